@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// The few calls on files and descriptors that the 16-bit string functions and the file device
+// need. Paths are bytes as the system takes them. Results are the system's: -1 and errno for a
+// failure, and a call that a signal broke off is made again. Any thread may call.
+namespace Pt {
+
+enum class FileOpening {
+    kReadOnly,
+    kReadWrite,
+    kReadWriteOrCreate,
+    kCreateOrTruncate,
+    kCreateExclusively, // fails when something stands there, a dead link too
+};
+
+int accessPath(std::string const& path, int mode);
+
+// Descriptors are close-on-exec from birth.
+int openPath(std::string const& path, int systemFlags, unsigned int mode);
+int openPath(std::string const& path, FileOpening how, unsigned int mode);
+int closeDescriptor(int descriptor);
+
+int unlinkPath(std::string const& path);
+
+// Blocks until the bytes have reached the disk.
+int syncDescriptor(int descriptor);
+
+// The position of the end; the position moves there.
+std::int64_t seekToEnd(int descriptor);
+
+} // namespace Pt

@@ -1,0 +1,24 @@
+// Names of files and folders: moving a file to a name that is free, making folders, and making
+// names last. Paths are bytes, as the system takes them; failures come back as the system's error
+// codes. Any thread may call; the calls may block on the disk.
+#pragma once
+
+#include <string>
+#include <system_error>
+
+namespace Pt {
+
+// Renames a file within a file system; whatever stands at the target stays, and gives
+// std::errc::file_exists. On file systems that cannot rename so, the file is linked and the old
+// name removed; on those without links, the name is reserved first by an empty file.
+std::error_code moveWithoutReplacing(std::string const& from, std::string const& to);
+
+// Makes the folder and those above it, each new one with this mode. Folders that are there stay
+// as they are.
+std::error_code makeFolders(std::string const& path, unsigned int mode);
+
+// Makes the names in a folder last on the disk. File systems that cannot do that have done what
+// they can: no error.
+std::error_code flushFolder(std::string const& path);
+
+} // namespace Pt

@@ -1,0 +1,32 @@
+// What one path names: its kind, identity, size and times, as the file system tells them.
+//
+// Never follows a link in the last part of the path. Times are nanoseconds since 1970 in UTC; what
+// a file system cannot tell (an inode change time on FAT, say) is what the kernel puts there.
+// May be called from any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <system_error>
+
+namespace Pt {
+
+struct FileStatus {
+    enum class Kind : std::uint8_t { Regular, Folder, Link, Socket, Pipe, Device, Other };
+
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t size = 0; // bytes
+    std::int64_t modified = 0; // content, nanoseconds since 1970
+    std::int64_t changed = 0; // content, name or rights, nanoseconds since 1970
+    std::uint32_t mode = 0; // permission bits, without the kind
+    Kind kind = Kind::Other;
+
+    friend bool operator==(FileStatus const&, FileStatus const&) = default;
+};
+
+// Nothing when the path cannot be asked; `error` then says why (and is cleared otherwise).
+std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& error);
+
+} // namespace Pt

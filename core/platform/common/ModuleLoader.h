@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+// Loading of code. A handle is a share in the loading of a module and ends with closeModule.
+// Paths are bytes as the system takes them and never searched for. Any thread may call.
+namespace Pt {
+
+using ModuleHandle = void*;
+
+// The file that holds the code of the module at path: path itself, or NAME.so in a folder NAME.*;
+// empty when it is not there.
+std::string moduleFile(std::string const& path);
+
+// With all its symbols resolved; null when the file cannot be loaded.
+ModuleHandle openModule(std::string const& file);
+
+// A share in a module that is loaded already; null when it is not.
+ModuleHandle openLoadedModule(std::string const& file);
+
+void closeModule(ModuleHandle handle);
+
+// null when the module exports no such name.
+void* moduleSymbol(ModuleHandle handle, char const* name);
+
+} // namespace Pt

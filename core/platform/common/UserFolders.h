@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+// Where this user's files and settings lie. Paths are bytes as the system takes them, absolute and
+// without a slash at the end; nothing is made and nothing but machineApplicationDataFile checks
+// that the folder is there. Each call looks at the environment afresh, and a folder variable that
+// is empty or relative counts as not set. A user without a home folder gets an empty text.
+// Any thread may call, as long as none changes the environment.
+namespace Pt {
+
+std::string homeFolder();
+
+// XDG_PICTURES_DIR of the user's list of folders, else Pictures in the home folder.
+std::string picturesFolder();
+
+// MFX_APPLICATION_DATA, else XDG_DATA_HOME, else ~/.local/share.
+std::string userApplicationData();
+
+// XDG_CONFIG_HOME, else ~/.config.
+std::string userConfigFolder();
+
+// relative below the first of XDG_DATA_DIRS (/usr/local/share and /usr/share where that is not set)
+// that holds it as a file.
+std::optional<std::string> machineApplicationDataFile(std::string const& relative);
+
+// XDG_RUNTIME_DIR, else /run/user/<user id> where that is a folder.
+std::optional<std::string> runtimeFolder();
+
+} // namespace Pt

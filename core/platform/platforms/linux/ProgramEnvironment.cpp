@@ -1,0 +1,68 @@
+#include "platform/common/ProgramEnvironment.h"
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace Pt {
+
+namespace {
+
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
+
+void onInterrupt(int)
+{
+    g_interrupted = true;
+}
+
+} // namespace
+
+std::string programFolder()
+{
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : program.parent_path().string();
+}
+
+long processId()
+{
+    return ::getpid();
+}
+
+bool isTerminal(std::FILE* stream)
+{
+    return ::isatty(::fileno(stream)) == 1;
+}
+
+int terminalWidth(std::FILE* stream)
+{
+    constexpr int kUsual = 80;
+    winsize size = {};
+    if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return kUsual;
+    return size.ws_col;
+}
+
+void noteInterrupts()
+{
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    // The handler is taken off by its first use, so that a second interrupt ends the program. No
+    // SA_RESTART: an interrupt is the answer to a question that waits on the terminal.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    ::sigemptyset(&action.sa_mask);
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool wasInterrupted()
+{
+    return g_interrupted;
+}
+
+} // namespace Pt

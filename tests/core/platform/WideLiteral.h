@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/common/PtUnicode.h"
+
+namespace test {
+
+// A 16-bit text from a char16_t literal, whatever it holds.
+inline Pt::WideText wide(char16_t const* text)
+{
+    Pt::WideText result;
+    for (; *text != 0; ++text)
+        result += static_cast<unsigned short>(*text);
+    return result;
+}
+
+inline Pt::WideText wide(std::string const& path)
+{
+    return Pt::toUtf16(path);
+}
+
+} // namespace test
