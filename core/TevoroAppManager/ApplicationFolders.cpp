@@ -1,0 +1,28 @@
+#include "TevoroAppManager/ApplicationFolders.h"
+
+#include "platform/common/UserFolders.h"
+
+QString getMyPicturesPath()
+{
+    return QString::fromStdString(Pt::picturesFolder());
+}
+
+QString getApplicationDataFolderPath()
+{
+    return QString::fromStdString(Pt::userApplicationData());
+}
+
+int getApplicationPath(unsigned short*)
+{
+    return 1;
+}
+
+int getCommonSettingsStr(unsigned short const*, unsigned short const*, unsigned short*, int)
+{
+    return 1;
+}
+
+int IsWindowsNT()
+{
+    return 0;
+}

@@ -1,0 +1,349 @@
+#include "TevoroAppManager/CAppSource.h"
+
+#include "TevoroAppManager/CMOXFileFormat.h"
+#include "TevoroAppManager/FxGuard.h"
+#include "TevoroAppManager/SupportedFormats.h"
+#include "TevoroAppManager/contract/FxInterfaceIds.h"
+#include "platform/common/PtConstString.h"
+#include "platform/common/PtModule.h"
+#include "strings/PtZString.h"
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr long kHostNameCapacity = 260;
+constexpr long kAdvancedCapability = 14;
+
+// Sinks alive in this process: they share one dictionary, which the last one closes.
+int g_liveSinks = 0;
+
+void openDictionaryForFirst()
+{
+    if (g_liveSinks++ == 0)
+        PtZString::openZStringDict(false);
+}
+
+void closeDictionaryForLast()
+{
+    if (--g_liveSinks == 0)
+        PtZString::closeZStringDict();
+}
+
+void release(IClientUIControl* control)
+{
+    if (control)
+        control->Release();
+}
+
+} // namespace
+
+CAppSource::CAppSource(const CAppInfo& info)
+    : m_info(info)
+{
+    m_bus.Initialize();
+    initilizePreferences();
+    openDictionaryForFirst();
+    bindDNGConverter();
+}
+
+void CAppSource::bindDNGConverter()
+{
+    static const Pt::ConstString kLibrary("../Frameworks/ZQPluginSupport.framework");
+    const PtModuleRef library = PtLoadLibrary(kLibrary);
+    if (!library)
+        return;
+    const auto canConvert =
+        reinterpret_cast<bool (*)()>(PtGetProcAddress(library, "ZQPlugin_CanConvertToDNG"));
+    if (canConvert && canConvert()) {
+        m_convertToDNG = reinterpret_cast<ConvertToDNGFunction>(
+            PtGetProcAddress(library, "ZQPlugin_ConvertToDNG"));
+    }
+}
+
+// The reference on deletefiles_checkbox is left alone: hosts count on that.
+CAppSource::~CAppSource()
+{
+    release(m_controls.secondaryBackupLabel);
+    release(m_controls.browseButton);
+    release(m_controls.settingsButton);
+    release(m_controls.dngCheckbox);
+    release(m_controls.launchTevoroCheckbox);
+    release(m_controls.saveCopiesCheckbox);
+    closeDictionaryForLast();
+    m_bus.Terminate();
+}
+
+std::uint32_t CAppSource::AddRef()
+{
+    return ++m_references;
+}
+
+std::uint32_t CAppSource::Release()
+{
+    if (--m_references != 0)
+        return m_references;
+    if (m_formats)
+        m_formats->Release();
+    if (m_progress)
+        m_progress->Release();
+    delete this;
+    return 0;
+}
+
+void* CAppSource::faceFor(long id)
+{
+    switch (id) {
+    case kFxIdSource:
+        return static_cast<ISource*>(this);
+    case kFxIdDefault:
+    case kFxIdSink:
+    case kFxIdSink3:
+        return static_cast<ISink3*>(this);
+    case kFxIdSinkCapabilities:
+    case kFxIdSinkCapabilities2:
+        return static_cast<ISinkCapabilities2*>(this);
+    case kFxIdSinkUICapabilities:
+        return static_cast<ISinkUICapabilities*>(this);
+    case kFxIdUICallback:
+        return static_cast<IUICallback*>(this);
+    case kFxIdSinkAdvancedCapabilities:
+        return static_cast<ISinkAdvancedCapabilities*>(this);
+    case kFxIdLogCallbacks:
+        return static_cast<IMFXLogCallbacks*>(this);
+    case kFxIdSinkUtilHandler:
+    case kFxIdSinkUtilHandler2:
+        return static_cast<ISinkUtilHandler2*>(this);
+    case kFxIdPostProcessing:
+    case kFxIdPostProcessing2:
+        return static_cast<IMFXPostProcessing2*>(this);
+    case kFxIdSinkManager:
+        return static_cast<ISinkManager*>(this);
+    case kFxIdSinkProgressDialog:
+        return static_cast<ISinkProgressDialog*>(this);
+    default:
+        return nullptr;
+    }
+}
+
+std::uint32_t CAppSource::QueryInterface(long id, void** out)
+{
+    *out = faceFor(id);
+    if (!*out)
+        return 0;
+    AddRef();
+    return 1;
+}
+
+FxStatus CAppSource::EnumMediaItems(eMediaItemType, IEnumMediaItem**, bool)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::AcquireAllMediaItems(
+    eMediaItemType, unsigned short const*, unsigned long&, bool, FxPerItemCallback)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::DeleteAllMediaItems(eMediaItemType, unsigned long&, FxPerItemCallback)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::ShowUI(void*, IEnumMediaItem**)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::PushAllMediaItems(
+    ISinkEnumMediaItem&, unsigned long&, void*, FxPerItemCallback)
+{
+    return kFxOk;
+}
+
+FxStatus CAppSource::ShowSinkUI(void*, ISinkEnumMediaItem&)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::PushOneMediaItem(
+    unsigned short const*, unsigned short const*, FxPerItemCallback, eUploadAction)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::GetSupportedFileFormatList(IFileFormat*& out)
+{
+    return fxGuard([this, &out] {
+        if (!m_formats)
+            m_formats = makeSupportedFormats(toQString(m_zqExtensions.c_str())).detach();
+        if (m_formats) {
+            m_formats->AddRef();
+            out = m_formats;
+        }
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::GetSinkStateInformation(ISinkStateInfo*&)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::GetSinkMediaHandler(ISinkMediaHandler*&)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::GetSinkSupportInfo(long& out)
+{
+    out = 0;
+    return kFxOk;
+}
+
+FxStatus CAppSource::GetSinkUtilHandler(ISinkUtilHandler*& out)
+{
+    m_utilHandler = static_cast<ISinkUtilHandler2*>(this);
+    AddRef();
+    out = m_utilHandler;
+    return kFxOk;
+}
+
+FxStatus CAppSource::SetRDXSupportedExtensions(unsigned short* text)
+{
+    return fxGuard([this, text] {
+        m_rdxExtensions = toFxString(toQString(text));
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::SetZQPluginSupportedExtensions(unsigned short* text)
+{
+    return fxGuard([this, text] {
+        m_zqExtensions = toFxString(toQString(text));
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::GetForceFourDigitSequenceNumber(bool& out)
+{
+    out = true;
+    return kFxOk;
+}
+
+FxStatus CAppSource::GetDateSeperatorChar(char& out)
+{
+    out = '\0';
+    return kFxOk;
+}
+
+FxStatus CAppSource::GetSeperatorChar(char& out)
+{
+    out = '_';
+    return kFxOk;
+}
+
+FxStatus CAppSource::GetCopyProgressLongestLabelString(unsigned short* buffer, int capacity)
+{
+    return fxGuard([buffer, capacity] {
+        copyBounded(
+            PtZString::getZString(u"$$$/AppSource/CreatingBackupCopy=Creating Backup Copy..."_s),
+            buffer,
+            capacity);
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::GetSinkAdvancedCapability(long& out)
+{
+    out = kAdvancedCapability;
+    return kFxOk;
+}
+
+FxStatus CAppSource::GetLogParams(unsigned short*, unsigned int, long&)
+{
+    return kFxErrNotImplemented;
+}
+
+FxStatus CAppSource::GetDeviceEntryParams(CPropSource*, IEnumArbitraryData**)
+{
+    return kFxErrNotImplemented;
+}
+
+FxStatus CAppSource::GetMediaEntryParams(CPropSinkMediaItem*, IEnumArbitraryData**)
+{
+    return kFxErrNotImplemented;
+}
+
+FxStatus CAppSource::GetSessionEndParams(IEnumArbitraryData**)
+{
+    return kFxErrNotImplemented;
+}
+
+FxStatus CAppSource::DisplayHelp(void*)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::GetDisplayString(eDisplayStringType, unsigned short*, unsigned int)
+{
+    return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::deleteXMPData(bool flag)
+{
+    m_deleteXMP = flag;
+    return kFxOk;
+}
+
+FxStatus CAppSource::GetHostAppName(unsigned short* buffer, unsigned int capacity)
+{
+    if (!buffer)
+        return kFxErrBadArgument;
+    return fxGuard([buffer, capacity] {
+        copyBounded(u"Tevoro"_s, buffer, std::min<long>(capacity, kHostNameCapacity));
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::GetHostAppPath(unsigned short* buffer, unsigned int)
+{
+    return buffer ? kFxOk : kFxErrBadArgument;
+}
+
+FxStatus CAppSource::SetMFXHandle(void* handle)
+{
+    m_hostHandle = handle;
+    return kFxOk;
+}
+
+FxStatus CAppSource::GetIsHostAppRunning(unsigned int& running, void*&)
+{
+    running = 0;
+    return kFxOk;
+}
+
+FxStatus CAppSource::InvokeHostApp(void*, unsigned int, unsigned short*)
+{
+    return fxGuard([this] {
+        if (m_bus.targetIsRunning() && m_bus.isTevoroBusy())
+            return kFxOk;
+        const QByteArray script =
+            QByteArrayLiteral("{ app.runMediafetcher();") + "app.document.bringToFront (); }";
+        return m_bus.DoLaunchTevoro(script, true) == -1 ? kFxErrBadArgument : kFxOk;
+    });
+}
+
+FxStatus CAppSource::SetProgressHandler(IProgressHandler* handler)
+{
+    m_progress = handler;
+    return kFxOk;
+}
+
+int CAppSource::getMFXLogFolderPath(unsigned short*)
+{
+    return 0;
+}

@@ -1,0 +1,221 @@
+// The sink of a download, despite its name: the object that a host works with once it has opened
+// the source. Gathers eleven faces in one object, behind one plain reference count, and holds the
+// state of a session: the options panel's controls, the DNG options, the backup folder, the count
+// of failed conversions and the connection to the message bus.
+//
+// Every operation is called on the host's main thread. The client UI handler is borrowed; the
+// progress handler's one reference is taken over; control references are owned.
+#pragma once
+
+#include "TevoroAppManager/CAppInfo.h"
+#include "TevoroAppManager/PanelControls.h"
+#include "TevoroAppManager/PtTevoroTalk.h"
+#include "TevoroAppManager/contract/CPropAppPreferences.h"
+#include "TevoroAppManager/contract/IMFXLogCallbacks.h"
+#include "TevoroAppManager/contract/IMFXPostProcessing.h"
+#include "TevoroAppManager/contract/IPtPreferences.h"
+#include "TevoroAppManager/contract/ISink.h"
+#include "TevoroAppManager/contract/ISinkCapabilities.h"
+#include "TevoroAppManager/contract/ISinkManager.h"
+#include "TevoroAppManager/contract/ISinkProgressDialog.h"
+#include "TevoroAppManager/contract/ISinkUICapabilities.h"
+#include "TevoroAppManager/contract/ISinkUtilHandler.h"
+#include "TevoroAppManager/contract/ISource.h"
+#include "TevoroAppManager/contract/IUICallback.h"
+
+#include <QString>
+
+#include <cstdint>
+
+class CMOXFileFormat;
+class PreferenceReader;
+class PreferenceWriter;
+
+// ZQPlugin_ConvertToDNG: source and destination path in the file system's encoding, size of the
+// JPEG preview, compressed, linear, embed the raw file. 0 on success.
+using ConvertToDNGFunction = int (*)(char const* source,
+    char const* destination,
+    int jpegPreviewSize,
+    int compressed,
+    int linear,
+    int embedRaw);
+
+class CAppSource final : public ISource,
+                         public ISink3,
+                         public ISinkCapabilities2,
+                         public ISinkUICapabilities,
+                         public IUICallback,
+                         public ISinkAdvancedCapabilities,
+                         public IMFXLogCallbacks,
+                         public ISinkUtilHandler2,
+                         public IMFXPostProcessing2,
+                         public ISinkManager,
+                         public ISinkProgressDialog {
+public:
+    // Starts the bus, takes the preference store, opens the dictionary and binds the DNG library.
+    // A library that is not there is no failure; a bus that does not start throws.
+    explicit CAppSource(const CAppInfo& info);
+    CAppSource(const CAppSource&) = delete;
+    CAppSource& operator=(const CAppSource&) = delete;
+
+    std::uint32_t QueryInterface(long id, void** out) override;
+    std::uint32_t AddRef() override;
+    std::uint32_t Release() override;
+
+    // ISource
+    FxStatus EnumMediaItems(eMediaItemType type, IEnumMediaItem** out, bool flag) override;
+    FxStatus AcquireAllMediaItems(eMediaItemType type,
+        unsigned short const* folder,
+        unsigned long& count,
+        bool flag,
+        FxPerItemCallback perItem) override;
+    FxStatus DeleteAllMediaItems(
+        eMediaItemType type, unsigned long& count, FxPerItemCallback perItem) override;
+    FxStatus ShowUI(void* window, IEnumMediaItem** out) override;
+
+    // ISink, ISink3
+    FxStatus PushAllMediaItems(ISinkEnumMediaItem& items,
+        unsigned long& count,
+        void* context,
+        FxPerItemCallback deleteItem) override;
+    FxStatus ShowSinkUI(void* window, ISinkEnumMediaItem& items) override;
+    FxStatus PushOneMediaItem(unsigned short const* folder,
+        unsigned short const* name,
+        FxPerItemCallback perItem,
+        eUploadAction action) override;
+    FxStatus PushAllMediaItems(ISinkEnumMediaItem& items,
+        IDisplayMsgHandler& display,
+        unsigned long& count,
+        void* context,
+        FxPerItemCallback deleteItem) override;
+
+    // ISinkCapabilities, ISinkCapabilities2
+    FxStatus GetSupportedFileFormatList(IFileFormat*& out) override;
+    FxStatus GetSinkStateInformation(ISinkStateInfo*& out) override;
+    FxStatus GetSinkMediaHandler(ISinkMediaHandler*& out) override;
+    FxStatus GetSinkSupportInfo(long& out) override;
+    FxStatus GetSinkUtilHandler(ISinkUtilHandler*& out) override;
+    FxStatus SetRDXSupportedExtensions(unsigned short* text) override;
+    FxStatus SetZQPluginSupportedExtensions(unsigned short* text) override;
+    FxStatus GetForceFourDigitSequenceNumber(bool& out) override;
+    FxStatus GetDateSeperatorChar(char& out) override;
+    FxStatus GetSeperatorChar(char& out) override;
+    FxStatus GetCopyProgressLongestLabelString(unsigned short* buffer, int capacity) override;
+
+    // ISinkUICapabilities
+    FxStatus GetUIFilename(unsigned short* buffer, int capacity) override;
+    FxStatus GetCustomUICaption(unsigned short* buffer, int capacity) override;
+    FxStatus GetUIControlOrder(IUIOrderingOptionsEnum& order) override;
+    FxStatus SetClientUIHandler(IClientUIHandler* handler) override;
+    FxStatus GetCustomUISummary(unsigned short* buffer, int capacity) override;
+    FxStatus HandleUIModeChange(void* window, eMFXUIMode mode, int& value) override;
+
+    // IUICallback
+    FxStatus handleUIEvent(char const* name) override;
+
+    // ISinkAdvancedCapabilities
+    FxStatus GetSinkAdvancedCapability(long& out) override;
+
+    // IMFXLogCallbacks
+    FxStatus GetLogParams(unsigned short* buffer, unsigned int capacity, long& out) override;
+    FxStatus GetDeviceEntryParams(CPropSource* source, IEnumArbitraryData** out) override;
+    FxStatus GetMediaEntryParams(CPropSinkMediaItem* item, IEnumArbitraryData** out) override;
+    FxStatus GetSessionEndParams(IEnumArbitraryData** out) override;
+
+    // ISinkUtilHandler2
+    FxStatus DisplayHelp(void* window) override;
+    FxStatus GetPreferences(CProp& record) override;
+    FxStatus SetPreferences(CProp& record) override;
+    FxStatus GetDisplayString(
+        eDisplayStringType type, unsigned short* buffer, unsigned int capacity) override;
+
+    // IMFXPostProcessing2
+    FxStatus DoPreProcessing(CPropSinkMediaItem* item,
+        FxStatusTextCallback label,
+        FxStatusTextCallback detail,
+        FxStatusTextCallback error,
+        FxPerItemCallback perItem,
+        IDisplayMsgHandler* display) override;
+    FxStatus DoPostProcessing(CPropSinkMediaItem* item,
+        FxStatusTextCallback label,
+        FxStatusTextCallback detail,
+        FxStatusTextCallback error,
+        FxPerItemCallback perItem,
+        IDisplayMsgHandler* display) override;
+    FxStatus deleteXMPData(bool flag) override;
+
+    // ISinkManager
+    FxStatus GetHostAppName(unsigned short* buffer, unsigned int capacity) override;
+    FxStatus GetHostAppPath(unsigned short* buffer, unsigned int capacity) override;
+    FxStatus SetMFXHandle(void* handle) override;
+    FxStatus GetIsHostAppRunning(unsigned int& running, void*& handle) override;
+    FxStatus InvokeHostApp(void* window, unsigned int flags, unsigned short* text) override;
+
+    // ISinkProgressDialog
+    FxStatus SetProgressHandler(IProgressHandler* handler) override;
+
+    // Returns 0 and does nothing.
+    int getMFXLogFolderPath(unsigned short* path);
+    bool isDNGConverterPresent() const { return m_convertToDNG != nullptr; }
+
+private:
+    ~CAppSource();
+
+    void bindDNGConverter();
+    void* faceFor(long id);
+
+    // Preferences
+    IPtPreferences* getIPtPreferences();
+    bool loadPreferenceModule();
+    void initilizePreferences();
+    void readStore(CPropAppPreferences3& record);
+    void readRecordStrings(PreferenceReader& reader, CPropAppPreferences3& record);
+    void readCheckboxes(PreferenceReader& reader);
+    void readDNGOptions(PreferenceReader& reader);
+    void readSecondaryLocation(PreferenceReader& reader);
+    void applyFixedDefaults(CPropAppPreferences3& record);
+    void disableDNGControls();
+    void writeRecord(PreferenceWriter& writer, const CPropAppPreferences3& record);
+    void writeControls(PreferenceWriter& writer);
+
+    // Panel
+    IClientUIControl* bindControl(char const* name);
+    void refreshBackupLabel();
+    void enableBackupControls(bool enabled);
+
+    // Conversion
+    bool isCameraRAWFile(const QString& path) const;
+    bool convertToDNG(const QString& path, FxStatusTextCallback label, FxStatusTextCallback error);
+
+    // Completion
+    QString commonFolder(ISinkEnumMediaItem& items);
+    void reportFailedConversions(IDisplayMsgHandler& display, const QString& folder);
+    void displayFilesCopied(IDisplayMsgHandler& display, const QString& folder);
+    void offerDeletion(ISinkEnumMediaItem& items,
+        IDisplayMsgHandler& display,
+        FxPerItemCallback deleteItem,
+        const QString& folder);
+    void deleteOriginals(ISinkEnumMediaItem& items, FxPerItemCallback deleteItem);
+    void handOff(const QString& folder, bool launch, const QString& caption);
+
+    IPtPreferences* m_preferences = nullptr; // one reference a fetch; never released
+    std::uint32_t m_references = 0;
+    CAppInfo m_info;
+    CMOXFileFormat* m_formats = nullptr; // owned; built on first demand
+    ISinkUtilHandler* m_utilHandler = nullptr; // the last one handed out; not counted
+    IClientUIHandler* m_uiHandler = nullptr; // borrowed
+    IProgressHandler* m_progress = nullptr; // borrowed from the caller, released at the end
+    PanelControls m_controls;
+    bool m_embedRaw = false;
+    bool m_uncompressed = false;
+    bool m_linear = false;
+    std::int32_t m_jpegPreviewSize = 1;
+    std::int32_t m_dngFailures = 0; // of the whole session
+    void* m_hostHandle = nullptr;
+    QString m_secondaryLocation;
+    PtTevoroTalk m_bus;
+    FxString m_rdxExtensions;
+    FxString m_zqExtensions;
+    ConvertToDNGFunction m_convertToDNG = nullptr;
+    bool m_deleteXMP = false;
+};

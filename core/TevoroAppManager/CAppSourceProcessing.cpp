@@ -1,0 +1,144 @@
+// What the sink does for each saved item: the backup copy, and the conversion to DNG.
+
+#include "TevoroAppManager/CAppSource.h"
+#include "TevoroAppManager/FxGuard.h"
+#include "TevoroAppManager/TargetFolder.h"
+#include "TevoroAppManager/UniqueFileName.h"
+#include "strings/PtZString.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void tell(FxStatusTextCallback callback, const QString& text)
+{
+    if (callback)
+        callback(fxUnits(text), 0);
+}
+
+// The folder that the item will stand in, whether or not the host still works on it.
+QString targetFolder(const QString& itemFolder)
+{
+    const qsizetype temporary = itemFolder.lastIndexOf(QDir::separator() + u".mfxdownload"_s);
+    return temporary < 0 ? itemFolder : itemFolder.left(temporary);
+}
+
+struct CopyNumbering {
+    int firstIndex = 1;
+    bool forced = false;
+};
+
+// A copy beside its original never takes the original's name, and goes on from its number.
+CopyNumbering numberingBeside(const QString& deviceName, const QString& fileName)
+{
+    QString deviceStem;
+    QString fileStem;
+    const int deviceNumber = utilBaseFilename(deviceName, deviceStem);
+    const int fileNumber = utilBaseFilename(fileName, fileStem);
+    if (deviceStem != fileStem)
+        return {};
+    const int highest = std::max(deviceNumber, fileNumber);
+    return {highest > 0 ? highest + 1 : 1, true};
+}
+
+void reportFailedBackup(IDisplayMsgHandler* display)
+{
+    if (!display)
+        return;
+    int style = kFxStyleFailure;
+    const QString text = PtZString::getZString(
+        u"$$$/AppSource/LowDiskSpaceFailure=The backup destination folder is low on disk space, and could not obtain all files from the device. Please select a different folder or cleanup disk space and try again."_s);
+    display->DisplayMessage(fxUnits(u""_s), fxUnits(text), &style, nullptr, nullptr);
+}
+
+bool isItemRecord(const CPropSinkMediaItem* item)
+{
+    return item && item->size == kFxSizeSinkMediaItem;
+}
+
+} // namespace
+
+FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
+    FxStatusTextCallback label,
+    FxStatusTextCallback detail,
+    FxStatusTextCallback,
+    FxPerItemCallback,
+    IDisplayMsgHandler* display)
+{
+    if (!isChecked(m_controls.saveCopiesCheckbox))
+        return kFxOk;
+    if (!isItemRecord(item))
+        return kFxErrBadArgument;
+    return fxGuard([=, this] {
+        tell(label,
+            PtZString::getZString(u"$$$/AppSource/CreatingBackupCopy=Creating Backup Copy..."_s));
+        m_secondaryLocation = QDir::toNativeSeparators(m_secondaryLocation);
+        tell(detail, m_secondaryLocation);
+        if (!mkdirFromAbsPath(m_secondaryLocation))
+            return kFxErrBadArgument;
+        const QString itemFolder = toQString(item->folder);
+        const QString target = targetFolder(itemFolder);
+        const QString deviceName = toQString(item->deviceName);
+        const QString fileName = toQString(item->fileName);
+        CopyNumbering numbering;
+        if (target == m_secondaryLocation)
+            numbering = numberingBeside(deviceName, fileName);
+        QString name;
+        if (!generateUniqueFileName(
+                m_secondaryLocation, deviceName, name, numbering.firstIndex, numbering.forced))
+            return kFxErrNoUniqueName;
+        if (!copyFileIntoTargetFolder(itemFolder, fileName, m_secondaryLocation, name)) {
+            reportFailedBackup(display);
+            return kFxErrBackupFailed;
+        }
+        tell(detail, target);
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::DoPostProcessing(CPropSinkMediaItem* item,
+    FxStatusTextCallback label,
+    FxStatusTextCallback,
+    FxStatusTextCallback error,
+    FxPerItemCallback,
+    IDisplayMsgHandler*)
+{
+    if (!isChecked(m_controls.dngCheckbox))
+        return kFxOk;
+    if (!isItemRecord(item))
+        return kFxWarnPostProcess;
+    return fxGuard([=, this] {
+        const QString path =
+            toQString(item->folder) + QDir::separator() + toQString(item->fileName);
+        if (QFile::exists(path) && convertToDNG(path, label, error))
+            return kFxOk;
+        ++m_dngFailures;
+        return kFxWarnPostProcess;
+    });
+}
+
+bool CAppSource::isCameraRAWFile(const QString& path) const
+{
+    const QString list = toQString(m_rdxExtensions.c_str()) + u',';
+    const QString suffix = QFileInfo(path).suffix();
+    if (suffix.isEmpty())
+        return false;
+    return list.contains(suffix.toLower() + u',', Qt::CaseSensitive);
+}
+
+// Without the conversion library the raw file stays exactly where it is.
+bool CAppSource::convertToDNG(const QString& path, FxStatusTextCallback, FxStatusTextCallback error)
+{
+    if (!isCameraRAWFile(path) || QFileInfo(path).suffix().toLower() == u"dng"_s)
+        return true;
+    unLockFile(path);
+    tell(error,
+        PtZString::getZString(u"$$$/AppSource/NotDNGConverter=Cannot find the DNG converter."_s));
+    return false;
+}

@@ -1,0 +1,74 @@
+#include "TevoroAppManager/CEnumSource.h"
+
+#include "TevoroAppManager/CAppManager.h"
+#include "TevoroAppManager/contract/FxInterfaceIds.h"
+#include "platform/common/PtUcs.h"
+
+#include <algorithm>
+
+namespace {
+
+template <std::size_t N>
+void copyText(unsigned short (&to)[N], unsigned short const (&from)[N])
+{
+    std::fill_n(to, N, static_cast<unsigned short>(0));
+    ptucsncpy(to, from, N);
+}
+
+} // namespace
+
+std::uint32_t CEnumSource::QueryInterface(long id, void** out)
+{
+    if (id != kFxIdEnumSource && id != kFxIdListItself && id != kFxIdDefault) {
+        *out = nullptr;
+        return 0;
+    }
+    *out = static_cast<IEnumSource*>(this);
+    AddRef();
+    return 1;
+}
+
+std::uint32_t CEnumSource::AddRef()
+{
+    return ++m_references;
+}
+
+std::uint32_t CEnumSource::Release()
+{
+    if (--m_references != 0)
+        return m_references;
+    delete this;
+    return 0;
+}
+
+FxStatus CEnumSource::GetCount(long* out)
+{
+    if (!out)
+        return kFxErrBadRecord;
+    *out = static_cast<long>(m_sources.size());
+    return kFxOk;
+}
+
+FxStatus CEnumSource::Next(CProp* record)
+{
+    if (!record || record->tag != kFxTagSource || record->size != kFxSizeSource)
+        return kFxErrBadRecord;
+    if (m_cursor == m_sources.size())
+        return kFxEndOfList;
+    const CPropSource& source = m_sources[m_cursor++];
+    auto& to = *static_cast<CPropSource*>(record);
+    copyText(to.longName, source.longName);
+    copyText(to.description, source.description);
+    copyText(to.application, source.application);
+    copyText(to.name, source.name);
+    std::copy_n(CAppManager::m_appManagerUID, 16, to.identifier);
+    to.flags = source.flags;
+    to.kind = source.kind;
+    return kFxOk;
+}
+
+FxStatus CEnumSource::Reset()
+{
+    m_cursor = 0;
+    return kFxOk;
+}

@@ -1,0 +1,25 @@
+// Writes keys of the sink's domain into the preference store. Results of the store are not
+// examined: SaveStore at the end tells. Borrows the store; one thread.
+#pragma once
+
+#include "TevoroAppManager/contract/IPtPreferences.h"
+
+#include <QString>
+
+#include <string>
+
+class PreferenceWriter {
+public:
+    explicit PreferenceWriter(IPtPreferences& store)
+        : m_store(store)
+    {
+    }
+
+    void text(char const* key, const QString& value);
+    void integer(char const* key, int value);
+    void boolean(char const* key, bool value) { integer(key, value ? 1 : 0); }
+    void bytes(char const* key, const std::string& value);
+
+private:
+    IPtPreferences& m_store;
+};

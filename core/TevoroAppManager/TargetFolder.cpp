@@ -1,0 +1,67 @@
+#include "TevoroAppManager/TargetFolder.h"
+
+#include "TevoroAppManager/FxText.h"
+#include "platform/common/FileCopy.h"
+#include "platform/common/FileFlags.h"
+#include "platform/common/PtUcs.h"
+
+#include <QDir>
+#include <QString>
+
+namespace {
+
+constexpr int kWriteAccess = 2;
+constexpr unsigned int kCopyMode = 0600;
+
+// Makes each folder of a path that ends in a separator, from the root on; the first that cannot be
+// made ends the walk, and the copy then tells.
+void makeFolders(const QString& path)
+{
+    for (qsizetype n = path.indexOf(u'/'); n >= 0; n = path.indexOf(u'/', n + 1)) {
+        const QString prefix = path.left(n);
+        if (!prefix.isEmpty() && !QDir(prefix).exists() && !QDir().mkdir(prefix))
+            return;
+    }
+}
+
+} // namespace
+
+bool isFolderWritable(const QString& path)
+{
+    return ptucsaccess(fxUnits(path), kWriteAccess) == 0;
+}
+
+bool mkdirFromAbsPath(const QString& path)
+{
+    const QDir folder(path);
+    if (folder.exists())
+        return true;
+    const QString absolute = folder.absolutePath();
+    const qsizetype slash = absolute.lastIndexOf(u'/', -1, Qt::CaseSensitive);
+    if (slash < 0)
+        return true;
+    constexpr qsizetype kRootLength = 2;
+    if (slash > kRootLength && !mkdirFromAbsPath(absolute.left(slash)))
+        return false;
+    return QDir().mkdir(absolute) || QDir(absolute).exists(); // somebody else may have been first
+}
+
+void unLockFile(const QString& path)
+{
+    Pt::clearLock(path.toStdString());
+}
+
+bool copyFileIntoTargetFolder(const QString& sourceFolder,
+    const QString& sourceName,
+    const QString& destFolder,
+    const QString& destName)
+{
+    const QString source = sourceFolder.trimmed() + QDir::separator() + sourceName;
+    makeFolders(destFolder + QDir::separator());
+    Pt::CopyOptions options;
+    options.mode = kCopyMode;
+    options.exactMode = true;
+    const Pt::CopyResult result = Pt::copyFile(
+        source.toStdString(), destFolder.toStdString(), destName.toStdString(), options);
+    return result.isProven();
+}

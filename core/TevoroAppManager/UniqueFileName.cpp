@@ -1,0 +1,75 @@
+#include "TevoroAppManager/UniqueFileName.h"
+
+#include "TevoroAppManager/FxText.h"
+#include "platform/common/PtExSystem.h"
+#include "platform/common/PtIoDeviceFile.h"
+#include "platform/common/PtUcs.h"
+
+#include <QDir>
+
+#include <cerrno>
+
+namespace {
+
+constexpr int kRounds = 10000;
+constexpr qsizetype kLongName = 253; // characters
+
+QString numbered(const QString& base, int index)
+{
+    const qsizetype dot = base.lastIndexOf(u'.');
+    QString stem = dot < 0 ? base : base.left(dot);
+    const QString extension = dot < 0 ? QString() : base.mid(dot);
+    const QString number = QString::number(index);
+    const qsizetype length = stem.size() + number.size() + extension.size();
+    if (length > kLongName)
+        stem = stem.left(kLongName - length); // a negative count: the whole stem, deliberately
+    return stem + u'-' + number + extension;
+}
+
+enum class Probe { kFree, kTaken, kRefused };
+
+Probe probe(const QString& path)
+{
+    if (ptucsaccess(fxUnits(path), 0) == 0)
+        return Probe::kTaken;
+    try {
+        PtIoDeviceFile::Pointer file = PtIoDeviceFile::Create(fxUnits(path), kPtIoTemporary);
+        file->flush();
+        file = 0; // closes the file, which removes it
+        return Probe::kFree;
+    } catch (const Pt::ExSystem& failure) {
+        return failure.errorCode() == EEXIST ? Probe::kTaken : Probe::kRefused;
+    }
+}
+
+} // namespace
+
+bool generateUniqueFileName(
+    const QString& folder, const QString& name, QString& out, int firstIndex, bool forceNumber)
+{
+    const QString base = out.isEmpty() ? name : out;
+    int index = firstIndex;
+    for (int round = 0; round < kRounds; ++round) {
+        out = round == 0 && !forceNumber ? base : numbered(base, index++);
+        const Probe result = probe(folder.trimmed() + QDir::separator() + out);
+        if (result != Probe::kTaken)
+            return result == Probe::kFree;
+    }
+    return false;
+}
+
+int utilBaseFilename(const QString& name, QString& base)
+{
+    QString digits = name;
+    base = name;
+    const qsizetype dot = name.lastIndexOf(u'.');
+    if (dot >= 0)
+        base = name.left(dot);
+    const QString stem = dot >= 0 ? base : name;
+    const qsizetype dash = stem.lastIndexOf(u'-');
+    if (dash >= 0) {
+        digits = stem.mid(dash + 1);
+        base = stem.left(dash);
+    }
+    return digits.toInt();
+}

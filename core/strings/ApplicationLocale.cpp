@@ -1,0 +1,136 @@
+#include "strings/ApplicationLocale.h"
+
+#include "platform/common/AppPreferences.h"
+#include "platform/common/PropertyList.h"
+#include "platform/common/PtUcs.h"
+#include "platform/common/SystemLocale.h"
+#include "platform/common/UserFolders.h"
+#include "strings/PtZString.h"
+
+#include <QFile>
+#include <QString>
+
+#include <array>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+struct TokenRow {
+    QLatin1StringView token;
+    QLatin1StringView locale;
+};
+
+constexpr std::array kTokens{
+    TokenRow{"ja"_L1, "ja_jp"_L1},
+    TokenRow{"de"_L1, "de_de"_L1},
+    TokenRow{"fr"_L1, "fr_fr"_L1},
+    TokenRow{"es"_L1, "es_es"_L1},
+    TokenRow{"it"_L1, "it_it"_L1},
+    TokenRow{"sv"_L1, "sv_se"_L1},
+    TokenRow{"nl"_L1, "nl_nl"_L1},
+    TokenRow{"nl_be"_L1, "nl_nl"_L1},
+    TokenRow{"ko"_L1, "ko_kr"_L1},
+    TokenRow{"pt"_L1, "pt_br"_L1},
+    TokenRow{"ar"_L1, "ar_ae"_L1},
+    TokenRow{"cs"_L1, "cs_cz"_L1},
+    TokenRow{"da"_L1, "da_dk"_L1},
+    TokenRow{"el"_L1, "el_gr"_L1},
+    TokenRow{"fi"_L1, "fi_fi"_L1},
+    TokenRow{"he"_L1, "he_il"_L1},
+    TokenRow{"hu"_L1, "hu_hu"_L1},
+    TokenRow{"no"_L1, "no_no"_L1},
+    TokenRow{"nb"_L1, "no_no"_L1},
+    TokenRow{"nb_no"_L1, "no_no"_L1},
+    TokenRow{"pl"_L1, "pl_pl"_L1},
+    TokenRow{"ro"_L1, "ro_ro"_L1},
+    TokenRow{"ru"_L1, "ru_ru"_L1},
+    TokenRow{"tr"_L1, "tr_tr"_L1},
+    TokenRow{"uk"_L1, "uk_ua"_L1},
+};
+
+constexpr qint64 kConfigurationLimit = 1 << 20; // bytes; a configuration is a few hundred
+
+std::optional<QString> normalised(const QString& text)
+{
+    if (text.isEmpty())
+        return std::nullopt;
+    QString token = text.toLower().trimmed();
+    GetLocaleFromToken(token);
+    return token;
+}
+
+// The host's configuration names the application whose language setting holds.
+std::optional<QString> configuredLocale()
+{
+    QFile file(u"./mfx_common_config.xml"_s);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > kConfigurationLimit)
+        return std::nullopt;
+    const auto domain = Pt::propertyListText(file.readAll().toStdString(), "AppPreferenceID");
+    if (!domain)
+        return std::nullopt;
+    const auto language = Pt::appPreference(*domain, "Language");
+    return language ? normalised(QString::fromStdString(*language)) : std::nullopt;
+}
+
+std::optional<QString> machineLocale()
+{
+    const QString name = PtZString::getZString(
+        u"$$$/AppUtils/VelmoDefaultlanguageMac=/Velmo/VelmoDefaultLanguage.txt"_s);
+    const auto path = Pt::machineApplicationDataFile(name.toStdString());
+    if (!path)
+        return std::nullopt;
+    QFile file(QString::fromStdString(*path));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    QByteArray line = file.readLine(kApplicationLocaleCapacity);
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
+    return normalised(QString::fromUtf8(line));
+}
+
+std::optional<QString> currentLocale()
+{
+    const auto locale = Pt::systemLocale();
+    if (!locale)
+        return std::nullopt;
+    QString token = QString::fromStdString(*locale).toLower();
+    GetLocaleFromToken(token);
+    return token;
+}
+
+QString oneLocaleForEachLanguage(const QString& locale)
+{
+    for (const auto whole : {"en_us"_L1, "es_es"_L1, "fr_fr"_L1}) {
+        if (locale.startsWith(whole.first(2)))
+            return whole;
+    }
+    return locale;
+}
+
+} // namespace
+
+void GetLocaleFromToken(QString& token)
+{
+    for (const TokenRow& row : kTokens) {
+        if (token == row.token) {
+            token = row.locale;
+            return;
+        }
+    }
+}
+
+int getApplicationLocale(unsigned short* buffer)
+{
+    std::optional<QString> found = configuredLocale();
+    if (!found)
+        found = machineLocale();
+    if (!found)
+        found = currentLocale();
+    const QString locale = found ? oneLocaleForEachLanguage(found->toLower()) : u"en_us"_s;
+    ptucscpy(buffer,
+        reinterpret_cast<unsigned short const*>(
+            locale.left(kApplicationLocaleCapacity - 1).utf16()));
+    return 1;
+}

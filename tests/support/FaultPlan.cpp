@@ -1,0 +1,219 @@
+#include "FaultPlan.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace fault {
+
+namespace {
+
+constexpr int kTrackedDescriptors = 1 << 16;
+constexpr std::size_t kPathCapacity = 2 * PATH_MAX;
+
+using Path = std::array<char, kPathCapacity>;
+
+enum class Action { kFail, kKill, kFlip, kShort };
+
+struct Settings {
+    bool isOn = false;
+    std::string_view root;
+    std::string_view only; // empty: all
+    long at = 0; // 0: never
+    int error = EIO;
+    Action action = Action::kFail;
+    char const* countFile = nullptr;
+};
+
+// Before the library's start nothing is counted: a sanitizer may call in before the environment
+// stands.
+Settings g_settings;
+std::atomic<long> g_count{0};
+std::array<std::atomic<bool>, kTrackedDescriptors> g_tracked{};
+
+// The function of this name in the next library.
+template <typename Function>
+Function* next(char const* name)
+{
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+bool isSet(char const* variable)
+{
+    char const* const value = std::getenv(variable);
+    return value && *value && std::strcmp(value, "0") != 0;
+}
+
+std::string_view textOf(char const* variable)
+{
+    char const* const value = std::getenv(variable);
+    return value ? value : "";
+}
+
+long numberOf(char const* variable, long otherwise)
+{
+    char const* const value = std::getenv(variable);
+    return value && *value ? std::strtol(value, nullptr, 10) : otherwise;
+}
+
+__attribute__((constructor)) void readSettings()
+{
+    g_settings.root = textOf("FAULT_ROOT");
+    while (g_settings.root.size() > 1 && g_settings.root.back() == '/')
+        g_settings.root.remove_suffix(1);
+    g_settings.only = textOf("FAULT_ONLY");
+    g_settings.at = numberOf("FAULT_AT", 0);
+    g_settings.error = static_cast<int>(numberOf("FAULT_ERRNO", EIO));
+    if (isSet("FAULT_KILL"))
+        g_settings.action = Action::kKill;
+    else if (isSet("FAULT_FLIP"))
+        g_settings.action = Action::kFlip;
+    else if (isSet("FAULT_SHORT"))
+        g_settings.action = Action::kShort;
+    g_settings.countFile = std::getenv("FAULT_COUNT_FILE");
+    g_settings.isOn = !g_settings.root.empty();
+}
+
+bool isNamed(std::string_view list, std::string_view name)
+{
+    while (!list.empty()) {
+        const std::size_t comma = list.find(',');
+        if (list.substr(0, comma) == name)
+            return true;
+        list.remove_prefix(comma == std::string_view::npos ? list.size() : comma + 1);
+    }
+    return false;
+}
+
+void dropLastComponent(Path& path, std::size_t& length)
+{
+    while (length > 0 && path[length - 1] != '/')
+        --length;
+    if (length > 0)
+        --length;
+}
+
+// Adds the components of `text` to a path without a slash at its end; false when it grows too long.
+bool append(Path& path, std::size_t& length, std::string_view text)
+{
+    while (!text.empty()) {
+        const std::size_t slash = text.find('/');
+        const std::string_view part = text.substr(0, slash);
+        text.remove_prefix(slash == std::string_view::npos ? text.size() : slash + 1);
+        if (part.empty() || part == ".")
+            continue;
+        if (part == "..") {
+            dropLastComponent(path, length);
+            continue;
+        }
+        if (length + part.size() + 2 > path.size())
+            return false;
+        path[length++] = '/';
+        std::memcpy(path.data() + length, part.data(), part.size());
+        length += part.size();
+    }
+    return true;
+}
+
+// The folder that relative paths begin at.
+std::string_view startFolder(int folder, Path& buffer)
+{
+    if (folder == AT_FDCWD)
+        return ::getcwd(buffer.data(), buffer.size()) ? buffer.data() : "";
+    std::array<char, 64> link{};
+    static_cast<void>(std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", folder));
+    const ssize_t length = ::readlink(link.data(), buffer.data(), buffer.size());
+    return {buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
+}
+
+__attribute__((destructor)) void writeCountAtTheEnd()
+{
+    writeCount();
+}
+
+} // namespace
+
+Verdict judge(bool isWatched, char const* name)
+{
+    if (!isWatched || (!g_settings.only.empty() && !isNamed(g_settings.only, name)))
+        return Verdict::kGoOn;
+    if (++g_count != g_settings.at)
+        return Verdict::kGoOn;
+    switch (g_settings.action) {
+    case Action::kFlip:
+        return Verdict::kFlip;
+    case Action::kShort:
+        return Verdict::kShort;
+    case Action::kKill:
+        ::kill(::getpid(), SIGKILL);
+        for (;;) // the signal may come to another thread first
+            ::pause();
+    case Action::kFail:
+        break;
+    }
+    errno = g_settings.error;
+    return Verdict::kFail;
+}
+
+bool isWatched(int folder, char const* path)
+{
+    if (!g_settings.isOn || !path)
+        return false;
+    const int before = errno;
+    Path start{};
+    Path whole{};
+    std::size_t length = 0;
+    const bool isWhole = (*path == '/' || append(whole, length, startFolder(folder, start)))
+        && append(whole, length, path);
+    errno = before;
+    const std::string_view text(whole.data(), length);
+    const std::string_view root = g_settings.root;
+    return isWhole && text.substr(0, root.size()) == root
+        && (text.size() == root.size() || text[root.size()] == '/');
+}
+
+bool isWatched(int descriptor)
+{
+    return descriptor >= 0 && descriptor < kTrackedDescriptors
+        && g_tracked[static_cast<std::size_t>(descriptor)];
+}
+
+void track(int descriptor, bool isWatchedNow)
+{
+    if (descriptor >= 0 && descriptor < kTrackedDescriptors)
+        g_tracked[static_cast<std::size_t>(descriptor)] = isWatchedNow;
+}
+
+int chosenError()
+{
+    return g_settings.error;
+}
+
+void writeCount()
+{
+    if (!g_settings.isOn || !g_settings.countFile)
+        return;
+    std::array<char, 32> text{};
+    const int length = std::snprintf(text.data(), text.size(), "%ld\n", g_count.load());
+    const int file = next<int(char const*, int, ...)>("open")(
+        g_settings.countFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (file < 0)
+        return;
+    const auto size = static_cast<std::size_t>(length);
+    if (next<ssize_t(int, void const*, std::size_t)>("write")(file, text.data(), size) != length)
+        std::abort();
+    next<int(int)>("close")(file);
+}
+
+} // namespace fault
