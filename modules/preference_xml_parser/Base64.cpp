@@ -1,0 +1,77 @@
+#include "preference_xml_parser/Base64.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace preferences {
+namespace {
+
+constexpr std::string_view kDigits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+bool isWhite(char character)
+{
+    return character == ' ' || character == '\t' || character == '\n' || character == '\r';
+}
+
+std::string withoutWhiteSpace(std::string_view text)
+{
+    std::string digits(text);
+    digits.erase(std::remove_if(digits.begin(), digits.end(), isWhite), digits.end());
+    return digits;
+}
+
+// The value of one digit as it stands in the alphabet; npos for none.
+std::size_t digitValue(char digit)
+{
+    return kDigits.find(digit);
+}
+
+} // namespace
+
+std::string base64FromBytes(std::string_view bytes)
+{
+    std::string text;
+    text.reserve((bytes.size() / 3 + 1) * 4);
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        std::size_t const count = std::min<std::size_t>(3, bytes.size() - at);
+        unsigned int bits = 0;
+        for (std::size_t i = 0; i < 3; ++i) {
+            bits = (bits << 8U) | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
+            text.push_back(i <= count ? kDigits[(bits >> (18U - 6U * i)) & 0x3fU] : '=');
+        }
+    }
+    return text;
+}
+
+std::optional<std::string> bytesFromBase64(std::string_view text)
+{
+    std::string digits = withoutWhiteSpace(text);
+    if (digits.size() % 4 != 0) {
+        return std::nullopt;
+    }
+    for (int padding = 0; padding < 2 && !digits.empty() && digits.back() == '='; ++padding) {
+        digits.pop_back();
+    }
+    std::string bytes;
+    unsigned int bits = 0;
+    unsigned int held = 0;
+    for (char const digit : digits) {
+        std::size_t const value = digitValue(digit);
+        if (value == std::string_view::npos) {
+            return std::nullopt;
+        }
+        bits = ((bits << 6U) | static_cast<unsigned int>(value)) & 0xfffU;
+        held += 6;
+        if (held >= 8) {
+            held -= 8;
+            bytes.push_back(static_cast<char>(static_cast<unsigned char>(bits >> held)));
+        }
+    }
+    bool const bitsLeft = (bits & ((1U << held) - 1U)) != 0;
+    return bitsLeft ? std::nullopt : std::optional(bytes);
+}
+
+} // namespace preferences

@@ -1,0 +1,37 @@
+#include "preference_xml_parser/PreferenceModule.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+
+namespace preferences {
+
+bool PreferenceModule::GetInterface(unsigned char const* id16, void** out)
+{
+    if (out == nullptr) {
+        return false;
+    }
+    *out = nullptr;
+    if (id16 == nullptr
+        || !std::equal(std::begin(kIPtPreferencesID), std::end(kIPtPreferencesID), id16)) {
+        return false;
+    }
+    IPtPreferences* const store = new (std::nothrow) PreferenceStore(m_stores);
+    *out = store;
+    return store != nullptr;
+}
+
+// The object is the library's own and stays as long as that; stores count for themselves.
+void PreferenceModule::Destroy() { }
+
+} // namespace preferences
+
+bool PtModuleMain(void** out)
+{
+    static constinit preferences::PreferenceModule module;
+    if (out == nullptr) {
+        return false;
+    }
+    *out = static_cast<IPtPreferencesModule*>(&module);
+    return true;
+}

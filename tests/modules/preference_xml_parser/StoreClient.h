@@ -1,0 +1,167 @@
+// What the tests of the store share: a folder of their own, and a client that speaks of keys and
+// values instead of buffers.
+#pragma once
+
+#include "TevoroAppManager/contract/IPtPreferences.h"
+#include "preference_xml_parser/PreferenceStore.h"
+
+#include <array>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <stdlib.h>
+
+namespace tests {
+
+// The domain that the plug-in uses.
+inline constexpr int kDomain = 3;
+
+class TemporaryFolder {
+public:
+    explicit TemporaryFolder(std::string const& below = "/tmp")
+    {
+        std::string pattern = below + "/preferences-test-XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error("no temporary folder below " + below);
+        }
+        m_path = pattern;
+    }
+    TemporaryFolder(TemporaryFolder const&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+    ~TemporaryFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+
+    std::string const& path() const { return m_path; }
+    std::string file(std::string const& name) const { return m_path + "/" + name; }
+    std::string preferences() const { return file("preferences-3.xml"); }
+
+private:
+    std::string m_path;
+};
+
+inline std::string fileBytes(std::string const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void writeFile(std::string const& path, std::string_view bytes)
+{
+    std::ofstream file(path, std::ios::binary);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!file.flush()) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
+inline std::set<std::string> namesIn(std::string const& folder)
+{
+    std::set<std::string> names;
+    for (auto const& entry : std::filesystem::directory_iterator(folder)) {
+        names.insert(entry.path().filename().string());
+    }
+    return names;
+}
+
+inline std::size_t openDescriptors()
+{
+    return namesIn("/proc/self/fd").size();
+}
+
+// The contract's form of a text: terminated 16-bit units.
+inline std::vector<unsigned short> units(std::u16string_view text)
+{
+    std::vector<unsigned short> result(text.begin(), text.end());
+    result.push_back(0);
+    return result;
+}
+
+// Holds one reference to a store.
+class StoreClient {
+public:
+    explicit StoreClient(IPtPreferences* store)
+        : m_store(store)
+    {
+    }
+    explicit StoreClient(std::string const& folder)
+        : StoreClient(new preferences::PreferenceStore(chain()))
+    {
+        if (!init(folder)) {
+            throw std::runtime_error("no store in " + folder);
+        }
+    }
+    StoreClient(StoreClient const&) = delete;
+    StoreClient& operator=(StoreClient const&) = delete;
+    ~StoreClient() { m_store->Release(); }
+
+    IPtPreferences& operator*() { return *m_store; }
+    IPtPreferences* operator->() { return m_store; }
+
+    bool init(std::string const& folder)
+    {
+        std::u16string const wide(folder.begin(), folder.end());
+        return m_store->InitStore(units(wide).data(), static_cast<int>(wide.size()));
+    }
+    bool load() { return m_store->LoadStore(kDomain); }
+    bool save() { return m_store->SaveStore(kDomain); }
+
+    bool set(std::u16string_view key, std::u16string_view text)
+    {
+        return m_store->SetValue(
+            kDomain, units(key).data(), units(text).data(), static_cast<int>(text.size()));
+    }
+    bool setBytes(std::u16string_view key, std::string_view bytes)
+    {
+        std::vector<unsigned char> content(bytes.begin(), bytes.end());
+        content.push_back(0); // never a null pointer
+        return m_store->SetBytes(
+            kDomain, units(key).data(), content.data(), static_cast<int>(bytes.size()));
+    }
+
+    // The whole text, also one with zeros in it, by the mark that was there before.
+    std::optional<std::u16string> text(std::u16string_view key)
+    {
+        constexpr unsigned short kMark = 0xdcba;
+        std::vector<unsigned short> buffer(70000, kMark);
+        if (!m_store->GetValue(
+                kDomain, units(key).data(), buffer.data(), static_cast<int>(buffer.size()))) {
+            return std::nullopt;
+        }
+        while (buffer.back() == kMark) {
+            buffer.pop_back();
+        }
+        buffer.pop_back(); // the terminator
+        return std::u16string(buffer.begin(), buffer.end());
+    }
+    std::optional<std::string> bytes(std::u16string_view key, std::size_t size)
+    {
+        std::vector<unsigned char> buffer(size + 1);
+        unsigned char* pointer = buffer.data();
+        if (!m_store->GetBytes(kDomain, units(key).data(), &pointer, static_cast<int>(size))) {
+            return std::nullopt;
+        }
+        return std::string(buffer.begin(), buffer.end() - 1);
+    }
+
+private:
+    static preferences::StoreChain& chain()
+    {
+        static preferences::StoreChain stores;
+        return stores;
+    }
+
+    IPtPreferences* m_store;
+};
+
+} // namespace tests
