@@ -1,0 +1,43 @@
+// What the user typed, read and checked as far as it can be without looking at any file.
+#pragma once
+
+#include "mfx/cli/ExitCode.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mfx {
+
+enum class Command { kSources, kList, kDownload };
+
+struct CommandLine {
+    Command command = Command::kSources;
+    bool json = false;
+    std::string source;
+
+    // download
+    std::string target;
+    std::string subfolders;
+    std::string rename;
+    std::string backup;
+    bool dng = false;
+    std::string dngPreview;
+    bool dngUncompressed = false;
+    bool dngLinear = false;
+    bool dngEmbedRaw = false;
+    std::vector<std::string> only;
+    bool deleteOriginals = false;
+    bool yes = false;
+    bool open = false;
+    std::string preferences;
+    bool remember = false;
+    bool dryRun = false;
+    bool quiet = false;
+};
+
+// Nothing when all is said already (--help, --version); `code` then is how the program ends, also
+// for wrong usage, which is told on standard error.
+std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code);
+
+} // namespace mfx

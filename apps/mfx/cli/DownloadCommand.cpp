@@ -1,0 +1,223 @@
+#include "mfx/cli/Commands.h"
+#include "mfx/cli/JsonEvents.h"
+#include "mfx/cli/Places.h"
+#include "mfx/cli/SourceArgument.h"
+#include "mfx/cli/TextEvents.h"
+#include "mfx/engine/Download.h"
+#include "mfx/engine/NameText.h"
+#include "mfx/engine/SessionPreferences.h"
+#include "mfx/engine/SpacePlan.h"
+#include "mfx/panel/OptionsPanel.h"
+#include "platform/common/FileCopy.h"
+#include "platform/common/ProgramEnvironment.h"
+
+#include <QApplication>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+namespace mfx {
+
+namespace {
+
+constexpr char kPluginPath[] = "../plugins/TevoroAppManager.so";
+constexpr char kPreferenceLibrary[] = "../Frameworks/preference_xml_parser.framework";
+
+// A missing runtime folder is of no interest to somebody who saves photos.
+void passOnMessage(QtMsgType, const QMessageLogContext&, const QString& text)
+{
+    if (!text.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR")))
+        std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+}
+
+std::optional<int> previewSize(const std::string& word)
+{
+    if (word.empty())
+        return std::nullopt;
+    return word == "none" ? 0 : word == "medium" ? 1 : 2;
+}
+
+Choices choicesOf(const CommandLine& line)
+{
+    Choices choices;
+    if (!line.backup.empty())
+        choices.backupFolder = absolutePath(line.backup);
+    choices.deletesOriginals = line.deleteOriginals;
+    choices.opensBrowser = line.open;
+    choices.convertsToDNG = line.dng;
+    choices.dngPreview = previewSize(line.dngPreview);
+    choices.dngUncompressed = line.dngUncompressed;
+    choices.dngLinear = line.dngLinear;
+    choices.dngEmbedRaw = line.dngEmbedRaw;
+    return choices;
+}
+
+std::optional<std::string> storeOf(const CommandLine& line)
+{
+    if (line.preferences == "none")
+        return std::nullopt;
+    if (line.preferences.empty())
+        return SessionPreferences::userStoreFolder();
+    return SessionPreferences::storeFolderIn(absolutePath(line.preferences));
+}
+
+NamingRules rulesOf(const CommandLine& line)
+{
+    NamingRules rules;
+    try {
+        if (!line.rename.empty())
+            rules.rename = NamePattern(line.rename);
+        if (!line.subfolders.empty())
+            rules.subfolders = SubfolderPattern(line.subfolders);
+    } catch (const PatternError& error) {
+        throw CommandError(ExitCode::kUsage, error.what());
+    }
+    return rules;
+}
+
+std::unique_ptr<DownloadEvents, void (*)(DownloadEvents*)> makeEvents(const CommandLine& line)
+{
+    // --yes answers only what was asked for on this command line, never a remembered choice.
+    const auto answering = line.yes && line.deleteOriginals ? Answering::kYes : Answering::kAsk;
+    if (line.json)
+        return {new JsonEvents(answering),
+            [](DownloadEvents* events) { delete static_cast<JsonEvents*>(events); }};
+    return {new TextEvents(line.quiet, line.dryRun, answering),
+        [](DownloadEvents* events) { delete static_cast<TextEvents*>(events); }};
+}
+
+// A folder of backups that was remembered may lie on a disk that is not there today: making it
+// anew elsewhere would be no backup.
+void requireRememberedBackup(const CommandLine& line, const std::optional<std::string>& backup)
+{
+    std::error_code error;
+    if (line.backup.empty() && backup && !std::filesystem::is_directory(*backup, error))
+        throw CommandError(ExitCode::kPlaceUnusable,
+            "the backup folder " + displayName(*backup)
+                + " is not there: connect its disk, or name another with --backup");
+}
+
+class DownloadRun {
+public:
+    explicit DownloadRun(const CommandLine& line)
+        : m_line(line)
+        , m_events(makeEvents(line))
+    {
+        m_request.rules = rulesOf(line);
+        m_request.dryRun = line.dryRun;
+        m_request.wasInterrupted = Pt::wasInterrupted;
+        m_request.target = absolutePath(line.target);
+        m_source = sourceArgument(line.source);
+        m_request.sourceName = m_source.name;
+        m_choices = choicesOf(line);
+        m_store = storeOf(line);
+    }
+
+    ExitCode run(int argc, char** argv)
+    {
+        requireUsablePlace(m_request.target, m_source.path, "target");
+        if (m_choices.backupFolder)
+            requireUsablePlace(*m_choices.backupFolder, m_source.path, "backup folder");
+        enterProgramFolder();
+        makePlaces();
+        SessionPreferences session(kPreferenceLibrary, m_store, m_choices);
+        m_request.backupFolder = session.backupFolder();
+        m_request.firstSequence = session.firstSequence();
+        requireRememberedBackup(m_line, m_request.backupFolder);
+        if (m_request.backupFolder)
+            requireUsablePlace(*m_request.backupFolder, m_source.path, "backup folder");
+        qInstallMessageHandler(passOnMessage);
+        const QApplication application(argc, argv);
+        std::setlocale(LC_NUMERIC, "C"); // sizes are written with points
+        const DownloadSummary summary = downloadWithSink();
+        if (m_line.remember && !m_line.dryRun)
+            rememberChoices(session, summary);
+        return exitCode(summary);
+    }
+
+private:
+    static void enterProgramFolder()
+    {
+        // "../Frameworks" and "../shared_assets" lead from here, for us and for the plug-in.
+        std::filesystem::current_path(Pt::programFolder());
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    }
+
+    void makePlaces()
+    {
+        if (m_line.dryRun)
+            return;
+        m_request.target = makePlace(m_request.target, "target");
+        if (m_choices.backupFolder) {
+            m_choices.backupFolder = makePlace(*m_choices.backupFolder, "backup folder");
+            Pt::removeStaleCopies(*m_choices.backupFolder);
+        }
+    }
+
+    DownloadSummary downloadWithSink()
+    {
+        std::unique_ptr<OptionsPanel> panel; // outlives the sink, which borrows it
+        SinkSession sink(kPluginPath, *m_events);
+        panel = std::make_unique<OptionsPanel>(QString::fromStdString(sink.panelFile()));
+        sink.bindPanel(*panel);
+        if (panel->isChecked("savecopies_checkbox") != m_request.backupFolder.has_value())
+            throw SystemPartError("the plug-in did not take over the choice of a backup folder");
+        m_request.wantsDNG = m_choices.convertsToDNG;
+        m_request.convertsToDNG = panel->isChecked("dng_checkbox");
+        m_request.deletesOriginals = panel->isChecked("deletefiles_checkbox");
+        const CardContents card = scanSource(m_source, m_line.only);
+        requireSpace(card);
+        return Download(m_request, card, sink, *m_events).run();
+    }
+
+    void requireSpace(const CardContents& card) const
+    {
+        const DNGSizes sizes{m_line.dngUncompressed, m_line.dngEmbedRaw};
+        const auto shortage = findShortage(card, m_request, sizes);
+        if (shortage)
+            throw CommandError(ExitCode::kPlaceUnusable,
+                "not enough space in " + displayName(shortage->folder) + ": "
+                    + sizeText(shortage->needed) + " are needed and "
+                    + sizeText(shortage->available) + " are free; nothing was written");
+    }
+
+    void rememberChoices(SessionPreferences& session, const DownloadSummary& summary)
+    {
+        const std::uint64_t next = m_request.rules.rename && m_request.rules.rename->usesSequence()
+            ? summary.nextSequence
+            : m_request.firstSequence;
+        if (!session.remember(m_request.target, next))
+            m_events->message("", "the choices could not be remembered");
+    }
+
+    static ExitCode exitCode(const DownloadSummary& summary)
+    {
+        if (summary.interrupted)
+            return ExitCode::kInterrupted;
+        if (summary.placeUnusable)
+            return ExitCode::kPlaceUnusable;
+        const bool isPart = summary.failed != 0 || summary.notDeleted != 0;
+        return isPart ? ExitCode::kPartly : ExitCode::kDone;
+    }
+
+    const CommandLine& m_line;
+    std::unique_ptr<DownloadEvents, void (*)(DownloadEvents*)> m_events;
+    DownloadRequest m_request;
+    MediaSource m_source;
+    Choices m_choices;
+    std::optional<std::string> m_store;
+};
+
+} // namespace
+
+ExitCode runDownload(const CommandLine& line)
+{
+    char name[] = "mfx";
+    char* arguments[] = {name, nullptr};
+    return DownloadRun(line).run(1, arguments);
+}
+
+} // namespace mfx

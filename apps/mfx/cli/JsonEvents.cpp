@@ -1,0 +1,92 @@
+#include "mfx/cli/JsonEvents.h"
+
+#include "mfx/cli/JsonLine.h"
+
+namespace mfx {
+
+namespace {
+
+const char* statusWord(ItemStatus status)
+{
+    switch (status) {
+    case ItemStatus::kPending:
+        break;
+    case ItemStatus::kOk:
+        return "ok";
+    case ItemStatus::kExists:
+        return "exists";
+    case ItemStatus::kFailed:
+        return "failed";
+    case ItemStatus::kBackupFailed:
+        return "backup-failed";
+    case ItemStatus::kDNGFailed:
+        return "dng-failed";
+    }
+    return "failed";
+}
+
+Json orNull(const std::optional<std::string>& text)
+{
+    return text ? Json(*text) : Json(nullptr);
+}
+
+Json notSafeList(const DownloadSummary& summary)
+{
+    Json list = Json::array();
+    for (const NotSafe& entry : summary.notSafe)
+        list.push_back({{"name", entry.name}, {"reason", entry.reason}});
+    return list;
+}
+
+} // namespace
+
+void JsonEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
+{
+    printJson({{"event", "source"}, {"name", name}, {"items", items}, {"bytes", bytes}});
+}
+
+void JsonEvents::item(const ItemEvent& event)
+{
+    printJson({{"event", "item"},
+        {"key", event.key},
+        {"name", event.name},
+        {"saved", orNull(event.saved)},
+        {"backup", orNull(event.backup)},
+        {"dng", orNull(event.dng)},
+        {"status", statusWord(event.status)},
+        {"error", orNull(event.error)}});
+}
+
+void JsonEvents::message(const std::string& title, const std::string& text)
+{
+    printJson({{"event", "message"}, {"title", title}, {"text", text}});
+}
+
+bool JsonEvents::question(const std::string&, const std::string& text)
+{
+    return askYesOrNo(text, m_answering);
+}
+
+void JsonEvents::progress(const ProgressEvent&) { }
+
+void JsonEvents::summary(const DownloadSummary& summary)
+{
+    printJson({{"event", "summary"},
+        {"items", summary.items},
+        {"saved", summary.saved},
+        {"existing", summary.existing},
+        {"backups", summary.backups},
+        {"converted", summary.converted},
+        {"failed", summary.failed},
+        {"deleted", summary.deleted},
+        {"folder", displayName(summary.folder)},
+        {"proven", summary.proven},
+        {"not_deleted", summary.notDeleted},
+        {"not_handled", summary.notHandled},
+        {"not_safe", notSafeList(summary)},
+        {"interrupted", summary.interrupted},
+        {"card_may_be_wiped", summary.cardMayBeWiped},
+        {"verdict", summary.verdict}});
+}
+
+} // namespace mfx

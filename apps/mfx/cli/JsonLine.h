@@ -1,0 +1,22 @@
+// One JSON object on one line of standard output, keys in the order given.
+#pragma once
+
+#include "mfx/cli/Reporting.h"
+#include "mfx/engine/NameText.h"
+
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+namespace mfx {
+
+using Json = nlohmann::ordered_json;
+
+inline void printJson(const Json& object)
+{
+    // Names come in as UTF-8; a stray byte of a system's message must not cost the line.
+    printLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
+    std::fflush(stdout); // a reader follows along
+}
+
+} // namespace mfx

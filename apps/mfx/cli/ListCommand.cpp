@@ -1,0 +1,59 @@
+#include "mfx/cli/Commands.h"
+#include "mfx/cli/JsonLine.h"
+#include "mfx/cli/SourceArgument.h"
+#include "mfx/engine/CaptureDate.h"
+#include "mfx/engine/ItemGroups.h"
+#include "mfx/engine/SpaceCheck.h"
+#include "platform/common/ProgramEnvironment.h"
+
+namespace mfx {
+
+namespace {
+
+void printItem(const CardContents& card,
+    std::uint32_t item,
+    std::size_t group,
+    const CaptureDate& date,
+    bool json)
+{
+    const MediaItem& file = card.items[item];
+    const std::string when = date.moment ? isoText(*date.moment) : std::string();
+    if (json)
+        printJson({{"name", displayName(file.name)},
+            {"path", displayName(card.pathOf(file))},
+            {"bytes", file.status.size},
+            {"date", when.empty() ? Json(nullptr) : Json(when)},
+            {"date_source", std::string(dateSourceText(date.source))},
+            {"group", group}});
+    else
+        printLine(terminalText(card.folders[file.folder] + '/' + file.name) + "\t"
+            + sizeText(file.status.size) + "\t" + (when.empty() ? "undated" : when));
+}
+
+ExitCode tellRest(const CardContents& card)
+{
+    for (const NotHandled& entry : card.notHandled)
+        printMessage("not handled: " + displayName(card.folderPath(entry.folder) + '/' + entry.name)
+            + " (" + std::string(reasonText(entry.reason)) + ')');
+    for (const ScanProblem& problem : card.problems)
+        printMessage(displayName(problem.path) + " cannot be read: " + problem.error.message());
+    return card.problems.empty() ? ExitCode::kDone : ExitCode::kPartly;
+}
+
+} // namespace
+
+ExitCode runList(const CommandLine& line)
+{
+    const CardContents card = scanSource(sourceArgument(line.source));
+    const std::vector<ItemGroup> groups = groupItems(card);
+    for (std::size_t group = 0; group < groups.size(); ++group) {
+        if (Pt::wasInterrupted())
+            return ExitCode::kInterrupted;
+        const CaptureDate date = groupCaptureDate(card, groups[group]);
+        for (const std::uint32_t item : groups[group].members)
+            printItem(card, item, group + 1, date, line.json);
+    }
+    return tellRest(card);
+}
+
+} // namespace mfx

@@ -1,0 +1,17 @@
+// A question to the person at the terminal.
+#pragma once
+
+#include <string>
+
+namespace mfx {
+
+// How questions are answered.
+enum class Answering {
+    kAsk, // at the terminal; no where there is none
+    kYes, // the user said so beforehand
+};
+
+// Blocks until an answer, an interrupt (no) or the end of input (no).
+bool askYesOrNo(const std::string& text, Answering answering);
+
+} // namespace mfx

@@ -1,0 +1,18 @@
+// SOURCE on the command line.
+#pragma once
+
+#include "mfx/engine/CardScan.h"
+#include "mfx/engine/Sources.h"
+
+#include <string>
+#include <vector>
+
+namespace mfx {
+
+// Throws CommandError when there is no such source.
+MediaSource sourceArgument(const std::string& text);
+
+// What lies there; throws CommandError when it cannot be read at all.
+CardContents scanSource(const MediaSource& source, const std::vector<std::string>& only = {});
+
+} // namespace mfx

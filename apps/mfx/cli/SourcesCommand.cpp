@@ -1,0 +1,21 @@
+#include "mfx/cli/Commands.h"
+#include "mfx/cli/JsonLine.h"
+#include "mfx/engine/Sources.h"
+
+namespace mfx {
+
+ExitCode runSources(const CommandLine& line)
+{
+    const std::vector<MediaSource> sources = findSources();
+    for (const MediaSource& source : sources) {
+        if (line.json)
+            printJson({{"name", source.name}, {"path", displayName(source.path)}});
+        else
+            printLine(terminalText(source.name) + "\t" + terminalText(source.path));
+    }
+    if (sources.empty() && !line.json)
+        printMessage("no card or camera is there; a folder can be named by its path");
+    return ExitCode::kDone;
+}
+
+} // namespace mfx

@@ -1,0 +1,55 @@
+// When a photo, a movie or a group of files was taken, and how that is known.
+//
+// The first source that holds a possible date wins: the photo's EXIF (original, digitized, image),
+// its XMP; the time record of a CRW raw file; a movie's creation-date key, then its header (UTC, as
+// it stands); an AVI's date chunk; last the file's modification time, read as UTC. Nothing is
+// guessed: without a date there is none. Files are opened for reading only; of a movie the headers
+// are read, of a still at most 128 MiB. Blocks while it reads. Any thread may call; reading EXIF
+// takes turns.
+#pragma once
+
+#include "mfx/engine/DateText.h"
+#include "mfx/engine/ItemGroups.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace mfx {
+
+enum class DateSource : std::uint8_t {
+    None,
+    ExifOriginal,
+    ExifDigitized,
+    ExifImage,
+    Xmp,
+    RawRecord,
+    MovieKey,
+    MovieHeader,
+    AviChunk,
+    FileTime
+};
+
+// For people, such as "EXIF original date".
+std::string_view dateSourceText(DateSource source);
+
+struct CaptureDate {
+    std::optional<CaptureMoment> moment; // nothing: the date is unknown
+    DateSource source = DateSource::None;
+    bool readFailed = false; // a file could not be read: a better date may stand in it
+
+    friend bool operator==(CaptureDate const&, CaptureDate const&) = default;
+};
+
+// From what stands in the file itself. Requires: path names a regular file.
+CaptureDate ownCaptureDate(std::string const& path);
+
+// From the modification time, read as UTC. Up to 2 January 1980 it is unset: FAT's zero date is
+// 1 January 1980, and zones shift it by up to a day.
+CaptureDate fileTimeDate(Pt::FileStatus const& status);
+
+// From the first member with a date of its own; without one, from the primary's file time.
+CaptureDate groupCaptureDate(CardContents const& card, ItemGroup const& group);
+
+} // namespace mfx

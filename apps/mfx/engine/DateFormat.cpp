@@ -1,0 +1,71 @@
+#include "mfx/engine/DateFormat.h"
+
+#include "mfx/engine/NameText.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+
+namespace mfx {
+
+namespace {
+
+constexpr std::string_view kLetters = "aAbBcCdDeFgGhHIjmMprRSTuUVwWxXyY%";
+
+void checkLetters(std::string_view format)
+{
+    for (std::size_t at = format.find('%'); at != std::string_view::npos;
+         at = format.find('%', at + 2)) {
+        if (at + 1 == format.size()) {
+            throw PatternError("The date format \"" + std::string(format)
+                + "\" ends with \"%\"; write \"%%\" for a percent sign.");
+        }
+        if (kLetters.find(format[at + 1]) == std::string_view::npos) {
+            const std::string_view letter = cutName(format.substr(at + 1), 4);
+            const std::size_t length = nameCharacterAt(letter, 0).length;
+            throw PatternError("\"%" + std::string(letter.substr(0, length))
+                + "\" is no date letter that file names can have; use such as %Y, %m, %d, %H, "
+                  "%M, %S.");
+        }
+    }
+}
+
+} // namespace
+
+DateFormat::DateFormat(std::string_view format)
+    : m_format(format)
+{
+    checkLetters(format);
+}
+
+std::string DateFormat::render(CaptureMoment const& moment) const
+{
+    const std::tm time = brokenDownTime(moment);
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out << std::put_time(&time, m_format.c_str());
+    return out.str();
+}
+
+std::string DateFormat::longestExample() const
+{
+    // "Wednesday" and "September" are the longest names; all numbers have a fixed width.
+    return render({2026, 9, 23, 22, 58, 58, std::nullopt, std::nullopt});
+}
+
+void requirePlainText(std::string_view pattern)
+{
+    const auto isControl = [](char c) {
+        return static_cast<unsigned char>(c) < 0x20 || c == '\x7F';
+    };
+    if (std::any_of(pattern.begin(), pattern.end(), isControl)) {
+        throw PatternError("The pattern \"" + terminalText(pattern)
+            + "\" holds a control character; file names should not.");
+    }
+    if (!isUtf8(pattern)) {
+        throw PatternError("The pattern \"" + displayName(pattern) + "\" is not valid UTF-8.");
+    }
+}
+
+} // namespace mfx

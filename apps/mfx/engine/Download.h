@@ -1,0 +1,98 @@
+// One download from a card into a folder: reads, saves, has the sink back up and convert, and in
+// the end deletes what may be deleted. Files are staged ahead on threads of its own; the sink, the
+// events and everything that moves a file into place stay on the caller's thread.
+//
+// An original is offered for deletion only when its copy, and its backup if one was asked for, was
+// proven in this run, all names are flushed to the disk, and it is unchanged on the card.
+#pragma once
+
+#include "mfx/engine/CardScan.h"
+#include "mfx/engine/DownloadEvents.h"
+#include "mfx/engine/FinalFolders.h"
+#include "mfx/engine/GroupWork.h"
+#include "mfx/engine/SinkSession.h"
+#include "mfx/engine/TargetName.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace mfx {
+
+struct DownloadRequest {
+    std::string sourceName; // for people
+    std::string target; // absolute
+    NamingRules rules;
+    std::uint64_t firstSequence = 1;
+    std::optional<std::string> backupFolder; // absolute; where the sink makes its copies
+    bool convertsToDNG = false; // the sink will
+    bool wantsDNG = false; // the user does, whether or not the sink can
+    bool deletesOriginals = false;
+    bool dryRun = false;
+    std::function<bool()> wasInterrupted; // looked at often, from several threads
+};
+
+class Download {
+public:
+    // Borrows all but the request.
+    Download(DownloadRequest request,
+        const CardContents& card,
+        SinkSession& sink,
+        DownloadEvents& events);
+
+    // Runs to the end, or to the interrupt, and tells the summary. Never throws for what happens to
+    // files.
+    DownloadSummary run();
+
+private:
+    struct ItemState {
+        ItemStatus status = ItemStatus::kPending;
+        bool isProven = false; // may be deleted, once names are flushed
+        FinalFolder* folder = nullptr; // null: not saved
+        std::string finalName;
+        std::string dng; // path; took the place of the raw file
+    };
+
+    void runGroups();
+    void finishGroup(GroupWork& work);
+    void backUp(GroupWork& work, std::vector<ItemEvent>& events);
+    bool hasBackup(const GroupWork& work, const MemberWork& member) const;
+    void convert(GroupWork& work, std::vector<ItemEvent>& events);
+    void judge(GroupWork& work, std::vector<ItemEvent>& events);
+    void conclude(const GroupWork& work, const std::vector<ItemEvent>& events);
+    void noteFailure(const GroupWork& work);
+    void failRest(std::size_t firstGroup, const std::string& reason);
+    void failItem(std::uint32_t item, const std::string& reason);
+    void tellRestored();
+
+    void closeDownload();
+    DeletionOutcome deleteOriginal(std::uint32_t item);
+    SinkItem sinkItem(const GroupWork& work, std::size_t member, const std::string& folder) const;
+    SinkItem finishedItem(std::uint32_t item) const;
+    bool copyStands(std::uint32_t item) const;
+    std::string deviceName(std::uint32_t item) const;
+
+    void addNotHandled();
+    void addNotSafe(const std::string& name, const std::string& reason);
+    void addProgress(std::uint64_t bytes);
+
+    const DownloadRequest m_request;
+    const CardContents& m_card;
+    SinkSession& m_sink;
+    DownloadEvents& m_events;
+    const std::vector<ItemGroup> m_groups;
+    FinalFolders m_folders;
+    std::vector<ItemState> m_items;
+    DownloadSummary m_summary;
+    std::size_t m_lastSaved = 0; // groups up to the last one that was saved
+    std::string m_stopReason; // why no further group is begun
+    std::atomic<std::uint64_t> m_bytesDone{0};
+    std::uint64_t m_bytesTotal = 0;
+    std::atomic<std::size_t> m_itemsDone{0};
+};
+
+} // namespace mfx

@@ -1,0 +1,78 @@
+// What a download tells while it runs, and what it asks. Implemented by each face of the engine:
+// the command line in text and in JSON, a window later. All calls come on the thread that runs the
+// download, but for `progress`, which may come from any, one call at a time. Texts are UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mfx {
+
+enum class ItemStatus : std::uint8_t { kPending, kOk, kExists, kFailed, kBackupFailed, kDNGFailed };
+
+struct ItemEvent {
+    long key = 0;
+    std::string name; // on the device
+    std::optional<std::string> saved; // path
+    std::optional<std::string> backup; // folder that holds a proven copy
+    std::optional<std::string> dng; // path
+    ItemStatus status = ItemStatus::kPending;
+    std::optional<std::string> error;
+};
+
+struct ProgressEvent {
+    std::uint64_t bytesDone = 0;
+    std::uint64_t bytesTotal = 0;
+    std::size_t itemsDone = 0;
+    std::size_t itemsTotal = 0;
+};
+
+// Something that is not safe: what it is about, and what to do.
+struct NotSafe {
+    std::string name;
+    std::string reason;
+};
+
+struct DownloadSummary {
+    std::size_t items = 0;
+    std::size_t saved = 0; // in this run
+    std::size_t existing = 0; // stood there already, byte for byte
+    std::size_t backups = 0; // proven second copies
+    std::size_t proven = 0; // items whose save, and backup if asked for, was proven
+    std::size_t converted = 0;
+    std::size_t failed = 0; // items that are not safe, or not as asked for
+    std::size_t deleted = 0; // originals
+    std::size_t notDeleted = 0; // originals that should have gone and did not
+    std::uint64_t nextSequence = 0; // the number after the last one given
+    std::string folder; // the target
+    std::map<std::string, std::size_t> notHandled; // by reason
+    std::vector<NotSafe> notSafe; // the first ones; `failed` counts all
+    bool backupWanted = false;
+    bool interrupted = false;
+    bool placeUnusable = false; // a place became full or unusable, and the run stopped
+    bool sourceGone = false;
+    bool dryRun = false;
+    bool cardMayBeWiped = false;
+    std::string verdict; // one or more sentences
+};
+
+class DownloadEvents {
+public:
+    virtual void source(const std::string& name, std::size_t items, std::uint64_t bytes) = 0;
+    virtual void item(const ItemEvent& event) = 0;
+    virtual void message(const std::string& title, const std::string& text) = 0;
+
+    // A question that the person answers with yes or no; false where nobody can answer.
+    virtual bool question(const std::string& title, const std::string& text) = 0;
+    virtual void progress(const ProgressEvent& event) = 0;
+    virtual void summary(const DownloadSummary& summary) = 0;
+
+protected:
+    ~DownloadEvents() = default;
+};
+
+} // namespace mfx

@@ -1,0 +1,120 @@
+#include "mfx/engine/GroupPlacer.h"
+
+#include "mfx/engine/TargetSpot.h"
+#include "platform/common/FilePlacement.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace mfx {
+
+namespace {
+
+constexpr int kAttempts = 100; // another program may take names as fast as we find them
+
+std::string finalPath(const GroupWork& work, const MemberWork& member)
+{
+    return work.folder->path + '/' + member.finalName;
+}
+
+std::string stagedPath(const GroupWork& work, const MemberWork& member)
+{
+    return work.itemFolder + '/' + member.stagedName;
+}
+
+bool renameStaged(GroupWork& work, MemberWork& member)
+{
+    if (member.stagedName == member.finalName)
+        return true;
+    const std::string from = stagedPath(work, member);
+    const std::string to = work.itemFolder + '/' + member.finalName;
+    if (Pt::moveWithoutReplacing(from, to))
+        return false;
+    member.stagedName = member.finalName;
+    return true;
+}
+
+// Takes back what was moved; the originals are on the card whatever happens.
+void undo(GroupWork& work)
+{
+    for (MemberWork& member : work.members) {
+        if (std::exchange(member.isPlaced, false))
+            Pt::moveWithoutReplacing(finalPath(work, member), stagedPath(work, member));
+    }
+}
+
+std::error_code moveAll(GroupWork& work)
+{
+    for (MemberWork& member : work.members) {
+        if (member.stoodThere)
+            continue;
+        const std::error_code error =
+            Pt::moveWithoutReplacing(stagedPath(work, member), finalPath(work, member));
+        if (error) {
+            undo(work);
+            return error;
+        }
+        member.isPlaced = true;
+    }
+    return {};
+}
+
+} // namespace
+
+void decideNames(GroupWork& work)
+{
+    const TargetSpot spot = findSpot(work, work.folder->stems);
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        MemberWork& member = work.members[i];
+        member.finalName = work.target->fileName(i, spot.number);
+        member.stoodThere = spot.occupants[i] == Occupant::kSameBytes;
+        if (member.stoodThere)
+            continue;
+        if (!member.isStaged) {
+            failGroup(work, i, "a copy of it that stood in the folder went away; try again");
+            return;
+        }
+        if (!renameStaged(work, member)) {
+            failGroup(work, i, "its copy in " + work.itemFolder + " cannot be renamed");
+            return;
+        }
+    }
+}
+
+void previewNames(GroupWork& work)
+{
+    const TargetSpot spot = findSpot(work, work.folder->stems);
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        work.members[i].finalName = work.target->fileName(i, spot.number);
+        work.members[i].stoodThere = spot.occupants[i] == Occupant::kSameBytes;
+        work.folder->stems.take(work.members[i].finalName);
+    }
+}
+
+void place(GroupWork& work)
+{
+    std::error_code error;
+    for (int attempt = 0; attempt < kAttempts && !work.failed; ++attempt) {
+        error = moveAll(work);
+        if (!error) {
+            for (const MemberWork& member : work.members)
+                work.folder->stems.take(member.finalName);
+            return;
+        }
+        if (error != std::errc::file_exists)
+            break;
+        decideNames(work);
+    }
+    if (!work.failed)
+        failGroup(work,
+            work.members.size(),
+            "it cannot be moved into " + work.folder->path + ": " + error.message());
+}
+
+void dropItemFolder(GroupWork& work)
+{
+    if (!work.itemFolder.empty())
+        work.folder->work.dropItemFolder(std::exchange(work.itemFolder, {}));
+}
+
+} // namespace mfx

@@ -1,0 +1,174 @@
+#include "mfx/engine/GroupStager.h"
+
+#include "mfx/engine/TargetSpot.h"
+#include "platform/common/PtUnicode.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace mfx {
+
+namespace {
+
+constexpr std::size_t kThreads = 3; // flushes of several files share the disk's own
+constexpr std::size_t kAhead = 8; // groups staged and not yet taken
+
+// A folder text of the contract ends at 259 units, and the longest is that of an item folder.
+constexpr std::size_t kLongestFolder = 259 - std::size("/.mfxdownload/4194304-4294967295");
+
+// Nothing is to be copied: the names are those of the files that stand there.
+void settle(GroupWork& work, const TargetSpot& spot)
+{
+    work.stoodThere = true;
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        work.members[i].stoodThere = true;
+        work.members[i].finalName = work.target->fileName(i, spot.number);
+    }
+}
+
+} // namespace
+
+GroupStager::GroupStager(StagingPlan plan, FinalFolders& folders)
+    : m_plan(std::move(plan))
+    , m_folders(folders)
+{
+    const std::size_t count = std::min(kThreads, m_plan.groups.size());
+    for (std::size_t i = 0; i < count; ++i)
+        m_threads.emplace_back([this] { run(); });
+}
+
+GroupStager::~GroupStager()
+{
+    stop();
+    for (std::thread& thread : m_threads)
+        thread.join();
+    for (auto& [group, work] : m_staged) {
+        if (!work->itemFolder.empty())
+            work->folder->work.dropItemFolder(work->itemFolder);
+    }
+}
+
+void GroupStager::stop()
+{
+    m_stopped = true;
+    m_changed.notify_all();
+}
+
+std::unique_ptr<GroupWork> GroupStager::take()
+{
+    Pt::Locked locked(m_lock);
+    const std::size_t wanted = m_nextToTake++;
+    m_changed.notify_all();
+    while (!m_staged.contains(wanted))
+        m_changed.wait(m_lock);
+    std::unique_ptr<GroupWork> work = std::move(m_staged.extract(wanted).mapped());
+    return work;
+}
+
+void GroupStager::run()
+{
+    for (;;) {
+        std::size_t group = 0;
+        {
+            Pt::Locked locked(m_lock);
+            while (!m_stopped && m_nextToStage >= m_nextToTake + kAhead)
+                m_changed.wait(m_lock);
+            if (m_nextToStage == m_plan.groups.size() || m_stopped)
+                break;
+            group = m_nextToStage++;
+        }
+        std::unique_ptr<GroupWork> work = stage(group);
+        Pt::Locked locked(m_lock);
+        m_staged[group] = std::move(work);
+        m_changed.notify_all();
+    }
+}
+
+std::unique_ptr<GroupWork> GroupStager::stage(std::size_t group)
+{
+    auto work = std::make_unique<GroupWork>();
+    work->group = group;
+    for (const std::uint32_t item : m_plan.groups[group].members) {
+        MemberWork member;
+        member.item = item;
+        member.source = m_plan.card.pathOf(m_plan.card.items[item]);
+        work->members.push_back(std::move(member));
+    }
+    try {
+        plan(*work);
+        if (!work->failed)
+            copyMembers(*work);
+    } catch (const std::exception& failure) {
+        failGroup(*work, work->members.size(), failure.what());
+    }
+    return work;
+}
+
+void GroupStager::plan(GroupWork& work)
+{
+    const ItemGroup& group = m_plan.groups[work.group];
+    work.date = groupCaptureDate(m_plan.card, group);
+    work.target =
+        groupTarget(m_plan.card, group, work.date, m_plan.rules, m_plan.firstSequence + work.group);
+    work.folder = &m_folders.open(work.target->subfolder());
+    if (isTooDeep(work.folder->path)) {
+        failGroup(work, work.members.size(), "the folder " + work.folder->path + " lies too deep");
+    } else if (work.folder->error) {
+        work.problem = Pt::CopyProblem::kTargetUnusable;
+        failGroup(work,
+            work.members.size(),
+            "the folder " + work.folder->path + " cannot be used: " + work.folder->error.message());
+    }
+}
+
+bool isTooDeep(const std::string& folder)
+{
+    return Pt::toUtf16(folder).size() > kLongestFolder;
+}
+
+void GroupStager::copyMembers(GroupWork& work)
+{
+    const TargetSpot spot = findSpot(work);
+    if (spot.holdsAll())
+        settle(work, spot);
+    if (spot.holdsAll() || m_plan.dryRun)
+        return;
+    std::error_code error;
+    const auto itemFolder = work.folder->work.makeItemFolder(error);
+    if (!itemFolder) {
+        work.problem = Pt::CopyProblem::kTargetUnusable;
+        failGroup(work,
+            work.members.size(),
+            "the folder " + work.folder->path + " takes no files: " + error.message());
+        return;
+    }
+    work.itemFolder = *itemFolder;
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        if (spot.occupants[i] == Occupant::kSameBytes)
+            continue;
+        work.members[i].stagedName = work.target->fileName(i, spot.number);
+        const Pt::CopyResult result = copyMember(work, i);
+        if (!result.isProven()) {
+            work.problem = result.problem;
+            failGroup(work, i, Pt::describe(result));
+            return;
+        }
+        work.members[i].digest = result.digest;
+        work.members[i].isStaged = true;
+    }
+}
+
+Pt::CopyResult GroupStager::copyMember(GroupWork& work, std::size_t member)
+{
+    Pt::CopyOptions options;
+    options.expected = m_plan.card.items[work.members[member].item].status;
+    options.progress = [this](std::uint64_t bytes) {
+        m_plan.progress(bytes);
+        return !isStopped();
+    };
+    return Pt::writeProvenCopy(work.members[member].source,
+        work.itemFolder + '/' + work.members[member].stagedName,
+        options);
+}
+
+} // namespace mfx

@@ -1,0 +1,176 @@
+#include "mfx/engine/NamePattern.h"
+
+#include <algorithm>
+
+namespace mfx {
+
+const std::string_view kUndated = "undated";
+
+namespace {
+
+void requireNoSlash(std::string_view text)
+{
+    if (text.find('/') != std::string_view::npos) {
+        throw PatternError("The name pattern would give \"" + std::string(text)
+            + "\", which holds \"/\"; folders are the matter of the subfolder pattern.");
+    }
+}
+
+} // namespace
+
+NamePattern::NamePattern(std::string_view pattern)
+{
+    requirePlainText(pattern);
+    if (pattern.empty()) {
+        throw PatternError("The name pattern is empty; {name} is the device's name.");
+    }
+    for (std::string_view rest = pattern; !rest.empty();) {
+        readPiece(rest);
+    }
+    dropOwnExtension();
+    if (m_pieces.empty()) {
+        throw PatternError(
+            "The name pattern \"" + std::string(pattern) + "\" leaves nothing but the extension.");
+    }
+}
+
+void NamePattern::readPiece(std::string_view& rest)
+{
+    const char first = rest.front();
+    if ((first == '{' || first == '}') && rest.substr(1, 1) == rest.substr(0, 1)) {
+        addText(first);
+        rest.remove_prefix(2);
+    } else if (first == '}') {
+        throw PatternError("\"}\" closes nothing in the name pattern; write \"}}\" for a brace.");
+    } else if (first == '{') {
+        const std::size_t end = rest.find('}');
+        if (end == std::string_view::npos) {
+            throw PatternError("\"" + std::string(rest)
+                + "\" has no \"}\" in the name pattern; write \"{{\" for a brace.");
+        }
+        m_pieces.push_back(fieldPiece(rest.substr(1, end - 1)));
+        rest.remove_prefix(end + 1);
+    } else {
+        addText(first);
+        rest.remove_prefix(1);
+    }
+}
+
+void NamePattern::addText(char c)
+{
+    requireNoSlash(std::string_view(&c, 1));
+    if (m_pieces.empty() || m_pieces.back().kind != Piece::Kind::Text) {
+        m_pieces.emplace_back();
+    }
+    m_pieces.back().text += c;
+}
+
+NamePattern::Piece NamePattern::fieldPiece(std::string_view field)
+{
+    const std::size_t colon = field.find(':');
+    const std::string_view word = field.substr(0, colon);
+    const bool bare = colon == std::string_view::npos;
+    const std::string_view argument = bare ? std::string_view() : field.substr(colon + 1);
+    if (bare && word == "name") {
+        return {Piece::Kind::Name, {}, {}, 0};
+    }
+    if (bare && word == "ext") {
+        return {Piece::Kind::Extension, {}, {}, 0};
+    }
+    if (word == "date") {
+        return datePiece(argument);
+    }
+    if (word == "seq") {
+        return sequencePiece(argument);
+    }
+    throw PatternError("{" + std::string(field)
+        + "} is no field of a name pattern; there are {name}, {ext}, {date:FORMAT} and "
+          "{seq:DIGITS}.");
+}
+
+NamePattern::Piece NamePattern::datePiece(std::string_view format)
+{
+    if (format.empty()) {
+        throw PatternError("{date} needs a format, such as {date:%Y-%m-%d}.");
+    }
+    Piece piece;
+    piece.kind = Piece::Kind::Date;
+    piece.format.emplace(format);
+    requireNoSlash(piece.format->longestExample());
+    return piece;
+}
+
+NamePattern::Piece NamePattern::sequencePiece(std::string_view digits)
+{
+    if (digits.size() != 1 || digits.front() < '1' || digits.front() > '9') {
+        throw PatternError("{seq} needs a number of digits from 1 to 9, such as {seq:4}.");
+    }
+    Piece piece;
+    piece.kind = Piece::Kind::Sequence;
+    piece.digits = static_cast<std::size_t>(digits.front() - '0');
+    return piece;
+}
+
+// Takes off the ".{ext}" at the end, which every member has of its own.
+void NamePattern::dropOwnExtension()
+{
+    const std::size_t count = m_pieces.size();
+    if (count < 2 || m_pieces[count - 1].kind != Piece::Kind::Extension
+        || m_pieces[count - 2].kind != Piece::Kind::Text
+        || m_pieces[count - 2].text.back() != '.') {
+        return;
+    }
+    m_pieces.pop_back();
+    m_pieces.back().text.pop_back();
+    if (m_pieces.back().text.empty()) {
+        m_pieces.pop_back();
+    }
+}
+
+bool NamePattern::usesSequence() const
+{
+    return std::any_of(m_pieces.begin(), m_pieces.end(), [](Piece const& piece) {
+        return piece.kind == Piece::Kind::Sequence;
+    });
+}
+
+std::string NamePattern::rendered(Piece const& piece, NameFields const& fields)
+{
+    switch (piece.kind) {
+    case Piece::Kind::Name:
+        return fields.name;
+    case Piece::Kind::Extension:
+        return fields.extension;
+    case Piece::Kind::Date:
+        return fields.date ? piece.format->render(*fields.date) : std::string(kUndated);
+    case Piece::Kind::Sequence: {
+        const std::string number = std::to_string(fields.sequence);
+        const std::size_t zeros = piece.digits - std::min(piece.digits, number.size());
+        return std::string(zeros, '0') + number;
+    }
+    case Piece::Kind::Text:
+        break;
+    }
+    return piece.text;
+}
+
+std::string NamePattern::stem(NameFields const& fields) const
+{
+    std::string stem;
+    for (Piece const& piece : m_pieces) {
+        stem += rendered(piece, fields);
+    }
+    requireNoSlash(stem);
+    if (stem.find('\0') != std::string::npos) {
+        throw PatternError("The device's name holds a NUL character.");
+    }
+    if (stem.empty()) {
+        throw PatternError("The name pattern gives an empty name for \"" + fields.name + "\".");
+    }
+    if (stem.front() == '.') {
+        throw PatternError("The name pattern gives \"" + stem + "\", which would be hidden.");
+    }
+    return stem;
+}
+
+} // namespace mfx

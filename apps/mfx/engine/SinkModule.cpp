@@ -1,0 +1,56 @@
+#include "mfx/engine/SinkModule.h"
+
+#include "platform/common/PtModule.h"
+#include "platform/common/PtUnicode.h"
+
+namespace mfx {
+
+namespace {
+
+FxPluginMainFunction loadEntry(const std::string& path)
+{
+    const PtModuleRef module = PtLoadLibrary(Pt::toUtf16(path).c_str());
+    if (!module)
+        throw SystemPartError("cannot load the plug-in " + path + ": install mfx again");
+    const auto entry =
+        reinterpret_cast<FxPluginMainFunction>(PtGetProcAddress(module, kFxPluginMainName));
+    if (!entry)
+        throw SystemPartError(path + " is no plug-in of mfx: it has no " + kFxPluginMainName);
+    return entry;
+}
+
+void require(bool holds, const char* step)
+{
+    if (!holds)
+        throw SystemPartError(std::string("the plug-in refuses to work: ") + step);
+}
+
+} // namespace
+
+SinkModule::SinkModule(const std::string& path)
+{
+    void* plugin = nullptr;
+    require(loadEntry(path)(&plugin) == 1 && plugin, kFxPluginMainName);
+    m_plugin.reset(static_cast<IFxPlugin*>(plugin));
+    void* manager = nullptr;
+    m_plugin->QueryInterface(kFxIdSourceManager, &manager);
+    m_manager.reset(static_cast<ISourceManager*>(manager));
+    require(m_manager && m_manager->Init() == kFxOk, "Init");
+    FxRef<IEnumSource> sources;
+    require(m_manager->EnumSources(sources.receive()) == kFxOk && sources, "EnumSources");
+    m_source.tag = kFxTagSource;
+    m_source.size = kFxSizeSource;
+    require(sources->Next(&m_source) == kFxOk, "its list of sources is empty");
+    require(m_manager->CreateSource(m_source.name, m_sink.receive()) == kFxOk && m_sink,
+        "CreateSource");
+}
+
+void* SinkModule::queryFace(long id) const
+{
+    void* face = nullptr;
+    m_sink->QueryInterface(id, &face);
+    require(face != nullptr, "it lacks an interface");
+    return face;
+}
+
+} // namespace mfx

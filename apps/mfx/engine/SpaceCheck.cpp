@@ -1,0 +1,77 @@
+#include "mfx/engine/SpaceCheck.h"
+
+#include "platform/common/FileStatus.h"
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+
+namespace mfx {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Volume {
+    std::string folder;
+    std::uint64_t needed = 0;
+};
+
+// The folder itself or the nearest one above it that stands.
+fs::path standing(fs::path folder)
+{
+    std::error_code error;
+    while (!fs::exists(folder, error) && folder.has_relative_path())
+        folder = folder.parent_path();
+    return folder;
+}
+
+std::optional<std::uint64_t> deviceOf(const fs::path& folder)
+{
+    std::error_code error;
+    const fs::path whole = fs::canonical(folder, error); // the device of what a link leads to
+    const auto status = Pt::fileStatus(error ? folder.string() : whole.string(), error);
+    return status ? std::optional(status->device) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
+{
+    std::map<std::uint64_t, Volume> volumes;
+    for (const SpaceNeed& need : needs) {
+        const fs::path folder = standing(need.folder);
+        const auto device = deviceOf(folder);
+        if (!device)
+            continue;
+        Volume& volume = volumes[*device];
+        if (volume.folder.empty())
+            volume.folder = folder.string();
+        volume.needed += need.bytes;
+    }
+    for (const auto& [device, volume] : volumes) {
+        std::error_code error;
+        const fs::space_info space = fs::space(volume.folder, error);
+        if (!error && volume.needed > space.available)
+            return SpaceShortage{volume.folder, volume.needed, space.available};
+    }
+    return std::nullopt;
+}
+
+std::string sizeText(std::uint64_t bytes)
+{
+    constexpr std::array kUnits{"bytes", "kB", "MB", "GB", "TB"};
+    constexpr double kStep = 1000;
+    std::size_t unit = 0;
+    auto value = static_cast<double>(bytes);
+    while (value >= kStep && unit + 1 < kUnits.size()) {
+        value /= kStep;
+        ++unit;
+    }
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
+    return text.data();
+}
+
+} // namespace mfx

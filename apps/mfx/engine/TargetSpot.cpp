@@ -1,0 +1,82 @@
+#include "mfx/engine/TargetSpot.h"
+
+#include "platform/common/FileStatus.h"
+
+#include <algorithm>
+
+namespace mfx {
+
+namespace {
+
+bool holdsSameBytes(MemberWork& member, const std::string& path, const Pt::FileStatus& there)
+{
+    std::error_code error;
+    if (there.kind != Pt::FileStatus::Kind::Regular)
+        return false;
+    if (!member.digest) {
+        const auto source = Pt::fileStatus(member.source, error);
+        if (!source || source->size != there.size)
+            return false;
+        member.digest = Pt::digestOfFile(member.source, error);
+    }
+    if (!member.digest || member.digest->size != there.size)
+        return false;
+    return Pt::digestOfFile(path, error) == member.digest;
+}
+
+TargetSpot look(GroupWork& work, std::uint64_t number)
+{
+    TargetSpot spot;
+    spot.number = number;
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const std::string path = work.folder->path + '/' + work.target->fileName(i, number);
+        std::error_code error;
+        const auto there = Pt::fileStatus(path, error);
+        if (!there && error == std::errc::no_such_file_or_directory)
+            spot.occupants.push_back(Occupant::kNone);
+        else if (there && holdsSameBytes(work.members[i], path, *there))
+            spot.occupants.push_back(Occupant::kSameBytes);
+        else
+            spot.occupants.push_back(Occupant::kOther);
+    }
+    return spot;
+}
+
+template <typename StemTest>
+TargetSpot find(GroupWork& work, StemTest isTaken)
+{
+    for (std::uint64_t number = 0;; ++number) {
+        TargetSpot spot = look(work, number);
+        if (std::count(spot.occupants.begin(), spot.occupants.end(), Occupant::kOther) != 0)
+            continue;
+        if (spot.isFree() && isTaken(work.target->fileName(0, number)))
+            continue;
+        return spot;
+    }
+}
+
+} // namespace
+
+bool TargetSpot::isFree() const
+{
+    return std::count(occupants.begin(), occupants.end(), Occupant::kNone)
+        == static_cast<std::ptrdiff_t>(occupants.size());
+}
+
+bool TargetSpot::holdsAll() const
+{
+    return std::count(occupants.begin(), occupants.end(), Occupant::kSameBytes)
+        == static_cast<std::ptrdiff_t>(occupants.size());
+}
+
+TargetSpot findSpot(GroupWork& work, const StemRegister& stems)
+{
+    return find(work, [&stems](const std::string& name) { return stems.isTaken(name); });
+}
+
+TargetSpot findSpot(GroupWork& work)
+{
+    return find(work, [](const std::string&) { return false; });
+}
+
+} // namespace mfx

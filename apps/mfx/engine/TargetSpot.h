@@ -1,0 +1,30 @@
+// Which numbered form of its names a group takes in its final folder. Looks only; any thread.
+#pragma once
+
+#include "mfx/engine/GroupWork.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace mfx {
+
+// What stands under the name that a member would take.
+enum class Occupant : std::uint8_t { kNone, kSameBytes, kOther };
+
+struct TargetSpot {
+    std::uint64_t number = 0;
+    std::vector<Occupant> occupants; // one for each member
+
+    bool isFree() const;
+    bool holdsAll() const; // all members stand there already
+};
+
+// The first numbered form whose names are free or hold just these bytes. A free form is passed
+// over when its stem belongs to other files. Sources are read for their digest only where a file
+// of the same size stands under the name; the digest is kept in the member.
+TargetSpot findSpot(GroupWork& work, const StemRegister& stems);
+
+// The same, but without a look at the stems: for threads that do not own the register.
+TargetSpot findSpot(GroupWork& work);
+
+} // namespace mfx

@@ -1,0 +1,152 @@
+#include "mfx/engine/WorkFolder.h"
+
+#include "mfx/engine/TargetName.h"
+#include "platform/common/FilePlacement.h"
+#include "platform/common/FileStatus.h"
+#include "platform/common/ProgramEnvironment.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace mfx {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kAttempts = 100; // another process may remove the folder as often as we make it
+
+bool isOwnLeftover(const std::string& name, Pt::FileStatus::Kind kind)
+{
+    // A group's folder: "<process id>-<number>".
+    const std::size_t dash = name.find('-');
+    const auto isNumber = [](const std::string& text) {
+        return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    };
+    return kind == Pt::FileStatus::Kind::Folder && dash != std::string::npos
+        && isNumber(name.substr(0, dash)) && isNumber(name.substr(dash + 1));
+}
+
+// A file that a conversion set aside goes back under its name, or under a numbered form of it.
+std::error_code putBack(const fs::path& from, const fs::path& folder)
+{
+    constexpr std::uint64_t kForms = 10000;
+    const std::string stem = from.stem().string();
+    const std::string extension = from.extension().string();
+    std::error_code error;
+    for (std::uint64_t number = 0; number < kForms; ++number) {
+        const fs::path to = folder / (numberedStem(stem, number) + extension);
+        error = Pt::moveWithoutReplacing(from.string(), to.string());
+        if (error != std::errc::file_exists)
+            break;
+    }
+    return error;
+}
+
+// A DNG beside the raw file that it was to replace: the raw file is whole, the DNG may not be.
+bool isUnfinishedConversion(const fs::path& path, const std::vector<fs::path>& entries)
+{
+    if (path.extension() != ".dng")
+        return false;
+    return std::any_of(entries.begin(), entries.end(), [&path](const fs::path& other) {
+        return other.stem() == path.stem() && other != path && other.extension() != ".xmp";
+    });
+}
+
+} // namespace
+
+WorkFolder::WorkFolder(std::string finalFolder)
+    : m_finalFolder(std::move(finalFolder))
+    , m_path(m_finalFolder + '/' + kName)
+{
+}
+
+std::vector<std::string> WorkFolder::recover(std::error_code& error)
+{
+    error.clear();
+    std::vector<std::string> restored;
+    std::error_code lockError;
+    const auto alone = Pt::FolderLock::takeAlone(m_path, lockError);
+    if (!alone) // not there, or somebody is at work in it
+        return restored;
+    std::error_code listing;
+    std::vector<fs::path> entries;
+    for (fs::directory_iterator it(m_path, listing), end; !listing && it != end;
+         it.increment(listing))
+        entries.push_back(it->path());
+    for (const fs::path& entry : entries) {
+        std::error_code step;
+        const std::string name = entry.filename().string();
+        const auto status = Pt::fileStatus(entry.string(), step);
+        if (!status)
+            continue;
+        if (isOwnLeftover(name, status->kind))
+            fs::remove_all(entry, step);
+        else if (status->kind == Pt::FileStatus::Kind::Regular
+            && isUnfinishedConversion(entry, entries))
+            fs::remove(entry, step);
+        else if (!(step = putBack(entry, m_finalFolder)))
+            restored.push_back(name);
+        if (step)
+            error = step;
+    }
+    std::error_code ignored; // not empty: what could not be put back is still in it
+    fs::remove(m_path, ignored);
+    return restored;
+}
+
+// Makes the folder and shares the lock on it, until both are of one and the same folder.
+std::error_code WorkFolder::enter()
+{
+    if (m_share && m_share->stillNames(m_path))
+        return {};
+    std::error_code error;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        m_share.reset();
+        fs::create_directory(m_path, error);
+        if (error)
+            return error;
+        m_share = Pt::FolderLock::share(m_path, error);
+        if (m_share && m_share->stillNames(m_path))
+            return {};
+        if (!m_share && error != std::errc::no_such_file_or_directory)
+            return error;
+    }
+    return error ? error : std::make_error_code(std::errc::resource_unavailable_try_again);
+}
+
+std::optional<std::string> WorkFolder::makeItemFolder(std::error_code& error)
+{
+    Pt::Locked locked(m_lock);
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        error = enter();
+        if (error)
+            return std::nullopt;
+        const std::string path =
+            m_path + '/' + std::to_string(Pt::processId()) + '-' + std::to_string(++m_counter);
+        const bool made = fs::create_directory(path, error);
+        if (made)
+            return path;
+        // Gone: somebody removed the empty folder just now. There already: left by a process of
+        // the same number, while another was at work.
+        if (error && error != std::errc::no_such_file_or_directory)
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+void WorkFolder::dropItemFolder(const std::string& itemFolder)
+{
+    std::error_code ignored; // what cannot be removed now is removed by the next run
+    fs::remove_all(itemFolder, ignored);
+}
+
+void WorkFolder::leave()
+{
+    Pt::Locked locked(m_lock);
+    std::error_code ignored; // not empty: somebody else is at work
+    fs::remove(m_path, ignored);
+    m_share.reset();
+}
+
+} // namespace mfx

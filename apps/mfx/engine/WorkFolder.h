@@ -1,0 +1,56 @@
+// The folder ".mfxdownload" in a folder that is downloaded into. Each group is worked on in a
+// folder of its own below it, ".mfxdownload/<process id>-<number>", and leaves it for its final
+// place by a rename. What lies in ".mfxdownload" itself is a raw file that a conversion has set
+// aside.
+//
+// While a process works in it, it shares a lock on it. A process that gets the lock alone knows
+// that whatever lies there was left by a crash: raw files go back to where they were, all else
+// goes. One object serves one final folder; any thread may call it.
+#pragma once
+
+#include "platform/common/FolderLock.h"
+#include "platform/common/Lock.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace mfx {
+
+class WorkFolder {
+public:
+    static constexpr char kName[] = ".mfxdownload";
+
+    explicit WorkFolder(std::string finalFolder);
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+
+    // Removes what a crash left, unless another process is at work here. Returns the names of the
+    // raw files that were put back; an error stands for something that could be neither put back
+    // nor removed, which then is still there.
+    std::vector<std::string> recover(std::error_code& error);
+
+    // Makes a new empty folder for one group; its path.
+    std::optional<std::string> makeItemFolder(std::error_code& error);
+
+    // Removes a group's folder with all that is left in it.
+    void dropItemFolder(const std::string& itemFolder);
+
+    // Removes ".mfxdownload" if it is empty and lets go of it. Another object may still use it.
+    void leave();
+
+    const std::string& finalFolder() const { return m_finalFolder; }
+
+private:
+    std::error_code enter() TEVORO_REQUIRES(m_lock);
+
+    const std::string m_finalFolder;
+    const std::string m_path;
+    Pt::Lock m_lock;
+    std::optional<Pt::FolderLock> m_share TEVORO_GUARDED_BY(m_lock);
+    std::uint64_t m_counter TEVORO_GUARDED_BY(m_lock) = 0;
+};
+
+} // namespace mfx

@@ -1,0 +1,48 @@
+#include "mfx/panel/OptionsPanel.h"
+
+#include "mfx/engine/SinkModule.h"
+
+#include <QAbstractButton>
+#include <QFile>
+#include <QUiLoader>
+
+namespace mfx {
+
+OptionsPanel::OptionsPanel(const QString& descriptionFile)
+{
+    QFile file(descriptionFile);
+    if (!file.open(QIODevice::ReadOnly))
+        throw SystemPartError("cannot read the options panel " + descriptionFile.toStdString()
+            + ": " + file.errorString().toStdString());
+    QUiLoader loader;
+    m_widget.reset(loader.load(&file));
+    if (!m_widget)
+        throw SystemPartError("the options panel " + descriptionFile.toStdString()
+            + " is damaged: " + loader.errorString().toStdString());
+    // Laid out even where it is never shown: the sink fits texts to the sizes of widgets.
+    m_widget->ensurePolished();
+    m_widget->adjustSize();
+}
+
+FxStatus OptionsPanel::FindControl(char const* name, IClientUIControl** out)
+{
+    *out = nullptr;
+    const QString objectName = QString::fromUtf8(name);
+    auto* widget = m_widget->findChild<QWidget*>(objectName);
+    if (!widget)
+        return kFxOk;
+    auto& control = m_controls[objectName];
+    if (!control)
+        control = std::make_unique<PanelControl>(*widget);
+    control->AddRef();
+    *out = control.get();
+    return kFxOk;
+}
+
+bool OptionsPanel::isChecked(const char* name) const
+{
+    const auto* button = m_widget->findChild<QAbstractButton*>(QString::fromUtf8(name));
+    return button && button->isChecked();
+}
+
+} // namespace mfx

@@ -1,0 +1,110 @@
+// A folder that stands for a card, made for one test and removed with it.
+#pragma once
+
+#include "mfx/engine/CardScan.h"
+#include "mfx/engine/ItemGroups.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace mfx::tests {
+
+class TestCard {
+public:
+    TestCard()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "card-XXXXXX").native();
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error("no temporary folder");
+        }
+        m_path = std::filesystem::canonical(pattern).native();
+    }
+    ~TestCard()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TestCard(TestCard const&) = delete;
+    TestCard& operator=(TestCard const&) = delete;
+
+    std::string const& path() const { return m_path; }
+    std::string path(std::string const& name) const { return m_path + '/' + name; }
+
+    void addFolder(std::string const& name) const
+    {
+        std::filesystem::create_directories(path(name));
+    }
+
+    // Makes the folders on the way, too.
+    void add(std::string const& name, std::string const& content = "x") const
+    {
+        std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
+        std::ofstream file(path(name), std::ios::binary);
+        file << content;
+        if (!file) {
+            throw std::runtime_error("cannot write " + path(name));
+        }
+    }
+
+    // Seconds since 1970.
+    void setFileTime(std::string const& name, std::int64_t seconds) const
+    {
+        const timespec time{seconds, 0};
+        const timespec times[]{time, time};
+        if (utimensat(AT_FDCWD, path(name).c_str(), times, 0) != 0) {
+            throw std::runtime_error("cannot set the time of " + path(name));
+        }
+    }
+
+    CardContents scan(std::vector<std::string> const& only = {}) const
+    {
+        ScanOptions options;
+        options.only = NameFilter(only);
+        return scanCard(m_path, options);
+    }
+
+private:
+    std::string m_path;
+};
+
+// Paths of the items below the card, in the order of the scan.
+inline std::vector<std::string> itemPaths(CardContents const& card)
+{
+    std::vector<std::string> paths;
+    for (MediaItem const& item : card.items) {
+        paths.push_back(card.pathOf(item).substr(card.root.size() + 1));
+    }
+    return paths;
+}
+
+// Names of the members of each group.
+inline std::vector<std::vector<std::string>> groupNames(CardContents const& card)
+{
+    std::vector<std::vector<std::string>> names;
+    for (ItemGroup const& group : groupItems(card)) {
+        names.emplace_back();
+        for (const std::uint32_t member : group.members) {
+            names.back().push_back(card.items[member].name);
+        }
+    }
+    return names;
+}
+
+// The folder of sample media with a file's part of the path; empty when there is none on this
+// machine.
+inline std::string samplePath(std::string const& name)
+{
+    char const* folder = std::getenv("MFX_SAMPLES");
+    const std::string path = folder == nullptr ? std::string() : std::string(folder) + '/' + name;
+    return !path.empty() && std::filesystem::exists(path) ? path : std::string();
+}
+
+} // namespace mfx::tests
