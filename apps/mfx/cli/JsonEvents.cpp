@@ -83,6 +83,7 @@ void JsonEvents::summary(const DownloadSummary& summary)
         {"proven", summary.proven},
         {"not_deleted", summary.notDeleted},
         {"not_handled", summary.notHandled},
+        {"not_asked_for", summary.notAskedFor},
         {"not_safe", notSafeList(summary)},
         {"interrupted", summary.interrupted},
         {"card_may_be_wiped", summary.cardMayBeWiped},

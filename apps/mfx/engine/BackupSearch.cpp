@@ -36,6 +36,8 @@ bool holdsBackup(const std::string& folder,
         const auto there = Pt::fileStatus(path, error);
         if (!there && number > 0) // beside its original, a copy begins with "-1"
             return false;
+        if (there && there->size == 0 && digest.size != 0 && Pt::removeStaleProbe(path))
+            continue;
         if (!there || there->kind != Pt::FileStatus::Kind::Regular || there->size != digest.size
             || isSameFile(*there, saved))
             continue;

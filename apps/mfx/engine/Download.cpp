@@ -59,6 +59,7 @@ DownloadSummary Download::run()
     m_summary.folder = m_request.target;
     m_summary.backupWanted = m_request.backupFolder.has_value();
     m_summary.dryRun = m_request.dryRun;
+    m_summary.notAskedFor = m_card.notAskedFor;
     std::uint64_t bytes = 0;
     for (const MediaItem& item : m_card.items)
         bytes += item.status.size;
@@ -125,10 +126,11 @@ void Download::finishGroup(GroupWork& work)
         backUp(work, events);
     if (!work.failed && !m_request.dryRun)
         place(work);
-    dropItemFolder(work);
     const bool asksForDNG = m_request.convertsToDNG || m_request.wantsDNG;
     if (!work.failed && asksForDNG && !m_request.dryRun)
-        convert(work, events);
+        convert(
+            work, events); // the item folder keeps the work folder, and our lock on it, in being
+    dropItemFolder(work);
     judge(work, events);
     conclude(work, events);
     if (work.failed)
@@ -303,10 +305,9 @@ std::string Download::deviceName(std::uint32_t item) const
 
 void Download::addNotHandled()
 {
-    for (const NotHandled& entry : m_card.notHandled) {
-        if (!isHarmless(entry.reason))
-            ++m_summary.notHandled[std::string(reasonText(entry.reason))];
-    }
+    for (const NotHandled& entry : m_card.notHandled)
+        ++m_summary.notHandled[std::string(reasonText(entry.reason))];
+    m_summary.mayHoldPhotos = m_card.harmfulNotHandled();
     for (const ScanProblem& problem : m_card.problems) {
         ++m_summary.failed;
         addNotSafe(displayName(problem.path), "it cannot be read: " + problem.error.message());
@@ -321,6 +322,7 @@ void Download::addNotSafe(const std::string& name, const std::string& reason)
 
 void Download::addProgress(std::uint64_t bytes)
 {
+    Pt::Locked locked(m_progressLock);
     const std::uint64_t done = m_bytesDone += bytes;
     m_events.progress(
         {std::min(done, m_bytesTotal), m_bytesTotal, m_itemsDone, m_card.items.size()});

@@ -3,7 +3,10 @@
 
 #include "mfx/engine/Download.h"
 #include "mfx/engine/NameText.h"
+#include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
+#include "platform/common/PtExSystem.h"
+#include "platform/common/SystemError.h"
 
 #include <filesystem>
 
@@ -70,8 +73,8 @@ DeletionOutcome Download::deleteOriginal(std::uint32_t item)
         reason = "it changed after it was copied";
     else if (!copyStands(item))
         reason = "its copy is no longer at " + displayName(copy);
-    else if (!fs::remove(path, error) || error)
-        reason = "it cannot be deleted: " + error.message();
+    else if (Pt::unlinkPath(path) != 0)
+        reason = "it cannot be deleted: " + Pt::systemErrorText(Pt::ErrorCode());
     if (reason.empty()) {
         ++m_summary.deleted;
         return DeletionOutcome::kDeleted;

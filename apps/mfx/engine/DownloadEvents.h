@@ -50,6 +50,8 @@ struct DownloadSummary {
     std::uint64_t nextSequence = 0; // the number after the last one given
     std::string folder; // the target
     std::map<std::string, std::size_t> notHandled; // by reason
+    std::size_t mayHoldPhotos = 0; // how many of these might be missed
+    std::size_t notAskedFor = 0; // left out by the choice of names
     std::vector<NotSafe> notSafe; // the first ones; `failed` counts all
     bool backupWanted = false;
     bool interrupted = false;

@@ -38,11 +38,14 @@ std::string notHandledText(const DownloadSummary& summary)
 void giveVerdict(DownloadSummary& summary)
 {
     const bool allProven = summary.proven == summary.items && summary.failed == 0;
-    summary.cardMayBeWiped = allProven && summary.notSafe.empty() && summary.notHandled.empty()
-        && !summary.interrupted && !summary.sourceGone && !summary.dryRun;
+    summary.cardMayBeWiped = allProven && summary.notSafe.empty() && summary.mayHoldPhotos == 0
+        && summary.notAskedFor == 0 && !summary.interrupted && !summary.sourceGone
+        && !summary.dryRun;
     summary.verdict = counts(summary);
     if (!summary.notHandled.empty())
         summary.verdict += "; not handled: " + notHandledText(summary);
+    if (summary.notAskedFor != 0)
+        summary.verdict += "; " + counted(summary.notAskedFor, "not asked for");
     if (summary.dryRun)
         summary.verdict += ". Nothing was written.";
     else if (summary.cardMayBeWiped && summary.items == 0)
@@ -52,8 +55,7 @@ void giveVerdict(DownloadSummary& summary)
     else if (summary.interrupted)
         summary.verdict += ". Interrupted: do not wipe the card; run the download again.";
     else if (allProven && summary.notSafe.empty())
-        summary.verdict += ". All items are safe; look at what was not handled before the card is "
-                           "wiped.";
+        summary.verdict += ". All these are safe; the card holds more than these.";
     else
         summary.verdict += ". Do not wipe the card: not everything on it is safe.";
 }

@@ -25,6 +25,10 @@ int closeDescriptor(int descriptor);
 
 int unlinkPath(std::string const& path);
 
+// Tries to lock an open file against those who look whether it was left behind (flock); a file
+// system without locks has nobody who could look.
+void lockDescriptor(int descriptor);
+
 // Blocks until the bytes have reached the disk.
 int syncDescriptor(int descriptor);
 

@@ -103,6 +103,8 @@ PtIoDeviceFile::PtIoDeviceFile(std::string wholePath, int flags)
     if (m_descriptor < 0)
         throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
     m_isOpen = true;
+    if (m_removesOnClose)
+        Pt::lockDescriptor(m_descriptor);
     m_fileSize = Pt::seekToEnd(m_descriptor);
     if (m_fileSize < 0) {
         int const error = Pt::ErrorCode();
@@ -130,9 +132,10 @@ int PtIoDeviceFile::close()
     if (!m_isOpen)
         return 0;
     m_isOpen = false;
-    int const closeError = Pt::closeDescriptor(m_descriptor) == 0 ? 0 : Pt::ErrorCode();
-    m_descriptor = -1;
+    // The name goes first: while the file is open, its lock says that it is in use.
     int const unlinkError =
         !m_removesOnClose || Pt::unlinkPath(m_wholePath) == 0 ? 0 : Pt::ErrorCode();
+    int const closeError = Pt::closeDescriptor(m_descriptor) == 0 ? 0 : Pt::ErrorCode();
+    m_descriptor = -1;
     return closeError != 0 ? closeError : unlinkError;
 }

@@ -3,6 +3,7 @@
 #include "platform/platforms/linux/Retry.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace Pt {
@@ -53,6 +54,11 @@ int closeDescriptor(int descriptor)
 int unlinkPath(std::string const& path)
 {
     return ::unlink(path.c_str());
+}
+
+void lockDescriptor(int descriptor)
+{
+    ::flock(descriptor, LOCK_EX | LOCK_NB);
 }
 
 int syncDescriptor(int descriptor)

@@ -297,6 +297,19 @@ std::size_t removeStaleCopies(const std::string& folder)
     return removed;
 }
 
+// A proven copy of an empty file is told from a probe by its permissions, where there are such.
+bool removeStaleProbe(const std::string& path)
+{
+    constexpr mode_t kPermissions = 0777;
+    constexpr mode_t kCopy = 0600;
+    const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    struct stat status = {};
+    return file.isOpen() && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode)
+        && status.st_size == 0 && (status.st_mode & kPermissions) != kCopy
+        && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0
+        && ::unlink(path.c_str()) == 0;
+}
+
 std::optional<ContentDigest> digestOfFile(const std::string& path, std::error_code& error)
 {
     const Descriptor file = Descriptor::open(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
