@@ -1,0 +1,212 @@
+#include "e2e/MfxRun.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace e2e {
+
+namespace {
+
+constexpr unsigned int kNobody = 65534;
+
+struct Pipe {
+    int ends[2] = {-1, -1};
+    Pipe() { EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0); }
+};
+
+// Reads both to their ends, in whatever order they fill.
+void readBoth(int out, int err, RunResult& result)
+{
+    pollfd polled[2] = {{out, POLLIN, 0}, {err, POLLIN, 0}};
+    for (int open = 2; open > 0;) {
+        if (::poll(polled, 2, -1) < 0)
+            continue;
+        for (int i = 0; i < 2; ++i) {
+            if (polled[i].fd < 0 || polled[i].revents == 0)
+                continue;
+            char piece[4096];
+            const ssize_t count = ::read(polled[i].fd, piece, sizeof piece);
+            if (count > 0) {
+                (i == 0 ? result.out : result.err).append(piece, static_cast<std::size_t>(count));
+            } else {
+                polled[i].fd = -1;
+                --open;
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::vector<Json> RunResult::events() const
+{
+    std::vector<Json> all;
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);)
+        all.push_back(Json::parse(line));
+    return all;
+}
+
+std::vector<Json> RunResult::events(const std::string& kind) const
+{
+    std::vector<Json> some;
+    for (const Json& event : events()) {
+        if (event.value("event", "") == kind)
+            some.push_back(event);
+    }
+    return some;
+}
+
+Json RunResult::summary() const
+{
+    const auto found = events("summary");
+    EXPECT_EQ(found.size(), 1U) << out << err;
+    return found.empty() ? Json::object() : found.front();
+}
+
+Json RunResult::item(const std::string& deviceName) const
+{
+    for (const Json& event : events("item")) {
+        if (event["name"] == deviceName)
+            return event;
+    }
+    ADD_FAILURE() << "no item " << deviceName << " in " << out << err;
+    return Json::object();
+}
+
+void MfxTest::SetUp()
+{
+    std::string name = (fs::temp_directory_path() / "mfx-e2e-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(name.data()), nullptr);
+    m_root = fs::canonical(name);
+    fs::permissions(m_root, fs::perms::all);
+    for (const char* folder : {"data/card/DCIM/100MFX", "home", "run"})
+        fs::create_directories(m_root / folder);
+    fs::permissions(m_root / "run", fs::perms::owner_all);
+    fs::permissions(data(), fs::perms::all);
+    m_environment = {{"HOME", m_root / "home"},
+        {"XDG_RUNTIME_DIR", m_root / "run"},
+        {"PATH", "/usr/bin:/bin"},
+        {"LC_ALL", "C.UTF-8"},
+        {"QT_QPA_PLATFORM", "offscreen"},
+        {"TMPDIR", m_root / "run"}};
+    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+        if (const char* value = std::getenv(inherited))
+            m_environment[inherited] = value;
+    }
+}
+
+void MfxTest::TearDown()
+{
+    std::error_code error;
+    fs::remove_all(m_root, error);
+}
+
+fs::path MfxTest::addFile(const std::string& name, const std::string& content)
+{
+    return addFileIn("DCIM/100MFX", name, content);
+}
+
+fs::path MfxTest::addFileIn(
+    const std::string& folder, const std::string& name, const std::string& content)
+{
+    const fs::path path = card() / folder / name;
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+    constexpr timespec kNoon = {1777896000, 0}; // 2026-05-04 12:00:00 UTC
+    const timespec times[2] = {kNoon, kNoon};
+    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    return path;
+}
+
+RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> words{MFX_PROGRAM};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    Pipe out;
+    Pipe err;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+        ::dup2(out.ends[1], STDOUT_FILENO);
+        ::dup2(err.ends[1], STDERR_FILENO);
+        if (m_asOrdinaryUser
+            && (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
+            ::_exit(126);
+        std::vector<char*> argv;
+        for (std::string& word : words)
+            argv.push_back(word.data());
+        argv.push_back(nullptr);
+        std::vector<std::string> variables;
+        for (const auto& [name, value] : m_environment)
+            variables.push_back(name + '=' + value);
+        std::vector<char*> envp;
+        for (std::string& variable : variables)
+            envp.push_back(variable.data());
+        envp.push_back(nullptr);
+        ::execve(argv[0], argv.data(), envp.data());
+        ::_exit(127);
+    }
+    ::close(out.ends[1]);
+    ::close(err.ends[1]);
+    RunResult result;
+    readBoth(out.ends[0], err.ends[0], result);
+    ::close(out.ends[0]);
+    ::close(err.ends[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    return result;
+}
+
+RunResult MfxTest::download(const std::vector<std::string>& more)
+{
+    std::vector<std::string> words{"download", card(), "--to", target(), "--json"};
+    words.insert(words.end(), more.begin(), more.end());
+    return mfx(words);
+}
+
+RunResult MfxTest::downloadWithBackup(const std::vector<std::string>& more)
+{
+    std::vector<std::string> words{"--backup", backup()};
+    words.insert(words.end(), more.begin(), more.end());
+    return download(words);
+}
+
+std::map<std::string, std::string> MfxTest::filesIn(const fs::path& folder)
+{
+    std::map<std::string, std::string> files;
+    std::error_code error;
+    for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
+        if (entry.is_regular_file())
+            files[fs::relative(entry.path(), folder).string()] = contentOf(entry.path());
+    }
+    return files;
+}
+
+std::string MfxTest::contentOf(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void MfxTest::expectNoLeftovers() const
+{
+    for (const auto& entry : fs::recursive_directory_iterator(m_root)) {
+        const std::string name = entry.path().filename().string();
+        EXPECT_NE(name, ".mfxdownload") << entry.path();
+        EXPECT_NE(name.rfind(".mfxcopy-", 0), 0U) << entry.path();
+        EXPECT_NE(name.rfind("mfx-session", 0), 0U) << entry.path();
+    }
+}
+
+} // namespace e2e

@@ -1,0 +1,76 @@
+// Runs the program mfx in a world of its own: a temporary tree with a card, a target, a backup
+// folder and a home, and an environment in which nothing of the user's own is seen.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace e2e {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+struct RunResult {
+    int code = -1; // exit code, or minus the signal that ended it
+    std::string out;
+    std::string err;
+
+    // The objects of a --json run.
+    std::vector<Json> events() const;
+    std::vector<Json> events(const std::string& kind) const;
+    Json summary() const;
+    Json item(const std::string& deviceName) const;
+};
+
+class MfxTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Paths below the test's own tree.
+    fs::path root() const { return m_root; }
+    fs::path data() const { return m_root / "data"; } // card, target and backup
+    fs::path card() const { return data() / "card"; }
+    fs::path target() const { return data() / "pictures"; }
+    fs::path backup() const { return data() / "backup"; }
+
+    // A file on the card below DCIM/100MFX; date of modification 2026-05-04 12:00 UTC.
+    fs::path addFile(const std::string& name, const std::string& content);
+    fs::path addFileIn(
+        const std::string& folder, const std::string& name, const std::string& content);
+
+    RunResult mfx(const std::vector<std::string>& arguments);
+
+    // mfx download CARD --to TARGET --json MORE...
+    RunResult download(const std::vector<std::string>& more = {});
+    RunResult downloadWithBackup(const std::vector<std::string>& more = {});
+
+    // Environment of the runs that follow.
+    void setVariable(const std::string& name, const std::string& value)
+    {
+        m_environment[name] = value;
+    }
+    void unsetVariable(const std::string& name) { m_environment.erase(name); }
+
+    // As which user; root passes every permission.
+    void asOrdinaryUser(bool yes) { m_asOrdinaryUser = yes; }
+
+    // All files below a folder, as relative path and content.
+    static std::map<std::string, std::string> filesIn(const fs::path& folder);
+    static std::string contentOf(const fs::path& path);
+
+    // No work folder, and nothing that was meant to be temporary.
+    void expectNoLeftovers() const;
+
+private:
+    fs::path m_root;
+    std::map<std::string, std::string> m_environment;
+    bool m_asOrdinaryUser = false;
+};
+
+} // namespace e2e
