@@ -1,0 +1,257 @@
+// A whole download measured against the plainest loop that does the same work, in one run:
+//
+//   download/small           2,000 files of 40 KB, saved and proven
+//   download/small+backup    the same with a second copy on the same disk
+//   download/large           40 files of 50 MB
+//   download/large+backup    the same with a second copy
+//   download/memory          peak memory of 20,000 items of 4 KB against 2,000
+//
+// The loop reads each file once, writes it, flushes it, drops it from the cache and reads it back,
+// for each place. The ratio to `cp` followed by a flush of each file stands beside it. Each row is
+// one JSON object: median seconds of the runs, and ratios.
+//
+// Usage: download_bench MFX FOLDER [RUNS]; FOLDER is made and removed, on the disk to measure.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+struct Run {
+    double seconds = 0;
+    long peakKilobytes = 0;
+};
+
+void require(bool holds, const std::string& what)
+{
+    if (holds)
+        return;
+    std::perror(what.c_str());
+    std::exit(1);
+}
+
+// A valid start of a JPEG, then bytes that no file system can shrink.
+void makeCard(const fs::path& card, int files, std::size_t bytes)
+{
+    std::mt19937_64 random(7);
+    std::vector<char> content(bytes);
+    for (int i = 0; i < files; ++i) {
+        const fs::path folder = card / "DCIM" / (std::to_string(100 + i / 999) + "BENCH");
+        fs::create_directories(folder);
+        for (std::size_t at = 0; at + 8 <= bytes; at += 8)
+            *reinterpret_cast<std::uint64_t*>(content.data() + at) = random();
+        const unsigned char start[] = { 0xff, 0xd8, 0xff, 0xdb };
+        std::copy(std::begin(start), std::end(start), content.data());
+        char name[32];
+        std::snprintf(name, sizeof name, "IMG_%04d.JPG", i % 10000);
+        std::ofstream file(folder / name, std::ios::binary);
+        file.write(content.data(), static_cast<std::streamsize>(bytes));
+        require(file.good(), "card");
+    }
+    ::sync();
+}
+
+std::vector<fs::path> filesOf(const fs::path& card)
+{
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::recursive_directory_iterator(card)) {
+        if (entry.is_regular_file())
+            files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+void dropFromCache(const fs::path& card)
+{
+    for (const fs::path& path : filesOf(card)) {
+        const int file = ::open(path.c_str(), O_RDONLY);
+        ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED);
+        ::close(file);
+    }
+}
+
+constexpr std::size_t kPiece = 1 << 20;
+
+void writeAndReadBack(int source, const fs::path& target, std::vector<char>& buffer)
+{
+    const int file = ::open(target.c_str(), O_RDWR | O_CREAT | O_EXCL, 0644);
+    require(file >= 0, target);
+    ssize_t count = 0;
+    ::lseek(source, 0, SEEK_SET);
+    while ((count = ::read(source, buffer.data(), kPiece)) > 0)
+        require(::write(file, buffer.data(), static_cast<std::size_t>(count)) == count, target);
+    require(::fsync(file) == 0, target);
+    ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED);
+    ::lseek(file, 0, SEEK_SET);
+    while (::read(file, buffer.data(), kPiece) > 0) { }
+    ::close(file);
+}
+
+Run plainLoop(const fs::path& card, const std::vector<fs::path>& places)
+{
+    std::vector<char> buffer(kPiece);
+    const auto start = Clock::now();
+    for (const fs::path& path : filesOf(card)) {
+        const int source = ::open(path.c_str(), O_RDONLY);
+        for (const fs::path& place : places)
+            writeAndReadBack(source,
+                place / (path.parent_path().filename().string() + path.filename().string()),
+                buffer);
+        ::close(source);
+    }
+    return { std::chrono::duration<double>(Clock::now() - start).count(), 0 };
+}
+
+Run runProgram(std::vector<std::string> words)
+{
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    const auto start = Clock::now();
+    pid_t child = 0;
+    require(posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ) == 0,
+        words[0]);
+    int status = 0;
+    rusage usage = {};
+    ::wait4(child, &status, 0, &usage);
+    require(WIFEXITED(status) && WEXITSTATUS(status) == 0, words[0] + " failed");
+    return { std::chrono::duration<double>(Clock::now() - start).count(), usage.ru_maxrss };
+}
+
+Run runCp(const fs::path& card, const std::vector<fs::path>& places)
+{
+    Run total;
+    for (const fs::path& place : places) {
+        total.seconds += runProgram({ "cp", "-r", card.string(), place.string() }).seconds;
+        total.seconds += runProgram({ "sh", "-c",
+            "find '" + place.string() + "' -type f -print0 | xargs -0 -n 1 sync" })
+                             .seconds;
+    }
+    return total;
+}
+
+Run runMfx(const std::string& mfx, const fs::path& card, const std::vector<fs::path>& places)
+{
+    std::vector<std::string> words { mfx, "download", card.string(), "--to", places[0].string(),
+        "--preferences", "none" };
+    if (places.size() > 1)
+        words.insert(words.end(), { "--backup", places[1].string() });
+    return runProgram(words);
+}
+
+using Work = std::function<Run(const std::vector<fs::path>& places)>;
+
+Run measure(const fs::path& folder, const fs::path& card, bool withBackup, const Work& work)
+{
+    std::vector<fs::path> places { folder / "target" };
+    if (withBackup)
+        places.push_back(folder / "backup");
+    for (const fs::path& place : places) {
+        fs::remove_all(place);
+        fs::create_directories(place);
+    }
+    ::sync();
+    dropFromCache(card);
+    const Run run = work(places);
+    for (const fs::path& place : places)
+        fs::remove_all(place);
+    return run;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void compare(const std::string& name, const fs::path& folder, const fs::path& card,
+    const std::string& mfx, bool withBackup, int runs)
+{
+    std::vector<double> loop;
+    std::vector<double> ours;
+    std::vector<double> cp;
+    long peak = 0;
+    for (int i = 0; i < runs; ++i) { // in turn, so that all meet the same disk
+        loop.push_back(measure(folder, card, withBackup, [&card](const auto& places) {
+            return plainLoop(card, places);
+        }).seconds);
+        const Run run = measure(folder, card, withBackup,
+            [&](const auto& places) { return runMfx(mfx, card, places); });
+        ours.push_back(run.seconds);
+        peak = std::max(peak, run.peakKilobytes);
+        cp.push_back(measure(folder, card, withBackup, [&card](const auto& places) {
+            return runCp(card, places);
+        }).seconds);
+    }
+    std::printf("{\"name\":\"%s\",\"mfx_s\":%.3f,\"loop_s\":%.3f,\"cp_fsync_s\":%.3f,"
+                "\"ratio_to_loop\":%.2f,\"ratio_to_cp\":%.2f,\"peak_mb\":%.1f}\n",
+        name.c_str(), median(ours), median(loop), median(cp), median(ours) / median(loop),
+        median(ours) / median(cp), static_cast<double>(peak) / 1024);
+    std::fflush(stdout);
+}
+
+void compareMemory(const fs::path& folder, const std::string& mfx)
+{
+    std::vector<double> peaks;
+    for (const int files : { 2000, 20000 }) {
+        const fs::path card = folder / "card";
+        fs::remove_all(card);
+        makeCard(card, files, 4096);
+        const Run run = measure(folder, card, true,
+            [&](const auto& places) { return runMfx(mfx, card, places); });
+        peaks.push_back(static_cast<double>(run.peakKilobytes) / 1024);
+    }
+    std::printf("{\"name\":\"download/memory\",\"peak_mb_2000\":%.1f,\"peak_mb_20000\":%.1f,"
+                "\"ratio\":%.2f}\n",
+        peaks[0], peaks[1], peaks[1] / peaks[0]);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 3) {
+        std::fprintf(stderr, "usage: %s MFX FOLDER [RUNS]\n", argv[0]);
+        return 2;
+    }
+    const std::string mfx = fs::absolute(argv[1]);
+    const fs::path folder = fs::absolute(argv[2]);
+    const int runs = argc > 3 ? std::atoi(argv[3]) : 3;
+    fs::create_directories(folder);
+    const fs::path card = folder / "card";
+    makeCard(card, 2000, 40 * 1024);
+    compare("download/small", folder, card, mfx, false, runs);
+    compare("download/small+backup", folder, card, mfx, true, runs);
+    fs::remove_all(card);
+    makeCard(card, 40, 50 * 1024 * 1024);
+    compare("download/large", folder, card, mfx, false, runs);
+    compare("download/large+backup", folder, card, mfx, true, runs);
+    compareMemory(folder, mfx);
+    fs::remove_all(folder);
+    return 0;
+}
