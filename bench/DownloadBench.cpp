@@ -59,7 +59,7 @@ void makeCard(const fs::path& card, int files, std::size_t bytes)
         fs::create_directories(folder);
         for (std::size_t at = 0; at + 8 <= bytes; at += 8)
             *reinterpret_cast<std::uint64_t*>(content.data() + at) = random();
-        const unsigned char start[] = { 0xff, 0xd8, 0xff, 0xdb };
+        const unsigned char start[] = {0xff, 0xd8, 0xff, 0xdb};
         std::copy(std::begin(start), std::end(start), content.data());
         char name[32];
         std::snprintf(name, sizeof name, "IMG_%04d.JPG", i % 10000);
@@ -119,7 +119,7 @@ Run plainLoop(const fs::path& card, const std::vector<fs::path>& places)
                 buffer);
         ::close(source);
     }
-    return { std::chrono::duration<double>(Clock::now() - start).count(), 0 };
+    return {std::chrono::duration<double>(Clock::now() - start).count(), 0};
 }
 
 Run runProgram(std::vector<std::string> words)
@@ -140,16 +140,16 @@ Run runProgram(std::vector<std::string> words)
     rusage usage = {};
     ::wait4(child, &status, 0, &usage);
     require(WIFEXITED(status) && WEXITSTATUS(status) == 0, words[0] + " failed");
-    return { std::chrono::duration<double>(Clock::now() - start).count(), usage.ru_maxrss };
+    return {std::chrono::duration<double>(Clock::now() - start).count(), usage.ru_maxrss};
 }
 
 Run runCp(const fs::path& card, const std::vector<fs::path>& places)
 {
     Run total;
     for (const fs::path& place : places) {
-        total.seconds += runProgram({ "cp", "-r", card.string(), place.string() }).seconds;
-        total.seconds += runProgram({ "sh", "-c",
-            "find '" + place.string() + "' -type f -print0 | xargs -0 -n 1 sync" })
+        total.seconds += runProgram({"cp", "-r", card.string(), place.string()}).seconds;
+        total.seconds += runProgram(
+            {"sh", "-c", "find '" + place.string() + "' -type f -print0 | xargs -0 -n 1 sync"})
                              .seconds;
     }
     return total;
@@ -157,10 +157,10 @@ Run runCp(const fs::path& card, const std::vector<fs::path>& places)
 
 Run runMfx(const std::string& mfx, const fs::path& card, const std::vector<fs::path>& places)
 {
-    std::vector<std::string> words { mfx, "download", card.string(), "--to", places[0].string(),
-        "--preferences", "none" };
+    std::vector<std::string> words{
+        mfx, "download", card.string(), "--to", places[0].string(), "--preferences", "none"};
     if (places.size() > 1)
-        words.insert(words.end(), { "--backup", places[1].string() });
+        words.insert(words.end(), {"--backup", places[1].string()});
     return runProgram(words);
 }
 
@@ -168,7 +168,7 @@ using Work = std::function<Run(const std::vector<fs::path>& places)>;
 
 Run measure(const fs::path& folder, const fs::path& card, bool withBackup, const Work& work)
 {
-    std::vector<fs::path> places { folder / "target" };
+    std::vector<fs::path> places{folder / "target"};
     if (withBackup)
         places.push_back(folder / "backup");
     for (const fs::path& place : places) {
@@ -189,8 +189,12 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-void compare(const std::string& name, const fs::path& folder, const fs::path& card,
-    const std::string& mfx, bool withBackup, int runs)
+void compare(const std::string& name,
+    const fs::path& folder,
+    const fs::path& card,
+    const std::string& mfx,
+    bool withBackup,
+    int runs)
 {
     std::vector<double> loop;
     std::vector<double> ours;
@@ -200,8 +204,9 @@ void compare(const std::string& name, const fs::path& folder, const fs::path& ca
         loop.push_back(measure(folder, card, withBackup, [&card](const auto& places) {
             return plainLoop(card, places);
         }).seconds);
-        const Run run = measure(folder, card, withBackup,
-            [&](const auto& places) { return runMfx(mfx, card, places); });
+        const Run run = measure(folder, card, withBackup, [&](const auto& places) {
+            return runMfx(mfx, card, places);
+        });
         ours.push_back(run.seconds);
         peak = std::max(peak, run.peakKilobytes);
         cp.push_back(measure(folder, card, withBackup, [&card](const auto& places) {
@@ -210,25 +215,32 @@ void compare(const std::string& name, const fs::path& folder, const fs::path& ca
     }
     std::printf("{\"name\":\"%s\",\"mfx_s\":%.3f,\"loop_s\":%.3f,\"cp_fsync_s\":%.3f,"
                 "\"ratio_to_loop\":%.2f,\"ratio_to_cp\":%.2f,\"peak_mb\":%.1f}\n",
-        name.c_str(), median(ours), median(loop), median(cp), median(ours) / median(loop),
-        median(ours) / median(cp), static_cast<double>(peak) / 1024);
+        name.c_str(),
+        median(ours),
+        median(loop),
+        median(cp),
+        median(ours) / median(loop),
+        median(ours) / median(cp),
+        static_cast<double>(peak) / 1024);
     std::fflush(stdout);
 }
 
 void compareMemory(const fs::path& folder, const std::string& mfx)
 {
     std::vector<double> peaks;
-    for (const int files : { 2000, 20000 }) {
+    for (const int files : {2000, 20000}) {
         const fs::path card = folder / "card";
         fs::remove_all(card);
         makeCard(card, files, 4096);
-        const Run run = measure(folder, card, true,
-            [&](const auto& places) { return runMfx(mfx, card, places); });
+        const Run run = measure(
+            folder, card, true, [&](const auto& places) { return runMfx(mfx, card, places); });
         peaks.push_back(static_cast<double>(run.peakKilobytes) / 1024);
     }
     std::printf("{\"name\":\"download/memory\",\"peak_mb_2000\":%.1f,\"peak_mb_20000\":%.1f,"
                 "\"ratio\":%.2f}\n",
-        peaks[0], peaks[1], peaks[1] / peaks[0]);
+        peaks[0],
+        peaks[1],
+        peaks[1] / peaks[0]);
 }
 
 } // namespace

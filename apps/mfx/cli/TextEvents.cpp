@@ -26,8 +26,10 @@ void TextEvents::tell(const std::string& text)
 
 void TextEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
 {
-    if (!m_quiet)
-        printLine(terminalText(name) + ": " + std::to_string(items) + " items, " + sizeText(bytes));
+    if (m_quiet)
+        return;
+    printLine(terminalText(name) + ": " + std::to_string(items) + " items, " + sizeText(bytes));
+    std::fflush(stdout); // before what goes to standard error
 }
 
 void TextEvents::item(const ItemEvent& event)

@@ -64,6 +64,10 @@ std::error_code moveAll(GroupWork& work)
 void decideNames(GroupWork& work)
 {
     const TargetSpot spot = findSpot(work, work.folder->stems);
+    if (spot.error) {
+        failUnreadable(work, spot.error);
+        return;
+    }
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         MemberWork& member = work.members[i];
         member.finalName = work.target->fileName(i, spot.number);
@@ -84,6 +88,10 @@ void decideNames(GroupWork& work)
 void previewNames(GroupWork& work)
 {
     const TargetSpot spot = findSpot(work, work.folder->stems);
+    if (spot.error) {
+        failUnreadable(work, spot.error);
+        return;
+    }
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         work.members[i].finalName = work.target->fileName(i, spot.number);
         work.members[i].stoodThere = spot.occupants[i] == Occupant::kSameBytes;

@@ -129,6 +129,11 @@ bool isTooDeep(const std::string& folder)
 void GroupStager::copyMembers(GroupWork& work)
 {
     const TargetSpot spot = findSpot(work);
+    if (spot.error) {
+        work.problem = Pt::CopyProblem::kTargetUnusable;
+        failUnreadable(work, spot.error);
+        return;
+    }
     if (spot.holdsAll())
         settle(work, spot);
     if (spot.holdsAll() || m_plan.dryRun)

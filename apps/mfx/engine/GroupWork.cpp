@@ -22,4 +22,11 @@ void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
     }
 }
 
+void failUnreadable(GroupWork& work, const std::error_code& error)
+{
+    failGroup(work,
+        work.members.size(),
+        "the folder " + work.folder->path + " cannot be looked at: " + error.message());
+}
+
 } // namespace mfx

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace mfx {
@@ -42,5 +43,8 @@ struct GroupWork {
 
 // Gives the whole group up because of one member, or of none (an index past the end).
 void failGroup(GroupWork& work, std::size_t member, const std::string& reason);
+
+// Gives it up because its final folder does not tell what stands there.
+void failUnreadable(GroupWork& work, const std::error_code& error);
 
 } // namespace mfx

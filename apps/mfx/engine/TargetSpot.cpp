@@ -13,8 +13,10 @@ bool holdsSameBytes(MemberWork& member, const std::string& path, const Pt::FileS
     std::error_code error;
     if (there.kind != Pt::FileStatus::Kind::Regular)
         return false;
+    const auto source = Pt::fileStatus(member.source, error);
+    if (source && source->device == there.device && source->inode == there.inode)
+        return false;
     if (!member.digest) {
-        const auto source = Pt::fileStatus(member.source, error);
         if (!source || source->size != there.size)
             return false;
         member.digest = Pt::digestOfFile(member.source, error);
@@ -32,9 +34,13 @@ TargetSpot look(GroupWork& work, std::uint64_t number)
         const std::string path = work.folder->path + '/' + work.target->fileName(i, number);
         std::error_code error;
         const auto there = Pt::fileStatus(path, error);
-        if (!there && error == std::errc::no_such_file_or_directory)
+        if (!there && error != std::errc::no_such_file_or_directory) {
+            spot.error = error;
+            return spot;
+        }
+        if (!there)
             spot.occupants.push_back(Occupant::kNone);
-        else if (there && holdsSameBytes(work.members[i], path, *there))
+        else if (holdsSameBytes(work.members[i], path, *there))
             spot.occupants.push_back(Occupant::kSameBytes);
         else
             spot.occupants.push_back(Occupant::kOther);
@@ -47,6 +53,8 @@ TargetSpot find(GroupWork& work, StemTest isTaken)
 {
     for (std::uint64_t number = 0;; ++number) {
         TargetSpot spot = look(work, number);
+        if (spot.error) // no further form would tell more
+            return spot;
         if (std::count(spot.occupants.begin(), spot.occupants.end(), Occupant::kOther) != 0)
             continue;
         if (spot.isFree() && isTaken(work.target->fileName(0, number)))
@@ -59,13 +67,13 @@ TargetSpot find(GroupWork& work, StemTest isTaken)
 
 bool TargetSpot::isFree() const
 {
-    return std::count(occupants.begin(), occupants.end(), Occupant::kNone)
+    return !error && std::count(occupants.begin(), occupants.end(), Occupant::kNone)
         == static_cast<std::ptrdiff_t>(occupants.size());
 }
 
 bool TargetSpot::holdsAll() const
 {
-    return std::count(occupants.begin(), occupants.end(), Occupant::kSameBytes)
+    return !error && std::count(occupants.begin(), occupants.end(), Occupant::kSameBytes)
         == static_cast<std::ptrdiff_t>(occupants.size());
 }
 

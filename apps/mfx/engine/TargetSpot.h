@@ -4,6 +4,7 @@
 #include "mfx/engine/GroupWork.h"
 
 #include <cstdint>
+#include <system_error>
 #include <vector>
 
 namespace mfx {
@@ -14,6 +15,7 @@ enum class Occupant : std::uint8_t { kNone, kSameBytes, kOther };
 struct TargetSpot {
     std::uint64_t number = 0;
     std::vector<Occupant> occupants; // one for each member
+    std::error_code error; // why the folder does not tell what stands there; no form is decided
 
     bool isFree() const;
     bool holdsAll() const; // all members stand there already
@@ -21,7 +23,8 @@ struct TargetSpot {
 
 // The first numbered form whose names are free or hold just these bytes. A free form is passed
 // over when its stem belongs to other files. Sources are read for their digest only where a file
-// of the same size stands under the name; the digest is kept in the member.
+// of the same size stands under the name; the digest is kept in the member. The source itself, seen
+// on another way, is no copy of it.
 TargetSpot findSpot(GroupWork& work, const StemRegister& stems);
 
 // The same, but without a look at the stems: for threads that do not own the register.

@@ -66,8 +66,8 @@ CopyResult copyFile(const std::string& source,
 // Returns how many were removed.
 std::size_t removeStaleCopies(const std::string& folder);
 
-// Removes an empty file that a killed process left where it tried whether a name is free; false when
-// the file is not empty, or a process that lives is trying just now.
+// Removes an empty file that a killed process left where it tried whether a name is free; false
+// when the file is not empty, or a process that lives is trying just now.
 bool removeStaleProbe(const std::string& path);
 
 // Reads a file from the disk, past the cache as far as the file system allows.

@@ -1,0 +1,101 @@
+// The manual page and the completion name what the program takes, and nothing else.
+
+#include "core/platform/TestFolder.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <regex>
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Words = std::set<std::string>;
+
+std::string outputOf(std::string const& command)
+{
+    std::string output;
+    std::FILE* const pipe = ::popen(command.c_str(), "re");
+    if (!pipe)
+        return output;
+    char piece[4096];
+    while (const std::size_t length = std::fread(piece, 1, sizeof piece, pipe))
+        output.append(piece, length);
+    return ::pclose(pipe) == 0 ? output : std::string();
+}
+
+Words longOptionsIn(std::string const& text)
+{
+    const std::regex option("--[a-z]+(-[a-z]+)*");
+    Words found;
+    for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)
+        found.insert(at->str());
+    return found;
+}
+
+// The long options of the program and its commands, as their help shows them at the beginning of
+// a line.
+Words optionsOfTheProgram()
+{
+    Words found;
+    for (std::string const command : {"", "sources", "list", "download"}) {
+        const std::string help = outputOf(MFX " " + command + " --help");
+        const std::regex row("\n  (-[^ ]+)");
+        for (std::sregex_iterator at(help.begin(), help.end(), row), end; at != end; ++at)
+            found.merge(longOptionsIn((*at)[1].str()));
+    }
+    return found;
+}
+
+std::string manualPage()
+{
+    std::string page = test::read(TEVORO_SOURCE_DIR "/docs/man/mfx.1");
+    page.erase(std::remove(page.begin(), page.end(), '\\'), page.end());
+    return page;
+}
+
+std::string completion(std::string const& words, std::size_t place)
+{
+    return outputOf("bash -c 'source \"" TEVORO_SOURCE_DIR
+                    "/share/bash-completion/completions/mfx\"; COMP_WORDS=("
+        + words + "); COMP_CWORD=" + std::to_string(place)
+        + "; _mfx; printf \"%s\\n\" \"${COMPREPLY[@]}\"'");
+}
+
+TEST(CommandPagesTest, TheManualPageNamesEveryOptionAndNoOther)
+{
+    ASSERT_GE(optionsOfTheProgram().size(), 19U);
+    EXPECT_EQ(longOptionsIn(manualPage()), optionsOfTheProgram());
+}
+
+TEST(CommandPagesTest, TheCompletionOffersEveryOptionAndNoOther)
+{
+    Words offered;
+    for (char const* const words : {"mfx --", "mfx sources --", "mfx list --"})
+        offered.merge(longOptionsIn(completion(words, std::string(words) == "mfx --" ? 1 : 2)));
+    offered.merge(longOptionsIn(completion("mfx download CARD --", 3)));
+    EXPECT_EQ(offered, optionsOfTheProgram());
+}
+
+TEST(CommandPagesTest, TheCompletionOffersTheCommands)
+{
+    EXPECT_EQ(completion("mfx \"\"", 1), "sources\nlist\ndownload\n");
+    EXPECT_EQ(completion("mfx do", 1), "download\n");
+}
+
+TEST(CommandPagesTest, TheCompletionOffersFoldersWithSpacesWhole)
+{
+    const test::TestFolder folder;
+    folder.write("my card/DCIM/a.jpg", "");
+    const std::string start = folder.path("my");
+    EXPECT_EQ(completion("mfx list " + start, 2), folder.path("my card") + "\n");
+    EXPECT_EQ(completion("mfx download CARD --to " + start, 4), folder.path("my card") + "\n");
+}
+
+TEST(CommandPagesTest, TheCompletionOffersTheSizesOfAPreview)
+{
+    EXPECT_EQ(completion("mfx download CARD --dng-preview \"\"", 4), "none\nmedium\nfull\n");
+}
+
+} // namespace
