@@ -187,6 +187,8 @@ private:
     bool isCameraRAWFile(const QString& path) const;
     bool convertToDNG(const QString& path, FxStatusTextCallback label, FxStatusTextCallback error);
 
+    bool convertToDNGThruRDX(const QString& source, const QString& destination) const;
+
     // Completion
     QString commonFolder(ISinkEnumMediaItem& items);
     void reportFailedConversions(IDisplayMsgHandler& display, const QString& folder);

@@ -2,6 +2,7 @@
 
 #include "TevoroAppManager/CAppSource.h"
 #include "TevoroAppManager/FxGuard.h"
+#include "TevoroAppManager/RawConversion.h"
 #include "TevoroAppManager/TargetFolder.h"
 #include "TevoroAppManager/UniqueFileName.h"
 #include "strings/PtZString.h"
@@ -11,6 +12,8 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -44,7 +47,8 @@ CopyNumbering numberingBeside(const QString& deviceName, const QString& fileName
     if (deviceStem != fileStem)
         return {};
     const int highest = std::max(deviceNumber, fileNumber);
-    return {highest > 0 ? highest + 1 : 1, true};
+    const bool goesOn = highest > 0 && highest < std::numeric_limits<int>::max();
+    return {goesOn ? highest + 1 : 1, true};
 }
 
 void reportFailedBackup(IDisplayMsgHandler* display)
@@ -132,13 +136,52 @@ bool CAppSource::isCameraRAWFile(const QString& path) const
     return list.contains(suffix.toLower() + u',', Qt::CaseSensitive);
 }
 
-// Without the conversion library the raw file stays exactly where it is.
-bool CAppSource::convertToDNG(const QString& path, FxStatusTextCallback, FxStatusTextCallback error)
+bool CAppSource::convertToDNG(
+    const QString& path, FxStatusTextCallback label, FxStatusTextCallback error)
 {
     if (!isCameraRAWFile(path) || QFileInfo(path).suffix().toLower() == u"dng"_s)
         return true;
-    unLockFile(path);
-    tell(error,
-        PtZString::getZString(u"$$$/AppSource/NotDNGConverter=Cannot find the DNG converter."_s));
-    return false;
+    unLockFile(path); // a file that came locked from the card would not be moved
+    if (!m_convertToDNG) {
+        tell(error,
+            PtZString::getZString(
+                u"$$$/AppSource/NotDNGConverter=Cannot find the DNG converter."_s));
+        return false;
+    }
+    tell(label, PtZString::getZString(u"$$$/AppSource/ConvertingToDNG=Converting to DNG..."_s));
+    RawConversion conversion(path);
+    const bool isAside = conversion.setRawAside();
+    if (std::exchange(m_deleteXMP, false))
+        conversion.setSidecarAside();
+    const bool isConverted = isAside
+        && convertToDNGThruRDX(conversion.temporaryRaw(), conversion.temporaryDNG())
+        && conversion.placeDNG();
+    if (isConverted) {
+        conversion.dropRaw();
+    } else {
+        tell(error,
+            PtZString::getZString(
+                u"$$$/AppSource/CouldNotConvertDNG=Could not convert to DNG..."_s));
+        conversion.restore();
+    }
+    conversion.leave();
+    return isConverted;
+}
+
+// Whatever the library throws is a failure like any other: the raw file must get back.
+bool CAppSource::convertToDNGThruRDX(const QString& source, const QString& destination) const
+{
+    if (!m_convertToDNG)
+        return false;
+    try {
+        return m_convertToDNG(QFile::encodeName(source).constData(),
+                   QFile::encodeName(destination).constData(),
+                   m_jpegPreviewSize,
+                   m_uncompressed ? 0 : 1,
+                   m_linear ? 1 : 0,
+                   m_embedRaw ? 1 : 0)
+            == 0;
+    } catch (...) {
+        return false;
+    }
 }

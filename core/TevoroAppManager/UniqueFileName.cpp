@@ -14,7 +14,7 @@ namespace {
 constexpr int kRounds = 10000;
 constexpr qsizetype kLongName = 253; // characters
 
-QString numbered(const QString& base, int index)
+QString numbered(const QString& base, qint64 index)
 {
     const qsizetype dot = base.lastIndexOf(u'.');
     QString stem = dot < 0 ? base : base.left(dot);
@@ -48,7 +48,7 @@ bool generateUniqueFileName(
     const QString& folder, const QString& name, QString& out, int firstIndex, bool forceNumber)
 {
     const QString base = out.isEmpty() ? name : out;
-    int index = firstIndex;
+    qint64 index = firstIndex; // the rounds may count beyond the highest int
     for (int round = 0; round < kRounds; ++round) {
         out = round == 0 && !forceNumber ? base : numbered(base, index++);
         const Probe result = probe(folder.trimmed() + QDir::separator() + out);

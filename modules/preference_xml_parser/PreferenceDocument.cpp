@@ -248,25 +248,6 @@ void writeKey(pugi::xml_node node, std::u16string const& key)
     }
 }
 
-bool isPlainBytes(char const* bytes)
-{
-    std::optional<std::u16string> const text = utf16FromUtf8(bytes);
-    return text && isPlainText(*text);
-}
-
-// A person, or a reference like &#13;, may have put into a file what does not survive being
-// written as it stands. Such a key or value takes the form that this code gives it.
-void settleForm(
-    pugi::xml_node node, std::u16string const& key, std::optional<PreferenceValue> const& value)
-{
-    if (!isPlainBytes(node.attribute("key").value())) {
-        writeKey(node, key);
-    }
-    if (value && !isPlainBytes(textOf(node).c_str())) {
-        std::visit([&](auto const& content) { writeValue(node, content); }, *value);
-    }
-}
-
 } // namespace
 
 PreferenceDocument::PreferenceDocument()
@@ -354,13 +335,9 @@ void PreferenceDocument::indexEntries()
 
 void PreferenceDocument::index(pugi::xml_node node)
 {
-    std::optional<std::u16string> key = keyOf(node);
-    if (!key) {
-        return;
+    if (std::optional<std::u16string> key = keyOf(node)) {
+        m_entries.insert_or_assign(*std::move(key), Entry{node, valueOf(node)});
     }
-    std::optional<PreferenceValue> value = valueOf(node);
-    settleForm(node, *key, value);
-    m_entries.insert_or_assign(*std::move(key), Entry{node, std::move(value)});
 }
 
 pugi::xml_node PreferenceDocument::root() const

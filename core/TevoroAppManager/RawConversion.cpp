@@ -1,0 +1,93 @@
+#include "TevoroAppManager/RawConversion.h"
+
+#include "TevoroAppManager/FxText.h"
+#include "platform/common/FilePlacement.h"
+#include "platform/common/PtExSystem.h"
+#include "platform/common/PtIoDeviceFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+bool move(const QString& from, const QString& to)
+{
+    return !Pt::moveWithoutReplacing(
+        QFile::encodeName(from).toStdString(), QFile::encodeName(to).toStdString());
+}
+
+bool flushFile(const QString& path)
+{
+    try {
+        PtIoDeviceFile::Create(fxUnits(path), kPtIoOpenExisting)->flush();
+        return true;
+    } catch (const Pt::ExSystem&) {
+        return false;
+    }
+}
+
+} // namespace
+
+RawConversion::RawConversion(const QString& path)
+{
+    const QFileInfo file(path);
+    m_folder = file.absolutePath();
+    m_base = file.completeBaseName();
+    const QString stem = m_folder + QDir::separator() + m_base;
+    m_raw = stem + u'.' + file.suffix();
+    m_sidecar = stem + u".xmp"_s;
+    m_temporaryFolder = m_folder + QDir::separator() + u".mfxdownload"_s;
+    const QString temporaryStem = m_temporaryFolder + QDir::separator() + m_base;
+    m_temporaryRaw = temporaryStem + u'.' + file.suffix();
+    m_temporarySidecar = temporaryStem + u".xmp"_s;
+    m_temporaryDNG = temporaryStem + u".dng"_s;
+}
+
+bool RawConversion::setRawAside()
+{
+    QDir(m_folder).mkdir(u".mfxdownload"_s); // an existing one is as good
+    for (const QString& stale : {m_temporaryRaw, m_temporaryDNG, m_temporarySidecar})
+        QFile::remove(stale);
+    return move(m_raw, m_temporaryRaw);
+}
+
+void RawConversion::setSidecarAside()
+{
+    move(m_sidecar, m_temporarySidecar);
+}
+
+QString RawConversion::freeDNGPath() const
+{
+    const QString stem = m_folder + QDir::separator() + m_base;
+    QString path = stem + u".dng"_s;
+    for (int k = 1; QFileInfo::exists(path); ++k)
+        path = stem + u'_' + QString::number(k) + u".dng"_s;
+    return path;
+}
+
+// The raw file is about to go: the DNG must outlast a loss of power before that.
+bool RawConversion::placeDNG()
+{
+    return flushFile(m_temporaryDNG) && move(m_temporaryDNG, freeDNGPath())
+        && !Pt::flushFolder(QFile::encodeName(m_folder).toStdString());
+}
+
+void RawConversion::dropRaw()
+{
+    QFile::remove(m_temporaryRaw);
+    QFile::remove(m_temporarySidecar);
+}
+
+void RawConversion::restore()
+{
+    move(m_temporaryRaw, m_raw);
+    move(m_temporarySidecar, m_sidecar);
+}
+
+void RawConversion::leave()
+{
+    QDir(m_folder).rmdir(u".mfxdownload"_s);
+}
