@@ -124,6 +124,10 @@ public:
         enterProgramFolder();
         makePlaces();
         SessionPreferences session(kPreferenceLibrary, m_store, m_choices);
+        if (!session.startedWhole())
+            m_events->message("",
+                "the preferences in " + displayName(*m_store)
+                    + " cannot be read: this run goes without them");
         m_request.backupFolder = session.backupFolder();
         m_request.firstSequence = session.firstSequence();
         requireRememberedBackup(m_line, m_request.backupFolder);

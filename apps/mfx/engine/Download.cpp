@@ -32,6 +32,18 @@ bool isSourceTrouble(Pt::CopyProblem problem)
         || problem == Pt::CopyProblem::kSourceUnreadable;
 }
 
+// A failed backup keeps its status: an original without its second copy is not to be deleted,
+// whatever else fails.
+void noteNoDNG(ItemEvent& event, const std::string& reason)
+{
+    if (event.status == ItemStatus::kBackupFailed) {
+        event.error = *event.error + "; and " + reason;
+        return;
+    }
+    event.status = ItemStatus::kDNGFailed;
+    event.error = reason;
+}
+
 bool isCardGone(const CardContents& card)
 {
     std::error_code error;
@@ -183,11 +195,9 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
         std::string error;
         std::error_code status;
         if (!m_request.convertsToDNG) {
-            events[i].status = ItemStatus::kDNGFailed;
-            events[i].error = "it stays as it is: the DNG conversion library is not installed";
+            noteNoDNG(events[i], "it stays as it is: the DNG conversion library is not installed");
         } else if (!m_sink.convert(sinkItem(work, i, work.folder->path), error)) {
-            events[i].status = ItemStatus::kDNGFailed;
-            events[i].error = error.empty() ? "it could not be converted to DNG" : error;
+            noteNoDNG(events[i], error.empty() ? "it could not be converted to DNG" : error);
         } else if (Pt::fileStatus(dng, status) && !Pt::fileStatus(raw, status)) {
             events[i].dng = displayName(dng);
             m_items[member.item].dng = dng;

@@ -63,7 +63,10 @@ DeletionOutcome Download::deleteOriginal(std::uint32_t item)
     const std::string copy = state.folder->path + '/' + state.finalName;
     std::error_code error;
     const auto original = Pt::fileStatus(path, error);
-    const auto isGone = [this] { return !fs::exists(m_card.root); };
+    const auto isGone = [this] {
+        std::error_code unreadable; // a card that cannot be asked is as good as gone
+        return !fs::exists(m_card.root, unreadable);
+    };
     std::string reason;
     if (!state.isProven)
         reason = "its copy is not proven";

@@ -121,8 +121,16 @@ void place(GroupWork& work)
 
 void dropItemFolder(GroupWork& work)
 {
-    if (!work.itemFolder.empty())
-        work.folder->work.dropItemFolder(std::exchange(work.itemFolder, {}));
+    if (work.itemFolder.empty())
+        return;
+    const bool isEmpty = std::all_of(work.members.begin(),
+        work.members.end(),
+        [](const MemberWork& member) { return member.isPlaced || member.stagedName.empty(); });
+    const std::string folder = std::exchange(work.itemFolder, {});
+    if (isEmpty)
+        work.folder->work.releaseItemFolder(folder);
+    else
+        work.folder->work.dropItemFolder(folder);
 }
 
 } // namespace mfx

@@ -17,7 +17,7 @@ void previewNames(GroupWork& work);
 // failure none is left there.
 void place(GroupWork& work);
 
-// Removes what is left of the group outside its final place.
+// Removes what is left of the group outside its final place, and gives its folder back.
 void dropItemFolder(GroupWork& work);
 
 } // namespace mfx

@@ -50,17 +50,23 @@ GroupStager::~GroupStager()
 
 void GroupStager::stop()
 {
+    // Under the lock: who has just found that nothing is stopped must not go to sleep after this.
+    Pt::Locked locked(m_lock);
     m_stopped = true;
-    m_changed.notify_all();
+    m_roomMade.notify_all();
+    m_groupStaged.notify_all();
 }
 
 std::unique_ptr<GroupWork> GroupStager::take()
 {
     Pt::Locked locked(m_lock);
     const std::size_t wanted = m_nextToTake++;
-    m_changed.notify_all();
-    while (!m_staged.contains(wanted))
-        m_changed.wait(m_lock);
+    m_roomMade.notify_one();
+    while (!m_staged.contains(wanted)) {
+        if (m_stopped && wanted >= m_nextToStage)
+            return nullptr;
+        m_groupStaged.wait(m_lock);
+    }
     std::unique_ptr<GroupWork> work = std::move(m_staged.extract(wanted).mapped());
     return work;
 }
@@ -72,7 +78,7 @@ void GroupStager::run()
         {
             Pt::Locked locked(m_lock);
             while (!m_stopped && m_nextToStage >= m_nextToTake + kAhead)
-                m_changed.wait(m_lock);
+                m_roomMade.wait(m_lock);
             if (m_nextToStage == m_plan.groups.size() || m_stopped)
                 break;
             group = m_nextToStage++;
@@ -80,7 +86,7 @@ void GroupStager::run()
         std::unique_ptr<GroupWork> work = stage(group);
         Pt::Locked locked(m_lock);
         m_staged[group] = std::move(work);
-        m_changed.notify_all();
+        m_groupStaged.notify_one();
     }
 }
 

@@ -43,7 +43,8 @@ public:
     GroupStager(const GroupStager&) = delete;
     GroupStager& operator=(const GroupStager&) = delete;
 
-    // Waits for the next group in order. Requires: not called more often than there are groups.
+    // Waits for the next group in order. None when it was stopped before that group was begun.
+    // Requires: not called more often than there are groups.
     std::unique_ptr<GroupWork> take();
 
     // Begins no further group; copies in hand are given up.
@@ -62,7 +63,8 @@ private:
     std::atomic<bool> m_stopped{false};
 
     Pt::Lock m_lock;
-    std::condition_variable_any m_changed;
+    std::condition_variable_any m_roomMade; // for the threads that stage
+    std::condition_variable_any m_groupStaged; // for the one that takes
     std::size_t m_nextToStage TEVORO_GUARDED_BY(m_lock) = 0;
     std::size_t m_nextToTake TEVORO_GUARDED_BY(m_lock) = 0;
     std::map<std::size_t, std::unique_ptr<GroupWork>> m_staged TEVORO_GUARDED_BY(m_lock);

@@ -1,6 +1,7 @@
 #include "mfx/engine/PreferenceClient.h"
 
 #include "mfx/engine/SinkModule.h"
+#include "platform/common/FileStatus.h"
 #include "platform/common/PtModule.h"
 #include "platform/common/PtUnicode.h"
 
@@ -35,6 +36,14 @@ PreferenceClient::PreferenceClient(const std::string& libraryPath, const std::st
     const Pt::WideText path = Pt::toUtf16(folder);
     m_loaded = m_store->InitStore(path.c_str(), static_cast<int>(path.size()))
         && m_store->LoadStore(kDomain);
+}
+
+bool PreferenceClient::standsIn(const std::string& folder)
+{
+    std::error_code error;
+    const std::string file = folder + "/preferences-" + std::to_string(kDomain) + ".xml";
+    return Pt::fileStatus(file, error)
+        || (error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory);
 }
 
 std::optional<std::string> PreferenceClient::text(const std::string& key)

@@ -17,6 +17,9 @@ public:
     // SystemPartError when the library is missing.
     PreferenceClient(const std::string& libraryPath, const std::string& folder);
 
+    // Whether there is a store in the folder, whole or not.
+    static bool standsIn(const std::string& folder);
+
     // Whether stored preferences were there and whole.
     bool wasLoaded() const { return m_loaded; }
 

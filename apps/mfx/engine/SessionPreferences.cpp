@@ -3,6 +3,7 @@
 #include "platform/common/PrivateFolder.h"
 #include "platform/common/UserFolders.h"
 
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 
@@ -63,22 +64,28 @@ SessionPreferences::SessionPreferences(const std::string& libraryPath,
     : m_libraryPath(libraryPath)
     , m_storeFolder(storeFolder)
     , m_values(chosenValues(choices))
-    , m_sessionFolder(Pt::makePrivateFolder("mfx-session"))
 {
-    const std::string store = m_sessionFolder + kStoreBelowData;
+    const std::string store = m_session.path + kStoreBelowData;
     fs::create_directories(store);
     if (storeFolder)
         copyStore(*storeFolder, store);
     PreferenceClient client(libraryPath, store);
+    m_startedWhole =
+        !storeFolder || client.wasLoaded() || !PreferenceClient::standsIn(*storeFolder);
     write(client, m_values);
     readBack(client);
-    ::setenv("MFX_APPLICATION_DATA", m_sessionFolder.c_str(), 1);
+    ::setenv("MFX_APPLICATION_DATA", m_session.path.c_str(), 1);
 }
 
-SessionPreferences::~SessionPreferences()
+SessionPreferences::Folder::Folder()
+    : path(Pt::makePrivateFolder("mfx-session"))
+{
+}
+
+SessionPreferences::Folder::~Folder()
 {
     std::error_code ignored; // a later run removes what is left
-    fs::remove_all(m_sessionFolder, ignored);
+    fs::remove_all(path, ignored);
 }
 
 SessionPreferences::Values SessionPreferences::chosenValues(const Choices& choices)
@@ -115,7 +122,7 @@ void SessionPreferences::write(PreferenceClient& client, const Values& values)
         client.setText(key, value);
     if (!client.save())
         throw std::system_error(std::make_error_code(std::errc::io_error),
-            "the preferences of this run cannot be written to " + m_sessionFolder);
+            "the preferences of this run cannot be written to " + m_session.path);
 }
 
 void SessionPreferences::readBack(PreferenceClient& client)
@@ -125,8 +132,12 @@ void SessionPreferences::readBack(PreferenceClient& client)
         const std::string folder = client.text("SecondaryLocation").value_or("");
         m_backupFolder = folder.empty() ? Pt::picturesFolder() : folder;
     }
-    const std::string sequence = client.text("RenameSequenceNumber").value_or("1");
-    m_firstSequence = std::strtoul(sequence.c_str(), nullptr, 10);
+    const std::string sequence = client.text("RenameSequenceNumber").value_or("");
+    std::uint32_t number = 0;
+    const auto [end, problem] =
+        std::from_chars(sequence.data(), sequence.data() + sequence.size(), number);
+    if (problem == std::errc() && end == sequence.data() + sequence.size())
+        m_firstSequence = number; // what is no number leaves it at its first one
 }
 
 bool SessionPreferences::remember(const std::string& target, std::uint64_t nextSequence)

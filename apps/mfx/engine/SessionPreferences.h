@@ -35,9 +35,12 @@ public:
     SessionPreferences(const std::string& libraryPath,
         const std::optional<std::string>& storeFolder,
         const Choices& choices);
-    ~SessionPreferences();
     SessionPreferences(const SessionPreferences&) = delete;
     SessionPreferences& operator=(const SessionPreferences&) = delete;
+
+    // False when the store that the run starts from is there and cannot be read: what was
+    // remembered in it, a backup folder perhaps, does not hold in this run.
+    bool startedWhole() const { return m_startedWhole; }
 
     // Where backups go in this run, if they are made at all.
     std::optional<std::string> backupFolder() const { return m_backupFolder; }
@@ -55,6 +58,16 @@ public:
 private:
     using Values = std::vector<std::pair<std::string, std::string>>;
 
+    // Made empty, and removed with all that is in it.
+    struct Folder {
+        Folder();
+        ~Folder();
+        Folder(const Folder&) = delete;
+        Folder& operator=(const Folder&) = delete;
+
+        const std::string path;
+    };
+
     static Values chosenValues(const Choices& choices);
     void write(PreferenceClient& client, const Values& values);
     void readBack(PreferenceClient& client);
@@ -62,7 +75,8 @@ private:
     const std::string m_libraryPath;
     const std::optional<std::string> m_storeFolder;
     const Values m_values;
-    std::string m_sessionFolder;
+    const Folder m_session;
+    bool m_startedWhole = true;
     std::optional<std::string> m_backupFolder;
     std::uint64_t m_firstSequence = 1;
 };

@@ -53,7 +53,8 @@ std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
     for (const auto& [device, volume] : volumes) {
         std::error_code error;
         const fs::space_info space = fs::space(volume.folder, error);
-        if (!error && volume.needed > space.available)
+        const bool tells = !error && space.capacity != 0;
+        if (tells && volume.needed > space.available)
             return SpaceShortage{volume.folder, volume.needed, space.available};
     }
     return std::nullopt;

@@ -67,13 +67,15 @@ TargetSpot find(GroupWork& work, StemTest isTaken)
 
 bool TargetSpot::isFree() const
 {
-    return !error && std::count(occupants.begin(), occupants.end(), Occupant::kNone)
+    return !error
+        && std::count(occupants.begin(), occupants.end(), Occupant::kNone)
         == static_cast<std::ptrdiff_t>(occupants.size());
 }
 
 bool TargetSpot::holdsAll() const
 {
-    return !error && std::count(occupants.begin(), occupants.end(), Occupant::kSameBytes)
+    return !error
+        && std::count(occupants.begin(), occupants.end(), Occupant::kSameBytes)
         == static_cast<std::ptrdiff_t>(occupants.size());
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 namespace mfx {
 
@@ -14,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kAttempts = 100; // another process may remove the folder as often as we make it
+constexpr int kAttempts = 1000; // another process may remove the folder as often as we make it
 
 bool isOwnLeftover(const std::string& name, Pt::FileStatus::Kind kind)
 {
@@ -43,14 +44,37 @@ std::error_code putBack(const fs::path& from, const fs::path& folder)
     return error;
 }
 
+bool isFile(const fs::path& path)
+{
+    std::error_code error;
+    const auto status = Pt::fileStatus(path.string(), error);
+    return status && status->kind == Pt::FileStatus::Kind::Regular;
+}
+
 // A DNG beside the raw file that it was to replace: the raw file is whole, the DNG may not be.
-bool isUnfinishedConversion(const fs::path& path, const std::vector<fs::path>& entries)
+bool isUnfinishedConversion(const fs::path& path, const std::vector<fs::path>& files)
 {
     if (path.extension() != ".dng")
         return false;
-    return std::any_of(entries.begin(), entries.end(), [&path](const fs::path& other) {
+    return std::any_of(files.begin(), files.end(), [&path](const fs::path& other) {
         return other.stem() == path.stem() && other != path && other.extension() != ".xmp";
     });
+}
+
+// Somebody removes the empty folder while we make it: it is gone, or stood there when we made it
+// and does not when we look at it.
+bool isPassing(const std::error_code& error)
+{
+    return error == std::errc::no_such_file_or_directory || error == std::errc::file_exists;
+}
+
+std::vector<fs::path> entriesOf(const std::string& folder)
+{
+    std::error_code error;
+    std::vector<fs::path> entries;
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
+        entries.push_back(it->path());
+    return entries;
 }
 
 } // namespace
@@ -69,11 +93,13 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
     const auto alone = Pt::FolderLock::takeAlone(m_path, lockError);
     if (!alone) // not there, or somebody is at work in it
         return restored;
-    std::error_code listing;
-    std::vector<fs::path> entries;
-    for (fs::directory_iterator it(m_path, listing), end; !listing && it != end;
-         it.increment(listing))
-        entries.push_back(it->path());
+    const std::vector<fs::path> entries = entriesOf(m_path);
+    // Until we had the lock, others may have removed the folder and made another, in which they
+    // work now. While something lies in ours, nobody can.
+    if (!alone->stillNames(m_path))
+        return restored;
+    std::vector<fs::path> files;
+    std::copy_if(entries.begin(), entries.end(), std::back_inserter(files), isFile);
     for (const fs::path& entry : entries) {
         std::error_code step;
         const std::string name = entry.filename().string();
@@ -82,8 +108,9 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
             continue;
         if (isOwnLeftover(name, status->kind))
             fs::remove_all(entry, step);
-        else if (status->kind == Pt::FileStatus::Kind::Regular
-            && isUnfinishedConversion(entry, entries))
+        else if (status->kind != Pt::FileStatus::Kind::Regular)
+            continue; // none of ours
+        else if (isUnfinishedConversion(entry, files))
             fs::remove(entry, step);
         else if (!(step = putBack(entry, m_finalFolder)))
             restored.push_back(name);
@@ -104,12 +131,12 @@ std::error_code WorkFolder::enter()
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         m_share.reset();
         fs::create_directory(m_path, error);
-        if (error)
+        if (error && !isPassing(error))
             return error;
         m_share = Pt::FolderLock::share(m_path, error);
         if (m_share && m_share->stillNames(m_path))
             return {};
-        if (!m_share && error != std::errc::no_such_file_or_directory)
+        if (!m_share && !isPassing(error))
             return error;
     }
     return error ? error : std::make_error_code(std::errc::resource_unavailable_try_again);
@@ -118,6 +145,13 @@ std::error_code WorkFolder::enter()
 std::optional<std::string> WorkFolder::makeItemFolder(std::error_code& error)
 {
     Pt::Locked locked(m_lock);
+    while (!m_idle.empty()) {
+        std::string path = std::move(m_idle.back());
+        m_idle.pop_back();
+        std::error_code gone; // somebody may have taken it away, or put something into it
+        if (m_share && m_share->stillNames(m_path) && fs::is_empty(path, gone) && !gone)
+            return path;
+    }
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         error = enter();
         if (error)
@@ -125,14 +159,26 @@ std::optional<std::string> WorkFolder::makeItemFolder(std::error_code& error)
         const std::string path =
             m_path + '/' + std::to_string(Pt::processId()) + '-' + std::to_string(++m_counter);
         const bool made = fs::create_directory(path, error);
-        if (made)
+        if (made && m_share->stillNames(m_path))
             return path;
-        // Gone: somebody removed the empty folder just now. There already: left by a process of
-        // the same number, while another was at work.
-        if (error && error != std::errc::no_such_file_or_directory)
+        if (made) { // in a folder that another made meanwhile, on which we have no lock
+            fs::remove(path, error);
+            continue;
+        }
+        // There already: left by a process of the same number, while another was at work.
+        if (!error)
+            --attempt;
+        else if (!isPassing(error))
             return std::nullopt;
     }
+    error = std::make_error_code(std::errc::resource_unavailable_try_again);
     return std::nullopt;
+}
+
+void WorkFolder::releaseItemFolder(const std::string& itemFolder)
+{
+    Pt::Locked locked(m_lock);
+    m_idle.push_back(itemFolder);
 }
 
 void WorkFolder::dropItemFolder(const std::string& itemFolder)
@@ -145,7 +191,11 @@ void WorkFolder::leave()
 {
     Pt::Locked locked(m_lock);
     std::error_code ignored; // not empty: somebody else is at work
-    fs::remove(m_path, ignored);
+    for (const std::string& itemFolder : m_idle)
+        fs::remove(itemFolder, ignored);
+    m_idle.clear();
+    if (m_share && m_share->stillNames(m_path))
+        fs::remove(m_path, ignored);
     m_share.reset();
 }
 

@@ -1,11 +1,10 @@
 // The folder ".mfxdownload" in a folder that is downloaded into. Each group is worked on in a
 // folder of its own below it, ".mfxdownload/<process id>-<number>", and leaves it for its final
-// place by a rename. What lies in ".mfxdownload" itself is a raw file that a conversion has set
-// aside.
+// place by a rename. A file in ".mfxdownload" itself is a raw file that a conversion has set aside.
 //
 // While a process works in it, it shares a lock on it. A process that gets the lock alone knows
-// that whatever lies there was left by a crash: raw files go back to where they were, all else
-// goes. One object serves one final folder; any thread may call it.
+// that whatever lies there was left by a crash: raw files go back to where they were, folders of
+// groups go, and what is neither stays. One object serves one final folder; any thread may call it.
 #pragma once
 
 #include "platform/common/FolderLock.h"
@@ -35,10 +34,15 @@ public:
     // Makes a new empty folder for one group; its path.
     std::optional<std::string> makeItemFolder(std::error_code& error);
 
+    // Gives back a group's folder that is empty again: the next group gets it, since a file system
+    // may take longer for a new folder than for a small file.
+    void releaseItemFolder(const std::string& itemFolder);
+
     // Removes a group's folder with all that is left in it.
     void dropItemFolder(const std::string& itemFolder);
 
-    // Removes ".mfxdownload" if it is empty and lets go of it. Another object may still use it.
+    // Lets go of ".mfxdownload", and removes it if this object worked in it and nothing is left in
+    // it. Another object may still use it.
     void leave();
 
     const std::string& finalFolder() const { return m_finalFolder; }
@@ -50,6 +54,7 @@ private:
     const std::string m_path;
     Pt::Lock m_lock;
     std::optional<Pt::FolderLock> m_share TEVORO_GUARDED_BY(m_lock);
+    std::vector<std::string> m_idle TEVORO_GUARDED_BY(m_lock); // empty item folders
     std::uint64_t m_counter TEVORO_GUARDED_BY(m_lock) = 0;
 };
 

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -37,20 +38,52 @@ void removeStale(const fs::path& parent, const std::string& prefix)
     }
 }
 
+bool stillNames(const Descriptor& folder, const std::string& path)
+{
+    struct stat held = {};
+    struct stat named = {};
+    return ::fstat(folder.get(), &held) == 0 && ::lstat(path.c_str(), &named) == 0
+        && held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+}
+
+std::optional<std::string> makeIn(
+    const fs::path& parent, const std::string& prefix, std::error_code& error)
+{
+    removeStale(parent, prefix);
+    for (;;) {
+        std::string path = (parent / (prefix + "XXXXXX")).string();
+        if (!::mkdtemp(path.data())) {
+            error = lastError();
+            return std::nullopt;
+        }
+        Descriptor folder = Descriptor::open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+        error = lastError();
+        if (!folder.isOpen() && error != std::errc::no_such_file_or_directory)
+            return std::nullopt;
+        if (!folder.isOpen())
+            continue;
+        retryInterrupted([&] { return ::flock(folder.get(), LOCK_EX); });
+        // Until it was locked, another process may have taken it for stale.
+        if (!stillNames(folder, path))
+            continue;
+        folder.release(); // held to the end of the process, and closed by it
+        return path;
+    }
+}
+
 } // namespace
 
 std::string makePrivateFolder(const std::string& purpose)
 {
-    const fs::path parent = runtimeFolder().value_or(fs::temp_directory_path().string());
     const std::string prefix = purpose + '-' + std::to_string(::geteuid()) + '-';
-    removeStale(parent, prefix);
-    std::string path = (parent / (prefix + "XXXXXX")).string();
-    if (!::mkdtemp(path.data()))
-        throw std::system_error(lastError(), "cannot make a folder in " + parent.string());
-    // Held to the end of the process, and closed by it.
-    const int held = Descriptor::open(path, O_RDONLY | O_DIRECTORY).release();
-    ::flock(held, LOCK_EX);
-    return path;
+    std::error_code error;
+    const auto runtime = runtimeFolder();
+    if (auto path = runtime ? makeIn(*runtime, prefix, error) : std::nullopt)
+        return std::move(*path);
+    const fs::path temporary = fs::temp_directory_path();
+    if (auto path = makeIn(temporary, prefix, error))
+        return std::move(*path);
+    throw std::system_error(error, "cannot make a folder in " + temporary.string());
 }
 
 } // namespace Pt

@@ -1,0 +1,193 @@
+#include "mfx/cli/CommandLine.h"
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace mfx {
+namespace {
+
+struct Reading {
+    std::optional<CommandLine> line;
+    ExitCode code = ExitCode::kDone;
+    std::string output;
+    std::string errors;
+};
+
+Reading read(std::vector<std::string> words)
+{
+    words.insert(words.begin(), "mfx");
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    Reading reading;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    reading.line =
+        readCommandLine(static_cast<int>(arguments.size()), arguments.data(), reading.code);
+    reading.output = testing::internal::GetCapturedStdout();
+    reading.errors = testing::internal::GetCapturedStderr();
+    return reading;
+}
+
+TEST(CommandLineTest, ReadsTheCommands)
+{
+    EXPECT_EQ(read({"sources", "--json"}).line.value().command, Command::kSources);
+    const CommandLine list = read({"list", "-j", "/card"}).line.value();
+    EXPECT_EQ(list.command, Command::kList);
+    EXPECT_EQ(list.source, "/card");
+    EXPECT_TRUE(list.json);
+}
+
+TEST(CommandLineTest, AsksForNothingThatWasNotSaid)
+{
+    const CommandLine line = read({"download", "/card", "--to", "/photos"}).line.value();
+    EXPECT_EQ(line.command, Command::kDownload);
+    EXPECT_EQ(line.source, "/card");
+    EXPECT_EQ(line.target, "/photos");
+    for (const bool flag : {line.json,
+             line.dng,
+             line.dngUncompressed,
+             line.dngLinear,
+             line.dngEmbedRaw,
+             line.deleteOriginals,
+             line.yes,
+             line.open,
+             line.remember,
+             line.dryRun,
+             line.quiet})
+        EXPECT_FALSE(flag);
+    for (const std::string& text :
+        {line.subfolders, line.rename, line.backup, line.dngPreview, line.preferences})
+        EXPECT_THAT(text, IsEmpty());
+    EXPECT_THAT(line.only, IsEmpty());
+}
+
+TEST(CommandLineTest, ReadsEveryOptionOfADownload)
+{
+    const CommandLine line = read({"download",
+                                      "/card",
+                                      "--to",
+                                      "/photos",
+                                      "--subfolders",
+                                      "%Y",
+                                      "--rename",
+                                      "{name}_{seq:4}",
+                                      "--backup",
+                                      "/backup",
+                                      "--dng",
+                                      "--dng-preview",
+                                      "full",
+                                      "--dng-uncompressed",
+                                      "--dng-linear",
+                                      "--dng-embed-raw",
+                                      "--only",
+                                      "*.CR2",
+                                      "--only",
+                                      "IMG_*",
+                                      "--delete-originals",
+                                      "--yes",
+                                      "--open",
+                                      "--preferences",
+                                      "none",
+                                      "--remember",
+                                      "--dry-run",
+                                      "--quiet",
+                                      "--json"})
+                                 .line.value();
+    EXPECT_EQ(line.subfolders, "%Y");
+    EXPECT_EQ(line.rename, "{name}_{seq:4}");
+    EXPECT_EQ(line.backup, "/backup");
+    EXPECT_EQ(line.dngPreview, "full");
+    EXPECT_EQ(line.preferences, "none");
+    EXPECT_THAT(line.only, ElementsAre("*.CR2", "IMG_*"));
+    for (const bool flag : {line.json,
+             line.dng,
+             line.dngUncompressed,
+             line.dngLinear,
+             line.dngEmbedRaw,
+             line.deleteOriginals,
+             line.yes,
+             line.open,
+             line.remember,
+             line.dryRun,
+             line.quiet})
+        EXPECT_TRUE(flag);
+}
+
+TEST(CommandLineTest, TakesOneNameForEachOnly)
+{
+    const CommandLine line =
+        read({"download", "-O", "*.CR2", "/card", "-t", "/photos"}).line.value();
+    EXPECT_THAT(line.only, ElementsAre("*.CR2"));
+    EXPECT_EQ(line.source, "/card");
+}
+
+TEST(CommandLineTest, TakesAFolderThatLooksLikeAnOption)
+{
+    EXPECT_EQ(read({"list", "--", "--json"}).line.value().source, "--json");
+}
+
+TEST(CommandLineTest, KeepsBytesThatAreNotUtf8)
+{
+    EXPECT_EQ(read({"list", "/caf\xE9"}).line.value().source, "/caf\xE9");
+}
+
+struct WrongCase {
+    const char* name;
+    std::vector<std::string> words;
+    const char* says;
+};
+
+void PrintTo(const WrongCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class WrongCommandLineTest : public testing::TestWithParam<WrongCase> { };
+
+TEST_P(WrongCommandLineTest, EndsWithWrongUsage)
+{
+    const Reading reading = read(GetParam().words);
+    EXPECT_FALSE(reading.line);
+    EXPECT_EQ(reading.code, ExitCode::kUsage);
+    EXPECT_THAT(reading.errors, HasSubstr(GetParam().says));
+    EXPECT_THAT(reading.output, IsEmpty()) << "a script reads nothing wrong";
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases,
+    WrongCommandLineTest,
+    testing::Values(WrongCase{"NoCommand", {}, "subcommand"},
+        WrongCase{"UnknownCommand", {"copy"}, "subcommand"},
+        WrongCase{"NoSource", {"list"}, "SOURCE"},
+        WrongCase{"TwoSources", {"list", "/a", "/b"}, "/b"},
+        WrongCase{"NoTarget", {"download", "/card"}, "--to"},
+        WrongCase{"TargetWithoutFolder", {"download", "/card", "--to"}, "--to"},
+        WrongCase{"UnknownOption", {"download", "/card", "-t", "/p", "--delete"}, "--delete"},
+        WrongCase{"UnknownPreview",
+            {"download", "/card", "-t", "/p", "--dng-preview", "huge"},
+            "--dng-preview"},
+        WrongCase{"TwoTargets", {"download", "/card", "-t", "/p", "-t", "/q"}, "--to"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(CommandLineTest, TellsHelpAndVersionAndEndsWell)
+{
+    for (const char* option : {"--help", "-h"}) {
+        const Reading help = read({"download", option});
+        EXPECT_FALSE(help.line);
+        EXPECT_EQ(help.code, ExitCode::kDone);
+        EXPECT_THAT(help.output, HasSubstr("--delete-originals"));
+        EXPECT_THAT(help.output, HasSubstr("Exit codes: 0 done"));
+    }
+    const Reading version = read({"--version"});
+    EXPECT_EQ(version.code, ExitCode::kDone);
+    EXPECT_THAT(version.output, testing::StartsWith("mfx "));
+}
+
+} // namespace
+} // namespace mfx

@@ -1,0 +1,98 @@
+#include "mfx/cli/Question.h"
+
+#include <cstdlib>
+#include <string>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace mfx {
+namespace {
+
+enum Answer { kNo, kYes };
+
+// A question to a person behind a terminal, who types an answer.
+class QuestionTest : public testing::Test {
+protected:
+    QuestionTest()
+    {
+        m_person = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        EXPECT_EQ(::grantpt(m_person), 0);
+        EXPECT_EQ(::unlockpt(m_person), 0);
+    }
+    ~QuestionTest() override { ::close(m_person); }
+
+    // The answer that the program took, or -1; what stood on the terminal is in m_screen.
+    int answerTo(const std::string& text, const std::string& typed)
+    {
+        const std::string terminal = ::ptsname(m_person);
+        const pid_t program = ::fork();
+        if (program == 0) {
+            ::setsid();
+            const int end = ::open(terminal.c_str(), O_RDWR);
+            for (const int stream : {0, 1, 2})
+                ::dup2(end, stream);
+            ::_exit(askYesOrNo(text, Answering::kAsk) ? kYes : kNo);
+        }
+        waitForPrompt();
+        EXPECT_EQ(
+            ::write(m_person, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+        int status = 0;
+        EXPECT_EQ(::waitpid(program, &status, 0), program);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    void waitForPrompt()
+    {
+        pollfd ready{m_person, POLLIN, 0};
+        while (m_screen.find("[y/N] ") == std::string::npos && ::poll(&ready, 1, 30'000) == 1) {
+            char bytes[256];
+            const ssize_t count = ::read(m_person, bytes, sizeof bytes);
+            if (count > 0)
+                m_screen.append(bytes, static_cast<std::size_t>(count));
+        }
+    }
+
+    std::string m_screen;
+
+private:
+    int m_person = -1;
+};
+
+TEST_F(QuestionTest, TakesOnlyAClearYes)
+{
+    for (const char* yes : {"y\n", "Y\n", "yes\n", "what?\ny\n"})
+        EXPECT_EQ(answerTo("Delete?", yes), kYes) << yes;
+    for (const char* no : {"n\n", "N\n", "no\n", "\n", "YES!\nn\n", " y\n\n", "\4"})
+        EXPECT_EQ(answerTo("Delete?", no), kNo) << no;
+}
+
+TEST_F(QuestionTest, ShowsTheQuestionSafelyForATerminal)
+{
+    answerTo("Delete \x1B[2J?", "n\n");
+    EXPECT_THAT(m_screen, HasSubstr("Delete "));
+    EXPECT_THAT(m_screen, HasSubstr("[y/N] "));
+    EXPECT_EQ(m_screen.find('\x1B'), std::string::npos);
+}
+
+TEST_F(QuestionTest, AsksNobodyWhoSaidYesBeforehand)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(askYesOrNo("Delete?", Answering::kYes));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), IsEmpty());
+}
+
+TEST_F(QuestionTest, TakesNoWhereNobodyCanAnswer)
+{
+    testing::internal::CaptureStderr(); // so it is no terminal
+    EXPECT_FALSE(askYesOrNo("Delete?", Answering::kAsk));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("nothing is deleted"));
+}
+
+} // namespace
+} // namespace mfx

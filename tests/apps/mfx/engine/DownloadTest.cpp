@@ -1,0 +1,235 @@
+#include "mfx/engine/Download.h"
+
+#include "SavingFixture.h"
+#include "core/TevoroAppManager/support/RuntimeTree.h"
+#include "mfx/engine/SessionPreferences.h"
+#include "mfx/panel/OptionsPanel.h"
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace mfx {
+namespace {
+
+using tests::bytesOf;
+using tests::namesBelow;
+
+constexpr char kPlugin[] = TEVORO_STAGE_HOME "/plugins/TevoroAppManager.so";
+constexpr char kLibrary[] = "../Frameworks/preference_xml_parser.framework";
+
+// Notes what it is told, and answers the question.
+class RecordedEvents final : public DownloadEvents {
+public:
+    void source(const std::string&, std::size_t, std::uint64_t) override { }
+    void item(const ItemEvent& event) override { items.push_back(event); }
+    void message(const std::string&, const std::string&) override { }
+    bool question(const std::string&, const std::string&) override
+    {
+        ++questions;
+        if (beforeAnswer)
+            beforeAnswer();
+        return answer;
+    }
+    void progress(const ProgressEvent& event) override { last = event; }
+    void summary(const DownloadSummary&) override { }
+
+    bool answer = true;
+    std::function<void()> beforeAnswer;
+    int questions = 0;
+    std::vector<ItemEvent> items;
+    ProgressEvent last;
+};
+
+// A download with the sink that ships, in a run-time tree of its own.
+class DownloadTest : public testing::Test {
+protected:
+    DownloadTest()
+    {
+        tree.addPreferenceStore();
+        std::filesystem::create_directories(target);
+        std::filesystem::create_directories(backup);
+        request.sourceName = "card";
+        request.target = target;
+        request.deletesOriginals = choices.deletesOriginals = true;
+        request.wasInterrupted = [] { return false; };
+    }
+
+    void wantBackup() { request.backupFolder = choices.backupFolder = backup; }
+
+    DownloadSummary run(const std::string& source)
+    {
+        const SessionPreferences session(kLibrary, std::nullopt, choices);
+        std::unique_ptr<OptionsPanel> panel;
+        SinkSession sink(kPlugin, events);
+        panel = std::make_unique<OptionsPanel>(QString::fromStdString(sink.panelFile()));
+        sink.bindPanel(*panel);
+        const CardContents contents = scanCard(source);
+        if (beforeRun)
+            beforeRun();
+        return Download(request, contents, sink, events).run();
+    }
+    DownloadSummary run() { return run(card.path()); }
+
+    test::RuntimeTree tree;
+    const std::string target = std::filesystem::canonical(tree.path("home")).string() + "/photos";
+    const std::string backup = std::filesystem::canonical(tree.path("home")).string() + "/backup";
+    tests::TestCard card;
+    Choices choices;
+    DownloadRequest request;
+    RecordedEvents events;
+    std::function<void()> beforeRun; // once the card is listed
+};
+
+TEST_F(DownloadTest, DeletesWhatItSavedAndBackedUpWhenThePersonSaysYes)
+{
+    card.add("DCIM/IMG_1.CR2", "raw");
+    card.add("DCIM/IMG_1.xmp", "sidecar");
+    wantBackup();
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.saved, 2U);
+    EXPECT_EQ(summary.backups, 2U);
+    EXPECT_EQ(summary.proven, 2U);
+    EXPECT_EQ(summary.deleted, 2U);
+    EXPECT_EQ(events.questions, 1);
+    EXPECT_THAT(namesBelow(target), ElementsAre("IMG_1.CR2", "IMG_1.xmp"));
+    EXPECT_THAT(namesBelow(backup), ElementsAre("IMG_1.CR2", "IMG_1.xmp"));
+    EXPECT_THAT(namesBelow(card.path()), ElementsAre("DCIM"));
+    EXPECT_EQ(events.last.bytesDone, events.last.bytesTotal);
+    EXPECT_EQ(events.last.itemsDone, 2U);
+}
+
+TEST_F(DownloadTest, DeletesNothingWhenThePersonSaysNo)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    events.answer = false;
+    EXPECT_EQ(run().deleted, 0U);
+    EXPECT_EQ(events.questions, 1);
+    EXPECT_EQ(bytesOf(card.path("IMG_1.JPG")), "jpeg");
+}
+
+TEST_F(DownloadTest, KeepsAnOriginalWhoseBackupFailed)
+{
+    card.add("IMG_1.CR2", "raw");
+    card.add("IMG_1.JPG", "jpeg");
+    wantBackup();
+    beforeRun = [this] {
+        std::filesystem::remove(backup);
+        std::ofstream(backup) << "a file is in the way";
+    };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.proven, 0U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_EQ(events.questions, 0);
+    EXPECT_EQ(bytesOf(card.path("IMG_1.CR2")), "raw");
+}
+
+// What becomes of the DNG says nothing about the backup.
+TEST_F(DownloadTest, KeepsAnOriginalWhoseBackupFailedThoughItsConversionFailedToo)
+{
+    card.add("IMG_1.CR2", "raw");
+    wantBackup();
+    request.wantsDNG = true; // and nobody can
+    beforeRun = [this] {
+        std::filesystem::remove(backup);
+        std::ofstream(backup) << "a file is in the way";
+    };
+    const DownloadSummary summary = run();
+    ASSERT_EQ(events.items.size(), 1U);
+    EXPECT_EQ(events.items[0].status, ItemStatus::kBackupFailed);
+    EXPECT_THAT(events.items[0].error.value(), HasSubstr("backup"));
+    EXPECT_THAT(events.items[0].error.value(), HasSubstr("DNG"));
+    EXPECT_EQ(summary.proven, 0U);
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_EQ(bytesOf(card.path("IMG_1.CR2")), "raw");
+}
+
+// Photos that are sorted by date into the folder in which they lie.
+TEST_F(DownloadTest, NeverDeletesTheOnlyCopy)
+{
+    const std::string source = target + "/2020";
+    std::filesystem::create_directories(source);
+    std::ofstream(source + "/IMG_1.JPG") << "the only one";
+    const timespec times[]{{1'600'000'000, 0}, {1'600'000'000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (source + "/IMG_1.JPG").c_str(), times, 0), 0);
+    request.rules.subfolders = SubfolderPattern("%Y");
+    const DownloadSummary summary = run(source);
+    EXPECT_EQ(summary.existing, 0U);
+    EXPECT_EQ(bytesOf(source + "/IMG_1-1.JPG"), "the only one");
+}
+
+TEST_F(DownloadTest, KeepsAnOriginalThatChangedAfterItWasSaved)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    events.beforeAnswer = [this] { card.add("IMG_1.JPG", "edited on the card"); };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_EQ(summary.notDeleted, 1U);
+    EXPECT_THAT(summary.notSafe.at(0).reason, HasSubstr("changed"));
+    EXPECT_EQ(bytesOf(card.path("IMG_1.JPG")), "edited on the card");
+}
+
+TEST_F(DownloadTest, KeepsAnOriginalWhoseCopyIsGone)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    events.beforeAnswer = [this] { std::filesystem::remove(target + "/IMG_1.JPG"); };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_EQ(bytesOf(card.path("IMG_1.JPG")), "jpeg");
+}
+
+TEST_F(DownloadTest, TellsOfACardThatWasTakenOutBeforeItsPhotosCouldBeDeleted)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    events.beforeAnswer = [this] {
+        // A loop of links cannot be looked through, as little as a card that broke down.
+        std::filesystem::remove_all(card.path());
+        std::filesystem::create_symlink(card.path(), card.path());
+    };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_EQ(summary.notDeleted, 1U);
+    EXPECT_EQ(bytesOf(target + "/IMG_1.JPG"), "jpeg");
+}
+
+TEST_F(DownloadTest, OffersNothingOfAGroupOfWhichAPartFailed)
+{
+    card.add("IMG_1.CR2", "raw");
+    card.add("IMG_1.JPG", "jpeg");
+    card.add("IMG_2.JPG", "fine");
+    beforeRun = [this] { std::filesystem::remove(card.path("IMG_1.JPG")); };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.failed, 2U);
+    EXPECT_EQ(summary.deleted, 1U);
+    EXPECT_THAT(namesBelow(card.path()), ElementsAre("IMG_1.CR2"));
+    EXPECT_THAT(namesBelow(target), ElementsAre("IMG_2.JPG"));
+}
+
+TEST_F(DownloadTest, WritesNothingInADryRun)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    request.dryRun = true;
+    EXPECT_FALSE(run().cardMayBeWiped);
+    EXPECT_EQ(events.questions, 0);
+    EXPECT_THAT(namesBelow(target), IsEmpty());
+    EXPECT_EQ(events.items.at(0).saved, target + "/IMG_1.JPG");
+}
+
+TEST_F(DownloadTest, SavesAndDeletesNothingMoreOnceItWasInterrupted)
+{
+    for (int i = 0; i < 20; ++i)
+        card.add("IMG_" + std::to_string(i) + ".JPG", "jpeg");
+    request.wasInterrupted = [this] { return events.items.size() >= 3; };
+    const DownloadSummary summary = run();
+    EXPECT_TRUE(summary.interrupted);
+    EXPECT_EQ(summary.saved, 3U);
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_EQ(namesBelow(target).size(), 3U);
+}
+
+} // namespace
+} // namespace mfx

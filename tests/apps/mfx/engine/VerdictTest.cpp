@@ -1,0 +1,137 @@
+#include "mfx/engine/Verdict.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace mfx {
+namespace {
+
+DownloadSummary allSaved()
+{
+    DownloadSummary summary;
+    summary.items = 3;
+    summary.saved = 2;
+    summary.existing = 1;
+    summary.proven = 3;
+    return summary;
+}
+
+TEST(VerdictTest, CallsTheCardSafeWhenEverythingIsProven)
+{
+    DownloadSummary summary = allSaved();
+    giveVerdict(summary);
+    EXPECT_TRUE(summary.cardMayBeWiped);
+    EXPECT_EQ(summary.verdict,
+        "2 saved, 1 stood there already, 3 proven, 0 problems: the card may be wiped.");
+}
+
+TEST(VerdictTest, CountsBackupsWhereTheyAreWanted)
+{
+    DownloadSummary summary = allSaved();
+    summary.backupWanted = true;
+    summary.backups = 3;
+    summary.converted = 1;
+    summary.deleted = 2;
+    giveVerdict(summary);
+    EXPECT_EQ(summary.verdict,
+        "2 saved, 1 stood there already, 3 backed up, 1 converted, 3 proven, 0 problems, 2 deleted "
+        "from the card: the card may be wiped.");
+}
+
+struct UnsafeCase {
+    const char* name;
+    void (*spoil)(DownloadSummary&);
+    const char* says;
+};
+
+void PrintTo(const UnsafeCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class UnsafeVerdictTest : public testing::TestWithParam<UnsafeCase> { };
+
+TEST_P(UnsafeVerdictTest, NeverCallsTheCardSafe)
+{
+    DownloadSummary summary = allSaved();
+    GetParam().spoil(summary);
+    giveVerdict(summary);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_THAT(summary.verdict, Not(HasSubstr("may be wiped")));
+    EXPECT_THAT(summary.verdict, HasSubstr(GetParam().says));
+}
+
+constexpr UnsafeCase kUnsafe[] = {
+    {"OneNotProven", [](DownloadSummary& s) { s.proven = 2; }, "Do not wipe the card"},
+    {"OneProblem", [](DownloadSummary& s) { s.failed = 1; }, "1 problem. Do not wipe the card"},
+    {"ProblemOfNoItem",
+        [](DownloadSummary& s) {
+            s.notSafe.push_back({"x", "names were not flushed"});
+        },
+        "Do not wipe the card"},
+    {"NothingProvenAtAll",
+        [](DownloadSummary& s) { s.proven = s.saved = s.existing = 0; },
+        "Do not wipe the card"},
+    {"PassedOver",
+        [](DownloadSummary& s) {
+            s.notHandled["link"] = 2;
+            s.mayHoldPhotos = 2;
+        },
+        "not handled: 2 x link"},
+    {"OnlySomeAskedFor", [](DownloadSummary& s) { s.notAskedFor = 4; }, "4 not asked for"},
+    {"Interrupted", [](DownloadSummary& s) { s.interrupted = true; }, "Interrupted: do not wipe"},
+    {"InterruptedWithProblems",
+        [](DownloadSummary& s) {
+            s.interrupted = true;
+            s.failed = 1;
+        },
+        "Interrupted: do not wipe"},
+    {"CardTakenOut", [](DownloadSummary& s) { s.sourceGone = true; }, ""},
+    {"DryRun", [](DownloadSummary& s) { s.dryRun = true; }, "2 would be saved"},
+    {"DryRunOfNothing",
+        [](DownloadSummary& s) {
+            s = {};
+            s.dryRun = true;
+        },
+        "Nothing was written."},
+    {"NothingButUnknown",
+        [](DownloadSummary& s) {
+            s = {};
+            s.mayHoldPhotos = 1;
+        },
+        "the card holds more"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, UnsafeVerdictTest, testing::ValuesIn(kUnsafe), [](const auto& row) {
+    return std::string(row.param.name);
+});
+
+TEST(VerdictTest, IsNotKeptFromItsWordByWhatHoldsNoPhotos)
+{
+    DownloadSummary summary = allSaved();
+    summary.notHandled["thumbnail cache"] = 1;
+    giveVerdict(summary);
+    EXPECT_TRUE(summary.cardMayBeWiped);
+}
+
+TEST(VerdictTest, SaysWhenThereIsNothing)
+{
+    DownloadSummary summary;
+    giveVerdict(summary);
+    EXPECT_TRUE(summary.cardMayBeWiped);
+    EXPECT_EQ(summary.verdict, "0 saved, 0 proven, 0 problems. There is nothing on the card.");
+}
+
+TEST(VerdictTest, CallsWhatIsProvenSafeWhenThereIsMore)
+{
+    DownloadSummary summary = allSaved();
+    summary.notAskedFor = 1;
+    giveVerdict(summary);
+    EXPECT_THAT(summary.verdict, HasSubstr("All these are safe"));
+}
+
+} // namespace
+} // namespace mfx

@@ -1,0 +1,114 @@
+#include "platform/common/ProgramEnvironment.h"
+
+#include "core/platform/TestFolder.h"
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// How a process ends that does this: its exit status, or 128 and its signal's number.
+template <typename Action>
+int endOf(Action action)
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(action());
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+TEST(ProgramEnvironmentTest, KnowsWhereTheProgramLies)
+{
+    EXPECT_TRUE(std::filesystem::exists(Pt::programFolder() + "/platform_tests"));
+    EXPECT_EQ(Pt::programFolder(), std::filesystem::canonical(Pt::programFolder()));
+}
+
+TEST(ProgramEnvironmentTest, TellsTheProcessItRunsIn)
+{
+    EXPECT_EQ(Pt::processId(), ::getpid());
+    EXPECT_EQ(endOf([] { return Pt::processId() == ::getpid() ? 0 : 1; }), 0);
+}
+
+TEST(ProgramEnvironmentTest, NotesTheFirstInterruptAndEndsAtTheSecond)
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        EXPECT_EQ(endOf([signal] {
+            Pt::noteInterrupts();
+            if (Pt::wasInterrupted())
+                return 1;
+            ::raise(signal);
+            return Pt::wasInterrupted() ? 0 : 2;
+        }),
+            0);
+        EXPECT_EQ(endOf([signal] {
+            Pt::noteInterrupts();
+            ::raise(signal);
+            ::raise(signal);
+            return 0;
+        }),
+            128 + signal);
+    }
+}
+
+TEST(ProgramEnvironmentTest, GoesOnWhenNobodyReadsItsOutput)
+{
+    EXPECT_EQ(endOf([] {
+        Pt::noteInterrupts();
+        int ends[2] = {};
+        if (::pipe(ends) != 0)
+            return 1;
+        ::close(ends[0]);
+        return ::write(ends[1], "x", 1) == -1 && errno == EPIPE ? 0 : 2;
+    }),
+        0);
+}
+
+TEST(ProgramEnvironmentTest, LetsAnInterruptEndAWaitForInput)
+{
+    EXPECT_EQ(endOf([] {
+        Pt::noteInterrupts();
+        struct sigaction action = {};
+        ::sigaction(SIGINT, nullptr, &action);
+        return (action.sa_flags & SA_RESTART) == 0 ? 0 : 1;
+    }),
+        0);
+}
+
+TEST(ProgramEnvironmentTest, KnowsATerminalAndItsWidth)
+{
+    const int person = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(person, 0);
+    ASSERT_EQ(::grantpt(person), 0);
+    ASSERT_EQ(::unlockpt(person), 0);
+    std::FILE* const terminal = std::fopen(::ptsname(person), "r+");
+    ASSERT_NE(terminal, nullptr);
+    EXPECT_TRUE(Pt::isTerminal(terminal));
+    EXPECT_EQ(Pt::terminalWidth(terminal), 80) << "it does not tell yet";
+    const winsize size{24, 132, 0, 0};
+    ASSERT_EQ(::ioctl(person, TIOCSWINSZ, &size), 0);
+    EXPECT_EQ(Pt::terminalWidth(terminal), 132);
+    std::fclose(terminal);
+    ::close(person);
+}
+
+TEST(ProgramEnvironmentTest, TakesAFileForNoTerminal)
+{
+    const test::TestFolder folder;
+    std::FILE* const file = std::fopen(folder.path("file").c_str(), "w");
+    ASSERT_NE(file, nullptr);
+    EXPECT_FALSE(Pt::isTerminal(file));
+    EXPECT_EQ(Pt::terminalWidth(file), 80);
+    std::fclose(file);
+}
+
+} // namespace
