@@ -40,8 +40,9 @@ void release(IClientUIControl* control)
 
 } // namespace
 
-CAppSource::CAppSource(const CAppInfo& info)
+CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
     : m_info(info)
+    , m_dialogs(dialogs)
 {
     m_bus.Initialize();
     initilizePreferences();

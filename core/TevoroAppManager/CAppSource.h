@@ -9,6 +9,7 @@
 
 #include "TevoroAppManager/CAppInfo.h"
 #include "TevoroAppManager/PanelControls.h"
+#include "TevoroAppManager/PanelDialogs.h"
 #include "TevoroAppManager/PtTevoroTalk.h"
 #include "TevoroAppManager/contract/CPropAppPreferences.h"
 #include "TevoroAppManager/contract/IMFXLogCallbacks.h"
@@ -53,8 +54,9 @@ class CAppSource final : public ISource,
                          public ISinkProgressDialog {
 public:
     // Starts the bus, takes the preference store, opens the dictionary and binds the DNG library.
-    // A library that is not there is no failure; a bus that does not start throws.
-    explicit CAppSource(const CAppInfo& info);
+    // A library that is not there is no failure; a bus that does not start throws. The dialogs are
+    // borrowed.
+    explicit CAppSource(const CAppInfo& info, PanelDialogs& dialogs = screenDialogs());
     CAppSource(const CAppSource&) = delete;
     CAppSource& operator=(const CAppSource&) = delete;
 
@@ -182,6 +184,7 @@ private:
     IClientUIControl* bindControl(char const* name);
     void refreshBackupLabel();
     void enableBackupControls(bool enabled);
+    void chooseBackupFolder();
 
     // Conversion
     bool isCameraRAWFile(const QString& path) const;
@@ -203,15 +206,13 @@ private:
     IPtPreferences* m_preferences = nullptr; // one reference a fetch; never released
     std::uint32_t m_references = 0;
     CAppInfo m_info;
+    PanelDialogs& m_dialogs;
     CMOXFileFormat* m_formats = nullptr; // owned; built on first demand
     ISinkUtilHandler* m_utilHandler = nullptr; // the last one handed out; not counted
     IClientUIHandler* m_uiHandler = nullptr; // borrowed
     IProgressHandler* m_progress = nullptr; // borrowed from the caller, released at the end
     PanelControls m_controls;
-    bool m_embedRaw = false;
-    bool m_uncompressed = false;
-    bool m_linear = false;
-    std::int32_t m_jpegPreviewSize = 1;
+    DNGSettings m_dng;
     std::int32_t m_dngFailures = 0; // of the whole session
     void* m_hostHandle = nullptr;
     QString m_secondaryLocation;

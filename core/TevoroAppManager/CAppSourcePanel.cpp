@@ -4,6 +4,7 @@
 #include "TevoroAppManager/CAppSource.h"
 #include "TevoroAppManager/FitPath.h"
 #include "TevoroAppManager/FxGuard.h"
+#include "TevoroAppManager/TargetFolder.h"
 #include "strings/ApplicationLocale.h"
 #include "strings/PtZString.h"
 
@@ -11,6 +12,7 @@
 #include <QFile>
 #include <QFont>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QRect>
 
 #include <array>
@@ -131,10 +133,12 @@ void CAppSource::refreshBackupLabel()
     IClientUIControl* label = m_controls.secondaryBackupLabel;
     if (!label)
         return;
-    const QRect rect(
-        QPoint(0, 0), QPoint(label->GetControlWidth() - 1, label->GetControlHeight() - 1));
-    QString fitted;
-    fitPath(m_secondaryLocation, fitted, QFontMetrics(fontOf(*label)), rect);
+    QString fitted = m_secondaryLocation;
+    if (qGuiApp) { // fonts can be measured only in an application with a screen, real or not
+        const QRect rect(
+            QPoint(0, 0), QPoint(label->GetControlWidth() - 1, label->GetControlHeight() - 1));
+        fitPath(m_secondaryLocation, fitted, QFontMetrics(fontOf(*label)), rect);
+    }
     label->SetText(fitted.toUtf8().constData());
     label->SetToolTip(m_secondaryLocation.toUtf8().constData());
 }
@@ -166,6 +170,8 @@ FxStatus CAppSource::HandleUIModeChange(void*, eMFXUIMode mode, int& value)
     });
 }
 
+// Using the settings button while the conversion is off disables it first, and still opens the
+// dialog.
 FxStatus CAppSource::handleUIEvent(char const* name)
 {
     return fxGuard([this, name] {
@@ -174,6 +180,23 @@ FxStatus CAppSource::handleUIEvent(char const* name)
             enableBackupControls(isChecked(m_controls.saveCopiesCheckbox));
         if (widget == "settings_button" || widget == "dng_checkbox")
             setEnabled(m_controls.settingsButton, isChecked(m_controls.dngCheckbox));
+        if (widget == "browse_button")
+            chooseBackupFolder();
+        else if (widget == "settings_button")
+            m_dialogs.editDNGSettings(m_dng);
         return kFxOk;
     });
+}
+
+void CAppSource::chooseBackupFolder()
+{
+    QString folder = m_dialogs.askFolder(m_secondaryLocation, true);
+    while (!folder.isEmpty() && !isFolderWritable(folder)) {
+        m_dialogs.warnUnwritable();
+        folder = m_dialogs.askFolder(m_secondaryLocation, false);
+    }
+    if (folder.isEmpty())
+        return;
+    m_secondaryLocation = QDir::toNativeSeparators(folder);
+    refreshBackupLabel();
 }

@@ -184,10 +184,10 @@ void CAppSource::readDNGOptions(PreferenceReader& reader)
     const bool converts = reader.boolean("ConvertToDNG");
     m_controls.dngCheckbox->SetChecked(converts);
     setEnabled(m_controls.settingsButton, converts);
-    m_uncompressed = reader.boolean("DNGOutputUncompressed");
-    m_linear = reader.boolean("DNGOutputLinear");
-    m_embedRaw = reader.boolean("DNGEmbeddRAW");
-    m_jpegPreviewSize = reader.integer("DNGJpegPreviewSize");
+    m_dng.uncompressed = reader.boolean("DNGOutputUncompressed");
+    m_dng.linear = reader.boolean("DNGOutputLinear");
+    m_dng.embedRaw = reader.boolean("DNGEmbeddRAW");
+    m_dng.jpegPreviewSize = reader.integer("DNGJpegPreviewSize");
 }
 
 // A stored folder that has gone is passed over: the folder chosen at binding stays.
@@ -275,10 +275,10 @@ void CAppSource::writeControls(PreferenceWriter& writer)
         const bool converts = m_controls.dngCheckbox->IsChecked();
         writer.boolean("ConvertToDNG", converts);
         if (converts) {
-            writer.boolean("DNGOutputUncompressed", m_uncompressed);
-            writer.boolean("DNGOutputLinear", m_linear);
-            writer.boolean("DNGEmbeddRAW", m_embedRaw);
-            writer.integer("DNGJpegPreviewSize", m_jpegPreviewSize);
+            writer.boolean("DNGOutputUncompressed", m_dng.uncompressed);
+            writer.boolean("DNGOutputLinear", m_dng.linear);
+            writer.boolean("DNGEmbeddRAW", m_dng.embedRaw);
+            writer.integer("DNGJpegPreviewSize", m_dng.jpegPreviewSize);
         }
     }
     if (m_controls.saveCopiesCheckbox)

@@ -176,10 +176,10 @@ bool CAppSource::convertToDNGThruRDX(const QString& source, const QString& desti
     try {
         return m_convertToDNG(QFile::encodeName(source).constData(),
                    QFile::encodeName(destination).constData(),
-                   m_jpegPreviewSize,
-                   m_uncompressed ? 0 : 1,
-                   m_linear ? 1 : 0,
-                   m_embedRaw ? 1 : 0)
+                   m_dng.jpegPreviewSize,
+                   m_dng.uncompressed ? 0 : 1,
+                   m_dng.linear ? 1 : 0,
+                   m_dng.embedRaw ? 1 : 0)
             == 0;
     } catch (...) {
         return false;

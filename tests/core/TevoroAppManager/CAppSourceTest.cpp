@@ -1,5 +1,5 @@
-#include "core/TevoroAppManager/support/SinkFixture.h"
 #include "TevoroAppManager/contract/ISinkManager.h"
+#include "core/TevoroAppManager/support/SinkFixture.h"
 
 #include <map>
 
@@ -19,9 +19,17 @@ protected:
 };
 
 // Ids by the face that answers them.
-const std::map<long, std::vector<long>> kFaces
-    = {{3, {3}}, {37, {0, 14, 37}}, {49, {17, 49}}, {25, {25}}, {26, {26}}, {27, {27}}, {32, {32}},
-        {33, {23, 33}}, {66, {48, 66}}, {36, {36}}, {64, {64}}};
+const std::map<long, std::vector<long>> kFaces = {{3, {3}},
+    {37, {0, 14, 37}},
+    {49, {17, 49}},
+    {25, {25}},
+    {26, {26}},
+    {27, {27}},
+    {32, {32}},
+    {33, {23, 33}},
+    {66, {48, 66}},
+    {36, {36}},
+    {64, {64}}};
 
 bool isKnown(long id)
 {
@@ -161,8 +169,11 @@ TEST_F(CAppSourceTest, ReleasesAllControlsButTheOneForDeletionWhenItEnds)
     openWithPanel();
     close();
     EXPECT_EQ(journal.lines(),
-        (std::vector<std::string> {"secondary_backup_label.Release", "browse_button.Release",
-            "settings_button.Release", "dng_checkbox.Release", "launchtevoro_checkbox.Release",
+        (std::vector<std::string>{"secondary_backup_label.Release",
+            "browse_button.Release",
+            "settings_button.Release",
+            "dng_checkbox.Release",
+            "launchtevoro_checkbox.Release",
             "savecopies_checkbox.Release"}));
     EXPECT_EQ(panel.control("deletefiles_checkbox").references, 1);
     EXPECT_EQ(panel.references, 0);

@@ -81,7 +81,7 @@ TEST_F(CMOXFileFormatTest, FoldsLettersBeyondTheLatinOnesToo)
 
 TEST_F(CMOXFileFormatTest, RefusesRecordsOfAnotherTagOrSize)
 {
-    for (const auto& [tag, size] : {std::pair {4U, 27U}, {4U, 29U}, {5U, 28U}, {0U, 0U}}) {
+    for (const auto& [tag, size] : {std::pair{4U, 27U}, {4U, 29U}, {5U, 28U}, {0U, 0U}}) {
         CPropFileFormat record = format("jpg");
         record.tag = tag;
         record.size = size;
@@ -133,7 +133,7 @@ TEST_F(CMOXFileFormatTest, CopiesTheWholeField)
 
 TEST_F(CMOXFileFormatTest, CountsWhatItTookOfMany)
 {
-    std::vector<CPropFileFormat> several {format("a"), format("A"), format("b"), format("c")};
+    std::vector<CPropFileFormat> several{format("a"), format("A"), format("b"), format("c")};
     several[3].size = 27;
     CPropFileFormat* records = several.data();
     unsigned long added = 77;

@@ -10,14 +10,14 @@ using test::units;
 
 namespace {
 
-constexpr char kImages[]
-    = "jpg,jpe,jpeg,dng,pdf,dnf,cr2,vst,icb,tga,vda,rle,wbm,wbmp,erf,mos,pcx,pef,x3f,srf,dib,pxr,"
-      "jpf,jpx,j2c,jp2,jpc,pdd,cam,crw,dcr,fpx,gif,bmp,mrw,nef,orf,png,psd,raf,raw,tif,tiff,ota,"
-      "j2k,kdc,sr2,mef,mfw";
+constexpr char kImages[] =
+    "jpg,jpe,jpeg,dng,pdf,dnf,cr2,vst,icb,tga,vda,rle,wbm,wbmp,erf,mos,pcx,pef,x3f,srf,dib,pxr,"
+    "jpf,jpx,j2c,jp2,jpc,pdd,cam,crw,dcr,fpx,gif,bmp,mrw,nef,orf,png,psd,raf,raw,tif,tiff,ota,"
+    "j2k,kdc,sr2,mef,mfw";
 constexpr char kSounds[] = "aaf,aac,ac3,aif,aiff,mp3,wav,wma,mid,midi,amr,m4a,mp2,mpa,m2a";
-constexpr char kFilms[]
-    = "asx,tp,ts,asf,mod,vob,3gp,3gpp,3g2,avi,mov,mp4,mpeg,mpg,mpe,wmv,m2v,mpv,m2p,m2t,m4v,dv,"
-      "dvr-ms,mts,m2ts,flv,flm,swf,m1v,avc";
+constexpr char kFilms[] =
+    "asx,tp,ts,asf,mod,vob,3gp,3gpp,3g2,avi,mov,mp4,mpeg,mpg,mpe,wmv,m2v,mpv,m2p,m2t,m4v,dv,"
+    "dvr-ms,mts,m2ts,flv,flm,swf,m1v,avc";
 
 class SupportedFormatsTest : public test::SinkFixture {
 protected:
