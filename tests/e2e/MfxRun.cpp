@@ -130,7 +130,7 @@ fs::path MfxTest::addFileIn(
 
 RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> words{MFX_PROGRAM};
+    std::vector<std::string> words{m_program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     Pipe out;
     Pipe err;
@@ -166,6 +166,22 @@ RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
     ::waitpid(child, &status, 0);
     result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return result;
+}
+
+void MfxTest::addLibrary(const std::string& name, const fs::path& file)
+{
+    const fs::path stage = fs::path(MFX_PROGRAM).parent_path().parent_path();
+    const fs::path home = m_root / "app";
+    for (const char* folder : {"bin", "Frameworks"})
+        fs::create_directories(home / folder);
+    for (const char* folder : {"plugins", "shared_assets"})
+        fs::create_directory_symlink(stage / folder, home / folder);
+    const std::string store = "preference_xml_parser.framework";
+    fs::create_directory_symlink(stage / "Frameworks" / store, home / "Frameworks" / store);
+    fs::create_directories(home / "Frameworks" / (name + ".framework"));
+    fs::copy_file(file, home / "Frameworks" / (name + ".framework") / (name + ".so"));
+    m_program = home / "bin/mfx";
+    fs::copy_file(MFX_PROGRAM, m_program);
 }
 
 RunResult MfxTest::download(const std::vector<std::string>& more)

@@ -50,6 +50,10 @@ protected:
     RunResult download(const std::vector<std::string>& more = {});
     RunResult downloadWithBackup(const std::vector<std::string>& more = {});
 
+    // Runs from here on use a run-time tree of this test's own, with a library that the stage does
+    // not have; nothing is copied but the program.
+    void addLibrary(const std::string& name, const fs::path& file);
+
     // Environment of the runs that follow.
     void setVariable(const std::string& name, const std::string& value)
     {
@@ -69,6 +73,7 @@ protected:
 
 private:
     fs::path m_root;
+    fs::path m_program{MFX_PROGRAM};
     std::map<std::string, std::string> m_environment;
     bool m_asOrdinaryUser = false;
 };

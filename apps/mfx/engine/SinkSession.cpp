@@ -6,6 +6,7 @@
 #include "mfx/engine/SinkItemList.h"
 
 #include <set>
+#include <utility>
 
 namespace mfx {
 
@@ -136,13 +137,13 @@ SinkSession::~SinkSession()
 
 void SinkSession::releaseRecordStrings()
 {
-    for (IEnumArbitraryData* text : {m_record.templateName,
-             m_record.authorName,
-             m_record.copyright,
-             m_record.mobileFolder,
-             m_record.batchRename}) {
-        if (text)
-            text->Release();
+    for (IEnumArbitraryData** text : {&m_record.templateName,
+             &m_record.authorName,
+             &m_record.copyright,
+             &m_record.mobileFolder,
+             &m_record.batchRename}) {
+        if (IEnumArbitraryData* owned = std::exchange(*text, nullptr))
+            owned->Release();
     }
 }
 

@@ -306,8 +306,7 @@ bool removeStaleProbe(const std::string& path)
     struct stat status = {};
     return file.isOpen() && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode)
         && status.st_size == 0 && (status.st_mode & kPermissions) != kCopy
-        && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0
-        && ::unlink(path.c_str()) == 0;
+        && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 && ::unlink(path.c_str()) == 0;
 }
 
 std::optional<ContentDigest> digestOfFile(const std::string& path, std::error_code& error)

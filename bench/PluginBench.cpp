@@ -1,0 +1,155 @@
+// The plug-in as a host meets it:
+//
+//   plugin/start            loading the module, Init, EnumSources, CreateSource, in a process that
+//                           has loaded Qt already
+//   plugin/get-preferences  GetPreferences from the store that ships, panel not bound
+//   plugin/set-preferences  SetPreferences into it, with the flush to disk
+//   plugin/unique-name      a free name beside 5,000 clashing ones, with a good first index
+//
+// Each row is one JSON object with the median of the runs in milliseconds.
+//
+// Usage: plugin_bench BIN_FOLDER_OF_A_STAGE
+
+#include "TevoroAppManager/UniqueFileName.h"
+#include "TevoroAppManager/contract/CPropAppPreferences.h"
+#include "TevoroAppManager/contract/FxInterfaceIds.h"
+#include "TevoroAppManager/contract/FxRef.h"
+#include "TevoroAppManager/contract/IFxPlugin.h"
+#include "TevoroAppManager/contract/ISinkUtilHandler.h"
+#include "TevoroAppManager/contract/ISource.h"
+#include "TevoroAppManager/contract/ISourceManager.h"
+#include "platform/common/PtModule.h"
+#include "platform/common/PtUnicode.h"
+
+#include <QApplication>
+#include <QString>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+double milliseconds(const std::function<void()>& work)
+{
+    const auto start = Clock::now();
+    work();
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+void row(const char* name, std::vector<double> times)
+{
+    std::sort(times.begin(), times.end());
+    std::printf("{\"name\":\"%s\",\"median_ms\":%.3f,\"first_ms\":%.3f,\"runs\":%zu}\n",
+        name,
+        times[times.size() / 2],
+        times.front(),
+        times.size());
+}
+
+FxRef<ISource> openSource()
+{
+    const PtModuleRef module = PtLoadLibrary(Pt::toUtf16("../plugins/TevoroAppManager.so").c_str());
+    const auto entry =
+        reinterpret_cast<FxPluginMainFunction>(PtGetProcAddress(module, kFxPluginMainName));
+    void* plugin = nullptr;
+    entry(&plugin);
+    const FxRef<IFxPlugin> owner(static_cast<IFxPlugin*>(plugin));
+    void* face = nullptr;
+    owner->QueryInterface(kFxIdSourceManager, &face);
+    const FxRef<ISourceManager> manager(static_cast<ISourceManager*>(face));
+    manager->Init();
+    FxRef<IEnumSource> sources;
+    manager->EnumSources(sources.receive());
+    CPropSource record;
+    record.tag = kFxTagSource;
+    record.size = kFxSizeSource;
+    sources->Next(&record);
+    FxRef<ISource> source;
+    manager->CreateSource(record.name, source.receive());
+    return source;
+}
+
+void releaseStrings(CPropAppPreferences3& record)
+{
+    for (IEnumArbitraryData** text : {&record.templateName,
+             &record.authorName,
+             &record.copyright,
+             &record.mobileFolder,
+             &record.batchRename}) {
+        if (*text)
+            (*text)->Release();
+        *text = nullptr;
+    }
+}
+
+void measurePreferences(ISource& source)
+{
+    void* face = nullptr;
+    source.QueryInterface(kFxIdSinkUtilHandler2, &face);
+    const FxRef<ISinkUtilHandler2> preferences(static_cast<ISinkUtilHandler2*>(face));
+    CPropAppPreferences3 record;
+    record.tag = kFxTagAppPreferences;
+    record.size = kFxSizeAppPreferences;
+    std::vector<double> get;
+    std::vector<double> set;
+    for (int i = 0; i < 101; ++i) {
+        record.renameSequenceNumber = i;
+        set.push_back(milliseconds([&] { preferences->SetPreferences(record); }));
+        get.push_back(milliseconds([&] { preferences->GetPreferences(record); }));
+        releaseStrings(record);
+    }
+    row("plugin/get-preferences", get);
+    row("plugin/set-preferences", set);
+}
+
+void measureUniqueName(const fs::path& folder)
+{
+    std::ofstream(folder / "IMG_1.jpg") << 1;
+    for (int i = 1; i < 5000; ++i)
+        std::ofstream(folder / ("IMG_1-" + std::to_string(i) + ".jpg")) << 1;
+    std::vector<double> times;
+    for (int i = 0; i < 51; ++i) {
+        QString name;
+        times.push_back(milliseconds([&] {
+            generateUniqueFileName(QString::fromStdString(folder.string()),
+                QStringLiteral("IMG_1.jpg"),
+                name,
+                5000,
+                true);
+        }));
+    }
+    row("plugin/unique-name", times);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s BIN_FOLDER_OF_A_STAGE\n", argv[0]);
+        return 2;
+    }
+    std::string folder = (fs::temp_directory_path() / "plugin-bench-XXXXXX").string();
+    if (!::mkdtemp(folder.data()))
+        return 1;
+    ::setenv("MFX_APPLICATION_DATA", folder.c_str(), 1);
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    fs::current_path(argv[1]);
+    const QApplication application(argc, argv);
+    FxRef<ISource> source;
+    row("plugin/start", {milliseconds([&source] { source = openSource(); })});
+    measurePreferences(*source);
+    measureUniqueName(folder);
+    source.reset();
+    fs::remove_all(folder);
+    return 0;
+}
