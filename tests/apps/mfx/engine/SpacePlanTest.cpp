@@ -120,8 +120,8 @@ TEST_F(SpacePlanTest, ExpectsLargerDNGsWhereTheyAreAskedFor)
 
 TEST_F(SpacePlanTest, ExpectsNoDNGOfARawFileThatStands)
 {
-    add("A.CR2", 0.6);
-    stand(target, "A.CR2", share(0.6));
+    add("A.CR2", 0.8);
+    stand(target, "A.CR2", share(0.8));
     request.convertsToDNG = true;
     EXPECT_FALSE(isShort());
 }

@@ -1,0 +1,262 @@
+#include "dialogs/DNGConversionDlg.h"
+
+#include "dialogs/DialogFrame.h"
+#include "strings/PtZString.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFont>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int kSpacing = 10;
+constexpr int kButtonMargin = 10;
+constexpr int kOuterMargin = 15;
+constexpr int kPreviewSpacing = 3;
+constexpr int kHelpWidth = 350;
+constexpr int kHelpRoomBelow = 25;
+
+struct HelpRow {
+    QHBoxLayout* row;
+    QLabel* icon;
+    QLabel* text;
+};
+
+// A wrapped text behind the information icon.
+HelpRow makeHelpRow(QString const& text, QPixmap const& pixmap, QWidget* parent)
+{
+    auto* icon = new QLabel(parent);
+    icon->setPixmap(pixmap);
+    auto* iconColumn = new QVBoxLayout;
+    iconColumn->addWidget(icon);
+    iconColumn->addItem(makeSpacer(QSizePolicy::Minimum, QSizePolicy::Minimum));
+
+    auto* help = new QLabel(text, parent);
+    help->setMinimumWidth(kHelpWidth);
+    help->setWordWrap(true);
+    help->setAlignment(Qt::AlignLeft | Qt::AlignJustify);
+
+    auto* row = new QHBoxLayout;
+    row->addLayout(iconColumn);
+    row->addSpacing(kSpacing);
+    row->addWidget(help);
+    return {row, icon, help};
+}
+
+// Gives back the room below, which belongs to the layout.
+QSpacerItem* addHelpRow(QVBoxLayout& layout, HelpRow const& help)
+{
+    auto* roomBelow =
+        new QSpacerItem(0, kHelpRoomBelow, QSizePolicy::Fixed, QSizePolicy::Expanding);
+    layout.addSpacing(kSpacing);
+    layout.addLayout(help.row);
+    layout.addItem(roomBelow);
+    return roomBelow;
+}
+
+} // namespace
+
+DNGConversionDlg::DNGConversionDlg(
+    QWidget* parent, bool embedOriginal, bool convertToLinear, bool compressed, int previewSize)
+    : QDialog(parent, kDialogFlags)
+    , m_controlParent(this)
+    , m_helpPixmap(u"../shared_assets/bitmaps/workflow_icons/C_iBubble_Md_N.png"_s, "PNG")
+{
+    setObjectName(u"media fetcher selection dialog"_s);
+    setModal(true);
+    setWindowTitle(
+        PtZString::getZString(u"$$$/DngConversion/SettingsCaption=DNG Conversion Settings"_s));
+    m_previewLabel = new QLabel(
+        PtZString::getZString(u"$$$/DngConversion/JPEGPreview=&JPEG Preview: "_s), m_controlParent);
+
+    // Made in the order in which the tab key visits what is in them.
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(kOuterMargin, kOuterMargin, kOuterMargin, kOuterMargin);
+    outer->setSpacing(kSpacing);
+    outer->addWidget(makePreviewGroup(previewSize));
+    outer->addWidget(makeCompressionGroup(compressed));
+    outer->addWidget(makeMethodGroup(convertToLinear));
+    outer->addWidget(makeRawFileGroup(embedOriginal));
+    outer->addLayout(makeButtonRow());
+    if (heightBeyondScreen(*this) > 0)
+        giveUpRoomBelowHelp();
+    fitToContents(*this);
+}
+
+// Else a low screen would rather cut the help.
+void DNGConversionDlg::giveUpRoomBelowHelp()
+{
+    for (QSpacerItem* room : m_roomBelowHelp)
+        room->changeSize(0, 0, QSizePolicy::Fixed, QSizePolicy::Expanding);
+    for (auto* group : findChildren<QGroupBox*>()) {
+        group->layout()->invalidate();
+        group->updateGeometry();
+    }
+}
+
+// With a font of its own, of the label's size: some styles draw titles smaller.
+QGroupBox* DNGConversionDlg::makeGroup(QString const& title)
+{
+    auto* group = new QGroupBox(title, m_controlParent);
+    group->setAlignment(Qt::AlignLeft);
+    QFont groupFont = m_previewLabel->font();
+    if (groupFont.pointSize() > 0) // a font that is sized in pixels has none
+        groupFont.setPointSize(groupFont.pointSize());
+    group->setFont(groupFont);
+    return group;
+}
+
+QCheckBox* DNGConversionDlg::makeCheckBox(QString const& text, bool checked, QWidget* parent)
+{
+    auto* box = new QCheckBox(text, parent);
+    box->setObjectName(u"compression_checkbox"_s); // both have this name
+    box->setChecked(checked);
+    box->setFocusPolicy(Qt::TabFocus);
+    return box;
+}
+
+QRadioButton* DNGConversionDlg::makeRadio(QString const& text, QWidget* parent)
+{
+    auto* radio = new QRadioButton(text, parent);
+    radio->setObjectName(u"img_conversion_radio_button"_s); // both have this name
+    radio->setFocusPolicy(Qt::TabFocus);
+    m_methods.addButton(radio);
+    return radio;
+}
+
+QGroupBox* DNGConversionDlg::makePreviewGroup(int previewSize)
+{
+    auto* group = makeGroup(PtZString::getZString(u"$$$/DngConversion/Preview=Preview"_s));
+    m_previewLabel->setParent(group);
+    m_previewCombo = new QComboBox(group);
+    m_previewCombo->setObjectName(u"preview_options_combo"_s);
+    m_previewCombo->insertItem(0, PtZString::getZString(u"$$$/DngConversion/None=None"_s));
+    m_previewCombo->insertItem(
+        1, PtZString::getZString(u"$$$/DngConversion/MediumSize=Medium Size"_s));
+    m_previewCombo->insertItem(2, PtZString::getZString(u"$$$/DngConversion/FullSize=Full Size"_s));
+    m_previewCombo->setCurrentIndex(previewSize);
+    m_previewCombo->setFocusPolicy(Qt::TabFocus);
+    m_previewLabel->setBuddy(m_previewCombo);
+
+    auto* layout = new QHBoxLayout(group);
+    layout->addWidget(m_previewLabel);
+    layout->setSpacing(kPreviewSpacing);
+    layout->addWidget(m_previewCombo);
+    layout->addItem(makeSpacer(QSizePolicy::Expanding, QSizePolicy::Minimum));
+    return group;
+}
+
+QGroupBox* DNGConversionDlg::makeCompressionGroup(bool compressed)
+{
+    auto* group = makeGroup(PtZString::getZString(u"$$$/DngConversion/Compression=Compression"_s));
+    m_compressionCheckBox =
+        makeCheckBox(PtZString::getZString(u"$$$/DngConversion/LossLess=&Compressed (lossless)"_s),
+            compressed,
+            group);
+    auto* layout = new QHBoxLayout(group);
+    layout->addWidget(m_compressionCheckBox);
+    return group;
+}
+
+QGroupBox* DNGConversionDlg::makeMethodGroup(bool convertToLinear)
+{
+    auto* group = makeGroup(PtZString::getZString(
+        u"$$$/DngConversion/ImageConversionMethod=Image Conversion Method"_s));
+    m_preserveRadio = makeRadio(
+        PtZString::getZString(u"$$$/DngConversion/PreserveRawImage=&Preserve Raw Image"_s), group);
+    m_linearRadio = makeRadio(
+        PtZString::getZString(u"$$$/DngConversion/ConverttoLinearImage=C&onvert to Linear Image"_s),
+        group);
+    connect(
+        &m_methods, &QButtonGroup::idClicked, this, &DNGConversionDlg::slotConversionOptionClicked);
+    (convertToLinear ? m_linearRadio : m_preserveRadio)->setChecked(true);
+
+    const HelpRow help = makeHelpRow(
+        PtZString::getZString(
+            u"$$$/DngConversion/HelpOne=The image data is stored in the original \"mosaic\" format,"
+            " if possible, which maximizes the amount of data preserved. Mosaic image data can be"
+            " converted to linear data, but the reverse is not possible."_s),
+        m_helpPixmap,
+        group);
+    m_methodHelp = help.text;
+    m_methodHelpIcon = help.icon;
+
+    auto* layout = new QVBoxLayout(group);
+    layout->addWidget(m_preserveRadio);
+    layout->addWidget(m_linearRadio);
+    m_roomBelowHelp.front() = addHelpRow(*layout, help);
+    return group;
+}
+
+QGroupBox* DNGConversionDlg::makeRawFileGroup(bool embedOriginal)
+{
+    auto* group =
+        makeGroup(PtZString::getZString(u"$$$/DngConversion/OriginalRawFile=Original Raw File"_s));
+    m_embedCheckBox = makeCheckBox(
+        PtZString::getZString(u"$$$/DngConversion/EmbedOriginalRawFile=&Embed Original Raw File"_s),
+        embedOriginal,
+        group);
+    auto* layout = new QVBoxLayout(group);
+    layout->addWidget(m_embedCheckBox);
+    m_roomBelowHelp.back() = addHelpRow(*layout,
+        makeHelpRow(
+            PtZString::getZString(
+                u"$$$/DngConversion/HelpTwo=Embeds the entire non-DNG raw file inside the DNG file."
+                " This creates a larger DNG file, but it allows the original raw file to be"
+                " extracted later if needed."_s),
+            m_helpPixmap,
+            group));
+    return group;
+}
+
+QHBoxLayout* DNGConversionDlg::makeButtonRow()
+{
+    m_cancelButton = new QPushButton(PtZString::getCancelString(), m_controlParent);
+    m_okButton = new QPushButton(PtZString::getOKString(), m_controlParent);
+    connect(m_cancelButton, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_okButton, &QPushButton::clicked, this, &QDialog::accept);
+    m_okButton->setDefault(true);
+
+    auto* row = new QHBoxLayout;
+    row->setSpacing(kSpacing);
+    row->setContentsMargins(kButtonMargin, kButtonMargin, kButtonMargin, kButtonMargin);
+    row->addItem(makeSpacer(QSizePolicy::Expanding, QSizePolicy::Fixed));
+    row->addWidget(m_cancelButton);
+    row->addWidget(m_okButton);
+    return row;
+}
+
+bool DNGConversionDlg::getCompressionState() const
+{
+    return !m_compressionCheckBox->isChecked();
+}
+
+bool DNGConversionDlg::getEmbedOriginalRawFileStatus() const
+{
+    return m_embedCheckBox->isChecked();
+}
+
+int DNGConversionDlg::getJpegPreviewSize() const
+{
+    return m_previewCombo->currentIndex();
+}
+
+bool DNGConversionDlg::getImageConversionMethod() const
+{
+    return m_linearRadio->isChecked();
+}
+
+void DNGConversionDlg::slotConversionOptionClicked(int)
+{
+    const bool preserves = !m_linearRadio->isChecked();
+    m_methodHelpIcon->setVisible(preserves);
+    m_methodHelp->setVisible(preserves);
+}
