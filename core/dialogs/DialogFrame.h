@@ -14,7 +14,7 @@ inline constexpr Qt::WindowFlags kDialogFlags = Qt::MSWindowsFixedSizeDialogHint
 QSpacerItem* makeSpacer(QSizePolicy::Policy horizontal, QSizePolicy::Policy vertical);
 
 // Makes a dialog as large as its layout wants, up to the height of the screen. By itself it would
-// open at most two thirds as high as the screen, with its wrapped texts cut.
+// open at most two thirds as high as the screen, with wrapped texts inside its groups cut.
 // Requires: a layout with all of its widgets.
 void fitToContents(QDialog& dialog);
 

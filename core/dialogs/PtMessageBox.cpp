@@ -122,7 +122,6 @@ PtMessageBox::PtMessageBox(QWidget const* parent,
         addCheckBox(*outer, checkBoxText, checkBoxChecked);
     addButtons(*outer, {button0, button1, button2, button3, button4}, defaultButton);
     keepButtonsOnScreen(*textLabel);
-    fitToContents(*this);
 }
 
 QLabel* PtMessageBox::addMessage(QBoxLayout& outer, QMessageBox::Icon icon, QString const& text)
