@@ -187,6 +187,15 @@ TEST_F(DownloadTest, MakesTheBackupInTheTargetItselfUnderANumber)
     EXPECT_EQ(filesIn(target()).size(), 2U);
 }
 
+TEST_F(DownloadTest, FindsABackupInTheTargetThatGoesOnFromTheNamesNumber)
+{
+    addFile("A-7.JPG", "a");
+    ASSERT_EQ(download({"--backup", target()}).code, 0);
+    ASSERT_EQ(download({"--backup", target()}).code, 0);
+    EXPECT_EQ(filesIn(target()),
+        (std::map<std::string, std::string>{{"A-7.JPG", "a"}, {"A-7-8.JPG", "a"}}));
+}
+
 TEST_F(DownloadTest, MakesABackupOfWhatStandsOnlyInTheTarget)
 {
     addFile("A.JPG", "a");

@@ -2,6 +2,7 @@
 
 #include "platform/common/FileCopy.h"
 
+#include <charconv>
 #include <cstdint>
 
 namespace mfx {
@@ -23,14 +24,26 @@ bool isSameFile(const Pt::FileStatus& a, const std::optional<Pt::FileStatus>& b)
     return b && a.device == b->device && a.inode == b->inode;
 }
 
-} // namespace
+// The sink goes on from a number with which the device's name ends: beside IMG-7.JPG it makes
+// IMG-7-8.JPG. 0 where there is none.
+std::uint64_t ownNumber(const std::string& name)
+{
+    const std::string stem = name.substr(0, name.rfind('.'));
+    const std::size_t dash = stem.rfind('-');
+    std::uint64_t number = 0;
+    if (dash != std::string::npos)
+        std::from_chars(stem.data() + dash + 1, stem.data() + stem.size(), number);
+    return number;
+}
 
-bool holdsBackup(const std::string& folder,
+// Looks at the forms from a number on, up to the first that is missing.
+bool holdsFrom(std::uint64_t first,
+    const std::string& folder,
     const std::string& deviceName,
     const Pt::ContentDigest& digest,
     const std::optional<Pt::FileStatus>& saved)
 {
-    for (std::uint64_t number = 0;; ++number) {
+    for (std::uint64_t number = first;; ++number) {
         const std::string path = folder + '/' + numberedName(deviceName, number);
         std::error_code error;
         const auto there = Pt::fileStatus(path, error);
@@ -44,6 +57,18 @@ bool holdsBackup(const std::string& folder,
         if (Pt::digestOfFile(path, error) == digest)
             return true;
     }
+}
+
+} // namespace
+
+bool holdsBackup(const std::string& folder,
+    const std::string& deviceName,
+    const Pt::ContentDigest& digest,
+    const std::optional<Pt::FileStatus>& saved)
+{
+    const std::uint64_t own = ownNumber(deviceName);
+    return holdsFrom(0, folder, deviceName, digest, saved)
+        || (own > 0 && holdsFrom(own + 1, folder, deviceName, digest, saved));
 }
 
 } // namespace mfx

@@ -47,6 +47,14 @@ TEST_F(BackupSearchTest, FindsANumberedFormBesideNothing)
     EXPECT_TRUE(holds());
 }
 
+TEST_F(BackupSearchTest, GoesOnFromTheNumberInTheDevicesName)
+{
+    backup.add("IMG-7-8.JPG", "other");
+    backup.add("IMG-7-9.JPG", "bytes");
+    EXPECT_TRUE(holds("IMG-7.JPG"));
+    EXPECT_FALSE(holds("IMG-6.JPG"));
+}
+
 TEST_F(BackupSearchTest, TrustsBytesAndNotNamesOrSizes)
 {
     backup.add("IMG_1.JPG", "Bytes");
