@@ -17,6 +17,8 @@ constexpr unsigned int kCopyMode = 0600;
 // made ends the walk, and the copy then tells.
 void makeFolders(const QString& path)
 {
+    if (QDir(path).exists())
+        return;
     for (qsizetype n = path.indexOf(u'/'); n >= 0; n = path.indexOf(u'/', n + 1)) {
         const QString prefix = path.left(n);
         if (!prefix.isEmpty() && !QDir(prefix).exists() && !QDir().mkdir(prefix))

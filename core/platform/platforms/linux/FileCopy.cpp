@@ -91,7 +91,7 @@ public:
 private:
     CopyResult write()
     {
-        ::posix_fadvise(m_source.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+        expectWholeFile(m_source);
         ContentDigester digester;
         off_t written = 0;
         for (;;) {
@@ -111,6 +111,13 @@ private:
         }
         m_digest = digester.finish();
         return {};
+    }
+
+    // Worth its call only where one read does not take all.
+    void expectWholeFile(const Descriptor& file) const
+    {
+        if (m_status.st_size > static_cast<off_t>(kPiece))
+            ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
     }
 
     std::error_code writeAll(std::size_t count)
@@ -163,7 +170,7 @@ private:
     {
         if (::lseek(m_target.get(), 0, SEEK_SET) != 0)
             return targetFailed(lastError());
-        ::posix_fadvise(m_target.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+        expectWholeFile(m_target);
         ContentDigester digester;
         for (;;) {
             const ssize_t count =
