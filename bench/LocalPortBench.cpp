@@ -1,0 +1,297 @@
+// Local ports between two processes, measured against the barest way to do the same: two processes
+// with a pair of sockets of packets, each of which waits in epoll.
+//
+//   round-trip/300B   a text there and one back, median of all
+//   round-trip/1MB    the same with texts of a megabyte
+//   one-way/300B      texts a second, until the last one is taken
+//   one-way/1MB       the same with texts of a megabyte
+//
+// Both are measured in turn, so that they meet the same machine. Each row is one JSON object: both
+// times for one text in microseconds (medians), and the ratio; above 1 the port is slower. A user
+// who may not widen the buffers of sockets sends a megabyte by memory file, and the bare pair in
+// several packets; "packet" tells the longest that the pair takes.
+//
+// Usage: LocalPortBench [TURNS]
+
+#include "platform/common/LocalPort.h"
+#include "platform/common/Waiting.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void require(bool holds, char const* what)
+{
+    if (holds)
+        return;
+    std::perror(what);
+    std::exit(1);
+}
+
+// One of the two processes' ends of a way for texts.
+class End {
+public:
+    virtual ~End() = default;
+    virtual void send(std::string_view text) = 0;
+
+    // Waits until something is there, and takes all of it; how many whole texts that were.
+    virtual std::size_t take() = 0;
+
+    void take(std::size_t count)
+    {
+        for (std::size_t taken = 0; taken < count;)
+            taken += take();
+    }
+};
+
+class PortEnd final : public End {
+public:
+    PortEnd(char const* own, char const* other)
+        : m_port(Pt::LocalPort::hold(own))
+        , m_other(other)
+    {
+        require(m_port != nullptr, own);
+        m_waited.add(m_port->descriptor());
+    }
+
+    void send(std::string_view text) override
+    {
+        require(m_sender.send(m_other, text, std::chrono::seconds(10)), "send");
+    }
+
+    std::size_t take() override
+    {
+        m_waited.wait(std::chrono::seconds(10));
+        return m_port->receive([](char*, std::size_t) {});
+    }
+
+private:
+    std::unique_ptr<Pt::LocalPort> m_port;
+    Pt::LocalPortSender m_sender;
+    Pt::DescriptorSet m_waited;
+    char const* m_other;
+};
+
+class BareEnd final : public End {
+public:
+    BareEnd(int socket, std::size_t size)
+        : m_socket(socket)
+        , m_epoll(::epoll_create1(EPOLL_CLOEXEC))
+        , m_size(size)
+        , m_buffer(size)
+    {
+        epoll_event event = {};
+        event.events = EPOLLIN;
+        require(::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_socket, &event) == 0, "epoll_ctl");
+    }
+    BareEnd(BareEnd const&) = delete;
+    BareEnd& operator=(BareEnd const&) = delete;
+    ~BareEnd() override { ::close(m_epoll); }
+
+    void send(std::string_view text) override
+    {
+        while (!text.empty()) {
+            std::string_view const piece = text.substr(0, longestPacket(m_socket));
+            require(::send(m_socket, piece.data(), piece.size(), 0) > 0, "send");
+            text.remove_prefix(piece.size());
+        }
+    }
+
+    std::size_t take() override
+    {
+        epoll_event event = {};
+        require(::epoll_wait(m_epoll, &event, 1, -1) == 1, "epoll_wait");
+        ssize_t got = 0;
+        std::size_t texts = 0;
+        while ((got = ::recv(m_socket, m_buffer.data(), m_size, MSG_DONTWAIT)) > 0) {
+            m_taken += static_cast<std::size_t>(got);
+            texts += m_taken / m_size;
+            m_taken %= m_size;
+        }
+        return texts;
+    }
+
+    // Half of the buffer, as the system counts its own book-keeping with it.
+    static std::size_t longestPacket(int socket)
+    {
+        static std::size_t const longest = [socket] {
+            int size = 0;
+            socklen_t length = sizeof size;
+            ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, &length);
+            return static_cast<std::size_t>(size) / 2;
+        }();
+        return longest;
+    }
+
+private:
+    int m_socket;
+    int m_epoll;
+    std::size_t m_size;
+    std::size_t m_taken = 0;
+    std::vector<char> m_buffer;
+};
+
+using MakeEnd = std::function<std::unique_ptr<End>(bool isChild)>;
+using Work = std::function<void(End&)>;
+
+std::vector<int> bareSockets()
+{
+    constexpr int kBuffer = 4 * 1024 * 1024;
+    std::vector<int> ends(2);
+    require(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) == 0, "socketpair");
+    for (int const end : ends) {
+        if (::setsockopt(end, SOL_SOCKET, SO_SNDBUFFORCE, &kBuffer, sizeof kBuffer) != 0)
+            ::setsockopt(end, SOL_SOCKET, SO_SNDBUF, &kBuffer, sizeof kBuffer);
+    }
+    return ends;
+}
+
+// Runs both sides, each in a process of its own; ours begins when the other is ready.
+void runBoth(MakeEnd const& makeEnd, Work const& theirs, Work const& ours)
+{
+    int ready[2] = {};
+    require(::pipe(ready) == 0, "pipe");
+    auto end = makeEnd(false);
+    pid_t const child = ::fork();
+    if (child == 0) {
+        auto const other = makeEnd(true);
+        require(::write(ready[1], "r", 1) == 1, "write");
+        theirs(*other);
+        ::_exit(0);
+    }
+    char sign = 0;
+    require(::read(ready[0], &sign, 1) == 1, "read");
+    ours(*end);
+    int status = 0;
+    require(::waitpid(child, &status, 0) == child && status == 0, "the other process");
+    ::close(ready[0]);
+    ::close(ready[1]);
+}
+
+double microsecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+}
+
+double median(std::vector<double>& values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// Microseconds of each round trip.
+void roundTrips(
+    MakeEnd const& makeEnd, std::string const& text, std::size_t count, std::vector<double>& times)
+{
+    std::size_t const warmUp = count / 10;
+    auto const echo = [&](End& end) {
+        for (std::size_t i = 0; i < warmUp + count; ++i) {
+            end.take(1);
+            end.send(text);
+        }
+    };
+    auto const ask = [&](End& end) {
+        for (std::size_t i = 0; i < warmUp + count; ++i) {
+            auto const start = Clock::now();
+            end.send(text);
+            end.take(1);
+            if (i >= warmUp)
+                times.push_back(microsecondsSince(start));
+        }
+    };
+    runBoth(makeEnd, echo, ask);
+}
+
+// Microseconds for each of many texts that follow one another.
+void oneWay(
+    MakeEnd const& makeEnd, std::string const& text, std::size_t count, std::vector<double>& times)
+{
+    auto const sink = [&](End& end) {
+        end.take(1);
+        end.send(text);
+        end.take(count);
+        end.send(text);
+    };
+    auto const stream = [&](End& end) {
+        end.send(text);
+        end.take(1);
+        auto const start = Clock::now();
+        for (std::size_t i = 0; i < count; ++i)
+            end.send(text);
+        end.take(1);
+        times.push_back(microsecondsSince(start) / static_cast<double>(count));
+    };
+    runBoth(makeEnd, sink, stream);
+}
+
+using Measure = void(MakeEnd const&, std::string const&, std::size_t, std::vector<double>&);
+
+void compare(char const* name, Measure& measure, std::size_t size, std::size_t count, int turns)
+{
+    std::string const text(size, 'x');
+    std::vector<double> port;
+    std::vector<double> bare;
+    std::size_t longest = 0;
+    for (int i = 0; i < turns; ++i) {
+        std::vector<int> const sockets = bareSockets();
+        longest = BareEnd::longestPacket(sockets[0]);
+        auto const makeBare = [&](bool isChild) {
+            return std::make_unique<BareEnd>(sockets[isChild ? 1 : 0], size);
+        };
+        auto const makePort = [](bool isChild) {
+            return std::make_unique<PortEnd>(isChild ? "b" : "a", isChild ? "a" : "b");
+        };
+        measure(makeBare, text, count, bare);
+        measure(makePort, text, count, port);
+        ::close(sockets[0]);
+        ::close(sockets[1]);
+    }
+    double const portTime = median(port);
+    double const bareTime = median(bare);
+    std::printf("{\"name\":\"%s\",\"port_us\":%.2f,\"bare_us\":%.2f,\"ratio_to_bare\":%.2f,"
+                "\"port_texts_per_s\":%.0f,\"packet\":%zu}\n",
+        name,
+        portTime,
+        bareTime,
+        portTime / bareTime,
+        1e6 / portTime,
+        longest);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    constexpr std::size_t kMegabyte = 1024 * 1024;
+    int const turns = argc > 1 ? std::atoi(argv[1]) : 7;
+    if (turns < 1) {
+        std::fprintf(stderr, "usage: %s [TURNS]\n", argv[0]);
+        return 2;
+    }
+    std::string folder = (std::filesystem::temp_directory_path() / "ports-XXXXXX").string();
+    require(::mkdtemp(folder.data()) != nullptr, folder.c_str());
+    ::setenv("TEVOROTALK_PORT_DIR", folder.c_str(), 1);
+    compare("round-trip/300B", roundTrips, 300, 10000, turns);
+    compare("round-trip/1MB", roundTrips, kMegabyte, 300, turns);
+    compare("one-way/300B", oneWay, 300, 100000, turns);
+    compare("one-way/1MB", oneWay, kMegabyte, 500, turns);
+    std::filesystem::remove_all(folder);
+    return 0;
+}

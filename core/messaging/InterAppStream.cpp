@@ -1,0 +1,217 @@
+#include "messaging/InterAppStream.h"
+
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "platform/common/LocalPort.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+namespace ScObjects {
+
+namespace {
+
+constexpr long kFirstBufferSize = 4096;
+constexpr std::chrono::milliseconds kSendPatience{10'000};
+constexpr int kMostInstances = 8;
+
+constinit std::mutex gStreamLock;
+constinit InterAppStream* gInterAppStream = nullptr; // guarded by gStreamLock
+
+std::string portName(SoString const& prefix, SoString const& name)
+{
+    std::string result(prefix.view());
+    result += name.view();
+    return result;
+}
+
+InterAppStream* goodOrNull(InterAppStream* stream)
+{
+    if (stream->isGood())
+        return stream;
+    delete stream;
+    return nullptr;
+}
+
+} // namespace
+
+char const* const gPortName = R"(\\.\port\Ned_and_Olaf_)";
+
+BaseInterAppStream::BaseInterAppStream(SoString const& specifier, bool)
+    : m_specifier(specifier)
+    , m_buffer(mallocThis<char>(kFirstBufferSize))
+    , m_bufferSize(kFirstBufferSize)
+    , m_portPrefix(gPortName)
+    , m_queueName(specifier)
+{
+}
+
+BaseInterAppStream::~BaseInterAppStream()
+{
+    ObjectLock const lock(*this);
+    freeThis(m_buffer);
+}
+
+long BaseInterAppStream::bufferSize() const
+{
+    ObjectLock const lock(*this);
+    return m_bufferSize;
+}
+
+void BaseInterAppStream::collect(char const* text, long length)
+{
+    if (m_bufferSize < length) {
+        freeThis(m_buffer);
+        m_buffer = mallocThis<char>(static_cast<std::size_t>(length));
+        m_bufferSize = m_buffer != nullptr ? length : 0;
+    }
+    if (m_buffer == nullptr)
+        return;
+    std::replace_copy(text, text + length, m_buffer, '\0', '\n');
+    m_messages.append(m_buffer, length);
+}
+
+MacInterAppStream::MacInterAppStream(SoString const& specifier, bool flag)
+    : BaseInterAppStream(specifier, flag)
+    , m_port(Pt::LocalPort::hold(portName(m_portPrefix, m_queueName)))
+    , m_sender(std::make_unique<Pt::LocalPortSender>())
+{
+}
+
+MacInterAppStream::~MacInterAppStream()
+{
+    ObjectLock const lock(*this);
+    while (DataRef const* const unread = m_msgQueue.removeAt(0))
+        delete unread;
+    m_port.reset();
+}
+
+bool MacInterAppStream::isEmpty() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.isEmpty();
+}
+
+SoString MacInterAppStream::getMessages()
+{
+    ObjectLock const lock(*this);
+    return std::exchange(m_messages, SoString());
+}
+
+bool MacInterAppStream::isGood() const
+{
+    ObjectLock const lock(*this);
+    return m_port != nullptr;
+}
+
+bool MacInterAppStream::send(SoString const& target, SoString const& text) const
+{
+    if (!isGood())
+        return false;
+    ObjectLock const lock(m_sendLock);
+    return m_sender->send(portName(m_portPrefix, target), text.view(), kSendPatience);
+}
+
+bool MacInterAppStream::messagePending() const
+{
+    ObjectLock const lock(*this);
+    if (m_port == nullptr)
+        return false;
+    m_port->receive([this](char* text, std::size_t size) {
+        auto* const arrived = new DataRef;
+        arrived->data.assign(text, static_cast<long>(size));
+        m_msgQueue.append(arrived);
+    });
+    return m_msgQueue.length() != 0;
+}
+
+bool MacInterAppStream::hasUnreadTexts() const
+{
+    ObjectLock const lock(*this);
+    return m_msgQueue.length() != 0;
+}
+
+bool MacInterAppStream::receive()
+{
+    ObjectLock const lock(*this);
+    if (m_port == nullptr)
+        return false;
+    autoPtr<DataRef> const text(m_msgQueue.removeAt(0));
+    if (text.get() == nullptr || text->data.isEmpty())
+        return false;
+    collect(text->data, text->data.length());
+    return true;
+}
+
+bool MacInterAppStream::canOpen(SoString const& name, bool) const
+{
+    return Pt::isLocalPortFree(portName(m_portPrefix, name));
+}
+
+int MacInterAppStream::waitDescriptor() const
+{
+    ObjectLock const lock(*this);
+    return m_port != nullptr ? m_port->descriptor() : -1;
+}
+
+InterAppStream::InterAppStream(SoString const& specifier, bool flag)
+    : MacInterAppStream(specifier, flag)
+{
+}
+
+void InterAppStream::InitTerm::init(SoString const& appName)
+{
+    TevoroTalk::Specifier specifier(appName, false);
+    specifier.setSuffix("ping");
+    std::lock_guard const lock(gStreamLock);
+    // First the old one, whose name may be the same.
+    delete std::exchange(gInterAppStream, nullptr);
+    gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
+}
+
+void InterAppStream::InitTerm::exit()
+{
+    std::lock_guard const lock(gStreamLock);
+    delete std::exchange(gInterAppStream, nullptr);
+}
+
+InterAppStream* InterAppStream::get()
+{
+    std::lock_guard const lock(gStreamLock);
+    if (gInterAppStream == nullptr)
+        gInterAppStream
+            = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
+    return gInterAppStream;
+}
+
+InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(SoString const& text)
+{
+    TevoroTalk::Specifier specifier(nullptr, false);
+    specifier.assign(text.view());
+    if (specifier.isEmpty())
+        return nullptr;
+    InterAppStream* stream = goodOrNull(new InterAppStream(specifier, true));
+    if (stream != nullptr || !specifier.instance().isEmpty())
+        return stream;
+    for (int n = 1; n <= kMostInstances && stream == nullptr; ++n) {
+        specifier.setInstance(std::to_string(n).c_str());
+        stream = goodOrNull(new InterAppStream(specifier, true));
+    }
+    return stream;
+}
+
+SoString TevoroTalkUtils::getLaunchMsgQueueName(SoString const& specifier)
+{
+    TevoroTalk::Specifier const parts(specifier, false);
+    SoString name = parts.appName();
+    for (SoString const& part : {parts.version(), parts.locale()})
+        if (!part.isEmpty())
+            name << "-" << part;
+    name << "#launchparams";
+    return name;
+}
+
+} // namespace ScObjects

@@ -1,0 +1,116 @@
+// A stream is a named mailbox of this process and, through it, the way to the mailboxes of others.
+// Whole texts travel, one at a time, without a reply on the same way. The name belongs to one
+// stream on the machine for this user; a stream that could not get its name is not good, and sends
+// and receives nothing.
+//
+// Any thread may use a stream. Sending has a lock of its own, so that it does not hold up
+// receiving; it may block for ten seconds. Deleting a stream frees its name and loses the texts
+// that were not taken.
+#pragma once
+
+#include "messaging/SoLock.h"
+#include "messaging/SoString.h"
+#include "messaging/SoVector.h"
+
+#include <memory>
+
+namespace Pt {
+class LocalPort;
+class LocalPortSender;
+} // namespace Pt
+
+namespace ScObjects {
+
+// What the name of every port begins with.
+extern char const* const gPortName;
+
+class BaseInterAppStream : public SoLockable {
+public:
+    BaseInterAppStream(SoString const& specifier, bool flag);
+    ~BaseInterAppStream() override;
+    BaseInterAppStream(BaseInterAppStream const&) = delete;
+    BaseInterAppStream& operator=(BaseInterAppStream const&) = delete;
+
+    // Whether there is no text that was received and not collected.
+    virtual bool isEmpty() const = 0;
+    // The texts received so far, one right behind the other; empties the stream.
+    virtual SoString getMessages() = 0;
+    virtual bool isGood() const = 0;
+    // True once the text lies in the mailbox of `target`; false at once when nobody holds it, and
+    // after ten seconds when its holder makes no room.
+    virtual bool send(SoString const& target, SoString const& text) const = 0;
+    // Moves the oldest text that arrived to those to be collected. A NUL in it becomes a line feed.
+    virtual bool receive() = 0;
+    // Looks what has arrived, without waiting; whether there is something to receive.
+    virtual bool messagePending() const = 0;
+    // Whether nobody holds that name.
+    virtual bool canOpen(SoString const& name, bool flag) const = 0;
+
+    SoString const& getSpecifier() const { return m_specifier; }
+    bool usesNX2Name() const { return true; }
+    // Room for one text; grows to the size of the largest.
+    long bufferSize() const;
+
+protected:
+    // Puts a text behind the collected ones.
+    void collect(char const* text, long length);
+
+    SoString m_messages;
+    SoString m_specifier;
+    char* m_buffer;
+    long m_bufferSize;
+    SoString m_portPrefix;
+    SoString m_queueName;
+};
+
+class MacInterAppStream : public BaseInterAppStream {
+public:
+    // One text that arrived.
+    class DataRef final : public SoHeap {
+    public:
+        SoString data;
+    };
+
+    MacInterAppStream(SoString const& specifier, bool flag);
+    ~MacInterAppStream() override;
+
+    bool isEmpty() const override;
+    SoString getMessages() override;
+    bool isGood() const override;
+    bool send(SoString const& target, SoString const& text) const override;
+    bool receive() override;
+    bool messagePending() const override;
+    bool canOpen(SoString const& name, bool flag) const override;
+
+    SoVector<DataRef>& getMsgQueue() { return m_msgQueue; }
+    // Whether a text arrived that was looked at by messagePending() and not received yet.
+    bool hasUnreadTexts() const;
+    // Readable while messagePending() has something to look at; -1 without a port.
+    int waitDescriptor() const;
+
+private:
+    DataRef* takeOldest();
+
+    std::unique_ptr<Pt::LocalPort> m_port;
+    std::unique_ptr<Pt::LocalPortSender> m_sender;
+    mutable SoVector<DataRef> m_msgQueue;
+    SoLockable m_sendLock;
+};
+
+class InterAppStream final : public MacInterAppStream {
+public:
+    // The stream that the process asks its questions over.
+    class InitTerm {
+    public:
+        // Replaces it by one of that name with the suffix "ping".
+        static void init(SoString const& appName);
+        static void exit();
+    };
+
+    InterAppStream(SoString const& specifier, bool flag);
+
+    // Made under another name when there is none; null when none can be had.
+    static InterAppStream* get();
+};
+
+} // namespace ScObjects

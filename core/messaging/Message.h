@@ -1,0 +1,89 @@
+// A message of the bus: a few fixed fields, any number of custom headers, and a body of any bytes.
+//
+// Its text form is written and read here; docs/wire-format.md tells it line by line. Names with a
+// colon and values with a line feed cannot be carried. A message must not be changed while another
+// thread writes it; readFromString, setHeader and removeHeader take its lock.
+#pragma once
+
+#include "messaging/BusWords.h"
+#include "messaging/TevoroTalk.h"
+
+namespace ScObjects {
+
+// One custom header; owned by the list of its message.
+class TEVOROTALK_API TevoroTalk::Header : public SoHeap {
+public:
+    Header(char const* headerName, char const* headerValue);
+
+    Header* next = nullptr;
+    SoString name;
+    SoString value;
+};
+
+class TEVOROTALK_API TevoroTalk::Message : public SoLockable {
+public:
+    Message();
+    // Custom headers come out in reverse order; an empty type becomes "Quillscriber".
+    Message(Message const& other);
+    Message& operator=(Message const&) = delete;
+    ~Message() override;
+
+    SoString const& getVersion() const { return version; }
+
+    // A header of that name keeps its place, a new one goes to the front. Nothing for an empty name.
+    void setHeader(char const* name, char const* value);
+    void setHeader(char const* name, long value);
+    void setHeader(char const* name, unsigned long value);
+    void removeHeader(char const* name);
+    // Empty when there is none.
+    SoString getUserHeaderValue(char const* name) const;
+
+    // Whether the type is none of those that the bus keeps for itself.
+    bool isUserType() const;
+    static std::uint32_t getNextSerialNumber(TevoroTalkContext* context);
+
+    // Appends the text form, with its digest in front unless digests are off. False, and nothing
+    // appended, when target or sender is empty.
+    bool writeToString(SoString& out) const;
+    // Reads one message and gives the first byte behind it and the line feeds that follow. Reads as
+    // far as the text goes: a text that ends early gives what was there.
+    char const* readFromString(char const* text);
+    // The same of a text that may hold NULs, which end at `end`.
+    char const* readFromString(char const* text, char const* end);
+    // Whether the digest was wrong, or was not looked at.
+    bool isRejected() const;
+
+    // A description for the log; replaces `out`.
+    bool logToString(char const* label, SoString& out, bool withBody) const;
+    void appendDiagnostics(SoString& out, SoString const& path) const;
+
+    // For all messages of the process.
+    static void setAuthentication(bool on);
+    static bool getAuthentication();
+    static void setCreateDigest(bool on);
+    static bool getCreateDigest();
+
+    SoString target;
+    SoString sender;
+    std::int32_t timeout = 0; // seconds; 0 for none
+    SoString type;
+    SoString responseRequest; // words "Received", "Result", "Error", "Processed", "Timeout"
+    std::int64_t timestamp; // seconds since 1970
+    std::uint32_t contentLength = 0; // as read; writing goes by the body
+    std::uint32_t serialNumber = 0; // 0 for not yet numbered
+    std::uint32_t received = QK_INVALID_MESSAGE_NUMBER;
+    std::uint32_t result = QK_INVALID_MESSAGE_NUMBER;
+    std::uint32_t error = QK_INVALID_MESSAGE_NUMBER;
+    Header* headers = nullptr;
+    SoString body;
+    SoString version;
+    SoString digestStatus; // "NODIGEST", "REJECTED" or empty
+
+private:
+    Header* findHeader(char const* name) const;
+    void deleteHeaders();
+    void forgetFormerContent();
+    void turnAnswerIntoType();
+};
+
+} // namespace ScObjects

@@ -1,0 +1,123 @@
+// A message as lines of the diagnostics tree.
+#include "messaging/Message.h"
+#include "messaging/TevoroTalkUtils.h"
+
+#include <cstdio>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+
+namespace {
+
+constexpr char const* kUndefined = "undefined";
+
+SoString orUndefined(SoString const& text)
+{
+    return text.isEmpty() ? SoString(kUndefined) : text;
+}
+
+SoString numberOrUndefined(std::uint32_t number)
+{
+    SoString result;
+    if (number == QK_INVALID_MESSAGE_NUMBER)
+        result = kUndefined;
+    else
+        result << number;
+    return result;
+}
+
+SoString expiryOf(TevoroTalk::Message const& message)
+{
+    std::int64_t const expiry = message.timestamp + message.timeout;
+    return message.timeout > 0 && message.timestamp > 0 ? TevoroTalkUtils::getTimeString(&expiry)
+                                                        : SoString(kUndefined);
+}
+
+// Writes the children of one message.
+class Node {
+public:
+    Node(SoString& out, SoString const& path)
+        : m_out(out)
+        , m_path(path)
+    {
+    }
+
+    void leaf(char const* child, char const* label, SoString const& value)
+    {
+        m_out << m_path << "/" << child << ";0;" << label << ";" << value << ";\n";
+    }
+
+    // The terminator of the value is missing; readers take the end of the line for it.
+    void request(SoString const& value)
+    {
+        if (value.isEmpty())
+            leaf("request", QK_RESPONSE_REQUEST, kUndefined);
+        else
+            m_out << m_path << "/request;0;" << QK_RESPONSE_REQUEST << ";" << value << "\n";
+    }
+
+    void headers(TevoroTalk::Header const* first)
+    {
+        // Readers stop at this line, which has no flag: it stands so since the first of them.
+        if (first == nullptr) {
+            m_out << m_path << "/headers;Headers;(no headers);\n";
+            return;
+        }
+        m_out << m_path << "/headers;1;Headers;;\n";
+        for (auto const* header = first; header != nullptr; header = header->next)
+            m_out << m_path << "/headers/" << header->name << ";0;" << header->name << ";"
+                  << header->value << ";\n";
+    }
+
+    void timestamp(std::int64_t time)
+    {
+        if (time == 0) // without a flag, as above
+            m_out << m_path << "/timestamp;" << QK_TIMESTAMP << ";" << kUndefined << ";\n";
+        else
+            leaf("timestamp", QK_TIMESTAMP, TevoroTalkUtils::getTimeString(&time));
+    }
+
+    void body(SoString const& text)
+    {
+        if (text.isEmpty()) {
+            leaf("body", "Body", "(empty)");
+            return;
+        }
+        m_out << m_path << "/body;1;Body;" << text.length() << " bytes;\n";
+        leaf("body/text", "Text", SoString(text.view().substr(0, text.view().find('\n'))));
+    }
+
+private:
+    SoString& m_out;
+    SoString const& m_path;
+};
+
+} // namespace
+
+void TevoroTalk::Message::appendDiagnostics(SoString& out, SoString const& path) const
+{
+    char number[16];
+    std::snprintf(number, sizeof number, "%08lu", static_cast<unsigned long>(serialNumber));
+    SoString nodePath(path);
+    nodePath << "/msg" << serialNumber;
+    out << nodePath << ";1;msg[" << number << "];" << TevoroTalkUtils::getTimeString(&timestamp)
+        << ";\n";
+    Node node(out, nodePath);
+    node.leaf("version", QK_VERSION, version);
+    node.leaf("target", QK_TARGET, target);
+    node.leaf("sender", QK_SENDER, sender);
+    node.leaf("senderid", QK_SENDER_ID, TevoroTalkUtils::getSenderID());
+    node.leaf("timeout", QK_TIMEOUT, expiryOf(*this));
+    node.leaf("type", QK_TYPE, orUndefined(type));
+    node.request(responseRequest);
+    node.headers(headers);
+    node.timestamp(timestamp);
+    node.leaf("serialnumber", QK_SERIAL_NUMBER, numberOrUndefined(serialNumber));
+    node.leaf("received", QK_RECEIVED, numberOrUndefined(received));
+    node.leaf("result", QK_RESULT, numberOrUndefined(result));
+    node.leaf("error", QK_ERROR, numberOrUndefined(error));
+    node.body(body);
+}
+
+} // namespace ScObjects

@@ -1,0 +1,30 @@
+// The switches for digests, one set for the process. Any thread may use them.
+#pragma once
+
+#include "messaging/SoLock.h"
+
+namespace ScObjects::TevoroTalkData {
+
+class MessageGlobals final : public SoLockable {
+public:
+    // Both on, unless the registry says otherwise of this application.
+    MessageGlobals();
+
+    static void init();
+    static void exit();
+    // Made on first use.
+    static MessageGlobals& get();
+
+    // Whether a message without the right digest is rejected.
+    void setAuthentication(bool on);
+    bool getAuthentication() const;
+    // Whether messages are written with a digest.
+    void setCreateDigest(bool on);
+    bool getCreateDigest() const;
+
+private:
+    bool m_authentication = true;
+    bool m_createDigest = true;
+};
+
+} // namespace ScObjects::TevoroTalkData

@@ -1,0 +1,285 @@
+#include "messaging/MessageQueue.h"
+
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "platform/common/Waiting.h"
+
+#include <cstring>
+
+namespace ScObjects::TevoroTalkData {
+
+namespace {
+
+using Message = TevoroTalk::Message;
+
+bool isWatcher(Message const& message)
+{
+    return message.type == kIgnore;
+}
+
+bool matches(Message const& message, std::uint32_t number)
+{
+    return number == QK_INVALID_MESSAGE_NUMBER || message.received == number
+        || message.result == number || message.error == number;
+}
+
+void forward(Message const& message, SoString const& root, char const* label)
+{
+    if (!root.isEmpty() && message.type != kDebug)
+        TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, label);
+}
+
+} // namespace
+
+bool hasTimedOut(Message const& message, std::int64_t now)
+{
+    if (message.timeout > 0 && message.timestamp > 0)
+        return now >= message.timestamp + message.timeout;
+    return message.timeout == 0 && isWatcher(message);
+}
+
+bool notifySender(Message const& message, SoString const& word, SoString const& diagnosticsRoot)
+{
+    if (std::strstr(message.responseRequest, word) == nullptr)
+        return false;
+    if (message.getUserHeaderValue(kTimeoutDetector) == "SENDER")
+        return false;
+    Message notice;
+    notice.target = message.sender;
+    notice.sender = message.target;
+    if (message.version.isEmpty() || message.version == "1.0") {
+        notice.type = message.type;
+        notice.serialNumber = Message::getNextSerialNumber(nullptr);
+    } else {
+        notice.serialNumber = message.serialNumber;
+        notice.type = word;
+        if (notice.isUserType())
+            notice.type << message.type;
+    }
+    TevoroTalkUtils::logMessage("REMOVING MSG - NOTIFYING SENDER", notice, false);
+    forward(message, diagnosticsRoot, "timed out");
+    TevoroTalk const* const instance = TevoroTalk::get(nullptr);
+    return instance != nullptr && instance->send(notice, false, 0, nullptr);
+}
+
+MessageQueue::~MessageQueue()
+{
+    // Nobody else uses a queue that goes, and the flag may be gone already.
+    notifyAndDelete(m_messages, m_diagnosticsRoot);
+}
+
+void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
+{
+    ObjectLock const lock(*this);
+    m_flag = flag;
+    m_timer = timer;
+    m_isFlagUp = false;
+    showState();
+    arm(m_nearestDeadline);
+}
+
+bool MessageQueue::isEmpty() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.length() == 0;
+}
+
+bool MessageQueue::hasMessage() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.length() > m_watchers;
+}
+
+long MessageQueue::length() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.length();
+}
+
+bool MessageQueue::append(Message* message)
+{
+    if (message == nullptr || message->sender.isEmpty() || message->target.isEmpty())
+        return false;
+    if (message->timestamp == 0)
+        message->timestamp = TevoroTalkUtils::getTimeSeconds();
+    if (message->timeout == 0)
+        message->timeout = kQueueLifetime;
+    SoString root;
+    {
+        ObjectLock const lock(*this);
+        root = m_diagnosticsRoot;
+    }
+    // While it is still nobody else's: a reader of the queue may delete it at any moment.
+    forward(*message, root, "added");
+    ObjectLock const lock(*this);
+    m_messages.append(message);
+    added(*message);
+    return true;
+}
+
+Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
+{
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    Messages expired;
+    Message* result = nullptr;
+    SoString root;
+    {
+        ObjectLock const lock(*this);
+        root = m_diagnosticsRoot;
+        long deferred = 0;
+        while (result == nullptr && deferred < m_messages.length()) {
+            Message& message = *m_messages[deferred];
+            if (hasTimedOut(message, now)) {
+                takeOut(deferred, expired);
+            } else if (matches(message, serialNumber) && isWatcher(message)) {
+                ++deferred;
+            } else {
+                result = m_messages.removeAt(deferred);
+                removed(message);
+            }
+        }
+        m_messages.rotate(deferred);
+        showState();
+    }
+    notifyAndDelete(expired, root);
+    if (result != nullptr)
+        forward(*result, root, "picked");
+    return result;
+}
+
+Message const* MessageQueue::findMessageForTarget(SoString const& target) const
+{
+    ObjectLock const lock(*this);
+    for (long i = 0; i < m_messages.length(); ++i)
+        if (m_messages[i]->target == target)
+            return m_messages[i];
+    return nullptr;
+}
+
+bool MessageQueue::removeMessage(std::uint32_t serialNumber)
+{
+    if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
+        return false;
+    Message const* const message = getNextMessage(serialNumber);
+    delete message;
+    return message != nullptr;
+}
+
+void MessageQueue::removeExpiredMessages()
+{
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    Messages expired;
+    SoString root;
+    {
+        ObjectLock const lock(*this);
+        // All deadlines lie at or behind the noted one.
+        if (m_nearestDeadline == 0 || now < m_nearestDeadline)
+            return;
+        root = m_diagnosticsRoot;
+        std::int64_t nearest = 0;
+        for (long i = m_messages.length() - 1; i >= 0; --i) {
+            Message const& message = *m_messages[i];
+            std::int64_t const deadline = message.timestamp + message.timeout;
+            if (hasTimedOut(message, now))
+                takeOut(i, expired);
+            else if (nearest == 0 || deadline < nearest)
+                nearest = deadline;
+        }
+        arm(nearest);
+        showState();
+    }
+    notifyAndDelete(expired, root);
+}
+
+bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
+{
+    if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
+        return false;
+    ObjectLock const lock(*this);
+    for (long i = m_messages.length() - 1; i >= 0; --i) {
+        Message const* const message = m_messages[i];
+        if (message->serialNumber != serialNumber || message->timeout <= 0 || !isWatcher(*message)
+            || message->responseRequest != QK_TIMEOUT || message->target != message->sender)
+            continue;
+        m_messages.removeAt(i);
+        removed(*message);
+        delete message;
+    }
+    return false;
+}
+
+void MessageQueue::setDiagnosticsRoot(SoString const& path)
+{
+    ObjectLock const lock(*this);
+    m_diagnosticsRoot = path;
+}
+
+long MessageQueue::appendDiagnostics(SoString& out, SoString const& path) const
+{
+    ObjectLock const lock(*this);
+    bool const wantsLog = out.view().starts_with("/log");
+    long count = 0;
+    for (long i = 0; i < m_messages.length(); ++i) {
+        if ((m_messages[i]->type == kLog) != wantsLog)
+            continue;
+        m_messages[i]->appendDiagnostics(out, path);
+        ++count;
+    }
+    return count;
+}
+
+void MessageQueue::added(Message const& message)
+{
+    if (isWatcher(message))
+        ++m_watchers;
+    std::int64_t const deadline = message.timestamp + message.timeout;
+    if (m_nearestDeadline == 0 || deadline < m_nearestDeadline)
+        arm(deadline);
+    showState();
+}
+
+void MessageQueue::removed(Message const& message)
+{
+    if (isWatcher(message))
+        --m_watchers;
+}
+
+void MessageQueue::showState()
+{
+    bool const isUp = m_messages.length() > m_watchers;
+    if (m_flag == nullptr || isUp == m_isFlagUp)
+        return;
+    m_isFlagUp = isUp;
+    if (isUp)
+        m_flag->raise();
+    else
+        m_flag->lower();
+}
+
+void MessageQueue::takeOut(long index, Messages& taken)
+{
+    removed(*m_messages[index]);
+    taken.append(m_messages.removeAt(index));
+}
+
+// 0 when nothing runs out.
+void MessageQueue::arm(std::int64_t deadline)
+{
+    m_nearestDeadline = deadline;
+    if (m_timer == nullptr)
+        return;
+    if (deadline == 0)
+        m_timer->clear();
+    else
+        m_timer->set(deadline);
+}
+
+void MessageQueue::notifyAndDelete(Messages& expired, SoString const& root) const
+{
+    while (Message const* const message = expired.removeAt(0)) {
+        notifySender(*message, QK_TIMEOUT, root);
+        delete message;
+    }
+}
+
+} // namespace ScObjects::TevoroTalkData

@@ -1,0 +1,87 @@
+// A list of messages that wait, in order, each until its deadline: timestamp plus timeout, 600
+// seconds unless the message says otherwise. Messages that run out go, and their senders are told
+// if they asked for "Timeout".
+//
+// The queue owns what is in it: append() takes a message over, getNextMessage() hands it out. Any
+// thread may call. Senders are told after the queue's lock was let go, so that two queues whose
+// notices meet do not wait for each other.
+//
+// Watchers, messages of type "Ignore", stand among the others only to run out.
+#pragma once
+
+#include "messaging/Message.h"
+#include "messaging/SoVector.h"
+
+namespace Pt {
+class WaitableFlag;
+class WallTimer;
+} // namespace Pt
+
+namespace ScObjects::TevoroTalkData {
+
+class MessageQueue final : public SoLockable {
+public:
+    MessageQueue() = default;
+    // Tells the senders of all that is left, run out or not.
+    ~MessageQueue() override;
+    MessageQueue(MessageQueue const&) = delete;
+    MessageQueue& operator=(MessageQueue const&) = delete;
+
+    // From now on `flag` is up while a message other than a watcher is here, and `timer` runs out
+    // at the nearest deadline or before. Borrowed; null for none.
+    void setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer);
+
+    bool isEmpty() const;
+    // Whether there is a message that getNextMessage(QK_INVALID_MESSAGE_NUMBER) would hand out.
+    bool hasMessage() const;
+    long length() const;
+
+    // False, and the message stays the caller's, when it is null or without sender or target.
+    bool append(TevoroTalk::Message* message);
+    // The first message that has not run out; null when there is none. Watchers are stepped over if
+    // they match: the number is QK_INVALID_MESSAGE_NUMBER, or one of the message's three answer
+    // numbers. The caller's to delete.
+    TevoroTalk::Message* getNextMessage(std::uint32_t serialNumber);
+    // To be tested for null only.
+    TevoroTalk::Message const* findMessageForTarget(SoString const& target) const;
+    // Deletes what getNextMessage gives, which may be a message with another number. False for
+    // QK_INVALID_MESSAGE_NUMBER.
+    bool removeMessage(std::uint32_t serialNumber);
+    void removeExpiredMessages();
+    // Deletes the watchers for an answer to that message. Always false.
+    bool removeTimeoutMessage(std::uint32_t serialNumber);
+
+    // The path of this queue in the diagnostics tree; while it is empty nothing is forwarded.
+    void setDiagnosticsRoot(SoString const& path);
+    // Appends each message and gives their number: only those of type "Log" if `out` begins with
+    // "/log", else only the others.
+    long appendDiagnostics(SoString& out, SoString const& path) const;
+
+private:
+    using Messages = SoVector<TevoroTalk::Message>;
+
+    void added(TevoroTalk::Message const& message);
+    void removed(TevoroTalk::Message const& message);
+    void showState();
+    void takeOut(long index, Messages& taken);
+    void arm(std::int64_t deadline);
+    void notifyAndDelete(Messages& expired, SoString const& root) const;
+
+    Messages m_messages;
+    SoString m_diagnosticsRoot;
+    long m_watchers = 0;
+    std::int64_t m_nearestDeadline = 0; // at or before the nearest; 0 when nothing runs out
+    Pt::WaitableFlag* m_flag = nullptr;
+    Pt::WallTimer* m_timer = nullptr;
+    bool m_isFlagUp = false;
+};
+
+// Whether the message's time is over. One without a timeout never runs out, but for watchers, which
+// do at once.
+bool hasTimedOut(TevoroTalk::Message const& message, std::int64_t now);
+
+// Tells the sender of a message that left a queue, if it asked for `word`. True if it was sent.
+bool notifySender(
+    TevoroTalk::Message const& message, SoString const& word, SoString const& diagnosticsRoot);
+
+} // namespace ScObjects::TevoroTalkData

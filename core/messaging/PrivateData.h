@@ -1,0 +1,67 @@
+// What an instance of the bus owns: its stream, its two queues, its handlers, and the descriptor
+// that an application waits on.
+//
+// Handlers are guarded by this object's lock. The stream is replaced only while the thread of the
+// bus stands still (see TevoroTalkContext::PausedThread) and by the thread that owns the instance.
+#pragma once
+
+#include "messaging/InterAppStream.h"
+#include "messaging/MessageQueue.h"
+#include "messaging/MsgHandler.h"
+#include "platform/common/Waiting.h"
+
+#include <atomic>
+#include <memory>
+
+namespace ScObjects::TevoroTalkData {
+
+class PrivateData final : public SoLockable {
+public:
+    explicit PrivateData(TevoroTalk::Specifier const& specifier);
+    ~PrivateData() override;
+    PrivateData(PrivateData const&) = delete;
+    PrivateData& operator=(PrivateData const&) = delete;
+
+    // See the operations of TevoroTalk.
+    TevoroTalk::MsgHandler* findHandler(SoString const& type, std::uint32_t serialNumber);
+    TevoroTalk::MsgHandler* changeHandler(TevoroTalk::MsgHandler* handler);
+    TevoroTalk::MsgHandler* removeHandler(SoString const& type, std::uint32_t serialNumber);
+    bool deleteHandler(TevoroTalk::MsgHandler const* handler);
+    bool deleteHandlers(std::uint32_t serialNumber);
+    // Deletes the one it replaces.
+    void addHandler(TevoroTalk::MsgHandler* handler);
+
+    // Deletes the stream and takes a new name.
+    void openStream(SoString const& name);
+
+    void appendDiagnostics(SoString& out, SoString const& path) const;
+
+    int waitDescriptor() const;
+    bool waitForMessage(std::chrono::milliseconds limit) const;
+
+    // Set only for a context other than the current one.
+    std::atomic<TevoroTalkContext*> context{nullptr};
+    InterAppStream* stream = nullptr;
+    // A numbered instance of the application was registered, and has to be taken away again.
+    bool unregisterApp = false;
+
+private:
+    // What can be waited on; missing when the process has no descriptors left.
+    struct Signals {
+        Pt::WaitableFlag flag;
+        Pt::WallTimer timer;
+        Pt::DescriptorSet all;
+    };
+
+    void registerNumberedInstance();
+
+    std::unique_ptr<Signals> m_signals;
+
+public:
+    // Destroyed before the signals that they hold up; outgoing first.
+    MessageQueue incoming;
+    MessageQueue outgoing;
+    SoVector<TevoroTalk::MsgHandler> handlers; // the last added is looked at first
+};
+
+} // namespace ScObjects::TevoroTalkData

@@ -1,0 +1,57 @@
+// Root of the objects of the message bus: they live on the C heap of the library, so that one
+// module may make an object and another one delete it.
+#pragma once
+
+#include "messaging/TevoroTalkApi.h"
+
+#include <cstddef>
+
+namespace ScObjects {
+
+class TEVOROTALK_API SoHeap {
+public:
+    SoHeap() = default;
+    SoHeap(SoHeap const&) = default;
+    SoHeap& operator=(SoHeap const&) = default;
+    virtual ~SoHeap();
+
+    // By malloc and free. Not checked: out of memory is a null pointer.
+    static void* operator new(std::size_t size) noexcept;
+    static void operator delete(void* pointer) noexcept;
+    static void* mallocHeap(std::size_t size) noexcept;
+    static void freeHeap(void* pointer) noexcept;
+
+    // Raw room for `count` elements; nothing is constructed or destroyed.
+    template <typename T>
+    static T* mallocThis(std::size_t count) noexcept
+    {
+        return static_cast<T*>(mallocHeap(count * sizeof(T)));
+    }
+    template <typename T>
+    static void freeThis(T* pointer) noexcept
+    {
+        freeHeap(pointer);
+    }
+};
+
+// Deletes its object at the end of a block.
+template <typename T>
+class autoPtr {
+public:
+    explicit autoPtr(T* object)
+        : m_object(object)
+    {
+    }
+    ~autoPtr() { delete m_object; }
+    autoPtr(autoPtr const&) = delete;
+    autoPtr& operator=(autoPtr const&) = delete;
+
+    T* operator->() const { return m_object; }
+    T& operator*() const { return *m_object; }
+    T* get() const { return m_object; }
+
+private:
+    T* m_object;
+};
+
+} // namespace ScObjects

@@ -1,0 +1,58 @@
+// The locks of the bus. All are recursive: the thread that holds one may take it again, and must
+// let it go as often. An object that several threads use derives from SoLockable, and its public
+// operations hold an ObjectLock.
+#pragma once
+
+#include "messaging/SoHeap.h"
+
+namespace ScObjects {
+
+class TEVOROTALK_API SoLock : public SoHeap {
+public:
+    SoLock();
+    // Nobody may hold it.
+    ~SoLock() override;
+    SoLock(SoLock const&) = delete;
+    SoLock& operator=(SoLock const&) = delete;
+
+    // Waits for as long as another thread holds it.
+    void acquire();
+    void release();
+
+private:
+    class LockData;
+    LockData* m_data;
+};
+
+class TEVOROTALK_API SoLockable : public SoHeap {
+public:
+    SoLockable();
+    ~SoLockable() override;
+    // A copy has a lock of its own.
+    SoLockable(SoLockable const&);
+    SoLockable& operator=(SoLockable const&) { return *this; }
+
+    void lock() const;
+    void unlock() const;
+
+private:
+    SoLock* m_lock;
+};
+
+// Holds an object's lock for the length of a block.
+class TEVOROTALK_API ObjectLock {
+public:
+    explicit ObjectLock(SoLockable const& object)
+        : m_object(object)
+    {
+        m_object.lock();
+    }
+    ~ObjectLock() { m_object.unlock(); }
+    ObjectLock(ObjectLock const&) = delete;
+    ObjectLock& operator=(ObjectLock const&) = delete;
+
+private:
+    SoLockable const& m_object;
+};
+
+} // namespace ScObjects

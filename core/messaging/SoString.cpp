@@ -1,0 +1,282 @@
+#include "messaging/SoString.h"
+
+#include "messaging/SoUnicode.h"
+
+#include <cctype>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace ScObjects {
+
+namespace {
+
+constexpr long kBlock = 128;
+constexpr unsigned long kLongestUtf16Text = 0x10000;
+
+long roundedCapacity(long needed)
+{
+    return (needed + kBlock) & ~(kBlock - 1);
+}
+
+long lengthOf(char const* text, long n)
+{
+    return n < 0 ? static_cast<long>(std::strlen(text)) : n;
+}
+
+SoString& appendUnsigned(SoString& out, unsigned long number)
+{
+    char digits[24];
+    char const* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    out.append(digits, static_cast<long>(end - digits));
+    return out;
+}
+
+} // namespace
+
+SoString::SoString()
+{
+    replaceBuffer(kBlock, 0);
+}
+
+SoString::SoString(char c)
+    : SoString()
+{
+    *this += c;
+}
+
+SoString::SoString(char const* text, long n)
+{
+    assign(text, n);
+}
+
+SoString::SoString(std::string_view text)
+{
+    assign(text);
+}
+
+SoString::SoString(unsigned short const* text, long n)
+    : SoString()
+{
+    if (text == nullptr || n == 0)
+        return;
+    // Never more than the text has, whatever the caller says.
+    unsigned long const limit = n < 0 ? kLongestUtf16Text : static_cast<unsigned long>(n);
+    unsigned long units = UTF16StrLenWithMax(text, limit);
+    long const size = static_cast<long>(UTF8StrLen(text));
+    if (m_capacity < size + 1)
+        replaceBuffer(roundedCapacity(size), 0);
+    long const written = static_cast<long>(UTF16_UTF8(text, m_data, units));
+    // Nothing of what lay in memory before shows behind the front of a text that was cut.
+    std::memset(m_data + written, 0, static_cast<std::size_t>(size - written));
+    m_length = size;
+    m_data[size] = '\0';
+}
+
+SoString::SoString(SoString const& other)
+    : SoHeap(other)
+{
+    assign(other.m_data, other.m_length);
+}
+
+SoString::SoString(SoString&& other) noexcept
+    : SoString()
+{
+    swap(other);
+}
+
+SoString::~SoString()
+{
+    freeHeap(m_data);
+}
+
+SoString& SoString::operator=(SoString const& other)
+{
+    if (this != &other)
+        assign(other.m_data, other.m_length);
+    return *this;
+}
+
+SoString& SoString::operator=(SoString&& other) noexcept
+{
+    if (this != &other) {
+        swap(other);
+        other.shrink(0);
+    }
+    return *this;
+}
+
+SoString& SoString::operator=(char const* text)
+{
+    assign(text);
+    return *this;
+}
+
+void SoString::assign(char const* text, long n)
+{
+    if (text == nullptr) {
+        text = "";
+        n = 0;
+    }
+    n = lengthOf(text, n);
+    if (m_capacity < n + 1)
+        replaceBuffer(roundedCapacity(n), 0);
+    std::memcpy(m_data, text, static_cast<std::size_t>(n));
+    m_data[n] = '\0';
+    m_length = n;
+}
+
+void SoString::assign(std::string_view text)
+{
+    assign(text.data() == nullptr ? "" : text.data(), static_cast<long>(text.size()));
+}
+
+void SoString::append(char const* text, long n)
+{
+    if (text == nullptr)
+        return;
+    n = lengthOf(text, n);
+    long const total = m_length + n;
+    if (m_capacity <= total)
+        replaceBuffer(roundedCapacity(total), m_length);
+    if (n == 0)
+        return;
+    std::memcpy(m_data + m_length, text, static_cast<std::size_t>(n));
+    m_data[total] = '\0';
+    m_length = total;
+}
+
+void SoString::append(std::string_view text)
+{
+    append(text.data() == nullptr ? "" : text.data(), static_cast<long>(text.size()));
+}
+
+void SoString::append(long number)
+{
+    appendUnsigned(*this, static_cast<unsigned long>(number));
+}
+
+SoString& SoString::operator+=(char c)
+{
+    append(&c, 1);
+    return *this;
+}
+
+SoString& SoString::operator+=(SoString const& other)
+{
+    if (this == &other) {
+        SoString const copy(other);
+        append(copy.m_data, copy.m_length);
+    } else {
+        append(other.m_data, other.m_length);
+    }
+    return *this;
+}
+
+int SoString::compare(char const* other) const
+{
+    return std::strcmp(m_data, other == nullptr ? "" : other);
+}
+
+void SoString::shrink(long n)
+{
+    if (n < 0 || n >= m_length)
+        return;
+    m_data[n] = '\0';
+    m_length = n;
+}
+
+void SoString::reserve(long n)
+{
+    if (m_capacity <= n)
+        replaceBuffer(roundedCapacity(n), m_length);
+}
+
+SoString SoString::uppercase() const
+{
+    SoString result(*this);
+    for (long i = 0; i < result.m_length; ++i)
+        result.m_data[i]
+            = static_cast<char>(std::toupper(static_cast<unsigned char>(result.m_data[i])));
+    return result;
+}
+
+SoString SoString::lowercase() const
+{
+    SoString result(*this);
+    for (long i = 0; i < result.m_length; ++i)
+        result.m_data[i]
+            = static_cast<char>(std::tolower(static_cast<unsigned char>(result.m_data[i])));
+    return result;
+}
+
+unsigned long SoString::convertToUtf16(unsigned short* out, unsigned long max) const
+{
+    return UTF8_UTF16(m_data, out, max);
+}
+
+void SoString::swap(SoString& other) noexcept
+{
+    std::swap(m_data, other.m_data);
+    std::swap(m_length, other.m_length);
+    std::swap(m_capacity, other.m_capacity);
+}
+
+// A new buffer with the first `kept` bytes of the old one.
+void SoString::replaceBuffer(long capacity, long kept)
+{
+    char* const fresh = mallocThis<char>(static_cast<std::size_t>(capacity));
+    if (kept != 0)
+        std::memcpy(fresh, m_data, static_cast<std::size_t>(kept));
+    fresh[kept] = '\0';
+    freeHeap(m_data);
+    m_data = fresh;
+    m_capacity = capacity;
+}
+
+SoString& operator<<(SoString& out, char const* text)
+{
+    out.append(text);
+    return out;
+}
+
+SoString& operator<<(SoString& out, char c)
+{
+    return out += c;
+}
+
+SoString& operator<<(SoString& out, SoString const& text)
+{
+    return out += text;
+}
+
+SoString& operator<<(SoString& out, unsigned long number)
+{
+    return appendUnsigned(out, number);
+}
+
+SoString& operator<<(SoString& out, long number)
+{
+    return appendUnsigned(out, static_cast<unsigned long>(number));
+}
+
+SoString& operator<<(SoString& out, std::uint32_t number)
+{
+    return appendUnsigned(out, number);
+}
+
+SoString& operator<<(SoString& out, std::int32_t number)
+{
+    return appendUnsigned(out, static_cast<std::uint32_t>(number));
+}
+
+SoString& operator<<(SoString& out, double number)
+{
+    // The longest double has 309 digits before its point.
+    char digits[320];
+    out.append(digits, std::snprintf(digits, sizeof digits, "%.0f", number));
+    return out;
+}
+
+} // namespace ScObjects

@@ -1,0 +1,106 @@
+// The text of the bus: a mutable byte string, by convention UTF-8, that may hold any bytes. Always
+// terminated by a NUL that does not count. Not safe by itself: one thread at a time.
+//
+// Buffers come in multiples of 128 bytes and never shrink.
+#pragma once
+
+#include "messaging/SoHeap.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace ScObjects {
+
+class TEVOROTALK_API SoString : public SoHeap {
+public:
+    SoString();
+    explicit SoString(char c);
+    // A null text is the empty one; a negative length means up to the NUL.
+    SoString(char const* text, long n = -1); // NOLINT(google-explicit-constructor): texts pass freely
+    explicit SoString(std::string_view text);
+    // All of a terminated text of 16-bit units; `n` is -1 or its whole length. With a smaller `n`
+    // the length is still that of the whole text, and only the front holds what it should.
+    explicit SoString(unsigned short const* text, long n = -1);
+    SoString(SoString const& other);
+    SoString(SoString&& other) noexcept;
+    ~SoString() override;
+
+    SoString& operator=(SoString const& other);
+    SoString& operator=(SoString&& other) noexcept;
+    SoString& operator=(char const* text);
+
+    // Replaces the content. The text must not lie in this string's own buffer.
+    void assign(char const* text, long n = -1);
+    void assign(std::string_view text);
+    // Adds at the end.
+    void append(char const* text, long n = -1);
+    void append(std::string_view text);
+    // The number in decimal, a negative one as its unsigned value.
+    void append(long number);
+
+    // Never null; valid until the string changes.
+    char const* get() const { return m_data; }
+    operator char const*() const { return m_data; }
+    std::string_view view() const { return {m_data, static_cast<std::size_t>(m_length)}; }
+    long length() const { return m_length; }
+    bool isEmpty() const { return m_length == 0; }
+    long capacity() const { return m_capacity; }
+
+    SoString& operator+=(char c);
+    SoString& operator+=(SoString const& other);
+
+    // As strcmp does, up to the first NUL; a null text counts as the empty one.
+    int compare(char const* other) const;
+
+    // Cuts to n bytes; nothing when n is negative or not below the length.
+    void shrink(long n);
+    // Room for that many bytes and the terminator.
+    void reserve(long n);
+
+    // By the system's toupper and tolower, byte for byte.
+    SoString uppercase() const;
+    SoString lowercase() const;
+
+    // See UTF8_UTF16.
+    unsigned long convertToUtf16(unsigned short* out, unsigned long max) const;
+
+    // Exchanges the contents without copying them.
+    void swap(SoString& other) noexcept;
+
+private:
+    void replaceBuffer(long capacity, long kept);
+
+    char* m_data = nullptr;
+    long m_length = 0;
+    long m_capacity = 0;
+};
+
+inline bool operator==(SoString const& a, char const* b)
+{
+    return a.compare(b) == 0;
+}
+inline bool operator==(SoString const& a, SoString const& b)
+{
+    return a.compare(b.get()) == 0;
+}
+inline bool operator!=(SoString const& a, char const* b)
+{
+    return a.compare(b) != 0;
+}
+inline bool operator!=(SoString const& a, SoString const& b)
+{
+    return a.compare(b.get()) != 0;
+}
+
+// Each appends and gives the string back. Whole numbers are written without a sign: a negative one
+// comes out as the unsigned number of its width. A double has no fraction and is rounded.
+TEVOROTALK_API SoString& operator<<(SoString& out, char const* text);
+TEVOROTALK_API SoString& operator<<(SoString& out, char c);
+TEVOROTALK_API SoString& operator<<(SoString& out, SoString const& text);
+TEVOROTALK_API SoString& operator<<(SoString& out, unsigned long number);
+TEVOROTALK_API SoString& operator<<(SoString& out, long number);
+TEVOROTALK_API SoString& operator<<(SoString& out, std::uint32_t number);
+TEVOROTALK_API SoString& operator<<(SoString& out, std::int32_t number);
+TEVOROTALK_API SoString& operator<<(SoString& out, double number);
+
+} // namespace ScObjects

@@ -1,0 +1,47 @@
+// A growable array of pointers that owns none of them: whoever fills it deletes the elements. Keeps
+// their order. Not safe by itself: one thread at a time.
+//
+// Starts with room for 32 and grows by 32; never shrinks.
+#pragma once
+
+#include "messaging/SoHeap.h"
+
+namespace ScObjects {
+
+class TEVOROTALK_API SoVectorBase : public SoHeap {
+public:
+    SoVectorBase();
+    ~SoVectorBase() override;
+    SoVectorBase(SoVectorBase const&) = delete;
+    SoVectorBase& operator=(SoVectorBase const&) = delete;
+
+    long length() const { return m_length; }
+    long capacity() const { return m_capacity; }
+
+    // At the end; the same pointer may stand there twice.
+    void append(void* element);
+    // Takes out the first that is equal; nothing when none is.
+    void remove(void const* element);
+    // Takes out and gives back; null, and nothing changed, when there is no such place.
+    void* removeAt(long index);
+    // Puts the first `count` behind all others, in their order.
+    void rotate(long count);
+    // Not checked.
+    void* operator[](long index) const { return m_data[index]; }
+
+private:
+    void** m_data;
+    long m_length = 0;
+    long m_capacity;
+};
+
+template <typename T>
+class SoVector : public SoVectorBase {
+public:
+    void append(T* element) { SoVectorBase::append(element); }
+    void remove(T const* element) { SoVectorBase::remove(element); }
+    T* removeAt(long index) { return static_cast<T*>(SoVectorBase::removeAt(index)); }
+    T* operator[](long index) const { return static_cast<T*>(SoVectorBase::operator[](index)); }
+};
+
+} // namespace ScObjects

@@ -1,0 +1,235 @@
+// How a short address becomes a whole one: the walks over the registered applications.
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "registry/TevoroTalkConnector.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace ScObjects {
+
+namespace {
+
+using Specifier = TevoroTalk::Specifier;
+using TevoroTalkUtils::getCurrentLocale;
+
+// Entries from here on are chosen only by their own number.
+constexpr double kBeyondVersions = 99.0;
+
+// As atof reads it, but with a point in every locale.
+double numberOf(SoString const& version)
+{
+    double number = 0.0;
+    std::from_chars(version.get(), version.get() + version.length(), number);
+    return number;
+}
+
+bool isEmptyOr(SoString const& locale, SoString const& wanted)
+{
+    return locale.isEmpty() || locale == wanted;
+}
+
+SoString currentUnlessGiven(SoString const& locale)
+{
+    return locale.isEmpty() ? getCurrentLocale() : locale;
+}
+
+Specifier registeredEntry(int index, bool fixUp)
+{
+    return {TevoroTalk::getApplicationSpecifier(index).get(), fixUp};
+}
+
+// What the registry prefers for this process; the text itself when it has no preference.
+SoString getPreferredApp(SoString const& specifier, SoString const& appName)
+{
+    TevoroTalkConnector* const connector = TevoroTalkConnector::get();
+    TevoroTalkContext const* const context = TevoroTalk::getSharedContext();
+    if (connector == nullptr || context == nullptr)
+        return specifier;
+    Specifier const asker(context->getAppSpecifier(), false);
+    if (asker.isEmpty())
+        return specifier;
+    SoString group = TevoroTalkData::getVersionOrGroup(specifier);
+    if (group.isEmpty())
+        group = connector->findGroupForSpecifier(asker, nullptr);
+    if (group.isEmpty())
+        return specifier;
+    SoString const found = connector->findPreferredApp(asker, appName, group);
+    return found.isEmpty() ? specifier : found;
+}
+
+// One completion: the parts of the text as it came, and the walks.
+class Completion {
+public:
+    explicit Completion(Specifier& specifier)
+        : m_specifier(specifier)
+        , m_name(specifier.appName())
+        , m_version(specifier.version())
+        , m_locale(specifier.locale())
+        , m_suffix(specifier.suffix())
+        , m_instance(specifier.instance())
+    {
+    }
+
+    void run(bool usePreferred)
+    {
+        if (!m_name.isEmpty() && m_version.isEmpty()) {
+            if (usePreferred && takePreferred())
+                return;
+            if (takeRunning())
+                return;
+        }
+        if (m_locale.isEmpty()) {
+            if (m_version.isEmpty())
+                searchHighest();
+            else
+                searchVersion();
+        }
+        takeCandidate();
+    }
+
+private:
+    bool takePreferred()
+    {
+        SoString const preferred = getPreferredApp(m_specifier, m_name);
+        if (preferred.isEmpty() || preferred == m_specifier)
+            return false;
+        m_specifier.assign(preferred.view());
+        if (!m_suffix.isEmpty())
+            m_specifier.setSuffix(m_suffix);
+        restoreInstance();
+        return true;
+    }
+
+    bool takeRunning()
+    {
+        for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+            Specifier entry = registeredEntry(i, false);
+            if (entry.appName() != m_name)
+                continue;
+            if (!m_instance.isEmpty())
+                entry.setInstance(m_instance);
+            if (!m_suffix.isEmpty())
+                entry.setSuffix(m_suffix);
+            if (!entry.isRunning())
+                continue;
+            m_specifier.assign(entry.view());
+            restoreInstance();
+            return true;
+        }
+        return false;
+    }
+
+    // Of equal versions the later entry. An older one in the current locale beats a newer one in
+    // another: the locale counts for more.
+    void searchHighest()
+    {
+        SoString const current = getCurrentLocale();
+        double best = 0.0;
+        for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+            Specifier const entry = registeredEntry(i, false);
+            double const version = numberOf(entry.version());
+            if (entry.appName() != m_name || version < best || version >= kBeyondVersions)
+                continue;
+            best = version;
+            (entry.locale() == current ? m_localeMatch : m_secondChoice) = entry;
+        }
+    }
+
+    void searchVersion()
+    {
+        SoString const current = getCurrentLocale();
+        double const wanted = numberOf(m_version);
+        for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+            Specifier const entry = registeredEntry(i, false);
+            if (entry.appName() != m_name || numberOf(entry.version()) != wanted)
+                continue;
+            if (isEmptyOr(entry.locale(), current)) {
+                m_localeMatch = entry;
+                return;
+            }
+            m_secondChoice = entry;
+        }
+    }
+
+    void takeCandidate()
+    {
+        SoString const& candidate = m_localeMatch.isEmpty() ? m_secondChoice : m_localeMatch;
+        if (candidate.isEmpty())
+            return;
+        m_specifier.assign(candidate.view());
+        if (!m_instance.isEmpty() && m_specifier.instance() != m_instance)
+            m_specifier.setInstance(m_instance);
+        if (!m_suffix.isEmpty())
+            m_specifier << "#" << m_suffix;
+    }
+
+    void restoreInstance()
+    {
+        if (!m_instance.isEmpty())
+            m_specifier.setInstance(m_instance);
+    }
+
+    Specifier& m_specifier;
+    SoString m_name;
+    SoString m_version;
+    SoString m_locale;
+    SoString m_suffix;
+    SoString m_instance;
+    SoString m_localeMatch;
+    SoString m_secondChoice;
+};
+
+} // namespace
+
+bool TevoroTalkData::findLocale(SoString const& appName, SoString const& version, SoString& locale)
+{
+    SoString const target = currentUnlessGiven(locale);
+    for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+        Specifier const entry = registeredEntry(i, true);
+        if (entry.appName() == appName && entry.version() == version
+            && isEmptyOr(entry.locale(), target)) {
+            locale = entry.locale();
+            return true;
+        }
+    }
+    locale.shrink(0);
+    return false;
+}
+
+bool TevoroTalkData::findVersion(SoString const& appName, SoString& locale, SoString& version)
+{
+    double const wanted = numberOf(version);
+    double const limit = std::abs(wanted);
+    SoString const target = currentUnlessGiven(locale);
+    double best = 0.0;
+    SoString bestVersion;
+    for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+        Specifier const entry = registeredEntry(i, true);
+        if (entry.appName() != appName || !isEmptyOr(entry.locale(), target))
+            continue;
+        SoString const entryVersion = entry.version();
+        double const number = numberOf(entryVersion);
+        if (number == wanted) {
+            version = entryVersion;
+            locale = entry.locale();
+            return true;
+        }
+        if (wanted < 0.0 && number > best && number <= limit) {
+            best = number;
+            bestVersion = entryVersion;
+            locale = entry.locale();
+        }
+    }
+    version = bestVersion;
+    return !version.isEmpty();
+}
+
+void TevoroTalk::Specifier::fixUp(bool usePreferred)
+{
+    SoString::operator=(lowercase());
+    Completion(*this).run(usePreferred);
+}
+
+} // namespace ScObjects

@@ -1,0 +1,182 @@
+// How a message comes in: from the port into the queue, from the queue to its handler, and what its
+// sender is told.
+#include "messaging/PrivateData.h"
+#include "messaging/TevoroTalk.h"
+#include "messaging/TevoroTalkUtils.h"
+
+#include <cstring>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+using TevoroTalkUtils::logMessage;
+
+namespace {
+
+using Message = TevoroTalk::Message;
+using MsgHandler = TevoroTalk::MsgHandler;
+
+constexpr long kRejected = 53;
+constexpr long kException = -29;
+
+bool isValid(std::uint32_t number)
+{
+    return number != QK_INVALID_MESSAGE_NUMBER;
+}
+
+int getReason(Message const& message)
+{
+    bool const isScript = message.type == kQuillscriber || message.type == kDebug;
+    if (message.type == QK_RECEIVED || (isScript && isValid(message.received)))
+        return MsgHandler::kReceived;
+    if (message.type == QK_RESULT || (isScript && isValid(message.result)))
+        return MsgHandler::kResult;
+    if (message.type == QK_ERROR || (isScript && isValid(message.error)))
+        return MsgHandler::kError;
+    if (isScript)
+        return MsgHandler::kRequest;
+    if (message.type == QK_TIMEOUT)
+        return MsgHandler::kTimeout;
+    if (message.type == kLog)
+        return MsgHandler::kLog;
+    return message.type == kIdleType ? MsgHandler::kIdle : MsgHandler::kOther;
+}
+
+bool hasAnswerNumber(Message const& message)
+{
+    return isValid(message.received) || isValid(message.result) || isValid(message.error);
+}
+
+// Handlers see all answers as messages of the script type, told apart by the reason.
+void turnAnswerIntoScript(Message& message)
+{
+    if (message.type == QK_RECEIVED)
+        message.received = MsgHandler::kReceived;
+    else if (message.type == QK_RESULT)
+        message.result = MsgHandler::kResult;
+    else if (message.type == QK_ERROR)
+        message.error = MsgHandler::kError;
+    else
+        return;
+    message.type = kQuillscriber;
+}
+
+// What a handler's return, or its exception, means.
+struct Outcome {
+    long code = 0;
+    SoString text;
+};
+
+Outcome callHandler(MsgHandler& handler, int reason, Message& message)
+{
+    Outcome outcome;
+    try {
+        outcome.code = handler.handleMessage(reason, message, &outcome.text);
+    } catch (...) {
+        outcome.code = kException;
+        outcome.text = "Exception";
+    }
+    return outcome;
+}
+
+} // namespace
+
+bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatch)
+{
+    m_data->incoming.removeExpiredMessages();
+    if (incomingMessagePending()) {
+        if (m_data->stream != nullptr)
+            m_data->stream->receive();
+        while (putOneIncomingMessageInQueue()) { }
+    }
+    if (!dispatch)
+        return false;
+    autoPtr<Message> const message(m_data->incoming.getNextMessage(serialNumber));
+    if (message.get() == nullptr || message->target.isEmpty())
+        return false;
+    handleMessage(*message);
+    finishMessage(*message);
+    return true;
+}
+
+bool TevoroTalk::putOneIncomingMessageInQueue()
+{
+    if (m_data->stream == nullptr || m_data->stream->isEmpty())
+        return false;
+    SoString const text = m_data->stream->getMessages();
+    char const* const end = text.get() + text.length();
+    for (char const* at = text.get(); at != end && *at != '\0';) {
+        auto* const message = new Message;
+        char const* const next = message->readFromString(at, end);
+        bool const isTaken = message->type != kIgnore && next != at;
+        if (isTaken) {
+            sendReceipt(*message);
+            logMessage("RECEIVE", *message, true);
+        }
+        if (!isTaken || !m_data->incoming.append(message))
+            delete message;
+        if (next == at)
+            break;
+        at = next;
+    }
+    return true;
+}
+
+void TevoroTalk::sendReceipt(Message const& message) const
+{
+    if (std::strstr(message.responseRequest, QK_RECEIVED) == nullptr)
+        return;
+    Message receipt;
+    receipt.received = message.serialNumber;
+    sendResponse(message, QK_RECEIVED, &receipt);
+}
+
+void TevoroTalk::handleMessage(Message& message)
+{
+    Message copy(message);
+    if (copy.type == kQuillscriber && copy.body.isEmpty() && !hasAnswerNumber(copy))
+        return;
+    if (Message::getAuthentication() && copy.isRejected()) {
+        sendError(copy, "ERROR: MESSAGE REJECTED", kRejected, 0);
+        return;
+    }
+    MsgHandler* handler = findHandler(copy.type, copy.serialNumber);
+    if (handler == nullptr)
+        handler = findHandler(kQuillscriber, QK_INVALID_MESSAGE_NUMBER);
+    if (handler == nullptr)
+        return;
+    turnAnswerIntoScript(copy);
+    SoString const handlerType = handler->getMsgType();
+    std::uint32_t const handlerNumber = handler->getSerialNumber();
+    Outcome const outcome = callHandler(*handler, getReason(message), copy);
+    // A handler for one message does not outlive it.
+    if (isValid(message.serialNumber) && message.serialNumber == handlerNumber)
+        delete removeHandler(handlerType, handlerNumber);
+    if (outcome.code == 0)
+        sendResult(copy, outcome.text);
+    else if (std::strstr(copy.responseRequest, QK_ERROR) != nullptr)
+        sendError(copy, outcome.text, outcome.code, 0);
+}
+
+void TevoroTalk::finishMessage(Message const& message)
+{
+    SoString const root = getInfoRoot("in");
+    auto const clean = [&](char const* logWord, char const* forwardWord) {
+        deleteHandlers(message.serialNumber);
+        logMessage(logWord, message, false);
+        TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, forwardWord);
+    };
+    if (message.type == kProcessed) {
+        clean("PROCESSED CLEANUP", "handled: Processed");
+    } else if (message.type == QK_ERROR) {
+        clean("PROCESSED ERROR", "handled: error");
+    } else if (message.type == QK_TIMEOUT) {
+        clean("PROCESSED TIMEOUT", "handled: time out");
+    } else if (message.type != kIgnore) {
+        sendResponse(message, kProcessed, nullptr);
+        logMessage("PROCESSED INCOMING MESSAGE", message, false);
+        TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, "processed");
+    }
+}
+
+} // namespace ScObjects

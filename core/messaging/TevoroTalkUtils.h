@@ -1,0 +1,115 @@
+// Free operations that the bus shares: files, time, the locale, who this user and this process are,
+// and readers of small texts. All answer by result; any thread may call.
+#pragma once
+
+#include "messaging/SoString.h"
+#include "messaging/SoVector.h"
+#include "messaging/TevoroTalk.h"
+
+#include <cstdint>
+
+namespace ScObjects {
+
+class InterAppStream;
+
+namespace TevoroTalkUtils {
+
+// Do nothing; the places where a platform would set up and tear down.
+void init();
+void exit();
+
+// Lower case, like "de_at"; "en_us" when there is none, or one of more than 15 bytes.
+TEVOROTALK_API SoString getCurrentLocale();
+
+// Folders count too.
+bool fileExists(SoString const& path);
+// False when there is nothing to delete.
+bool deleteFile(SoString const& path);
+// True when something stands there already, a file too. Mode 0771.
+bool mkdir(SoString const& path);
+bool rmdir(SoString const& path);
+char const* getFolderSeparator();
+
+void sleep(unsigned int milliseconds);
+// Of the wall clock, whole milliseconds since the beginning of 1970.
+double getUTCTimeMilliSeconds();
+// Seconds since the beginning of 1970.
+std::int64_t getTimeSeconds();
+// Local time as "%H:%M:%S": of `time` in seconds since 1970, of this moment when that is null.
+SoString getTimeString(std::int64_t const* time);
+
+// Milliseconds that passed. Reading does not stop it.
+class Timer : public SoHeap {
+public:
+    void start();
+    double now() const;
+    double stop() const;
+
+private:
+    double m_start = 0;
+};
+
+// A walk through a folder and those below it, of at most 256 entries a folder. A false from either
+// operation ends it.
+class FileFilter {
+public:
+    virtual ~FileFilter() = default;
+    virtual bool run(SoString const& folder);
+    virtual bool onFile(SoString const& path);
+    virtual bool onFolder(SoString const& path);
+};
+
+// False also for a folder that cannot be read, or that holds nothing.
+bool iterateFolder(SoString const& folder, FileFilter& filter);
+
+// This user's random value in hexadecimal digits, the same for all processes; empty without a home
+// folder. Three names for one value.
+TEVOROTALK_API SoString getUserID();
+TEVOROTALK_API SoString getSecurityID();
+TEVOROTALK_API SoString getSignature();
+
+// The digest that marks a text as written by this user: see getDigest in Identity.h.
+SoString getMD5(SoString const& text);
+
+// "localhost:mac" and the process id.
+SoString getSenderID();
+
+// Reads one line of the diagnostics tree: PATH;FLAG;LABEL;VALUE; and a line feed. Gives the start
+// of the next line, or null, with the outputs empty or read in part, when the line is none.
+TEVOROTALK_API char const* parseInfoLine(
+    char const* text, SoString& path, SoString& label, SoString& value, bool& hasChildren);
+
+// Divides a text at blanks, "=", ";", ":" and quotes of both kinds, which do not group. The words are
+// appended, new and the caller's to delete. The length of `words` then.
+TEVOROTALK_API long parseOptions(SoString const& text, SoVector<SoString>& words);
+
+// One question and its answer over the process's own stream; the answer, or the word that says why
+// there is none. `target` may be "allRunningApps": all that are registered, one after the other, of
+// which the last answer is given and `answered` counts those that answered. Blocks for at most
+// `timeout` seconds a target; 0 only sends.
+TEVOROTALK_API SoString ping(SoString const& target, bool isRequest, SoString const& command,
+    std::uint32_t serial, std::int32_t timeout, SoString const* body, int* answered);
+
+// A good stream of that name or of one of its instances 1 to 8, the caller's to delete; null when
+// all are held or the name is empty.
+InterAppStream* createNextAvailableInterAppStream(SoString const& specifier);
+
+// Where a process that is being started looks for its parameters.
+SoString getLaunchMsgQueueName(SoString const& specifier);
+// What was left for a process that starts. False when the specifier is empty, or when parameters
+// were announced and did not come.
+bool getLaunchParameters(SoString const& specifier, SoString& parameters);
+
+// Hands a copy of a message's diagnostics to the one who subscribed to that key on the main
+// instance. False when nobody did, or the message is of a kind that is not forwarded.
+bool forwardMessage(TevoroTalk::Message const& message, SoString const& key, SoString const& path,
+    SoString const& label);
+
+// Both log only where logging is on in the current context.
+void logMessage(char const* reason, TevoroTalk::Message const& message, bool withBody);
+TEVOROTALK_API void logText(SoString const& text);
+// Whether the process was started with TEVOROTALK_LOG=1.
+bool isLoggingAskedFor();
+
+} // namespace TevoroTalkUtils
+} // namespace ScObjects

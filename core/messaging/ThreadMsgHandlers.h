@@ -1,0 +1,87 @@
+// The handlers behind the keys of the ping store. A question names a key; what one process may ask
+// of another is exactly what is in the other's store.
+//
+// They run on the thread of the bus, under its lock, and write their answer to `result`; an empty
+// answer is not sent. "SEE BODY" says that the answer is in the message's body.
+#pragma once
+
+#include "messaging/Message.h"
+#include "messaging/MsgHandler.h"
+
+namespace ScObjects {
+
+class TevoroTalkThread;
+
+class ThreadMsgHandler : public TevoroTalk::MsgHandler {
+public:
+    explicit ThreadMsgHandler(TevoroTalkContext* context);
+
+    // Answers with the type of the handler, and hands the message to the application.
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
+
+protected:
+    // Sends the message on to the main instance, as a message of this handler's type. Always 0.
+    long sendToMainInstance(TevoroTalk::Message& message) const;
+
+    TevoroTalkContext* context; // borrowed
+};
+
+// Every message that arrives at the thread's port.
+class ThreadMainMsgHandler final : public ThreadMsgHandler {
+public:
+    ThreadMainMsgHandler(TevoroTalkContext* context, TevoroTalkThread* thread);
+
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
+
+private:
+    long answerRequest(
+        SoString const& request, int reason, TevoroTalk::Message& message, SoString* result);
+    SoString writeKey(SoString const& key, SoString const& value);
+    void subscribe(SoString const& key, SoString const& subscriber) const;
+
+    SoString pingType;
+    SoString echoRequestHeader;
+    SoString echoResponseHeader;
+    TevoroTalkThread* thread; // borrowed: it owns this
+};
+
+// A launched application says that it has come up.
+class ThreadLaunchedMsgHandler final : public ThreadMsgHandler {
+public:
+    using ThreadMsgHandler::ThreadMsgHandler;
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
+    char const* getMsgType() const override;
+};
+
+// The whole tree as a report for people.
+class ThreadDiagnosticsMsgHandler final : public ThreadMsgHandler {
+public:
+    using ThreadMsgHandler::ThreadMsgHandler;
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
+    char const* getMsgType() const override;
+};
+
+// Parts of the tree as lines: those whose names ("context", "thread", "messages", "log",
+// "connector") occur in the message's body; all but the log for an empty one and for "all".
+class ThreadInfoMsgHandler final : public ThreadMsgHandler {
+public:
+    using ThreadMsgHandler::ThreadMsgHandler;
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
+    char const* getMsgType() const override;
+};
+
+// Hangs on the main instance, and sends to a subscriber what is forwarded under its key.
+class ThreadForwardMsgHandler final : public ThreadMsgHandler {
+public:
+    ThreadForwardMsgHandler(
+        TevoroTalkContext* context, SoString const& forwardKey, SoString const& subscriber);
+
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
+    char const* getMsgType() const override;
+
+private:
+    SoString target;
+    SoString key;
+};
+
+} // namespace ScObjects

@@ -1,0 +1,91 @@
+// Local ports: named mailboxes of the processes of one user on one machine. A name is held by one
+// process at a time; whoever knows it can put whole texts into the mailbox. A port knows nothing of
+// what the texts say.
+//
+// A name may have any bytes and any length; a text any bytes, from 1 byte to kLargestText. No text
+// arrives cut, doubled or, from one sender object, out of order. The name is free the moment its
+// holder is gone, also by a kill. Processes of other users are kept out on both sides.
+//
+// The folder of the ports is TEVOROTALK_PORT_DIR, else "tevorotalk" in the runtime folder, else
+// /tmp/tevorotalk-<user id>; it is looked up at each call. A folder that cannot be trusted (a link,
+// somebody else's, open to others) is refused with one message on standard error a process.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Pt {
+
+// The receiving side. An object is used by one thread at a time, but for descriptor(), which any
+// thread may ask and wait on.
+class LocalPort {
+public:
+    // A longer text is neither sent nor received.
+    static constexpr std::size_t kLargestText = std::size_t{256} * 1024 * 1024;
+
+    // Takes the name, without waiting. Nothing when it is held, or when the folder cannot be used.
+    static std::unique_ptr<LocalPort> hold(std::string_view name);
+
+    // Lets the name go; texts that were not taken are lost.
+    ~LocalPort();
+    LocalPort(LocalPort const&) = delete;
+    LocalPort& operator=(LocalPort const&) = delete;
+
+    // Called once for each text; the bytes are valid during the call only, and may be changed in place. May throw:
+    // the text counts as taken, and receive() passes the exception on.
+    using Taker = std::function<void(char* text, std::size_t size)>;
+
+    // Gives all texts that are there to `take`, without waiting. The number given.
+    std::size_t receive(Taker const& take);
+
+    // Readable (poll, epoll, select) while receive() has something to do, which may be no more than
+    // a sender that left. Belongs to the port: wait on it, do not read or close it.
+    int descriptor() const;
+
+    std::string const& name() const;
+
+private:
+    struct State;
+    explicit LocalPort(std::unique_ptr<State> state);
+    std::unique_ptr<State> m_state;
+};
+
+// The sending side. Keeps its connections and uses them again. One thread at a time.
+class LocalPortSender {
+public:
+    LocalPortSender();
+    ~LocalPortSender();
+    LocalPortSender(LocalPortSender const&) = delete;
+    LocalPortSender& operator=(LocalPortSender const&) = delete;
+
+    // Puts a text into the mailbox of that name. False, and nothing of the text delivered: at once when nobody holds
+    // the name, after `patience` when the holder does not make room; and for an empty or too long
+    // text.
+    bool send(std::string_view name, std::string_view text, std::chrono::milliseconds patience);
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+// Whether nobody holds the name. Takes nothing: the name stays open to others while this asks.
+bool isLocalPortFree(std::string_view name);
+
+struct HeldPort {
+    std::string name;
+    long processId = 0;
+};
+
+// The ports that are held at this moment in this user's folder, in the order of their names.
+std::vector<HeldPort> heldLocalPorts();
+
+// The folder that ports lie in, whether it is there or not.
+std::string localPortFolder();
+
+} // namespace Pt

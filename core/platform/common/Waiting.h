@@ -1,0 +1,66 @@
+// What a thread waits on: a flag that another thread raises, a point in time, and any number of
+// descriptors at once. Each can itself be waited on by its descriptor (poll, epoll, an event loop), which belongs
+// to the object: do not read or close it. Any thread may call. The constructors throw
+// std::system_error when the process has no descriptors left.
+#pragma once
+
+#include <chrono>
+#include <memory>
+
+namespace Pt {
+
+// Up or down; readable while it is up.
+class WaitableFlag {
+public:
+    WaitableFlag();
+    ~WaitableFlag();
+    WaitableFlag(WaitableFlag const&) = delete;
+    WaitableFlag& operator=(WaitableFlag const&) = delete;
+
+    void raise() noexcept;
+    void lower() noexcept;
+    int descriptor() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+// Readable from a point of the wall clock on, until it is set anew or cleared. The wall clock, as
+// deadlines of messages are points of it; a clock that is set moves them.
+class WallTimer {
+public:
+    WallTimer();
+    ~WallTimer();
+    WallTimer(WallTimer const&) = delete;
+    WallTimer& operator=(WallTimer const&) = delete;
+
+    void set(long long wallSeconds) noexcept;
+    void clear() noexcept;
+    int descriptor() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+// A set of borrowed descriptors; itself readable while one of them is.
+class DescriptorSet {
+public:
+    DescriptorSet();
+    ~DescriptorSet();
+    DescriptorSet(DescriptorSet const&) = delete;
+    DescriptorSet& operator=(DescriptorSet const&) = delete;
+
+    // A descriptor that is in the set is not added twice. Closing it takes it out. Throws std::system_error.
+    void add(int descriptor);
+    void remove(int descriptor) noexcept;
+
+    // True when one of them is readable, at the latest after `limit`; a negative limit waits for
+    // ever. Signals do not end the wait.
+    bool wait(std::chrono::milliseconds limit) const;
+    int descriptor() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+} // namespace Pt

@@ -1,0 +1,198 @@
+#include "platform/common/LocalPort.h"
+
+#include "platform/platforms/linux/HeldName.h"
+#include "platform/platforms/linux/LocalSocket.h"
+#include "platform/platforms/linux/PacketReader.h"
+
+#include <unordered_map>
+
+#include <sys/epoll.h>
+#include <sys/timerfd.h>
+
+namespace Pt {
+
+namespace {
+
+// No more newcomers wait than the system allows, whatever is asked for.
+constexpr int kBacklog = 4096;
+
+// More than the packets that find room in one connection: what was there when a call began is
+// taken, and a sender that never pauses does not hold the call for ever.
+constexpr int kMostPackets = 16384;
+
+// Between two attempts to let newcomers in when the system has no descriptors left.
+constexpr long kRetryNanoseconds = 100'000'000;
+
+} // namespace
+
+struct LocalPort::State {
+    explicit State(HeldName held)
+        : name(std::move(held))
+    {
+    }
+
+    bool open();
+    bool watch(int descriptor) const;
+    std::size_t receive(Taker const& take);
+    std::size_t letIn(Taker const& take);
+    std::size_t drain(int connection, Taker const& take);
+    void pauseListening();
+    void resumeListening();
+    void listenFor(unsigned int events) const;
+
+    HeldName
+        name; // freed last: nobody finds a new holder while an old connection still takes texts
+    PacketReader reader;
+    Descriptor watcher;
+    Descriptor listener;
+    Descriptor retryTimer; // made early: it is needed when no more can be made
+    std::unordered_map<int, Descriptor> connections;
+    std::vector<epoll_event> events;
+    bool isListening = true;
+};
+
+bool LocalPort::State::open()
+{
+    watcher = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
+    listener = makeLocalSocket(SOCK_NONBLOCK);
+    retryTimer = Descriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    LocalAddress const address = name.socketAddress();
+    return watcher.isOpen() && listener.isOpen() && retryTimer.isOpen()
+        && ::bind(listener.get(), address.get(), address.size) == 0
+        && ::listen(listener.get(), kBacklog) == 0 && watch(listener.get())
+        && watch(retryTimer.get());
+}
+
+bool LocalPort::State::watch(int descriptor) const
+{
+    epoll_event event = {};
+    event.events = EPOLLIN;
+    event.data.fd = descriptor;
+    return ::epoll_ctl(watcher.get(), EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+std::size_t LocalPort::State::receive(Taker const& take)
+{
+    std::size_t count = 0;
+    if (!isListening) {
+        resumeListening();
+        count += letIn(take);
+    }
+    events.resize(connections.size() + 2);
+    int const ready = retryInterrupted([this] {
+        return ::epoll_wait(watcher.get(), events.data(), static_cast<int>(events.size()), 0);
+    });
+    for (int i = 0; i < ready; ++i) {
+        int const descriptor = events[static_cast<std::size_t>(i)].data.fd;
+        if (descriptor == listener.get())
+            count += letIn(take);
+        else if (descriptor != retryTimer.get())
+            count += drain(descriptor, take);
+    }
+    reader.trim();
+    return count;
+}
+
+std::size_t LocalPort::State::letIn(Taker const& take)
+{
+    std::size_t count = 0;
+    for (int i = 0; i < kBacklog; ++i) {
+        Descriptor connection(retryInterrupted([this] {
+            return ::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        }));
+        if (!connection.isOpen() && errno == ECONNABORTED)
+            continue;
+        if (!connection.isOpen()) {
+            if (errno != EAGAIN)
+                pauseListening();
+            break;
+        }
+        int const number = connection.get();
+        if (!isPeerOfThisUser(number) || !watch(number))
+            continue;
+        connections[number] = std::move(connection);
+        count += drain(number, take);
+    }
+    return count;
+}
+
+std::size_t LocalPort::State::drain(int connection, Taker const& take)
+{
+    std::size_t count = 0;
+    for (int i = 0; i < kMostPackets; ++i) {
+        auto const outcome = reader.read(connection);
+        if (outcome == PacketReader::Outcome::kEnd)
+            connections.erase(connection);
+        if (outcome == PacketReader::Outcome::kEnd || outcome == PacketReader::Outcome::kNothing)
+            break;
+        if (outcome == PacketReader::Outcome::kText) {
+            ++count;
+            take(reader.text(), reader.size());
+        }
+    }
+    return count;
+}
+
+void LocalPort::State::listenFor(unsigned int wanted) const
+{
+    epoll_event event = {};
+    event.events = wanted;
+    event.data.fd = listener.get();
+    ::epoll_ctl(watcher.get(), EPOLL_CTL_MOD, listener.get(), &event);
+}
+
+// Newcomers that cannot be let in would keep the port readable, and whoever waits on it busy.
+void LocalPort::State::pauseListening()
+{
+    itimerspec next = {};
+    next.it_value.tv_nsec = kRetryNanoseconds;
+    if (::timerfd_settime(retryTimer.get(), 0, &next, nullptr) != 0)
+        return;
+    listenFor(0);
+    isListening = false;
+}
+
+void LocalPort::State::resumeListening()
+{
+    itimerspec const never = {};
+    ::timerfd_settime(retryTimer.get(), 0, &never, nullptr);
+    listenFor(EPOLLIN);
+    isListening = true;
+}
+
+std::unique_ptr<LocalPort> LocalPort::hold(std::string_view name)
+{
+    std::error_code error;
+    auto folder = LocalPortFolder::openOrMake(error);
+    auto held = folder ? HeldName::take(std::move(*folder), name) : std::nullopt;
+    if (!held)
+        return nullptr;
+    auto state = std::make_unique<State>(std::move(*held));
+    if (!state->open())
+        return nullptr;
+    return std::unique_ptr<LocalPort>(new LocalPort(std::move(state)));
+}
+
+LocalPort::LocalPort(std::unique_ptr<State> state)
+    : m_state(std::move(state))
+{
+}
+
+LocalPort::~LocalPort() = default;
+
+std::size_t LocalPort::receive(Taker const& take)
+{
+    return m_state->receive(take);
+}
+
+int LocalPort::descriptor() const
+{
+    return m_state->watcher.get();
+}
+
+std::string const& LocalPort::name() const
+{
+    return m_state->name.name();
+}
+
+} // namespace Pt

@@ -1,0 +1,20 @@
+// A text in a memory file that nobody can change any more: the way of a text that is too long for
+// one packet. Free functions; any thread.
+#pragma once
+
+#include "platform/platforms/linux/Descriptor.h"
+#include "platform/platforms/linux/MemoryMapping.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace Pt {
+
+// A sealed memory file that holds the text. Not open when the system refuses.
+Descriptor makeMemoryText(std::string_view text);
+
+// The text as private, writable bytes. Empty unless the file is a sealed memory file of exactly
+// that size, between 1 byte and LocalPort::kLargestText: its sender may be any program.
+MemoryMapping mapMemoryText(int file, std::uint64_t size);
+
+} // namespace Pt

@@ -1,0 +1,66 @@
+#include "platform/common/SmallFile.h"
+
+#include "platform/common/FilePlacement.h"
+#include "platform/platforms/linux/Descriptor.h"
+
+#include <cstdlib>
+
+#include <sys/stat.h>
+
+namespace Pt {
+
+namespace {
+
+std::error_code resultOf(int call)
+{
+    return call == -1 ? lastError() : std::error_code();
+}
+
+std::error_code fill(Descriptor& file, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        ssize_t const count =
+            retryInterrupted([&] { return ::write(file.get(), bytes.data(), bytes.size()); });
+        if (count == -1)
+            return lastError();
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    // Else a power cut may leave the name with an empty file.
+    if (retryInterrupted([&] { return ::fsync(file.get()); }) == -1)
+        return lastError();
+    return file.close();
+}
+
+} // namespace
+
+bool pathExists(std::string const& path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+std::error_code makeFolder(std::string const& path, unsigned int mode)
+{
+    return resultOf(::mkdir(path.c_str(), mode));
+}
+
+std::error_code removeFolder(std::string const& path)
+{
+    return resultOf(::rmdir(path.c_str()));
+}
+
+std::error_code placeNewFile(std::string const& path, std::string_view bytes)
+{
+    std::string temporary = path + ".XXXXXX";
+    Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC)); // mode 0600
+    if (!file.isOpen())
+        return lastError();
+    std::error_code error = fill(file, bytes);
+    if (!error)
+        error = moveWithoutReplacing(temporary, path);
+    if (error)
+        ::unlink(temporary.c_str());
+    return error;
+}
+
+} // namespace Pt

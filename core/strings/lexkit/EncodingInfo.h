@@ -1,0 +1,32 @@
+// Names the encoding of bytes that go into or come out of the library. A value to copy freely.
+// Where a pointer to one is taken, null means the default encoding.
+#pragma once
+
+#include "lexkit/Export.h"
+
+#include <cstdint>
+
+namespace lexkit {
+
+class EncodingInfo {
+public:
+    static constexpr std::uint32_t kSystem = 0; // the text encoding of the system's locale
+    static constexpr std::uint32_t kUTF8 = 1;
+
+    explicit constexpr EncodingInfo(std::uint32_t selector = kSystem)
+        : m_selector(selector)
+    {
+    }
+
+    constexpr std::uint32_t GetSelector() const { return m_selector; }
+
+private:
+    std::uint32_t m_selector;
+};
+
+// The encoding that null stands for, of text dictionaries without a byte-order mark, too. Null
+// goes back to the start, where the default is the system's encoding. The object is copied.
+// Requires: no other thread uses the library meanwhile.
+LEXKIT_EXPORT void SetDefaultEncoding(EncodingInfo const* encoding);
+
+} // namespace lexkit

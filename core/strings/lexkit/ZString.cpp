@@ -1,0 +1,228 @@
+#include "lexkit/ZString.h"
+
+#include "lexkit/private/ZString.h"
+
+#include <exception>
+#include <utility>
+
+namespace lexkit {
+
+namespace {
+
+// Asking a handle without a text is a mistake of the program.
+template <typename Text>
+Text& sound(Text* text)
+{
+    if (!text)
+        std::terminate();
+    return *text;
+}
+
+} // namespace
+
+ZString::ZString()
+    : m_text(new lexkit_private::ZString)
+{
+}
+
+ZString::ZString(unsigned short const* units, unsigned long length)
+    : m_text(new lexkit_private::ZString(units, length))
+{
+}
+
+ZString::ZString(unsigned char const* bytes, unsigned long length, EncodingInfo const* encoding)
+    : m_text(new lexkit_private::ZString(bytes, length, encoding))
+{
+}
+
+ZString::ZString(char const* literal, unsigned long dictionaryId, EncodingInfo const* encoding)
+    : m_text(new lexkit_private::ZString(literal, dictionaryId, encoding))
+{
+}
+
+ZString::ZString(long number)
+    : m_text(new lexkit_private::ZString(number))
+{
+}
+
+ZString::ZString(lexkit_private::UnicodeRun const& run)
+    : m_text(new lexkit_private::ZString(run))
+{
+}
+
+ZString::ZString(ZString const& other)
+    : m_text(new lexkit_private::ZString(sound(other.m_text)))
+{
+}
+
+ZString::ZString(ZString&& other) noexcept
+    : m_text(std::exchange(other.m_text, nullptr))
+{
+}
+
+ZString::~ZString()
+{
+    delete m_text;
+}
+
+ZString& ZString::operator=(ZString const& other)
+{
+    if (m_text)
+        *m_text = sound(other.m_text);
+    else if (this != &other)
+        m_text = new lexkit_private::ZString(sound(other.m_text));
+    return *this;
+}
+
+ZString& ZString::operator=(ZString&& other) noexcept
+{
+    std::swap(m_text, other.m_text);
+    return *this;
+}
+
+long ZString::CompareTo(ZString const& other) const
+{
+    return sound(m_text).CompareTo(sound(other.m_text));
+}
+
+bool ZString::IsEmpty() const
+{
+    return sound(m_text).IsEmpty();
+}
+
+bool ZString::IsAllWhiteSpace() const
+{
+    return sound(m_text).IsAllWhiteSpace();
+}
+
+void ZString::Clear()
+{
+    sound(m_text).Clear();
+}
+
+bool ZString::ToInteger(long& value) const
+{
+    return sound(m_text).ToInteger(value);
+}
+
+void ZString::TrimBlanks()
+{
+    sound(m_text).TrimBlanks();
+}
+
+void ZString::TrimEllipsis()
+{
+    sound(m_text).TrimEllipsis();
+}
+
+void ZString::EllipsisToHostEllipsis()
+{
+    sound(m_text).EllipsisToHostEllipsis();
+}
+
+bool ZString::RemoveExtension()
+{
+    return sound(m_text).RemoveExtension();
+}
+
+void ZString::RemoveAccelerators()
+{
+    sound(m_text).RemoveAccelerators();
+}
+
+void ZString::RemoveBadFilenameCharacters()
+{
+    sound(m_text).RemoveBadFilenameCharacters();
+}
+
+void ZString::ChangeNewLineCharacter()
+{
+    sound(m_text).ChangeNewLineCharacter();
+}
+
+bool ZString::WillReplace(unsigned char digit) const
+{
+    return sound(m_text).WillReplace(digit);
+}
+
+void ZString::Replace(unsigned char digit, ZString const& with)
+{
+    sound(m_text).Replace(digit, sound(with.m_text));
+}
+
+void ZString::Validate() const
+{
+    lexkit_private::ZString::Validate(m_text);
+}
+
+void ZString::MakeFromUnicode(unsigned short const* units, unsigned long length)
+{
+    sound(m_text).BackDoorMakeFromUnicode(units, length);
+}
+
+void ZString::AssignUnicode(unsigned short const* terminated)
+{
+    sound(m_text).BackDoorAssignUnicode(terminated);
+}
+
+void ZString::MakeFromCString(char const* text, unsigned long length, EncodingInfo const* encoding)
+{
+    sound(m_text).BackDoorMakeFromCString(text, length, encoding);
+}
+
+void ZString::AssignCString(char const* terminated, EncodingInfo const* encoding)
+{
+    sound(m_text).BackDoorAssignCString(terminated, encoding);
+}
+
+void ZString::MakeFromPascalString(
+    unsigned char const* text, unsigned long length, EncodingInfo const* encoding)
+{
+    sound(m_text).BackDoorMakeFromPascalString(text, length, encoding);
+}
+
+void ZString::AssignPascalString(unsigned char const* text, EncodingInfo const* encoding)
+{
+    sound(m_text).BackDoorAssignPascalString(text, encoding);
+}
+
+unsigned long ZString::GetUnicodeSize() const
+{
+    return sound(m_text).BackDoorGetUnicodeSize();
+}
+
+void ZString::GetUnicode(unsigned short* buffer, unsigned long size, bool throwIfSmall) const
+{
+    sound(m_text).BackDoorGetUnicode(buffer, size, throwIfSmall);
+}
+
+unsigned long ZString::GetCStringSize(EncodingInfo const* encoding) const
+{
+    return sound(m_text).BackDoorGetCStringSize(encoding);
+}
+
+unsigned long ZString::GetPascalStringSize(EncodingInfo const* encoding) const
+{
+    return sound(m_text).BackDoorGetPascalStringSize(encoding);
+}
+
+void ZString::GetCString(
+    char* buffer, unsigned long size, bool throwIfSmall, EncodingInfo const* encoding) const
+{
+    sound(m_text).BackDoorGetCString(buffer, size, throwIfSmall, encoding);
+}
+
+void ZString::GetPascalString(unsigned char* buffer,
+    unsigned long size,
+    bool throwIfSmall,
+    EncodingInfo const* encoding) const
+{
+    sound(m_text).BackDoorGetPascalString(buffer, size, throwIfSmall, encoding);
+}
+
+void ZString::GetInternalData(unsigned short const** units, unsigned long* length) const
+{
+    sound(m_text).BackDoorGetInternalData(units, length);
+}
+
+} // namespace lexkit

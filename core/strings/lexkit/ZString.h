@@ -1,0 +1,105 @@
+// A text for users: an immutable run of UTF-16 units, shared between copies, with the operations
+// that texts of menus and messages need. Operations that change give this object a new text and
+// leave its copies alone.
+//
+// An object and its copies belong to one thread at a time. A moved-from object has no text at all:
+// assign to it or destroy it; asking it anything else ends the process. Lengths count units, sizes
+// include the terminator.
+#pragma once
+
+#include "lexkit/EncodingInfo.h"
+#include "lexkit/Export.h"
+#include "lexkit/LXErrException.h"
+
+namespace lexkit_private {
+class UnicodeRun;
+class ZString;
+} // namespace lexkit_private
+
+namespace lexkit {
+
+class LEXKIT_EXPORT ZString {
+public:
+    ZString();
+    ZString(unsigned short const* units, unsigned long length);
+    ZString(unsigned char const* bytes, unsigned long length, EncodingInfo const* encoding);
+    // What the dictionary with that id has for the literal "$$$/Key=Default".
+    ZString(char const* literal, unsigned long dictionaryId, EncodingInfo const* encoding);
+    // The decimal text of the number.
+    explicit ZString(long number);
+    ZString(ZString const& other);
+    ZString(ZString&& other) noexcept;
+    ~ZString();
+    ZString& operator=(ZString const& other);
+    ZString& operator=(ZString&& other) noexcept;
+
+    // By code unit, not by the rules of a language: below, at or above 0.
+    long CompareTo(ZString const& other) const;
+    bool operator==(ZString const& other) const { return CompareTo(other) == 0; }
+    bool operator!=(ZString const& other) const { return CompareTo(other) != 0; }
+    bool operator<(ZString const& other) const { return CompareTo(other) < 0; }
+    bool operator<=(ZString const& other) const { return CompareTo(other) <= 0; }
+    bool operator>(ZString const& other) const { return CompareTo(other) > 0; }
+    bool operator>=(ZString const& other) const { return CompareTo(other) >= 0; }
+
+    bool IsEmpty() const;
+    bool IsAllWhiteSpace() const; // true for the empty text
+    void Clear();
+
+    // A sign and digits of any script. What is no digit is passed over and makes the result false;
+    // so does the empty text.
+    bool ToInteger(long& value) const;
+
+    void TrimBlanks(); // U+0020 alone, at both ends
+    void TrimEllipsis(); // one U+2026 or three full stops at the end
+    void EllipsisToHostEllipsis(); // nothing to do on this system
+    bool RemoveExtension(); // from the last full stop on; false without one
+    void RemoveAccelerators(); // "&File" is "File", "a&&b" is "a&b", "Save (&S)" is "Save "
+    void RemoveBadFilenameCharacters(); // ":" becomes "-"
+    void ChangeNewLineCharacter(); // LF becomes CR
+
+    // Placeholders: "^" and a digit.
+    bool WillReplace(unsigned char digit) const;
+    void Replace(unsigned char digit, ZString const& with);
+
+    // Throws LXErrException (bad parameter) when the object has no sound text.
+    void Validate() const;
+
+    void MakeFromUnicode(unsigned short const* units, unsigned long length);
+    void AssignUnicode(unsigned short const* terminated);
+    void MakeFromCString(char const* text, unsigned long length, EncodingInfo const* encoding);
+    void AssignCString(char const* terminated, EncodingInfo const* encoding);
+    // The bytes start behind the length byte at `text`.
+    void MakeFromPascalString(
+        unsigned char const* text, unsigned long length, EncodingInfo const* encoding);
+    void AssignPascalString(unsigned char const* text, EncodingInfo const* encoding);
+
+    // Room for the text and its terminator, in units; for the empty text 1.
+    unsigned long GetUnicodeSize() const;
+    // What does not fit is cut off; then LXErrException (buffer too small), when asked for.
+    void GetUnicode(unsigned short* buffer, unsigned long size, bool throwIfSmall) const;
+
+    // In bytes, with the terminator or the length byte.
+    unsigned long GetCStringSize(EncodingInfo const* encoding) const;
+    unsigned long GetPascalStringSize(EncodingInfo const* encoding) const;
+    // Likewise cut at a whole character. A null buffer counts as too small.
+    void GetCString(
+        char* buffer, unsigned long size, bool throwIfSmall, EncodingInfo const* encoding) const;
+    // At most 255 bytes behind the length byte, no terminator.
+    void GetPascalString(unsigned char* buffer,
+        unsigned long size,
+        bool throwIfSmall,
+        EncodingInfo const* encoding) const;
+
+    // The text itself, without terminator; null when it is empty. Valid until this object changes.
+    void GetInternalData(unsigned short const** units, unsigned long* length) const;
+
+private:
+    friend class Dictionary;
+
+    explicit ZString(lexkit_private::UnicodeRun const& run);
+
+    lexkit_private::ZString* m_text;
+};
+
+} // namespace lexkit

@@ -1,0 +1,191 @@
+#include "lexkit/private/BinaryFormReader.h"
+
+#include "lexkit/private/DictionaryEntry.h"
+#include "lexkit/private/UnicodeChar.h"
+#include "lexkit/private/UnicodeUtil.h"
+
+#include <bit>
+#include <cstring>
+
+namespace lexkit_private {
+
+namespace {
+
+constexpr std::size_t kNumber = sizeof(std::uint32_t);
+constexpr std::size_t kShort = sizeof(std::uint16_t);
+constexpr std::size_t kRow10 = kShort + kNumber;
+constexpr unsigned long kFirstCapacity = 256;
+
+std::uint32_t bigNumber(unsigned char const* at)
+{
+    return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8
+        | at[3];
+}
+
+std::uint16_t bigShort(unsigned char const* at)
+{
+    return static_cast<std::uint16_t>(at[0] << 8 | at[1]);
+}
+
+template <typename T>
+T hostNumber(unsigned char const* at)
+{
+    T number = 0;
+    std::memcpy(&number, at, sizeof number);
+    return number;
+}
+
+constexpr bool isHostBig = std::endian::native == std::endian::big;
+
+// UTF-16 of another program: big-endian, unless a mark says otherwise. The mark is no part of the
+// text, the length is kept all the same, and zeros fill it up; so they do for half a unit.
+UnicodeRun externalUnits(unsigned char const* bytes, std::uint32_t length)
+{
+    if (length == 0)
+        return {};
+    unsigned short* units = nullptr;
+    UnicodeRun run = UnicodeRun::Unfilled(length, units);
+    std::uint32_t const count = length / 2;
+    std::uint16_t const first = count > 0 ? bigShort(bytes) : 0;
+    bool const hasMark = first == 0xFEFF || first == 0xFFFE;
+    bool const isBig = first != 0xFFFE;
+    std::uint32_t const skipped = hasMark ? 1 : 0;
+    std::memcpy(units, bytes + skipped * kShort, (count - skipped) * kShort);
+    if (isBig != isHostBig) {
+        for (std::uint32_t at = 0; at < count - skipped; ++at)
+            units[at] = UnicodeChar::ByteSwap(units[at]);
+    }
+    if (hasMark)
+        units[count - 1] = 0;
+    if (length % 2 != 0)
+        reinterpret_cast<unsigned char*>(units)[length - 1] = 0;
+    return run;
+}
+
+} // namespace
+
+BinaryFormReader::BinaryFormReader(
+    HashTableGeneric& table, ByteSource& source, unsigned char selector, bool copyKeys)
+    : m_table(table)
+    , m_source(source)
+    , m_selector(selector)
+    , m_copyKeys(copyKeys)
+    , m_units(kFirstCapacity)
+{
+}
+
+UnicodeRun BinaryFormReader::decoded(unsigned char const* bytes, std::uint32_t length)
+{
+    if (length == 0)
+        return {};
+    lexkit::EncodingInfo const encoding(m_selector);
+    UnicodeUtil::StringToUnicode(bytes, length, m_units, &encoding);
+    return {m_units.GetData(), m_units.GetCount()};
+}
+
+void BinaryFormReader::add(
+    Chain& chain, unsigned char const* key, std::uint32_t keyLength, UnicodeRun value)
+{
+    ByteRunKey const temporary(key, keyLength, m_copyKeys);
+    chain.Add(DictionaryEntry::Make(temporary, std::move(value)));
+}
+
+bool BinaryFormReader::ReadVersion15()
+{
+    unsigned char const* const count = m_source.Keep(kNumber);
+    if (!count)
+        return false;
+    std::size_t const buckets = bigNumber(count);
+    if (buckets == 0)
+        return true;
+    unsigned char const* const ends = m_source.Keep(buckets * kNumber);
+    if (!ends)
+        return false;
+    std::size_t const lengthCount = bigNumber(ends + (buckets - 1) * kNumber);
+    unsigned char const* const lengths = m_source.Keep(lengthCount * kNumber);
+    unsigned char const* const numbers = lengths ? m_source.Keep(buckets * kShort) : nullptr;
+    if (!numbers)
+        return false;
+    std::size_t at = 0; // in the table of lengths
+    for (std::size_t bucket = 0; bucket < buckets; ++bucket) {
+        std::uint16_t const number = bigShort(numbers + bucket * kShort);
+        if (number >= HashTableGeneric::kBuckets)
+            return false;
+        Chain chain(m_table, number);
+        std::size_t const end = bigNumber(ends + bucket * kNumber);
+        for (; at < end; at += 2) {
+            if (at + 2 > lengthCount || !readItem15(chain, lengths + at * kNumber))
+                return false;
+        }
+    }
+    return true;
+}
+
+bool BinaryFormReader::readItem15(Chain& chain, unsigned char const* lengths)
+{
+    std::uint32_t const keyLength = bigNumber(lengths);
+    std::uint32_t const valueLength = bigNumber(lengths + kNumber);
+    if (keyLength > ByteRunKey::kLongest)
+        return false;
+    unsigned char const* const key = m_source.Take(std::size_t{keyLength} + valueLength);
+    if (!key)
+        return false;
+    unsigned char const* const value = key + keyLength;
+    add(chain,
+        key,
+        keyLength,
+        m_selector == 0 ? externalUnits(value, valueLength) : decoded(value, valueLength));
+    return true;
+}
+
+// Each row but the last, which is an end mark, holds the items up to the offset of the next one.
+bool BinaryFormReader::ReadVersion10()
+{
+    unsigned char const* const count = m_source.Keep(kShort);
+    if (!count)
+        return false;
+    std::size_t const rowCount = hostNumber<std::uint16_t>(count);
+    unsigned char const* const rows = m_source.Keep(rowCount * kRow10);
+    if (!rows)
+        return false;
+    if (rowCount == 0)
+        return true;
+    std::uint64_t position = hostNumber<std::uint32_t>(rows + kShort);
+    for (std::size_t row = 0; row + 1 < rowCount; ++row) {
+        auto const number = hostNumber<std::uint16_t>(rows + row * kRow10);
+        if (number >= HashTableGeneric::kBuckets)
+            return false;
+        Chain chain(m_table, number);
+        std::uint64_t const end = hostNumber<std::uint32_t>(rows + (row + 1) * kRow10 + kShort);
+        while (position < end) {
+            if (!readItem10(chain, position))
+                return false;
+        }
+    }
+    return true;
+}
+
+bool BinaryFormReader::readItem10(Chain& chain, std::uint64_t& position)
+{
+    unsigned char const* bytes = m_source.Take(kNumber);
+    std::uint32_t const keyLength = bytes ? hostNumber<std::uint32_t>(bytes) : 0;
+    if (!bytes || keyLength > ByteRunKey::kLongest)
+        return false;
+    // The key and the length of the value at once: what a stream gave is gone with the next piece.
+    bytes = m_source.Take(std::size_t{keyLength} + kNumber);
+    if (!bytes)
+        return false;
+    ByteRunKey const key(bytes, keyLength, true);
+    auto const valueLength = hostNumber<std::uint32_t>(bytes + keyLength);
+    unsigned char const* const value = m_source.Take(valueLength);
+    if (!value)
+        return false;
+    add(chain,
+        key.GetData(),
+        keyLength,
+        m_selector == 0 ? UnicodeRun(value, valueLength) : decoded(value, valueLength));
+    position += 2 * kNumber + keyLength + valueLength;
+    return true;
+}
+
+} // namespace lexkit_private

@@ -1,0 +1,39 @@
+// Reads the entries of a binary dictionary, version 1.0 or 1.5, into a table. All counts, lengths
+// and bucket numbers are checked: what does not hold ends the reading, and what was read before
+// stays in the table. One object reads one dictionary.
+#pragma once
+
+#include "lexkit/private/Buffer.h"
+#include "lexkit/private/ByteSource.h"
+#include "lexkit/private/HashTableGeneric.h"
+#include "lexkit/private/UnicodeRun.h"
+
+namespace lexkit_private {
+
+class BinaryFormReader {
+public:
+    // The source stands behind the head. Refers to table and source, which outlive it.
+    BinaryFormReader(
+        HashTableGeneric& table, ByteSource& source, unsigned char selector, bool copyKeys);
+
+    // Numbers in host order. False when something did not hold.
+    bool ReadVersion10();
+    // Numbers and UTF-16 values big-endian.
+    bool ReadVersion15();
+
+private:
+    using Chain = HashTableGeneric::ChainBuilder;
+
+    bool readItem10(Chain& chain, std::uint64_t& position);
+    bool readItem15(Chain& chain, unsigned char const* lengths);
+    void add(Chain& chain, unsigned char const* key, std::uint32_t keyLength, UnicodeRun value);
+    UnicodeRun decoded(unsigned char const* bytes, std::uint32_t length);
+
+    HashTableGeneric& m_table;
+    ByteSource& m_source;
+    unsigned char const m_selector;
+    bool const m_copyKeys;
+    Buffer<unsigned short> m_units;
+};
+
+} // namespace lexkit_private

@@ -1,0 +1,126 @@
+#include "lexkit/private/ByteRunKey.h"
+
+#include "lexkit/LXErrException.h"
+
+#include <algorithm>
+#include <cstring>
+#include <ostream>
+#include <vector>
+
+namespace lexkit_private {
+
+namespace {
+
+constexpr std::uint32_t kSamples = 5;
+
+std::uint32_t checkedLength(unsigned long length)
+{
+    if (length > ByteRunKey::kLongest)
+        throw LXErrException(LXErrException::kBadParameter);
+    return static_cast<std::uint32_t>(length);
+}
+
+unsigned char const* copyOf(void const* data, std::uint32_t length)
+{
+    auto* const copy = new unsigned char[length];
+    std::memcpy(copy, data, length);
+    return copy;
+}
+
+std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
+{
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // 2^64 over the golden ratio, odd
+    hash = (hash ^ word) * kFactor;
+    return hash ^ (hash >> 32);
+}
+
+} // namespace
+
+ByteRunKey::ByteRunKey(void const* data, unsigned long length, bool copy)
+    : m_length(checkedLength(length) & kLongest)
+    , m_ownsData(copy && length > 0)
+    , m_data(nullptr)
+{
+    if (length > 0)
+        m_data = copy ? copyOf(data, m_length) : static_cast<unsigned char const*>(data);
+}
+
+ByteRunKey::ByteRunKey(ByteRunKey const& other)
+    : ByteRunKey(other.m_data, other.m_length, true)
+{
+}
+
+ByteRunKey::~ByteRunKey()
+{
+    if (m_ownsData)
+        delete[] m_data;
+}
+
+unsigned long ByteRunKey::Serialize(
+    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+{
+    unsigned long const key = SerializeKey(stream, binary, encoding);
+    return key + SerializeValue(stream, binary, encoding);
+}
+
+// In text form: quote mark, widened key, "="; of an empty key, nothing.
+unsigned long ByteRunKey::SerializeKey(
+    std::ostream& stream, bool binary, lexkit::EncodingInfo const*) const
+{
+    if (m_length == 0)
+        return 0;
+    if (binary) {
+        stream.write(reinterpret_cast<char const*>(m_data), m_length);
+        return m_length;
+    }
+    std::vector<unsigned short> units;
+    units.reserve(std::size_t{m_length} + 2);
+    units.push_back(u'"');
+    units.insert(units.end(), m_data, m_data + m_length);
+    units.push_back(u'=');
+    unsigned long const size = units.size() * sizeof(unsigned short);
+    stream.write(reinterpret_cast<char const*>(units.data()), static_cast<std::streamsize>(size));
+    return size;
+}
+
+unsigned long ByteRunKey::SerializeValue(std::ostream&, bool, lexkit::EncodingInfo const*) const
+{
+    return 0;
+}
+
+std::uint32_t ByteRunKey::Hash(unsigned long size) const
+{
+    std::uint64_t const length = m_length; // wide, so that the last step cannot wrap around
+    std::uint32_t const step = std::max(m_length / kSamples, 1u);
+    auto const buckets = static_cast<std::uint32_t>(size);
+    std::uint32_t hash = 0;
+    for (std::uint64_t at = 0; at < length; at += step)
+        hash = ((hash << 5) + m_data[at]) % buckets;
+    return hash;
+}
+
+bool ByteRunKey::operator==(HashItem const& other) const
+{
+    auto const& key = static_cast<ByteRunKey const&>(other);
+    return m_length == key.m_length
+        && (m_length == 0 || std::memcmp(m_data, key.m_data, m_length) == 0);
+}
+
+std::uint32_t ByteRunKey::IndexHash(std::uint64_t seed) const
+{
+    constexpr std::uint32_t kWord = sizeof(std::uint64_t);
+    std::uint64_t hash = mixed(seed, m_length);
+    unsigned char const* at = m_data;
+    std::uint32_t left = m_length;
+    for (; left >= kWord; left -= kWord, at += kWord) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, at, kWord);
+        hash = mixed(hash, word);
+    }
+    std::uint64_t word = 0;
+    if (left > 0)
+        std::memcpy(&word, at, left);
+    return static_cast<std::uint32_t>(mixed(hash, word));
+}
+
+} // namespace lexkit_private

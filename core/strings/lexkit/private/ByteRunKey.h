@@ -1,0 +1,43 @@
+// A run of bytes as key. Keys are alike when their lengths and all bytes are. A key either copies
+// its bytes or refers to bytes that outlive it; a copy of a key always has its own.
+#pragma once
+
+#include "lexkit/private/HashItem.h"
+
+namespace lexkit_private {
+
+class ByteRunKey : public HashItem {
+public:
+    static constexpr std::uint32_t kLongest = 0x7FFFFFFF; // bytes
+
+    // Copies the bytes only when told so. Throws LXErrException (bad parameter) for a key that is
+    // longer than kLongest.
+    ByteRunKey(void const* data, unsigned long length, bool copy);
+    ByteRunKey(ByteRunKey const& other);
+    ByteRunKey& operator=(ByteRunKey const&) = delete;
+    ~ByteRunKey() override;
+
+    unsigned char const* GetData() const { return m_data; } // null when the length is 0
+    std::uint32_t GetLength() const { return m_length; }
+    bool OwnsData() const { return m_ownsData; }
+
+    // A key by itself writes what an entry with an empty value does.
+    unsigned long Serialize(
+        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
+    unsigned long SerializeKey(
+        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
+    unsigned long SerializeValue(
+        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
+
+    // Samples five to nine bytes. Every writer and reader of the binary form goes by this.
+    std::uint32_t Hash(unsigned long size) const override;
+    bool operator==(HashItem const& other) const override;
+    std::uint32_t IndexHash(std::uint64_t seed) const override;
+
+private:
+    std::uint32_t m_length : 31;
+    std::uint32_t m_ownsData : 1;
+    unsigned char const* m_data;
+};
+
+} // namespace lexkit_private

@@ -1,0 +1,28 @@
+#include "lexkit/private/ByteRunValue.h"
+
+#include "lexkit/LXErrException.h"
+
+#include <cstring>
+
+namespace lexkit_private {
+
+ByteRunValue* ByteRunValue::MakeUnfilled(std::uint32_t length)
+{
+    return new (Room{length}) ByteRunValue(length);
+}
+
+ByteRunValue* ByteRunValue::FindOrMake(void const* data, std::uint32_t length, int)
+{
+    ByteRunValue* const value = MakeUnfilled(length);
+    if (length > 0)
+        std::memcpy(value->GetRoom(), data, length);
+    return value;
+}
+
+void ByteRunValue::ValidatePointer(ByteRunValue const* value)
+{
+    if (!value || !value->Exists())
+        throw LXErrException(LXErrException::kBadParameter);
+}
+
+} // namespace lexkit_private

@@ -1,0 +1,54 @@
+#include "lexkit/private/ByteSource.h"
+
+#include "lexkit/private/DictionaryStream.h"
+
+#include <algorithm>
+
+namespace lexkit_private {
+
+namespace {
+
+constexpr std::size_t kFirstStep = std::size_t{64} * 1024;
+
+} // namespace
+
+ByteSource::~ByteSource() = default;
+
+unsigned char const* BlockSource::Take(std::size_t count)
+{
+    if (count > static_cast<std::size_t>(m_end - m_at))
+        return nullptr;
+    unsigned char const* const taken = m_at;
+    m_at += count;
+    return taken;
+}
+
+// Grows with what has come, so that a length that lies costs no more than the stream holds.
+bool StreamSource::fill(std::vector<unsigned char>& bytes, std::size_t count)
+{
+    for (std::size_t have = 0; have < count;) {
+        std::size_t const step = std::min(count - have, std::max(have, kFirstStep));
+        if (bytes.size() < have + step)
+            bytes.resize(have + step);
+        std::size_t const got = m_stream.Read(bytes.data() + have, step);
+        if (got < step)
+            return false;
+        have += step;
+    }
+    return true;
+}
+
+unsigned char const* StreamSource::Take(std::size_t count)
+{
+    if (m_taken.empty())
+        m_taken.resize(1); // so that no bytes have an address, too
+    return fill(m_taken, count) ? m_taken.data() : nullptr;
+}
+
+unsigned char const* StreamSource::Keep(std::size_t count)
+{
+    std::vector<unsigned char>& bytes = m_kept.emplace_back(1);
+    return fill(bytes, count) ? bytes.data() : nullptr;
+}
+
+} // namespace lexkit_private

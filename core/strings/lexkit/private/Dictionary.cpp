@@ -1,0 +1,224 @@
+#include "lexkit/private/Dictionary.h"
+
+#include "lexkit/LXErrException.h"
+#include "lexkit/private/BinaryFormId.h"
+#include "lexkit/private/BinaryFormWriter.h"
+#include "lexkit/private/DictionaryLine.h"
+#include "lexkit/private/DictionaryMap.h"
+#include "lexkit/private/DictionaryReader.h"
+#include "lexkit/private/DictionaryStream.h"
+#include "lexkit/private/UnicodeUtil.h"
+
+#include <cstring>
+#include <ostream>
+
+namespace lexkit_private {
+
+namespace {
+
+constexpr unsigned short kMark = 0xFEFF;
+
+// A default text as units: decoded with the encoding, or, for null and the system's encoding, each
+// byte by itself as a signed number, undecoded.
+UnicodeRun defaultText(LiteralTag<char> const& tag, lexkit::EncodingInfo const* encoding)
+{
+    if (tag.valueLength == 0)
+        return {};
+    Buffer<unsigned short> units(0);
+    if (encoding && encoding->GetSelector() != lexkit::EncodingInfo::kSystem) {
+        UnicodeUtil::StringToUnicode(
+            reinterpret_cast<unsigned char const*>(tag.value), tag.valueLength, units, encoding);
+    } else {
+        units.Grow(tag.valueLength);
+        std::transform(tag.value, tag.value + tag.valueLength, units.GetData(), [](char byte) {
+            return static_cast<unsigned short>(static_cast<signed char>(byte));
+        });
+        units.SetCount(tag.valueLength);
+    }
+    return DictionaryEntry::ConvertEscapeSequences(units.GetData(), units.GetCount());
+}
+
+} // namespace
+
+Dictionary* Dictionary::sMainDictionary = nullptr;
+
+Dictionary::~Dictionary()
+{
+    if (sMainDictionary == this)
+        sMainDictionary = nullptr;
+}
+
+void Dictionary::Read(std::istream* stream)
+{
+    if (!stream) {
+        m_isValid = false;
+        return;
+    }
+    DictionaryStream source(*stream);
+    auto const reader = DictionaryReader::Make(source);
+    char head[kBinaryIdLength];
+    bool const isBinary = source.Read(head, kBinaryIdLength) == kBinaryIdLength && isBinaryId(head);
+    source.Rewind();
+    if (isBinary) {
+        readBinary(source);
+    } else {
+        source.StopKeeping();
+        readLines(*reader);
+    }
+    if (source.HasFailed())
+        m_isValid = false;
+}
+
+void Dictionary::Read(std::istream& stream)
+{
+    DictionaryStream source(stream);
+    readBinary(source);
+}
+
+void Dictionary::readBinary(DictionaryStream& source)
+{
+    source.StopKeeping();
+    unsigned char head[kBinaryHeadLength];
+    bool const isWhole = source.Read(head, kBinaryHeadLength) == kBinaryHeadLength;
+    if (!isWhole || !isBinaryId(head)) {
+        m_isValid = false;
+        return;
+    }
+    unsigned char const* const version = head + kBinaryIdLength;
+    if (HashTable::Read(source, version[0], version[1], version[2]) == -1)
+        m_isValid = false;
+}
+
+void Dictionary::Read(char const* data, int size, bool copyKeys)
+{
+    if (!data || size <= 0) {
+        m_isValid = false;
+        return;
+    }
+    auto const* const begin = reinterpret_cast<unsigned char const*>(data);
+    auto const* const end = begin + size;
+    if (static_cast<std::size_t>(size) >= kBinaryIdLength && isBinaryId(begin)) {
+        readBinaryBlock(begin, end, copyKeys);
+        return;
+    }
+    auto const reader = DictionaryReader::Make(begin, end);
+    if (!reader) {
+        m_isValid = false;
+        return;
+    }
+    readLines(*reader);
+}
+
+void Dictionary::readBinaryBlock(
+    unsigned char const* begin, unsigned char const* end, bool copyKeys)
+{
+    // A head with nothing behind it is no dictionary.
+    if (static_cast<std::size_t>(end - begin) <= kBinaryHeadLength) {
+        m_isValid = false;
+        return;
+    }
+    unsigned char const* const version = begin + kBinaryIdLength;
+    int const result = HashTable::Read(
+        begin + kBinaryHeadLength, end, version[0], version[1], copyKeys, version[2]);
+    if (result == -1)
+        m_isValid = false;
+}
+
+void Dictionary::readLines(DictionaryReader& reader)
+{
+    while (unsigned short const* const line = reader.ReadALine()) {
+        if (*line != 0)
+            AddEntry(line);
+    }
+}
+
+void Dictionary::AddEntry(unsigned short const* line)
+{
+    LiteralTag<unsigned short> tag;
+    if (!ParseEntry(line, tag)) {
+        m_isValid = false;
+        return;
+    }
+    m_lineKey.resize(tag.keyLength);
+    std::transform(tag.key, tag.key + tag.keyLength, m_lineKey.begin(), [](unsigned short unit) {
+        return static_cast<unsigned char>(unit & 0xFF);
+    });
+    ByteRunKey const key(m_lineKey.data(), tag.keyLength, false);
+    auto entry = DictionaryEntry::Make(
+        key, DictionaryEntry::ConvertEscapeSequences(tag.value, tag.valueLength));
+    // A binary dictionary may have left the key more than once.
+    while (Remove(key)) { }
+    Insert(std::move(entry));
+}
+
+DictionaryEntry* Dictionary::findTag(LiteralTag<char> const& tag)
+{
+    return Find(ByteRunKey(tag.key, tag.keyLength, false));
+}
+
+UnicodeRun Dictionary::Lookup(char const* literal, lexkit::EncodingInfo const* encoding)
+{
+    LiteralTag<char> tag;
+    if (!ParseLiteral(literal, tag))
+        return {};
+    DictionaryEntry const* entry = findTag(tag);
+    if (!entry && sMainDictionary && sMainDictionary != this)
+        entry = sMainDictionary->findTag(tag);
+    return entry ? entry->GetValue() : defaultText(tag, encoding);
+}
+
+bool Dictionary::HasKey(char const* literal, lexkit::EncodingInfo const*)
+{
+    LiteralTag<char> tag;
+    return ParseLiteral(literal, tag) && findTag(tag);
+}
+
+bool Dictionary::NextKey(char* buffer, unsigned long size, bool throwIfSmall) const
+{
+    auto const* const entry = static_cast<DictionaryEntry const*>(NextItem());
+    unsigned long const length = entry ? entry->GetLength() : 0;
+    if (buffer && size > length) {
+        if (length > 0)
+            std::memcpy(buffer, entry->GetData(), length);
+        buffer[length] = 0;
+        return true;
+    }
+    if (throwIfSmall)
+        throw LXErrException(LXErrException::kBufferTooSmall);
+    return false;
+}
+
+unsigned long Dictionary::Serialize(
+    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+{
+    unsigned long head = sizeof kMark;
+    if (binary)
+        head = zbfwrite_zbfid(stream, encoding ? zbfid_utf8 : zbfid);
+    else
+        stream.write(reinterpret_cast<char const*>(&kMark), sizeof kMark);
+    return head + HashTableGeneric::Serialize(stream, binary, encoding);
+}
+
+unsigned long Dictionary::Compile(std::ostream& stream, lexkit::EncodingInfo const* encoding) const
+{
+    unsigned long const head = zbfwrite_zbfid(stream, encoding ? zbfid_utf8 : zbfid);
+    return head + BinaryFormWriter(stream, encoding, BinaryFormWriter::Order::kBig).Write(*this);
+}
+
+void Dictionary::Read(std::istream* stream, unsigned long id)
+{
+    DictionaryMap::Instance()[id].Read(stream);
+}
+
+UnicodeRun Dictionary::Lookup(
+    char const* literal, unsigned long id, lexkit::EncodingInfo const* encoding)
+{
+    return DictionaryMap::Instance()[id].Lookup(literal, encoding);
+}
+
+void Dictionary::SetAsMain(unsigned long id)
+{
+    DictionaryMap::Instance()[id].SetAsMain();
+}
+
+} // namespace lexkit_private

@@ -1,0 +1,90 @@
+#include "lexkit/private/DictionaryEntry.h"
+
+#include <algorithm>
+#include <ostream>
+#include <utility>
+#include <vector>
+
+namespace lexkit_private {
+
+DictionaryEntry::DictionaryEntry(
+    ByteRunKey const& key, unsigned short const* value, unsigned long length)
+    : ByteRunKey(key)
+    , m_value(ConvertEscapeSequences(value, length))
+{
+}
+
+DictionaryEntry::DictionaryEntry(ByteRunKey const& key, UnicodeRun value)
+    : ByteRunKey(key)
+    , m_value(std::move(value))
+{
+}
+
+// The key's bytes stand behind the entry and go with it.
+DictionaryEntry::DictionaryEntry(ByteRunKey const& key, UnicodeRun value, InOneBlock)
+    : ByteRunKey(this + 1, key.GetLength(), false)
+    , m_value(std::move(value))
+{
+}
+
+std::unique_ptr<DictionaryEntry> DictionaryEntry::Make(ByteRunKey const& key, UnicodeRun value)
+{
+    std::unique_ptr<DictionaryEntry> entry(
+        new (KeyBytes{key.GetLength()}) DictionaryEntry(key, std::move(value), InOneBlock()));
+    std::copy_n(key.GetData(), key.GetLength(), reinterpret_cast<unsigned char*>(entry.get() + 1));
+    return entry;
+}
+
+unsigned long DictionaryEntry::SerializeValue(
+    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+{
+    if (binary)
+        return m_value.Serialize(stream, binary, encoding);
+    unsigned long length = m_value.GetLength();
+    auto const escaped = do_escapes(m_value.GetUnits(), length);
+    unsigned short const* const text = escaped ? escaped.get() : m_value.GetUnits();
+    std::vector<unsigned short> units(text, text + length);
+    units.push_back(u'"');
+    units.push_back(u'\n');
+    unsigned long const size = units.size() * sizeof(unsigned short);
+    stream.write(reinterpret_cast<char const*>(units.data()), static_cast<std::streamsize>(size));
+    return size;
+}
+
+namespace {
+
+unsigned short letterOfEscape(unsigned short unit)
+{
+    switch (unit) {
+    case u'\r':
+        return u'r';
+    case u'\n':
+        return u'n';
+    case u'"':
+        return u'"';
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+std::unique_ptr<unsigned short[]> do_escapes(unsigned short const* text, unsigned long& length)
+{
+    auto const isEscaped = [](unsigned short unit) { return letterOfEscape(unit) != 0; };
+    auto const count = static_cast<unsigned long>(std::count_if(text, text + length, isEscaped));
+    if (count == 0)
+        return nullptr;
+    auto escaped = std::make_unique_for_overwrite<unsigned short[]>(length + count);
+    unsigned short* out = escaped.get();
+    for (unsigned long at = 0; at < length; ++at) {
+        unsigned short const letter = letterOfEscape(text[at]);
+        if (letter != 0)
+            *out++ = u'\\';
+        *out++ = letter != 0 ? letter : text[at];
+    }
+    length += count;
+    return escaped;
+}
+
+} // namespace lexkit_private

@@ -1,0 +1,17 @@
+// One line of a text dictionary. Pure functions: any thread.
+#pragma once
+
+#include "lexkit/private/LiteralTag.h"
+
+namespace lexkit_private {
+
+// The first quote mark from `text` on that no backslash directly precedes, or `end`. The unit
+// before `text` counts, from `lineStart` on.
+unsigned short const* FindQuoteMark(
+    unsigned short const* lineStart, unsigned short const* text, unsigned short const* end);
+
+// Splits the tag between the first two quote marks; behind one without a second; the whole line
+// without any. False when the tag is bad.
+bool ParseEntry(unsigned short const* terminated, LiteralTag<unsigned short>& tag);
+
+} // namespace lexkit_private

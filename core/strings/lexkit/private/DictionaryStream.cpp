@@ -1,0 +1,57 @@
+#include "lexkit/private/DictionaryStream.h"
+
+#include <algorithm>
+#include <istream>
+
+namespace lexkit_private {
+
+namespace {
+
+bool canSeek(std::istream& stream)
+{
+    return stream.good() && stream.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in) != -1;
+}
+
+} // namespace
+
+DictionaryStream::DictionaryStream(std::istream& stream)
+    : m_stream(stream)
+    , m_canSeek(canSeek(stream))
+    , m_isKeeping(!m_canSeek)
+{
+}
+
+std::size_t DictionaryStream::Read(void* to, std::size_t count)
+{
+    std::size_t const again = m_kept.copy(static_cast<char*>(to), count, m_keptAt);
+    m_keptAt += again;
+    if (again == count)
+        return count;
+    char* const rest = static_cast<char*>(to) + again;
+    m_stream.read(rest, static_cast<std::streamsize>(count - again));
+    auto const fresh = static_cast<std::size_t>(m_stream.gcount());
+    if (m_isKeeping) {
+        m_kept.append(rest, fresh);
+        m_keptAt += fresh;
+    }
+    return again + fresh;
+}
+
+void DictionaryStream::Rewind()
+{
+    if (!m_canSeek) {
+        m_keptAt = 0;
+        return;
+    }
+    // A file of a few bytes was read to its end.
+    if (!m_stream.bad())
+        m_stream.clear();
+    m_stream.seekg(0);
+}
+
+bool DictionaryStream::HasFailed() const
+{
+    return m_stream.bad();
+}
+
+} // namespace lexkit_private

@@ -1,0 +1,51 @@
+#include "lexkit/private/HashTable.h"
+
+#include "lexkit/private/BinaryFormReader.h"
+#include "lexkit/private/DictionaryEntry.h"
+
+namespace lexkit_private {
+
+namespace {
+
+constexpr int kFailed = -1;
+
+int readVersion(HashTableGeneric& table,
+    ByteSource& source,
+    unsigned char major,
+    unsigned char minor,
+    bool copyKeys,
+    unsigned char selector)
+{
+    if (major != 1 || (minor != 0 && minor != 5))
+        return selector;
+    BinaryFormReader reader(table, source, selector, copyKeys);
+    bool const isRead = minor == 5 ? reader.ReadVersion15() : reader.ReadVersion10();
+    table.RefreshIndex();
+    return isRead ? 0 : kFailed;
+}
+
+} // namespace
+
+template <typename Key, typename Entry>
+int HashTable<Key, Entry>::Read(unsigned char const* begin,
+    unsigned char const* end,
+    unsigned char major,
+    unsigned char minor,
+    bool copyKeys,
+    unsigned char selector)
+{
+    BlockSource source(begin, end);
+    return readVersion(*this, source, major, minor, copyKeys, selector);
+}
+
+template <typename Key, typename Entry>
+int HashTable<Key, Entry>::Read(
+    DictionaryStream& stream, unsigned char major, unsigned char minor, unsigned char selector)
+{
+    StreamSource source(stream);
+    return readVersion(*this, source, major, minor, false, selector);
+}
+
+template class HashTable<ByteRunKey, DictionaryEntry>;
+
+} // namespace lexkit_private

@@ -1,0 +1,46 @@
+// A key with its value or default, as it stands in a line of a dictionary, in units, or in a
+// literal of a program, in bytes: "$$$/Some/Key=Text". Pure functions: any thread.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+
+namespace lexkit_private {
+
+// Parts of the text that was split, which must outlive it.
+template <typename Char>
+struct LiteralTag {
+    Char const* key = nullptr;
+    unsigned long keyLength = 0;
+    Char const* value = nullptr;
+    unsigned long valueLength = 0;
+};
+
+// False for a text that starts with "$" and not with "$$$". The first "=" ends the key; without
+// one all is key. Nothing is trimmed.
+template <typename Char>
+bool ParseTag(Char const* text, unsigned long length, LiteralTag<Char>& tag)
+{
+    constexpr unsigned long kMarks = 3;
+    constexpr Char kMark = '$';
+    Char const* const end = text + length;
+    if (length > 0 && *text == kMark) {
+        if (length < kMarks || text[1] != kMark || text[2] != kMark)
+            return false;
+        text += kMarks;
+    }
+    Char const* const equals = std::find(text, end, Char{'='});
+    tag.key = text;
+    tag.keyLength = static_cast<unsigned long>(equals - text);
+    tag.value = equals == end ? end : equals + 1;
+    tag.valueLength = static_cast<unsigned long>(end - tag.value);
+    return true;
+}
+
+// The same for a terminated literal; false for null and for an empty one, too.
+inline bool ParseLiteral(char const* literal, LiteralTag<char>& tag)
+{
+    return literal && *literal != 0 && ParseTag(literal, std::strlen(literal), tag);
+}
+
+} // namespace lexkit_private

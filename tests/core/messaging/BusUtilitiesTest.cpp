@@ -1,0 +1,409 @@
+#include "core/messaging/SignalInterruption.h"
+#include "core/platform/Environment.h"
+#include "core/platform/OrdinaryUser.h"
+#include "core/platform/TestFolder.h"
+#include "messaging/TevoroTalkUtils.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <ctime>
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace ScObjects;
+
+double wallNow()
+{
+    using std::chrono::milliseconds;
+    auto const now = std::chrono::system_clock::now().time_since_epoch();
+    return static_cast<double>(std::chrono::duration_cast<milliseconds>(now).count());
+}
+
+class BusFilesTest : public testing::Test {
+protected:
+    SoString path(std::string const& name) const { return m_folder.path(name).c_str(); }
+
+    test::TestFolder m_folder;
+};
+
+// Records what it is shown, below the folder it was run on; ends at the path `last`.
+class RecordingFilter final : public TevoroTalkUtils::FileFilter {
+public:
+    explicit RecordingFilter(SoString const& root, std::string last = "-")
+        : m_start(static_cast<std::size_t>(root.length()) + 1)
+        , m_last(std::move(last))
+    {
+    }
+    bool onFile(SoString const& path) override { return record("file ", path); }
+    bool onFolder(SoString const& path) override { return record("folder ", path); }
+
+    std::vector<std::string> sorted() const
+    {
+        std::vector<std::string> result = m_seen;
+        std::sort(result.begin(), result.end());
+        return result;
+    }
+    std::size_t count() const { return m_seen.size(); }
+    std::string last() const { return m_seen.empty() ? "" : m_seen.back(); }
+
+private:
+    bool record(std::string const& kind, SoString const& path)
+    {
+        std::string const below(path.view().substr(m_start));
+        m_seen.push_back(kind + below);
+        return below != m_last;
+    }
+
+    std::size_t m_start;
+    std::string m_last;
+    std::vector<std::string> m_seen;
+};
+
+class FolderWalkTest : public BusFilesTest {
+protected:
+    SoString root() const { return m_folder.path().c_str(); }
+};
+
+using Seen = std::vector<std::string>;
+
+class BusLocaleTest : public testing::Test {
+protected:
+    std::string localeFor(std::string const& value)
+    {
+        m_environment.set("LC_ALL", value);
+        return TevoroTalkUtils::getCurrentLocale().get();
+    }
+
+    test::Environment m_environment;
+};
+
+class TimeTextTest : public testing::Test {
+protected:
+    TimeTextTest() { useZone("UTC0"); }
+    ~TimeTextTest() override
+    {
+        m_environment.~Environment();
+        new (&m_environment) test::Environment;
+        ::tzset();
+    }
+    void useZone(std::string const& zone)
+    {
+        m_environment.set("TZ", zone);
+        ::tzset();
+    }
+    static std::string textOf(std::int64_t time)
+    {
+        return TevoroTalkUtils::getTimeString(&time).get();
+    }
+
+    test::Environment m_environment;
+};
+
+} // namespace
+
+TEST_F(BusFilesTest, FindsFilesAndFolders)
+{
+    m_folder.write("file", "");
+    EXPECT_TRUE(TevoroTalkUtils::fileExists(path("file")));
+    EXPECT_TRUE(TevoroTalkUtils::fileExists(m_folder.path().c_str()));
+    EXPECT_FALSE(TevoroTalkUtils::fileExists(path("missing")));
+    EXPECT_FALSE(TevoroTalkUtils::fileExists(path("file/below")));
+    EXPECT_FALSE(TevoroTalkUtils::fileExists(""));
+}
+
+TEST_F(BusFilesTest, DoesNotFindALinkToNowhere)
+{
+    fs::create_symlink("nowhere", m_folder.path("link"));
+    EXPECT_FALSE(TevoroTalkUtils::fileExists(path("link")));
+}
+
+TEST_F(BusFilesTest, DeletesAFile)
+{
+    m_folder.write("file", "x");
+    EXPECT_TRUE(TevoroTalkUtils::deleteFile(path("file")));
+    EXPECT_FALSE(fs::exists(m_folder.path("file")));
+}
+
+TEST_F(BusFilesTest, DeletesNothingThatIsMissing)
+{
+    EXPECT_FALSE(TevoroTalkUtils::deleteFile(path("missing")));
+}
+
+TEST_F(BusFilesTest, DeletesNoFolder)
+{
+    fs::create_directory(m_folder.path("folder"));
+    EXPECT_FALSE(TevoroTalkUtils::deleteFile(path("folder")));
+    EXPECT_TRUE(fs::exists(m_folder.path("folder")));
+}
+
+TEST_F(BusFilesTest, MakesAFolderThatOthersMayPassThrough)
+{
+    mode_t const mask = ::umask(0);
+    EXPECT_TRUE(TevoroTalkUtils::mkdir(path("folder")));
+    ::umask(mask);
+    EXPECT_EQ(fs::status(m_folder.path("folder")).permissions(), fs::perms{0771});
+}
+
+TEST_F(BusFilesTest, IsContentWithAFolderThatIsThere)
+{
+    EXPECT_TRUE(TevoroTalkUtils::mkdir(m_folder.path().c_str()));
+}
+
+TEST_F(BusFilesTest, IsContentWithAFileInThePlaceOfAFolder)
+{
+    m_folder.write("file", "x");
+    EXPECT_TRUE(TevoroTalkUtils::mkdir(path("file")));
+    EXPECT_EQ(test::read(m_folder.path("file")), "x");
+}
+
+TEST_F(BusFilesTest, MakesNoFolderInOneThatIsMissing)
+{
+    EXPECT_FALSE(TevoroTalkUtils::mkdir(path("missing/folder")));
+    EXPECT_FALSE(fs::exists(m_folder.path("missing")));
+}
+
+TEST_F(BusFilesTest, RemovesAnEmptyFolderOnly)
+{
+    m_folder.write("full/file", "x");
+    fs::create_directory(m_folder.path("empty"));
+    EXPECT_TRUE(TevoroTalkUtils::rmdir(path("empty")));
+    EXPECT_FALSE(fs::exists(m_folder.path("empty")));
+    EXPECT_FALSE(TevoroTalkUtils::rmdir(path("full")));
+    EXPECT_FALSE(TevoroTalkUtils::rmdir(path("full/file")));
+    EXPECT_FALSE(TevoroTalkUtils::rmdir(path("missing")));
+    EXPECT_TRUE(fs::exists(m_folder.path("full/file")));
+}
+
+TEST_F(BusFilesTest, SeparatesFoldersByASlash)
+{
+    EXPECT_STREQ(TevoroTalkUtils::getFolderSeparator(), "/");
+}
+
+TEST_F(FolderWalkTest, ShowsFilesAndFoldersOfAllLevels)
+{
+    m_folder.write("a", "");
+    m_folder.write("sub/b", "");
+    m_folder.write("sub/deep/c", "");
+    RecordingFilter filter(root());
+    EXPECT_TRUE(filter.run(root()));
+    EXPECT_EQ(filter.sorted(),
+        (Seen{"file a", "file sub/b", "file sub/deep/c", "folder sub", "folder sub/deep"}));
+}
+
+TEST_F(FolderWalkTest, IsFalseForAFolderThatHoldsNothing)
+{
+    RecordingFilter filter(root());
+    EXPECT_FALSE(TevoroTalkUtils::iterateFolder(root(), filter));
+}
+
+TEST_F(FolderWalkTest, IsFalseForWhatIsNoFolder)
+{
+    m_folder.write("file", "");
+    RecordingFilter filter(root());
+    EXPECT_FALSE(TevoroTalkUtils::iterateFolder(path("missing"), filter));
+    EXPECT_FALSE(TevoroTalkUtils::iterateFolder(path("file"), filter));
+    EXPECT_EQ(filter.count(), 0U);
+}
+
+TEST_F(FolderWalkTest, EndsWhenAFileIsRefused)
+{
+    for (char const* const name : {"a", "b", "c", "sub/d"})
+        m_folder.write(name, "");
+    RecordingFilter filter(root(), "b");
+    EXPECT_FALSE(filter.run(root()));
+    EXPECT_EQ(filter.last(), "file b");
+}
+
+TEST_F(FolderWalkTest, EndsWhenAFileFarBelowIsRefused)
+{
+    m_folder.write("sub/deep/refused", "");
+    for (char const* const name : {"a", "b", "c", "d", "sub/e", "sub/f"})
+        m_folder.write(name, "");
+    RecordingFilter filter(root(), "sub/deep/refused");
+    EXPECT_FALSE(filter.run(root()));
+    EXPECT_EQ(filter.last(), "file sub/deep/refused");
+}
+
+TEST_F(FolderWalkTest, DoesNotEnterAFolderThatIsRefused)
+{
+    m_folder.write("sub/file", "");
+    RecordingFilter filter(root(), "sub");
+    EXPECT_FALSE(filter.run(root()));
+    EXPECT_EQ(filter.sorted(), Seen{"folder sub"});
+}
+
+TEST_F(FolderWalkTest, GoesOnBehindAFolderThatHoldsNothing)
+{
+    for (int i = 0; i < 5; ++i) {
+        fs::create_directory(m_folder.path("empty" + std::to_string(i)));
+        m_folder.write("file" + std::to_string(i), "");
+    }
+    RecordingFilter filter(root());
+    EXPECT_TRUE(filter.run(root()));
+    EXPECT_EQ(filter.count(), 10U);
+}
+
+TEST_F(FolderWalkTest, SeesTheFirst256EntriesOfAFolder)
+{
+    for (int i = 0; i < 256; ++i)
+        m_folder.write("sub/" + std::to_string(i), "");
+    RecordingFilter all(path("sub"));
+    EXPECT_TRUE(all.run(path("sub")));
+    EXPECT_EQ(all.count(), 256U);
+    for (int i = 256; i < 300; ++i)
+        m_folder.write("sub/" + std::to_string(i), "");
+    RecordingFilter part(path("sub"));
+    EXPECT_TRUE(part.run(path("sub")));
+    EXPECT_EQ(part.count(), 256U);
+}
+
+TEST_F(FolderWalkTest, TakesALinkToAFolderForAFile)
+{
+    fs::create_directory_symlink(".", m_folder.path("loop"));
+    RecordingFilter filter(root());
+    EXPECT_TRUE(filter.run(root()));
+    EXPECT_EQ(filter.sorted(), Seen{"file loop"});
+}
+
+TEST_F(FolderWalkTest, GoesOnBehindAFolderThatIsClosed)
+{
+    m_folder.write("closed/hidden", "");
+    m_folder.write("a", "");
+    m_folder.write("b", "");
+    fs::permissions(m_folder.path(), fs::perms{0755});
+    fs::permissions(m_folder.path("closed"), fs::perms::none);
+    int const seen = test::askedAsOrdinaryUser([&] {
+        RecordingFilter filter(root());
+        bool const isWhole = filter.run(root());
+        return isWhole ? static_cast<int>(filter.count()) : 50;
+    });
+    fs::permissions(m_folder.path("closed"), fs::perms{0700});
+    EXPECT_EQ(seen, 3);
+}
+
+TEST_F(FolderWalkTest, PassesEverythingUnlessItIsOverridden)
+{
+    m_folder.write("sub/file", "");
+    TevoroTalkUtils::FileFilter filter;
+    EXPECT_TRUE(filter.run(root()));
+}
+
+TEST_F(FolderWalkTest, LeavesNoDescriptorOpen)
+{
+    m_folder.write("sub/deep/file", "");
+    std::ptrdiff_t const before = test::openDescriptors();
+    RecordingFilter filter(root(), "sub/deep/file");
+    filter.run(root());
+    EXPECT_EQ(test::openDescriptors(), before);
+}
+
+TEST_F(BusLocaleTest, IsInLowerCaseWithoutItsCodeset)
+{
+    EXPECT_EQ(localeFor("de_AT.UTF-8"), "de_at");
+    EXPECT_EQ(localeFor("JA"), "ja");
+}
+
+TEST_F(BusLocaleTest, IsEnglishWhenThereIsNone)
+{
+    EXPECT_EQ(localeFor("C"), "en_us");
+    EXPECT_EQ(localeFor("../x"), "en_us");
+}
+
+TEST_F(BusLocaleTest, IsEnglishWhenTheNameIsTooLong)
+{
+    EXPECT_EQ(localeFor("sr_Latn_RS_abcd"), "sr_latn_rs_abcd"); // 15 characters
+    EXPECT_EQ(localeFor("sr_Latn_RS_abcde"), "en_us");
+}
+
+TEST_F(TimeTextTest, HasHoursMinutesAndSecondsOfTheLocalTime)
+{
+    EXPECT_EQ(textOf(0), "00:00:00");
+    EXPECT_EQ(textOf(86400 + 3600 * 23 + 60 * 4 + 5), "23:04:05");
+    EXPECT_EQ(textOf(-1), "23:59:59");
+    EXPECT_EQ(textOf(std::int64_t{5'000'000'000}), "08:53:20"); // beyond 32 bits
+    useZone("XYZ-5:30");
+    EXPECT_EQ(textOf(0), "05:30:00");
+}
+
+TEST_F(TimeTextTest, IsEmptyForATimeWithoutAYear)
+{
+    EXPECT_EQ(textOf(std::numeric_limits<std::int64_t>::max()), "");
+}
+
+TEST_F(TimeTextTest, IsOfThisMomentWithoutATime)
+{
+    std::string before, text, after;
+    do { // a second may end in between
+        before = textOf(std::time(nullptr));
+        text = TevoroTalkUtils::getTimeString(nullptr).get();
+        after = textOf(std::time(nullptr));
+    } while (before != after);
+    EXPECT_EQ(text, before);
+}
+
+TEST(BusTimeTest, CountsWholeMillisecondsSince1970)
+{
+    double const before = wallNow();
+    double const time = TevoroTalkUtils::getUTCTimeMilliSeconds();
+    double const after = wallNow();
+    EXPECT_LE(before, time);
+    EXPECT_LE(time, after);
+    EXPECT_EQ(time, std::floor(time));
+}
+
+TEST(BusTimeTest, CountsSecondsSince1970)
+{
+    std::int64_t const before =
+        std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    std::int64_t const time = TevoroTalkUtils::getTimeSeconds();
+    EXPECT_LE(before, time);
+    EXPECT_LE(time, before + 60);
+}
+
+TEST(BusTimeTest, SleepsSecondsAndTheirParts)
+{
+    auto const before = std::chrono::steady_clock::now();
+    TevoroTalkUtils::sleep(1500);
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(1500));
+}
+
+TEST(BusTimeTest, DoesNotResumeASleepThatASignalEnds)
+{
+    EXPECT_TRUE(test::signalEnds([] { TevoroTalkUtils::sleep(60'000); }));
+}
+
+TEST(BusTimerTest, ReadsTheTimeSinceItsStart)
+{
+    TevoroTalkUtils::Timer timer;
+    double const beforeStart = wallNow();
+    timer.start();
+    double const afterStart = wallNow();
+    TevoroTalkUtils::sleep(20);
+    double const beforeRead = wallNow();
+    double const first = timer.stop();
+    double const afterRead = wallNow();
+    double const second = timer.stop();
+    EXPECT_GE(first, beforeRead - afterStart);
+    EXPECT_LE(first, afterRead - beforeStart);
+    EXPECT_GE(second, first);
+}
+
+TEST(BusTimerTest, CountsFrom1970BeforeItsStart)
+{
+    TevoroTalkUtils::Timer const timer;
+    double const before = wallNow();
+    EXPECT_GE(timer.stop(), before);
+    EXPECT_GE(timer.now(), before);
+}

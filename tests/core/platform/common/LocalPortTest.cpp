@@ -1,0 +1,496 @@
+#include "platform/common/LocalPort.h"
+
+#include "core/platform/support/PortFixture.h"
+#include "core/platform/support/PortText.h"
+
+#include <csignal>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using Pt::LocalPort;
+using Pt::LocalPortSender;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr std::size_t kKilobyte = 1024;
+constexpr std::size_t kMegabyte = 1024 * kKilobyte;
+
+class LocalPortTest : public test::PortFixture {
+protected:
+    LocalPortSender sender;
+};
+
+class LocalPortLengthTest : public LocalPortTest,
+                            public testing::WithParamInterface<std::size_t> { };
+
+class LocalPortNameTest : public LocalPortTest, public testing::WithParamInterface<std::string> { };
+
+std::set<int> openNumbers()
+{
+    std::set<int> numbers;
+    for (int number = 0; number < 1024; ++number) {
+        if (::fcntl(number, F_GETFD) != -1)
+            numbers.insert(number);
+    }
+    return numbers;
+}
+
+// Those open now and not before that another program would inherit.
+std::set<int> inheritedSince(std::set<int> const& before)
+{
+    std::set<int> inherited;
+    for (int const number : openNumbers()) {
+        if (!before.contains(number) && (::fcntl(number, F_GETFD) & FD_CLOEXEC) == 0)
+            inherited.insert(number);
+    }
+    return inherited;
+}
+
+} // namespace
+
+TEST_P(LocalPortLengthTest, DeliversATextWhole)
+{
+    auto const port = held("p");
+    std::string const text = test::numberedText(1, GetParam());
+    ASSERT_TRUE(sender.send("p", text, kPatience));
+    Texts const texts = received(*port);
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_TRUE(texts[0] == text); // not printed: it may be long
+    EXPECT_THAT(received(*port), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths,
+    LocalPortLengthTest,
+    testing::Values(1,
+        8,
+        300,
+        4096,
+        32 * kKilobyte,
+        32 * kKilobyte + 1,
+        33 * kKilobyte,
+        kMegabyte,
+        5 * kMegabyte,
+        LocalPort::kLargestText));
+
+TEST_F(LocalPortTest, SendsNeitherAnEmptyNorATooLongText)
+{
+    auto const port = held("p");
+    EXPECT_FALSE(sender.send("p", "", kPatience));
+    EXPECT_FALSE(sender.send("p", std::string(LocalPort::kLargestText + 1, 'x'), kPatience));
+    EXPECT_THAT(received(*port), IsEmpty());
+    EXPECT_TRUE(sender.send("p", "x", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("x"));
+}
+
+TEST_P(LocalPortNameTest, FindsItsHolder)
+{
+    auto const port = held(GetParam());
+    auto const other = held(GetParam() + "x");
+    EXPECT_EQ(port->name(), GetParam());
+    EXPECT_TRUE(sender.send(GetParam(), "text", kPatience));
+    EXPECT_THAT(received(*other), IsEmpty());
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Names,
+    LocalPortNameTest,
+    testing::Values("",
+        "mfx-1.0",
+        R"(\\.\port\Ned_and_Olaf_mfx-1.0)",
+        "../../etc/passwd",
+        "a/b",
+        "two\nlines\n",
+        std::string("nul\0nul", 7),
+        "\xff\xfe\x80",
+        std::string(70000, 'n')));
+
+TEST_F(LocalPortTest, LiesInAFolderWithALongPath)
+{
+    std::string const deep = folder.path(std::string(60, 'd') + "/" + std::string(60, 'e'));
+    std::filesystem::create_directories(deep);
+    environment.set("TEVOROTALK_PORT_DIR", deep + "/ports");
+    auto const port = held("p");
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+    EXPECT_FALSE(Pt::isLocalPortFree("p"));
+}
+
+TEST_F(LocalPortTest, MakesItsFolderForThisUserAlone)
+{
+    auto const port = held("p");
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(folder.path("ports")).permissions(), perms::owner_all);
+    EXPECT_EQ(
+        std::filesystem::status(lockPath()).permissions(), perms::owner_read | perms::owner_write);
+}
+
+TEST_F(LocalPortTest, NamesItsFilesAfterTheDigestOfTheName)
+{
+    auto const port = held("abc");
+    EXPECT_THAT(files(),
+        testing::UnorderedElementsAre(
+            "ba7816bf8f01cfea414140de5dae2223.lock", "ba7816bf8f01cfea414140de5dae2223.sock"));
+    EXPECT_EQ(test::read(lockPath()), std::to_string(::getpid()) + "\nabc\n");
+}
+
+TEST_F(LocalPortTest, IsHeldByOneAtATime)
+{
+    auto port = held("p");
+    EXPECT_FALSE(LocalPort::hold("p"));
+    EXPECT_FALSE(Pt::isLocalPortFree("p"));
+    EXPECT_TRUE(LocalPort::hold("q"));
+    port.reset();
+    EXPECT_TRUE(Pt::isLocalPortFree("p"));
+    EXPECT_TRUE(LocalPort::hold("p"));
+}
+
+TEST_F(LocalPortTest, LeavesNoFileBehind)
+{
+    held("p").reset();
+    EXPECT_THAT(files(), IsEmpty());
+}
+
+TEST_F(LocalPortTest, ReplacesWhatAKilledHolderLeft)
+{
+    auto port = held("p");
+    std::string const socket = socketPath();
+    std::string const lock = lockPath();
+    port.reset();
+    std::ofstream(lock) << "1234567\na name that was longer than the new one\n";
+    std::ofstream(socket) << "in the way";
+    port = held("p");
+    EXPECT_EQ(test::read(lock), std::to_string(::getpid()) + "\np\n");
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+TEST_F(LocalPortTest, FollowsNoLinkToItsLock)
+{
+    auto port = held("p");
+    std::string const lock = lockPath();
+    port.reset();
+    std::string const mine = folder.write("mine", "kept");
+    std::filesystem::create_symlink(mine, lock);
+    EXPECT_FALSE(LocalPort::hold("p"));
+    EXPECT_EQ(test::read(mine), "kept");
+}
+
+TEST_F(LocalPortTest, LeavesTheFilesOfALaterHolder)
+{
+    auto first = held("p");
+    std::filesystem::remove_all(folder.path("ports"));
+    auto const second = held("p");
+    first.reset();
+    EXPECT_EQ(files().size(), 2U);
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*second), ElementsAre("text"));
+}
+
+TEST_F(LocalPortTest, IsNotFreedByAForkedChild)
+{
+    auto port = held("p");
+    pid_t const child = ::fork();
+    if (child == 0) {
+        port.reset();
+        ::_exit(0);
+    }
+    EXPECT_EQ(::waitpid(child, nullptr, 0), child);
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+TEST_F(LocalPortTest, KeepsTheOrderOfShortAndLongTexts)
+{
+    auto const port = held("p");
+    Texts sent;
+    for (std::size_t number = 0; number < 60; ++number) {
+        std::size_t const size = number % 10 == 5 ? 5 * kMegabyte : 1 + number * 100;
+        sent.push_back(test::numberedText(number, size));
+        ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
+    }
+    EXPECT_TRUE(received(*port) == sent);
+}
+
+TEST_F(LocalPortTest, TakesFromManySenders)
+{
+    constexpr std::size_t kSenders = 100;
+    auto const port = held("p");
+    std::vector<LocalPortSender> senders(kSenders);
+    for (int round = 0; round < 3; ++round) {
+        std::set<std::string> sent;
+        for (std::size_t number = 0; number < kSenders; ++number) {
+            std::string const text = test::numberedText(number, 50);
+            EXPECT_TRUE(senders[number].send("p", text, kPatience));
+            sent.insert(text);
+        }
+        Texts const texts = received(*port);
+        EXPECT_EQ(texts.size(), kSenders);
+        EXPECT_EQ(std::set<std::string>(texts.begin(), texts.end()), sent);
+    }
+}
+
+TEST_F(LocalPortTest, IsSentToOverOneConnection)
+{
+    auto const port = held("p");
+    ASSERT_TRUE(sender.send("p", "first", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("first"));
+    auto const before = test::openDescriptors();
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_EQ(received(*port).size(), 100U);
+    EXPECT_EQ(test::openDescriptors(), before);
+}
+
+TEST_F(LocalPortTest, LetsGoOfConnectionsToHoldersThatLeft)
+{
+    auto const before = test::openDescriptors();
+    for (int i = 0; i < 50; ++i) {
+        std::string const name = std::to_string(i) + 'p';
+        auto const port = held(name);
+        ASSERT_TRUE(sender.send(name, "text", kPatience));
+    }
+    EXPECT_LE(test::openDescriptors(), before + 1);
+    auto const port = held("p");
+    auto const second = held("q");
+    auto const between = test::openDescriptors();
+    sender.send("p", "text", kPatience);
+    EXPECT_EQ(test::openDescriptors(), between); // one more, one less
+    sender.send("q", "text", kPatience);
+    sender.send("p", "text", kPatience);
+    EXPECT_EQ(received(*port).size(), 2U);
+    EXPECT_EQ(received(*second).size(), 1U);
+}
+
+TEST_F(LocalPortTest, IsFoundAgainAfterItsHolderWasReplaced)
+{
+    auto port = held("p");
+    ASSERT_TRUE(sender.send("p", "old", kPatience));
+    port.reset();
+    port = held("p");
+    ASSERT_TRUE(sender.send("p", "new", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("new"));
+}
+
+TEST_F(LocalPortTest, RaisesNoSignalWhenItsHolderLeft)
+{
+    struct sigaction before = {};
+    struct sigaction action = {};
+    static sig_atomic_t volatile raised = 0;
+    action.sa_handler = [](int) { raised = 1; };
+    ::sigaction(SIGPIPE, &action, &before);
+    auto port = held("p");
+    ASSERT_TRUE(sender.send("p", "text", kPatience));
+    port.reset();
+    EXPECT_FALSE(sender.send("p", "text", kPatience));
+    ::sigaction(SIGPIPE, &before, nullptr);
+    EXPECT_EQ(raised, 0);
+}
+
+TEST_F(LocalPortTest, RefusesATextAtOnceWhenNobodyHoldsTheName)
+{
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(sender.send("p", "text", kPatience)); // no folder either
+    held("p").reset();
+    EXPECT_FALSE(sender.send("p", "text", kPatience));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience / 2);
+    EXPECT_TRUE(Pt::isLocalPortFree("p"));
+}
+
+TEST_F(LocalPortTest, WaitsNoLongerThanToldForAHolderThatDoesNotRead)
+{
+    constexpr milliseconds kShort{60};
+    auto const port = held("p");
+    Texts sent;
+    std::string text;
+    auto start = std::chrono::steady_clock::now();
+    do {
+        text = test::numberedText(sent.size(), 30000);
+        start = std::chrono::steady_clock::now();
+        sent.push_back(text);
+    } while (sender.send("p", text, kShort));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, kShort);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience / 2);
+    sent.pop_back();
+    EXPECT_FALSE(sender.send("p", text, milliseconds(0)));
+    EXPECT_FALSE(sender.send("p", text, milliseconds(-1)));
+    EXPECT_TRUE(received(*port) == sent); // whole, in order, and nothing of the refused
+    EXPECT_TRUE(sender.send("p", "room again", milliseconds(0)));
+    EXPECT_THAT(received(*port), ElementsAre("room again"));
+}
+
+TEST_F(LocalPortTest, GoesOnAsSoonAsTheHolderMakesRoom)
+{
+    auto const port = held("p");
+    while (sender.send("p", std::string(30000, 'x'), milliseconds(0))) { }
+    bool isSent = false;
+    std::thread waiter([&] { isSent = sender.send("p", "last", milliseconds::max()); });
+    Texts texts;
+    while (texts.empty() || texts.back() != "last")
+        texts = received(*port, 1);
+    waiter.join();
+    EXPECT_TRUE(isSent);
+}
+
+// Whoever asks and goes stands in the queue of newcomers until the holder reads.
+TEST_F(LocalPortTest, IsHeldAndRefusesTextsWhileItsQueueIsFull)
+{
+    constexpr milliseconds kShort{60};
+    constexpr int kLongestQueue = 4096;
+    auto const port = held("p");
+    for (int i = 0; i <= kLongestQueue; ++i)
+        ASSERT_FALSE(Pt::isLocalPortFree("p"));
+    EXPECT_FALSE(Pt::isLocalPortFree("p"));
+    EXPECT_EQ(Pt::heldLocalPorts().size(), 1U);
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(sender.send("p", "text", kShort));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, kShort);
+    EXPECT_THAT(received(*port), IsEmpty());
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+TEST_F(LocalPortTest, LetsAWaitingSenderInWhenItsQueueMovesOn)
+{
+    auto const port = held("p");
+    for (int i = 0; i <= 4096; ++i)
+        Pt::isLocalPortFree("p");
+    bool isSent = false;
+    std::thread waiter([&] { isSent = sender.send("p", "text", kPatience); });
+    EXPECT_THAT(received(*port, 1), ElementsAre("text"));
+    waiter.join();
+    EXPECT_TRUE(isSent);
+}
+
+TEST_F(LocalPortTest, IsReadableWhileThereIsSomethingToDo)
+{
+    auto const port = held("p");
+    EXPECT_FALSE(test::isReadable(port->descriptor()));
+    {
+        LocalPortSender passing;
+        ASSERT_TRUE(passing.send("p", "text", kPatience));
+        EXPECT_TRUE(test::isReadable(port->descriptor()));
+        EXPECT_EQ(received(*port).size(), 1U);
+        EXPECT_FALSE(test::isReadable(port->descriptor()));
+        ASSERT_TRUE(passing.send("p", "text", kPatience));
+        EXPECT_TRUE(test::isReadable(port->descriptor()));
+        EXPECT_EQ(received(*port).size(), 1U);
+    }
+    EXPECT_TRUE(test::isReadable(port->descriptor())); // its sender left
+    EXPECT_THAT(received(*port), IsEmpty());
+    EXPECT_FALSE(test::isReadable(port->descriptor()));
+}
+
+TEST_F(LocalPortTest, TakesWhatASenderLeftBehind)
+{
+    auto const port = held("p");
+    {
+        LocalPortSender passing;
+        ASSERT_TRUE(passing.send("p", "first", kPatience));
+        ASSERT_TRUE(passing.send("p", std::string(5 * kMegabyte, 'x'), kPatience));
+    }
+    EXPECT_EQ(received(*port).size(), 2U);
+}
+
+TEST_F(LocalPortTest, GivesBytesThatMayBeChanged)
+{
+    auto const port = held("p");
+    ASSERT_TRUE(sender.send("p", "short", kPatience));
+    ASSERT_TRUE(sender.send("p", std::string(5 * kMegabyte, 'l'), kPatience));
+    std::vector<std::size_t> sizes;
+    port->receive([&](char* text, std::size_t size) {
+        std::fill_n(text, size, 'c');
+        sizes.push_back(size);
+    });
+    EXPECT_THAT(sizes, ElementsAre(5U, 5 * kMegabyte));
+}
+
+TEST_F(LocalPortTest, PassesOnWhatATakerThrowsAndGoesOnBehindIt)
+{
+    auto const port = held("p");
+    for (char const* text : {"first", "bad", "last"})
+        ASSERT_TRUE(sender.send("p", text, kPatience));
+    Texts texts;
+    auto const take = [&](char* text, std::size_t size) {
+        if (std::string_view(text, size) == "bad")
+            throw std::runtime_error("bad");
+        texts.emplace_back(text, size);
+    };
+    EXPECT_THROW(port->receive(take), std::runtime_error);
+    EXPECT_TRUE(test::isReadable(port->descriptor()));
+    EXPECT_EQ(port->receive(take), 1U);
+    EXPECT_THAT(texts, ElementsAre("first", "last"));
+}
+
+TEST_F(LocalPortTest, IsInheritedByNoOtherProgram)
+{
+    auto const before = openNumbers();
+    auto const port = held("p");
+    ASSERT_TRUE(sender.send("p", std::string(5 * kMegabyte, 'x'), kPatience));
+    std::set<int> inherited = {-1};
+    port->receive([&](char*, std::size_t) { inherited = inheritedSince(before); });
+    EXPECT_GT(openNumbers().size(), before.size() + 3);
+    EXPECT_THAT(inherited, IsEmpty());
+}
+
+TEST_F(LocalPortTest, IsListedWhileItIsHeld)
+{
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::string const strange("a\n\0b\n", 5);
+    auto const third = held("z");
+    auto const first = held(strange);
+    auto const second = held("m");
+    auto gone = held("gone");
+    std::string const ports = folder.path("ports/");
+    gone.reset();
+    std::ofstream(ports + std::string(32, '0') + ".lock") << "77\nnobody\n";
+    std::ofstream(ports + "other.txt") << "x";
+    std::filesystem::create_directory(ports + std::string(32, '1') + ".lock");
+    std::vector<std::string> names;
+    for (auto const& port : Pt::heldLocalPorts()) {
+        names.push_back(port.name);
+        EXPECT_EQ(port.processId, ::getpid());
+    }
+    EXPECT_THAT(names, ElementsAre(strange, "m", "z"));
+}
+
+TEST_F(LocalPortTest, IsNotListedUnderANameThatItsLockFileDoesNotProve)
+{
+    auto const port = held("p");
+    std::ofstream(lockPath()) << "77\nanother\n";
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::ofstream(lockPath()) << "no number\np\n";
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::ofstream(lockPath()) << "77";
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::ofstream(lockPath()) << "77\np\n";
+    EXPECT_EQ(Pt::heldLocalPorts().size(), 1U);
+}
+
+TEST_F(LocalPortTest, LiesInTheFolderThatTheEnvironmentTells)
+{
+    environment.set("XDG_RUNTIME_DIR", "/runtime");
+    EXPECT_EQ(Pt::localPortFolder(), folder.path("ports"));
+    environment.set("TEVOROTALK_PORT_DIR", "/a/b///");
+    EXPECT_EQ(Pt::localPortFolder(), "/a/b");
+    environment.set("TEVOROTALK_PORT_DIR", "/a/b/./");
+    EXPECT_EQ(Pt::localPortFolder(), "/a/b");
+    environment.set("TEVOROTALK_PORT_DIR", "relative");
+    EXPECT_EQ(Pt::localPortFolder(), (std::filesystem::current_path() / "relative").string());
+    environment.set("TEVOROTALK_PORT_DIR", "");
+    EXPECT_EQ(Pt::localPortFolder(), "/runtime/tevorotalk");
+    environment.unset("TEVOROTALK_PORT_DIR");
+    EXPECT_EQ(Pt::localPortFolder(), "/runtime/tevorotalk");
+    environment.unset("XDG_RUNTIME_DIR");
+    std::string const user = std::to_string(::geteuid());
+    std::string const runtime = "/run/user/" + user;
+    EXPECT_EQ(Pt::localPortFolder(),
+        std::filesystem::is_directory(runtime) ? runtime + "/tevorotalk"
+                                               : "/tmp/tevorotalk-" + user);
+}

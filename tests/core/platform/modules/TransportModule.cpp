@@ -1,0 +1,17 @@
+// A library that uses all that must be gone when it is unloaded.
+#include "platform/common/LocalPort.h"
+#include "platform/common/SecureRandom.h"
+#include "platform/common/Sha1.h"
+#include "platform/common/Waiting.h"
+
+// 0 when all of it works.
+extern "C" __attribute__((visibility("default"))) int useTransport()
+{
+    Pt::WaitableFlag flag;
+    Pt::DescriptorSet waited;
+    waited.add(flag.descriptor());
+    flag.raise();
+    bool const works = waited.wait(std::chrono::milliseconds(0)) && Pt::sha1({"text"})
+        && Pt::secureRandom16() && !Pt::localPortFolder().empty();
+    return works ? 0 : 1;
+}

@@ -1,0 +1,97 @@
+// Texts, files and values of dictionaries, as tests speak of them.
+#pragma once
+
+#include "lexkit/Dictionary.h"
+#include "lexkit/EncodingInfo.h"
+#include "lexkit/ZString.h"
+
+#include <bit>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lexkit_test {
+
+inline constexpr lexkit::EncodingInfo kUTF8(lexkit::EncodingInfo::kUTF8);
+
+using Units = std::vector<unsigned short>;
+
+inline Units units(std::u16string_view text) { return {text.begin(), text.end()}; }
+
+inline Units terminated(std::u16string_view text)
+{
+    Units result = units(text);
+    result.push_back(0);
+    return result;
+}
+
+inline std::u16string textOf(unsigned short const* units, unsigned long length)
+{
+    return {units, units + length};
+}
+
+inline std::u16string textOf(lexkit::ZString const& string)
+{
+    unsigned short const* units = nullptr;
+    unsigned long length = 0;
+    string.GetInternalData(&units, &length);
+    return textOf(units, length);
+}
+
+inline lexkit::ZString zstring(std::u16string_view text)
+{
+    Units const source = units(text);
+    return {source.data(), source.size()};
+}
+
+// A file in UTF-16 with a mark, in host order or in the other one.
+inline std::string utf16File(std::u16string_view text, bool isSwapped = false)
+{
+    std::string bytes;
+    for (char16_t const unit : u'\xFEFF' + std::u16string(text)) {
+        char pair[2];
+        std::memcpy(pair, &unit, sizeof pair);
+        bytes += isSwapped ? pair[1] : pair[0];
+        bytes += isSwapped ? pair[0] : pair[1];
+    }
+    return bytes;
+}
+
+inline void readStream(lexkit::Dictionary& dictionary, std::string const& file)
+{
+    std::istringstream stream(file);
+    dictionary.Read(&stream);
+}
+
+inline void readBlock(lexkit::Dictionary& dictionary, std::string const& file)
+{
+    dictionary.Read(file.data(), static_cast<int>(file.size()), false);
+}
+
+inline void readLines(lexkit::Dictionary& dictionary, std::u16string_view lines)
+{
+    readBlock(dictionary, utf16File(lines));
+}
+
+inline constexpr char16_t kMissing[] = u"(missing)";
+
+// The value of a key without "$$$".
+inline std::u16string valueOf(lexkit::Dictionary& dictionary, std::string const& key)
+{
+    return textOf(dictionary.Lookup(("$$$" + key + "=(missing)").c_str(), nullptr));
+}
+
+inline std::vector<std::string> keysOf(lexkit::Dictionary& dictionary)
+{
+    std::vector<std::string> keys;
+    std::vector<char> buffer(1 << 16);
+    while (dictionary.HasMoreKey()) {
+        dictionary.NextKey(buffer.data(), buffer.size(), true);
+        keys.emplace_back(buffer.data());
+    }
+    return keys;
+}
+
+} // namespace lexkit_test

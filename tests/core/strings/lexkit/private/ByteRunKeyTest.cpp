@@ -1,0 +1,78 @@
+#include "lexkit/private/ByteRunKey.h"
+
+#include "lexkit/LXErrException.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using lexkit_private::ByteRunKey;
+using lexkit_private::HashItem;
+
+ByteRunKey keyOf(std::string const& text) { return {text.data(), text.size(), true}; }
+
+std::uint32_t bucketOf(std::string const& text) { return keyOf(text).Hash(1021); }
+
+bool areAlike(std::string const& left, std::string const& right)
+{
+    ByteRunKey const key = keyOf(left);
+    HashItem const& other = keyOf(right);
+    return key.operator==(other);
+}
+
+// Computed by hand from the rule: each step takes five bits up, adds a byte, and divides.
+TEST(ByteRunKeyTest, ChoosesTheBucketsThatFilesAreWrittenFor)
+{
+    EXPECT_EQ(bucketOf(""), 0u);
+    EXPECT_EQ(bucketOf("a"), 97u);
+    EXPECT_EQ(bucketOf("ab"), (97u * 32 + 98) % 1021);
+    EXPECT_EQ(bucketOf("\xFF"), 255u);
+    EXPECT_EQ(bucketOf("abcde"), 1003u);
+    EXPECT_EQ(bucketOf("/AppSource/Cancel"), 603u);
+}
+
+TEST(ByteRunKeyTest, SamplesEveryFifthPartOfAKey)
+{
+    // Ten bytes: the even places count.
+    EXPECT_EQ(bucketOf("a1c1e1g1i1"), bucketOf("a2c3e4g5i6"));
+    EXPECT_NE(bucketOf("a1c1e1g1i1"), bucketOf("a1c1e1g1j1"));
+    // Eleven bytes: the last place counts, too.
+    EXPECT_NE(bucketOf("a1c1e1g1i1k"), bucketOf("a1c1e1g1i1l"));
+}
+
+TEST(ByteRunKeyTest, ComparesLengthsAndAllBytes)
+{
+    EXPECT_TRUE(areAlike("", ""));
+    EXPECT_TRUE(areAlike("key", "key"));
+    EXPECT_FALSE(areAlike("key", "keY"));
+    EXPECT_FALSE(areAlike("key", "ke"));
+    EXPECT_FALSE(areAlike("a1c1e1g1i1", "a2c1e1g1i1"));
+}
+
+TEST(ByteRunKeyTest, CopiesItsBytesOnlyWhenToldSo)
+{
+    std::string text = "key";
+    ByteRunKey const copy(text.data(), text.size(), true);
+    ByteRunKey const reference(text.data(), text.size(), false);
+    ByteRunKey const copyOfReference(reference);
+    EXPECT_TRUE(copy.OwnsData());
+    EXPECT_FALSE(reference.OwnsData());
+    EXPECT_EQ(static_cast<void const*>(reference.GetData()), text.data());
+    EXPECT_TRUE(copyOfReference.OwnsData());
+    EXPECT_NE(static_cast<void const*>(copyOfReference.GetData()), text.data());
+}
+
+TEST(ByteRunKeyTest, HasNoBytesWhenItIsEmpty)
+{
+    EXPECT_EQ(ByteRunKey("x", 0, true).GetData(), nullptr);
+    EXPECT_EQ(ByteRunKey("x", 0, false).GetData(), nullptr);
+}
+
+TEST(ByteRunKeyTest, RefusesALengthThatItCannotKeep)
+{
+    EXPECT_THROW(ByteRunKey("x", 0x80000000, false), LXErrException);
+}
+
+} // namespace

@@ -1,0 +1,130 @@
+#include "lexkit/private/DictionaryReader.h"
+
+#include "../DictionaryTexts.h"
+#include "lexkit/private/DictionaryStream.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace lexkit_test;
+using lexkit_private::DictionaryReader;
+using testing::ElementsAre;
+
+unsigned char const* bytesOf(std::string const& text)
+{
+    return reinterpret_cast<unsigned char const*>(text.data());
+}
+
+std::unique_ptr<DictionaryReader> readerOf(std::string const& block)
+{
+    return DictionaryReader::Make(bytesOf(block), bytesOf(block) + block.size());
+}
+
+std::vector<std::u16string> linesOf(DictionaryReader& reader)
+{
+    std::vector<std::u16string> lines;
+    while (unsigned short const* const line = reader.ReadALine()) {
+        lines.emplace_back();
+        for (unsigned short const* at = line; *at != 0; ++at)
+            lines.back() += static_cast<char16_t>(*at);
+    }
+    return lines;
+}
+
+std::vector<std::u16string> linesOfBlock(std::string const& block)
+{
+    return linesOf(*readerOf(block));
+}
+
+std::vector<std::u16string> linesOfStream(std::string const& file)
+{
+    std::istringstream stream(file);
+    lexkit_private::DictionaryStream source(stream);
+    return linesOf(*DictionaryReader::Make(source));
+}
+
+TEST(DictionaryReaderTest, EndsLinesOfUtf16AtFourCharacters)
+{
+    for (bool const isSwapped : {false, true})
+        EXPECT_THAT(linesOfBlock(utf16File(u"a\nb\rc\u2028d\u2029e", isSwapped)),
+            ElementsAre(u"a", u"b", u"c", u"d", u"e"));
+}
+
+TEST(DictionaryReaderTest, EndsLinesOfBytesAtTwoCharacters)
+{
+    lexkit::SetDefaultEncoding(&kUTF8);
+    EXPECT_THAT(linesOfBlock("a\nb\rc\xE2\x80\xA8"
+                             "d"),
+        ElementsAre(u"a", u"b", u"c\u2028d"));
+    lexkit::SetDefaultEncoding(nullptr);
+}
+
+TEST(DictionaryReaderTest, GivesAnEmptyLineBetweenCarriageReturnAndLineFeed)
+{
+    EXPECT_THAT(linesOfBlock(utf16File(u"a\r\nb\r\n")), ElementsAre(u"a", u"", u"b", u""));
+    EXPECT_THAT(linesOfBlock("a\r\nb\r\n"), ElementsAre(u"a", u"", u"b", u""));
+}
+
+TEST(DictionaryReaderTest, TellsWhatEndedALine)
+{
+    auto const reader = readerOf(utf16File(u"a\rb\u2029c"));
+    reader->ReadALine();
+    EXPECT_EQ(reader->GetLineEnd(), u'\r');
+    reader->ReadALine();
+    EXPECT_EQ(reader->GetLineEnd(), 0x2029);
+    reader->ReadALine();
+    EXPECT_EQ(reader->GetLineEnd(), 0);
+}
+
+TEST(DictionaryReaderTest, EndsTheTextAtANulThatBeginsALine)
+{
+    EXPECT_THAT(linesOfBlock(utf16File(std::u16string(u"a\n\0b\n", 5))), ElementsAre(u"a"));
+    EXPECT_THAT(linesOfBlock(std::string("a\n\0b\n", 5)), ElementsAre(u"a"));
+}
+
+TEST(DictionaryReaderTest, EndsOnlyTheLineAtANulWithinIt)
+{
+    EXPECT_THAT(linesOfBlock(utf16File(std::u16string(u"a\0b\nc", 5))),
+        ElementsAre(u"a", u"b", u"c"));
+    EXPECT_THAT(linesOfBlock(std::string("a\0b\nc", 5)), ElementsAre(u"a", u"b", u"c"));
+}
+
+TEST(DictionaryReaderTest, PassesOverHalfAUnitAtTheEnd)
+{
+    EXPECT_THAT(linesOfBlock(utf16File(u"a\nb") + "x"), ElementsAre(u"a", u"b"));
+}
+
+TEST(DictionaryReaderTest, TakesTheMarkOfABlockAwayAndLeavesTheStreamBehindIt)
+{
+    EXPECT_THAT(linesOfBlock(utf16File(u"a")), ElementsAre(u"a"));
+    EXPECT_THAT(linesOfStream(utf16File(u"a")), ElementsAre(u"a"));
+    EXPECT_THAT(linesOfStream("ab"), ElementsAre(u"ab"));
+    EXPECT_THAT(linesOfStream("a"), ElementsAre(u"a"));
+}
+
+TEST(DictionaryReaderTest, HasNoReaderForABlockOfLessThanTwoBytes)
+{
+    EXPECT_EQ(readerOf(""), nullptr);
+    EXPECT_EQ(readerOf("a"), nullptr);
+    EXPECT_NE(readerOf("ab"), nullptr);
+}
+
+TEST(DictionaryReaderTest, GrowsItsLineByHalfAsOftenAsItTakes)
+{
+    auto const short_ = readerOf(utf16File(std::u16string(255, u'x')));
+    short_->ReadALine();
+    EXPECT_EQ(short_->GetLineCapacity(), 256u);
+    auto const longer = readerOf(utf16File(std::u16string(300, u'x')));
+    longer->ReadALine();
+    EXPECT_EQ(longer->GetLineCapacity(), 384u);
+}
+
+TEST(DictionaryReaderTest, ReadsLinesThatAreLongerThanAPieceOfTheStream)
+{
+    std::u16string const line(100000, u'x');
+    EXPECT_THAT(linesOfStream(utf16File(line + u"\nb")), ElementsAre(line, u"b"));
+}
+
+} // namespace

@@ -1,0 +1,68 @@
+// Any bytes as lines of the diagnostics tree: a line that is one is well made, and is read again as
+// the same from its parts.
+
+#include "messaging/TevoroTalkUtils.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+using ScObjects::SoString;
+using ScObjects::TevoroTalkUtils::parseInfoLine;
+
+namespace {
+
+struct Line {
+    SoString path;
+    SoString label;
+    SoString value;
+    bool hasChildren = false;
+
+    char const* read(char const* text)
+    {
+        return parseInfoLine(text, path, label, value, hasChildren);
+    }
+    std::string written() const
+    {
+        SoString text;
+        text << path << ';' << (hasChildren ? '1' : '0') << ';' << label << ';' << value << ";\n";
+        return std::string(text.view());
+    }
+};
+
+void require(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+void checkField(SoString const& field, bool mayBeEmpty)
+{
+    require(mayBeEmpty || !field.isEmpty());
+    require(field.view().find_first_of(";\n") == std::string_view::npos);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    std::string const text(data, data + size);
+    char const* const end = text.c_str() + std::string_view(text.c_str()).size();
+    Line line;
+    char const* at = text.c_str();
+    while (char const* const next = line.read(at)) {
+        require(next > at && next <= end && (next == end || next[-1] == '\n'));
+        checkField(line.path, false);
+        checkField(line.label, false);
+        checkField(line.value, true);
+        Line again;
+        std::string const written = line.written();
+        require(again.read(written.c_str()) == written.c_str() + written.size());
+        require(again.written() == written);
+        require(std::string_view(at).starts_with(written.substr(0, written.size() - 2)));
+        at = next;
+    }
+    return 0;
+}
