@@ -22,13 +22,20 @@ char const* onOrOff(bool on)
     return on ? "ON" : "OFF";
 }
 
-void appendLine(SoString& out, SoString const& path, char const* child, char const* flag,
-    SoString const& label, SoString const& value)
+void appendLine(SoString& out,
+    SoString const& path,
+    char const* child,
+    char const* flag,
+    SoString const& label,
+    SoString const& value)
 {
     out << path << child << ";" << flag << ";" << label << ";" << value << ";\n";
 }
 
-void appendLeaf(SoString& out, SoString const& path, char const* child, char const* label,
+void appendLeaf(SoString& out,
+    SoString const& path,
+    char const* child,
+    char const* label,
     SoString const& value)
 {
     appendLine(out, path, child, "0", label, value);
@@ -42,8 +49,11 @@ SoString textOf(Number number)
     return text;
 }
 
-void appendReportLine(SoString& report, SoString const& path, SoString const& label,
-    SoString const& value, bool hasChildren)
+void appendReportLine(SoString& report,
+    SoString const& path,
+    SoString const& label,
+    SoString const& value,
+    bool hasChildren)
 {
     long const depth = std::count(path.get() + 1, path.get() + path.length(), '/');
     if (hasChildren)
@@ -100,7 +110,10 @@ void TevoroTalkContext::appendDiagnostics(SoString& out, SoString const& path) c
     node << "/messages";
     appendLine(out, node, "", "1", "Messages", "");
     appendLeaf(out, node, "/version", "Message Version", kMessageVersion);
-    appendLeaf(out, node, "/authentication", "Authentication",
+    appendLeaf(out,
+        node,
+        "/authentication",
+        "Authentication",
         onOrOff(TevoroTalk::Message::getAuthentication()));
     appendLeaf(out, node, "/digest", "Digest", onOrOff(TevoroTalk::Message::getCreateDigest()));
 }
@@ -134,7 +147,10 @@ void TevoroTalkThread::appendDiagnostics(SoString& out, SoString const& path) co
                    << TevoroTalkUtils::getTimeString(&entry.expires) << ";";
         }
         appendLeaf(out, child, "/timeout", "Timeout", expiry);
-        appendLeaf(out, child, "/msghandler", "Handler",
+        appendLeaf(out,
+            child,
+            "/msghandler",
+            "Handler",
             entry.handler != nullptr ? "installed" : "undefined");
     }
 }
@@ -148,13 +164,12 @@ void TevoroTalk::appendDiagnostics(SoString& out, SoString const& path) const
     if (get(getContext()) == this)
         role = contextOfFirstInstance() != nullptr ? "(main, init() hasn't been called)" : "(main)";
     appendLine(out, node, "", "1", name, role);
-    auto const appendQueue
-        = [&](MessageQueue const& queue, char const* child, char const* label) {
-              SoString queuePath(node);
-              queuePath << child;
-              long const count = queue.appendDiagnostics(out, queuePath);
-              appendLine(out, queuePath, "", "1", label, textOf(count));
-          };
+    auto const appendQueue = [&](MessageQueue const& queue, char const* child, char const* label) {
+        SoString queuePath(node);
+        queuePath << child;
+        long const count = queue.appendDiagnostics(out, queuePath);
+        appendLine(out, queuePath, "", "1", label, textOf(count));
+    };
     appendQueue(m_data->incoming, "/in", "Incoming");
     appendQueue(m_data->outgoing, "/out", "Outgoing");
     m_data->appendDiagnostics(out, path);

@@ -1,5 +1,6 @@
 // What a process shows of its traffic: copies of messages for a subscriber, and the log.
 #include "messaging/Forwarding.h"
+
 #include "messaging/InterAppStream.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
@@ -55,8 +56,11 @@ void describe(Message& entry, char const* reason, Message const& message)
     }
 }
 
-void publish(TevoroTalkContext& context, TevoroTalk const& instance, char const* reason,
-    Message const& message, SoString const& text)
+void publish(TevoroTalkContext& context,
+    TevoroTalk const& instance,
+    char const* reason,
+    Message const& message,
+    SoString const& text)
 {
     SoString const name = instance.getAppName();
     Message entry;

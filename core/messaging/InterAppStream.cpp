@@ -182,8 +182,7 @@ InterAppStream* InterAppStream::get()
 {
     std::lock_guard const lock(gStreamLock);
     if (gInterAppStream == nullptr)
-        gInterAppStream
-            = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
+        gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
     return gInterAppStream;
 }
 

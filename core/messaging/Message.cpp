@@ -13,8 +13,18 @@ using namespace TevoroTalkData;
 
 namespace {
 
-constexpr char const* kRuntimeTypes[] = {kQuillscriber, kDebug, kReceive, QK_RECEIVED, QK_RESULT,
-    QK_ERROR, kIdleType, QK_TIMEOUT, kLog, kIgnore, kProcessed, kLaunchedType};
+constexpr char const* kRuntimeTypes[] = {kQuillscriber,
+    kDebug,
+    kReceive,
+    QK_RECEIVED,
+    QK_RESULT,
+    QK_ERROR,
+    kIdleType,
+    QK_TIMEOUT,
+    kLog,
+    kIgnore,
+    kProcessed,
+    kLaunchedType};
 
 bool isValid(std::uint32_t number)
 {
@@ -125,7 +135,8 @@ SoString TevoroTalk::Message::getUserHeaderValue(char const* name) const
 
 bool TevoroTalk::Message::isUserType() const
 {
-    return std::none_of(std::begin(kRuntimeTypes), std::end(kRuntimeTypes),
+    return std::none_of(std::begin(kRuntimeTypes),
+        std::end(kRuntimeTypes),
         [this](char const* word) { return type == word; });
 }
 

@@ -30,7 +30,8 @@ public:
 
     SoString const& getVersion() const { return version; }
 
-    // A header of that name keeps its place, a new one goes to the front. Nothing for an empty name.
+    // A header of that name keeps its place, a new one goes to the front. Nothing for an empty
+    // name.
     void setHeader(char const* name, char const* value);
     void setHeader(char const* name, long value);
     void setHeader(char const* name, unsigned long value);

@@ -20,14 +20,26 @@ using Message = TevoroTalk::Message;
 // short lines costs neither memory nor time beyond its own size.
 constexpr int kMostHeaders = 4096;
 
-constexpr char const* kMessageTags[] = {QK_SENDER, QK_SENDER_ID, QK_TARGET, QK_TIMEOUT, QK_TYPE,
-    QK_RESPONSE_REQUEST, QK_TIMESTAMP, QK_CONTENT_LENGTH, QK_SERIAL_NUMBER, QK_RECEIVED, QK_RESULT,
-    QK_ERROR, QK_ERROR_CODE, QK_VERSION};
+constexpr char const* kMessageTags[] = {QK_SENDER,
+    QK_SENDER_ID,
+    QK_TARGET,
+    QK_TIMEOUT,
+    QK_TYPE,
+    QK_RESPONSE_REQUEST,
+    QK_TIMESTAMP,
+    QK_CONTENT_LENGTH,
+    QK_SERIAL_NUMBER,
+    QK_RECEIVED,
+    QK_RESULT,
+    QK_ERROR,
+    QK_ERROR_CODE,
+    QK_VERSION};
 
 bool isMessageTag(SoString const& name)
 {
-    return std::any_of(std::begin(kMessageTags), std::end(kMessageTags),
-        [&name](char const* tag) { return name == tag; });
+    return std::any_of(std::begin(kMessageTags), std::end(kMessageTags), [&name](char const* tag) {
+        return name == tag;
+    });
 }
 
 // Versions before the mark for custom headers that are called like tags.

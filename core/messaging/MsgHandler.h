@@ -23,11 +23,12 @@ public:
 
     // Called once it was added by the constructor of an instance.
     virtual void initialize(TevoroTalk* instance);
-    // 0 for success, and then `result` goes back to a sender who asked for it; any other number goes
-    // back as an error with `result` as its text. `result` may be null when nothing can go back. An
-    // exception counts as the error -29.
+    // 0 for success, and then `result` goes back to a sender who asked for it; any other number
+    // goes back as an error with `result` as its text. `result` may be null when nothing can go
+    // back. An exception counts as the error -29.
     virtual long handleMessage(int reason, Message& message, SoString* result) = 0;
-    // The type of messages it takes; "Quillscriber" unless overridden. Valid as long as the handler.
+    // The type of messages it takes; "Quillscriber" unless overridden. Valid as long as the
+    // handler.
     virtual char const* getMsgType() const;
     // The one message it belongs to, with which it goes; 0xFFFFFFFF (the default) takes all of its
     // type and stays.

@@ -164,17 +164,21 @@ bool testTarget(SoString const& self, SoString const& port, char const* type, st
 
 bool launchedProcessRuns(SoString const& specifier)
 {
-    TevoroTalkContext const* const context
-        = TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalk::getSharedContext();
-    TevoroTalkConnector* const connector
-        = context != nullptr ? context->getConnector() : nullptr;
+    TevoroTalkContext const* const context =
+        TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalk::getSharedContext();
+    TevoroTalkConnector* const connector = context != nullptr ? context->getConnector() : nullptr;
     return connector != nullptr && Pt::isProcessRunning(connector->getProcessID(specifier));
 }
 
 } // namespace
 
-SoString TevoroTalkUtils::ping(SoString const& target, bool isRequest, SoString const& command,
-    std::uint32_t serial, std::int32_t timeout, SoString const* body, int* answered)
+SoString TevoroTalkUtils::ping(SoString const& target,
+    bool isRequest,
+    SoString const& command,
+    std::uint32_t serial,
+    std::int32_t timeout,
+    SoString const* body,
+    int* answered)
 {
     if (answered != nullptr)
         *answered = 0;
@@ -194,13 +198,15 @@ SoString TevoroTalkUtils::ping(SoString const& target, bool isRequest, SoString 
     bool const asksAll = target == kAllRunningApps;
     int const count = asksAll ? TevoroTalk::getNumberOfRegisteredApplications() : 1;
     for (int i = 0; i < count; ++i) {
-        message.target = Words::createThreadSpecifier(
-            asksAll ? TevoroTalk::getApplicationSpecifier(i) : target);
-        result = message.target.isEmpty() ? SoString(Words::QK_INVALIDSPEC)
-                                          : pingMsg(message, *stream);
+        message.target =
+            Words::createThreadSpecifier(asksAll ? TevoroTalk::getApplicationSpecifier(i) : target);
+        result =
+            message.target.isEmpty() ? SoString(Words::QK_INVALIDSPEC) : pingMsg(message, *stream);
         if (answered != nullptr
             && !isOneOf(result,
-                {Words::QK_UNDEFINED, Words::QK_ISNOTINSTALLED, Words::QK_ISNOTRUNNING,
+                {Words::QK_UNDEFINED,
+                    Words::QK_ISNOTINSTALLED,
+                    Words::QK_ISNOTRUNNING,
                     Words::QK_MSGTOSTRINGERROR}))
             ++*answered;
     }
@@ -225,8 +231,7 @@ bool TevoroTalk::Specifier::isRunning() const
         return true;
     if (suffix().isEmpty()
         && (launchedProcessRuns(*this)
-            || testTarget(
-                self, Words::createThreadSpecifier(*this), Words::QK_PINGTYPE, serial)))
+            || testTarget(self, Words::createThreadSpecifier(*this), Words::QK_PINGTYPE, serial)))
         return true;
     return testTarget(self, *this, TevoroTalkData::kQuillscriber, serial);
 }
@@ -237,8 +242,13 @@ bool TevoroTalk::Specifier::isBusy() const
     InterAppStream const* const stream = InterAppStream::get();
     if (isEmpty() || stream == nullptr || !stream->isGood())
         return false;
-    return TevoroTalkUtils::ping(*this, true, Words::QK_STATUS,
-               static_cast<std::uint32_t>(std::rand()), kSeconds, nullptr, nullptr)
+    return TevoroTalkUtils::ping(*this,
+               true,
+               Words::QK_STATUS,
+               static_cast<std::uint32_t>(std::rand()),
+               kSeconds,
+               nullptr,
+               nullptr)
         == Words::QK_BUSY;
 }
 

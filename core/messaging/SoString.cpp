@@ -197,8 +197,8 @@ SoString SoString::uppercase() const
 {
     SoString result(*this);
     for (long i = 0; i < result.m_length; ++i)
-        result.m_data[i]
-            = static_cast<char>(std::toupper(static_cast<unsigned char>(result.m_data[i])));
+        result.m_data[i] =
+            static_cast<char>(std::toupper(static_cast<unsigned char>(result.m_data[i])));
     return result;
 }
 
@@ -206,8 +206,8 @@ SoString SoString::lowercase() const
 {
     SoString result(*this);
     for (long i = 0; i < result.m_length; ++i)
-        result.m_data[i]
-            = static_cast<char>(std::tolower(static_cast<unsigned char>(result.m_data[i])));
+        result.m_data[i] =
+            static_cast<char>(std::tolower(static_cast<unsigned char>(result.m_data[i])));
     return result;
 }
 

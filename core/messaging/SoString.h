@@ -16,7 +16,8 @@ public:
     SoString();
     explicit SoString(char c);
     // A null text is the empty one; a negative length means up to the NUL.
-    SoString(char const* text, long n = -1); // NOLINT(google-explicit-constructor): texts pass freely
+    SoString(
+        char const* text, long n = -1); // NOLINT(google-explicit-constructor): texts pass freely
     explicit SoString(std::string_view text);
     // All of a terminated text of 16-bit units; `n` is -1 or its whole length. With a smaller `n`
     // the length is still that of the whole text, and only the front holds what it should.
@@ -32,7 +33,7 @@ public:
     // Replaces the content. The text must not lie in this string's own buffer.
     void assign(char const* text, long n = -1);
     void assign(std::string_view text);
-    // Adds at the end.
+    // Adds at the end; here, too, the text must not lie in this string's own buffer.
     void append(char const* text, long n = -1);
     void append(std::string_view text);
     // The number in decimal, a negative one as its unsigned value.

@@ -7,8 +7,8 @@ namespace {
 constexpr unsigned long kReplacement = 0xFFFD;
 
 // By the length of the form: what the marks of lead and continuation bytes add up to.
-constexpr unsigned long kOffsets[]
-    = {0, 0, 0x3080, 0xE2080, 0x3C82080, 0xFA082080UL, 0x3F82082080UL};
+constexpr unsigned long kOffsets[] = {
+    0, 0, 0x3080, 0xE2080, 0x3C82080, 0xFA082080UL, 0x3F82082080UL};
 
 int lengthByLead(unsigned char lead)
 {
@@ -128,7 +128,8 @@ unsigned long UTF8StrLen(unsigned short const* text)
     unsigned long const count = UTF16StrLenWithMax(text, ~0UL);
     unsigned long bytes = 0;
     for (unsigned long at = 0, taken = 0; at < count; at += taken)
-        bytes += static_cast<unsigned long>(EncodeUTF8(codePointAt(text, at, count, taken), scratch));
+        bytes +=
+            static_cast<unsigned long>(EncodeUTF8(codePointAt(text, at, count, taken), scratch));
     return bytes;
 }
 

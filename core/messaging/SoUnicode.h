@@ -17,8 +17,7 @@ TEVOROTALK_API int EncodeUTF8(unsigned long value, char* out);
 // Converts at most `max` code points (a pair of surrogates counts once, so that `out` takes up to
 // twice as many units), and the terminator if `max` is not used up. The units written, terminator
 // included. A byte that cannot come first does not advance: U+FFFD until `max` is used up.
-TEVOROTALK_API unsigned long UTF8_UTF16(
-    char const* source, unsigned short* out, unsigned long max);
+TEVOROTALK_API unsigned long UTF8_UTF16(char const* source, unsigned short* out, unsigned long max);
 
 // Converts `units` units, without a terminator; `units` then holds the number of code points.
 // A surrogate that stands alone becomes three bytes. The bytes written.

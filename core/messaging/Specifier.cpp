@@ -237,8 +237,8 @@ SoString TevoroTalk::Specifier::preferred(SoString const& target, SoString const
     TevoroTalkConnector* const connector = connectorOfSharedContext();
     if (connector == nullptr)
         return {};
-    SoString const inGroup
-        = groupName.isEmpty() ? connector->findGroupForSpecifier(*this, nullptr) : groupName;
+    SoString const inGroup =
+        groupName.isEmpty() ? connector->findGroupForSpecifier(*this, nullptr) : groupName;
     SoString result;
     if (!inGroup.isEmpty())
         result = connector->findPreferredApp(*this, target, inGroup);

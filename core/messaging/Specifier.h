@@ -29,8 +29,8 @@ public:
     bool setAppName(SoString const& name);
     bool setInstance(SoString const& instance);
     bool setSuffix(SoString const& suffix);
-    // Only what is registered, see findLocale and findVersion; false, and nothing changed, otherwise.
-    // A negative version asks for the highest one up to that number.
+    // Only what is registered, see findLocale and findVersion; false, and nothing changed,
+    // otherwise. A negative version asks for the highest one up to that number.
     bool setLocale(SoString const& locale);
     bool setVersion(SoString const& version);
     // Replaces all but the name, which the group's name follows, and completes that.
@@ -50,7 +50,8 @@ public:
     // The application that this one should talk to when it asks for `target`.
     SoString preferred(SoString const& target, SoString const& group) const;
 
-    // Whether the application has an owner of its ports. Leaves a message there that nobody acts on.
+    // Whether the application has an owner of its ports. Leaves a message there that nobody acts
+    // on.
     bool isRunning() const;
     // Whether it says so within a second.
     bool isBusy() const;
@@ -60,16 +61,17 @@ public:
 
 namespace TevoroTalkData {
 
-// The component behind the first "-", if it begins with a digit; a version, or the version of a group.
+// The component behind the first "-", if it begins with a digit; a version, or the version of a
+// group.
 SoString getVersionOrGroup(SoString const& specifier);
 
 // The first registered entry of that name and exactly that version whose locale is `locale` (the
 // current one when that is empty) or none; `locale` becomes that entry's, or empty.
 bool findLocale(SoString const& appName, SoString const& version, SoString& locale);
 
-// A registered entry of that name in that locale (the current one when it is empty): of exactly that
-// version or, for a negative number, of the highest up to it. `version` and `locale` become that
-// entry's.
+// A registered entry of that name in that locale (the current one when it is empty): of exactly
+// that version or, for a negative number, of the highest up to it. `version` and `locale` become
+// that entry's.
 bool findVersion(SoString const& appName, SoString& locale, SoString& version);
 
 } // namespace TevoroTalkData

@@ -49,8 +49,8 @@ public:
     // Takes the name, or that name with an instance number from 1 to 8 when it is held; see
     // getAppName() for which. Takes ownership of the handler, which may be null. With
     // `mainInstance`, no context and no bus yet, starts the bus, which ends with its last instance.
-    TevoroTalk(char const* appName, MsgHandler* handler, bool mainInstance,
-        TevoroTalkContext* context);
+    TevoroTalk(
+        char const* appName, MsgHandler* handler, bool mainInstance, TevoroTalkContext* context);
     ~TevoroTalk() override;
     TevoroTalk(TevoroTalk const&) = delete;
     TevoroTalk& operator=(TevoroTalk const&) = delete;
@@ -60,7 +60,9 @@ public:
     // error or a time-out). A target that does not run is started with `launch`, and the message
     // waits for it in the outgoing queue for up to 600 seconds; false without. Blocks for up to 10
     // seconds when the target does not read, and for `waitSeconds`, pumping meanwhile.
-    bool send(Message& message, bool launch, unsigned long waitSeconds,
+    bool send(Message& message,
+        bool launch,
+        unsigned long waitSeconds,
         SoString const* launchOptions) const;
     // Answers a message that asked for "Result".
     bool sendResult(Message const& message, SoString const& result) const;
@@ -111,8 +113,8 @@ public:
     // May ask other processes; see Specifier::isRunning.
     static bool targetIsRunning(char const* specifier);
     static bool bringToFront(char const* specifier, TevoroTalkContext* context);
-    static bool launchTarget(char const* target, char const* parameters, Focus focus,
-        TevoroTalkContext* context);
+    static bool launchTarget(
+        char const* target, char const* parameters, Focus focus, TevoroTalkContext* context);
     static SoString getSharedAppName();
     static int getNumberOfRegisteredApplications();
     static SoString getApplicationSpecifier(int index);
@@ -133,14 +135,19 @@ public:
 private:
     friend class TevoroTalkThread;
 
-    bool sendFrom(Message& message, bool launch, unsigned long waitSeconds,
-        SoString const* launchOptions, bool isAnswer) const;
+    bool sendFrom(Message& message,
+        bool launch,
+        unsigned long waitSeconds,
+        SoString const* launchOptions,
+        bool isAnswer) const;
     bool sendResponse(Message const& message, char const* word, Message* reply) const;
     bool sendError(
         Message const& message, char const* text, long code, unsigned long waitSeconds) const;
     bool waitForResponse(Message const& message, unsigned long seconds) const;
     bool deliverHere(Message const& message) const;
-    bool deliverThere(Message const& message, bool launch, SoString const* launchOptions,
+    bool deliverThere(Message const& message,
+        bool launch,
+        SoString const* launchOptions,
         char const*& failure) const;
     void watchForTimeout(Message const& message) const;
     void waitForTarget(SoString const& target) const;

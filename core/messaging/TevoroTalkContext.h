@@ -1,13 +1,13 @@
 // What one process has on the bus: its instances, the thread that serves them, the counter of
 // message numbers, and the main instance, which is meant when a caller names none. One context is
-// the current one; it is made in the background (see TevoroTalkSetupThread), and whoever asks for it
-// first waits for that.
+// the current one; it is made in the background (see TevoroTalkSetupThread), and whoever asks for
+// it first waits for that.
 //
 // Any thread may call. The context owns its thread, and what instances are left at its end.
 #pragma once
 
-#include "messaging/Specifier.h"
 #include "messaging/SoVector.h"
+#include "messaging/Specifier.h"
 
 #include <optional>
 
@@ -60,7 +60,8 @@ public:
     void appendDiagnostics(SoString& out, SoString const& path) const;
 
     // Keeps the thread of the bus from working as long as this lives: what instances are there, and
-    // what they consist of, may change meanwhile. Must not be made with other locks of the bus held.
+    // what they consist of, may change meanwhile. Must not be made with other locks of the bus
+    // held.
     class PausedThread {
     public:
         explicit PausedThread(TevoroTalkContext const* context);

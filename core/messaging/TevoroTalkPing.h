@@ -17,8 +17,8 @@ public:
     static MsgHandler* getPingHandler(SoString const& key);
 
     // Asks another process for a key; its answer, or one of "UNDEFINED", "Timeout", "ISNOTRUNNING",
-    // "ISNOTINSTALLED", "INVALIDSPEC", "NOINTERAPPSTREAM", "MSGTOSTRINGERROR", "NOERROR". Blocks for
-    // at most `timeout` seconds and the time of a send; with 0 it only sends.
+    // "ISNOTINSTALLED", "INVALIDSPEC", "NOINTERAPPSTREAM", "MSGTOSTRINGERROR", "NOERROR". Blocks
+    // for at most `timeout` seconds and the time of a send; with 0 it only sends.
     static SoString ping(
         char const* target, char const* command, std::int32_t timeout, SoString const* body);
 };

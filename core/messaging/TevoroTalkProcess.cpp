@@ -103,8 +103,7 @@ bool TevoroTalk::targetIsRunning(char const* specifier)
 bool TevoroTalk::bringToFront(char const* specifier, TevoroTalkContext* context)
 {
     TevoroTalkContext* const meant = givenOrCurrent(context);
-    TevoroTalkConnector const* const connector
-        = meant != nullptr ? meant->getConnector() : nullptr;
+    TevoroTalkConnector const* const connector = meant != nullptr ? meant->getConnector() : nullptr;
     return connector != nullptr && connector->bringToFront(specifier, meant);
 }
 

@@ -105,8 +105,11 @@ bool TevoroTalk::send(
     return sendFrom(message, launch, waitSeconds, launchOptions, false);
 }
 
-bool TevoroTalk::sendFrom(Message& message, bool launch, unsigned long waitSeconds,
-    SoString const* launchOptions, bool isAnswer) const
+bool TevoroTalk::sendFrom(Message& message,
+    bool launch,
+    unsigned long waitSeconds,
+    SoString const* launchOptions,
+    bool isAnswer) const
 {
     if (isEmptyRequest(message))
         return false;
@@ -152,8 +155,8 @@ bool TevoroTalk::sendFrom(Message& message, bool launch, unsigned long waitSecon
 bool TevoroTalk::deliverHere(Message const& message) const
 {
     TevoroTalkContext const* const context = getContext();
-    TevoroTalk const* const instance
-        = context != nullptr ? context->findInstance(message.target) : nullptr;
+    TevoroTalk const* const instance =
+        context != nullptr ? context->findInstance(message.target) : nullptr;
     if (instance == nullptr)
         return false;
     if (asksFor(message, QK_RECEIVED))
@@ -248,8 +251,8 @@ bool TevoroTalk::sendResponse(Message const& message, char const* word, Message*
     if (message.version.isEmpty()) {
         TevoroTalkContext* const context = getContext();
         answer.type = message.type;
-        answer.serialNumber
-            = context != nullptr ? context->getNextSerialNumber() : message.serialNumber;
+        answer.serialNumber =
+            context != nullptr ? context->getNextSerialNumber() : message.serialNumber;
     } else {
         answer.serialNumber = message.serialNumber;
         answer.type = word;

@@ -32,8 +32,8 @@ bool setIfUnset(std::atomic<double>& time)
     return time.compare_exchange_strong(unset, TevoroTalkUtils::getUTCTimeMilliSeconds());
 }
 
-// How long the set-up took, and how much earlier it was done than it was needed or how long somebody
-// had to wait for it.
+// How long the set-up took, and how much earlier it was done than it was needed or how long
+// somebody had to wait for it.
 void SaveSetupTime()
 {
     TevoroTalkContext const* const context = gTevoroTalkContext;

@@ -354,8 +354,10 @@ bool TevoroTalkThread::isIdle() const
     return entry != nullptr && entry->value == QK_IDLE && !hasStalled();
 }
 
-SoString TevoroTalkThread::ping(SoString const& target, SoString const& command,
-    std::int32_t timeout, SoString const* body) const
+SoString TevoroTalkThread::ping(SoString const& target,
+    SoString const& command,
+    std::int32_t timeout,
+    SoString const* body) const
 {
     InterAppStream const* const stream = InterAppStream::get();
     if (stream == nullptr || !stream->isGood())

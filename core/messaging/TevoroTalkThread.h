@@ -1,6 +1,6 @@
-// The thread of the bus: it holds a port of its own, answers the questions that arrive there (pings)
-// also while the application is busy, moves the messages of all instances in and out, and keeps the
-// ping store: keys and values that other processes can read.
+// The thread of the bus: it holds a port of its own, answers the questions that arrive there
+// (pings) also while the application is busy, moves the messages of all instances in and out, and
+// keeps the ping store: keys and values that other processes can read.
 //
 // Owned by its context. Its lock guards the store, the pump times and the stream, and is held for a
 // whole round, so that a handler called from there may call back; any thread may call its
@@ -78,7 +78,9 @@ public:
     bool isIdle() const;
 
     // One question to another process, and its answer or the word that says why there is none.
-    SoString ping(SoString const& target, SoString const& command, std::int32_t timeout,
+    SoString ping(SoString const& target,
+        SoString const& command,
+        std::int32_t timeout,
         SoString const* body) const;
     bool sendResponse(TevoroTalk::Message const& incoming, SoString const& reply);
 

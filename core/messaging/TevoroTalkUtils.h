@@ -79,16 +79,21 @@ SoString getSenderID();
 TEVOROTALK_API char const* parseInfoLine(
     char const* text, SoString& path, SoString& label, SoString& value, bool& hasChildren);
 
-// Divides a text at blanks, "=", ";", ":" and quotes of both kinds, which do not group. The words are
-// appended, new and the caller's to delete. The length of `words` then.
+// Divides a text at blanks, "=", ";", ":" and quotes of both kinds, which do not group. The words
+// are appended, new and the caller's to delete. The length of `words` then.
 TEVOROTALK_API long parseOptions(SoString const& text, SoVector<SoString>& words);
 
 // One question and its answer over the process's own stream; the answer, or the word that says why
 // there is none. `target` may be "allRunningApps": all that are registered, one after the other, of
 // which the last answer is given and `answered` counts those that answered. Blocks for at most
 // `timeout` seconds a target; 0 only sends.
-TEVOROTALK_API SoString ping(SoString const& target, bool isRequest, SoString const& command,
-    std::uint32_t serial, std::int32_t timeout, SoString const* body, int* answered);
+TEVOROTALK_API SoString ping(SoString const& target,
+    bool isRequest,
+    SoString const& command,
+    std::uint32_t serial,
+    std::int32_t timeout,
+    SoString const* body,
+    int* answered);
 
 // A good stream of that name or of one of its instances 1 to 8, the caller's to delete; null when
 // all are held or the name is empty.
@@ -102,7 +107,9 @@ bool getLaunchParameters(SoString const& specifier, SoString& parameters);
 
 // Hands a copy of a message's diagnostics to the one who subscribed to that key on the main
 // instance. False when nobody did, or the message is of a kind that is not forwarded.
-bool forwardMessage(TevoroTalk::Message const& message, SoString const& key, SoString const& path,
+bool forwardMessage(TevoroTalk::Message const& message,
+    SoString const& key,
+    SoString const& path,
     SoString const& label);
 
 // Both log only where logging is on in the current context.

@@ -37,7 +37,8 @@ public:
     virtual void runInit();
     virtual void runExit();
     virtual void wait(unsigned int milliseconds);
-    // Gives up what others may wait for. Does not end run(): a class whose run() loops overrides it.
+    // Gives up what others may wait for. Does not end run(): a class whose run() loops overrides
+    // it.
     virtual bool stop();
     // 0, or what hinders. A second call does nothing.
     virtual long start();

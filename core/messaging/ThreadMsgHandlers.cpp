@@ -189,8 +189,7 @@ long ThreadInfoMsgHandler::handleMessage(int, Message& message, SoString* result
     what.swap(message.body);
     if (what.isEmpty() || what == "all")
         what = "context,thread,messages,connector";
-    auto const isAsked
-        = [&what](char const* word) { return std::strstr(what, word) != nullptr; };
+    auto const isAsked = [&what](char const* word) { return std::strstr(what, word) != nullptr; };
     SoString& out = message.body;
     TevoroTalkThread const& thread = *context->getThread();
     SoString const status = thread.getValueForKey(Words::QK_STATUS);

@@ -46,7 +46,9 @@ public:
     virtual SoString findSpecifierInGroup(
         SoString const& target, SoString const& group, SoString const& version);
     virtual bool isGood() const;
-    virtual bool launchTarget(SoString const& specifier, SoString const& parameters, bool focus,
+    virtual bool launchTarget(SoString const& specifier,
+        SoString const& parameters,
+        bool focus,
         TevoroTalkContext* context);
     virtual int getNumberOfRegisteredApplications() const;
     // -1 for the application that made the connector.
@@ -68,15 +70,16 @@ public:
     virtual bool setProcessID(SoString const& specifier, std::uint32_t pid);
     virtual std::uint32_t getProcessID(SoString const& specifier);
     virtual void clearCache();
-    virtual bool registerApplication(Specifier const& specifier, SoString const& path,
-        SoString const* displayName, bool first, bool second);
+    virtual bool registerApplication(Specifier const& specifier,
+        SoString const& path,
+        SoString const* displayName,
+        bool first,
+        bool second);
     virtual bool unregisterApplication(Specifier const& specifier, SoString const* displayName);
     virtual bool addToGroup(
-        Specifier const& specifier, SoString const& group, SoString const* version)
-        = 0;
+        Specifier const& specifier, SoString const& group, SoString const* version) = 0;
     virtual bool removeFromGroup(
-        Specifier const& specifier, SoString const& group, SoString const* version)
-        = 0;
+        Specifier const& specifier, SoString const& group, SoString const* version) = 0;
     virtual SoString getName() const = 0;
     virtual SoString getConnectorConfig(SoString const& which) const;
     virtual bool importFrom(TevoroTalkConnector const& other);

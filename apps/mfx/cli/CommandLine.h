@@ -1,13 +1,16 @@
 // What the user typed, read and checked as far as it can be without looking at any file.
 #pragma once
 
-#include "mfx/cli/ExitCode.h"
+#include "commandline/ExitCode.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace mfx {
+
+using commandline::CommandError;
+using commandline::ExitCode;
 
 enum class Command { kSources, kList, kDownload };
 

@@ -2,9 +2,12 @@
 #pragma once
 
 #include "mfx/cli/CommandLine.h"
-#include "mfx/cli/ExitCode.h"
+#include "commandline/ExitCode.h"
 
 namespace mfx {
+
+using commandline::CommandError;
+using commandline::ExitCode;
 
 ExitCode runSources(const CommandLine& line);
 ExitCode runList(const CommandLine& line);

@@ -4,7 +4,7 @@
 #include "mfx/cli/SourceArgument.h"
 #include "mfx/cli/TextEvents.h"
 #include "mfx/engine/Download.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "mfx/engine/SessionPreferences.h"
 #include "mfx/engine/SpacePlan.h"
 #include "mfx/panel/OptionsPanel.h"
@@ -20,6 +20,8 @@
 #include <memory>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

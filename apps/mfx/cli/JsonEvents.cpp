@@ -1,8 +1,10 @@
 #include "mfx/cli/JsonEvents.h"
 
-#include "mfx/cli/JsonLine.h"
+#include "commandline/JsonLine.h"
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

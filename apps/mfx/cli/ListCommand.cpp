@@ -1,5 +1,5 @@
 #include "mfx/cli/Commands.h"
-#include "mfx/cli/JsonLine.h"
+#include "commandline/JsonLine.h"
 #include "mfx/cli/SourceArgument.h"
 #include "mfx/engine/CaptureDate.h"
 #include "mfx/engine/ItemGroups.h"
@@ -7,6 +7,8 @@
 #include "platform/common/ProgramEnvironment.h"
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

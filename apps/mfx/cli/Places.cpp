@@ -1,8 +1,8 @@
 #include "mfx/cli/Places.h"
 
-#include "mfx/cli/ExitCode.h"
+#include "commandline/ExitCode.h"
 #include "mfx/engine/GroupStager.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
 
@@ -10,6 +10,8 @@
 #include <filesystem>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace fs = std::filesystem;
 

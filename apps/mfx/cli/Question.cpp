@@ -1,13 +1,15 @@
 #include "mfx/cli/Question.h"
 
 #include "mfx/cli/Reporting.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "platform/common/ProgramEnvironment.h"
 
 #include <cstdio>
 #include <iostream>
 
 namespace mfx {
+
+using namespace commandline;
 
 bool askYesOrNo(const std::string& text, Answering answering)
 {

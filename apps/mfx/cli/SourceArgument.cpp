@@ -1,9 +1,11 @@
 #include "mfx/cli/SourceArgument.h"
 
-#include "mfx/cli/ExitCode.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/ExitCode.h"
+#include "commandline/NameText.h"
 
 namespace mfx {
+
+using namespace commandline;
 
 MediaSource sourceArgument(const std::string& text)
 {

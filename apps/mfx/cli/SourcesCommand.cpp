@@ -1,8 +1,10 @@
 #include "mfx/cli/Commands.h"
-#include "mfx/cli/JsonLine.h"
+#include "commandline/JsonLine.h"
 #include "mfx/engine/Sources.h"
 
 namespace mfx {
+
+using namespace commandline;
 
 ExitCode runSources(const CommandLine& line)
 {

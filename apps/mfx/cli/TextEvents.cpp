@@ -1,13 +1,15 @@
 #include "mfx/cli/TextEvents.h"
 
 #include "mfx/cli/Reporting.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "mfx/engine/SpaceCheck.h"
 #include "platform/common/ProgramEnvironment.h"
 
 #include <cstdio>
 
 namespace mfx {
+
+using namespace commandline;
 
 TextEvents::TextEvents(bool quiet, bool dryRun, Answering answering)
     : m_quiet(quiet)

@@ -1,6 +1,6 @@
 #include "mfx/engine/CardScan.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <array>
@@ -12,6 +12,8 @@
 #include <utility>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "mfx/engine/DateFormat.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <iomanip>
@@ -8,6 +8,8 @@
 #include <sstream>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "mfx/engine/DateText.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <array>
@@ -9,6 +9,8 @@
 #include <cstdio>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

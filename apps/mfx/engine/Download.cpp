@@ -4,7 +4,7 @@
 #include "mfx/engine/DNGSearch.h"
 #include "mfx/engine/GroupPlacer.h"
 #include "mfx/engine/GroupStager.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/engine/Verdict.h"
 #include "platform/common/FilePlacement.h"
@@ -13,6 +13,8 @@
 #include <filesystem>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace fs = std::filesystem;
 

@@ -2,7 +2,7 @@
 // deletion of originals.
 
 #include "mfx/engine/Download.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
 #include "platform/common/PtExSystem.h"
@@ -11,6 +11,8 @@
 #include <filesystem>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace fs = std::filesystem;
 

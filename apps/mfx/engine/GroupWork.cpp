@@ -1,10 +1,12 @@
 #include "mfx/engine/GroupWork.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <filesystem>
 
 namespace mfx {
+
+using namespace commandline;
 
 void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
 {

@@ -1,6 +1,6 @@
 #include "mfx/engine/ItemGroups.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -9,6 +9,8 @@
 #include <utility>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

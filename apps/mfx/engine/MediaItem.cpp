@@ -1,6 +1,6 @@
 #include "mfx/engine/MediaItem.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <array>
@@ -8,6 +8,8 @@
 #include <utility>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

@@ -1,11 +1,13 @@
 #include "mfx/engine/NameFilter.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <optional>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "mfx/engine/Sources.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "platform/common/FileStatus.h"
 #include "platform/common/MountedVolumes.h"
 
@@ -9,6 +9,8 @@
 #include <set>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace fs = std::filesystem;
 

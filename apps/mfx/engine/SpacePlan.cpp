@@ -2,7 +2,7 @@
 
 #include "mfx/engine/CaptureDate.h"
 #include "mfx/engine/ItemGroups.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 #include "platform/common/FileStatus.h"
 
 #include <algorithm>
@@ -11,6 +11,8 @@
 #include <vector>
 
 namespace mfx {
+
+using namespace commandline;
 
 namespace {
 

@@ -1,11 +1,13 @@
 #include "mfx/engine/TargetName.h"
 
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace mfx {
+
+using namespace commandline;
 
 std::string numberedStem(std::string_view stem, std::uint64_t number)
 {

@@ -37,8 +37,8 @@ public:
     LocalPort(LocalPort const&) = delete;
     LocalPort& operator=(LocalPort const&) = delete;
 
-    // Called once for each text; the bytes are valid during the call only, and may be changed in place. May throw:
-    // the text counts as taken, and receive() passes the exception on.
+    // Called once for each text; the bytes are valid during the call only, and may be changed in
+    // place. May throw: the text counts as taken, and receive() passes the exception on.
     using Taker = std::function<void(char* text, std::size_t size)>;
 
     // Gives all texts that are there to `take`, without waiting. The number given.
@@ -64,9 +64,9 @@ public:
     LocalPortSender(LocalPortSender const&) = delete;
     LocalPortSender& operator=(LocalPortSender const&) = delete;
 
-    // Puts a text into the mailbox of that name. False, and nothing of the text delivered: at once when nobody holds
-    // the name, after `patience` when the holder does not make room; and for an empty or too long
-    // text.
+    // Puts a text into the mailbox of that name. False, and nothing of the text delivered: at once
+    // when nobody holds the name, after `patience` when the holder does not make room; and for an
+    // empty or too long text.
     bool send(std::string_view name, std::string_view text, std::chrono::milliseconds patience);
 
 private:

@@ -1,6 +1,6 @@
 // What a thread waits on: a flag that another thread raises, a point in time, and any number of
-// descriptors at once. Each can itself be waited on by its descriptor (poll, epoll, an event loop), which belongs
-// to the object: do not read or close it. Any thread may call. The constructors throw
+// descriptors at once. Each can itself be waited on by its descriptor (poll, epoll, an event loop),
+// which belongs to the object: do not read or close it. Any thread may call. The constructors throw
 // std::system_error when the process has no descriptors left.
 #pragma once
 
@@ -50,7 +50,8 @@ public:
     DescriptorSet(DescriptorSet const&) = delete;
     DescriptorSet& operator=(DescriptorSet const&) = delete;
 
-    // A descriptor that is in the set is not added twice. Closing it takes it out. Throws std::system_error.
+    // A descriptor that is in the set is not added twice. Closing it takes it out. Throws
+    // std::system_error.
     void add(int descriptor);
     void remove(int descriptor) noexcept;
 

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <barrier>
 #include <filesystem>
+#include <iterator>
 #include <set>
 #include <string>
 #include <thread>
@@ -329,14 +331,22 @@ TEST_F(IdentityTest, IsOneForProcessesThatMakeItAtOnce)
 TEST_F(IdentityTest, IsOneForThreadsWhereItCannotBeWritten)
 {
     m_environment.set("HOME", m_home.write("file", "x"));
-    std::array<std::string, 8> ids;
-    std::vector<std::thread> threads;
-    for (std::string& id : ids)
-        threads.emplace_back([&id] { id = text(TevoroTalkUtils::getUserID()); });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_TRUE(isRandomValue(ids[0])) << ids[0];
-    EXPECT_EQ(std::count(ids.begin(), ids.end(), ids[0]), 8);
+    for (int round = 0; round < 50; ++round) {
+        forgetIdentity();
+        std::array<std::string, 4> ids;
+        std::barrier start(std::ssize(ids));
+        std::vector<std::thread> threads;
+        for (std::string& id : ids) {
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                id = text(TevoroTalkUtils::getUserID());
+            });
+        }
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_TRUE(isRandomValue(ids[0])) << ids[0];
+        EXPECT_EQ(std::count(ids.begin(), ids.end(), ids[0]), std::ssize(ids));
+    }
 }
 
 TEST(RandomValueTest, HasNoLeadingZerosOfItsBytes)

@@ -2,7 +2,7 @@
 
 #include "core/platform/OrdinaryUser.h"
 #include "core/platform/TestFolder.h"
-#include "mfx/cli/ExitCode.h"
+#include "commandline/ExitCode.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -10,6 +10,9 @@
 using testing::HasSubstr;
 
 namespace mfx {
+
+using namespace commandline;
+
 namespace {
 
 class PlacesTest : public testing::Test {

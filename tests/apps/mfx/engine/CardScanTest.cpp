@@ -1,7 +1,7 @@
 #include "mfx/engine/CardScan.h"
 
 #include "apps/mfx/engine/CardFixture.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,6 +19,9 @@
 #include <unistd.h>
 
 namespace mfx {
+
+using namespace commandline;
+
 namespace {
 
 using testing::ElementsAre;

@@ -1,13 +1,16 @@
 #include "mfx/engine/Sources.h"
 
 #include "CardFixture.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <set>
 
 #include <gtest/gtest.h>
 
 namespace mfx {
+
+using namespace commandline;
+
 namespace {
 
 TEST(SourcesTest, TakesAFolderByItsPath)

@@ -1,13 +1,16 @@
 #include "mfx/engine/TargetName.h"
 
 #include "apps/mfx/engine/CardFixture.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <set>
 
 #include <gmock/gmock.h>
 
 namespace mfx {
+
+using namespace commandline;
+
 namespace {
 
 using testing::ElementsAre;

@@ -175,7 +175,9 @@ TEST_F(DictionaryTest, ReadsLinesThatEndWithCarriageReturnAndLineFeed)
 TEST_F(DictionaryTest, ReadsBytesInTheDefaultEncoding)
 {
     lexkit::SetDefaultEncoding(&kUTF8);
-    readStream(m_dictionary, "\"k=Gr\xC3\xB6\xC3\x9F" "e\"\n");
+    readStream(m_dictionary,
+        "\"k=Gr\xC3\xB6\xC3\x9F"
+        "e\"\n");
     readBlock(m_dictionary, "\xEF\xBB\xBF\"l=\xE6\xBC\xA2\"\r\n");
     lexkit::SetDefaultEncoding(nullptr);
     EXPECT_EQ(value("k"), u"Gr\u00F6\u00DFe");

@@ -18,7 +18,10 @@ inline constexpr lexkit::EncodingInfo kUTF8(lexkit::EncodingInfo::kUTF8);
 
 using Units = std::vector<unsigned short>;
 
-inline Units units(std::u16string_view text) { return {text.begin(), text.end()}; }
+inline Units units(std::u16string_view text)
+{
+    return {text.begin(), text.end()};
+}
 
 inline Units terminated(std::u16string_view text)
 {

@@ -23,8 +23,8 @@ std::u16string converted(std::u16string_view text)
 std::u16string convertedISO(std::u16string_view text)
 {
     Units const source = units(text);
-    return textOf(DictionaryEntry::ConvertEscapeSequencesISO(
-        UnicodeRun(source.data(), source.size())));
+    return textOf(
+        DictionaryEntry::ConvertEscapeSequencesISO(UnicodeRun(source.data(), source.size())));
 }
 
 struct Escape {
@@ -34,7 +34,10 @@ struct Escape {
 
 class EscapeTest : public testing::TestWithParam<Escape> { };
 
-TEST_P(EscapeTest, IsConverted) { EXPECT_EQ(converted(GetParam().text), GetParam().value); }
+TEST_P(EscapeTest, IsConverted)
+{
+    EXPECT_EQ(converted(GetParam().text), GetParam().value);
+}
 
 INSTANTIATE_TEST_SUITE_P(Backslash,
     EscapeTest,

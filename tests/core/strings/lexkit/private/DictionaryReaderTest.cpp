@@ -86,8 +86,8 @@ TEST(DictionaryReaderTest, EndsTheTextAtANulThatBeginsALine)
 
 TEST(DictionaryReaderTest, EndsOnlyTheLineAtANulWithinIt)
 {
-    EXPECT_THAT(linesOfBlock(utf16File(std::u16string(u"a\0b\nc", 5))),
-        ElementsAre(u"a", u"b", u"c"));
+    EXPECT_THAT(
+        linesOfBlock(utf16File(std::u16string(u"a\0b\nc", 5))), ElementsAre(u"a", u"b", u"c"));
     EXPECT_THAT(linesOfBlock(std::string("a\0b\nc", 5)), ElementsAre(u"a", u"b", u"c"));
 }
 

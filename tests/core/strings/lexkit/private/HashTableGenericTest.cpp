@@ -14,7 +14,10 @@ namespace {
 using namespace lexkit_private;
 using testing::ElementsAre;
 
-ByteRunKey keyOf(std::string const& text) { return {text.data(), text.size(), true}; }
+ByteRunKey keyOf(std::string const& text)
+{
+    return {text.data(), text.size(), true};
+}
 
 std::unique_ptr<DictionaryEntry> entryOf(std::string const& key, unsigned short value)
 {
@@ -39,9 +42,8 @@ protected:
     {
         std::vector<int> values;
         while (m_table.HasMoreItem())
-            values.push_back(*static_cast<DictionaryEntry*>(m_table.NextItem())
-                                  ->GetValue()
-                                  .GetUnits());
+            values.push_back(
+                *static_cast<DictionaryEntry*>(m_table.NextItem())->GetValue().GetUnits());
         return values;
     }
 
@@ -83,12 +85,12 @@ TEST_F(HashTableGenericTest, TakesItemsOutOfTheHeadTheMiddleAndTheEndOfAChain)
 {
     for (std::string const key : {"a2c1e1g1i1", "a1c1e1g1i1", "a3c1e1g1i1"}) {
         HashTableGeneric table;
-        for (unsigned short const number : {1, 2, 3})
+        for (unsigned short number = 1; number <= 3; ++number)
             table.Insert(entryOf("a" + std::to_string(number) + "c1e1g1i1", number));
         ASSERT_TRUE(table.Remove(keyOf(key)));
         EXPECT_EQ(table.Find(keyOf(key)), nullptr);
         EXPECT_EQ(table.NumItems(), 2u);
-        for (unsigned short const number : {1, 2, 3}) {
+        for (unsigned short number = 1; number <= 3; ++number) {
             std::string const other = "a" + std::to_string(number) + "c1e1g1i1";
             EXPECT_EQ(table.Find(keyOf(other)) != nullptr, other != key) << other;
         }

@@ -1,14 +1,14 @@
 // One JSON object on one line of standard output, keys in the order given.
 #pragma once
 
-#include "mfx/cli/Reporting.h"
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
+#include "commandline/Output.h"
 
 #include <cstdio>
 
 #include <nlohmann/json.hpp>
 
-namespace mfx {
+namespace commandline {
 
 using Json = nlohmann::ordered_json;
 
@@ -19,4 +19,4 @@ inline void printJson(const Json& object)
     std::fflush(stdout); // a reader follows along
 }
 
-} // namespace mfx
+} // namespace commandline

@@ -1,8 +1,8 @@
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <algorithm>
 
-namespace mfx {
+namespace commandline {
 
 namespace {
 
@@ -163,4 +163,4 @@ bool equalIgnoringAsciiCase(std::string_view a, std::string_view b)
     return a.size() == b.size() && asciiLower(a) == asciiLower(b);
 }
 
-} // namespace mfx
+} // namespace commandline

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace mfx {
+namespace commandline {
 
 // One character of a name, or one byte that is not part of valid UTF-8.
 struct NameCharacter {
@@ -40,4 +40,4 @@ bool equalIgnoringAsciiCase(std::string_view a, std::string_view b);
 char32_t asciiLower(char32_t code);
 std::string asciiLower(std::string_view text);
 
-} // namespace mfx
+} // namespace commandline

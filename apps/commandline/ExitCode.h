@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace mfx {
+namespace commandline {
 
 enum class ExitCode : int {
     kDone = 0,
@@ -31,4 +31,4 @@ private:
     ExitCode m_code;
 };
 
-} // namespace mfx
+} // namespace commandline

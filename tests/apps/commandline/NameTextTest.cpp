@@ -1,11 +1,11 @@
-#include "mfx/engine/NameText.h"
+#include "commandline/NameText.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-namespace mfx {
+namespace commandline {
 namespace {
 
 TEST(NameTextTest, LeavesAValidNameAsItIs)
@@ -99,4 +99,4 @@ TEST(NameTextTest, ComparesAsciiLettersInEitherCase)
 }
 
 } // namespace
-} // namespace mfx
+} // namespace commandline

@@ -1,0 +1,15 @@
+// Lines that a command prints. Free functions for the program's main thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace commandline {
+
+// "PROGRAM: TEXT" on standard error, safe for a terminal.
+void printMessage(std::string_view program, const std::string& text);
+
+// A line on standard output.
+void printLine(const std::string& text);
+
+} // namespace commandline

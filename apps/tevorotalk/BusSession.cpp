@@ -1,0 +1,112 @@
+#include "tevorotalk/BusSession.h"
+
+#include "commandline/ExitCode.h"
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkPing.h"
+#include "platform/common/Clock.h"
+#include "platform/common/LocalPort.h"
+#include "platform/common/ProgramEnvironment.h"
+
+#include <algorithm>
+
+namespace tevorotalk {
+
+using commandline::CommandError;
+using commandline::ExitCode;
+using ScObjects::SoString;
+using ScObjects::TevoroTalk;
+
+namespace {
+
+// A signal is noticed that late.
+constexpr std::chrono::milliseconds kLongestPause{100};
+
+constexpr std::chrono::milliseconds kReachablePoll{5};
+constexpr std::chrono::seconds kReachableLimit{5};
+
+} // namespace
+
+const std::string_view kPortPrefix = R"(\\.\port\Ned_and_Olaf_)";
+
+std::string ownName()
+{
+    return "tevorotalk_" + std::to_string(Pt::processId()) + "-1.0";
+}
+
+BusSession::BusSession(const std::string& name)
+{
+    if (!TevoroTalk::InitTerm::init(name.c_str(), true))
+        throw CommandError(
+            ExitCode::kUsage, "'" + name + "' is no name on the bus; take one like echo-1.0");
+    m_instance = std::make_unique<TevoroTalk>(name.c_str(), nullptr, true, nullptr);
+    if (m_instance->getAppName().isEmpty())
+        throw CommandError(ExitCode::kSystemPart,
+            "the name '" + name + "' cannot be held: it and its instances 1 to 8 are taken, or "
+                + Pt::localPortFolder() + " cannot be used");
+}
+
+BusSession::~BusSession()
+{
+    m_instance.reset();
+    TevoroTalk::InitTerm::exit();
+}
+
+std::string BusSession::name() const
+{
+    return std::string(m_instance->getAppName().view());
+}
+
+void BusSession::waitUntilReachable() const
+{
+    const auto deadline = std::chrono::steady_clock::now() + kReachableLimit;
+    while (TevoroTalk::Thread::ping(name().c_str(), "", 1, nullptr) != "ECHO_RESPONSE"
+        && !hasPassed(deadline))
+        Pt::systemClock().sleepFor(kReachablePoll);
+}
+
+void BusSession::pumpOnce(std::optional<SteadyTime> deadline)
+{
+    if (TevoroTalk::pump(TevoroTalk::kBoth, nullptr))
+        return;
+    auto pause = kLongestPause;
+    if (deadline)
+        pause = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(
+                               *deadline - std::chrono::steady_clock::now()),
+            std::chrono::milliseconds(0),
+            pause);
+    m_instance->waitForMessage(static_cast<int>(pause.count()));
+}
+
+ExitCode exitCodeForAnswer(const SoString& answer)
+{
+    const std::string_view word = answer.view();
+    if (word == "Timeout" || word == "UNDEFINED")
+        return ExitCode::kPartly;
+    if (word == "ISNOTRUNNING" || word == "ISNOTINSTALLED")
+        return ExitCode::kNotThere;
+    if (word == "INVALIDSPEC" || word == "NOINTERAPPSTREAM" || word == "MSGTOSTRINGERROR"
+        || word == "NOERROR" || word.empty())
+        return ExitCode::kSystemPart;
+    return ExitCode::kDone;
+}
+
+bool isThreadPortFree(const std::string& target)
+{
+    TevoroTalk::Specifier name(target.c_str(), true);
+    name.setSuffix("thread");
+    return Pt::isLocalPortFree(std::string(kPortPrefix) + std::string(name.view()));
+}
+
+std::optional<SteadyTime> deadlineAfter(std::optional<unsigned long> seconds)
+{
+    if (!seconds)
+        return std::nullopt;
+    return std::chrono::steady_clock::now() + std::chrono::seconds(*seconds);
+}
+
+bool hasPassed(std::optional<SteadyTime> deadline)
+{
+    return deadline && std::chrono::steady_clock::now() >= *deadline;
+}
+
+} // namespace tevorotalk

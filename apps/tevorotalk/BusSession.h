@@ -1,0 +1,57 @@
+// This process on the bus, for as long as the object lives: under a name of its own, or under the
+// one that it is given.
+#pragma once
+
+#include "commandline/ExitCode.h"
+#include "messaging/MsgHandler.h"
+#include "messaging/TevoroTalk.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tevorotalk {
+
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+// The name of this command: tevorotalk_PROCESS-1.0.
+std::string ownName();
+
+class BusSession {
+public:
+    // Throws a CommandError when the name is held, or the bus cannot be used.
+    explicit BusSession(const std::string& name);
+    ~BusSession();
+    BusSession(const BusSession&) = delete;
+    BusSession& operator=(const BusSession&) = delete;
+
+    ScObjects::TevoroTalk& instance() { return *m_instance; }
+    std::string name() const;
+
+    // Returns once others can ask this process questions, which is some milliseconds after its
+    // start.
+    void waitUntilReachable() const;
+
+    // Works off what is there, and waits for more until the time is over, a signal ends it, or a
+    // round of work was done.
+    void pumpOnce(std::optional<SteadyTime> deadline);
+
+private:
+    std::unique_ptr<ScObjects::TevoroTalk> m_instance;
+};
+
+// How a command ends after that answer of a ping, or that word that says why there is none.
+commandline::ExitCode exitCodeForAnswer(const ScObjects::SoString& answer);
+
+// Whether nobody answers questions under that name.
+bool isThreadPortFree(const std::string& target);
+
+// What stands before every name of the bus in the name of its port.
+extern const std::string_view kPortPrefix;
+
+// The point in time that many seconds from now; nothing for no limit.
+std::optional<SteadyTime> deadlineAfter(std::optional<unsigned long> seconds);
+bool hasPassed(std::optional<SteadyTime> deadline);
+
+} // namespace tevorotalk

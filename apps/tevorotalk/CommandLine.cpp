@@ -1,0 +1,144 @@
+#include "tevorotalk/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+namespace tevorotalk {
+
+namespace {
+
+constexpr char kVersion[] = "tevorotalk " TEVORO_VERSION;
+constexpr long kLongestWait = 100'000'000; // seconds; three years
+
+CLI::App* add(CLI::App& app, CommandLine& line, Command command, const char* name, const char* help)
+{
+    CLI::App* const sub = app.add_subcommand(name, help);
+    sub->callback([&line, command] { line.command = command; });
+    return sub;
+}
+
+void addTarget(CLI::App& sub, CommandLine& line)
+{
+    sub.add_option("TARGET", line.target, "An application's name on the bus, such as tevoro")
+        ->required();
+}
+
+void addJson(CLI::App& sub, CommandLine& line)
+{
+    sub.add_flag("-j,--json", line.json, "One JSON object per line");
+}
+
+void addSeconds(CLI::App& sub, CommandLine& line)
+{
+    sub.add_option("-s,--seconds", line.seconds, "End after that many seconds")
+        ->check(CLI::Range(0L, kLongestWait))
+        ->type_name("S");
+}
+
+void addPing(CLI::App& app, CommandLine& line)
+{
+    CLI::App* const ping = add(app,
+        line,
+        Command::kPing,
+        "ping",
+        "Ask an application's bus thread for a key, such as STATUS, INFO or DIAGNOSTICS");
+    addTarget(*ping, line);
+    ping->add_option("COMMAND", line.pingCommand, "The key; without one, whether somebody answers");
+    ping->add_option("-t,--timeout", line.timeout, "How long to wait for the answer")
+        ->check(CLI::Range(0L, kLongestWait))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    ping->add_option("-b,--body", line.text, "Text to go with the question")->type_name("TEXT");
+    ping->footer("Exit codes: 0 answered; 1 no answer; 3 it does not run or is not installed;\n"
+                 "5 the bus cannot be used.");
+}
+
+void addSend(CLI::App& app, CommandLine& line)
+{
+    CLI::App* const send = add(app, line, Command::kSend, "send", "Send a message");
+    addTarget(*send, line);
+    send->add_option("TEXT", line.text, "The body; - reads it from standard input");
+    send->add_option("-a,--as", line.sender, "Hold this name and send under it")
+        ->type_name("SPECIFIER");
+    send->add_option("-T,--type", line.types, "Type of the message; Quillscriber by default")
+        ->type_name("TYPE")
+        ->expected(1);
+    send->add_option("-r,--request",
+            line.request,
+            "Answers to ask for: Received, Result, Error, Processed, Timeout")
+        ->type_name("WORDS");
+    send->add_option("-H,--header", line.headers, "A header; may be repeated")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    send->add_option("-w,--wait", line.wait, "Ask for the result and wait for it")
+        ->check(CLI::Range(0L, kLongestWait))
+        ->type_name("SECONDS");
+    send->add_flag("-l,--launch", line.launch, "Start the application if it does not run");
+    addJson(*send, line);
+    send->footer("Exit codes: 0 delivered or answered; 1 an error answer or none in time;\n"
+                 "3 the target is not there; 5 the bus cannot be used.");
+}
+
+void addListen(CLI::App& app, CommandLine& line)
+{
+    CLI::App* const listen = add(
+        app, line, Command::kListen, "listen", "Hold a name and print the messages that come in");
+    listen->add_option("SPECIFIER", line.target, "The name to hold, such as echo-1.0")->required();
+    listen->add_option("-r,--reply", line.reply, "Result, or text of the error, to answer with")
+        ->type_name("TEXT");
+    listen->add_option("-e,--error", line.error, "Fail every message with this code")
+        ->type_name("CODE");
+    listen->add_option("-n,--count", line.count, "End after that many messages")
+        ->check(CLI::Range(1L, kLongestWait))
+        ->type_name("N");
+    addSeconds(*listen, line);
+    listen
+        ->add_option("-T,--type",
+            line.types,
+            "Take messages of this type; Quillscriber by default; may be repeated")
+        ->type_name("TYPE")
+        ->allow_extra_args(false);
+    addJson(*listen, line);
+}
+
+void addMonitor(CLI::App& app, CommandLine& line)
+{
+    CLI::App* const monitor = add(app,
+        line,
+        Command::kMonitor,
+        "monitor",
+        "Show what passes through an application; one monitor per target, the last one wins");
+    addTarget(*monitor, line);
+    monitor->add_flag("-m,--messages", line.messages, "Its messages; the default");
+    monitor->add_flag("-l,--logs", line.logs, "Its log");
+    addSeconds(*monitor, line);
+    addJson(*monitor, line);
+}
+
+} // namespace
+
+std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
+{
+    CommandLine line;
+    CLI::App app("Looks at the message bus of this user, and speaks on it.", "tevorotalk");
+    app.set_version_flag("-V,--version", kVersion);
+    app.require_subcommand(1);
+    addJson(
+        *add(app, line, Command::kPorts, "ports", "List the names that are held on the bus"), line);
+    addPing(app, line);
+    addSend(app, line);
+    addListen(app, line);
+    addMonitor(app, line);
+    CLI::App* const info =
+        add(app, line, Command::kInfo, "info", "Print an application's diagnostics tree");
+    addTarget(*info, line);
+    addJson(*info, line);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        code = app.exit(error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
+        return std::nullopt;
+    }
+    return line;
+}
+
+} // namespace tevorotalk

@@ -1,0 +1,61 @@
+#include "commandline/JsonLine.h"
+#include "messaging/TevoroTalkPing.h"
+#include "tevorotalk/BusSession.h"
+#include "tevorotalk/Commands.h"
+#include "tevorotalk/InfoLines.h"
+#include "tevorotalk/MessagePrinter.h"
+
+namespace tevorotalk {
+
+using ScObjects::SoString;
+using ScObjects::TevoroTalk;
+
+namespace {
+
+// An application may ask others meanwhile.
+constexpr std::int32_t kLimit = 30; // seconds
+
+void printJsonLines(const SoString& lines)
+{
+    forEachInfoLine(lines.view(), [](const InfoLine& line) {
+        commandline::printJson({{"path", jsonText(line.path)},
+            {"label", jsonText(line.label)},
+            {"value", jsonText(line.value)},
+            {"children", line.hasChildren}});
+    });
+}
+
+void printReport(std::string_view report)
+{
+    while (!report.empty()) {
+        const std::size_t length = std::min(report.find('\n'), report.size());
+        std::string line;
+        // Its indents are tabs.
+        const std::size_t indent = std::min(report.find_first_not_of('\t'), length);
+        line.append(report.substr(0, indent));
+        line += commandline::terminalText(report.substr(indent, length - indent));
+        commandline::printLine(line);
+        report.remove_prefix(std::min(length + 1, report.size()));
+    }
+}
+
+} // namespace
+
+ExitCode runInfo(const CommandLine& line)
+{
+    BusSession const session(ownName());
+    SoString const all("all");
+    SoString const answer = TevoroTalk::Thread::ping(
+        line.target.c_str(), line.json ? "INFO" : "DIAGNOSTICS", kLimit, &all);
+    const ExitCode code = exitCodeForAnswer(answer);
+    if (code != ExitCode::kDone)
+        throw CommandError(code,
+            "'" + line.target + "' does not tell about itself: " + std::string(answer.view()));
+    if (line.json)
+        printJsonLines(answer);
+    else
+        printReport(answer.view());
+    return code;
+}
+
+} // namespace tevorotalk

@@ -1,0 +1,126 @@
+#include "commandline/JsonLine.h"
+#include "messaging/Message.h"
+#include "messaging/TevoroTalkPing.h"
+#include "platform/common/LocalPort.h"
+#include "platform/common/ProgramEnvironment.h"
+#include "tevorotalk/BusSession.h"
+#include "tevorotalk/Commands.h"
+#include "tevorotalk/InfoLines.h"
+#include "tevorotalk/MessagePrinter.h"
+
+#include <map>
+
+namespace tevorotalk {
+
+using ScObjects::SoString;
+using ScObjects::TevoroTalk;
+
+namespace {
+
+constexpr std::int32_t kLimit = 5; // seconds, for the target to take the subscription
+constexpr std::chrono::seconds kLookAgain{1};
+
+// "EVENT SENDER -> TARGET TYPE #SERIAL: FIRST LINE"
+std::string summaryOf(const TevoroTalk::Message& message)
+{
+    std::map<std::string, std::string> fields;
+    std::string event;
+    forEachInfoLine(message.body.view(), [&](const InfoLine& line) {
+        const std::string label(line.label.view());
+        const std::string value(line.value.view());
+        if (label.starts_with("msg["))
+            event = value; // the last such line says what happened
+        else
+            fields[label] = value;
+    });
+    return event + " " + fields["Sender"] + " -> " + fields["Target"] + " " + fields["Type"] + " #"
+        + fields["Serial-Number"] + ": " + fields["Text"];
+}
+
+class ForwardHandler final : public TevoroTalk::MsgHandler {
+public:
+    explicit ForwardHandler(bool json)
+        : m_json(json)
+    {
+    }
+
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString*) override
+    {
+        if (m_json) {
+            printMessage(message, reason, true);
+        } else {
+            commandline::printLine(commandline::terminalText(summaryOf(message)));
+            std::fflush(stdout);
+        }
+        return 0;
+    }
+    const char* getMsgType() const override { return "Debug"; }
+
+private:
+    bool m_json;
+};
+
+// For as long as it lives, copies of what passes through the target come to this process.
+class Subscription {
+public:
+    Subscription(const std::string& target, const char* key, const std::string& subscriber)
+        : m_target(target)
+        , m_key(key)
+        , m_subscriber(subscriber)
+    {
+        SoString const answer = ask(m_key + "=" + m_subscriber, kLimit);
+        if (answer == m_subscriber.c_str())
+            return;
+        throw CommandError(exitCodeForAnswer(answer) == ExitCode::kNotThere ? ExitCode::kNotThere
+                                                                            : ExitCode::kPartly,
+            "'" + target + "' cannot be monitored: " + std::string(answer.view()));
+    }
+    ~Subscription()
+    {
+        // Another monitor may have taken its place.
+        if (ask(m_key, kLimit) == m_subscriber.c_str())
+            ask(m_key + "=", 0);
+    }
+    Subscription(const Subscription&) = delete;
+    Subscription& operator=(const Subscription&) = delete;
+
+private:
+    SoString ask(const std::string& command, std::int32_t limit) const
+    {
+        return TevoroTalk::Thread::ping(m_target.c_str(), command.c_str(), limit, nullptr);
+    }
+
+    std::string m_target;
+    std::string m_key;
+    std::string m_subscriber;
+};
+
+} // namespace
+
+ExitCode runMonitor(const CommandLine& line)
+{
+    BusSession session(ownName());
+    delete session.instance().changeHandler(new ForwardHandler(line.json));
+    std::optional<Subscription> messages;
+    std::optional<Subscription> logs;
+    if (line.messages || !line.logs)
+        messages.emplace(line.target, "FWDMESSAGES", session.name());
+    if (line.logs)
+        logs.emplace(line.target, "FWDLOGS", session.name());
+    commandline::printMessage("tevorotalk", "monitoring " + line.target);
+    const auto deadline = deadlineAfter(line.seconds);
+    auto lookAgain = std::chrono::steady_clock::now() + kLookAgain;
+    while (!hasPassed(deadline)) {
+        if (Pt::wasInterrupted())
+            return ExitCode::kInterrupted;
+        session.pumpOnce(deadline);
+        if (!hasPassed(lookAgain))
+            continue;
+        if (isThreadPortFree(line.target))
+            throw CommandError(ExitCode::kPartly, "'" + line.target + "' has ended");
+        lookAgain = std::chrono::steady_clock::now() + kLookAgain;
+    }
+    return ExitCode::kDone;
+}
+
+} // namespace tevorotalk

@@ -1,0 +1,27 @@
+#include "commandline/JsonLine.h"
+#include "platform/common/LocalPort.h"
+#include "tevorotalk/BusSession.h"
+#include "tevorotalk/Commands.h"
+
+#include <string_view>
+
+namespace tevorotalk {
+
+ExitCode runPorts(const CommandLine& line)
+{
+    // Other ports are no names of the bus.
+    for (const Pt::HeldPort& port : Pt::heldLocalPorts()) {
+        if (!std::string_view(port.name).starts_with(kPortPrefix))
+            continue;
+        const std::string name =
+            commandline::displayName(std::string_view(port.name).substr(kPortPrefix.size()));
+        if (line.json)
+            commandline::printJson({{"name", name}, {"process", port.processId}});
+        else
+            commandline::printLine(
+                commandline::terminalText(name) + "\t" + std::to_string(port.processId));
+    }
+    return ExitCode::kDone;
+}
+
+} // namespace tevorotalk

@@ -1,0 +1,186 @@
+#include "commandline/Output.h"
+#include "messaging/Message.h"
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkContext.h"
+#include "platform/common/ProgramEnvironment.h"
+#include "tevorotalk/BusSession.h"
+#include "tevorotalk/Commands.h"
+#include "tevorotalk/MessagePrinter.h"
+
+#include <cstdio>
+#include <iostream>
+#include <iterator>
+
+namespace tevorotalk {
+
+using ScObjects::SoString;
+using ScObjects::TevoroTalk;
+
+namespace {
+
+// As long as the bus itself waits for an answer when nobody says how long.
+constexpr unsigned long kDefaultWait = 60; // seconds
+
+// What came back for the message.
+struct Answers {
+    bool hasResult = false;
+    bool hasFailed = false;
+    bool isProcessed = false;
+};
+
+// Takes the answers of one type to one message.
+class AnswerHandler final : public TevoroTalk::MsgHandler {
+public:
+    AnswerHandler(const char* type, std::uint32_t serial, bool json, Answers& answers)
+        : m_type(type)
+        , m_serial(serial)
+        , m_json(json)
+        , m_answers(answers)
+    {
+    }
+
+    long handleMessage(int reason, TevoroTalk::Message& message, SoString*) override
+    {
+        const bool isError = reason == kError || reason == kTimeout;
+        if (m_json)
+            printMessage(message, reason, true);
+        else if (reason == kResult)
+            commandline::printLine(std::string(message.body.view()));
+        else if (isError)
+            commandline::printMessage("tevorotalk",
+                reason == kTimeout
+                    ? "the message timed out"
+                    : "the target answers with an error: " + std::string(message.body.view()));
+        m_answers.hasResult |= reason == kResult;
+        m_answers.hasFailed |= isError;
+        m_answers.isProcessed |= m_type == "Processed";
+        return 0;
+    }
+    const char* getMsgType() const override { return m_type.c_str(); }
+    std::uint32_t getSerialNumber() const override { return m_serial; }
+
+private:
+    std::string m_type;
+    std::uint32_t m_serial;
+    bool m_json;
+    Answers& m_answers;
+};
+
+bool asksFor(const std::string& request, const char* word)
+{
+    return request.find(word) != std::string::npos;
+}
+
+std::string requestOf(const CommandLine& line)
+{
+    std::string request = line.request;
+    if (!line.wait)
+        return request;
+    for (const char* word : {"Result", "Error"})
+        if (!asksFor(request, word))
+            request += (request.empty() ? "" : " ") + std::string(word);
+    return request;
+}
+
+void setHeaders(TevoroTalk::Message& message, const CommandLine& line)
+{
+    for (const std::string& header : line.headers) {
+        const std::size_t mark = header.find('=');
+        if (mark == std::string::npos || mark == 0 || header.find('\n') != std::string::npos
+            || header.find(':') < mark)
+            throw CommandError(ExitCode::kUsage,
+                "'" + header
+                    + "' is no header; write NAME=VALUE, without a colon in the name and without "
+                      "line feeds");
+        message.setHeader(header.substr(0, mark).c_str(), header.substr(mark + 1).c_str());
+    }
+}
+
+std::string bodyOf(const CommandLine& line)
+{
+    if (line.text != "-")
+        return line.text;
+    return {std::istreambuf_iterator<char>(std::cin), {}};
+}
+
+void fill(TevoroTalk::Message& message, const CommandLine& line)
+{
+    if (TevoroTalk::Specifier(line.target.c_str(), false).isEmpty())
+        throw CommandError(ExitCode::kUsage, "'" + line.target + "' is no name on the bus");
+    message.target = line.target.c_str();
+    message.body = SoString(std::string_view(bodyOf(line)));
+    message.responseRequest = requestOf(line).c_str();
+    if (!line.types.empty())
+        message.type = line.types.front().c_str();
+    if (line.wait)
+        message.timeout = static_cast<std::int32_t>(*line.wait);
+    setHeaders(message, line);
+    if (message.type == "Quillscriber" && message.body.isEmpty())
+        throw CommandError(
+            ExitCode::kUsage, "a message without a text does not go out; give a TEXT or a --type");
+}
+
+void awaitAnswers(
+    TevoroTalk& instance, const TevoroTalk::Message& message, bool json, Answers& answers)
+{
+    for (const char* type : {"Received", "Result", "Error", "Timeout", "Processed"})
+        delete instance.changeHandler(new AnswerHandler(type, message.serialNumber, json, answers));
+}
+
+// Why a message did not go out.
+CommandError undeliverable(const CommandLine& line, const TevoroTalk::Message& message)
+{
+    if (TevoroTalk::Specifier(message.target, false).isRunning())
+        return {ExitCode::kPartly, "'" + line.target + "' runs and does not take messages"};
+    return {ExitCode::kNotThere,
+        "'" + line.target + "' does not run"
+            + (line.launch ? " and cannot be started" : "; --launch starts it if it is installed")};
+}
+
+ExitCode waitForAnswers(BusSession& session, const CommandLine& line, const Answers& answers)
+{
+    const unsigned long seconds = line.wait.value_or(kDefaultWait);
+    const auto deadline = deadlineAfter(seconds);
+    while (!answers.hasResult && !answers.hasFailed && !hasPassed(deadline)) {
+        if (Pt::wasInterrupted())
+            return ExitCode::kInterrupted;
+        session.pumpOnce(deadline);
+    }
+    if (answers.hasFailed)
+        return ExitCode::kPartly;
+    if (answers.hasResult)
+        return ExitCode::kDone;
+    throw CommandError(ExitCode::kPartly,
+        "no answer from '" + line.target + "' within " + std::to_string(seconds) + " seconds");
+}
+
+// A queued message leaves with the process; it stays until the target has come up.
+ExitCode waitForDelivery(BusSession& session)
+{
+    while (session.instance().outgoingMessagePending()) {
+        if (Pt::wasInterrupted())
+            return ExitCode::kInterrupted;
+        session.pumpOnce(std::nullopt);
+    }
+    return ExitCode::kDone;
+}
+
+} // namespace
+
+ExitCode runSend(const CommandLine& line)
+{
+    TevoroTalk::Message message;
+    fill(message, line);
+    Answers answers; // outlives the handlers
+    BusSession session(line.sender.empty() ? ownName() : line.sender);
+    TevoroTalk& instance = session.instance();
+    message.serialNumber = TevoroTalk::Message::getNextSerialNumber(nullptr);
+    const bool waits = line.wait || asksFor(line.request, "Result");
+    if (waits)
+        awaitAnswers(instance, message, line.json, answers);
+    if (!instance.send(message, line.launch, 0, nullptr) && !instance.outgoingMessagePending())
+        throw undeliverable(line, message);
+    return waits ? waitForAnswers(session, line, answers) : waitForDelivery(session);
+}
+
+} // namespace tevorotalk

@@ -1,0 +1,49 @@
+#include "lexkit/basic_ifstream.h"
+
+#include "DictionaryTexts.h"
+#include "core/platform/TestFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace lexkit_test;
+
+TEST(BasicIfstreamTest, ReadsADictionaryFromAFile)
+{
+    test::TestFolder const folder;
+    std::string const path = folder.write("strings.dct", utf16File(u"\"k=v\"\n"));
+    lexkit::basic_ifstream<char> file(path.c_str(), std::ios::binary);
+    ASSERT_TRUE(file.is_open());
+    lexkit::Dictionary dictionary;
+    dictionary.Read(&file);
+    file.close();
+    EXPECT_FALSE(file.is_open());
+    EXPECT_EQ(valueOf(dictionary, "k"), u"v");
+}
+
+TEST(BasicIfstreamTest, FailsForAFileThatIsNotThereAndReadsAsAnEmptyDictionary)
+{
+    test::TestFolder const folder;
+    lexkit::basic_ifstream<char> file(folder.path("none").c_str(), std::ios::in | std::ios::binary);
+    EXPECT_FALSE(file.is_open());
+    EXPECT_TRUE(file.fail());
+    lexkit::Dictionary dictionary;
+    dictionary.Read(&file);
+    EXPECT_TRUE(dictionary.IsValid());
+    EXPECT_EQ(dictionary.NumKeys(), 0u);
+}
+
+TEST(BasicIfstreamTest, LeavesNoDescriptorOpen)
+{
+    test::TestFolder const folder;
+    std::string const path = folder.write("strings.dct", "k=v\n");
+    auto const before = test::openDescriptors();
+    {
+        lexkit::basic_ifstream<char> const file(path.c_str());
+        EXPECT_EQ(test::openDescriptors(), before + 1);
+    }
+    EXPECT_EQ(test::openDescriptors(), before);
+}
+
+} // namespace
