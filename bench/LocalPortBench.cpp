@@ -5,6 +5,8 @@
 //   round-trip/1MB    the same with texts of a megabyte
 //   one-way/300B      texts a second, until the last one is taken
 //   one-way/1MB       the same with texts of a megabyte
+//   one-way/5MB       the same with texts that are too long for a packet: by memory file here, in
+//                     several packets on the bare pair
 //
 // Both are measured in turn, so that they meet the same machine. Each row is one JSON object: both
 // times for one text in microseconds (medians), and the ratio; above 1 the port is slower. A user
@@ -292,6 +294,7 @@ int main(int argc, char** argv)
     compare("round-trip/1MB", roundTrips, kMegabyte, 300, turns);
     compare("one-way/300B", oneWay, 300, 100000, turns);
     compare("one-way/1MB", oneWay, kMegabyte, 500, turns);
+    compare("one-way/5MB", oneWay, 5 * kMegabyte, 100, turns);
     std::filesystem::remove_all(folder);
     return 0;
 }

@@ -4,7 +4,6 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "platform/common/LocalPort.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <mutex>
@@ -26,6 +25,16 @@ std::string portName(SoString const& prefix, SoString const& name)
     std::string result(prefix.view());
     result += name.view();
     return result;
+}
+
+// A search for each NUL instead of a look at each byte: large texts have none.
+void replaceNuls(char* text, long length)
+{
+    char* const end = text + length;
+    while (void* const nul = std::memchr(text, '\0', static_cast<std::size_t>(end - text))) {
+        text = static_cast<char*>(nul);
+        *text++ = '\n';
+    }
 }
 
 InterAppStream* goodOrNull(InterAppStream* stream)
@@ -61,17 +70,37 @@ long BaseInterAppStream::bufferSize() const
     return m_bufferSize;
 }
 
-void BaseInterAppStream::collect(char const* text, long length)
+void BaseInterAppStream::collect(char* text, long length)
 {
-    if (m_bufferSize < length) {
+    if (m_bufferSize <= length) {
+        // Its block is just what the buffer has to be.
         freeThis(m_buffer);
-        m_buffer = mallocThis<char>(static_cast<std::size_t>(length));
-        m_bufferSize = m_buffer != nullptr ? length : 0;
+        m_buffer = text;
+        m_bufferSize = length;
+    } else {
+        std::memcpy(m_buffer, text, static_cast<std::size_t>(length));
+        freeThis(text);
     }
-    if (m_buffer == nullptr)
-        return;
-    std::replace_copy(text, text + length, m_buffer, '\0', '\n');
+    replaceNuls(m_buffer, length);
     m_messages.append(m_buffer, length);
+}
+
+MacInterAppStream::DataRef::DataRef(char const* text, long textLength)
+    : data(mallocThis<char>(static_cast<std::size_t>(textLength)))
+    , length(data != nullptr ? textLength : 0)
+{
+    if (data != nullptr)
+        std::memcpy(data, text, static_cast<std::size_t>(length));
+}
+
+MacInterAppStream::DataRef::~DataRef()
+{
+    freeThis(data);
+}
+
+char* MacInterAppStream::DataRef::release()
+{
+    return std::exchange(data, nullptr);
 }
 
 MacInterAppStream::MacInterAppStream(SoString const& specifier, bool flag)
@@ -121,9 +150,7 @@ bool MacInterAppStream::messagePending() const
     if (m_port == nullptr)
         return false;
     m_port->receive([this](char* text, std::size_t size) {
-        auto* const arrived = new DataRef;
-        arrived->data.assign(text, static_cast<long>(size));
-        m_msgQueue.append(arrived);
+        m_msgQueue.append(new DataRef(text, static_cast<long>(size)));
     });
     return m_msgQueue.length() != 0;
 }
@@ -140,9 +167,10 @@ bool MacInterAppStream::receive()
     if (m_port == nullptr)
         return false;
     autoPtr<DataRef> const text(m_msgQueue.removeAt(0));
-    if (text.get() == nullptr || text->data.isEmpty())
+    if (text.get() == nullptr || text->length == 0)
         return false;
-    collect(text->data, text->data.length());
+    long const length = text->length;
+    collect(text->release(), length);
     return true;
 }
 

@@ -52,8 +52,8 @@ public:
     long bufferSize() const;
 
 protected:
-    // Puts a text behind the collected ones.
-    void collect(char const* text, long length);
+    // Puts a text behind the collected ones. Takes over the block that it lies in.
+    void collect(char* text, long length);
 
     SoString m_messages;
     SoString m_specifier;
@@ -65,10 +65,17 @@ protected:
 
 class MacInterAppStream : public BaseInterAppStream {
 public:
-    // One text that arrived.
+    // One text that arrived; the block belongs to whoever takes it.
     class DataRef final : public SoHeap {
     public:
-        SoString data;
+        DataRef(char const* text, long textLength);
+        ~DataRef() override;
+        DataRef(DataRef const&) = delete;
+        DataRef& operator=(DataRef const&) = delete;
+        char* release();
+
+        char* data; // null when there was no memory for it
+        long length;
     };
 
     MacInterAppStream(SoString const& specifier, bool flag);
@@ -89,8 +96,6 @@ public:
     int waitDescriptor() const;
 
 private:
-    DataRef* takeOldest();
-
     std::unique_ptr<Pt::LocalPort> m_port;
     std::unique_ptr<Pt::LocalPortSender> m_sender;
     mutable SoVector<DataRef> m_msgQueue;

@@ -40,14 +40,14 @@ private:
 };
 
 // Holds an object's lock for the length of a block.
-class TEVOROTALK_API ObjectLock {
+class TEVOROTALK_API ObjectLock final : public SoHeap {
 public:
     explicit ObjectLock(SoLockable const& object)
         : m_object(object)
     {
         m_object.lock();
     }
-    ~ObjectLock() { m_object.unlock(); }
+    ~ObjectLock() override { m_object.unlock(); }
     ObjectLock(ObjectLock const&) = delete;
     ObjectLock& operator=(ObjectLock const&) = delete;
 

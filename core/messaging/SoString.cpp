@@ -15,6 +15,10 @@ namespace {
 constexpr long kBlock = 128;
 constexpr unsigned long kLongestUtf16Text = 0x10000;
 
+// What strings without a byte point to until they get one: most fields of most messages stay empty.
+// Never written to.
+char gNoBytes[1] = {};
+
 long roundedCapacity(long needed)
 {
     return (needed + kBlock) & ~(kBlock - 1);
@@ -36,8 +40,9 @@ SoString& appendUnsigned(SoString& out, unsigned long number)
 } // namespace
 
 SoString::SoString()
+    : m_data(gNoBytes)
+    , m_capacity(kBlock)
 {
-    replaceBuffer(kBlock, 0);
 }
 
 SoString::SoString(char c)
@@ -47,11 +52,13 @@ SoString::SoString(char c)
 }
 
 SoString::SoString(char const* text, long n)
+    : m_data(gNoBytes)
 {
     assign(text, n);
 }
 
 SoString::SoString(std::string_view text)
+    : m_data(gNoBytes)
 {
     assign(text);
 }
@@ -65,17 +72,16 @@ SoString::SoString(unsigned short const* text, long n)
     unsigned long const limit = n < 0 ? kLongestUtf16Text : static_cast<unsigned long>(n);
     unsigned long units = UTF16StrLenWithMax(text, limit);
     long const size = static_cast<long>(UTF8StrLen(text));
-    if (m_capacity < size + 1)
-        replaceBuffer(roundedCapacity(size), 0);
+    makeRoom(size, 0);
     long const written = static_cast<long>(UTF16_UTF8(text, m_data, units));
     // Nothing of what lay in memory before shows behind the front of a text that was cut.
     std::memset(m_data + written, 0, static_cast<std::size_t>(size - written));
-    m_length = size;
-    m_data[size] = '\0';
+    terminate(size);
 }
 
 SoString::SoString(SoString const& other)
     : SoHeap(other)
+    , m_data(gNoBytes)
 {
     assign(other.m_data, other.m_length);
 }
@@ -88,7 +94,8 @@ SoString::SoString(SoString&& other) noexcept
 
 SoString::~SoString()
 {
-    freeHeap(m_data);
+    if (m_data != gNoBytes)
+        freeHeap(m_data);
 }
 
 SoString& SoString::operator=(SoString const& other)
@@ -115,16 +122,11 @@ SoString& SoString::operator=(char const* text)
 
 void SoString::assign(char const* text, long n)
 {
-    if (text == nullptr) {
-        text = "";
-        n = 0;
-    }
-    n = lengthOf(text, n);
-    if (m_capacity < n + 1)
-        replaceBuffer(roundedCapacity(n), 0);
-    std::memcpy(m_data, text, static_cast<std::size_t>(n));
-    m_data[n] = '\0';
-    m_length = n;
+    n = text == nullptr ? 0 : lengthOf(text, n);
+    makeRoom(n, 0);
+    if (n != 0)
+        std::memcpy(m_data, text, static_cast<std::size_t>(n));
+    terminate(n);
 }
 
 void SoString::assign(std::string_view text)
@@ -134,17 +136,12 @@ void SoString::assign(std::string_view text)
 
 void SoString::append(char const* text, long n)
 {
-    if (text == nullptr)
-        return;
-    n = lengthOf(text, n);
-    long const total = m_length + n;
-    if (m_capacity <= total)
-        replaceBuffer(roundedCapacity(total), m_length);
+    n = text == nullptr ? 0 : lengthOf(text, n);
     if (n == 0)
         return;
+    makeRoom(m_length + n, m_length);
     std::memcpy(m_data + m_length, text, static_cast<std::size_t>(n));
-    m_data[total] = '\0';
-    m_length = total;
+    terminate(m_length + n);
 }
 
 void SoString::append(std::string_view text)
@@ -183,14 +180,12 @@ void SoString::shrink(long n)
 {
     if (n < 0 || n >= m_length)
         return;
-    m_data[n] = '\0';
-    m_length = n;
+    terminate(n);
 }
 
 void SoString::reserve(long n)
 {
-    if (m_capacity <= n)
-        replaceBuffer(roundedCapacity(n), m_length);
+    makeRoom(n, m_length);
 }
 
 SoString SoString::uppercase() const
@@ -223,16 +218,27 @@ void SoString::swap(SoString& other) noexcept
     std::swap(m_capacity, other.m_capacity);
 }
 
-// A new buffer with the first `kept` bytes of the old one.
-void SoString::replaceBuffer(long capacity, long kept)
+// Room for that many bytes and the terminator; keeps the first `kept` bytes.
+void SoString::makeRoom(long length, long kept)
 {
-    char* const fresh = mallocThis<char>(static_cast<std::size_t>(capacity));
+    bool const isTooSmall = m_capacity < length + 1;
+    if (isTooSmall)
+        m_capacity = roundedCapacity(length);
+    if (length == 0 || (!isTooSmall && m_data != gNoBytes))
+        return;
+    char* const fresh = mallocThis<char>(static_cast<std::size_t>(m_capacity));
     if (kept != 0)
         std::memcpy(fresh, m_data, static_cast<std::size_t>(kept));
-    fresh[kept] = '\0';
-    freeHeap(m_data);
+    if (m_data != gNoBytes)
+        freeHeap(m_data);
     m_data = fresh;
-    m_capacity = capacity;
+}
+
+void SoString::terminate(long length)
+{
+    m_length = length;
+    if (m_data != gNoBytes)
+        m_data[length] = '\0';
 }
 
 SoString& operator<<(SoString& out, char const* text)

@@ -69,9 +69,10 @@ public:
     void swap(SoString& other) noexcept;
 
 private:
-    void replaceBuffer(long capacity, long kept);
+    void makeRoom(long length, long kept);
+    void terminate(long length);
 
-    char* m_data = nullptr;
+    char* m_data;
     long m_length = 0;
     long m_capacity = 0;
 };

@@ -1,6 +1,5 @@
 #include "messaging/SoVector.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace ScObjects {
@@ -29,20 +28,29 @@ SoVectorBase::~SoVectorBase()
 
 void SoVectorBase::append(void* element)
 {
-    if (m_length == m_capacity) {
-        void** const larger = mallocThis<void*>(static_cast<std::size_t>(m_capacity + kStep));
-        std::memcpy(larger, m_data, bytesOf(m_length));
-        freeThis(m_data);
-        m_data = larger;
-        m_capacity += kStep;
-    }
-    m_data[m_length++] = element;
+    if (m_length == m_capacity)
+        grow();
+    slot(m_length++) = element;
+}
+
+// Moves the elements from the first to the end of the old array to the end of the new one.
+void SoVectorBase::grow()
+{
+    long const larger = m_capacity + kStep;
+    void** const data = mallocThis<void*>(static_cast<std::size_t>(larger));
+    long const upper = m_capacity - m_first;
+    std::memcpy(data, m_data, bytesOf(m_first));
+    std::memcpy(data + larger - upper, m_data + m_first, bytesOf(upper));
+    freeThis(m_data);
+    m_data = data;
+    m_first = (larger - upper) % larger;
+    m_capacity = larger;
 }
 
 void SoVectorBase::remove(void const* element)
 {
     for (long i = 0; i < m_length; ++i) {
-        if (m_data[i] == element) {
+        if (slot(i) == element) {
             removeAt(i);
             return;
         }
@@ -53,16 +61,23 @@ void* SoVectorBase::removeAt(long index)
 {
     if (index < 0 || index >= m_length)
         return nullptr;
-    void* const element = m_data[index];
+    void* const element = slot(index);
     --m_length;
-    std::memmove(m_data + index, m_data + index + 1, bytesOf(m_length - index));
+    if (index == 0) {
+        m_first = m_first + 1 < m_capacity ? m_first + 1 : 0;
+        return element;
+    }
+    for (long i = index; i < m_length; ++i)
+        slot(i) = slot(i + 1);
     return element;
 }
 
 void SoVectorBase::rotate(long count)
 {
-    if (count > 0 && count < m_length)
-        std::rotate(m_data, m_data + count, m_data + m_length);
+    if (count <= 0 || count >= m_length)
+        return;
+    for (long i = 0; i < count; ++i)
+        append(removeAt(0));
 }
 
 } // namespace ScObjects

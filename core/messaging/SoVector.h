@@ -1,5 +1,6 @@
 // A growable array of pointers that owns none of them: whoever fills it deletes the elements. Keeps
-// their order. Not safe by itself: one thread at a time.
+// their order. Taking from the front costs as little as adding at the end: most of these arrays are
+// queues. Not safe by itself: one thread at a time.
 //
 // Starts with room for 32 and grows by 32; never shrinks.
 #pragma once
@@ -27,10 +28,19 @@ public:
     // Puts the first `count` behind all others, in their order.
     void rotate(long count);
     // Not checked.
-    void* operator[](long index) const { return m_data[index]; }
+    void* operator[](long index) const { return slot(index); }
 
 private:
+    // The elements stand in a ring that begins at m_first.
+    void*& slot(long index) const
+    {
+        long const place = m_first + index;
+        return m_data[place < m_capacity ? place : place - m_capacity];
+    }
+    void grow();
+
     void** m_data;
+    long m_first = 0;
     long m_length = 0;
     long m_capacity;
 };

@@ -229,7 +229,8 @@ bool TevoroTalkData::findVersion(SoString const& appName, SoString& locale, SoSt
 void TevoroTalk::Specifier::fixUp(bool usePreferred)
 {
     SoString::operator=(lowercase());
-    Completion(*this).run(usePreferred);
+    if (TevoroTalkConnector::get() != nullptr) // else nothing is registered or preferred
+        Completion(*this).run(usePreferred);
 }
 
 } // namespace ScObjects

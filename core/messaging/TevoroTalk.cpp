@@ -159,6 +159,12 @@ bool TevoroTalk::waitForMessage(int milliseconds) const
     return m_data->waitForMessage(std::chrono::milliseconds(milliseconds));
 }
 
+bool TevoroTalk::isCalled(SoString const& name) const
+{
+    ObjectLock const lock(*m_data);
+    return m_data->stream != nullptr ? m_data->stream->getSpecifier() == name : name.isEmpty();
+}
+
 bool TevoroTalk::hasUnreadTexts() const
 {
     return m_data->stream != nullptr && m_data->stream->hasUnreadTexts();

@@ -133,6 +133,7 @@ public:
     void appendDiagnostics(SoString& out, SoString const& path) const;
 
 private:
+    friend class TevoroTalkContext;
     friend class TevoroTalkThread;
 
     bool sendFrom(Message& message,
@@ -154,7 +155,9 @@ private:
     bool putOneIncomingMessageInQueue();
     void sendReceipt(Message const& message) const;
     void handleMessage(Message& message);
+    void handleCopy(Message const& message, Message& copy);
     void finishMessage(Message const& message);
+    bool isCalled(SoString const& name) const;
     bool hasUnreadTexts() const;
     int portDescriptor() const;
     SoString getInfoRoot(char const* queue) const;

@@ -149,7 +149,7 @@ TevoroTalk* TevoroTalkContext::findInstance(SoString const& name) const
 {
     ObjectLock const lock(*this);
     for (long i = 0; i < m_instances.length(); ++i)
-        if (m_instances[i]->getAppName() == name)
+        if (m_instances[i]->isCalled(name))
             return m_instances[i];
     return nullptr;
 }

@@ -133,7 +133,17 @@ void TevoroTalk::sendReceipt(Message const& message) const
 
 void TevoroTalk::handleMessage(Message& message)
 {
+    // The handler's own copy; of the body, which may be large, there is only one, lent to it.
+    SoString body;
+    body.swap(message.body);
     Message copy(message);
+    copy.body.swap(body);
+    handleCopy(message, copy);
+    message.body.swap(copy.body);
+}
+
+void TevoroTalk::handleCopy(Message const& message, Message& copy)
+{
     if (copy.type == kQuillscriber && copy.body.isEmpty() && !hasAnswerNumber(copy))
         return;
     if (Message::getAuthentication() && copy.isRejected()) {

@@ -387,7 +387,9 @@ bool TevoroTalkThread::hasUnreadTexts() const
     ObjectLock const lock(*this);
     if (m_stream != nullptr && m_stream->hasUnreadTexts())
         return true;
-    for (long i = 0; m_context != nullptr && i < m_context->getNumberOfInstances(); ++i) {
+    if (m_context == nullptr || isPumpedByApplication())
+        return false;
+    for (long i = 0; i < m_context->getNumberOfInstances(); ++i) {
         TevoroTalk const* const instance = m_context->getNthInstance(i);
         if (instance != nullptr && instance->hasUnreadTexts())
             return true;
@@ -396,9 +398,13 @@ bool TevoroTalkThread::hasUnreadTexts() const
 }
 
 // An application that pumps takes its texts in itself; two that wake up for one text would cost as
-// much again.
+// much again, and wait for each other. In a pump that takes long this thread still takes in one
+// text a round.
 bool TevoroTalkThread::isPumpedByApplication() const
 {
+    PingData const* const status = find(QK_STATUS);
+    if (status != nullptr && status->value == QK_PUMPING)
+        return true;
     double const passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
     return m_lastPump > 0 && passed >= 0 && passed < kTick;
 }

@@ -4,14 +4,12 @@
 #include "core/platform/TestFolder.h"
 #include "messaging/TevoroTalkUtils.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <ctime>
 #include <filesystem>
 #include <limits>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -37,46 +35,6 @@ protected:
 
     test::TestFolder m_folder;
 };
-
-// Records what it is shown, below the folder it was run on; ends at the path `last`.
-class RecordingFilter final : public TevoroTalkUtils::FileFilter {
-public:
-    explicit RecordingFilter(SoString const& root, std::string last = "-")
-        : m_start(static_cast<std::size_t>(root.length()) + 1)
-        , m_last(std::move(last))
-    {
-    }
-    bool onFile(SoString const& path) override { return record("file ", path); }
-    bool onFolder(SoString const& path) override { return record("folder ", path); }
-
-    std::vector<std::string> sorted() const
-    {
-        std::vector<std::string> result = m_seen;
-        std::sort(result.begin(), result.end());
-        return result;
-    }
-    std::size_t count() const { return m_seen.size(); }
-    std::string last() const { return m_seen.empty() ? "" : m_seen.back(); }
-
-private:
-    bool record(std::string const& kind, SoString const& path)
-    {
-        std::string const below(path.view().substr(m_start));
-        m_seen.push_back(kind + below);
-        return below != m_last;
-    }
-
-    std::size_t m_start;
-    std::string m_last;
-    std::vector<std::string> m_seen;
-};
-
-class FolderWalkTest : public BusFilesTest {
-protected:
-    SoString root() const { return m_folder.path().c_str(); }
-};
-
-using Seen = std::vector<std::string>;
 
 class BusLocaleTest : public testing::Test {
 protected:
@@ -189,124 +147,6 @@ TEST_F(BusFilesTest, SeparatesFoldersByASlash)
     EXPECT_STREQ(TevoroTalkUtils::getFolderSeparator(), "/");
 }
 
-TEST_F(FolderWalkTest, ShowsFilesAndFoldersOfAllLevels)
-{
-    m_folder.write("a", "");
-    m_folder.write("sub/b", "");
-    m_folder.write("sub/deep/c", "");
-    RecordingFilter filter(root());
-    EXPECT_TRUE(filter.run(root()));
-    EXPECT_EQ(filter.sorted(),
-        (Seen{"file a", "file sub/b", "file sub/deep/c", "folder sub", "folder sub/deep"}));
-}
-
-TEST_F(FolderWalkTest, IsFalseForAFolderThatHoldsNothing)
-{
-    RecordingFilter filter(root());
-    EXPECT_FALSE(TevoroTalkUtils::iterateFolder(root(), filter));
-}
-
-TEST_F(FolderWalkTest, IsFalseForWhatIsNoFolder)
-{
-    m_folder.write("file", "");
-    RecordingFilter filter(root());
-    EXPECT_FALSE(TevoroTalkUtils::iterateFolder(path("missing"), filter));
-    EXPECT_FALSE(TevoroTalkUtils::iterateFolder(path("file"), filter));
-    EXPECT_EQ(filter.count(), 0U);
-}
-
-TEST_F(FolderWalkTest, EndsWhenAFileIsRefused)
-{
-    for (char const* const name : {"a", "b", "c", "sub/d"})
-        m_folder.write(name, "");
-    RecordingFilter filter(root(), "b");
-    EXPECT_FALSE(filter.run(root()));
-    EXPECT_EQ(filter.last(), "file b");
-}
-
-TEST_F(FolderWalkTest, EndsWhenAFileFarBelowIsRefused)
-{
-    m_folder.write("sub/deep/refused", "");
-    for (char const* const name : {"a", "b", "c", "d", "sub/e", "sub/f"})
-        m_folder.write(name, "");
-    RecordingFilter filter(root(), "sub/deep/refused");
-    EXPECT_FALSE(filter.run(root()));
-    EXPECT_EQ(filter.last(), "file sub/deep/refused");
-}
-
-TEST_F(FolderWalkTest, DoesNotEnterAFolderThatIsRefused)
-{
-    m_folder.write("sub/file", "");
-    RecordingFilter filter(root(), "sub");
-    EXPECT_FALSE(filter.run(root()));
-    EXPECT_EQ(filter.sorted(), Seen{"folder sub"});
-}
-
-TEST_F(FolderWalkTest, GoesOnBehindAFolderThatHoldsNothing)
-{
-    for (int i = 0; i < 5; ++i) {
-        fs::create_directory(m_folder.path("empty" + std::to_string(i)));
-        m_folder.write("file" + std::to_string(i), "");
-    }
-    RecordingFilter filter(root());
-    EXPECT_TRUE(filter.run(root()));
-    EXPECT_EQ(filter.count(), 10U);
-}
-
-TEST_F(FolderWalkTest, SeesTheFirst256EntriesOfAFolder)
-{
-    for (int i = 0; i < 256; ++i)
-        m_folder.write("sub/" + std::to_string(i), "");
-    RecordingFilter all(path("sub"));
-    EXPECT_TRUE(all.run(path("sub")));
-    EXPECT_EQ(all.count(), 256U);
-    for (int i = 256; i < 300; ++i)
-        m_folder.write("sub/" + std::to_string(i), "");
-    RecordingFilter part(path("sub"));
-    EXPECT_TRUE(part.run(path("sub")));
-    EXPECT_EQ(part.count(), 256U);
-}
-
-TEST_F(FolderWalkTest, TakesALinkToAFolderForAFile)
-{
-    fs::create_directory_symlink(".", m_folder.path("loop"));
-    RecordingFilter filter(root());
-    EXPECT_TRUE(filter.run(root()));
-    EXPECT_EQ(filter.sorted(), Seen{"file loop"});
-}
-
-TEST_F(FolderWalkTest, GoesOnBehindAFolderThatIsClosed)
-{
-    m_folder.write("closed/hidden", "");
-    m_folder.write("a", "");
-    m_folder.write("b", "");
-    fs::permissions(m_folder.path(), fs::perms{0755});
-    fs::permissions(m_folder.path("closed"), fs::perms::none);
-    int const seen = test::askedAsOrdinaryUser([&] {
-        RecordingFilter filter(root());
-        bool const isWhole = filter.run(root());
-        return isWhole ? static_cast<int>(filter.count()) : 50;
-    });
-    fs::permissions(m_folder.path("closed"), fs::perms{0700});
-    EXPECT_EQ(seen, 3);
-}
-
-TEST_F(FolderWalkTest, PassesEverythingUnlessItIsOverridden)
-{
-    m_folder.write("sub/file", "");
-    TevoroTalkUtils::FileFilter filter;
-    EXPECT_TRUE(filter.run(root()));
-}
-
-TEST_F(FolderWalkTest, LeavesNoDescriptorOpen)
-{
-    m_folder.write("sub/deep/file", "");
-    std::ptrdiff_t const before = test::openDescriptors();
-    RecordingFilter filter(root(), "sub/deep/file");
-    filter.run(root());
-    EXPECT_EQ(test::openDescriptors(), before);
-}
-
 TEST_F(BusLocaleTest, IsInLowerCaseWithoutItsCodeset)
 {
     EXPECT_EQ(localeFor("de_AT.UTF-8"), "de_at");
@@ -404,4 +244,20 @@ TEST(BusTimerTest, CountsFrom1970BeforeItsStart)
     double const before = wallNow();
     EXPECT_GE(timer.stop(), before);
     EXPECT_GE(timer.now(), before);
+}
+
+TEST(SenderTest, IsTheHostAndTheProcess)
+{
+    EXPECT_EQ(std::string(TevoroTalkUtils::getSenderID().get()),
+        "localhost:mac" + std::to_string(::getpid()));
+}
+
+TEST(SenderTest, IsAnotherInAnotherProcess)
+{
+    std::string const ours = std::string(TevoroTalkUtils::getSenderID().get());
+    int const answer = test::askedAsOrdinaryUser([&] {
+        std::string const theirs = std::string(TevoroTalkUtils::getSenderID().get());
+        return theirs != ours && theirs == "localhost:mac" + std::to_string(::getpid()) ? 1 : 0;
+    });
+    EXPECT_EQ(answer, 1);
 }

@@ -1,5 +1,6 @@
 // Local ports on a system that lets nobody widen the buffers of sockets, as most do: this program
 // answers for the system when a buffer is set.
+
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
 #include "platform/common/LocalPort.h"

@@ -1,5 +1,6 @@
 // Local ports between real processes: what happens when one of them is killed, slow, or one of
 // many.
+
 #include "core/platform/support/PeerProcess.h"
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"

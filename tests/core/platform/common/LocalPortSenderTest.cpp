@@ -1,7 +1,6 @@
-#include "platform/common/LocalPort.h"
-
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
+#include "platform/common/LocalPort.h"
 
 #include <csignal>
 #include <thread>

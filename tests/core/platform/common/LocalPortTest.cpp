@@ -3,8 +3,10 @@
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
 
+#include <atomic>
 #include <set>
 #include <stdexcept>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -111,6 +113,30 @@ TEST_F(LocalPortTest, IsHeldByOneAtATime)
     EXPECT_TRUE(LocalPort::hold("p"));
 }
 
+TEST_F(LocalPortTest, IsHeldByOneAtATimeHoweverOftenItChangesHands)
+{
+    std::atomic<int> holders{0};
+    std::atomic<int> changes{0};
+    std::atomic<int> wrong{0};
+    auto const compete = [&] {
+        for (int i = 0; i < 3000; ++i) {
+            auto port = LocalPort::hold("p");
+            if (!port)
+                continue;
+            wrong += holders++;
+            changes++;
+            holders--;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back(compete);
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(changes, 100);
+}
+
 TEST_F(LocalPortTest, LeavesNoFileBehind)
 {
     held("p").reset();
@@ -145,7 +171,8 @@ TEST_F(LocalPortTest, FollowsNoLinkToItsLock)
 TEST_F(LocalPortTest, LeavesTheFilesOfALaterHolder)
 {
     auto first = held("p");
-    std::filesystem::remove_all(folder.path("ports"));
+    for (std::string const& name : files())
+        std::filesystem::remove(folder.path("ports/" + name));
     auto const second = held("p");
     first.reset();
     EXPECT_EQ(files().size(), 2U);

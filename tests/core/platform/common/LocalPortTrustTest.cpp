@@ -1,4 +1,5 @@
 // Who is kept out, and what is dropped: folders, processes of other users, packets.
+
 #include "core/platform/support/PeerProcess.h"
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
@@ -375,4 +376,16 @@ TEST_F(LocalPortTrustTest, IsNotHeldWithoutDescriptors)
     }
     EXPECT_TRUE(LocalPort::hold("p"));
     EXPECT_THAT(files(), IsEmpty());
+}
+
+// Lost, as the system leaves no way to ask for it later; but its eight bytes are not taken for a
+// text.
+TEST_F(LocalPortPacketTest, DropsAMemoryFileForWhichThereIsNoDescriptor)
+{
+    ASSERT_TRUE(sender.send("p", std::string(5000000, 'x'), kPatience));
+    {
+        NoMoreDescriptors const shortage;
+        EXPECT_THAT(received(*port), IsEmpty());
+    }
+    EXPECT_THAT(received(*port), IsEmpty());
 }

@@ -69,7 +69,8 @@ TEST(DictionaryReaderTest, GivesAnEmptyLineBetweenCarriageReturnAndLineFeed)
 
 TEST(DictionaryReaderTest, TellsWhatEndedALine)
 {
-    auto const reader = readerOf(utf16File(u"a\rb\u2029c"));
+    std::string const file = utf16File(u"a\rb\u2029c");
+    auto const reader = readerOf(file);
     reader->ReadALine();
     EXPECT_EQ(reader->GetLineEnd(), u'\r');
     reader->ReadALine();
@@ -113,12 +114,15 @@ TEST(DictionaryReaderTest, HasNoReaderForABlockOfLessThanTwoBytes)
 
 TEST(DictionaryReaderTest, GrowsItsLineByHalfAsOftenAsItTakes)
 {
-    auto const short_ = readerOf(utf16File(std::u16string(255, u'x')));
-    short_->ReadALine();
-    EXPECT_EQ(short_->GetLineCapacity(), 256u);
-    auto const longer = readerOf(utf16File(std::u16string(300, u'x')));
-    longer->ReadALine();
-    EXPECT_EQ(longer->GetLineCapacity(), 384u);
+    auto const capacityFor = [](std::size_t length) {
+        std::string const file = utf16File(std::u16string(length, u'x'));
+        auto const reader = readerOf(file);
+        reader->ReadALine();
+        return reader->GetLineCapacity();
+    };
+    EXPECT_EQ(capacityFor(255), 256u);
+    EXPECT_EQ(capacityFor(300), 384u);
+    EXPECT_EQ(capacityFor(600), 864u);
 }
 
 TEST(DictionaryReaderTest, ReadsLinesThatAreLongerThanAPieceOfTheStream)
