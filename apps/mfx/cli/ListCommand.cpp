@@ -1,5 +1,6 @@
-#include "mfx/cli/Commands.h"
 #include "commandline/JsonLine.h"
+#include "mfx/cli/Commands.h"
+#include "mfx/cli/Reporting.h"
 #include "mfx/cli/SourceArgument.h"
 #include "mfx/engine/CaptureDate.h"
 #include "mfx/engine/ItemGroups.h"

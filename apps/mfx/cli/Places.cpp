@@ -1,8 +1,8 @@
 #include "mfx/cli/Places.h"
 
 #include "commandline/ExitCode.h"
-#include "mfx/engine/GroupStager.h"
 #include "commandline/NameText.h"
+#include "mfx/engine/GroupStager.h"
 #include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
 

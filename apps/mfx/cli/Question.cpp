@@ -1,7 +1,7 @@
 #include "mfx/cli/Question.h"
 
-#include "mfx/cli/Reporting.h"
 #include "commandline/NameText.h"
+#include "mfx/cli/Reporting.h"
 #include "platform/common/ProgramEnvironment.h"
 
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "mfx/cli/TextEvents.h"
 
-#include "mfx/cli/Reporting.h"
 #include "commandline/NameText.h"
+#include "mfx/cli/Reporting.h"
 #include "mfx/engine/SpaceCheck.h"
 #include "platform/common/ProgramEnvironment.h"
 
