@@ -25,7 +25,6 @@ constexpr unsigned long kDefaultWait = 60; // seconds
 struct Answers {
     bool hasResult = false;
     bool hasFailed = false;
-    bool isProcessed = false;
 };
 
 // Takes the answers of one type to one message.
@@ -53,7 +52,6 @@ public:
                     : "the target answers with an error: " + std::string(message.body.view()));
         m_answers.hasResult |= reason == kResult;
         m_answers.hasFailed |= isError;
-        m_answers.isProcessed |= m_type == "Processed";
         return 0;
     }
     const char* getMsgType() const override { return m_type.c_str(); }
@@ -123,7 +121,7 @@ void fill(TevoroTalk::Message& message, const CommandLine& line)
 void awaitAnswers(
     TevoroTalk& instance, const TevoroTalk::Message& message, bool json, Answers& answers)
 {
-    for (const char* type : {"Received", "Result", "Error", "Timeout", "Processed"})
+    for (const char* type : {"Received", "Result", "Error", "Timeout"})
         delete instance.changeHandler(new AnswerHandler(type, message.serialNumber, json, answers));
 }
 

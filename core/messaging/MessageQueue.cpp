@@ -4,7 +4,9 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "platform/common/Waiting.h"
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace ScObjects::TevoroTalkData {
 
@@ -23,6 +25,17 @@ bool matches(Message const& message, std::uint32_t number)
         || message.result == number || message.error == number;
 }
 
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+
+// Times and timeouts of messages are whatever their senders wrote.
+std::int64_t deadlineOf(Message const& message)
+{
+    if (message.timeout <= 0 || message.timestamp <= 0
+        || message.timestamp > kNever - message.timeout)
+        return kNever;
+    return message.timestamp + message.timeout;
+}
+
 void forward(Message const& message, SoString const& root, char const* label)
 {
     if (!root.isEmpty() && message.type != kDebug)
@@ -33,9 +46,7 @@ void forward(Message const& message, SoString const& root, char const* label)
 
 bool hasTimedOut(Message const& message, std::int64_t now)
 {
-    if (message.timeout > 0 && message.timestamp > 0)
-        return now >= message.timestamp + message.timeout;
-    return message.timeout == 0 && isWatcher(message);
+    return message.timeout == 0 ? isWatcher(message) : now >= deadlineOf(message);
 }
 
 bool notifySender(Message const& message, SoString const& word, SoString const& diagnosticsRoot)
@@ -173,17 +184,16 @@ void MessageQueue::removeExpiredMessages()
     {
         ObjectLock const lock(*this);
         // All deadlines lie at or behind the noted one.
-        if (m_nearestDeadline == 0 || now < m_nearestDeadline)
+        if (now < m_nearestDeadline)
             return;
         root = m_diagnosticsRoot;
-        std::int64_t nearest = 0;
+        std::int64_t nearest = kNever;
         for (long i = m_messages.length() - 1; i >= 0; --i) {
             Message const& message = *m_messages[i];
-            std::int64_t const deadline = message.timestamp + message.timeout;
             if (hasTimedOut(message, now))
                 takeOut(i, expired);
-            else if (nearest == 0 || deadline < nearest)
-                nearest = deadline;
+            else
+                nearest = std::min(nearest, deadlineOf(message));
         }
         arm(nearest);
         showState();
@@ -232,9 +242,8 @@ void MessageQueue::added(Message const& message)
 {
     if (isWatcher(message))
         ++m_watchers;
-    std::int64_t const deadline = message.timestamp + message.timeout;
-    if (m_nearestDeadline == 0 || deadline < m_nearestDeadline)
-        arm(deadline);
+    if (deadlineOf(message) < m_nearestDeadline)
+        arm(deadlineOf(message));
     showState();
 }
 
@@ -262,13 +271,12 @@ void MessageQueue::takeOut(long index, Messages& taken)
     taken.append(m_messages.removeAt(index));
 }
 
-// 0 when nothing runs out.
 void MessageQueue::arm(std::int64_t deadline)
 {
     m_nearestDeadline = deadline;
     if (m_timer == nullptr)
         return;
-    if (deadline == 0)
+    if (deadline == kNever)
         m_timer->clear();
     else
         m_timer->set(deadline);

@@ -12,6 +12,8 @@
 #include "messaging/Message.h"
 #include "messaging/SoVector.h"
 
+#include <limits>
+
 namespace Pt {
 class WaitableFlag;
 class WallTimer;
@@ -70,7 +72,8 @@ private:
     Messages m_messages;
     SoString m_diagnosticsRoot;
     long m_watchers = 0;
-    std::int64_t m_nearestDeadline = 0; // at or before the nearest; 0 when nothing runs out
+    // At or before the nearest; the largest number when nothing runs out.
+    std::int64_t m_nearestDeadline = std::numeric_limits<std::int64_t>::max();
     Pt::WaitableFlag* m_flag = nullptr;
     Pt::WallTimer* m_timer = nullptr;
     bool m_isFlagUp = false;

@@ -20,6 +20,9 @@ using Message = TevoroTalk::Message;
 // short lines costs neither memory nor time beyond its own size.
 constexpr int kMostHeaders = 4096;
 
+// A later time counts as this one, so that deadlines, times plus time-outs, stay numbers.
+constexpr unsigned long long kLatestTime = 1ULL << 53U;
+
 constexpr char const* kMessageTags[] = {QK_SENDER,
     QK_SENDER_ID,
     QK_TARGET,
@@ -227,7 +230,7 @@ private:
         else if (name == QK_TIMEOUT)
             m_message.timeout = static_cast<std::int32_t>(number32(value));
         else if (name == QK_TIMESTAMP)
-            m_message.timestamp = static_cast<std::int64_t>(numberOf(value));
+            m_message.timestamp = static_cast<std::int64_t>(std::min(numberOf(value), kLatestTime));
         else
             return false;
         return true;

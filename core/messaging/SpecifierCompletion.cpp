@@ -4,6 +4,7 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "registry/TevoroTalkConnector.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -20,8 +21,12 @@ constexpr double kBeyondVersions = 99.0;
 // As atof reads it, but with a point in every locale.
 double numberOf(SoString const& version)
 {
+    std::string_view text = version.view();
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    if (text.starts_with('+') && !text.starts_with("+-"))
+        text.remove_prefix(1);
     double number = 0.0;
-    std::from_chars(version.get(), version.get() + version.length(), number);
+    std::from_chars(text.data(), text.data() + text.size(), number);
     return number;
 }
 
@@ -229,7 +234,8 @@ bool TevoroTalkData::findVersion(SoString const& appName, SoString& locale, SoSt
 void TevoroTalk::Specifier::fixUp(bool usePreferred)
 {
     SoString::operator=(lowercase());
-    if (TevoroTalkConnector::get() != nullptr) // else nothing is registered or preferred
+    // Without a connector nothing is registered or preferred.
+    if (!isEmpty() && TevoroTalkConnector::get() != nullptr)
         Completion(*this).run(usePreferred);
 }
 

@@ -41,7 +41,9 @@ public:
     // place. May throw: the text counts as taken, and receive() passes the exception on.
     using Taker = std::function<void(char* text, std::size_t size)>;
 
-    // Gives all texts that are there to `take`, without waiting. The number given.
+    // Gives all texts that are there to `take`, without waiting. The number given. While the
+    // process has no descriptors left, new senders wait, and a text too long for a packet is lost.
+    // Not to be called by `take`.
     std::size_t receive(Taker const& take);
 
     // Readable (poll, epoll, select) while receive() has something to do, which may be no more than

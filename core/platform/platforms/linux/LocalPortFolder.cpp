@@ -43,6 +43,14 @@ std::string withoutEmptyNamesAtEnd(std::string path)
     return path;
 }
 
+// Passes, and says nothing about the folder.
+bool isShortage(std::error_code const& error)
+{
+    return error == std::errc::too_many_files_open
+        || error == std::errc::too_many_files_open_in_system
+        || error == std::errc::not_enough_memory;
+}
+
 // Empty when the folder can be trusted.
 std::string whyRefused(int folder)
 {
@@ -84,7 +92,7 @@ std::optional<LocalPortFolder> LocalPortFolder::open(std::error_code& error)
     Descriptor folder = Descriptor::open(path, O_PATH | O_NOFOLLOW);
     if (!folder.isOpen()) {
         error = lastError();
-        if (error != std::errc::no_such_file_or_directory)
+        if (error != std::errc::no_such_file_or_directory && !isShortage(error))
             tellRefusal(path, error.message());
         return std::nullopt;
     }

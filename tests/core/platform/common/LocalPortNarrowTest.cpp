@@ -47,6 +47,8 @@ constexpr std::size_t kKilobyte = 1024;
 class LocalPortNarrowTest : public test::PortFixture,
                             public testing::WithParamInterface<std::size_t> {
 protected:
+    LocalPortNarrowTest() { g_answered = 0; }
+
     LocalPortSender sender;
 };
 
@@ -57,7 +59,6 @@ TEST_P(LocalPortNarrowTest, DeliversATextWholeByPacketOrByMemoryFile)
     std::string const text = test::numberedText(1, GetParam());
     ASSERT_TRUE(sender.send("p", text, kPatience));
     EXPECT_EQ(g_answered, 1);
-    g_answered = 0;
     Texts const texts = received(*port);
     ASSERT_EQ(texts.size(), 1U);
     EXPECT_TRUE(texts[0] == text);
@@ -85,7 +86,6 @@ TEST_F(LocalPortNarrowTest, KeepsTheOrderOfPacketsAndMemoryFiles)
         ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
     }
     EXPECT_TRUE(received(*port) == sent);
-    g_answered = 0;
 }
 
 TEST_F(LocalPortNarrowTest, WaitsNoLongerThanToldWithAMemoryFile)
@@ -97,7 +97,6 @@ TEST_F(LocalPortNarrowTest, WaitsNoLongerThanToldWithAMemoryFile)
     EXPECT_FALSE(sender.send("p", std::string(600 * kKilobyte, 'x'), kShort));
     EXPECT_GE(std::chrono::steady_clock::now() - start, kShort);
     EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience / 2);
-    g_answered = 0;
 }
 
 } // namespace

@@ -317,6 +317,9 @@ class NoMoreDescriptors {
 public:
     NoMoreDescriptors()
     {
+        // The sanitizers look at each class of object once, by way of a pipe: at those of errors
+        // they must have looked before.
+        Pt::isLocalPortFree("nobody's");
         ::getrlimit(RLIMIT_NOFILE, &m_before);
         rlimit tight = m_before;
         int const next = ::dup(STDIN_FILENO);
@@ -370,10 +373,13 @@ TEST_F(LocalPortTrustTest, LetsNewcomersInWithTheNextCallAfterAShortage)
 TEST_F(LocalPortTrustTest, IsNotHeldWithoutDescriptors)
 {
     held("p").reset();
+    testing::internal::CaptureStderr();
     {
         NoMoreDescriptors const shortage;
         EXPECT_FALSE(LocalPort::hold("p"));
     }
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(), IsEmpty()); // nothing is wrong with the folder
     EXPECT_TRUE(LocalPort::hold("p"));
     EXPECT_THAT(files(), IsEmpty());
 }

@@ -82,6 +82,12 @@ public:
         endInput();
         return wait();
     }
+    // Ends it as ^C does; its exit status.
+    int interrupt()
+    {
+        ::kill(m_process, SIGINT);
+        return wait();
+    }
     void kill()
     {
         ::kill(m_process, SIGKILL);
@@ -89,13 +95,17 @@ public:
     }
 
     // All of standard error, once it has ended.
-    std::string errors()
+    std::string errors() { return all(m_errors); }
+    std::string errorLine()
     {
         std::string text;
-        for (char byte = 0; readByte(m_errors, byte);)
+        for (char byte = 0; readByte(m_errors, byte) && byte != '\n';)
             text += byte;
         return text;
     }
+
+    // All that it says from here to its end.
+    std::string rest() { return all(m_output); }
 
 private:
     [[noreturn]] static void become(
@@ -110,6 +120,14 @@ private:
         pointers.push_back(nullptr);
         ::execv(pointers[0], pointers.data());
         ::_exit(127);
+    }
+
+    static std::string all(int from)
+    {
+        std::string text;
+        for (char byte = 0; readByte(from, byte);)
+            text += byte;
+        return text;
     }
 
     static bool readByte(int from, char& byte)

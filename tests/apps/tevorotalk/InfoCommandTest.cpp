@@ -1,0 +1,43 @@
+#include "apps/tevorotalk/BusFixture.h"
+
+namespace test {
+namespace {
+
+using testing::HasSubstr;
+
+using InfoCommandTest = BusFixture;
+
+TEST_F(InfoCommandTest, PrintsTheReport)
+{
+    listen("echo-1.0");
+    CommandResult const result = run({"info", "echo-1.0"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(result.out, HasSubstr("TevoroTalk Diagnostics\n----------------------\n"));
+    EXPECT_THAT(result.out, HasSubstr("\n\tInfo: \n\t\tName = echo-1.0\n\t\tStatus = "));
+    EXPECT_THAT(result.out, HasSubstr("\n\tThread: echo-1.0#thread\n"));
+    EXPECT_THAT(result.out, HasSubstr("\n\t\techo-1.0: (main)\n"));
+}
+
+TEST_F(InfoCommandTest, PrintsTheTreeAsObjects)
+{
+    listen("echo-1.0");
+    std::vector<Json> const lines = run({"info", "echo-1.0", "--json"}).objects();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines[0]["path"], "/echo-1.0");
+    EXPECT_EQ(lines[0]["label"], "echo-1.0");
+    EXPECT_EQ(lines[0]["children"], true);
+    EXPECT_EQ(lines[1],
+        Json(
+            {{"path", "/echo-1.0/context"}, {"label", "Info"}, {"value", ""}, {"children", true}}));
+}
+
+TEST_F(InfoCommandTest, EndsWithThreeForATargetThatIsNotThere)
+{
+    CommandResult const result = run({"info", "nobody-1.0"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, HasSubstr("nobody-1.0"));
+    EXPECT_EQ(result.code, 3);
+}
+
+} // namespace
+} // namespace test

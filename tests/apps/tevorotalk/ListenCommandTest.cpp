@@ -1,0 +1,108 @@
+#include "apps/tevorotalk/BusFixture.h"
+
+namespace test {
+namespace {
+
+using testing::HasSubstr;
+
+using ListenCommandTest = BusFixture;
+
+TEST_F(ListenCommandTest, SaysUnderWhichNameItListens)
+{
+    listen("Echo-1.0");
+    EXPECT_EQ(greeting(), "tevorotalk: listening as echo-1.0");
+}
+
+TEST_F(ListenCommandTest, PrintsAMessageAsALine)
+{
+    PeerProcess& echo = listen("echo-1.0");
+    run({"send", "echo-1.0", "1+1;", "--as", "asker-1.0"});
+    EXPECT_EQ(echo.line(), "asker-1.0 Quillscriber #1: 1+1;");
+}
+
+TEST_F(ListenCommandTest, PrintsAMessageAsAnObjectWithAllItsFields)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--json"});
+    run({"send", "echo-1.0", "1+1;", "--as", "asker-1.0", "--request", "Result"});
+    Json message = Json::parse(echo.line());
+    EXPECT_TRUE(message["headers"].erase("Sender-ID"));
+    EXPECT_EQ(message,
+        Json({{"target", "echo-1.0"},
+            {"sender", "asker-1.0"},
+            {"type", "Quillscriber"},
+            {"reason", 1},
+            {"serial", 1},
+            {"timeout", 600},
+            {"request", "Result Processed"},
+            {"headers", Json::object()},
+            {"body", "1+1;"}}));
+}
+
+TEST_F(ListenCommandTest, KeepsTerminalAndJsonSafeFromBytesOfAnyKind)
+{
+    PeerProcess& text = listen("text-1.0");
+    PeerProcess& objects = listen("objects-1.0", {"--json"});
+    run({"send", "text-1.0", "a\x1B[2Jb\xFF", "--as", "asker-1.0"});
+    run({"send", "objects-1.0", "a\xFF", "--as", "asker-1.0"});
+    EXPECT_EQ(text.line(), "asker-1.0 Quillscriber #1: a%1B[2Jb%FF");
+    EXPECT_EQ(Json::parse(objects.line())["body"], "a%FF");
+}
+
+TEST_F(ListenCommandTest, EndsAfterSoManyMessages)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--count", "2"});
+    run({"send", "echo-1.0", "one"});
+    run({"send", "echo-1.0", "two"});
+    EXPECT_EQ(echo.finish(), 0);
+}
+
+TEST_F(ListenCommandTest, EndsAfterSoManySeconds)
+{
+    EXPECT_EQ(run({"listen", "echo-1.0", "--seconds", "0"}).code, 0);
+    EXPECT_EQ(run({"listen", "echo-1.0", "--seconds", "1", "--count", "1"}).code, 1);
+}
+
+TEST_F(ListenCommandTest, EndsWhenItIsInterruptedAndFreesItsNames)
+{
+    PeerProcess& echo = listen("echo-1.0");
+    EXPECT_EQ(echo.interrupt(), 130);
+    EXPECT_EQ(run({"ports"}).out, "");
+}
+
+TEST_F(ListenCommandTest, TakesOnlyTheTypesThatItIsTold)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--type", "Picture", "--type", "Film", "--count", "2"});
+    for (char const* type : {"Quillscriber", "Picture", "Sound", "Film"})
+        run({"send", "echo-1.0", type, "--type", type});
+    EXPECT_THAT(echo.line(), HasSubstr("Picture"));
+    EXPECT_THAT(echo.line(), HasSubstr("Film"));
+    EXPECT_EQ(echo.finish(), 0);
+}
+
+TEST_F(ListenCommandTest, KeepsTheOrderOfASender)
+{
+    PeerProcess& echo = listen("echo-1.0");
+    for (int i = 0; i < 20; ++i)
+        run({"send", "echo-1.0", std::to_string(i), "--as", "asker-1.0"});
+    for (int i = 0; i < 20; ++i)
+        EXPECT_EQ(echo.line(), "asker-1.0 Quillscriber #1: " + std::to_string(i));
+}
+
+TEST_F(ListenCommandTest, RefusesANameThatIsNone)
+{
+    EXPECT_EQ(run({"listen", ""}).code, 2);
+    EXPECT_EQ(run({"listen", std::string(300, 'a')}).code, 2);
+}
+
+TEST_F(ListenCommandTest, SaysWhichFolderOfPortsItCannotUse)
+{
+    std::filesystem::create_directory(folder.path("open"));
+    std::filesystem::permissions(folder.path("open"), std::filesystem::perms::all);
+    environment.set("TEVOROTALK_PORT_DIR", folder.path("open"));
+    CommandResult const result = run({"listen", "echo-1.0"});
+    EXPECT_EQ(result.code, 5);
+    EXPECT_THAT(result.err, HasSubstr(folder.path("open")));
+}
+
+} // namespace
+} // namespace test

@@ -1,0 +1,61 @@
+#include "apps/tevorotalk/BusFixture.h"
+
+namespace test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+using PortsCommandTest = BusFixture;
+
+TEST_F(PortsCommandTest, ListsTheNamesAndTheirProcesses)
+{
+    PeerProcess const& echo = listen("echo-1.0");
+    std::string const id = "\t" + std::to_string(echo.id()) + "\n";
+
+    CommandResult const result = run({"ports"});
+    EXPECT_EQ(result.out, "echo-1.0" + id + "echo-1.0#ping" + id + "echo-1.0#thread" + id);
+    EXPECT_EQ(result.code, 0);
+}
+
+TEST_F(PortsCommandTest, ListsThemAsObjects)
+{
+    PeerProcess const& echo = listen("echo-1.0");
+    std::vector<Json> const ports = run({"ports", "--json"}).objects();
+    ASSERT_EQ(ports.size(), 3u);
+    EXPECT_EQ(ports[0]["name"], "echo-1.0");
+    EXPECT_EQ(ports[0]["process"], echo.id());
+}
+
+TEST_F(PortsCommandTest, ListsNothingOnAnEmptyBus)
+{
+    CommandResult const result = run({"ports"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.code, 0);
+}
+
+TEST_F(PortsCommandTest, LeavesOutTheNamesOfAKilledProcess)
+{
+    listen("echo-1.0").kill();
+    EXPECT_EQ(run({"ports"}).out, "");
+}
+
+TEST_F(PortsCommandTest, NumbersASecondApplicationOfTheSameName)
+{
+    listen("echo-1.0");
+    listen("echo-1.0");
+    EXPECT_EQ(greeting(), "tevorotalk: listening as echo_1-1.0");
+    EXPECT_THAT(run({"ports"}).out, HasSubstr("echo_1-1.0\t"));
+}
+
+TEST_F(PortsCommandTest, RefusesATenthApplicationOfTheSameName)
+{
+    for (int i = 0; i < 9; ++i)
+        listen("echo-1.0");
+    CommandResult const result = run({"listen", "echo-1.0"});
+    EXPECT_EQ(result.code, 5);
+    EXPECT_THAT(result.err, HasSubstr("echo-1.0"));
+}
+
+} // namespace
+} // namespace test

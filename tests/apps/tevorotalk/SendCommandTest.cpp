@@ -1,0 +1,145 @@
+#include "apps/tevorotalk/BusFixture.h"
+
+namespace test {
+namespace {
+
+using testing::HasSubstr;
+
+using SendCommandTest = BusFixture;
+
+TEST_F(SendCommandTest, PrintsTheResult)
+{
+    listen("echo-1.0", {"--reply", "hello"});
+    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    EXPECT_EQ(result.out, "hello\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.code, 0);
+}
+
+TEST_F(SendCommandTest, PrintsAResultThatWasRequestedWithoutAWait)
+{
+    listen("echo-1.0", {"--reply", "hello"});
+    EXPECT_EQ(run({"send", "echo-1.0", "1+1;", "--request", "Result"}).out, "hello\n");
+}
+
+TEST_F(SendCommandTest, PrintsAnEmptyResultAsAnEmptyLine)
+{
+    listen("echo-1.0");
+    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    EXPECT_EQ(result.out, "\n");
+    EXPECT_EQ(result.code, 0);
+}
+
+TEST_F(SendCommandTest, PrintsNothingForAMessageThatAsksForNothing)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--reply", "hello"});
+    CommandResult const result = run({"send", "echo-1.0", "1+1;"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(echo.line(), HasSubstr("1+1;"));
+}
+
+TEST_F(SendCommandTest, EndsWithThreeForATargetThatIsNotThere)
+{
+    CommandResult const result = run({"send", "nobody-1.0", "1+1;"});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_THAT(result.err, HasSubstr("nobody-1.0"));
+}
+
+TEST_F(SendCommandTest, EndsWithThreeForATargetThatCannotBeStarted)
+{
+    CommandResult const result = run({"send", "nobody-1.0", "1+1;", "--launch", "--wait", "5"});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_THAT(result.err, HasSubstr("cannot be started"));
+}
+
+TEST_F(SendCommandTest, EndsWithOneForAnErrorAnswer)
+{
+    listen("echo-1.0", {"--error", "7", "--reply", "no such picture"});
+    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("no such picture"));
+}
+
+TEST_F(SendCommandTest, EndsWithOneWhenNoAnswerCame)
+{
+    PeerProcess const& echo = listen("echo-1.0");
+    ::kill(echo.id(), SIGSTOP);
+    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "1"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("no answer"));
+}
+
+TEST_F(SendCommandTest, ReadsTheBodyFromStandardInput)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--json"});
+    EXPECT_EQ(run({"send", "echo-1.0", "-"}, "line one\nline two").code, 0);
+    EXPECT_EQ(Json::parse(echo.line())["body"], "line one\nline two\n");
+}
+
+TEST_F(SendCommandTest, SendsTypeHeadersAndRequest)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--json", "--type", "Picture"});
+    EXPECT_EQ(run({"send",
+                      "echo-1.0",
+                      "x",
+                      "--type",
+                      "Picture",
+                      "--header",
+                      "Album=a=b",
+                      "--header",
+                      "Timeout=mine",
+                      "--request",
+                      "Received Timeout"})
+                  .code,
+        0);
+    Json const message = Json::parse(echo.line());
+    EXPECT_EQ(message["type"], "Picture");
+    EXPECT_EQ(message["headers"]["Album"], "a=b");
+    EXPECT_EQ(message["headers"]["Timeout"], "mine");
+    EXPECT_EQ(message["request"], "Received Timeout Processed");
+}
+
+TEST_F(SendCommandTest, HoldsTheNameThatItSendsUnder)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--json", "--reply", "hello"});
+    EXPECT_EQ(run({"send", "echo-1.0", "x", "--as", "asker-2.0", "--wait", "20"}).out, "hello\n");
+    EXPECT_EQ(Json::parse(echo.line())["sender"], "asker-2.0");
+}
+
+TEST_F(SendCommandTest, PrintsTheAnswersAsObjects)
+{
+    listen("echo-1.0", {"--reply", "hello"});
+    std::vector<Json> const answers =
+        run({"send", "echo-1.0", "x", "--request", "Received", "--wait", "20", "--json"}).objects();
+    ASSERT_EQ(answers.size(), 2u);
+    EXPECT_EQ(answers[0]["type"], "Received");
+    EXPECT_EQ(answers[0]["reason"], 2);
+    EXPECT_EQ(answers[1]["type"], "Result");
+    EXPECT_EQ(answers[1]["reason"], 3);
+    EXPECT_EQ(answers[1]["body"], "hello");
+    EXPECT_EQ(answers[1]["serial"], answers[0]["serial"]);
+}
+
+TEST_F(SendCommandTest, RefusesAMessageThatWouldNotGoOut)
+{
+    listen("echo-1.0");
+    EXPECT_EQ(run({"send", "echo-1.0", ""}).code, 2);
+    EXPECT_EQ(run({"send", "", "x"}).code, 2);
+    EXPECT_EQ(run({"send", "echo-1.0", "x", "--header", "NoValue"}).code, 2);
+    EXPECT_EQ(run({"send", "echo-1.0", "x", "--header", "a:b=c"}).code, 2);
+}
+
+TEST_F(SendCommandTest, RejectsAMessageWithTheDigestOfAnother)
+{
+    listen("echo-1.0", {"--reply", "hello"});
+    environment.set("HOME", folder.path("other"));
+    std::filesystem::create_directory(folder.path("other"));
+    // The answer carries the digest of the other side, and is rejected likewise.
+    CommandResult const result = run({"send", "echo-1.0", "x", "--wait", "2"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.code, 1);
+}
+
+} // namespace
+} // namespace test

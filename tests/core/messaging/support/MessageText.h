@@ -1,0 +1,58 @@
+#pragma once
+
+#include "messaging/Message.h"
+
+#include <string>
+#include <string_view>
+
+namespace test {
+
+// What a message holds, as words NAME=VALUE with a blank between: those fields that are not empty,
+// 0 or the invalid number, then the custom headers in their order, then the body.
+inline std::string described(ScObjects::TevoroTalk::Message const& message)
+{
+    std::string text;
+    auto const field = [&text](std::string_view name, std::string_view value) {
+        if (!value.empty())
+            text.append(text.empty() ? "" : " ").append(name).append("=").append(value);
+    };
+    auto const number = [&field](std::string_view name, long long value, long long none) {
+        if (value != none)
+            field(name, std::to_string(value));
+    };
+    constexpr long long kInvalid = ScObjects::QK_INVALID_MESSAGE_NUMBER;
+    field("version", message.version.view());
+    field("target", message.target.view());
+    field("sender", message.sender.view());
+    number("timeout", message.timeout, 0);
+    field("type", message.type.view());
+    field("request", message.responseRequest.view());
+    number("timestamp", message.timestamp, 0);
+    number("serial", message.serialNumber, 0);
+    number("received", message.received, kInvalid);
+    number("result", message.result, kInvalid);
+    number("error", message.error, kInvalid);
+    for (auto const* header = message.headers; header != nullptr; header = header->next)
+        field(header->name.get(), header->value.view().empty() ? "(empty)" : header->value.view());
+    field("body", message.body.view());
+    return text;
+}
+
+// The text of that line, or nothing; and the text without it.
+inline std::string lineOf(std::string const& text, std::string const& name)
+{
+    std::string const start = "\n" + name + ":";
+    std::string const all = "\n" + text;
+    std::size_t const at = all.find(start);
+    return at == std::string::npos ? "" : all.substr(at + 1, all.find('\n', at + 1) - at - 1);
+}
+
+inline std::string without(std::string text, std::string const& name)
+{
+    std::string const line = lineOf(text, name);
+    if (!line.empty())
+        text.erase(("\n" + text).find("\n" + line), line.size() + 1);
+    return text;
+}
+
+} // namespace test

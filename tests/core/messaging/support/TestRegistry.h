@@ -1,0 +1,142 @@
+#pragma once
+
+#include "registry/TevoroTalkConnector.h"
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace test {
+
+// A connector whose applications a test writes down. Owned by the bus once it was set.
+class TestRegistry final : public ScObjects::TevoroTalkConnector {
+public:
+    using SoString = ScObjects::SoString;
+    using ScObjects::TevoroTalkConnector::registerApplication;
+    using ScObjects::TevoroTalkConnector::unregisterApplication;
+
+    struct Group {
+        std::string name;
+        std::string version;
+    };
+
+    explicit TestRegistry(SoString const& appName = "self-1.0")
+        : TevoroTalkConnector(appName)
+        , self(appName.get())
+    {
+    }
+
+    // Makes one the connector of this process.
+    static TestRegistry& install(std::vector<std::string> specifiers = {})
+    {
+        auto* const registry = new TestRegistry;
+        registry->specifiers = std::move(specifiers);
+        set(registry);
+        return *registry;
+    }
+
+    int getNumberOfRegisteredApplications() const override
+    {
+        return static_cast<int>(specifiers.size());
+    }
+    SoString getApplicationSpecifier(int index) const override
+    {
+        if (index == -1)
+            return self.c_str();
+        auto const place = static_cast<std::size_t>(index);
+        return place < specifiers.size() ? SoString(specifiers[place].c_str()) : SoString();
+    }
+    SoString findGroupForSpecifier(Specifier const& specifier, SoString* version) override
+    {
+        auto const found = groups.find(specifier.get());
+        if (found == groups.end())
+            return {};
+        if (version != nullptr)
+            *version = found->second.version.c_str();
+        return found->second.name.c_str();
+    }
+    SoString findPreferredApp(
+        SoString const& from, SoString const& target, SoString const& group) override
+    {
+        auto const found =
+            preferences.find(std::string(from.get()) + " " + target.get() + " " + group.get());
+        return found != preferences.end() ? SoString(found->second.c_str()) : SoString();
+    }
+    SoString getApplicationPath(SoString const& specifier, char const*) const override
+    {
+        auto const found = paths.find(specifier.get());
+        return found != paths.end() ? SoString(found->second.c_str()) : SoString();
+    }
+    bool getMessageAuthentication(SoString const& specifier) const override
+    {
+        return specifier != self.c_str() || authenticates;
+    }
+    bool getMessageDigest(SoString const& specifier) const override
+    {
+        return specifier != self.c_str() || digests;
+    }
+    std::uint32_t getProcessID(SoString const& specifier) override
+    {
+        auto const found = processes.find(specifier.get());
+        return found != processes.end() ? found->second : 0;
+    }
+
+    // Changes are written down in `calls`, and answered with `answer`.
+    bool registerApplication(Specifier const& specifier,
+        SoString const& path,
+        SoString const* displayName,
+        bool first,
+        bool second) override
+    {
+        return note("register",
+            {specifier, path, orNull(displayName), first ? "1" : "0", second ? "1" : "0"});
+    }
+    bool unregisterApplication(Specifier const& specifier, SoString const* displayName) override
+    {
+        return note("unregister", {specifier, orNull(displayName)});
+    }
+    bool addToGroup(
+        Specifier const& specifier, SoString const& group, SoString const* version) override
+    {
+        return note("add", {specifier, group, orNull(version)});
+    }
+    bool removeFromGroup(
+        Specifier const& specifier, SoString const& group, SoString const* version) override
+    {
+        return note("remove", {specifier, group, orNull(version)});
+    }
+
+    SoString getName() const override { return "test"; }
+    bool initLists(ScObjects::QKConnectorAppInfoList&, ScObjects::SoVector<SoString>&) override
+    {
+        return true;
+    }
+    bool registerApplication(ScObjects::QKConnectorAppInfo&) override { return answer; }
+    bool unregisterApplication(ScObjects::QKConnectorAppInfo const&) override { return answer; }
+
+    std::string self;
+    std::vector<std::string> specifiers;
+    std::map<std::string, Group> groups; // by specifier
+    std::map<std::string, std::string> preferences; // by "FROM TARGET GROUP"
+    std::map<std::string, std::string> paths;
+    std::map<std::string, std::uint32_t> processes;
+    bool authenticates = true;
+    bool digests = true;
+    bool answer = true;
+    std::vector<std::string> calls;
+
+private:
+    static SoString orNull(SoString const* text) { return text != nullptr ? *text : "(null)"; }
+
+    bool note(char const* what, std::vector<SoString> const& arguments)
+    {
+        std::string call = what;
+        for (SoString const& argument : arguments)
+            call.append(" ").append(argument.get());
+        calls.push_back(call);
+        return answer;
+    }
+};
+
+} // namespace test
