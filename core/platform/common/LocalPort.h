@@ -70,6 +70,11 @@ public:
     // when nobody holds the name, after `patience` when the holder does not make room; and for an
     // empty or too long text.
     bool send(std::string_view name, std::string_view text, std::chrono::milliseconds patience);
+    // The same of a text that lies in two pieces.
+    bool send(std::string_view name,
+        std::string_view head,
+        std::string_view rest,
+        std::chrono::milliseconds patience);
 
 private:
     struct State;

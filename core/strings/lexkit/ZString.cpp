@@ -45,8 +45,8 @@ ZString::ZString(long number)
 {
 }
 
-ZString::ZString(lexkit_private::UnicodeRun const& run)
-    : m_text(new lexkit_private::ZString(run))
+ZString::ZString(lexkit_private::UnicodeRun&& run)
+    : m_text(new lexkit_private::ZString(std::move(run)))
 {
 }
 

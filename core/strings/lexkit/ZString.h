@@ -97,7 +97,7 @@ public:
 private:
     friend class Dictionary;
 
-    explicit ZString(lexkit_private::UnicodeRun const& run);
+    explicit ZString(lexkit_private::UnicodeRun&& run);
 
     lexkit_private::ZString* m_text;
 };

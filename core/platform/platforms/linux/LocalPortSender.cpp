@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <unordered_map>
 
@@ -60,18 +61,29 @@ Delivery sendMessageBefore(SteadyTime deadline, int socket, msghdr const& messag
     return result;
 }
 
-Delivery sendPacket(int socket, std::string_view text, SteadyTime deadline)
+// One text, in the pieces that its sender has it in.
+struct Text {
+    std::string_view head;
+    std::string_view rest;
+
+    std::size_t size() const { return head.size() + rest.size(); }
+};
+
+Delivery sendPacket(int socket, Text const& text, SteadyTime deadline)
 {
-    iovec part = {const_cast<char*>(text.data()), text.size()}; // only read
+    auto const pieceOf = [](std::string_view piece) {
+        return iovec{const_cast<char*>(piece.data()), piece.size()}; // only read
+    };
+    std::array<iovec, 2> pieces = {pieceOf(text.head), pieceOf(text.rest)};
     msghdr message = {};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
+    message.msg_iov = pieces.data();
+    message.msg_iovlen = pieces.size();
     return sendMessageBefore(deadline, socket, message);
 }
 
-Delivery sendMemoryText(int socket, std::string_view text, SteadyTime deadline)
+Delivery sendMemoryText(int socket, Text const& text, SteadyTime deadline)
 {
-    Descriptor const file = makeMemoryText(text);
+    Descriptor const file = makeMemoryText(text.head, text.rest);
     if (!file.isOpen())
         return Delivery::kFailed;
     std::uint64_t size = text.size();
@@ -91,7 +103,7 @@ Delivery sendMemoryText(int socket, std::string_view text, SteadyTime deadline)
     return sendMessageBefore(deadline, socket, message);
 }
 
-Delivery sendText(int socket, std::string_view text, SteadyTime deadline)
+Delivery sendText(int socket, Text const& text, SteadyTime deadline)
 {
     Delivery result = Delivery::kTooLarge;
     if (text.size() <= kSendBuffer)
@@ -112,16 +124,43 @@ bool hasHolderLeft(int socket)
     return ::poll(&question, 1, 0) == 1 && (question.revents & (POLLHUP | POLLERR)) != 0;
 }
 
+// Where ports lie, found out anew only when the environment says something else: a user's folders
+// are looked for with several calls of the system.
+class LocalPortPlace {
+public:
+    std::string const& folder()
+    {
+        auto const value = [](char const* name) {
+            char const* const text = std::getenv(name);
+            return std::string_view(text != nullptr ? text : "");
+        };
+        std::string_view const chosen = value("TEVOROTALK_PORT_DIR");
+        std::string_view const runtime = value("XDG_RUNTIME_DIR");
+        bool const isRelative = !chosen.empty() && chosen[0] != '/';
+        if (m_folder.empty() || isRelative || chosen != m_chosen || runtime != m_runtime) {
+            m_folder = localPortFolder();
+            m_chosen = chosen;
+            m_runtime = runtime;
+        }
+        return m_folder;
+    }
+
+private:
+    std::string m_folder;
+    std::string m_chosen;
+    std::string m_runtime;
+};
+
 } // namespace
 
 struct LocalPortSender::State {
     // By folder and name; a folder has no zero byte.
     std::unordered_map<std::string, Descriptor> connections;
+    LocalPortPlace place;
 
-    bool sendAfresh(std::string const& place,
-        std::string_view name,
-        std::string_view text,
-        SteadyTime deadline);
+    bool send(std::string_view name, Text const& text, SteadyTime deadline);
+    bool sendAfresh(
+        std::string const& key, std::string_view name, Text const& text, SteadyTime deadline);
 };
 
 LocalPortSender::LocalPortSender()
@@ -134,23 +173,36 @@ LocalPortSender::~LocalPortSender() = default;
 bool LocalPortSender::send(
     std::string_view name, std::string_view text, std::chrono::milliseconds patience)
 {
-    if (text.empty() || text.size() > LocalPort::kLargestText)
-        return false;
-    SteadyTime const deadline = deadlineAfter(patience);
-    std::string place = localPortFolder();
-    place.append(1, '\0').append(name);
-    auto const kept = m_state->connections.find(place);
-    if (kept != m_state->connections.end()) {
+    return send(name, text, {}, patience);
+}
+
+bool LocalPortSender::send(std::string_view name,
+    std::string_view head,
+    std::string_view rest,
+    std::chrono::milliseconds patience)
+{
+    Text const text = {head, rest};
+    return text.size() != 0 && head.size() <= LocalPort::kLargestText
+        && rest.size() <= LocalPort::kLargestText - head.size()
+        && m_state->send(name, text, deadlineAfter(patience));
+}
+
+bool LocalPortSender::State::send(std::string_view name, Text const& text, SteadyTime deadline)
+{
+    std::string key = place.folder();
+    key.append(1, '\0').append(name);
+    auto const kept = connections.find(key);
+    if (kept != connections.end()) {
         Delivery const result = sendText(kept->second.get(), text, deadline);
         if (result != Delivery::kGone)
             return result == Delivery::kDone;
-        m_state->connections.erase(kept);
+        connections.erase(kept);
     }
-    return m_state->sendAfresh(place, name, text, deadline);
+    return sendAfresh(key, name, text, deadline);
 }
 
 bool LocalPortSender::State::sendAfresh(
-    std::string const& place, std::string_view name, std::string_view text, SteadyTime deadline)
+    std::string const& key, std::string_view name, Text const& text, SteadyTime deadline)
 {
     // Connections that are still held stay, whatever their number: a text sent on a second one
     // could overtake one that waits in the first.
@@ -165,7 +217,7 @@ bool LocalPortSender::State::sendAfresh(
     widenSendBuffer(connection.get());
     Delivery const result = sendText(connection.get(), text, deadline);
     if (result != Delivery::kGone)
-        connections[place] = std::move(connection);
+        connections[key] = std::move(connection);
     return result == Delivery::kDone;
 }
 

@@ -48,10 +48,10 @@ bool hasSize(int file, std::uint64_t size)
 
 } // namespace
 
-Descriptor makeMemoryText(std::string_view text)
+Descriptor makeMemoryText(std::string_view head, std::string_view rest)
 {
     Descriptor file(::memfd_create("local-port-text", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (!file.isOpen() || !writeWhole(file.get(), text)
+    if (!file.isOpen() || !writeWhole(file.get(), head) || !writeWhole(file.get(), rest)
         || ::fcntl(file.get(), F_ADD_SEALS, kSeals) != 0)
         return {};
     return file;

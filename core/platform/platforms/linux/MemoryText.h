@@ -10,8 +10,9 @@
 
 namespace Pt {
 
-// A sealed memory file that holds the text. Not open when the system refuses.
-Descriptor makeMemoryText(std::string_view text);
+// A sealed memory file that holds the text, which lies in two pieces. Not open when the system
+// refuses.
+Descriptor makeMemoryText(std::string_view head, std::string_view rest);
 
 // The text as private, writable bytes. Empty unless the file is a sealed memory file of exactly
 // that size, between 1 byte and LocalPort::kLargestText: its sender may be any program.

@@ -76,7 +76,7 @@ std::string codesetOfLocale(std::string const& name)
     locale_t const locale = ::newlocale(LC_CTYPE_MASK, name.c_str(), nullptr);
     if (!locale)
         return kUtf8;
-    std::string const codeset = ::nl_langinfo_l(CODESET, locale);
+    std::string codeset = ::nl_langinfo_l(CODESET, locale);
     ::freelocale(locale);
     return codeset;
 }

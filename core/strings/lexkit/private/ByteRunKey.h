@@ -29,7 +29,7 @@ public:
     unsigned long SerializeValue(
         std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
 
-    // Samples five to nine bytes. Every writer and reader of the binary form goes by this.
+    // Samples at most nine bytes. Every writer and reader of the binary form goes by this.
     std::uint32_t Hash(unsigned long size) const override;
     bool operator==(HashItem const& other) const override;
     std::uint32_t IndexHash(std::uint64_t seed) const override;

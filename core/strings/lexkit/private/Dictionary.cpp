@@ -18,23 +18,28 @@ namespace {
 
 constexpr unsigned short kMark = 0xFEFF;
 
-// A default text as units: decoded with the encoding, or, for null and the system's encoding, each
-// byte by itself as a signed number, undecoded.
+// Each byte by itself as a signed number, undecoded. Straight into its run, since most defaults
+// have no escapes: this is what every lookup costs where there is no dictionary.
+UnicodeRun widened(char const* bytes, unsigned long length)
+{
+    unsigned short* units = nullptr;
+    UnicodeRun run = UnicodeRun::Unfilled(length * sizeof *units, units);
+    std::transform(bytes, bytes + length, units, [](char byte) {
+        return static_cast<unsigned short>(static_cast<signed char>(byte));
+    });
+    return run;
+}
+
+// A default text: decoded with the encoding, or widened for null and the system's encoding.
 UnicodeRun defaultText(LiteralTag<char> const& tag, lexkit::EncodingInfo const* encoding)
 {
     if (tag.valueLength == 0)
         return {};
+    if (!encoding || encoding->GetSelector() == lexkit::EncodingInfo::kSystem)
+        return DictionaryEntry::ConvertEscapeSequences(widened(tag.value, tag.valueLength));
     Buffer<unsigned short> units(0);
-    if (encoding && encoding->GetSelector() != lexkit::EncodingInfo::kSystem) {
-        UnicodeUtil::StringToUnicode(
-            reinterpret_cast<unsigned char const*>(tag.value), tag.valueLength, units, encoding);
-    } else {
-        units.Grow(tag.valueLength);
-        std::transform(tag.value, tag.value + tag.valueLength, units.GetData(), [](char byte) {
-            return static_cast<unsigned short>(static_cast<signed char>(byte));
-        });
-        units.SetCount(tag.valueLength);
-    }
+    UnicodeUtil::StringToUnicode(
+        reinterpret_cast<unsigned char const*>(tag.value), tag.valueLength, units, encoding);
     return DictionaryEntry::ConvertEscapeSequences(units.GetData(), units.GetCount());
 }
 

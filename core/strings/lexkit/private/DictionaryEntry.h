@@ -38,8 +38,9 @@ public:
     unsigned long SerializeValue(
         std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
 
-    // Both passes.
+    // Both passes. A run without escapes comes back as it is.
     static UnicodeRun ConvertEscapeSequences(unsigned short const* text, unsigned long length);
+    static UnicodeRun ConvertEscapeSequences(UnicodeRun text);
     // The second pass alone.
     static UnicodeRun ConvertEscapeSequencesISO(unsigned short const* text, unsigned long length);
     static UnicodeRun ConvertEscapeSequencesISO(UnicodeRun const& text);

@@ -37,6 +37,8 @@ public:
 
     // What ended the line: LF, CR, U+2028, U+2029, or 0 for a NUL or the end of the text.
     unsigned short GetLineEnd() const { return m_lineEnd; }
+    // Whether a NUL ended the text of a block before its end.
+    bool HasRest() const { return m_source.cursor != m_source.end; }
     unsigned long GetLineCapacity() const { return m_line.GetCapacity(); }
 
 protected:

@@ -60,11 +60,14 @@ EscapeTableEntry const* hatEscapeTable()
     return sHatEscapeTable;
 }
 
+// Looks at every unit without a way out, which compilers turn into a few wide instructions.
 bool hasEscapes(unsigned short const* text, unsigned long length)
 {
-    return std::any_of(text, text + length, [](unsigned short unit) {
-        return unit == u'^' || unit == u'\\' || unit == u'#';
-    });
+    unsigned int found = 0;
+    for (unsigned long at = 0; at < length; ++at)
+        found |=
+            static_cast<unsigned int>(text[at] == u'^') | (text[at] == u'\\') | (text[at] == u'#');
+    return found != 0;
 }
 
 // First pass: the output is never longer than the input.
@@ -95,6 +98,12 @@ std::vector<unsigned short> convertPrefixed(unsigned short const* text, unsigned
     return out;
 }
 
+UnicodeRun convertBoth(unsigned short const* text, unsigned long length)
+{
+    std::vector<unsigned short> const once = convertPrefixed(text, length);
+    return DictionaryEntry::ConvertEscapeSequencesISO(once.data(), once.size());
+}
+
 } // namespace
 
 unsigned short DictionaryEntry::LookupEscape(EscapeTableEntry const* table, unsigned short c)
@@ -109,10 +118,15 @@ UnicodeRun DictionaryEntry::ConvertEscapeSequences(unsigned short const* text, u
     hatEscapeTable(); // chosen even where nothing is to be converted
     if (length == 0)
         return UnicodeRun::EmptyRunInstance();
-    if (!hasEscapes(text, length))
-        return {text, length};
-    std::vector<unsigned short> const once = convertPrefixed(text, length);
-    return ConvertEscapeSequencesISO(once.data(), once.size());
+    return hasEscapes(text, length) ? convertBoth(text, length) : UnicodeRun(text, length);
+}
+
+UnicodeRun DictionaryEntry::ConvertEscapeSequences(UnicodeRun text)
+{
+    hatEscapeTable();
+    if (!hasEscapes(text.GetUnits(), text.GetLength()))
+        return text;
+    return convertBoth(text.GetUnits(), text.GetLength());
 }
 
 UnicodeRun DictionaryEntry::ConvertEscapeSequencesISO(UnicodeRun const& text)

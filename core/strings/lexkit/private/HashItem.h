@@ -37,12 +37,10 @@ public:
 
 private:
     friend class HashTableGeneric;
-    friend class KeyIndex;
 
     // Kept by the table that the item is in.
     HashItem* m_next = nullptr;
     HashItem* m_previous = nullptr;
-    std::uint32_t m_indexHash = 0;
 };
 
 } // namespace lexkit_private

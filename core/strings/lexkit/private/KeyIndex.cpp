@@ -8,6 +8,7 @@ namespace lexkit_private {
 namespace {
 
 constexpr std::size_t kFirstSize = 16;
+constexpr std::uint32_t kFree = 0;
 
 // The share of slots that may be taken: 3 of 4.
 constexpr bool isCrowded(std::size_t count, std::size_t slots)
@@ -22,61 +23,74 @@ KeyIndex::KeyIndex()
 {
 }
 
+std::uint32_t KeyIndex::hashOf(HashItem const& key) const
+{
+    std::uint32_t const hash = key.IndexHash(m_seed);
+    return hash != kFree ? hash : 1;
+}
+
 // The slot of the key, or the free one where it belongs. Requires: there are slots.
 std::size_t KeyIndex::slotOf(HashItem const& key, std::uint32_t hash) const
 {
-    std::size_t const mask = m_slots.size() - 1;
+    std::size_t const mask = m_hashes.size() - 1;
     for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
-        HashItem const* const item = m_slots[at];
-        if (!item || item == &key || (item->m_indexHash == hash && *item == key))
+        if (m_hashes[at] == kFree || (m_hashes[at] == hash && *m_items[at] == key))
             return at;
     }
 }
 
 HashItem* KeyIndex::Find(HashItem const& key) const
 {
-    return m_slots.empty() ? nullptr : m_slots[slotOf(key, key.IndexHash(m_seed))];
+    return m_count > 0 ? m_items[slotOf(key, hashOf(key))] : nullptr;
 }
 
 void KeyIndex::Reserve(std::size_t count)
 {
-    std::size_t size = std::max(m_slots.size(), kFirstSize);
+    std::size_t size = std::max(m_hashes.size(), kFirstSize);
     while (isCrowded(count, size))
         size *= 2;
-    if (size == m_slots.size())
-        return;
-    std::vector<HashItem*> const old = std::exchange(m_slots, std::vector<HashItem*>(size));
-    std::size_t const mask = size - 1;
-    for (HashItem* const item : old) {
-        if (!item)
-            continue;
-        std::size_t at = item->m_indexHash & mask;
-        while (m_slots[at])
-            at = (at + 1) & mask;
-        m_slots[at] = item;
-    }
+    if (size != m_hashes.size())
+        rehash(size);
 }
 
-HashItem*& KeyIndex::prepareSlot(HashItem* item)
+void KeyIndex::rehash(std::size_t size)
 {
-    Reserve();
-    item->m_indexHash = item->IndexHash(m_seed);
-    return m_slots[slotOf(*item, item->m_indexHash)];
+    std::vector<std::uint32_t> hashes(size, kFree);
+    std::vector<HashItem*> items(size);
+    std::size_t const mask = size - 1;
+    for (std::size_t slot = 0; slot < m_hashes.size(); ++slot) {
+        if (m_hashes[slot] == kFree)
+            continue;
+        std::size_t at = m_hashes[slot] & mask;
+        while (hashes[at] != kFree)
+            at = (at + 1) & mask;
+        hashes[at] = m_hashes[slot];
+        items[at] = m_items[slot];
+    }
+    m_hashes.swap(hashes);
+    m_items.swap(items);
 }
 
 HashItem* KeyIndex::Put(HashItem* item)
 {
-    HashItem* const before = std::exchange(prepareSlot(item), item);
+    Reserve(m_count + 1);
+    std::uint32_t const hash = hashOf(*item);
+    std::size_t const slot = slotOf(*item, hash);
+    HashItem* const before = std::exchange(m_items[slot], item);
+    m_hashes[slot] = hash;
     m_count += before ? 0 : 1;
     return before;
 }
 
 bool KeyIndex::PutIfAbsent(HashItem* item)
 {
-    HashItem*& slot = prepareSlot(item);
-    if (slot)
+    Reserve(m_count + 1);
+    std::uint32_t const hash = hashOf(*item);
+    std::size_t const slot = slotOf(*item, hash);
+    if (m_items[slot])
         return false;
-    slot = item;
+    m_items[slot] = item;
+    m_hashes[slot] = hash;
     ++m_count;
     return true;
 }
@@ -85,22 +99,25 @@ bool KeyIndex::PutIfAbsent(HashItem* item)
 // once.
 void KeyIndex::Erase(HashItem const* item)
 {
-    std::size_t const mask = m_slots.size() - 1;
-    std::size_t hole = slotOf(*item, item->m_indexHash);
-    for (std::size_t at = (hole + 1) & mask; m_slots[at]; at = (at + 1) & mask) {
-        std::size_t const home = m_slots[at]->m_indexHash & mask;
+    std::size_t const mask = m_hashes.size() - 1;
+    std::size_t hole = slotOf(*item, hashOf(*item));
+    for (std::size_t at = (hole + 1) & mask; m_hashes[at] != kFree; at = (at + 1) & mask) {
+        std::size_t const home = m_hashes[at] & mask;
         if (((at - home) & mask) >= ((at - hole) & mask)) {
-            m_slots[hole] = m_slots[at];
+            m_hashes[hole] = m_hashes[at];
+            m_items[hole] = m_items[at];
             hole = at;
         }
     }
-    m_slots[hole] = nullptr;
+    m_hashes[hole] = kFree;
+    m_items[hole] = nullptr;
     --m_count;
 }
 
 void KeyIndex::Clear()
 {
-    std::fill(m_slots.begin(), m_slots.end(), nullptr);
+    std::fill(m_hashes.begin(), m_hashes.end(), kFree);
+    std::fill(m_items.begin(), m_items.end(), nullptr);
     m_count = 0;
 }
 

@@ -17,8 +17,7 @@ public:
     // Null when no item has that key.
     HashItem* Find(HashItem const& key) const;
 
-    // Makes room for one more, so that the next Put or PutIfAbsent does not throw.
-    void Reserve() { Reserve(m_count + 1); }
+    // Makes room for that many.
     void Reserve(std::size_t count);
 
     // The item that had the key before, or null.
@@ -31,11 +30,15 @@ public:
     void Clear();
 
 private:
+    std::uint32_t hashOf(HashItem const& key) const;
     std::size_t slotOf(HashItem const& key, std::uint32_t hash) const;
-    HashItem*& prepareSlot(HashItem* item);
+    void rehash(std::size_t size);
 
     std::uint64_t const m_seed;
-    std::vector<HashItem*> m_slots; // a power of two, never full
+    // One slot for each hash and its item; a power of two, never full. The hashes lie by
+    // themselves, so that a key that is not there costs no look at any item.
+    std::vector<std::uint32_t> m_hashes; // kFree, or never kFree
+    std::vector<HashItem*> m_items;
     std::size_t m_count = 0;
 };
 

@@ -16,6 +16,17 @@ struct LiteralTag {
     unsigned long valueLength = 0;
 };
 
+inline char const* findEqualsSign(char const* text, char const* end)
+{
+    void const* const found = std::memchr(text, '=', static_cast<unsigned long>(end - text));
+    return found ? static_cast<char const*>(found) : end;
+}
+
+inline unsigned short const* findEqualsSign(unsigned short const* text, unsigned short const* end)
+{
+    return std::find(text, end, u'=');
+}
+
 // False for a text that starts with "$" and not with "$$$". The first "=" ends the key; without
 // one all is key. Nothing is trimmed.
 template <typename Char>
@@ -29,7 +40,7 @@ bool ParseTag(Char const* text, unsigned long length, LiteralTag<Char>& tag)
             return false;
         text += kMarks;
     }
-    Char const* const equals = std::find(text, end, Char{'='});
+    Char const* const equals = findEqualsSign(text, end);
     tag.key = text;
     tag.keyLength = static_cast<unsigned long>(equals - text);
     tag.value = equals == end ? end : equals + 1;

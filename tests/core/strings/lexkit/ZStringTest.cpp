@@ -222,6 +222,8 @@ TEST(ZStringTest, RemovesMarksOfAccelerators)
                       {u"&&&", u"&"},
                       {u"& ", u"& "},
                       {u"(&S", u"(S"},
+                      {u"(ab)&c", u"(ab)c"},
+                      {u"(&S]", u"(S]"},
                       {u"(&S)(&T)x", u"x"},
                       {u"(&&)x", u"x"},
                       {u"&(&S)a", u"a"},
@@ -312,6 +314,7 @@ TEST(ZStringTest, CutsUnitsThatDoNotFit)
     EXPECT_THROW(text.GetUnicode(buffer, 3, true), LXErrException);
     EXPECT_EQ(textOf(buffer, 4), std::u16string(u"ab\0\x0009", 4));
     text.GetUnicode(nullptr, 0, false);
+    EXPECT_THROW(text.GetUnicode(nullptr, 10, true), LXErrException);
     EXPECT_THROW(text.GetUnicode(buffer, 0, true), LXErrException);
     EXPECT_EQ(buffer[0], u'a');
 }

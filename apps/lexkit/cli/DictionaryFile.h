@@ -1,0 +1,35 @@
+// A dictionary file on the command line: its bytes, and what was read from them. A byte-order mark
+// is no part of the first line.
+#pragma once
+
+#include "lexkit/private/Dictionary.h"
+
+#include <functional>
+#include <string>
+
+namespace lexkit_cli {
+
+class DictionaryFile {
+public:
+    // Reads the file. Throws CommandError when it is not there or cannot be read.
+    explicit DictionaryFile(std::string const& path);
+
+    std::string const& path() const { return m_path; }
+    std::string const& bytes() const { return m_bytes; }
+    bool isBinary() const;
+
+    // Fills an empty dictionary.
+    void readInto(lexkit_private::Dictionary& dictionary) const;
+    // The same, with a message where the file has faults. Whether it has none.
+    bool readTelling(lexkit_private::Dictionary& dictionary) const;
+
+private:
+    std::string m_path;
+    std::string m_bytes;
+};
+
+// Each entry in table order.
+void forEachEntry(lexkit_private::Dictionary& dictionary,
+    std::function<void(lexkit_private::DictionaryEntry const&)> const& visit);
+
+} // namespace lexkit_cli

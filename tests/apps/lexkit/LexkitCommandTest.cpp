@@ -1,0 +1,280 @@
+#include "LexkitRun.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
+
+#include <algorithm>
+#include <regex>
+#include <set>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using lexkit_test::RunResult;
+using lexkit_test::utf16File;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class LexkitCommandTest : public lexkit_test::LexkitRun { };
+
+std::vector<nlohmann::json> objects(std::string const& lines)
+{
+    std::vector<nlohmann::json> result;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);)
+        result.push_back(nlohmann::json::parse(line));
+    return result;
+}
+
+TEST_F(LexkitCommandTest, FindsNothingWrongInASoundFile)
+{
+    write("a.dct", "\"$$$/a=b\"\n// remark\n\"/c=d\"\n");
+    write("b.dct", utf16File(u"\"$$$/a=b\"\r\n"));
+    write("empty.dct", "");
+    RunResult const run = lexkit("check a.dct b.dct empty.dct");
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(run.out + run.err, "");
+}
+
+TEST_F(LexkitCommandTest, TellsBadLinesByFileAndNumber)
+{
+    write("a.dct", "\"/a=b\"\r\n$$bad=1\r\n\r\n\n\"$x\"\r\nk=v\n$");
+    write("b.dct", utf16File(u"ok\n$\u00E9=\u6F22\n", true));
+    RunResult const run = lexkit("check a.dct b.dct");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.out, "a.dct:2: $$bad=1\na.dct:5: \"$x\"\na.dct:7: $\nb.dct:2: $\u00E9=\u6F22\n");
+}
+
+TEST_F(LexkitCommandTest, TellsBytesThatAreNotInTheEncoding)
+{
+    write("a.dct", "k=v\nl=\xE9\n");
+    EXPECT_EQ(lexkit("check a.dct").out, "a.dct:2: l=%E9\n");
+    EXPECT_EQ(lexkit("check a.dct", "de_DE.ISO-8859-1").code, 0);
+    EXPECT_EQ(lexkit("check -e utf-8 a.dct", "de_DE.ISO-8859-1").code, 1);
+}
+
+TEST_F(LexkitCommandTest, TellsTextBehindANul)
+{
+    write("a.dct", std::string("k=v\n\0l=w\n", 9));
+    RunResult const run = lexkit("check a.dct");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_THAT(run.out, StartsWith("a.dct:2: "));
+}
+
+TEST_F(LexkitCommandTest, TellsADamagedBinaryFile)
+{
+    write("a.txt", "k=v\nl=w\n");
+    ASSERT_EQ(lexkit("compile a.txt a.dct").code, 0);
+    EXPECT_EQ(lexkit("check a.dct").code, 0);
+    std::string const whole = read("a.dct");
+    write("cut.dct", whole.substr(0, whole.size() - 1));
+    RunResult const run = lexkit("check cut.dct");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.out, "cut.dct: damaged: 1 entries can be read\n");
+}
+
+TEST_F(LexkitCommandTest, ChecksTheOtherFilesWhenOneIsMissing)
+{
+    write("a.dct", "$$bad\n");
+    RunResult const run = lexkit("check none.dct a.dct --json");
+    EXPECT_EQ(run.code, 3);
+    EXPECT_EQ(run.err, "lexkit: none.dct: there is no such file\n");
+    ASSERT_EQ(objects(run.out).size(), 1u);
+    EXPECT_EQ(
+        objects(run.out)[0], (nlohmann::json{{"file", "a.dct"}, {"line", 1}, {"text", "$$bad"}}));
+}
+
+TEST_F(LexkitCommandTest, ListsKeysAndValuesInTableOrder)
+{
+    write("a.dct", "b=\\\"two\\\"\\nlines\na=one\n");
+    RunResult const run = lexkit("list a.dct");
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(run.out, "a\tone\nb\t\\\"two\\\"\\nlines\n");
+}
+
+TEST_F(LexkitCommandTest, ListsAsJson)
+{
+    write("a.dct", utf16File(u"k\u00E9=\u6F22\\n\n"));
+    RunResult const run = lexkit("list --json a.dct");
+    EXPECT_THAT(
+        objects(run.out), ElementsAre(nlohmann::json{{"key", "k%E9"}, {"value", "\u6F22\n"}}));
+}
+
+TEST_F(LexkitCommandTest, ListsWhatABadFileHasAndEndsWithOne)
+{
+    write("a.dct", "$$bad\nk=v\n");
+    RunResult const run = lexkit("list a.dct");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.out, "k\tv\n");
+    EXPECT_THAT(run.err, HasSubstr("a.dct: the file has bad lines"));
+}
+
+TEST_F(LexkitCommandTest, ConvertsWhatABadFileHasAndEndsWithOne)
+{
+    write("a.dct", "$$bad\nk=v\n");
+    for (std::string const command : {"compile", "text"}) {
+        RunResult const run = lexkit(command + " a.dct b.dct");
+        EXPECT_EQ(run.code, 1);
+        EXPECT_THAT(run.err, HasSubstr("a.dct: the file has bad lines; 1 entries were read"));
+        EXPECT_EQ(lexkit("list b.dct").out, "k\tv\n");
+    }
+}
+
+TEST_F(LexkitCommandTest, GetsWhatALookupGives)
+{
+    write("a.dct", "/k=value\n");
+    RunResult const run =
+        lexkit("get a.dct '$$$/k=default' '$$$/none=de^Qfa#{lf}ult \u00E9' '$$/bad=x'");
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(run.out, "value\nde\"fa\nult \u00E9\n\n");
+    EXPECT_THAT(objects(lexkit("get --json a.dct '$$$/k' '$$$/none=d'").out),
+        ElementsAre(nlohmann::json{{"literal", "$$$/k"}, {"value", "value"}, {"found", true}},
+            nlohmann::json{{"literal", "$$$/none=d"}, {"value", "d"}, {"found", false}}));
+}
+
+TEST_F(LexkitCommandTest, CompilesForReadersOnEveryMachine)
+{
+    write("a.txt", "k=a\xC3\xA9\n");
+    ASSERT_EQ(lexkit("compile a.txt a.dct").code, 0);
+    std::string const expected = std::string(
+        "ZString Binary Format\1\5\0\0\0\0\1\0\0\0\2\0\0\0\1\0\0\0\4\0\x6Bk\0a\0\xE9", 47);
+    EXPECT_EQ(read("a.dct"), expected);
+    ASSERT_EQ(lexkit("compile --utf8 a.txt a.dct").code, 0);
+    EXPECT_EQ(read("a.dct"),
+        std::string("ZString Binary Format\1\5\1\0\0\0\1\0\0\0\2\0\0\0\1\0\0\0\3\0\x6Bk"
+                    "a\xC3\xA9",
+            46));
+}
+
+TEST_F(LexkitCommandTest, ComesBackFromBinaryToText)
+{
+    write("a.txt",
+        utf16File(u"\"$$$/quote=a\\\"b\\r\\n\"\n\"/hat=^^Q ^1 50^^\"\n\"/plain=\u6F22\"\n"
+                  u"\"/backslash=a\\\\n\\\\\"\n\"/reference=#{23}{lf} #x\"\n"
+                  u"\"/lines=#{2028}#{0}\"\n\"=of the empty key\"\n\"$$$$k=v\"\n"));
+    for (std::string const encoding : {"", "--utf8 "}) {
+        ASSERT_EQ(lexkit("compile " + encoding + "a.txt a.dct").code, 0);
+        RunResult const run = lexkit("text a.dct b.txt");
+        EXPECT_EQ(run.code, 0) << run.err;
+        std::string const first = lexkit("list --json a.dct").out;
+        auto lines = objects(first);
+        auto again = objects(lexkit("list --json b.txt").out);
+        ASSERT_EQ(lines.size(), 8u);
+        EXPECT_THAT(again, testing::UnorderedElementsAreArray(lines));
+    }
+}
+
+TEST_F(LexkitCommandTest, WritesPlaceholdersAsTheyStand)
+{
+    write("a.txt", "k=a ^1 of ^2\n");
+    ASSERT_EQ(lexkit("text a.txt b.txt").code, 0);
+    EXPECT_EQ(read("b.txt"), utf16File(u"\"k=a ^1 of ^2\"\n"));
+}
+
+TEST_F(LexkitCommandTest, TellsEntriesThatAFormCannotHold)
+{
+    write("a.txt", utf16File(u"k=v\nhalf=#{D800}\nmark=#{FEFF}x\n"));
+    RunResult const run = lexkit("compile --utf8 a.txt a.dct");
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.err, "lexkit: half: this form cannot hold the entry\n");
+    EXPECT_EQ(lexkit("get a.dct k").out, "v\n");
+    EXPECT_EQ(lexkit("compile a.txt a.dct").err, "lexkit: mark: this form cannot hold the entry\n");
+    EXPECT_EQ(lexkit("text a.txt b.txt").code, 0);
+}
+
+TEST_F(LexkitCommandTest, ConvertsAFileIntoItself)
+{
+    write("a.dct", "k=v\n");
+    ASSERT_EQ(lexkit("compile a.dct a.dct").code, 0);
+    EXPECT_THAT(read("a.dct"), StartsWith("ZString Binary Format"));
+    ASSERT_EQ(lexkit("text a.dct a.dct").code, 0);
+    EXPECT_EQ(read("a.dct"), utf16File(u"\"k=v\"\n"));
+}
+
+TEST_F(LexkitCommandTest, EndsWithThreeForAFileThatIsNotThere)
+{
+    for (std::string const arguments :
+        {"list none", "get none k", "compile none a", "text none a", "check none"}) {
+        RunResult const run = lexkit(arguments);
+        EXPECT_EQ(run.code, 3) << arguments;
+        EXPECT_EQ(run.err, "lexkit: none: there is no such file\n") << arguments;
+    }
+}
+
+TEST_F(LexkitCommandTest, EndsWithFourForAPlaceThatCannotBeUsed)
+{
+    write("a.dct", "k=v\n");
+    EXPECT_EQ(lexkit("list .").code, 4);
+    RunResult const run = lexkit("compile a.dct no-folder/b.dct");
+    EXPECT_EQ(run.code, 4);
+    EXPECT_THAT(run.err, HasSubstr("no-folder/b.dct: the file cannot be written: "));
+    EXPECT_EQ(lexkit("text a.dct /dev/full/b").code, 4);
+}
+
+TEST_F(LexkitCommandTest, EndsWithFourWhenItsOutputCannotBeWritten)
+{
+    write("a.dct", "k=v\n");
+    EXPECT_EQ(lexkit("list a.dct >/dev/full; exit $?; true").code, 4);
+}
+
+TEST_F(LexkitCommandTest, EndsWithTwoForWrongUsage)
+{
+    write("a.dct", "k=v\n");
+    for (std::string const arguments : {"",
+             "check",
+             "list",
+             "get a.dct",
+             "compile a.dct",
+             "list a.dct --utf8",
+             "unknown",
+             "list -e latin a.dct"})
+        EXPECT_EQ(lexkit(arguments).code, 2) << arguments;
+}
+
+TEST_F(LexkitCommandTest, ShowsHelpAndVersion)
+{
+    EXPECT_EQ(lexkit("--help").code, 0);
+    EXPECT_THAT(lexkit("--version").out, StartsWith("lexkit 0."));
+    EXPECT_THAT(lexkit("compile --help").out, HasSubstr("--utf8"));
+}
+
+using Words = std::set<std::string>;
+
+Words longOptionsIn(std::string const& text)
+{
+    std::regex const option("--[a-z]+[a-z0-9]*");
+    Words found;
+    for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)
+        found.insert(at->str());
+    return found;
+}
+
+class LexkitPagesTest : public LexkitCommandTest {
+protected:
+    Words optionsOfTheProgram()
+    {
+        Words found;
+        for (std::string const command : {"", "check", "list", "get", "compile", "text"})
+            found.merge(longOptionsIn(lexkit(command + " --help").out));
+        return found;
+    }
+};
+
+TEST_F(LexkitPagesTest, TheManualPageNamesEveryOptionAndNoOther)
+{
+    std::string page = test::read(TEVORO_SOURCE_DIR "/docs/man/lexkit.1");
+    page.erase(std::remove(page.begin(), page.end(), '\\'), page.end());
+    EXPECT_EQ(longOptionsIn(page), optionsOfTheProgram());
+}
+
+TEST_F(LexkitPagesTest, TheCompletionNamesEveryOptionAndNoOther)
+{
+    EXPECT_EQ(
+        longOptionsIn(test::read(TEVORO_SOURCE_DIR "/share/bash-completion/completions/lexkit")),
+        optionsOfTheProgram());
+}
+
+} // namespace
