@@ -24,7 +24,7 @@ using Message = TevoroTalk::Message;
 constexpr char const* kLogTextType = "TevoroTalkUtils::logText";
 
 // Who gets what is forwarded under that key; null when nobody does.
-TevoroTalk::MsgHandler* findSubscriber(SoString const& key)
+TevoroTalk::MsgHandler* findSubscriber(char const* key)
 {
     TevoroTalk* const instance = TevoroTalk::get(nullptr);
     return instance != nullptr ? instance->findHandler(key, QK_INVALID_MESSAGE_NUMBER) : nullptr;
@@ -87,6 +87,11 @@ std::recursive_mutex& TevoroTalkData::forwardingLock()
 {
     static constinit std::recursive_mutex lock;
     return lock;
+}
+
+bool TevoroTalkData::hasSubscriber(char const* key)
+{
+    return findSubscriber(key) != nullptr;
 }
 
 bool TevoroTalkUtils::forwardMessage(

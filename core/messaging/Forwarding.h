@@ -9,4 +9,7 @@ namespace ScObjects::TevoroTalkData {
 // Taken after the lock of the bus's thread, never before it.
 std::recursive_mutex& forwardingLock();
 
+// Whether somebody gets what is forwarded under that key; asked first, for every message.
+bool hasSubscriber(char const* key);
+
 } // namespace ScObjects::TevoroTalkData

@@ -138,10 +138,16 @@ bool MacInterAppStream::isGood() const
 
 bool MacInterAppStream::send(SoString const& target, SoString const& text) const
 {
+    return send(target, text, SoString());
+}
+
+bool MacInterAppStream::send(
+    SoString const& target, SoString const& head, SoString const& rest) const
+{
     if (!isGood())
         return false;
     ObjectLock const lock(m_sendLock);
-    return m_sender->send(portName(m_portPrefix, target), text.view(), kSendPatience);
+    return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), kSendPatience);
 }
 
 bool MacInterAppStream::messagePending() const

@@ -85,6 +85,8 @@ public:
     SoString getMessages() override;
     bool isGood() const override;
     bool send(SoString const& target, SoString const& text) const override;
+    // The same of a text that lies in two pieces.
+    bool send(SoString const& target, SoString const& head, SoString const& rest) const;
     bool receive() override;
     bool messagePending() const override;
     bool canOpen(SoString const& name, bool flag) const override;

@@ -46,6 +46,8 @@ public:
     // Appends the text form, with its digest in front unless digests are off. False, and nothing
     // appended, when target or sender is empty.
     bool writeToString(SoString& out) const;
+    // The same without the body, which follows right behind.
+    bool writeHeadToString(SoString& out) const;
     // Reads one message and gives the first byte behind it and the line feeds that follow. Reads as
     // far as the text goes: a text that ends early gives what was there.
     char const* readFromString(char const* text);

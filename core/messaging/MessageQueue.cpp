@@ -1,5 +1,6 @@
 #include "messaging/MessageQueue.h"
 
+#include "messaging/Forwarding.h"
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "platform/common/Waiting.h"
@@ -25,6 +26,21 @@ bool matches(Message const& message, std::uint32_t number)
         || message.result == number || message.error == number;
 }
 
+// Lets a flag down at the end of a block.
+class Lowered {
+public:
+    explicit Lowered(std::atomic<bool>& flag)
+        : m_flag(flag)
+    {
+    }
+    ~Lowered() { m_flag = false; }
+    Lowered(Lowered const&) = delete;
+    Lowered& operator=(Lowered const&) = delete;
+
+private:
+    std::atomic<bool>& m_flag;
+};
+
 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 
 // Times and timeouts of messages are whatever their senders wrote.
@@ -36,8 +52,14 @@ std::int64_t deadlineOf(Message const& message)
     return message.timestamp + message.timeout;
 }
 
-void forward(Message const& message, SoString const& root, char const* label)
+// The root is asked for only when somebody subscribed: this is passed several times by every
+// message.
+template <typename Root>
+void forward(Message const& message, Root const& rootOf, char const* label)
 {
+    if (!hasSubscriber("FWDMESSAGES"))
+        return;
+    SoString const root = rootOf();
     if (!root.isEmpty() && message.type != kDebug)
         TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, label);
 }
@@ -68,7 +90,8 @@ bool notifySender(Message const& message, SoString const& word, SoString const& 
             notice.type << message.type;
     }
     TevoroTalkUtils::logMessage("REMOVING MSG - NOTIFYING SENDER", notice, false);
-    forward(message, diagnosticsRoot, "timed out");
+    forward(
+        message, [&] { return diagnosticsRoot; }, "timed out");
     TevoroTalk const* const instance = TevoroTalk::get(nullptr);
     return instance != nullptr && instance->send(notice, false, 0, nullptr);
 }
@@ -76,7 +99,7 @@ bool notifySender(Message const& message, SoString const& word, SoString const& 
 MessageQueue::~MessageQueue()
 {
     // Nobody else uses a queue that goes, and the flag may be gone already.
-    notifyAndDelete(m_messages, m_diagnosticsRoot);
+    notifyAndDelete(m_messages);
 }
 
 void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
@@ -87,6 +110,19 @@ void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
     m_isFlagUp = false;
     showState();
     arm(m_nearestDeadline);
+}
+
+void MessageQueue::pauseSignals()
+{
+    ObjectLock const lock(*this);
+    ++m_pauses;
+}
+
+void MessageQueue::resumeSignals()
+{
+    ObjectLock const lock(*this);
+    --m_pauses;
+    showState();
 }
 
 bool MessageQueue::isEmpty() const
@@ -115,13 +151,9 @@ bool MessageQueue::append(Message* message)
         message->timestamp = TevoroTalkUtils::getTimeSeconds();
     if (message->timeout == 0)
         message->timeout = kQueueLifetime;
-    SoString root;
-    {
-        ObjectLock const lock(*this);
-        root = m_diagnosticsRoot;
-    }
     // While it is still nobody else's: a reader of the queue may delete it at any moment.
-    forward(*message, root, "added");
+    forward(
+        *message, [this] { return diagnosticsRoot(); }, "added");
     ObjectLock const lock(*this);
     m_messages.append(message);
     added(*message);
@@ -133,10 +165,8 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
     std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
     Messages expired;
     Message* result = nullptr;
-    SoString root;
     {
         ObjectLock const lock(*this);
-        root = m_diagnosticsRoot;
         long deferred = 0;
         while (result == nullptr && deferred < m_messages.length()) {
             Message& message = *m_messages[deferred];
@@ -152,9 +182,10 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
         m_messages.rotate(deferred);
         showState();
     }
-    notifyAndDelete(expired, root);
+    notifyAndDelete(expired);
     if (result != nullptr)
-        forward(*result, root, "picked");
+        forward(
+            *result, [this] { return diagnosticsRoot(); }, "picked");
     return result;
 }
 
@@ -180,13 +211,11 @@ void MessageQueue::removeExpiredMessages()
 {
     std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
     Messages expired;
-    SoString root;
     {
         ObjectLock const lock(*this);
         // All deadlines lie at or behind the noted one.
         if (now < m_nearestDeadline)
             return;
-        root = m_diagnosticsRoot;
         std::int64_t nearest = kNever;
         for (long i = m_messages.length() - 1; i >= 0; --i) {
             Message const& message = *m_messages[i];
@@ -198,7 +227,52 @@ void MessageQueue::removeExpiredMessages()
         arm(nearest);
         showState();
     }
-    notifyAndDelete(expired, root);
+    notifyAndDelete(expired);
+}
+
+void MessageQueue::workOff(std::function<bool(Message const&)> const& attempt,
+    std::function<void(Message&)> const& postpone)
+{
+    if (m_isWorkedOff.exchange(true))
+        return;
+    Lowered const atTheEnd(m_isWorkedOff);
+    // Nobody else takes from this queue meanwhile, so that a message stays at its place.
+    removeExpiredMessages();
+    long place = 0;
+    while (Message* const message = nextAttempt(place)) {
+        if (attempt(*message)) {
+            takeDone(place);
+            continue;
+        }
+        ObjectLock const lock(*this);
+        postpone(*message);
+        if (deadlineOf(*message) < m_nearestDeadline)
+            arm(deadlineOf(*message));
+        ++place;
+    }
+}
+
+// Steps over watchers.
+Message* MessageQueue::nextAttempt(long& place) const
+{
+    ObjectLock const lock(*this);
+    while (place < m_messages.length() && isWatcher(*m_messages[place]))
+        ++place;
+    return place < m_messages.length() ? m_messages[place] : nullptr;
+}
+
+void MessageQueue::takeDone(long place)
+{
+    Message* message = nullptr;
+    {
+        ObjectLock const lock(*this);
+        message = m_messages.removeAt(place);
+        removed(*message);
+        showState();
+    }
+    forward(
+        *message, [this] { return diagnosticsRoot(); }, "picked");
+    delete message;
 }
 
 bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
@@ -216,6 +290,12 @@ bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
         delete message;
     }
     return false;
+}
+
+SoString MessageQueue::diagnosticsRoot() const
+{
+    ObjectLock const lock(*this);
+    return m_diagnosticsRoot;
 }
 
 void MessageQueue::setDiagnosticsRoot(SoString const& path)
@@ -256,7 +336,7 @@ void MessageQueue::removed(Message const& message)
 void MessageQueue::showState()
 {
     bool const isUp = m_messages.length() > m_watchers;
-    if (m_flag == nullptr || isUp == m_isFlagUp)
+    if (m_flag == nullptr || m_pauses != 0 || isUp == m_isFlagUp)
         return;
     m_isFlagUp = isUp;
     if (isUp)
@@ -282,8 +362,11 @@ void MessageQueue::arm(std::int64_t deadline)
         m_timer->set(deadline);
 }
 
-void MessageQueue::notifyAndDelete(Messages& expired, SoString const& root) const
+void MessageQueue::notifyAndDelete(Messages& expired) const
 {
+    if (expired.length() == 0)
+        return;
+    SoString const root = diagnosticsRoot();
     while (Message const* const message = expired.removeAt(0)) {
         notifySender(*message, QK_TIMEOUT, root);
         delete message;

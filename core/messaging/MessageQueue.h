@@ -12,6 +12,8 @@
 #include "messaging/Message.h"
 #include "messaging/SoVector.h"
 
+#include <atomic>
+#include <functional>
 #include <limits>
 
 namespace Pt {
@@ -33,6 +35,11 @@ public:
     // at the nearest deadline or before. Borrowed; null for none.
     void setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer);
 
+    // Between these two the flag stays as it is; then it shows the state again. For whoever takes a
+    // message out right after it was put in: the flag costs two calls of the system otherwise.
+    void pauseSignals();
+    void resumeSignals();
+
     bool isEmpty() const;
     // Whether there is a message that getNextMessage(QK_INVALID_MESSAGE_NUMBER) would hand out.
     bool hasMessage() const;
@@ -44,6 +51,12 @@ public:
     // they match: the number is QK_INVALID_MESSAGE_NUMBER, or one of the message's three answer
     // numbers. The caller's to delete.
     TevoroTalk::Message* getNextMessage(std::uint32_t serialNumber);
+    // Tries all messages but watchers in their order, and those too that come meanwhile. `attempt`
+    // is called without the lock; a message that it answers true for goes. The others stay in their
+    // places, after `postpone` changed them, which is called with the lock. One thread at a time:
+    // for a second one there is nothing to do.
+    void workOff(std::function<bool(TevoroTalk::Message const&)> const& attempt,
+        std::function<void(TevoroTalk::Message&)> const& postpone);
     // To be tested for null only.
     TevoroTalk::Message const* findMessageForTarget(SoString const& target) const;
     // Deletes what getNextMessage gives, which may be a message with another number. False for
@@ -67,7 +80,10 @@ private:
     void showState();
     void takeOut(long index, Messages& taken);
     void arm(std::int64_t deadline);
-    void notifyAndDelete(Messages& expired, SoString const& root) const;
+    TevoroTalk::Message* nextAttempt(long& place) const;
+    void takeDone(long place);
+    void notifyAndDelete(Messages& expired) const;
+    SoString diagnosticsRoot() const;
 
     Messages m_messages;
     SoString m_diagnosticsRoot;
@@ -77,6 +93,8 @@ private:
     Pt::WaitableFlag* m_flag = nullptr;
     Pt::WallTimer* m_timer = nullptr;
     bool m_isFlagUp = false;
+    std::atomic<bool> m_isWorkedOff{false};
+    int m_pauses = 0;
 };
 
 // Whether the message's time is over. One without a timeout never runs out, but for watchers, which

@@ -279,13 +279,20 @@ void turnIntoType(Message& message, std::uint32_t& answered, char const* word)
 
 bool TevoroTalk::Message::writeToString(SoString& out) const
 {
+    if (!writeHeadToString(out))
+        return false;
+    out << body;
+    return true;
+}
+
+bool TevoroTalk::Message::writeHeadToString(SoString& out) const
+{
     SoString head;
     if (!writeHead(*this, head))
         return false;
-    out.reserve(out.length() + head.length() + body.length() + 64);
     if (getCreateDigest())
         writeLine(out, QK_MD5, digestOf(head.view(), body.view()));
-    out << head << body;
+    out << head;
     return true;
 }
 

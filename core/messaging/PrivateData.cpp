@@ -3,6 +3,7 @@
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
 
+#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -73,15 +74,15 @@ bool PrivateData::waitForMessage(std::chrono::milliseconds limit) const
     return true; // as far as it can tell
 }
 
-MsgHandler* PrivateData::findHandler(SoString const& type, std::uint32_t serialNumber)
+MsgHandler* PrivateData::findHandler(char const* type, std::uint32_t serialNumber)
 {
     ObjectLock const lock(*this);
     MsgHandler* fallback = nullptr;
     for (long i = handlers.length() - 1; i >= 0; --i) {
         MsgHandler* const handler = handlers[i];
-        bool const hasType = type == handler->getMsgType();
+        bool const hasType = std::strcmp(type, handler->getMsgType()) == 0;
         bool const hasNumber = handler->getSerialNumber() == serialNumber;
-        if (hasNumber && (hasType || type.isEmpty()))
+        if (hasNumber && (hasType || *type == '\0'))
             return handler;
         if (hasType && handler->getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
             fallback = handler;

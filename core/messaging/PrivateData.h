@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 namespace ScObjects::TevoroTalkData {
 
@@ -23,7 +24,7 @@ public:
     PrivateData& operator=(PrivateData const&) = delete;
 
     // See the operations of TevoroTalk.
-    TevoroTalk::MsgHandler* findHandler(SoString const& type, std::uint32_t serialNumber);
+    TevoroTalk::MsgHandler* findHandler(char const* type, std::uint32_t serialNumber);
     TevoroTalk::MsgHandler* changeHandler(TevoroTalk::MsgHandler* handler);
     TevoroTalk::MsgHandler* removeHandler(SoString const& type, std::uint32_t serialNumber);
     bool deleteHandler(TevoroTalk::MsgHandler const* handler);
@@ -44,6 +45,10 @@ public:
     InterAppStream* stream = nullptr;
     // A numbered instance of the application was registered, and has to be taken away again.
     bool unregisterApp = false;
+    // Held from the moment a text is taken from the stream until its messages are in the queue:
+    // two threads that take in would let one text overtake the other. The thread of the bus only
+    // tries it, as it holds its own lock, which sending a receipt may need.
+    std::recursive_mutex intake;
 
 private:
     // What can be waited on; missing when the process has no descriptors left.

@@ -75,7 +75,8 @@ void TevoroTalk::setContext(TevoroTalkContext* context)
             if (former->getMainInstance() == this)
                 former->setMainInstance(nullptr);
             former->removeInstance(this);
-            wasLast = contextOfFirstInstance() != nullptr && former->getNumberOfInstances() == 0;
+            // Not a context that somebody else made, and owns.
+            wasLast = contextOfFirstInstance() == former && former->getNumberOfInstances() == 0;
         }
         if (wasLast)
             delete former;
@@ -98,6 +99,11 @@ void TevoroTalk::setAppName(char const* name)
 }
 
 TevoroTalk::MsgHandler* TevoroTalk::findHandler(SoString const& type, std::uint32_t serialNumber)
+{
+    return m_data->findHandler(type, serialNumber);
+}
+
+TevoroTalk::MsgHandler* TevoroTalk::findHandler(char const* type, std::uint32_t serialNumber)
 {
     return m_data->findHandler(type, serialNumber);
 }

@@ -88,6 +88,7 @@ public:
     // The handler of a type and number, else of the type alone; null when there is none. With an
     // empty type any handler of that number.
     MsgHandler* findHandler(SoString const& type, std::uint32_t serialNumber);
+    MsgHandler* findHandler(char const* type, std::uint32_t serialNumber);
     // Takes ownership of the handler; what it replaces, or null, is the caller's to delete.
     MsgHandler* changeHandler(MsgHandler* handler);
     // Takes a handler out; the caller's to delete, or null.
@@ -152,6 +153,8 @@ private:
         char const*& failure) const;
     void watchForTimeout(Message const& message) const;
     void waitForTarget(SoString const& target) const;
+    bool dispatchIncoming();
+    void takeIn(bool mustWait);
     bool putOneIncomingMessageInQueue();
     void sendReceipt(Message const& message) const;
     void handleMessage(Message& message);

@@ -49,7 +49,8 @@ TevoroTalkContext::TevoroTalkContext(TevoroTalk::Specifier const& specifier)
     : m_nextSerialNumber(gLastSerialNumber)
     , m_logging(TevoroTalkUtils::isLoggingAskedFor())
 {
-    ObjectLock const lock(*this);
+    // Without a lock: nobody else knows the context before its thread starts, and the thread's own
+    // lock is taken before the context's.
     m_thread = new TevoroTalkThread(this, specifier);
     m_thread->start();
 }
@@ -82,18 +83,34 @@ void TevoroTalkContext::setCurrentContext(TevoroTalkContext* context)
     TevoroTalkContext* const former = gCurrentContext;
     if (context == former)
         return;
-    if (former != nullptr) {
-        if (context != nullptr) {
-            PausedThread const pause(former);
-            ObjectLock const lock(*context);
-            context->appendContext(*former);
-            gLastSerialNumber = context->m_nextSerialNumber;
-        }
+    if (former != nullptr && context != nullptr)
+        context->succeed(former);
+    else
         delete former;
-    }
     gCurrentContext = context;
     if (context == nullptr)
         firstCall = true;
+}
+
+// Counts on behind the former one. Its instances are here only as long as they are anywhere: they
+// go with it, before the thread of this one sees them.
+void TevoroTalkContext::succeed(TevoroTalkContext* former)
+{
+    PausedThread const pause(this);
+    TevoroTalk* const ownMain = getMainInstance();
+    SoVector<TevoroTalk> passing;
+    {
+        PausedThread const formerPause(former);
+        ObjectLock const lock(*this);
+        for (long i = 0; i < former->getNumberOfInstances(); ++i)
+            passing.append(former->getNthInstance(i));
+        appendContext(*former);
+        gLastSerialNumber = m_nextSerialNumber;
+    }
+    delete former;
+    while (TevoroTalk const* const gone = passing.removeAt(0))
+        removeInstance(gone);
+    setMainInstance(ownMain);
 }
 
 std::uint32_t TevoroTalkContext::getNextSerialNumber()
@@ -160,7 +177,7 @@ void TevoroTalkContext::appendInstance(TevoroTalk* instance)
     m_instances.append(instance);
 }
 
-void TevoroTalkContext::removeInstance(TevoroTalk* instance)
+void TevoroTalkContext::removeInstance(TevoroTalk const* instance)
 {
     ObjectLock const lock(*this);
     m_instances.remove(instance);

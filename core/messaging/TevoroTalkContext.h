@@ -45,7 +45,7 @@ public:
     // By exactly that name.
     TevoroTalk* findInstance(SoString const& name) const;
     void appendInstance(TevoroTalk* instance);
-    void removeInstance(TevoroTalk* instance);
+    void removeInstance(TevoroTalk const* instance);
     void appendContext(TevoroTalkContext const& other);
 
     TevoroTalkThread* getThread() const;
@@ -71,6 +71,8 @@ public:
     };
 
 private:
+    void succeed(TevoroTalkContext* former);
+
     TevoroTalkThread* m_thread = nullptr; // constant after construction
     std::uint32_t m_nextSerialNumber;
     SoVector<TevoroTalk> m_instances;

@@ -59,6 +59,7 @@ bool TevoroTalk::InitTerm::exit()
     if (TevoroTalkContext::getCurrentContext() == nullptr)
         return false;
     TevoroTalkContext::setCurrentContext(nullptr);
+    gConnectorLastChecked = 0;
     ScObjects::Thread::InitTerm::exit();
     TevoroTalkData::MessageGlobals::exit();
     TevoroTalkConnector::InitTerm::exit();
@@ -173,8 +174,7 @@ bool TevoroTalk::pump(EnabledOperations operations, TevoroTalkContext* context)
     bool dispatched = false;
     for (long i = 0; i < context->getNumberOfInstances(); ++i) {
         TevoroTalk* const instance = context->getNthInstance(i);
-        while ((operations & kIncoming) != 0 && instance != nullptr
-            && instance->processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, true))
+        if ((operations & kIncoming) != 0 && instance != nullptr && instance->dispatchIncoming())
             dispatched = true;
         while ((operations & kOutgoing) != 0 && instance != nullptr
             && instance->processOutgoingMessage())

@@ -1,10 +1,12 @@
 // How a message comes in: from the port into the queue, from the queue to its handler, and what its
 // sender is told.
+#include "messaging/Forwarding.h"
 #include "messaging/PrivateData.h"
 #include "messaging/TevoroTalk.h"
 #include "messaging/TevoroTalkUtils.h"
 
 #include <cstring>
+#include <mutex>
 
 namespace ScObjects {
 
@@ -83,20 +85,45 @@ Outcome callHandler(MsgHandler& handler, int reason, Message& message)
 
 bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatch)
 {
-    m_data->incoming.removeExpiredMessages();
-    if (incomingMessagePending()) {
-        if (m_data->stream != nullptr)
-            m_data->stream->receive();
-        while (putOneIncomingMessageInQueue()) { }
-    }
+    MessageQueue& incoming = m_data->incoming;
+    incoming.removeExpiredMessages();
+    if (dispatch)
+        incoming.pauseSignals();
+    if (incomingMessagePending())
+        takeIn(dispatch);
     if (!dispatch)
         return false;
-    autoPtr<Message> const message(m_data->incoming.getNextMessage(serialNumber));
+    autoPtr<Message> const message(incoming.getNextMessage(serialNumber));
+    incoming.resumeSignals();
     if (message.get() == nullptr || message->target.isEmpty())
         return false;
     handleMessage(*message);
     finishMessage(*message);
     return true;
+}
+
+// All that is there, also what arrived behind a text that held nothing for anybody.
+bool TevoroTalk::dispatchIncoming()
+{
+    bool dispatched = false;
+    do {
+        while (processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, true))
+            dispatched = true;
+    } while (hasUnreadTexts());
+    return dispatched;
+}
+
+// One text. With `mustWait` not before another thread has taken in its own.
+void TevoroTalk::takeIn(bool mustWait)
+{
+    std::unique_lock lock(m_data->intake, std::defer_lock);
+    if (mustWait)
+        lock.lock();
+    else if (!lock.try_lock())
+        return;
+    if (m_data->stream != nullptr)
+        m_data->stream->receive();
+    while (putOneIncomingMessageInQueue()) { }
 }
 
 bool TevoroTalk::putOneIncomingMessageInQueue()
@@ -170,11 +197,14 @@ void TevoroTalk::handleCopy(Message const& message, Message& copy)
 
 void TevoroTalk::finishMessage(Message const& message)
 {
-    SoString const root = getInfoRoot("in");
+    auto const forward = [&](char const* word) {
+        if (hasSubscriber("FWDMESSAGES"))
+            TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", getInfoRoot("in"), word);
+    };
     auto const clean = [&](char const* logWord, char const* forwardWord) {
         deleteHandlers(message.serialNumber);
         logMessage(logWord, message, false);
-        TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, forwardWord);
+        forward(forwardWord);
     };
     if (message.type == kProcessed) {
         clean("PROCESSED CLEANUP", "handled: Processed");
@@ -185,7 +215,7 @@ void TevoroTalk::finishMessage(Message const& message)
     } else if (message.type != kIgnore) {
         sendResponse(message, kProcessed, nullptr);
         logMessage("PROCESSED INCOMING MESSAGE", message, false);
-        TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, "processed");
+        forward("processed");
     }
 }
 

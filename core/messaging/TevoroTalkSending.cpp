@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 namespace ScObjects {
 
@@ -49,9 +50,10 @@ bool enqueue(MessageQueue& queue, Message* message)
     return false;
 }
 
-bool sendMessage(InterAppStream const* stream, Message const& message, SoString const& text)
+// The body, which may be large, goes as it lies there.
+bool sendMessage(InterAppStream const* stream, SoString const& head, Message const& message)
 {
-    return stream != nullptr && stream->send(message.target, text);
+    return stream != nullptr && stream->send(message.target, head, message.body);
 }
 
 // The receipt of a message that does not leave the process.
@@ -71,13 +73,12 @@ Message* makeReceipt(Message const& message)
 // timeout is what lets it run out.
 void restamp(Message& message)
 {
-    SoString const header = message.getUserHeaderValue(kQueueStamp);
-    std::int64_t stamp = message.timestamp;
-    if (header.isEmpty())
-        message.setHeader(kQueueStamp, static_cast<long>(stamp));
-    else
-        stamp = std::strtoll(header, nullptr, 10);
     std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    std::int64_t stamp = std::strtoll(message.getUserHeaderValue(kQueueStamp), nullptr, 10);
+    if (stamp <= 0 || stamp > now) { // none yet, or no time in which it was queued
+        stamp = message.timestamp;
+        message.setHeader(kQueueStamp, static_cast<long>(stamp));
+    }
     if (stamp + kQueueLifetime > now) {
         message.timestamp = now;
         return;
@@ -172,9 +173,9 @@ bool TevoroTalk::deliverThere(
 {
     // What waits for this target goes first.
     if (m_data->outgoing.findMessageForTarget(message.target) == nullptr) {
-        SoString text;
-        message.writeToString(text);
-        if (sendMessage(m_data->stream, message, text)) {
+        SoString head;
+        message.writeHeadToString(head);
+        if (sendMessage(m_data->stream, head, message)) {
             logMessage("SEND", message, true);
             return true;
         }
@@ -242,8 +243,8 @@ bool TevoroTalk::sendResponse(Message const& message, char const* word, Message*
 {
     if (!asksFor(message, word))
         return false;
-    Message bare;
-    Message& answer = reply != nullptr ? *reply : bare;
+    std::optional<Message> bare;
+    Message& answer = reply != nullptr ? *reply : bare.emplace();
     answer.target = message.sender;
     answer.sender = message.target.isEmpty() ? getAppName() : message.target;
     answer.responseRequest = "";
@@ -290,35 +291,24 @@ bool TevoroTalk::sendResult(Message const& message, SoString const& result) cons
 
 bool TevoroTalk::processOutgoingMessage()
 {
-    MessageQueue& outgoing = m_data->outgoing;
-    if (outgoing.isEmpty())
-        return false;
-    outgoing.removeExpiredMessages();
-    SoVector<Message> requeued;
     SoVector<SoString> failedTargets;
-    while (Message* const message = outgoing.getNextMessage(QK_INVALID_MESSAGE_NUMBER)) {
+    auto const attempt = [&](Message const& message) {
         // A later message does not overtake an earlier one.
-        bool failed = holds(failedTargets, message->target);
-        SoString text;
-        if (m_data->stream == nullptr || (!failed && !message->writeToString(text))) {
-            delete message;
-            continue;
+        bool const isHeldUp = holds(failedTargets, message.target);
+        SoString head;
+        if (m_data->stream == nullptr || (!isHeldUp && !message.writeHeadToString(head)))
+            return true; // it can never be sent
+        if (!isHeldUp && sendMessage(m_data->stream, head, message)) {
+            logMessage("SEND ENQUEUED MESSAGE", message, true);
+            return true;
         }
-        if (!failed && !sendMessage(m_data->stream, *message, text)) {
-            failed = true;
-            failedTargets.append(new SoString(message->target));
-        }
-        if (!failed) {
-            logMessage("SEND ENQUEUED MESSAGE", *message, true);
-            delete message;
-            continue;
-        }
-        restamp(*message);
-        logMessage("REQUEUED MESSAGE ", *message, true);
-        requeued.append(message);
-    }
-    for (long i = 0; i < requeued.length(); ++i)
-        enqueue(outgoing, requeued[i]);
+        if (!isHeldUp)
+            failedTargets.append(new SoString(message.target));
+        logMessage("REQUEUED MESSAGE ", message, true);
+        return false;
+    };
+    if (!m_data->outgoing.isEmpty())
+        m_data->outgoing.workOff(attempt, restamp);
     while (SoString const* const target = failedTargets.removeAt(0))
         delete target;
     return false;

@@ -1,15 +1,12 @@
 #include "messaging/MessageQueue.h"
 
-#include "core/messaging/support/MessageText.h"
-#include "core/messaging/support/MessagingFixture.h"
-#include "messaging/MsgHandler.h"
-#include "messaging/TevoroTalkUtils.h"
+#include "core/messaging/support/QueuedMessages.h"
 #include "platform/common/Waiting.h"
 
 #include <limits>
 #include <memory>
 #include <set>
-#include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -17,124 +14,15 @@ namespace {
 
 using namespace ScObjects;
 using namespace ScObjects::TevoroTalkData;
-using test::bytes;
 using Message = TevoroTalk::Message;
+using test::kAny;
+using test::newExpired;
+using test::newMessage;
+using test::newWatcher;
+using test::now;
+using test::Numbers;
 
-constexpr std::uint32_t kAny = QK_INVALID_MESSAGE_NUMBER;
-
-std::int64_t now()
-{
-    return TevoroTalkUtils::getTimeSeconds();
-}
-
-// To self-1.0, from asker-1.0; runs out in an hour.
-Message* newMessage(std::uint32_t number, char const* type = "Own")
-{
-    auto* const message = new Message;
-    message->target = "self-1.0";
-    message->sender = "asker-1.0";
-    message->type = type;
-    message->serialNumber = number;
-    message->timeout = 3600;
-    return message;
-}
-
-Message* newExpired(std::uint32_t number)
-{
-    Message* const message = newMessage(number);
-    message->timestamp = now() - 100;
-    message->timeout = 50;
-    message->responseRequest = "Timeout";
-    return message;
-}
-
-Message* newWatcher(std::uint32_t number)
-{
-    Message* const message = newMessage(number, "Ignore");
-    message->target = "asker-1.0";
-    message->responseRequest = "Timeout";
-    return message;
-}
-
-using Numbers = std::vector<std::uint32_t>;
-
-class MessageQueueTest : public test::MessagingFixture {
-protected:
-    // A queue outside of the bus tells nobody.
-    static std::unique_ptr<Message> next(MessageQueue& queue, std::uint32_t number = kAny)
-    {
-        return std::unique_ptr<Message>(queue.getNextMessage(number));
-    }
-
-    // All that is left, in order; watchers too, as no number matches theirs.
-    static Numbers takeAll(MessageQueue& queue)
-    {
-        Numbers numbers;
-        while (auto const message = next(queue, 12345))
-            numbers.push_back(message->serialNumber);
-        return numbers;
-    }
-
-    MessageQueue queue;
-};
-
-// Notes what is forwarded.
-class Subscriber final : public TevoroTalk::MsgHandler {
-public:
-    explicit Subscriber(std::vector<std::string>& notes)
-        : m_notes(notes)
-    {
-    }
-    long handleMessage(int, Message& message, SoString*) override
-    {
-        // The last line of the body ends with the label.
-        std::string const body = bytes(message.body);
-        std::size_t const start = body.rfind(';', body.size() - 3);
-        m_notes.push_back(bytes(message.getUserHeaderValue("MsgRoot")) + " "
-            + body.substr(start + 1, body.size() - start - 3));
-        return 0;
-    }
-    char const* getMsgType() const override { return "FWDMESSAGES"; }
-
-private:
-    std::vector<std::string>& m_notes;
-};
-
-// With the bus, and the mailbox that the notices go to.
-class MessageQueueOnTheBusTest : public MessageQueueTest {
-protected:
-    MessageQueueOnTheBusTest()
-        : instance(new TevoroTalk("self-1.0", nullptr, true, nullptr))
-        , asker("asker-1.0", true)
-    {
-        Message::setCreateDigest(false);
-    }
-
-    // What came for the asker: type and number of each.
-    std::vector<std::string> notices(std::size_t count)
-    {
-        std::vector<std::string> result;
-        std::string text;
-        while (result.size() < count) {
-            if (text.empty())
-                text = received(asker, 1);
-            if (text.empty())
-                break;
-            Message notice;
-            char const* const rest = notice.readFromString(text.c_str());
-            result.push_back(bytes(notice.sender) + " " + bytes(notice.type) + " "
-                + std::to_string(notice.serialNumber));
-            text.erase(0, static_cast<std::size_t>(rest - text.c_str()));
-        }
-        EXPECT_FALSE(asker.messagePending());
-        EXPECT_EQ(text, "");
-        return result;
-    }
-
-    // The bus deletes it.
-    TevoroTalk* instance;
-    InterAppStream asker;
-};
+class MessageQueueTest : public test::MessageQueueFixture { };
 
 } // namespace
 
@@ -452,101 +340,4 @@ TEST_F(MessageQueueTest, ServesSeveralThreadsAtOnce)
     all.insert(taken[1].begin(), taken[1].end());
     EXPECT_EQ(all.size(), std::size_t{kEach} * 2 * 9 / 10);
     EXPECT_EQ(takeAll(queue), Numbers(kEach * 2 / 10, 9999));
-}
-
-TEST_F(MessageQueueOnTheBusTest, TellsTheSendersInReverseWhenItIsSwept)
-{
-    for (std::uint32_t number = 1; number <= 3; ++number)
-        queue.append(newExpired(number));
-    queue.removeExpiredMessages();
-    EXPECT_THAT(notices(3),
-        testing::ElementsAre("self-1.0 Timeout 3", "self-1.0 Timeout 2", "self-1.0 Timeout 1"));
-}
-
-TEST_F(MessageQueueOnTheBusTest, TellsTheSendersInOrderWhenAMessageIsTaken)
-{
-    queue.append(newExpired(1));
-    queue.append(newExpired(2));
-    queue.append(newMessage(3));
-    EXPECT_EQ(next(queue)->serialNumber, 3U);
-    EXPECT_THAT(notices(2), testing::ElementsAre("self-1.0 Timeout 1", "self-1.0 Timeout 2"));
-}
-
-TEST_F(MessageQueueOnTheBusTest, TellsTheSendersOfAllThatIsLeftAtItsEnd)
-{
-    auto going = std::make_unique<MessageQueue>();
-    Message* const fresh = newMessage(1);
-    fresh->responseRequest = "Timeout";
-    going->append(fresh);
-    going->append(newMessage(2)); // asked for nothing
-    going->append(newExpired(3));
-    going.reset();
-    EXPECT_THAT(notices(2), testing::ElementsAre("self-1.0 Timeout 1", "self-1.0 Timeout 3"));
-}
-
-TEST_F(MessageQueueOnTheBusTest, TellsOnlyWhoAskedAndDoesNotWatch)
-{
-    std::unique_ptr<Message> const message(newMessage(1));
-    EXPECT_FALSE(notifySender(*message, "Timeout", ""));
-    message->responseRequest = "Result";
-    EXPECT_FALSE(notifySender(*message, "Timeout", ""));
-    message->responseRequest = "NoTimeouts"; // holds the word
-    EXPECT_TRUE(notifySender(*message, "Timeout", ""));
-    message->setHeader("TIMEOUT_DETECTOR", "TARGET");
-    EXPECT_TRUE(notifySender(*message, "Timeout", ""));
-    message->setHeader("TIMEOUT_DETECTOR", "SENDER");
-    EXPECT_FALSE(notifySender(*message, "Timeout", ""));
-    EXPECT_EQ(notices(2).size(), 2U);
-}
-
-TEST_F(MessageQueueOnTheBusTest, TellsByAnotherWordWithTheTypeBehindIt)
-{
-    std::unique_ptr<Message> const message(newMessage(4));
-    message->responseRequest = "Gone";
-    EXPECT_TRUE(notifySender(*message, "Gone", ""));
-    EXPECT_THAT(notices(1), testing::ElementsAre("self-1.0 GoneOwn 4"));
-}
-
-TEST_F(MessageQueueOnTheBusTest, TellsAnOldPeerByItsOwnTypeAndANewNumber)
-{
-    std::uint32_t const number = Message::getNextSerialNumber(nullptr);
-    for (char const* version : {"1.0", ""}) {
-        std::unique_ptr<Message> const message(newExpired(99));
-        message->version = version;
-        EXPECT_TRUE(notifySender(*message, "Timeout", ""));
-    }
-    EXPECT_THAT(notices(2),
-        testing::ElementsAre("self-1.0 Own " + std::to_string(number + 1),
-            "self-1.0 Own " + std::to_string(number + 2)));
-}
-
-TEST_F(MessageQueueOnTheBusTest, TellsNobodyWhoIsGone)
-{
-    std::unique_ptr<Message> const message(newExpired(1));
-    message->sender = "gone-1.0";
-    EXPECT_FALSE(notifySender(*message, "Timeout", ""));
-}
-
-TEST_F(MessageQueueOnTheBusTest, ForwardsWhatHappensToAMessage)
-{
-    std::vector<std::string> notes;
-    instance->changeHandler(new Subscriber(notes));
-    queue.append(newMessage(1));
-    EXPECT_TRUE(notes.empty()) << "nothing is forwarded without a root";
-    next(queue);
-    queue.setDiagnosticsRoot("/root");
-    queue.append(newMessage(1));
-    next(queue);
-    queue.append(newMessage(2, "Debug"));
-    next(queue);
-    queue.append(newWatcher(3));
-    next(queue);
-    queue.append(newExpired(4));
-    queue.removeExpiredMessages();
-    EXPECT_THAT(notes,
-        testing::ElementsAre(
-            "/root added", "/root picked", "/root added", "/root added", "/root timed out"));
-    EXPECT_EQ(notices(1).size(), 1U);
-    instance->deleteHandler(instance->findHandler("FWDMESSAGES", kAny));
-    EXPECT_EQ(queue.length(), 1);
 }

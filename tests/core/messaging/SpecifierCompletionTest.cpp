@@ -247,7 +247,9 @@ TEST_F(SpecifierCompletionTest, SetsTheHighestVersionUpToANegativeOne)
     EXPECT_EQ(withVersion("tevoro", "-500"), "tevoro-5.0");
     EXPECT_EQ(withVersion("tevoro", "-2.9"), "refused tevoro");
     TestRegistry::install({"tevoro-4.0-de_de", "tevoro-3.0-en_us", "tevoro-3.00"});
-    EXPECT_EQ(withVersion("tevoro", "-4.0"), "tevoro-3.0-en_us"); // the first of equal ones
+    EXPECT_EQ(withVersion("tevoro", "-4.0"), "tevoro-3.0-en_us");
+    TestRegistry::install({"tevoro-3.0-en_us", "tevoro-3.00-en_us"}); // the first of equal ones
+    EXPECT_EQ(withVersion("tevoro", "-4.0"), "tevoro-3.0-en_us");
 }
 
 TEST_F(SpecifierCompletionTest, SetsAPositiveVersionOnlyWhereItIsThatNumber)
