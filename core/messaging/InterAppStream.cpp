@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstring>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 namespace ScObjects {
@@ -72,21 +73,25 @@ long BaseInterAppStream::bufferSize() const
 
 void BaseInterAppStream::collect(char* text, long length)
 {
-    if (m_bufferSize <= length) {
-        // Its block is just what the buffer has to be.
+    replaceNuls(text, length);
+    if (m_bufferSize < length) {
         freeThis(m_buffer);
-        m_buffer = text;
-        m_bufferSize = length;
-    } else {
-        std::memcpy(m_buffer, text, static_cast<std::size_t>(length));
-        freeThis(text);
+        m_buffer = mallocThis<char>(static_cast<std::size_t>(length));
+        m_bufferSize = m_buffer != nullptr ? length : 0;
     }
-    replaceNuls(m_buffer, length);
-    m_messages.append(m_buffer, length);
+    if (m_messages.isEmpty()) {
+        m_messages.adopt(text, length); // as it is: a copy by way of the buffer would be the same
+        return;
+    }
+    if (m_buffer != nullptr) {
+        std::memcpy(m_buffer, text, static_cast<std::size_t>(length));
+        m_messages.append(m_buffer, length);
+    }
+    freeThis(text);
 }
 
 MacInterAppStream::DataRef::DataRef(char const* text, long textLength)
-    : data(mallocThis<char>(static_cast<std::size_t>(textLength)))
+    : data(SoString::mallocText(textLength))
     , length(data != nullptr ? textLength : 0)
 {
     if (data != nullptr)
@@ -189,6 +194,24 @@ int MacInterAppStream::waitDescriptor() const
 {
     ObjectLock const lock(*this);
     return m_port != nullptr ? m_port->descriptor() : -1;
+}
+
+bool MacInterAppStream::wakeOn(int descriptor)
+{
+    ObjectLock const lock(*this);
+    try {
+        if (m_port != nullptr)
+            m_port->wakeOn(descriptor);
+        return m_port != nullptr;
+    } catch (std::system_error const&) {
+        return false;
+    }
+}
+
+bool MacInterAppStream::wait(std::chrono::milliseconds limit) const
+{
+    // Without the lock, which others need meanwhile.
+    return m_port->wait(limit);
 }
 
 InterAppStream::InterAppStream(SoString const& specifier, bool flag)

@@ -12,6 +12,7 @@
 #include "messaging/SoString.h"
 #include "messaging/SoVector.h"
 
+#include <chrono>
 #include <memory>
 
 namespace Pt {
@@ -96,6 +97,11 @@ public:
     bool hasUnreadTexts() const;
     // Readable while messagePending() has something to look at; -1 without a port.
     int waitDescriptor() const;
+    // From now on wait() ends for that descriptor too; before the first wait. False when the
+    // process has no descriptors left, and always without a port.
+    bool wakeOn(int descriptor);
+    // Waits for a text, at most that long. Needs a port, and wakeOn(); one thread at a time.
+    bool wait(std::chrono::milliseconds limit) const;
 
 private:
     std::unique_ptr<Pt::LocalPort> m_port;

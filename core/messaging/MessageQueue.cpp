@@ -180,6 +180,8 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
             }
         }
         m_messages.rotate(deferred);
+        if (expired.length() != 0)
+            armForNearest();
         showState();
     }
     notifyAndDelete(expired);
@@ -216,15 +218,10 @@ void MessageQueue::removeExpiredMessages()
         // All deadlines lie at or behind the noted one.
         if (now < m_nearestDeadline)
             return;
-        std::int64_t nearest = kNever;
-        for (long i = m_messages.length() - 1; i >= 0; --i) {
-            Message const& message = *m_messages[i];
-            if (hasTimedOut(message, now))
+        for (long i = m_messages.length() - 1; i >= 0; --i)
+            if (hasTimedOut(*m_messages[i], now))
                 takeOut(i, expired);
-            else
-                nearest = std::min(nearest, deadlineOf(message));
-        }
-        arm(nearest);
+        armForNearest();
         showState();
     }
     notifyAndDelete(expired);
@@ -349,6 +346,14 @@ void MessageQueue::takeOut(long index, Messages& taken)
 {
     removed(*m_messages[index]);
     taken.append(m_messages.removeAt(index));
+}
+
+void MessageQueue::armForNearest()
+{
+    std::int64_t nearest = kNever;
+    for (long i = 0; i < m_messages.length(); ++i)
+        nearest = std::min(nearest, deadlineOf(*m_messages[i]));
+    arm(nearest);
 }
 
 void MessageQueue::arm(std::int64_t deadline)

@@ -80,6 +80,7 @@ private:
     void showState();
     void takeOut(long index, Messages& taken);
     void arm(std::int64_t deadline);
+    void armForNearest();
     TevoroTalk::Message* nextAttempt(long& place) const;
     void takeDone(long place);
     void notifyAndDelete(Messages& expired) const;

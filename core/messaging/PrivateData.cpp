@@ -46,6 +46,9 @@ void PrivateData::openStream(SoString const& name)
     stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
     if (stream != nullptr && m_signals != nullptr)
         m_signals->all.add(stream->waitDescriptor());
+    m_streamWakes = stream != nullptr && m_signals != nullptr
+        && stream->wakeOn(m_signals->flag.descriptor())
+        && stream->wakeOn(m_signals->timer.descriptor());
 }
 
 void PrivateData::registerNumberedInstance()
@@ -68,6 +71,8 @@ int PrivateData::waitDescriptor() const
 
 bool PrivateData::waitForMessage(std::chrono::milliseconds limit) const
 {
+    if (m_streamWakes)
+        return stream->wait(limit);
     if (m_signals != nullptr)
         return m_signals->all.wait(limit);
     TevoroTalkUtils::sleep(static_cast<unsigned int>(limit.count()));

@@ -61,6 +61,7 @@ private:
     void registerNumberedInstance();
 
     std::unique_ptr<Signals> m_signals;
+    bool m_streamWakes = false; // the stream's own wait ends for the signals, too
 
 public:
     // Destroyed before the signals that they hold up; outgoing first.

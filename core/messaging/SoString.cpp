@@ -211,6 +211,20 @@ unsigned long SoString::convertToUtf16(unsigned short* out, unsigned long max) c
     return UTF8_UTF16(m_data, out, max);
 }
 
+char* SoString::mallocText(long length)
+{
+    return mallocThis<char>(static_cast<std::size_t>(roundedCapacity(length)));
+}
+
+void SoString::adopt(char* block, long length)
+{
+    if (m_data != gNoBytes)
+        freeHeap(m_data);
+    m_data = block;
+    m_capacity = roundedCapacity(length);
+    terminate(length);
+}
+
 void SoString::swap(SoString& other) noexcept
 {
     std::swap(m_data, other.m_data);

@@ -65,6 +65,11 @@ public:
     // See UTF8_UTF16.
     unsigned long convertToUtf16(unsigned short* out, unsigned long max) const;
 
+    // A block for a text of that length, as this class makes them; null without memory.
+    static char* mallocText(long length);
+    // Takes such a block over, with the text that was written to it.
+    void adopt(char* block, long length);
+
     // Exchanges the contents without copying them.
     void swap(SoString& other) noexcept;
 

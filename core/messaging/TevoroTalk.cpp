@@ -133,7 +133,7 @@ bool TevoroTalk::messagePending() const
     if (incomingMessagePending() || outgoingMessagePending())
         return true;
     if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
-        thread->setKeyValuePair(TevoroTalkThread::QK_STATUS, TevoroTalkThread::QK_IDLE);
+        thread->setStatus(TevoroTalkThread::QK_IDLE);
     return false;
 }
 

@@ -170,7 +170,7 @@ bool TevoroTalk::pump(EnabledOperations operations, TevoroTalkContext* context)
         return false;
     refreshConnector(*context);
     if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
-        thread->setKeyValuePair(TevoroTalkThread::QK_STATUS, TevoroTalkThread::QK_PUMPING);
+        thread->setStatus(TevoroTalkThread::QK_PUMPING);
     bool dispatched = false;
     for (long i = 0; i < context->getNumberOfInstances(); ++i) {
         TevoroTalk* const instance = context->getNthInstance(i);
@@ -181,7 +181,7 @@ bool TevoroTalk::pump(EnabledOperations operations, TevoroTalkContext* context)
             dispatched = true;
     }
     if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
-        thread->setKeyValuePair(TevoroTalkThread::QK_STATUS, TevoroTalkThread::QK_IDLE);
+        thread->setStatus(TevoroTalkThread::QK_IDLE);
     return dispatched;
 }
 

@@ -244,10 +244,12 @@ void TevoroTalkThread::beIdle()
     handler->handleMessage(TevoroTalk::MsgHandler::kIdle, message, nullptr);
 }
 
-TevoroTalkThread::PingData* TevoroTalkThread::find(SoString const& key) const
+TevoroTalkThread::PingData* TevoroTalkThread::find(std::string_view key) const
 {
-    long const index = locateKey(key);
-    return index < 0 ? nullptr : m_pingData[index];
+    for (long i = 0; i < m_pingData.length(); ++i)
+        if (m_pingData[i]->key.view() == key)
+            return m_pingData[i];
+    return nullptr;
 }
 
 long TevoroTalkThread::locateKey(SoString const& key) const
@@ -262,7 +264,7 @@ long TevoroTalkThread::locateKey(SoString const& key) const
 TevoroTalk::MsgHandler* TevoroTalkThread::findHandler(SoString const& key) const
 {
     ObjectLock const lock(*this);
-    PingData const* const entry = find(key);
+    PingData const* const entry = find(key.view());
     return entry != nullptr ? entry->handler : nullptr;
 }
 
@@ -278,7 +280,7 @@ bool TevoroTalkThread::hasStalled() const
 SoString TevoroTalkThread::getValueForKey(SoString const& key) const
 {
     ObjectLock const lock(*this);
-    PingData const* const entry = find(key);
+    PingData const* const entry = find(key.view());
     if (entry == nullptr)
         return {};
     if (key == QK_STATUS && entry->value == QK_IDLE && hasStalled())
@@ -286,7 +288,7 @@ SoString TevoroTalkThread::getValueForKey(SoString const& key) const
     return entry->value;
 }
 
-void TevoroTalkThread::notePump(SoString const& value)
+void TevoroTalkThread::notePump(std::string_view value)
 {
     double const now = TevoroTalkUtils::getUTCTimeMilliSeconds();
     if (value == QK_PUMPING) {
@@ -309,7 +311,7 @@ bool TevoroTalkThread::setKeyValuePair(SoString const& key, SoString const& valu
         return false;
     ObjectLock const lock(*this);
     if (key == QK_STATUS)
-        notePump(value);
+        notePump(value.view());
     long const index = locateKey(key);
     if (index >= 0 && value.isEmpty()) {
         delete m_pingData.removeAt(index);
@@ -324,12 +326,24 @@ bool TevoroTalkThread::setKeyValuePair(SoString const& key, SoString const& valu
     return true;
 }
 
+void TevoroTalkThread::setStatus(char const* value)
+{
+    ObjectLock const lock(*this);
+    PingData* const status = find(QK_STATUS);
+    if (status == nullptr) {
+        setKeyValuePair(QK_STATUS, value);
+        return;
+    }
+    notePump(value);
+    status->value = value;
+}
+
 bool TevoroTalkThread::setHandler(SoString const& key, TevoroTalk::MsgHandler* handler)
 {
     ObjectLock const lock(*this);
     if (locateKey(key) < 0)
         setKeyValuePair(key, key);
-    PingData* const entry = find(key);
+    PingData* const entry = find(key.view());
     if (entry == nullptr)
         return false;
     if (entry->handler != handler)
@@ -340,7 +354,7 @@ bool TevoroTalkThread::setHandler(SoString const& key, TevoroTalk::MsgHandler* h
 bool TevoroTalkThread::setTimeout(SoString const& key, std::int32_t seconds)
 {
     ObjectLock const lock(*this);
-    PingData* const entry = find(key);
+    PingData* const entry = find(key.view());
     if (entry == nullptr)
         return false;
     entry->expires = seconds != 0 ? TevoroTalkUtils::getTimeSeconds() + seconds : 0;

@@ -15,6 +15,7 @@
 #include "platform/common/Waiting.h"
 
 #include <memory>
+#include <string_view>
 
 namespace ScObjects {
 
@@ -71,6 +72,8 @@ public:
     SoString getValueForKey(SoString const& key) const;
     // An empty value takes the key out, handler included. False for an empty key.
     bool setKeyValuePair(SoString const& key, SoString const& value);
+    // The same for "STATUS", which every pump sets twice.
+    void setStatus(char const* value);
     // Takes ownership if it answers true. A missing key is made, with its own text as value.
     bool setHandler(SoString const& key, TevoroTalk::MsgHandler* handler);
     // The key goes that many seconds from now; 0 for never. False when the key is missing.
@@ -105,9 +108,9 @@ private:
     void serveInstances();
     void removeExpiredPingData();
     void beIdle();
-    void notePump(SoString const& value);
+    void notePump(std::string_view value);
     bool hasStalled() const;
-    PingData* find(SoString const& key) const;
+    PingData* find(std::string_view key) const;
     bool hasUnreadTexts() const;
     bool isPumpedByApplication() const;
     void watchInstances();

@@ -23,7 +23,7 @@
 namespace Pt {
 
 // The receiving side. An object is used by one thread at a time, but for descriptor(), which any
-// thread may ask and wait on.
+// thread may ask and wait on, and for wait() after wakeOn(), in which one thread may be meanwhile.
 class LocalPort {
 public:
     // A longer text is neither sent nor received.
@@ -49,6 +49,13 @@ public:
     // Readable (poll, epoll, select) while receive() has something to do, which may be no more than
     // a sender that left. Belongs to the port: wait on it, do not read or close it.
     int descriptor() const;
+
+    // Waits until descriptor() is readable, or a descriptor that was added here, at the latest
+    // after `limit`; a negative one waits for ever. Does without the detour over a set of
+    // descriptors, which costs time at every text. Added descriptors are borrowed, and do not show
+    // in descriptor().
+    bool wait(std::chrono::milliseconds limit);
+    void wakeOn(int other);
 
     std::string const& name() const;
 

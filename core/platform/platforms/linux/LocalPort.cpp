@@ -1,9 +1,11 @@
 #include "platform/common/LocalPort.h"
 
+#include "platform/common/Waiting.h"
 #include "platform/platforms/linux/HeldName.h"
 #include "platform/platforms/linux/LocalSocket.h"
 #include "platform/platforms/linux/PacketReader.h"
 
+#include <optional>
 #include <unordered_map>
 
 #include <sys/epoll.h>
@@ -32,13 +34,14 @@ struct LocalPort::State {
     }
 
     bool open();
-    bool watch(int descriptor) const;
+    bool watch(int descriptor);
     std::size_t receive(Taker const& take);
     std::size_t letIn(Taker const& take);
     std::size_t drain(int connection, Taker const& take);
     void pauseListening();
     void resumeListening();
-    void listenFor(unsigned int events) const;
+    void listenFor(unsigned int events);
+    DescriptorSet& everything();
 
     HeldName
         name; // freed last: nobody finds a new holder while an old connection still takes texts
@@ -49,6 +52,8 @@ struct LocalPort::State {
     std::unordered_map<int, Descriptor> connections;
     std::vector<epoll_event> events;
     bool isListening = true;
+    // Of whoever waits here: all that `watcher` has, and what was added. Made on first use.
+    std::optional<DescriptorSet> waited;
 };
 
 bool LocalPort::State::open()
@@ -63,8 +68,14 @@ bool LocalPort::State::open()
         && watch(retryTimer.get());
 }
 
-bool LocalPort::State::watch(int descriptor) const
+bool LocalPort::State::watch(int descriptor)
 {
+    try {
+        if (waited)
+            waited->add(descriptor);
+    } catch (std::system_error const&) {
+        return false;
+    }
     epoll_event event = {};
     event.events = EPOLLIN;
     event.data.fd = descriptor;
@@ -133,8 +144,12 @@ std::size_t LocalPort::State::drain(int connection, Taker const& take)
     return count;
 }
 
-void LocalPort::State::listenFor(unsigned int wanted) const
+void LocalPort::State::listenFor(unsigned int wanted)
 {
+    if (waited && wanted == 0)
+        waited->remove(listener.get());
+    else if (waited)
+        waited->add(listener.get());
     epoll_event event = {};
     event.events = wanted;
     event.data.fd = listener.get();
@@ -160,6 +175,18 @@ void LocalPort::State::resumeListening()
     isListening = true;
 }
 
+DescriptorSet& LocalPort::State::everything()
+{
+    if (!waited) {
+        waited.emplace();
+        for (int const descriptor : {listener.get(), retryTimer.get()})
+            waited->add(descriptor);
+        for (auto const& connection : connections)
+            waited->add(connection.first);
+    }
+    return *waited;
+}
+
 std::unique_ptr<LocalPort> LocalPort::hold(std::string_view name)
 {
     std::error_code error;
@@ -183,6 +210,16 @@ LocalPort::~LocalPort() = default;
 std::size_t LocalPort::receive(Taker const& take)
 {
     return m_state->receive(take);
+}
+
+bool LocalPort::wait(std::chrono::milliseconds limit)
+{
+    return m_state->everything().wait(limit);
+}
+
+void LocalPort::wakeOn(int other)
+{
+    m_state->everything().add(other);
 }
 
 int LocalPort::descriptor() const
