@@ -51,7 +51,7 @@ ExitCode runListen(const CommandLine& line)
     for (const std::string& type : types)
         delete session.instance().changeHandler(new Listener(line, type, count));
     session.waitUntilReachable();
-    commandline::printMessage("tevorotalk", "listening as " + session.name());
+    std::fprintf(stderr, "listening as %s\n", session.name().c_str());
     const auto deadline = deadlineAfter(line.seconds);
     while (!hasPassed(deadline) && (!line.count || count < *line.count)) {
         if (Pt::wasInterrupted())

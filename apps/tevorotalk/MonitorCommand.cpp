@@ -8,6 +8,7 @@
 #include "tevorotalk/InfoLines.h"
 #include "tevorotalk/MessagePrinter.h"
 
+#include <cstdio>
 #include <map>
 
 namespace tevorotalk {
@@ -107,7 +108,7 @@ ExitCode runMonitor(const CommandLine& line)
         messages.emplace(line.target, "FWDMESSAGES", session.name());
     if (line.logs)
         logs.emplace(line.target, "FWDLOGS", session.name());
-    commandline::printMessage("tevorotalk", "monitoring " + line.target);
+    std::fprintf(stderr, "monitoring %s\n", commandline::terminalText(line.target).c_str());
     const auto deadline = deadlineAfter(line.seconds);
     auto lookAgain = std::chrono::steady_clock::now() + kLookAgain;
     while (!hasPassed(deadline)) {

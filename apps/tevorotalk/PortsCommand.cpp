@@ -16,7 +16,7 @@ ExitCode runPorts(const CommandLine& line)
         const std::string name =
             commandline::displayName(std::string_view(port.name).substr(kPortPrefix.size()));
         if (line.json)
-            commandline::printJson({{"name", name}, {"process", port.processId}});
+            commandline::printJson({{"name", name}, {"pid", port.processId}});
         else
             commandline::printLine(
                 commandline::terminalText(name) + "\t" + std::to_string(port.processId));

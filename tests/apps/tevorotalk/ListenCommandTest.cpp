@@ -10,7 +10,7 @@ using ListenCommandTest = BusFixture;
 TEST_F(ListenCommandTest, SaysUnderWhichNameItListens)
 {
     listen("Echo-1.0");
-    EXPECT_EQ(greeting(), "tevorotalk: listening as echo-1.0");
+    EXPECT_EQ(greeting(), "listening as echo-1.0");
 }
 
 TEST_F(ListenCommandTest, PrintsAMessageAsALine)

@@ -12,7 +12,7 @@ TEST_F(MonitorCommandTest, ShowsWhatBecomesOfAMessage)
 {
     listen("echo-1.0");
     PeerProcess& monitor = start({"monitor", "echo-1.0"});
-    EXPECT_EQ(greeting(), "tevorotalk: monitoring echo-1.0");
+    EXPECT_EQ(greeting(), "monitoring echo-1.0");
     run({"send", "echo-1.0", "1+1;", "--as", "asker-1.0"});
     // A value of the tree ends at its first semicolon.
     std::string const rest = " asker-1.0 -> echo-1.0 Quillscriber #1: 1+1";

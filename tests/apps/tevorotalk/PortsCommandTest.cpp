@@ -24,7 +24,7 @@ TEST_F(PortsCommandTest, ListsThemAsObjects)
     std::vector<Json> const ports = run({"ports", "--json"}).objects();
     ASSERT_EQ(ports.size(), 3u);
     EXPECT_EQ(ports[0]["name"], "echo-1.0");
-    EXPECT_EQ(ports[0]["process"], echo.id());
+    EXPECT_EQ(ports[0]["pid"], echo.id());
 }
 
 TEST_F(PortsCommandTest, ListsNothingOnAnEmptyBus)
@@ -44,7 +44,7 @@ TEST_F(PortsCommandTest, NumbersASecondApplicationOfTheSameName)
 {
     listen("echo-1.0");
     listen("echo-1.0");
-    EXPECT_EQ(greeting(), "tevorotalk: listening as echo_1-1.0");
+    EXPECT_EQ(greeting(), "listening as echo_1-1.0");
     EXPECT_THAT(run({"ports"}).out, HasSubstr("echo_1-1.0\t"));
 }
 
