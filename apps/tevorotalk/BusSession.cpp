@@ -39,13 +39,20 @@ BusSession::BusSession(const std::string& name)
         throw CommandError(
             ExitCode::kUsage, "'" + name + "' is no name on the bus; take one like echo-1.0");
     m_instance = std::make_unique<TevoroTalk>(name.c_str(), nullptr, true, nullptr);
-    if (m_instance->getAppName().isEmpty())
-        throw CommandError(ExitCode::kSystemPart,
-            "the name '" + name + "' cannot be held: it and its instances 1 to 8 are taken, or "
-                + Pt::localPortFolder() + " cannot be used");
+    if (!m_instance->getAppName().isEmpty())
+        return;
+    end(); // there is no object yet that would
+    throw CommandError(ExitCode::kSystemPart,
+        "the name '" + name + "' cannot be held: it and its instances 1 to 8 are taken, or "
+            + Pt::localPortFolder() + " cannot be used");
 }
 
 BusSession::~BusSession()
+{
+    end();
+}
+
+void BusSession::end()
 {
     m_instance.reset();
     TevoroTalk::InitTerm::exit();

@@ -38,6 +38,8 @@ public:
     void pumpOnce(std::optional<SteadyTime> deadline);
 
 private:
+    void end();
+
     std::unique_ptr<ScObjects::TevoroTalk> m_instance;
 };
 
