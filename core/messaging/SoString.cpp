@@ -243,6 +243,7 @@ void SoString::makeRoom(long length, long kept)
     char* const fresh = mallocThis<char>(static_cast<std::size_t>(m_capacity));
     if (kept != 0)
         std::memcpy(fresh, m_data, static_cast<std::size_t>(kept));
+    fresh[kept] = '\0';
     if (m_data != gNoBytes)
         freeHeap(m_data);
     m_data = fresh;

@@ -104,9 +104,9 @@ TEST_F(TevoroTalkOutgoingTest, KeepTheirOrderAlsoBehindATargetThatIsUp)
     InterAppStream late("late-1.0", true);
     enqueue("late-1.0", "second");
     EXPECT_THAT(waiting(), ElementsAre("first", "second"));
-    EXPECT_FALSE(late.messagePending() && messagesIn(received(late, 1)).size() > 1);
+    EXPECT_FALSE(late.messagePending());
     instance.processOutgoingMessage();
-    EXPECT_THAT(bodies(late, 2), testing::IsSupersetOf({"first", "second"}));
+    EXPECT_THAT(bodies(late, 2), ElementsAre("first", "second"));
     enqueue("later-1.0", "other");
     auto const direct = request("late-1.0", "third");
     EXPECT_TRUE(send(instance, *direct));
@@ -253,8 +253,7 @@ TEST_F(TevoroTalkOutgoingTest, KeepTheirOrderWhileTwoThreadsTryThem)
         auto const message = request("late-1.0", std::to_string(i));
         message->type = "Own";
         send(instance, *message, true);
-        while (lateThread.messagePending())
-            lateThread.receive();
+        drain(lateThread);
         if (i == kCount / 2)
             late = std::make_unique<InterAppStream>("late-1.0", true);
         instance.processOutgoingMessage();

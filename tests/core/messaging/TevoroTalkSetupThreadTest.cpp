@@ -18,10 +18,16 @@ using testing::MatchesRegex;
 
 class TevoroTalkSetupThreadTest : public test::BusFixture {
 protected:
-    // As another process reads it.
+    // As another process reads it, once the thread of the bus has come so far as to open its port.
     static std::string setupTime()
     {
-        return bytes(TevoroTalkUtils::ping("self-1.0", true, "SETUPTIME", 1, 10, nullptr, nullptr));
+        std::string text;
+        EXPECT_TRUE(waitUntil([&] {
+            text = bytes(
+                TevoroTalkUtils::ping("self-1.0", true, "SETUPTIME", 1, 10, nullptr, nullptr));
+            return text != "ISNOTINSTALLED";
+        }));
+        return text;
     }
     static bool startInBackground() { return TevoroTalk::InitTerm::init("self-1.0", false); }
 

@@ -37,7 +37,8 @@ protected:
         PeerProcess peer({STREAM_PEER, "asker-1.0"});
         EXPECT_EQ(peer.line(), "asker-1.0");
         peer.tell("send self-1.0 "
-            + test::hexOf("Target:self-1.0\nSender:asker-1.0\nType:" + type + "\n\nbody"));
+            + test::hexOf(
+                "Target:self-1.0\nSender:asker-1.0\nType:" + type + "\nContent-Length:4\n\nbody"));
         EXPECT_EQ(peer.line(), "sent");
         EXPECT_EQ(peer.finish(), 0);
     }

@@ -89,6 +89,13 @@ protected:
         return true;
     }
 
+    // Takes and forgets what has arrived.
+    static void drain(ScObjects::InterAppStream& stream)
+    {
+        while (stream.messagePending() && stream.receive())
+            stream.getMessages();
+    }
+
     static bool isReadable(int descriptor, std::chrono::milliseconds limit = {})
     {
         pollfd question = {descriptor, POLLIN, 0};

@@ -10,7 +10,7 @@
 namespace test {
 
 // A connector whose applications a test writes down. Owned by the bus once it was set.
-class TestRegistry final : public ScObjects::TevoroTalkConnector {
+class TestRegistry : public ScObjects::TevoroTalkConnector {
 public:
     using SoString = ScObjects::SoString;
     using ScObjects::TevoroTalkConnector::registerApplication;

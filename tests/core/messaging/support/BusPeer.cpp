@@ -1,0 +1,211 @@
+// An application in a process of its own. Usage: bus_peer NAME [COUNT]. Starts the bus under that
+// name and says which it got, or "-"; with COUNT it counts from the beginning. Then it pumps
+// whenever there is something to do, and does what each line of its input asks for, until that
+// ends:
+//
+//   send TARGET REQUEST TIMEOUT BODY
+//                  sends a message; REQUEST is words with commas between, or "-"; says "sent" or
+//                  "not" and its number
+//   stream TARGET COUNT
+//                  sends as many messages with the bodies 0, 1, 2 ...; says "streamed" and how many
+//   answer CODE TEXT
+//                  what its handler returns from now on; CODE "throw" throws
+//   count COUNT    from now on expects the bodies 0, 1, 2 ...; says "counted COUNT" when it had as
+//                  many, or "wrong" and the body
+//   pump off|on    whether it pumps
+//   serial         says the number that a message would get
+//
+// For each message that is handled, unless they are counted, it says "got" and the reason, the
+// type, the number, the sender and the body.
+#include "messaging/Message.h"
+#include "messaging/MsgHandler.h"
+#include "messaging/TevoroTalk.h"
+#include "messaging/TevoroTalkContext.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace ScObjects;
+using Message = TevoroTalk::Message;
+
+void say(std::string const& line)
+{
+    std::cout << line << std::endl; // each line is waited for
+}
+
+class PeerHandler final : public TevoroTalk::MsgHandler {
+public:
+    long handleMessage(int reason, Message& message, SoString* result) override
+    {
+        if (expected >= 0)
+            count(message);
+        else
+            tell(reason, message);
+        if (throws)
+            throw std::runtime_error("as asked for");
+        if (result != nullptr)
+            *result = answer.c_str();
+        return code;
+    }
+
+    long code = 0;
+    std::string answer = "done";
+    bool throws = false;
+    long expected = -1; // as many are to come; none are counted
+    long counted = 0;
+
+private:
+    static void tell(int reason, Message const& message)
+    {
+        std::ostringstream line;
+        line << "got " << reason << ' ' << message.type.get() << ' ' << message.serialNumber << ' '
+             << message.sender.get() << ' ' << message.body.get();
+        say(line.str());
+    }
+
+    void count(Message const& message)
+    {
+        if (message.body != std::to_string(counted).c_str())
+            say(std::string("wrong ") + message.body.get());
+        else if (++counted == expected)
+            say("counted " + std::to_string(counted));
+    }
+};
+
+class Peer {
+public:
+    Peer(char const* name, long expected)
+        : m_instance((TevoroTalk::InitTerm::init(name, true),
+            m_handler = new PeerHandler,
+            new TevoroTalk(name, m_handler, true, nullptr)))
+    {
+        m_handler->expected = expected;
+        SoString const got = m_instance->getAppName();
+        say(got.isEmpty() ? "-" : got.get());
+    }
+    ~Peer() { TevoroTalk::InitTerm::exit(); }
+    Peer(Peer const&) = delete;
+    Peer& operator=(Peer const&) = delete;
+
+    // False when a line cannot be obeyed.
+    bool run()
+    {
+        std::string input;
+        for (;;) {
+            pollfd questions[] = {
+                {STDIN_FILENO, POLLIN, 0}, {m_instance->waitDescriptor(), POLLIN, 0}};
+            ::poll(questions, m_pumps ? 2 : 1, -1);
+            if (m_pumps)
+                TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
+            if (questions[0].revents == 0)
+                continue;
+            char bytes[4096];
+            ssize_t const got = ::read(STDIN_FILENO, bytes, sizeof bytes);
+            if (got <= 0)
+                return true;
+            input.append(bytes, static_cast<std::size_t>(got));
+            for (std::size_t end = 0; (end = input.find('\n')) != std::string::npos;) {
+                if (!obey(std::istringstream(input.substr(0, end))))
+                    return false;
+                input.erase(0, end + 1);
+            }
+        }
+    }
+
+private:
+    bool obey(std::istringstream words)
+    {
+        std::string command;
+        words >> command;
+        if (command == "send")
+            return send(words);
+        if (command == "stream")
+            return stream(words);
+        if (command == "answer")
+            return setAnswer(words);
+        if (command == "pump")
+            return setPump(words);
+        if (command == "count")
+            return static_cast<bool>(words >> m_handler->expected);
+        if (command == "serial")
+            say(std::to_string(TevoroTalk::getSharedContext()->getNextSerialNumber()));
+        return command == "serial";
+    }
+
+    bool send(std::istringstream& words) const
+    {
+        std::string target;
+        std::string request;
+        Message message;
+        if (!(words >> target >> request >> message.timeout))
+            return false;
+        std::replace(request.begin(), request.end(), ',', ' ');
+        std::string body;
+        std::getline(words >> std::ws, body);
+        message.target = target.c_str();
+        message.responseRequest = request == "-" ? "" : request.c_str();
+        message.body = body.c_str();
+        bool const isSent = m_instance->send(message, false, 0, nullptr);
+        say((isSent ? "sent " : "not ") + std::to_string(message.serialNumber));
+        return true;
+    }
+
+    bool stream(std::istringstream& words) const
+    {
+        std::string target;
+        long count = 0;
+        if (!(words >> target >> count))
+            return false;
+        long sent = 0;
+        for (; sent < count; ++sent) {
+            Message message;
+            message.target = target.c_str();
+            message.body = std::to_string(sent).c_str();
+            if (!m_instance->send(message, false, 0, nullptr))
+                break;
+        }
+        say("streamed " + std::to_string(sent));
+        return true;
+    }
+
+    bool setAnswer(std::istringstream& words) const
+    {
+        std::string code;
+        words >> code;
+        m_handler->throws = code == "throw";
+        m_handler->code = m_handler->throws ? 0 : std::stol(code);
+        std::getline(words >> std::ws, m_handler->answer);
+        return true;
+    }
+
+    bool setPump(std::istringstream& words)
+    {
+        std::string state;
+        words >> state;
+        m_pumps = state == "on";
+        return m_pumps || state == "off";
+    }
+
+    PeerHandler* m_handler = nullptr; // owned by the instance
+    TevoroTalk* m_instance; // owned by the bus
+    bool m_pumps = true;
+};
+
+} // namespace
+
+int main(int count, char** words)
+{
+    if (count != 2 && count != 3)
+        return 2;
+    Peer peer(words[1], count == 3 ? std::stol(words[2]) : -1);
+    return peer.run() ? 0 : 2;
+}

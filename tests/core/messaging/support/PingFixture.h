@@ -1,0 +1,83 @@
+#pragma once
+
+#include "core/messaging/support/BusFixture.h"
+#include "core/platform/support/PeerProcess.h"
+#include "messaging/TevoroTalkPing.h"
+#include "messaging/TevoroTalkThread.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include <signal.h>
+#include <sys/wait.h>
+
+namespace test {
+
+// Another application on the bus, see PingPeer.cpp. Its main thread sleeps until it is told.
+class Peer {
+public:
+    explicit Peer(std::string const& name)
+        : m_process({PING_PEER, name})
+    {
+        EXPECT_EQ(m_process.line(), name);
+    }
+
+    // Tells it a line, and gives what it says.
+    std::string tell(std::string const& line)
+    {
+        m_process.tell(line);
+        return m_process.line();
+    }
+    // Lets it pump until it is told something else.
+    void serve() { m_process.tell("serve"); }
+
+    // Holds its ports and does nothing at all, until it goes on.
+    void freeze() const
+    {
+        ::kill(m_process.id(), SIGSTOP);
+        // Its threads do not stop at once.
+        EXPECT_EQ(::waitpid(m_process.id(), nullptr, WUNTRACED), m_process.id());
+    }
+    void goOn() const { ::kill(m_process.id(), SIGCONT); }
+    PeerProcess& process() { return m_process; }
+
+    std::ptrdiff_t descriptors() const { return entries("/fd"); }
+    std::ptrdiff_t threads() const { return entries("/task"); }
+
+private:
+    std::ptrdiff_t entries(std::string const& folder) const
+    {
+        std::filesystem::directory_iterator const all(
+            "/proc/" + std::to_string(m_process.id()) + folder);
+        return std::distance(begin(all), end(all));
+    }
+
+    PeerProcess m_process;
+};
+
+// A process that asks others.
+class PingFixture : public BusFixture {
+protected:
+    static constexpr std::int32_t kLong = 30; // seconds
+
+    static std::string ask(std::string const& target,
+        std::string const& command,
+        std::int32_t seconds = kLong,
+        std::string const& body = {})
+    {
+        SoString const text(body);
+        return bytes(TevoroTalk::Thread::ping(target.c_str(), command.c_str(), seconds, &text));
+    }
+
+    static ScObjects::TevoroTalkThread& thread()
+    {
+        return *ScObjects::TevoroTalkThread::getMainThread();
+    }
+    // The name of a port as the platform knows it.
+    static std::string portOf(std::string const& name) { return ScObjects::gPortName + name; }
+
+    static constexpr char const* kEcho = "ECHO_RESPONSE";
+};
+
+} // namespace test

@@ -1,0 +1,166 @@
+// An application on the bus in a process of its own. Usage: ping_peer NAME. Says its name once its
+// ports are open, then does what the lines of its input say, one line of output for each, until the
+// input ends. While it waits for a line its main thread does nothing at all.
+//
+//   pump COUNT MILLISECONDS       pumps that often, at that pace
+//   serve                         pumps until the next line comes; says nothing
+//   value KEY VALUE SECONDS       sets a value of the ping store; 0 for no time-out
+//   ping TARGET COMMAND SECONDS   the reply
+//   storm TARGET COUNT            asks for KEY0 to KEY9 in turn; the number of right answers
+//   log TEXT                      logs a text
+//   send TARGET TEXT              sends a message
+#include "messaging/Message.h"
+#include "messaging/MsgHandler.h"
+#include "messaging/TevoroTalk.h"
+#include "messaging/TevoroTalkPing.h"
+#include "messaging/TevoroTalkThread.h"
+#include "messaging/TevoroTalkUtils.h"
+
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+using ScObjects::SoString;
+using ScObjects::TevoroTalk;
+using ScObjects::TevoroTalkThread;
+using ScObjects::TevoroTalkUtils::sleep;
+
+class QuietHandler final : public TevoroTalk::MsgHandler {
+public:
+    long handleMessage(int, TevoroTalk::Message&, SoString*) override { return 0; }
+};
+
+bool readLine(std::string& line)
+{
+    line.clear();
+    char byte = 0;
+    while (::read(STDIN_FILENO, &byte, 1) == 1) {
+        if (byte == '\n')
+            return true;
+        line += byte;
+    }
+    return false;
+}
+
+std::string pump(std::istream& words)
+{
+    unsigned int count = 0;
+    unsigned int pace = 0;
+    for (words >> count >> pace; count > 0; --count) {
+        TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
+        sleep(pace);
+    }
+    return "pumped";
+}
+
+void serve(TevoroTalk const& bus)
+{
+    pollfd questions[] = {{STDIN_FILENO, POLLIN, 0}, {bus.waitDescriptor(), POLLIN, 0}};
+    for (; questions[0].revents == 0; ::poll(questions, 2, -1))
+        TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
+}
+
+std::string value(std::istream& words)
+{
+    std::string key;
+    std::string text;
+    std::int32_t seconds = 0;
+    words >> key >> text >> seconds;
+    TevoroTalk::Thread::setPingValue(key.c_str(), text.c_str());
+    TevoroTalkThread::getMainThread()->setTimeout(key.c_str(), seconds);
+    return "set";
+}
+
+std::string ping(std::istream& words)
+{
+    std::string target;
+    std::string command;
+    std::int32_t seconds = 0;
+    words >> target >> command >> seconds;
+    return TevoroTalk::Thread::ping(target.c_str(), command.c_str(), seconds, nullptr).get();
+}
+
+std::string storm(std::istream& words)
+{
+    constexpr std::int32_t kSeconds = 30;
+    std::string target;
+    int count = 0;
+    words >> target >> count;
+    int right = 0;
+    for (int i = 0; i < count; ++i) {
+        std::string const number = std::to_string(i % 10);
+        SoString const answer =
+            TevoroTalk::Thread::ping(target.c_str(), ("KEY" + number).c_str(), kSeconds, nullptr);
+        right += answer == ("value" + number).c_str() ? 1 : 0;
+    }
+    return std::to_string(right);
+}
+
+std::string log(std::istream& words)
+{
+    std::string text;
+    words >> text;
+    ScObjects::TevoroTalkUtils::logText(text.c_str());
+    return "logged";
+}
+
+std::string send(TevoroTalk const& bus, std::istream& words)
+{
+    std::string target;
+    std::string text;
+    words >> target >> text;
+    TevoroTalk::Message message;
+    message.target = target.c_str();
+    message.body = text.c_str();
+    return bus.send(message, false, 0, nullptr) ? "sent" : "failed";
+}
+
+void say(std::string const& line)
+{
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
+void waitForThread()
+{
+    while (TevoroTalkThread::getMainThread()->getSpecifier().isEmpty())
+        sleep(1);
+}
+
+} // namespace
+
+int main(int count, char** words)
+{
+    if (count != 2)
+        return 2;
+    TevoroTalk bus(words[1], new QuietHandler, true, nullptr);
+    if (TevoroTalkThread::getMainThread() == nullptr)
+        return 3;
+    waitForThread();
+    say(bus.getAppName().get());
+    std::map<std::string, std::function<std::string(std::istream&)>> const commands = {
+        {"pump", pump},
+        {"value", value},
+        {"ping", ping},
+        {"storm", storm},
+        {"log", log},
+        {"send", [&bus](std::istream& rest) { return send(bus, rest); }},
+    };
+    for (std::string line; readLine(line);) {
+        std::istringstream rest(line);
+        std::string command;
+        rest >> command;
+        if (command == "serve")
+            serve(bus);
+        else
+            say(commands.at(command)(rest));
+    }
+    return 0;
+}
