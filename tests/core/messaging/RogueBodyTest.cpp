@@ -23,6 +23,11 @@ protected:
     }
 };
 
+std::string nameOf(testing::TestParamInfo<char const*> const& row)
+{
+    return *row.param != '\0' ? "Thread" : "Main";
+}
+
 } // namespace
 
 TEST_P(RogueBodyTest, MayHaveAHundredMegabytes)
@@ -42,7 +47,4 @@ TEST_P(RogueBodyTest, MayHaveAHundredMegabytes)
     EXPECT_EQ(peer.process().finish(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    OnEachPort, RogueBodyTest, testing::Values("#thread", ""), [](auto const& info) {
-        return *info.param != '\0' ? "Thread" : "Main";
-    });
+INSTANTIATE_TEST_SUITE_P(OnEachPort, RogueBodyTest, testing::Values("#thread", ""), nameOf);
