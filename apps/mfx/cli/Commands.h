@@ -1,8 +1,8 @@
 // The commands of mfx. Each throws CommandError or SystemPartError, or returns how it ended.
 #pragma once
 
-#include "mfx/cli/CommandLine.h"
 #include "commandline/ExitCode.h"
+#include "mfx/cli/CommandLine.h"
 
 namespace mfx {
 

@@ -1,10 +1,10 @@
 #include "mfx/engine/Download.h"
 
+#include "commandline/NameText.h"
 #include "mfx/engine/BackupSearch.h"
 #include "mfx/engine/DNGSearch.h"
 #include "mfx/engine/GroupPlacer.h"
 #include "mfx/engine/GroupStager.h"
-#include "commandline/NameText.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/engine/Verdict.h"
 #include "platform/common/FilePlacement.h"

@@ -1,8 +1,8 @@
 // The end of a download: names flushed, preferences stored, the sink's closing operation, and the
 // deletion of originals.
 
-#include "mfx/engine/Download.h"
 #include "commandline/NameText.h"
+#include "mfx/engine/Download.h"
 #include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
 #include "platform/common/PtExSystem.h"

@@ -1,8 +1,8 @@
 #include "mfx/engine/SpacePlan.h"
 
+#include "commandline/NameText.h"
 #include "mfx/engine/CaptureDate.h"
 #include "mfx/engine/ItemGroups.h"
-#include "commandline/NameText.h"
 #include "platform/common/FileStatus.h"
 
 #include <algorithm>
