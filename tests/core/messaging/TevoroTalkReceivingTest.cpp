@@ -1,6 +1,6 @@
 // How a message comes in: from the port into the queue, from the queue to its handler, and what its
 // sender is told.
-#include "core/messaging/support/BusFixture.h"
+#include "core/messaging/support/ReceivingFixture.h"
 #include "messaging/TevoroTalk.h"
 
 #include <atomic>
@@ -19,74 +19,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-class TevoroTalkReceivingTest : public test::BusFixture {
-protected:
-    TevoroTalkReceivingTest()
-        : instance(start())
-        , asker("asker-1.0", true)
-    {
-        Message::setAuthentication(false);
-    }
-
-    // A message from the asker to the instance: those lines, an empty line, the body.
-    void post(std::string const& lines, std::string const& body = "body")
-    {
-        EXPECT_TRUE(asker.send("self-1.0", test::soString(text(lines, body))));
-    }
-    static std::string text(std::string const& lines, std::string const& body = "body")
-    {
-        return "@QK>Version:2.05\nTarget:self-1.0\nSender:asker-1.0\nSerial-Number:42\n" + lines
-            + "Content-Length:" + std::to_string(body.size()) + "\n\n" + body;
-    }
-
-    // Pumps until that many messages were handled.
-    void handle(std::size_t count)
-    {
-        EXPECT_TRUE(pumpUntil([&] { return inbox.size() >= count; }));
-    }
-
-    // The types of what the asker got.
-    Words answers(std::size_t count)
-    {
-        Words types;
-        while (types.size() < count) {
-            std::string const got = received(asker, 1);
-            if (got.empty())
-                break;
-            char const* const end = got.data() + got.size();
-            for (char const* at = got.data(); at != end;) {
-                Message message;
-                at = message.readFromString(at, end);
-                EXPECT_EQ(message.serialNumber, 42U);
-                types.push_back(bytes(message.type));
-            }
-        }
-        return types;
-    }
-    // All that the asker gets until that word came.
-    std::string receivedUntil(std::string const& word)
-    {
-        std::string text;
-        EXPECT_TRUE(pumpUntil([&] {
-            if (asker.messagePending())
-                text += received(asker, 1);
-            return text.find(word) != std::string::npos;
-        })) << text;
-        return text;
-    }
-    // The one answer.
-    std::unique_ptr<Message> answer()
-    {
-        std::string const got = received(asker, 1);
-        auto message = std::make_unique<Message>();
-        char const* const end = got.data() + got.size();
-        EXPECT_EQ(message->readFromString(got.data(), end), end) << "more than one answer";
-        return message;
-    }
-
-    TevoroTalk& instance;
-    InterAppStream asker;
-};
+class TevoroTalkReceivingTest : public test::ReceivingFixture { };
 
 struct ReasonRow {
     char const* name;
@@ -157,80 +90,6 @@ TEST_F(TevoroTalkReceivingTest, ShowsAnswersAsScriptsWithTheReasonInTheirField)
     EXPECT_EQ(inbox.at(2).serialNumber, 42U);
 }
 
-TEST_F(TevoroTalkReceivingTest, AnswersThreeTimes)
-{
-    handler->answer = "forty-two";
-    post("Response-Request:Received Result Error Processed\n");
-    handle(1);
-    EXPECT_THAT(answers(3), ElementsAre("Received", "Result", "Processed"));
-}
-
-TEST_F(TevoroTalkReceivingTest, AnswersOnlyWhatWasAskedFor)
-{
-    post("Response-Request:Error\n");
-    post("Response-Request:NotResultButReceivedTwice\n");
-    handle(2);
-    EXPECT_THAT(answers(2), ElementsAre("Received", "Result")); // words anywhere in the text count
-    EXPECT_FALSE(asker.messagePending());
-}
-
-TEST_F(TevoroTalkReceivingTest, SendsTheHandlersTextAsResult)
-{
-    handler->answer = "forty-two";
-    post("Response-Request:Result\n");
-    handle(1);
-    auto const result = answer();
-    EXPECT_EQ(bytes(result->type), "Result");
-    EXPECT_EQ(bytes(result->body), "forty-two");
-    EXPECT_EQ(bytes(result->sender), "self-1.0");
-}
-
-TEST_F(TevoroTalkReceivingTest, SendsTheHandlersNumberAsError)
-{
-    handler->code = -7;
-    handler->answer = "no such thing";
-    post("Response-Request:Result Error\n");
-    handle(1);
-    auto const error = answer();
-    EXPECT_EQ(bytes(error->type), "Error");
-    EXPECT_EQ(bytes(error->body), "no such thing");
-    EXPECT_EQ(bytes(error->getUserHeaderValue("Error-Code")), "-7");
-}
-
-TEST_F(TevoroTalkReceivingTest, SendsAnExceptionAsErrorAndGoesOn)
-{
-    handler->throws = true;
-    post("Response-Request:Result Error Processed\n");
-    handle(1);
-    std::string const text = receivedUntil("Type:Processed");
-    EXPECT_THAT(text, HasSubstr("Error-Code:-29\n"));
-    EXPECT_THAT(text, HasSubstr("\n\nException"));
-    EXPECT_THAT(text, Not(HasSubstr("Type:Result")));
-    handler->throws = false;
-    post("");
-    handle(2);
-}
-
-TEST_F(TevoroTalkReceivingTest, AnswersAMessageOfNoVersionUnderANewNumberInItsType)
-{
-    handler->answer = "forty-two";
-    EXPECT_TRUE(asker.send("self-1.0",
-        "@QK>Version:\nTarget:self-1.0\nSender:asker-1.0\nSerial-Number:4242\nType:Own\n"
-        "Response-Request:Result\nContent-Length:4\n\nbody"));
-    std::string const text = receivedUntil("forty-two");
-    EXPECT_THAT(text, HasSubstr("\nType:Own\n"));
-    EXPECT_THAT(text, HasSubstr("\nResult:4242\n"));
-    EXPECT_THAT(text, Not(HasSubstr("Serial-Number:4242")));
-}
-
-TEST_F(TevoroTalkReceivingTest, TellsNobodyOfAnErrorWhoDidNotAsk)
-{
-    handler->code = 5;
-    post("Response-Request:Result\n");
-    handle(1);
-    EXPECT_FALSE(asker.messagePending());
-}
-
 TEST_F(TevoroTalkReceivingTest, PrefersTheHandlerOfTheMessage)
 {
     Inbox ofMessage;
@@ -265,31 +124,6 @@ TEST_F(TevoroTalkReceivingTest, DispatchesNoEmptyRequest)
     post("Type:Own\n", "");
     handle(1);
     EXPECT_THAT(inbox.words(), ElementsAre("0 Own"));
-}
-
-TEST_F(TevoroTalkReceivingTest, RejectsAMessageOfAnotherHand)
-{
-    Message::setAuthentication(true);
-    EXPECT_TRUE(asker.send("self-1.0",
-        test::soString("@QK>MD5:0123456789ABCDEF\n"
-            + text("Response-Request:Received Result Error Processed\n", "untrue"))));
-    std::string const text = receivedUntil("Type:Processed");
-    EXPECT_THAT(text, HasSubstr("Error-Code:53\n"));
-    EXPECT_THAT(text, HasSubstr("\n\nERROR: MESSAGE REJECTED"));
-    EXPECT_THAT(text, Not(HasSubstr("Type:Result")));
-    EXPECT_THAT(inbox.words(), IsEmpty());
-}
-
-TEST_F(TevoroTalkReceivingTest, RejectsWhatWasReadBeforeProofsWereAskedFor)
-{
-    Paused const pause;
-    post("Response-Request:Error\n");
-    ASSERT_TRUE(isReadable(instance.waitDescriptor(), kPatience));
-    instance.processIncomingMessage(kNone, false);
-    Message::setAuthentication(true);
-    EXPECT_TRUE(pump());
-    EXPECT_EQ(bytes(answer()->body), "ERROR: MESSAGE REJECTED");
-    EXPECT_THAT(inbox.words(), IsEmpty());
 }
 
 TEST_F(TevoroTalkReceivingTest, DeletesTheHandlersOfAMessageThatCameToItsEnd)
@@ -381,21 +215,6 @@ TEST_F(TevoroTalkReceivingTest, TakesInWithoutDispatching)
     EXPECT_TRUE(instance.processIncomingMessage(kNone, true));
     EXPECT_EQ(inbox.size(), 1U);
     EXPECT_FALSE(instance.processIncomingMessage(kNone, true));
-}
-
-TEST_F(TevoroTalkReceivingTest, TellsSendersOfWhatRanOutInItsQueue)
-{
-    Paused const pause;
-    std::string const outOfTime = "Timestamp: " + std::to_string(now() - 100) + "\nTimeout:50\n";
-    post("Type:Own\nResponse-Request:Timeout\n" + outOfTime);
-    post("Type:Own\nResponse-Request:Timeout\nTIMEOUT_DETECTOR:SENDER\n" + outOfTime);
-    post("Type:Own\nResponse-Request:Result\n" + outOfTime);
-    post("Type:Own\n", "in time");
-    ASSERT_TRUE(isReadable(instance.waitDescriptor(), kPatience));
-    handle(1);
-    EXPECT_THAT(inbox.bodies(), ElementsAre("in time"));
-    EXPECT_THAT(answers(1), ElementsAre("Timeout"));
-    EXPECT_FALSE(asker.messagePending());
 }
 
 TEST_F(TevoroTalkReceivingTest, TellsItselfOfAnAnswerThatDidNotCome)
