@@ -1,22 +1,88 @@
 #include "strings/PtZString.h"
 
+#include "lexkit/Dictionary.h"
+#include "lexkit/basic_ifstream.h"
+#include "strings/ApplicationLocale.h"
+
 #include <QDebug>
+#include <QDir>
+#include <QFile>
+
+#include <array>
+#include <exception>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
-// No dictionary library is linked so far: every locale shows the default texts, exactly as they
-// stand in the literals, and there is nothing to open or to close.
-bool PtZString::openZStringDict(bool)
+lexkit::Dictionary* PtZString::smpDictionary = nullptr;
+
+namespace {
+
+QString dictionaryLocale()
 {
-    return true;
+    std::array<unsigned short, kApplicationLocaleCapacity> buffer{};
+    if (!getApplicationLocale(buffer.data()))
+        return u"en_us"_s;
+    return QString::fromUtf16(reinterpret_cast<const char16_t*>(buffer.data()));
 }
 
-bool PtZString::appendZStringDict(const QString&)
+QString dictionaryFile(const QString& locale)
 {
-    return false;
+    return u"../shared_assets/locales"_s + QDir::separator() + locale + QDir::separator()
+        + u"MFXStrings.dct"_s;
 }
 
-void PtZString::closeZStringDict() { }
+bool readFile(lexkit::Dictionary& dictionary, const QString& path)
+{
+    try {
+        lexkit::basic_ifstream<char> file(
+            path.toLocal8Bit().constData(), std::ios::in | std::ios::binary);
+        dictionary.Read(&file);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+QString toQString(const lexkit::ZString& text)
+{
+    const unsigned short* units = nullptr;
+    unsigned long length = 0;
+    text.GetInternalData(&units, &length);
+    return QString(reinterpret_cast<const QChar*>(units), static_cast<qsizetype>(length));
+}
+
+} // namespace
+
+bool PtZString::openZStringDict(bool force)
+{
+    const QString locale = dictionaryLocale();
+    closeZStringDict();
+    if (!force && locale.toLower() == "en_us"_L1)
+        return true;
+    try {
+        smpDictionary = new lexkit::Dictionary;
+    } catch (const std::exception&) {
+        return false;
+    }
+    return readFile(*smpDictionary, dictionaryFile(locale));
+}
+
+bool PtZString::appendZStringDict(const QString& path)
+{
+    try {
+        if (!smpDictionary)
+            smpDictionary = new lexkit::Dictionary;
+    } catch (const std::exception&) {
+        return false;
+    }
+    return QFile::exists(path) && readFile(*smpDictionary, path);
+}
+
+void PtZString::closeZStringDict()
+{
+    delete std::exchange(smpDictionary, nullptr);
+}
 
 QString PtZString::getZString(const QString& literal)
 {
@@ -27,7 +93,13 @@ QString PtZString::getZString(const QString& literal)
         qDebug("%s", message.toLocal8Bit().constData());
         return literal;
     }
-    return literal.mid(equals + 1);
+    if (!smpDictionary)
+        return literal.mid(equals + 1);
+    try {
+        return toQString(smpDictionary->Lookup(literal.toLocal8Bit().constData(), nullptr));
+    } catch (const std::exception&) {
+        return literal.mid(equals + 1);
+    }
 }
 
 QString PtZString::getCancelString()

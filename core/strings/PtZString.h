@@ -2,30 +2,43 @@
 // used as a literal "$$$/Some/Key=English text"; getZString turns it into what the user's
 // dictionary has for the key, or else into the text behind the "=".
 //
-// Static functions over one shared state, without locks: opened by the sink's constructor and read
-// on the thread that runs the user interface. No function throws.
+// Static functions over one shared dictionary, without locks: opened by the sink's constructor and
+// read on the thread that runs the user interface. No function throws.
 #pragma once
 
 #include <QString>
+
+namespace lexkit {
+class Dictionary;
+} // namespace lexkit
 
 class PtZString {
 public:
     PtZString() = delete;
 
-    // Loads the dictionary of the application's locale; none for "en_us" unless `force` is true.
-    // A dictionary file that is not there is no failure.
+    // Loads the dictionary of the application's locale, in place of the one that was open; none for
+    // "en_us" unless `force` is true. The file is "../shared_assets/locales", the locale,
+    // "MFXStrings.dct", from the working folder. One that is not there is no failure: the
+    // dictionary is empty then, and default texts show.
     static bool openZStringDict(bool force);
 
-    // Reads one more dictionary file into the same table; false when it cannot be read.
+    // Reads one more dictionary file into the same table, where its texts replace those that are
+    // there; false when nothing stands at the path. A dictionary is open afterwards in any case.
     static bool appendZStringDict(const QString& path);
 
+    // Does nothing without a dictionary.
     static void closeZStringDict();
 
-    // The text for a literal. A literal without "=" is logged and comes back unchanged.
+    // The text for a literal. Without a dictionary it is the text behind the "=" as it stands; with
+    // one, a default text gets its escapes converted, and its bytes beyond ASCII are not decoded.
+    // A literal without "=" is logged and comes back unchanged.
     static QString getZString(const QString& literal);
 
     static QString getCancelString();
     static QString getYesString();
     static QString getNoString();
     static QString getOKString();
+
+private:
+    static lexkit::Dictionary* smpDictionary;
 };
