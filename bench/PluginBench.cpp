@@ -5,8 +5,11 @@
 //   plugin/get-preferences  GetPreferences from the store that ships, panel not bound
 //   plugin/set-preferences  SetPreferences into it, with the flush to disk
 //   plugin/unique-name      a free name beside 5,000 clashing ones, with a good first index
+//   plugin/caption          GetCustomUICaption: one text out of the German dictionary that ships
+//   texts/hit-300           PtZString::getZString for each key of a dictionary with 300 texts
 //
-// Each row is one JSON object with the median of the runs in milliseconds.
+// Each row is one JSON object with the median of the runs in milliseconds, of texts in microseconds
+// for one text.
 //
 // Usage: plugin_bench BIN_FOLDER_OF_A_STAGE
 
@@ -15,11 +18,13 @@
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
 #include "TevoroAppManager/contract/FxRef.h"
 #include "TevoroAppManager/contract/IFxPlugin.h"
+#include "TevoroAppManager/contract/ISinkUICapabilities.h"
 #include "TevoroAppManager/contract/ISinkUtilHandler.h"
 #include "TevoroAppManager/contract/ISource.h"
 #include "TevoroAppManager/contract/ISourceManager.h"
 #include "platform/common/PtModule.h"
 #include "platform/common/PtUnicode.h"
+#include "strings/PtZString.h"
 
 #include <QApplication>
 #include <QString>
@@ -53,6 +58,19 @@ void row(const char* name, std::vector<double> times)
         times[times.size() / 2],
         times.front(),
         times.size());
+}
+
+// Microseconds for one of `count` texts that one run of work shows.
+void textRow(const char* name, int count, const std::function<void()>& work)
+{
+    std::vector<double> times;
+    for (int i = 0; i < 401; ++i)
+        times.push_back(milliseconds(work) * 1000 / count);
+    std::sort(times.begin(), times.end());
+    std::printf("{\"name\":\"%s\",\"median_us\":%.3f,\"first_us\":%.3f,\"wanted\":\"below 1\"}\n",
+        name,
+        times[times.size() / 2],
+        times.front());
 }
 
 FxRef<ISource> openSource()
@@ -130,6 +148,39 @@ void measureUniqueName(const fs::path& folder)
     row("plugin/unique-name", times);
 }
 
+void measureTexts(ISource& source, const fs::path& folder)
+{
+    void* face = nullptr;
+    source.QueryInterface(kFxIdSinkUICapabilities, &face);
+    const FxRef<ISinkUICapabilities> panel(static_cast<ISinkUICapabilities*>(face));
+    unsigned short caption[260];
+    constexpr int kCaptions = 1000;
+    textRow("plugin/caption", kCaptions, [&] {
+        for (int i = 0; i < kCaptions; ++i)
+            panel->GetCustomUICaption(caption, 260);
+    });
+    constexpr int kTexts = 300;
+    std::vector<QString> literals;
+    std::ofstream file(folder / "300.dct");
+    for (int i = 0; i < kTexts; ++i) {
+        const std::string key = "\"$$$/AppSource/Section" + std::to_string(i % 7) + "/Name"
+            + std::to_string(i * 37) + "=";
+        file << key << "Der Text mit der Nummer " << i << "\"\n";
+        literals.push_back(QString::fromStdString(key.substr(1) + "The text of that number"));
+    }
+    file.close();
+    if (!PtZString::appendZStringDict(QString::fromStdString((folder / "300.dct").string()))
+        || !PtZString::getZString(literals.back()).startsWith(QLatin1String("Der "))) {
+        std::fprintf(stderr, "plugin_bench: the dictionary was not read\n");
+        std::exit(1);
+    }
+    textRow("texts/hit-300", kTexts, [&] {
+        for (const QString& literal : literals)
+            PtZString::getZString(literal);
+    });
+    PtZString::closeZStringDict();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -143,12 +194,14 @@ int main(int argc, char** argv)
         return 1;
     ::setenv("MFX_APPLICATION_DATA", folder.c_str(), 1);
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    ::setenv("LC_ALL", "de_DE.UTF-8", 1); // a dictionary is open
     fs::current_path(argv[1]);
     const QApplication application(argc, argv);
     FxRef<ISource> source;
     row("plugin/start", {milliseconds([&source] { source = openSource(); })});
     measurePreferences(*source);
     measureUniqueName(folder);
+    measureTexts(*source, folder);
     source.reset();
     fs::remove_all(folder);
     return 0;
