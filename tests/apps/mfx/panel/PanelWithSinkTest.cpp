@@ -116,7 +116,8 @@ TEST_P(PanelWithSinkTest, KeepsTheFolderWhenTheChooserIsCancelled)
     EXPECT_EQ(label->toolTip().toStdString(), m_tree.path("home/Pictures"));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Locales, PanelWithSinkTest, testing::Values("en_us", "de_de", "fr_fr", "ja_jp"));
+INSTANTIATE_TEST_SUITE_P(Locales,
+    PanelWithSinkTest,
+    testing::Values("en_us", "de_de", "es_es", "fr_fr", "it_it", "ja_jp", "nl_nl", "pl_pl"));
 
 } // namespace mfx

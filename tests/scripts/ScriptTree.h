@@ -1,0 +1,74 @@
+// A tree of its own with the scripts of the real one, for scripts that read the tree they stand in.
+// There is a blank in its path.
+#pragma once
+
+#include "core/platform/TestFolder.h"
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include <sys/wait.h>
+
+namespace test {
+
+struct ScriptEnd {
+    int code = -1; // exit code; -1 when a signal ended it
+    std::string out;
+    std::string err;
+};
+
+// The command is in words of a shell and runs in the folder, where it leaves what it said.
+inline ScriptEnd runIn(TestFolder const& folder, std::string const& command)
+{
+    std::string const line =
+        "cd '" + folder.path() + "' && LC_ALL=C " + command + " >out.txt 2>err.txt </dev/null";
+    int const status = std::system(line.c_str()); // NOLINT(cert-env33-c): a test's own words
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+        read(folder.path("out.txt")),
+        read(folder.path("err.txt"))};
+}
+
+// The bytes of UTF-16LE with its mark.
+inline std::string utf16(std::u16string_view text)
+{
+    std::string bytes = "\xFF\xFE";
+    for (char16_t const unit : text) {
+        bytes += static_cast<char>(unit & 0xFF);
+        bytes += static_cast<char>(unit >> 8);
+    }
+    return bytes;
+}
+
+class ScriptTree {
+public:
+    ScriptTree()
+    {
+        for (std::string const name : {"TextDictionary.pm", "collect-texts", "check-translations"})
+            write("scripts/" + name, read(TEVORO_SOURCE_DIR "/scripts/" + name));
+    }
+
+    static std::string dictionary(std::string const& locale)
+    {
+        return "shared_assets/locales/" + locale + "/MFXStrings.dct";
+    }
+
+    void write(std::string const& name, std::string const& bytes)
+    {
+        m_folder.write(kTree + name, bytes);
+    }
+    std::string path(std::string const& name) const { return m_folder.path(kTree + name); }
+
+    // The name of a script and its arguments, in words of a shell.
+    ScriptEnd run(std::string const& command) const
+    {
+        return runIn(m_folder, "perl 'a tree/scripts/'" + command);
+    }
+
+private:
+    inline static std::string const kTree = "a tree/";
+
+    TestFolder m_folder;
+};
+
+} // namespace test
