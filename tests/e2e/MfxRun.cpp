@@ -139,6 +139,8 @@ RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
         ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
         ::dup2(out.ends[1], STDOUT_FILENO);
         ::dup2(err.ends[1], STDERR_FILENO);
+        if (!m_workingFolder.empty() && ::chdir(m_workingFolder.c_str()) != 0)
+            ::_exit(125);
         if (m_asOrdinaryUser
             && (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
             ::_exit(126);
@@ -168,20 +170,37 @@ RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
     return result;
 }
 
-void MfxTest::addLibrary(const std::string& name, const fs::path& file)
+void MfxTest::makeOwnTree()
 {
     const fs::path stage = fs::path(MFX_PROGRAM).parent_path().parent_path();
     const fs::path home = m_root / "app";
-    for (const char* folder : {"bin", "Frameworks"})
+    if (fs::exists(home))
+        return;
+    for (const char* folder : {"bin", "Frameworks", "shared_assets/locales"})
         fs::create_directories(home / folder);
-    for (const char* folder : {"plugins", "shared_assets"})
+    for (const char* folder :
+        {"plugins", "Frameworks/preference_xml_parser.framework", "shared_assets/bitmaps"})
         fs::create_directory_symlink(stage / folder, home / folder);
-    const std::string store = "preference_xml_parser.framework";
-    fs::create_directory_symlink(stage / "Frameworks" / store, home / "Frameworks" / store);
-    fs::create_directories(home / "Frameworks" / (name + ".framework"));
-    fs::copy_file(file, home / "Frameworks" / (name + ".framework") / (name + ".so"));
+    for (const auto& locale : fs::directory_iterator(stage / "shared_assets/locales"))
+        fs::create_directory_symlink(
+            locale.path(), home / "shared_assets/locales" / locale.path().filename());
     m_program = home / "bin/mfx";
     fs::copy_file(MFX_PROGRAM, m_program);
+}
+
+void MfxTest::addLibrary(const std::string& name, const fs::path& file)
+{
+    makeOwnTree();
+    addFileOfTree("Frameworks/" + name + ".framework/" + name + ".so", contentOf(file));
+}
+
+void MfxTest::addFileOfTree(const std::string& name, const std::string& bytes)
+{
+    makeOwnTree();
+    const fs::path path = m_root / "app" / name;
+    fs::create_directories(path.parent_path());
+    ASSERT_EQ(fs::canonical(path.parent_path()), path.parent_path()) << "a folder of the stage";
+    std::ofstream(path, std::ios::binary) << bytes;
 }
 
 RunResult MfxTest::download(const std::vector<std::string>& more)

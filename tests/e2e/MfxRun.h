@@ -54,12 +54,19 @@ protected:
     // not have; nothing is copied but the program.
     void addLibrary(const std::string& name, const fs::path& file);
 
+    // The same, with a file of this test's own below the folder of the program's tree, such as
+    // "shared_assets/locales/xx_xx/MFXStrings.dct".
+    void addFileOfTree(const std::string& name, const std::string& bytes);
+
     // Environment of the runs that follow.
     void setVariable(const std::string& name, const std::string& value)
     {
         m_environment[name] = value;
     }
     void unsetVariable(const std::string& name) { m_environment.erase(name); }
+
+    // From which folder.
+    void setWorkingFolder(const fs::path& folder) { m_workingFolder = folder; }
 
     // As which user; root passes every permission.
     void asOrdinaryUser(bool yes) { m_asOrdinaryUser = yes; }
@@ -72,8 +79,11 @@ protected:
     void expectNoLeftovers() const;
 
 private:
+    void makeOwnTree();
+
     fs::path m_root;
     fs::path m_program{MFX_PROGRAM};
+    fs::path m_workingFolder;
     std::map<std::string, std::string> m_environment;
     bool m_asOrdinaryUser = false;
 };

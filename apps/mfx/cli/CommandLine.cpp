@@ -1,5 +1,9 @@
 #include "mfx/cli/CommandLine.h"
 
+#include "mfx/cli/HelpFormatter.h"
+#include "mfx/cli/UsageText.h"
+#include "mfx/texts/Texts.h"
+
 #include <CLI/CLI.hpp>
 
 namespace mfx {
@@ -8,75 +12,156 @@ namespace {
 
 constexpr char kVersion[] = "mfx " TEVORO_VERSION;
 
+std::string optionsHeading()
+{
+    return text("$$$/Mfx/Help/Options=Options");
+}
+
+std::string jsonText()
+{
+    return text("$$$/Mfx/Help/Json=One JSON object per line");
+}
+
+CLI::App* addCommand(CLI::App& app, const char* name, const std::string& description)
+{
+    CLI::App* command = app.add_subcommand(name, description);
+    command->group(text("$$$/Mfx/Help/Commands=Subcommands"));
+    command->get_help_ptr()->group(optionsHeading());
+    return command;
+}
+
+void addSource(CLI::App& command, CommandLine& line)
+{
+    command
+        .add_option("SOURCE",
+            line.source,
+            text("$$$/Mfx/Help/Source=A folder, or a name that 'mfx sources' prints"))
+        ->required();
+}
+
 void addSources(CLI::App& app, CommandLine& line)
 {
-    CLI::App* sources = app.add_subcommand("sources", "List cards and cameras that are there");
-    sources->add_flag("-j,--json", line.json, "One JSON object per line");
+    CLI::App* sources = addCommand(
+        app, "sources", text("$$$/Mfx/Help/Sources=List cards and cameras that are there"));
+    sources->add_flag("-j,--json", line.json, jsonText());
     sources->callback([&line] { line.command = Command::kSources; });
 }
 
 void addList(CLI::App& app, CommandLine& line)
 {
-    CLI::App* list = app.add_subcommand("list", "List the media on a card or in a folder");
-    list->add_option("SOURCE", line.source, "A folder, or a name that 'mfx sources' prints")
-        ->required();
-    list->add_flag("-j,--json", line.json, "One JSON object per line");
+    CLI::App* list =
+        addCommand(app, "list", text("$$$/Mfx/Help/List=List the media on a card or in a folder"));
+    addSource(*list, line);
+    list->add_flag("-j,--json", line.json, jsonText());
     list->callback([&line] { line.command = Command::kList; });
 }
 
 void addNaming(CLI::App& download, CommandLine& line)
 {
-    download.add_option("-t,--to", line.target, "Folder to save into")
+    download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into"))
         ->required()
         ->type_name("DIR");
     download
-        .add_option(
-            "-s,--subfolders", line.subfolders, "Sub-folders by capture date, such as %Y/%Y-%m-%d")
+        .add_option("-s,--subfolders",
+            line.subfolders,
+            text("$$$/Mfx/Help/Subfolders=Sub-folders by capture date, such as %Y/%Y-%m-%d"))
         ->type_name("PATTERN");
     download
-        .add_option(
-            "-r,--rename", line.rename, "New names from {name} {ext} {date:FORMAT} {seq:DIGITS}")
+        .add_option("-r,--rename",
+            line.rename,
+            text("$$$/Mfx/Help/Rename=New names from {name} {ext} {date:FORMAT} {seq:DIGITS}"))
         ->type_name("PATTERN");
     download
-        .add_option("-O,--only", line.only, "Only items with such a device name; may be repeated")
+        .add_option("-O,--only",
+            line.only,
+            text("$$$/Mfx/Help/Only=Only items with such a device name; may be repeated"))
         ->type_name("GLOB")
         ->allow_extra_args(false);
 }
 
 void addDNG(CLI::App& download, CommandLine& line)
 {
-    download.add_flag("-d,--dng", line.dng, "Convert camera raw files to DNG");
-    download.add_option("--dng-preview", line.dngPreview, "Size of the preview in a DNG")
+    download.add_flag(
+        "-d,--dng", line.dng, text("$$$/Mfx/Help/Dng=Convert camera raw files to DNG"));
+    download
+        .add_option("--dng-preview",
+            line.dngPreview,
+            text("$$$/Mfx/Help/DngPreview=Size of the preview in a DNG"))
         ->check(CLI::IsMember({"none", "medium", "full"}));
-    download.add_flag("--dng-uncompressed", line.dngUncompressed, "DNG without compression");
-    download.add_flag("--dng-linear", line.dngLinear, "DNG with interpolated colours");
-    download.add_flag("--dng-embed-raw", line.dngEmbedRaw, "DNG with the raw file inside");
+    download.add_flag("--dng-uncompressed",
+        line.dngUncompressed,
+        text("$$$/Mfx/Help/DngUncompressed=DNG without compression"));
+    download.add_flag("--dng-linear",
+        line.dngLinear,
+        text("$$$/Mfx/Help/DngLinear=DNG with interpolated colours"));
+    download.add_flag("--dng-embed-raw",
+        line.dngEmbedRaw,
+        text("$$$/Mfx/Help/DngEmbedRaw=DNG with the raw file inside"));
+}
+
+void addEnding(CLI::App& download, CommandLine& line)
+{
+    download.add_flag("--delete-originals",
+        line.deleteOriginals,
+        text("$$$/Mfx/Help/DeleteOriginals=Offer to delete what is proven to be saved"));
+    download.add_flag("-y,--yes", line.yes, text("$$$/Mfx/Help/Yes=Answer that question with yes"));
+    download.add_flag("-o,--open", line.open, text("$$$/Mfx/Help/Open=Show the result in tevoro"));
+    download
+        .add_option("--preferences",
+            line.preferences,
+            text("$$$/Mfx/Help/Preferences=Preferences to start from; the user's by default"))
+        ->type_name("DIR|none");
+    download.add_flag(
+        "--remember", line.remember, text("$$$/Mfx/Help/Remember=Keep this run's choices there"));
 }
 
 void addDownload(CLI::App& app, CommandLine& line)
 {
-    CLI::App* download = app.add_subcommand("download", "Save the media into a folder");
-    download->add_option("SOURCE", line.source, "A folder, or a name that 'mfx sources' prints")
-        ->required();
+    CLI::App* download =
+        addCommand(app, "download", text("$$$/Mfx/Help/Download=Save the media into a folder"));
+    addSource(*download, line);
     addNaming(*download, line);
-    download->add_option("-b,--backup", line.backup, "Second copy of every saved item")
-        ->type_name("DIR");
-    addDNG(*download, line);
-    download->add_flag(
-        "--delete-originals", line.deleteOriginals, "Offer to delete what is proven to be saved");
-    download->add_flag("-y,--yes", line.yes, "Answer that question with yes");
-    download->add_flag("-o,--open", line.open, "Show the result in tevoro");
     download
         ->add_option(
-            "--preferences", line.preferences, "Preferences to start from; the user's by default")
-        ->type_name("DIR|none");
-    download->add_flag("--remember", line.remember, "Keep this run's choices there");
-    download->add_flag("-n,--dry-run", line.dryRun, "Tell what would be done and write nothing");
-    download->add_flag("-q,--quiet", line.quiet, "Tell problems only");
-    download->add_flag("-j,--json", line.json, "One JSON object per line");
-    download->footer("Exit codes: 0 done; 1 done in part; 2 wrong usage; 3 no such source;\n"
-                     "4 a folder cannot be used; 5 a part of mfx is missing; 130 interrupted.");
+            "-b,--backup", line.backup, text("$$$/Mfx/Help/Backup=Second copy of every saved item"))
+        ->type_name("DIR");
+    addDNG(*download, line);
+    addEnding(*download, line);
+    download->add_flag("-n,--dry-run",
+        line.dryRun,
+        text("$$$/Mfx/Help/DryRun=Tell what would be done and write nothing"));
+    download->add_flag("-q,--quiet", line.quiet, text("$$$/Mfx/Help/Quiet=Tell problems only"));
+    download->add_flag("-j,--json", line.json, jsonText());
+    download->footer(text("$$$/Mfx/Help/ExitCodes=Exit codes: 0 done; 1 done in part; 2 wrong "
+                          "usage; 3 no such source;")
+        + '\n'
+        + text("$$$/Mfx/Help/ExitCodesMore=4 a folder cannot be used; 5 a part of mfx is missing; "
+               "130 interrupted."));
     download->callback([&line] { line.command = Command::kDownload; });
+}
+
+std::string failureText(const CLI::App* app, const CLI::Error& error)
+{
+    return usageText(error.what()) + '\n'
+        + text("$$$/Mfx/Usage/SeeHelp=Run with %1 for more information.",
+            {app->get_help_ptr()->get_name()})
+        + '\n';
+}
+
+// What commands take over from the program is set before they are added.
+void addCommands(CLI::App& app, CommandLine& line)
+{
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.failure_message(failureText);
+    app.option_defaults()->group(optionsHeading());
+    app.set_help_flag("-h,--help", text("$$$/Mfx/Help/Help=Print this help message and exit"));
+    app.set_version_flag("-V,--version",
+        kVersion,
+        text("$$$/Mfx/Help/Version=Display program version information and exit"));
+    app.require_subcommand(1);
+    addSources(app, line);
+    addList(app, line);
+    addDownload(app, line);
 }
 
 } // namespace
@@ -84,14 +169,10 @@ void addDownload(CLI::App& app, CommandLine& line)
 std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
 {
     CommandLine line;
-    CLI::App app("Downloads photos and movies from cards, proves each copy, and deletes nothing "
-                 "that is not safe.",
+    CLI::App app(text("$$$/Mfx/Help/Program=Downloads photos and movies from cards, proves each "
+                      "copy, and deletes nothing that is not safe."),
         "mfx");
-    app.set_version_flag("-V,--version", kVersion);
-    app.require_subcommand(1);
-    addSources(app, line);
-    addList(app, line);
-    addDownload(app, line);
+    addCommands(app, line);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -8,6 +8,7 @@
 #include "mfx/engine/SessionPreferences.h"
 #include "mfx/engine/SpacePlan.h"
 #include "mfx/panel/OptionsPanel.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/FileCopy.h"
 #include "platform/common/ProgramEnvironment.h"
 
@@ -98,8 +99,9 @@ void requireRememberedBackup(const CommandLine& line, const std::optional<std::s
     std::error_code error;
     if (line.backup.empty() && backup && !std::filesystem::is_directory(*backup, error))
         throw CommandError(ExitCode::kPlaceUnusable,
-            "the backup folder " + displayName(*backup)
-                + " is not there: connect its disk, or name another with --backup");
+            text("$$$/Mfx/Backup/FolderMissing=the backup folder %1 is not there: connect its "
+                 "disk, or name another with --backup",
+                {displayName(*backup)}));
 }
 
 class DownloadRun {
@@ -120,21 +122,22 @@ public:
 
     ExitCode run(int argc, char** argv)
     {
-        requireUsablePlace(m_request.target, m_source.path, "target");
+        requireUsablePlace(m_request.target, m_source.path, Purpose::kTarget);
         if (m_choices.backupFolder)
-            requireUsablePlace(*m_choices.backupFolder, m_source.path, "backup folder");
+            requireUsablePlace(*m_choices.backupFolder, m_source.path, Purpose::kBackup);
         enterProgramFolder();
         makePlaces();
         SessionPreferences session(kPreferenceLibrary, m_store, m_choices);
         if (!session.startedWhole())
             m_events->message("",
-                "the preferences in " + displayName(*m_store)
-                    + " cannot be read: this run goes without them");
+                text("$$$/Mfx/Download/PreferencesUnreadable=the preferences in %1 cannot be read: "
+                     "this run goes without them",
+                    {displayName(*m_store)}));
         m_request.backupFolder = session.backupFolder();
         m_request.firstSequence = session.firstSequence();
         requireRememberedBackup(m_line, m_request.backupFolder);
         if (m_request.backupFolder)
-            requireUsablePlace(*m_request.backupFolder, m_source.path, "backup folder");
+            requireUsablePlace(*m_request.backupFolder, m_source.path, Purpose::kBackup);
         qInstallMessageHandler(passOnMessage);
         const QApplication application(argc, argv);
         std::setlocale(LC_NUMERIC, "C"); // sizes are written with points
@@ -156,9 +159,9 @@ private:
     {
         if (m_line.dryRun)
             return;
-        m_request.target = makePlace(m_request.target, "target");
+        m_request.target = makePlace(m_request.target, Purpose::kTarget);
         if (m_choices.backupFolder) {
-            m_choices.backupFolder = makePlace(*m_choices.backupFolder, "backup folder");
+            m_choices.backupFolder = makePlace(*m_choices.backupFolder, Purpose::kBackup);
             Pt::removeStaleCopies(*m_choices.backupFolder);
         }
     }
@@ -170,7 +173,8 @@ private:
         panel = std::make_unique<OptionsPanel>(QString::fromStdString(sink.panelFile()));
         sink.bindPanel(*panel);
         if (panel->isChecked("savecopies_checkbox") != m_request.backupFolder.has_value())
-            throw SystemPartError("the plug-in did not take over the choice of a backup folder");
+            throw SystemPartError(text("$$$/Mfx/System/PluginIgnoresBackup=the plug-in did not "
+                                       "take over the choice of a backup folder"));
         m_request.wantsDNG = m_choices.convertsToDNG;
         m_request.convertsToDNG = panel->isChecked("dng_checkbox");
         m_request.deletesOriginals = panel->isChecked("deletefiles_checkbox");
@@ -185,9 +189,11 @@ private:
         const auto shortage = findShortage(card, m_request, sizes);
         if (shortage)
             throw CommandError(ExitCode::kPlaceUnusable,
-                "not enough space in " + displayName(shortage->folder) + ": "
-                    + sizeText(shortage->needed) + " are needed and "
-                    + sizeText(shortage->available) + " are free; nothing was written");
+                text("$$$/Mfx/Place/NotEnoughSpace=not enough space in %1: %2 are needed and %3 "
+                     "are free; nothing was written",
+                    {displayName(shortage->folder),
+                        sizeText(shortage->needed),
+                        sizeText(shortage->available)}));
     }
 
     void rememberChoices(SessionPreferences& session, const DownloadSummary& summary)
@@ -196,7 +202,8 @@ private:
             ? summary.nextSequence
             : m_request.firstSequence;
         if (!session.remember(m_request.target, next))
-            m_events->message("", "the choices could not be remembered");
+            m_events->message(
+                "", text("$$$/Mfx/Download/NotRemembered=the choices could not be remembered"));
     }
 
     static ExitCode exitCode(const DownloadSummary& summary)

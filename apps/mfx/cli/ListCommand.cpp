@@ -5,6 +5,7 @@
 #include "mfx/engine/CaptureDate.h"
 #include "mfx/engine/ItemGroups.h"
 #include "mfx/engine/SpaceCheck.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/ProgramEnvironment.h"
 
 namespace mfx {
@@ -30,16 +31,19 @@ void printItem(const CardContents& card,
             {"group", group}});
     else
         printLine(terminalText(card.folders[file.folder] + '/' + file.name) + "\t"
-            + sizeText(file.status.size) + "\t" + (when.empty() ? "undated" : when));
+            + sizeText(file.status.size) + "\t"
+            + (when.empty() ? text("$$$/Mfx/List/Undated=undated") : when));
 }
 
 ExitCode tellRest(const CardContents& card)
 {
     for (const NotHandled& entry : card.notHandled)
-        printMessage("not handled: " + displayName(card.folderPath(entry.folder) + '/' + entry.name)
-            + " (" + std::string(reasonText(entry.reason)) + ')');
+        printMessage(text("$$$/Mfx/List/NotHandled=not handled: %1 (%2)",
+            {displayName(card.folderPath(entry.folder) + '/' + entry.name),
+                translatedReason(reasonText(entry.reason))}));
     for (const ScanProblem& problem : card.problems)
-        printMessage(displayName(problem.path) + " cannot be read: " + problem.error.message());
+        printMessage(text("$$$/Mfx/List/CannotRead=%1 cannot be read: %2",
+            {displayName(problem.path), problem.error.message()}));
     return card.problems.empty() ? ExitCode::kDone : ExitCode::kPartly;
 }
 

@@ -3,6 +3,7 @@
 #include "commandline/ExitCode.h"
 #include "commandline/NameText.h"
 #include "mfx/engine/GroupStager.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
 
@@ -20,10 +21,43 @@ namespace {
 constexpr int kWriteAndEnter = 2 | 1;
 constexpr unsigned int kFolderMode = 0777; // less the process's mask
 
-[[noreturn]] void refuse(const char* purpose, const std::string& folder, const std::string& why)
+// One sentence for each purpose of a folder, %1; %2 is the system's reason.
+struct Refusal {
+    const char* target;
+    const char* backup;
+};
+
+constexpr Refusal kNotUtf8{
+    "$$$/Mfx/Place/TargetNotUtf8=the target %1 has a name that is not UTF-8: choose another folder",
+    "$$$/Mfx/Place/BackupNotUtf8=the backup folder %1 has a name that is not UTF-8: choose another "
+    "folder"};
+constexpr Refusal kIsFile{"$$$/Mfx/Place/TargetIsFile=the target %1 is a file: name a folder",
+    "$$$/Mfx/Place/BackupIsFile=the backup folder %1 is a file: name a folder"};
+constexpr Refusal kInSource{
+    "$$$/Mfx/Place/TargetInSource=the target %1 lies inside the source: choose a folder outside it",
+    "$$$/Mfx/Place/BackupInSource=the backup folder %1 lies inside the source: choose a folder "
+    "outside it"};
+constexpr Refusal kTooDeep{
+    "$$$/Mfx/Place/TargetTooDeep=the target %1 lies too deep: choose a folder with a shorter path",
+    "$$$/Mfx/Place/BackupTooDeep=the backup folder %1 lies too deep: choose a folder with a "
+    "shorter path"};
+constexpr Refusal kCannotMake{"$$$/Mfx/Place/TargetCannotMake=the target %1 cannot be made: %2",
+    "$$$/Mfx/Place/BackupCannotMake=the backup folder %1 cannot be made: %2"};
+constexpr Refusal kUnusable{"$$$/Mfx/Place/TargetUnusable=the target %1 cannot be used: %2",
+    "$$$/Mfx/Place/BackupUnusable=the backup folder %1 cannot be used: %2"};
+constexpr Refusal kCannotWrite{
+    "$$$/Mfx/Place/TargetCannotWrite=the target %1 cannot be written: check its permissions",
+    "$$$/Mfx/Place/BackupCannotWrite=the backup folder %1 cannot be written: check its "
+    "permissions"};
+
+[[noreturn]] void refuse(const Refusal& refusal,
+    Purpose purpose,
+    const std::string& folder,
+    const std::error_code& error = {})
 {
-    throw CommandError(ExitCode::kPlaceUnusable,
-        std::string("the ") + purpose + ' ' + displayName(folder) + ' ' + why);
+    const char* literal = purpose == Purpose::kTarget ? refusal.target : refusal.backup;
+    throw CommandError(
+        ExitCode::kPlaceUnusable, text(literal, {displayName(folder), error.message()}));
 }
 
 bool isBelow(const fs::path& path, const fs::path& folder)
@@ -34,40 +68,40 @@ bool isBelow(const fs::path& path, const fs::path& folder)
 
 } // namespace
 
-std::string absolutePath(const std::string& text)
+std::string absolutePath(const std::string& path)
 {
-    if (text.empty())
-        return text;
-    fs::path path = fs::absolute(text).lexically_normal();
-    return path.has_filename() || !path.has_relative_path() ? path.string()
-                                                            : path.parent_path().string();
+    if (path.empty())
+        return path;
+    const fs::path whole = fs::absolute(path).lexically_normal();
+    return whole.has_filename() || !whole.has_relative_path() ? whole.string()
+                                                              : whole.parent_path().string();
 }
 
-void requireUsablePlace(const std::string& folder, const std::string& source, const char* purpose)
+void requireUsablePlace(const std::string& folder, const std::string& source, Purpose purpose)
 {
     std::error_code error;
     if (!isUtf8(folder))
-        refuse(purpose, folder, "has a name that is not UTF-8: choose another folder");
+        refuse(kNotUtf8, purpose, folder);
     if (fs::exists(folder, error) && !fs::is_directory(folder, error))
-        refuse(purpose, folder, "is a file: name a folder");
+        refuse(kIsFile, purpose, folder);
     const fs::path whole = fs::weakly_canonical(folder, error);
     const fs::path card = fs::weakly_canonical(source, error);
     if (isBelow(whole, card))
-        refuse(purpose, folder, "lies inside the source: choose a folder outside it");
+        refuse(kInSource, purpose, folder);
     if (isTooDeep(whole.string()))
-        refuse(purpose, folder, "lies too deep: choose a folder with a shorter path");
+        refuse(kTooDeep, purpose, folder);
 }
 
-std::string makePlace(const std::string& folder, const char* purpose)
+std::string makePlace(const std::string& folder, Purpose purpose)
 {
     if (const std::error_code error = Pt::makeFolders(folder, kFolderMode))
-        refuse(purpose, folder, "cannot be made: " + error.message());
+        refuse(kCannotMake, purpose, folder, error);
     std::error_code error;
     const fs::path whole = fs::canonical(folder, error);
     if (error)
-        refuse(purpose, folder, "cannot be used: " + error.message());
+        refuse(kUnusable, purpose, folder, error);
     if (Pt::accessPath(whole.string(), kWriteAndEnter) != 0)
-        refuse(purpose, folder, "cannot be written: check its permissions");
+        refuse(kCannotWrite, purpose, folder);
     return whole.string();
 }
 

@@ -21,7 +21,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    std::string text(const ProgressEvent& event, Clock::time_point now) const;
+    std::string line(const ProgressEvent& event, Clock::time_point now) const;
 
     const bool m_shown;
     const Clock::time_point m_start;

@@ -2,32 +2,62 @@
 
 #include "commandline/NameText.h"
 #include "mfx/cli/Reporting.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/ProgramEnvironment.h"
 
 #include <cstdio>
 #include <iostream>
+#include <optional>
+#include <sstream>
 
 namespace mfx {
 
 using namespace commandline;
 
-bool askYesOrNo(const std::string& text, Answering answering)
+namespace {
+
+// Whether the answer is one of the words, which commas separate.
+bool isAmong(const std::string& words, const std::string& answer)
+{
+    std::istringstream list(words);
+    for (std::string word; std::getline(list, word, ',');) {
+        if (equalIgnoringAsciiCase(word, answer))
+            return true;
+    }
+    return false;
+}
+
+// No is looked for first: no language's word for yes may hide an English no.
+std::optional<bool> meaningOf(const std::string& answer)
+{
+    if (answer.empty() || isAmong("n,no", answer)
+        || isAmong(text("$$$/Mfx/Question/NoWords=n,no"), answer))
+        return false;
+    if (isAmong("y,yes", answer) || isAmong(text("$$$/Mfx/Question/YesWords=y,yes"), answer))
+        return true;
+    return std::nullopt;
+}
+
+} // namespace
+
+bool askYesOrNo(const std::string& question, Answering answering)
 {
     if (answering == Answering::kYes)
         return true;
     if (!Pt::isTerminal(stdin) || !Pt::isTerminal(stderr)) {
-        printMessage("nothing is deleted: there is nobody to ask (--yes answers beforehand)");
+        printMessage(text("$$$/Mfx/Question/NobodyToAsk=nothing is deleted: there is nobody to ask "
+                          "(--yes answers beforehand)"));
         return false;
     }
     for (;;) {
-        std::fprintf(stderr, "%s [y/N] ", terminalText(text).c_str());
+        const std::string prompt =
+            text("$$$/Mfx/Question/Prompt=%1 [y/N]", {terminalText(question)});
+        std::fprintf(stderr, "%s ", prompt.c_str());
         std::string answer;
         if (Pt::wasInterrupted() || !std::getline(std::cin, answer) || Pt::wasInterrupted())
             return false;
-        if (answer == "y" || answer == "Y" || answer == "yes")
-            return true;
-        if (answer.empty() || answer == "n" || answer == "N" || answer == "no")
-            return false;
+        if (const auto meaning = meaningOf(answer))
+            return *meaning;
     }
 }
 

@@ -11,7 +11,8 @@ enum class Answering {
     kYes, // the user said so beforehand
 };
 
-// Blocks until an answer, an interrupt (no) or the end of input (no).
-bool askYesOrNo(const std::string& text, Answering answering);
+// Blocks until an answer, an interrupt (no) or the end of input (no). Takes the words of the user's
+// language; y, yes, n and no in every language.
+bool askYesOrNo(const std::string& question, Answering answering);
 
 } // namespace mfx

@@ -2,18 +2,21 @@
 
 #include "commandline/ExitCode.h"
 #include "commandline/NameText.h"
+#include "mfx/texts/Texts.h"
 
 namespace mfx {
 
 using namespace commandline;
 
-MediaSource sourceArgument(const std::string& text)
+MediaSource sourceArgument(const std::string& name)
 {
-    auto source = resolveSource(text);
+    auto source = resolveSource(name);
     if (!source)
         throw CommandError(ExitCode::kNotThere,
-            "there is no source " + displayName(text)
-                + ": it is no folder, and 'mfx sources' does not list it");
+            text("$$$/Mfx/Sources/NoSuchSource=there is no source %1: it is no folder, and 'mfx "
+                 "sources' does not "
+                 "list it",
+                {displayName(name)}));
     return std::move(*source);
 }
 
@@ -24,8 +27,8 @@ CardContents scanSource(const MediaSource& source, const std::vector<std::string
     CardContents card = scanCard(source.path, options);
     if (card.rootError)
         throw CommandError(ExitCode::kPlaceUnusable,
-            "the source " + displayName(source.path)
-                + " cannot be read: " + card.rootError.message());
+            text("$$$/Mfx/Sources/CannotRead=the source %1 cannot be read: %2",
+                {displayName(source.path), card.rootError.message()}));
     return card;
 }
 

@@ -10,7 +10,7 @@
 namespace mfx {
 
 // Throws CommandError when there is no such source.
-MediaSource sourceArgument(const std::string& text);
+MediaSource sourceArgument(const std::string& name);
 
 // What lies there; throws CommandError when it cannot be read at all.
 CardContents scanSource(const MediaSource& source, const std::vector<std::string>& only = {});

@@ -2,6 +2,7 @@
 #include "mfx/cli/Commands.h"
 #include "mfx/cli/Reporting.h"
 #include "mfx/engine/Sources.h"
+#include "mfx/texts/Texts.h"
 
 namespace mfx {
 
@@ -17,7 +18,8 @@ ExitCode runSources(const CommandLine& line)
             printLine(terminalText(source.name) + "\t" + terminalText(source.path));
     }
     if (sources.empty() && !line.json)
-        printMessage("no card or camera is there; a folder can be named by its path");
+        printMessage(text(
+            "$$$/Mfx/Sources/None=no card or camera is there; a folder can be named by its path"));
     return ExitCode::kDone;
 }
 

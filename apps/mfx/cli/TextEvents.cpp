@@ -3,6 +3,7 @@
 #include "commandline/NameText.h"
 #include "mfx/cli/Reporting.h"
 #include "mfx/engine/SpaceCheck.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/ProgramEnvironment.h"
 
 #include <cstdio>
@@ -19,43 +20,48 @@ TextEvents::TextEvents(bool quiet, bool dryRun, Answering answering)
 {
 }
 
-void TextEvents::tell(const std::string& text)
+void TextEvents::tell(const std::string& message)
 {
     Pt::Locked locked(m_lock);
     m_line.clear();
-    printMessage(text);
+    printMessage(message);
 }
 
 void TextEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
 {
     if (m_quiet)
         return;
-    printLine(terminalText(name) + ": " + std::to_string(items) + " items, " + sizeText(bytes));
+    printLine(countedText(items,
+        "$$$/Mfx/Download/SourceOne=%2: %1 item, %3",
+        "$$$/Mfx/Download/Source=%2: %1 items, %3",
+        {terminalText(name), sizeText(bytes)}));
     std::fflush(stdout); // before what goes to standard error
 }
 
 void TextEvents::item(const ItemEvent& event)
 {
     if (event.error)
-        tell(event.name + ": " + *event.error);
+        tell(text("$$$/Mfx/Download/ItemProblem=%1: %2", {event.name, *event.error}));
     else if (m_dryRun && !m_quiet)
-        printLine(terminalText(event.name) + " -> " + terminalText(event.saved.value_or(""))
-            + (event.status == ItemStatus::kExists ? " (stands there already)" : ""));
+        printLine(text(event.status == ItemStatus::kExists
+                ? "$$$/Mfx/Download/ItemExists=%1 -> %2 (stands there already)"
+                : "$$$/Mfx/Download/ItemToSave=%1 -> %2",
+            {terminalText(event.name), terminalText(event.saved.value_or(""))}));
 }
 
-void TextEvents::message(const std::string& title, const std::string& text)
+void TextEvents::message(const std::string& title, const std::string& body)
 {
     if (!m_quiet)
-        tell(title.empty() ? text : title + ": " + text);
+        tell(title.empty() ? body : text("$$$/Mfx/Download/Titled=%1: %2", {title, body}));
 }
 
-bool TextEvents::question(const std::string&, const std::string& text)
+bool TextEvents::question(const std::string&, const std::string& body)
 {
     {
         Pt::Locked locked(m_lock);
         m_line.clear();
     }
-    return askYesOrNo(text, m_answering);
+    return askYesOrNo(body, m_answering);
 }
 
 void TextEvents::progress(const ProgressEvent& event)
@@ -74,7 +80,9 @@ void TextEvents::summary(const DownloadSummary& summary)
     if (m_quiet && !hasProblems && !summary.interrupted)
         return;
     for (const NotSafe& entry : summary.notSafe)
-        printLine("  not safe: " + terminalText(entry.name) + ": " + terminalText(entry.reason));
+        printLine("  "
+            + text("$$$/Mfx/Download/NotSafe=not safe: %1: %2",
+                {terminalText(entry.name), terminalText(entry.reason)}));
     printLine(summary.verdict);
 }
 

@@ -15,13 +15,13 @@ public:
 
     void source(const std::string& name, std::size_t items, std::uint64_t bytes) override;
     void item(const ItemEvent& event) override;
-    void message(const std::string& title, const std::string& text) override;
-    bool question(const std::string& title, const std::string& text) override;
+    void message(const std::string& title, const std::string& body) override;
+    bool question(const std::string& title, const std::string& body) override;
     void progress(const ProgressEvent& event) override;
     void summary(const DownloadSummary& summary) override;
 
 private:
-    void tell(const std::string& text);
+    void tell(const std::string& message);
 
     const bool m_quiet;
     const bool m_dryRun;

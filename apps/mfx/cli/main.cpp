@@ -1,8 +1,10 @@
 // The program mfx: one face of the download engine, on the command line.
 
 #include "mfx/cli/Commands.h"
+#include "mfx/cli/Language.h"
 #include "mfx/cli/Reporting.h"
 #include "mfx/engine/SinkModule.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/ProgramEnvironment.h"
 
 #include <cstdio>
@@ -23,10 +25,13 @@ mfx::ExitCode run(const mfx::CommandLine& line)
     return mfx::ExitCode::kUsage;
 }
 
-mfx::ExitCode runReporting(const mfx::CommandLine& line)
+mfx::ExitCode runReporting(int argc, char** argv)
 {
     try {
-        return run(line);
+        mfx::speakLanguageOfUser(); // help and complaints about the command line are texts too
+        auto code = mfx::ExitCode::kDone;
+        const auto line = mfx::readCommandLine(argc, argv, code);
+        return line ? run(*line) : code;
     } catch (const mfx::CommandError& error) {
         mfx::printMessage(error.what());
         return error.code();
@@ -34,7 +39,8 @@ mfx::ExitCode runReporting(const mfx::CommandLine& line)
         mfx::printMessage(error.what());
         return mfx::ExitCode::kSystemPart;
     } catch (const std::exception& error) {
-        mfx::printMessage(std::string("it cannot go on: ") + error.what());
+        mfx::printMessage(
+            mfx::text("$$$/Mfx/System/CannotGoOn=it cannot go on: %1", {error.what()}));
         return mfx::ExitCode::kPlaceUnusable;
     }
 }
@@ -44,9 +50,7 @@ mfx::ExitCode runReporting(const mfx::CommandLine& line)
 int main(int argc, char** argv)
 {
     Pt::noteInterrupts();
-    auto code = mfx::ExitCode::kDone;
-    if (const auto line = mfx::readCommandLine(argc, argv, code))
-        code = runReporting(*line);
+    auto code = runReporting(argc, argv);
     // Whoever reads the output must learn that it could not be written.
     if (std::fflush(stdout) != 0 && code == mfx::ExitCode::kDone)
         code = mfx::ExitCode::kPlaceUnusable;

@@ -31,7 +31,7 @@ enum class DateSource : std::uint8_t {
     FileTime
 };
 
-// For people, such as "EXIF original date".
+// Such as "EXIF original date": a word for programs, the same in every language.
 std::string_view dateSourceText(DateSource source);
 
 struct CaptureDate {

@@ -1,6 +1,7 @@
 #include "mfx/engine/CardScan.h"
 
 #include "commandline/NameText.h"
+#include "mfx/texts/Texts.h"
 
 #include <algorithm>
 #include <array>
@@ -239,6 +240,26 @@ std::string_view reasonText(NotHandledReason reason)
         break;
     }
     return "unknown kind of file";
+}
+
+std::string translatedReason(std::string_view word)
+{
+    static constexpr auto kLiterals = std::to_array<char const*>({
+        "$$$/Mfx/NotHandled/Link=symbolic link",
+        "$$$/Mfx/NotHandled/Socket=socket",
+        "$$$/Mfx/NotHandled/Pipe=pipe",
+        "$$$/Mfx/NotHandled/Device=device",
+        "$$$/Mfx/NotHandled/Hidden=hidden",
+        "$$$/Mfx/NotHandled/SystemFolder=system folder",
+        "$$$/Mfx/NotHandled/JunkFile=system file",
+        "$$$/Mfx/NotHandled/SameFolder=folder listed under another path already",
+        "$$$/Mfx/NotHandled/Other=unknown kind of file",
+    });
+    for (std::size_t reason = 0; reason < kLiterals.size(); ++reason) {
+        if (reasonText(static_cast<NotHandledReason>(reason)) == word)
+            return text(kLiterals[reason]);
+    }
+    return std::string(word);
 }
 
 bool isHarmless(NotHandledReason reason)

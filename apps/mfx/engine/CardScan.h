@@ -31,7 +31,11 @@ enum class NotHandledReason : std::uint8_t {
     Other
 };
 
+// The word for programs, such as "symbolic link": the same in every language.
 std::string_view reasonText(NotHandledReason reason);
+
+// The same for people, in their language; a word that is none comes back as it is.
+std::string translatedReason(std::string_view word);
 
 // Whether what was passed over for this reason can hold no photo that would be missed.
 bool isHarmless(NotHandledReason reason);

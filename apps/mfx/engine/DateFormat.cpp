@@ -1,6 +1,7 @@
 #include "mfx/engine/DateFormat.h"
 
 #include "commandline/NameText.h"
+#include "mfx/texts/Texts.h"
 
 #include <algorithm>
 #include <iomanip>
@@ -20,15 +21,18 @@ void checkLetters(std::string_view format)
     for (std::size_t at = format.find('%'); at != std::string_view::npos;
          at = format.find('%', at + 2)) {
         if (at + 1 == format.size()) {
-            throw PatternError("The date format \"" + std::string(format)
-                + "\" ends with \"%\"; write \"%%\" for a percent sign.");
+            throw PatternError(
+                text("$$$/Mfx/Pattern/PercentAtEnd=The date format \"%1\" ends with \"%\"; "
+                     "write \"%%\" for a percent sign.",
+                    {std::string(format)}));
         }
         if (kLetters.find(format[at + 1]) == std::string_view::npos) {
             const std::string_view letter = cutName(format.substr(at + 1), 4);
             const std::size_t length = nameCharacterAt(letter, 0).length;
-            throw PatternError("\"%" + std::string(letter.substr(0, length))
-                + "\" is no date letter that file names can have; use such as %Y, %m, %d, %H, "
-                  "%M, %S.");
+            throw PatternError(
+                text("$$$/Mfx/Pattern/NoDateLetter=\"%1\" is no date letter that file "
+                     "names can have; use such as %Y, %m, %d, %H, %M, %S.",
+                    {'%' + std::string(letter.substr(0, length))}));
         }
     }
 }
@@ -62,11 +66,14 @@ void requirePlainText(std::string_view pattern)
         return static_cast<unsigned char>(c) < 0x20 || c == '\x7F';
     };
     if (std::any_of(pattern.begin(), pattern.end(), isControl)) {
-        throw PatternError("The pattern \"" + terminalText(pattern)
-            + "\" holds a control character; file names should not.");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/ControlCharacter=The pattern \"%1\" holds a control "
+                 "character; file names should not.",
+                {terminalText(pattern)}));
     }
     if (!isUtf8(pattern)) {
-        throw PatternError("The pattern \"" + displayName(pattern) + "\" is not valid UTF-8.");
+        throw PatternError(text("$$$/Mfx/Pattern/NotUtf8=The pattern \"%1\" is not valid UTF-8.",
+            {displayName(pattern)}));
     }
 }
 

@@ -7,6 +7,7 @@
 #include "mfx/engine/GroupStager.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/engine/Verdict.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
 
 #include <algorithm>
@@ -39,7 +40,7 @@ bool isSourceTrouble(Pt::CopyProblem problem)
 void noteNoDNG(ItemEvent& event, const std::string& reason)
 {
     if (event.status == ItemStatus::kBackupFailed) {
-        event.error = *event.error + "; and " + reason;
+        event.error = text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason});
         return;
     }
     event.status = ItemStatus::kDNGFailed;
@@ -105,8 +106,8 @@ void Download::runGroups()
             m_summary.interrupted = true;
             return;
         }
-        if (!m_stopReason.empty()) {
-            failRest(group, m_stopReason);
+        if (m_stopReason) {
+            failRest(group, *m_stopReason);
             return;
         }
         const std::unique_ptr<GroupWork> work = stager.take();
@@ -124,7 +125,9 @@ void Download::runGroups()
 void Download::tellRestored()
 {
     for (const std::string& path : m_folders.takeRestored())
-        m_events.message("", "put back after an earlier run was cut off: " + displayName(path));
+        m_events.message("",
+            text("$$$/Mfx/Download/PutBack=put back after an earlier run was cut off: %1",
+                {displayName(path)}));
 }
 
 void Download::finishGroup(GroupWork& work)
@@ -197,9 +200,14 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
         std::string error;
         std::error_code status;
         if (!m_request.convertsToDNG) {
-            noteNoDNG(events[i], "it stays as it is: the DNG conversion library is not installed");
+            noteNoDNG(events[i],
+                text("$$$/Mfx/Download/NoConversionLibrary=it stays as it is: the DNG conversion "
+                     "library is not installed"));
         } else if (!m_sink.convert(sinkItem(work, i, work.folder->path), error)) {
-            noteNoDNG(events[i], error.empty() ? "it could not be converted to DNG" : error);
+            noteNoDNG(events[i],
+                error.empty()
+                    ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
+                    : error);
         } else if (Pt::fileStatus(dng, status) && !Pt::fileStatus(raw, status)) {
             events[i].dng = displayName(dng);
             m_items[member.item].dng = dng;
@@ -266,13 +274,14 @@ void Download::noteFailure(const GroupWork& work)
 {
     if (work.problem == Pt::CopyProblem::kTargetFull) {
         m_summary.placeUnusable = true;
-        m_stopReason = "not tried: no space is left in " + displayName(m_request.target);
+        m_stopReason = text("$$$/Mfx/Download/StoppedFull=not tried: no space is left in %1",
+            {displayName(m_request.target)});
     } else if (work.problem == Pt::CopyProblem::kTargetUnusable) {
         // One sub-folder may refuse what others take: the rest is tried.
         m_summary.placeUnusable = m_summary.saved + m_summary.existing == 0;
     } else if (isSourceTrouble(work.problem) && isCardGone(m_card)) {
         m_summary.sourceGone = true;
-        m_stopReason = "not tried: the card was taken out";
+        m_stopReason = text("$$$/Mfx/Download/StoppedCardGone=not tried: the card was taken out");
     }
 }
 
@@ -322,7 +331,8 @@ void Download::addNotHandled()
     m_summary.mayHoldPhotos = m_card.harmfulNotHandled();
     for (const ScanProblem& problem : m_card.problems) {
         ++m_summary.failed;
-        addNotSafe(displayName(problem.path), "it cannot be read: " + problem.error.message());
+        addNotSafe(displayName(problem.path),
+            text("$$$/Mfx/Download/CannotRead=it cannot be read: %1", {problem.error.message()}));
     }
 }
 

@@ -89,7 +89,7 @@ private:
     std::vector<ItemState> m_items;
     DownloadSummary m_summary;
     std::size_t m_lastSaved = 0; // groups up to the last one that was saved
-    std::string m_stopReason; // why no further group is begun
+    std::optional<std::string> m_stopReason; // why no further group is begun
     Pt::Lock m_progressLock;
     std::uint64_t m_bytesDone TEVORO_GUARDED_BY(m_progressLock) = 0;
     std::uint64_t m_bytesTotal = 0;

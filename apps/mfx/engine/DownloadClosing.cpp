@@ -3,12 +3,14 @@
 
 #include "commandline/NameText.h"
 #include "mfx/engine/Download.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
 #include "platform/common/PtExSystem.h"
 #include "platform/common/SystemError.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace mfx {
 
@@ -24,7 +26,8 @@ void Download::closeDownload()
     if (error) {
         ++m_summary.failed;
         addNotSafe(displayName(m_request.target),
-            "names were not flushed to the disk: " + error.message());
+            text("$$$/Mfx/Download/NotFlushed=names were not flushed to the disk: %1",
+                {error.message()}));
         for (ItemState& item : m_items)
             item.isProven = false;
         m_summary.proven = 0;
@@ -69,23 +72,25 @@ DeletionOutcome Download::deleteOriginal(std::uint32_t item)
         std::error_code unreadable; // a card that cannot be asked is as good as gone
         return !fs::exists(m_card.root, unreadable);
     };
-    std::string reason;
+    std::optional<std::string> reasonToStay;
     if (!state.isProven)
-        reason = "its copy is not proven";
+        reasonToStay = text("$$$/Mfx/Delete/NotProven=not deleted: its copy is not proven");
     else if (!original)
-        reason = "it is no longer there";
+        reasonToStay = text("$$$/Mfx/Delete/Missing=not deleted: it is no longer there");
     else if (*original != m_card.items[item].status)
-        reason = "it changed after it was copied";
+        reasonToStay = text("$$$/Mfx/Delete/Changed=not deleted: it changed after it was copied");
     else if (!copyStands(item))
-        reason = "its copy is no longer at " + displayName(copy);
+        reasonToStay = text("$$$/Mfx/Delete/CopyGone=not deleted: its copy is no longer at %1",
+            {displayName(copy)});
     else if (Pt::unlinkPath(path) != 0)
-        reason = "it cannot be deleted: " + Pt::systemErrorText(Pt::ErrorCode());
-    if (reason.empty()) {
+        reasonToStay = text("$$$/Mfx/Delete/Refused=not deleted: it cannot be deleted: %1",
+            {Pt::systemErrorText(Pt::ErrorCode())});
+    if (!reasonToStay) {
         ++m_summary.deleted;
         return DeletionOutcome::kDeleted;
     }
     ++m_summary.notDeleted;
-    addNotSafe(displayName(m_card.items[item].name), "not deleted: " + reason);
+    addNotSafe(displayName(m_card.items[item].name), *reasonToStay);
     return isGone() ? DeletionOutcome::kDeviceGone : DeletionOutcome::kRefused;
 }
 

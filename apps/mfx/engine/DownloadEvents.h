@@ -49,7 +49,7 @@ struct DownloadSummary {
     std::size_t notDeleted = 0; // originals that should have gone and did not
     std::uint64_t nextSequence = 0; // the number after the last one given
     std::string folder; // the target
-    std::map<std::string, std::size_t> notHandled; // by reason
+    std::map<std::string, std::size_t> notHandled; // by reasonText()
     std::size_t mayHoldPhotos = 0; // how many of these might be missed
     std::size_t notAskedFor = 0; // left out by the choice of names
     std::vector<NotSafe> notSafe; // the first ones; `failed` counts all

@@ -1,6 +1,7 @@
 #include "mfx/engine/GroupPlacer.h"
 
 #include "mfx/engine/TargetSpot.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
 
 #include <algorithm>
@@ -75,11 +76,17 @@ void decideNames(GroupWork& work)
         if (member.stoodThere)
             continue;
         if (!member.isStaged) {
-            failGroup(work, i, "a copy of it that stood in the folder went away; try again");
+            failGroup(work,
+                i,
+                text("$$$/Mfx/Download/CopyWentAway=a copy of it that stood in the folder went "
+                     "away; try again"));
             return;
         }
         if (!renameStaged(work, member)) {
-            failGroup(work, i, "its copy in " + work.itemFolder + " cannot be renamed");
+            failGroup(work,
+                i,
+                text("$$$/Mfx/Download/CannotRename=its copy in %1 cannot be renamed",
+                    {work.itemFolder}));
             return;
         }
     }
@@ -116,7 +123,8 @@ void place(GroupWork& work)
     if (!work.failed)
         failGroup(work,
             work.members.size(),
-            "it cannot be moved into " + work.folder->path + ": " + error.message());
+            text("$$$/Mfx/Download/CannotMove=it cannot be moved into %1: %2",
+                {work.folder->path, error.message()}));
 }
 
 void dropItemFolder(GroupWork& work)

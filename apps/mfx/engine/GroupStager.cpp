@@ -1,6 +1,8 @@
 #include "mfx/engine/GroupStager.h"
 
+#include "mfx/engine/CopyText.h"
 #include "mfx/engine/TargetSpot.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/PtUnicode.h"
 
 #include <algorithm>
@@ -118,12 +120,16 @@ void GroupStager::plan(GroupWork& work)
         groupTarget(m_plan.card, group, work.date, m_plan.rules, m_plan.firstSequence + work.group);
     work.folder = &m_folders.open(work.target->subfolder());
     if (isTooDeep(work.folder->path)) {
-        failGroup(work, work.members.size(), "the folder " + work.folder->path + " lies too deep");
+        failGroup(work,
+            work.members.size(),
+            text(
+                "$$$/Mfx/Download/FolderTooDeep=the folder %1 lies too deep", {work.folder->path}));
     } else if (work.folder->error) {
         work.problem = Pt::CopyProblem::kTargetUnusable;
         failGroup(work,
             work.members.size(),
-            "the folder " + work.folder->path + " cannot be used: " + work.folder->error.message());
+            text("$$$/Mfx/Download/FolderUnusable=the folder %1 cannot be used: %2",
+                {work.folder->path, work.folder->error.message()}));
     }
 }
 
@@ -150,7 +156,8 @@ void GroupStager::copyMembers(GroupWork& work)
         work.problem = Pt::CopyProblem::kTargetUnusable;
         failGroup(work,
             work.members.size(),
-            "the folder " + work.folder->path + " takes no files: " + error.message());
+            text("$$$/Mfx/Download/FolderTakesNoFiles=the folder %1 takes no files: %2",
+                {work.folder->path, error.message()}));
         return;
     }
     work.itemFolder = *itemFolder;
@@ -161,7 +168,7 @@ void GroupStager::copyMembers(GroupWork& work)
         const Pt::CopyResult result = copyMember(work, i);
         if (!result.isProven()) {
             work.problem = result.problem;
-            failGroup(work, i, Pt::describe(result));
+            failGroup(work, i, copyText(result));
             return;
         }
         work.members[i].digest = result.digest;

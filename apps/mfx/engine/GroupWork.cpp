@@ -1,6 +1,7 @@
 #include "mfx/engine/GroupWork.h"
 
 #include "commandline/NameText.h"
+#include "mfx/texts/Texts.h"
 
 #include <filesystem>
 
@@ -18,8 +19,10 @@ void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
         } else {
             const std::string name =
                 displayName(std::filesystem::path(work.members[member].source).filename().string());
-            work.members[i].error = "not saved, because " + name + " belongs to it and failed ("
-                + reason + "); --only can take it alone";
+            work.members[i].error = text(
+                "$$$/Mfx/Download/PartnerFailed=not saved, because %1 belongs to it and failed "
+                "(%2); --only can take it alone",
+                {name, reason});
         }
     }
 }
@@ -28,7 +31,8 @@ void failUnreadable(GroupWork& work, const std::error_code& error)
 {
     failGroup(work,
         work.members.size(),
-        "the folder " + work.folder->path + " cannot be looked at: " + error.message());
+        text("$$$/Mfx/Download/FolderUnreadable=the folder %1 cannot be looked at: %2",
+            {work.folder->path, error.message()}));
 }
 
 } // namespace mfx

@@ -1,5 +1,7 @@
 #include "mfx/engine/NamePattern.h"
 
+#include "mfx/texts/Texts.h"
+
 #include <algorithm>
 
 namespace mfx {
@@ -8,11 +10,13 @@ const std::string_view kUndated = "undated";
 
 namespace {
 
-void requireNoSlash(std::string_view text)
+void requireNoSlash(std::string_view name)
 {
-    if (text.find('/') != std::string_view::npos) {
-        throw PatternError("The name pattern would give \"" + std::string(text)
-            + "\", which holds \"/\"; folders are the matter of the subfolder pattern.");
+    if (name.find('/') != std::string_view::npos) {
+        throw PatternError(
+            text("$$$/Mfx/Pattern/NameWithSlash=The name pattern would give \"%1\", which holds "
+                 "\"/\"; folders are the matter of the subfolder pattern.",
+                {std::string(name)}));
     }
 }
 
@@ -22,7 +26,8 @@ NamePattern::NamePattern(std::string_view pattern)
 {
     requirePlainText(pattern);
     if (pattern.empty()) {
-        throw PatternError("The name pattern is empty; {name} is the device's name.");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/Empty=The name pattern is empty; {name} is the device's name."));
     }
     for (std::string_view rest = pattern; !rest.empty();) {
         readPiece(rest);
@@ -30,7 +35,9 @@ NamePattern::NamePattern(std::string_view pattern)
     dropOwnExtension();
     if (m_pieces.empty()) {
         throw PatternError(
-            "The name pattern \"" + std::string(pattern) + "\" leaves nothing but the extension.");
+            text("$$$/Mfx/Pattern/OnlyExtension=The name pattern \"%1\" leaves nothing but "
+                 "the extension.",
+                {std::string(pattern)}));
     }
 }
 
@@ -41,12 +48,16 @@ void NamePattern::readPiece(std::string_view& rest)
         addText(first);
         rest.remove_prefix(2);
     } else if (first == '}') {
-        throw PatternError("\"}\" closes nothing in the name pattern; write \"}}\" for a brace.");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/BraceClosesNothing=\"}\" closes nothing in the name "
+                 "pattern; write \"}}\" for a brace."));
     } else if (first == '{') {
         const std::size_t end = rest.find('}');
         if (end == std::string_view::npos) {
-            throw PatternError("\"" + std::string(rest)
-                + "\" has no \"}\" in the name pattern; write \"{{\" for a brace.");
+            throw PatternError(
+                text("$$$/Mfx/Pattern/BraceStaysOpen=\"%1\" has no \"}\" in the name "
+                     "pattern; write \"{{\" for a brace.",
+                    {std::string(rest)}));
         }
         m_pieces.push_back(fieldPiece(rest.substr(1, end - 1)));
         rest.remove_prefix(end + 1);
@@ -83,15 +94,16 @@ NamePattern::Piece NamePattern::fieldPiece(std::string_view field)
     if (word == "seq") {
         return sequencePiece(argument);
     }
-    throw PatternError("{" + std::string(field)
-        + "} is no field of a name pattern; there are {name}, {ext}, {date:FORMAT} and "
-          "{seq:DIGITS}.");
+    throw PatternError(text("$$$/Mfx/Pattern/NoField={%1} is no field of a name pattern; there are "
+                            "{name}, {ext}, {date:FORMAT} and {seq:DIGITS}.",
+        {std::string(field)}));
 }
 
 NamePattern::Piece NamePattern::datePiece(std::string_view format)
 {
     if (format.empty()) {
-        throw PatternError("{date} needs a format, such as {date:%Y-%m-%d}.");
+        throw PatternError(text(
+            "$$$/Mfx/Pattern/DateNeedsFormat={date} needs a format, such as {date:%Y-%m-%d}."));
     }
     Piece piece;
     piece.kind = Piece::Kind::Date;
@@ -103,7 +115,8 @@ NamePattern::Piece NamePattern::datePiece(std::string_view format)
 NamePattern::Piece NamePattern::sequencePiece(std::string_view digits)
 {
     if (digits.size() != 1 || digits.front() < '1' || digits.front() > '9') {
-        throw PatternError("{seq} needs a number of digits from 1 to 9, such as {seq:4}.");
+        throw PatternError(text("$$$/Mfx/Pattern/SequenceNeedsDigits={seq} needs a number of "
+                                "digits from 1 to 9, such as {seq:4}."));
     }
     Piece piece;
     piece.kind = Piece::Kind::Sequence;
@@ -162,13 +175,18 @@ std::string NamePattern::stem(NameFields const& fields) const
     }
     requireNoSlash(stem);
     if (stem.find('\0') != std::string::npos) {
-        throw PatternError("The device's name holds a NUL character.");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/NulInName=The device's name holds a NUL character."));
     }
     if (stem.empty()) {
-        throw PatternError("The name pattern gives an empty name for \"" + fields.name + "\".");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/EmptyName=The name pattern gives an empty name for \"%1\".",
+                {fields.name}));
     }
     if (stem.front() == '.') {
-        throw PatternError("The name pattern gives \"" + stem + "\", which would be hidden.");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/HiddenName=The name pattern gives \"%1\", which would be hidden.",
+                {stem}));
     }
     return stem;
 }

@@ -1,6 +1,7 @@
 #include "mfx/engine/PreferenceClient.h"
 
 #include "mfx/engine/SinkModule.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/FileStatus.h"
 #include "platform/common/PtModule.h"
 #include "platform/common/PtUnicode.h"
@@ -23,8 +24,9 @@ FxRef<IPtPreferences> openStore(const std::string& libraryPath)
     if (entry && entry(&module) && module)
         static_cast<IPtPreferencesModule*>(module)->GetInterface(kIPtPreferencesID, &store);
     if (!store)
-        throw SystemPartError(
-            "cannot load the preference library " + libraryPath + ": install mfx again");
+        throw SystemPartError(text("$$$/Mfx/System/NoPreferenceLibrary=cannot load the preference "
+                                   "library %1: install mfx again",
+            {libraryPath}));
     return FxRef<IPtPreferences>(static_cast<IPtPreferences*>(store));
 }
 

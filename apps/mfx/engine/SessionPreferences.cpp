@@ -1,5 +1,6 @@
 #include "mfx/engine/SessionPreferences.h"
 
+#include "mfx/texts/Texts.h"
 #include "platform/common/PrivateFolder.h"
 #include "platform/common/UserFolders.h"
 
@@ -122,7 +123,9 @@ void SessionPreferences::write(PreferenceClient& client, const Values& values)
         client.setText(key, value);
     if (!client.save())
         throw std::system_error(std::make_error_code(std::errc::io_error),
-            "the preferences of this run cannot be written to " + m_session.path);
+            text("$$$/Mfx/System/PreferencesNotWritten=the preferences of this run cannot be "
+                 "written to %1",
+                {m_session.path}));
 }
 
 void SessionPreferences::readBack(PreferenceClient& client)

@@ -1,5 +1,6 @@
 #include "mfx/engine/SinkModule.h"
 
+#include "mfx/texts/Texts.h"
 #include "platform/common/PtModule.h"
 #include "platform/common/PtUnicode.h"
 
@@ -11,18 +12,23 @@ FxPluginMainFunction loadEntry(const std::string& path)
 {
     const PtModuleRef module = PtLoadLibrary(Pt::toUtf16(path).c_str());
     if (!module)
-        throw SystemPartError("cannot load the plug-in " + path + ": install mfx again");
+        throw SystemPartError(
+            text("$$$/Mfx/System/NoPlugin=cannot load the plug-in %1: install mfx again", {path}));
     const auto entry =
         reinterpret_cast<FxPluginMainFunction>(PtGetProcAddress(module, kFxPluginMainName));
     if (!entry)
-        throw SystemPartError(path + " is no plug-in of mfx: it has no " + kFxPluginMainName);
+        throw SystemPartError(
+            text("$$$/Mfx/System/NotAPlugin=%1 is no plug-in of mfx: it has no %2",
+                {path, kFxPluginMainName}));
     return entry;
 }
 
+// A step of the contract by its name there.
 void require(bool holds, const char* step)
 {
     if (!holds)
-        throw SystemPartError(std::string("the plug-in refuses to work: ") + step);
+        throw SystemPartError(
+            text("$$$/Mfx/System/PluginRefuses=the plug-in refuses to work: %1", {step}));
 }
 
 } // namespace
@@ -40,7 +46,9 @@ SinkModule::SinkModule(const std::string& path)
     require(m_manager->EnumSources(sources.receive()) == kFxOk && sources, "EnumSources");
     m_source.tag = kFxTagSource;
     m_source.size = kFxSizeSource;
-    require(sources->Next(&m_source) == kFxOk, "its list of sources is empty");
+    if (sources->Next(&m_source) != kFxOk)
+        throw SystemPartError(text("$$$/Mfx/System/PluginWithoutSources=the plug-in refuses to "
+                                   "work: its list of sources is empty"));
     require(m_manager->CreateSource(m_source.name, m_sink.receive()) == kFxOk && m_sink,
         "CreateSource");
 }
@@ -49,7 +57,9 @@ void* SinkModule::queryFace(long id) const
 {
     void* face = nullptr;
     m_sink->QueryInterface(id, &face);
-    require(face != nullptr, "it lacks an interface");
+    if (!face)
+        throw SystemPartError(text("$$$/Mfx/System/PluginWithoutInterface=the plug-in refuses to "
+                                   "work: it lacks an interface"));
     return face;
 }
 

@@ -4,6 +4,7 @@
 #include "mfx/engine/HostObject.h"
 #include "mfx/engine/MediaItem.h"
 #include "mfx/engine/SinkItemList.h"
+#include "mfx/texts/Texts.h"
 
 #include <set>
 #include <utility>
@@ -184,11 +185,11 @@ bool SinkSession::makeBackup(const SinkItem& item, std::string& error)
     if (status == kFxOk)
         return true;
     if (status == kFxErrBadArgument)
-        error = "the backup folder cannot be made";
+        error = text("$$$/Mfx/Backup/CannotMakeFolder=the backup folder cannot be made");
     else if (status == kFxErrNoUniqueName)
-        error = "the backup folder takes no file of that name";
+        error = text("$$$/Mfx/Backup/NoNameFree=the backup folder takes no file of that name");
     else
-        error = "the backup copy could not be written and proven";
+        error = text("$$$/Mfx/Backup/NotProven=the backup copy could not be written and proven");
     return false;
 }
 

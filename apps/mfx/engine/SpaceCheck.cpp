@@ -1,5 +1,6 @@
 #include "mfx/engine/SpaceCheck.h"
 
+#include "mfx/texts/Texts.h"
 #include "platform/common/FileStatus.h"
 
 #include <array>
@@ -35,6 +36,17 @@ std::optional<std::uint64_t> deviceOf(const fs::path& folder)
     return status ? std::optional(status->device) : std::nullopt;
 }
 
+// With one decimal. Which mark stands before it is a matter of the texts' language; numbers are
+// written with points, whatever the locale.
+std::string numberText(double value)
+{
+    std::array<char, 32> digits{};
+    std::snprintf(digits.data(), digits.size(), "%.1f", value);
+    const std::string number = digits.data();
+    const std::size_t point = number.find('.');
+    return text("$$$/Mfx/Size/Decimal=%1.%2", {number.substr(0, point), number.substr(point + 1)});
+}
+
 } // namespace
 
 std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
@@ -62,7 +74,11 @@ std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
 
 std::string sizeText(std::uint64_t bytes)
 {
-    constexpr std::array kUnits{"bytes", "kB", "MB", "GB", "TB"};
+    constexpr std::array kUnits{"$$$/Mfx/Size/Bytes=%1 bytes",
+        "$$$/Mfx/Size/Kilobytes=%1 kB",
+        "$$$/Mfx/Size/Megabytes=%1 MB",
+        "$$$/Mfx/Size/Gigabytes=%1 GB",
+        "$$$/Mfx/Size/Terabytes=%1 TB"};
     constexpr double kStep = 1000;
     std::size_t unit = 0;
     auto value = static_cast<double>(bytes);
@@ -70,9 +86,9 @@ std::string sizeText(std::uint64_t bytes)
         value /= kStep;
         ++unit;
     }
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", value, kUnits[unit]);
-    return text.data();
+    if (unit == 0)
+        return countedText(bytes, "$$$/Mfx/Size/BytesOne=%1 byte", kUnits[0]);
+    return text(kUnits[unit], {numberText(value)});
 }
 
 } // namespace mfx

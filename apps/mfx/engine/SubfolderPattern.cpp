@@ -2,6 +2,7 @@
 
 #include "mfx/engine/NamePattern.h"
 #include "mfx/engine/TargetName.h"
+#include "mfx/texts/Texts.h"
 
 namespace mfx {
 
@@ -9,18 +10,23 @@ namespace {
 
 void requireFolderName(std::string_view component, std::string_view pattern)
 {
-    const std::string quoted = "The subfolder pattern \"" + std::string(pattern) + "\" ";
     if (component.empty()) {
-        throw PatternError(quoted
-            + "has an empty part; write it without \"/\" at its ends and "
-              "without \"//\".");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/EmptyFolder=The subfolder pattern \"%1\" has an empty part; "
+                 "write it without \"/\" at its ends and without \"//\".",
+                {std::string(pattern)}));
     }
     if (component.front() == '.') {
         throw PatternError(
-            quoted + "has the part \"" + std::string(component) + "\", which begins with a dot.");
+            text("$$$/Mfx/Pattern/HiddenFolder=The subfolder pattern \"%1\" has the part \"%2\", "
+                 "which begins with a dot.",
+                {std::string(pattern), std::string(component)}));
     }
     if (component.size() > kLongestName) {
-        throw PatternError(quoted + "has a part of more than 255 bytes.");
+        throw PatternError(
+            text("$$$/Mfx/Pattern/LongFolder=The subfolder pattern \"%1\" has a part of more than "
+                 "255 bytes.",
+                {std::string(pattern)}));
     }
 }
 

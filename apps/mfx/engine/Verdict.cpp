@@ -1,36 +1,97 @@
 #include "mfx/engine/Verdict.h"
 
+#include "mfx/engine/CardScan.h"
+#include "mfx/texts/Texts.h"
+
 namespace mfx {
 
 namespace {
 
-std::string counted(std::size_t count, const char* what)
+std::string joined(const std::string& list, const std::string& next)
 {
-    return std::to_string(count) + ' ' + what;
+    return list.empty() ? next : text("$$$/Mfx/Verdict/ListJoin=%1, %2", {list, next});
+}
+
+std::string savedText(const DownloadSummary& summary)
+{
+    if (summary.dryRun)
+        return countedText(summary.saved,
+            "$$$/Mfx/Verdict/WouldBeSavedOne=%1 would be saved",
+            "$$$/Mfx/Verdict/WouldBeSaved=%1 would be saved");
+    return countedText(
+        summary.saved, "$$$/Mfx/Verdict/SavedOne=%1 saved", "$$$/Mfx/Verdict/Saved=%1 saved");
 }
 
 std::string counts(const DownloadSummary& summary)
 {
-    std::string text = counted(summary.saved, summary.dryRun ? "would be saved" : "saved");
+    std::string list = savedText(summary);
+    const auto add = [&list](std::size_t count, const char* one, const char* several) {
+        list = joined(list, countedText(count, one, several));
+    };
     if (summary.existing != 0)
-        text += ", " + counted(summary.existing, "stood there already");
+        add(summary.existing,
+            "$$$/Mfx/Verdict/ExistingOne=%1 stood there already",
+            "$$$/Mfx/Verdict/Existing=%1 stood there already");
     if (summary.backupWanted)
-        text += ", " + counted(summary.backups, "backed up");
+        add(summary.backups,
+            "$$$/Mfx/Verdict/BackedUpOne=%1 backed up",
+            "$$$/Mfx/Verdict/BackedUp=%1 backed up");
     if (summary.converted != 0)
-        text += ", " + counted(summary.converted, "converted");
-    text += ", " + counted(summary.proven, "proven");
-    text += ", " + counted(summary.failed, summary.failed == 1 ? "problem" : "problems");
+        add(summary.converted,
+            "$$$/Mfx/Verdict/ConvertedOne=%1 converted",
+            "$$$/Mfx/Verdict/Converted=%1 converted");
+    add(summary.proven, "$$$/Mfx/Verdict/ProvenOne=%1 proven", "$$$/Mfx/Verdict/Proven=%1 proven");
+    add(summary.failed,
+        "$$$/Mfx/Verdict/ProblemsOne=%1 problem",
+        "$$$/Mfx/Verdict/Problems=%1 problems");
     if (summary.deleted != 0)
-        text += ", " + counted(summary.deleted, "deleted from the card");
-    return text;
+        add(summary.deleted,
+            "$$$/Mfx/Verdict/DeletedOne=%1 deleted from the card",
+            "$$$/Mfx/Verdict/Deleted=%1 deleted from the card");
+    return list;
 }
 
 std::string notHandledText(const DownloadSummary& summary)
 {
-    std::string text;
-    for (const auto& [what, count] : summary.notHandled)
-        text += (text.empty() ? "" : ", ") + std::to_string(count) + " x " + what;
-    return text;
+    std::string list;
+    for (const auto& [word, count] : summary.notHandled)
+        list = joined(list,
+            text("$$$/Mfx/Verdict/Times=%1 x %2", {std::to_string(count), translatedReason(word)}));
+    return list;
+}
+
+// All that was counted, on both sides of what was saved.
+std::string tally(const DownloadSummary& summary)
+{
+    std::string all = counts(summary);
+    if (!summary.notHandled.empty())
+        all =
+            text("$$$/Mfx/Verdict/NotHandled=%1; not handled: %2", {all, notHandledText(summary)});
+    if (summary.notAskedFor != 0)
+        all = countedText(summary.notAskedFor,
+            "$$$/Mfx/Verdict/NotAskedForOne=%2; %1 not asked for",
+            "$$$/Mfx/Verdict/NotAskedFor=%2; %1 not asked for",
+            {all});
+    return all;
+}
+
+// The sentence around the tally, %1.
+const char* sentence(const DownloadSummary& summary, bool allProven)
+{
+    if (summary.dryRun)
+        return "$$$/Mfx/Verdict/NothingWritten=%1. Nothing was written.";
+    if (summary.cardMayBeWiped && summary.items == 0)
+        return "$$$/Mfx/Verdict/NothingThere=%1. There is nothing on the card.";
+    if (summary.cardMayBeWiped)
+        return "$$$/Mfx/Verdict/MayBeWiped=%1: the card may be wiped.";
+    if (summary.interrupted)
+        return "$$$/Mfx/Verdict/Interrupted=%1. Interrupted: do not wipe the card; run the "
+               "download "
+               "again.";
+    if (allProven && summary.notSafe.empty())
+        return "$$$/Mfx/Verdict/TheseAreSafe=%1. All these are safe; the card holds more than "
+               "these.";
+    return "$$$/Mfx/Verdict/DoNotWipe=%1. Do not wipe the card: not everything on it is safe.";
 }
 
 } // namespace
@@ -41,23 +102,7 @@ void giveVerdict(DownloadSummary& summary)
     summary.cardMayBeWiped = allProven && summary.notSafe.empty() && summary.mayHoldPhotos == 0
         && summary.notAskedFor == 0 && !summary.interrupted && !summary.sourceGone
         && !summary.dryRun;
-    summary.verdict = counts(summary);
-    if (!summary.notHandled.empty())
-        summary.verdict += "; not handled: " + notHandledText(summary);
-    if (summary.notAskedFor != 0)
-        summary.verdict += "; " + counted(summary.notAskedFor, "not asked for");
-    if (summary.dryRun)
-        summary.verdict += ". Nothing was written.";
-    else if (summary.cardMayBeWiped && summary.items == 0)
-        summary.verdict += ". There is nothing on the card.";
-    else if (summary.cardMayBeWiped)
-        summary.verdict += ": the card may be wiped.";
-    else if (summary.interrupted)
-        summary.verdict += ". Interrupted: do not wipe the card; run the download again.";
-    else if (allProven && summary.notSafe.empty())
-        summary.verdict += ". All these are safe; the card holds more than these.";
-    else
-        summary.verdict += ". Do not wipe the card: not everything on it is safe.";
+    summary.verdict = text(sentence(summary, allProven), {tally(summary)});
 }
 
 } // namespace mfx

@@ -1,6 +1,7 @@
 #include "mfx/panel/OptionsPanel.h"
 
 #include "mfx/engine/SinkModule.h"
+#include "mfx/texts/Texts.h"
 
 #include <QAbstractButton>
 #include <QFile>
@@ -12,13 +13,15 @@ OptionsPanel::OptionsPanel(const QString& descriptionFile)
 {
     QFile file(descriptionFile);
     if (!file.open(QIODevice::ReadOnly))
-        throw SystemPartError("cannot read the options panel " + descriptionFile.toStdString()
-            + ": " + file.errorString().toStdString());
+        throw SystemPartError(
+            text("$$$/Mfx/System/PanelUnreadable=cannot read the options panel %1: %2",
+                {descriptionFile.toStdString(), file.errorString().toStdString()}));
     QUiLoader loader;
     m_widget.reset(loader.load(&file));
     if (!m_widget)
-        throw SystemPartError("the options panel " + descriptionFile.toStdString()
-            + " is damaged: " + loader.errorString().toStdString());
+        throw SystemPartError(
+            text("$$$/Mfx/System/PanelDamaged=the options panel %1 is damaged: %2",
+                {descriptionFile.toStdString(), loader.errorString().toStdString()}));
     // Laid out even where it is never shown: the sink fits texts to the sizes of widgets.
     m_widget->ensurePolished();
     m_widget->adjustSize();

@@ -1,5 +1,8 @@
 #include "mfx/cli/CommandLine.h"
 
+#include "apps/mfx/texts/DictionaryFixture.h"
+#include "mfx/texts/Columns.h"
+
 #include <string>
 #include <vector>
 
@@ -187,6 +190,38 @@ TEST(CommandLineTest, TellsHelpAndVersionAndEndsWell)
     const Reading version = read({"--version"});
     EXPECT_EQ(version.code, ExitCode::kDone);
     EXPECT_THAT(version.output, testing::StartsWith("mfx "));
+}
+
+using TranslatedHelpTest = DictionaryFixture;
+
+TEST_F(TranslatedHelpTest, HasEveryHeadingAndSentenceInTheUsersLanguage)
+{
+    speak(u"\"$$$/Mfx/Help/Usage=用法\"\n\"$$$/Mfx/Help/OptionsPlace=オプション…\"\n"
+          u"\"$$$/Mfx/Help/CommandPlace=コマンド\"\n\"$$$/Mfx/Help/Positionals=引数\"\n"
+          u"\"$$$/Mfx/Help/Options=オプション\"\n\"$$$/Mfx/Help/Commands=コマンド一覧\"\n"
+          u"\"$$$/Mfx/Help/Help=ヘルプを表示\"\n\"$$$/Mfx/Usage/NoCommand=コマンドがない\"\n"
+          u"\"$$$/Mfx/Usage/SeeHelp=詳しくは %1\"\n");
+    const std::string all = read({"--help"}).output + read({"list", "--help"}).output;
+    for (const char* heading :
+        {"用法: mfx [オプション…] コマンド\n", "\nオプション:\n", "\nコマンド一覧:\n", "\n引数:\n"})
+        EXPECT_THAT(all, HasSubstr(heading));
+    for (const char* english : {"Options", "OPTIONS", "SUBCOMMAND", "Subcommands", "Print this"})
+        EXPECT_THAT(all, testing::Not(HasSubstr(english)));
+    EXPECT_EQ(read({}).errors, "コマンドがない\n詳しくは --help\n");
+}
+
+TEST_F(TranslatedHelpTest, BeginsDescriptionsInOneColumn)
+{
+    speak(u"\"$$$/Mfx/Help/Required=必須\"\n\"$$$/Mfx/Help/Source=D1\"\n"
+          u"\"$$$/Mfx/Help/To=D2\"\n\"$$$/Mfx/Help/Backup=D3\"\n");
+    const std::string help = read({"download", "--help"}).output;
+    EXPECT_THAT(help, HasSubstr("--to DIR 必須"));
+    for (const char* description : {"D1", "D2", "D3"}) {
+        const std::size_t at = help.find(description);
+        ASSERT_NE(at, std::string::npos) << help;
+        const std::size_t line = help.rfind('\n', at) + 1;
+        EXPECT_EQ(columnsOf(help.substr(line, at - line)), 30U) << description;
+    }
 }
 
 } // namespace

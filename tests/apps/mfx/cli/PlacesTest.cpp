@@ -27,7 +27,7 @@ protected:
     std::string refusal(const std::string& place) const
     {
         try {
-            requireUsablePlace(place, folder.path("card"), "target");
+            requireUsablePlace(place, folder.path("card"), Purpose::kTarget);
         } catch (const CommandError& error) {
             EXPECT_EQ(error.code(), ExitCode::kPlaceUnusable);
             return error.what();
@@ -90,9 +90,9 @@ TEST_F(PlacesTest, MakesAPlaceAndTellsItsPathWithoutLinks)
     std::filesystem::create_directories(folder.path("real"));
     std::filesystem::create_directory_symlink("real", folder.path("link"));
     const std::string real = std::filesystem::canonical(folder.path("real"));
-    EXPECT_EQ(makePlace(folder.path("link/new"), "target"), real + "/new");
+    EXPECT_EQ(makePlace(folder.path("link/new"), Purpose::kTarget), real + "/new");
     EXPECT_TRUE(std::filesystem::is_directory(folder.path("real/new")));
-    EXPECT_EQ(makePlace(folder.path("link"), "target"), real);
+    EXPECT_EQ(makePlace(folder.path("link"), Purpose::kTarget), real);
 }
 
 TEST_F(PlacesTest, SaysWhyAPlaceCannotBeMade)
@@ -100,7 +100,7 @@ TEST_F(PlacesTest, SaysWhyAPlaceCannotBeMade)
     std::filesystem::create_symlink("nowhere", folder.path("dead"));
     for (const char* place : {"file", "file/below", "dead"}) {
         try {
-            makePlace(folder.path(place), "backup folder");
+            makePlace(folder.path(place), Purpose::kBackup);
             ADD_FAILURE() << place;
         } catch (const CommandError& error) {
             EXPECT_EQ(error.code(), ExitCode::kPlaceUnusable);
@@ -116,7 +116,7 @@ TEST_F(PlacesTest, SaysThatAPlaceCannotBeWritten)
     ::chmod(folder.path("shut").c_str(), 0555);
     const int seen = test::askedAsOrdinaryUser([this] {
         try {
-            makePlace(folder.path("shut"), "target");
+            makePlace(folder.path("shut"), Purpose::kTarget);
         } catch (const CommandError& error) {
             return std::string(error.what()).find("cannot be written") == std::string::npos ? 1 : 0;
         }

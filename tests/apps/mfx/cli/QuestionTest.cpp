@@ -1,5 +1,7 @@
 #include "mfx/cli/Question.h"
 
+#include "apps/mfx/texts/DictionaryFixture.h"
+
 #include <cstdlib>
 #include <string>
 
@@ -18,7 +20,7 @@ namespace {
 enum Answer { kNo, kYes };
 
 // A question to a person behind a terminal, who types an answer.
-class QuestionTest : public testing::Test {
+class QuestionTest : public DictionaryFixture {
 protected:
     QuestionTest()
     {
@@ -34,6 +36,7 @@ protected:
         const std::string terminal = ::ptsname(m_person);
         const pid_t program = ::fork();
         if (program == 0) {
+            ::alarm(30); // an answer that is not understood is asked for again, for ever
             ::setsid();
             const int end = ::open(terminal.c_str(), O_RDWR);
             for (const int stream : {0, 1, 2})
@@ -50,7 +53,7 @@ protected:
     void waitForPrompt()
     {
         pollfd ready{m_person, POLLIN, 0};
-        while (m_screen.find("[y/N] ") == std::string::npos && ::poll(&ready, 1, 30'000) == 1) {
+        while (m_screen.find("/N] ") == std::string::npos && ::poll(&ready, 1, 30'000) == 1) {
             char bytes[256];
             const ssize_t count = ::read(m_person, bytes, sizeof bytes);
             if (count > 0)
@@ -78,6 +81,25 @@ TEST_F(QuestionTest, ShowsTheQuestionSafelyForATerminal)
     EXPECT_THAT(m_screen, HasSubstr("Delete "));
     EXPECT_THAT(m_screen, HasSubstr("[y/N] "));
     EXPECT_EQ(m_screen.find('\x1B'), std::string::npos);
+}
+
+TEST_F(QuestionTest, TakesTheWordsOfTheUsersLanguageAndTheEnglishOnes)
+{
+    speak(u"\"$$$/Mfx/Question/Prompt=Frage: %1 [j/N]\"\n"
+          u"\"$$$/Mfx/Question/YesWords=j,ja,はい\"\n\"$$$/Mfx/Question/NoWords=n,nein\"\n");
+    for (const char* yes : {"j\n", "J\n", "ja\n", "Ja\n", "はい\n", "y\n", "yes\n", "jaja\nja\n"})
+        EXPECT_EQ(answerTo("Löschen?", yes), kYes) << yes;
+    for (const char* no : {"n\n", "nein\n", "NEIN\n", "no\n", "\n", "j,ja\n\n", ",\n\n"})
+        EXPECT_EQ(answerTo("Löschen?", no), kNo) << no;
+    EXPECT_THAT(m_screen, HasSubstr("Frage: Löschen? [j/N] "));
+}
+
+TEST_F(QuestionTest, NeverTakesAnEnglishNoForYes)
+{
+    speak(u"\"$$$/Mfx/Question/YesWords=n,no,nai\"\n\"$$$/Mfx/Question/NoWords=o,ochi\"\n");
+    for (const char* no : {"n\n", "no\n", "o\n"})
+        EXPECT_EQ(answerTo("Delete?", no), kNo) << no;
+    EXPECT_EQ(answerTo("Delete?", "nai\n"), kYes);
 }
 
 TEST_F(QuestionTest, AsksNobodyWhoSaidYesBeforehand)

@@ -1,6 +1,7 @@
 #include "mfx/engine/CardScan.h"
 
 #include "apps/mfx/engine/CardFixture.h"
+#include "apps/mfx/texts/DictionaryFixture.h"
 #include "commandline/NameText.h"
 
 #include <algorithm>
@@ -377,6 +378,18 @@ TEST(CardScanTest, HasAWordForEveryReason)
         words.insert(reasonText(static_cast<NotHandledReason>(reason)));
     }
     EXPECT_THAT(words, SizeIs(static_cast<std::size_t>(NotHandledReason::Other) + 1));
+}
+
+using TranslatedReasonTest = DictionaryFixture;
+
+TEST_F(TranslatedReasonTest, IsForPeopleAndLeavesTheWordForPrograms)
+{
+    EXPECT_EQ(translatedReason("symbolic link"), "symbolic link");
+    speak(u"\"$$$/Mfx/NotHandled/Link=Verweis\"\n\"$$$/Mfx/NotHandled/Other=Unbekannt\"\n");
+    EXPECT_EQ(translatedReason("symbolic link"), "Verweis");
+    EXPECT_EQ(translatedReason("unknown kind of file"), "Unbekannt");
+    EXPECT_EQ(translatedReason("something new"), "something new");
+    EXPECT_EQ(reasonText(NotHandledReason::Link), "symbolic link");
 }
 
 } // namespace

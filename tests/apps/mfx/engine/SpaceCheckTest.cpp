@@ -1,6 +1,7 @@
 #include "mfx/engine/SpaceCheck.h"
 
 #include "CardFixture.h"
+#include "apps/mfx/texts/DictionaryFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -86,6 +87,17 @@ TEST(SizeTextTest, RoundsToPowersOfAThousand)
     };
     for (const auto& [bytes, text] : rows)
         EXPECT_EQ(sizeText(bytes), text) << bytes;
+}
+
+using TranslatedSizeTest = DictionaryFixture;
+
+TEST_F(TranslatedSizeTest, HasTheUnitsAndTheDecimalMarkOfTheLanguage)
+{
+    speak(u"\"$$$/Mfx/Size/Decimal=%1,%2\"\n\"$$$/Mfx/Size/Megabytes=%1 Mo\"\n"
+          u"\"$$$/Mfx/Size/Bytes=%1 octets\"\n\"$$$/Mfx/Size/BytesOne=%1 octet\"\n");
+    EXPECT_EQ(sizeText(12'345'678), "12,3 Mo");
+    EXPECT_EQ(sizeText(0), "0 octets");
+    EXPECT_EQ(sizeText(1), "1 octet");
 }
 
 } // namespace

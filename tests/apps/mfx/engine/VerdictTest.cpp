@@ -1,5 +1,7 @@
 #include "mfx/engine/Verdict.h"
 
+#include "apps/mfx/texts/DictionaryFixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -131,6 +133,27 @@ TEST(VerdictTest, CallsWhatIsProvenSafeWhenThereIsMore)
     summary.notAskedFor = 1;
     giveVerdict(summary);
     EXPECT_THAT(summary.verdict, HasSubstr("All these are safe"));
+}
+
+using TranslatedVerdictTest = DictionaryFixture;
+
+TEST_F(TranslatedVerdictTest, IsOneSentenceInTheOrderOfTheLanguage)
+{
+    speak(u"\"$$$/Mfx/Verdict/SavedOne=%1 Bild gesichert\"\n"
+          u"\"$$$/Mfx/Verdict/Saved=%1 Bilder gesichert\"\n"
+          u"\"$$$/Mfx/Verdict/ListJoin=%1 und %2\"\n"
+          u"\"$$$/Mfx/Verdict/NotHandled=ausgelassen %2 (%1)\"\n"
+          u"\"$$$/Mfx/NotHandled/Link=Verweis\"\n"
+          u"\"$$$/Mfx/Verdict/DoNotWipe=Karte behalten! %1\"\n");
+    DownloadSummary summary;
+    summary.items = summary.saved = 1;
+    summary.failed = 2;
+    summary.notHandled = {{"symbolic link", 3}, {"socket", 1}};
+    giveVerdict(summary);
+    EXPECT_EQ(summary.verdict,
+        "Karte behalten! ausgelassen 1 x socket und 3 x Verweis (1 Bild gesichert und 0 proven und "
+        "2 problems)");
+    EXPECT_EQ(summary.notHandled.count("symbolic link"), 1U) << "a word for programs";
 }
 
 } // namespace

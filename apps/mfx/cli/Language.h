@@ -1,0 +1,11 @@
+// The language in which mfx speaks.
+#pragma once
+
+namespace mfx {
+
+// Opens the texts of the user's language, which the plug-in speaks too. For main(), before anything
+// is said and before there are threads: the working folder is another one for a moment. Throws
+// filesystem_error when it cannot come back.
+void speakLanguageOfUser();
+
+} // namespace mfx

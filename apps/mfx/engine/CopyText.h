@@ -1,0 +1,14 @@
+// What became of a copy, for people in their language. The platform's own words for it are English:
+// they stand where there is no dictionary. A free function without state; any thread.
+#pragma once
+
+#include "platform/common/FileCopy.h"
+
+#include <string>
+
+namespace mfx {
+
+// Ends with the system's own words where there are any.
+std::string copyText(const Pt::CopyResult& result);
+
+} // namespace mfx
