@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -34,5 +35,13 @@ int syncDescriptor(int descriptor);
 
 // The position of the end; the position moves there.
 std::int64_t seekToEnd(int descriptor);
+
+// 0 once the position is the first byte's.
+int seekToStart(int descriptor);
+
+// Blocking transfers at the position, which moves on. The bytes transferred, which may be fewer
+// than asked for; a read gives 0 at the end.
+std::int64_t readDescriptor(int descriptor, void* bytes, std::size_t count);
+std::int64_t writeDescriptor(int descriptor, void const* bytes, std::size_t count);
 
 } // namespace Pt

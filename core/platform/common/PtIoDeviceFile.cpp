@@ -95,7 +95,8 @@ PtIoDeviceFile::Pointer PtIoDeviceFile::CreateTemp(
 }
 
 PtIoDeviceFile::PtIoDeviceFile(std::string wholePath, int flags)
-    : m_removesOnClose(flags == kPtIoTemporary)
+    : IoDevice(kRequestLimit, kRequestLimit)
+    , m_removesOnClose(flags == kPtIoTemporary)
     , m_wholePath(std::move(wholePath))
 {
     ptucsncpy(m_path.data(), Pt::toUtf16(m_wholePath).c_str(), kMaxStoredPath);
@@ -106,16 +107,16 @@ PtIoDeviceFile::PtIoDeviceFile(std::string wholePath, int flags)
     if (m_removesOnClose)
         Pt::lockDescriptor(m_descriptor);
     m_fileSize = Pt::seekToEnd(m_descriptor);
-    if (m_fileSize < 0) {
+    if (m_fileSize < 0 || Pt::seekToStart(m_descriptor) != 0) {
         int const error = Pt::ErrorCode();
-        close();
+        release();
         throw Pt::ExSystem(error, Pt::ExWhere::here());
     }
 }
 
 PtIoDeviceFile::~PtIoDeviceFile() noexcept(false)
 {
-    int const error = close();
+    int const error = release();
     // A second exception would end the process; the first one has told that something failed.
     if (error != 0 && std::uncaught_exceptions() == 0)
         throw Pt::ExSystem(error, Pt::ExWhere::here());
@@ -127,7 +128,36 @@ void PtIoDeviceFile::flush()
         throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
 }
 
-int PtIoDeviceFile::close()
+void PtIoDeviceFile::close()
+{
+    if (int const error = release(); error != 0)
+        throw Pt::ExSystem(error, Pt::ExWhere::here());
+}
+
+void PtIoDeviceFile::issueRead_(Pt::IoRequest& request)
+{
+    doTransfer(request, Pt::readDescriptor);
+}
+
+void PtIoDeviceFile::issueWrite_(Pt::IoRequest& request)
+{
+    doTransfer(request, Pt::writeDescriptor);
+}
+
+template <typename Transfer>
+void PtIoDeviceFile::doTransfer(Pt::IoRequest& request, Transfer transfer)
+{
+    if (isClosed()) {
+        completeRequest_(request, EBADF, 0);
+        return;
+    }
+    std::int64_t const bytes = transfer(m_descriptor, request.bytes(), request.length());
+    if (bytes < 0)
+        throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
+    completeRequest_(request, 0, static_cast<std::uint32_t>(bytes));
+}
+
+int PtIoDeviceFile::release()
 {
     if (!m_isOpen)
         return 0;

@@ -17,9 +17,11 @@ enum PtIoDeviceFileFlags : int {
     kPtIoTemporary = 4, // made afresh, never over what stands there, and removed when it is closed
 };
 
-// An open file. It lives as long as a smart pointer holds it; the last one closes it and, for
-// kPtIoTemporary, removes the file. Everything is constant after construction, so that any thread
-// may call flush(). Failures of the system are thrown as Pt::ExSystem.
+// An open file, at its first byte. It lives as long as a smart pointer holds it; the last one
+// closes it and, for kPtIoTemporary, removes the file. Until then everything is constant, so that
+// any thread may call flush() and give it requests (Pt::IoDevice). These are blocking transfers,
+// each at the position that the one before has left: the call that issues one does it, and a signal
+// does not break it off. Failures of the system are thrown as Pt::ExSystem.
 class PtIoDeviceFile final : public Pt::IoDevice {
 public:
     using Pointer = Pt::SmartPointer<PtIoDeviceFile>;
@@ -37,6 +39,10 @@ public:
     // Blocks until the file's bytes have reached the disk.
     void flush();
 
+    // Closes now instead of with the last pointer, and then throws what failed. A request that is
+    // issued afterwards fails with EBADF, told to its completion. Requires: no other call runs.
+    void close();
+
     // Bytes at the time of opening.
     std::int64_t fileSize() const { return m_fileSize; }
 
@@ -47,10 +53,19 @@ public:
     ~PtIoDeviceFile() noexcept(false) override;
 
 private:
+    // In flight at a time, of reads and of writes.
+    static constexpr std::size_t kRequestLimit = 512;
+
     PtIoDeviceFile(std::string wholePath, int flags);
 
+    void issueRead_(Pt::IoRequest& request) override;
+    void issueWrite_(Pt::IoRequest& request) override;
+    // Completes a request with what its transfer gave, or throws the system's error.
+    template <typename Transfer>
+    void doTransfer(Pt::IoRequest& request, Transfer transfer);
+
     // Closes and, for kPtIoTemporary, removes; the first error number, 0 when all went well.
-    int close();
+    int release();
 
     std::int64_t m_fileSize = -1;
     std::array<unsigned short, kMaxStoredPath + 1> m_path{};

@@ -71,4 +71,19 @@ std::int64_t seekToEnd(int descriptor)
     return ::lseek(descriptor, 0, SEEK_END);
 }
 
+int seekToStart(int descriptor)
+{
+    return ::lseek(descriptor, 0, SEEK_SET) == 0 ? 0 : -1;
+}
+
+std::int64_t readDescriptor(int descriptor, void* bytes, std::size_t count)
+{
+    return retryInterrupted([&] { return ::read(descriptor, bytes, count); });
+}
+
+std::int64_t writeDescriptor(int descriptor, void const* bytes, std::size_t count)
+{
+    return retryInterrupted([&] { return ::write(descriptor, bytes, count); });
+}
+
 } // namespace Pt

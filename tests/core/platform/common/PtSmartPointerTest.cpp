@@ -113,6 +113,65 @@ TEST(PtSmartPointerTest, PassesOnWhatTheObjectsDestructorThrows)
     EXPECT_FALSE(pointer);
 }
 
+TEST(PtSmartPointerTest, HoldsNothingAtFirst)
+{
+    Pointer const empty;
+    Pointer const null(static_cast<Counted*>(nullptr));
+    EXPECT_FALSE(empty);
+    EXPECT_EQ(empty.get(), nullptr);
+    EXPECT_TRUE(empty == null);
+    Pointer dropped;
+    dropped = 0;
+    dropped = nullptr;
+    EXPECT_FALSE(dropped);
+}
+
+TEST(PtSmartPointerTest, IsEqualToWhatHoldsTheSameObject)
+{
+    int alive = 0;
+    Pointer const first(new Counted(alive));
+    Pointer const second = first;
+    Pointer const other(new Counted(alive));
+    EXPECT_TRUE(first == second);
+    EXPECT_FALSE(first == other);
+    EXPECT_EQ(&*first, first.get());
+}
+
+TEST(PtSmartPointerTest, TakesAndDropsAsItsPolicySays)
+{
+    struct Borrowed {
+        int references = 0;
+    };
+    struct Policy {
+        static void take(Borrowed* object) { ++object->references; }
+        static void drop(Borrowed* object) { --object->references; }
+    };
+    Borrowed object;
+    {
+        Pt::SmartPointer<Borrowed, Policy> const first(&object);
+        Pt::SmartPointer<Borrowed, Policy> const second = first;
+        EXPECT_EQ(object.references, 2);
+    }
+    EXPECT_EQ(object.references, 0);
+}
+
+TEST(PtSmartPointerTest, IsDeletedOnceWhenManyThreadsDropTheLastReferences)
+{
+    for (int round = 0; round < 200; ++round) {
+        int alive = 0;
+        auto* const object = new Counted(alive);
+        constexpr int kThreads = 4;
+        for (int i = 0; i < kThreads; ++i)
+            object->incRefCount();
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kThreads; ++i)
+            threads.emplace_back([object] { object->decRefCount(); });
+        for (std::thread& each : threads)
+            each.join();
+        ASSERT_EQ(alive, 0);
+    }
+}
+
 TEST(PtSmartPointerTest, CountsReferencesFromManyThreads)
 {
     int alive = 0;

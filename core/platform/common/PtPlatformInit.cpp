@@ -1,0 +1,72 @@
+#include "platform/common/PtPlatformInit.h"
+
+#include "platform/common/PtExPost.h"
+#include "platform/common/PtIoThread.h"
+#include "platform/common/PtPlatformStart.h"
+#include "platform/common/PtSignal.h"
+#include "platform/common/PtSysLog.h"
+#include "platform/common/PtThread.h"
+#include "platform/common/PtUnicode.h"
+
+#include <algorithm>
+
+namespace Pt {
+
+namespace {
+
+WideText textOf(Config::Name const& name)
+{
+    return {name.begin(), std::find(name.begin(), name.end(), 0)};
+}
+
+void startLog(Config const& config)
+{
+    SysLogInit(textOf(config.applicationName).c_str(), textOf(config.secondName).c_str());
+}
+
+bool always(Config const&)
+{
+    return true;
+}
+
+std::vector<PlatformService> allServices()
+{
+    return {
+        {always, [](Config const&) { ExceptionInit(); }, ExceptionUninit},
+        {always, [](Config const&) { ThreadInit(); }, ThreadUninit},
+        {always, [](Config const&) { SignalInit(); }, SignalUninit},
+        {always, startLog, SysLogUninit},
+        {[](Config const& config) { return config.startsFileIo; },
+            [](Config const& config) { IoFileInit(config.fileWorkers); },
+            IoFileUninit},
+        {[](Config const& config) { return config.startsSocketIo; },
+            [](Config const& config) { IoSocketInit(config.socketWorkers); },
+            IoSocketUninit},
+    };
+}
+
+// Never destroyed: a signal may end the process from another thread at any time.
+PlatformStart& platform()
+{
+    static auto& start = *new PlatformStart(allServices());
+    return start;
+}
+
+} // namespace
+
+void PlatformInit(Config const& config)
+{
+    platform().init(config);
+}
+
+void PlatformUninit()
+{
+    platform().uninit();
+}
+
+Config ConfigInfo()
+{
+    return platform().configuration();
+}
+
+} // namespace Pt

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/common/PtConfig.h"
+
+namespace Pt {
+
+// Starts the layer's services: exceptions, threads, signals, the log, and file and socket I/O if
+// asked for. The first call keeps the configuration; a later one counts, and only adds I/O that it
+// asks for and that is not running yet. When a start throws, what the call has started is stopped
+// again, the call does not count, and the exception goes on. The thread of the first call is the
+// primary one; call it before there are others, as they inherit its signal mask. Any thread may
+// call these three but a Signal handler, for whose return the last PlatformUninit waits.
+void PlatformInit(Config const& config);
+
+// The last of as many calls stops everything in reverse order, in the thread of the first
+// PlatformInit, whose signal mask it restores. Without a PlatformInit it does nothing.
+void PlatformUninit();
+
+// The configuration of the first PlatformInit; as constructed before that.
+Config ConfigInfo();
+
+} // namespace Pt

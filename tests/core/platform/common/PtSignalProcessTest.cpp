@@ -1,0 +1,131 @@
+// What signals do to a whole process.
+
+#include "core/platform/support/PeerProcess.h"
+
+#include <memory>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr int kEndedByTheSignal = -1;
+
+class PtSignalProcessTest : public testing::Test {
+protected:
+    // A process that takes signals over, once it does.
+    static std::unique_ptr<test::PeerProcess> peer(std::string const& how)
+    {
+        auto started = std::make_unique<test::PeerProcess>(
+            std::vector<std::string>{PLATFORM_PEER, "signals", how});
+        EXPECT_EQ(started->line(), "ready");
+        return started;
+    }
+    static void tell(test::PeerProcess& process, std::string const& what)
+    {
+        process.tell(what);
+        EXPECT_EQ(process.line(), "done");
+    }
+    static int statusAfter(test::PeerProcess& process, int number)
+    {
+        ::kill(process.id(), number);
+        // Its end, and not that of its input, which would end it as well.
+        EXPECT_EQ(process.rest(), "");
+        return process.finish();
+    }
+};
+
+} // namespace
+
+TEST_F(PtSignalProcessTest, EndsWithStatusZeroWithoutAHandler)
+{
+    for (int const each : {SIGTERM, SIGINT, SIGQUIT, SIGABRT})
+        EXPECT_EQ(statusAfter(*peer("console"), each), 0) << each;
+}
+
+TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerHasGone)
+{
+    auto const process = peer("console");
+    tell(*process, "accepting");
+    tell(*process, "none");
+    EXPECT_EQ(statusAfter(*process, SIGTERM), 0);
+}
+
+TEST_F(PtSignalProcessTest, StaysAliveWhenTheHandlerReturnsTrue)
+{
+    auto const process = peer("console");
+    tell(*process, "accepting");
+    for (int round = 0; round < 3; ++round) {
+        ::kill(process->id(), SIGTERM);
+        EXPECT_EQ(process->line(), "termination");
+        ::kill(process->id(), SIGQUIT);
+        EXPECT_EQ(process->line(), "abnormal end");
+    }
+    tell(*process, "ping");
+    EXPECT_EQ(process->finish(), 7);
+}
+
+TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerReturnsFalse)
+{
+    auto const process = peer("console");
+    tell(*process, "refusing");
+    ::kill(process->id(), SIGINT);
+    EXPECT_EQ(process->rest(), "termination\n");
+    EXPECT_EQ(process->finish(), 0);
+}
+
+TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerThrows)
+{
+    auto const process = peer("console");
+    tell(*process, "throwing");
+    ::kill(process->id(), SIGABRT);
+    EXPECT_EQ(process->rest(), "abnormal end\n");
+    EXPECT_EQ(process->finish(), 0);
+    EXPECT_THAT(process->errors(), HasSubstr("a broken handler"));
+}
+
+TEST_F(PtSignalProcessTest, PassesHangUpsAndWakeUpsOver)
+{
+    for (char const* const how : {"console", "plain", "config"}) {
+        auto const process = peer(how);
+        for (int const each : {SIGHUP, SIGUSR1, SIGPIPE})
+            ::kill(process->id(), each);
+        tell(*process, "ping");
+        EXPECT_EQ(process->finish(), 7) << how;
+    }
+}
+
+TEST_F(PtSignalProcessTest, LeavesTheConsolesSignalsAloneUnlessTold)
+{
+    EXPECT_EQ(statusAfter(*peer("plain"), SIGTERM), kEndedByTheSignal);
+    EXPECT_EQ(statusAfter(*peer("plain"), SIGINT), kEndedByTheSignal);
+}
+
+// The whole layer reads the flag from a new configuration, where it is false.
+TEST_F(PtSignalProcessTest, LeavesTheConsolesSignalsAloneWhateverTheLayersConfigurationSays)
+{
+    auto const process = peer("config");
+    tell(*process, "accepting");
+    EXPECT_EQ(statusAfter(*process, SIGTERM), kEndedByTheSignal);
+}
+
+TEST_F(PtSignalProcessTest, GivesSignalsTheirOwnEffectBack)
+{
+    for (int const each : {SIGTERM, SIGHUP, SIGUSR1, SIGPIPE}) {
+        auto const process = peer("console");
+        tell(*process, "accepting");
+        tell(*process, "stop");
+        EXPECT_EQ(statusAfter(*process, each), kEndedByTheSignal) << each;
+    }
+}
+
+TEST_F(PtSignalProcessTest, CanBeStoppedAndGoesOn)
+{
+    auto const process = peer("console");
+    tell(*process, "stop");
+    tell(*process, "stop");
+    tell(*process, "ping");
+    EXPECT_EQ(process->finish(), 7);
+}

@@ -1,0 +1,105 @@
+// The other process of the tests of mutexes and signals, which may not survive them. Usage:
+// platform_peer COMMAND [ARGUMENT]
+//
+//   lock-twice          locks a mutex, says "locked", and locks it again
+//   signals FLAG        starts the platform layer ("config") or the signals alone, with console
+//                       signals ("console") or without ("plain"), says "ready" and then does what
+//                       each line of input says; at its end it ends with status 7:
+//     none|accepting|refusing|throwing    has such a handler, which says what it is asked
+//     stop                              ends the signals
+//     ping                              nothing
+//                       and says "done" for each
+#include "platform/common/PtMutex.h"
+#include "platform/common/PtPlatformInit.h"
+#include "platform/common/PtSignal.h"
+
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+constexpr int kCameToItsEnd = 7;
+
+void say(std::string const& line)
+{
+    std::cout << line << std::endl; // each line is waited for
+}
+
+int lockTwice()
+{
+    Pt::Mutex mutex;
+    Pt::MutexHeld const held(mutex);
+    say("locked");
+    std::mem_fn (&Pt::Mutex::lock)(mutex); // unseen by the compiler, which knows better
+    say("locked twice");
+    return kCameToItsEnd;
+}
+
+class Answering final : public Pt::Signal {
+public:
+    explicit Answering(std::string how)
+        : m_how(std::move(how))
+    {
+    }
+
+    bool terminationRequested() override { return answer("termination"); }
+    bool abnormalEnd() override { return answer("abnormal end"); }
+
+private:
+    bool answer(char const* asked)
+    {
+        say(asked);
+        if (m_how == "throwing")
+            throw std::runtime_error("a broken handler");
+        return m_how == "accepting";
+    }
+
+    std::string const m_how;
+};
+
+void start(std::string const& how)
+{
+    Pt::Config config;
+    config.handlesConsoleSignals = how != "plain";
+    if (how == "config")
+        Pt::PlatformInit(config);
+    else
+        Pt::SignalInitWith(config);
+}
+
+int answerSignals(std::string const& how)
+{
+    static Answering accepting("accepting");
+    static Answering refusing("refusing");
+    static Answering throwing("throwing");
+    start(how);
+    say("ready");
+    for (std::string line; std::getline(std::cin, line);) {
+        if (line == "none")
+            Pt::Signal::EstablishHandler(nullptr, nullptr);
+        else if (line == "accepting")
+            Pt::Signal::EstablishHandler(&accepting, nullptr);
+        else if (line == "refusing")
+            Pt::Signal::EstablishHandler(&refusing, nullptr);
+        else if (line == "throwing")
+            Pt::Signal::EstablishHandler(&throwing, nullptr);
+        else if (line == "stop")
+            Pt::SignalUninit();
+        say("done");
+    }
+    return kCameToItsEnd;
+}
+
+} // namespace
+
+int main(int count, char** words)
+{
+    std::string const command = count > 1 ? words[1] : "";
+    if (command == "lock-twice")
+        return lockTwice();
+    if (command == "signals" && count > 2)
+        return answerSignals(words[2]);
+    return 2;
+}
