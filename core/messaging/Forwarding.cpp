@@ -4,6 +4,7 @@
 #include "messaging/InterAppStream.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
+#include "messaging/PrivateData.h"
 #include "messaging/SoDebug.h"
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkThread.h"
@@ -26,7 +27,7 @@ constexpr char const* kLogTextType = "TevoroTalkUtils::logText";
 // Who gets what is forwarded under that key; null when nobody does.
 TevoroTalk::MsgHandler* findSubscriber(char const* key)
 {
-    TevoroTalk* const instance = TevoroTalk::get(nullptr);
+    TevoroTalk* const instance = hasForwardHandlers() ? TevoroTalk::get(nullptr) : nullptr;
     return instance != nullptr ? instance->findHandler(key, QK_INVALID_MESSAGE_NUMBER) : nullptr;
 }
 

@@ -160,9 +160,11 @@ bool MacInterAppStream::messagePending() const
     ObjectLock const lock(*this);
     if (m_port == nullptr)
         return false;
-    m_port->receive([this](char* text, std::size_t size) {
+    auto const take = [this](char* text, std::size_t size) {
         m_msgQueue.append(new DataRef(text, static_cast<long>(size)));
-    });
+    };
+    if (m_port->receiveAwaited(take) == 0)
+        m_port->receive(take);
     return m_msgQueue.length() != 0;
 }
 

@@ -64,7 +64,7 @@ TevoroTalk::Message::Message(Message const& other)
     , digestStatus(other.digestStatus)
 {
     for (Header const* header = other.headers; header != nullptr; header = header->next)
-        setHeader(header->name.get(), header->value.get());
+        addHeader(header->name.get(), header->value.get());
 }
 
 TevoroTalk::Message::~Message()
@@ -99,6 +99,11 @@ void TevoroTalk::Message::setHeader(char const* name, char const* value)
         present->value = value;
         return;
     }
+    addHeader(name, value);
+}
+
+void TevoroTalk::Message::addHeader(char const* name, char const* value)
+{
     auto* const header = new Header(name, value);
     header->next = headers;
     headers = header;

@@ -10,6 +10,10 @@
 
 namespace ScObjects {
 
+namespace TevoroTalkData {
+class WireReader;
+} // namespace TevoroTalkData
+
 // One custom header; owned by the list of its message.
 class TEVOROTALK_API TevoroTalk::Header : public SoHeap {
 public:
@@ -53,6 +57,9 @@ public:
     char const* readFromString(char const* text);
     // The same of a text that may hold NULs, which end at `end`.
     char const* readFromString(char const* text, char const* end);
+    // The same of all of `text` from that place on. A large body that ends with the text takes over
+    // the text's buffer, and leaves `text` empty; the result is the place behind the message.
+    long readFrom(SoString& text, long place);
     // Whether the digest was wrong, or was not looked at.
     bool isRejected() const;
 
@@ -84,7 +91,9 @@ public:
 
 private:
     Header* findHeader(char const* name) const;
+    void addHeader(char const* name, char const* value);
     void deleteHeaders();
+    void readWith(TevoroTalkData::WireReader& reader);
     void forgetFormerContent();
     void turnAnswerIntoType();
 };

@@ -45,25 +45,21 @@ MessageGlobals& MessageGlobals::get()
 
 void MessageGlobals::setAuthentication(bool on)
 {
-    ObjectLock const lock(*this);
     m_authentication = on;
 }
 
 bool MessageGlobals::getAuthentication() const
 {
-    ObjectLock const lock(*this);
     return m_authentication;
 }
 
 void MessageGlobals::setCreateDigest(bool on)
 {
-    ObjectLock const lock(*this);
     m_createDigest = on;
 }
 
 bool MessageGlobals::getCreateDigest() const
 {
-    ObjectLock const lock(*this);
     return m_createDigest;
 }
 

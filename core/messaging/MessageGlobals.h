@@ -1,11 +1,13 @@
 // The switches for digests, one set for the process. Any thread may use them.
 #pragma once
 
-#include "messaging/SoLock.h"
+#include "messaging/SoHeap.h"
+
+#include <atomic>
 
 namespace ScObjects::TevoroTalkData {
 
-class MessageGlobals final : public SoLockable {
+class MessageGlobals final : public SoHeap {
 public:
     // Both on, unless the registry says otherwise of this application.
     MessageGlobals();
@@ -23,8 +25,8 @@ public:
     bool getCreateDigest() const;
 
 private:
-    bool m_authentication = true;
-    bool m_createDigest = true;
+    std::atomic<bool> m_authentication{true};
+    std::atomic<bool> m_createDigest{true};
 };
 
 } // namespace ScObjects::TevoroTalkData

@@ -211,13 +211,15 @@ bool MessageQueue::removeMessage(std::uint32_t serialNumber)
 
 void MessageQueue::removeExpiredMessages()
 {
+    // All deadlines lie at or behind the noted one; who adds one meanwhile came a moment later.
+    if (m_nearestDeadline == kNever)
+        return;
     std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    if (now < m_nearestDeadline)
+        return;
     Messages expired;
     {
         ObjectLock const lock(*this);
-        // All deadlines lie at or behind the noted one.
-        if (now < m_nearestDeadline)
-            return;
         for (long i = m_messages.length() - 1; i >= 0; --i)
             if (hasTimedOut(*m_messages[i], now))
                 takeOut(i, expired);

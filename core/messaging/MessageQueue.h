@@ -90,7 +90,7 @@ private:
     SoString m_diagnosticsRoot;
     long m_watchers = 0;
     // At or before the nearest; the largest number when nothing runs out.
-    std::int64_t m_nearestDeadline = std::numeric_limits<std::int64_t>::max();
+    std::atomic<std::int64_t> m_nearestDeadline{std::numeric_limits<std::int64_t>::max()};
     Pt::WaitableFlag* m_flag = nullptr;
     Pt::WallTimer* m_timer = nullptr;
     bool m_isFlagUp = false;

@@ -4,9 +4,9 @@
 #include "messaging/TevoroTalkUtils.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 #include <cstring>
-#include <string>
+#include <limits>
 
 namespace ScObjects {
 
@@ -19,6 +19,9 @@ using Message = TevoroTalk::Message;
 // More custom headers than any program sends; what follows is not kept, so that a text of many
 // short lines costs neither memory nor time beyond its own size.
 constexpr int kMostHeaders = 4096;
+
+// Bytes; longer ones take longer.
+constexpr long kUsualHead = 500;
 
 // A later time counts as this one, so that deadlines, times plus time-outs, stay numbers.
 constexpr unsigned long long kLatestTime = 1ULL << 53U;
@@ -51,19 +54,33 @@ bool isUnmarkedVersion(std::string_view version)
     return version.empty() || version == "1.0" || version == "2.0";
 }
 
-template <typename Value>
-void writeLine(SoString& out, char const* name, Value const& value)
+void appendValue(SoString& out, SoString const& value)
 {
-    out << name << ":" << value << "\n";
+    out.append(value.view());
 }
 
-void writeNumber(SoString& out, char const* name, std::uint32_t number)
+template <typename Number>
+void appendValue(SoString& out, Number number)
+{
+    out << number;
+}
+
+template <typename Value>
+void writeLine(SoString& out, std::string_view name, Value const& value)
+{
+    out.append(name);
+    out.append(std::string_view(":"));
+    appendValue(out, value);
+    out.append(std::string_view("\n"));
+}
+
+void writeNumber(SoString& out, std::string_view name, std::uint32_t number)
 {
     if (number != QK_INVALID_MESSAGE_NUMBER)
         writeLine(out, name, number);
 }
 
-void writeText(SoString& out, char const* name, SoString const& text)
+void writeText(SoString& out, std::string_view name, SoString const& text)
 {
     if (!text.isEmpty())
         writeLine(out, name, text);
@@ -76,7 +93,7 @@ void writeCustomHeaders(SoString& out, Message const& message)
          header = header->next) {
         if (marks && isMessageTag(header->name))
             out << kHeaderPrefix;
-        writeLine(out, header->name, header->value);
+        writeLine(out, header->name.view(), header->value);
     }
 }
 
@@ -104,9 +121,24 @@ bool writeHead(Message const& message, SoString& out)
     return true;
 }
 
+bool isBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// As strtoull reads it, which wants a terminated copy.
 unsigned long long numberOf(std::string_view value)
 {
-    return std::strtoull(std::string(value).c_str(), nullptr, 10);
+    while (!value.empty() && isBlank(value.front()))
+        value.remove_prefix(1);
+    bool const isNegative = value.starts_with('-');
+    if (isNegative || value.starts_with('+'))
+        value.remove_prefix(1);
+    unsigned long long number = 0;
+    auto const [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+    if (error == std::errc::result_out_of_range)
+        return std::numeric_limits<unsigned long long>::max();
+    return isNegative ? 0 - number : number;
 }
 
 std::uint32_t number32(std::string_view value)
@@ -114,8 +146,10 @@ std::uint32_t number32(std::string_view value)
     return static_cast<std::uint32_t>(numberOf(value));
 }
 
+} // namespace
+
 // Reads the lines of one message; never past `end`, which need not be terminated.
-class WireReader {
+class TevoroTalkData::WireReader {
 public:
     WireReader(Message& message, char const* text, char const* end)
         : m_message(message)
@@ -138,13 +172,16 @@ public:
         }
     }
 
-    void readBody()
+    void passBody()
     {
         auto const there = static_cast<std::size_t>(m_end - m_at);
-        std::size_t const size = std::min<std::size_t>(m_message.contentLength, there);
-        m_message.body.assign(m_at, static_cast<long>(size));
-        m_at += size;
+        m_body = {m_at, std::min<std::size_t>(m_message.contentLength, there)};
+        m_at += m_body.size();
     }
+    // The body, valid as long as the text.
+    std::string_view body() const { return m_body; }
+    // Whether nothing follows the body.
+    bool isAtEnd() const { return m_at == m_end; }
 
     // The digest that the text came with does not match it.
     bool hasWrongDigest() const
@@ -256,9 +293,15 @@ private:
     char const* m_digestStart;
     std::string_view m_digest;
     std::string_view m_md5;
+    std::string_view m_body;
     bool m_stripsPrefix = true;
     int m_headerCount = 0;
 };
+
+namespace {
+
+// Bodies from this size on are worth taking over.
+constexpr std::size_t kLargeBody = std::size_t{64} * 1024;
 
 // One of the three numbers that an answer carries becomes the serial number, and a type.
 void turnIntoType(Message& message, std::uint32_t& answered, char const* word)
@@ -288,6 +331,7 @@ bool TevoroTalk::Message::writeToString(SoString& out) const
 bool TevoroTalk::Message::writeHeadToString(SoString& out) const
 {
     SoString head;
+    head.reserve(kUsualHead);
     if (!writeHead(*this, head))
         return false;
     if (getCreateDigest())
@@ -304,21 +348,45 @@ char const* TevoroTalk::Message::readFromString(char const* text)
 char const* TevoroTalk::Message::readFromString(char const* text, char const* end)
 {
     ObjectLock const lock(*this);
+    WireReader reader(*this, text, end);
+    readWith(reader);
+    body.assign(reader.body());
+    return reader.skipLineFeeds();
+}
+
+long TevoroTalk::Message::readFrom(SoString& text, long place)
+{
+    ObjectLock const lock(*this);
+    char const* const start = text.get();
+    WireReader reader(*this, start + place, start + text.length());
+    readWith(reader);
+    std::string_view const found = reader.body();
+    if (found.size() < kLargeBody || !reader.isAtEnd()) {
+        body.assign(found);
+        return reader.skipLineFeeds() - start;
+    }
+    long const end = text.length();
+    text.removeFront(found.data() - start);
+    body.swap(text);
+    text.shrink(0);
+    return end;
+}
+
+// All but the body.
+void TevoroTalk::Message::readWith(WireReader& reader)
+{
     version = "1.0";
     if (!target.isEmpty())
         forgetFormerContent();
     digestStatus = "NODIGEST";
-    WireReader reader(*this, text, end);
     reader.readHead();
-    reader.readBody();
+    reader.passBody();
     if (getAuthentication())
         digestStatus = reader.hasWrongDigest() ? "REJECTED" : "";
-    char const* const next = reader.skipLineFeeds();
     if (timeout > 0 && timestamp == 0)
         timestamp = TevoroTalkUtils::getTimeSeconds();
     if (type != "debug")
         turnAnswerIntoType();
-    return next;
 }
 
 void TevoroTalk::Message::forgetFormerContent()

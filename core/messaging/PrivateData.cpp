@@ -13,7 +13,19 @@ namespace {
 
 using MsgHandler = TevoroTalk::MsgHandler;
 
+constinit std::atomic<int> gForwardHandlers{0};
+
+bool isForwardHandler(MsgHandler const& handler)
+{
+    return std::string_view(handler.getMsgType()).starts_with("FWD");
+}
+
 } // namespace
+
+bool hasForwardHandlers()
+{
+    return gForwardHandlers != 0;
+}
 
 PrivateData::PrivateData(TevoroTalk::Specifier const& specifier)
 {
@@ -36,7 +48,7 @@ PrivateData::~PrivateData()
     ObjectLock const lock(*this);
     delete std::exchange(stream, nullptr);
     for (long i = handlers.length() - 1; i >= 0; --i)
-        delete handlers.removeAt(i);
+        delete takeFromHandlers(i);
 }
 
 void PrivateData::openStream(SoString const& name)
@@ -79,6 +91,29 @@ bool PrivateData::waitForMessage(std::chrono::milliseconds limit) const
     return true; // as far as it can tell
 }
 
+void PrivateData::addToHandlers(MsgHandler* handler)
+{
+    if (isForwardHandler(*handler))
+        ++gForwardHandlers;
+    handlers.append(handler);
+}
+
+MsgHandler* PrivateData::takeFromHandlers(long index)
+{
+    MsgHandler* const handler = handlers.removeAt(index);
+    if (handler != nullptr && isForwardHandler(*handler))
+        --gForwardHandlers;
+    return handler;
+}
+
+long PrivateData::placeOf(MsgHandler const* handler) const
+{
+    long place = handlers.length() - 1;
+    while (place >= 0 && handlers[place] != handler)
+        --place;
+    return place;
+}
+
 MsgHandler* PrivateData::findHandler(char const* type, std::uint32_t serialNumber)
 {
     ObjectLock const lock(*this);
@@ -105,8 +140,8 @@ MsgHandler* PrivateData::changeHandler(MsgHandler* handler)
     if (former == handler)
         return nullptr;
     if (former != nullptr)
-        handlers.remove(former);
-    handlers.append(handler);
+        takeFromHandlers(placeOf(former));
+    addToHandlers(handler);
     return former;
 }
 
@@ -119,20 +154,15 @@ MsgHandler* PrivateData::removeHandler(SoString const& type, std::uint32_t seria
 {
     ObjectLock const lock(*this);
     MsgHandler* const handler = findHandler(type, serialNumber);
-    if (handler != nullptr)
-        handlers.remove(handler);
-    return handler;
+    return takeFromHandlers(placeOf(handler));
 }
 
 bool PrivateData::deleteHandler(MsgHandler const* handler)
 {
     ObjectLock const lock(*this);
-    long const before = handlers.length();
-    handlers.remove(handler);
-    if (handlers.length() == before)
-        return false;
-    delete handler;
-    return true;
+    MsgHandler* const found = takeFromHandlers(placeOf(handler));
+    delete found;
+    return found != nullptr;
 }
 
 bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
@@ -144,7 +174,7 @@ bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
     for (long i = handlers.length() - 1; i >= 0; --i) {
         if (handlers[i]->getSerialNumber() != serialNumber)
             continue;
-        delete handlers.removeAt(i);
+        delete takeFromHandlers(i);
         found = true;
     }
     incoming.removeTimeoutMessage(serialNumber);

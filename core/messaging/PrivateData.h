@@ -16,6 +16,9 @@
 
 namespace ScObjects::TevoroTalkData {
 
+// Whether an instance of this process has a handler for copies of messages. Every message asks.
+bool hasForwardHandlers();
+
 class PrivateData final : public SoLockable {
 public:
     explicit PrivateData(TevoroTalk::Specifier const& specifier);
@@ -59,6 +62,9 @@ private:
     };
 
     void registerNumberedInstance();
+    long placeOf(TevoroTalk::MsgHandler const* handler) const; // -1 when it is not there
+    void addToHandlers(TevoroTalk::MsgHandler* handler);
+    TevoroTalk::MsgHandler* takeFromHandlers(long index);
 
     std::unique_ptr<Signals> m_signals;
     bool m_streamWakes = false; // the stream's own wait ends for the signals, too

@@ -5,6 +5,8 @@
 
 #include "messaging/SoHeap.h"
 
+#include <mutex>
+
 namespace ScObjects {
 
 class TEVOROTALK_API SoLock : public SoHeap {
@@ -20,23 +22,24 @@ public:
     void release();
 
 private:
-    class LockData;
-    LockData* m_data;
+    std::recursive_mutex m_mutex;
 };
 
 class TEVOROTALK_API SoLockable : public SoHeap {
 public:
-    SoLockable();
-    ~SoLockable() override;
+    SoLockable() = default;
     // A copy has a lock of its own.
-    SoLockable(SoLockable const&);
+    SoLockable(SoLockable const& other)
+        : SoHeap(other)
+    {
+    }
     SoLockable& operator=(SoLockable const&) { return *this; }
 
     void lock() const;
     void unlock() const;
 
 private:
-    SoLock* m_lock;
+    mutable SoLock m_lock;
 };
 
 // Holds an object's lock for the length of a block.

@@ -15,18 +15,9 @@ namespace {
 constexpr long kBlock = 128;
 constexpr unsigned long kLongestUtf16Text = 0x10000;
 
-// What strings without a byte point to until they get one: most fields of most messages stay empty.
-// Never written to.
-char gNoBytes[1] = {};
-
 long roundedCapacity(long needed)
 {
     return (needed + kBlock) & ~(kBlock - 1);
-}
-
-long lengthOf(char const* text, long n)
-{
-    return n < 0 ? static_cast<long>(std::strlen(text)) : n;
 }
 
 SoString& appendUnsigned(SoString& out, unsigned long number)
@@ -40,7 +31,7 @@ SoString& appendUnsigned(SoString& out, unsigned long number)
 } // namespace
 
 SoString::SoString()
-    : m_data(gNoBytes)
+    : m_data(m_inside)
     , m_capacity(kBlock)
 {
 }
@@ -52,13 +43,13 @@ SoString::SoString(char c)
 }
 
 SoString::SoString(char const* text, long n)
-    : m_data(gNoBytes)
+    : m_data(m_inside)
 {
     assign(text, n);
 }
 
 SoString::SoString(std::string_view text)
-    : m_data(gNoBytes)
+    : m_data(m_inside)
 {
     assign(text);
 }
@@ -81,7 +72,7 @@ SoString::SoString(unsigned short const* text, long n)
 
 SoString::SoString(SoString const& other)
     : SoHeap(other)
-    , m_data(gNoBytes)
+    , m_data(m_inside)
 {
     assign(other.m_data, other.m_length);
 }
@@ -94,7 +85,7 @@ SoString::SoString(SoString&& other) noexcept
 
 SoString::~SoString()
 {
-    if (m_data != gNoBytes)
+    if (!isInside())
         freeHeap(m_data);
 }
 
@@ -118,35 +109,6 @@ SoString& SoString::operator=(char const* text)
 {
     assign(text);
     return *this;
-}
-
-void SoString::assign(char const* text, long n)
-{
-    n = text == nullptr ? 0 : lengthOf(text, n);
-    makeRoom(n, 0);
-    if (n != 0)
-        std::memcpy(m_data, text, static_cast<std::size_t>(n));
-    terminate(n);
-}
-
-void SoString::assign(std::string_view text)
-{
-    assign(text.data() == nullptr ? "" : text.data(), static_cast<long>(text.size()));
-}
-
-void SoString::append(char const* text, long n)
-{
-    n = text == nullptr ? 0 : lengthOf(text, n);
-    if (n == 0)
-        return;
-    makeRoom(m_length + n, m_length);
-    std::memcpy(m_data + m_length, text, static_cast<std::size_t>(n));
-    terminate(m_length + n);
-}
-
-void SoString::append(std::string_view text)
-{
-    append(text.data() == nullptr ? "" : text.data(), static_cast<long>(text.size()));
 }
 
 void SoString::append(long number)
@@ -181,6 +143,14 @@ void SoString::shrink(long n)
     if (n < 0 || n >= m_length)
         return;
     terminate(n);
+}
+
+void SoString::removeFront(long n)
+{
+    if (n <= 0 || n > m_length)
+        return;
+    std::memmove(m_data, m_data + n, static_cast<std::size_t>(m_length - n));
+    terminate(m_length - n);
 }
 
 void SoString::reserve(long n)
@@ -218,7 +188,7 @@ char* SoString::mallocText(long length)
 
 void SoString::adopt(char* block, long length)
 {
-    if (m_data != gNoBytes)
+    if (!isInside())
         freeHeap(m_data);
     m_data = block;
     m_capacity = roundedCapacity(length);
@@ -227,7 +197,14 @@ void SoString::adopt(char* block, long length)
 
 void SoString::swap(SoString& other) noexcept
 {
+    bool const wasInside = isInside();
+    bool const otherWasInside = other.isInside();
+    std::swap(m_inside, other.m_inside);
     std::swap(m_data, other.m_data);
+    if (otherWasInside)
+        m_data = m_inside;
+    if (wasInside)
+        other.m_data = other.m_inside;
     std::swap(m_length, other.m_length);
     std::swap(m_capacity, other.m_capacity);
 }
@@ -238,22 +215,15 @@ void SoString::makeRoom(long length, long kept)
     bool const isTooSmall = m_capacity < length + 1;
     if (isTooSmall)
         m_capacity = roundedCapacity(length);
-    if (length == 0 || (!isTooSmall && m_data != gNoBytes))
+    if (isInside() ? length < kInside : !isTooSmall)
         return;
     char* const fresh = mallocThis<char>(static_cast<std::size_t>(m_capacity));
     if (kept != 0)
         std::memcpy(fresh, m_data, static_cast<std::size_t>(kept));
     fresh[kept] = '\0';
-    if (m_data != gNoBytes)
+    if (!isInside())
         freeHeap(m_data);
     m_data = fresh;
-}
-
-void SoString::terminate(long length)
-{
-    m_length = length;
-    if (m_data != gNoBytes)
-        m_data[length] = '\0';
 }
 
 SoString& operator<<(SoString& out, char const* text)

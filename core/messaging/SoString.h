@@ -1,12 +1,14 @@
 // The text of the bus: a mutable byte string, by convention UTF-8, that may hold any bytes. Always
 // terminated by a NUL that does not count. Not safe by itself: one thread at a time.
 //
-// Buffers come in multiples of 128 bytes and never shrink.
+// Buffers come in multiples of 128 bytes and never shrink. A short text lies in the object itself
+// until it outgrows that: names, types and numbers are what most strings hold.
 #pragma once
 
 #include "messaging/SoHeap.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace ScObjects {
@@ -31,11 +33,28 @@ public:
     SoString& operator=(char const* text);
 
     // Replaces the content. The text must not lie in this string's own buffer.
-    void assign(char const* text, long n = -1);
-    void assign(std::string_view text);
+    void assign(char const* text, long n = -1) { assign(whole(text, n)); }
+    void assign(std::string_view text)
+    {
+        long const size = static_cast<long>(text.size());
+        if (m_capacity <= size || (isInside() && size >= kInside))
+            makeRoom(size, 0);
+        if (size != 0)
+            std::memcpy(m_data, text.data(), text.size());
+        terminate(size);
+    }
     // Adds at the end; here, too, the text must not lie in this string's own buffer.
-    void append(char const* text, long n = -1);
-    void append(std::string_view text);
+    void append(char const* text, long n = -1) { append(whole(text, n)); }
+    void append(std::string_view text)
+    {
+        long const added = static_cast<long>(text.size());
+        if (added == 0)
+            return;
+        if (m_length + added >= (isInside() ? kInside : m_capacity))
+            makeRoom(m_length + added, m_length);
+        std::memcpy(m_data + m_length, text.data(), text.size());
+        terminate(m_length + added);
+    }
     // The number in decimal, a negative one as its unsigned value.
     void append(long number);
 
@@ -55,6 +74,8 @@ public:
 
     // Cuts to n bytes; nothing when n is negative or not below the length.
     void shrink(long n);
+    // Takes away the first n bytes; as shrink().
+    void removeFront(long n);
     // Room for that many bytes and the terminator.
     void reserve(long n);
 
@@ -74,12 +95,27 @@ public:
     void swap(SoString& other) noexcept;
 
 private:
+    // A null text is the empty one; a negative length means up to the NUL.
+    static std::string_view whole(char const* text, long n)
+    {
+        if (text == nullptr)
+            return {};
+        return {text, n < 0 ? std::strlen(text) : static_cast<std::size_t>(n)};
+    }
     void makeRoom(long length, long kept);
-    void terminate(long length);
+    void terminate(long length)
+    {
+        m_length = length;
+        m_data[length] = '\0';
+    }
+    bool isInside() const { return m_data == m_inside; }
+
+    static constexpr long kInside = 32; // with the terminator
 
     char* m_data;
     long m_length = 0;
-    long m_capacity = 0;
+    long m_capacity = 0; // of the buffer, there or to come
+    char m_inside[kInside] = {};
 };
 
 inline bool operator==(SoString const& a, char const* b)

@@ -16,8 +16,7 @@ std::size_t bytesOf(long elements)
 } // namespace
 
 SoVectorBase::SoVectorBase()
-    : m_data(mallocThis<void*>(kStep))
-    , m_capacity(kStep)
+    : m_capacity(kStep)
 {
 }
 
@@ -28,7 +27,9 @@ SoVectorBase::~SoVectorBase()
 
 void SoVectorBase::append(void* element)
 {
-    if (m_length == m_capacity)
+    if (m_data == nullptr) // most of these arrays never get an element
+        m_data = mallocThis<void*>(static_cast<std::size_t>(m_capacity));
+    else if (m_length == m_capacity)
         grow();
     slot(m_length++) = element;
 }

@@ -39,7 +39,7 @@ private:
     }
     void grow();
 
-    void** m_data;
+    void** m_data = nullptr;
     long m_first = 0;
     long m_length = 0;
     long m_capacity;

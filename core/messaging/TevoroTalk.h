@@ -125,7 +125,8 @@ public:
     static bool suppressStartupScreen();
 
     // Works off what waits in all instances of the context (null: the current one, and without
-    // waiting nothing while that is being set up). True if a message was dispatched.
+    // waiting nothing while that is being set up) when it is called; right after waitForMessage()
+    // the text that ended the wait. True if a message was dispatched: then more may be there.
     static bool pump(EnabledOperations operations, TevoroTalkContext* context);
 
     // The tree that describes this process, as lines or as a report for people; replaces `out`.
@@ -154,6 +155,7 @@ private:
     void watchForTimeout(Message const& message) const;
     void waitForTarget(SoString const& target) const;
     bool dispatchIncoming();
+    bool dispatchNext(std::uint32_t serialNumber);
     void takeIn(bool mustWait);
     bool putOneIncomingMessageInQueue();
     void sendReceipt(Message const& message) const;

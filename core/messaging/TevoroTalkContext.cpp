@@ -131,7 +131,6 @@ std::uint32_t TevoroTalkContext::nextSerialNumber() const
 
 TevoroTalk* TevoroTalkContext::getMainInstance() const
 {
-    ObjectLock const lock(*this);
     return m_mainInstance;
 }
 
@@ -222,13 +221,11 @@ SoString TevoroTalkContext::getSignature() const
 
 bool TevoroTalkContext::isLogging() const
 {
-    ObjectLock const lock(*this);
     return m_logging;
 }
 
 void TevoroTalkContext::setLogging(bool on)
 {
-    ObjectLock const lock(*this);
     m_logging = on;
 }
 

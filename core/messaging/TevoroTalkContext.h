@@ -9,6 +9,7 @@
 #include "messaging/SoVector.h"
 #include "messaging/Specifier.h"
 
+#include <atomic>
 #include <optional>
 
 namespace ScObjects {
@@ -76,8 +77,9 @@ private:
     TevoroTalkThread* m_thread = nullptr; // constant after construction
     std::uint32_t m_nextSerialNumber;
     SoVector<TevoroTalk> m_instances;
-    TevoroTalk* m_mainInstance = nullptr;
-    bool m_logging = false;
+    // Asked for several times by every message: without the lock.
+    std::atomic<TevoroTalk*> m_mainInstance{nullptr};
+    std::atomic<bool> m_logging{false};
     mutable SoString m_signature;
 };
 

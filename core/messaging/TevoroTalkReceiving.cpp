@@ -91,8 +91,13 @@ bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatc
         incoming.pauseSignals();
     if (incomingMessagePending())
         takeIn(dispatch);
-    if (!dispatch)
-        return false;
+    return dispatch && dispatchNext(serialNumber);
+}
+
+// The first message of the queue, whose signals are paused.
+bool TevoroTalk::dispatchNext(std::uint32_t serialNumber)
+{
+    MessageQueue& incoming = m_data->incoming;
     autoPtr<Message> const message(incoming.getNextMessage(serialNumber));
     incoming.resumeSignals();
     if (message.get() == nullptr || message->target.isEmpty())
@@ -102,14 +107,20 @@ bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatc
     return true;
 }
 
-// All that is there, also what arrived behind a text that held nothing for anybody.
+// All that was there at its start, also behind a text that held nothing for anybody, and what its
+// handlers put in. What arrives meanwhile is for the next pump: whoever waits for an answer has it
+// before the notices that follow it are read, and no sender holds a pump for ever.
 bool TevoroTalk::dispatchIncoming()
 {
-    bool dispatched = false;
-    do {
-        while (processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, true))
+    bool dispatched = processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, true);
+    while (hasUnreadTexts() || m_data->incoming.hasMessage()) {
+        m_data->incoming.removeExpiredMessages();
+        m_data->incoming.pauseSignals();
+        if (hasUnreadTexts())
+            takeIn(true);
+        if (dispatchNext(QK_INVALID_MESSAGE_NUMBER))
             dispatched = true;
-    } while (hasUnreadTexts());
+    }
     return dispatched;
 }
 
@@ -130,11 +141,11 @@ bool TevoroTalk::putOneIncomingMessageInQueue()
 {
     if (m_data->stream == nullptr || m_data->stream->isEmpty())
         return false;
-    SoString const text = m_data->stream->getMessages();
-    char const* const end = text.get() + text.length();
-    for (char const* at = text.get(); at != end && *at != '\0';) {
+    SoString text = m_data->stream->getMessages();
+    long const end = text.length();
+    for (long at = 0; at != end && text.get()[at] != '\0';) {
         auto* const message = new Message;
-        char const* const next = message->readFromString(at, end);
+        long const next = message->readFrom(text, at);
         bool const isTaken = message->type != kIgnore && next != at;
         if (isTaken) {
             sendReceipt(*message);

@@ -46,6 +46,10 @@ public:
     // Not to be called by `take`.
     std::size_t receive(Taker const& take);
 
+    // The text that the last wait() ended for, without another look at what is there: one at most,
+    // and none when the wait ended for something else. Whoever waits for an answer has it sooner.
+    std::size_t receiveAwaited(Taker const& take);
+
     // Readable (poll, epoll, select) while receive() has something to do, which may be no more than
     // a sender that left. Belongs to the port: wait on it, do not read or close it.
     int descriptor() const;

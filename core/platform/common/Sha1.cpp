@@ -1,5 +1,7 @@
 #include "platform/common/Sha1.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <memory>
 #include <utility>
@@ -54,6 +56,34 @@ KeptContext& keptContext()
     return kept;
 }
 
+// Pieces that are short together, as one: taking each by itself costs more than to copy them.
+class Gathered {
+public:
+    explicit Gathered(std::initializer_list<std::string_view> pieces)
+    {
+        std::size_t size = 0;
+        for (std::string_view const piece : pieces)
+            size += piece.size();
+        if (size > m_bytes.size())
+            return;
+        char* end = m_bytes.data();
+        for (std::string_view const piece : pieces)
+            end = std::copy(piece.begin(), piece.end(), end);
+        m_whole = {m_bytes.data(), size};
+    }
+    bool isOne() const { return m_whole.data() != nullptr; }
+    std::string_view whole() const { return m_whole; }
+
+private:
+    std::array<char, 1024> m_bytes;
+    std::string_view m_whole;
+};
+
+bool update(EVP_MD_CTX* context, std::string_view text)
+{
+    return EVP_DigestUpdate(context, text.data(), text.size()) == 1;
+}
+
 } // namespace
 
 std::optional<Sha1Digest> sha1(std::initializer_list<std::string_view> pieces)
@@ -61,9 +91,14 @@ std::optional<Sha1Digest> sha1(std::initializer_list<std::string_view> pieces)
     Context context = keptContext().take();
     if (!algorithm() || !context || EVP_DigestInit_ex2(context.get(), algorithm(), nullptr) != 1)
         return std::nullopt;
-    for (std::string_view const piece : pieces) {
-        if (EVP_DigestUpdate(context.get(), piece.data(), piece.size()) != 1)
+    if (Gathered const gathered(pieces); gathered.isOne()) {
+        if (!update(context.get(), gathered.whole()))
             return std::nullopt;
+    } else {
+        for (std::string_view const piece : pieces) {
+            if (!update(context.get(), piece))
+                return std::nullopt;
+        }
     }
     Sha1Digest digest{};
     if (EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) != 1)

@@ -57,7 +57,9 @@ public:
 
     // True when one of them is readable, at the latest after `limit`; a negative limit waits for
     // ever. Signals do not end the wait.
-    bool wait(std::chrono::milliseconds limit) const;
+    bool wait(std::chrono::milliseconds limit) const { return waitForOne(limit) != -1; }
+    // The same, and which one it is; -1 for none.
+    int waitForOne(std::chrono::milliseconds limit) const;
     int descriptor() const { return m_descriptor; }
 
 private:

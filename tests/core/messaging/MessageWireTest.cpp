@@ -271,3 +271,95 @@ TEST_F(MessageWireTest, CarriesABodyOfAMegabyte)
     EXPECT_EQ(bytes(result.message->body), body);
     EXPECT_EQ(result.rest, "");
 }
+
+TEST_F(MessageWireTest, ReadsNumbersAsTheLibraryOfCDoes)
+{
+    struct Row {
+        char const* text;
+        std::uint32_t number;
+    };
+    for (Row const& row : {Row{"7", 7},
+             {" \t\v\f\r 7", 7},
+             {"+7", 7},
+             {"-7", 0xFFFFFFF9},
+             {"- 7", 0},
+             {"+-7", 0},
+             {"0x10", 0},
+             {"7 8", 7},
+             {"7x", 7},
+             {"x7", 0},
+             {"", 0},
+             {"007", 7},
+             {"4294967296", 0},
+             {"4294967295", 0xFFFFFFFF},
+             {"18446744073709551615", 0xFFFFFFFF},
+             {"18446744073709551616", 0xFFFFFFFF},
+             {"-18446744073709551616", 0xFFFFFFFF},
+             {"99999999999999999999999999", 0xFFFFFFFF}}) {
+        Message message;
+        std::string const text = "Serial-Number:" + std::string(row.text) + "\n\n";
+        message.readFromString(text.c_str());
+        EXPECT_EQ(message.serialNumber, row.number) << '"' << row.text << '"';
+        EXPECT_EQ(
+            message.serialNumber, static_cast<std::uint32_t>(std::strtoull(row.text, nullptr, 10)));
+    }
+}
+
+// A large body at the end of a text takes the text's buffer over, and nobody can tell.
+TEST_F(MessageWireTest, ReadsBodiesOfAllSizesOutOfOneText)
+{
+    std::size_t const large = std::size_t{64} * 1024;
+    for (std::size_t const size : {std::size_t{0}, std::size_t{1}, large - 1, large, 3 * large}) {
+        for (char const* behind : {"", "\n", "x"}) {
+            Message written;
+            address(written);
+            written.body = SoString(std::string(size, 'b'));
+            written.setHeader("Own", "value");
+            SoString text;
+            ASSERT_TRUE(written.writeToString(text));
+            long const end = text.length();
+            text << behind;
+            Message read;
+            long const next = read.readFrom(text, 0);
+            EXPECT_EQ(next, *behind == '\n' ? end + 1 : end) << size;
+            EXPECT_EQ(read.body.view(), written.body.view());
+            EXPECT_EQ(read.getUserHeaderValue("Own"), "value");
+            EXPECT_EQ(read.digestStatus, "");
+            EXPECT_EQ(read.contentLength, size);
+        }
+    }
+}
+
+TEST_F(MessageWireTest, FindsALargeBodyThatWasChangedOnItsWay)
+{
+    Message written;
+    address(written);
+    written.body = SoString(std::string(100000, 'b'));
+    SoString text;
+    ASSERT_TRUE(written.writeToString(text));
+    std::string changed(text.view());
+    changed[changed.size() - 50000] = 'c';
+    SoString again(changed);
+    Message read;
+    read.readFrom(again, 0);
+    EXPECT_TRUE(read.isRejected());
+    EXPECT_EQ(read.body.length(), 100000);
+}
+
+TEST_F(MessageWireTest, ReadsALargeBodyBehindAnotherMessage)
+{
+    SoString text;
+    for (char const mark : {'1', '2'}) {
+        Message written;
+        address(written);
+        written.body = SoString(std::string(100000, mark));
+        ASSERT_TRUE(written.writeToString(text));
+    }
+    Message first;
+    long const place = first.readFrom(text, 0);
+    EXPECT_EQ(first.body.view(), std::string(100000, '1'));
+    long const end = text.length();
+    Message second;
+    EXPECT_EQ(second.readFrom(text, place), end);
+    EXPECT_EQ(second.body.view(), std::string(100000, '2'));
+}

@@ -214,3 +214,35 @@ TEST_F(PumpTest, RefreshesTheRegistryOnceAMinute)
     pump();
     EXPECT_EQ(times, 2);
 }
+
+// What is there is worked off; what comes meanwhile, and would keep a pump from ending, is not.
+TEST_F(PumpTest, LeavesWhatArrivesWhileItWorksToTheNext)
+{
+    InterAppStream const other("other-1.0", true);
+    std::string const text = "Target:self-1.0\nSender:other-1.0\nContent-Length:4\n\nbody";
+    int handled = 0;
+    startDoing([&](Message&) {
+        if (++handled < 50)
+            EXPECT_TRUE(other.send("self-1.0", test::soString(text)));
+    });
+    Message::setAuthentication(false);
+    Paused const pause;
+    EXPECT_TRUE(other.send("self-1.0", test::soString(text)));
+    EXPECT_TRUE(pump());
+    EXPECT_EQ(handled, 1);
+    EXPECT_TRUE(isReadable(self->waitDescriptor()));
+    while (pump()) { }
+    EXPECT_EQ(handled, 50);
+}
+
+TEST_F(PumpTest, WorksOffWhatHandlersPutIntoQueues)
+{
+    int handled = 0;
+    startDoing([&](Message&) {
+        if (++handled < 5)
+            post(*self);
+    });
+    post(*self);
+    EXPECT_TRUE(pump());
+    EXPECT_EQ(handled, 5);
+}

@@ -332,3 +332,49 @@ TEST(SoStringTest, ConvertsTo16BitUnits)
     EXPECT_EQ(out[1], 0x20AC);
     EXPECT_EQ(out[2], 0);
 }
+
+// Where a text lies depends on its length; nothing else does.
+TEST(SoStringTest, SwapsAndMovesTextsOfAllLengths)
+{
+    for (std::size_t const first : {0U, 1U, 31U, 32U, 127U, 128U, 5000U}) {
+        for (std::size_t const second : {0U, 1U, 31U, 32U, 127U, 128U, 5000U}) {
+            SoString a(letters(first).c_str());
+            SoString b(std::string(second, 'y'));
+            a.swap(b);
+            EXPECT_EQ(a.view(), std::string(second, 'y'));
+            EXPECT_EQ(b.view(), letters(first));
+            SoString c(std::move(a));
+            EXPECT_EQ(c.view(), std::string(second, 'y'));
+            c = std::move(b);
+            EXPECT_EQ(c.view(), letters(first));
+            c << "z" << c;
+            EXPECT_EQ(c.view(), letters(first) + "z" + letters(first) + "z");
+        }
+    }
+}
+
+TEST(SoStringTest, GrowsByteByByteWithoutLosingOne)
+{
+    SoString text("");
+    std::string wanted;
+    for (char c = 'a'; wanted.size() < 300; c = c == 'z' ? 'a' : static_cast<char>(c + 1)) {
+        text += c;
+        wanted += c;
+        ASSERT_EQ(text.view(), wanted);
+        ASSERT_EQ(text.get()[text.length()], '\0');
+        ASSERT_EQ(text.capacity(), static_cast<long>((wanted.size() + 128) / 128 * 128));
+    }
+}
+
+TEST(SoStringTest, TakesItsFrontAway)
+{
+    SoString text("abcdef");
+    text.removeFront(-1);
+    text.removeFront(0);
+    text.removeFront(7);
+    EXPECT_EQ(text, "abcdef");
+    text.removeFront(2);
+    EXPECT_EQ(text, "cdef");
+    text.removeFront(4);
+    EXPECT_EQ(text, "");
+}

@@ -5,6 +5,7 @@
 #include "platform/platforms/linux/LocalSocket.h"
 #include "platform/platforms/linux/PacketReader.h"
 
+#include <atomic>
 #include <optional>
 #include <unordered_map>
 
@@ -22,6 +23,10 @@ constexpr int kBacklog = 4096;
 // taken, and a sender that never pauses does not hold the call for ever.
 constexpr int kMostPackets = 16384;
 
+// From one connection in one call, but for its last text: large texts that were handled one by one
+// leave their memory, still in the caches, to the next.
+constexpr std::size_t kMostBytes = std::size_t{512} * 1024;
+
 // Between two attempts to let newcomers in when the system has no descriptors left.
 constexpr long kRetryNanoseconds = 100'000'000;
 
@@ -37,7 +42,7 @@ struct LocalPort::State {
     bool watch(int descriptor);
     std::size_t receive(Taker const& take);
     std::size_t letIn(Taker const& take);
-    std::size_t drain(int connection, Taker const& take);
+    std::size_t drain(int connection, int most, Taker const& take);
     void pauseListening();
     void resumeListening();
     void listenFor(unsigned int events);
@@ -52,6 +57,7 @@ struct LocalPort::State {
     std::unordered_map<int, Descriptor> connections;
     std::vector<epoll_event> events;
     bool isListening = true;
+    std::atomic<int> awaited{-1}; // the connection that the last wait ended for
     // Of whoever waits here: all that `watcher` has, and what was added. Made on first use.
     std::optional<DescriptorSet> waited;
 };
@@ -98,7 +104,7 @@ std::size_t LocalPort::State::receive(Taker const& take)
         if (descriptor == listener.get())
             count += letIn(take);
         else if (descriptor != retryTimer.get())
-            count += drain(descriptor, take);
+            count += drain(descriptor, kMostPackets, take);
     }
     reader.trim();
     return count;
@@ -122,15 +128,16 @@ std::size_t LocalPort::State::letIn(Taker const& take)
         if (!isPeerOfThisUser(number) || !watch(number))
             continue;
         connections[number] = std::move(connection);
-        count += drain(number, take);
+        count += drain(number, kMostPackets, take);
     }
     return count;
 }
 
-std::size_t LocalPort::State::drain(int connection, Taker const& take)
+std::size_t LocalPort::State::drain(int connection, int most, Taker const& take)
 {
     std::size_t count = 0;
-    for (int i = 0; i < kMostPackets; ++i) {
+    std::size_t bytes = 0;
+    for (int i = 0; i < most && bytes < kMostBytes; ++i) {
         auto const outcome = reader.read(connection);
         if (outcome == PacketReader::Outcome::kEnd)
             connections.erase(connection);
@@ -138,6 +145,7 @@ std::size_t LocalPort::State::drain(int connection, Taker const& take)
             break;
         if (outcome == PacketReader::Outcome::kText) {
             ++count;
+            bytes += reader.size();
             take(reader.text(), reader.size());
         }
     }
@@ -212,9 +220,21 @@ std::size_t LocalPort::receive(Taker const& take)
     return m_state->receive(take);
 }
 
+std::size_t LocalPort::receiveAwaited(Taker const& take)
+{
+    int const connection = m_state->awaited.exchange(-1);
+    // It may have gone since.
+    bool const isThere = connection != -1 && m_state->connections.contains(connection);
+    std::size_t const count = isThere ? m_state->drain(connection, 1, take) : 0;
+    m_state->reader.trim();
+    return count;
+}
+
 bool LocalPort::wait(std::chrono::milliseconds limit)
 {
-    return m_state->everything().wait(limit);
+    int const fd = m_state->everything().waitForOne(limit);
+    m_state->awaited = fd;
+    return fd != -1;
 }
 
 void LocalPort::wakeOn(int other)

@@ -107,7 +107,7 @@ void DescriptorSet::remove(int descriptor) noexcept
     ::epoll_ctl(m_descriptor, EPOLL_CTL_DEL, descriptor, &unused);
 }
 
-bool DescriptorSet::wait(std::chrono::milliseconds limit) const
+int DescriptorSet::waitForOne(std::chrono::milliseconds limit) const
 {
     using std::chrono::milliseconds;
     using std::chrono::steady_clock;
@@ -119,11 +119,11 @@ bool DescriptorSet::wait(std::chrono::milliseconds limit) const
         epoll_event event = {};
         int const ready = ::epoll_wait(m_descriptor, &event, 1, left);
         if (ready > 0)
-            return true;
+            return event.data.fd;
         if (ready == -1 && errno != EINTR)
             throw std::system_error(lastError(), "epoll_wait");
         if (!isForEver && steady_clock::now() >= deadline)
-            return false;
+            return -1;
     }
 }
 

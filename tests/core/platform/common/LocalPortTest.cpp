@@ -230,6 +230,64 @@ TEST_F(LocalPortTest, IsReadableWhileThereIsSomethingToDo)
     EXPECT_FALSE(test::isReadable(port->descriptor()));
 }
 
+TEST_F(LocalPortTest, GivesTheTextThatEndedAWaitAlone)
+{
+    auto const port = held("port");
+    auto const awaited = [&] {
+        std::vector<std::string> texts;
+        port->receiveAwaited([&](char* text, std::size_t size) { texts.emplace_back(text, size); });
+        return texts;
+    };
+    EXPECT_THAT(awaited(), IsEmpty()) << "nobody waited";
+    EXPECT_TRUE(sender.send("port", "newcomer", kPatience));
+    EXPECT_TRUE(port->wait(kPatience));
+    EXPECT_THAT(awaited(), IsEmpty()) << "the wait ended for a sender that has to be let in";
+    EXPECT_THAT(received(*port), ElementsAre("newcomer"));
+    for (char const* text : {"1", "2", "3"})
+        EXPECT_TRUE(sender.send("port", text, kPatience));
+    EXPECT_TRUE(port->wait(kPatience));
+    EXPECT_THAT(awaited(), ElementsAre("1"));
+    EXPECT_THAT(awaited(), IsEmpty()) << "one wait, one text";
+    EXPECT_THAT(received(*port), ElementsAre("2", "3"));
+    EXPECT_FALSE(port->wait(std::chrono::milliseconds(1)));
+    EXPECT_THAT(awaited(), IsEmpty());
+}
+
+TEST_F(LocalPortTest, GivesNothingOfASenderThatLeftDuringTheWait)
+{
+    auto const port = held("port");
+    auto leaving = std::make_unique<LocalPortSender>();
+    EXPECT_TRUE(leaving->send("port", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+    leaving.reset();
+    EXPECT_TRUE(port->wait(kPatience));
+    EXPECT_THAT(received(*port), IsEmpty()); // the connection goes
+    EXPECT_EQ(port->receiveAwaited([](char*, std::size_t) { FAIL(); }), 0U);
+}
+
+// So that the memory of one serves the next.
+TEST_F(LocalPortTest, GivesLargeTextsOfASenderOneByOne)
+{
+    auto const port = held("port");
+    std::size_t const size = kMegabyte * 6 / 10;
+    std::thread writer([&] {
+        for (char const mark : {'1', '2', '3'})
+            EXPECT_TRUE(sender.send("port", std::string(size, mark), kPatience));
+    });
+    std::string marks;
+    while (marks.size() < 3) {
+        ASSERT_TRUE(port->wait(kPatience));
+        std::size_t const before = marks.size();
+        port->receive([&](char* text, std::size_t length) {
+            EXPECT_EQ(std::string(text, length), std::string(size, *text));
+            marks += *text;
+        });
+        EXPECT_LE(marks.size(), before + 1);
+    }
+    writer.join();
+    EXPECT_EQ(marks, "123");
+}
+
 TEST_F(LocalPortTest, TakesWhatASenderLeftBehind)
 {
     auto const port = held("p");

@@ -45,6 +45,16 @@ TEST(Sha1Test, TakesPiecesAsOneText)
     EXPECT_NE(sha1({zeros}), sha1({"ab"}));
 }
 
+// Short pieces are gathered, long ones are not.
+TEST(Sha1Test, TakesPiecesOfAllLengthsAsOneText)
+{
+    for (std::size_t const size : {1U, 1022U, 1023U, 1024U, 1025U, 5000U}) {
+        std::string const text(size, 'x');
+        std::string const whole = "salt+" + text + "+salt";
+        EXPECT_EQ(sha1({"salt", "+", text, "+", "salt"}), sha1({whole})) << size;
+    }
+}
+
 TEST(Sha1Test, DigestsOnManyThreads)
 {
     std::vector<std::thread> threads;

@@ -228,6 +228,18 @@ TEST_F(DescriptorSetTest, WaitsForEver)
     }
 }
 
+TEST_F(DescriptorSetTest, SaysWhichOneIsReadable)
+{
+    WaitableFlag first;
+    WaitableFlag second;
+    DescriptorSet set;
+    set.add(first.descriptor());
+    set.add(second.descriptor());
+    EXPECT_EQ(set.waitForOne(kNow), -1);
+    second.raise();
+    EXPECT_EQ(set.waitForOne(kLong), second.descriptor());
+}
+
 TEST_F(DescriptorSetTest, IsNotDisturbedBySignals)
 {
     struct sigaction before = {};
