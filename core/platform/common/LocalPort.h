@@ -41,7 +41,9 @@ public:
     // place. May throw: the text counts as taken, and receive() passes the exception on.
     using Taker = std::function<void(char* text, std::size_t size)>;
 
-    // Gives all texts that are there to `take`, without waiting. The number given. While the
+    // Gives the texts that are there to `take`, without waiting. The number given. Of one sender no
+    // more than half a megabyte and one text at a time: large texts that are handled one by one
+    // leave their memory to the next. The port stays readable while more are there. While the
     // process has no descriptors left, new senders wait, and a text too long for a packet is lost.
     // Not to be called by `take`.
     std::size_t receive(Taker const& take);

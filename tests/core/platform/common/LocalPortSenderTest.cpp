@@ -68,7 +68,7 @@ TEST_F(LocalPortSenderTest, KeepsTheOrderOfShortAndLongTexts)
         sent.push_back(test::numberedText(number, size));
         ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
     }
-    EXPECT_TRUE(received(*port) == sent);
+    EXPECT_TRUE(received(*port, sent.size()) == sent);
 }
 
 TEST_F(LocalPortSenderTest, UsesOneConnectionAgain)
@@ -155,7 +155,8 @@ TEST_F(LocalPortSenderTest, WaitsNoLongerThanToldForAHolderThatDoesNotRead)
     sent.pop_back();
     EXPECT_FALSE(sender.send("p", text, milliseconds(0)));
     EXPECT_FALSE(sender.send("p", text, milliseconds(-1)));
-    EXPECT_TRUE(received(*port) == sent); // whole, in order, and nothing of the refused
+    // Whole, in order, and nothing of the refused.
+    EXPECT_TRUE(received(*port, sent.size()) == sent);
     EXPECT_TRUE(sender.send("p", "room again", milliseconds(0)));
     EXPECT_THAT(received(*port), ElementsAre("room again"));
 }
