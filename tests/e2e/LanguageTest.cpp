@@ -144,6 +144,33 @@ TEST_F(LanguageTest, SpeaksEveryLanguageThatShips)
     EXPECT_EQ(pages.size(), locales.size());
 }
 
+TEST_F(LanguageTest, SpeaksTheLanguageOfEveryTerritory)
+{
+    struct Row {
+        const char* territory;
+        const char* language;
+    };
+    for (const Row& row : {Row{"de_AT.UTF-8", "de"},
+             {"de_CH.UTF-8", "de"},
+             {"de_BE", "de"},
+             {"de_LI", "de"},
+             {"de_LU", "de"},
+             {"it_CH", "it"},
+             {"nl_BE", "nl"},
+             {"fr_CA", "fr"},
+             {"es_MX", "es"}}) {
+        speak(row.language);
+        const std::string page = mfx({"download", "--help"}).out;
+        speak(row.territory);
+        EXPECT_EQ(mfx({"download", "--help"}).out, page) << row.territory;
+        fs::remove_all(target());
+        const std::string verdict = download().summary()["verdict"];
+        speak(row.language);
+        fs::remove_all(target());
+        EXPECT_EQ(download().summary()["verdict"], verdict) << row.territory;
+    }
+}
+
 TEST_F(LanguageTest, IsEnglishForEveryKindOfEnglishAndForNone)
 {
     const std::string english = mfx({"download", "--help"}).out;
