@@ -174,6 +174,12 @@ bool MacInterAppStream::hasUnreadTexts() const
     return m_msgQueue.length() != 0;
 }
 
+bool MacInterAppStream::hasMore() const
+{
+    ObjectLock const lock(*this);
+    return m_port != nullptr && m_port->hasMore();
+}
+
 bool MacInterAppStream::receive()
 {
     ObjectLock const lock(*this);

@@ -95,6 +95,8 @@ public:
     SoVector<DataRef>& getMsgQueue() { return m_msgQueue; }
     // Whether a text arrived that was looked at by messagePending() and not received yet.
     bool hasUnreadTexts() const;
+    // Whether the last look left texts of a sender in the port.
+    bool hasMore() const;
     // Readable while messagePending() has something to look at; -1 without a port.
     int waitDescriptor() const;
     // From now on wait() ends for that descriptor too; before the first wait. False when the

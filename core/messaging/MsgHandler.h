@@ -27,8 +27,8 @@ public:
     // goes back as an error with `result` as its text. `result` may be null when nothing can go
     // back. An exception counts as the error -29.
     virtual long handleMessage(int reason, Message& message, SoString* result) = 0;
-    // The type of messages it takes; "Quillscriber" unless overridden. Valid as long as the
-    // handler.
+    // The type of messages it takes; "Quillscriber" unless overridden. Valid, and the same, as long
+    // as the handler.
     virtual char const* getMsgType() const;
     // The one message it belongs to, with which it goes; 0xFFFFFFFF (the default) takes all of its
     // type and stays.

@@ -93,16 +93,20 @@ bool PrivateData::waitForMessage(std::chrono::milliseconds limit) const
 
 void PrivateData::addToHandlers(MsgHandler* handler)
 {
-    if (isForwardHandler(*handler))
+    if (isForwardHandler(*handler)) {
+        m_forwardHandlers.append(handler);
         ++gForwardHandlers;
+    }
     handlers.append(handler);
 }
 
 MsgHandler* PrivateData::takeFromHandlers(long index)
 {
     MsgHandler* const handler = handlers.removeAt(index);
-    if (handler != nullptr && isForwardHandler(*handler))
-        --gForwardHandlers;
+    // What was counted is what is taken off, whatever type the handler says that it has by now.
+    long const before = m_forwardHandlers.length();
+    m_forwardHandlers.remove(handler);
+    gForwardHandlers -= static_cast<int>(before - m_forwardHandlers.length());
     return handler;
 }
 

@@ -67,6 +67,7 @@ private:
     TevoroTalk::MsgHandler* takeFromHandlers(long index);
 
     std::unique_ptr<Signals> m_signals;
+    SoVector<TevoroTalk::MsgHandler> m_forwardHandlers; // those of the handlers that were counted
     bool m_streamWakes = false; // the stream's own wait ends for the signals, too
 
 public:

@@ -140,9 +140,13 @@ bool TevoroTalk::messagePending() const
 bool TevoroTalk::incomingMessagePending() const
 {
     // The stream first, and always: watchers for answers stand in the queue until the answer comes.
+    return textPending() || !m_data->incoming.isEmpty();
+}
+
+bool TevoroTalk::textPending() const
+{
     InterAppStream const* const stream = m_data->stream;
-    bool const arrived = stream != nullptr && (stream->messagePending() || !stream->isEmpty());
-    return arrived || !m_data->incoming.isEmpty();
+    return stream != nullptr && (stream->messagePending() || !stream->isEmpty());
 }
 
 bool TevoroTalk::outgoingMessagePending() const

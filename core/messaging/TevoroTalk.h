@@ -155,7 +155,9 @@ private:
     void watchForTimeout(Message const& message) const;
     void waitForTarget(SoString const& target) const;
     bool dispatchIncoming();
+    bool dispatchArrived(bool& dispatched);
     bool dispatchNext(std::uint32_t serialNumber);
+    bool textPending() const;
     void takeIn(bool mustWait);
     bool putOneIncomingMessageInQueue();
     void sendReceipt(Message const& message) const;

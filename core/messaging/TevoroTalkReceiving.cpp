@@ -19,6 +19,9 @@ using Message = TevoroTalk::Message;
 using MsgHandler = TevoroTalk::MsgHandler;
 
 constexpr long kRejected = 53;
+
+// Of one pump, at a port whose texts are large, or hold nothing for anybody.
+constexpr int kMostLooks = 64;
 constexpr long kException = -29;
 
 bool isValid(std::uint32_t number)
@@ -112,16 +115,32 @@ bool TevoroTalk::dispatchNext(std::uint32_t serialNumber)
 // before the notices that follow it are read, and no sender holds a pump for ever.
 bool TevoroTalk::dispatchIncoming()
 {
-    bool dispatched = processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, true);
-    while (hasUnreadTexts() || m_data->incoming.hasMessage()) {
-        m_data->incoming.removeExpiredMessages();
-        m_data->incoming.pauseSignals();
-        if (hasUnreadTexts())
+    bool dispatched = false;
+    for (int looks = 0; looks < kMostLooks; ++looks) {
+        bool const arrived = dispatchArrived(dispatched);
+        if (!arrived || (dispatched && !m_data->stream->hasMore()))
+            return dispatched;
+    }
+    return true; // as far as it can tell
+}
+
+// One look at the port, and all that it showed. Whether a text was there.
+bool TevoroTalk::dispatchArrived(bool& dispatched)
+{
+    MessageQueue& incoming = m_data->incoming;
+    incoming.removeExpiredMessages();
+    incoming.pauseSignals();
+    bool const arrived = textPending();
+    for (bool isFirst = true;; isFirst = false) {
+        if (isFirst ? arrived : hasUnreadTexts())
             takeIn(true);
         if (dispatchNext(QK_INVALID_MESSAGE_NUMBER))
             dispatched = true;
+        if (!hasUnreadTexts() && !incoming.hasMessage())
+            return arrived;
+        incoming.removeExpiredMessages();
+        incoming.pauseSignals();
     }
-    return dispatched;
 }
 
 // One text. With `mustWait` not before another thread has taken in its own.

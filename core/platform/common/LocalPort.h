@@ -43,13 +43,16 @@ public:
 
     // Gives the texts that are there to `take`, without waiting. The number given. Of one sender no
     // more than half a megabyte and one text at a time: large texts that are handled one by one
-    // leave their memory to the next. The port stays readable while more are there. While the
-    // process has no descriptors left, new senders wait, and a text too long for a packet is lost.
-    // Not to be called by `take`.
+    // leave their memory to the next, and meanwhile nobody else's are taken. While the process has
+    // no descriptors left, new senders wait, and a text too long for a packet is lost. Not to be
+    // called by `take`.
     std::size_t receive(Taker const& take);
+    // Whether the last receive() left texts of a sender to the next.
+    bool hasMore() const;
 
     // The text that the last wait() ended for, without another look at what is there: one at most,
     // and none when the wait ended for something else. Whoever waits for an answer has it sooner.
+    // When another sender's texts were begun in this way, the rest of those instead.
     std::size_t receiveAwaited(Taker const& take);
 
     // Readable (poll, epoll, select) while receive() has something to do, which may be no more than

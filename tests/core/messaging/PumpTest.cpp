@@ -235,6 +235,40 @@ TEST_F(PumpTest, LeavesWhatArrivesWhileItWorksToTheNext)
     EXPECT_EQ(handled, 50);
 }
 
+// What holds nothing for anybody does not hide what lies behind it.
+TEST_F(PumpTest, FindsAMessageBehindATextForNobody)
+{
+    TevoroTalk const& instance = start();
+    Message::setAuthentication(false);
+    InterAppStream const rogue("rogue-1.0", true);
+    InterAppStream const asker("asker-1.0", true);
+    Paused const pause;
+    for (char const* text : {"Type:Ignore\n\n", "nothing at all", "Target:self-1.0\n\n"})
+        EXPECT_TRUE(rogue.send("self-1.0", text));
+    EXPECT_TRUE(
+        asker.send("self-1.0", "Target:self-1.0\nSender:asker-1.0\nContent-Length:4\n\nreal"));
+    EXPECT_TRUE(instance.waitForMessage(-1));
+    EXPECT_TRUE(pump());
+    EXPECT_THAT(inbox.bodies(), ElementsAre("real"));
+    EXPECT_FALSE(pump());
+    EXPECT_FALSE(isReadable(instance.waitDescriptor()));
+}
+
+TEST_F(PumpTest, WorksOffLargeTextsThatLieThereInOneGo)
+{
+    start();
+    Message::setAuthentication(false);
+    InterAppStream const asker("asker-1.0", true);
+    Paused const pause;
+    std::string const body(700000, 'x');
+    std::string const text = "Target:self-1.0\nSender:asker-1.0\nContent-Length:700000\n\n" + body;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(asker.send("self-1.0", test::soString(text)));
+    EXPECT_TRUE(pump());
+    EXPECT_EQ(inbox.size(), 3U);
+    EXPECT_FALSE(pump());
+}
+
 TEST_F(PumpTest, WorksOffWhatHandlersPutIntoQueues)
 {
     int handled = 0;

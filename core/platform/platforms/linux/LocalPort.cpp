@@ -27,6 +27,11 @@ constexpr int kMostPackets = 16384;
 // leave their memory, still in the caches, to the next.
 constexpr std::size_t kMostBytes = std::size_t{512} * 1024;
 
+// While a sender's texts that were there are taken in several calls, nobody else's are: whoever
+// sent after it is read after it. No buffer of a connection holds more, and beyond that others have
+// their turn.
+constexpr std::size_t kMostInTurn = std::size_t{16} * 1024 * 1024;
+
 // Between two attempts to let newcomers in when the system has no descriptors left.
 constexpr long kRetryNanoseconds = 100'000'000;
 
@@ -42,6 +47,8 @@ struct LocalPort::State {
     bool watch(int descriptor);
     std::size_t receive(Taker const& take);
     std::size_t letIn(Taker const& take);
+    std::size_t receiveAwaited(Taker const& take);
+    std::size_t finish(Taker const& take);
     std::size_t drain(int connection, int most, Taker const& take);
     void pauseListening();
     void resumeListening();
@@ -58,6 +65,9 @@ struct LocalPort::State {
     std::vector<epoll_event> events;
     bool isListening = true;
     std::atomic<int> awaited{-1}; // the connection that the last wait ended for
+    int unfinished = -1; // the connection of which more may be there than was taken
+    std::size_t takenInTurn = 0; // bytes, of that connection
+    bool isCut = false;
     // Of whoever waits here: all that `watcher` has, and what was added. Made on first use.
     std::optional<DescriptorSet> waited;
 };
@@ -90,7 +100,10 @@ bool LocalPort::State::watch(int descriptor)
 
 std::size_t LocalPort::State::receive(Taker const& take)
 {
-    std::size_t count = 0;
+    bool const isOthersTurn = takenInTurn > kMostInTurn;
+    std::size_t count = finish(take);
+    if (isCut)
+        return count;
     if (!isListening) {
         resumeListening();
         count += letIn(take);
@@ -99,7 +112,7 @@ std::size_t LocalPort::State::receive(Taker const& take)
     int const ready = retryInterrupted([this] {
         return ::epoll_wait(watcher.get(), events.data(), static_cast<int>(events.size()), 0);
     });
-    for (int i = 0; i < ready; ++i) {
+    for (int i = 0; i < ready && (!isCut || isOthersTurn); ++i) {
         int const descriptor = events[static_cast<std::size_t>(i)].data.fd;
         if (descriptor == listener.get())
             count += letIn(take);
@@ -129,23 +142,59 @@ std::size_t LocalPort::State::letIn(Taker const& take)
             continue;
         connections[number] = std::move(connection);
         count += drain(number, kMostPackets, take);
+        if (isCut)
+            break;
     }
     return count;
+}
+
+// The rest of what was begun, before anybody else's.
+std::size_t LocalPort::State::finish(Taker const& take)
+{
+    isCut = false;
+    bool const isLongTurn = takenInTurn > kMostInTurn;
+    int const connection = unfinished;
+    if (isLongTurn || !connections.contains(connection)) {
+        unfinished = -1;
+        takenInTurn = 0;
+        return 0;
+    }
+    return drain(connection, kMostPackets, take);
+}
+
+std::size_t LocalPort::State::receiveAwaited(Taker const& take)
+{
+    int const connection = awaited.exchange(-1);
+    if (!connections.contains(connection)) // it may have gone since
+        return 0;
+    if (unfinished != -1 && unfinished != connection) {
+        if (std::size_t const count = finish(take))
+            return count;
+    }
+    return drain(connection, 1, take);
 }
 
 std::size_t LocalPort::State::drain(int connection, int most, Taker const& take)
 {
     std::size_t count = 0;
     std::size_t bytes = 0;
+    if (unfinished != connection)
+        takenInTurn = 0;
+    unfinished = connection;
+    isCut = most != 1;
     for (int i = 0; i < most && bytes < kMostBytes; ++i) {
         auto const outcome = reader.read(connection);
         if (outcome == PacketReader::Outcome::kEnd)
             connections.erase(connection);
-        if (outcome == PacketReader::Outcome::kEnd || outcome == PacketReader::Outcome::kNothing)
+        if (outcome == PacketReader::Outcome::kEnd || outcome == PacketReader::Outcome::kNothing) {
+            unfinished = -1;
+            isCut = false;
             break;
+        }
         if (outcome == PacketReader::Outcome::kText) {
             ++count;
             bytes += reader.size();
+            takenInTurn += reader.size();
             take(reader.text(), reader.size());
         }
     }
@@ -222,12 +271,14 @@ std::size_t LocalPort::receive(Taker const& take)
 
 std::size_t LocalPort::receiveAwaited(Taker const& take)
 {
-    int const connection = m_state->awaited.exchange(-1);
-    // It may have gone since.
-    bool const isThere = connection != -1 && m_state->connections.contains(connection);
-    std::size_t const count = isThere ? m_state->drain(connection, 1, take) : 0;
+    std::size_t const count = m_state->receiveAwaited(take);
     m_state->reader.trim();
     return count;
+}
+
+bool LocalPort::hasMore() const
+{
+    return m_state->isCut;
 }
 
 bool LocalPort::wait(std::chrono::milliseconds limit)

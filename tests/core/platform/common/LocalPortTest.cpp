@@ -288,6 +288,70 @@ TEST_F(LocalPortTest, GivesLargeTextsOfASenderOneByOne)
     EXPECT_EQ(marks, "123");
 }
 
+// Who sent after a text had arrived is read after it, also when the texts before are taken one by
+// one.
+TEST_F(LocalPortTest, FinishesASendersTextsBeforeItBeginsAnothers)
+{
+    auto const port = held("port");
+    LocalPortSender second;
+    EXPECT_TRUE(sender.send("port", "hello", kPatience));
+    EXPECT_TRUE(second.send("port", "hello", kPatience));
+    EXPECT_EQ(received(*port, 2).size(), 2U);
+    EXPECT_FALSE(port->wait(std::chrono::milliseconds(1)));
+    for (char const* text : {"a1", "a2", "a3"})
+        EXPECT_TRUE(sender.send("port", text, kPatience));
+    EXPECT_TRUE(second.send("port", "b4", kPatience));
+    std::vector<std::string> texts;
+    while (texts.size() < 4) {
+        ASSERT_TRUE(port->wait(kPatience));
+        port->receiveAwaited([&](char* text, std::size_t size) { texts.emplace_back(text, size); });
+    }
+    EXPECT_THAT(texts, ElementsAre("a1", "a2", "a3", "b4"));
+}
+
+TEST_F(LocalPortTest, FinishesASendersLargeTextsBeforeItBeginsAnothers)
+{
+    auto const port = held("port");
+    LocalPortSender second;
+    EXPECT_TRUE(sender.send("port", "hello", kPatience));
+    EXPECT_TRUE(second.send("port", "hello", kPatience));
+    EXPECT_EQ(received(*port, 2).size(), 2U);
+    for (char const mark : {'1', '2', '3'})
+        EXPECT_TRUE(sender.send("port", std::string(kMegabyte * 7 / 10, mark), kPatience));
+    EXPECT_TRUE(second.send("port", "4", kPatience));
+    std::string marks;
+    for (int calls = 0; marks.size() < 4 && calls < 20; ++calls) {
+        port->receive([&](char* text, std::size_t) { marks += *text; });
+        EXPECT_EQ(port->hasMore(), marks.size() < 4) << marks;
+    }
+    EXPECT_EQ(marks, "1234");
+}
+
+// A sender that never pauses does not keep others out for ever.
+TEST_F(LocalPortTest, GivesOthersTheirTurnInAFlood)
+{
+    auto const port = held("port");
+    LocalPortSender second;
+    EXPECT_TRUE(sender.send("port", "hello", kPatience));
+    EXPECT_TRUE(second.send("port", "hello", kPatience));
+    EXPECT_EQ(received(*port, 2).size(), 2U);
+    std::string const large(kMegabyte, 'a');
+    std::size_t flooded = 0;
+    bool hasSecond = false;
+    EXPECT_TRUE(sender.send("port", large, kPatience));
+    EXPECT_TRUE(second.send("port", "b", kPatience));
+    while (!hasSecond && flooded < 100) {
+        // The next one is there before the last one was taken.
+        EXPECT_TRUE(sender.send("port", large, kPatience));
+        port->receive([&](char* text, std::size_t) {
+            flooded += *text == 'a' ? 1 : 0;
+            hasSecond |= *text == 'b';
+        });
+    }
+    EXPECT_TRUE(hasSecond);
+    EXPECT_LT(flooded, 24U);
+}
+
 TEST_F(LocalPortTest, TakesWhatASenderLeftBehind)
 {
     auto const port = held("p");
