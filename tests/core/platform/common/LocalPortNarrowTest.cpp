@@ -85,7 +85,7 @@ TEST_F(LocalPortNarrowTest, KeepsTheOrderOfPacketsAndMemoryFiles)
         sent.push_back(test::numberedText(number, size));
         ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
     }
-    EXPECT_TRUE(received(*port) == sent);
+    EXPECT_TRUE(received(*port, sent.size()) == sent);
 }
 
 TEST_F(LocalPortNarrowTest, WaitsNoLongerThanToldWithAMemoryFile)
