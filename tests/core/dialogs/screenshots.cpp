@@ -168,7 +168,14 @@ int main(int argc, char** argv)
     addMessageBox(album);
     addProgress(album);
     addSettings(album);
-    for (const auto& locale : {u"en_us"_s, u"de_de"_s, u"fr_fr"_s, u"ja_jp"_s})
+    for (const auto& locale : {u"en_us"_s,
+             u"de_de"_s,
+             u"es_es"_s,
+             u"fr_fr"_s,
+             u"it_it"_s,
+             u"ja_jp"_s,
+             u"nl_nl"_s,
+             u"pl_pl"_s})
         addPanel(album, locale);
     return album.isWhole() ? 0 : 1;
 }
