@@ -4,7 +4,9 @@
 
 namespace Pt {
 
-std::string currentExceptionText()
+namespace {
+
+std::string toldText()
 {
     try {
         throw;
@@ -14,6 +16,17 @@ std::string currentExceptionText()
         return exception.what();
     } catch (...) {
         return "unknown exception";
+    }
+}
+
+} // namespace
+
+std::string currentExceptionText() noexcept
+{
+    try {
+        return toldText();
+    } catch (...) {
+        return "unknown failure"; // short enough to lie in the string itself
     }
 }
 

@@ -5,7 +5,8 @@
 namespace Pt {
 
 // What the exception that is being handled says, for a line of the log: the newest reason of one of
-// this layer, what() of a standard one. Requires: called from a catch block.
-std::string currentExceptionText();
+// this layer, what() of a standard one; "unknown failure" when that cannot be told, as without
+// memory. Requires: called from a catch block.
+std::string currentExceptionText() noexcept;
 
 } // namespace Pt

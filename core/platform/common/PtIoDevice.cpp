@@ -25,6 +25,30 @@ void logged(std::uint32_t event, Action action) noexcept
     }
 }
 
+// Holds both for the length of a call: a completion may drop the last reference on either while the
+// issue is still under way. What the destructors throw is not the caller's, whose request was told.
+class HeldForCall {
+public:
+    HeldForCall(IoDevice& device, IoRequest& request)
+        : m_device(device)
+        , m_request(request)
+    {
+        m_device.incRefCount();
+        m_request.incRefCount();
+    }
+    ~HeldForCall()
+    {
+        logged(kIoCompletionEvent, [this] { m_request.decRefCount(); });
+        logged(kIoCompletionEvent, [this] { m_device.decRefCount(); });
+    }
+    HeldForCall(HeldForCall const&) = delete;
+    HeldForCall& operator=(HeldForCall const&) = delete;
+
+private:
+    IoDevice& m_device;
+    IoRequest& m_request;
+};
+
 } // namespace
 
 IoDevice::IoDevice(std::size_t readLimit, std::size_t writeLimit)
@@ -54,14 +78,12 @@ bool IoDevice::submit_(IoRequest& request, Kind kind)
 {
     if (!request.take(kind))
         throw ExSystem(EBUSY, ExWhere::here());
-    // A completion may drop the last reference on either while the issue is still under way.
-    SmartPointer<IoDevice> const device(this);
-    SmartPointer<IoRequest> const kept(&request);
+    HeldForCall const held(*this, request);
     incRefCount();
     request.incRefCount();
     request.m_device = this;
     {
-        MutexHeld const held(m_mutex);
+        MutexHeld const locked(m_mutex);
         if (!admit_L(request, kind))
             return false;
     }

@@ -25,6 +25,9 @@ class FinishedRequests;
 // - A finished transfer hands its place to the next waiting request, whose transfer is issued in
 //   the same thread before the finished one's completion is called. So a thread that reads or
 //   writes may find itself doing the transfers of others until nothing waits.
+// - What was cancelled while it waited gives no place away, as it had none.
+// - What the destructors of a device or a request throw when a call or a transfer has dropped the
+//   last reference is logged.
 // - A request may be used again when it is done, which it is not yet in its completion.
 class IoDevice : public SmartPointerBase {
 public:

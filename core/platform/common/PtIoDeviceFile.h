@@ -21,7 +21,8 @@ enum PtIoDeviceFileFlags : int {
 // closes it and, for kPtIoTemporary, removes the file. Until then everything is constant, so that
 // any thread may call flush() and give it requests (Pt::IoDevice). These are blocking transfers,
 // each at the position that the one before has left: the call that issues one does it, and a signal
-// does not break it off. Failures of the system are thrown as Pt::ExSystem.
+// does not break it off. It has no mutex of its own: the system keeps the position, and the device
+// its queues. Failures of the system are thrown as Pt::ExSystem.
 class PtIoDeviceFile final : public Pt::IoDevice {
 public:
     using Pointer = Pt::SmartPointer<PtIoDeviceFile>;

@@ -21,8 +21,10 @@ class FileWorkerSet {
 public:
     explicit FileWorkerSet(int count)
     {
+        int const wanted = std::clamp(count, 0, kMaxWorkers);
+        FileWorkers.reserve(static_cast<std::size_t>(wanted)); // what has begun must find its place
         try {
-            for (int i = 0; i < std::clamp(count, 0, kMaxWorkers); ++i) {
+            for (int i = 0; i < wanted; ++i) {
                 auto worker = std::make_unique<IoThread>();
                 worker->begin();
                 FileWorkers.push_back(std::move(worker));
@@ -73,9 +75,11 @@ void IoFileInit(int workers)
 void IoFileUninit()
 {
     Locked const locked(gLock);
-    std::unique_ptr<FileWorkerSet> const ended(std::exchange(gWorkers, nullptr));
-    if (ended)
-        ended->end();
+    FileWorkerSet* const ended = std::exchange(gWorkers, nullptr);
+    if (!ended)
+        return;
+    ended->end(); // when it throws, a worker may still use the set, which stays then
+    delete ended; // by hand: a smart pointer's end would not let the semaphore's failure out
 }
 
 int IoFileWorkerCount()

@@ -19,7 +19,8 @@ protected:
 
 // Starts the workers for files, at most 8; a further call keeps those that are there. When one
 // cannot be started, the others are ended and the failure is thrown. Any thread may call, also
-// IoFileUninit, which tells them to end and waits for it; without workers it does nothing.
+// IoFileUninit, which tells them to end and waits for it; without workers it does nothing. What
+// the system refuses meanwhile is thrown; there are no workers any more then, either.
 void IoFileInit(int workers);
 void IoFileUninit();
 

@@ -61,6 +61,8 @@ void PlatformInit(Config const& config)
 
 void PlatformUninit()
 {
+    if (SignalEndsProcess())
+        return; // before any lock: whoever holds one may wait for this thread
     platform().uninit();
 }
 

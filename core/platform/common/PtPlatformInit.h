@@ -13,10 +13,12 @@ namespace Pt {
 void PlatformInit(Config const& config);
 
 // The last of as many calls stops everything in reverse order, in the thread of the first
-// PlatformInit, whose signal mask it restores. Without a PlatformInit it does nothing.
+// PlatformInit, whose signal mask it restores. Without a PlatformInit it does nothing, nor once a
+// signal has called exit (SignalEndsProcess), so that it may be given to atexit.
 void PlatformUninit();
 
-// The configuration of the first PlatformInit; as constructed before that.
+// The configuration of the latest first use: of the PlatformInit that started the services, also
+// when they are stopped again. As constructed before any.
 Config ConfigInfo();
 
 } // namespace Pt

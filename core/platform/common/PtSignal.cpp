@@ -5,6 +5,7 @@
 #include "platform/common/PtSysLog.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstdlib>
 #include <vector>
@@ -28,6 +29,7 @@ Handlers& handlers()
 }
 
 thread_local int tCalls = 0; // of handlers in this thread
+std::atomic<bool> gIsProcessEnding{false};
 
 // One call of the handler, known to those who wait for its end.
 class HandlerCall {
@@ -69,8 +71,7 @@ bool isHandled(int kind)
     try {
         return call.ask(kind);
     } catch (...) {
-        int const number = static_cast<int>(ThreadSelf() & 0x7FFFFFFFU);
-        SysLogEvent(kThreadTerminatedEvent, number, currentExceptionText().c_str());
+        SysLogEvent(kThreadTerminatedEvent, ThreadNumber(), currentExceptionText().c_str());
         return false;
     }
 }
@@ -79,6 +80,7 @@ bool isHandled(int kind)
 {
     if (argument != 0)
         std::abort();
+    gIsProcessEnding = true;
     std::exit(0);
 }
 
@@ -104,6 +106,11 @@ void SignalDeliver(int kind)
         std::abort();
     if (!isHandled(kind))
         SignalDefaultHandler(0);
+}
+
+bool SignalEndsProcess()
+{
+    return gIsProcessEnding;
 }
 
 void SignalInit()

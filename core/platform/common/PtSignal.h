@@ -29,7 +29,12 @@ inline constexpr int kTerminationRequested = 0;
 inline constexpr int kAbnormalEnd = 1;
 
 // Asks the handler; does not return when the process is to end. Any other kind aborts. Any thread.
+// What a handler throws is logged with the number that Thread's own failures are logged with.
 void SignalDeliver(int kind);
+
+// Whether SignalDeliver has called exit(0). What exit runs, in the thread that delivers, may call
+// SignalUninit and PlatformUninit: they do nothing then, as they would wait for that very thread.
+bool SignalEndsProcess();
 
 // Blocks SIGHUP, SIGUSR1 and SIGPIPE in the calling thread, and so in all threads and processes
 // that it starts from here on, and starts the thread that waits for the first two, which then do

@@ -26,8 +26,9 @@ void SysLogUninit();
 // that no message has, with the priority all the same. The text lives as long as the program.
 char const* LookupMessage(std::uint32_t id, int* priority);
 
-// Writes the message with its arguments: to standard error, as a new Config has it. What is too
-// long is cut; a number that no message has is itself told.
+// Writes the message with its arguments: to standard error, as a new Config has it, with a line
+// feed after those that do not end with one. What is too long is cut; a number that no message has
+// is itself told.
 void SysLogEvent(std::uint32_t id, ...) noexcept;
 
 // The same as the configuration wants it: to standard error or to the system's log.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/common/Lock.h"
+
 #include <atomic>
 
 namespace Pt {
@@ -24,8 +26,8 @@ public:
 protected:
     virtual void start() = 0;
 
-    // 0 while there is no thread.
-    ThreadHandle handle() const { return m_handle; }
+    // 0 while there is no thread, and once join() waits for it.
+    ThreadHandle handle() const;
 
 public:
     // Throws with EBUSY while the object has a thread already. After a failure the object is still
@@ -36,9 +38,9 @@ public:
     // nothing to join, and with EDEADLK in the thread itself. It may be begun again then.
     void join();
 
-    // Takes effect at once while the thread runs, else when it begins. Throws with ESRCH when it
-    // has ended and is not joined. Under the policy of ordinary threads the system knows one
-    // priority only.
+    // Takes effect at once while the thread runs, else, and once join() waits for its end, when it
+    // begins the next time. Throws with ESRCH when it has ended and is not joined. Under the policy
+    // of ordinary threads the system knows one priority only.
     void priority(Priority priority);
 
     // Null unless the thread was ended in another way than by its return.
@@ -58,6 +60,7 @@ private:
     friend void ThreadUninit();
 
     static void* ThreadStartInternal(void* thread);
+    ThreadHandle create();
     void run() noexcept(false);
     static void applyPriority(ThreadHandle handle, Priority priority);
 
@@ -66,11 +69,12 @@ private:
     static std::atomic<ThreadHandle> ThreadPrimaryId_;
     static std::atomic<bool> IsThreadInitialized_;
 
-    std::atomic<ThreadHandle> m_handle{0}; // written by both sides: either may come first
-    ThreadHandle m_joinHandle = 0; // what join() takes; 0 when there is nothing to join
-    std::atomic<Priority> m_priority{Priority::kNormal};
+    // Held while a handle is used: once join() has returned, the system may give it to another.
+    mutable Lock m_lock;
+    ThreadHandle m_handle TEVORO_GUARDED_BY(m_lock) = 0;
+    ThreadHandle m_joinHandle TEVORO_GUARDED_BY(m_lock) = 0; // 0 when there is nothing to join
+    Priority m_priority TEVORO_GUARDED_BY(m_lock) = Priority::kNormal;
     void* m_exitValue = nullptr;
-    int m_number = -1; // what the log calls the thread; known to the thread only
     bool const m_isDetached;
 };
 
@@ -81,6 +85,9 @@ void ThreadUninit();
 // The caller's handle, never 0, and whether two handles are one thread's.
 ThreadHandle ThreadSelf();
 bool ThreadCmp(ThreadHandle a, ThreadHandle b);
+
+// What the log calls the calling thread: the system's number for it, as its tools show it.
+int ThreadNumber();
 
 // 1 on this platform, whatever the machine has.
 int ProcessorCount();

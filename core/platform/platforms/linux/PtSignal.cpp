@@ -98,6 +98,8 @@ void SignalInitWith(Config const& config)
 
 void SignalUninit()
 {
+    if (SignalEndsProcess())
+        return; // before any lock: whoever holds one may wait for this thread
     if (PtSignalThread::isCurrent())
         throw ExSystem(EDEADLK, ExWhere::here());
     Locked const locked(gLock);

@@ -3,6 +3,8 @@
 #include "platform/common/PtSignal.h"
 #include "platform/platforms/linux/ThreadCall.h"
 
+#include <cerrno>
+
 #include <unistd.h>
 
 namespace Pt {
@@ -12,6 +14,20 @@ namespace {
 thread_local bool tIsSignalThread = false;
 
 } // namespace
+
+class PtSignalThread::Handling {
+public:
+    explicit Handling(PtSignalThread& thread)
+        : m_thread(thread)
+    {
+    }
+    ~Handling() { m_thread.endHandling(); }
+    Handling(Handling const&) = delete;
+    Handling& operator=(Handling const&) = delete;
+
+private:
+    PtSignalThread& m_thread;
+};
 
 PtSignalThread::PtSignalThread(sigset_t const& awaited)
     : Thread(false)
@@ -34,8 +50,8 @@ void PtSignalThread::start()
             m_undelivered = number;
             return;
         }
+        Handling const handling(*this);
         respondTo(number);
-        endHandling();
     }
 }
 
@@ -78,9 +94,10 @@ void PtSignalThread::shutDown()
         m_isShutDown = true;
     }
     // To this thread alone, so that it is gone with it when another signal wakes the thread first.
-    requireSuccess(::pthread_kill(handle(), SIGUSR1));
+    if (int const error = ::pthread_kill(handle(), SIGUSR1); error != ESRCH)
+        requireSuccess(error); // else it has ended by a failure, which stands in the log
     join();
-    if (m_undelivered != SIGUSR1 && m_undelivered != SIGHUP)
+    if (m_undelivered != 0 && m_undelivered != SIGUSR1 && m_undelivered != SIGHUP)
         ::kill(::getpid(), m_undelivered);
 }
 

@@ -26,6 +26,9 @@ protected:
     void start() override;
 
 private:
+    // Ends what beginHandling() began, also when the response throws: shutDown() waits for it.
+    class Handling;
+
     bool beginHandling();
     void endHandling();
     static void respondTo(int number);

@@ -59,37 +59,59 @@ Thread::~Thread()
     ++ThreadsDestroyed_;
 }
 
+ThreadHandle Thread::handle() const
+{
+    Locked const locked(m_lock);
+    return m_handle;
+}
+
 void Thread::begin()
 {
-    if (m_handle != 0)
+    if (m_isDetached) {
+        if (handle() != 0)
+            throw ExSystem(EBUSY, ExWhere::here());
+        create(); // and the thread may have deleted the object
+        return;
+    }
+    Locked const locked(m_lock); // so that the thread itself finds its handle
+    if (m_joinHandle != 0)
         throw ExSystem(EBUSY, ExWhere::here());
-    bool const isDetached = m_isDetached;
-    Attributes const attributes(isDetached);
+    m_handle = m_joinHandle = create();
+}
+
+ThreadHandle Thread::create()
+{
+    Attributes const attributes(m_isDetached);
     pthread_t handle = 0;
     requireSuccess(::pthread_create(&handle, attributes.get(), &ThreadStartInternal, this));
-    if (isDetached)
-        return; // the thread may have deleted the object
-    m_handle = handle;
-    m_joinHandle = handle;
+    return handle;
 }
 
 void Thread::join()
 {
-    if (ThreadCmp(m_handle, ThreadSelf()))
-        throw ExSystem(EDEADLK, ExWhere::here());
-    if (m_joinHandle == 0)
-        throw ExSystem(EINVAL, ExWhere::here());
-    requireSuccess(::pthread_join(m_joinHandle, &m_exitValue));
+    ThreadHandle joined = 0;
+    {
+        Locked const locked(m_lock);
+        joined = m_joinHandle;
+        if (ThreadCmp(m_handle, ThreadSelf()) || ThreadCmp(joined, ThreadSelf()))
+            throw ExSystem(EDEADLK, ExWhere::here());
+        if (joined == 0)
+            throw ExSystem(EINVAL, ExWhere::here());
+        m_handle = 0; // it may be gone at any time from here on
+    }
+    requireSuccess(::pthread_join(joined, &m_exitValue));
+    Locked const locked(m_lock);
     m_joinHandle = 0;
-    m_handle = 0;
 }
 
 void* Thread::ThreadStartInternal(void* argument)
 {
     auto* const thread = static_cast<Thread*>(argument);
     std::unique_ptr<Thread> const owner(thread->m_isDetached ? thread : nullptr);
-    thread->m_handle = currentThreadHandle();
-    thread->m_number = ::gettid();
+    if (owner) {
+        Locked const locked(thread->m_lock);
+        thread->m_handle = currentThreadHandle();
+    }
     thread->run();
     return nullptr;
 }
@@ -97,22 +119,25 @@ void* Thread::ThreadStartInternal(void* argument)
 void Thread::run() noexcept(false)
 {
     try {
-        if (m_priority != Priority::kNormal) // else the thread keeps its creator's policy
-            applyPriority(m_handle, m_priority);
+        {
+            Locked const locked(m_lock);
+            if (m_priority != Priority::kNormal) // else the thread keeps its creator's policy
+                applyPriority(ThreadSelf(), m_priority);
+        }
         start();
     } catch (abi::__forced_unwind const&) {
         throw; // the system ends the thread this way, and insists
     } catch (...) {
-        SysLogEvent(kThreadTerminatedEvent, m_number, currentExceptionText().c_str());
+        SysLogEvent(kThreadTerminatedEvent, ThreadNumber(), currentExceptionText().c_str());
     }
 }
 
 void Thread::priority(Priority priority)
 {
+    Locked const locked(m_lock);
     m_priority = priority;
-    ThreadHandle const handle = m_handle;
-    if (handle != 0)
-        applyPriority(handle, priority);
+    if (m_handle != 0)
+        applyPriority(m_handle, priority);
 }
 
 void Thread::applyPriority(ThreadHandle handle, Priority priority)
@@ -169,6 +194,11 @@ ThreadHandle ThreadSelf()
 bool ThreadCmp(ThreadHandle a, ThreadHandle b)
 {
     return ::pthread_equal(a, b) != 0;
+}
+
+int ThreadNumber()
+{
+    return ::gettid();
 }
 
 int ProcessorCount()

@@ -1,5 +1,8 @@
 #include "platform/common/SystemLog.h"
 
+#include <memory>
+#include <utility>
+
 #include <syslog.h>
 
 namespace Pt {
@@ -7,9 +10,9 @@ namespace Pt {
 namespace {
 
 // The system keeps a pointer to the name. Never destroyed: the end of the process is logged, too.
-std::string& keptName()
+std::unique_ptr<std::string const>& keptName()
 {
-    static auto& name = *new std::string;
+    static auto& name = *new std::unique_ptr<std::string const>;
     return name;
 }
 
@@ -17,8 +20,9 @@ std::string& keptName()
 
 void openSystemLog(std::string const& name)
 {
-    keptName() = name;
-    ::openlog(keptName().c_str(), LOG_PID | LOG_CONS | LOG_NDELAY, LOG_DAEMON);
+    auto next = std::make_unique<std::string const>(name);
+    ::openlog(next->c_str(), LOG_PID | LOG_CONS | LOG_NDELAY, LOG_DAEMON);
+    keptName() = std::move(next); // the old one was in use up to here
 }
 
 void closeSystemLog()

@@ -170,6 +170,16 @@ TEST(PtExSystemTest, TranslatesSystemErrors)
             << row.systemError;
 }
 
+TEST(PtExSystemTest, HasANumberForWhatIsMissing)
+{
+    EXPECT_EQ(Pt::ExSystem(ENOENT, Pt::ExWhere::here()).genericErrorCode(), 33005);
+}
+
+TEST(PtExSystemTest, HasNoNumberForABrokenTransfer)
+{
+    EXPECT_EQ(Pt::ExSystem(EIO, Pt::ExWhere::here()).genericErrorCode(), -1);
+}
+
 TEST(PtExSystemTest, KnowsTheLastErrorOfTheThread)
 {
     errno = ENOTDIR;

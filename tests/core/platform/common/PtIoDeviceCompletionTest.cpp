@@ -4,6 +4,7 @@
 #include "platform/common/PtIoDevice.h"
 
 #include <cerrno>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -175,6 +176,40 @@ TEST_F(PtIoDeviceCompletionTest, LogsWhatThrowsWhenALastReferenceGoesWithAReques
     m_device = nullptr;
     device->finish(*asked);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("cannot close"));
+}
+
+// The request was told: the call must not fail any more.
+TEST_F(PtIoDeviceCompletionTest, LogsWhatThrowsWhenALastReferenceGoesWithTheCall)
+{
+    using Call = std::function<void(StagedDevice&, IoRequest&)>;
+    Call const calls[] = {[](StagedDevice& device, IoRequest& asked) { device.read(asked); },
+        [](StagedDevice& device, IoRequest& asked) { device.write(asked); },
+        [](StagedDevice& device, IoRequest& asked) { device.control(asked); }};
+    for (Call const& call : calls) {
+        m_device = new StagedDevice;
+        m_device->isBlocking = true;
+        m_device->atTheEnd = [] { throw std::runtime_error("cannot close"); };
+        StagedDevice* const device = m_device.get();
+        Request const asked =
+            request(1, IoRequest::kNormal, [&](IoRequest&) { m_device = nullptr; });
+        testing::internal::CaptureStderr();
+        EXPECT_NO_THROW(call(*device, *asked));
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("cannot close"));
+        EXPECT_TRUE(asked->isDone());
+    }
+}
+
+TEST_F(PtIoDeviceCompletionTest, LogsWhatARequestThrowsThatGoesWithTheCall)
+{
+    class Breaking final : public IoRequest {
+    public:
+        using IoRequest::IoRequest;
+        ~Breaking() noexcept(false) override { throw std::runtime_error("cannot go"); }
+    };
+    m_device->isBlocking = true;
+    testing::internal::CaptureStderr();
+    EXPECT_NO_THROW(m_device->read(*new Breaking({}, nullptr, 1)));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("cannot go"));
 }
 
 // Every request is told once, whatever other threads do meanwhile.

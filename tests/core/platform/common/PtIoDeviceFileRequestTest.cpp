@@ -150,6 +150,27 @@ TEST_F(PtIoDeviceFileRequestTest, CopiesAFileByCompletionsThatAskForMore)
     EXPECT_EQ(test::read(m_folder.path("to")), content);
 }
 
+// A completion sees the limits: what it asks for stays in flight until it has returned.
+TEST_F(PtIoDeviceFileRequestTest, HasPlacesFor512ReadsAnd512Writes)
+{
+    constexpr std::size_t kPlaces = 512;
+    PtIoDeviceFile::Pointer const file = open(m_folder.write("file", "0"), kPtIoOpenExisting);
+    std::string byte(1, '.');
+    std::vector<bool> reads;
+    std::vector<bool> writes;
+    file->read(*request("first", byte, [&](Pt::IoRequest&) {
+        for (std::size_t i = 0; i <= kPlaces; ++i) {
+            reads.push_back(file->read(*request("r", byte)));
+            writes.push_back(file->write(*request("w", byte)));
+        }
+    }));
+    std::vector<bool> expected(kPlaces, true);
+    expected.push_back(false);
+    EXPECT_EQ(reads, expected);
+    EXPECT_EQ(writes, expected);
+    EXPECT_EQ(m_told.count(), 1 + 2 * (kPlaces + 1));
+}
+
 TEST_F(PtIoDeviceFileRequestTest, FailsWhatIsAskedOfAClosedFile)
 {
     PtIoDeviceFile::Pointer const file = open(m_folder.path("new"), kPtIoCreateNew);

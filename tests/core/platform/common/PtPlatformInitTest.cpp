@@ -2,6 +2,7 @@
 
 #include "core/platform/TestFolder.h"
 #include "core/platform/WideLiteral.h"
+#include "core/platform/support/OrdinarySignals.h"
 #include "platform/common/PtExPost.h"
 #include "platform/common/PtExSystem.h"
 #include "platform/common/PtIoThread.h"
@@ -61,6 +62,7 @@ protected:
     }
 
 private:
+    test::OrdinarySignals const m_ordinary;
     std::ptrdiff_t const m_descriptors = test::openDescriptors();
 };
 

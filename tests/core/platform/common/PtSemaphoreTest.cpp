@@ -32,7 +32,12 @@ int countBehind(std::string const& name)
     return count;
 }
 
-void ignoreSignal(int) { }
+std::atomic<int> g_handled{0};
+
+void countHandled(int)
+{
+    ++g_handled;
+}
 
 } // namespace
 
@@ -94,7 +99,8 @@ TEST(PtSemaphoreTest, GoesOnWaitingWhenASignalComes)
 {
     struct sigaction action = {};
     struct sigaction before = {};
-    action.sa_handler = ignoreSignal; // without SA_RESTART
+    action.sa_handler = countHandled; // without SA_RESTART
+    g_handled = 0;
     ASSERT_EQ(::sigaction(SIGUSR2, &action, &before), 0);
     Pt::Semaphore semaphore;
     std::atomic<pid_t> number{0};
@@ -109,7 +115,8 @@ TEST(PtSemaphoreTest, GoesOnWaitingWhenASignalComes)
     };
     EXPECT_TRUE(test::waitUntil(isAsleep));
     ::pthread_kill(waiting.native_handle(), SIGUSR2);
-    EXPECT_TRUE(test::waitUntil(isAsleep));
+    EXPECT_TRUE(test::waitUntil([] { return g_handled == 1; }));
+    EXPECT_TRUE(test::waitUntil([&] { return isThrough || isAsleep(); }));
     EXPECT_FALSE(isThrough);
     semaphore.post();
     waiting.join();

@@ -2,7 +2,9 @@
 
 #include "core/platform/support/PeerProcess.h"
 
+#include <chrono>
 #include <memory>
+#include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -84,6 +86,42 @@ TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerThrows)
     EXPECT_EQ(process->rest(), "abnormal end\n");
     EXPECT_EQ(process->finish(), 0);
     EXPECT_THAT(process->errors(), HasSubstr("a broken handler"));
+}
+
+TEST_F(PtSignalProcessTest, LogsAHandlersFailureWithTheNumberOfItsThread)
+{
+    auto const process = peer("console");
+    tell(*process, "throwing");
+    ::kill(process->id(), SIGTERM);
+    EXPECT_EQ(process->rest(), "termination\n");
+    std::string const errors = process->errors();
+    std::string const end = "a broken handler in thread ";
+    auto const at = errors.find(end);
+    ASSERT_NE(at, std::string::npos) << errors;
+    int const number = std::stoi(errors.substr(at + end.size()));
+    EXPECT_GT(number, process->id());
+    EXPECT_THAT(errors, HasSubstr("Thread " + std::to_string(number) + " has terminated"));
+}
+
+TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheLayersEndIsLeftToTheExit)
+{
+    EXPECT_EQ(statusAfter(*peer("exit"), SIGTERM), 0);
+    EXPECT_EQ(statusAfter(*peer("exit"), SIGQUIT), 0);
+    EXPECT_EQ(statusAfter(*peer("exit-signals"), SIGTERM), 0);
+}
+
+// The first thread holds the layer's locks then, and waits for the thread that calls exit.
+TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhileTheLayerIsBeingStopped)
+{
+    auto const process = peer("exit");
+    process->tell("refusing");
+    EXPECT_EQ(process->line(), "done");
+    ::kill(process->id(), SIGTERM);
+    EXPECT_EQ(process->line(), "termination");
+    process->tell("end");
+    ASSERT_TRUE(process->saysSomething(std::chrono::seconds(30))) << "it hangs";
+    EXPECT_EQ(process->rest(), "");
+    EXPECT_EQ(process->finish(), 0);
 }
 
 TEST_F(PtSignalProcessTest, PassesHangUpsAndWakeUpsOver)

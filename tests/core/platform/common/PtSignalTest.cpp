@@ -1,5 +1,6 @@
 #include "platform/common/PtSignal.h"
 
+#include "core/platform/support/OrdinarySignals.h"
 #include "core/platform/support/ThreadState.h"
 #include "platform/common/PtExSystem.h"
 #include "platform/common/PtSemaphore.h"
@@ -97,6 +98,9 @@ protected:
     }
 
     static void send(int number) { ASSERT_EQ(::kill(::getpid(), number), 0); }
+
+private:
+    test::OrdinarySignals const m_ordinary;
 };
 
 std::atomic<int> g_taken{0};

@@ -1,12 +1,19 @@
 // What reaches the system's log: this program stands in for its calls.
 
 #include "core/platform/WideLiteral.h"
+#include "core/platform/support/OrdinarySignals.h"
+#include "platform/common/PtExPost.h"
+#include "platform/common/PtExSystem.h"
+#include "platform/common/PtIoThread.h"
 #include "platform/common/PtPlatformInit.h"
 #include "platform/common/PtSysLog.h"
+#include "platform/common/PtUnicode.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -29,7 +36,19 @@ struct Opened {
     int facility;
 };
 
+// What of the layer is there while the log is opened or closed.
+struct Surroundings {
+    bool isExceptionQueueThere;
+    bool isThreadPrimary;
+    bool isHangUpBlocked;
+    int workers;
+
+    bool operator==(Surroundings const&) const = default;
+};
+
 std::optional<Opened> g_opened;
+std::string g_replaced; // the name that the log had, as it stands there when another comes
+std::vector<Surroundings> g_surroundings;
 std::vector<std::pair<int, std::string>> g_logged;
 
 #pragma GCC diagnostic push
@@ -42,17 +61,33 @@ void keep(int priority, char const* format, std::va_list arguments)
 }
 #pragma GCC diagnostic pop
 
+Surroundings surroundings()
+{
+    bool const wasPosted = Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())) == 1;
+    std::unique_ptr<Pt::Exception> const taken(Pt::Exception::Poll());
+    sigset_t mask;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    return {wasPosted && taken,
+        Pt::Thread::IsThreadPrimary(),
+        ::sigismember(&mask, SIGHUP) == 1,
+        Pt::IoFileWorkerCount()};
+}
+
 } // namespace
 
 extern "C" {
 
 void openlog(char const* name, int options, int facility)
 {
+    g_surroundings.push_back(surroundings());
+    if (g_opened)
+        g_replaced = g_opened->name;
     g_opened = {name, options, facility};
 }
 
 void closelog()
 {
+    g_surroundings.push_back(surroundings());
     g_opened.reset();
 }
 
@@ -113,8 +148,34 @@ TEST_F(PtSysLogSystemTest, OpensTheLogOfDaemonsUnderItsName)
     EXPECT_FALSE(g_opened);
 }
 
+// Other threads may write under the old name until the new one is known.
+TEST_F(PtSysLogSystemTest, KeepsTheOldNameUntilTheLogHasTheNewOne)
+{
+    std::string const first(100, 'a');
+    Pt::SysLogInit(Pt::toUtf16(first).c_str(), nullptr);
+    Pt::SysLogInit(Pt::toUtf16(std::string(100, 'b')).c_str(), nullptr);
+    EXPECT_EQ(g_replaced, first);
+    EXPECT_EQ(g_opened->name, std::string(100, 'b'));
+}
+
+// The log comes after the signals and before the workers, and goes the other way round.
+TEST_F(PtSysLogSystemTest, StandsInItsPlaceAmongTheServices)
+{
+    test::OrdinarySignals const ordinary;
+    Pt::Config config;
+    config.startsFileIo = true;
+    g_surroundings.clear();
+    Pt::PlatformInit(config);
+    EXPECT_EQ(Pt::IoFileWorkerCount(), 2);
+    Pt::PlatformUninit();
+    Surroundings const expected{true, true, true, 0};
+    EXPECT_THAT(g_surroundings, ElementsAre(expected, expected));
+    EXPECT_EQ(surroundings(), (Surroundings{false, false, false, 0}));
+}
+
 TEST_F(PtSysLogSystemTest, LogsWithTheSeveritysPriority)
 {
+    g_logged.clear();
     log(1003);
     log(0xE0000FA0, 5, "why");
     log(0x80000BB8);

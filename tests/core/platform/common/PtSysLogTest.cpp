@@ -72,6 +72,15 @@ TEST(PtSysLogTest, KnowsItsMessagesLetterByLetter)
     }
 }
 
+TEST(PtSysLogTest, FindsTheMessageOfABrokenCompletion)
+{
+    int priority = -1;
+    char const* const text = Pt::LookupMessage(0xE0000FA2, &priority);
+    ASSERT_NE(text, nullptr);
+    EXPECT_TRUE(std::string(text).starts_with("Exception in I/O completion notification!\n %s \n"));
+    EXPECT_EQ(priority, 3);
+}
+
 TEST(PtSysLogTest, HasNoTextForOtherNumbersAndStillAPriority)
 {
     struct {
@@ -107,13 +116,6 @@ TEST(PtSysLogTest, WritesToStandardError)
     EXPECT_EQ(thread.find("Thread 17 has terminated with exception:\n a reason \nFor"), 0U);
     EXPECT_EQ(thread.back(), '\n');
     EXPECT_NE(thread[thread.size() - 2], '\n');
-}
-
-// Whatever the layer was started with: a new configuration says standard error.
-TEST(PtSysLogTest, ReadsItsFlagFromANewConfiguration)
-{
-    EXPECT_FALSE(Pt::Config().usesSystemLog);
-    EXPECT_FALSE(Pt::Config().handlesConsoleSignals);
 }
 
 TEST(PtSysLogTest, CutsWhatIsTooLong)

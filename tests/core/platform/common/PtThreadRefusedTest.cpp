@@ -1,5 +1,6 @@
 // What becomes of the layer when the system starts no thread.
 
+#include "core/platform/support/OrdinarySignals.h"
 #include "platform/common/PtExSystem.h"
 #include "platform/common/PtIoThread.h"
 #include "platform/common/PtPlatformInit.h"
@@ -98,6 +99,7 @@ TEST(PtThreadRefusedTest, LeavesTheObjectToItsOwnerWhoMayTryAgain)
 
 TEST(PtThreadRefusedTest, LeavesTheSignalsAsTheyWere)
 {
+    test::OrdinarySignals const ordinary;
     {
         NoThreads const none;
         EXPECT_EQ(failureOf([] { Pt::SignalInit(); }), EAGAIN);

@@ -234,18 +234,36 @@ TEST(PtThreadTest, NumbersPrioritiesBetweenTheEndsOfThePolicy)
         EXPECT_EQ(Pt::Thread::systemPriority(row.priority, row.minimum, row.maximum), row.expected);
 }
 
-TEST(PtThreadTest, TakesAnyPriorityBeforeWhileAndAfterItRuns)
+TEST(PtThreadTest, HasNoPriorityToChangeBetweenItsEndAndItsJoin)
 {
-    for (int each = 0; each < 4; ++each) {
-        Pt::Semaphore mayEnd;
-        Doing thread(false, [&] { mayEnd.wait(); });
-        EXPECT_NO_THROW(thread.priority(static_cast<Priority>(each)));
-        thread.begin();
-        EXPECT_NO_THROW(thread.priority(static_cast<Priority>(3 - each)));
-        mayEnd.post();
-        thread.join();
-        EXPECT_NO_THROW(thread.priority(static_cast<Priority>(each)));
-    }
+    std::atomic<pid_t> number{0};
+    Doing thread(false, [&] { number = Pt::ThreadNumber(); });
+    thread.begin();
+    EXPECT_TRUE(test::waitUntil(
+        [&] { return number != 0 && test::threadState(::getpid(), number) == '?'; }));
+    EXPECT_EQ(failureOf([&] { thread.priority(Priority::kHighest); }), ESRCH);
+    thread.join();
+    EXPECT_EQ(failureOf([&] { thread.priority(Priority::kNormal); }), 0);
+}
+
+TEST(PtThreadTest, DoesNotJoinItselfWhileItsOwnerWaitsForIt)
+{
+    int joinError = 0;
+    int beginError = 0;
+    std::optional<Doing> thread;
+    pid_t const owner = ::gettid();
+    std::atomic<bool> isJoining{false};
+    thread.emplace(false, [&] {
+        EXPECT_TRUE(test::waitUntil(
+            [&] { return isJoining && test::threadState(::getpid(), owner) == 'S'; }));
+        joinError = failureOf([&] { thread->join(); });
+        beginError = failureOf([&] { thread->begin(); });
+    });
+    thread->begin();
+    isJoining = true;
+    thread->join();
+    EXPECT_EQ(joinError, EDEADLK);
+    EXPECT_EQ(beginError, EBUSY);
 }
 
 TEST(PtThreadTest, CountsItsObjects)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/platform/support/OrdinarySignals.h"
+
 #include <chrono>
 #include <csignal>
 #include <string>
@@ -118,6 +120,7 @@ private:
         for (std::string const& word : words)
             pointers.push_back(const_cast<char*>(word.c_str()));
         pointers.push_back(nullptr);
+        makeSignalsOrdinary();
         ::execv(pointers[0], pointers.data());
         ::_exit(127);
     }

@@ -2,17 +2,24 @@
 // platform_peer COMMAND [ARGUMENT]
 //
 //   lock-twice          locks a mutex, says "locked", and locks it again
-//   signals FLAG        starts the platform layer ("config") or the signals alone, with console
-//                       signals ("console") or without ("plain"), says "ready" and then does what
-//                       each line of input says; at its end it ends with status 7:
-//     none|accepting|refusing|throwing    has such a handler, which says what it is asked
+//   signals FLAG        starts the platform layer ("config"), or the signals alone, with console
+//                       signals ("console"; "exit-signals" with SignalUninit for its exit) or
+//                       without ("plain"), or both, with PlatformUninit for its exit ("exit"); says
+//                       "ready" and then does what each line of input says; at its end it ends
+//                       with status 7:
+//     none|accepting|refusing|throwing    has such a handler, which says what it is asked; for
+//                                       "exit" it then waits until "end" is under way
 //     stop                              ends the signals
+//     end                               ends the layer
 //     ping                              nothing
 //                       and says "done" for each
+#include "core/platform/support/ThreadState.h"
 #include "platform/common/PtMutex.h"
 #include "platform/common/PtPlatformInit.h"
 #include "platform/common/PtSignal.h"
 
+#include <atomic>
+#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <stdexcept>
@@ -21,6 +28,9 @@
 namespace {
 
 constexpr int kCameToItsEnd = 7;
+
+std::atomic<bool> g_isEndAwaited{false};
+std::atomic<bool> g_isEnding{false};
 
 void say(std::string const& line)
 {
@@ -52,7 +62,11 @@ private:
     {
         say(asked);
         if (m_how == "throwing")
-            throw std::runtime_error("a broken handler");
+            throw std::runtime_error("a broken handler in thread " + std::to_string(::gettid()));
+        if (g_isEndAwaited) {
+            test::waitUntil(
+                [] { return g_isEnding && test::threadState(::getpid(), ::getpid()) == 'S'; });
+        }
         return m_how == "accepting";
     }
 
@@ -63,10 +77,22 @@ void start(std::string const& how)
 {
     Pt::Config config;
     config.handlesConsoleSignals = how != "plain";
-    if (how == "config")
-        Pt::PlatformInit(config);
-    else
+    if (how != "config")
         Pt::SignalInitWith(config);
+    if (how == "config" || how == "exit")
+        Pt::PlatformInit(config);
+    if (how == "exit-signals")
+        std::atexit([] { Pt::SignalUninit(); });
+    if (how == "exit") {
+        g_isEndAwaited = true;
+        std::atexit([] { Pt::PlatformUninit(); });
+    }
+}
+
+void end()
+{
+    g_isEnding = true;
+    Pt::PlatformUninit();
 }
 
 int answerSignals(std::string const& how)
@@ -87,6 +113,8 @@ int answerSignals(std::string const& how)
             Pt::Signal::EstablishHandler(&throwing, nullptr);
         else if (line == "stop")
             Pt::SignalUninit();
+        else if (line == "end")
+            end();
         say("done");
     }
     return kCameToItsEnd;
