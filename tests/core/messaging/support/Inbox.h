@@ -5,6 +5,7 @@
 #include "messaging/MsgHandler.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -12,9 +13,14 @@
 
 namespace test {
 
-// What handlers were given, in order. Handlers die with their instances; this stays. Any thread.
+// What handlers were given, in order. Handlers die with their instances, some before this and some
+// behind it. Any thread.
 class Inbox {
 public:
+    Inbox() = default;
+    Inbox(Inbox const&) = delete;
+    Inbox& operator=(Inbox const&) = delete;
+
     struct Entry {
         int reason;
         std::uint32_t serialNumber;
@@ -88,7 +94,8 @@ public:
         return result;
     }
 
-    std::atomic<int> handlers{0}; // that are alive
+    std::shared_ptr<std::atomic<int>> const counter = std::make_shared<std::atomic<int>>(0);
+    std::atomic<int>& handlers = *counter; // that are alive
 
 private:
     mutable std::mutex m_lock;
@@ -104,12 +111,13 @@ public:
         std::string type = "Quillscriber",
         std::uint32_t number = ScObjects::QK_INVALID_MESSAGE_NUMBER)
         : m_inbox(inbox)
+        , m_alive(inbox.counter)
         , m_type(std::move(type))
         , m_number(number)
     {
-        ++m_inbox.handlers;
+        ++*m_alive;
     }
-    ~InboxHandler() override { --m_inbox.handlers; }
+    ~InboxHandler() override { --*m_alive; }
     InboxHandler(InboxHandler const&) = delete;
     InboxHandler& operator=(InboxHandler const&) = delete;
 
@@ -133,6 +141,7 @@ public:
 
 private:
     Inbox& m_inbox;
+    std::shared_ptr<std::atomic<int>> const m_alive; // an inbox of a test's own ends with the test
     std::string m_type;
     std::uint32_t m_number;
 };
