@@ -14,24 +14,4 @@ SoLock::~SoLock()
     Thread::InitTerm::exit();
 }
 
-void SoLock::acquire()
-{
-    m_mutex.lock();
-}
-
-void SoLock::release()
-{
-    m_mutex.unlock();
-}
-
-void SoLockable::lock() const
-{
-    m_lock.acquire();
-}
-
-void SoLockable::unlock() const
-{
-    m_lock.release();
-}
-
 } // namespace ScObjects

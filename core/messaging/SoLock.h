@@ -18,8 +18,8 @@ public:
     SoLock& operator=(SoLock const&) = delete;
 
     // Waits for as long as another thread holds it.
-    void acquire();
-    void release();
+    void acquire() { m_mutex.lock(); }
+    void release() { m_mutex.unlock(); }
 
 private:
     std::recursive_mutex m_mutex;
@@ -35,8 +35,8 @@ public:
     }
     SoLockable& operator=(SoLockable const&) { return *this; }
 
-    void lock() const;
-    void unlock() const;
+    void lock() const { m_lock.acquire(); }
+    void unlock() const { m_lock.release(); }
 
 private:
     mutable SoLock m_lock;

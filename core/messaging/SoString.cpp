@@ -12,13 +12,7 @@ namespace ScObjects {
 
 namespace {
 
-constexpr long kBlock = 128;
 constexpr unsigned long kLongestUtf16Text = 0x10000;
-
-long roundedCapacity(long needed)
-{
-    return (needed + kBlock) & ~(kBlock - 1);
-}
 
 SoString& appendUnsigned(SoString& out, unsigned long number)
 {
@@ -30,28 +24,10 @@ SoString& appendUnsigned(SoString& out, unsigned long number)
 
 } // namespace
 
-SoString::SoString()
-    : m_data(m_inside)
-    , m_capacity(kBlock)
-{
-}
-
 SoString::SoString(char c)
     : SoString()
 {
     *this += c;
-}
-
-SoString::SoString(char const* text, long n)
-    : m_data(m_inside)
-{
-    assign(text, n);
-}
-
-SoString::SoString(std::string_view text)
-    : m_data(m_inside)
-{
-    assign(text);
 }
 
 SoString::SoString(unsigned short const* text, long n)
@@ -70,23 +46,10 @@ SoString::SoString(unsigned short const* text, long n)
     terminate(size);
 }
 
-SoString::SoString(SoString const& other)
-    : SoHeap(other)
-    , m_data(m_inside)
-{
-    assign(other.m_data, other.m_length);
-}
-
 SoString::SoString(SoString&& other) noexcept
     : SoString()
 {
     swap(other);
-}
-
-SoString::~SoString()
-{
-    if (!isInside())
-        freeHeap(m_data);
 }
 
 SoString& SoString::operator=(SoString const& other)
@@ -183,7 +146,7 @@ unsigned long SoString::convertToUtf16(unsigned short* out, unsigned long max) c
 
 char* SoString::mallocText(long length)
 {
-    return mallocThis<char>(static_cast<std::size_t>(roundedCapacity(length)));
+    return mallocThis<char>(static_cast<std::size_t>(roundedUp(length)));
 }
 
 void SoString::adopt(char* block, long length)
@@ -191,7 +154,7 @@ void SoString::adopt(char* block, long length)
     if (!isInside())
         freeHeap(m_data);
     m_data = block;
-    m_capacity = roundedCapacity(length);
+    m_capacity = roundedUp(length);
     terminate(length);
 }
 
@@ -214,7 +177,7 @@ void SoString::makeRoom(long length, long kept)
 {
     bool const isTooSmall = m_capacity < length + 1;
     if (isTooSmall)
-        m_capacity = roundedCapacity(length);
+        m_capacity = roundedUp(length);
     if (isInside() ? length < kInside : !isTooSmall)
         return;
     char* const fresh = mallocThis<char>(static_cast<std::size_t>(m_capacity));

@@ -15,18 +15,38 @@ namespace ScObjects {
 
 class TEVOROTALK_API SoString : public SoHeap {
 public:
-    SoString();
+    SoString()
+        : m_data(m_inside)
+        , m_capacity(kBlock)
+    {
+    }
     explicit SoString(char c);
     // A null text is the empty one; a negative length means up to the NUL.
-    SoString(
-        char const* text, long n = -1); // NOLINT(google-explicit-constructor): texts pass freely
-    explicit SoString(std::string_view text);
+    SoString(char const* text, // NOLINT(google-explicit-constructor): texts pass freely
+        long n = -1)
+        : SoString(whole(text, n))
+    {
+    }
+    explicit SoString(std::string_view text)
+        : m_data(m_inside)
+    {
+        assign(text);
+    }
     // All of a terminated text of 16-bit units; `n` is -1 or its whole length. With a smaller `n`
     // the length is still that of the whole text, and only the front holds what it should.
     explicit SoString(unsigned short const* text, long n = -1);
-    SoString(SoString const& other);
+    SoString(SoString const& other)
+        : SoHeap(other)
+        , m_data(m_inside)
+    {
+        assign(other.view());
+    }
     SoString(SoString&& other) noexcept;
-    ~SoString() override;
+    ~SoString() override
+    {
+        if (!isInside())
+            freeHeap(m_data);
+    }
 
     SoString& operator=(SoString const& other);
     SoString& operator=(SoString&& other) noexcept;
@@ -102,6 +122,8 @@ private:
             return {};
         return {text, n < 0 ? std::strlen(text) : static_cast<std::size_t>(n)};
     }
+    // What a text of that length takes.
+    static long roundedUp(long length) { return (length + kBlock) & ~(kBlock - 1); }
     void makeRoom(long length, long kept);
     void terminate(long length)
     {
@@ -110,6 +132,7 @@ private:
     }
     bool isInside() const { return m_data == m_inside; }
 
+    static constexpr long kBlock = 128;
     static constexpr long kInside = 32; // with the terminator
 
     char* m_data;

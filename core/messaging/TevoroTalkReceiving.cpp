@@ -158,10 +158,12 @@ void TevoroTalk::takeIn(bool mustWait)
 
 bool TevoroTalk::putOneIncomingMessageInQueue()
 {
-    if (m_data->stream == nullptr || m_data->stream->isEmpty())
+    if (m_data->stream == nullptr)
         return false;
     SoString text = m_data->stream->getMessages();
     long const end = text.length();
+    if (end == 0)
+        return false;
     for (long at = 0; at != end && text.get()[at] != '\0';) {
         auto* const message = new Message;
         long const next = message->readFrom(text, at);

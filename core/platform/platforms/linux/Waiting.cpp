@@ -113,7 +113,9 @@ int DescriptorSet::waitForOne(std::chrono::milliseconds limit) const
     using std::chrono::steady_clock;
     constexpr milliseconds kLongest = std::chrono::hours(24 * 365);
     bool const isForEver = limit.count() < 0;
-    auto const deadline = steady_clock::now() + std::clamp(limit, milliseconds(0), kLongest);
+    auto const deadline = isForEver
+        ? steady_clock::time_point()
+        : steady_clock::now() + std::clamp(limit, milliseconds(0), kLongest);
     for (;;) {
         int const left = isForEver ? -1 : waitMilliseconds(deadline - steady_clock::now());
         epoll_event event = {};
