@@ -48,6 +48,7 @@ struct LocalPort::State {
     std::size_t receive(Taker const& take);
     std::size_t letIn(Taker const& take);
     std::size_t receiveAwaited(Taker const& take);
+    bool isLongTurn() const { return takenInTurn > kMostInTurn; }
     std::size_t finish(Taker const& take);
     std::size_t drain(int connection, int most, Taker const& take);
     void pauseListening();
@@ -100,7 +101,7 @@ bool LocalPort::State::watch(int descriptor)
 
 std::size_t LocalPort::State::receive(Taker const& take)
 {
-    bool const isOthersTurn = takenInTurn > kMostInTurn;
+    bool const isOthersTurn = isLongTurn();
     std::size_t count = finish(take);
     if (isCut)
         return count;
@@ -119,7 +120,6 @@ std::size_t LocalPort::State::receive(Taker const& take)
         else if (descriptor != retryTimer.get())
             count += drain(descriptor, kMostPackets, take);
     }
-    reader.trim();
     return count;
 }
 
@@ -152,9 +152,8 @@ std::size_t LocalPort::State::letIn(Taker const& take)
 std::size_t LocalPort::State::finish(Taker const& take)
 {
     isCut = false;
-    bool const isLongTurn = takenInTurn > kMostInTurn;
     int const connection = unfinished;
-    if (isLongTurn || !connections.contains(connection)) {
+    if (isLongTurn() || !connections.contains(connection)) {
         unfinished = -1;
         takenInTurn = 0;
         return 0;
@@ -266,7 +265,9 @@ LocalPort::~LocalPort() = default;
 
 std::size_t LocalPort::receive(Taker const& take)
 {
-    return m_state->receive(take);
+    std::size_t const count = m_state->receive(take);
+    m_state->reader.trim();
+    return count;
 }
 
 std::size_t LocalPort::receiveAwaited(Taker const& take)
