@@ -1,5 +1,4 @@
-// What became of a copy, for people in their language. The platform's own words for it are English:
-// they stand where there is no dictionary. A free function without state; any thread.
+// What became of a copy, for people in their language. A free function without state; any thread.
 #pragma once
 
 #include "platform/common/FileCopy.h"

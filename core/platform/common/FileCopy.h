@@ -73,7 +73,4 @@ bool removeStaleProbe(const std::string& path);
 // Reads a file from the disk, past the cache as far as the file system allows.
 std::optional<ContentDigest> digestOfFile(const std::string& path, std::error_code& error);
 
-// One line for people: what went wrong, in the system's words where it has some.
-std::string describe(const CopyResult& result);
-
 } // namespace Pt

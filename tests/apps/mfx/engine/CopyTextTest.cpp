@@ -15,14 +15,29 @@ Pt::CopyResult failed(Pt::CopyProblem problem, std::error_code error = {})
     return result;
 }
 
-TEST_F(CopyTextTest, SaysInEnglishWhatThePlatformSays)
+TEST_F(CopyTextTest, SaysItInEnglishWithoutADictionary)
 {
-    for (int problem = 0; problem <= static_cast<int>(Pt::CopyProblem::kNotProven); ++problem) {
-        for (const std::error_code error :
-            {std::error_code(), std::make_error_code(std::errc::io_error)}) {
-            const auto result = failed(static_cast<Pt::CopyProblem>(problem), error);
-            EXPECT_EQ(copyText(result), Pt::describe(result)) << problem;
-        }
+    using Pt::CopyProblem;
+    struct Row {
+        CopyProblem problem;
+        const char* text;
+        bool tellsError;
+    };
+    const auto error = std::make_error_code(std::errc::io_error);
+    for (const Row& row : {Row{CopyProblem::kNone, "copied and proven", false},
+             {CopyProblem::kCancelled, "interrupted", false},
+             {CopyProblem::kSourceMissing, "it is no longer there", false},
+             {CopyProblem::kSourceUnreadable, "it cannot be read", true},
+             {CopyProblem::kSourceChanged, "it changed while it was read", false},
+             {CopyProblem::kTargetTaken, "the name is taken", false},
+             {CopyProblem::kTargetFull, "no space is left", true},
+             {CopyProblem::kTargetUnusable, "it cannot be written", true},
+             {CopyProblem::kNotProven,
+                 "the copy on the disk differs from what was written",
+                 false}}) {
+        const std::string reason = row.tellsError ? ": " + error.message() : std::string();
+        EXPECT_EQ(copyText(failed(row.problem)), row.text);
+        EXPECT_EQ(copyText(failed(row.problem, error)), row.text + reason);
     }
 }
 
