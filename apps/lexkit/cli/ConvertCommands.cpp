@@ -7,7 +7,7 @@
 #include "lexkit/cli/DictionaryFile.h"
 #include "lexkit/cli/EntryLine.h"
 #include "lexkit/cli/EntryText.h"
-#include "platform/common/AtomicFile.h"
+#include "platform/common/FileReplacement.h"
 
 #include <algorithm>
 #include <sstream>
@@ -19,8 +19,6 @@ namespace {
 using lexkit_private::Dictionary;
 using lexkit_private::DictionaryEntry;
 using lexkit_private::UnicodeRun;
-
-constexpr unsigned int kMode = 0644;
 
 bool areAlike(UnicodeRun const& left, UnicodeRun const& right)
 {
@@ -50,7 +48,7 @@ bool holdsAll(Dictionary& dictionary, std::string const& written)
 
 ExitCode finish(CommandLine const& line, std::string const& written, bool isWhole)
 {
-    if (std::error_code const error = Pt::writeFileAtomically(line.output, written, kMode))
+    if (std::error_code const error = Pt::replaceFile(line.output, written))
         throw CommandError(ExitCode::kPlaceUnusable,
             line.output + ": the file cannot be written: " + error.message());
     return isWhole ? ExitCode::kDone : ExitCode::kPartly;

@@ -194,6 +194,15 @@ TEST_F(LexkitCommandTest, ConvertsAFileIntoItself)
     EXPECT_EQ(read("a.dct"), utf16File(u"\"k=v\"\n"));
 }
 
+TEST_F(LexkitCommandTest, TouchesNoFileButTheOneItWrites)
+{
+    write("a.dct.new", "k=v\n");
+    ASSERT_EQ(lexkit("compile a.dct.new a.dct").code, 0);
+    EXPECT_EQ(read("a.dct.new"), "k=v\n");
+    EXPECT_EQ(shell("sh -c 'mkfifo pipe; cat pipe & \"" LEXKIT "\" text a.dct pipe; wait'").out,
+        utf16File(u"\"k=v\"\n"));
+}
+
 TEST_F(LexkitCommandTest, EndsWithThreeForAFileThatIsNotThere)
 {
     for (std::string const arguments :
@@ -275,6 +284,26 @@ TEST_F(LexkitPagesTest, TheCompletionNamesEveryOptionAndNoOther)
     EXPECT_EQ(
         longOptionsIn(test::read(TEVORO_SOURCE_DIR "/share/bash-completion/completions/lexkit")),
         optionsOfTheProgram());
+}
+
+// A literal is not what bash would make of its marks, however the user began to quote it.
+TEST_F(LexkitPagesTest, TheCompletionQuotesLiteralsAsTheWordBegins)
+{
+    write("a b.dct", utf16File(u"\"$$$/App/Cancel=x\"\n\"$$$/Sum=y\"\n"));
+    write("complete.sh",
+        "PATH=${1%/*}:$PATH\n"
+        "source '" TEVORO_SOURCE_DIR "/share/bash-completion/completions/lexkit'\n"
+        "COMP_WORDS=(lexkit get \"'a b.dct'\" \"$2\")\n"
+        "COMP_CWORD=3\n"
+        "_lexkit\n"
+        "printf '%s\\n' \"${COMPREPLY[@]}\"\n");
+    auto const completed = [this](std::string const& word) {
+        return shell("bash complete.sh '" LEXKIT "' " + word).out;
+    };
+    EXPECT_EQ(completed("''"), "\\$\\$\\$/App/Cancel\n\\$\\$\\$/Sum\n");
+    EXPECT_EQ(completed(R"('\$\$\$/A')"), "\\$\\$\\$/App/Cancel\n");
+    EXPECT_EQ(completed(R"(\''$$$/A')"), "$$$/App/Cancel\n");
+    EXPECT_EQ(completed(R"('"\$\$\$/S')"), "\\$\\$\\$/Sum\n");
 }
 
 } // namespace

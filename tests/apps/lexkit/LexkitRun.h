@@ -24,8 +24,14 @@ protected:
     // Arguments are words of a shell; files are in the test's own folder, the working folder.
     RunResult lexkit(std::string const& arguments, std::string const& locale = "C.UTF-8")
     {
-        std::string const command = "cd '" + m_folder.path() + "' && LC_ALL=" + locale
-            + " '" LEXKIT "' " + arguments + " >out.txt 2>err.txt </dev/null";
+        return shell("LC_ALL=" + locale + " '" LEXKIT "' " + arguments);
+    }
+
+    // A command that has one program, in the test's own folder.
+    RunResult shell(std::string const& words)
+    {
+        std::string const command =
+            "cd '" + m_folder.path() + "' && " + words + " >out.txt 2>err.txt </dev/null";
         int const status = std::system(command.c_str()); // NOLINT(cert-env33-c): a test's own words
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
             test::read(m_folder.path("out.txt")),
