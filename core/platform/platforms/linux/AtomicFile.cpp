@@ -58,19 +58,6 @@ std::error_code readToEnd(int descriptor, std::size_t limit, std::string& bytes)
     }
 }
 
-std::error_code writeAll(int descriptor, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        ssize_t const count =
-            retryInterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
-        if (count == -1) {
-            return lastError();
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return {};
-}
-
 // Writes, flushes and closes, each step looked at: some file systems tell of a full disk only at
 // the flush or the close.
 std::error_code fillNewFile(std::string const& path, std::string_view bytes, unsigned int mode)
@@ -79,15 +66,15 @@ std::error_code fillNewFile(std::string const& path, std::string_view bytes, uns
     if (!file.isOpen()) {
         return lastError();
     }
-    if (std::error_code const error = writeAll(file.get(), bytes)) {
+    if (std::error_code const error = file.write(bytes.data(), bytes.size())) {
         return error;
     }
     // The mode that open was given went through the process's mask.
     if (retryInterrupted([&] { return ::fchmod(file.get(), mode); }) == -1) {
         return lastError();
     }
-    if (retryInterrupted([&] { return ::fsync(file.get()); }) == -1) {
-        return lastError();
+    if (std::error_code const error = file.flush()) {
+        return error;
     }
     return file.close();
 }

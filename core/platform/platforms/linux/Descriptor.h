@@ -3,6 +3,7 @@
 
 #include "platform/platforms/linux/Retry.h"
 
+#include <cstddef>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -46,6 +47,27 @@ public:
     {
         return Descriptor(
             retryInterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); }));
+    }
+
+    // Writes all of it, or gives the system's word; a part may stand written then.
+    std::error_code write(const void* bytes, std::size_t count) const
+    {
+        auto const* const start = static_cast<const char*>(bytes);
+        for (std::size_t done = 0; done < count;) {
+            ssize_t const step =
+                retryInterrupted([&] { return ::write(m_number, start + done, count - done); });
+            if (step == -1)
+                return lastError();
+            done += static_cast<std::size_t>(step);
+        }
+        return {};
+    }
+
+    // Returns when the disk has what was written.
+    std::error_code flush() const
+    {
+        return retryInterrupted([&] { return ::fsync(m_number); }) == -1 ? lastError()
+                                                                         : std::error_code();
     }
 
     // Closes now, with the system's word: some file systems tell of a full disk only here. Not

@@ -102,7 +102,8 @@ private:
             if (count == 0)
                 break;
             digester.add(m_buffer.get(), static_cast<std::size_t>(count));
-            if (const std::error_code error = writeAll(static_cast<std::size_t>(count)))
+            if (const std::error_code error =
+                    m_target.write(m_buffer.get(), static_cast<std::size_t>(count)))
                 return targetFailed(error);
             written += count;
             hintToDisk(written);
@@ -118,18 +119,6 @@ private:
     {
         if (m_status.st_size > static_cast<off_t>(kPiece))
             ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
-    }
-
-    std::error_code writeAll(std::size_t count)
-    {
-        for (std::size_t done = 0; done < count;) {
-            const ssize_t step = retryInterrupted(
-                [&] { return ::write(m_target.get(), m_buffer.get() + done, count - done); });
-            if (step < 0)
-                return lastError();
-            done += static_cast<std::size_t>(step);
-        }
-        return {};
     }
 
     // Lets the disk work while more is read, so that the flush at the end has less to wait for.
@@ -160,8 +149,8 @@ private:
         const timespec times[2] = {m_status.st_atim, m_status.st_mtim};
         if (::futimens(m_target.get(), times) != 0)
             m_timesKept = false;
-        if (retryInterrupted([&] { return ::fsync(m_target.get()); }) != 0)
-            return targetFailed(lastError());
+        if (const std::error_code error = m_target.flush())
+            return targetFailed(error);
         ::posix_fadvise(m_target.get(), 0, 0, POSIX_FADV_DONTNEED);
         return {};
     }

@@ -17,27 +17,15 @@ namespace {
 constexpr mode_t kRights = 07777;
 constexpr mode_t kNewFile = 0666; // less the mask
 
-std::error_code writeAll(Descriptor& file, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        ssize_t const count =
-            retryInterrupted([&] { return ::write(file.get(), bytes.data(), bytes.size()); });
-        if (count == -1)
-            return lastError();
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return {};
-}
-
 // Flushed and closed, each step looked at: some file systems tell of a full disk only then.
 std::error_code fill(Descriptor& file, std::string_view bytes, struct stat const* replaced)
 {
-    if (std::error_code const error = writeAll(file, bytes))
+    if (std::error_code const error = file.write(bytes.data(), bytes.size()))
         return error;
     if (replaced && ::fchmod(file.get(), replaced->st_mode & kRights) == -1)
         return lastError();
-    if (retryInterrupted([&] { return ::fsync(file.get()); }) == -1)
-        return lastError();
+    if (std::error_code const error = file.flush())
+        return error;
     return file.close();
 }
 
@@ -77,7 +65,7 @@ std::error_code writeInto(std::string const& path, std::string_view bytes)
     Descriptor file = Descriptor::open(path, O_WRONLY | O_NOCTTY);
     if (!file.isOpen())
         return lastError();
-    std::error_code const error = writeAll(file, bytes);
+    std::error_code const error = file.write(bytes.data(), bytes.size());
     return error ? error : file.close();
 }
 

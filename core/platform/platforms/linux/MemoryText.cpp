@@ -12,18 +12,6 @@ namespace {
 
 constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
 
-bool writeWhole(int file, std::string_view text)
-{
-    while (!text.empty()) {
-        ssize_t const written =
-            retryInterrupted([&] { return ::write(file, text.data(), text.size()); });
-        if (written <= 0)
-            return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 // With anything less, its sender could change or cut the file while it is read, and a cut mapping
 // kills the reader.
 bool isSealed(int file)
@@ -51,8 +39,8 @@ bool hasSize(int file, std::uint64_t size)
 Descriptor makeMemoryText(std::string_view head, std::string_view rest)
 {
     Descriptor file(::memfd_create("local-port-text", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (!file.isOpen() || !writeWhole(file.get(), head) || !writeWhole(file.get(), rest)
-        || ::fcntl(file.get(), F_ADD_SEALS, kSeals) != 0)
+    if (!file.isOpen() || file.write(head.data(), head.size())
+        || file.write(rest.data(), rest.size()) || ::fcntl(file.get(), F_ADD_SEALS, kSeals) != 0)
         return {};
     return file;
 }

@@ -18,16 +18,11 @@ std::error_code resultOf(int call)
 
 std::error_code fill(Descriptor& file, std::string_view bytes)
 {
-    while (!bytes.empty()) {
-        ssize_t const count =
-            retryInterrupted([&] { return ::write(file.get(), bytes.data(), bytes.size()); });
-        if (count == -1)
-            return lastError();
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
+    if (std::error_code const error = file.write(bytes.data(), bytes.size()))
+        return error;
     // Else a power cut may leave the name with an empty file.
-    if (retryInterrupted([&] { return ::fsync(file.get()); }) == -1)
-        return lastError();
+    if (std::error_code const error = file.flush())
+        return error;
     return file.close();
 }
 
