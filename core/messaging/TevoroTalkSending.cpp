@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <optional>
 
 namespace ScObjects {
@@ -26,6 +27,9 @@ constexpr long kSendFailed = 59;
 constexpr std::chrono::milliseconds kPoll{100};
 constexpr std::chrono::seconds kLongestLaunch{300};
 constexpr std::int32_t kDefaultWatch = 60; // seconds
+constexpr std::int32_t kLongestTimeout = std::numeric_limits<std::int32_t>::max();
+// More seconds than this count as this many: points in time stay numbers.
+constexpr unsigned long kLongestWait = 1'000'000'000;
 
 bool asksFor(Message const& message, char const* word)
 {
@@ -207,7 +211,8 @@ void TevoroTalk::watchForTimeout(Message const& message) const
     watcher->sender = message.sender;
     watcher->type = kIgnore;
     watcher->responseRequest = QK_TIMEOUT;
-    watcher->timeout = message.timeout > 0 ? message.timeout + 1 : kDefaultWatch;
+    watcher->timeout =
+        message.timeout > 0 ? std::min(message.timeout, kLongestTimeout - 1) + 1 : kDefaultWatch;
     watcher->serialNumber = message.serialNumber;
     enqueue(m_data->incoming, watcher);
 }
@@ -224,7 +229,8 @@ bool TevoroTalk::waitForResponse(Message const& message, unsigned long seconds) 
     if (seconds == 0)
         return false;
     using std::chrono::milliseconds;
-    auto const deadline = SteadyClock::now() + std::chrono::seconds(seconds);
+    auto const deadline =
+        SteadyClock::now() + std::chrono::seconds(std::min(seconds, kLongestWait));
     TevoroTalkContext* const context = getContext();
     for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
         pump(kBoth, context);

@@ -120,3 +120,12 @@ TEST_F(MessageDigestTest, AcceptsADigestOfTheOtherKindUnseen)
     std::string const md5 = withDigest(rest).substr(0, withDigest(rest).find('\n') + 1);
     EXPECT_FALSE(test::readMessage(md5 + "@QK>Digest:any\n" + rest).message->isRejected());
 }
+
+TEST_F(MessageDigestTest, PassesOverADigestBehindOneOfTheOtherKind)
+{
+    std::string const text = withDigest("@QK>MD5:any\n" + std::string(test::kHead) + "\n");
+    std::size_t const second = text.find('\n') + 1;
+    EXPECT_FALSE(
+        test::readMessage(text.substr(0, second) + "@QK>Digest:any\n" + text.substr(second))
+            .message->isRejected());
+}

@@ -64,6 +64,17 @@ TEST_F(TevoroTalkContextTest, GoesOnBehindTheContextThatItReplaces)
     EXPECT_EQ(second->getNextSerialNumber(), last + 1);
 }
 
+TEST_F(TevoroTalkContextTest, GoesOnFromItsOwnNumberWhereThatIsHigher)
+{
+    start();
+    auto* const second = new TevoroTalkContext(Specifier("second-1.0", false));
+    std::uint32_t last = 0;
+    for (int i = 0; i < 5; ++i)
+        last = second->getNextSerialNumber();
+    TevoroTalkContext::setCurrentContext(second);
+    EXPECT_EQ(second->getNextSerialNumber(), last + 1);
+}
+
 TEST_F(TevoroTalkContextTest, TakesItsInstancesWithItWhenItIsReplaced)
 {
     start();

@@ -141,6 +141,16 @@ TEST_F(TevoroTalkReceivingTest, DeletesTheHandlersOfAMessageThatCameToItsEnd)
     }
 }
 
+TEST_F(TevoroTalkReceivingTest, KeepsTheHandlersForAllAtAMessageWithoutANumber)
+{
+    for (char const* type : {"Quillscriber", "Processed", "Error", "Timeout"})
+        post("Serial-Number:4294967295\nType:" + std::string(type) + "\n");
+    post("", "behind");
+    handle(5);
+    EXPECT_EQ(inbox.bodies().back(), "behind");
+    EXPECT_EQ(instance.findHandler("Quillscriber", kNone), handler);
+}
+
 TEST_F(TevoroTalkReceivingTest, KeepsTheHandlersWhileOtherAnswersCome)
 {
     Inbox ofMessage;

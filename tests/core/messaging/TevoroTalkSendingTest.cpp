@@ -3,6 +3,7 @@
 #include "messaging/TevoroTalk.h"
 #include "messaging/TevoroTalkThread.h"
 
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -285,6 +286,16 @@ TEST_F(TevoroTalkSendingTest, WatchesAMinuteForWhatNeverRunsOut)
     expectWatchUntil(before + 60, now() + 60);
 }
 
+TEST_F(TevoroTalkSendingTest, WatchesForTheLongestTimeThatThereIs)
+{
+    Paused const pause;
+    auto const message = request("target-1.0", "text", "Timeout");
+    message->timeout = std::numeric_limits<std::int32_t>::max();
+    std::int64_t const before = now() + message->timeout;
+    EXPECT_TRUE(send(instance, *message));
+    expectWatchUntil(before, now() + message->timeout);
+}
+
 TEST_F(TevoroTalkSendingTest, WatchesNotWhereTheTargetDoes)
 {
     Paused const pause;
@@ -331,6 +342,18 @@ TEST_F(TevoroTalkSendingTest, WaitsForNothingWithoutAHandler)
     auto const message = request("target-1.0", "text");
     EXPECT_TRUE(instance.send(*message, false, 60, nullptr));
     EXPECT_LT(SteadyClock::now() - start, kPatience);
+}
+
+TEST_F(TevoroTalkSendingTest, WaitsForAsLongAsItIsAsked)
+{
+    TevoroTalk& second = another("second-1.0", new InboxHandler(inbox));
+    for (unsigned long const seconds : {std::numeric_limits<unsigned long>::max(), 1UL << 40U}) {
+        auto const message = request("second-1.0", "text");
+        message->serialNumber = 77;
+        instance.changeHandler(new InboxHandler(inbox, "Quillscriber", 77));
+        EXPECT_TRUE(instance.send(*message, false, seconds, nullptr));
+    }
+    EXPECT_FALSE(second.incomingMessagePending());
 }
 
 TEST_F(TevoroTalkSendingTest, GivesUpWaitingAtTheDeadline)
