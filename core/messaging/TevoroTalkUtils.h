@@ -15,31 +15,31 @@ class InterAppStream;
 namespace TevoroTalkUtils {
 
 // Do nothing; the places where a platform would set up and tear down.
-void init();
-void exit();
+TEVOROTALK_API void init();
+TEVOROTALK_API void exit();
 
 // Lower case, like "de_at"; "en_us" when there is none, or one of more than 15 bytes.
 TEVOROTALK_API SoString getCurrentLocale();
 
 // Folders count too.
-bool fileExists(SoString const& path);
+TEVOROTALK_API bool fileExists(SoString const& path);
 // False when there is nothing to delete.
-bool deleteFile(SoString const& path);
+TEVOROTALK_API bool deleteFile(SoString const& path);
 // True when something stands there already, a file too. Mode 0771.
-bool mkdir(SoString const& path);
-bool rmdir(SoString const& path);
-char const* getFolderSeparator();
+TEVOROTALK_API bool mkdir(SoString const& path);
+TEVOROTALK_API bool rmdir(SoString const& path);
+TEVOROTALK_API char const* getFolderSeparator();
 
-void sleep(unsigned int milliseconds);
+TEVOROTALK_API void sleep(unsigned int milliseconds);
 // Of the wall clock, whole milliseconds since the beginning of 1970.
-double getUTCTimeMilliSeconds();
+TEVOROTALK_API double getUTCTimeMilliSeconds();
 // Seconds since the beginning of 1970.
-std::int64_t getTimeSeconds();
+TEVOROTALK_API std::int64_t getTimeSeconds();
 // Local time as "%H:%M:%S": of `time` in seconds since 1970, of this moment when that is null.
-SoString getTimeString(std::int64_t const* time);
+TEVOROTALK_API SoString getTimeString(std::int64_t const* time);
 
 // Milliseconds that passed. Reading does not stop it.
-class Timer : public SoHeap {
+class TEVOROTALK_API Timer : public SoHeap {
 public:
     void start();
     double now() const;
@@ -51,7 +51,7 @@ private:
 
 // A walk through a folder and those below it, of at most 256 entries a folder. A false from either
 // operation ends it.
-class FileFilter {
+class TEVOROTALK_API FileFilter {
 public:
     virtual ~FileFilter() = default;
     virtual bool run(SoString const& folder);
@@ -60,7 +60,7 @@ public:
 };
 
 // False also for a folder that cannot be read, or that holds nothing.
-bool iterateFolder(SoString const& folder, FileFilter& filter);
+TEVOROTALK_API bool iterateFolder(SoString const& folder, FileFilter& filter);
 
 // This user's random value in hexadecimal digits, the same for all processes; empty without a home
 // folder. Three names for one value.
@@ -69,10 +69,10 @@ TEVOROTALK_API SoString getSecurityID();
 TEVOROTALK_API SoString getSignature();
 
 // The digest that marks a text as written by this user: see getDigest in Identity.h.
-SoString getMD5(SoString const& text);
+TEVOROTALK_API SoString getMD5(SoString const& text);
 
 // "localhost:mac" and the process id.
-SoString getSenderID();
+TEVOROTALK_API SoString getSenderID();
 
 // Reads one line of the diagnostics tree: PATH;FLAG;LABEL;VALUE; and a line feed. Gives the start
 // of the next line, or null, with the outputs empty or read in part, when the line is none.
@@ -96,27 +96,28 @@ TEVOROTALK_API SoString ping(SoString const& target,
     int* answered);
 
 // A good stream of that name or of one of its instances 1 to 8, the caller's to delete; null when
-// all are held or the name is empty.
+// all are held or the name is empty. Not for applications, which have no streams.
 InterAppStream* createNextAvailableInterAppStream(SoString const& specifier);
 
 // Where a process that is being started looks for its parameters.
-SoString getLaunchMsgQueueName(SoString const& specifier);
+TEVOROTALK_API SoString getLaunchMsgQueueName(SoString const& specifier);
 // What was left for a process that starts. False when the specifier is empty, or when parameters
 // were announced and did not come.
-bool getLaunchParameters(SoString const& specifier, SoString& parameters);
+TEVOROTALK_API bool getLaunchParameters(SoString const& specifier, SoString& parameters);
 
 // Hands a copy of a message's diagnostics to the one who subscribed to that key on the main
 // instance. False when nobody did, or the message is of a kind that is not forwarded.
-bool forwardMessage(TevoroTalk::Message const& message,
+TEVOROTALK_API bool forwardMessage(TevoroTalk::Message const& message,
     SoString const& key,
     SoString const& path,
     SoString const& label);
 
 // Both log only where logging is on in the current context.
-void logMessage(char const* reason, TevoroTalk::Message const& message, bool withBody);
+TEVOROTALK_API void logMessage(
+    char const* reason, TevoroTalk::Message const& message, bool withBody);
 TEVOROTALK_API void logText(SoString const& text);
 // Whether the process was started with TEVOROTALK_LOG=1.
-bool isLoggingAskedFor();
+TEVOROTALK_API bool isLoggingAskedFor();
 
 } // namespace TevoroTalkUtils
 } // namespace ScObjects
