@@ -1,6 +1,7 @@
 #include "tevorotalk/BusSession.h"
 
 #include "commandline/ExitCode.h"
+#include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkPing.h"
 #include "platform/common/Clock.h"
@@ -8,6 +9,7 @@
 #include "platform/common/ProgramEnvironment.h"
 
 #include <algorithm>
+#include <future>
 
 namespace tevorotalk {
 
@@ -71,17 +73,53 @@ void BusSession::waitUntilReachable() const
         Pt::systemClock().sleepFor(kReachablePoll);
 }
 
+SoString BusSession::ask(const std::string& target,
+    const std::string& command,
+    std::int32_t seconds,
+    const std::string& body) const
+{
+    SoString const text{std::string_view(body)};
+    auto answer = std::async(std::launch::async,
+        [&] { return TevoroTalk::Thread::ping(target.c_str(), command.c_str(), seconds, &text); });
+    while (answer.wait_for(kLongestPause) == std::future_status::timeout)
+        if (Pt::wasInterrupted())
+            endQuestion();
+    if (Pt::wasInterrupted())
+        throw Interrupted();
+    return answer.get();
+}
+
+// Any text at the port of the answers is taken for one.
+void BusSession::endQuestion() const
+{
+    TevoroTalk::Message message;
+    message.target = (name() + "#ping").c_str();
+    message.type = "Ignore";
+    m_instance->send(message, false, 0, nullptr);
+}
+
 void BusSession::pumpOnce(std::optional<SteadyTime> deadline)
 {
-    if (TevoroTalk::pump(TevoroTalk::kBoth, nullptr))
-        return;
-    auto pause = kLongestPause;
+    if (!TevoroTalk::pump(TevoroTalk::kBoth, nullptr))
+        pause(deadline);
+}
+
+void BusSession::takeOne(std::optional<SteadyTime> deadline)
+{
+    TevoroTalk::pump(TevoroTalk::kOutgoing, nullptr);
+    if (!m_instance->processIncomingMessage(ScObjects::QK_INVALID_MESSAGE_NUMBER, true))
+        pause(deadline);
+}
+
+void BusSession::pause(std::optional<SteadyTime> deadline) const
+{
+    auto limit = kLongestPause;
     if (deadline)
-        pause = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(
+        limit = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(
                                *deadline - std::chrono::steady_clock::now()),
             std::chrono::milliseconds(0),
-            pause);
-    m_instance->waitForMessage(static_cast<int>(pause.count()));
+            limit);
+    m_instance->waitForMessage(static_cast<int>(limit.count()));
 }
 
 ExitCode exitCodeForAnswer(const SoString& answer)
@@ -92,7 +130,7 @@ ExitCode exitCodeForAnswer(const SoString& answer)
     if (word == "ISNOTRUNNING" || word == "ISNOTINSTALLED")
         return ExitCode::kNotThere;
     if (word == "INVALIDSPEC" || word == "NOINTERAPPSTREAM" || word == "MSGTOSTRINGERROR"
-        || word == "NOERROR" || word.empty())
+        || word == "NOERROR")
         return ExitCode::kSystemPart;
     return ExitCode::kDone;
 }

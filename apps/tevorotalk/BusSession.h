@@ -7,6 +7,7 @@
 #include "messaging/TevoroTalk.h"
 
 #include <chrono>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,6 +18,9 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 
 // The name of this command: tevorotalk_PROCESS-1.0.
 std::string ownName();
+
+// Thrown when a signal ends the command.
+class Interrupted : public std::exception { };
 
 class BusSession {
 public:
@@ -33,11 +37,21 @@ public:
     // start.
     void waitUntilReachable() const;
 
+    // Asks the bus's thread of the target: see TevoroTalk::Thread::ping. Throws Interrupted.
+    ScObjects::SoString ask(const std::string& target,
+        const std::string& command,
+        std::int32_t seconds,
+        const std::string& body = {}) const;
+
     // Works off what is there, and waits for more until the time is over, a signal ends it, or a
     // round of work was done.
     void pumpOnce(std::optional<SteadyTime> deadline);
+    // The same with one message at most; those behind it stay where they are.
+    void takeOne(std::optional<SteadyTime> deadline);
 
 private:
+    void pause(std::optional<SteadyTime> deadline) const;
+    void endQuestion() const;
     void end();
 
     std::unique_ptr<ScObjects::TevoroTalk> m_instance;

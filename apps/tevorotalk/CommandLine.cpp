@@ -1,5 +1,7 @@
 #include "tevorotalk/CommandLine.h"
 
+#include <cstdint>
+
 #include <CLI/CLI.hpp>
 
 namespace tevorotalk {
@@ -86,6 +88,7 @@ void addListen(CLI::App& app, CommandLine& line)
     listen->add_option("-r,--reply", line.reply, "Result, or text of the error, to answer with")
         ->type_name("TEXT");
     listen->add_option("-e,--error", line.error, "Fail every message with this code")
+        ->check(CLI::Range(long{INT32_MIN}, long{UINT32_MAX}))
         ->type_name("CODE");
     listen->add_option("-n,--count", line.count, "End after that many messages")
         ->check(CLI::Range(1L, kLongestWait))

@@ -1,5 +1,4 @@
 #include "commandline/JsonLine.h"
-#include "messaging/TevoroTalkPing.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 #include "tevorotalk/InfoLines.h"
@@ -8,7 +7,6 @@
 namespace tevorotalk {
 
 using ScObjects::SoString;
-using ScObjects::TevoroTalk;
 
 namespace {
 
@@ -44,9 +42,8 @@ void printReport(std::string_view report)
 ExitCode runInfo(const CommandLine& line)
 {
     BusSession const session(ownName());
-    SoString const all("all");
-    SoString const answer = TevoroTalk::Thread::ping(
-        line.target.c_str(), line.json ? "INFO" : "DIAGNOSTICS", kLimit, &all);
+    SoString const answer =
+        session.ask(line.target, line.json ? "INFO" : "DIAGNOSTICS", kLimit, "all");
     const ExitCode code = exitCodeForAnswer(answer);
     if (code != ExitCode::kDone)
         throw CommandError(code,

@@ -56,7 +56,12 @@ ExitCode runListen(const CommandLine& line)
     while (!hasPassed(deadline) && (!line.count || count < *line.count)) {
         if (Pt::wasInterrupted())
             return ExitCode::kInterrupted;
-        session.pumpOnce(deadline);
+        if (line.count)
+            session.takeOne(deadline);
+        else
+            session.pumpOnce(deadline);
+        if (std::ferror(stdout) != 0) // nobody reads any more
+            return ExitCode::kPlaceUnusable;
     }
     return line.count && count < *line.count ? ExitCode::kPartly : ExitCode::kDone;
 }

@@ -64,12 +64,12 @@ private:
 // For as long as it lives, copies of what passes through the target come to this process.
 class Subscription {
 public:
-    Subscription(const std::string& target, const char* key, const std::string& subscriber)
+    Subscription(const BusSession& session, const std::string& target, const char* key)
         : m_target(target)
         , m_key(key)
-        , m_subscriber(subscriber)
+        , m_subscriber(session.name())
     {
-        SoString const answer = ask(m_key + "=" + m_subscriber, kLimit);
+        SoString const answer = session.ask(m_target, m_key + "=" + m_subscriber, kLimit);
         if (answer == m_subscriber.c_str())
             return;
         throw CommandError(exitCodeForAnswer(answer) == ExitCode::kNotThere ? ExitCode::kNotThere
@@ -86,6 +86,7 @@ public:
     Subscription& operator=(const Subscription&) = delete;
 
 private:
+    // Also after an interrupt.
     SoString ask(const std::string& command, std::int32_t limit) const
     {
         return TevoroTalk::Thread::ping(m_target.c_str(), command.c_str(), limit, nullptr);
@@ -105,9 +106,9 @@ ExitCode runMonitor(const CommandLine& line)
     std::optional<Subscription> messages;
     std::optional<Subscription> logs;
     if (line.messages || !line.logs)
-        messages.emplace(line.target, "FWDMESSAGES", session.name());
+        messages.emplace(session, line.target, "FWDMESSAGES");
     if (line.logs)
-        logs.emplace(line.target, "FWDLOGS", session.name());
+        logs.emplace(session, line.target, "FWDLOGS");
     std::fprintf(stderr, "monitoring %s\n", commandline::terminalText(line.target).c_str());
     const auto deadline = deadlineAfter(line.seconds);
     auto lookAgain = std::chrono::steady_clock::now() + kLookAgain;
@@ -115,6 +116,8 @@ ExitCode runMonitor(const CommandLine& line)
         if (Pt::wasInterrupted())
             return ExitCode::kInterrupted;
         session.pumpOnce(deadline);
+        if (std::ferror(stdout) != 0) // nobody reads any more
+            return ExitCode::kPlaceUnusable;
         if (!hasPassed(lookAgain))
             continue;
         if (isThreadPortFree(line.target))

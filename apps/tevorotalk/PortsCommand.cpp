@@ -9,8 +9,14 @@ namespace tevorotalk {
 
 ExitCode runPorts(const CommandLine& line)
 {
+    std::error_code error;
+    const auto ports = Pt::heldLocalPorts(error);
+    if (error)
+        throw CommandError(ExitCode::kSystemPart,
+            "the folder of the ports, " + Pt::localPortFolder()
+                + ", cannot be read: " + error.message());
     // Other ports are no names of the bus.
-    for (const Pt::HeldPort& port : Pt::heldLocalPorts()) {
+    for (const Pt::HeldPort& port : ports) {
         if (!std::string_view(port.name).starts_with(kPortPrefix))
             continue;
         const std::string name =

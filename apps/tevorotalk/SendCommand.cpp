@@ -98,7 +98,13 @@ std::string bodyOf(const CommandLine& line)
 {
     if (line.text != "-")
         return line.text;
-    return {std::istreambuf_iterator<char>(std::cin), {}};
+    std::string body{std::istreambuf_iterator<char>(std::cin), {}};
+    // Half a body is none.
+    if (Pt::wasInterrupted())
+        throw Interrupted();
+    if (std::ferror(stdin) != 0)
+        throw CommandError(ExitCode::kPlaceUnusable, "standard input cannot be read");
+    return body;
 }
 
 void fill(TevoroTalk::Message& message, const CommandLine& line)

@@ -2,6 +2,7 @@
 
 #include "commandline/Output.h"
 #include "platform/common/ProgramEnvironment.h"
+#include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 
 #include <cstdio>
@@ -34,6 +35,8 @@ ExitCode runReporting(const tevorotalk::CommandLine& line)
 {
     try {
         return run(line);
+    } catch (const tevorotalk::Interrupted&) {
+        return ExitCode::kInterrupted;
     } catch (const tevorotalk::CommandError& error) {
         commandline::printMessage("tevorotalk", error.what());
         return error.code();

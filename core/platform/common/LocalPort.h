@@ -18,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace Pt {
@@ -107,6 +108,8 @@ struct HeldPort {
 
 // The ports that are held at this moment in this user's folder, in the order of their names.
 std::vector<HeldPort> heldLocalPorts();
+// The same; `error` says why the folder was not read to its end. A missing folder is none.
+std::vector<HeldPort> heldLocalPorts(std::error_code& error);
 
 // The folder that ports lie in, whether it is there or not.
 std::string localPortFolder();

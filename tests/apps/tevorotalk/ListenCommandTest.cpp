@@ -56,6 +56,19 @@ TEST_F(ListenCommandTest, EndsAfterSoManyMessages)
     EXPECT_EQ(echo.finish(), 0);
 }
 
+TEST_F(ListenCommandTest, TakesNoMoreMessagesThanItIsToldOfThoseThatWait)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--count", "2"});
+    ::kill(echo.id(), SIGSTOP);
+    for (char const* text : {"one", "two", "three"})
+        run({"send", "echo-1.0", text});
+    ::kill(echo.id(), SIGCONT);
+    EXPECT_THAT(echo.line(), HasSubstr("one"));
+    EXPECT_THAT(echo.line(), HasSubstr("two"));
+    EXPECT_EQ(echo.rest(), "");
+    EXPECT_EQ(echo.finish(), 0);
+}
+
 TEST_F(ListenCommandTest, EndsAfterSoManySeconds)
 {
     EXPECT_EQ(run({"listen", "echo-1.0", "--seconds", "0"}).code, 0);

@@ -71,6 +71,14 @@ TEST_F(PingCommandTest, SendsABody)
     EXPECT_THAT(result.out, Not(HasSubstr("/thread;1;")));
 }
 
+TEST_F(PingCommandTest, EndsWithZeroForAnEmptyAnswer)
+{
+    listen("echo-1.0");
+    CommandResult const result = run({"ping", "echo-1.0", "INFO", "--body", "nothing"});
+    EXPECT_EQ(result.out, "\n");
+    EXPECT_EQ(result.code, 0);
+}
+
 TEST_F(PingCommandTest, DoesNotTakeATargetDownThatIsAskedForItsMainKey)
 {
     listen("echo-1.0");

@@ -34,6 +34,16 @@ TEST_F(PortsCommandTest, ListsNothingOnAnEmptyBus)
     EXPECT_EQ(result.code, 0);
 }
 
+TEST_F(PortsCommandTest, SaysThatItCannotUseTheFolderOfPorts)
+{
+    std::filesystem::create_directory(folder.path("open"));
+    std::filesystem::permissions(folder.path("open"), std::filesystem::perms::all);
+    environment.set("TEVOROTALK_PORT_DIR", folder.path("open"));
+    CommandResult const result = run({"ports"});
+    EXPECT_EQ(result.code, 5);
+    EXPECT_THAT(result.err, HasSubstr(folder.path("open")));
+}
+
 TEST_F(PortsCommandTest, LeavesOutTheNamesOfAKilledProcess)
 {
     listen("echo-1.0").kill();

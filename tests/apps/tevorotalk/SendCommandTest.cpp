@@ -1,11 +1,26 @@
 #include "apps/tevorotalk/BusFixture.h"
 
+#include <chrono>
+#include <fstream>
+#include <thread>
+
 namespace test {
 namespace {
 
 using testing::HasSubstr;
 
-using SendCommandTest = BusFixture;
+class SendCommandTest : public BusFixture {
+protected:
+    // Whether it has come that far.
+    static bool catchesInterrupts(PeerProcess const& process)
+    {
+        std::ifstream status("/proc/" + std::to_string(process.id()) + "/status");
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with("SigCgt:"))
+                return (std::stoull(line.substr(7), nullptr, 16) & (1U << (SIGINT - 1))) != 0;
+        return false;
+    }
+};
 
 TEST_F(SendCommandTest, PrintsTheResult)
 {
@@ -75,6 +90,26 @@ TEST_F(SendCommandTest, ReadsTheBodyFromStandardInput)
     PeerProcess& echo = listen("echo-1.0", {"--json"});
     EXPECT_EQ(run({"send", "echo-1.0", "-"}, "line one\nline two").code, 0);
     EXPECT_EQ(Json::parse(echo.line())["body"], "line one\nline two\n");
+}
+
+TEST_F(SendCommandTest, SendsNothingWhenItIsInterruptedWhileItReads)
+{
+    PeerProcess& echo = listen("echo-1.0");
+    PeerProcess sender({TEVOROTALK, "send", "echo-1.0", "-"});
+    sender.tell("half");
+    while (!catchesInterrupts(sender))
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ::kill(sender.id(), SIGINT);
+    EXPECT_EQ(sender.finish(), 130);
+    run({"send", "echo-1.0", "whole"});
+    EXPECT_THAT(echo.line(), HasSubstr("whole"));
+}
+
+TEST_F(SendCommandTest, SaysThatStandardInputCannotBeRead)
+{
+    listen("echo-1.0");
+    PeerProcess shell({"/bin/sh", "-c", TEVOROTALK " send echo-1.0 - </"});
+    EXPECT_EQ(shell.finish(), 4);
 }
 
 TEST_F(SendCommandTest, SendsTypeHeadersAndRequest)

@@ -1,4 +1,8 @@
 #include "apps/tevorotalk/BusFixture.h"
+#include "platform/common/LocalPort.h"
+
+#include <chrono>
+#include <thread>
 
 namespace test {
 namespace {
@@ -25,6 +29,7 @@ TEST_F(UsageTest, EndsWithTwoForWrongUsage)
              {"listen"},
              {"ports", "--wrong"},
              {"ping", "a", "b", "--timeout", "-1"},
+             {"listen", "a", "--error", "4294967296"},
              {"listen", "a", "--count", "0"}})
         EXPECT_EQ(run(arguments).code, 2);
 }
@@ -34,6 +39,37 @@ TEST_F(UsageTest, SaysThatItsOutputCouldNotBeWritten)
     listen("echo-1.0");
     PeerProcess shell({"/bin/sh", "-c", TEVOROTALK " ports >/dev/full"});
     EXPECT_EQ(shell.finish(), 4);
+}
+
+TEST_F(UsageTest, EndsWhenItIsInterruptedWhileItWaitsForAnAnswer)
+{
+    ::kill(listen("frozen-1.0").id(), SIGSTOP);
+    for (std::vector<std::string> const& arguments :
+        std::vector<std::vector<std::string>>{{"ping", "frozen-1.0", "--timeout", "600"},
+            {"info", "frozen-1.0"},
+            {"monitor", "frozen-1.0"}}) {
+        std::vector<std::string> words = arguments;
+        words.insert(words.begin(), TEVOROTALK);
+        PeerProcess process(words);
+        std::string const port = R"(\\.\port\Ned_and_Olaf_)" + busName(process) + "#ping";
+        while (Pt::isLocalPortFree(port))
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        EXPECT_EQ(process.interrupt(), 130) << arguments[0];
+    }
+}
+
+TEST_F(UsageTest, EndsWhenNobodyReadsItsOutputAnyMore)
+{
+    for (std::string const command : {"listen echo-1.0", "monitor other-1.0"}) {
+        listen("other-1.0");
+        PeerProcess shell(
+            {"/bin/bash", "-c", "set -o pipefail; " TEVOROTALK " " + command + " | head -n 1"});
+        shell.errorLine();
+        std::string const target = command.substr(command.find(' ') + 1);
+        for (int i = 0; i < 5; ++i)
+            run({"send", target, "hello"});
+        EXPECT_EQ(shell.finish(), 4) << command;
+    }
 }
 
 } // namespace

@@ -66,9 +66,16 @@ bool isLocalPortFree(std::string_view name)
 
 std::vector<HeldPort> heldLocalPorts()
 {
-    std::vector<HeldPort> ports;
     std::error_code error;
+    return heldLocalPorts(error);
+}
+
+std::vector<HeldPort> heldLocalPorts(std::error_code& error)
+{
+    std::vector<HeldPort> ports;
     auto const folder = LocalPortFolder::open(error);
+    if (error == std::errc::no_such_file_or_directory)
+        error.clear();
     if (!folder)
         return ports;
     namespace fs = std::filesystem;

@@ -148,7 +148,16 @@ TEST_F(LocalPortTrustTest, DoesNotCallANameFreeThatNobodyCanHold)
     std::filesystem::create_directory_symlink(folder.path(), ports());
     EXPECT_FALSE(Pt::isLocalPortFree("p"));
     EXPECT_FALSE(LocalPort::hold("p"));
-    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::error_code error;
+    EXPECT_THAT(Pt::heldLocalPorts(error), IsEmpty());
+    EXPECT_TRUE(error);
+}
+
+TEST_F(LocalPortTrustTest, ListsNothingOfAMissingFolderWithoutAnError)
+{
+    std::error_code error;
+    EXPECT_THAT(Pt::heldLocalPorts(error), IsEmpty());
+    EXPECT_FALSE(error);
 }
 
 // A process whose rights reach the folder, but which is another user's all the same.
