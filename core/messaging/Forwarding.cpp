@@ -111,7 +111,7 @@ bool TevoroTalkUtils::forwardMessage(
     if (!label.isEmpty())
         copy.body << path << "/msg" << message.serialNumber << ";1;msg["
                   << getTimeString(&message.timestamp) << "];" << label << ";\n";
-    return subscriber->handleMessage(TevoroTalk::MsgHandler::kOther, copy, nullptr) == 0;
+    return callHandler(*subscriber, TevoroTalk::MsgHandler::kOther, copy, nullptr) == 0;
 }
 
 void TevoroTalkUtils::logMessage(char const* reason, Message const& message, bool withBody)

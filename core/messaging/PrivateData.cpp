@@ -27,6 +27,18 @@ bool hasForwardHandlers()
     return gForwardHandlers != 0;
 }
 
+long callHandler(MsgHandler& handler, int reason, TevoroTalk::Message& message, SoString* result)
+{
+    constexpr long kException = -29;
+    try {
+        return handler.handleMessage(reason, message, result);
+    } catch (...) {
+        if (result != nullptr)
+            *result = "Exception";
+        return kException;
+    }
+}
+
 PrivateData::PrivateData(TevoroTalk::Specifier const& specifier)
 {
     try {

@@ -19,6 +19,10 @@ namespace ScObjects::TevoroTalkData {
 // Whether an instance of this process has a handler for copies of messages. Every message asks.
 bool hasForwardHandlers();
 
+// Calls a handler. Its return; for an exception -29, and `result`, which may be null, says so.
+long callHandler(
+    TevoroTalk::MsgHandler& handler, int reason, TevoroTalk::Message& message, SoString* result);
+
 class PrivateData final : public SoLockable {
 public:
     explicit PrivateData(TevoroTalk::Specifier const& specifier);

@@ -22,7 +22,6 @@ constexpr long kRejected = 53;
 
 // Of one pump, at a port whose texts are large, or hold nothing for anybody.
 constexpr int kMostLooks = 64;
-constexpr long kException = -29;
 
 bool isValid(std::uint32_t number)
 {
@@ -64,24 +63,6 @@ void turnAnswerIntoScript(Message& message)
     else
         return;
     message.type = kQuillscriber;
-}
-
-// What a handler's return, or its exception, means.
-struct Outcome {
-    long code = 0;
-    SoString text;
-};
-
-Outcome callHandler(MsgHandler& handler, int reason, Message& message)
-{
-    Outcome outcome;
-    try {
-        outcome.code = handler.handleMessage(reason, message, &outcome.text);
-    } catch (...) {
-        outcome.code = kException;
-        outcome.text = "Exception";
-    }
-    return outcome;
 }
 
 } // namespace
@@ -217,14 +198,15 @@ void TevoroTalk::handleCopy(Message const& message, Message& copy)
     turnAnswerIntoScript(copy);
     SoString const handlerType = handler->getMsgType();
     std::uint32_t const handlerNumber = handler->getSerialNumber();
-    Outcome const outcome = callHandler(*handler, getReason(message), copy);
+    SoString text;
+    long const code = callHandler(*handler, getReason(message), copy, &text);
     // A handler for one message does not outlive it.
     if (isValid(message.serialNumber) && message.serialNumber == handlerNumber)
         delete removeHandler(handlerType, handlerNumber);
-    if (outcome.code == 0)
-        sendResult(copy, outcome.text);
+    if (code == 0)
+        sendResult(copy, text);
     else if (std::strstr(copy.responseRequest, QK_ERROR) != nullptr)
-        sendError(copy, outcome.text, outcome.code, 0);
+        sendError(copy, text, code, 0);
 }
 
 void TevoroTalk::finishMessage(Message const& message)

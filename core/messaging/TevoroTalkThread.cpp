@@ -208,7 +208,9 @@ void TevoroTalkThread::answerPing(TevoroTalk::Message& message)
         return;
     TevoroTalk::MsgHandler* const handler = findHandler(QK_MAIN);
     SoString reply;
-    if (handler != nullptr && handler->handleMessage(1, message, &reply) == 0 && !reply.isEmpty())
+    if (handler != nullptr
+        && callHandler(*handler, TevoroTalk::MsgHandler::kRequest, message, &reply) == 0
+        && !reply.isEmpty())
         sendResponse(message, reply);
 }
 
@@ -241,7 +243,7 @@ void TevoroTalkThread::beIdle()
         return;
     TevoroTalk::Message message;
     message.type = kIdleType;
-    handler->handleMessage(TevoroTalk::MsgHandler::kIdle, message, nullptr);
+    callHandler(*handler, TevoroTalk::MsgHandler::kIdle, message, nullptr);
 }
 
 TevoroTalkThread::PingData* TevoroTalkThread::find(std::string_view key) const

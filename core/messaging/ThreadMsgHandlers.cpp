@@ -86,13 +86,13 @@ ThreadMainMsgHandler::ThreadMainMsgHandler(
 {
 }
 
-long ThreadMainMsgHandler::handleMessage(int reason, Message& message, SoString* result)
+long ThreadMainMsgHandler::handleMessage(int, Message& message, SoString* result)
 {
     if (message.type != pingType)
         return 0;
     SoString const request = message.getUserHeaderValue(echoRequestHeader);
     if (!request.isEmpty())
-        return answerRequest(request, reason, message, result);
+        return answerRequest(request, message, result);
     // An answer that came back on this port.
     SoString const response = message.getUserHeaderValue(echoResponseHeader);
     MsgHandler* const handler = response.isEmpty() ? nullptr : thread->findHandler(response);
@@ -101,7 +101,7 @@ long ThreadMainMsgHandler::handleMessage(int reason, Message& message, SoString*
 }
 
 long ThreadMainMsgHandler::answerRequest(
-    SoString const& request, int reason, Message& message, SoString* result)
+    SoString const& request, Message& message, SoString* result)
 {
     SoString reply;
     std::size_t const mark = request.view().find('=');
@@ -112,7 +112,7 @@ long ThreadMainMsgHandler::answerRequest(
         MsgHandler* const handler = thread->findHandler(request);
         // This handler itself has no answer of its own.
         if (handler != nullptr && handler != this)
-            return handler->handleMessage(reason, message, result);
+            return handler->handleMessage(kRequest, message, result);
         if (handler == nullptr)
             reply = thread->getValueForKey(request);
         if (reply.isEmpty())

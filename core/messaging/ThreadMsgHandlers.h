@@ -34,8 +34,7 @@ public:
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
 
 private:
-    long answerRequest(
-        SoString const& request, int reason, TevoroTalk::Message& message, SoString* result);
+    long answerRequest(SoString const& request, TevoroTalk::Message& message, SoString* result);
     SoString writeKey(SoString const& key, SoString const& value);
     void subscribe(SoString const& key, SoString const& subscriber) const;
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -36,11 +37,14 @@ public:
         EXPECT_EQ(result, nullptr);
         m_copies.push_back(
             bytes(message.getUserHeaderValue("MsgRoot")) + "|" + bytes(message.body));
+        if (throws)
+            throw std::runtime_error("a subscriber that throws");
         return code;
     }
     char const* getMsgType() const override { return m_type; }
 
     long code = 0;
+    bool throws = false;
 
 private:
     char const* m_type;
@@ -135,6 +139,14 @@ TEST_F(ForwardingTest, SaysWhatTheSubscriberSays)
     EXPECT_FALSE(forward(*message));
     EXPECT_EQ(copies.size(), 1U);
     EXPECT_FALSE(TevoroTalkUtils::forwardMessage(*message, "FWDLOGS", "/root", ""));
+}
+
+TEST_F(ForwardingTest, TakesASubscriberThatThrowsForOneThatFails)
+{
+    start();
+    subscribeHere("FWDMESSAGES").throws = true;
+    EXPECT_FALSE(forward(*request("somebody-1.0")));
+    EXPECT_EQ(copies.size(), 1U);
 }
 
 TEST_F(ForwardingTest, ForwardsNothingWithoutTheBusOrItsMainInstance)

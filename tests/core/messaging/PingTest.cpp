@@ -2,6 +2,7 @@
 #include "messaging/TevoroTalkPing.h"
 #include "platform/common/LocalPort.h"
 
+#include <algorithm>
 #include <chrono>
 #include <list>
 #include <memory>
@@ -203,6 +204,25 @@ TEST_F(PingTest, HandsAnAnswerToTheHandlerOfItsWord)
     EXPECT_TRUE(waitUntil([&] { return answers.size() == 1; }));
     EXPECT_EQ(answers.at(0).reason, TevoroTalk::MsgHandler::kResult);
     TevoroTalk::Thread::setPingValue("COLOUR", "");
+}
+
+TEST_F(PingTest, IsAnsweredAfterHandlersThatThrew)
+{
+    ASSERT_TRUE(waitUntil([] { return !thread().getSpecifier().isEmpty(); }));
+    Inbox questions;
+    for (char const* key : {"COLOUR", "Idle"}) {
+        auto* const thrower = new InboxHandler(questions);
+        thrower->throws = true;
+        ASSERT_TRUE(TevoroTalk::Thread::setPingHandler(key, thrower));
+    }
+    EXPECT_EQ(ask("asker-1.0", "COLOUR", 1), "Timeout");
+    EXPECT_TRUE(waitUntil([&] {
+        std::vector<int> const reasons = questions.reasons();
+        return std::count(reasons.begin(), reasons.end(), TevoroTalk::MsgHandler::kIdle) > 1;
+    }));
+    EXPECT_EQ(ask("asker-1.0", ""), kEcho);
+    TevoroTalk::Thread::setPingValue("COLOUR", "");
+    TevoroTalk::Thread::setPingValue("Idle", "");
 }
 
 TEST_F(PingTest, SeesAValueUntilItsTimeIsOver)

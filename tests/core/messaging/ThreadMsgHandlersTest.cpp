@@ -221,6 +221,18 @@ TEST_F(ThreadMsgHandlersTest, AnswersByTheHandlerOfAKey)
     thread().setKeyValuePair("COLOUR", "");
 }
 
+TEST_F(ThreadMsgHandlersTest, GivesAQuestionAsARequestWhateverItWasGivenAs)
+{
+    start();
+    Inbox questions;
+    thread().setHandler("COLOUR", new InboxHandler(questions));
+    SoString result;
+    thread().findHandler("MAIN")->handleMessage(
+        TevoroTalk::MsgHandler::kOther, *pingMessage("COLOUR"), &result);
+    EXPECT_THAT(questions.words(), ElementsAre("1 ping"));
+    thread().setKeyValuePair("COLOUR", "");
+}
+
 TEST_F(ThreadMsgHandlersTest, ForgetsTheParametersOfWhomWasLaunched)
 {
     start();
