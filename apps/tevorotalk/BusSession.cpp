@@ -135,10 +135,10 @@ ExitCode exitCodeForAnswer(const SoString& answer)
     return ExitCode::kDone;
 }
 
-bool isThreadPortFree(const std::string& target)
+bool isPortFree(const std::string& target, const char* suffix)
 {
     TevoroTalk::Specifier name(target.c_str(), true);
-    name.setSuffix("thread");
+    name.setSuffix(suffix);
     return Pt::isLocalPortFree(std::string(kPortPrefix) + std::string(name.view()));
 }
 

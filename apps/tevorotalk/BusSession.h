@@ -60,8 +60,8 @@ private:
 // How a command ends after that answer of a ping, or that word that says why there is none.
 commandline::ExitCode exitCodeForAnswer(const ScObjects::SoString& answer);
 
-// Whether nobody answers questions under that name.
-bool isThreadPortFree(const std::string& target);
+// Whether nobody holds the port of that suffix of the target; its own port for none.
+bool isPortFree(const std::string& target, const char* suffix);
 
 // What stands before every name of the bus in the name of its port.
 extern const std::string_view kPortPrefix;

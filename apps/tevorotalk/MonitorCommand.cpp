@@ -120,7 +120,7 @@ ExitCode runMonitor(const CommandLine& line)
             return ExitCode::kPlaceUnusable;
         if (!hasPassed(lookAgain))
             continue;
-        if (isThreadPortFree(line.target))
+        if (isPortFree(line.target, "thread"))
             throw CommandError(ExitCode::kPartly, "'" + line.target + "' has ended");
         lookAgain = std::chrono::steady_clock::now() + kLookAgain;
     }

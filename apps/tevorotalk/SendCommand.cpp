@@ -134,7 +134,9 @@ void awaitAnswers(
 // Why a message did not go out.
 CommandError undeliverable(const CommandLine& line, const TevoroTalk::Message& message)
 {
-    if (TevoroTalk::Specifier(message.target, false).isRunning())
+    // Who holds the name is not asked: if it is silent, that takes long.
+    if (!isPortFree(message.target.get(), "")
+        || TevoroTalk::Specifier(message.target, false).isRunning())
         return {ExitCode::kPartly, "'" + line.target + "' runs and does not take messages"};
     return {ExitCode::kNotThere,
         "'" + line.target + "' does not run"

@@ -1,8 +1,12 @@
 #include "apps/tevorotalk/BusFixture.h"
+#include "core/messaging/support/RawPort.h"
+#include "platform/common/LocalPort.h"
 
 #include <chrono>
 #include <fstream>
+#include <memory>
 #include <thread>
+#include <vector>
 
 namespace test {
 namespace {
@@ -83,6 +87,27 @@ TEST_F(SendCommandTest, EndsWithOneWhenNoAnswerCame)
     CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "1"});
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("no answer"));
+}
+
+// A peer that never accepts, with all of its places taken.
+TEST_F(SendCommandTest, SaysThatAHolderTakesNoMessages)
+{
+    std::string const name = R"(\\.\port\Ned_and_Olaf_silent-1.0)";
+    auto port = Pt::LocalPort::hold(name);
+    std::string stem;
+    for (auto const& entry : std::filesystem::directory_iterator(folder.path("ports")))
+        stem = entry.path().stem();
+    port.reset();
+    RawPort const silent(folder.path("ports"), stem, name);
+    std::vector<std::unique_ptr<Pt::LocalPortSender>> places;
+    do
+        places.push_back(std::make_unique<Pt::LocalPortSender>());
+    while (places.back()->send(name, "text", std::chrono::milliseconds(0)));
+    auto const start = std::chrono::steady_clock::now();
+    CommandResult const result = run({"send", "silent-1.0", "text"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("'silent-1.0' runs and does not take messages"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(18));
 }
 
 TEST_F(SendCommandTest, ReadsTheBodyFromStandardInput)
