@@ -231,9 +231,12 @@ void TevoroTalkThread::removeExpiredPingData()
 {
     ObjectLock const lock(*this);
     std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
-    for (long i = m_pingData.length() - 1; i >= 0; --i)
-        if (m_pingData[i]->expires != 0 && now >= m_pingData[i]->expires)
-            delete m_pingData.removeAt(i);
+    for (long i = m_pingData.length() - 1; i >= 0; --i) {
+        if (m_pingData[i]->expires == 0 || now < m_pingData[i]->expires)
+            continue;
+        std::unique_ptr<PingData> const expired(m_pingData.removeAt(i));
+        expired->handler = nullptr; // its maker's again
+    }
 }
 
 void TevoroTalkThread::beIdle()

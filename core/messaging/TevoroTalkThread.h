@@ -76,7 +76,8 @@ public:
     void setStatus(char const* value);
     // Takes ownership if it answers true. A missing key is made, with its own text as value.
     bool setHandler(SoString const& key, TevoroTalk::MsgHandler* handler);
-    // The key goes that many seconds from now; 0 for never. False when the key is missing.
+    // The key goes that many seconds from now, and its handler is the caller's again; 0 for never.
+    // False when the key is missing.
     bool setTimeout(SoString const& key, std::int32_t seconds);
     bool isIdle() const;
 

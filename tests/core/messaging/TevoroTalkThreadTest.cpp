@@ -281,18 +281,20 @@ TEST_F(TevoroTalkThreadTest, LetsOthersWriteTheForwardingKeysOnly)
         EXPECT_TRUE(isPingReadOnly(key)) << key;
 }
 
-TEST_F(TevoroTalkThreadTest, DropsAKeyWithItsHandlerWhenItsTimeIsOver)
+TEST_F(TevoroTalkThreadTest, DropsAKeyAndNotItsHandlerWhenItsTimeIsOver)
 {
     start();
     TevoroTalkThread& running = *TevoroTalkThread::getMainThread();
-    running.setHandler("COLOUR", new InboxHandler(inbox));
+    auto const handler = std::make_unique<InboxHandler>(inbox);
+    running.setHandler("COLOUR", handler.get());
     running.setKeyValuePair("SIZE", "1");
     running.setTimeout("COLOUR", 5);
     running.setTimeout("SIZE", 6);
     int const before = inbox.handlers;
     MovedClock::advance(5000);
     EXPECT_TRUE(waitUntil([&] { return running.locateKey("COLOUR") == -1; }));
-    EXPECT_EQ(inbox.handlers, before - 1);
+    EXPECT_EQ(running.findHandler("COLOUR"), nullptr);
+    EXPECT_EQ(inbox.handlers, before);
     EXPECT_EQ(bytes(running.getValueForKey("SIZE")), "1");
 }
 
