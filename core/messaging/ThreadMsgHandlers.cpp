@@ -17,6 +17,10 @@ using Words = TevoroTalkThread;
 
 namespace {
 
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr std::chrono::minutes kSilence{1};
+
 // One line of the tree for a node with children.
 void appendNode(SoString& out, SoString const& path, SoString const& label, SoString const& value)
 {
@@ -227,7 +231,7 @@ ThreadForwardMsgHandler::ThreadForwardMsgHandler(
 long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
 {
     TevoroTalk const* const instance = context != nullptr ? context->getMainInstance() : nullptr;
-    if (instance == nullptr || target.isEmpty()
+    if (instance == nullptr || target.isEmpty() || SteadyClock::now() < m_silentUntil
         || !TevoroTalk::Specifier(target, false).isRunning())
         return 0;
     message.target = target;
@@ -235,7 +239,8 @@ long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
     message.type = kDebug;
     message.timeout = 0;
     message.setHeader(kCommand, key);
-    instance->send(message, false, 0, nullptr);
+    if (!instance->send(message, false, 0, nullptr))
+        m_silentUntil = SteadyClock::now() + kSilence;
     return 0;
 }
 

@@ -8,6 +8,8 @@
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 
+#include <chrono>
+
 namespace ScObjects {
 
 class TevoroTalkThread;
@@ -69,7 +71,9 @@ public:
     char const* getMsgType() const override;
 };
 
-// Hangs on the main instance, and sends to a subscriber what is forwarded under its key.
+// Hangs on the main instance, and sends to a subscriber what is forwarded under its key. One that
+// takes nothing holds its sender up for as long as a send may take, and then gets nothing for a
+// minute.
 class ThreadForwardMsgHandler final : public ThreadMsgHandler {
 public:
     ThreadForwardMsgHandler(
@@ -81,6 +85,7 @@ public:
 private:
     SoString target;
     SoString key;
+    std::chrono::steady_clock::time_point m_silentUntil; // calls come one after another
 };
 
 } // namespace ScObjects
