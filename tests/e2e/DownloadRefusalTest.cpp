@@ -3,8 +3,10 @@
 
 #include "e2e/MfxRun.h"
 
+#include <cstdlib>
 #include <fstream>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace e2e {
@@ -32,6 +34,7 @@ TEST_F(DownloadRefusalTest, WrongUsageEndsWithTwo)
              {"download"},
              {"download", card()},
              {"download", card(), "--to"},
+             {"download", card(), "--to", target(), "--backup", "", "--delete-originals", "--yes"},
              {"download", card(), "--to", target(), "--dng-preview", "huge"},
              {"download", card(), "--to", target(), "--frobnicate"},
              {"list"}})
@@ -131,6 +134,26 @@ TEST_F(DownloadRefusalTest, PreferencesNoneStartsFromNothing)
 {
     ASSERT_EQ(downloadWithBackup({"--remember"}).code, 0);
     EXPECT_EQ(download({"--preferences", "none"}).summary()["backups"], 0);
+}
+
+TEST_F(DownloadRefusalTest, ChoicesThatCouldNotBeRememberedEndWithOne)
+{
+    std::ofstream(root() / "file") << "no folder";
+    const RunResult result = download({"--preferences", root() / "file", "--remember"});
+    EXPECT_EQ(result.code, 1) << result.err;
+    EXPECT_EQ(contentOf(target() / "A.JPG"), "photo");
+    EXPECT_EQ(contentOf(root() / "file"), "no folder");
+}
+
+TEST_F(DownloadRefusalTest, OutputThatCannotBeWrittenEndsWithFour)
+{
+    for (const char* words : {" --json", ""}) {
+        const std::string list = MFX_PROGRAM " list '" + card().string() + "'" + words;
+        ASSERT_EQ(std::system((list + " > '" + root().string() + "/list'").c_str()), 0);
+        const int status = std::system((list + " >&-").c_str());
+        ASSERT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 4) << words;
+    }
 }
 
 TEST_F(DownloadRefusalTest, AStoreOfItsOwnRemembersTheSequence)

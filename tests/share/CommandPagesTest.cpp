@@ -55,10 +55,10 @@ std::string manualPage()
     return page;
 }
 
-std::string completion(std::string const& words, std::size_t place)
+std::string completion(std::string const& words, std::size_t place, std::string const& before = "")
 {
-    return outputOf("bash -c 'source \"" TEVORO_SOURCE_DIR
-                    "/share/bash-completion/completions/mfx\"; COMP_WORDS=("
+    return outputOf("bash -c '" + before
+        + "source \"" TEVORO_SOURCE_DIR "/share/bash-completion/completions/mfx\"; COMP_WORDS=("
         + words + "); COMP_CWORD=" + std::to_string(place)
         + "; _mfx; printf \"%s\\n\" \"${COMPREPLY[@]}\"'");
 }
@@ -93,9 +93,17 @@ TEST(CommandPagesTest, TheCompletionOffersFoldersWithSpacesWhole)
     EXPECT_EQ(completion("mfx download CARD --to " + start, 4), folder.path("my card") + "\n");
 }
 
+TEST(CommandPagesTest, TheCompletionOffersCardsWhoseNamesWereBegunWithQuotes)
+{
+    const std::string cards = "mfx() { printf \"MY CARD\\t/media/card\\n\"; }; ";
+    for (const char* const begun : {"MY", R"("MY\\ C")", R"("\"MY C")"})
+        EXPECT_EQ(completion(std::string("mfx list ") + begun, 2, cards), "MY CARD\n") << begun;
+}
+
 TEST(CommandPagesTest, TheCompletionOffersTheSizesOfAPreview)
 {
     EXPECT_EQ(completion("mfx download CARD --dng-preview \"\"", 4), "none\nmedium\nfull\n");
+    EXPECT_EQ(completion("mfx download CARD --dng-preview = m", 5), "medium\n");
 }
 
 } // namespace

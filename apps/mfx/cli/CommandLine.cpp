@@ -4,6 +4,8 @@
 #include "mfx/cli/UsageText.h"
 #include "mfx/texts/Texts.h"
 
+#include <algorithm>
+
 #include <CLI/CLI.hpp>
 
 namespace mfx {
@@ -56,11 +58,21 @@ void addList(CLI::App& app, CommandLine& line)
     list->callback([&line] { line.command = Command::kList; });
 }
 
+// An empty folder is a variable of a script that is not set. Taken for none, it would cost the
+// second copy that was asked for. In the parser's own words for a value that is missing.
+CLI::Option* requireFolder(CLI::Option* option, const std::string& typeName)
+{
+    const std::string missing = "1 required " + typeName + " missing";
+    return option->type_name(typeName)->check(
+        [missing](const std::string& value) { return value.empty() ? missing : std::string(); });
+}
+
 void addNaming(CLI::App& download, CommandLine& line)
 {
-    download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into"))
-        ->required()
-        ->type_name("DIR");
+    requireFolder(
+        download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into")),
+        "DIR")
+        ->required();
     download
         .add_option("-s,--subfolders",
             line.subfolders,
@@ -106,11 +118,11 @@ void addEnding(CLI::App& download, CommandLine& line)
         text("$$$/Mfx/Help/DeleteOriginals=Offer to delete what is proven to be saved"));
     download.add_flag("-y,--yes", line.yes, text("$$$/Mfx/Help/Yes=Answer that question with yes"));
     download.add_flag("-o,--open", line.open, text("$$$/Mfx/Help/Open=Show the result in tevoro"));
-    download
-        .add_option("--preferences",
+    requireFolder(
+        download.add_option("--preferences",
             line.preferences,
-            text("$$$/Mfx/Help/Preferences=Preferences to start from; the user's by default"))
-        ->type_name("DIR|none");
+            text("$$$/Mfx/Help/Preferences=Preferences to start from; the user's by default")),
+        "DIR|none");
     download.add_flag(
         "--remember", line.remember, text("$$$/Mfx/Help/Remember=Keep this run's choices there"));
 }
@@ -121,10 +133,10 @@ void addDownload(CLI::App& app, CommandLine& line)
         addCommand(app, "download", text("$$$/Mfx/Help/Download=Save the media into a folder"));
     addSource(*download, line);
     addNaming(*download, line);
-    download
-        ->add_option(
-            "-b,--backup", line.backup, text("$$$/Mfx/Help/Backup=Second copy of every saved item"))
-        ->type_name("DIR");
+    requireFolder(download->add_option("-b,--backup",
+                      line.backup,
+                      text("$$$/Mfx/Help/Backup=Second copy of every saved item")),
+        "DIR");
     addDNG(*download, line);
     addEnding(*download, line);
     download->add_flag("-n,--dry-run",
@@ -164,6 +176,24 @@ void addCommands(CLI::App& app, CommandLine& line)
     addDownload(app, line);
 }
 
+// The parser would take the next word for the value that is missing in "--to=". Its own order: the
+// last word first.
+std::vector<std::string> wordsOf(int argc, char** argv)
+{
+    std::vector<std::string> words;
+    bool mayBeOption = true;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        mayBeOption = mayBeOption && word != "--";
+        if (mayBeOption && word.starts_with("--") && word.find('=') == word.size() - 1)
+            words.insert(words.end(), {word.substr(0, word.size() - 1), std::string()});
+        else
+            words.push_back(word);
+    }
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
 } // namespace
 
 std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
@@ -174,7 +204,7 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
         "mfx");
     addCommands(app, line);
     try {
-        app.parse(argc, argv);
+        app.parse(wordsOf(argc, argv));
     } catch (const CLI::ParseError& error) {
         code = app.exit(error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
         return std::nullopt;

@@ -142,9 +142,10 @@ public:
         const QApplication application(argc, argv);
         std::setlocale(LC_NUMERIC, "C"); // sizes are written with points
         const DownloadSummary summary = downloadWithSink();
-        if (m_line.remember && !m_line.dryRun)
-            rememberChoices(session, summary);
-        return exitCode(summary);
+        const bool isRemembered =
+            !m_line.remember || m_line.dryRun || rememberChoices(session, summary);
+        const ExitCode code = exitCode(summary);
+        return code == ExitCode::kDone && !isRemembered ? ExitCode::kPartly : code;
     }
 
 private:
@@ -196,14 +197,16 @@ private:
                         sizeText(shortage->available)}));
     }
 
-    void rememberChoices(SessionPreferences& session, const DownloadSummary& summary)
+    bool rememberChoices(SessionPreferences& session, const DownloadSummary& summary)
     {
         const std::uint64_t next = m_request.rules.rename && m_request.rules.rename->usesSequence()
             ? summary.nextSequence
             : m_request.firstSequence;
-        if (!session.remember(m_request.target, next))
+        const bool isRemembered = session.remember(m_request.target, next);
+        if (!isRemembered)
             m_events->message(
                 "", text("$$$/Mfx/Download/NotRemembered=the choices could not be remembered"));
+        return isRemembered;
     }
 
     static ExitCode exitCode(const DownloadSummary& summary)

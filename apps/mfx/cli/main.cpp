@@ -52,7 +52,8 @@ int main(int argc, char** argv)
     Pt::noteInterrupts();
     auto code = runReporting(argc, argv);
     // Whoever reads the output must learn that it could not be written.
-    if (std::fflush(stdout) != 0 && code == mfx::ExitCode::kDone)
+    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (!isWritten && code == mfx::ExitCode::kDone)
         code = mfx::ExitCode::kPlaceUnusable;
     return static_cast<int>(code);
 }

@@ -9,6 +9,7 @@
 #include "mfx/engine/Verdict.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
+#include "platform/common/FolderLock.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -86,6 +87,7 @@ DownloadSummary Download::run()
     m_summary.nextSequence = m_request.firstSequence + m_lastSaved;
     if (!m_request.dryRun)
         closeDownload();
+    m_summary.interrupted = m_summary.interrupted || m_request.wasInterrupted();
     giveVerdict(m_summary);
     m_events.summary(m_summary);
     return m_summary;
@@ -155,11 +157,16 @@ void Download::finishGroup(GroupWork& work)
 }
 
 // Hands each member to the sink from where it lies now: staged, or in its final place already.
+// Programs with one backup folder take turns: the sink chooses a free name before it copies, and
+// two that choose the same would cost one of them its backup. Where nothing can be locked, there
+// are no turns.
 void Download::backUp(GroupWork& work, std::vector<ItemEvent>& events)
 {
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const MemberWork& member = work.members[i];
         std::string error;
+        std::error_code noTurns;
+        const auto turn = Pt::FolderLock::waitAlone(*m_request.backupFolder, noTurns);
         bool isBackedUp = hasBackup(work, member);
         if (!isBackedUp) {
             const std::string& folder = member.stoodThere ? work.folder->path : work.itemFolder;

@@ -33,7 +33,7 @@ void Download::closeDownload()
         m_summary.proven = 0;
     }
     m_sink.savePreferences();
-    if (m_summary.interrupted)
+    if (m_summary.interrupted || m_request.wasInterrupted())
         return;
     // With nothing to delete, the sink still shows what was saved; its question is answered no.
     std::vector<std::uint32_t> deletable;
@@ -49,9 +49,11 @@ void Download::closeDownload()
     const bool deletes = m_request.deletesOriginals && !deletable.empty();
     const std::vector<std::uint32_t>& listed = deletes ? deletable : saved;
     m_sink.allowQuestions(deletes);
-    m_sink.finish(m_request.sourceName,
+    m_sink.finish(
+        m_request.sourceName,
         {listed.size(), [this, &listed](std::size_t i) { return finishedItem(listed[i]); }},
-        [this](long key) { return deleteOriginal(static_cast<std::uint32_t>(key - 1)); });
+        [this](long key) { return deleteOriginal(static_cast<std::uint32_t>(key - 1)); },
+        m_request.wasInterrupted);
 }
 
 SinkItem Download::finishedItem(std::uint32_t item) const

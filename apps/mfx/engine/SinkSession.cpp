@@ -87,7 +87,7 @@ private:
     std::set<std::string> m_shown;
 };
 
-// Deletion goes fast and is told of at its end.
+// Deletion goes fast and is told of at its end. An interrupt stops it after the item in hand.
 class SinkSession::Progress final : public HostObject<IProgressHandler> {
 public:
     explicit Progress(DownloadEvents& events)
@@ -95,11 +95,23 @@ public:
     {
     }
 
-    FxStatus BeginProgress(long, bool*, unsigned short const*, unsigned short const*) override
+    void stopWhen(std::function<bool()> wasInterrupted)
     {
+        m_wasInterrupted = std::move(wasInterrupted);
+    }
+
+    FxStatus BeginProgress(
+        long, bool* cancelled, unsigned short const*, unsigned short const*) override
+    {
+        m_cancelled = cancelled;
         return kFxOk;
     }
-    FxStatus StepProgress() override { return kFxOk; }
+    FxStatus StepProgress() override
+    {
+        if (m_cancelled && m_wasInterrupted && m_wasInterrupted())
+            *m_cancelled = true;
+        return kFxOk;
+    }
     FxStatus FinishProgress(unsigned short const* title, unsigned short const* text, bool) override
     {
         m_events.message(Pt::toUtf8(title), Pt::toUtf8(text));
@@ -108,6 +120,8 @@ public:
 
 private:
     DownloadEvents& m_events;
+    std::function<bool()> m_wasInterrupted;
+    bool* m_cancelled = nullptr; // the sink's; good while it deletes
 };
 
 SinkSession::SinkSession(const std::string& modulePath, DownloadEvents& events)
@@ -210,10 +224,12 @@ void SinkSession::allowQuestions(bool allowed)
 
 void SinkSession::finish(const std::string& source,
     const SinkItems& items,
-    const std::function<DeletionOutcome(long key)>& deleteOriginal)
+    const std::function<DeletionOutcome(long key)>& deleteOriginal,
+    const std::function<bool()>& wasInterrupted)
 {
     SinkItemList list(source, items);
     unsigned long count = items.count;
+    m_progress->stopWhen(wasInterrupted);
     g_context.deleteOriginal = &deleteOriginal;
     m_sink->PushAllMediaItems(list, *m_messages, count, nullptr, deleteOne);
     g_context.deleteOriginal = nullptr;

@@ -65,10 +65,11 @@ public:
     void allowQuestions(bool allowed);
 
     // Closes the download. `source` names the device; the originals of the items are deleted by
-    // `deleteOriginal` if the user says so.
+    // `deleteOriginal` if the user says so, until `wasInterrupted` says that it is enough.
     void finish(const std::string& source,
         const SinkItems& items,
-        const std::function<DeletionOutcome(long key)>& deleteOriginal);
+        const std::function<DeletionOutcome(long key)>& deleteOriginal,
+        const std::function<bool()>& wasInterrupted);
 
 private:
     class Messages;

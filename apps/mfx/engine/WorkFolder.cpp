@@ -1,5 +1,6 @@
 #include "mfx/engine/WorkFolder.h"
 
+#include "mfx/engine/MediaItem.h"
 #include "mfx/engine/TargetName.h"
 #include "platform/common/FilePlacement.h"
 #include "platform/common/FileStatus.h"
@@ -28,20 +29,21 @@ bool isOwnLeftover(const std::string& name, Pt::FileStatus::Kind kind)
         && isNumber(name.substr(0, dash)) && isNumber(name.substr(dash + 1));
 }
 
-// A file that a conversion set aside goes back under its name, or under a numbered form of it.
-std::error_code putBack(const fs::path& from, const fs::path& folder)
+// A file that a conversion set aside goes back under its name, or under a numbered form of it,
+// which is returned.
+std::string putBack(const fs::path& from, const fs::path& folder, std::error_code& error)
 {
     constexpr std::uint64_t kForms = 10000;
     const std::string stem = from.stem().string();
     const std::string extension = from.extension().string();
-    std::error_code error;
+    std::string name;
     for (std::uint64_t number = 0; number < kForms; ++number) {
-        const fs::path to = folder / (numberedStem(stem, number) + extension);
-        error = Pt::moveWithoutReplacing(from.string(), to.string());
+        name = numberedStem(stem, number) + extension;
+        error = Pt::moveWithoutReplacing(from.string(), (folder / name).string());
         if (error != std::errc::file_exists)
             break;
     }
-    return error;
+    return name;
 }
 
 bool isFile(const fs::path& path)
@@ -51,14 +53,23 @@ bool isFile(const fs::path& path)
     return status && status->kind == Pt::FileStatus::Kind::Regular;
 }
 
-// A DNG beside the raw file that it was to replace: the raw file is whole, the DNG may not be.
-bool isUnfinishedConversion(const fs::path& path, const std::vector<fs::path>& files)
+// A DNG beside the raw file that it was to replace, or one whose raw file is back in its place,
+// since the conversion failed: the raw file is whole, the DNG may not be.
+bool isUnfinishedConversion(
+    const fs::path& path, const std::vector<fs::path>& files, const std::vector<fs::path>& standing)
 {
     if (path.extension() != ".dng")
         return false;
-    return std::any_of(files.begin(), files.end(), [&path](const fs::path& other) {
+    const auto isSetAside = [&path](const fs::path& other) {
         return other.stem() == path.stem() && other != path && other.extension() != ".xmp";
-    });
+    };
+    const auto isBack = [&path](const fs::path& other) {
+        const std::string extension = other.extension().string();
+        return other.stem() == path.stem() && extension != ".dng" && !extension.empty()
+            && mediaKind(extension.substr(1)) == MediaKind::Raw && isFile(other);
+    };
+    return std::any_of(files.begin(), files.end(), isSetAside)
+        || std::any_of(standing.begin(), standing.end(), isBack);
 }
 
 // Somebody removes the empty folder while we make it: it is gone, or stood there when we made it
@@ -100,6 +111,8 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
         return restored;
     std::vector<fs::path> files;
     std::copy_if(entries.begin(), entries.end(), std::back_inserter(files), isFile);
+    const std::vector<fs::path> standing =
+        entries.empty() ? std::vector<fs::path>() : entriesOf(m_finalFolder);
     for (const fs::path& entry : entries) {
         std::error_code step;
         const std::string name = entry.filename().string();
@@ -110,10 +123,10 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
             fs::remove_all(entry, step);
         else if (status->kind != Pt::FileStatus::Kind::Regular)
             continue; // none of ours
-        else if (isUnfinishedConversion(entry, files))
+        else if (isUnfinishedConversion(entry, files, standing))
             fs::remove(entry, step);
-        else if (!(step = putBack(entry, m_finalFolder)))
-            restored.push_back(name);
+        else if (const std::string back = putBack(entry, m_finalFolder, step); !step)
+            restored.push_back(back);
         if (step)
             error = step;
     }

@@ -26,8 +26,8 @@ public:
     WorkFolder(const WorkFolder&) = delete;
     WorkFolder& operator=(const WorkFolder&) = delete;
 
-    // Removes what a crash left, unless another process is at work here. Returns the names of the
-    // raw files that were put back; an error stands for something that could be neither put back
+    // Removes what a crash left, unless another process is at work here. Returns the names under
+    // which raw files were put back; an error stands for something that could be neither put back
     // nor removed, which then is still there.
     std::vector<std::string> recover(std::error_code& error);
 

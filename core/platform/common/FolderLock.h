@@ -15,6 +15,9 @@ public:
     // Waits while another has the folder alone. Nothing when the folder cannot be opened.
     static std::optional<FolderLock> share(const std::string& folder, std::error_code& error);
 
+    // Waits while others have it. Nothing when the folder cannot be opened.
+    static std::optional<FolderLock> waitAlone(const std::string& folder, std::error_code& error);
+
     // Does not wait: nothing, with std::errc::resource_unavailable_try_again, when others have it.
     static std::optional<FolderLock> takeAlone(const std::string& folder, std::error_code& error);
 

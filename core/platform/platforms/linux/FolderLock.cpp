@@ -12,6 +12,11 @@ std::optional<FolderLock> FolderLock::share(const std::string& folder, std::erro
     return take(folder, LOCK_SH, error);
 }
 
+std::optional<FolderLock> FolderLock::waitAlone(const std::string& folder, std::error_code& error)
+{
+    return take(folder, LOCK_EX, error);
+}
+
 std::optional<FolderLock> FolderLock::takeAlone(const std::string& folder, std::error_code& error)
 {
     return take(folder, LOCK_EX | LOCK_NB, error);

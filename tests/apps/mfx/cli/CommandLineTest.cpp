@@ -136,6 +136,15 @@ TEST(CommandLineTest, TakesAFolderThatLooksLikeAnOption)
     EXPECT_EQ(read({"list", "--", "--json"}).line.value().source, "--json");
 }
 
+TEST(CommandLineTest, TakesAnEmptyPatternForNone)
+{
+    const CommandLine line =
+        read({"download", "/card", "-t", "/p", "--subfolders=", "--rename", "a="}).line.value();
+    EXPECT_EQ(line.subfolders, "");
+    EXPECT_EQ(line.rename, "a=");
+    EXPECT_EQ(read({"list", "--", "--card="}).line.value().source, "--card=");
+}
+
 TEST(CommandLineTest, KeepsBytesThatAreNotUtf8)
 {
     EXPECT_EQ(read({"list", "/caf\xE9"}).line.value().source, "/caf\xE9");
@@ -171,6 +180,16 @@ INSTANTIATE_TEST_SUITE_P(Cases,
         WrongCase{"TwoSources", {"list", "/a", "/b"}, "/b"},
         WrongCase{"NoTarget", {"download", "/card"}, "--to"},
         WrongCase{"TargetWithoutFolder", {"download", "/card", "--to"}, "--to"},
+        WrongCase{"TargetOfNoName", {"download", "/card", "--to", ""}, "--to: 1 required DIR"},
+        WrongCase{"TargetOfNoNameBeforeAnOption",
+            {"download", "/card", "--to=", "--json"},
+            "--to: 1 required DIR"},
+        WrongCase{"BackupOfNoName",
+            {"download", "/card", "-t", "/p", "--backup=", "--delete-originals"},
+            "--backup: 1 required DIR"},
+        WrongCase{"PreferencesOfNoName",
+            {"download", "/card", "-t", "/p", "--preferences", ""},
+            "--preferences: 1 required DIR|none"},
         WrongCase{"UnknownOption", {"download", "/card", "-t", "/p", "--delete"}, "--delete"},
         WrongCase{"UnknownPreview",
             {"download", "/card", "-t", "/p", "--dng-preview", "huge"},

@@ -2,8 +2,14 @@
 
 #include "SavingFixture.h"
 #include "core/TevoroAppManager/support/RuntimeTree.h"
+#include "core/platform/support/ThreadState.h"
 #include "mfx/engine/SessionPreferences.h"
 #include "mfx/panel/OptionsPanel.h"
+#include "platform/common/FileStatus.h"
+#include "platform/common/FolderLock.h"
+
+#include <fstream>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -229,6 +235,65 @@ TEST_F(DownloadTest, SavesAndDeletesNothingMoreOnceItWasInterrupted)
     EXPECT_EQ(summary.deleted, 0U);
     EXPECT_FALSE(summary.cardMayBeWiped);
     EXPECT_EQ(namesBelow(target).size(), 3U);
+}
+
+TEST_F(DownloadTest, TellsOfAnInterruptAtTheQuestion)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    bool isInterrupted = false;
+    request.wasInterrupted = [&isInterrupted] { return isInterrupted; };
+    events.beforeAnswer = [&isInterrupted] { isInterrupted = true; };
+    events.answer = false;
+    const DownloadSummary summary = run();
+    EXPECT_TRUE(summary.interrupted);
+    EXPECT_EQ(summary.saved, 1U);
+    EXPECT_EQ(bytesOf(card.path("IMG_1.JPG")), "jpeg");
+}
+
+TEST_F(DownloadTest, DeletesNoMoreThanTheItemInHandOnceItIsInterrupted)
+{
+    for (int i = 0; i < 5; ++i)
+        card.add("IMG_" + std::to_string(i) + ".JPG", "jpeg");
+    request.wasInterrupted = [this] { return namesBelow(card.path()).size() <= 3; };
+    const DownloadSummary summary = run();
+    EXPECT_TRUE(summary.interrupted);
+    EXPECT_EQ(summary.saved, 5U);
+    EXPECT_EQ(summary.deleted, 2U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_EQ(namesBelow(card.path()).size(), 3U);
+}
+
+// Whether a process or a thread waits for a lock on the folder, as the system tells.
+bool isWaitedFor(const std::string& folder)
+{
+    std::error_code error;
+    const std::string inode = ':' + std::to_string(Pt::fileStatus(folder, error)->inode) + ' ';
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("->") != std::string::npos && line.find(inode) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+TEST_F(DownloadTest, WaitsUntilAnotherProgramHasMadeItsBackupCopy)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    wantBackup();
+    std::error_code error;
+    auto other = Pt::FolderLock::takeAlone(backup, error);
+    bool hasWaited = false;
+    std::thread program([&] {
+        hasWaited = test::waitUntil([this] { return isWaitedFor(backup); });
+        std::ofstream(backup + "/IMG_1.JPG") << "of the other card";
+        other.reset();
+    });
+    const DownloadSummary summary = run();
+    program.join();
+    EXPECT_TRUE(hasWaited);
+    EXPECT_EQ(summary.backups, 1U);
+    EXPECT_EQ(bytesOf(backup + "/IMG_1.JPG"), "of the other card");
+    EXPECT_EQ(bytesOf(backup + "/IMG_1-1.JPG"), "jpeg");
 }
 
 } // namespace

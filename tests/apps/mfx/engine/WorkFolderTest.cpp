@@ -202,7 +202,7 @@ TEST_F(WorkFolderTest, PutsBackUnderANumberWhereTheNameIsTaken)
     folder.add("IMG_1.CR2", "another");
     folder.add("IMG_1-1.CR2", "a third");
     leave("IMG_1.CR2", "raw");
-    recovered();
+    EXPECT_THAT(recovered(), ElementsAre("IMG_1-2.CR2"));
     EXPECT_EQ(bytesOf(folder.path("IMG_1.CR2")), "another");
     EXPECT_EQ(bytesOf(folder.path("IMG_1-1.CR2")), "a third");
     EXPECT_EQ(bytesOf(folder.path("IMG_1-2.CR2")), "raw");
@@ -220,6 +220,18 @@ TEST_F(WorkFolderTest, RemovesAnUnfinishedDNGBesideItsRawFile)
     EXPECT_FALSE(std::filesystem::exists(folder.path("IMG_1.dng")));
     EXPECT_EQ(bytesOf(folder.path("IMG_2.dng")), "alone");
     EXPECT_EQ(bytesOf(folder.path("IMG_3.dng")), "beside its sidecar");
+}
+
+TEST_F(WorkFolderTest, RemovesTheDNGOfAConversionThatFailed)
+{
+    folder.add("IMG_1.CR2", "raw, back in its place");
+    leave("IMG_1.dng", "half");
+    folder.add("IMG_2.dng", "no raw file that a conversion takes");
+    leave("IMG_2.dng", "alone");
+    EXPECT_THAT(recovered(), ElementsAre("IMG_2-1.dng"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("IMG_1.dng")));
+    EXPECT_EQ(bytesOf(folder.path("IMG_2-1.dng")), "alone");
+    EXPECT_FALSE(std::filesystem::exists(below("")));
 }
 
 TEST_F(WorkFolderTest, TakesNoFolderForTheRawFileOfADNG)

@@ -73,6 +73,22 @@ TEST_F(FolderLockTest, WaitsToShareUntilTheFolderIsLetGo)
     EXPECT_TRUE(shared);
 }
 
+TEST_F(FolderLockTest, WaitsToHaveTheFolderAloneUntilAllLetGo)
+{
+    auto first = FolderLock::share(folder.path(), error);
+    auto second = FolderLock::share(folder.path(), error);
+    std::optional<FolderLock> alone;
+    std::thread waiter([&] {
+        std::error_code ignored;
+        alone = FolderLock::waitAlone(folder.path(), ignored);
+    });
+    first.reset();
+    second.reset();
+    waiter.join();
+    EXPECT_TRUE(alone);
+    EXPECT_FALSE(canTakeAlone());
+}
+
 TEST_F(FolderLockTest, EndsWithItsProcess)
 {
     int ends[2];
