@@ -44,6 +44,19 @@ TEST_F(DownloadDeletionTest, KeepsOriginalsWhereNobodyCanAnswer)
     EXPECT_NE(result.err.find("nobody to ask"), std::string::npos) << result.err;
 }
 
+// The store may name a backup folder.
+TEST_F(DownloadDeletionTest, KeepsOriginalsWhenThePreferencesCannotBeRead)
+{
+    const fs::path store = root() / "home/.local/share/Velmo/Tevoro NX";
+    fs::create_directories(store);
+    std::ofstream(store / "preferences-3.xml") << "<preferences><value key=";
+    const RunResult result = download({"--delete-originals", "--yes"});
+    EXPECT_EQ(result.summary()["saved"], 2);
+    EXPECT_EQ(result.summary()["deleted"], 0);
+    EXPECT_EQ(leftOnCard(), 2U);
+    EXPECT_NE(result.out.find("deletes nothing"), std::string::npos) << result.out;
+}
+
 TEST_F(DownloadDeletionTest, TakesYesForNoOrderOfItsOwn)
 {
     EXPECT_EQ(download({"--yes"}).code, 0);

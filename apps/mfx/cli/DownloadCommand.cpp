@@ -128,10 +128,11 @@ public:
         enterProgramFolder();
         makePlaces();
         SessionPreferences session(kPreferenceLibrary, m_store, m_choices);
-        if (!session.startedWhole())
+        m_mayDelete = session.startedWhole();
+        if (!m_mayDelete)
             m_events->message("",
                 text("$$$/Mfx/Download/PreferencesUnreadable=the preferences in %1 cannot be read: "
-                     "this run goes without them",
+                     "this run goes without them and deletes nothing",
                     {displayName(*m_store)}));
         m_request.backupFolder = session.backupFolder();
         m_request.firstSequence = session.firstSequence();
@@ -178,7 +179,7 @@ private:
                                        "take over the choice of a backup folder"));
         m_request.wantsDNG = m_choices.convertsToDNG;
         m_request.convertsToDNG = panel->isChecked("dng_checkbox");
-        m_request.deletesOriginals = panel->isChecked("deletefiles_checkbox");
+        m_request.deletesOriginals = m_mayDelete && panel->isChecked("deletefiles_checkbox");
         const CardContents card = scanSource(m_source, m_line.only);
         requireSpace(card);
         return Download(m_request, card, sink, *m_events).run();
@@ -225,6 +226,7 @@ private:
     MediaSource m_source;
     Choices m_choices;
     std::optional<std::string> m_store;
+    bool m_mayDelete = true; // no second copy was left out that a store may name
 };
 
 } // namespace
