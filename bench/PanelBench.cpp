@@ -7,7 +7,7 @@
 // Bound means: the sink has found its controls, filled them from its preferences and fitted the
 // backup folder's name. The aim is below 50 ms for both.
 //
-// Usage: run in the stage's bin folder; the plug-in and its assets are looked for beside it.
+// Usage: run in the stage's lib/mfx/bin; the plug-in and its assets are looked for beside it.
 
 #include "mfx/engine/SinkSession.h"
 #include "mfx/panel/OptionsPanel.h"

@@ -11,7 +11,7 @@
 // Each row is one JSON object with the median of the runs in milliseconds, of texts in microseconds
 // for one text.
 //
-// Usage: plugin_bench BIN_FOLDER_OF_A_STAGE
+// Usage: plugin_bench BIN_FOLDER_OF_A_STAGE, which is its lib/mfx/bin
 
 #include "TevoroAppManager/UniqueFileName.h"
 #include "TevoroAppManager/contract/CPropAppPreferences.h"

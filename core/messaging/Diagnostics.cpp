@@ -1,5 +1,5 @@
 // What a process tells about itself: lines PATH;FLAG;LABEL;VALUE; of a tree, and the report that
-// people read. docs/bus.md shows both.
+// people read. docs/wire-format.md shows some of the lines.
 #include "messaging/PrivateData.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalk.h"
