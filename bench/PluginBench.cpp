@@ -195,7 +195,12 @@ int main(int argc, char** argv)
     ::setenv("MFX_APPLICATION_DATA", folder.c_str(), 1);
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     ::setenv("LC_ALL", "de_DE.UTF-8", 1); // a dictionary is open
-    fs::current_path(argv[1]);
+    std::error_code error;
+    fs::current_path(argv[1], error);
+    if (error || !fs::exists("../plugins/TevoroAppManager.so")) {
+        std::fprintf(stderr, "%s: no plug-in beside %s\n", argv[0], argv[1]);
+        return 1;
+    }
     const QApplication application(argc, argv);
     FxRef<ISource> source;
     row("plugin/start", {milliseconds([&source] { source = openSource(); })});

@@ -94,10 +94,7 @@ void addListen(CLI::App& app, CommandLine& line)
         ->check(CLI::Range(1L, kLongestWait))
         ->type_name("N");
     addSeconds(*listen, line);
-    listen
-        ->add_option("-T,--type",
-            line.types,
-            "Take messages of this type; Quillscriber by default; may be repeated")
+    listen->add_option("-T,--type", line.types, "Take messages of this type only; may be repeated")
         ->type_name("TYPE")
         ->allow_extra_args(false);
     addJson(*listen, line);
@@ -109,7 +106,8 @@ void addMonitor(CLI::App& app, CommandLine& line)
         line,
         Command::kMonitor,
         "monitor",
-        "Show what passes through an application; one monitor per target, the last one wins");
+        "Show what passes through an application; one monitor per target and kind, the last one "
+        "wins");
     addTarget(*monitor, line);
     monitor->add_flag("-m,--messages", line.messages, "Its messages; the default");
     monitor->add_flag("-l,--logs", line.logs, "Its log");

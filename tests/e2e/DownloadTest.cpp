@@ -356,4 +356,14 @@ TEST_F(DownloadTest, ListsWhatLiesOnACard)
     EXPECT_EQ(item["date"], "2026-01-02T03:04:05");
 }
 
+TEST_F(DownloadTest, ListsPathsFromTheSourceOn)
+{
+    fs::create_directories(root() / "folder/below");
+    std::ofstream(root() / "folder/A.JPG") << "photo";
+    std::ofstream(root() / "folder/below/B.JPG") << "photo";
+    const std::string lines = mfx({"list", root() / "folder"}).out;
+    EXPECT_EQ(lines.find("A.JPG\t"), 0U) << lines;
+    EXPECT_NE(lines.find("\nbelow/B.JPG\t"), std::string::npos) << lines;
+}
+
 } // namespace e2e

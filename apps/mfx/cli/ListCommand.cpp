@@ -14,6 +14,11 @@ using namespace commandline;
 
 namespace {
 
+std::string below(const std::string& folder, const std::string& name)
+{
+    return folder.empty() ? name : folder + '/' + name;
+}
+
 void printItem(const CardContents& card,
     std::uint32_t item,
     std::size_t group,
@@ -30,7 +35,7 @@ void printItem(const CardContents& card,
             {"date_source", std::string(dateSourceText(date.source))},
             {"group", group}});
     else
-        printLine(terminalText(card.folders[file.folder] + '/' + file.name) + "\t"
+        printLine(terminalText(below(card.folders[file.folder], file.name)) + "\t"
             + sizeText(file.status.size) + "\t"
             + (when.empty() ? text("$$$/Mfx/List/Undated=undated") : when));
 }

@@ -70,11 +70,18 @@ SessionPreferences::SessionPreferences(const std::string& libraryPath,
     fs::create_directories(store);
     if (storeFolder)
         copyStore(*storeFolder, store);
-    PreferenceClient client(libraryPath, store);
+    auto client = std::make_unique<PreferenceClient>(libraryPath, store);
     m_startedWhole =
-        !storeFolder || client.wasLoaded() || !PreferenceClient::standsIn(*storeFolder);
-    write(client, m_values);
-    readBack(client);
+        !storeFolder || client->wasLoaded() || !PreferenceClient::standsIn(*storeFolder);
+    if (!m_startedWhole) {
+        // One of a later version would not be saved over.
+        client.reset();
+        fs::remove_all(store);
+        fs::create_directories(store);
+        client = std::make_unique<PreferenceClient>(libraryPath, store);
+    }
+    write(*client, m_values);
+    readBack(*client);
     ::setenv("MFX_APPLICATION_DATA", m_session.path.c_str(), 1);
 }
 

@@ -188,6 +188,16 @@ TEST_F(SessionPreferencesTest, SaysThatAStoreIsDamaged)
     EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
 }
 
+TEST_F(SessionPreferencesTest, GoesWithoutAStoreOfALaterVersionAndLeavesItAlone)
+{
+    const std::string later = "<preferences version=\"2.0\"/>";
+    home.add(kStore, later);
+    SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_FALSE(session.startedWhole());
+    EXPECT_FALSE(session.remember("/photos", 1));
+    EXPECT_EQ(bytesOf(home.path(kStore)), later);
+}
+
 TEST_F(SessionPreferencesTest, LeavesADamagedStoreAloneUntilItRemembers)
 {
     home.add(kStore, "no preferences");
