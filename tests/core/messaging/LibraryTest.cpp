@@ -88,6 +88,17 @@ TEST_F(LibraryTest, LeavesNothingWhenItIsUnloaded)
     }
 }
 
+// What the compiler makes of a static object that needs code.
+TEST_F(LibraryTest, HasNoInitialiserOfItsOwn)
+{
+    if (!isThere("nm"))
+        GTEST_SKIP() << "nm is missing";
+    std::string const symbols = outputOf("nm '" TEVOROTALK_LIBRARY "'");
+    EXPECT_THAT(symbols, HasSubstr("TevoroTalk"));
+    EXPECT_THAT(symbols, Not(HasSubstr("_GLOBAL__sub_I")));
+    EXPECT_THAT(symbols, Not(HasSubstr("__cxx_global_var_init")));
+}
+
 TEST_F(LibraryTest, RunsNothingWhenItIsLoaded)
 {
     if (test::kIsSanitized)
