@@ -27,9 +27,10 @@ unsigned char const* copyOf(void const* data, std::uint32_t length)
     return copy;
 }
 
+constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // 2^64 over the golden ratio, odd
+
 std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
 {
-    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // 2^64 over the golden ratio, odd
     hash = (hash ^ word) * kFactor;
     return hash ^ (hash >> 32);
 }
@@ -120,7 +121,8 @@ std::uint32_t ByteRunKey::IndexHash(std::uint64_t seed) const
     std::uint64_t word = 0;
     if (left > 0)
         std::memcpy(&word, at, left);
-    return static_cast<std::uint32_t>(mixed(hash, word));
+    // Once more: what differs in the last byte of a word has reached only some of the bits.
+    return static_cast<std::uint32_t>((mixed(hash, word) * kFactor) >> 32U);
 }
 
 } // namespace lexkit_private

@@ -2,6 +2,8 @@
 
 #include "DictionaryTexts.h"
 
+#include <cstdlib>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -15,6 +17,21 @@ TEST(HatEscapesTest, AreChosenByTheFirstConversionOfTheProcess)
     EXPECT_EQ(textOf(dictionary.Lookup("k=plain", nullptr)), u"plain");
     lexkit::EnableZQHatEscapes = false;
     EXPECT_EQ(textOf(dictionary.Lookup("k=^e^Q", nullptr)), u"\u00E9\"");
+}
+
+// In a process of its own, where nothing was converted before.
+TEST(HatEscapesDeathTest, AreChosenByALineOfTextThoughItHasNoEscapes)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    auto const readBoth = [] {
+        lexkit::EnableZQHatEscapes = true;
+        lexkit::Dictionary dictionary;
+        readLines(dictionary, u"first=\n");
+        lexkit::EnableZQHatEscapes = false;
+        readLines(dictionary, u"k=^e^Q\n");
+        std::exit(valueOf(dictionary, "k") == u"\u00E9\"" ? 0 : 1);
+    };
+    EXPECT_EXIT(readBoth(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

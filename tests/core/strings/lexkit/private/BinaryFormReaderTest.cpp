@@ -111,6 +111,17 @@ TEST_P(BinaryFormReaderTest, KeepsTheOrderOfAChain)
     EXPECT_THAT(keysOf(other), ElementsAre("a3c1e1g1i1", "a1c1e1g1i1", "a2c1e1g1i1"));
 }
 
+TEST_P(BinaryFormReaderTest, ReadsEachItemOfALongChain)
+{
+    std::vector<Item> const items(20, {"a", ""});
+    std::uint32_t const bucket = bucketOf("a");
+    read(version15({{bucket, items}, bucketWith("b", "")}));
+    EXPECT_EQ(m_dictionary.NumKeys(), 21u);
+    lexkit::Dictionary other;
+    GetParam()(other, version10({{bucket, items}, bucketWith("b", "")}));
+    EXPECT_EQ(other.NumKeys(), 21u);
+}
+
 TEST_P(BinaryFormReaderTest, PutsNewEntriesInFrontOfOldOnes)
 {
     read(version15({bucketWith("a", bigUnits(u"old")), bucketWith("b", bigUnits(u"b"))}));
@@ -156,6 +167,14 @@ TEST_P(BinaryFormReaderTest, ReadsEmptyKeysAndValues)
     EXPECT_EQ(value("b"), u"");
 }
 
+TEST_P(BinaryFormReaderTest, ReadsAnEmptyKeyWithAnEmptyValueThoughNothingCameBefore)
+{
+    read(version15({{0, {{"", ""}}}}));
+    EXPECT_TRUE(m_dictionary.IsValid());
+    EXPECT_EQ(m_dictionary.NumKeys(), 1u);
+    EXPECT_EQ(value(""), u"");
+}
+
 TEST_P(BinaryFormReaderTest, TakesAMarkInAValueForItsByteOrderAndKeepsTheLength)
 {
     read(version15({bucketWith("a",
@@ -164,6 +183,35 @@ TEST_P(BinaryFormReaderTest, TakesAMarkInAValueForItsByteOrderAndKeepsTheLength)
         bucketWith("b", "\xFE\xFF" + std::string(1, '\0') + "x")}));
     EXPECT_EQ(value("a"), std::u16string(u"x\0", 2));
     EXPECT_EQ(value("b"), std::u16string(u"x\0", 2));
+}
+
+TEST_P(BinaryFormReaderTest, TakesAMarkAloneForAMark)
+{
+    read(version15({bucketWith("a", "\xFF\xFE"), bucketWith("b", "\xFE\xFF")}));
+    EXPECT_EQ(value("a"), std::u16string(1, u'\0'));
+    EXPECT_EQ(value("b"), std::u16string(1, u'\0'));
+}
+
+TEST_P(BinaryFormReaderTest, LooksForNoMarkBehindHalfAUnit)
+{
+    // The byte behind the value, the first of the next key, would complete a mark.
+    read(version15({{bucketOf("a"), {{"a", "\xFE"}, {"\xFFkey", bigUnits(u"one")}}}}));
+    EXPECT_TRUE(m_dictionary.IsValid());
+    EXPECT_EQ(value("a"), u"");
+    EXPECT_EQ(m_dictionary.NumKeys(), 2u);
+}
+
+TEST_P(BinaryFormReaderTest, ReadsValuesOfMoreThan64KiB)
+{
+    std::u16string const text(0x18000, u'x');
+    read(version15({bucketWith("a", bigUnits(text)), bucketWith("b", bigUnits(u"behind it"))}));
+    EXPECT_EQ(value("a"), text);
+    EXPECT_EQ(value("b"), u"behind it");
+    lexkit::Dictionary other;
+    GetParam()(other,
+        version10({bucketWith("a", hostUnits(text)), bucketWith("b", hostUnits(u"behind it"))}));
+    EXPECT_EQ(valueOf(other, "a"), text);
+    EXPECT_EQ(valueOf(other, "b"), u"behind it");
 }
 
 TEST_P(BinaryFormReaderTest, DropsHalfAUnitAtTheEndOfAValue)
@@ -292,6 +340,15 @@ TEST_P(BinaryFormReaderTest, FailsAtCountsAndLengthsThatLie)
         EXPECT_FALSE(dictionary.IsValid()) << lie.name;
         EXPECT_LE(dictionary.NumKeys(), 1u) << lie.name;
     }
+}
+
+TEST_P(BinaryFormReaderTest, LooksForNoItemInAKeyThatWasCut)
+{
+    std::string const item = host(std::uint32_t{0}) + host(std::uint32_t{0});
+    std::string const whole = version10({{0, {{item + item, ""}}}});
+    read(whole.substr(0, whole.size() - 5)); // the length of the value, and one byte of the key
+    EXPECT_FALSE(m_dictionary.IsValid());
+    EXPECT_EQ(m_dictionary.NumKeys(), 0u);
 }
 
 TEST_P(BinaryFormReaderTest, HasNothingInABucketThatEndsBeforeItBegins)

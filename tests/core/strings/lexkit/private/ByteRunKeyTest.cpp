@@ -2,6 +2,8 @@
 
 #include "lexkit/LXErrException.h"
 
+#include <set>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -80,6 +82,64 @@ TEST(ByteRunKeyTest, HasNoBytesWhenItIsEmpty)
 TEST(ByteRunKeyTest, RefusesALengthThatItCannotKeep)
 {
     EXPECT_THROW(ByteRunKey("x", 0x80000000, false), LXErrException);
+    EXPECT_EQ(ByteRunKey("x", 0x7FFFFFFF, false).GetLength(), 0x7FFFFFFFu);
+}
+
+TEST(ByteRunKeyTest, CountsTheBytesThatItWrites)
+{
+    std::ostringstream stream;
+    EXPECT_EQ(keyOf("key").Serialize(stream, true, nullptr), 3u);
+    EXPECT_EQ(stream.str(), "key");
+    EXPECT_EQ(keyOf("key").Serialize(stream, false, nullptr), 10u);
+    EXPECT_EQ(keyOf("").Serialize(stream, false, nullptr), 0u);
+    EXPECT_EQ(stream.str().size(), 13u);
+}
+
+TEST(ByteRunKeyTest, LooksAtEachByteAndAtTheLengthForTheIndex)
+{
+    std::set<std::uint32_t> hashes;
+    std::size_t count = 0;
+    for (std::size_t length = 0; length <= 24; ++length) {
+        std::string key(length, '\0');
+        hashes.insert(keyOf(key).IndexHash(1));
+        ++count;
+        for (char& byte : key) {
+            byte = 'x';
+            hashes.insert(keyOf(key).IndexHash(1));
+            byte = '\0';
+            ++count;
+        }
+    }
+    EXPECT_EQ(hashes.size(), count);
+}
+
+// A hash that says nothing would change no result: it would only make each search a long walk.
+TEST(ByteRunKeyTest, SpreadsKeysOverTheIndexAnewForEachSeed)
+{
+    constexpr std::uint32_t kSlots = 1024;
+    std::set<std::uint32_t> used;
+    int same = 0;
+    for (std::uint32_t number = 0; number < kSlots; ++number) {
+        ByteRunKey const key = keyOf("/Panel/Text" + std::to_string(number));
+        used.insert(key.IndexHash(1) % kSlots);
+        same += key.IndexHash(1) % kSlots == key.IndexHash(2) % kSlots ? 1 : 0;
+    }
+    EXPECT_GT(used.size(), kSlots / 2); // by chance 0.63 of them
+    EXPECT_LT(same, 20);
+}
+
+TEST(ByteRunKeyTest, SpreadsKeysThatDifferInOneByteOnly)
+{
+    constexpr std::uint32_t kSlots = 512;
+    for (std::size_t place = 0; place < 24; ++place) {
+        std::set<std::uint32_t> used;
+        std::string key(24, 'k');
+        for (int byte = 0; byte < 256; ++byte) {
+            key[place] = static_cast<char>(byte);
+            used.insert(keyOf(key).IndexHash(1) % kSlots);
+        }
+        EXPECT_GT(used.size(), 128u) << place; // by chance about 201
+    }
 }
 
 } // namespace

@@ -105,6 +105,43 @@ TEST_F(HashTableGenericTest, TakesItemsOutOfTheHeadTheMiddleAndTheEndOfAChain)
     }
 }
 
+TEST_F(HashTableGenericTest, TakesItemsOutOfAChainThatWasBuilt)
+{
+    for (unsigned short taken = 1; taken <= 3; ++taken) {
+        HashTableGeneric table;
+        HashTableGeneric::ChainBuilder chain(table, keyOf(sharingKey(1)).Hash(1021));
+        for (unsigned short number = 1; number <= 3; ++number)
+            chain.Add(entryOf(sharingKey(number), number));
+        ASSERT_TRUE(table.Remove(keyOf(sharingKey(taken))));
+        EXPECT_EQ(table.NumItems(), 2u);
+        for (unsigned short number = 1; number <= 3; ++number)
+            EXPECT_EQ(table.Find(keyOf(sharingKey(number))) != nullptr, number != taken);
+    }
+}
+
+TEST_F(HashTableGenericTest, StartsOverWhenTheItemItStandsOnIsTakenOut)
+{
+    insert("a", 1);
+    insert("b", 2);
+    insert("c", 3);
+    ASSERT_TRUE(m_table.HasMoreItem());
+    ASSERT_TRUE(m_table.HasMoreItem());
+    ASSERT_TRUE(remove("b"));
+    EXPECT_EQ(m_table.NextItem(), nullptr);
+    EXPECT_THAT(valuesInOrder(), ElementsAre(1, 3));
+}
+
+TEST_F(HashTableGenericTest, GoesOnWhenAnotherItemIsTakenOut)
+{
+    insert("a", 1);
+    insert("b", 2);
+    insert("c", 3);
+    ASSERT_TRUE(m_table.HasMoreItem());
+    ASSERT_TRUE(m_table.HasMoreItem());
+    ASSERT_TRUE(remove("a"));
+    EXPECT_THAT(valuesInOrder(), ElementsAre(3));
+}
+
 TEST_F(HashTableGenericTest, BuildsAChainInFrontOfWhatIsThere)
 {
     insert("k", 1);

@@ -90,6 +90,27 @@ TEST_F(UnicodeUtilTest, ThrowsTheStatusOfAProcedure)
     EXPECT_THROW(zstring(u"x").GetCString(buffer, 4, false, &kUTF8), LXErrException);
 }
 
+TEST_F(UnicodeUtilTest, WritesIntoNoBufferThatHasNoRoomForTheEnd)
+{
+    Units const text = units(u"abc");
+    char string[] = "????";
+    unsigned char pascal[] = {'?', '?', '?', '?'};
+    EXPECT_THROW(UnicodeUtil::UnicodeToCString(text.data(), 3, nullptr, 4, &kUTF8), LXErrException);
+    EXPECT_THROW(UnicodeUtil::UnicodeToCString(text.data(), 3, string, 0, &kUTF8), LXErrException);
+    EXPECT_THROW(
+        UnicodeUtil::UnicodeToPascalString(text.data(), 3, nullptr, 4, &kUTF8), LXErrException);
+    EXPECT_THROW(
+        UnicodeUtil::UnicodeToPascalString(text.data(), 3, pascal, 0, &kUTF8), LXErrException);
+    EXPECT_STREQ(string, "????");
+    EXPECT_EQ(pascal[0], '?');
+    EXPECT_EQ(UnicodeUtil::UnicodeToPascalString(text.data(), 0, pascal, 1, &kUTF8), 0u);
+    EXPECT_EQ(pascal[0], 0);
+    EXPECT_EQ(UnicodeUtil::UnicodeToPascalString(text.data(), 3, pascal, 4, &kUTF8), 3u);
+    EXPECT_EQ(pascal[0], 3);
+    EXPECT_EQ(UnicodeUtil::UnicodeToCString(text.data(), 3, string, 4, &kUTF8), 3u);
+    EXPECT_STREQ(string, "abc");
+}
+
 TEST_F(UnicodeUtilTest, LetsAFailureOutOfReadingAndKeepsWhatWasRead)
 {
     lexkit::Dictionary dictionary;

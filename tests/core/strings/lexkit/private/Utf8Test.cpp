@@ -55,9 +55,12 @@ TEST(Utf8Test, ReplacesEachLongestBeginningOfACharacter)
 {
     for (auto const& [bytes, text] :
         std::initializer_list<std::pair<std::string, std::u16string>>{{"\x80", u"\uFFFD"},
+            {std::string("\x80\0", 2), std::u16string(u"\uFFFD\0", 2)},
             {"\xC0\xAF", u"\uFFFD\uFFFD"},
             {"\xC3", u"\uFFFD"},
             {"\xC3x", u"\uFFFDx"},
+            {"\xC3\xC0", u"\uFFFD\uFFFD"},
+            {"\xE1\xC0\x80", u"\uFFFD\uFFFD\uFFFD"},
             {"\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD"},
             {"\xE6\xBC", u"\uFFFD"},
             {"\xE6\xBCx", u"\uFFFDx"},
@@ -65,7 +68,9 @@ TEST(Utf8Test, ReplacesEachLongestBeginningOfACharacter)
             {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
             {"\xF0\x9F\x98", u"\uFFFD"},
             {"\xF0\x9F\x98\xC3\xA9", u"\uFFFD\u00E9"},
+            {"\xF1\xC0\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
             {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+            {"\xF5\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
             {"\xF5\xFF", u"\uFFFD\uFFFD"}})
         EXPECT_EQ(decoded(bytes), text) << testing::PrintToString(bytes);
 }
