@@ -1,9 +1,13 @@
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
+#include "core/platform/support/ThreadState.h"
 #include "platform/common/LocalPort.h"
 
 #include <csignal>
+#include <filesystem>
 #include <thread>
+
+#include <fcntl.h>
 
 using Pt::LocalPort;
 using Pt::LocalPortSender;
@@ -22,6 +26,18 @@ protected:
 
 class LocalPortSenderLengthTest : public LocalPortSenderTest,
                                   public testing::WithParamInterface<std::size_t> { };
+
+// The descriptor of a text in a memory file, or -1.
+int memoryText()
+{
+    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        std::string const target = std::filesystem::read_symlink(entry.path(), error).string();
+        if (target.find("memfd:local-port-text") != std::string::npos)
+            return std::stoi(entry.path().filename().string());
+    }
+    return -1;
+}
 
 } // namespace
 
@@ -172,6 +188,24 @@ TEST_F(LocalPortSenderTest, GoesOnAsSoonAsTheHolderMakesRoom)
         texts = received(*port, 1);
     waiter.join();
     EXPECT_TRUE(isSent);
+}
+
+TEST_F(LocalPortSenderTest, KeepsALargeTextFromProgramsThatStartWhileItWaits)
+{
+    auto const port = held("p");
+    std::size_t count = 1;
+    while (sender.send("p", std::string(30000, 'x'), milliseconds(0)))
+        ++count;
+    bool isSent = false;
+    std::string const text(5 * kMegabyte, 'y');
+    std::thread waiter([&] { isSent = sender.send("p", text, kPatience); });
+    EXPECT_TRUE(test::waitUntil([] { return memoryText() != -1; }));
+    EXPECT_EQ(::fcntl(memoryText(), F_GETFD), FD_CLOEXEC);
+    Texts const texts = received(*port, count);
+    waiter.join();
+    EXPECT_TRUE(isSent);
+    ASSERT_EQ(texts.size(), count);
+    EXPECT_TRUE(texts.back() == text);
 }
 
 // Whoever asks and goes stands in the queue of newcomers until the holder reads.

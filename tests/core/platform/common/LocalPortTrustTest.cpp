@@ -321,10 +321,10 @@ TEST_F(LocalPortPacketTest, ClosesWhatCameWithATextWhoseTakerThrows)
 
 namespace {
 
-// As many descriptors as are open now, and no more.
+// As many descriptors as are open now, those to spare, and no more.
 class NoMoreDescriptors {
 public:
-    NoMoreDescriptors()
+    explicit NoMoreDescriptors(rlim_t spare = 0)
     {
         // The sanitizers look at each class of object once, by way of a pipe: at those of errors
         // they must have looked before.
@@ -333,7 +333,7 @@ public:
         rlimit tight = m_before;
         int const next = ::dup(STDIN_FILENO);
         ::close(next);
-        tight.rlim_cur = static_cast<rlim_t>(next);
+        tight.rlim_cur = static_cast<rlim_t>(next) + spare;
         ::setrlimit(RLIMIT_NOFILE, &tight);
     }
     ~NoMoreDescriptors() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
@@ -400,6 +400,17 @@ TEST_F(LocalPortPacketTest, DropsAMemoryFileForWhichThereIsNoDescriptor)
     ASSERT_TRUE(sender.send("p", std::string(5000000, 'x'), kPatience));
     {
         NoMoreDescriptors const shortage;
+        EXPECT_THAT(received(*port), IsEmpty());
+    }
+    EXPECT_THAT(received(*port), IsEmpty());
+}
+
+TEST_F(LocalPortPacketTest, DropsAPacketOfWhichASecondDescriptorIsLost)
+{
+    MemoryFile const file(8);
+    ASSERT_TRUE(rogue.send(asPacket(8), {file.number(), file.number()}));
+    {
+        NoMoreDescriptors const shortage(1);
         EXPECT_THAT(received(*port), IsEmpty());
     }
     EXPECT_THAT(received(*port), IsEmpty());

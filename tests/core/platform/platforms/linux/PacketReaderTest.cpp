@@ -71,3 +71,25 @@ TEST_F(PacketReaderTest, SeesTheEndOfTheOtherSideBehindItsLastPacket)
     EXPECT_EQ(reader.read(ours.get()), PacketReader::Outcome::kEnd);
     EXPECT_EQ(reader.read(-1), PacketReader::Outcome::kEnd); // as every refusal of the system
 }
+
+// What was given back reads as zeros, in the one buffer that all packets come to.
+TEST_F(PacketReaderTest, GivesTheMemoryOfLongPacketsBack)
+{
+    constexpr std::size_t kKept = std::size_t{2} * 1024 * 1024;
+    constexpr int kSendBuffer = 4 * 1024 * 1024;
+    if (::setsockopt(theirs.get(), SOL_SOCKET, SO_SNDBUFFORCE, &kSendBuffer, sizeof kSendBuffer)
+        != 0)
+        GTEST_SKIP() << "only root can send packets of that length";
+    PacketReader wide;
+    std::string const packet(kKept + 1, 'x');
+    if (::send(theirs.get(), packet.data(), packet.size(), MSG_DONTWAIT) == -1)
+        GTEST_SKIP() << "the system has no room for a packet of that length in one piece";
+    send("short");
+    ASSERT_EQ(wide.read(ours.get()), PacketReader::Outcome::kText);
+    ASSERT_EQ(wide.read(ours.get()), PacketReader::Outcome::kText);
+    EXPECT_EQ(wide.text()[kKept], 'x');
+    wide.trim();
+    EXPECT_EQ(wide.text()[kKept - 1], 'x');
+    EXPECT_EQ(wide.text()[kKept], '\0');
+    EXPECT_EQ(std::string_view(wide.text(), wide.size()), "short");
+}
