@@ -27,10 +27,9 @@ unsigned char const* copyOf(void const* data, std::uint32_t length)
     return copy;
 }
 
-constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // 2^64 over the golden ratio, odd
-
 std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
 {
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // 2^64 over the golden ratio, odd
     hash = (hash ^ word) * kFactor;
     return hash ^ (hash >> 32);
 }
@@ -121,8 +120,9 @@ std::uint32_t ByteRunKey::IndexHash(std::uint64_t seed) const
     std::uint64_t word = 0;
     if (left > 0)
         std::memcpy(&word, at, left);
-    // Once more: what differs in the last byte of a word has reached only some of the bits.
-    return static_cast<std::uint32_t>((mixed(hash, word) * kFactor) >> 32U);
+    // A last byte reaches few of the low bits. One more mixing would spread such keys better, and
+    // was measured to cost a miss a sixth more.
+    return static_cast<std::uint32_t>(mixed(hash, word));
 }
 
 } // namespace lexkit_private
