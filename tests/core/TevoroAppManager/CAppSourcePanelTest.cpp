@@ -18,8 +18,8 @@ public:
         std::uint32_t id;
         std::int32_t position;
     };
-    explicit HostOrder(std::vector<Control> controls)
-        : controls(std::move(controls))
+    explicit HostOrder(std::vector<Control> inOrder)
+        : controls(std::move(inOrder))
     {
     }
 

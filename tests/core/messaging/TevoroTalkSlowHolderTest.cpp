@@ -70,13 +70,13 @@ TEST_F(TevoroTalkSlowHolderTest, HoldsUpThoseThatItWatchesForOneSendAMinute)
     Peer const watcher = sleeper("watcher-1.0");
     Peer const watchersThread = sleeper("watcher-1.0#thread");
     start();
-    ThreadForwardMsgHandler handler(
+    ThreadForwardMsgHandler forwarder(
         TevoroTalkContext::getCurrentContext(), "FWDMESSAGES", "watcher-1.0");
     SoString const large{std::string_view(std::string(30000, 'x'))};
     auto const forward = [&] {
         TevoroTalk::Message copy;
         copy.body = large;
-        EXPECT_EQ(handler.handleMessage(0, copy, nullptr), 0);
+        EXPECT_EQ(forwarder.handleMessage(0, copy, nullptr), 0);
     };
     EXPECT_TRUE(becomesSlow(forward));
     auto const begin = SteadyClock::now();

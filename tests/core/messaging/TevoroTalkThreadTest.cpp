@@ -285,8 +285,8 @@ TEST_F(TevoroTalkThreadTest, DropsAKeyAndNotItsHandlerWhenItsTimeIsOver)
 {
     start();
     TevoroTalkThread& running = *TevoroTalkThread::getMainThread();
-    auto const handler = std::make_unique<InboxHandler>(inbox);
-    running.setHandler("COLOUR", handler.get());
+    auto const painter = std::make_unique<InboxHandler>(inbox);
+    running.setHandler("COLOUR", painter.get());
     running.setKeyValuePair("SIZE", "1");
     running.setTimeout("COLOUR", 5);
     running.setTimeout("SIZE", 6);
