@@ -5,6 +5,7 @@
 #include "mfx/texts/Texts.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include <CLI/CLI.hpp>
 
@@ -13,6 +14,7 @@ namespace mfx {
 namespace {
 
 constexpr char kVersion[] = "mfx " TEVORO_VERSION;
+constexpr std::uint32_t kLastSequence = 999'999'999;
 
 std::string optionsHeading()
 {
@@ -67,12 +69,50 @@ CLI::Option* requireFolder(CLI::Option* option, const std::string& typeName)
         [missing](const std::string& value) { return value.empty() ? missing : std::string(); });
 }
 
-void addNaming(CLI::App& download, CommandLine& line)
+// A number to begin with: it has nine digits at most, as many as a name pattern can ask for. The
+// parser itself would take "0042" for an octal one.
+std::optional<std::uint32_t> sequenceNumber(const std::string& word)
+{
+    std::uint32_t number = 0;
+    const char* const end = word.data() + word.size();
+    const auto [stop, problem] = std::from_chars(word.data(), end, number);
+    const bool isNumber = problem == std::errc() && stop == end;
+    return isNumber && number >= 1 && number <= kLastSequence ? std::optional(number)
+                                                              : std::nullopt;
+}
+
+std::string sequenceProblem(const std::string& word)
+{
+    if (sequenceNumber(word))
+        return {};
+    return text("$$$/Mfx/Usage/NoSequenceNumber=\"%1\" is not a number from 1 to %2",
+        {word, std::to_string(kLastSequence)});
+}
+
+void addFolders(CLI::App& download, CommandLine& line)
 {
     requireFolder(
         download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into")),
         "DIR")
         ->required();
+    CLI::Option* backup = requireFolder(download.add_option("-b,--backup",
+                                            line.backup,
+                                            text("$$$/Mfx/Help/Backup=Second copy of every saved "
+                                                 "item")),
+        "DIR");
+    download
+        .add_flag("--no-backup",
+            line.noBackup,
+            text("$$$/Mfx/Help/NoBackup=No second copy, whatever is remembered"))
+        ->excludes(backup);
+    download.add_flag("--make-folders",
+        line.makeFolders,
+        text("$$$/Mfx/Help/MakeFolders=Make missing folders below /media, /run/media and /mnt "
+             "too"));
+}
+
+void addNaming(CLI::App& download, CommandLine& line)
+{
     download
         .add_option("-s,--subfolders",
             line.subfolders,
@@ -84,6 +124,13 @@ void addNaming(CLI::App& download, CommandLine& line)
             text("$$$/Mfx/Help/Rename=New names from {name} {ext} {date:FORMAT} {seq:DIGITS}"))
         ->type_name("PATTERN");
     download
+        .add_option_function<std::string>(
+            "--seq-start",
+            [&line](const std::string& word) { line.seqStart = sequenceNumber(word); },
+            text("$$$/Mfx/Help/SeqStart=Number where {seq} begins"))
+        ->type_name("N")
+        ->check(sequenceProblem);
+    download
         .add_option("-O,--only",
             line.only,
             text("$$$/Mfx/Help/Only=Only items with such a device name; may be repeated"))
@@ -93,8 +140,13 @@ void addNaming(CLI::App& download, CommandLine& line)
 
 void addDNG(CLI::App& download, CommandLine& line)
 {
-    download.add_flag(
+    CLI::Option* dng = download.add_flag(
         "-d,--dng", line.dng, text("$$$/Mfx/Help/Dng=Convert camera raw files to DNG"));
+    download
+        .add_flag("--no-dng",
+            line.noDNG,
+            text("$$$/Mfx/Help/NoDng=No conversion to DNG, whatever is remembered"))
+        ->excludes(dng);
     download
         .add_option("--dng-preview",
             line.dngPreview,
@@ -117,7 +169,13 @@ void addEnding(CLI::App& download, CommandLine& line)
         line.deleteOriginals,
         text("$$$/Mfx/Help/DeleteOriginals=Offer to delete what is proven to be saved"));
     download.add_flag("-y,--yes", line.yes, text("$$$/Mfx/Help/Yes=Answer that question with yes"));
-    download.add_flag("-o,--open", line.open, text("$$$/Mfx/Help/Open=Show the result in tevoro"));
+    CLI::Option* open = download.add_flag(
+        "-o,--open", line.open, text("$$$/Mfx/Help/Open=Show the result in tevoro"));
+    download
+        .add_flag("--no-open",
+            line.noOpen,
+            text("$$$/Mfx/Help/NoOpen=Do not show the result, whatever is remembered"))
+        ->excludes(open);
     requireFolder(
         download.add_option("--preferences",
             line.preferences,
@@ -132,11 +190,8 @@ void addDownload(CLI::App& app, CommandLine& line)
     CLI::App* download =
         addCommand(app, "download", text("$$$/Mfx/Help/Download=Save the media into a folder"));
     addSource(*download, line);
+    addFolders(*download, line);
     addNaming(*download, line);
-    requireFolder(download->add_option("-b,--backup",
-                      line.backup,
-                      text("$$$/Mfx/Help/Backup=Second copy of every saved item")),
-        "DIR");
     addDNG(*download, line);
     addEnding(*download, line);
     download->add_flag("-n,--dry-run",
@@ -150,6 +205,32 @@ void addDownload(CLI::App& app, CommandLine& line)
         + text("$$$/Mfx/Help/ExitCodesMore=4 a folder cannot be used; 5 a part of mfx is missing; "
                "130 interrupted."));
     download->callback([&line] { line.command = Command::kDownload; });
+}
+
+// The words that the parser could make nothing of, as typed. Behind a command that is none, all are
+// such: they end with it.
+std::vector<std::string> strangers(const CLI::App& app)
+{
+    std::vector<std::string> words = app.remaining(true);
+    words.erase(std::remove(words.begin(), words.end(), "--"), words.end());
+    const auto command = std::find_if(
+        words.begin(), words.end(), [](const std::string& word) { return !word.starts_with('-'); });
+    if (app.get_subcommands().empty() && command != words.end())
+        words.erase(command + 1, words.end());
+    return words;
+}
+
+// The parser complains of what is missing before it looks at what it did not expect. A mistyped
+// option is the reason more often than not, so that it is named first.
+int tellError(const CLI::App& app, const CLI::ParseError& error)
+{
+    std::vector<std::string> words = strangers(app);
+    const bool isOther = dynamic_cast<const CLI::RequiredError*>(&error) == nullptr
+        && dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr;
+    if (isOther || words.empty())
+        return app.exit(error);
+    std::reverse(words.begin(), words.end()); // which the parser does once more
+    return app.exit(CLI::ExtrasError(words));
 }
 
 std::string failureText(const CLI::App* app, const CLI::Error& error)
@@ -206,7 +287,7 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     try {
         app.parse(wordsOf(argc, argv));
     } catch (const CLI::ParseError& error) {
-        code = app.exit(error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
+        code = tellError(app, error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
         return std::nullopt;
     }
     return line;

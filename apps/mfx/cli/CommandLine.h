@@ -3,6 +3,7 @@
 
 #include "commandline/ExitCode.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,8 +24,12 @@ struct CommandLine {
     std::string target;
     std::string subfolders;
     std::string rename;
+    std::optional<std::uint64_t> seqStart;
+    bool makeFolders = false;
     std::string backup;
+    bool noBackup = false;
     bool dng = false;
+    bool noDNG = false;
     std::string dngPreview;
     bool dngUncompressed = false;
     bool dngLinear = false;
@@ -33,6 +38,7 @@ struct CommandLine {
     bool deleteOriginals = false;
     bool yes = false;
     bool open = false;
+    bool noOpen = false;
     std::string preferences;
     bool remember = false;
     bool dryRun = false;

@@ -43,14 +43,21 @@ std::optional<int> previewSize(const std::string& word)
     return word == "none" ? 0 : word == "medium" ? 1 : 2;
 }
 
+// Nothing: as remembered.
+std::optional<bool> choice(bool isWanted, bool isUndone)
+{
+    return isWanted || isUndone ? std::optional(isWanted) : std::nullopt;
+}
+
 Choices choicesOf(const CommandLine& line)
 {
     Choices choices;
     if (!line.backup.empty())
         choices.backupFolder = absolutePath(line.backup);
+    choices.makesNoBackup = line.noBackup;
     choices.deletesOriginals = line.deleteOriginals;
-    choices.opensBrowser = line.open;
-    choices.convertsToDNG = line.dng;
+    choices.opensBrowser = choice(line.open, line.noOpen);
+    choices.convertsToDNG = choice(line.dng, line.noDNG);
     choices.dngPreview = previewSize(line.dngPreview);
     choices.dngUncompressed = line.dngUncompressed;
     choices.dngLinear = line.dngLinear;
@@ -135,7 +142,7 @@ public:
                      "this run goes without them and deletes nothing",
                     {displayName(*m_store)}));
         m_request.backupFolder = session.backupFolder();
-        m_request.firstSequence = session.firstSequence();
+        m_request.firstSequence = m_line.seqStart.value_or(session.firstSequence());
         requireRememberedBackup(m_line, m_request.backupFolder);
         if (m_request.backupFolder)
             requireUsablePlace(*m_request.backupFolder, m_source.path, Purpose::kBackup);
@@ -177,7 +184,7 @@ private:
         if (panel->isChecked("savecopies_checkbox") != m_request.backupFolder.has_value())
             throw SystemPartError(text("$$$/Mfx/System/PluginIgnoresBackup=the plug-in did not "
                                        "take over the choice of a backup folder"));
-        m_request.wantsDNG = m_choices.convertsToDNG;
+        m_request.wantsDNG = m_choices.convertsToDNG.value_or(false);
         m_request.convertsToDNG = panel->isChecked("dng_checkbox");
         m_request.deletesOriginals = m_mayDelete && panel->isChecked("deletefiles_checkbox");
         const CardContents card = scanSource(m_source, m_line.only);

@@ -25,4 +25,10 @@ std::string HelpFormatter::make_option(const CLI::Option* option, bool isPositio
     return out.str();
 }
 
+std::string HelpFormatter::make_option_opts(const CLI::Option* option) const
+{
+    const std::string all = CLI::Formatter::make_option_opts(option);
+    return all.substr(0, all.find(" Excludes:"));
+}
+
 } // namespace mfx

@@ -11,6 +11,10 @@ public:
     HelpFormatter();
 
     std::string make_option(const CLI::Option* option, bool isPositional) const override;
+
+    // Without what the option excludes: the parser tells that in English, and the description and
+    // the complaint tell it, too.
+    std::string make_option_opts(const CLI::Option* option) const override;
 };
 
 } // namespace mfx

@@ -21,6 +21,7 @@ constexpr auto kForms = std::to_array<const char*>({
     "$$$/Mfx/Usage/ValueMissing=%1: %2 required %3 missing",
     "$$$/Mfx/Usage/NotOneOf=%1: %2 not in %3",
     "$$$/Mfx/Usage/CannotConvert=Could not convert: %1 = %2",
+    "$$$/Mfx/Usage/Excludes=%1 excludes %2",
     "$$$/Mfx/Usage/Required=%1 is required", // last: what a person typed may end so
 });
 

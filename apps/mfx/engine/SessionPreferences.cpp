@@ -57,6 +57,11 @@ void copyStore(const std::string& from, const std::string& to)
     }
 }
 
+const char* flagText(bool isOn)
+{
+    return isOn ? "1" : "0";
+}
+
 } // namespace
 
 SessionPreferences::SessionPreferences(const std::string& libraryPath,
@@ -103,12 +108,14 @@ SessionPreferences::Values SessionPreferences::chosenValues(const Choices& choic
         values.emplace_back("SaveToSecondaryLocation", "1");
         values.emplace_back("SecondaryLocation", *choices.backupFolder);
     }
+    if (choices.makesNoBackup)
+        values.emplace_back("SaveToSecondaryLocation", "0");
     if (choices.deletesOriginals)
         values.emplace_back("DeleteOriginals", "1");
     if (choices.opensBrowser)
-        values.emplace_back("OpenTevoro", "1");
+        values.emplace_back("OpenTevoro", flagText(*choices.opensBrowser));
     if (choices.convertsToDNG)
-        values.emplace_back("ConvertToDNG", "1");
+        values.emplace_back("ConvertToDNG", flagText(*choices.convertsToDNG));
     if (choices.dngPreview)
         values.emplace_back("DNGJpegPreviewSize", std::to_string(*choices.dngPreview));
     if (choices.dngUncompressed)

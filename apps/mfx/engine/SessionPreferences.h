@@ -18,9 +18,10 @@ namespace mfx {
 // What the command line says; what it leaves open comes from the store.
 struct Choices {
     std::optional<std::string> backupFolder; // absolute
+    bool makesNoBackup = false; // not with a folder
     bool deletesOriginals = false;
-    bool opensBrowser = false;
-    bool convertsToDNG = false;
+    std::optional<bool> opensBrowser;
+    std::optional<bool> convertsToDNG;
     std::optional<int> dngPreview; // 0 none, 1 medium, 2 full
     bool dngUncompressed = false;
     bool dngLinear = false;

@@ -61,10 +61,15 @@ TEST(CommandLineTest, AsksForNothingThatWasNotSaid)
              line.deleteOriginals,
              line.yes,
              line.open,
+             line.noBackup,
+             line.noDNG,
+             line.noOpen,
+             line.makeFolders,
              line.remember,
              line.dryRun,
              line.quiet})
         EXPECT_FALSE(flag);
+    EXPECT_FALSE(line.seqStart);
     for (const std::string& text :
         {line.subfolders, line.rename, line.backup, line.dngPreview, line.preferences})
         EXPECT_THAT(text, IsEmpty());
@@ -98,6 +103,9 @@ TEST(CommandLineTest, ReadsEveryOptionOfADownload)
                                       "--open",
                                       "--preferences",
                                       "none",
+                                      "--seq-start",
+                                      "472",
+                                      "--make-folders",
                                       "--remember",
                                       "--dry-run",
                                       "--quiet",
@@ -105,6 +113,7 @@ TEST(CommandLineTest, ReadsEveryOptionOfADownload)
                                  .line.value();
     EXPECT_EQ(line.subfolders, "%Y");
     EXPECT_EQ(line.rename, "{name}_{seq:4}");
+    EXPECT_EQ(line.seqStart, 472U);
     EXPECT_EQ(line.backup, "/backup");
     EXPECT_EQ(line.dngPreview, "full");
     EXPECT_EQ(line.preferences, "none");
@@ -117,10 +126,31 @@ TEST(CommandLineTest, ReadsEveryOptionOfADownload)
              line.deleteOriginals,
              line.yes,
              line.open,
+             line.makeFolders,
              line.remember,
              line.dryRun,
              line.quiet})
         EXPECT_TRUE(flag);
+}
+
+TEST(CommandLineTest, UndoesRememberedChoices)
+{
+    const CommandLine line =
+        read({"download", "/card", "-t", "/photos", "--no-backup", "--no-dng", "--no-open"})
+            .line.value();
+    EXPECT_TRUE(line.noBackup && line.noDNG && line.noOpen);
+    EXPECT_FALSE(line.dng || line.open);
+    EXPECT_THAT(line.backup, IsEmpty());
+}
+
+TEST(CommandLineTest, BeginsToCountWhereItIsTold)
+{
+    const auto begin = [](const std::string& number) {
+        return read({"download", "/card", "-t", "/p", "--seq-start", number}).line.value().seqStart;
+    };
+    EXPECT_EQ(begin("1"), 1U);
+    EXPECT_EQ(begin("0042"), 42U);
+    EXPECT_EQ(begin("999999999"), 999'999'999U);
 }
 
 TEST(CommandLineTest, TakesOneNameForEachOnly)
@@ -175,7 +205,11 @@ TEST_P(WrongCommandLineTest, EndsWithWrongUsage)
 INSTANTIATE_TEST_SUITE_P(Cases,
     WrongCommandLineTest,
     testing::Values(WrongCase{"NoCommand", {}, "subcommand"},
-        WrongCase{"UnknownCommand", {"copy"}, "subcommand"},
+        WrongCase{"UnknownCommand", {"copy"}, "argument was not expected: copy\n"},
+        WrongCase{"UnknownCommandWithWords",
+            {"copy", "/card", "--to", "/p"},
+            "argument was not expected: copy\n"},
+        WrongCase{"UnknownCommandBehindAnOption", {"--json", "copy", "/card"}, ": --json copy\n"},
         WrongCase{"NoSource", {"list"}, "SOURCE"},
         WrongCase{"TwoSources", {"list", "/a", "/b"}, "/b"},
         WrongCase{"NoTarget", {"download", "/card"}, "--to"},
@@ -191,6 +225,30 @@ INSTANTIATE_TEST_SUITE_P(Cases,
             {"download", "/card", "-t", "/p", "--preferences", ""},
             "--preferences: 1 required DIR|none"},
         WrongCase{"UnknownOption", {"download", "/card", "-t", "/p", "--delete"}, "--delete"},
+        WrongCase{"UnknownOptionAlone", {"download", "--delete"}, ": --delete\n"},
+        WrongCase{"UnknownOptionOfList", {"list", "--delete"}, ": --delete\n"},
+        WrongCase{
+            "UnknownOptionForTheTarget", {"download", "/card", "--into", "/p"}, ": --into /p\n"},
+        WrongCase{"BackupAndNone",
+            {"download", "/card", "-t", "/p", "--backup", "/b", "--no-backup"},
+            "--no-backup"},
+        WrongCase{"DngAndNone", {"download", "/card", "-t", "/p", "-d", "--no-dng"}, "--no-dng"},
+        WrongCase{"OpenAndNot", {"download", "/card", "-t", "/p", "-o", "--no-open"}, "--no-open"},
+        WrongCase{"SequenceFromZero",
+            {"download", "/card", "-t", "/p", "--seq-start", "0"},
+            "--seq-start: \"0\" is not a number from 1"},
+        WrongCase{"SequenceFromBelowZero",
+            {"download", "/card", "-t", "/p", "--seq-start=-1"},
+            "\"-1\" is not a number"},
+        WrongCase{"SequenceFromNoNumber",
+            {"download", "/card", "-t", "/p", "--seq-start", "1x"},
+            "\"1x\" is not a number"},
+        WrongCase{"SequenceFromNothing",
+            {"download", "/card", "-t", "/p", "--seq-start="},
+            "\"\" is not a number"},
+        WrongCase{"SequenceFromTenDigits",
+            {"download", "/card", "-t", "/p", "--seq-start", "1000000000"},
+            "is not a number from 1 to 999999999"},
         WrongCase{"UnknownPreview",
             {"download", "/card", "-t", "/p", "--dng-preview", "huge"},
             "--dng-preview"},
@@ -220,11 +278,13 @@ TEST_F(TranslatedHelpTest, HasEveryHeadingAndSentenceInTheUsersLanguage)
           u"\"$$$/Mfx/Help/Options=オプション\"\n\"$$$/Mfx/Help/Commands=コマンド一覧\"\n"
           u"\"$$$/Mfx/Help/Help=ヘルプを表示\"\n\"$$$/Mfx/Usage/NoCommand=コマンドがない\"\n"
           u"\"$$$/Mfx/Usage/SeeHelp=詳しくは %1\"\n");
-    const std::string all = read({"--help"}).output + read({"list", "--help"}).output;
+    const std::string all = read({"--help"}).output + read({"list", "--help"}).output
+        + read({"download", "--help"}).output;
     for (const char* heading :
         {"用法: mfx [オプション…] コマンド\n", "\nオプション:\n", "\nコマンド一覧:\n", "\n引数:\n"})
         EXPECT_THAT(all, HasSubstr(heading));
-    for (const char* english : {"Options", "OPTIONS", "SUBCOMMAND", "Subcommands", "Print this"})
+    for (const char* english :
+        {"Options", "OPTIONS", "SUBCOMMAND", "Subcommands", "Print this", "Excludes"})
         EXPECT_THAT(all, testing::Not(HasSubstr(english)));
     EXPECT_EQ(read({}).errors, "コマンドがない\n詳しくは --help\n");
 }

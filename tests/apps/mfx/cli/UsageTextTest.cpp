@@ -14,7 +14,8 @@ constexpr const char* kMessages[] = {"A subcommand is required",
     "--to: At Most 1 required but received 2",
     "--to: 1 required DIR missing",
     "--dng-preview: huge not in {none,medium,full}",
-    "Could not convert: --dng = maybe"};
+    "Could not convert: --dng = maybe",
+    "--backup excludes --no-backup"};
 
 constexpr char16_t kGerman[] = u"\"$$$/Mfx/Usage/NoCommand=Ein Befehl fehlt\"\n"
                                u"\"$$$/Mfx/Usage/Required=Es fehlt: %1\"\n"
@@ -23,7 +24,8 @@ constexpr char16_t kGerman[] = u"\"$$$/Mfx/Usage/NoCommand=Ein Befehl fehlt\"\n"
                                u"\"$$$/Mfx/Usage/TooOften=%1: %3-mal statt höchstens %2-mal\"\n"
                                u"\"$$$/Mfx/Usage/ValueMissing=%1: Wert (%3) fehlt\"\n"
                                u"\"$$$/Mfx/Usage/NotOneOf=%1: %2 ist nicht in %3\"\n"
-                               u"\"$$$/Mfx/Usage/CannotConvert=%1: %2 passt nicht\"\n";
+                               u"\"$$$/Mfx/Usage/CannotConvert=%1: %2 passt nicht\"\n"
+                               u"\"$$$/Mfx/Usage/Excludes=%1 und %2 passen nicht zusammen\"\n";
 
 using UsageTextTest = DictionaryFixture;
 
@@ -43,7 +45,8 @@ TEST_F(UsageTextTest, SpeaksTheUsersLanguage)
         "--to: 2-mal statt höchstens 1-mal",
         "--to: Wert (DIR) fehlt",
         "--dng-preview: huge ist nicht in {none,medium,full}",
-        "--dng: maybe passt nicht"};
+        "--dng: maybe passt nicht",
+        "--backup und --no-backup passen nicht zusammen"};
     for (std::size_t i = 0; i < std::size(kMessages); ++i)
         EXPECT_EQ(usageText(kMessages[i]), expected[i]);
 }

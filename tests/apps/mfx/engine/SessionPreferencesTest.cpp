@@ -76,7 +76,8 @@ TEST_F(SessionPreferencesTest, LaysTheChoicesOverWhatWasStored)
 {
     store(value("DNGJpegPreviewSize", "2") + value("OpenTevoro", "1") + value("Note", "mine"));
     choices.backupFolder = "/backup/of mine";
-    choices.deletesOriginals = choices.convertsToDNG = true;
+    choices.deletesOriginals = true;
+    choices.convertsToDNG = true;
     choices.dngPreview = 0;
     const SessionPreferences session(kLibrary, userStore(), choices);
     EXPECT_EQ(inSession("SaveToSecondaryLocation"), "1");
@@ -88,6 +89,34 @@ TEST_F(SessionPreferencesTest, LaysTheChoicesOverWhatWasStored)
     EXPECT_EQ(inSession("OpenTevoro"), "1") << "what the command line leaves open is the store's";
     EXPECT_EQ(inSession("Note"), "mine");
     EXPECT_THAT(session.backupFolder(), Optional(std::string("/backup/of mine")));
+}
+
+TEST_F(SessionPreferencesTest, UndoesWhatWasRememberedForOneRun)
+{
+    const std::string remembered = value("SaveToSecondaryLocation", "1")
+        + value("SecondaryLocation", "/backup") + value("OpenTevoro", "1")
+        + value("ConvertToDNG", "1");
+    store(remembered);
+    choices.makesNoBackup = true;
+    choices.opensBrowser = choices.convertsToDNG = false;
+    const SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_FALSE(session.backupFolder());
+    for (const char* key : {"SaveToSecondaryLocation", "OpenTevoro", "ConvertToDNG"}) {
+        EXPECT_EQ(inSession(key), "0") << key;
+        EXPECT_EQ(inUserStore(key), "1") << key;
+    }
+    EXPECT_EQ(inSession("SecondaryLocation"), "/backup") << "for when it is wanted again";
+}
+
+TEST_F(SessionPreferencesTest, RemembersWhatWasUndone)
+{
+    store(value("SaveToSecondaryLocation", "1") + value("SecondaryLocation", "/backup"));
+    choices.makesNoBackup = true;
+    SessionPreferences session(kLibrary, userStore(), choices);
+    ASSERT_TRUE(session.remember("/photos", 1));
+    EXPECT_EQ(inUserStore("SaveToSecondaryLocation"), "0");
+    choices.makesNoBackup = false;
+    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).backupFolder());
 }
 
 TEST_F(SessionPreferencesTest, LeavesTheUsersStoreAsItIs)
