@@ -13,6 +13,12 @@ namespace Pt {
 // name removed; on those without links, the name is reserved first by an empty file.
 std::error_code moveWithoutReplacing(std::string const& from, std::string const& to);
 
+// Makes an empty file for this user alone, under a name that must be free.
+std::error_code makeEmptyFile(std::string const& path);
+
+// Why a folder takes no file: makes one under a name of its own for a moment. No error where it does.
+std::error_code tryFolder(std::string const& folder);
+
 // Makes the folder and those above it, each new one with this mode. Folders that are there stay
 // as they are.
 std::error_code makeFolders(std::string const& path, unsigned int mode);

@@ -1,6 +1,7 @@
 // What a command-line program asks of the system it runs on. Free functions; any thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -17,11 +18,20 @@ bool isTerminal(std::FILE* stream);
 // Columns of the terminal behind the stream; 80 where it does not tell.
 int terminalWidth(std::FILE* stream);
 
-// From now on the first SIGINT or SIGTERM is noted and the program goes on; the second ends it at
-// once. A write into a closed pipe fails instead of ending the program.
+// From now on the first SIGINT, SIGTERM or SIGHUP is noted and the program goes on; the second ends
+// it at once. A SIGHUP that was ignored at the start stays so, as nohup wants it. A write into a
+// closed pipe, or beyond the limit of a file's size, fails instead of ending the program.
 void noteInterrupts();
 
 // Whether one was noted.
 bool wasInterrupted();
+
+// Takes the places of standard input, output and error where they are closed, so that no file that
+// is opened later becomes one of them; what is written there then fails. For the start of a
+// program.
+void holdStandardStreams();
+
+// Lets the process open as many files as the system allows it; the number that it may open now.
+std::size_t raiseDescriptorLimit();
 
 } // namespace Pt

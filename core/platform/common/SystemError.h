@@ -1,10 +1,14 @@
 #pragma once
 
 #include <string>
+#include <system_error>
 
 namespace Pt {
 
 // The system's text for an error number, never empty. Any thread.
 std::string systemErrorText(int error);
+
+// The error number that the system's last call left in this thread.
+std::error_code lastSystemError();
 
 } // namespace Pt

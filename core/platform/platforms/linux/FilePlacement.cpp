@@ -3,6 +3,7 @@
 #include "platform/platforms/linux/Descriptor.h"
 
 #include <cerrno>
+#include <cstdlib>
 
 #include <stdio.h>
 #include <sys/stat.h>
@@ -49,6 +50,24 @@ std::error_code moveWithoutReplacing(std::string const& from, std::string const&
         return {};
     }
     return errno == EINVAL || errno == ENOSYS ? linkAndUnlink(from, to) : lastError();
+}
+
+std::error_code makeEmptyFile(std::string const& path)
+{
+    Descriptor const file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    return file.isOpen() ? std::error_code() : lastError();
+}
+
+std::error_code tryFolder(std::string const& folder)
+{
+    std::string path = folder + "/.mfxtry-XXXXXX";
+    Descriptor const file(::mkostemp(path.data(), O_CLOEXEC));
+    if (!file.isOpen()) {
+        return lastError();
+    }
+    std::error_code const error = file.write("x", 1);
+    ::unlink(path.c_str());
+    return error;
 }
 
 std::error_code makeFolders(std::string const& path, unsigned int mode)

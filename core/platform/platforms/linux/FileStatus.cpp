@@ -1,6 +1,7 @@
 #include "platform/common/FileStatus.h"
 
-#include <cerrno>
+#include "platform/platforms/linux/Descriptor.h"
+
 #include <limits>
 
 #include <sys/stat.h>
@@ -44,20 +45,8 @@ std::int64_t nanoseconds(timespec const& time)
     return time.tv_sec * kSecond + time.tv_nsec;
 }
 
-} // namespace
-
-std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& error)
+FileStatus statusFrom(struct stat const& found)
 {
-    struct stat found { };
-    int result = 0;
-    do {
-        result = ::lstat(path.c_str(), &found);
-    } while (result != 0 && errno == EINTR);
-    if (result != 0) {
-        error = std::error_code(errno, std::system_category());
-        return std::nullopt;
-    }
-    error.clear();
     FileStatus status;
     status.device = found.st_dev;
     status.inode = found.st_ino;
@@ -67,6 +56,44 @@ std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& e
     status.mode = found.st_mode & static_cast<mode_t>(~S_IFMT);
     status.kind = kindOf(found.st_mode);
     return status;
+}
+
+} // namespace
+
+std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& error)
+{
+    struct stat found { };
+    if (retryInterrupted([&] { return ::lstat(path.c_str(), &found); }) != 0) {
+        error = lastError();
+        return std::nullopt;
+    }
+    error.clear();
+    return statusFrom(found);
+}
+
+std::optional<std::int64_t> birthTime(std::string const& path)
+{
+    struct statx found { };
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BTIME, &found) != 0
+        || (found.stx_mask & STATX_BTIME) == 0)
+        return std::nullopt;
+    return nanoseconds({found.stx_btime.tv_sec, found.stx_btime.tv_nsec});
+}
+
+std::optional<FileStatus> openedFileStatus(std::string const& path, std::error_code& error)
+{
+    Descriptor const file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    struct stat found { };
+    if (!file.isOpen() || ::fstat(file.get(), &found) != 0) {
+        error = lastError();
+        return std::nullopt;
+    }
+    if (!S_ISREG(found.st_mode)) {
+        error = std::make_error_code(std::errc::invalid_argument);
+        return std::nullopt;
+    }
+    error.clear();
+    return statusFrom(found);
 }
 
 } // namespace Pt

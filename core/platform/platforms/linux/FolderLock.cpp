@@ -1,9 +1,9 @@
 #include "platform/common/FolderLock.h"
 
 #include "platform/platforms/linux/Descriptor.h"
+#include "platform/platforms/linux/SameFile.h"
 
 #include <sys/file.h>
-#include <sys/stat.h>
 
 namespace Pt {
 
@@ -54,10 +54,8 @@ FolderLock::~FolderLock()
 
 bool FolderLock::stillNames(const std::string& folder) const
 {
-    struct stat held = {};
     struct stat named = {};
-    return ::fstat(m_descriptor, &held) == 0 && ::lstat(folder.c_str(), &named) == 0
-        && held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+    return ::lstat(folder.c_str(), &named) == 0 && isSameFile(m_descriptor, named);
 }
 
 } // namespace Pt

@@ -1,6 +1,7 @@
 #include "platform/common/SystemError.h"
 
 #include <array>
+#include <cerrno>
 
 #include <string.h>
 
@@ -11,6 +12,11 @@ std::string systemErrorText(int error)
     // Unlike strerror it shares nothing between threads.
     std::array<char, 256> buffer{};
     return ::strerror_r(error, buffer.data(), buffer.size());
+}
+
+std::error_code lastSystemError()
+{
+    return {errno, std::system_category()};
 }
 
 } // namespace Pt

@@ -1,0 +1,29 @@
+// What is known of the file system behind a path: which disks it lies on, and whether what it says
+// of its files can be believed. Any thread may call; the calls may block on the disk.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace Pt {
+
+// Names of the whole disks behind a path, such as "sda", partitions and layers between resolved; a
+// file system that lies on no disk has a name of its own. Two paths that share a name may be lost
+// together. Empty when the path cannot be asked.
+std::set<std::string> disksOf(const std::string& path);
+
+// Whether the file system keeps its files itself, on a disk or in memory. Others (pools, overlays,
+// shares of other machines) may show a file that lies elsewhere, under numbers of their own.
+bool keepsItsOwnFiles(const std::string& path);
+
+enum class LetterTest { kLooksOnly, kMakesFiles };
+
+// The first character of a file name that the file system of a folder does not take, as UTF-8; of
+// a blank or a dot at the end, that one. Nothing where all of them are taken, as far as that can be
+// told: some file systems say so only when a file is made, which the test then does for a moment.
+std::optional<std::string> refusedLetter(
+    const std::string& folder, const std::string& name, LetterTest test = LetterTest::kLooksOnly);
+
+} // namespace Pt

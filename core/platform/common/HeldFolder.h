@@ -1,0 +1,47 @@
+// A folder that is held open, so that work in it goes to that folder and to no other: not to the
+// empty one below the mount point when a disk is pulled, and not to one that somebody makes anew
+// under the same name.
+//
+// Owns one descriptor, which children do not inherit. Constant after construction but for moves;
+// any thread may ask.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <system_error>
+
+namespace Pt {
+
+class HeldFolder {
+public:
+    // Nothing when the folder cannot be opened; `error` then says why.
+    static std::optional<HeldFolder> open(const std::string& path, std::error_code& error);
+
+    HeldFolder(HeldFolder&& other) noexcept;
+    HeldFolder& operator=(HeldFolder&& other) noexcept;
+    HeldFolder(const HeldFolder&) = delete;
+    HeldFolder& operator=(const HeldFolder&) = delete;
+    ~HeldFolder();
+
+    // The path that it was opened by.
+    const std::string& path() const { return m_path; }
+
+    // A path to the folder itself, for this process alone, whatever its name leads to by now. A
+    // name in the folder follows after a slash.
+    const std::string& ownPath() const { return m_ownPath; }
+
+    // Whether the path leads to this folder still.
+    bool isAtItsPath() const;
+
+    // Whether another path leads to this folder: the same device and inode.
+    bool isNamedBy(const std::string& path) const;
+
+private:
+    HeldFolder(std::string path, int descriptor);
+
+    std::string m_path;
+    std::string m_ownPath;
+    int m_descriptor;
+};
+
+} // namespace Pt

@@ -1,0 +1,57 @@
+#include "platform/common/HeldFolder.h"
+
+#include "platform/platforms/linux/Descriptor.h"
+#include "platform/platforms/linux/SameFile.h"
+
+namespace Pt {
+
+std::optional<HeldFolder> HeldFolder::open(const std::string& path, std::error_code& error)
+{
+    Descriptor folder = Descriptor::open(path, O_RDONLY | O_DIRECTORY);
+    error = folder.isOpen() ? std::error_code() : lastError();
+    if (error)
+        return std::nullopt;
+    return HeldFolder(path, folder.release());
+}
+
+// The last dot follows the system's link to the descriptor, also where links are not followed.
+HeldFolder::HeldFolder(std::string path, int descriptor)
+    : m_path(std::move(path))
+    , m_ownPath("/proc/self/fd/" + std::to_string(descriptor) + "/.")
+    , m_descriptor(descriptor)
+{
+}
+
+HeldFolder::HeldFolder(HeldFolder&& other) noexcept
+    : m_path(std::move(other.m_path))
+    , m_ownPath(std::move(other.m_ownPath))
+    , m_descriptor(std::exchange(other.m_descriptor, -1))
+{
+}
+
+HeldFolder& HeldFolder::operator=(HeldFolder&& other) noexcept
+{
+    std::swap(m_path, other.m_path);
+    std::swap(m_ownPath, other.m_ownPath);
+    std::swap(m_descriptor, other.m_descriptor);
+    return *this;
+}
+
+HeldFolder::~HeldFolder()
+{
+    if (m_descriptor != -1)
+        ::close(m_descriptor);
+}
+
+bool HeldFolder::isAtItsPath() const
+{
+    return isNamedBy(m_path);
+}
+
+bool HeldFolder::isNamedBy(const std::string& path) const
+{
+    struct stat named = {};
+    return ::stat(path.c_str(), &named) == 0 && isSameFile(m_descriptor, named);
+}
+
+} // namespace Pt
