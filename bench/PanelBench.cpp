@@ -28,7 +28,10 @@ public:
     void source(const std::string&, std::size_t, std::uint64_t) override { }
     void item(const mfx::ItemEvent&) override { }
     void message(const std::string&, const std::string&) override { }
-    bool question(const std::string&, const std::string&) override { return false; }
+    mfx::Answer question(const std::string&, const std::string&) override
+    {
+        return mfx::Answer::kNo;
+    }
     void progress(const mfx::ProgressEvent&) override { }
     void summary(const mfx::DownloadSummary&) override { }
 };

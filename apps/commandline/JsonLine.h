@@ -4,8 +4,6 @@
 #include "commandline/NameText.h"
 #include "commandline/Output.h"
 
-#include <cstdio>
-
 #include <nlohmann/json.hpp>
 
 namespace commandline {
@@ -16,7 +14,7 @@ inline void printJson(const Json& object)
 {
     // Names come in as UTF-8; a stray byte of a system's message must not cost the line.
     printLine(object.dump(-1, ' ', false, Json::error_handler_t::replace));
-    std::fflush(stdout); // a reader follows along
+    outputError(); // written now: a reader follows along
 }
 
 } // namespace commandline

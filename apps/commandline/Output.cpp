@@ -2,6 +2,7 @@
 
 #include "commandline/NameText.h"
 
+#include <cerrno>
 #include <cstdio>
 
 namespace commandline {
@@ -15,10 +16,28 @@ void printMessage(std::string_view program, const std::string& text)
         terminalText(text).c_str());
 }
 
+namespace {
+
+std::error_code g_outputError; // the first; for the program's main thread, as all of this
+
+void noteOutputError(bool isWritten)
+{
+    if (!isWritten && !g_outputError)
+        g_outputError.assign(errno, std::system_category());
+}
+
+} // namespace
+
+std::error_code outputError()
+{
+    noteOutputError(std::fflush(stdout) == 0);
+    return g_outputError;
+}
+
 void printLine(const std::string& text)
 {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fputc('\n', stdout);
+    const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    noteOutputError(isWritten && std::fputc('\n', stdout) != EOF);
 }
 
 } // namespace commandline

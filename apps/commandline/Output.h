@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace commandline {
 
@@ -11,5 +12,8 @@ void printMessage(std::string_view program, const std::string& text);
 
 // A line on standard output.
 void printLine(const std::string& text);
+
+// Why a line so far could not be written; waits until all are. The first failure lasts.
+std::error_code outputError();
 
 } // namespace commandline

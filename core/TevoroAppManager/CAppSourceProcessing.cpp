@@ -19,6 +19,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr int kAttempts = 100; // somebody may take a name between our look and our copy
+
 void tell(FxStatusTextCallback callback, const QString& text)
 {
     if (callback)
@@ -93,11 +95,17 @@ FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
         CopyNumbering numbering;
         if (target == m_secondaryLocation)
             numbering = numberingBeside(deviceName, fileName);
-        QString name;
-        if (!generateUniqueFileName(
-                m_secondaryLocation, deviceName, name, numbering.firstIndex, numbering.forced))
-            return kFxErrNoUniqueName;
-        if (!copyFileIntoTargetFolder(itemFolder, fileName, m_secondaryLocation, name)) {
+        auto result = Pt::CopyProblem::kTargetTaken;
+        for (int attempt = 0; attempt < kAttempts && result == Pt::CopyProblem::kTargetTaken;
+             ++attempt) {
+            QString name;
+            if (!generateUniqueFileName(
+                    m_secondaryLocation, deviceName, name, numbering.firstIndex, numbering.forced))
+                return kFxErrNoUniqueName;
+            result =
+                copyProvenIntoTargetFolder(itemFolder, fileName, m_secondaryLocation, name).problem;
+        }
+        if (result != Pt::CopyProblem::kNone) {
             reportFailedBackup(display);
             return kFxErrBackupFailed;
         }

@@ -1,7 +1,6 @@
 #include "TevoroAppManager/TargetFolder.h"
 
 #include "TevoroAppManager/FxText.h"
-#include "platform/common/FileCopy.h"
 #include "platform/common/FileFlags.h"
 #include "platform/common/PtUcs.h"
 
@@ -58,12 +57,19 @@ bool copyFileIntoTargetFolder(const QString& sourceFolder,
     const QString& destFolder,
     const QString& destName)
 {
+    return copyProvenIntoTargetFolder(sourceFolder, sourceName, destFolder, destName).isProven();
+}
+
+Pt::CopyResult copyProvenIntoTargetFolder(const QString& sourceFolder,
+    const QString& sourceName,
+    const QString& destFolder,
+    const QString& destName)
+{
     const QString source = sourceFolder.trimmed() + QDir::separator() + sourceName;
     makeFolders(destFolder + QDir::separator());
     Pt::CopyOptions options;
     options.mode = kCopyMode;
     options.exactMode = true;
-    const Pt::CopyResult result = Pt::copyFile(
+    return Pt::copyFile(
         source.toStdString(), destFolder.toStdString(), destName.toStdString(), options);
-    return result.isProven();
 }

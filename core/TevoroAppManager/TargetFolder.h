@@ -2,6 +2,8 @@
 // state; failures come back as a false result.
 #pragma once
 
+#include "platform/common/FileCopy.h"
+
 class QString;
 
 // Whether this process may write into the folder.
@@ -17,6 +19,12 @@ void unLockFile(const QString& path);
 // that was read back from the disk and compared. Never replaces a file. Makes the folder. The copy
 // is for this user alone (mode 0600).
 bool copyFileIntoTargetFolder(const QString& sourceFolder,
+    const QString& sourceName,
+    const QString& destFolder,
+    const QString& destName);
+
+// The same, and why there is no copy.
+Pt::CopyResult copyProvenIntoTargetFolder(const QString& sourceFolder,
     const QString& sourceName,
     const QString& destFolder,
     const QString& destName);

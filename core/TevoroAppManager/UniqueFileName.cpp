@@ -1,6 +1,7 @@
 #include "TevoroAppManager/UniqueFileName.h"
 
 #include "TevoroAppManager/FxText.h"
+#include "platform/common/NameJournal.h"
 #include "platform/common/PtExSystem.h"
 #include "platform/common/PtIoDeviceFile.h"
 #include "platform/common/PtUcs.h"
@@ -8,6 +9,7 @@
 #include <QDir>
 
 #include <cerrno>
+#include <string>
 
 namespace {
 
@@ -26,12 +28,30 @@ QString numbered(const QString& base, qint64 index)
     return stem + u'-' + number + extension;
 }
 
+// Noted while it lives, for the case that this process is killed beside the empty file.
+class JournalEntry {
+public:
+    JournalEntry(const QString& folder, const QString& name)
+        : m_journal(Pt::nameJournalPath(folder.toStdString()))
+    {
+        Pt::noteTriedName(m_journal, name.toStdString());
+    }
+    ~JournalEntry() { Pt::noteTriedName(m_journal, {}); }
+    JournalEntry(const JournalEntry&) = delete;
+    JournalEntry& operator=(const JournalEntry&) = delete;
+
+private:
+    const std::string m_journal;
+};
+
 enum class Probe { kFree, kTaken, kRefused };
 
-Probe probe(const QString& path)
+Probe probe(const QString& folder, const QString& name)
 {
+    const QString path = folder + QDir::separator() + name;
     if (ptucsaccess(fxUnits(path), 0) == 0)
         return Probe::kTaken;
+    const JournalEntry entry(folder, name);
     try {
         PtIoDeviceFile::Pointer file = PtIoDeviceFile::Create(fxUnits(path), kPtIoTemporary);
         file->flush();
@@ -51,7 +71,7 @@ bool generateUniqueFileName(
     qint64 index = firstIndex; // the rounds may count beyond the highest int
     for (int round = 0; round < kRounds; ++round) {
         out = round == 0 && !forceNumber ? base : numbered(base, index++);
-        const Probe result = probe(folder.trimmed() + QDir::separator() + out);
+        const Probe result = probe(folder.trimmed(), out);
         if (result != Probe::kTaken)
             return result == Probe::kFree;
     }

@@ -39,7 +39,7 @@ TEST_F(DownloadDeletionTest, KeepsOriginalsWithoutBeingAsked)
 TEST_F(DownloadDeletionTest, KeepsOriginalsWhereNobodyCanAnswer)
 {
     const RunResult result = download({"--delete-originals"});
-    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.code, 1);
     EXPECT_EQ(leftOnCard(), 2U);
     EXPECT_NE(result.err.find("nobody to ask"), std::string::npos) << result.err;
 }
@@ -100,7 +100,7 @@ TEST_F(DownloadDeletionTest, KeepsAWholeGroupWhenOneMemberIsNotSafe)
     setVariable("LD_PRELOAD", FAULT_SHIM);
     setVariable("FAULT_ROOT", backup());
     setVariable("FAULT_ONLY", "write");
-    setVariable("FAULT_AT", "2"); // A.JPG, then B.CR2, then B.JPG
+    setVariable("FAULT_AT", "4"); // a note of the name and the copy, for A.JPG, then for B.CR2
     const RunResult result = downloadWithBackup({"--delete-originals", "--yes"});
     EXPECT_EQ(result.code, 1) << result.err;
     EXPECT_FALSE(fs::exists(card() / "DCIM/100MFX/A.JPG"));

@@ -165,8 +165,10 @@ TEST_F(DownloadFaultTest, TakesNoFailedCallForASuccess)
 
 TEST_F(DownloadFaultTest, NoticesAFlippedBitInACopy)
 {
-    // The first write of each copy, in turn: staged files and backups.
+    // The first write of each copy, in turn: staged files and backups. Between them are the notes of
+    // names that are tried, on which nothing depends.
     const long writes = countCalls("write");
+    int noticed = 0;
     for (long n = 1; n <= writes; ++n) {
         startAnew();
         loadShim("write");
@@ -177,11 +179,12 @@ TEST_F(DownloadFaultTest, NoticesAFlippedBitInACopy)
         const std::string when = "write " + std::to_string(n) + " flipped";
         expectWholeFiles(target(), when);
         expectWholeFiles(backup(), when);
-        EXPECT_EQ(result.code, 1) << when << result.err;
-        EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << when;
+        EXPECT_EQ(result.summary()["card_may_be_wiped"], result.code == 0) << when << result.err;
+        noticed += result.code == 1 ? 1 : 0;
         fs::remove_all(card());
         fillCard();
     }
+    EXPECT_EQ(noticed, 6); // three files, two places
 }
 
 TEST_F(DownloadFaultTest, StopsWhenTheTargetIsFullBeforeItStarts)
@@ -233,7 +236,7 @@ TEST_F(DownloadFaultTest, SavesTheRestWhenTheBackupDiskFillsUp)
         GTEST_SKIP() << "mounting a small disk needs root";
     loadShim("write");
     setVariable("FAULT_ROOT", backup());
-    setVariable("FAULT_AT", "1");
+    setVariable("FAULT_AT", "2"); // behind the note of the name
     setVariable("FAULT_ERRNO", std::to_string(ENOSPC));
     const RunResult result = downloadWithBackup({"--delete-originals", "--yes"});
     unloadShim();

@@ -232,9 +232,9 @@ TEST_F(LanguageTest, ReadsTheDictionaryBesideTheProgramFromAnyFolder)
     addLanguage(inFile(u"\"$$$/Mfx/Verdict/Saved=SAVED:%1\"\n"
                        u"\"$$$/Mfx/Help/Usage=Aufruf\"\n"
                        u"\"$$$/Mfx/Verdict/MayBeWiped=%1 OK\"\n"));
-    setWorkingFolder(data());
+    setWorkingFolder(card().parent_path());
     fs::remove(card() / "DCIM/100MFX/LINK.JPG");
-    const RunResult result = mfx({"download", "card", "--to", "./pictures"});
+    const RunResult result = mfx({"download", "card", "--to", fs::relative(target(), card().parent_path())});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("SAVED:2, 2 proven, 0 problems OK\n"));
     EXPECT_EQ(filesIn(target()).size(), 2U) << "paths count from the user's folder";

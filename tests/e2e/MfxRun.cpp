@@ -89,7 +89,12 @@ void MfxTest::SetUp()
     ASSERT_NE(::mkdtemp(name.data()), nullptr);
     m_root = fs::canonical(name);
     fs::permissions(m_root, fs::perms::all);
-    for (const char* folder : {"data/card/DCIM/100MFX", "home", "run"})
+    std::string device = "/dev/shm/mfx-e2e-XXXXXX"; // copies on the card's own device are no proof
+    ASSERT_NE(::mkdtemp(device.data()), nullptr);
+    m_device = device;
+    fs::permissions(m_device, fs::perms::all);
+    fs::create_directories(card() / "DCIM/100MFX");
+    for (const char* folder : {"data", "home", "run"})
         fs::create_directories(m_root / folder);
     fs::permissions(m_root / "run", fs::perms::owner_all);
     fs::permissions(data(), fs::perms::all);
@@ -109,6 +114,7 @@ void MfxTest::TearDown()
 {
     std::error_code error;
     fs::remove_all(m_root, error);
+    fs::remove_all(m_device, error);
 }
 
 fs::path MfxTest::addFile(const std::string& name, const std::string& content)
@@ -236,11 +242,14 @@ std::string MfxTest::contentOf(const fs::path& path)
 
 void MfxTest::expectNoLeftovers() const
 {
-    for (const auto& entry : fs::recursive_directory_iterator(m_root)) {
-        const std::string name = entry.path().filename().string();
-        EXPECT_NE(name, ".mfxdownload") << entry.path();
-        EXPECT_NE(name.rfind(".mfxcopy-", 0), 0U) << entry.path();
-        EXPECT_NE(name.rfind("mfx-session", 0), 0U) << entry.path();
+    for (const fs::path& tree : {m_root, m_device}) {
+        for (const auto& entry : fs::recursive_directory_iterator(tree)) {
+            const std::string name = entry.path().filename().string();
+            EXPECT_NE(name, ".mfxdownload") << entry.path();
+            EXPECT_NE(name, ".mfxdelete") << entry.path();
+            EXPECT_NE(name.rfind(".mfxcopy-", 0), 0U) << entry.path();
+            EXPECT_NE(name.rfind("mfx-session", 0), 0U) << entry.path();
+        }
     }
 }
 

@@ -35,7 +35,7 @@ protected:
     // Paths below the test's own tree.
     fs::path root() const { return m_root; }
     fs::path data() const { return m_root / "data"; } // card, target and backup
-    fs::path card() const { return data() / "card"; }
+    fs::path card() const { return m_device / "card"; } // on a device of its own
     fs::path target() const { return data() / "pictures"; }
     fs::path backup() const { return data() / "backup"; }
 
@@ -82,6 +82,7 @@ private:
     void makeOwnTree();
 
     fs::path m_root;
+    fs::path m_device;
     fs::path m_program{MFX_PROGRAM};
     fs::path m_workingFolder;
     std::map<std::string, std::string> m_environment;

@@ -137,6 +137,20 @@ std::string_view startFolder(int folder, Path& buffer)
     return {buffer.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
+// A path through a descriptor of this process is one in the folder that it was opened for.
+void followDescriptor(int& folder, char const*& path)
+{
+    constexpr std::string_view kDescriptors = "/proc/self/fd/";
+    if (std::string_view(path).substr(0, kDescriptors.size()) != kDescriptors)
+        return;
+    char* rest = nullptr;
+    const long number = std::strtol(path + kDescriptors.size(), &rest, 10);
+    if (*rest != '/')
+        return;
+    folder = static_cast<int>(number);
+    path = rest + 1;
+}
+
 __attribute__((destructor)) void writeCountAtTheEnd()
 {
     writeCount();
@@ -171,6 +185,7 @@ bool isWatched(int folder, char const* path)
     if (!g_settings.isOn || !path)
         return false;
     const int before = errno;
+    followDescriptor(folder, path);
     Path start{};
     Path whole{};
     std::size_t length = 0;

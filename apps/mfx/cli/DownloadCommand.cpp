@@ -168,9 +168,10 @@ private:
     {
         if (m_line.dryRun)
             return;
-        m_request.target = makePlace(m_request.target, Purpose::kTarget);
+        m_request.target = makePlace(m_request.target, Purpose::kTarget, m_line.makeFolders);
         if (m_choices.backupFolder) {
-            m_choices.backupFolder = makePlace(*m_choices.backupFolder, Purpose::kBackup);
+            m_choices.backupFolder =
+                makePlace(*m_choices.backupFolder, Purpose::kBackup, m_line.makeFolders);
             Pt::removeStaleCopies(*m_choices.backupFolder);
         }
     }
@@ -186,10 +187,21 @@ private:
                                        "take over the choice of a backup folder"));
         m_request.wantsDNG = m_choices.convertsToDNG.value_or(false);
         m_request.convertsToDNG = panel->isChecked("dng_checkbox");
-        m_request.deletesOriginals = m_mayDelete && panel->isChecked("deletefiles_checkbox");
-        const CardContents card = scanSource(m_source, m_line.only);
+        // Never by a remembered choice alone.
+        m_request.deletesOriginals =
+            m_mayDelete && m_line.deleteOriginals && panel->isChecked("deletefiles_checkbox");
+        const CardContents card = scanSource(m_source, m_line.only, !m_line.dryRun);
+        for (const std::string& path : card.putBack)
+            m_events->message("",
+                text("$$$/Mfx/Download/PutBackOnCard=put back on the card after an earlier run was "
+                     "cut off: %1",
+                    {displayName(path)}));
         requireSpace(card);
-        return Download(m_request, card, sink, *m_events).run();
+        try {
+            return Download(m_request, card, sink, *m_events).run();
+        } catch (const PlaceError& error) {
+            throw CommandError(ExitCode::kPlaceUnusable, error.what());
+        }
     }
 
     void requireSpace(const CardContents& card) const
@@ -223,7 +235,8 @@ private:
             return ExitCode::kInterrupted;
         if (summary.placeUnusable)
             return ExitCode::kPlaceUnusable;
-        const bool isPart = summary.failed != 0 || summary.notDeleted != 0;
+        const bool isPart =
+            summary.failed != 0 || summary.notDeleted != 0 || summary.nobodyAnswered;
         return isPart ? ExitCode::kPartly : ExitCode::kDone;
     }
 

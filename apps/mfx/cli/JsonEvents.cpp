@@ -40,6 +40,14 @@ Json notSafeList(const DownloadSummary& summary)
     return list;
 }
 
+Json passedOverList(const DownloadSummary& summary)
+{
+    Json list = Json::array();
+    for (const PassedOver& entry : summary.passedOver)
+        list.push_back({{"kind", entry.kind}, {"count", entry.count}, {"names", entry.names}});
+    return list;
+}
+
 } // namespace
 
 void JsonEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
@@ -64,9 +72,14 @@ void JsonEvents::message(const std::string& title, const std::string& text)
     printJson({{"event", "message"}, {"title", title}, {"text", text}});
 }
 
-bool JsonEvents::question(const std::string&, const std::string& text)
+Answer JsonEvents::question(const std::string&, const std::string& text)
 {
     return askYesOrNo(text, m_answering);
+}
+
+bool JsonEvents::isHeard() const
+{
+    return !outputError();
 }
 
 void JsonEvents::progress(const ProgressEvent&) { }
@@ -86,7 +99,10 @@ void JsonEvents::summary(const DownloadSummary& summary)
         {"not_deleted", summary.notDeleted},
         {"not_handled", summary.notHandled},
         {"not_asked_for", summary.notAskedFor},
+        {"passed_over", passedOverList(summary)},
         {"not_safe", notSafeList(summary)},
+        {"copies_on_cards_device", summary.copiesOnCardsDevice},
+        {"copies_on_one_disk", summary.copiesOnOneDisk},
         {"interrupted", summary.interrupted},
         {"card_may_be_wiped", summary.cardMayBeWiped},
         {"verdict", summary.verdict}});

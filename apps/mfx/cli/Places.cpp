@@ -6,9 +6,11 @@
 #include "mfx/texts/Texts.h"
 #include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
+#include "platform/common/FileStatus.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 namespace mfx {
 
@@ -60,10 +62,39 @@ constexpr Refusal kCannotWrite{
         ExitCode::kPlaceUnusable, text(literal, {displayName(folder), error.message()}));
 }
 
+constexpr Refusal kUnmounted{"$$$/Mfx/Place/TargetUnmounted=the target %1 is not there, and its "
+                             "disk is probably not mounted: "
+                             "connect the disk, or make the folder with --make-folders",
+    "$$$/Mfx/Place/BackupUnmounted=the backup folder %1 is not there, and its disk is probably not "
+    "mounted: connect the disk, or make the folder with --make-folders"};
+
 bool isBelow(const fs::path& path, const fs::path& folder)
 {
     const auto [end, rest] = std::mismatch(folder.begin(), folder.end(), path.begin(), path.end());
     return end == folder.end();
+}
+
+std::optional<std::uint64_t> deviceOf(const fs::path& folder)
+{
+    std::error_code error;
+    const auto status = Pt::fileStatus((folder / ".").string(), error);
+    return status ? std::optional(status->device) : std::nullopt;
+}
+
+// Where disks are mounted, a folder whose parents are missing is that of a disk that is not there,
+// and so is one that would be made beside the mount points instead of on a disk.
+bool isProbablyUnmounted(const fs::path& folder)
+{
+    std::error_code error;
+    if (fs::exists(folder, error))
+        return false;
+    for (const char* mounts : {"/media", "/run/media", "/mnt"}) {
+        if (!isBelow(folder, mounts) || folder == fs::path(mounts))
+            continue;
+        const fs::path parent = folder.parent_path();
+        return !fs::exists(parent, error) || deviceOf(parent) == deviceOf(mounts);
+    }
+    return false;
 }
 
 } // namespace
@@ -92,8 +123,10 @@ void requireUsablePlace(const std::string& folder, const std::string& source, Pu
         refuse(kTooDeep, purpose, folder);
 }
 
-std::string makePlace(const std::string& folder, Purpose purpose)
+std::string makePlace(const std::string& folder, Purpose purpose, bool mayMakeOnMounts)
 {
+    if (!mayMakeOnMounts && isProbablyUnmounted(folder))
+        refuse(kUnmounted, purpose, folder);
     if (const std::error_code error = Pt::makeFolders(folder, kFolderMode))
         refuse(kCannotMake, purpose, folder, error);
     std::error_code error;

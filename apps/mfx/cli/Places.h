@@ -17,6 +17,6 @@ std::string absolutePath(const std::string& path);
 void requireUsablePlace(const std::string& folder, const std::string& source, Purpose purpose);
 
 // Makes the folder and tries whether it can be written. Its path without links.
-std::string makePlace(const std::string& folder, Purpose purpose);
+std::string makePlace(const std::string& folder, Purpose purpose, bool mayMakeOnMounts = true);
 
 } // namespace mfx

@@ -40,24 +40,28 @@ std::optional<bool> meaningOf(const std::string& answer)
 
 } // namespace
 
-bool askYesOrNo(const std::string& question, Answering answering)
+Answer askYesOrNo(const std::string& question, Answering answering)
 {
     if (answering == Answering::kYes)
-        return true;
+        return Answer::kYes;
     if (!Pt::isTerminal(stdin) || !Pt::isTerminal(stderr)) {
         printMessage(text("$$$/Mfx/Question/NobodyToAsk=nothing is deleted: there is nobody to ask "
                           "(--yes answers beforehand)"));
-        return false;
+        return Answer::kNobody;
     }
+    const std::size_t lastLine = question.rfind('\n') + 1; // npos + 1 is the beginning
+    std::istringstream before(question.substr(0, lastLine));
+    for (std::string line; std::getline(before, line);)
+        printMessage(line);
     for (;;) {
         const std::string prompt =
-            text("$$$/Mfx/Question/Prompt=%1 [y/N]", {terminalText(question)});
+            text("$$$/Mfx/Question/Prompt=%1 [y/N]", {terminalText(question.substr(lastLine))});
         std::fprintf(stderr, "%s ", prompt.c_str());
         std::string answer;
         if (Pt::wasInterrupted() || !std::getline(std::cin, answer) || Pt::wasInterrupted())
-            return false;
+            return Answer::kNo;
         if (const auto meaning = meaningOf(answer))
-            return *meaning;
+            return *meaning ? Answer::kYes : Answer::kNo;
     }
 }
 

@@ -1,6 +1,8 @@
 // A question to the person at the terminal.
 #pragma once
 
+#include "mfx/engine/DownloadEvents.h"
+
 #include <string>
 
 namespace mfx {
@@ -12,7 +14,8 @@ enum class Answering {
 };
 
 // Blocks until an answer, an interrupt (no) or the end of input (no). Takes the words of the user's
-// language; y, yes, n and no in every language.
-bool askYesOrNo(const std::string& question, Answering answering);
+// language; y, yes, n and no in every language. The last line of the question is the prompt; those
+// before it are told first.
+Answer askYesOrNo(const std::string& question, Answering answering);
 
 } // namespace mfx

@@ -20,9 +20,11 @@ MediaSource sourceArgument(const std::string& name)
     return std::move(*source);
 }
 
-CardContents scanSource(const MediaSource& source, const std::vector<std::string>& only)
+CardContents scanSource(
+    const MediaSource& source, const std::vector<std::string>& only, bool putsBack)
 {
     ScanOptions options;
+    options.putsBack = putsBack;
     options.only = NameFilter(only);
     CardContents card = scanCard(source.path, options);
     if (card.rootError)

@@ -40,11 +40,13 @@ void TextEvents::source(const std::string& name, std::size_t items, std::uint64_
 
 void TextEvents::item(const ItemEvent& event)
 {
+    if (event.error && event.isToldAlready)
+        return;
     if (event.error)
         tell(text("$$$/Mfx/Download/ItemProblem=%1: %2", {event.name, *event.error}));
     else if (m_dryRun && !m_quiet)
         printLine(text(event.status == ItemStatus::kExists
-                ? "$$$/Mfx/Download/ItemExists=%1 -> %2 (stands there already)"
+                ? "$$$/Mfx/Download/ItemExists=%1 -> %2 (already present)"
                 : "$$$/Mfx/Download/ItemToSave=%1 -> %2",
             {terminalText(event.name), terminalText(event.saved.value_or(""))}));
 }
@@ -55,13 +57,18 @@ void TextEvents::message(const std::string& title, const std::string& body)
         tell(title.empty() ? body : text("$$$/Mfx/Download/Titled=%1: %2", {title, body}));
 }
 
-bool TextEvents::question(const std::string&, const std::string& body)
+Answer TextEvents::question(const std::string&, const std::string& body)
 {
     {
         Pt::Locked locked(m_lock);
         m_line.clear();
     }
     return askYesOrNo(body, m_answering);
+}
+
+bool TextEvents::isHeard() const
+{
+    return !commandline::outputError();
 }
 
 void TextEvents::progress(const ProgressEvent& event)

@@ -16,7 +16,8 @@ public:
     void source(const std::string& name, std::size_t items, std::uint64_t bytes) override;
     void item(const ItemEvent& event) override;
     void message(const std::string& title, const std::string& body) override;
-    bool question(const std::string& title, const std::string& body) override;
+    Answer question(const std::string& title, const std::string& body) override;
+    bool isHeard() const override;
     void progress(const ProgressEvent& event) override;
     void summary(const DownloadSummary& summary) override;
 

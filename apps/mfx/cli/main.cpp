@@ -1,5 +1,6 @@
 // The program mfx: one face of the download engine, on the command line.
 
+#include "commandline/Output.h"
 #include "mfx/cli/Commands.h"
 #include "mfx/cli/Language.h"
 #include "mfx/cli/Reporting.h"
@@ -7,7 +8,6 @@
 #include "mfx/texts/Texts.h"
 #include "platform/common/ProgramEnvironment.h"
 
-#include <cstdio>
 #include <exception>
 
 namespace {
@@ -49,11 +49,18 @@ mfx::ExitCode runReporting(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    Pt::holdStandardStreams();
     Pt::noteInterrupts();
+    Pt::raiseDescriptorLimit(); // each folder that is saved into is held open
     auto code = runReporting(argc, argv);
     // Whoever reads the output must learn that it could not be written.
-    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-    if (!isWritten && code == mfx::ExitCode::kDone)
-        code = mfx::ExitCode::kPlaceUnusable;
+    if (const std::error_code error = commandline::outputError()) {
+        mfx::printMessage(
+            mfx::text("$$$/Mfx/System/OutputFailed=standard output cannot be written: "
+                      "%1",
+                {error.message()}));
+        if (code == mfx::ExitCode::kDone || code == mfx::ExitCode::kPartly)
+            code = mfx::ExitCode::kPlaceUnusable;
+    }
     return static_cast<int>(code);
 }

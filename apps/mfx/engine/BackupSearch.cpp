@@ -37,38 +37,39 @@ std::uint64_t ownNumber(const std::string& name)
 }
 
 // Looks at the forms from a number on, up to the first that is missing.
-bool holdsFrom(std::uint64_t first,
+std::optional<std::string> findFrom(std::uint64_t first,
     const std::string& folder,
     const std::string& deviceName,
     const Pt::ContentDigest& digest,
     const std::optional<Pt::FileStatus>& saved)
 {
     for (std::uint64_t number = first;; ++number) {
-        const std::string path = folder + '/' + numberedName(deviceName, number);
+        const std::string name = numberedName(deviceName, number);
+        const std::string path = folder + '/' + name;
         std::error_code error;
         const auto there = Pt::fileStatus(path, error);
         if (!there && number > 0) // beside its original, a copy begins with "-1"
-            return false;
-        if (there && there->size == 0 && digest.size != 0 && Pt::removeStaleProbe(path))
-            continue;
+            return std::nullopt;
         if (!there || there->kind != Pt::FileStatus::Kind::Regular || there->size != digest.size
             || isSameFile(*there, saved))
             continue;
         if (Pt::digestOfFile(path, error) == digest)
-            return true;
+            return name;
     }
 }
 
 } // namespace
 
-bool holdsBackup(const std::string& folder,
+std::optional<std::string> findBackup(const std::string& folder,
     const std::string& deviceName,
     const Pt::ContentDigest& digest,
     const std::optional<Pt::FileStatus>& saved)
 {
+    auto found = findFrom(0, folder, deviceName, digest, saved);
     const std::uint64_t own = ownNumber(deviceName);
-    return holdsFrom(0, folder, deviceName, digest, saved)
-        || (own > 0 && holdsFrom(own + 1, folder, deviceName, digest, saved));
+    if (!found && own > 0)
+        found = findFrom(own + 1, folder, deviceName, digest, saved);
+    return found;
 }
 
 } // namespace mfx

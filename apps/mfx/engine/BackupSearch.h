@@ -1,4 +1,4 @@
-// Looks for a second copy that stands already. Free function; any thread.
+// Looks for copies that stand in a folder of backups already. Free functions; any thread.
 #pragma once
 
 #include "platform/common/ContentDigest.h"
@@ -9,10 +9,10 @@
 
 namespace mfx {
 
-// Whether the folder holds a file with these bytes under the device's name or a numbered form of
-// it, read from the disk. Empty files of these names that a killed run left there go. `saved` is
-// the item's first copy, which is no second one.
-bool holdsBackup(const std::string& folder,
+// The name of a file in the folder with these bytes, under the device's name or a numbered form of
+// it, read from the disk. Nothing where there is none. `saved` is the item's first copy, which is
+// no second one.
+std::optional<std::string> findBackup(const std::string& folder,
     const std::string& deviceName,
     const Pt::ContentDigest& digest,
     const std::optional<Pt::FileStatus>& saved);

@@ -1,7 +1,11 @@
 #include "mfx/engine/CardScan.h"
 
 #include "commandline/NameText.h"
+#include "mfx/engine/OriginalDeletion.h"
+#include "mfx/engine/PictureSearch.h"
 #include "mfx/texts/Texts.h"
+#include "platform/common/FilePlacement.h"
+#include "platform/common/FileSystemFacts.h"
 
 #include <algorithm>
 #include <array>
@@ -28,7 +32,8 @@ constexpr auto kSystemFolders = std::to_array<std::string_view>({".Trashes",
     "System Volume Information",
     "$RECYCLE.BIN",
     "LOST.DIR",
-    ".mfxdownload"});
+    ".mfxdownload",
+    ".mfxdelete"});
 constexpr auto kJunkFiles =
     std::to_array<std::string_view>({"Thumbs.db", "desktop.ini", ".DS_Store"});
 
@@ -98,6 +103,9 @@ public:
 
 private:
     void list(std::uint32_t folder);
+    std::vector<std::string> namesIn(std::uint32_t folder);
+    void putBack(std::uint32_t folder);
+    void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
     void take(std::uint32_t folder, std::string name);
     void enter(std::uint32_t folder, std::string name, Pt::FileStatus const& status);
     bool toldToStop();
@@ -117,6 +125,8 @@ void Scan::run()
     }
     m_entered.emplace(root->device, root->inode);
     m_contents.folders.emplace_back();
+    m_contents.folderIds.push_back({root->device, root->inode, 0});
+    m_contents.keepsOwnFiles = Pt::keepsItsOwnFiles(m_contents.root);
     m_pending.push_back(0);
     while (!m_pending.empty() && !toldToStop()) {
         const std::uint32_t folder = m_pending.back();
@@ -135,6 +145,23 @@ bool Scan::toldToStop()
 // The names come first, so that what is entered does not depend on the order of the directory.
 void Scan::list(std::uint32_t folder)
 {
+    std::vector<std::string> names = namesIn(folder);
+    if (m_options.putsBack
+        && std::find(names.begin(), names.end(), OriginalDeletion::kAsideFolder) != names.end()) {
+        putBack(folder);
+        names = namesIn(folder);
+    }
+    std::sort(names.begin(), names.end());
+    for (std::string& name : names) {
+        if (toldToStop()) {
+            return;
+        }
+        take(folder, std::move(name));
+    }
+}
+
+std::vector<std::string> Scan::namesIn(std::uint32_t folder)
+{
     const std::string path = m_contents.folderPath(folder);
     std::vector<std::string> names;
     std::error_code error;
@@ -149,13 +176,23 @@ void Scan::list(std::uint32_t folder)
             m_contents.rootError = error;
         }
     }
-    std::sort(names.begin(), names.end());
-    for (std::string& name : names) {
-        if (toldToStop()) {
-            return;
+    return names;
+}
+
+// What cannot go back stays, and is found again as pictures in a folder that is passed over.
+void Scan::putBack(std::uint32_t folder)
+{
+    const std::string path = m_contents.folderPath(folder);
+    const std::string aside = path + '/' + OriginalDeletion::kAsideFolder;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(aside, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string back = path + '/' + entry->path().filename().native();
+        if (!Pt::moveWithoutReplacing(entry->path().native(), back)) {
+            m_contents.putBack.push_back(back);
         }
-        take(folder, std::move(name));
     }
+    std::filesystem::remove(aside, error);
 }
 
 void Scan::take(std::uint32_t folder, std::string name)
@@ -166,25 +203,53 @@ void Scan::take(std::uint32_t folder, std::string name)
     if (!status) {
         m_contents.problems.push_back({path, error});
     } else if (const auto reason = reasonAgainst(name, status->kind)) {
-        m_contents.notHandled.push_back({std::move(name), folder, *reason});
+        passOver(folder, std::move(name), *reason, status->kind);
     } else if (status->kind == Kind::Folder) {
         enter(folder, std::move(name), *status);
     } else if (m_options.only.accepts(name)) {
         m_contents.items.push_back({std::move(name), *status, folder});
+        ++m_contents.folderIds[folder].items;
     } else {
         ++m_contents.notAskedFor;
+        std::string const& below = m_contents.folders[folder];
+        m_contents.leftOut.insert(below.empty() ? std::move(name) : below + '/' + name);
     }
+}
+
+void Scan::passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind)
+{
+    NotHandled entry{std::move(name), folder, reason, {}, 0};
+    const std::string below = m_contents.folders[folder];
+    const std::string path = below.empty() ? entry.name : below + '/' + entry.name;
+    FoundPictures found;
+    if (kind == Kind::Folder) {
+        found = picturesBelow(m_contents.root, path);
+    } else if (kind == Kind::Regular && isPicture(m_contents.root + '/' + path)) {
+        found = {{path}, 1};
+        if (reason == NotHandledReason::JunkFile) {
+            entry.reason = NotHandledReason::Hidden; // a picture with the name of a system's file
+        }
+    }
+    entry.pictures = std::move(found.names);
+    entry.pictureCount = found.count;
+    m_contents.notHandled.push_back(std::move(entry));
 }
 
 void Scan::enter(std::uint32_t folder, std::string name, Pt::FileStatus const& status)
 {
     if (!m_entered.emplace(status.device, status.inode).second) {
-        m_contents.notHandled.push_back({std::move(name), folder, NotHandledReason::SameFolder});
+        m_contents.notHandled.push_back(
+            {std::move(name), folder, NotHandledReason::SameFolder, {}, 0});
         return;
     }
     std::string const& parent = m_contents.folders[folder];
     m_pending.push_back(static_cast<std::uint32_t>(m_contents.folders.size()));
     m_contents.folders.push_back(parent.empty() ? std::move(name) : parent + '/' + name);
+    m_contents.folderIds.push_back({status.device, status.inode, 0});
+    if (status.device != m_contents.folderIds[folder].device) {
+        m_contents.keepsOwnFiles = m_contents.keepsOwnFiles
+            && Pt::keepsItsOwnFiles(m_contents.root + '/' + m_contents.folders.back());
+    }
 }
 
 void Scan::sort()
@@ -196,12 +261,15 @@ void Scan::sort()
         order.begin(), order.end(), [&folders](auto a, auto b) { return folders[a] < folders[b]; });
     std::vector<std::uint32_t> place(order.size());
     std::vector<std::string> sorted;
+    std::vector<CardFolderId> ids;
     sorted.reserve(order.size());
     for (const std::uint32_t folder : order) {
         place[folder] = static_cast<std::uint32_t>(sorted.size());
         sorted.push_back(std::move(folders[folder]));
+        ids.push_back(m_contents.folderIds[folder]);
     }
     folders = std::move(sorted);
+    m_contents.folderIds = std::move(ids);
     const auto arrange = [&place](auto& entries) {
         for (auto& entry : entries) {
             entry.folder = place[entry.folder];
@@ -274,6 +342,11 @@ std::string CardContents::folderPath(std::uint32_t folder) const
     return folders[folder].empty() ? root : root + '/' + folders[folder];
 }
 
+std::string CardContents::pathBelow(MediaItem const& item) const
+{
+    return folders[item.folder].empty() ? item.name : folders[item.folder] + '/' + item.name;
+}
+
 std::string CardContents::pathOf(MediaItem const& item) const
 {
     return folderPath(item.folder) + '/' + item.name;
@@ -283,7 +356,7 @@ std::size_t CardContents::harmfulNotHandled() const
 {
     const auto count = std::count_if(notHandled.begin(),
         notHandled.end(),
-        [](NotHandled const& entry) { return !isHarmless(entry.reason); });
+        [](NotHandled const& entry) { return entry.mayHoldPhotos(); });
     return static_cast<std::size_t>(count);
 }
 

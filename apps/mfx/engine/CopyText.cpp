@@ -9,7 +9,7 @@ namespace {
 // The first literal where the system gave no reason, the second one with it.
 std::string withReason(const char* plain, const char* reasoned, const std::error_code& error)
 {
-    return error ? text(reasoned, {error.message()}) : text(plain);
+    return error ? text(reasoned, {systemReason(error)}) : text(plain);
 }
 
 } // namespace
@@ -43,6 +43,37 @@ std::string copyText(const Pt::CopyResult& result)
         return text("$$$/Mfx/Copy/NotProven=the copy on the disk differs from what was written");
     }
     return text("$$$/Mfx/Copy/Unknown=unknown");
+}
+
+std::string copyText(
+    const Pt::CopyResult& result, const std::string& folder, const std::string& name)
+{
+    const auto letter = letterText(folder, name, result.error, Pt::LetterTest::kMakesFiles);
+    return letter && result.problem == Pt::CopyProblem::kTargetUnusable ? *letter
+                                                                        : copyText(result);
+}
+
+std::string systemReason(const std::error_code& error)
+{
+    if (error == std::errc::too_many_files_open)
+        return text("$$$/Mfx/Copy/TooManyOpen=too many files are open: raise the limit that "
+                    "'ulimit -n' shows");
+    return error.message();
+}
+
+std::optional<std::string> letterText(const std::string& folder,
+    const std::string& name,
+    const std::error_code& error,
+    Pt::LetterTest test)
+{
+    if (error != std::errc::invalid_argument && error != std::errc::illegal_byte_sequence)
+        return std::nullopt;
+    const auto letter = Pt::refusedLetter(folder, name, test);
+    if (!letter)
+        return std::nullopt;
+    return text("$$$/Mfx/Copy/LetterRefused=the file system does not take '%1' in a name: give "
+                "another with --rename",
+        {*letter});
 }
 
 } // namespace mfx

@@ -1,15 +1,15 @@
 #include "mfx/engine/Download.h"
 
 #include "commandline/NameText.h"
-#include "mfx/engine/BackupSearch.h"
+#include "mfx/engine/CopyIdentity.h"
 #include "mfx/engine/DNGSearch.h"
 #include "mfx/engine/GroupPlacer.h"
 #include "mfx/engine/GroupStager.h"
+#include "mfx/engine/PassedOverList.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/engine/Verdict.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
-#include "platform/common/FolderLock.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -64,7 +64,11 @@ Download::Download(
     , m_sink(sink)
     , m_events(events)
     , m_groups(groupItems(card))
-    , m_folders(m_request.target, m_request.dryRun)
+    , m_places(card, m_request.target, m_request.backupFolder, m_request.dryRun)
+    , m_folders(m_request.target, m_places, m_request.dryRun)
+    , m_backup(card, m_groups, sink, m_places)
+    , m_deletion(card, m_places)
+    , m_cardWatch(card)
     , m_items(card.items.size())
 {
 }
@@ -80,17 +84,48 @@ DownloadSummary Download::run()
     for (const MediaItem& item : m_card.items)
         bytes += item.status.size;
     m_bytesTotal = bytes * passes(m_request);
+    openPlaces();
     m_events.source(m_request.sourceName, m_card.items.size(), bytes);
+    warnOfPlaces();
     addNotHandled();
+    addPassedOver();
     runGroups();
-    m_folders.leave();
     m_summary.nextSequence = m_request.firstSequence + m_lastSaved;
     if (!m_request.dryRun)
         closeDownload();
+    m_folders.leave();
+    m_places.leave();
+    m_summary.placeUnusable =
+        m_summary.placeUnusable || (m_targetRefused && m_summary.saved + m_summary.existing == 0);
     m_summary.interrupted = m_summary.interrupted || m_request.wasInterrupted();
     giveVerdict(m_summary);
     m_events.summary(m_summary);
     return m_summary;
+}
+
+// The target's own folder is compared although all may go into folders below it.
+void Download::openPlaces()
+{
+    m_places.open();
+    const FinalFolder& base = m_folders.open("");
+    if (!base.objection.empty())
+        throw PlaceError(base.objection);
+    m_summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
+    for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()}) {
+        if (!kinship.cardFolder.empty())
+            m_cardWatch.passOver(kinship.cardFolder);
+    }
+}
+
+void Download::warnOfPlaces()
+{
+    if (m_request.backupFolder && m_summary.copiesOnOneDisk)
+        m_events.message("",
+            text("$$$/Mfx/Download/OneDisk=both copies are on one disk: who loses it loses both"));
+    if (m_request.wantsDNG && !m_request.convertsToDNG)
+        m_events.message("",
+            text("$$$/Mfx/Download/NoConversionLibrary=raw files stay as they are: the DNG "
+                 "conversion library is not installed"));
 }
 
 void Download::runGroups()
@@ -120,6 +155,11 @@ void Download::runGroups()
             return;
         }
         finishGroup(*work);
+        if (!m_events.isHeard()) {
+            m_summary.outputFailed = true;
+            stopAt(text("$$$/Mfx/Download/StoppedUnheard=not tried: what is told cannot be written "
+                        "to standard output"));
+        }
     }
     m_summary.interrupted = m_request.wasInterrupted();
 }
@@ -141,8 +181,14 @@ void Download::finishGroup(GroupWork& work)
         else
             decideNames(work);
     }
+    if (const auto lost = work.failed ? std::nullopt : lostPlace(work)) {
+        failGroup(work, work.members.size(), *lost);
+        stopAt(*lost);
+    }
     if (!work.failed && m_request.backupFolder && !m_request.dryRun)
         backUp(work, events);
+    if (m_backup.lost())
+        stopAt(*m_backup.lost());
     if (!work.failed && !m_request.dryRun)
         place(work);
     const bool asksForDNG = m_request.convertsToDNG || m_request.wantsDNG;
@@ -156,43 +202,54 @@ void Download::finishGroup(GroupWork& work)
         noteFailure(work);
 }
 
-// Hands each member to the sink from where it lies now: staged, or in its final place already.
-// Programs with one backup folder take turns: the sink chooses a free name before it copies, and
-// two that choose the same would cost one of them its backup. Where nothing can be locked, there
-// are no turns.
-void Download::backUp(GroupWork& work, std::vector<ItemEvent>& events)
+// Why the run cannot go on with a group: a place is no longer where it was.
+std::optional<std::string> Download::lostPlace(const GroupWork& work) const
 {
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
-        const MemberWork& member = work.members[i];
-        std::string error;
-        std::error_code noTurns;
-        const auto turn = Pt::FolderLock::waitAlone(*m_request.backupFolder, noTurns);
-        bool isBackedUp = hasBackup(work, member);
-        if (!isBackedUp) {
-            const std::string& folder = member.stoodThere ? work.folder->path : work.itemFolder;
-            isBackedUp = m_sink.makeBackup(sinkItem(work, i, folder), error);
-        }
-        if (isBackedUp) {
-            events[i].backup = displayName(*m_request.backupFolder);
-            ++m_summary.backups;
-        } else {
-            events[i].status = ItemStatus::kBackupFailed;
-            events[i].error = error;
-        }
-        addProgress(2 * m_card.items[member.item].status.size);
-    }
+    if (m_request.dryRun)
+        return std::nullopt;
+    auto lost = m_places.lostPlace();
+    if (!lost && !work.itemFolder.empty() && !work.folder->work.isIn(work.folder->path))
+        lost =
+            text("$$$/Mfx/Place/FolderLost=the folder %1 is no longer where it was: its disk was "
+                 "taken out, or the folder was moved",
+                {displayName(work.folder->path)});
+    return lost;
 }
 
-bool Download::hasBackup(const GroupWork& work, const MemberWork& member) const
+void Download::backUp(GroupWork& work, std::vector<ItemEvent>& events)
 {
-    std::error_code error;
-    const std::string saved = member.stoodThere ? work.folder->path + '/' + member.finalName
-                                                : work.itemFolder + '/' + member.stagedName;
-    return member.digest
-        && holdsBackup(*m_request.backupFolder,
-            deviceName(member.item),
-            *member.digest,
-            Pt::fileStatus(saved, error));
+    const auto backups = m_backup.backUp(work, [&](std::size_t member) {
+        addProgress(2 * m_card.items[work.members[member].item].status.size);
+    });
+    if (m_backup.lost()) {
+        failGroup(work, work.members.size(), *m_backup.lost());
+        return;
+    }
+    for (std::size_t i = 0; i < backups.size(); ++i)
+        noteBackup(work, i, backups[i], events[i]);
+}
+
+// A copy that stood in the backup before counts only where it is no other view of the original.
+void Download::noteBackup(
+    const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event)
+{
+    const std::uint32_t item = work.members[member].item;
+    const bool ownFiles = m_places.backupKeepsOwnFiles() && m_card.keepsOwnFiles;
+    if (backup.wasThere && backup.copy
+        && !isToldApart(backup.copy->status, m_card.items[item].status, ownFiles)) {
+        backup.isMade = false;
+        backup.error = text("$$$/Mfx/Backup/NotToldApart=its copy in the backup folder cannot be "
+                            "told apart from the original");
+    }
+    if (!backup.isMade) {
+        event.status = ItemStatus::kBackupFailed;
+        event.error = backup.error;
+        return;
+    }
+    event.backup = displayName(*m_request.backupFolder);
+    m_items[item].kept.backup = std::move(backup.copy);
+    m_items[item].kept.isFresh = !backup.wasThere;
+    ++m_summary.backups;
 }
 
 void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
@@ -202,28 +259,47 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
         if (!member.isPlaced
             || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::Raw)
             continue;
-        const std::string raw = work.folder->path + '/' + member.finalName;
-        const std::string dng = nextDNGPath(raw);
-        std::string error;
-        std::error_code status;
         if (!m_request.convertsToDNG) {
             noteNoDNG(events[i],
-                text("$$$/Mfx/Download/NoConversionLibrary=it stays as it is: the DNG conversion "
-                     "library is not installed"));
-        } else if (!m_sink.convert(sinkItem(work, i, work.folder->path), error)) {
+                text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
+                     "not installed"));
+            events[i].isToldAlready = events[i].status == ItemStatus::kDNGFailed;
+            continue;
+        }
+        const auto lost = lostPlace(work);
+        if (lost) {
+            stopAt(*lost);
+            noteNoDNG(events[i], *lost);
+            continue;
+        }
+        const std::string dng = nextDNGPath(work.folder->ownPath + '/' + member.finalName);
+        std::string error;
+        if (m_sink.convert(sinkItem(work, i, work.folder->path), error))
+            noteDNG(member, dng, events[i]);
+        else
             noteNoDNG(events[i],
                 error.empty()
                     ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
                     : error);
-        } else if (Pt::fileStatus(dng, status) && !Pt::fileStatus(raw, status)) {
-            events[i].dng = displayName(dng);
-            m_items[member.item].dng = dng;
-            ++m_summary.converted;
-        }
     }
 }
 
-// What became of each member; a group is deletable only as a whole.
+// The sink says that it made a verified DNG. It took the raw file's place; a raw file that still
+// stands was none to convert.
+void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
+{
+    std::error_code error;
+    ItemState& state = m_items[member.item];
+    const auto status = Pt::fileStatus(dng, error);
+    const std::string raw = dng.substr(0, dng.rfind('/') + 1) + member.finalName;
+    if (!status || Pt::fileStatus(raw, error))
+        return;
+    event.dng = displayName(m_places.nameOf(dng));
+    state.kept.dng = KeptCopy{dng, *status};
+    ++m_summary.converted;
+}
+
+// What became of each member; a group is proven only as a whole.
 void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
 {
     bool allProven = !m_request.dryRun;
@@ -239,15 +315,47 @@ void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
             event.saved = displayName(work.folder->path + '/' + member.finalName);
             if (event.status == ItemStatus::kPending)
                 event.status = member.stoodThere ? ItemStatus::kExists : ItemStatus::kOk;
+            if (!m_request.dryRun)
+                keep(work, member, event);
         }
-        allProven = allProven && !work.failed && event.status != ItemStatus::kBackupFailed;
+        allProven = allProven && !work.failed && event.status != ItemStatus::kBackupFailed
+            && m_items[member.item].kept.saved;
     }
-    for (const MemberWork& member : work.members) {
-        ItemState& state = m_items[member.item];
-        state.isProven = allProven;
-        state.folder = work.failed ? nullptr : work.folder;
-        state.finalName = member.finalName;
-    }
+    for (const MemberWork& member : work.members)
+        m_items[member.item].isProven = allProven;
+}
+
+// Notes the saved copy as it is now, for the look at it before the original goes.
+void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& event)
+{
+    ItemState& state = m_items[member.item];
+    const Pt::FileStatus& original = m_card.items[member.item].status;
+    state.folder = work.folder;
+    state.finalName = member.finalName;
+    state.kept.digest = member.digest;
+    state.kept.isFresh = !member.stoodThere && (state.kept.isFresh || !m_request.backupFolder);
+    if (original.size == 0)
+        state.kept.reasonToKeep = text("$$$/Mfx/Delete/Empty=not deleted: it is empty");
+    if (work.folder->kinship.toBackup == Kinship::kSameName)
+        state.kept.reasonToKeep =
+            text("$$$/Mfx/Delete/OneFolder=not deleted: target and backup are one folder");
+    m_summary.copiesOnCardsDevice =
+        m_summary.copiesOnCardsDevice || work.folder->kinship.toCard != Kinship::kApart;
+    const std::string path = work.folder->ownPath + '/' + member.finalName;
+    std::error_code error;
+    const auto saved = Pt::fileStatus(path, error);
+    const bool ownFiles = work.folder->keepsOwnFiles && m_card.keepsOwnFiles;
+    if (saved && member.stoodThere && !isToldApart(*saved, original, ownFiles))
+        event.error = text("$$$/Mfx/Download/NotToldApart=its copy in %1 cannot be told apart from "
+                           "the original",
+            {displayName(work.folder->path)});
+    else if (saved)
+        state.kept.saved = KeptCopy{path, *saved};
+    else if (state.kept.dng)
+        state.kept.saved = state.kept.dng; // the raw file went when its DNG was verified
+    else
+        event.error = text("$$$/Mfx/Download/SavedCopyGone=its copy is no longer at %1",
+            {displayName(work.folder->path + '/' + member.finalName)});
 }
 
 void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& events)
@@ -255,7 +363,6 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const ItemEvent& event = events[i];
         const MemberWork& member = work.members[i];
-        m_items[member.item].status = event.status;
         if (!work.failed && member.stoodThere)
             ++m_summary.existing;
         else if (!work.failed)
@@ -264,10 +371,10 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
             m_lastSaved = work.group + 1;
         if (m_items[member.item].isProven)
             ++m_summary.proven;
-        if (event.error) {
-            ++m_summary.failed;
-            addNotSafe(event.name, *event.error);
-        }
+        if (event.error && event.status == ItemStatus::kDNGFailed)
+            ++m_summary.failed; // not as asked for, and safe all the same
+        else if (event.error)
+            addUnsafe(event.name, *event.error);
         if (!member.isStaged)
             addProgress(2 * m_card.items[member.item].status.size);
         ++m_itemsDone;
@@ -285,11 +392,20 @@ void Download::noteFailure(const GroupWork& work)
             {displayName(m_request.target)});
     } else if (work.problem == Pt::CopyProblem::kTargetUnusable) {
         // One sub-folder may refuse what others take: the rest is tried.
-        m_summary.placeUnusable = m_summary.saved + m_summary.existing == 0;
+        m_targetRefused = true;
+        if (work.folder && !work.folder->objection.empty())
+            stopAt(work.folder->objection);
     } else if (isSourceTrouble(work.problem) && isCardGone(m_card)) {
         m_summary.sourceGone = true;
         m_stopReason = text("$$$/Mfx/Download/StoppedCardGone=not tried: the card was taken out");
     }
+}
+
+// A place is lost, or is another under two names: the run ends here.
+void Download::stopAt(const std::string& reason)
+{
+    m_summary.placeUnusable = true;
+    m_stopReason = reason;
 }
 
 void Download::failRest(std::size_t firstGroup, const std::string& reason)
@@ -307,9 +423,7 @@ void Download::failItem(std::uint32_t item, const std::string& reason)
     event.name = displayName(m_card.items[item].name);
     event.status = ItemStatus::kFailed;
     event.error = reason;
-    m_items[item].status = event.status;
-    ++m_summary.failed;
-    addNotSafe(event.name, reason);
+    addUnsafe(event.name, reason);
     m_events.item(event);
 }
 
@@ -337,10 +451,33 @@ void Download::addNotHandled()
         ++m_summary.notHandled[std::string(reasonText(entry.reason))];
     m_summary.mayHoldPhotos = m_card.harmfulNotHandled();
     for (const ScanProblem& problem : m_card.problems) {
-        ++m_summary.failed;
-        addNotSafe(displayName(problem.path),
+        addUnsafe(displayName(problem.path),
             text("$$$/Mfx/Download/CannotRead=it cannot be read: %1", {problem.error.message()}));
     }
+}
+
+// What wiping the card would cost beside the items that were saved.
+void Download::addPassedOver()
+{
+    PassedOverList list;
+    for (const NotHandled& entry : m_card.notHandled)
+        list.add(m_card, entry);
+    for (const MediaItem& item : m_card.items) {
+        if (item.status.size == 0)
+            list.add("empty file",
+                text("$$$/Mfx/Verdict/EmptyFile=files without bytes"),
+                displayName(m_card.pathBelow(item)));
+    }
+    for (const std::string& name : m_card.leftOut)
+        list.add("not asked for", text("$$$/Mfx/Verdict/LeftOut=not asked for"), displayName(name));
+    m_summary.passedOver = list.take();
+}
+
+void Download::addUnsafe(const std::string& name, const std::string& reason)
+{
+    ++m_summary.failed;
+    ++m_summary.unsafe;
+    addNotSafe(name, reason);
 }
 
 void Download::addNotSafe(const std::string& name, const std::string& reason)

@@ -3,13 +3,19 @@
 // events and everything that moves a file into place stay on the caller's thread.
 //
 // An original is offered for deletion only when its copy, and its backup if one was asked for, was
-// proven in this run, all names are flushed to the disk, and it is unchanged on the card.
+// proven in this run, all names are flushed to the disk, and places and files are looked at again
+// right before it goes (see docs/promises.md).
 #pragma once
 
 #include "mfx/engine/CardScan.h"
+#include "mfx/engine/CardWatch.h"
 #include "mfx/engine/DownloadEvents.h"
 #include "mfx/engine/FinalFolders.h"
+#include "mfx/engine/GroupBackup.h"
 #include "mfx/engine/GroupWork.h"
+#include "mfx/engine/KeptItem.h"
+#include "mfx/engine/OriginalDeletion.h"
+#include "mfx/engine/PlaceWatch.h"
 #include "mfx/engine/SinkSession.h"
 #include "mfx/engine/TargetName.h"
 
@@ -44,40 +50,54 @@ public:
         SinkSession& sink,
         DownloadEvents& events);
 
-    // Runs to the end, or to the interrupt, and tells the summary. Never throws for what happens to
-    // files.
+    // Runs to the end, or to the interrupt, and tells the summary. Throws PlaceError where two
+    // places are one, and std::system_error where a place cannot be used, before anything is
+    // copied; never for what happens to files.
     DownloadSummary run();
 
 private:
     struct ItemState {
-        ItemStatus status = ItemStatus::kPending;
-        bool isProven = false; // may be deleted, once names are flushed
+        bool isProven = false; // saved, and backed up if asked for, as far as its whole group is
         FinalFolder* folder = nullptr; // null: not saved
         std::string finalName;
-        std::string dng; // path; took the place of the raw file
+        KeptItem kept;
     };
 
+    void openPlaces();
+    void warnOfPlaces();
     void runGroups();
     void finishGroup(GroupWork& work);
+    std::optional<std::string> lostPlace(const GroupWork& work) const;
     void backUp(GroupWork& work, std::vector<ItemEvent>& events);
-    bool hasBackup(const GroupWork& work, const MemberWork& member) const;
+    void noteBackup(
+        const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event);
     void convert(GroupWork& work, std::vector<ItemEvent>& events);
+    void noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event);
     void judge(GroupWork& work, std::vector<ItemEvent>& events);
+    void keep(const GroupWork& work, const MemberWork& member, ItemEvent& event);
     void conclude(const GroupWork& work, const std::vector<ItemEvent>& events);
     void noteFailure(const GroupWork& work);
+    void stopAt(const std::string& reason);
     void failRest(std::size_t firstGroup, const std::string& reason);
     void failItem(std::uint32_t item, const std::string& reason);
     void tellRestored();
 
     void closeDownload();
+    void flushNames();
+    void lookAgain();
+    void noteNews();
+    void forbidDeletion(const std::string& reason);
+    std::vector<std::uint32_t> deletable() const;
+    std::string deletionQuestion(const std::vector<std::uint32_t>& items) const;
     DeletionOutcome deleteOriginal(std::uint32_t item);
     SinkItem sinkItem(const GroupWork& work, std::size_t member, const std::string& folder) const;
     SinkItem finishedItem(std::uint32_t item) const;
-    bool copyStands(std::uint32_t item) const;
     std::string deviceName(std::uint32_t item) const;
 
+    void addPassedOver();
     void addNotHandled();
     void addNotSafe(const std::string& name, const std::string& reason);
+    void addUnsafe(const std::string& name, const std::string& reason);
     void addProgress(std::uint64_t bytes);
 
     const DownloadRequest m_request;
@@ -85,11 +105,18 @@ private:
     SinkSession& m_sink;
     DownloadEvents& m_events;
     const std::vector<ItemGroup> m_groups;
+    PlaceWatch m_places;
     FinalFolders m_folders;
+    GroupBackup m_backup;
+    OriginalDeletion m_deletion;
+    CardWatch m_cardWatch;
     std::vector<ItemState> m_items;
     DownloadSummary m_summary;
     std::size_t m_lastSaved = 0; // groups up to the last one that was saved
     std::optional<std::string> m_stopReason; // why no further group is begun
+    std::string m_deletionObjection; // why no original may go; empty while they may
+    bool m_targetRefused = false; // some folder of the target takes no files
+    bool m_hasLookedAgain = false; // since the question was answered
     Pt::Lock m_progressLock;
     std::uint64_t m_bytesDone TEVORO_GUARDED_BY(m_progressLock) = 0;
     std::uint64_t m_bytesTotal = 0;

@@ -1,13 +1,11 @@
-// The end of a download: names flushed, preferences stored, the sink's closing operation, and the
-// deletion of originals.
+// The end of a download: names flushed, preferences stored, a last look at card and places, the
+// sink's closing operation, and the deletion of originals.
 
 #include "commandline/NameText.h"
 #include "mfx/engine/Download.h"
+#include "mfx/engine/SpaceCheck.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
-#include "platform/common/PtExSystem.h"
-#include "platform/common/SystemError.h"
 
 #include <filesystem>
 #include <optional>
@@ -20,40 +18,119 @@ namespace fs = std::filesystem;
 
 void Download::closeDownload()
 {
-    std::error_code error = m_folders.flush();
-    if (!error && m_request.backupFolder && m_summary.backups != 0)
-        error = Pt::flushFolder(*m_request.backupFolder);
-    if (error) {
-        ++m_summary.failed;
-        addNotSafe(displayName(m_request.target),
-            text("$$$/Mfx/Download/NotFlushed=names were not flushed to the disk: %1",
-                {error.message()}));
-        for (ItemState& item : m_items)
-            item.isProven = false;
-        m_summary.proven = 0;
-    }
+    flushNames();
     m_sink.savePreferences();
     if (m_summary.interrupted || m_request.wasInterrupted())
         return;
-    // With nothing to delete, the sink still shows what was saved; its question is answered no.
-    std::vector<std::uint32_t> deletable;
+    lookAgain();
     std::vector<std::uint32_t> saved;
     for (std::uint32_t item = 0; item < m_items.size(); ++item) {
         if (m_items[item].folder)
             saved.push_back(item);
-        if (m_items[item].isProven)
-            deletable.push_back(item);
     }
     if (saved.empty())
         return;
-    const bool deletes = m_request.deletesOriginals && !deletable.empty();
-    const std::vector<std::uint32_t>& listed = deletes ? deletable : saved;
-    m_sink.allowQuestions(deletes);
+    // With nothing to delete, the sink still shows what was saved; its question is answered no.
+    const std::vector<std::uint32_t> candidates =
+        m_request.deletesOriginals ? deletable() : std::vector<std::uint32_t>();
+    const bool deletes = !candidates.empty();
+    const std::vector<std::uint32_t>& listed = deletes ? candidates : saved;
+    m_sink.askWith(deletes ? std::optional(deletionQuestion(candidates)) : std::nullopt);
     m_sink.finish(
         m_request.sourceName,
         {listed.size(), [this, &listed](std::size_t i) { return finishedItem(listed[i]); }},
         [this](long key) { return deleteOriginal(static_cast<std::uint32_t>(key - 1)); },
         m_request.wasInterrupted);
+    m_summary.nobodyAnswered = m_sink.foundNobody();
+    if (deletes)
+        lookAgain(); // while the question was open, and while originals went
+}
+
+void Download::flushNames()
+{
+    std::error_code error = m_folders.flush();
+    if (!error && m_request.backupFolder && m_summary.backups != 0)
+        error = Pt::flushFolder(m_places.backupOwnPath());
+    if (!error)
+        return;
+    addUnsafe(displayName(m_request.target),
+        text("$$$/Mfx/Download/NotFlushed=names were not flushed to the disk: %1",
+            {error.message()}));
+    for (ItemState& item : m_items)
+        item.isProven = false;
+    m_summary.proven = 0;
+}
+
+// Whether the places are where they were and still places of their own, and what is new on the
+// card. Any of it may have changed while somebody thought about a question.
+void Download::lookAgain()
+{
+    auto objection = m_places.lostPlace();
+    if (!objection)
+        objection = m_folders.compareAgain();
+    if (!objection && m_places.backupKinship().toCard == Kinship::kAlias)
+        objection = text("$$$/Mfx/Delete/BackupOnCard=the backup folder has become the card's");
+    if (objection)
+        forbidDeletion(*objection);
+    noteNews();
+}
+
+void Download::noteNews()
+{
+    const CardWatch::News news = m_cardWatch.look();
+    for (const std::string& path : news.added)
+        addUnsafe(displayName(path),
+            text("$$$/Mfx/Download/CameLater=not saved: it came onto the card after the card was "
+                 "listed"));
+    for (const std::string& path : news.changed)
+        addUnsafe(displayName(path),
+            text("$$$/Mfx/Download/ChangedLater=it changed on the card after it was copied"));
+}
+
+void Download::forbidDeletion(const std::string& reason)
+{
+    if (!m_deletionObjection.empty())
+        return;
+    m_deletionObjection = reason;
+    m_summary.placeUnusable = true;
+    addUnsafe(displayName(m_request.target), reason);
+}
+
+std::vector<std::uint32_t> Download::deletable() const
+{
+    std::vector<std::uint32_t> items;
+    for (std::uint32_t item = 0; m_deletionObjection.empty() && item < m_items.size(); ++item) {
+        const ItemState& state = m_items[item];
+        if (state.isProven && state.kept.reasonToKeep.empty())
+            items.push_back(item);
+    }
+    return items;
+}
+
+// Says what would go, from where, and what would be left.
+std::string Download::deletionQuestion(const std::vector<std::uint32_t>& items) const
+{
+    std::uint64_t bytes = 0;
+    for (const std::uint32_t item : items)
+        bytes += m_card.items[item].status.size;
+    const std::string copies = m_request.backupFolder
+        ? text("$$$/Mfx/Delete/TwoCopies=two proven copies, in %1 and in %2",
+            {displayName(m_request.target), displayName(*m_request.backupFolder)})
+        : text("$$$/Mfx/Delete/OneCopy=one proven copy, in %1", {displayName(m_request.target)});
+    std::string question = countedText(items.size(),
+        "$$$/Mfx/Delete/QuestionOne=Delete %1 file (%2) from %3? It has %4. Each copy was read "
+        "back "
+        "from the disk and compared.",
+        "$$$/Mfx/Delete/Question=Delete %1 files (%2) from %3? Each has %4. Each copy was read "
+        "back "
+        "from the disk and compared.",
+        {sizeText(bytes), displayName(m_request.sourceName), copies});
+    if (m_request.backupFolder && m_summary.copiesOnOneDisk)
+        question += ' ' + text("$$$/Mfx/Delete/OneDisk=Both copies are on one disk.");
+    if (m_summary.copiesOnCardsDevice)
+        question +=
+            ' ' + text("$$$/Mfx/Delete/SameDevice=Copies are on the same device as the originals.");
+    return question;
 }
 
 SinkItem Download::finishedItem(std::uint32_t item) const
@@ -62,50 +139,31 @@ SinkItem Download::finishedItem(std::uint32_t item) const
     return {static_cast<long>(item) + 1, deviceName(item), state.finalName, state.folder->path};
 }
 
-// Looks once more that the original is what was read, and that its copy is still there.
 DeletionOutcome Download::deleteOriginal(std::uint32_t item)
 {
-    const ItemState& state = m_items[item];
-    const std::string path = m_card.pathOf(m_card.items[item]);
-    const std::string copy = state.folder->path + '/' + state.finalName;
-    std::error_code error;
-    const auto original = Pt::fileStatus(path, error);
-    const auto isGone = [this] {
-        std::error_code unreadable; // a card that cannot be asked is as good as gone
-        return !fs::exists(m_card.root, unreadable);
-    };
-    std::optional<std::string> reasonToStay;
-    if (!state.isProven)
-        reasonToStay = text("$$$/Mfx/Delete/NotProven=not deleted: its copy is not proven");
-    else if (!original)
-        reasonToStay = text("$$$/Mfx/Delete/Missing=not deleted: it is no longer there");
-    else if (*original != m_card.items[item].status)
-        reasonToStay = text("$$$/Mfx/Delete/Changed=not deleted: it changed after it was copied");
-    else if (!copyStands(item))
-        reasonToStay = text("$$$/Mfx/Delete/CopyGone=not deleted: its copy is no longer at %1",
-            {displayName(copy)});
-    else if (Pt::unlinkPath(path) != 0)
-        reasonToStay = text("$$$/Mfx/Delete/Refused=not deleted: it cannot be deleted: %1",
-            {Pt::systemErrorText(Pt::ErrorCode())});
-    if (!reasonToStay) {
+    if (!m_hasLookedAgain) {
+        m_hasLookedAgain = true;
+        lookAgain();
+    }
+    ItemState& state = m_items[item];
+    std::string reason = m_deletionObjection;
+    if (reason.empty())
+        reason = m_places.lostPlace().value_or("");
+    if (reason.empty() && !state.isProven)
+        reason = text("$$$/Mfx/Delete/NotProven=not deleted: its copy is not proven");
+    if (reason.empty())
+        reason = m_deletion.remove(item, state.kept);
+    if (reason.empty()) {
         ++m_summary.deleted;
         return DeletionOutcome::kDeleted;
     }
+    if (m_deletion.foundAlias())
+        forbidDeletion(reason);
     ++m_summary.notDeleted;
-    addNotSafe(displayName(m_card.items[item].name), *reasonToStay);
-    return isGone() ? DeletionOutcome::kDeviceGone : DeletionOutcome::kRefused;
-}
-
-// A converted raw file stands no longer; its DNG took its place.
-bool Download::copyStands(std::uint32_t item) const
-{
-    const ItemState& state = m_items[item];
-    const std::string& path =
-        state.dng.empty() ? state.folder->path + '/' + state.finalName : state.dng;
-    std::error_code error;
-    const auto copy = Pt::fileStatus(path, error);
-    return copy && copy->kind == Pt::FileStatus::Kind::Regular
-        && (!state.dng.empty() || copy->size == m_card.items[item].status.size);
+    addNotSafe(displayName(m_card.items[item].name), reason);
+    std::error_code unreadable; // a card that cannot be asked is as good as gone
+    return fs::exists(m_card.root, unreadable) ? DeletionOutcome::kRefused
+                                               : DeletionOutcome::kDeviceGone;
 }
 
 } // namespace mfx

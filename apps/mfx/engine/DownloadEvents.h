@@ -22,6 +22,7 @@ struct ItemEvent {
     std::optional<std::string> dng; // path
     ItemStatus status = ItemStatus::kPending;
     std::optional<std::string> error;
+    bool isToldAlready = false; // the error: it is the same for many and was told at the start
 };
 
 struct ProgressEvent {
@@ -30,6 +31,16 @@ struct ProgressEvent {
     std::size_t itemsDone = 0;
     std::size_t itemsTotal = 0;
 };
+
+// What is on the card and was not taken, or must stay on it, and would be missed.
+struct PassedOver {
+    std::string kind; // a word for programs
+    std::string label; // the same for people
+    std::size_t count = 0;
+    std::vector<std::string> names; // the first few; paths on the card
+};
+
+enum class Answer : std::uint8_t { kNo, kYes, kNobody };
 
 // Something that is not safe: what it is about, and what to do.
 struct NotSafe {
@@ -40,11 +51,12 @@ struct NotSafe {
 struct DownloadSummary {
     std::size_t items = 0;
     std::size_t saved = 0; // in this run
-    std::size_t existing = 0; // stood there already, byte for byte
+    std::size_t existing = 0; // already present, byte for byte
     std::size_t backups = 0; // proven second copies
     std::size_t proven = 0; // items whose save, and backup if asked for, was proven
     std::size_t converted = 0;
     std::size_t failed = 0; // items that are not safe, or not as asked for
+    std::size_t unsafe = 0; // those of them that are not safe
     std::size_t deleted = 0; // originals
     std::size_t notDeleted = 0; // originals that should have gone and did not
     std::uint64_t nextSequence = 0; // the number after the last one given
@@ -52,12 +64,17 @@ struct DownloadSummary {
     std::map<std::string, std::size_t> notHandled; // by reasonText()
     std::size_t mayHoldPhotos = 0; // how many of these might be missed
     std::size_t notAskedFor = 0; // left out by the choice of names
-    std::vector<NotSafe> notSafe; // the first ones; `failed` counts all
+    std::vector<PassedOver> passedOver; // by kind
+    std::vector<NotSafe> notSafe; // the first ones; `unsafe` counts all
     bool backupWanted = false;
     bool interrupted = false;
     bool placeUnusable = false; // a place became full or unusable, and the run stopped
     bool sourceGone = false;
     bool dryRun = false;
+    bool copiesOnCardsDevice = false; // wiping it would cost the copies too
+    bool copiesOnOneDisk = false; // saved copies and backups may be lost together
+    bool nobodyAnswered = false; // the question of deletion found nobody
+    bool outputFailed = false; // nobody reads what is told, and the run stopped
     bool cardMayBeWiped = false;
     std::string verdict; // one or more sentences
 };
@@ -68,8 +85,12 @@ public:
     virtual void item(const ItemEvent& event) = 0;
     virtual void message(const std::string& title, const std::string& text) = 0;
 
-    // A question that the person answers with yes or no; false where nobody can answer.
-    virtual bool question(const std::string& title, const std::string& text) = 0;
+    // A question that the person answers with yes or no. The lines before the last one of the text
+    // lead up to it.
+    virtual Answer question(const std::string& title, const std::string& text) = 0;
+
+    // Whether what was told so far could be written.
+    virtual bool isHeard() const { return true; }
     virtual void progress(const ProgressEvent& event) = 0;
     virtual void summary(const DownloadSummary& summary) = 0;
 

@@ -2,6 +2,7 @@
 
 #include "mfx/engine/MediaItem.h"
 #include "platform/common/FilePlacement.h"
+#include "platform/common/FileSystemFacts.h"
 
 #include <filesystem>
 #include <functional>
@@ -43,28 +44,68 @@ void StemRegister::take(std::string_view name)
     m_hashes.insert(std::hash<std::string_view>()(stemOf(name)));
 }
 
+FinalFolders::FinalFolders(std::string target, const PlaceWatch& places, bool looksOnly)
+    : m_target(std::move(target))
+    , m_places(places)
+    , m_looksOnly(looksOnly)
+{
+}
+
 FinalFolder& FinalFolders::open(const std::string& subfolder)
 {
     Pt::Locked locked(m_lock);
     auto& folder = m_folders[subfolder];
     if (folder)
         return *folder;
-    folder = std::make_unique<FinalFolder>(
-        subfolder.empty() ? m_target : (fs::path(m_target) / subfolder).string());
+    const std::string below = subfolder.empty() ? std::string() : '/' + subfolder;
+    folder = std::make_unique<FinalFolder>(m_target + below, m_places.targetOwnPath() + below);
     if (!m_looksOnly)
         prepare(*folder);
-    folder->stems.read(folder->path);
+    if (!folder->error)
+        compare(*folder);
+    folder->stems.read(folder->ownPath);
     return *folder;
 }
 
 void FinalFolders::prepare(FinalFolder& folder)
 {
-    folder.error = Pt::makeFolders(folder.path, kFolderMode);
+    folder.error = Pt::makeFolders(folder.ownPath, kFolderMode);
     if (folder.error)
         return;
     std::error_code recovery; // what could be neither put back nor removed stays where it is
     for (const std::string& name : folder.work.recover(recovery))
         m_restored.push_back(folder.path + '/' + name);
+    folder.error = folder.work.layMarker(m_places.marker(), folder.path == m_places.backupPath());
+}
+
+void FinalFolders::compare(FinalFolder& folder) const
+{
+    folder.kinship = m_places.kinshipOf(folder.path, folder.ownPath, folder.work);
+    folder.keepsOwnFiles = Pt::keepsItsOwnFiles(folder.ownPath);
+    folder.objection = m_places.objectionTo(folder.path, folder.kinship).value_or("");
+}
+
+std::optional<std::string> FinalFolders::compareAgain()
+{
+    Pt::Locked locked(m_lock);
+    std::optional<std::string> objection;
+    for (auto& [subfolder, folder] : m_folders) {
+        if (folder->error)
+            continue;
+        compare(*folder);
+        if (!folder->objection.empty() && !objection)
+            objection = folder->objection;
+    }
+    return objection;
+}
+
+void FinalFolders::forEach(const std::function<void(const FinalFolder&)>& call)
+{
+    Pt::Locked locked(m_lock);
+    for (const auto& [subfolder, folder] : m_folders) {
+        if (!folder->error)
+            call(*folder);
+    }
 }
 
 std::vector<std::string> FinalFolders::takeRestored()
@@ -80,18 +121,19 @@ void FinalFolders::leave()
         folder->work.leave();
 }
 
+// Each folder and those above it up to the target's own, and the one that holds its name.
 std::error_code FinalFolders::flush()
 {
     Pt::Locked locked(m_lock);
-    std::set<std::string> paths;
-    const std::string above = fs::path(m_target).parent_path().string();
+    std::set<std::string> paths{fs::path(m_target).parent_path().string()};
+    const std::string base = m_places.targetOwnPath();
     for (const auto& [subfolder, folder] : m_folders) {
         if (folder->error)
             continue;
-        fs::path path = folder->path;
-        while (path.string().size() >= above.size() && paths.insert(path.string()).second
-            && path.has_relative_path())
-            path = path.parent_path();
+        fs::path below = subfolder;
+        while (!below.empty() && paths.insert(base + '/' + below.string()).second)
+            below = below.parent_path();
+        paths.insert(base);
     }
     for (const std::string& path : paths) {
         if (const std::error_code error = Pt::flushFolder(path))

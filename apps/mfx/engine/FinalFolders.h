@@ -3,12 +3,15 @@
 // Any thread may call; objects stay at their place for the life of the collection.
 #pragma once
 
+#include "mfx/engine/PlaceWatch.h"
 #include "mfx/engine/WorkFolder.h"
 #include "platform/common/Lock.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -33,26 +36,34 @@ private:
 };
 
 struct FinalFolder {
-    explicit FinalFolder(std::string folder)
-        : path(std::move(folder))
-        , work(path)
+    FinalFolder(std::string name, std::string way)
+        : path(std::move(name))
+        , ownPath(std::move(way))
+        , work(ownPath)
     {
     }
 
-    const std::string path;
+    // A path of this process's own as one that others understand too.
+    std::string nameOf(const std::string& ownPathBelow) const
+    {
+        return path + ownPathBelow.substr(ownPath.size());
+    }
+
+    const std::string path; // for people, and for the sink
+    const std::string ownPath; // for our own work: leads here whatever the path leads to by now
     WorkFolder work;
     StemRegister stems; // for the thread that moves files into place
+    FolderKinship kinship; // to card and backup
+    bool keepsOwnFiles = true; // what its file system says of a file can be believed
     std::error_code error; // why the folder cannot be used
+    std::string objection; // why it must not be used
 };
 
 class FinalFolders {
 public:
-    // With `looksOnly`, nothing is made, put back or removed.
-    explicit FinalFolders(std::string target, bool looksOnly = false)
-        : m_target(std::move(target))
-        , m_looksOnly(looksOnly)
-    {
-    }
+    // Borrows the watch over the places, which is open. With `looksOnly`, nothing is made, put back
+    // or removed.
+    FinalFolders(std::string target, const PlaceWatch& places, bool looksOnly = false);
 
     // The folder `subfolder` of the target ("" is the target itself). Its error is set when it
     // cannot be used.
@@ -60,6 +71,13 @@ public:
 
     // Names of the raw files that were put back so far, each told once.
     std::vector<std::string> takeRestored();
+
+    // Compares all folders that are in use with card and backup anew. What to tell of the first
+    // that must not be used any more, if there is one.
+    std::optional<std::string> compareAgain();
+
+    // Calls for each folder that is in use.
+    void forEach(const std::function<void(const FinalFolder&)>& call);
 
     // Leaves all work folders.
     void leave();
@@ -70,8 +88,10 @@ public:
 
 private:
     void prepare(FinalFolder& folder) TEVORO_REQUIRES(m_lock);
+    void compare(FinalFolder& folder) const;
 
     const std::string m_target;
+    const PlaceWatch& m_places;
     const bool m_looksOnly;
     Pt::Lock m_lock;
     std::map<std::string, std::unique_ptr<FinalFolder>> m_folders TEVORO_GUARDED_BY(m_lock);

@@ -1,10 +1,12 @@
 #include "mfx/engine/GroupPlacer.h"
 
+#include "mfx/engine/CopyText.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 namespace mfx {
@@ -15,7 +17,7 @@ constexpr int kAttempts = 100; // another program may take names as fast as we f
 
 std::string finalPath(const GroupWork& work, const MemberWork& member)
 {
-    return work.folder->path + '/' + member.finalName;
+    return work.folder->ownPath + '/' + member.finalName;
 }
 
 std::string stagedPath(const GroupWork& work, const MemberWork& member)
@@ -60,6 +62,27 @@ std::error_code moveAll(GroupWork& work)
     return {};
 }
 
+// Where nothing is written, nothing says that the file system does not take a name: it is asked.
+bool failRefusedName(GroupWork& work)
+{
+    namespace fs = std::filesystem;
+    fs::path folder = work.folder->path;
+    std::error_code error;
+    while (!fs::exists(folder, error) && folder.has_relative_path())
+        folder = folder.parent_path();
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const auto letter = letterText(folder.string(),
+            work.target->fileName(i, 0),
+            std::make_error_code(std::errc::invalid_argument),
+            Pt::LetterTest::kLooksOnly);
+        if (letter) {
+            failGroup(work, i, *letter);
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 void decideNames(GroupWork& work)
@@ -86,7 +109,7 @@ void decideNames(GroupWork& work)
             failGroup(work,
                 i,
                 text("$$$/Mfx/Download/CannotRename=its copy in %1 cannot be renamed",
-                    {work.itemFolder}));
+                    {work.folder->nameOf(work.itemFolder)}));
             return;
         }
     }
@@ -94,6 +117,8 @@ void decideNames(GroupWork& work)
 
 void previewNames(GroupWork& work)
 {
+    if (failRefusedName(work))
+        return;
     const TargetSpot spot = findSpot(work, work.folder->stems);
     if (spot.error) {
         failUnreadable(work, spot.error);

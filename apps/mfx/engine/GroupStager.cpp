@@ -124,8 +124,13 @@ void GroupStager::plan(GroupWork& work)
             work.members.size(),
             text(
                 "$$$/Mfx/Download/FolderTooDeep=the folder %1 lies too deep", {work.folder->path}));
-    } else if (work.folder->error) {
+    } else if (!work.folder->objection.empty()) {
         work.problem = Pt::CopyProblem::kTargetUnusable;
+        failGroup(work, work.members.size(), work.folder->objection);
+    } else if (work.folder->error) {
+        work.problem = work.folder->error == std::errc::no_space_on_device
+            ? Pt::CopyProblem::kTargetFull
+            : Pt::CopyProblem::kTargetUnusable;
         failGroup(work,
             work.members.size(),
             text("$$$/Mfx/Download/FolderUnusable=the folder %1 cannot be used: %2",
@@ -168,7 +173,7 @@ void GroupStager::copyMembers(GroupWork& work)
         const Pt::CopyResult result = copyMember(work, i);
         if (!result.isProven()) {
             work.problem = result.problem;
-            failGroup(work, i, copyText(result));
+            failGroup(work, i, copyText(result, work.folder->ownPath, work.members[i].stagedName));
             return;
         }
         work.members[i].digest = result.digest;

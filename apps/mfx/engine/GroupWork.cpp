@@ -1,6 +1,7 @@
 #include "mfx/engine/GroupWork.h"
 
 #include "commandline/NameText.h"
+#include "mfx/engine/CopyText.h"
 #include "mfx/texts/Texts.h"
 
 #include <filesystem>
@@ -29,10 +30,19 @@ void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
 
 void failUnreadable(GroupWork& work, const std::error_code& error)
 {
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        if (const auto letter = letterText(work.folder->ownPath,
+                work.target->fileName(i, 0),
+                error,
+                Pt::LetterTest::kLooksOnly)) {
+            failGroup(work, i, *letter);
+            return;
+        }
+    }
     failGroup(work,
         work.members.size(),
         text("$$$/Mfx/Download/FolderUnreadable=the folder %1 cannot be looked at: %2",
-            {work.folder->path, error.message()}));
+            {work.folder->path, systemReason(error)}));
 }
 
 } // namespace mfx

@@ -74,16 +74,21 @@ public:
     {
         constexpr int kNo = 1;
         constexpr int kYes = 0;
-        const bool yes = m_mayAsk && m_events.question(Pt::toUtf8(title), Pt::toUtf8(text));
-        *answer = yes ? kYes : kNo;
+        auto said = Answer::kNo;
+        if (m_words)
+            said = m_events.question(Pt::toUtf8(title), Pt::toUtf8(text) + '\n' + *m_words);
+        m_foundNobody = m_foundNobody || said == Answer::kNobody;
+        *answer = said == Answer::kYes ? kYes : kNo;
         return kFxOk;
     }
 
-    void allowQuestions(bool allowed) { m_mayAsk = allowed; }
+    void askWith(std::optional<std::string> words) { m_words = std::move(words); }
+    bool foundNobody() const { return m_foundNobody; }
 
 private:
     DownloadEvents& m_events;
-    bool m_mayAsk = true;
+    std::optional<std::string> m_words; // asked with; without them, nobody is asked
+    bool m_foundNobody = false;
     std::set<std::string> m_shown;
 };
 
@@ -217,9 +222,14 @@ bool SinkSession::savePreferences()
     return m_preferences->SetPreferences(m_record) == kFxOk;
 }
 
-void SinkSession::allowQuestions(bool allowed)
+void SinkSession::askWith(std::optional<std::string> words)
 {
-    m_messages->allowQuestions(allowed);
+    m_messages->askWith(std::move(words));
+}
+
+bool SinkSession::foundNobody() const
+{
+    return m_messages->foundNobody();
 }
 
 void SinkSession::finish(const std::string& source,

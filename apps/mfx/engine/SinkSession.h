@@ -16,6 +16,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace mfx {
@@ -61,8 +62,12 @@ public:
     // Stores the preferences as they are now.
     bool savePreferences();
 
-    // Whether the sink's questions reach the user; they are answered with no otherwise.
-    void allowQuestions(bool allowed);
+    // The sink's question reaches the user with these words of ours behind its own; without any, it
+    // is answered with no.
+    void askWith(std::optional<std::string> words);
+
+    // Whether a question found nobody to answer it.
+    bool foundNobody() const;
 
     // Closes the download. `source` names the device; the originals of the items are deleted by
     // `deleteOriginal` if the user says so, until `wasInterrupted` says that it is enough.

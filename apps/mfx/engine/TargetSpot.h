@@ -4,6 +4,8 @@
 #include "mfx/engine/GroupWork.h"
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <system_error>
 #include <vector>
 
@@ -26,6 +28,14 @@ struct TargetSpot {
 // of the same size stands under the name; the digest is kept in the member. The source itself, seen
 // on another way, is no copy of it.
 TargetSpot findSpot(GroupWork& work, const StemRegister& stems);
+
+// The same in another folder, under other names. `noCopies` are files that are no copies of their
+// members, whatever they hold: one for each member, in member order.
+TargetSpot findSpotIn(const std::string& folder,
+    const GroupTarget& names,
+    GroupWork& work,
+    const StemRegister& stems,
+    const std::vector<std::optional<Pt::FileStatus>>& noCopies);
 
 // The same, but without a look at the stems: for threads that do not own the register.
 TargetSpot findSpot(GroupWork& work);

@@ -30,8 +30,8 @@ std::string counts(const DownloadSummary& summary)
     };
     if (summary.existing != 0)
         add(summary.existing,
-            "$$$/Mfx/Verdict/ExistingOne=%1 stood there already",
-            "$$$/Mfx/Verdict/Existing=%1 stood there already");
+            "$$$/Mfx/Verdict/ExistingOne=%1 already present",
+            "$$$/Mfx/Verdict/Existing=%1 already present");
     if (summary.backupWanted)
         add(summary.backups,
             "$$$/Mfx/Verdict/BackedUpOne=%1 backed up",
@@ -75,7 +75,30 @@ std::string tally(const DownloadSummary& summary)
     return all;
 }
 
-// The sentence around the tally, %1.
+// Up to five names of each kind that was left on the card.
+std::string passedOverText(const DownloadSummary& summary)
+{
+    std::string all;
+    for (const PassedOver& kind : summary.passedOver) {
+        std::string names;
+        for (const std::string& name : kind.names)
+            names = joined(names, name);
+        if (kind.count > kind.names.size())
+            names = text("$$$/Mfx/Verdict/AndMore=%1 and %2 more",
+                {names, std::to_string(kind.count - kind.names.size())});
+        const std::string entry =
+            text("$$$/Mfx/Verdict/PassedOverKind=%1: %2", {kind.label, names});
+        all = all.empty() ? entry : text("$$$/Mfx/Verdict/KindJoin=%1; %2", {all, entry});
+    }
+    return all;
+}
+
+bool holdsMore(const DownloadSummary& summary)
+{
+    return !summary.passedOver.empty() || summary.mayHoldPhotos != 0 || summary.notAskedFor != 0;
+}
+
+// The sentence around the tally, %1, and what the card holds besides, %2.
 const char* sentence(const DownloadSummary& summary, bool allProven)
 {
     if (summary.dryRun)
@@ -88,9 +111,12 @@ const char* sentence(const DownloadSummary& summary, bool allProven)
         return "$$$/Mfx/Verdict/Interrupted=%1. Interrupted: do not wipe the card; run the "
                "download "
                "again.";
-    if (allProven && summary.notSafe.empty())
+    if (allProven && holdsMore(summary))
         return "$$$/Mfx/Verdict/TheseAreSafe=%1. All these are safe; the card holds more than "
-               "these.";
+               "these: %2.";
+    if (allProven)
+        return "$$$/Mfx/Verdict/SameDevice=%1. All these are safe, but copies are on the same "
+               "device as the originals: do not wipe it.";
     return "$$$/Mfx/Verdict/DoNotWipe=%1. Do not wipe the card: not everything on it is safe.";
 }
 
@@ -98,11 +124,14 @@ const char* sentence(const DownloadSummary& summary, bool allProven)
 
 void giveVerdict(DownloadSummary& summary)
 {
-    const bool allProven = summary.proven == summary.items && summary.failed == 0;
-    summary.cardMayBeWiped = allProven && summary.notSafe.empty() && summary.mayHoldPhotos == 0
-        && summary.notAskedFor == 0 && !summary.interrupted && !summary.sourceGone
-        && !summary.dryRun;
-    summary.verdict = text(sentence(summary, allProven), {tally(summary)});
+    // A failed conversion leaves a proven raw file: not as asked for, and safe.
+    const bool allProven =
+        summary.proven == summary.items && summary.unsafe == 0 && summary.notSafe.empty();
+    summary.cardMayBeWiped = allProven && !holdsMore(summary) && !summary.copiesOnCardsDevice
+        && !summary.interrupted && !summary.sourceGone && !summary.dryRun;
+    summary.verdict = text(sentence(summary, allProven), {tally(summary), passedOverText(summary)});
+    if (summary.backupWanted && summary.copiesOnOneDisk && !summary.dryRun)
+        summary.verdict += ' ' + text("$$$/Mfx/Verdict/OneDisk=Both copies are on one disk.");
 }
 
 } // namespace mfx

@@ -4,6 +4,7 @@
 #include "mfx/engine/TargetName.h"
 #include "platform/common/FilePlacement.h"
 #include "platform/common/FileStatus.h"
+#include "platform/common/NameJournal.h"
 #include "platform/common/ProgramEnvironment.h"
 
 #include <algorithm>
@@ -119,9 +120,10 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
         const auto status = Pt::fileStatus(entry.string(), step);
         if (!status)
             continue;
-        if (isOwnLeftover(name, status->kind))
+        if (isOwnLeftover(name, status->kind)) {
+            Pt::removeTriedName(entry.string(), m_finalFolder);
             fs::remove_all(entry, step);
-        else if (status->kind != Pt::FileStatus::Kind::Regular)
+        } else if (status->kind != Pt::FileStatus::Kind::Regular)
             continue; // none of ours
         else if (isUnfinishedConversion(entry, files, standing))
             fs::remove(entry, step);
@@ -133,6 +135,25 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
     std::error_code ignored; // not empty: what could not be put back is still in it
     fs::remove(m_path, ignored);
     return restored;
+}
+
+std::error_code WorkFolder::layMarker(const std::string& marker, bool withJournal)
+{
+    std::error_code error;
+    const auto folder = makeItemFolder(error);
+    if (!folder)
+        return error;
+    m_markerBelow = folder->substr(m_finalFolder.size() + 1) + '/' + marker;
+    error = Pt::makeEmptyFile(*folder + '/' + marker);
+    if (!error && withJournal)
+        Pt::makeEmptyFile(Pt::nameJournalPath(m_finalFolder)); // without one, leftovers stay
+    return error;
+}
+
+bool WorkFolder::isIn(const std::string& folder) const
+{
+    Pt::Locked locked(m_lock);
+    return m_share && m_share->stillNames(folder + '/' + kName);
 }
 
 // Makes the folder and shares the lock on it, until both are of one and the same folder.
@@ -207,6 +228,8 @@ void WorkFolder::leave()
     for (const std::string& itemFolder : m_idle)
         fs::remove(itemFolder, ignored);
     m_idle.clear();
+    if (m_share && !m_markerBelow.empty())
+        fs::remove_all(fs::path(m_finalFolder + '/' + m_markerBelow).parent_path(), ignored);
     if (m_share && m_share->stillNames(m_path))
         fs::remove(m_path, ignored);
     m_share.reset();

@@ -26,10 +26,22 @@ public:
     WorkFolder(const WorkFolder&) = delete;
     WorkFolder& operator=(const WorkFolder&) = delete;
 
-    // Removes what a crash left, unless another process is at work here. Returns the names under
-    // which raw files were put back; an error stands for something that could be neither put back
-    // nor removed, which then is still there.
+    // Removes what a crash left, unless another process is at work here: folders of groups and of
+    // runs, and the empty file that a killed process left where it tried a name. Returns the names
+    // under which raw files were put back; an error stands for something that could be neither put
+    // back nor removed, which then is still there.
     std::vector<std::string> recover(std::error_code& error);
+
+    // Makes the run's own folder with an empty file of this name in it, by which the folder is
+    // known on every way that leads to it; with a journal of tried names, where names will be
+    // tried.
+    std::error_code layMarker(const std::string& marker, bool withJournal = false);
+
+    // From the final folder to the marker; empty while there is none.
+    const std::string& markerBelow() const { return m_markerBelow; }
+
+    // Whether the work folder in another folder is this one.
+    bool isIn(const std::string& folder) const;
 
     // Makes a new empty folder for one group; its path.
     std::optional<std::string> makeItemFolder(std::error_code& error);
@@ -52,7 +64,8 @@ private:
 
     const std::string m_finalFolder;
     const std::string m_path;
-    Pt::Lock m_lock;
+    std::string m_markerBelow; // constant once it was laid
+    mutable Pt::Lock m_lock;
     std::optional<Pt::FolderLock> m_share TEVORO_GUARDED_BY(m_lock);
     std::vector<std::string> m_idle TEVORO_GUARDED_BY(m_lock); // empty item folders
     std::uint64_t m_counter TEVORO_GUARDED_BY(m_lock) = 0;

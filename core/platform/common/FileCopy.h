@@ -34,7 +34,8 @@ struct CopyOptions {
     unsigned int mode = 0666;
     bool exactMode = false;
 
-    // What the source must still be: device, inode, size and times. A link is then refused.
+    // What the source must still be: size and time of modification. Its inode number says nothing:
+    // some file systems forget it. A link is then refused.
     std::optional<FileStatus> expected;
 
     // Told of each piece of bytes that was written or read back; false ends the copy.
@@ -65,10 +66,6 @@ CopyResult copyFile(const std::string& source,
 // Removes what killed processes left of copyFile in a folder; copies that are being written stay.
 // Returns how many were removed.
 std::size_t removeStaleCopies(const std::string& folder);
-
-// Removes an empty file that a killed process left where it tried whether a name is free; false
-// when the file is not empty, or a process that lives is trying just now.
-bool removeStaleProbe(const std::string& path);
 
 // Reads a file from the disk, past the cache as far as the file system allows.
 std::optional<ContentDigest> digestOfFile(const std::string& path, std::error_code& error);

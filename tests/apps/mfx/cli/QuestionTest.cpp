@@ -41,7 +41,7 @@ protected:
             const int end = ::open(terminal.c_str(), O_RDWR);
             for (const int stream : {0, 1, 2})
                 ::dup2(end, stream);
-            ::_exit(askYesOrNo(text, Answering::kAsk) ? kYes : kNo);
+            ::_exit(askYesOrNo(text, Answering::kAsk) == mfx::Answer::kYes ? kYes : kNo);
         }
         waitForPrompt();
         EXPECT_EQ(
@@ -105,14 +105,14 @@ TEST_F(QuestionTest, NeverTakesAnEnglishNoForYes)
 TEST_F(QuestionTest, AsksNobodyWhoSaidYesBeforehand)
 {
     testing::internal::CaptureStderr();
-    EXPECT_TRUE(askYesOrNo("Delete?", Answering::kYes));
+    EXPECT_EQ(askYesOrNo("Delete?", Answering::kYes), mfx::Answer::kYes);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), IsEmpty());
 }
 
 TEST_F(QuestionTest, TakesNoWhereNobodyCanAnswer)
 {
     testing::internal::CaptureStderr(); // so it is no terminal
-    EXPECT_FALSE(askYesOrNo("Delete?", Answering::kAsk));
+    EXPECT_EQ(askYesOrNo("Delete?", Answering::kAsk), mfx::Answer::kNobody);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("nothing is deleted"));
 }
 

@@ -16,10 +16,11 @@ protected:
     {
         std::error_code error;
         const std::string saved = target.path("IMG_1.JPG");
-        return holdsBackup(backup.path(),
+        return findBackup(backup.path(),
             deviceName,
             Pt::digestOfFile(saved, error).value(),
-            Pt::fileStatus(saved, error));
+            Pt::fileStatus(saved, error))
+            .has_value();
     }
 
     TestCard target;

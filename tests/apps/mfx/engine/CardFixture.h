@@ -19,9 +19,14 @@ namespace mfx::tests {
 
 class TestCard {
 public:
-    TestCard()
+    enum class Device { kOfTests, kOther };
+
+    // Another device than that of other test folders is one in memory.
+    explicit TestCard(Device device = Device::kOfTests)
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "card-XXXXXX").native();
+        const std::filesystem::path above =
+            device == Device::kOther ? "/dev/shm" : std::filesystem::temp_directory_path();
+        std::string pattern = (above / "card-XXXXXX").native();
         if (mkdtemp(pattern.data()) == nullptr) {
             throw std::runtime_error("no temporary folder");
         }

@@ -31,13 +31,14 @@ class RecordedEvents final : public DownloadEvents {
 public:
     void source(const std::string&, std::size_t, std::uint64_t) override { }
     void item(const ItemEvent& event) override { items.push_back(event); }
-    void message(const std::string&, const std::string&) override { }
-    bool question(const std::string&, const std::string&) override
+    void message(const std::string&, const std::string& text) override { messages.push_back(text); }
+    Answer question(const std::string&, const std::string& text) override
     {
         ++questions;
+        asked = text;
         if (beforeAnswer)
             beforeAnswer();
-        return answer;
+        return answer ? Answer::kYes : Answer::kNo;
     }
     void progress(const ProgressEvent& event) override { last = event; }
     void summary(const DownloadSummary&) override { }
@@ -45,6 +46,8 @@ public:
     bool answer = true;
     std::function<void()> beforeAnswer;
     int questions = 0;
+    std::vector<std::string> messages;
+    std::string asked;
     std::vector<ItemEvent> items;
     ProgressEvent last;
 };
@@ -82,7 +85,7 @@ protected:
     test::RuntimeTree tree;
     const std::string target = std::filesystem::canonical(tree.path("home")).string() + "/photos";
     const std::string backup = std::filesystem::canonical(tree.path("home")).string() + "/backup";
-    tests::TestCard card;
+    tests::TestCard card{tests::TestCard::Device::kOther};
     Choices choices;
     DownloadRequest request;
     RecordedEvents events;

@@ -16,6 +16,8 @@ using tests::TestCard;
 class FinalFoldersTest : public testing::Test {
 protected:
     TestCard target;
+    CardContents card; // nothing is on it
+    PlaceWatch places{card, target.path(), std::nullopt, false};
 };
 
 TEST_F(FinalFoldersTest, KnowsStemsByAnyFileThatHasThem)
@@ -36,7 +38,7 @@ TEST_F(FinalFoldersTest, KnowsStemsByAnyFileThatHasThem)
 
 TEST_F(FinalFoldersTest, MakesEachFolderOnce)
 {
-    FinalFolders folders(target.path());
+    FinalFolders folders(target.path(), places);
     FinalFolder& folder = folders.open("2024/05");
     EXPECT_EQ(folder.path, target.path("2024/05"));
     EXPECT_FALSE(folder.error);
@@ -51,7 +53,7 @@ TEST_F(FinalFoldersTest, OnlyLooksForAPlan)
     target.addFolder("2024/.mfxdownload");
     target.add("IMG_2.JPG");
     const auto before = namesBelow(target.path());
-    FinalFolders folders(target.path(), true);
+    FinalFolders folders(target.path(), places, true);
     EXPECT_TRUE(folders.open("").stems.isTaken("IMG_2.CR2"));
     folders.open("2024");
     folders.open("2025");
@@ -63,7 +65,7 @@ TEST_F(FinalFoldersTest, OnlyLooksForAPlan)
 TEST_F(FinalFoldersTest, SaysWhyAFolderCannotBeUsed)
 {
     target.add("2024", "a file");
-    FinalFolders folders(target.path());
+    FinalFolders folders(target.path(), places);
     EXPECT_EQ(folders.open("2024").error, std::errc::file_exists);
     EXPECT_TRUE(folders.open("2024/05").error);
     EXPECT_FALSE(folders.open("2025").error);
@@ -72,7 +74,7 @@ TEST_F(FinalFoldersTest, SaysWhyAFolderCannotBeUsed)
 TEST_F(FinalFoldersTest, TellsOfEachRestoredFileOnceAndKnowsItsStem)
 {
     target.add("2024/.mfxdownload/IMG_1.CR2", "raw");
-    FinalFolders folders(target.path());
+    FinalFolders folders(target.path(), places);
     EXPECT_TRUE(folders.open("2024").stems.isTaken("IMG_1.JPG"));
     EXPECT_THAT(folders.takeRestored(), ElementsAre(target.path("2024/IMG_1.CR2")));
     folders.open("2024");
@@ -81,7 +83,7 @@ TEST_F(FinalFoldersTest, TellsOfEachRestoredFileOnceAndKnowsItsStem)
 
 TEST_F(FinalFoldersTest, LeavesNoWorkFolder)
 {
-    FinalFolders folders(target.path());
+    FinalFolders folders(target.path(), places);
     std::error_code error;
     for (const char* name : {"", "2024"}) {
         WorkFolder& work = folders.open(name).work;
@@ -94,7 +96,7 @@ TEST_F(FinalFoldersTest, LeavesNoWorkFolder)
 TEST_F(FinalFoldersTest, FlushesAllThatIsThereAndReportsWhatIsNot)
 {
     target.add("file", "x");
-    FinalFolders folders(target.path());
+    FinalFolders folders(target.path(), places);
     EXPECT_FALSE(folders.flush());
     folders.open("file"); // cannot be used, so there is nothing in it to flush
     folders.open("2024/05");

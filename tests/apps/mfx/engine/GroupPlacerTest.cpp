@@ -164,7 +164,7 @@ TEST_F(GroupPlacerTest, PreviewsTheNamesThatItGives)
     }
     EXPECT_THAT(saved(), ElementsAre("IMG_2.JPG"));
     dryRun = false;
-    FinalFolders afresh(target.path());
+    FinalFolders afresh(target.path(), places);
     std::vector<std::vector<std::string>> given;
     for (const auto& work : stageAll()) {
         work->folder = &afresh.open(""); // the preview has noted its names in the other

@@ -81,7 +81,7 @@ TEST_F(GroupStagerTest, StopsAtAnyMoment)
     addMany(30);
     insertCard();
     for (int round = 0; round < 60; ++round) {
-        FinalFolders fresh(target.path());
+        FinalFolders fresh(target.path(), places);
         auto stager = std::make_unique<GroupStager>(plan(), fresh);
         for (int taken = 0; taken < round % 20; ++taken) {
             const auto work = stager->take();
@@ -152,6 +152,7 @@ TEST_F(GroupStagerTest, OnlyPlansInADryRun)
         EXPECT_FALSE(work->members[0].isStaged);
         EXPECT_TRUE(work->itemFolder.empty());
     }
+    folders.leave(); // these were made for a run that copies
     EXPECT_THAT(namesBelow(target.path()), IsEmpty());
 }
 

@@ -76,7 +76,8 @@ protected:
     bool dryRun = false;
     CardContents contents;
     std::vector<ItemGroup> groups;
-    FinalFolders folders{target.path()};
+    PlaceWatch places{contents, target.path(), std::nullopt, false}; // not opened: no descriptors
+    FinalFolders folders{target.path(), places};
 };
 
 } // namespace mfx::tests

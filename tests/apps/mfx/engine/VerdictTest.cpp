@@ -27,7 +27,7 @@ TEST(VerdictTest, CallsTheCardSafeWhenEverythingIsProven)
     giveVerdict(summary);
     EXPECT_TRUE(summary.cardMayBeWiped);
     EXPECT_EQ(summary.verdict,
-        "2 saved, 1 stood there already, 3 proven, 0 problems: the card may be wiped.");
+        "2 saved, 1 already present, 3 proven, 0 problems: the card may be wiped.");
 }
 
 TEST(VerdictTest, CountsBackupsWhereTheyAreWanted)
@@ -39,7 +39,7 @@ TEST(VerdictTest, CountsBackupsWhereTheyAreWanted)
     summary.deleted = 2;
     giveVerdict(summary);
     EXPECT_EQ(summary.verdict,
-        "2 saved, 1 stood there already, 3 backed up, 1 converted, 3 proven, 0 problems, 2 deleted "
+        "2 saved, 1 already present, 3 backed up, 1 converted, 3 proven, 0 problems, 2 deleted "
         "from the card: the card may be wiped.");
 }
 
@@ -68,7 +68,9 @@ TEST_P(UnsafeVerdictTest, NeverCallsTheCardSafe)
 
 constexpr UnsafeCase kUnsafe[] = {
     {"OneNotProven", [](DownloadSummary& s) { s.proven = 2; }, "Do not wipe the card"},
-    {"OneProblem", [](DownloadSummary& s) { s.failed = 1; }, "1 problem. Do not wipe the card"},
+    {"OneProblem",
+        [](DownloadSummary& s) { s.failed = s.unsafe = 1; },
+        "1 problem. Do not wipe the card"},
     {"ProblemOfNoItem",
         [](DownloadSummary& s) {
             s.notSafe.push_back({"x", "names were not flushed"});
@@ -105,6 +107,14 @@ constexpr UnsafeCase kUnsafe[] = {
             s.mayHoldPhotos = 1;
         },
         "the card holds more"},
+    {"CopiesOnTheCardsDevice",
+        [](DownloadSummary& s) { s.copiesOnCardsDevice = true; },
+        "on the same device as the originals: do not wipe it"},
+    {"FilesWithoutBytes",
+        [](DownloadSummary& s) {
+            s.passedOver = {{"empty file", "files without bytes", 1, {"A.JPG"}}};
+        },
+        "the card holds more than these: files without bytes: A.JPG."},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, UnsafeVerdictTest, testing::ValuesIn(kUnsafe), [](const auto& row) {
@@ -117,6 +127,35 @@ TEST(VerdictTest, IsNotKeptFromItsWordByWhatHoldsNoPhotos)
     summary.notHandled["thumbnail cache"] = 1;
     giveVerdict(summary);
     EXPECT_TRUE(summary.cardMayBeWiped);
+}
+
+// A raw file that could not be converted is a raw file that was saved.
+TEST(VerdictTest, TakesAFailedConversionForNoDanger)
+{
+    DownloadSummary summary = allSaved();
+    summary.failed = 1;
+    giveVerdict(summary);
+    EXPECT_TRUE(summary.cardMayBeWiped);
+}
+
+TEST(VerdictTest, NamesUpToFiveOfEachKindThatItLeavesOnTheCard)
+{
+    DownloadSummary summary = allSaved();
+    summary.passedOver = {{"system folder", "system folder", 7, {"a", "b", "c", "d", "e"}},
+        {"not asked for", "not asked for", 1, {"x.JPG"}}};
+    giveVerdict(summary);
+    EXPECT_THAT(summary.verdict,
+        HasSubstr("the card holds more than these: system folder: a, b, c, d, e and 2 more; not "
+                  "asked for: x.JPG."));
+}
+
+TEST(VerdictTest, WarnsOfCopiesOnOneDisk)
+{
+    DownloadSummary summary = allSaved();
+    summary.backupWanted = summary.copiesOnOneDisk = true;
+    giveVerdict(summary);
+    EXPECT_TRUE(summary.cardMayBeWiped);
+    EXPECT_THAT(summary.verdict, HasSubstr("Both copies are on one disk."));
 }
 
 TEST(VerdictTest, SaysWhenThereIsNothing)
