@@ -27,6 +27,23 @@ const char* statusWord(ItemStatus status)
     return "failed";
 }
 
+const char* phaseWord(ProgressPhase phase)
+{
+    switch (phase) {
+    case ProgressPhase::kCopy:
+        break;
+    case ProgressPhase::kProve:
+        return "prove";
+    case ProgressPhase::kBackup:
+        return "backup";
+    case ProgressPhase::kConvert:
+        return "convert";
+    case ProgressPhase::kDelete:
+        return "delete";
+    }
+    return "copy";
+}
+
 Json orNull(const std::optional<std::string>& text)
 {
     return text ? Json(*text) : Json(nullptr);
@@ -52,11 +69,14 @@ Json passedOverList(const DownloadSummary& summary)
 
 void JsonEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
 {
+    Pt::Locked locked(m_lock);
+    m_told = Clock::now();
     printJson({{"event", "source"}, {"name", name}, {"items", items}, {"bytes", bytes}});
 }
 
 void JsonEvents::item(const ItemEvent& event)
 {
+    Pt::Locked locked(m_lock);
     printJson({{"event", "item"},
         {"key", event.key},
         {"name", event.name},
@@ -69,6 +89,7 @@ void JsonEvents::item(const ItemEvent& event)
 
 void JsonEvents::message(const std::string& title, const std::string& text)
 {
+    Pt::Locked locked(m_lock);
     printJson({{"event", "message"}, {"title", title}, {"text", text}});
 }
 
@@ -82,10 +103,28 @@ bool JsonEvents::isHeard() const
     return !outputError();
 }
 
-void JsonEvents::progress(const ProgressEvent&) { }
+// The last one comes whenever all is done: whoever followed sees the end.
+void JsonEvents::progress(const ProgressEvent& event)
+{
+    Pt::Locked locked(m_lock);
+    const auto now = Clock::now();
+    const bool isLast = m_toldAny && event.itemsDone == event.itemsTotal;
+    if (m_told && now - *m_told < m_pause && !isLast)
+        return;
+    m_told = now;
+    m_toldAny = true;
+    printJson({{"event", "progress"},
+        {"items", event.itemsDone},
+        {"of", event.itemsTotal},
+        {"bytes", event.bytesDone},
+        {"of_bytes", event.bytesTotal},
+        {"phase", phaseWord(event.phase)},
+        {"rate", event.rate}});
+}
 
 void JsonEvents::summary(const DownloadSummary& summary)
 {
+    Pt::Locked locked(m_lock);
     printJson({{"event", "summary"},
         {"items", summary.items},
         {"saved", summary.saved},

@@ -1,15 +1,21 @@
-// A download told to a program: one JSON object per line on standard output.
+// A download told to a program: one JSON object per line on standard output. Progress is told twice
+// a second at most, so that a short run tells none.
 #pragma once
 
 #include "mfx/cli/Question.h"
 #include "mfx/engine/DownloadEvents.h"
+#include "platform/common/Lock.h"
+
+#include <chrono>
 
 namespace mfx {
 
 class JsonEvents final : public DownloadEvents {
 public:
-    explicit JsonEvents(Answering answering)
+    explicit JsonEvents(
+        Answering answering, std::chrono::milliseconds pause = std::chrono::milliseconds(500))
         : m_answering(answering)
+        , m_pause(pause)
     {
     }
 
@@ -22,7 +28,14 @@ public:
     void summary(const DownloadSummary& summary) override;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     const Answering m_answering;
+    const std::chrono::milliseconds m_pause; // between two tellings of progress
+    Pt::Lock m_lock; // held for the length of a line
+    // The last progress, or the source.
+    std::optional<Clock::time_point> m_told TEVORO_GUARDED_BY(m_lock);
+    bool m_toldAny TEVORO_GUARDED_BY(m_lock) = false;
 };
 
 } // namespace mfx

@@ -7,12 +7,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <vector>
 
 namespace mfx {
 
 namespace {
 
 constexpr std::chrono::milliseconds kPause{100};
+constexpr double kShortestTimeLeft = 1; // seconds
 
 std::string timeText(double seconds)
 {
@@ -27,11 +29,49 @@ std::string timeText(double seconds)
     return text("$$$/Mfx/Time/Seconds=%1 s", {std::to_string(whole)});
 }
 
+std::string phaseText(ProgressPhase phase)
+{
+    switch (phase) {
+    case ProgressPhase::kCopy:
+        break;
+    case ProgressPhase::kProve:
+        return text("$$$/Mfx/Progress/Proving=proving");
+    case ProgressPhase::kBackup:
+        return text("$$$/Mfx/Progress/SecondCopy=second copy");
+    case ProgressPhase::kConvert:
+        return text("$$$/Mfx/Progress/Converting=converting");
+    case ProgressPhase::kDelete:
+        return text("$$$/Mfx/Progress/Deleting=deleting");
+    }
+    return text("$$$/Mfx/Progress/Copying=copying");
+}
+
+std::string shareText(const ProgressEvent& event)
+{
+    const auto done = static_cast<double>(event.bytesDone);
+    const auto total = static_cast<double>(event.bytesTotal);
+    return std::to_string(total > 0 ? static_cast<int>(done * 100 / total) : 100);
+}
+
+// Work may go on for seconds after the last byte was counted: what is nearly nothing is not told.
+std::string lineText(const ProgressEvent& event)
+{
+    const std::vector<std::string> parts{shareText(event),
+        std::to_string(event.itemsDone),
+        std::to_string(event.itemsTotal),
+        phaseText(event.phase),
+        sizeText(event.rate)};
+    if (!event.secondsLeft || *event.secondsLeft < kShortestTimeLeft)
+        return text("$$$/Mfx/Progress/Doing=%1%, %2 of %3 items, %4, %5/s", parts);
+    std::vector<std::string> all = parts;
+    all.push_back(timeText(*event.secondsLeft));
+    return text("$$$/Mfx/Progress/DoingWithTime=%1%, %2 of %3 items, %4, %5/s, %6 left", all);
+}
+
 } // namespace
 
 ProgressLine::ProgressLine(bool shown)
     : m_shown(shown)
-    , m_start(Clock::now())
 {
 }
 
@@ -44,7 +84,7 @@ void ProgressLine::show(const ProgressEvent& event)
     const int width = Pt::terminalWidth(stderr) - 1;
     std::fprintf(stderr,
         "\r%s",
-        fittedTo(line(event, now), static_cast<std::size_t>(std::max(width, 0))).c_str());
+        fittedTo(lineText(event), static_cast<std::size_t>(std::max(width, 0))).c_str());
     std::fflush(stderr);
     m_isDrawn = true;
 }
@@ -55,23 +95,6 @@ void ProgressLine::clear()
         return;
     std::fprintf(stderr, "\r%*s\r", Pt::terminalWidth(stderr) - 1, "");
     m_isDrawn = false;
-}
-
-std::string ProgressLine::line(const ProgressEvent& event, Clock::time_point now) const
-{
-    const double seconds = std::chrono::duration<double>(now - m_start).count();
-    const auto done = static_cast<double>(event.bytesDone);
-    const auto total = static_cast<double>(event.bytesTotal);
-    const double rate = seconds > 0 ? done / seconds : 0;
-    const std::string share =
-        std::to_string(total > 0 ? static_cast<int>(done * 100 / total) : 100);
-    const std::string items = std::to_string(event.itemsDone);
-    const std::string all = std::to_string(event.itemsTotal);
-    const std::string speed = sizeText(static_cast<std::uint64_t>(rate));
-    if (rate > 0)
-        return text("$$$/Mfx/Progress/LineWithTime=%1%, %2 of %3 items, %4/s, %5 left",
-            {share, items, all, speed, timeText((total - done) / rate)});
-    return text("$$$/Mfx/Progress/Line=%1%, %2 of %3 items, %4/s", {share, items, all, speed});
 }
 
 } // namespace mfx

@@ -1,5 +1,5 @@
-// The one line of progress on a terminal: share, bytes, rate, time left, items. Redrawn a few times
-// a second. One thread at a time.
+// The one line of progress on a terminal: share, items, what is being done, the rate of the card,
+// time left. Redrawn a few times a second at most. One thread at a time.
 #pragma once
 
 #include "mfx/engine/DownloadEvents.h"
@@ -21,10 +21,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    std::string line(const ProgressEvent& event, Clock::time_point now) const;
-
     const bool m_shown;
-    const Clock::time_point m_start;
     Clock::time_point m_last;
     bool m_isDrawn = false;
 };

@@ -59,11 +59,17 @@ void TextEvents::message(const std::string& title, const std::string& body)
 
 Answer TextEvents::question(const std::string&, const std::string& body)
 {
-    {
-        Pt::Locked locked(m_lock);
-        m_line.clear();
-    }
-    return askYesOrNo(body, m_answering);
+    clearLine(true);
+    const Answer answer = askYesOrNo(body, m_answering);
+    clearLine(false);
+    return answer;
+}
+
+void TextEvents::clearLine(bool isAsking)
+{
+    Pt::Locked locked(m_lock);
+    m_line.clear();
+    m_isAsking = isAsking;
 }
 
 bool TextEvents::isHeard() const
@@ -74,15 +80,13 @@ bool TextEvents::isHeard() const
 void TextEvents::progress(const ProgressEvent& event)
 {
     Pt::Locked locked(m_lock);
-    m_line.show(event);
+    if (!m_isAsking)
+        m_line.show(event);
 }
 
 void TextEvents::summary(const DownloadSummary& summary)
 {
-    {
-        Pt::Locked locked(m_lock);
-        m_line.clear();
-    }
+    clearLine();
     const bool hasProblems = summary.failed != 0 || summary.notDeleted != 0;
     if (m_quiet && !hasProblems && !summary.interrupted)
         return;

@@ -23,12 +23,14 @@ public:
 
 private:
     void tell(const std::string& message);
+    void clearLine(bool isAsking = false);
 
     const bool m_quiet;
     const bool m_dryRun;
     const Answering m_answering;
     Pt::Lock m_lock;
     ProgressLine m_line TEVORO_GUARDED_BY(m_lock);
+    bool m_isAsking TEVORO_GUARDED_BY(m_lock) = false; // the line stays out of the answer
 };
 
 } // namespace mfx

@@ -7,6 +7,7 @@
 #include "mfx/engine/GroupStager.h"
 #include "mfx/engine/PassedOverList.h"
 #include "mfx/engine/TargetSpot.h"
+#include "mfx/engine/Ticker.h"
 #include "mfx/engine/Verdict.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
@@ -23,6 +24,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t kToldNotSafe = 50; // the rest is counted
+constexpr std::chrono::milliseconds kProgressPause{500};
 
 // Bytes to work through for each byte of an item: written and read back, for each place.
 std::uint64_t passes(const DownloadRequest& request)
@@ -70,6 +72,7 @@ Download::Download(
     , m_deletion(card, m_places)
     , m_cardWatch(card)
     , m_items(card.items.size())
+    , m_progress(card, passes(m_request))
 {
 }
 
@@ -83,18 +86,21 @@ DownloadSummary Download::run()
     std::uint64_t bytes = 0;
     for (const MediaItem& item : m_card.items)
         bytes += item.status.size;
-    m_bytesTotal = bytes * passes(m_request);
     openPlaces();
     m_events.source(m_request.sourceName, m_card.items.size(), bytes);
     warnOfPlaces();
     addNotHandled();
     addPassedOver();
-    runGroups();
-    m_summary.nextSequence = m_request.firstSequence + m_lastSaved;
-    if (!m_request.dryRun)
-        closeDownload();
-    m_folders.leave();
-    m_places.leave();
+    {
+        const Ticker ticker(kProgressPause, [this] { tellProgress(); });
+        runGroups();
+        m_summary.nextSequence = m_request.firstSequence + m_lastSaved;
+        if (!m_request.dryRun)
+            closeDownload();
+        m_folders.leave();
+        m_places.leave();
+    }
+    tellProgress();
     m_summary.placeUnusable =
         m_summary.placeUnusable || (m_targetRefused && m_summary.saved + m_summary.existing == 0);
     m_summary.interrupted = m_summary.interrupted || m_request.wasInterrupted();
@@ -135,7 +141,9 @@ void Download::runGroups()
         m_request.rules,
         m_request.firstSequence,
         m_request.dryRun,
-        [this](std::uint64_t count) { addProgress(count); },
+        [this](std::uint32_t item, ProgressPhase phase, std::uint64_t bytes) {
+            m_progress.add(item, phase, bytes);
+        },
         m_request.wasInterrupted};
     GroupStager stager(std::move(plan), m_folders);
     for (std::size_t group = 0; group < m_groups.size(); ++group) {
@@ -218,8 +226,10 @@ std::optional<std::string> Download::lostPlace(const GroupWork& work) const
 
 void Download::backUp(GroupWork& work, std::vector<ItemEvent>& events)
 {
+    const PhaseScope phase(m_progress, ProgressPhase::kBackup);
     const auto backups = m_backup.backUp(work, [&](std::size_t member) {
-        addProgress(2 * m_card.items[work.members[member].item].status.size);
+        const std::uint32_t item = work.members[member].item;
+        m_progress.add(item, ProgressPhase::kBackup, 2 * m_card.items[item].status.size);
     });
     if (m_backup.lost()) {
         failGroup(work, work.members.size(), *m_backup.lost());
@@ -272,6 +282,7 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
             noteNoDNG(events[i], *lost);
             continue;
         }
+        const PhaseScope phase(m_progress, ProgressPhase::kConvert);
         const std::string dng = nextDNGPath(work.folder->ownPath + '/' + member.finalName);
         std::string error;
         if (m_sink.convert(sinkItem(work, i, work.folder->path), error))
@@ -375,12 +386,9 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
             ++m_summary.failed; // not as asked for, and safe all the same
         else if (event.error)
             addUnsafe(event.name, *event.error);
-        if (!member.isStaged)
-            addProgress(2 * m_card.items[member.item].status.size);
-        ++m_itemsDone;
+        m_progress.finish(member.item);
         m_events.item(event);
     }
-    addProgress(0);
 }
 
 // Some failures are about one file; others mean that nothing more can succeed.
@@ -423,6 +431,7 @@ void Download::failItem(std::uint32_t item, const std::string& reason)
     event.name = displayName(m_card.items[item].name);
     event.status = ItemStatus::kFailed;
     event.error = reason;
+    m_progress.finish(item);
     addUnsafe(event.name, reason);
     m_events.item(event);
 }
@@ -486,12 +495,9 @@ void Download::addNotSafe(const std::string& name, const std::string& reason)
         m_summary.notSafe.push_back({name, reason});
 }
 
-void Download::addProgress(std::uint64_t bytes)
+void Download::tellProgress()
 {
-    Pt::Locked locked(m_progressLock);
-    const std::uint64_t done = m_bytesDone += bytes;
-    m_events.progress(
-        {std::min(done, m_bytesTotal), m_bytesTotal, m_itemsDone, m_card.items.size()});
+    m_events.progress(m_progress.event());
 }
 
 } // namespace mfx

@@ -16,10 +16,10 @@
 #include "mfx/engine/KeptItem.h"
 #include "mfx/engine/OriginalDeletion.h"
 #include "mfx/engine/PlaceWatch.h"
+#include "mfx/engine/ProgressMeter.h"
 #include "mfx/engine/SinkSession.h"
 #include "mfx/engine/TargetName.h"
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -98,7 +98,7 @@ private:
     void addNotHandled();
     void addNotSafe(const std::string& name, const std::string& reason);
     void addUnsafe(const std::string& name, const std::string& reason);
-    void addProgress(std::uint64_t bytes);
+    void tellProgress();
 
     const DownloadRequest m_request;
     const CardContents& m_card;
@@ -117,10 +117,7 @@ private:
     std::string m_deletionObjection; // why no original may go; empty while they may
     bool m_targetRefused = false; // some folder of the target takes no files
     bool m_hasLookedAgain = false; // since the question was answered
-    Pt::Lock m_progressLock;
-    std::uint64_t m_bytesDone TEVORO_GUARDED_BY(m_progressLock) = 0;
-    std::uint64_t m_bytesTotal = 0;
-    std::atomic<std::size_t> m_itemsDone{0};
+    ProgressMeter m_progress;
 };
 
 } // namespace mfx

@@ -35,6 +35,9 @@ void Download::closeDownload()
         m_request.deletesOriginals ? deletable() : std::vector<std::uint32_t>();
     const bool deletes = !candidates.empty();
     const std::vector<std::uint32_t>& listed = deletes ? candidates : saved;
+    std::optional<PhaseScope> phase;
+    if (deletes)
+        phase.emplace(m_progress, ProgressPhase::kDelete);
     m_sink.askWith(deletes ? std::optional(deletionQuestion(candidates)) : std::nullopt);
     m_sink.finish(
         m_request.sourceName,

@@ -1,6 +1,8 @@
 // What a download tells while it runs, and what it asks. Implemented by each face of the engine:
 // the command line in text and in JSON, a window later. All calls come on the thread that runs the
-// download, but for `progress`, which may come from any, one call at a time. Texts are UTF-8.
+// download, but for `progress`, which comes from another at the same time, twice a second, even
+// while a question waits for its answer; once more when all is done, and never after the summary.
+// Texts are UTF-8.
 #pragma once
 
 #include <cstddef>
@@ -25,11 +27,17 @@ struct ItemEvent {
     bool isToldAlready = false; // the error: it is the same for many and was told at the start
 };
 
+// What is being done just now.
+enum class ProgressPhase : std::uint8_t { kCopy, kProve, kBackup, kConvert, kDelete };
+
 struct ProgressEvent {
-    std::uint64_t bytesDone = 0;
-    std::uint64_t bytesTotal = 0;
+    std::uint64_t bytesDone = 0; // the share of all work, in bytes of the card; never shrinks
+    std::uint64_t bytesTotal = 0; // those of the card
     std::size_t itemsDone = 0;
     std::size_t itemsTotal = 0;
+    ProgressPhase phase = ProgressPhase::kCopy;
+    std::uint64_t rate = 0; // bytes read off the card per second, over the last few seconds
+    std::optional<double> secondsLeft; // as it goes now; nothing while nothing moves
 };
 
 // What is on the card and was not taken, or must stay on it, and would be missed.

@@ -146,6 +146,7 @@ bool isTooDeep(const std::string& folder)
 void GroupStager::copyMembers(GroupWork& work)
 {
     const TargetSpot spot = findSpot(work);
+    tellCompared(work);
     if (spot.error) {
         work.problem = Pt::CopyProblem::kTargetUnusable;
         failUnreadable(work, spot.error);
@@ -181,12 +182,25 @@ void GroupStager::copyMembers(GroupWork& work)
     }
 }
 
+// What was read to be compared came off the card as well.
+void GroupStager::tellCompared(const GroupWork& work) const
+{
+    for (const MemberWork& member : work.members) {
+        if (member.digest)
+            m_plan.progress(member.item, ProgressPhase::kCopy, member.digest->size);
+    }
+}
+
 Pt::CopyResult GroupStager::copyMember(GroupWork& work, std::size_t member)
 {
+    const std::uint32_t item = work.members[member].item;
     Pt::CopyOptions options;
-    options.expected = m_plan.card.items[work.members[member].item].status;
-    options.progress = [this](std::uint64_t bytes) {
-        m_plan.progress(bytes);
+    options.expected = m_plan.card.items[item].status;
+    // All of the file is written before any of it is read back.
+    std::uint64_t unread = options.expected->size;
+    options.progress = [this, item, unread](std::uint64_t bytes) mutable {
+        m_plan.progress(item, unread != 0 ? ProgressPhase::kCopy : ProgressPhase::kProve, bytes);
+        unread -= std::min(unread, bytes);
         return !isStopped();
     };
     return Pt::writeProvenCopy(work.members[member].source,

@@ -5,6 +5,7 @@
 // the destructor stops the work and waits for it; staged groups that nobody took are undone.
 #pragma once
 
+#include "mfx/engine/DownloadEvents.h"
 #include "mfx/engine/FinalFolders.h"
 #include "mfx/engine/GroupWork.h"
 #include "platform/common/Lock.h"
@@ -30,8 +31,8 @@ struct StagingPlan {
     const NamingRules& rules;
     std::uint64_t firstSequence = 1;
     bool dryRun = false; // plan and compare, but copy nothing
-    // Told of bytes read and proven, from several threads.
-    std::function<void(std::uint64_t bytes)> progress;
+    // Told of an item's bytes that were read off the card or proven, from several threads.
+    std::function<void(std::uint32_t item, ProgressPhase phase, std::uint64_t bytes)> progress;
     // Whether to give up copies in hand and begin no more.
     std::function<bool()> shouldStop;
 };
@@ -55,6 +56,7 @@ private:
     std::unique_ptr<GroupWork> stage(std::size_t group);
     void plan(GroupWork& work);
     void copyMembers(GroupWork& work);
+    void tellCompared(const GroupWork& work) const;
     Pt::CopyResult copyMember(GroupWork& work, std::size_t member);
     bool isStopped() const { return m_stopped || m_plan.shouldStop(); }
 

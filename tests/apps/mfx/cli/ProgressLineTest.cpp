@@ -13,7 +13,15 @@ using testing::StartsWith;
 namespace mfx {
 namespace {
 
-constexpr ProgressEvent kHalf{500'000, 1'000'000, 3, 7};
+const ProgressEvent kHalf{500'000, 1'000'000, 3, 7, ProgressPhase::kCopy, 12'300'000, 95.2};
+
+ProgressEvent halfWith(ProgressPhase phase, std::optional<double> secondsLeft)
+{
+    ProgressEvent event = kHalf;
+    event.phase = phase;
+    event.secondsLeft = secondsLeft;
+    return event;
+}
 
 template <typename Action>
 std::string shownBy(Action action)
@@ -23,13 +31,37 @@ std::string shownBy(Action action)
     return testing::internal::GetCapturedStderr();
 }
 
-TEST(ProgressLineTest, TellsShareItemsRateAndTimeLeft)
+std::string shownAlone(const ProgressEvent& event)
 {
     ProgressLine line(true);
-    const std::string text = shownBy([&line] { line.show(kHalf); });
-    EXPECT_THAT(text, StartsWith("\r50%, 3 of 7 items, "));
-    EXPECT_THAT(text, HasSubstr("B/s"));
-    EXPECT_THAT(text, HasSubstr(" left"));
+    return shownBy([&] { line.show(event); });
+}
+
+TEST(ProgressLineTest, TellsShareItemsWorkRateAndTimeLeft)
+{
+    EXPECT_THAT(
+        shownAlone(kHalf), StartsWith("\r50%, 3 of 7 items, copying, 12.3 MB/s, 1 min 35 s left "));
+}
+
+TEST(ProgressLineTest, TellsWhatIsBeingDone)
+{
+    const std::pair<ProgressPhase, const char*> rows[] = {{ProgressPhase::kCopy, "copying"},
+        {ProgressPhase::kProve, "proving"},
+        {ProgressPhase::kBackup, "second copy"},
+        {ProgressPhase::kConvert, "converting"},
+        {ProgressPhase::kDelete, "deleting"}};
+    for (const auto& [phase, word] : rows)
+        EXPECT_THAT(shownAlone(halfWith(phase, 9)),
+            StartsWith("\r50%, 3 of 7 items, " + std::string(word) + ", 12.3 MB/s, 9 s left"));
+}
+
+// Names are flushed, or a sidecar is proven, after all bytes were counted.
+TEST(ProgressLineTest, NeverSaysThatNoTimeIsLeft)
+{
+    for (const std::optional<double> seconds : {std::optional<double>(), {0.0}, {0.4}, {0.99}})
+        EXPECT_THAT(shownAlone(halfWith(ProgressPhase::kProve, seconds)),
+            StartsWith("\r50%, 3 of 7 items, proving, 12.3 MB/s   "));
+    EXPECT_THAT(shownAlone(halfWith(ProgressPhase::kProve, 1)), HasSubstr("MB/s, 1 s left"));
 }
 
 TEST(ProgressLineTest, IsDrawnAgainOnlyAfterAWhile)
@@ -64,7 +96,7 @@ TEST(ProgressLineTest, GoesWithoutATraceAndOnlyOnce)
 TEST(ProgressLineTest, IsDoneWhereThereIsNothingToDo)
 {
     ProgressLine line(true);
-    EXPECT_THAT(shownBy([&line] { line.show({0, 0, 0, 0}); }), StartsWith("\r100%, 0 of 0 items"));
+    EXPECT_THAT(shownBy([&line] { line.show({}); }), StartsWith("\r100%, 0 of 0 items"));
 }
 
 struct LanguageCase {
@@ -75,12 +107,12 @@ struct LanguageCase {
 
 constexpr LanguageCase kLanguages[] = {
     {"German",
-        u"\"$$$/Mfx/Progress/LineWithTime=%1 %, %2 von %3 Objekten, %4/s, noch %5 – Größe "
-        u"geprüft\"\n",
-        "\r50 %, 3 von 7 Objekten, "},
+        u"\"$$$/Mfx/Progress/DoingWithTime=%1 %, %2 von %3 Objekten, %4, %5/s, noch %6 – Größe "
+        u"geprüft\"\n\"$$$/Mfx/Progress/Copying=Übertragung\"\n",
+        "\r50 %, 3 von 7 Objekten, Übertragung, "},
     {"Japanese",
-        u"\"$$$/Mfx/Progress/LineWithTime=%1%、%3件中%2件、%4/"
-        u"秒、残り%5、写真を保存しています。しばらく"
+        u"\"$$$/Mfx/Progress/DoingWithTime=%1%、%3件中%2件、%4、%5/"
+        u"秒、残り%6、写真を保存しています。しばらく"
         u"お待ちください。カードを取り出さないでください。\"\n",
         "\r50%、7件中3件、"},
 };

@@ -29,7 +29,7 @@ constexpr char kLibrary[] = "../Frameworks/preference_xml_parser.framework";
 // Notes what it is told, and answers the question.
 class RecordedEvents final : public DownloadEvents {
 public:
-    void source(const std::string&, std::size_t, std::uint64_t) override { }
+    void source(const std::string&, std::size_t, std::uint64_t) override { isEnded = false; }
     void item(const ItemEvent& event) override { items.push_back(event); }
     void message(const std::string&, const std::string& text) override { messages.push_back(text); }
     Answer question(const std::string&, const std::string& text) override
@@ -40,8 +40,14 @@ public:
             beforeAnswer();
         return answer ? Answer::kYes : Answer::kNo;
     }
-    void progress(const ProgressEvent& event) override { last = event; }
-    void summary(const DownloadSummary&) override { }
+    void progress(const ProgressEvent& event) override
+    {
+        last = event;
+        EXPECT_FALSE(isEnded);
+        if (onProgress)
+            onProgress(event);
+    }
+    void summary(const DownloadSummary&) override { isEnded = true; }
 
     bool answer = true;
     std::function<void()> beforeAnswer;
@@ -50,6 +56,8 @@ public:
     std::string asked;
     std::vector<ItemEvent> items;
     ProgressEvent last;
+    std::function<void(const ProgressEvent&)> onProgress; // on another thread
+    bool isEnded = false;
 };
 
 // A download with the sink that ships, in a run-time tree of its own.
@@ -106,7 +114,8 @@ TEST_F(DownloadTest, DeletesWhatItSavedAndBackedUpWhenThePersonSaysYes)
     EXPECT_THAT(namesBelow(target), ElementsAre("IMG_1.CR2", "IMG_1.xmp"));
     EXPECT_THAT(namesBelow(backup), ElementsAre("IMG_1.CR2", "IMG_1.xmp"));
     EXPECT_THAT(namesBelow(card.path()), ElementsAre("DCIM"));
-    EXPECT_EQ(events.last.bytesDone, events.last.bytesTotal);
+    EXPECT_EQ(events.last.bytesTotal, 10U) << "those of the card, however often they are copied";
+    EXPECT_EQ(events.last.bytesDone, 10U);
     EXPECT_EQ(events.last.itemsDone, 2U);
 }
 
@@ -297,6 +306,34 @@ TEST_F(DownloadTest, WaitsUntilAnotherProgramHasMadeItsBackupCopy)
     EXPECT_EQ(summary.backups, 1U);
     EXPECT_EQ(bytesOf(backup + "/IMG_1.JPG"), "of the other card");
     EXPECT_EQ(bytesOf(backup + "/IMG_1-1.JPG"), "jpeg");
+}
+
+// Nothing else would tell a person that the program is alive.
+TEST_F(DownloadTest, TellsWhatItIsAtWhileNothingMoves)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    wantBackup();
+    std::error_code error;
+    auto other = Pt::FolderLock::takeAlone(backup, error);
+    int told = 0;
+    events.onProgress = [&](const ProgressEvent& event) {
+        if (event.phase == ProgressPhase::kBackup && ++told == 2)
+            other.reset();
+    };
+    EXPECT_EQ(run().backups, 1U);
+    EXPECT_GE(told, 2);
+    EXPECT_EQ(events.last.bytesDone, events.last.bytesTotal);
+}
+
+TEST_F(DownloadTest, TellsThatItDeletes)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    run();
+    EXPECT_EQ(events.last.phase, ProgressPhase::kDelete);
+    request.deletesOriginals = choices.deletesOriginals = false;
+    card.add("IMG_2.JPG", "another");
+    run();
+    EXPECT_NE(events.last.phase, ProgressPhase::kDelete);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <map>
 
 #include <gmock/gmock.h>
 
@@ -57,11 +58,45 @@ TEST_F(GroupStagerTest, TellsTheBytesThatItReadAndProved)
         onCard += item.status.size;
     std::atomic<std::uint64_t> told{0};
     StagingPlan plan = this->plan();
-    plan.progress = [&told](std::uint64_t bytes) { told += bytes; };
+    plan.progress = [&told](std::uint32_t, ProgressPhase, std::uint64_t bytes) { told += bytes; };
     GroupStager stager(std::move(plan), folders);
     for (std::size_t i = 0; i < groups.size(); ++i)
         stager.take();
     EXPECT_EQ(told, 2 * onCard);
+}
+
+TEST_F(GroupStagerTest, TellsWhatItReadOffTheCardFromWhatItProved)
+{
+    constexpr std::size_t kBytes = 2'500'000; // more than one piece
+    card.add("A.JPG", std::string(kBytes, 'a'));
+    insertCard();
+    std::map<ProgressPhase, std::uint64_t> told; // by the one thread that there is work for
+    std::vector<ProgressPhase> order;
+    StagingPlan plan = this->plan();
+    plan.progress = [&](std::uint32_t item, ProgressPhase phase, std::uint64_t bytes) {
+        EXPECT_EQ(item, 0U);
+        told[phase] += bytes;
+        order.push_back(phase);
+    };
+    GroupStager(std::move(plan), folders).take();
+    EXPECT_EQ(told[ProgressPhase::kCopy], kBytes);
+    EXPECT_EQ(told[ProgressPhase::kProve], kBytes);
+    EXPECT_TRUE(std::is_sorted(order.begin(), order.end())) << "all is written before it is proven";
+}
+
+TEST_F(GroupStagerTest, TellsWhatItReadToCompare)
+{
+    card.add("A.JPG", "photo");
+    target.add("A.JPG", "photo");
+    insertCard();
+    std::uint64_t told = 0;
+    StagingPlan plan = this->plan();
+    plan.progress = [&told](std::uint32_t, ProgressPhase phase, std::uint64_t bytes) {
+        EXPECT_EQ(phase, ProgressPhase::kCopy);
+        told += bytes;
+    };
+    GroupStager(std::move(plan), folders).take();
+    EXPECT_EQ(told, 5U);
 }
 
 TEST_F(GroupStagerTest, LeavesNothingOfGroupsThatNobodyTook)

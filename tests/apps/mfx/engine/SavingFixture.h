@@ -42,7 +42,13 @@ protected:
 
     StagingPlan plan()
     {
-        return {contents, groups, rules, 1, dryRun, [](std::uint64_t) {}, [] { return false; }};
+        return {contents,
+            groups,
+            rules,
+            1,
+            dryRun,
+            [](std::uint32_t, ProgressPhase, std::uint64_t) {},
+            [] { return false; }};
     }
 
     // All groups as the stager leaves them.

@@ -1,0 +1,104 @@
+#include "mfx/cli/JsonEvents.h"
+
+#include <atomic>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace mfx {
+namespace {
+
+using namespace std::chrono_literals;
+using Json = nlohmann::json;
+
+constexpr ProgressEvent kHalf{500, 1000, 3, 7, ProgressPhase::kBackup, 12'300'000, 9};
+constexpr ProgressEvent kWhole{1000, 1000, 7, 7, ProgressPhase::kProve, 0, std::nullopt};
+
+template <typename Action>
+std::vector<Json> toldBy(Action action)
+{
+    testing::internal::CaptureStdout();
+    action();
+    std::istringstream lines(testing::internal::GetCapturedStdout());
+    std::vector<Json> told;
+    for (std::string line; std::getline(lines, line);)
+        told.push_back(Json::parse(line));
+    return told;
+}
+
+TEST(JsonEventsTest, TellsProgressInBytesOfTheCard)
+{
+    JsonEvents events(Answering::kAsk, 0ms);
+    EXPECT_THAT(toldBy([&events] { events.progress(kHalf); }),
+        ElementsAre(Json{{"event", "progress"},
+            {"items", 3},
+            {"of", 7},
+            {"bytes", 500},
+            {"of_bytes", 1000},
+            {"phase", "backup"},
+            {"rate", 12'300'000}}));
+}
+
+TEST(JsonEventsTest, HasAWordForEveryPhase)
+{
+    JsonEvents events(Answering::kAsk, 0ms);
+    std::vector<std::string> words;
+    for (const ProgressPhase phase : {ProgressPhase::kCopy,
+             ProgressPhase::kProve,
+             ProgressPhase::kBackup,
+             ProgressPhase::kConvert,
+             ProgressPhase::kDelete}) {
+        ProgressEvent event = kHalf;
+        event.phase = phase;
+        words.push_back(toldBy([&] { events.progress(event); }).at(0)["phase"]);
+    }
+    EXPECT_THAT(words, ElementsAre("copy", "prove", "backup", "convert", "delete"));
+}
+
+TEST(JsonEventsTest, TellsNoProgressOfAShortRun)
+{
+    JsonEvents events(Answering::kAsk, 1h);
+    const auto told = toldBy([&events] {
+        events.source("card", 7, 1000);
+        events.progress(kHalf);
+        events.progress(kWhole);
+    });
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told[0]["event"], "source");
+}
+
+TEST(JsonEventsTest, TellsTheEndOfWhatItBeganToTell)
+{
+    JsonEvents events(Answering::kAsk, 1h);
+    const auto told = toldBy([&events] {
+        events.progress(kHalf); // long after a source that was never told
+        events.progress(kHalf);
+        events.progress(kWhole);
+    });
+    ASSERT_EQ(told.size(), 2U);
+    EXPECT_EQ(told[1]["bytes"], 1000);
+}
+
+TEST(JsonEventsTest, KeepsLinesOfTwoThreadsApart)
+{
+    JsonEvents events(Answering::kAsk, 0ms);
+    const auto told = toldBy([&events] {
+        std::thread other([&events] {
+            for (int i = 0; i < 5000; ++i)
+                events.progress(kHalf);
+        });
+        for (int i = 0; i < 5000; ++i)
+            events.message("", std::string(50, 'm'));
+        other.join();
+    });
+    EXPECT_EQ(told.size(), 10000U) << "each line is an object by itself";
+}
+
+} // namespace
+} // namespace mfx
