@@ -100,6 +100,7 @@ Answer JsonEvents::question(const std::string&, const std::string& text)
 
 bool JsonEvents::isHeard() const
 {
+    Pt::Locked locked(m_lock);
     return !outputError();
 }
 

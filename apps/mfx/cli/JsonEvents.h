@@ -32,7 +32,7 @@ private:
 
     const Answering m_answering;
     const std::chrono::milliseconds m_pause; // between two tellings of progress
-    Pt::Lock m_lock; // held for the length of a line
+    mutable Pt::Lock m_lock; // held for the length of a line
     // The last progress, or the source.
     std::optional<Clock::time_point> m_told TEVORO_GUARDED_BY(m_lock);
     bool m_toldAny TEVORO_GUARDED_BY(m_lock) = false;

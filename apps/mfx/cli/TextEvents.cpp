@@ -74,6 +74,7 @@ void TextEvents::clearLine(bool isAsking)
 
 bool TextEvents::isHeard() const
 {
+    Pt::Locked locked(m_lock);
     return !commandline::outputError();
 }
 

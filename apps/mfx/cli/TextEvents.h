@@ -28,7 +28,7 @@ private:
     const bool m_quiet;
     const bool m_dryRun;
     const Answering m_answering;
-    Pt::Lock m_lock;
+    mutable Pt::Lock m_lock;
     ProgressLine m_line TEVORO_GUARDED_BY(m_lock);
     bool m_isAsking TEVORO_GUARDED_BY(m_lock) = false; // the line stays out of the answer
 };
