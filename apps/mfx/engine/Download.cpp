@@ -116,6 +116,7 @@ void Download::openPlaces()
     const FinalFolder& base = m_folders.open("");
     if (!base.objection.empty())
         throw PlaceError(base.objection);
+    m_summary.copiesInOneFolder = base.kinship.toBackup == Kinship::kSameName;
     m_summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
     for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()}) {
         if (!kinship.cardFolder.empty())
@@ -125,7 +126,12 @@ void Download::openPlaces()
 
 void Download::warnOfPlaces()
 {
-    if (m_request.backupFolder && m_summary.copiesOnOneDisk)
+    if (m_summary.copiesInOneFolder)
+        m_events.message("",
+            text(
+                "$$$/Mfx/Download/OneFolder=target and backup are one folder: both copies count as "
+                "one, and no original is deleted"));
+    else if (m_summary.copiesOnOneDisk)
         m_events.message("",
             text("$$$/Mfx/Download/OneDisk=both copies are on one disk: who loses it loses both"));
     if (m_request.wantsDNG && !m_request.convertsToDNG)

@@ -81,6 +81,8 @@ struct DownloadSummary {
     bool dryRun = false;
     bool copiesOnCardsDevice = false; // wiping it would cost the copies too
     bool copiesOnOneDisk = false; // saved copies and backups may be lost together
+    bool copiesInOneFolder = false; // they count as one, and no original is deleted
+    bool deletionForbidden = false; // it was asked for, and nothing may go
     bool nobodyAnswered = false; // the question of deletion found nobody
     bool outputFailed = false; // nobody reads what is told, and the run stopped
     bool cardMayBeWiped = false;

@@ -130,7 +130,10 @@ void giveVerdict(DownloadSummary& summary)
     summary.cardMayBeWiped = allProven && !holdsMore(summary) && !summary.copiesOnCardsDevice
         && !summary.interrupted && !summary.sourceGone && !summary.dryRun;
     summary.verdict = text(sentence(summary, allProven), {tally(summary), passedOverText(summary)});
-    if (summary.backupWanted && summary.copiesOnOneDisk && !summary.dryRun)
+    if (summary.copiesInOneFolder && !summary.dryRun)
+        summary.verdict += ' '
+            + text("$$$/Mfx/Verdict/OneFolder=Target and backup are one folder: that is one copy.");
+    else if (summary.backupWanted && summary.copiesOnOneDisk && !summary.dryRun)
         summary.verdict += ' ' + text("$$$/Mfx/Verdict/OneDisk=Both copies are on one disk.");
 }
 
