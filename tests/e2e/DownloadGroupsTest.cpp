@@ -11,7 +11,21 @@ using testing::Pair;
 
 namespace e2e {
 
-class DownloadGroupsTest : public MfxTest { };
+class DownloadGroupsTest : public MfxTest {
+protected:
+    static std::string photo(const std::string& date)
+    {
+        return tests::tinyJpegBytes({{"Exif.Photo.DateTimeOriginal", date}});
+    }
+
+    std::map<std::string, int> listedGroups()
+    {
+        std::map<std::string, int> groups;
+        for (const Json& item : mfx({"list", card(), "--json"}).events())
+            groups[item["name"]] = item["group"];
+        return groups;
+    }
+};
 
 TEST_F(DownloadGroupsTest, BringsTheSidecarsOfWhatWasAskedFor)
 {
@@ -26,6 +40,35 @@ TEST_F(DownloadGroupsTest, BringsTheSidecarsOfWhatWasAskedFor)
             Pair("A.xmp", "A.xmp")));
     EXPECT_EQ(result.summary()["not_asked_for"], 3);
     EXPECT_EQ(result.summary()["card_may_be_wiped"], false);
+}
+
+TEST_F(DownloadGroupsTest, GivesPhotosThatShareANameByChanceNamesOfTheirOwn)
+{
+    addFile("IMG_0001.CR2", photo("2026:01:02 03:04:05"));
+    addFile("IMG_0001.CR2.xmp", "of the raw file");
+    addFile("IMG_0001.JPG", photo("2025:11:12 13:14:15"));
+    addFile("IMG_0001.JPG.xmp", "of the image");
+    addFile("IMG_0002.CR2", photo("2026:01:02 03:04:06"));
+    addFile("IMG_0002.JPG", photo("2026:01:02 03:04:07"));
+    EXPECT_THAT(listedGroups(),
+        ElementsAre(Pair("IMG_0001.CR2", 1),
+            Pair("IMG_0001.CR2.xmp", 1),
+            Pair("IMG_0001.JPG", 2),
+            Pair("IMG_0001.JPG.xmp", 2),
+            Pair("IMG_0002.CR2", 3),
+            Pair("IMG_0002.JPG", 3)));
+    const std::vector<std::string> naming{"--rename", "{date:%Y%m%d}_{seq:2}"};
+    ASSERT_EQ(download(naming).code, 0);
+    std::vector<std::string> names;
+    for (const auto& [name, content] : filesIn(target()))
+        names.push_back(name);
+    EXPECT_THAT(names,
+        ElementsAre("20251112_02.JPG",
+            "20251112_02.JPG.xmp",
+            "20260102_01.CR2",
+            "20260102_01.CR2.xmp",
+            "20260102_03.CR2",
+            "20260102_03.JPG"));
 }
 
 } // namespace e2e

@@ -3,8 +3,8 @@
 #include "mfx/cli/Reporting.h"
 #include "mfx/cli/SourceArgument.h"
 #include "mfx/engine/CaptureDate.h"
-#include "mfx/engine/ItemGroups.h"
 #include "mfx/engine/SpaceCheck.h"
+#include "mfx/engine/TwinCheck.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/ProgramEnvironment.h"
 
@@ -57,7 +57,7 @@ ExitCode tellRest(const CardContents& card)
 ExitCode runList(const CommandLine& line)
 {
     const CardContents card = scanSource(sourceArgument(line.source));
-    const std::vector<ItemGroup> groups = groupItems(card);
+    const std::vector<ItemGroup> groups = TwinCheck(card, Pt::wasInterrupted).groups();
     for (std::size_t group = 0; group < groups.size(); ++group) {
         if (Pt::wasInterrupted())
             return ExitCode::kInterrupted;

@@ -8,6 +8,7 @@
 #include "mfx/engine/PassedOverList.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/engine/Ticker.h"
+#include "mfx/engine/TwinCheck.h"
 #include "mfx/engine/Verdict.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
@@ -65,7 +66,6 @@ Download::Download(
     , m_card(card)
     , m_sink(sink)
     , m_events(events)
-    , m_groups(groupItems(card))
     , m_places(card, m_request.target, m_request.backupFolder, m_request.dryRun)
     , m_folders(m_request.target, m_places, m_request.dryRun)
     , m_backup(card, m_groups, sink, m_places)
@@ -93,6 +93,7 @@ DownloadSummary Download::run()
     addPassedOver();
     {
         const Ticker ticker(kProgressPause, [this] { tellProgress(); });
+        m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
         runGroups();
         m_summary.nextSequence = m_request.firstSequence + m_lastSaved;
         if (!m_request.dryRun)
