@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
 using testing::Pair;
 
 namespace e2e {
@@ -40,6 +42,26 @@ TEST_F(DownloadGroupsTest, BringsTheSidecarsOfWhatWasAskedFor)
             Pair("A.xmp", "A.xmp")));
     EXPECT_EQ(result.summary()["not_asked_for"], 3);
     EXPECT_EQ(result.summary()["card_may_be_wiped"], false);
+}
+
+TEST_F(DownloadGroupsTest, CountsAndMarksWhatHasNoDateButThatOfItsFile)
+{
+    addFile("A.JPG", photo("2026:01:02 03:04:05"));
+    addFile("A.xmp", "of the photo, and dated by it");
+    addFile("B.JPG", "no date in it");
+    addFile("B.WAV", "of the same group");
+    const std::string list = mfx({"list", card()}).out;
+    EXPECT_THAT(list, HasSubstr("2026-01-02T03:04:05\n"));
+    EXPECT_THAT(list, HasSubstr("2026-05-04T12:00:00.0+00:00 (file time)\n"));
+    for (int time = 0; time < 2; ++time) { // they are there the second time
+        const RunResult result = download({"--subfolders", "%Y"});
+        EXPECT_EQ(result.summary()["dated_by_file_time"], 2);
+        EXPECT_THAT(
+            std::string(result.summary()["verdict"]), HasSubstr("2 dated by the file's time"));
+    }
+    const RunResult plain = download();
+    EXPECT_EQ(plain.summary()["dated_by_file_time"], 2);
+    EXPECT_THAT(std::string(plain.summary()["verdict"]), Not(HasSubstr("dated")));
 }
 
 TEST_F(DownloadGroupsTest, GivesPhotosThatShareANameByChanceNamesOfTheirOwn)

@@ -82,6 +82,7 @@ DownloadSummary Download::run()
     m_summary.folder = m_request.target;
     m_summary.backupWanted = m_request.backupFolder.has_value();
     m_summary.dryRun = m_request.dryRun;
+    m_summary.datesAreUsed = m_request.rules.useDates();
     m_summary.notAskedFor = m_card.notAskedFor;
     std::uint64_t bytes = 0;
     for (const MediaItem& item : m_card.items)
@@ -387,6 +388,8 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
             ++m_summary.saved;
         if (!work.failed)
             m_lastSaved = work.group + 1;
+        if (!work.failed && work.date.source == DateSource::FileTime)
+            ++m_summary.datedByFile;
         if (m_items[member.item].isProven)
             ++m_summary.proven;
         if (event.error && event.status == ItemStatus::kDNGFailed)

@@ -40,6 +40,10 @@ std::string counts(const DownloadSummary& summary)
         add(summary.converted,
             "$$$/Mfx/Verdict/ConvertedOne=%1 converted",
             "$$$/Mfx/Verdict/Converted=%1 converted");
+    if (summary.datedByFile != 0 && summary.datesAreUsed)
+        add(summary.datedByFile,
+            "$$$/Mfx/Verdict/DatedByFileOne=%1 dated by the file's time",
+            "$$$/Mfx/Verdict/DatedByFile=%1 dated by the file's time");
     add(summary.proven, "$$$/Mfx/Verdict/ProvenOne=%1 proven", "$$$/Mfx/Verdict/Proven=%1 proven");
     add(summary.failed,
         "$$$/Mfx/Verdict/ProblemsOne=%1 problem",
