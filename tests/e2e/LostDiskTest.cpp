@@ -19,7 +19,7 @@ protected:
         PlaceTest::SetUp();
         if (IsSkipped())
             return;
-        addPictures(kPictures, 20'000);
+        addPictures(kPictures, 5'000);
         fs::create_directories(target());
         fs::create_directories(backup());
     }
@@ -38,7 +38,7 @@ protected:
     void expectEnded(const RunResult& result, const fs::path& beneath)
     {
         EXPECT_EQ(result.code, 4) << result.out << result.err;
-        EXPECT_TRUE(fs::is_empty(beneath)) << "of ours: " << fs::directory_iterator(beneath)->path();
+        EXPECT_TRUE(fs::is_empty(beneath));
         EXPECT_LT(result.summary()["saved"].get<int>(), kPictures) << result.out;
         EXPECT_GT(result.summary()["saved"].get<int>(), 0);
         EXPECT_FALSE(result.summary()["not_safe"].empty());
@@ -164,7 +164,7 @@ TEST_F(LostDiskTest, KeepsOriginalsWhereverAPlaceStopsAnswering)
             const test::OddMount dying("dying",
                 view("dying"),
                 {data() / "real"},
-                {"after=" + std::to_string(pictures * 20'003 + 100)});
+                {"after=" + std::to_string(pictures * 5'003 + 100)});
             const RunResult result = isBackup
                 ? saveAndDelete(target(), {"--backup", dying.at()})
                 : saveAndDelete(dying.at());
@@ -184,7 +184,7 @@ TEST_F(LostDiskTest, KeepsOriginalsThatTheCardStopsToGive)
         const test::OddMount dying("dying",
             view("dying"),
             {card()},
-            {"reads=" + std::to_string(pictures * 20'003 + 100)});
+            {"reads=" + std::to_string(pictures * 5'003 + 100)});
         const RunResult result =
             saveFrom(dying.at(), target(), {"--delete-originals", "--yes"});
         EXPECT_NE(result.code, 0) << pictures << result.out;
