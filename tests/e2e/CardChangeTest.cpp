@@ -23,10 +23,10 @@ protected:
 
     void expectNamed(const RunResult& result, const std::string& name)
     {
-        EXPECT_EQ(result.code, 1) << result.out << result.err;
-        EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
+        EXPECT_EQ(result.code, 1) << told(result);
+        EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
         EXPECT_NE(result.summary()["not_safe"].dump().find(name), std::string::npos)
-            << result.summary();
+            << told(result);
         expectPromiseKept(result);
     }
 };
@@ -90,7 +90,7 @@ TEST_F(CardChangeTest, NamesAPictureThatGrowsWhileItIsCopied)
 TEST_F(CardChangeTest, SaysNothingOfACardThatStaysAsItIs)
 {
     const RunResult result = saveWhile([] { });
-    EXPECT_EQ(result.code, 0) << result.out;
+    EXPECT_EQ(result.code, 0) << told(result);
     EXPECT_EQ(result.summary()["card_may_be_wiped"], true);
     expectPromiseKept(result);
 }

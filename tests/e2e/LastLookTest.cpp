@@ -57,20 +57,20 @@ protected:
 
     void expectBothKept(const RunResult& result)
     {
-        EXPECT_TRUE(isOnCard("A.JPG")) << result.out;
-        EXPECT_TRUE(isOnCard("B.JPG")) << result.out;
+        EXPECT_TRUE(isOnCard("A.JPG")) << told(result);
+        EXPECT_TRUE(isOnCard("B.JPG")) << told(result);
         EXPECT_EQ(result.summary()["deleted"], 0);
-        EXPECT_NE(result.code, 0) << result.out;
-        EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
+        EXPECT_NE(result.code, 0) << told(result);
+        EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
         expectPromiseKept(result);
     }
     void expectAKept(const RunResult& result, int code = 1)
     {
-        EXPECT_TRUE(isOnCard("A.JPG")) << result.out;
-        EXPECT_FALSE(isOnCard("B.JPG")) << result.out;
+        EXPECT_TRUE(isOnCard("A.JPG")) << told(result);
+        EXPECT_FALSE(isOnCard("B.JPG")) << told(result);
         EXPECT_EQ(result.summary()["deleted"], 1);
-        EXPECT_EQ(result.code, code) << result.out;
-        EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
+        EXPECT_EQ(result.code, code) << told(result);
+        EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
         expectPromiseKept(result);
     }
 };
@@ -78,7 +78,7 @@ protected:
 TEST_F(LastLookTest, DeletesWhatStandsAsItDid)
 {
     const RunResult result = answerWithBackupAfter([] { });
-    EXPECT_EQ(result.code, 0) << result.out << result.err;
+    EXPECT_EQ(result.code, 0) << told(result);
     EXPECT_EQ(result.summary()["deleted"], 2);
     EXPECT_EQ(result.summary()["card_may_be_wiped"], true);
     expectPromiseKept(result, 2);
@@ -174,7 +174,7 @@ TEST_F(LastLookTest, DeletesWhereACopyWasOnlyWrittenAnew)
         fs::remove(target() / "A.JPG");
         write(target() / "A.JPG", "photo a");
     });
-    EXPECT_EQ(result.code, 0) << result.out;
+    EXPECT_EQ(result.code, 0) << told(result);
     EXPECT_EQ(result.summary()["deleted"], 2);
     expectPromiseKept(result);
 }
@@ -183,10 +183,10 @@ TEST_F(LastLookTest, KeepsAnOriginalThatChanged)
 {
     const RunResult result = answerAfter([this] { overwriteInPlace(pictures() / "A.JPG"); });
     expectToLose("photo a"); // it was overwritten; its copy is in the target
-    EXPECT_TRUE(isOnCard("A.JPG")) << result.out;
-    EXPECT_FALSE(isOnCard("B.JPG")) << result.out;
+    EXPECT_TRUE(isOnCard("A.JPG")) << told(result);
+    EXPECT_FALSE(isOnCard("B.JPG")) << told(result);
     EXPECT_EQ(result.code, 1);
-    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
 }
 
 TEST_F(LastLookTest, KeepsAnOriginalThatWasReplacedByAnother)
@@ -198,10 +198,10 @@ TEST_F(LastLookTest, KeepsAnOriginalThatWasReplacedByAnother)
 TEST_F(LastLookTest, TellsOfAPictureThatCameMeanwhile)
 {
     const RunResult result = answerAfter([this] { addPicture("NEW.JPG", "photo new"); });
-    EXPECT_EQ(result.summary()["deleted"], 2) << result.out;
+    EXPECT_EQ(result.summary()["deleted"], 2) << told(result);
     EXPECT_EQ(result.code, 1);
     EXPECT_TRUE(isOnCard("NEW.JPG"));
-    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
     EXPECT_NE(result.summary()["not_safe"].dump().find("NEW.JPG"), std::string::npos);
     expectPromiseKept(result);
 }
@@ -214,7 +214,7 @@ TEST_F(LastLookTest, TellsOfAPictureThatCameIntoAHiddenFolder)
         fs::remove(pictures() / "x");
         addFileIn(".Trashes/501", "NEW.JPG", "\xFF\xD8\xFF new");
     });
-    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
 }
 
 TEST_F(LastLookTest, TellsOfAPictureThatTookTheNameOfADeletedOne)
@@ -224,7 +224,7 @@ TEST_F(LastLookTest, TellsOfAPictureThatTookTheNameOfADeletedOne)
         addPicture("B.JPG", "photo new under an old name");
     });
     EXPECT_TRUE(isOnCard("B.JPG"));
-    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
     EXPECT_EQ(result.code, 1);
     expectPromiseKept(result);
 }
@@ -297,7 +297,7 @@ TEST_F(LastLookAtDNGTest, KeepsARawFileWhoseDNGWent)
 {
     const RunResult result =
         answerAfter([this] { fs::remove(target() / "R.dng"); }, {"--dng"});
-    EXPECT_EQ(result.code, 1) << result.out << result.err;
+    EXPECT_EQ(result.code, 1) << told(result);
     EXPECT_TRUE(isOnCard("R.CR2"));
     expectCardKept(result);
 }
@@ -310,7 +310,7 @@ TEST_F(LastLookAtDNGTest, KeepsARawFileWhoseDNGChanged)
                 (inPlace ? overwriteInPlace : replaceByZeros)(target() / "R.dng");
             },
             {"--dng"});
-        EXPECT_EQ(result.code, 1) << result.out << result.err;
+        EXPECT_EQ(result.code, 1) << told(result);
         EXPECT_TRUE(isOnCard("R.CR2"));
         expectCardKept(result);
         fs::remove_all(target());
@@ -322,16 +322,16 @@ TEST_F(LastLookAtDNGTest, KeepsARawFileWhoseDNGWentThoughItHasABackup)
 {
     const RunResult result =
         answerWithBackupAfter([this] { fs::remove(target() / "R.dng"); }, {"--dng"});
-    EXPECT_TRUE(isOnCard("R.CR2")) << result.out;
+    EXPECT_TRUE(isOnCard("R.CR2")) << told(result);
     EXPECT_GE(copies("raw r"), 1U);
-    EXPECT_EQ(result.code, 1) << result.out;
+    EXPECT_EQ(result.code, 1) << told(result);
 }
 
 TEST_F(LastLookAtDNGTest, KeepsARawFileWhoseBackupWent)
 {
     const RunResult result =
         answerWithBackupAfter([this] { fs::remove(backup() / "R.CR2"); }, {"--dng"});
-    EXPECT_EQ(result.code, 1) << result.out << result.err;
+    EXPECT_EQ(result.code, 1) << told(result);
     EXPECT_TRUE(isOnCard("R.CR2"));
     expectCardKept(result);
 }

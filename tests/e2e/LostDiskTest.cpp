@@ -37,9 +37,9 @@ protected:
 
     void expectEnded(const RunResult& result, const fs::path& beneath)
     {
-        EXPECT_EQ(result.code, 4) << result.out << result.err;
+        EXPECT_EQ(result.code, 4) << told(result);
         EXPECT_TRUE(fs::is_empty(beneath));
-        EXPECT_LT(result.summary()["saved"].get<int>(), kPictures) << result.out;
+        EXPECT_LT(result.summary()["saved"].get<int>(), kPictures) << told(result);
         EXPECT_GT(result.summary()["saved"].get<int>(), 0);
         EXPECT_FALSE(result.summary()["not_safe"].empty());
         expectCardKept(result);
@@ -106,7 +106,7 @@ TEST_F(LostDiskTest, EndsWhenTheTargetIsMovedAway)
 {
     const RunResult result =
         saveWhile([&] { fs::rename(target(), data() / "moved"); }, target(), {});
-    EXPECT_EQ(result.code, 4) << result.out;
+    EXPECT_EQ(result.code, 4) << told(result);
     EXPECT_FALSE(fs::exists(target()));
     expectCardKept(result);
 }
@@ -115,7 +115,7 @@ TEST_F(LostDiskTest, EndsWhenTheBackupIsMovedAway)
 {
     const RunResult result = saveWhile(
         [&] { fs::rename(backup(), data() / "moved"); }, target(), {"--backup", backup()});
-    EXPECT_EQ(result.code, 4) << result.out;
+    EXPECT_EQ(result.code, 4) << told(result);
     EXPECT_FALSE(fs::exists(backup()));
     expectCardKept(result);
 }
@@ -126,7 +126,7 @@ TEST_F(LostDiskTest, EndsWhenTheImageOfTheTargetDies)
         GTEST_SKIP() << "no devices for images";
     test::LoopMount dying(disk("target"), root() / "image", kDisk);
     const RunResult result = saveWhile([&] { dying.die(); }, dying.at() / "pictures", {});
-    EXPECT_NE(result.code, 0) << result.out;
+    EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
 }
 
@@ -137,7 +137,7 @@ TEST_F(LostDiskTest, EndsWhenTheImageOfTheBackupDies)
     test::LoopMount dying(disk("backup"), root() / "image", kDisk);
     const RunResult result =
         saveWhile([&] { dying.die(); }, target(), {"--backup", dying.at() / "copies"});
-    EXPECT_NE(result.code, 0) << result.out;
+    EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
 }
 
@@ -149,7 +149,7 @@ TEST_F(LostDiskTest, KeepsOriginalsWhenTheProgramBehindAPlaceDies)
         const auto die = [&] { dying.die(); };
         const RunResult result = isBackup ? saveWhile(die, target(), {"--backup", dying.at()})
                                           : saveWhile(die, dying.at(), {});
-        EXPECT_EQ(result.code, 4) << isBackup << result.out;
+        EXPECT_EQ(result.code, 4) << isBackup << told(result);
         expectCardKept(result);
         fs::remove_all(data() / "real");
     }
@@ -168,9 +168,9 @@ TEST_F(LostDiskTest, KeepsOriginalsWhereverAPlaceStopsAnswering)
             const RunResult result = isBackup
                 ? saveAndDelete(target(), {"--backup", dying.at()})
                 : saveAndDelete(dying.at());
-            EXPECT_NE(result.code, 0) << pictures << result.out;
+            EXPECT_NE(result.code, 0) << pictures << told(result);
             EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << pictures;
-            EXPECT_EQ(result.summary()["deleted"], 0) << pictures << result.out;
+            EXPECT_EQ(result.summary()["deleted"], 0) << pictures << told(result);
             expectPromiseKept(result);
             fs::remove_all(data() / "real");
             fs::remove_all(target());
@@ -187,7 +187,7 @@ TEST_F(LostDiskTest, KeepsOriginalsThatTheCardStopsToGive)
             {"reads=" + std::to_string(pictures * 5'003 + 100)});
         const RunResult result =
             saveFrom(dying.at(), target(), {"--delete-originals", "--yes"});
-        EXPECT_NE(result.code, 0) << pictures << result.out;
+        EXPECT_NE(result.code, 0) << pictures << told(result);
         expectCardKept(result);
         fs::remove_all(target());
     }
@@ -214,7 +214,7 @@ TEST_F(UnmountedDiskTest, MakesNoFolderWhereADiskIsMissing)
         for (const bool isBackup : {false, true}) {
             const RunResult result = isBackup ? saveAndDelete(target(), {"--backup", folder})
                                               : saveAndDelete(folder);
-            EXPECT_EQ(result.code, 4) << folder << result.out << result.err;
+            EXPECT_EQ(result.code, 4) << folder << told(result);
             EXPECT_NE(result.err.find(folder), std::string::npos) << result.err;
             EXPECT_TRUE(fs::is_empty("/mnt")) << folder;
             expectCardKept(result);
@@ -226,7 +226,7 @@ TEST_F(UnmountedDiskTest, MakesNoFolderThroughALinkToAMissingDisk)
 {
     fs::create_directory_symlink("/mnt/disk", root() / "link");
     const RunResult result = saveAndDelete(root() / "link/pictures");
-    EXPECT_EQ(result.code, 4) << result.out << result.err;
+    EXPECT_EQ(result.code, 4) << told(result);
     EXPECT_TRUE(fs::is_empty("/mnt"));
     expectCardKept(result);
 }

@@ -90,26 +90,32 @@ protected:
         const std::vector<fs::path>& folders, std::size_t wanted, const std::string& when) const
     {
         std::map<std::string, Files> files = filesByBytes(folders);
-        for (const std::string& bytes : m_bytes)
-            EXPECT_GE(files[bytes].size(), wanted) << bytes.substr(0, 40) << ' ' << when;
+        std::vector<std::string> missing;
+        for (const std::string& bytes : m_bytes) {
+            if (files[bytes].size() < wanted)
+                missing.push_back(bytes.substr(0, 20));
+        }
+        EXPECT_TRUE(missing.empty()) << missing.size() << " pictures with less than " << wanted
+                                     << " copies, the first begins " << missing.front() << '\n'
+                                     << when;
     }
 
     // No picture's last copy went, and none would go with the card where it may be wiped.
     void expectPromiseKept(const RunResult& result, std::size_t wanted = 1)
     {
-        expectCopies(allPlaces(), wanted, result.out + result.err);
+        expectCopies(allPlaces(), wanted, told(result));
         const auto summaries = result.events("summary");
         if (!summaries.empty() && summaries.front()["card_may_be_wiped"])
-            expectCopies(placesOffTheCard(), wanted, "may be wiped: " + result.out);
+            expectCopies(placesOffTheCard(), wanted, "may be wiped: " + told(result));
     }
 
     // Neither deleted, nor said to be superfluous.
     void expectCardKept(const RunResult& result)
     {
-        expectCopies({card()}, 1, result.out);
+        expectCopies({card()}, 1, told(result));
         if (!result.events("summary").empty()) {
-            EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << result.out;
-            EXPECT_EQ(result.summary()["deleted"], 0) << result.out;
+            EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << told(result);
+            EXPECT_EQ(result.summary()["deleted"], 0) << told(result);
         }
         expectPromiseKept(result);
     }
@@ -117,10 +123,10 @@ protected:
     // Before anything was copied, with both places named.
     void expectRefused(const RunResult& result, const fs::path& one, const fs::path& other)
     {
-        EXPECT_EQ(result.code, 4) << result.out << result.err;
+        EXPECT_EQ(result.code, 4) << told(result);
         EXPECT_NE(result.err.find(one.string()), std::string::npos) << result.err;
         EXPECT_NE(result.err.find(other.string()), std::string::npos) << result.err;
-        EXPECT_TRUE(result.events("item").empty()) << result.out;
+        EXPECT_TRUE(result.events("item").empty()) << told(result);
         expectCardKept(result);
     }
 
@@ -137,6 +143,18 @@ protected:
     {
         more.insert(more.end(), {"--delete-originals", "--yes"});
         return saveTo(to, std::move(more));
+    }
+
+    // What a run said, but for the items that went well.
+    static std::string told(const RunResult& result)
+    {
+        std::string all;
+        for (const Json& event : result.events()) {
+            const std::string kind = event["event"];
+            if (kind != "progress" && (kind != "item" || event["error"] != nullptr))
+                all += event.dump() + '\n';
+        }
+        return all.substr(0, 4000) + result.err;
     }
 
     LiveSettings live(bool hasTerminal = false) const { return {environment(), hasTerminal, {}}; }

@@ -48,7 +48,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereAPoolShowsTheOriginalsAsCopies)
     const test::OddMount pool(
         "pool", view("pool"), {branch(), pictures()}, {"create=0"});
     const RunResult result = saveAndDelete(pool.at());
-    EXPECT_NE(result.code, 0) << result.out;
+    EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
 }
 
@@ -60,7 +60,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereAForgetfulPoolShowsTheOriginals)
             {branch(), pictures()},
             {"create=0", times, "norename2=yes"});
         const RunResult result = saveAndDelete(pool.at());
-        EXPECT_NE(result.code, 0) << times << result.out;
+        EXPECT_NE(result.code, 0) << times << told(result);
         expectCardKept(result);
     }
 }
@@ -71,7 +71,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereAnOverlayShowsTheOriginals)
     const test::OverlayMount overlay(
         view("overlay"), pictures(), upper.at() / "up", upper.at() / "work");
     const RunResult result = saveAndDelete(overlay.at());
-    EXPECT_NE(result.code, 0) << result.out;
+    EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
     EXPECT_EQ(copies("photo a"), 1U);
 }
@@ -82,7 +82,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereAnOverlayBackupShowsTheOriginals)
     const test::OverlayMount overlay(
         view("overlay"), pictures(), upper.at() / "up", upper.at() / "work");
     const RunResult result = saveAndDelete(target(), {"--backup", overlay.at()});
-    EXPECT_NE(result.code, 0) << result.out;
+    EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
 }
 
@@ -148,7 +148,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereTheBackupShowsTheCard)
     const test::OddMount pool(
         "pool", view("pool"), {branch(), pictures()}, {"create=0"});
     const RunResult result = saveAndDelete(target(), {"--backup", pool.at()});
-    EXPECT_NE(result.code, 0) << result.out;
+    EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
 }
 
@@ -166,7 +166,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereCardAndTargetAreOneImage)
     const test::LoopMount first(view("first"), image, 16 << 20, true);
     const RunResult result =
         saveFrom(first.at(), second.at(), {"--delete-originals", "--yes"});
-    EXPECT_NE(result.code, 0) << result.out << result.err;
+    EXPECT_NE(result.code, 0) << told(result);
     EXPECT_EQ(contentOf(first.at() / "A.JPG"), "photo c");
 }
 
@@ -175,7 +175,7 @@ TEST_F(PlaceAliasTest, EndsWhereASubfolderOfTheTargetIsTheBackup)
     const test::BindMount bound(backup(), target() / "2026-05-04");
     const RunResult result =
         saveAndDelete(target(), {"--backup", backup(), "--subfolders", "%Y-%m-%d"});
-    EXPECT_EQ(result.code, 4) << result.out << result.err;
+    EXPECT_EQ(result.code, 4) << told(result);
     expectCardKept(result);
     expectNoLeftovers();
 }
@@ -185,7 +185,7 @@ TEST_F(PlaceAliasTest, EndsWhereASubfolderOfTheTargetLeadsToTheBackup)
     fs::create_directory_symlink(backup(), target() / "2026-05-04");
     const RunResult result =
         saveAndDelete(target(), {"--backup", backup(), "--subfolders", "%Y-%m-%d"});
-    EXPECT_EQ(result.code, 4) << result.out << result.err;
+    EXPECT_EQ(result.code, 4) << told(result);
     expectCardKept(result);
     expectNoLeftovers();
 }
@@ -194,7 +194,7 @@ TEST_F(PlaceAliasTest, EndsWhereASubfolderOfTheTargetLeadsToTheCard)
 {
     fs::create_directory_symlink(pictures(), target() / "2026-05-04");
     const RunResult result = saveAndDelete(target(), {"--subfolders", "%Y-%m-%d"});
-    EXPECT_EQ(result.code, 4) << result.out << result.err;
+    EXPECT_EQ(result.code, 4) << told(result);
     expectCardKept(result);
     expectNoLeftovers();
     EXPECT_EQ(copies("photo a"), 1U);
@@ -209,7 +209,7 @@ TEST_F(PlaceAliasTest, KeepsWhatWasSavedBeforeASubfolderThatIsTheBackup)
     const test::BindMount bound(backup(), target() / "2026-05-05");
     const RunResult result =
         saveAndDelete(target(), {"--backup", backup(), "--subfolders", "%Y-%m-%d"});
-    EXPECT_EQ(result.code, 4) << result.out << result.err;
+    EXPECT_EQ(result.code, 4) << told(result);
     expectPromiseKept(result);
     EXPECT_EQ(copiesBelow({card()}, "photo c"), 1U);
     EXPECT_EQ(result.summary()["card_may_be_wiped"], false);
@@ -220,7 +220,7 @@ TEST_F(PlaceAliasTest, NumbersTheSecondCopyWhereTheBackupNamesTheTarget)
     fs::create_directory_symlink(target(), root() / "link");
     for (const fs::path& named : {target(), root() / "link"}) {
         const RunResult result = saveAndDelete(target(), {"--backup", named});
-        EXPECT_EQ(result.code, 0) << result.out << result.err;
+        EXPECT_EQ(result.code, 0) << told(result);
         EXPECT_EQ(result.summary()["deleted"], 0);
         for (const char* bytes : {"photo a", "photo b"}) {
             EXPECT_EQ(copiesOffTheCard(bytes), 2U) << named;
@@ -273,10 +273,10 @@ TEST_F(PlaceAliasTest, LosesNothingWhereTheCardIsAViewThatRemembers)
     const test::OddMount cached("cached", view("cached"), {saved});
     const RunResult result = saveFrom(
         cached.at(), target(), {"--subfolders", "%Y-%m-%d", "--delete-originals", "--yes"});
-    EXPECT_NE(result.code, 0) << result.out << result.err;
-    EXPECT_EQ(copies("photo a"), 1U) << result.out;
+    EXPECT_NE(result.code, 0) << told(result);
+    EXPECT_EQ(copies("photo a"), 1U) << told(result);
     EXPECT_TRUE(result.events("summary").empty() || !result.summary()["card_may_be_wiped"])
-        << result.out;
+        << told(result);
 }
 
 TEST_F(PlaceAliasTest, LeavesNoMarkerWhereItRefuses)
