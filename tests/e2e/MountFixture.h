@@ -154,7 +154,7 @@ protected:
             if (kind != "progress" && (kind != "item" || event["error"] != nullptr))
                 all += event.dump() + '\n';
         }
-        return all.substr(0, 4000) + result.err;
+        return all.substr(0, 1500) + result.err;
     }
 
     LiveSettings live(bool hasTerminal = false) const { return {environment(), hasTerminal, {}}; }
