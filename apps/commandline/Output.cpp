@@ -1,6 +1,7 @@
 #include "commandline/Output.h"
 
 #include "commandline/NameText.h"
+#include "platform/common/ProgramEnvironment.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -31,6 +32,8 @@ void noteOutputError(bool isWritten)
 std::error_code outputError()
 {
     noteOutputError(std::fflush(stdout) == 0);
+    if (!g_outputError)
+        g_outputError = Pt::writeObstacle(stdout);
     return g_outputError;
 }
 

@@ -35,7 +35,7 @@ void TextEvents::source(const std::string& name, std::size_t items, std::uint64_
         "$$$/Mfx/Download/SourceOne=%2: %1 item, %3",
         "$$$/Mfx/Download/Source=%2: %1 items, %3",
         {terminalText(name), sizeText(bytes)}));
-    std::fflush(stdout); // before what goes to standard error
+    commandline::outputError(); // before what goes to standard error
 }
 
 void TextEvents::item(const ItemEvent& event)

@@ -68,7 +68,7 @@ void CardWatch::lookAt(const MediaItem& item, const CardContents& now, News& new
     const Pt::FileStatus& then = m_card.items[known->second].status;
     if (then.size != item.status.size || then.modified != item.status.modified)
         note(path, news.changed);
-    else if (then.changed != item.status.changed)
+    else if (then.changed != item.status.changed || then.changed == 0)
         news.touched.push_back(known->second);
 }
 

@@ -119,6 +119,7 @@ void Download::openPlaces()
     const FinalFolder& base = m_folders.open("");
     if (!base.objection.empty())
         throw PlaceError(base.objection);
+    m_summary.copiesOnCardsDevice = m_places.isBackupOnCardsDevice();
     m_summary.copiesInOneFolder = base.kinship.toBackup == Kinship::kSameName;
     m_summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
     for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()}) {
@@ -226,10 +227,7 @@ std::optional<std::string> Download::lostPlace(const GroupWork& work) const
         return std::nullopt;
     auto lost = m_places.lostPlace();
     if (!lost && work.folder && !work.folder->isAtItsPath())
-        lost =
-            text("$$$/Mfx/Place/FolderLost=the folder %1 is no longer where it was: its disk was "
-                 "taken out, or the folder was moved",
-                {displayName(work.folder->path)});
+        lost = work.folder->lostText();
     return lost;
 }
 
@@ -420,11 +418,13 @@ void Download::noteFailure(const GroupWork& work)
     }
 }
 
-// A place is lost, or is another under two names: the run ends here.
+// A place is lost, or is another under two names, or nobody hears what is told: the run ends here,
+// and nothing goes.
 void Download::stopAt(const std::string& reason)
 {
     m_summary.placeUnusable = true;
     m_stopReason = reason;
+    m_deletionObjection = reason;
 }
 
 void Download::failRest(std::size_t firstGroup, const std::string& reason)

@@ -171,6 +171,8 @@ DeletionOutcome Download::deleteOriginal(std::uint32_t item)
     std::string reason = m_deletionObjection;
     if (reason.empty())
         reason = m_places.lostPlace().value_or("");
+    if (reason.empty() && state.folder && !state.folder->isAtItsPath())
+        reason = state.folder->lostText();
     if (reason.empty() && !state.isProven)
         reason = text("$$$/Mfx/Delete/NotProven=not deleted: its copy is not proven");
     if (reason.empty())

@@ -1,6 +1,8 @@
 #include "mfx/engine/FinalFolders.h"
 
+#include "commandline/NameText.h"
 #include "mfx/engine/MediaItem.h"
+#include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
 #include "platform/common/FileSystemFacts.h"
 
@@ -44,6 +46,14 @@ void StemRegister::take(std::string_view name)
     m_hashes.insert(std::hash<std::string_view>()(stemOf(name)));
 }
 
+std::string FinalFolder::lostText() const
+{
+    return text(
+        "$$$/Mfx/Place/FolderLost=the folder %1 is no longer where it was: its disk was taken "
+        "out, or the folder was moved",
+        {commandline::displayName(path)});
+}
+
 FinalFolders::FinalFolders(std::string target, const PlaceWatch& places, bool looksOnly)
     : m_target(std::move(target))
     , m_places(places)
@@ -61,7 +71,7 @@ FinalFolder& FinalFolders::open(const std::string& subfolder)
     if (!m_looksOnly && !folder->error)
         prepare(*folder);
     if (!folder->error)
-        compare(*folder);
+        compare(*folder, nullptr);
     folder->stems.read(folder->ownPath);
     return *folder;
 }
@@ -91,9 +101,9 @@ void FinalFolders::prepare(FinalFolder& folder)
     folder.error = folder.work.layMarker(m_places.marker(), folder.path == m_places.backupPath());
 }
 
-void FinalFolders::compare(FinalFolder& folder) const
+void FinalFolders::compare(FinalFolder& folder, const FolderKinship* known) const
 {
-    folder.kinship = m_places.kinshipOf(folder.path, folder.ownPath, folder.work);
+    folder.kinship = m_places.kinshipOf(folder.path, folder.ownPath, folder.work, known);
     folder.keepsOwnFiles = Pt::keepsItsOwnFiles(folder.ownPath);
     folder.objection = m_places.objectionTo(folder.path, folder.kinship).value_or("");
 }
@@ -105,7 +115,10 @@ std::optional<std::string> FinalFolders::compareAgain()
     for (auto& [subfolder, folder] : m_folders) {
         if (folder->error)
             continue;
-        compare(*folder);
+        const FolderKinship known = folder->kinship;
+        compare(*folder, &known);
+        if (!folder->isAtItsPath())
+            folder->objection = folder->lostText();
         if (!folder->objection.empty() && !objection)
             objection = folder->objection;
     }

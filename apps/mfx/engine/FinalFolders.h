@@ -47,6 +47,9 @@ struct FinalFolder {
     // Whether its name leads to it still: a disk may be mounted on any folder.
     bool isAtItsPath() const { return !held || held->isAtItsPath(); }
 
+    // What to tell when it does not.
+    std::string lostText() const;
+
     // A path of this process's own as one that others understand too.
     std::string nameOf(const std::string& ownPathBelow) const
     {
@@ -94,7 +97,7 @@ public:
 private:
     std::unique_ptr<FinalFolder> make(const std::string& below) const;
     void prepare(FinalFolder& folder) TEVORO_REQUIRES(m_lock);
-    void compare(FinalFolder& folder) const;
+    void compare(FinalFolder& folder, const FolderKinship* known) const;
 
     const std::string m_target;
     const PlaceWatch& m_places;

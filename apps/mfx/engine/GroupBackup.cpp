@@ -85,7 +85,7 @@ std::vector<MemberBackup> GroupBackup::backUp(
         if (isBeside)
             backups[i] = backUpBeside(work, i, names.fileName(i, 0));
         else if (spot.error)
-            backups[i].error = reason({}, spot.error.message());
+            backups[i].error = lookReason(names.fileName(i, 0), spot.error);
         else
             backups[i] = backUpMember(
                 work, i, names.fileName(i, spot.number), spot.occupants[i] == Occupant::kSameBytes);
@@ -204,6 +204,14 @@ void GroupBackup::removeStray(
     Pt::unlinkPath(path);
     if (const auto folderBorn = Pt::birthTime(folder); folderBorn && *folderBorn >= since)
         std::filesystem::remove(folder, error);
+}
+
+// Why the folder does not tell what stands under a name.
+std::string GroupBackup::lookReason(const std::string& name, const std::error_code& error) const
+{
+    const auto letter =
+        letterText(m_places.backupOwnPath(), name, error, Pt::LetterTest::kLooksOnly);
+    return letter ? *letter : reason(name, systemReason(error));
 }
 
 // The sink gives one reason for many: the folder itself is asked.

@@ -54,6 +54,7 @@ private:
         std::int64_t since) const;
     void removeStray(
         const std::string& name, const Pt::FileStatus& saved, std::int64_t since) const;
+    std::string lookReason(const std::string& name, const std::error_code& error) const;
     std::string reason(const std::string& name, const std::string& sinksReason) const;
 
     const CardContents& m_card;

@@ -25,9 +25,15 @@ bool hasSameTimes(const Pt::FileStatus& a, const Pt::FileStatus& b)
     return a.size == b.size && a.modified == b.modified && a.changed == b.changed;
 }
 
+// Without a time of change, the other times can be set back: only reading tells.
+bool isProvablyUnchanged(const Pt::FileStatus& then, const Pt::FileStatus& now)
+{
+    return hasSameTimes(then, now) && now.changed != 0 && then.device == now.device;
+}
+
 bool isUnchanged(const Pt::FileStatus& then, const Pt::FileStatus& now)
 {
-    return hasSameTimes(then, now) && then.device == now.device && then.inode == now.inode;
+    return isProvablyUnchanged(then, now) && then.inode == now.inode;
 }
 
 bool hasBytes(const std::string& path, const std::optional<Pt::ContentDigest>& digest)
@@ -62,6 +68,12 @@ bool standsAsBefore(const std::optional<KeptCopy>& copy)
     std::error_code error;
     const auto now = copy ? Pt::openedFileStatus(copy->path, error) : std::nullopt;
     return !copy || (now && hasSameTimes(copy->status, *now));
+}
+
+// It cannot be read anew: nobody knows its bytes.
+bool isDNGAsBefore(const KeptCopy& dng)
+{
+    return dng.status.changed != 0 && standsAsBefore(dng);
 }
 
 std::string refused(const std::error_code& error)
@@ -107,8 +119,7 @@ std::string OriginalDeletion::objection(std::uint32_t item, KeptItem& kept) cons
     const auto original = Pt::fileStatus(path, error);
     if (!original)
         return text("$$$/Mfx/Delete/Missing=not deleted: it is no longer there");
-    const bool isAsListed =
-        original->device == listed.status.device && hasSameTimes(listed.status, *original);
+    const bool isAsListed = isProvablyUnchanged(listed.status, *original);
     if (original->kind != Pt::FileStatus::Kind::Regular
         || (!isAsListed && !hasBytes(path, kept.digest)))
         return text("$$$/Mfx/Delete/Changed=not deleted: it changed after it was copied");
@@ -122,7 +133,7 @@ std::string OriginalDeletion::copyObjection(KeptItem& kept) const
         return copyGone(kept.backup);
     // A DNG that changed cannot be proven again; with the raw file in the backup it need not be.
     if (kept.dng)
-        return standsAsBefore(kept.dng) || (hasBackup && isFile(kept.dng->path))
+        return isDNGAsBefore(*kept.dng) || (hasBackup && isFile(kept.dng->path))
             ? std::string()
             : copyGone(kept.dng);
     if (!kept.saved || !isStillProven(*kept.saved, kept.digest))

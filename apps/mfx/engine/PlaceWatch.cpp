@@ -110,11 +110,17 @@ std::string PlaceWatch::nameOf(const std::string& ownPathBelow) const
     return Pt::HeldFolder::nameOf(ownPathBelow);
 }
 
-FolderKinship PlaceWatch::kinshipOf(
-    const std::string& path, const std::string& ownPath, const WorkFolder& work) const
+FolderKinship PlaceWatch::kinshipOf(const std::string& path,
+    const std::string& ownPath,
+    const WorkFolder& work,
+    const FolderKinship* known) const
 {
     FolderKinship kinship;
     kinship.toCard = kinshipToCard(path, ownPath, work.markerBelow(), kinship.cardFolder);
+    if (!known)
+        kinship.toCard = withTrial(kinship.toCard, ownPath);
+    else if (kinship.toCard == Kinship::kApart)
+        kinship.toCard = known->toCard;
     if (m_backupPath)
         kinship.toBackup = kinshipToBackup(path, ownPath, work);
     return kinship;
@@ -129,6 +135,23 @@ FolderKinship PlaceWatch::backupKinship() const
             m_backupWork ? m_backupWork->markerBelow() : std::string(),
             kinship.cardFolder);
     return kinship;
+}
+
+bool PlaceWatch::isBackupOnCardsDevice() const
+{
+    return m_backupPath && withTrial(backupKinship().toCard, backupOwnPath()) != Kinship::kApart;
+}
+
+// In itself or at any depth.
+bool PlaceWatch::holdsItems(std::uint32_t folder) const
+{
+    const std::string below = m_card.folders[folder].empty() ? "" : m_card.folders[folder] + '/';
+    for (std::uint32_t other = 0; other < m_card.folders.size(); ++other) {
+        if (m_card.folderIds[other].items != 0
+            && (other == folder || m_card.folders[other].starts_with(below)))
+            return true;
+    }
+    return false;
 }
 
 // A folder of the card with items in it would be "copied" onto itself. One without is a place of
@@ -147,11 +170,36 @@ Kinship PlaceWatch::kinshipToCard(const std::string& path,
         if (!isSame && !isMarked)
             continue;
         cardFolder = m_card.folderPath(folder);
-        return id.items != 0 ? Kinship::kAlias : Kinship::kSameDevice;
+        return holdsItems(folder) ? Kinship::kAlias : Kinship::kSameDevice;
     }
-    const bool isOnDevice = status && m_cardDevices.contains(status->device);
+    const bool isOnDevice = status && isOnCardsDevice(status->device);
     return isOnDevice || isSeenAboveCard(path, markerBelow) ? Kinship::kSameDevice
                                                             : Kinship::kApart;
+}
+
+Kinship PlaceWatch::withTrial(Kinship kinship, const std::string& ownPath) const
+{
+    return kinship == Kinship::kApart && sharesCardsRoom(ownPath) ? Kinship::kSameDevice : kinship;
+}
+
+// An image may lie on the card's device, and the card in an image.
+bool PlaceWatch::isOnCardsDevice(std::uint64_t device) const
+{
+    constexpr int kLayers = 8;
+    std::optional<std::uint64_t> layer = device;
+    for (int depth = 0; layer && depth < kLayers; ++depth) {
+        if (m_cardDevices.contains(*layer))
+            return true;
+        layer = Pt::imageDevice(*layer);
+    }
+    return false;
+}
+
+// Behind pools, overlays and views, devices say nothing.
+bool PlaceWatch::sharesCardsRoom(const std::string& ownPath) const
+{
+    const bool isLayered = !m_card.keepsOwnFiles || !Pt::keepsItsOwnFiles(ownPath);
+    return isLayered && !m_looksOnly && Pt::sharesRoom(ownPath, m_card.root);
 }
 
 // The end of the path may lead to the folder from one above the card too, on another mount of the

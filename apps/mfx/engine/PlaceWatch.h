@@ -65,14 +65,20 @@ public:
 
     // How a final folder stands to card and backup. `path` is its name, `ownPath` leads to it for
     // sure, `work` has laid its marker.
-    FolderKinship kinshipOf(
-        const std::string& path, const std::string& ownPath, const WorkFolder& work) const;
+    // `known` is what a former look found; what took trials is not tried again.
+    FolderKinship kinshipOf(const std::string& path,
+        const std::string& ownPath,
+        const WorkFolder& work,
+        const FolderKinship* known = nullptr) const;
 
     // Whether what the backup's file system says of a file can be believed.
     bool backupKeepsOwnFiles() const { return m_backupKeepsOwnFiles; }
 
     // How the backup folder stands to the card.
     FolderKinship backupKinship() const;
+
+    // The same question once, with trials where devices say nothing.
+    bool isBackupOnCardsDevice() const;
 
     // What to tell of a final folder that must not be used; nothing where it may.
     std::optional<std::string> objectionTo(
@@ -96,6 +102,10 @@ private:
         std::string& cardFolder) const;
     Kinship kinshipToBackup(
         const std::string& path, const std::string& ownPath, const WorkFolder& work) const;
+    bool holdsItems(std::uint32_t folder) const;
+    bool isOnCardsDevice(std::uint64_t device) const;
+    bool sharesCardsRoom(const std::string& ownPath) const;
+    Kinship withTrial(Kinship kinship, const std::string& ownPath) const;
     bool isSeenAboveCard(const std::string& path, const std::string& markerBelow) const;
 
     const CardContents& m_card;

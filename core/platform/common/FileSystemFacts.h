@@ -18,6 +18,14 @@ std::set<std::string> disksOf(const std::string& path);
 // shares of other machines) may show a file that lies elsewhere, under numbers of their own.
 bool keepsItsOwnFiles(const std::string& path);
 
+// The device of the file that a disk is the image of; nothing where it is none.
+std::optional<std::uint64_t> imageDevice(std::uint64_t device);
+
+// Whether what is written to a folder takes room from the file system of another, through whatever
+// layers: writes a small file for a moment, a few times. Chance may say yes where others write at
+// the same moments, and never says no where it is so and the file systems tell their free room.
+bool sharesRoom(const std::string& folder, const std::string& other);
+
 enum class LetterTest { kLooksOnly, kMakesFiles };
 
 // The first character of a file name that the file system of a folder does not take, as UTF-8; of

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <string>
+#include <system_error>
 
 namespace Pt {
 
@@ -30,6 +31,10 @@ bool wasInterrupted();
 // is opened later becomes one of them; what is written there then fails. For the start of a
 // program.
 void holdStandardStreams();
+
+// Why nothing can be written to a stream, as far as that can be told without writing: it is open
+// for reading alone, or nobody reads the other end.
+std::error_code writeObstacle(std::FILE* stream);
 
 // Lets the process open as many files as the system allows it; the number that it may open now.
 std::size_t raiseDescriptorLimit();

@@ -41,6 +41,7 @@ constexpr auto kOwnFiles = std::to_array<std::uint32_t>({
     0xE0F5E1E2, // erofs
     0x482B, // HFS+
 });
+constexpr std::uint32_t kUserSpace = 0x65735546; // FUSE; with a disk of its own or without
 constexpr auto kWithForbiddenLetters = std::to_array<std::uint32_t>({
     0x4D44, // FAT
     0x2011BAB0, // exFAT
@@ -149,6 +150,42 @@ bool isForbiddenEnd(const std::string& letter)
     return letter == "." || letter == " ";
 }
 
+std::int64_t freeBytes(const std::string& path)
+{
+    struct statfs found = {};
+    const int result = retryInterrupted([&] { return ::statfs(path.c_str(), &found); });
+    return result == 0 ? static_cast<std::int64_t>(found.f_bfree) * found.f_bsize : 0;
+}
+
+// Bytes that no file system stores in less room.
+std::string incompressibleBytes(std::size_t count)
+{
+    std::string bytes(count, '\0');
+    std::uint32_t state = 1;
+    for (char& byte : bytes) {
+        state = state * 1'664'525U + 1'013'904'223U;
+        byte = static_cast<char>(state >> 24U);
+    }
+    return bytes;
+}
+
+// Whether a file of these bytes in the folder leaves less room elsewhere than there was.
+bool takesRoom(const std::string& folder,
+    const std::string& bytes,
+    const std::string& other,
+    std::int64_t room)
+{
+    const std::string path = folder + '/' + kTrial + "room-" + std::to_string(::getpid());
+    const Descriptor file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    if (!file.isOpen())
+        return false;
+    file.write(bytes.data(), bytes.size());
+    file.flush();
+    const std::int64_t left = freeBytes(other);
+    ::unlink(path.c_str());
+    return room - left >= static_cast<std::int64_t>(bytes.size());
+}
+
 } // namespace
 
 std::set<std::string> disksOf(const std::string& path)
@@ -173,11 +210,36 @@ std::set<std::string> disksOf(const std::string& path)
 
 bool keepsItsOwnFiles(const std::string& path)
 {
-    return isOneOf(typeOf(path), kOwnFiles);
+    struct stat found = {};
+    const std::uint32_t type = typeOf(path);
+    const bool isOnDisk = ::stat(path.c_str(), &found) == 0 && major(found.st_dev) != 0;
+    return isOneOf(type, kOwnFiles) || (type == kUserSpace && isOnDisk);
 }
 
 // Each letter is asked for in a name of its own, which a file system that refuses it does not even
 // look up; FAT and its like look up any name, and are known by their type.
+std::optional<std::uint64_t> imageDevice(std::uint64_t device)
+{
+    std::ifstream file("/sys/dev/block/" + numberText(device) + "/loop/backing_file");
+    std::string path;
+    struct stat found = {};
+    if (!std::getline(file, path) || ::stat(path.c_str(), &found) != 0)
+        return std::nullopt;
+    return found.st_dev;
+}
+
+// A file that was removed may give its room back late: the room at the start is what counts.
+bool sharesRoom(const std::string& folder, const std::string& other)
+{
+    constexpr int kRounds = 3;
+    const std::string bytes = incompressibleBytes(std::size_t{256} << 10U);
+    const std::int64_t room = freeBytes(other);
+    int shared = 0;
+    for (int round = 0; round < kRounds; ++round)
+        shared += takesRoom(folder, bytes, other, room) ? 1 : 0;
+    return shared == kRounds;
+}
+
 std::optional<std::string> refusedLetter(
     const std::string& folder, const std::string& name, LetterTest test)
 {

@@ -3,6 +3,7 @@
 #include "platform/platforms/linux/Descriptor.h"
 
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 
 #include <sys/file.h>
@@ -31,13 +32,21 @@ std::string notedName(const std::string& journal, timespec& when)
     return {name, count > 0 ? static_cast<std::size_t>(count) : 0};
 }
 
+// The system gives a lease for writing only on a file that nobody else has open, and keeps others
+// from opening it until it is given back. Where there are no leases, nobody can tell.
+bool isOurAlone(const Descriptor& file)
+{
+    ::fcntl(file.get(), F_SETSIG, SIGURG); // what somebody's wish to open it raises ends nothing
+    return ::fcntl(file.get(), F_SETLEASE, F_WRLCK) == 0;
+}
+
 bool isLeftover(const Descriptor& file, const timespec& when)
 {
     struct stat status = {};
     return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0
         && (status.st_mode & kPermissions) != kCopy
         && std::labs(status.st_ctim.tv_sec - when.tv_sec) <= kSlack
-        && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+        && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 && isOurAlone(file);
 }
 
 } // namespace

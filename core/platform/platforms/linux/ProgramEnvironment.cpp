@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -79,6 +80,17 @@ void holdStandardStreams()
         if (::fcntl(stream, F_GETFD) == -1)
             ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
+}
+
+std::error_code writeObstacle(std::FILE* stream)
+{
+    const int descriptor = ::fileno(stream);
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    if (flags == -1 || (flags & O_ACCMODE) == O_RDONLY)
+        return std::make_error_code(std::errc::bad_file_descriptor);
+    pollfd end{descriptor, POLLOUT, 0};
+    const bool isBroken = ::poll(&end, 1, 0) == 1 && (end.revents & POLLERR) != 0;
+    return isBroken ? std::make_error_code(std::errc::broken_pipe) : std::error_code();
 }
 
 std::size_t raiseDescriptorLimit()

@@ -82,6 +82,7 @@ TEST_F(PlaceWatchTest, LeavesNothingBehind)
 TEST_F(PlaceWatchTest, KnowsAFolderOfTheCardByItsInode)
 {
     EXPECT_EQ(kinship(card.path("DCIM")).toCard, Kinship::kAlias);
+    EXPECT_EQ(kinship(card.path()).toCard, Kinship::kAlias); // they lie below it
     const FolderKinship kin = kinship(card.path("Saved"));
     EXPECT_EQ(kin.toCard, Kinship::kSameDevice);
     EXPECT_EQ(kin.cardFolder, card.path("Saved"));

@@ -4,6 +4,7 @@
 #include "support/Mounts.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 using testing::IsEmpty;
 using testing::Not;
@@ -55,6 +56,32 @@ TEST_F(FileSystemFactsTest, DoesNotBelieveOverlays)
     const test::MemoryMount disk(folder.path("disk"), 1 << 20);
     const test::OverlayMount over(view(), real(), disk.at() / "upper", disk.at() / "work");
     EXPECT_FALSE(keepsItsOwnFiles(view()));
+}
+
+TEST_F(FileSystemFactsTest, FindsOneRoomBehindTwoViews)
+{
+    const test::MemoryMount disk(folder.path("disk"), 8 << 20);
+    const test::MemoryMount other(folder.path("other"), 8 << 20);
+    std::filesystem::create_directory(disk.at() / "branch");
+    const test::OddMount pool("pool", view(), {other.at(), disk.at() / "branch"}, {"create=1"});
+    EXPECT_TRUE(sharesRoom(view(), disk.at()));
+    EXPECT_FALSE(sharesRoom(view(), other.at()));
+    EXPECT_FALSE(sharesRoom(folder.path("none"), disk.at()));
+    EXPECT_TRUE(std::filesystem::is_empty(disk.at() / "branch"));
+}
+
+TEST_F(FileSystemFactsTest, KnowsTheDeviceOfAnImage)
+{
+    if (!test::canMountImages())
+        GTEST_SKIP() << "mounting an image needs root";
+    const auto deviceOf = [](const std::string& path) {
+        struct stat found = {};
+        EXPECT_EQ(::stat(path.c_str(), &found), 0);
+        return found.st_dev;
+    };
+    const test::LoopMount disk(view(), folder.path("image"), 1 << 20);
+    EXPECT_EQ(imageDevice(deviceOf(view())), deviceOf(folder.path()));
+    EXPECT_EQ(imageDevice(deviceOf(folder.path())), std::nullopt);
 }
 
 TEST_F(FileSystemFactsTest, NamesTheLetterThatIsNotTaken)

@@ -72,11 +72,12 @@ TEST_F(NameJournalTest, LeavesWhatHoldsBytesOrHasTheRightsOfACopy)
 TEST_F(NameJournalTest, LeavesWhatIsInSomebodysHands)
 {
     leave("A.JPG");
-    const int held = ::open(folder.path("A.JPG").c_str(), O_RDONLY);
-    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+    const int held = ::open(folder.path("A.JPG").c_str(), O_WRONLY);
     recover();
     EXPECT_TRUE(fs::exists(folder.path("A.JPG")));
     ::close(held);
+    recover();
+    EXPECT_FALSE(fs::exists(folder.path("A.JPG")));
 }
 
 TEST_F(NameJournalTest, LeavesWhatWasMadeAtAnotherTime)

@@ -104,6 +104,25 @@ TEST(ProgramEnvironmentTest, LetsNoFileTakeThePlaceOfAClosedStream)
         0);
 }
 
+TEST(ProgramEnvironmentTest, TellsThatNobodyWillReadBeforeAnythingIsWritten)
+{
+    EXPECT_EQ(endOf([] {
+        if (!std::freopen("/dev/null", "w", stdout) || Pt::writeObstacle(stdout))
+            return 1;
+        int ends[2] = {};
+        if (::pipe(ends) != 0 || ::dup2(ends[1], 1) != 1 || Pt::writeObstacle(stdout))
+            return 2;
+        ::close(ends[0]);
+        ::close(ends[1]);
+        if (Pt::writeObstacle(stdout) != std::errc::broken_pipe)
+            return 3;
+        ::close(1);
+        Pt::holdStandardStreams();
+        return Pt::writeObstacle(stdout) == std::errc::bad_file_descriptor ? 0 : 4;
+    }),
+        0);
+}
+
 TEST(ProgramEnvironmentTest, LeavesStreamsThatAreOpenAlone)
 {
     EXPECT_EQ(endOf([] {
