@@ -290,4 +290,85 @@ TEST_F(PlaceAliasTest, LeavesNoMarkerWhereItRefuses)
     expectNoLeftovers();
 }
 
+// A link is no copy of what it leads to.
+TEST_F(PlaceAliasTest, DeletesNothingWhereACopyIsALinkToTheOriginal)
+{
+    for (const fs::path& folder : {target(), backup()}) {
+        fs::create_symlink(pictures() / "A.JPG", folder / "A.JPG");
+        const RunResult result = saveAndDelete(target(), {"--backup", backup()});
+        expectPromiseKept(result, 2);
+        fs::remove_all(target());
+        fs::remove_all(backup());
+        for (const fs::path& again : {target(), backup()})
+            fs::create_directories(again);
+        addPicture("A.JPG", "photo a");
+        addPicture("B.JPG", "photo b");
+    }
+}
+
+TEST_F(PlaceAliasTest, MakesACopyWhereABackupIsALinkToTheSavedOne)
+{
+    write(target() / "A.JPG", "photo a");
+    fs::create_symlink(target() / "A.JPG", backup() / "A.JPG");
+    const RunResult result = saveAndDelete(target(), {"--backup", backup()});
+    expectPromiseKept(result, 2);
+}
+
+TEST_F(PlaceAliasTest, DeletesNothingWhereTheCopyIsTheOriginalLinked)
+{
+    const fs::path beside = card().parent_path() / "beside";
+    fs::create_directories(beside);
+    fs::create_hard_link(pictures() / "A.JPG", beside / "A.JPG");
+    const RunResult result = saveAndDelete(beside);
+    EXPECT_TRUE(fs::exists(pictures() / "A.JPG")) << told(result);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false);
+    expectPromiseKept(result);
+}
+
+TEST_F(PlaceAliasTest, DeletesNothingWhereASubfolderIsCalledLikeTheBackup)
+{
+    const fs::path inner = target() / "copies";
+    const RunResult result =
+        saveAndDelete(target(), {"--subfolders", "copies", "--backup", inner});
+    EXPECT_EQ(copiesBelow({card()}, "photo a"), 1U) << told(result);
+    expectPromiseKept(result, 2);
+}
+
+TEST_F(PlaceAliasTest, KeepsTwoCopiesWhereOnePlaceLiesInTheOther)
+{
+    EXPECT_EQ(saveAndDelete(target(), {"--backup", target() / "copies"}).code, 0);
+    EXPECT_EQ(copiesOffTheCard("photo a"), 2U);
+    addPicture("A.JPG", "photo a2");
+    addPicture("B.JPG", "photo b2");
+    EXPECT_EQ(saveAndDelete(backup() / "pictures", {"--backup", backup()}).code, 0);
+    EXPECT_EQ(copiesOffTheCard("photo a2"), 2U);
+}
+
+// Killed at each call on the card in turn: nothing is lost, and the next run sets all right.
+TEST_F(PlaceAliasTest, LosesNothingWhereADeletionIsKilled)
+{
+    bool isThrough = false;
+    for (int call = 1; call < 60 && !isThrough; ++call) {
+        addPicture("A.JPG", "photo a");
+        addPicture("B.JPG", "photo b");
+        setVariable("LD_PRELOAD", FAULT_SHIM);
+        setVariable("FAULT_ROOT", card());
+        setVariable("FAULT_ONLY", "rename,renameat2,unlink,mkdir,rmdir,link");
+        setVariable("FAULT_KILL", "1");
+        setVariable("FAULT_AT", std::to_string(call));
+        const RunResult killed = saveAndDelete(target());
+        isThrough = killed.code == 0;
+        unsetVariable("LD_PRELOAD");
+        for (const char* bytes : {"photo a", "photo b"})
+            EXPECT_GE(copies(bytes), 1U) << call;
+        EXPECT_EQ(saveAndDelete(target()).code, 0) << call;
+        for (const char* bytes : {"photo a", "photo b"})
+            EXPECT_EQ(copiesOffTheCard(bytes), 1U) << call;
+        EXPECT_TRUE(filesIn(card()).empty()) << call;
+        expectNoLeftovers();
+    }
+    EXPECT_TRUE(isThrough);
+}
+
 } // namespace e2e

@@ -117,6 +117,16 @@ TEST_F(ReasonTest, NamesTheLetterInADryRun)
     EXPECT_TRUE(fs::is_empty(real()));
 }
 
+// A dry run makes no file, so that it can only know where names are refused already when they are
+// looked for. It must not promise what will fail.
+TEST_F(ReasonTest, NamesTheLetterInADryRunWhereItIsOnlyRefusedForNewFiles)
+{
+    addPicture("C:D.JPG", "photo c");
+    const test::OddMount odd("letters", view("odd"), {real()}, {"lookup=no"});
+    expectLetterNamed(saveTo(odd.at(), {"--dry-run"}), ":");
+    EXPECT_TRUE(fs::is_empty(real()));
+}
+
 TEST_F(ReasonTest, NamesTheLetterThatABackupDoesNotTake)
 {
     addPicture("C:D.JPG", "photo c");
