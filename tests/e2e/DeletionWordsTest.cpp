@@ -62,8 +62,7 @@ TEST_F(DeletionWordsTest, TellsTheSystemsReasonForAnOriginalThatMustStay)
     if (::ioctl(locked, FS_IOC_SETFLAGS, &flags) != 0)
         GTEST_SKIP() << "this system locks no files";
     ::close(locked);
-    const RunResult result =
-        saveFrom(disk1.at(), target(), {"--delete-originals", "--yes"});
+    const RunResult result = saveFrom(disk1.at(), target(), {"--delete-originals", "--yes"});
     EXPECT_EQ(result.code, 1) << told(result);
     EXPECT_TRUE(fs::exists(disk1.at() / "DCIM/A.JPG"));
     EXPECT_FALSE(fs::exists(disk1.at() / "DCIM/B.JPG"));

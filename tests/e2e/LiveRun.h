@@ -45,7 +45,8 @@ public:
     RunResult finish();
 
 private:
-    [[noreturn]] void become(std::vector<std::string>& words, int out, const LiveSettings& settings);
+    [[noreturn]] void become(
+        std::vector<std::string>& words, int out, const LiveSettings& settings);
     bool readPiece(std::size_t atMost);
     bool readScreen();
 

@@ -29,8 +29,7 @@ TEST_F(OpenPromiseTest, DoesNotLetTheCardGoWithAMirrorOfAFolderOnIt)
 TEST_F(OpenPromiseTest, DoesNotLetTheCardGoWithAPoolThatWritesToIt)
 {
     fs::create_directories(data() / "branch");
-    const test::OddMount pool(
-        "pool", view("pool"), {data() / "branch", beside()}, {"create=1"});
+    const test::OddMount pool("pool", view("pool"), {data() / "branch", beside()}, {"create=1"});
     expectPromiseKept(saveTo(pool.at()));
 }
 
@@ -66,9 +65,8 @@ TEST_F(OpenPromiseTest, LosesNothingOfACardThatIsAPoolOverTheTargetsName)
     const fs::path branch = data() / "branch";
     fs::create_directories(branch);
     const test::OddMount pool("pool", view("pool"), {card(), branch}, {"create=0"});
-    const RunResult result = saveFrom(pool.at(),
-        branch,
-        {"--subfolders", "DCIM/100MFX", "--delete-originals", "--yes"});
+    const RunResult result =
+        saveFrom(pool.at(), branch, {"--subfolders", "DCIM/100MFX", "--delete-originals", "--yes"});
     expectPromiseKept(result);
 }
 
@@ -81,9 +79,8 @@ TEST_F(OpenPromiseTest, LosesNothingWhereThePoolShowsTheSubfolderAsTheCards)
     fs::remove(pictures() / "A.JPG");
     for (const char* mode : {"pool"}) {
         const test::OddMount pool(mode, view("pool"), {card(), branch}, {"create=0"});
-        const RunResult result = saveFrom(pool.at(),
-            branch,
-            {"--subfolders", "%Y-%m-%d", "--delete-originals", "--yes"});
+        const RunResult result = saveFrom(
+            pool.at(), branch, {"--subfolders", "%Y-%m-%d", "--delete-originals", "--yes"});
         expectPromiseKept(result);
     }
 }

@@ -35,8 +35,8 @@ protected:
         EXPECT_NE(result.code, 0) << told(result);
         const std::string said = result.out + result.err;
         EXPECT_NE(said.find(letter), std::string::npos) << told(result);
-        EXPECT_NE(result.item("C" + letter + "D.JPG")["error"].dump().find(letter),
-            std::string::npos)
+        EXPECT_NE(
+            result.item("C" + letter + "D.JPG")["error"].dump().find(letter), std::string::npos)
             << told(result);
     }
 };
@@ -176,9 +176,8 @@ TEST_F(ReasonTest, NamesTheLimitOfOpenFiles)
         const rlimit limit{40, 40};
         ::setrlimit(RLIMIT_NOFILE, &limit);
     };
-    LiveRun run(wordsFor(card(),
-                    target(),
-                    {"--subfolders", "%Y-%m-%d", "--delete-originals", "--yes"}),
+    LiveRun run(
+        wordsFor(card(), target(), {"--subfolders", "%Y-%m-%d", "--delete-originals", "--yes"}),
         settings);
     const RunResult result = run.finish();
     EXPECT_NE(result.code, 0) << "a limit that hits nothing";
