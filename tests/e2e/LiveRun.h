@@ -5,7 +5,6 @@
 
 #include "e2e/MfxRun.h"
 
-#include <chrono>
 #include <functional>
 #include <map>
 #include <string>
@@ -53,7 +52,6 @@ private:
     pid_t m_id = -1;
     int m_output = -1;
     int m_terminal = -1; // our end
-    std::string m_program;
     RunResult m_result;
 };
 
