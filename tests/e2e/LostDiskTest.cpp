@@ -107,10 +107,12 @@ TEST_F(LostDiskTest, EndsWhenTheDiskOfASubfolderIsTakenAwayWhileCopiesAreMade)
     addPictures(kPictures, 1'000'000); // so that the copies are what takes the time
     for (const auto& [name, bytes] : filesIn(pictures()))
         expectToLose(bytes.substr(0, 5'003)); // the small ones, which these replaced
-    fs::create_directories(target() / "2026");
-    test::MemoryMount gone(target() / "2026", 2 * kDisk);
-    expectEnded(
-        saveWhile([&] { gone.detach(); }, target(), {"--subfolders", "%Y"}), target() / "2026");
+    for (int attempt = 0; attempt < 4 && !HasFailure(); ++attempt) { // whichever thread is first
+        fs::create_directories(target() / "2026");
+        test::MemoryMount gone(target() / "2026", 2 * kDisk);
+        expectEnded(
+            saveWhile([&] { gone.detach(); }, target(), {"--subfolders", "%Y"}), target() / "2026");
+    }
 }
 
 TEST_F(LostDiskTest, EndsWhenTheTargetIsMovedAway)
