@@ -49,16 +49,14 @@ TEST_F(CardChangeTest, NamesAHiddenPictureThatCame)
 
 TEST_F(CardChangeTest, NamesAPictureThatWasThrownAwayMeanwhile)
 {
-    expectNamed(
-        saveWhile([this] { addFileIn(".Trash-1000/files", "NEW.JPG", "\xFF\xD8\xFFnew"); }),
+    expectNamed(saveWhile([this] { addFileIn(".Trash-1000/files", "NEW.JPG", "\xFF\xD8\xFFnew"); }),
         ".Trash-1000");
 }
 
 TEST_F(CardChangeTest, NamesAPictureThatWasAddedToATrashThatWasThere)
 {
     addFileIn(".Trash-1000/info", "x.trashinfo", "no picture");
-    expectNamed(
-        saveWhile([this] { addFileIn(".Trash-1000/files", "NEW.JPG", "\xFF\xD8\xFFnew"); }),
+    expectNamed(saveWhile([this] { addFileIn(".Trash-1000/files", "NEW.JPG", "\xFF\xD8\xFFnew"); }),
         ".Trash-1000");
 }
 
@@ -90,7 +88,7 @@ TEST_F(CardChangeTest, NamesAPictureThatGrowsWhileItIsCopied)
 
 TEST_F(CardChangeTest, SaysNothingOfACardThatStaysAsItIs)
 {
-    const RunResult result = saveWhile([] { });
+    const RunResult result = saveWhile([] {});
     EXPECT_EQ(result.code, 0) << told(result);
     EXPECT_EQ(result.summary()["card_may_be_wiped"], true);
     expectPromiseKept(result);

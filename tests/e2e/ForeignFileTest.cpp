@@ -61,8 +61,7 @@ TEST_F(ForeignFileTest, LeavesAFileAloneThatIsFilledLater)
 {
     std::vector<int> writers;
     for (const fs::path& folder : {target(), backup()})
-        writers.push_back(
-            ::open((folder / "A.JPG").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+        writers.push_back(::open((folder / "A.JPG").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
     EXPECT_EQ(downloadWithBackup().code, 0);
     EXPECT_EQ(downloadWithBackup().code, 0);
     for (const int writer : writers) {

@@ -77,7 +77,7 @@ protected:
 
 TEST_F(LastLookTest, DeletesWhatStandsAsItDid)
 {
-    const RunResult result = answerWithBackupAfter([] { });
+    const RunResult result = answerWithBackupAfter([] {});
     EXPECT_EQ(result.code, 0) << told(result);
     EXPECT_EQ(result.summary()["deleted"], 2);
     EXPECT_EQ(result.summary()["card_may_be_wiped"], true);
@@ -295,8 +295,7 @@ protected:
 
 TEST_F(LastLookAtDNGTest, KeepsARawFileWhoseDNGWent)
 {
-    const RunResult result =
-        answerAfter([this] { fs::remove(target() / "R.dng"); }, {"--dng"});
+    const RunResult result = answerAfter([this] { fs::remove(target() / "R.dng"); }, {"--dng"});
     EXPECT_EQ(result.code, 1) << told(result);
     EXPECT_TRUE(isOnCard("R.CR2"));
     expectCardKept(result);
@@ -306,9 +305,7 @@ TEST_F(LastLookAtDNGTest, KeepsARawFileWhoseDNGChanged)
 {
     for (const bool inPlace : {false, true}) {
         const RunResult result = answerAfter(
-            [this, inPlace] {
-                (inPlace ? overwriteInPlace : replaceByZeros)(target() / "R.dng");
-            },
+            [this, inPlace] { (inPlace ? overwriteInPlace : replaceByZeros)(target() / "R.dng"); },
             {"--dng"});
         EXPECT_EQ(result.code, 1) << told(result);
         EXPECT_TRUE(isOnCard("R.CR2"));

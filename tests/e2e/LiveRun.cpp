@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>

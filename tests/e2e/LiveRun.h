@@ -5,7 +5,6 @@
 
 #include "e2e/MfxRun.h"
 
-#include <chrono>
 #include <functional>
 #include <map>
 #include <string>
@@ -45,14 +44,14 @@ public:
     RunResult finish();
 
 private:
-    [[noreturn]] void become(std::vector<std::string>& words, int out, const LiveSettings& settings);
+    [[noreturn]] void become(
+        std::vector<std::string>& words, int out, const LiveSettings& settings);
     bool readPiece(std::size_t atMost);
     bool readScreen();
 
     pid_t m_id = -1;
     int m_output = -1;
     int m_terminal = -1; // our end
-    std::string m_program;
     RunResult m_result;
 };
 

@@ -70,7 +70,8 @@ TEST_F(LostDiskTest, EndsWhenTheDiskOfTheBackupIsTakenAway)
 TEST_F(LostDiskTest, EndsWhenTheDiskBelowTheBackupIsTakenAway)
 {
     test::MemoryMount gone(disk("backup"), kDisk);
-    expectEnded(saveWhile([&] { gone.detach(); }, target(), {"--backup", gone.at() / "deep/copies"}),
+    expectEnded(
+        saveWhile([&] { gone.detach(); }, target(), {"--backup", gone.at() / "deep/copies"}),
         disk("backup"));
 }
 
@@ -83,9 +84,8 @@ TEST_F(LostDiskTest, EndsWhenAnotherDiskComesInItsPlace)
             gone.detach();
             other.emplace(disk("disk"), kDisk);
         };
-        const RunResult result = isBackup
-            ? saveWhile(swap, target(), {"--backup", gone.at()})
-            : saveWhile(swap, gone.at(), {});
+        const RunResult result = isBackup ? saveWhile(swap, target(), {"--backup", gone.at()})
+                                          : saveWhile(swap, gone.at(), {});
         expectEnded(result, disk("disk"));
         other.reset();
         EXPECT_TRUE(fs::is_empty(disk("disk")));
@@ -107,10 +107,12 @@ TEST_F(LostDiskTest, EndsWhenTheDiskOfASubfolderIsTakenAwayWhileCopiesAreMade)
     addPictures(kPictures, 1'000'000); // so that the copies are what takes the time
     for (const auto& [name, bytes] : filesIn(pictures()))
         expectToLose(bytes.substr(0, 5'003)); // the small ones, which these replaced
-    fs::create_directories(target() / "2026");
-    test::MemoryMount gone(target() / "2026", 2 * kDisk);
-    expectEnded(
-        saveWhile([&] { gone.detach(); }, target(), {"--subfolders", "%Y"}), target() / "2026");
+    for (int attempt = 0; attempt < 4 && !HasFailure(); ++attempt) { // whichever thread is first
+        fs::create_directories(target() / "2026");
+        test::MemoryMount gone(target() / "2026", 2 * kDisk);
+        expectEnded(
+            saveWhile([&] { gone.detach(); }, target(), {"--subfolders", "%Y"}), target() / "2026");
+    }
 }
 
 TEST_F(LostDiskTest, EndsWhenTheTargetIsMovedAway)
@@ -176,9 +178,8 @@ TEST_F(LostDiskTest, KeepsOriginalsWhereverAPlaceStopsAnswering)
                 view("dying"),
                 {data() / "real"},
                 {"after=" + std::to_string(pictures * 5'003 + 100)});
-            const RunResult result = isBackup
-                ? saveAndDelete(target(), {"--backup", dying.at()})
-                : saveAndDelete(dying.at());
+            const RunResult result = isBackup ? saveAndDelete(target(), {"--backup", dying.at()})
+                                              : saveAndDelete(dying.at());
             EXPECT_NE(result.code, 0) << pictures << told(result);
             EXPECT_EQ(result.summary()["card_may_be_wiped"], false) << pictures;
             EXPECT_EQ(result.summary()["deleted"], 0) << pictures << told(result);
@@ -192,12 +193,9 @@ TEST_F(LostDiskTest, KeepsOriginalsWhereverAPlaceStopsAnswering)
 TEST_F(LostDiskTest, KeepsOriginalsThatTheCardStopsToGive)
 {
     for (const int pictures : {0, 1, 7, 30, 59}) {
-        const test::OddMount dying("dying",
-            view("dying"),
-            {card()},
-            {"reads=" + std::to_string(pictures * 5'003 + 100)});
-        const RunResult result =
-            saveFrom(dying.at(), target(), {"--delete-originals", "--yes"});
+        const test::OddMount dying(
+            "dying", view("dying"), {card()}, {"reads=" + std::to_string(pictures * 5'003 + 100)});
+        const RunResult result = saveFrom(dying.at(), target(), {"--delete-originals", "--yes"});
         EXPECT_NE(result.code, 0) << pictures << told(result);
         expectCardKept(result);
         fs::remove_all(target());
@@ -223,8 +221,8 @@ TEST_F(UnmountedDiskTest, MakesNoFolderWhereADiskIsMissing)
     fs::create_directories(target());
     for (const char* folder : {"/mnt/disk", "/mnt/disk/pictures", "/mnt/disk/a/b"}) {
         for (const bool isBackup : {false, true}) {
-            const RunResult result = isBackup ? saveAndDelete(target(), {"--backup", folder})
-                                              : saveAndDelete(folder);
+            const RunResult result =
+                isBackup ? saveAndDelete(target(), {"--backup", folder}) : saveAndDelete(folder);
             EXPECT_EQ(result.code, 4) << folder << told(result);
             EXPECT_NE(result.err.find(folder), std::string::npos) << result.err;
             EXPECT_TRUE(fs::is_empty("/mnt")) << folder;

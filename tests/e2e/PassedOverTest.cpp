@@ -95,8 +95,7 @@ TEST_F(PassedOverTest, NamesWhatWasNotAskedFor)
     const RunResult result = saveTo(target(), {"--only", "*.JPG"});
     expectHoldsMore(result, "M0.MOV");
     EXPECT_EQ(result.summary()["not_asked_for"], 7);
-    EXPECT_NE(result.summary()["verdict"].dump().find("2 more"), std::string::npos)
-        << told(result);
+    EXPECT_NE(result.summary()["verdict"].dump().find("2 more"), std::string::npos) << told(result);
 }
 
 TEST_F(PassedOverTest, NamesLinks)

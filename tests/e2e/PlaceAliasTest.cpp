@@ -45,8 +45,7 @@ TEST_F(PlaceAliasTest, RefusesAPoolThatShowsTheCardsFolderAsTarget)
 // New files go to a branch off the card, so that no marker of ours is ever seen on the card.
 TEST_F(PlaceAliasTest, DeletesNothingWhereAPoolShowsTheOriginalsAsCopies)
 {
-    const test::OddMount pool(
-        "pool", view("pool"), {branch(), pictures()}, {"create=0"});
+    const test::OddMount pool("pool", view("pool"), {branch(), pictures()}, {"create=0"});
     const RunResult result = saveAndDelete(pool.at());
     EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
@@ -55,10 +54,8 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereAPoolShowsTheOriginalsAsCopies)
 TEST_F(PlaceAliasTest, DeletesNothingWhereAForgetfulPoolShowsTheOriginals)
 {
     for (const char* times : {"times=real", "times=zero"}) {
-        const test::OddMount pool("pool",
-            view("pool"),
-            {branch(), pictures()},
-            {"create=0", times, "norename2=yes"});
+        const test::OddMount pool(
+            "pool", view("pool"), {branch(), pictures()}, {"create=0", times, "norename2=yes"});
         const RunResult result = saveAndDelete(pool.at());
         EXPECT_NE(result.code, 0) << times << told(result);
         expectCardKept(result);
@@ -145,8 +142,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereTheBackupShowsTheCard)
         expectRefused(saveAndDelete(target(), {"--backup", mirror.at()}), mirror.at(), pictures());
         expectNothingCopied();
     }
-    const test::OddMount pool(
-        "pool", view("pool"), {branch(), pictures()}, {"create=0"});
+    const test::OddMount pool("pool", view("pool"), {branch(), pictures()}, {"create=0"});
     const RunResult result = saveAndDelete(target(), {"--backup", pool.at()});
     EXPECT_NE(result.code, 0) << told(result);
     expectCardKept(result);
@@ -164,8 +160,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereCardAndTargetAreOneImage)
     }
     const test::LoopMount second(view("second"), image, 16 << 20, true);
     const test::LoopMount first(view("first"), image, 16 << 20, true);
-    const RunResult result =
-        saveFrom(first.at(), second.at(), {"--delete-originals", "--yes"});
+    const RunResult result = saveFrom(first.at(), second.at(), {"--delete-originals", "--yes"});
     EXPECT_NE(result.code, 0) << told(result);
     EXPECT_EQ(contentOf(first.at() / "A.JPG"), "photo c");
 }
@@ -204,8 +199,8 @@ TEST_F(PlaceAliasTest, EndsWhereASubfolderOfTheTargetLeadsToTheCard)
 TEST_F(PlaceAliasTest, KeepsWhatWasSavedBeforeASubfolderThatIsTheBackup)
 {
     addPicture("C.JPG", "photo c");
-    ASSERT_EQ(std::system(("touch -d 2026-05-05T12:00Z " + (pictures() / "C.JPG").string()).c_str()),
-        0);
+    ASSERT_EQ(
+        std::system(("touch -d 2026-05-05T12:00Z " + (pictures() / "C.JPG").string()).c_str()), 0);
     const test::BindMount bound(backup(), target() / "2026-05-05");
     const RunResult result =
         saveAndDelete(target(), {"--backup", backup(), "--subfolders", "%Y-%m-%d"});
@@ -256,9 +251,8 @@ TEST_F(PlaceAliasTest, LosesNothingWhereSubfoldersMeetThePoolsOwn)
 {
     fs::create_directories(branch() / "DCIM");
     const test::OddMount pool("pool", view("pool"), {card(), branch()}, {"create=0"});
-    const RunResult result = saveFrom(pool.at(),
-        branch() / "DCIM",
-        {"--subfolders", "100MFX", "--delete-originals", "--yes"});
+    const RunResult result = saveFrom(
+        pool.at(), branch() / "DCIM", {"--subfolders", "100MFX", "--delete-originals", "--yes"});
     expectPromiseKept(result);
 }
 
@@ -288,6 +282,85 @@ TEST_F(PlaceAliasTest, LeavesNoMarkerWhereItRefuses)
     saveAndDelete(cardAgain.at());
     saveAndDelete(target(), {"--backup", cardAgain.at()});
     expectNoLeftovers();
+}
+
+// A link is no copy of what it leads to.
+TEST_F(PlaceAliasTest, DeletesNothingWhereACopyIsALinkToTheOriginal)
+{
+    for (const fs::path& folder : {target(), backup()}) {
+        fs::create_symlink(pictures() / "A.JPG", folder / "A.JPG");
+        const RunResult result = saveAndDelete(target(), {"--backup", backup()});
+        expectPromiseKept(result, 2);
+        fs::remove_all(target());
+        fs::remove_all(backup());
+        for (const fs::path& again : {target(), backup()})
+            fs::create_directories(again);
+        addPicture("A.JPG", "photo a");
+        addPicture("B.JPG", "photo b");
+    }
+}
+
+TEST_F(PlaceAliasTest, MakesACopyWhereABackupIsALinkToTheSavedOne)
+{
+    write(target() / "A.JPG", "photo a");
+    fs::create_symlink(target() / "A.JPG", backup() / "A.JPG");
+    const RunResult result = saveAndDelete(target(), {"--backup", backup()});
+    expectPromiseKept(result, 2);
+}
+
+TEST_F(PlaceAliasTest, MakesACopyWhereOnlyALinkOfTheOriginalStands)
+{
+    const fs::path beside = card().parent_path() / "beside";
+    fs::create_directories(beside);
+    fs::create_hard_link(pictures() / "A.JPG", beside / "A.JPG");
+    const RunResult result = saveAndDelete(beside);
+    EXPECT_EQ(copies("photo a"), 2U) << told(result);
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false);
+    expectPromiseKept(result);
+}
+
+TEST_F(PlaceAliasTest, DeletesNothingWhereASubfolderIsCalledLikeTheBackup)
+{
+    const fs::path inner = target() / "copies";
+    const RunResult result = saveAndDelete(target(), {"--subfolders", "copies", "--backup", inner});
+    EXPECT_EQ(copiesBelow({card()}, "photo a"), 1U) << told(result);
+    expectPromiseKept(result, 2);
+}
+
+TEST_F(PlaceAliasTest, KeepsTwoCopiesWhereOnePlaceLiesInTheOther)
+{
+    EXPECT_EQ(saveAndDelete(target(), {"--backup", target() / "copies"}).code, 0);
+    EXPECT_EQ(copiesOffTheCard("photo a"), 2U);
+    addPicture("A.JPG", "photo a2");
+    addPicture("B.JPG", "photo b2");
+    EXPECT_EQ(saveAndDelete(backup() / "pictures", {"--backup", backup()}).code, 0);
+    EXPECT_EQ(copiesOffTheCard("photo a2"), 2U);
+}
+
+// Killed at each call on the card in turn: nothing is lost, and the next run sets all right.
+TEST_F(PlaceAliasTest, LosesNothingWhereADeletionIsKilled)
+{
+    bool isThrough = false;
+    for (int call = 1; call < 60 && !isThrough; ++call) {
+        addPicture("A.JPG", "photo a");
+        addPicture("B.JPG", "photo b");
+        setVariable("LD_PRELOAD", FAULT_SHIM);
+        setVariable("FAULT_ROOT", card());
+        setVariable("FAULT_ONLY", "rename,renameat2,unlink,mkdir,rmdir,link");
+        setVariable("FAULT_KILL", "1");
+        setVariable("FAULT_AT", std::to_string(call));
+        const RunResult killed = saveAndDelete(target());
+        isThrough = killed.code == 0;
+        unsetVariable("LD_PRELOAD");
+        for (const char* bytes : {"photo a", "photo b"})
+            EXPECT_GE(copies(bytes), 1U) << call;
+        EXPECT_EQ(saveAndDelete(target()).code, 0) << call;
+        for (const char* bytes : {"photo a", "photo b"})
+            EXPECT_EQ(copiesOffTheCard(bytes), 1U) << call;
+        EXPECT_TRUE(filesIn(card()).empty()) << call;
+        expectNoLeftovers();
+    }
+    EXPECT_TRUE(isThrough);
 }
 
 } // namespace e2e

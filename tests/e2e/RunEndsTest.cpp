@@ -123,8 +123,8 @@ TEST_F(RunEndsTest, DeletesNothingWhereNobodyHearsOfIt)
 
 TEST_F(RunEndsTest, EndsWhenItsOutputIsFull)
 {
-    const RunResult result = saveWith(
-        [] { ::dup2(::open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO); });
+    const RunResult result =
+        saveWith([] { ::dup2(::open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO); });
     expectEndedUnheard(result);
 }
 
