@@ -1,0 +1,362 @@
+#include "e2e/PictureHuntRound.h"
+
+#include "e2e/PictureHuntBlows.h"
+#include "e2e/PictureHuntJudge.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <iomanip>
+#include <sstream>
+
+namespace e2e::hunt {
+
+namespace {
+
+using Milliseconds = std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kLongEnough{90};
+
+std::string quoted(const std::string& word)
+{
+    std::ostringstream text;
+    text << std::quoted(word);
+    return text.str();
+}
+
+} // namespace
+
+Round::Round(
+    std::uint64_t seed, std::uint64_t number, Figures& figures, fs::path convertingProgram)
+    : m_seed(seed)
+    , m_number(number)
+    , m_figures(figures)
+    , m_convertingProgram(std::move(convertingProgram))
+    , m_draw(seed, number)
+{
+}
+
+std::vector<std::string> Round::play()
+{
+    drawPlaces();
+    drawOptions();
+    drawBlows();
+    m_situation.world.flush();
+    const bool hasSecond = m_draw.chance(70);
+    run(true);
+    if (hasSecond && m_wrongs.empty())
+        run(false);
+    ++m_figures["rounds"];
+    m_figures["pictures"] += m_situation.pictures.size();
+    return m_wrongs;
+}
+
+void Round::drawPlaces()
+{
+    Situation& now = m_situation;
+    PlaceMaker maker(now.world, m_draw);
+    now.card = maker.makeOwn("card");
+    now.pictures = fillCard(m_draw, now.card.reals);
+    now.target = m_draw.chance(70) ? maker.makeOwn("target") : maker.makeAlias("target", now.card);
+    if (m_draw.chance(60)) {
+        const std::size_t kind = m_draw.below(10);
+        now.backup = kind < 6 ? maker.makeOwn("backup")
+                              : maker.makeAlias("backup", kind < 8 ? now.target : now.card);
+    }
+    const auto note = [this](const std::string& role, const Place& place) {
+        ++m_figures[role + ' ' + place.kind];
+        tell(role + ": " + place.kind + ", " + place.path.string() + ", made of "
+            + place.reals[0].string());
+    };
+    note("card", now.card);
+    note("target", now.target);
+    if (now.backup)
+        note("backup", *now.backup);
+    for (const Picture& picture : now.pictures)
+        tell("  " + quoted(picture.below) + ' ' + std::to_string(picture.bytes.size()));
+    for (const Place* place : {&now.target, now.backup ? &*now.backup : nullptr}) {
+        if (place && place->isOwn && m_draw.chance(40))
+            drawPriors(*place);
+    }
+}
+
+void Round::drawPriors(const Place& place)
+{
+    const std::vector<Picture> pictures = m_situation.pictures;
+    for (const Picture& picture : pictures) {
+        if (m_draw.chance(50))
+            continue;
+        const std::string other = drawPicture(m_draw, picture.below).bytes;
+        const std::vector<std::string> contents{
+            picture.bytes, other, "", std::string(picture.bytes.size(), '\0')};
+        const std::size_t kind = m_draw.below(contents.size());
+        const fs::path real = place.reals[0] / (m_draw.chance(20) ? "2026" : "")
+            / picture.below.filename();
+        if (fs::exists(real))
+            continue;
+        writeFile(real, contents[kind]);
+        m_situation.priors.push_back({real, contents[kind]});
+        tell("before: " + quoted(real) + ' '
+            + std::vector<std::string>{"the same", "other bytes", "empty", "zeros"}[kind]);
+    }
+}
+
+void Round::drawOptions()
+{
+    Situation& now = m_situation;
+    const auto add = [&now](const std::vector<std::string>& more) {
+        now.options.insert(now.options.end(), more.begin(), more.end());
+    };
+    if (m_draw.chance(25))
+        add({"--subfolders", m_draw.oneOf(std::vector<std::string>{"%Y", "%Y/%Y-%m-%d", "a/b"})});
+    if (m_draw.chance(15))
+        add({"--rename",
+            m_draw.oneOf(std::vector<std::string>{
+                "{seq:4}.{ext}", "{date:%Y%m%d}-{seq:3}.{ext}", "X{name}.{ext}", "same.{ext}"})});
+    if (m_draw.chance(10))
+        add({"--only", m_draw.oneOf(std::vector<std::string>{"*.JPG", "IMG_0001*", "*.CR2"})});
+    now.isDry = m_draw.chance(4);
+    now.converts = m_draw.chance(8);
+    now.deletes = m_draw.chance(80);
+    m_hasTerminal = now.deletes && m_draw.chance(25);
+    if (now.isDry)
+        add({"--dry-run"});
+    if (now.converts)
+        add({"--dng"});
+    if (now.deletes)
+        add({"--delete-originals"});
+    if (now.deletes && !m_hasTerminal)
+        add({"--yes"});
+}
+
+void Round::drawBlows()
+{
+    BlowMaker maker(m_situation, m_draw);
+    const std::size_t count = 1 + m_draw.below(2);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t kind = m_draw.below(11);
+        if (kind < 3) {
+            drawFault();
+            continue;
+        }
+        Blow blow;
+        const auto send = [this](int number) {
+            m_situation.signals.insert(number);
+            m_programs.front()->signal(number);
+        };
+        const int number = m_draw.oneOf(std::vector<int>{SIGINT, SIGTERM, SIGHUP});
+        if (kind == 3)
+            blow = {"kill", {}, {}, [send] { send(SIGKILL); }};
+        else if (kind == 4)
+            blow = {"signal " + std::to_string(number), {}, {}, [send, number] { send(number); }};
+        else if (kind == 5 || kind == 6)
+            blow = maker.detach();
+        else if (kind == 7)
+            blow = {"a second program", {}, {}, [this] { start(false); }};
+        else if (kind == 8)
+            blow = maker.addPicture();
+        else if (kind == 9)
+            blow = maker.changePicture();
+        else
+            blow = maker.harmCopy();
+        if (!blow.strike)
+            continue;
+        blow.moment = m_hasTerminal ? Moment::kQuestion
+                                    : m_draw.oneOf(std::vector<Moment>{
+                                        Moment::kStart, Moment::kFirstItem, Moment::kFirstItem});
+        if (m_hasTerminal && m_draw.chance(30))
+            blow.moment = Moment::kFirstItem;
+        blow.delay = Milliseconds(blow.moment == Moment::kStart ? m_draw.below(150) : 0);
+        tell("blow: " + blow.story
+            + std::vector<std::string>{" after " + std::to_string(blow.delay.count()) + " ms",
+                " at the first item",
+                " at the question"}[static_cast<std::size_t>(blow.moment)]);
+        m_blows.push_back(std::move(blow));
+    }
+}
+
+void Round::drawFault()
+{
+    static const std::vector<std::string> kErrors{
+        std::to_string(EIO), std::to_string(ENOSPC), std::to_string(EACCES)};
+    const std::size_t range = m_draw.oneOf(std::vector<std::size_t>{20, 100, 300});
+    m_fault = {{"LD_PRELOAD", FAULT_SHIM},
+        {"FAULT_ROOT", m_situation.world.root() / "world"},
+        {"FAULT_AT", std::to_string(1 + m_draw.below(range))}};
+    if (m_draw.chance(50))
+        m_fault["FAULT_ONLY"] = m_draw.oneOf(std::vector<std::string>{"write",
+            "fsync",
+            "unlink",
+            "rename,renameat2,link",
+            "open,mkdir",
+            "unlink,renameat2,link,rmdir"});
+    const std::size_t kind = m_draw.below(10);
+    if (kind < 5)
+        m_fault["FAULT_KILL"] = "1";
+    else if (kind < 8)
+        m_fault["FAULT_ERRNO"] = m_draw.oneOf(kErrors);
+    else
+        m_fault[kind == 8 ? "FAULT_FLIP" : "FAULT_SHORT"] = "1";
+    if (kind < 5)
+        m_situation.signals.insert(SIGKILL);
+    std::string story = "fault:";
+    for (const auto& [name, value] : m_fault)
+        story += name == "LD_PRELOAD" ? "" : ' ' + name + '=' + value;
+    tell(story);
+    ++m_figures[kind < 5 ? "blow kill at a call" : "blow fault"];
+}
+
+std::vector<std::string> Round::words() const
+{
+    const Situation& now = m_situation;
+    std::vector<std::string> words{now.converts ? m_convertingProgram.string() : MFX_PROGRAM,
+        "download",
+        now.card.path,
+        "--to",
+        now.target.path,
+        "--json"};
+    if (now.backup)
+        words.insert(words.end(), {"--backup", now.backup->path});
+    words.insert(words.end(), now.options.begin(), now.options.end());
+    return words;
+}
+
+Variables Round::variables(bool hasFault) const
+{
+    const fs::path root = m_situation.world.root();
+    Variables variables{{"HOME", root / "home"},
+        {"XDG_RUNTIME_DIR", root / "run"},
+        {"TMPDIR", root / "run"},
+        {"PATH", "/usr/bin:/bin"},
+        {"LC_ALL", "C.UTF-8"},
+        {"QT_QPA_PLATFORM", "offscreen"},
+        {"CONVERSION_LOG", root / "run/conversion"}};
+    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+        if (const char* value = std::getenv(inherited))
+            variables[inherited] = value;
+    }
+    if (hasFault)
+        variables.insert(m_fault.begin(), m_fault.end());
+    return variables;
+}
+
+void Round::start(bool hasFault)
+{
+    m_programs.push_back(
+        std::make_unique<HuntProgram>(words(), variables(hasFault), m_hasTerminal));
+}
+
+bool Round::isDue(const Blow& blow, Milliseconds since) const
+{
+    if (blow.isDone)
+        return false;
+    switch (blow.moment) {
+    case Moment::kStart:
+        return since >= blow.delay;
+    case Moment::kFirstItem:
+        return !m_programs.front()->events("item").empty();
+    case Moment::kQuestion:
+        break;
+    }
+    return m_programs.front()->asks();
+}
+
+// Nothing moves meanwhile. Behind the last item nobody can tell whether the program has looked for
+// the last time already.
+void Round::strikeWhatIsDue(Milliseconds since)
+{
+    for (Blow& blow : m_blows) {
+        if (!isDue(blow, since))
+            continue;
+        blow.isDone = true;
+        const std::size_t running = m_programs.size();
+        bool isInTime = true;
+        for (std::size_t i = 0; i < running; ++i)
+            isInTime = m_programs[i]->stop() && isInTime;
+        const HuntProgram& first = *m_programs.front();
+        const auto sources = first.events("source");
+        const bool isBehind = !sources.empty()
+            && first.events("item").size() >= sources[0].value("items", std::size_t{0});
+        const bool isAsked = blow.moment == Moment::kQuestion && !first.events("summary").size();
+        if (isInTime && (!isBehind || isAsked)) {
+            blow.strike();
+            ++m_figures["blow " + blow.story.substr(0, blow.story.find(' ', 9))];
+            tell("struck: " + blow.story);
+        }
+        for (std::size_t i = 0; i < running; ++i)
+            m_programs[i]->goOn();
+    }
+}
+
+void Round::follow(const std::vector<std::unique_ptr<HuntProgram>>& programs)
+{
+    const Clock::time_point begin = Clock::now();
+    std::set<HuntProgram*> answered;
+    for (bool isRunning = true; isRunning;) {
+        isRunning = false;
+        for (std::size_t i = 0; i < programs.size(); ++i)
+            isRunning = programs[i]->look(Milliseconds(2)) || isRunning;
+        const auto since = std::chrono::duration_cast<Milliseconds>(Clock::now() - begin);
+        strikeWhatIsDue(since);
+        for (const auto& program : programs) {
+            if (program->asks() && answered.insert(program.get()).second)
+                program->answer("y\n");
+        }
+        if (since > kLongEnough)
+            programs.front()->signal(SIGKILL);
+    }
+}
+
+void Round::run(bool isDisturbed)
+{
+    const Evidence before(m_situation.world);
+    m_ends.clear();
+    if (!isDisturbed) {
+        m_blows.clear();
+        m_situation.signals.clear();
+        m_situation.lostAPlace = false;
+    }
+    const Clock::time_point begin = Clock::now();
+    start(isDisturbed && !m_fault.empty());
+    follow(m_programs);
+    for (const auto& program : m_programs) {
+        const auto summaries = program->events("summary");
+        m_ends.push_back({program->code(), program->out(), program->err(), {}, false});
+        if (summaries.size() == 1)
+            m_ends.back().summary = summaries.front();
+        m_ends.back().isHung = Clock::now() - begin > kLongEnough;
+        tell("ended with " + std::to_string(program->code()) + '\n' + program->out()
+            + program->err());
+        ++m_figures["exit " + std::to_string(program->code())];
+        m_figures["may be wiped"] += m_ends.back().summary
+                && m_ends.back().summary->value("card_may_be_wiped", false)
+            ? 1U
+            : 0U;
+    }
+    m_programs.clear();
+    m_situation.world.restore();
+    Judge judge(m_situation, before, m_ends);
+    if (!isDisturbed && (m_ends[0].code == 0 || m_ends[0].code == 1) && !m_situation.isDry)
+        judge.expectNoLeftovers();
+    m_figures["originals deleted"] += judge.deletedOriginals();
+    const auto wrongs = judge.judge();
+    m_wrongs.insert(m_wrongs.end(), wrongs.begin(), wrongs.end());
+}
+
+std::string Round::story() const
+{
+    std::string text = "HUNT_SEED=" + std::to_string(m_seed)
+        + " HUNT_ROUND=" + std::to_string(m_number) + " mfx_hunt\n";
+    for (const std::string& wrong : m_wrongs)
+        text += "WRONG: " + wrong + '\n';
+    for (const std::string& line : m_story)
+        text += line + '\n';
+    std::string command;
+    for (const std::string& word : words())
+        command += quoted(word) + ' ';
+    return text + command + '\n';
+}
+
+} // namespace e2e::hunt
