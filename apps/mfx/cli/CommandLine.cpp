@@ -133,7 +133,9 @@ void addNaming(CLI::App& download, CommandLine& line)
     download
         .add_option("-O,--only",
             line.only,
-            text("$$$/Mfx/Help/Only=Only items with such a device name; may be repeated"))
+            text("$$$/Mfx/Help/OnlyNames=Only items with such a device name and their sidecars; "
+                 "may be "
+                 "repeated"))
         ->type_name("GLOB")
         ->allow_extra_args(false);
 }

@@ -235,8 +235,8 @@ private:
             return ExitCode::kInterrupted;
         if (summary.placeUnusable)
             return ExitCode::kPlaceUnusable;
-        const bool isPart =
-            summary.failed != 0 || summary.notDeleted != 0 || summary.nobodyAnswered;
+        const bool isPart = summary.failed != 0 || summary.notDeleted != 0 || summary.nobodyAnswered
+            || summary.deletionForbidden;
         return isPart ? ExitCode::kPartly : ExitCode::kDone;
     }
 

@@ -136,6 +136,7 @@ void JsonEvents::summary(const DownloadSummary& summary)
         {"deleted", summary.deleted},
         {"folder", displayName(summary.folder)},
         {"proven", summary.proven},
+        {"dated_by_file_time", summary.datedByFile},
         {"not_deleted", summary.notDeleted},
         {"not_handled", summary.notHandled},
         {"not_asked_for", summary.notAskedFor},

@@ -3,8 +3,8 @@
 #include "mfx/cli/Reporting.h"
 #include "mfx/cli/SourceArgument.h"
 #include "mfx/engine/CaptureDate.h"
-#include "mfx/engine/ItemGroups.h"
 #include "mfx/engine/SpaceCheck.h"
+#include "mfx/engine/TwinCheck.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/ProgramEnvironment.h"
 
@@ -19,6 +19,17 @@ std::string below(const std::string& folder, const std::string& name)
     return folder.empty() ? name : folder + '/' + name;
 }
 
+// A date that only the file has is worth less: a copy or a repair of the card may have set it.
+std::string dateText(const CaptureDate& date)
+{
+    if (!date.moment)
+        return text("$$$/Mfx/List/Undated=undated");
+    const std::string when = isoText(*date.moment);
+    return date.source == DateSource::FileTime
+        ? text("$$$/Mfx/List/DateOfFile=%1 (file time)", {when})
+        : when;
+}
+
 void printItem(const CardContents& card,
     std::uint32_t item,
     std::size_t group,
@@ -26,18 +37,16 @@ void printItem(const CardContents& card,
     bool json)
 {
     const MediaItem& file = card.items[item];
-    const std::string when = date.moment ? isoText(*date.moment) : std::string();
     if (json)
         printJson({{"name", displayName(file.name)},
             {"path", displayName(card.pathOf(file))},
             {"bytes", file.status.size},
-            {"date", when.empty() ? Json(nullptr) : Json(when)},
+            {"date", date.moment ? Json(isoText(*date.moment)) : Json(nullptr)},
             {"date_source", std::string(dateSourceText(date.source))},
             {"group", group}});
     else
         printLine(terminalText(below(card.folders[file.folder], file.name)) + "\t"
-            + sizeText(file.status.size) + "\t"
-            + (when.empty() ? text("$$$/Mfx/List/Undated=undated") : when));
+            + sizeText(file.status.size) + "\t" + dateText(date));
 }
 
 ExitCode tellRest(const CardContents& card)
@@ -57,7 +66,7 @@ ExitCode tellRest(const CardContents& card)
 ExitCode runList(const CommandLine& line)
 {
     const CardContents card = scanSource(sourceArgument(line.source));
-    const std::vector<ItemGroup> groups = groupItems(card);
+    const std::vector<ItemGroup> groups = TwinCheck(card, Pt::wasInterrupted).groups();
     for (std::size_t group = 0; group < groups.size(); ++group) {
         if (Pt::wasInterrupted())
             return ExitCode::kInterrupted;

@@ -2,6 +2,7 @@
 
 #include "mfx/engine/CiffDate.h"
 #include "mfx/engine/ExifDate.h"
+#include "mfx/engine/ItemGroups.h"
 #include "mfx/engine/MovieDate.h"
 
 #include <algorithm>
@@ -51,14 +52,26 @@ std::string beginning(std::istream& stream)
     return std::string(head.data(), static_cast<std::size_t>(stream.gcount()));
 }
 
-CaptureDate dateByForm(std::istream& stream)
+PhotoFacts factsByForm(std::istream& stream)
 {
     const FileForm form = formOf(beginning(stream));
     if (form == FileForm::Ciff) {
-        return ciffDate(stream);
+        return {ciffDate(stream), {}};
     }
-    const CaptureDate date = form == FileForm::Movie ? movieDate(stream) : exifDate(stream);
-    return date.moment || form != FileForm::StillOrMovie ? date : movieDate(stream);
+    PhotoFacts facts =
+        form == FileForm::Movie ? PhotoFacts{movieDate(stream), {}} : exifFacts(stream);
+    if (!facts.date.moment && form == FileForm::StillOrMovie) {
+        facts.date = movieDate(stream);
+    }
+    return facts;
+}
+
+// Of the group's member: as it was read before, or read now.
+CaptureDate memberDate(CardContents const& card, ItemGroup const& group, std::size_t member)
+{
+    return member < group.ownDates.size()
+        ? group.ownDates[member]
+        : ownCaptureDate(card.pathOf(card.items[group.members[member]]));
 }
 
 } // namespace
@@ -90,12 +103,17 @@ std::string_view dateSourceText(DateSource source)
     return "unknown";
 }
 
-CaptureDate ownCaptureDate(std::string const& path)
+PhotoFacts ownFacts(std::string const& path)
 {
     std::ifstream stream(path, std::ios::binary);
-    CaptureDate date = dateByForm(stream);
-    date.readFailed = date.readFailed || !stream.is_open() || stream.bad();
-    return date;
+    PhotoFacts facts = factsByForm(stream);
+    facts.date.readFailed = facts.date.readFailed || !stream.is_open() || stream.bad();
+    return facts;
+}
+
+CaptureDate ownCaptureDate(std::string const& path)
+{
+    return ownFacts(path).date;
 }
 
 CaptureDate fileTimeDate(Pt::FileStatus const& status)
@@ -117,8 +135,8 @@ CaptureDate fileTimeDate(Pt::FileStatus const& status)
 CaptureDate groupCaptureDate(CardContents const& card, ItemGroup const& group)
 {
     bool readFailed = false;
-    for (const std::uint32_t member : group.members) {
-        CaptureDate date = ownCaptureDate(card.pathOf(card.items[member]));
+    for (std::size_t member = 0; member < group.members.size(); ++member) {
+        CaptureDate date = memberDate(card, group, member);
         readFailed = readFailed || date.readFailed;
         if (date.moment) {
             date.readFailed = readFailed;

@@ -9,7 +9,7 @@
 #pragma once
 
 #include "mfx/engine/DateText.h"
-#include "mfx/engine/ItemGroups.h"
+#include "platform/common/FileStatus.h"
 
 #include <cstdint>
 #include <optional>
@@ -17,6 +17,9 @@
 #include <string_view>
 
 namespace mfx {
+
+struct CardContents;
+struct ItemGroup;
 
 enum class DateSource : std::uint8_t {
     None,
@@ -42,14 +45,29 @@ struct CaptureDate {
     friend bool operator==(CaptureDate const&, CaptureDate const&) = default;
 };
 
+// Which camera took a photo, as its EXIF says; empty where it does not.
+struct Camera {
+    std::string make;
+    std::string model;
+
+    friend bool operator==(Camera const&, Camera const&) = default;
+};
+
+struct PhotoFacts {
+    CaptureDate date;
+    Camera camera;
+};
+
 // From what stands in the file itself. Requires: path names a regular file.
+PhotoFacts ownFacts(std::string const& path);
 CaptureDate ownCaptureDate(std::string const& path);
 
 // From the modification time, read as UTC. Up to 2 January 1980 it is unset: FAT's zero date is
 // 1 January 1980, and zones shift it by up to a day.
 CaptureDate fileTimeDate(Pt::FileStatus const& status);
 
-// From the first member with a date of its own; without one, from the primary's file time.
+// From the first member with a date of its own; without one, from the primary's file time. Dates
+// that the group knows already are not read again.
 CaptureDate groupCaptureDate(CardContents const& card, ItemGroup const& group);
 
 } // namespace mfx

@@ -1,6 +1,7 @@
 #include "mfx/engine/CardScan.h"
 
 #include "commandline/NameText.h"
+#include "mfx/engine/NameChoice.h"
 #include "mfx/engine/OriginalDeletion.h"
 #include "mfx/engine/PictureSearch.h"
 #include "mfx/texts/Texts.h"
@@ -23,6 +24,8 @@ using namespace commandline;
 namespace {
 
 using Kind = Pt::FileStatus::Kind;
+
+constexpr std::size_t kToldNames = 5;
 
 constexpr auto kSystemFolders = std::to_array<std::string_view>({".Trashes",
     ".Spotlight-V100",
@@ -106,7 +109,7 @@ private:
     std::vector<std::string> namesIn(std::uint32_t folder);
     void putBack(std::uint32_t folder);
     void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
-    void take(std::uint32_t folder, std::string name);
+    void take(std::uint32_t folder, std::string name, NameChoice const& choice);
     void enter(std::uint32_t folder, std::string name, Pt::FileStatus const& status);
     bool toldToStop();
     void sort();
@@ -134,6 +137,12 @@ void Scan::run()
         list(folder);
     }
     sort();
+    for (std::string const& path : m_contents.leftOut) {
+        if (m_contents.notAskedForNames.size() == kToldNames) {
+            break;
+        }
+        m_contents.notAskedForNames.push_back(path);
+    }
 }
 
 bool Scan::toldToStop()
@@ -152,11 +161,12 @@ void Scan::list(std::uint32_t folder)
         names = namesIn(folder);
     }
     std::sort(names.begin(), names.end());
+    const NameChoice choice(m_options.only, names);
     for (std::string& name : names) {
         if (toldToStop()) {
             return;
         }
-        take(folder, std::move(name));
+        take(folder, std::move(name), choice);
     }
 }
 
@@ -195,7 +205,7 @@ void Scan::putBack(std::uint32_t folder)
     std::filesystem::remove(aside, error);
 }
 
-void Scan::take(std::uint32_t folder, std::string name)
+void Scan::take(std::uint32_t folder, std::string name, NameChoice const& choice)
 {
     const std::string path = m_contents.folderPath(folder) + '/' + name;
     std::error_code error;
@@ -206,7 +216,7 @@ void Scan::take(std::uint32_t folder, std::string name)
         passOver(folder, std::move(name), *reason, status->kind);
     } else if (status->kind == Kind::Folder) {
         enter(folder, std::move(name), *status);
-    } else if (m_options.only.accepts(name)) {
+    } else if (choice.takes(name)) {
         m_contents.items.push_back({std::move(name), *status, folder});
         ++m_contents.folderIds[folder].items;
     } else {

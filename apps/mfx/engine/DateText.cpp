@@ -338,6 +338,13 @@ std::string isoText(CaptureMoment const& moment)
     return text;
 }
 
+std::int64_t clockSeconds(CaptureMoment const& moment)
+{
+    constexpr std::int64_t kSecondsPerDay = 86'400;
+    const std::int64_t days = dayOf(moment).time_since_epoch().count();
+    return days * kSecondsPerDay + moment.hour * 3600 + moment.minute * 60 + moment.second;
+}
+
 std::tm brokenDownTime(CaptureMoment const& moment)
 {
     using namespace std::chrono;

@@ -47,6 +47,9 @@ std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds);
 // "2021-04-08T14:51:13.25+02:00", with what is known.
 std::string isoText(CaptureMoment const& moment);
 
+// Counted from 1970 by the clock that the moment was read from, whatever its zone.
+std::int64_t clockSeconds(CaptureMoment const& moment);
+
 // For formatting; day of the week and of the year are filled in.
 std::tm brokenDownTime(CaptureMoment const& moment);
 

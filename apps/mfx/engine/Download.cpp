@@ -8,6 +8,7 @@
 #include "mfx/engine/PassedOverList.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/engine/Ticker.h"
+#include "mfx/engine/TwinCheck.h"
 #include "mfx/engine/Verdict.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
@@ -65,7 +66,6 @@ Download::Download(
     , m_card(card)
     , m_sink(sink)
     , m_events(events)
-    , m_groups(groupItems(card))
     , m_places(card, m_request.target, m_request.backupFolder, m_request.dryRun)
     , m_folders(m_request.target, m_places, m_request.dryRun)
     , m_backup(card, m_groups, sink, m_places)
@@ -82,6 +82,7 @@ DownloadSummary Download::run()
     m_summary.folder = m_request.target;
     m_summary.backupWanted = m_request.backupFolder.has_value();
     m_summary.dryRun = m_request.dryRun;
+    m_summary.datesAreUsed = m_request.rules.useDates();
     m_summary.notAskedFor = m_card.notAskedFor;
     std::uint64_t bytes = 0;
     for (const MediaItem& item : m_card.items)
@@ -93,6 +94,7 @@ DownloadSummary Download::run()
     addPassedOver();
     {
         const Ticker ticker(kProgressPause, [this] { tellProgress(); });
+        m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
         runGroups();
         m_summary.nextSequence = m_request.firstSequence + m_lastSaved;
         if (!m_request.dryRun)
@@ -116,6 +118,7 @@ void Download::openPlaces()
     const FinalFolder& base = m_folders.open("");
     if (!base.objection.empty())
         throw PlaceError(base.objection);
+    m_summary.copiesInOneFolder = base.kinship.toBackup == Kinship::kSameName;
     m_summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
     for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()}) {
         if (!kinship.cardFolder.empty())
@@ -125,7 +128,12 @@ void Download::openPlaces()
 
 void Download::warnOfPlaces()
 {
-    if (m_request.backupFolder && m_summary.copiesOnOneDisk)
+    if (m_summary.copiesInOneFolder)
+        m_events.message("",
+            text(
+                "$$$/Mfx/Download/OneFolder=target and backup are one folder: both copies count as "
+                "one, and no original is deleted"));
+    else if (m_summary.copiesOnOneDisk)
         m_events.message("",
             text("$$$/Mfx/Download/OneDisk=both copies are on one disk: who loses it loses both"));
     if (m_request.wantsDNG && !m_request.convertsToDNG)
@@ -380,6 +388,8 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
             ++m_summary.saved;
         if (!work.failed)
             m_lastSaved = work.group + 1;
+        if (!work.failed && work.date.source == DateSource::FileTime)
+            ++m_summary.datedByFile;
         if (m_items[member.item].isProven)
             ++m_summary.proven;
         if (event.error && event.status == ItemStatus::kDNGFailed)

@@ -104,7 +104,7 @@ private:
     const CardContents& m_card;
     SinkSession& m_sink;
     DownloadEvents& m_events;
-    const std::vector<ItemGroup> m_groups;
+    std::vector<ItemGroup> m_groups; // constant once the card was looked at
     PlaceWatch m_places;
     FinalFolders m_folders;
     GroupBackup m_backup;

@@ -34,6 +34,8 @@ void Download::closeDownload()
     const std::vector<std::uint32_t> candidates =
         m_request.deletesOriginals ? deletable() : std::vector<std::uint32_t>();
     const bool deletes = !candidates.empty();
+    m_summary.deletionForbidden =
+        m_request.deletesOriginals && (m_summary.copiesInOneFolder || !m_deletionObjection.empty());
     const std::vector<std::uint32_t>& listed = deletes ? candidates : saved;
     std::optional<PhaseScope> phase;
     if (deletes)

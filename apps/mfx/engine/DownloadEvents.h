@@ -63,6 +63,7 @@ struct DownloadSummary {
     std::size_t backups = 0; // proven second copies
     std::size_t proven = 0; // items whose save, and backup if asked for, was proven
     std::size_t converted = 0;
+    std::size_t datedByFile = 0; // saved or existing items whose date is their file's time
     std::size_t failed = 0; // items that are not safe, or not as asked for
     std::size_t unsafe = 0; // those of them that are not safe
     std::size_t deleted = 0; // originals
@@ -75,12 +76,15 @@ struct DownloadSummary {
     std::vector<PassedOver> passedOver; // by kind
     std::vector<NotSafe> notSafe; // the first ones; `unsafe` counts all
     bool backupWanted = false;
+    bool datesAreUsed = false; // for names or folders
     bool interrupted = false;
     bool placeUnusable = false; // a place became full or unusable, and the run stopped
     bool sourceGone = false;
     bool dryRun = false;
     bool copiesOnCardsDevice = false; // wiping it would cost the copies too
     bool copiesOnOneDisk = false; // saved copies and backups may be lost together
+    bool copiesInOneFolder = false; // they count as one, and no original is deleted
+    bool deletionForbidden = false; // it was asked for, and nothing may go
     bool nobodyAnswered = false; // the question of deletion found nobody
     bool outputFailed = false; // nobody reads what is told, and the run stopped
     bool cardMayBeWiped = false;

@@ -14,7 +14,7 @@ namespace {
 
 // Cameras put their tags in front. Some raw forms keep a directory at the end: read whole.
 constexpr auto kPieces =
-    std::to_array<std::size_t>({256 * 1024, 4 * 1024 * 1024, 128 * 1024 * 1024});
+    std::to_array<std::size_t>({64 * 1024, 256 * 1024, 4 * 1024 * 1024, 128 * 1024 * 1024});
 
 struct ExifKeys {
     DateSource source;
@@ -84,8 +84,26 @@ CaptureDate dateOfXmp(Exiv2::XmpData const& xmp)
     return {};
 }
 
+// The keys differ by the maker's form of raw file.
+std::string firstText(Exiv2::ExifData const& exif, std::initializer_list<char const*> keys)
+{
+    for (char const* key : keys) {
+        const std::string text = exifText(exif, key);
+        if (!text.empty()) {
+            return text;
+        }
+    }
+    return {};
+}
+
+Camera cameraOfExif(Exiv2::ExifData const& exif)
+{
+    return {firstText(exif, {"Exif.Image.Make", "Exif.PanasonicRaw.Make"}),
+        firstText(exif, {"Exif.Image.Model", "Exif.PanasonicRaw.Model"})};
+}
+
 struct Reading {
-    CaptureDate date;
+    PhotoFacts facts;
     bool whole = false; // all that the file says was seen, even if more bytes follow
 };
 
@@ -106,12 +124,13 @@ Reading readPiece(std::vector<unsigned char> const& bytes)
     try {
         const auto image = Exiv2::ImageFactory::open(bytes.data(), static_cast<long>(bytes.size()));
         const bool complete = understood(*image);
-        CaptureDate date = dateOfExif(image->exifData());
-        if (!date.moment) {
-            date = dateOfXmp(image->xmpData());
+        PhotoFacts facts{dateOfExif(image->exifData()), cameraOfExif(image->exifData())};
+        if (!facts.date.moment) {
+            facts.date = dateOfXmp(image->xmpData());
         }
         const bool tagsComeFirst = image->imageType() == Exiv2::ImageType::jpeg;
-        return {date, date.source == DateSource::ExifOriginal || (complete && tagsComeFirst)};
+        const bool isOriginal = facts.date.source == DateSource::ExifOriginal;
+        return {facts, isOriginal || (complete && tagsComeFirst)};
     } catch (std::exception const&) {
         return {{}, true}; // no form that the library knows: more bytes change nothing
     }
@@ -137,7 +156,7 @@ void readUpTo(std::istream& stream, std::size_t size, std::vector<unsigned char>
 
 } // namespace
 
-CaptureDate exifDate(std::istream& stream)
+PhotoFacts exifFacts(std::istream& stream)
 {
     static std::mutex lock; // the library's XMP parser serves one thread
     static std::once_flag started;
@@ -154,8 +173,8 @@ CaptureDate exifDate(std::istream& stream)
             break;
         }
     }
-    reading.date.readFailed = stream.bad();
-    return reading.date;
+    reading.facts.date.readFailed = stream.bad();
+    return reading.facts;
 }
 
 } // namespace mfx

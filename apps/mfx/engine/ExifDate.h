@@ -1,5 +1,5 @@
 // The date in a still picture's EXIF or XMP, in any form of file that holds them, or in an XMP
-// sidecar.
+// sidecar, and the camera's name.
 //
 // The picture is read into memory piece by piece, a small beginning first and never more than
 // 128 MiB: a card that is pulled out while it is read gives a failed read, where a mapped file
@@ -14,6 +14,6 @@
 namespace mfx {
 
 // No moment when the stream is no such file or holds no possible date.
-CaptureDate exifDate(std::istream& stream);
+PhotoFacts exifFacts(std::istream& stream);
 
 } // namespace mfx

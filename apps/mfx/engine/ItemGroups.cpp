@@ -87,7 +87,7 @@ ItemGroup& FolderGroups::groupFor(std::string_view name, std::size_t stemBytes)
         }
     }
     groups.push_back(m_groups.size());
-    m_groups.push_back({{}, static_cast<std::uint32_t>(stemBytes)});
+    m_groups.push_back({{}, static_cast<std::uint32_t>(stemBytes), {}});
     return m_groups.back();
 }
 

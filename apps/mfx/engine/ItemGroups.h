@@ -7,6 +7,7 @@
 // second is a group of its own. Free functions without state; any thread may call them.
 #pragma once
 
+#include "mfx/engine/CaptureDate.h"
 #include "mfx/engine/CardScan.h"
 
 #include <cstddef>
@@ -21,9 +22,13 @@ struct ItemGroup {
     // name within a kind.
     std::vector<std::uint32_t> members;
     std::uint32_t stemBytes = 0;
+    // Of the first members, as far as they were read to tell twins from strangers (see
+    // TwinCheck.h).
+    std::vector<CaptureDate> ownDates;
 };
 
-// Every item is in exactly one group; groups stand in the order of their first item.
+// By names alone, without a look into the files. Every item is in exactly one group; groups stand
+// in the order of their first item.
 std::vector<ItemGroup> groupItems(CardContents const& card);
 
 // Bytes of the card's names; they last as long as the card's contents.

@@ -75,6 +75,11 @@ MediaKind mediaKind(std::string_view extension)
     return knownKind(last).value_or(MediaKind::Other);
 }
 
+bool isMovieCompanion(std::string_view extension)
+{
+    return knownKind(extension) == MediaKind::Other;
+}
+
 std::string extensionList(MediaKind kind)
 {
     std::string list;

@@ -29,6 +29,9 @@ enum class MediaKind : std::uint8_t { Raw, Image, Movie, Audio, Other, Sidecar }
 // By extension, in either case; the last part of a chain decides.
 MediaKind mediaKind(std::string_view extension);
 
+// Whether it is that of a movie's thumbnail or small version: they are of the kind Other.
+bool isMovieCompanion(std::string_view extension);
+
 // The known extensions of a kind, lower case, separated by commas.
 std::string extensionList(MediaKind kind);
 

@@ -114,7 +114,7 @@ NameFilter::NameFilter(std::vector<std::string> const& globs)
 
 bool NameFilter::accepts(std::string_view name) const
 {
-    if (m_globs.empty()) {
+    if (acceptsAll()) {
         return true;
     }
     const std::u32string codes = foldedCodes(name);

@@ -19,6 +19,7 @@ public:
     explicit NameFilter(std::vector<std::string> const& globs);
 
     bool accepts(std::string_view name) const;
+    bool acceptsAll() const { return m_globs.empty(); }
 
 private:
     std::vector<std::u32string> m_globs;

@@ -140,10 +140,10 @@ void NamePattern::dropOwnExtension()
     }
 }
 
-bool NamePattern::usesSequence() const
+bool NamePattern::uses(Piece::Kind kind) const
 {
-    return std::any_of(m_pieces.begin(), m_pieces.end(), [](Piece const& piece) {
-        return piece.kind == Piece::Kind::Sequence;
+    return std::any_of(m_pieces.begin(), m_pieces.end(), [kind](Piece const& piece) {
+        return piece.kind == kind;
     });
 }
 

@@ -34,7 +34,8 @@ public:
     // Throws PatternError.
     explicit NamePattern(std::string_view pattern);
 
-    bool usesSequence() const;
+    bool usesSequence() const { return uses(Piece::Kind::Sequence); }
+    bool usesDate() const { return uses(Piece::Kind::Date); }
 
     // The stem. Throws PatternError when it would be empty, hidden or "." or "..", or would
     // hold "/" or NUL: the pattern and these fields do not make a file name.
@@ -49,6 +50,7 @@ private:
         std::size_t digits = 0; // of Sequence
     };
 
+    bool uses(Piece::Kind kind) const;
     void readPiece(std::string_view& rest);
     void addText(char c);
     static Piece fieldPiece(std::string_view field);

@@ -2,7 +2,7 @@
 
 #include "commandline/NameText.h"
 #include "mfx/engine/CaptureDate.h"
-#include "mfx/engine/ItemGroups.h"
+#include "mfx/engine/TwinCheck.h"
 #include "platform/common/FileStatus.h"
 
 #include <algorithm>
@@ -106,7 +106,7 @@ Standing findStanding(const CardContents& card, const DownloadRequest& request)
     Standing standing(card.items.size());
     StandingFiles files;
     std::uint64_t sequence = request.firstSequence;
-    for (const ItemGroup& group : groupItems(card)) {
+    for (const ItemGroup& group : TwinCheck(card).groups()) {
         const auto target = targetOf(card, group, request, sequence++);
         if (!target)
             continue;

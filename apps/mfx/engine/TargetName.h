@@ -30,6 +30,8 @@ std::string safeStem(std::string_view stem);
 struct NamingRules {
     std::optional<NamePattern> rename; // the device's name without one
     std::optional<SubfolderPattern> subfolders; // none without one
+
+    bool useDates() const { return subfolders || (rename && rename->usesDate()); }
 };
 
 class GroupTarget {

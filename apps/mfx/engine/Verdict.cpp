@@ -40,6 +40,10 @@ std::string counts(const DownloadSummary& summary)
         add(summary.converted,
             "$$$/Mfx/Verdict/ConvertedOne=%1 converted",
             "$$$/Mfx/Verdict/Converted=%1 converted");
+    if (summary.datedByFile != 0 && summary.datesAreUsed)
+        add(summary.datedByFile,
+            "$$$/Mfx/Verdict/DatedByFileOne=%1 dated by the file's time",
+            "$$$/Mfx/Verdict/DatedByFile=%1 dated by the file's time");
     add(summary.proven, "$$$/Mfx/Verdict/ProvenOne=%1 proven", "$$$/Mfx/Verdict/Proven=%1 proven");
     add(summary.failed,
         "$$$/Mfx/Verdict/ProblemsOne=%1 problem",
@@ -130,7 +134,10 @@ void giveVerdict(DownloadSummary& summary)
     summary.cardMayBeWiped = allProven && !holdsMore(summary) && !summary.copiesOnCardsDevice
         && !summary.interrupted && !summary.sourceGone && !summary.dryRun;
     summary.verdict = text(sentence(summary, allProven), {tally(summary), passedOverText(summary)});
-    if (summary.backupWanted && summary.copiesOnOneDisk && !summary.dryRun)
+    if (summary.copiesInOneFolder && !summary.dryRun)
+        summary.verdict += ' '
+            + text("$$$/Mfx/Verdict/OneFolder=Target and backup are one folder: that is one copy.");
+    else if (summary.backupWanted && summary.copiesOnOneDisk && !summary.dryRun)
         summary.verdict += ' ' + text("$$$/Mfx/Verdict/OneDisk=Both copies are on one disk.");
 }
 

@@ -23,6 +23,7 @@ public:
     static constexpr char kName[] = ".mfxdownload";
 
     explicit WorkFolder(std::string finalFolder);
+    ~WorkFolder() { leave(); }
     WorkFolder(const WorkFolder&) = delete;
     WorkFolder& operator=(const WorkFolder&) = delete;
 

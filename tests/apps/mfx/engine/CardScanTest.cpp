@@ -351,6 +351,17 @@ TEST(CardScanTest, CountsWhatTheFilterLeavesOut)
     EXPECT_THAT(contents.notHandled, SizeIs(1));
 }
 
+TEST(CardScanTest, BringsWhatBelongsToAFileThatWasAskedForAndNamesTheRest)
+{
+    const TestCard card;
+    for (const char* name : {"x/A.CR2", "x/A.xmp", "y/A.xmp", "x/A.JPG", "x/B.JPG", "C", "D", "E"})
+        card.add(name);
+    const CardContents contents = card.scan({"*.cr2"});
+    EXPECT_THAT(itemPaths(contents), ElementsAre("x/A.CR2", "x/A.xmp"));
+    EXPECT_EQ(contents.notAskedFor, 6U);
+    EXPECT_THAT(contents.notAskedForNames, ElementsAre("C", "D", "E", "x/A.JPG", "x/B.JPG"));
+}
+
 TEST(CardScanTest, StopsWhenItIsTold)
 {
     const TestCard card;

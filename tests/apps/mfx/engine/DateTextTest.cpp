@@ -218,5 +218,16 @@ TEST(DateTextTest, FindsTheDayOfTheWeekAndOfTheYear)
     EXPECT_EQ(time.tm_mon, 11);
 }
 
+TEST(DateTextTest, CountsTheSecondsOfTheClock)
+{
+    EXPECT_EQ(clockSeconds({1970, 1, 1, 0, 0, 0, {}, {}}), 0);
+    EXPECT_EQ(clockSeconds({1971, 1, 1, 0, 0, 1, {}, {}}), 31'536'001);
+    EXPECT_EQ(clockSeconds({2024, 3, 1, 0, 0, 0, {}, {}})
+            - clockSeconds({2024, 2, 28, 23, 59, 59, {}, {}}),
+        86'401);
+    EXPECT_EQ(
+        clockSeconds({2026, 1, 2, 3, 4, 5, 6, 120}), clockSeconds({2026, 1, 2, 3, 4, 5, {}, {}}));
+}
+
 } // namespace
 } // namespace mfx

@@ -30,7 +30,12 @@ constexpr char kLibrary[] = "../Frameworks/preference_xml_parser.framework";
 class RecordedEvents final : public DownloadEvents {
 public:
     void source(const std::string&, std::size_t, std::uint64_t) override { isEnded = false; }
-    void item(const ItemEvent& event) override { items.push_back(event); }
+    void item(const ItemEvent& event) override
+    {
+        items.push_back(event);
+        if (onItem)
+            onItem();
+    }
     void message(const std::string&, const std::string& text) override { messages.push_back(text); }
     Answer question(const std::string&, const std::string& text) override
     {
@@ -51,6 +56,7 @@ public:
 
     bool answer = true;
     std::function<void()> beforeAnswer;
+    std::function<void()> onItem;
     int questions = 0;
     std::vector<std::string> messages;
     std::string asked;
@@ -117,6 +123,148 @@ TEST_F(DownloadTest, DeletesWhatItSavedAndBackedUpWhenThePersonSaysYes)
     EXPECT_EQ(events.last.bytesTotal, 10U) << "those of the card, however often they are copied";
     EXPECT_EQ(events.last.bytesDone, 10U);
     EXPECT_EQ(events.last.itemsDone, 2U);
+}
+
+TEST_F(DownloadTest, AsksHowMuchWouldGoAndWhatWouldBeLeft)
+{
+    card.add("IMG_1.CR2", std::string(1500, 'r'));
+    card.add("IMG_1.JPG", "jpeg");
+    wantBackup();
+    events.answer = false;
+    run();
+    EXPECT_THAT(events.asked, HasSubstr("Do you want to delete these files from your camera"));
+    EXPECT_THAT(events.asked,
+        HasSubstr("\nDelete 2 files (1.5 kB) from card? Each has two proven copies, in " + target
+            + " and in " + backup + "."));
+    EXPECT_THAT(events.asked, HasSubstr("Both copies are on one disk."));
+}
+
+TEST_F(DownloadTest, KeepsEmptyFilesOnTheCardAndSaysSo)
+{
+    card.add("IMG_1.JPG", "jpeg");
+    card.add("IMG_2.JPG", "");
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.saved, 2U);
+    EXPECT_EQ(summary.deleted, 1U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_THAT(
+        summary.verdict, HasSubstr("holds more than these: files without bytes: IMG_2.JPG"));
+    EXPECT_THAT(namesBelow(card.path()), ElementsAre("IMG_2.JPG"));
+}
+
+// An hour may go by before the question is answered.
+TEST_F(DownloadTest, LooksAtBothCopiesAgainBeforeAnOriginalGoes)
+{
+    for (const char* name : {"A.JPG", "B.JPG", "C.JPG", "D.JPG"})
+        card.add(name, std::string("picture ") + name);
+    wantBackup();
+    events.beforeAnswer = [this] {
+        std::filesystem::remove(target + "/A.JPG");
+        std::filesystem::resize_file(backup + "/B.JPG", 0);
+        std::ofstream(target + "/C.JPG") << std::string(13, '\0');
+    };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.deleted, 1U);
+    EXPECT_EQ(summary.notDeleted, 3U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_THAT(namesBelow(card.path()), ElementsAre("A.JPG", "B.JPG", "C.JPG"));
+}
+
+TEST_F(DownloadTest, NamesWhatCameOntoTheCardWhileTheQuestionWasOpen)
+{
+    card.add("A.JPG", "a");
+    events.beforeAnswer = [this] { card.add("B.JPG", "b"); };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.deleted, 1U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    ASSERT_EQ(summary.notSafe.size(), 1U);
+    EXPECT_EQ(summary.notSafe[0].name, "B.JPG");
+    EXPECT_EQ(bytesOf(card.path("B.JPG")), "b");
+}
+
+TEST_F(DownloadTest, DeletesNothingWhenAPlaceIsGoneByThen)
+{
+    card.add("A.JPG", "a");
+    wantBackup();
+    events.beforeAnswer = [this] {
+        std::filesystem::rename(backup, backup + ".moved");
+        std::filesystem::create_directory(backup);
+    };
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_TRUE(summary.placeUnusable);
+    EXPECT_EQ(bytesOf(card.path("A.JPG")), "a");
+    EXPECT_THAT(namesBelow(backup), IsEmpty());
+}
+
+// The disk of the backups is pulled: what the sink would make anew is not made.
+TEST_F(DownloadTest, EndsWithTheItemUndoneWhenTheBackupFolderIsGone)
+{
+    card.add("A.JPG", "a");
+    card.add("B.JPG", "b");
+    wantBackup();
+    events.onItem = [this] { std::filesystem::rename(backup, backup + ".moved"); };
+    const DownloadSummary summary = run();
+    EXPECT_TRUE(summary.placeUnusable);
+    EXPECT_EQ(summary.saved, 1U);
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_FALSE(std::filesystem::exists(backup));
+    EXPECT_THAT(namesBelow(target), ElementsAre("A.JPG"));
+    EXPECT_EQ(bytesOf(card.path("B.JPG")), "b");
+}
+
+TEST_F(DownloadTest, KeepsOneStemForEachGroupInTheBackupToo)
+{
+    for (const char* folder : {"100/", "101/"}) {
+        for (const char* name : {"IMG_1.CR2", "IMG_1.xmp"})
+            card.add(folder + std::string(name), folder + std::string(name));
+    }
+    card.add("101/IMG_1.JPG", "only here");
+    wantBackup();
+    request.deletesOriginals = false;
+    run();
+    EXPECT_EQ(bytesOf(backup + "/IMG_1.CR2"), "100/IMG_1.CR2");
+    EXPECT_EQ(bytesOf(backup + "/IMG_1.xmp"), "100/IMG_1.xmp");
+    EXPECT_EQ(bytesOf(backup + "/IMG_1-1.CR2"), "101/IMG_1.CR2");
+    EXPECT_EQ(bytesOf(backup + "/IMG_1-1.xmp"), "101/IMG_1.xmp");
+    EXPECT_EQ(bytesOf(backup + "/IMG_1-1.JPG"), "only here");
+    EXPECT_THAT(namesBelow(backup), testing::SizeIs(5));
+}
+
+TEST_F(DownloadTest, DeletesNothingWhereTargetAndBackupAreOneFolder)
+{
+    card.add("A.JPG", "a");
+    request.backupFolder = choices.backupFolder = target;
+    const DownloadSummary summary = run();
+    EXPECT_THAT(namesBelow(target), ElementsAre("A-1.JPG", "A.JPG"));
+    EXPECT_EQ(summary.deleted, 0U);
+    EXPECT_TRUE(summary.deletionForbidden);
+    EXPECT_EQ(events.questions, 0);
+    EXPECT_THAT(summary.verdict, HasSubstr("that is one copy"));
+}
+
+TEST_F(DownloadTest, LeavesEmptyFilesOfOthersAlone)
+{
+    card.add("A.JPG", "a");
+    wantBackup();
+    std::ofstream(target + "/A.JPG").flush();
+    std::ofstream(backup + "/A.JPG").flush();
+    run();
+    EXPECT_THAT(namesBelow(target), ElementsAre("A-1.JPG", "A.JPG"));
+    EXPECT_THAT(namesBelow(backup), ElementsAre("A-1.JPG", "A.JPG"));
+    EXPECT_EQ(bytesOf(backup + "/A.JPG"), "");
+}
+
+TEST_F(DownloadTest, NeverCallsTheCardSafeToWipeWhereCopiesAreOnItsDevice)
+{
+    const tests::TestCard same{tests::TestCard::Device::kOther};
+    card.add("A.JPG", "a");
+    request.target = same.path();
+    request.deletesOriginals = false;
+    const DownloadSummary summary = run();
+    EXPECT_EQ(summary.proven, 1U);
+    EXPECT_FALSE(summary.cardMayBeWiped);
+    EXPECT_THAT(summary.verdict, HasSubstr("on the same device as the originals"));
 }
 
 TEST_F(DownloadTest, DeletesNothingWhenThePersonSaysNo)

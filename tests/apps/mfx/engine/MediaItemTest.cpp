@@ -75,5 +75,13 @@ TEST(MediaItemTest, KnowsTheKindByTheExtension)
     EXPECT_EQ(mediaKind("cr2 crw"), MediaKind::Other);
 }
 
+TEST(MediaItemTest, KnowsTheCompanionsOfAMovieFromOtherOthers)
+{
+    for (const char* extension : {"thm", "THM", "LRV", "glv"})
+        EXPECT_TRUE(isMovieCompanion(extension)) << extension;
+    for (const char* extension : {"", "txt", "xmp", "mp4", "thm.xmp"})
+        EXPECT_FALSE(isMovieCompanion(extension)) << extension;
+}
+
 } // namespace
 } // namespace mfx

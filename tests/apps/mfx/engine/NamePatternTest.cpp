@@ -134,5 +134,11 @@ TEST(NamePatternTest, SaysWhatIsWrong)
     }
 }
 
+TEST(NamePatternTest, KnowsWhetherItUsesTheDate)
+{
+    EXPECT_TRUE(NamePattern("a{date:%Y}").usesDate());
+    EXPECT_FALSE(NamePattern("{{date:%Y}}{name}{seq:3}").usesDate());
+}
+
 } // namespace
 } // namespace mfx

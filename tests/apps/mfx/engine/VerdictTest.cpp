@@ -43,6 +43,20 @@ TEST(VerdictTest, CountsBackupsWhereTheyAreWanted)
         "from the card: the card may be wiped.");
 }
 
+TEST(VerdictTest, CountsDatesOfFilesWhereTheyGaveNames)
+{
+    DownloadSummary summary = allSaved();
+    summary.datedByFile = 2;
+    giveVerdict(summary);
+    EXPECT_EQ(summary.verdict,
+        "2 saved, 1 already present, 3 proven, 0 problems: the card may be wiped.");
+    summary.datesAreUsed = true;
+    giveVerdict(summary);
+    EXPECT_EQ(summary.verdict,
+        "2 saved, 1 already present, 2 dated by the file's time, 3 proven, 0 problems: the card "
+        "may be wiped.");
+}
+
 struct UnsafeCase {
     const char* name;
     void (*spoil)(DownloadSummary&);

@@ -102,3 +102,20 @@ TEST_F(FilePlacementTest, FlushesAFolderThatIsThere)
     put("file", "");
     EXPECT_EQ(Pt::flushFolder(path("file")), std::errc::not_a_directory);
 }
+
+TEST_F(FilePlacementTest, MakesAnEmptyFileUnderAFreeName)
+{
+    EXPECT_FALSE(Pt::makeEmptyFile(path("a")));
+    EXPECT_EQ(bytes("a"), "");
+    EXPECT_EQ(modeOf("a"), 0600U);
+    put("b", "2");
+    EXPECT_EQ(Pt::makeEmptyFile(path("b")), std::errc::file_exists);
+    EXPECT_EQ(bytes("b"), "2");
+}
+
+TEST_F(FilePlacementTest, TellsWhyAFolderTakesNoFile)
+{
+    EXPECT_FALSE(Pt::tryFolder(m_folder));
+    EXPECT_THAT(names(), UnorderedElementsAre());
+    EXPECT_EQ(Pt::tryFolder(path("none")), std::errc::no_such_file_or_directory);
+}

@@ -3,6 +3,7 @@
 #include "core/platform/TestFolder.h"
 
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -10,6 +11,8 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,7 +44,7 @@ TEST(ProgramEnvironmentTest, TellsTheProcessItRunsIn)
 
 TEST(ProgramEnvironmentTest, NotesTheFirstInterruptAndEndsAtTheSecond)
 {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         EXPECT_EQ(endOf([signal] {
             Pt::noteInterrupts();
             if (Pt::wasInterrupted())
@@ -58,6 +61,72 @@ TEST(ProgramEnvironmentTest, NotesTheFirstInterruptAndEndsAtTheSecond)
         }),
             128 + signal);
     }
+}
+
+TEST(ProgramEnvironmentTest, IgnoresAHangUpThatWasIgnoredAtItsStart)
+{
+    EXPECT_EQ(endOf([] {
+        std::signal(SIGHUP, SIG_IGN);
+        Pt::noteInterrupts();
+        ::raise(SIGHUP);
+        ::raise(SIGHUP);
+        return Pt::wasInterrupted() ? 1 : 0;
+    }),
+        0);
+}
+
+TEST(ProgramEnvironmentTest, FailsAWriteBeyondTheLimitOfAFilesSize)
+{
+    EXPECT_EQ(endOf([] {
+        Pt::noteInterrupts();
+        const rlimit none = {0, 0};
+        std::FILE* const file = std::tmpfile();
+        if (!file || ::setrlimit(RLIMIT_FSIZE, &none) != 0)
+            return 1;
+        return ::write(::fileno(file), "x", 1) == -1 && errno == EFBIG ? 0 : 2;
+    }),
+        0);
+}
+
+// A file that is opened where standard output was closed would get what is printed.
+TEST(ProgramEnvironmentTest, LetsNoFileTakeThePlaceOfAClosedStream)
+{
+    EXPECT_EQ(endOf([] {
+        for (const int stream : {0, 1, 2})
+            ::close(stream);
+        Pt::holdStandardStreams();
+        if (::open("/dev/null", O_RDWR) <= 2)
+            return 1;
+        return ::write(1, "x", 1) == -1 && ::write(2, "x", 1) == -1 && ::read(0, nullptr, 0) == -1
+            ? 0
+            : 2;
+    }),
+        0);
+}
+
+TEST(ProgramEnvironmentTest, LeavesStreamsThatAreOpenAlone)
+{
+    EXPECT_EQ(endOf([] {
+        struct stat before = {};
+        struct stat after = {};
+        ::fstat(1, &before);
+        Pt::holdStandardStreams();
+        ::fstat(1, &after);
+        return before.st_ino == after.st_ino && before.st_dev == after.st_dev ? 0 : 1;
+    }),
+        0);
+}
+
+TEST(ProgramEnvironmentTest, OpensAsManyFilesAsTheSystemAllows)
+{
+    EXPECT_EQ(endOf([] {
+        rlimit limit = {};
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = 16;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        return Pt::raiseDescriptorLimit() == limit.rlim_max ? 0 : 1;
+    }),
+        0);
 }
 
 TEST(ProgramEnvironmentTest, GoesOnWhenNobodyReadsItsOutput)
