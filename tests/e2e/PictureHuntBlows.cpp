@@ -92,6 +92,7 @@ void change(Situation& situation, std::size_t which, const std::string& bytes, b
     for (Picture& picture : situation.pictures)
         picture.isSpoilt = picture.isSpoilt || picture.bytes == old.bytes;
     situation.pictures.push_back(std::move(now));
+    situation.world.flush();
 }
 
 void add(Situation& situation, const Picture& picture)
@@ -104,6 +105,16 @@ void add(Situation& situation, const Picture& picture)
     writeFile(path, picture.bytes);
     if (readFile(path) == picture.bytes)
         situation.pictures.push_back(picture);
+    situation.world.flush();
+}
+
+void takeAway(Situation& situation, std::size_t step, bool dies)
+{
+    const auto& ofCard = situation.card.steps;
+    situation.lostTheCard = situation.lostTheCard
+        || std::find(ofCard.begin(), ofCard.end(), step) != ofCard.end();
+    if (!dies || !situation.world.die(step))
+        situation.world.detach(step);
 }
 
 } // namespace
@@ -117,10 +128,30 @@ Blow BlowMaker::detach()
     const bool dies = m_draw.chance(50);
     Blow blow;
     blow.story = (dies ? "death or detach of " : "detach of ") + world.step(step).story;
-    blow.strike = [this_ = &m_situation, step, dies] {
-        this_->lostAPlace = true;
-        if (!dies || !this_->world.die(step))
-            this_->world.detach(step);
+    blow.strike = [situation = &m_situation, step, dies] {
+        takeAway(*situation, step, dies);
+    };
+    return blow;
+}
+
+// Another disk, or a folder of the card, comes where one was.
+Blow BlowMaker::swap()
+{
+    World& world = m_situation.world;
+    if (world.stepCount() == 0)
+        return {};
+    const std::size_t step = m_draw.below(world.stepCount());
+    std::vector<fs::path> folders{m_situation.card.reals[0],
+        m_situation.card.reals[0] / "DCIM/100MFX",
+        m_situation.target.reals[0],
+        world.addMemoryDisk("stranger").shelf};
+    const fs::path other = m_draw.oneOf(folders);
+    fs::create_directories(other);
+    Blow blow;
+    blow.story = "swap of " + world.step(step).story + " for " + other.string();
+    blow.strike = [situation = &m_situation, step, other] {
+        takeAway(*situation, step, false);
+        situation->world.bindForNow(other, situation->world.step(step).place);
     };
     return blow;
 }

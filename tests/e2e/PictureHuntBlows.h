@@ -17,6 +17,7 @@ public:
 
     // Without a moment.
     Blow detach();
+    Blow swap();
     Blow addPicture();
     Blow changePicture();
     Blow harmCopy();

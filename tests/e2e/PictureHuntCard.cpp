@@ -1,7 +1,7 @@
 #include "e2e/PictureHuntCard.h"
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -153,10 +153,13 @@ void writeFile(const fs::path& path, const std::string& bytes)
     ::utimensat(AT_FDCWD, path.c_str(), times, 0);
 }
 
+// On a dead disk, a file has no bytes.
 std::string readFile(const fs::path& path)
 {
     std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
 }
 
 } // namespace e2e::hunt

@@ -13,6 +13,12 @@ bool mayBeWiped(const RunEnd& end)
     return end.summary && end.summary->value("card_may_be_wiped", false);
 }
 
+bool sawNothing(const RunEnd& end)
+{
+    return end.summary && end.summary->value("items", 1) == 0
+        && end.summary->value("not_handled", nlohmann::json::object()).empty();
+}
+
 bool hasSanitizerWords(const RunEnd& end)
 {
     for (const char* words : {"Sanitizer", "runtime error:", "terminate called"}) {
@@ -98,10 +104,14 @@ void Judge::expectNothingLost()
     }
 }
 
-// Copies that the hunt takes after they were proven are not what the program speaks of.
+// Copies that the hunt takes after they were proven are not what the program speaks of, nor is a
+// card that was gone before it was looked at.
 void Judge::expectTruthOfVerdicts()
 {
-    if (std::none_of(m_ends.begin(), m_ends.end(), mayBeWiped))
+    const auto isWrongToSay = [this](const RunEnd& end) {
+        return mayBeWiped(end) && !(m_situation.lostTheCard && sawNothing(end));
+    };
+    if (std::none_of(m_ends.begin(), m_ends.end(), isWrongToSay))
         return;
     for (const Picture& picture : m_situation.pictures) {
         if (picture.bytes.empty() || picture.isHarmed || !liesOnCard(m_now, picture.bytes))

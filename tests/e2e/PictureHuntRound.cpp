@@ -65,21 +65,45 @@ void Round::drawPlaces()
         now.backup = kind < 6 ? maker.makeOwn("backup")
                               : maker.makeAlias("backup", kind < 8 ? now.target : now.card);
     }
+    lookTwice();
+    tellPlaces();
+    for (const Place* place : {&now.target, now.backup ? &*now.backup : nullptr}) {
+        if (place && place->isOwn && m_draw.chance(40))
+            drawPriors(*place);
+    }
+}
+
+// Now and then, the card is a second mount of its image; the first is for others.
+void Round::lookTwice()
+{
+    Situation& now = m_situation;
+    if (now.card.kind != "image" || !m_draw.chance(25))
+        return;
+    const Disk& disk = diskOf(now.world, now.card.reals[0]);
+    if (disk.image.empty())
+        return;
+    const fs::path place = now.world.at("card-again");
+    now.card.steps = {now.world.secondLook(disk, place)};
+    now.card.path = place / now.card.reals[0].lexically_relative(disk.shelf);
+    now.card.path = now.card.path.lexically_normal();
+    now.card.kind = "image looked at twice";
+}
+
+void Round::tellPlaces()
+{
     const auto note = [this](const std::string& role, const Place& place) {
         ++m_figures[role + ' ' + place.kind];
         tell(role + ": " + place.kind + ", " + place.path.string() + ", made of "
             + place.reals[0].string());
     };
-    note("card", now.card);
-    note("target", now.target);
-    if (now.backup)
-        note("backup", *now.backup);
-    for (const Picture& picture : now.pictures)
+    note("card", m_situation.card);
+    note("target", m_situation.target);
+    if (m_situation.backup)
+        note("backup", *m_situation.backup);
+    for (std::size_t i = 0; i < m_situation.world.stepCount(); ++i)
+        tell("mounted: " + m_situation.world.step(i).story);
+    for (const Picture& picture : m_situation.pictures)
         tell("  " + quoted(picture.below) + ' ' + std::to_string(picture.bytes.size()));
-    for (const Place* place : {&now.target, now.backup ? &*now.backup : nullptr}) {
-        if (place && place->isOwn && m_draw.chance(40))
-            drawPriors(*place);
-    }
 }
 
 void Round::drawPriors(const Place& place)
@@ -133,48 +157,63 @@ void Round::drawOptions()
 
 void Round::drawBlows()
 {
-    BlowMaker maker(m_situation, m_draw);
     const std::size_t count = 1 + m_draw.below(2);
     for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t kind = m_draw.below(11);
-        if (kind < 3) {
+        if (m_draw.chance(27)) {
             drawFault();
             continue;
         }
-        Blow blow;
-        const auto send = [this](int number) {
-            m_situation.signals.insert(number);
-            m_programs.front()->signal(number);
-        };
-        const int number = m_draw.oneOf(std::vector<int>{SIGINT, SIGTERM, SIGHUP});
-        if (kind == 3)
-            blow = {"kill", {}, {}, [send] { send(SIGKILL); }};
-        else if (kind == 4)
-            blow = {"signal " + std::to_string(number), {}, {}, [send, number] { send(number); }};
-        else if (kind == 5 || kind == 6)
-            blow = maker.detach();
-        else if (kind == 7)
-            blow = {"a second program", {}, {}, [this] { start(false); }};
-        else if (kind == 8)
-            blow = maker.addPicture();
-        else if (kind == 9)
-            blow = maker.changePicture();
-        else
-            blow = maker.harmCopy();
+        Blow blow = drawBlow();
         if (!blow.strike)
             continue;
-        blow.moment = m_hasTerminal ? Moment::kQuestion
-                                    : m_draw.oneOf(std::vector<Moment>{
-                                        Moment::kStart, Moment::kFirstItem, Moment::kFirstItem});
-        if (m_hasTerminal && m_draw.chance(30))
-            blow.moment = Moment::kFirstItem;
-        blow.delay = Milliseconds(blow.moment == Moment::kStart ? m_draw.below(150) : 0);
-        tell("blow: " + blow.story
-            + std::vector<std::string>{" after " + std::to_string(blow.delay.count()) + " ms",
-                " at the first item",
-                " at the question"}[static_cast<std::size_t>(blow.moment)]);
+        setMoment(blow);
         m_blows.push_back(std::move(blow));
     }
+}
+
+Blow Round::drawBlow()
+{
+    BlowMaker maker(m_situation, m_draw);
+    const auto send = [this](int number) {
+        return Blow{"signal " + std::to_string(number), {}, {}, 1, [this, number] {
+                        m_situation.signals.insert(number);
+                        m_programs.front()->signal(number);
+                    }};
+    };
+    switch (m_draw.below(10)) {
+    case 0:
+        return send(SIGKILL);
+    case 1:
+        return send(m_draw.oneOf(std::vector<int>{SIGINT, SIGTERM, SIGHUP}));
+    case 2:
+        return {"a second program", {}, {}, 1, [this] { start(false); }};
+    case 3:
+    case 4:
+        return maker.addPicture();
+    case 5:
+        return maker.changePicture();
+    case 6:
+        return maker.harmCopy();
+    case 7:
+        return maker.swap();
+    default:
+        return maker.detach();
+    }
+}
+
+void Round::setMoment(Blow& blow)
+{
+    const std::size_t kind = m_draw.below(10);
+    if (m_hasTerminal && kind < 7)
+        blow.moment = Moment::kQuestion;
+    else
+        blow.moment = kind < 3 ? Moment::kStart : Moment::kItem;
+    blow.delay = Milliseconds(m_draw.below(150));
+    blow.items = 1 + m_draw.below(3);
+    const std::vector<std::string> moments{" after " + std::to_string(blow.delay.count()) + " ms",
+        " at item " + std::to_string(blow.items),
+        " at the question"};
+    tell("blow: " + blow.story + moments[static_cast<std::size_t>(blow.moment)]);
 }
 
 void Round::drawFault()
@@ -182,6 +221,7 @@ void Round::drawFault()
     static const std::vector<std::string> kErrors{
         std::to_string(EIO), std::to_string(ENOSPC), std::to_string(EACCES)};
     const std::size_t range = m_draw.oneOf(std::vector<std::size_t>{20, 100, 300});
+    const std::size_t kind = m_draw.below(10);
     m_fault = {{"LD_PRELOAD", FAULT_SHIM},
         {"FAULT_ROOT", m_situation.world.root() / "world"},
         {"FAULT_AT", std::to_string(1 + m_draw.below(range))}};
@@ -192,7 +232,8 @@ void Round::drawFault()
             "rename,renameat2,link",
             "open,mkdir",
             "unlink,renameat2,link,rmdir"});
-    const std::size_t kind = m_draw.below(10);
+    if (kind >= 8)
+        m_fault["FAULT_ONLY"] = kind == 8 ? "write,pwrite" : "write,pwrite,read";
     if (kind < 5)
         m_fault["FAULT_KILL"] = "1";
     else if (kind < 8)
@@ -255,8 +296,8 @@ bool Round::isDue(const Blow& blow, Milliseconds since) const
     switch (blow.moment) {
     case Moment::kStart:
         return since >= blow.delay;
-    case Moment::kFirstItem:
-        return !m_programs.front()->events("item").empty();
+    case Moment::kItem:
+        return m_programs.front()->events("item").size() >= blow.items;
     case Moment::kQuestion:
         break;
     }
@@ -313,10 +354,10 @@ void Round::run(bool isDisturbed)
 {
     const Evidence before(m_situation.world);
     m_ends.clear();
+    m_situation.lostTheCard = false;
     if (!isDisturbed) {
         m_blows.clear();
         m_situation.signals.clear();
-        m_situation.lostAPlace = false;
     }
     const Clock::time_point begin = Clock::now();
     start(isDisturbed && !m_fault.empty());

@@ -35,13 +35,14 @@ struct RunEnd {
     bool isHung = false;
 };
 
-enum class Moment { kStart, kFirstItem, kQuestion };
+enum class Moment { kStart, kItem, kQuestion };
 
 // Something that happens to a run.
 struct Blow {
     std::string story;
     Moment moment = Moment::kStart;
     std::chrono::milliseconds delay{};
+    std::size_t items = 1; // that were told before
     std::function<void()> strike;
     bool isDone = false;
 };
@@ -58,7 +59,7 @@ struct Situation {
     bool isDry = false;
     bool converts = false;
     std::set<int> signals; // that the hunt sent
-    bool lostAPlace = false; // detached or dead, in this run
+    bool lostTheCard = false;
 };
 
 class Round {
@@ -74,10 +75,14 @@ public:
 
 private:
     void drawPlaces();
+    void lookTwice();
+    void tellPlaces();
     void drawPriors(const Place& place);
     void drawOptions();
     void drawBlows();
     void drawFault();
+    Blow drawBlow();
+    void setMoment(Blow& blow);
     void run(bool isDisturbed);
     void follow(const std::vector<std::unique_ptr<HuntProgram>>& programs);
     void strikeWhatIsDue(std::chrono::milliseconds since);

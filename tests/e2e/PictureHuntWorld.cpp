@@ -95,6 +95,7 @@ std::size_t World::raise(MountStep step)
 std::size_t World::bind(const Disk& disk, const fs::path& from, const fs::path& place)
 {
     return raise({"bind of " + from.string() + " at " + place.string(),
+        place,
         [from, place](bool) { return held(std::make_shared<test::BindMount>(from, place)); },
         {},
         disk.name});
@@ -111,7 +112,7 @@ std::size_t World::view(const std::string& mode,
         story += ' ' + folder.string();
     for (const std::string& option : options)
         story += ' ' + option;
-    return raise({story, [=](bool isQuiet) {
+    return raise({story, place, [=](bool isQuiet) {
                       const auto mount = std::make_shared<test::OddMount>(
                           mode, place, folders, isQuiet ? quietOptions : options);
                       Mounted mounted = held(mount);
@@ -123,10 +124,26 @@ std::size_t World::view(const std::string& mode,
 std::size_t World::overlay(const fs::path& place, const fs::path& lower, const Disk& upper)
 {
     return raise({"overlay at " + place.string() + " over " + lower.string(),
+        place,
         [place, lower, shelf = upper.shelf](bool) {
             return held(std::make_shared<test::OverlayMount>(
                 place, lower, shelf / "upper", shelf / "work"));
         }});
+}
+
+std::size_t World::secondLook(const Disk& disk, const fs::path& place)
+{
+    flush();
+    return raise({"second look at " + disk.image.string() + " at " + place.string(),
+        place,
+        [place, image = disk.image](bool) {
+            return held(std::make_shared<test::LoopMount>(place, image, kImage, true));
+        }});
+}
+
+void World::bindForNow(const fs::path& from, const fs::path& place)
+{
+    m_passing.push_back(std::make_unique<test::BindMount>(from, place));
 }
 
 void World::detach(std::size_t number)
@@ -163,6 +180,7 @@ void World::flush() const
 // The last one first: some lie in others.
 void World::takeDown()
 {
+    m_passing.clear();
     for (auto step = m_steps.rbegin(); step != m_steps.rend(); ++step)
         step->now = {};
 }
@@ -176,6 +194,7 @@ void World::restore()
             disk.loop = std::make_unique<test::LoopMount>(disk.shelf, disk.image, kImage);
         }
     }
+    flush(); // for those that look twice
     for (MountStep& step : m_steps)
         step.now = step.raise(true);
 }

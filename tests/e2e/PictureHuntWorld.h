@@ -38,6 +38,7 @@ struct Mounted {
 
 struct MountStep {
     std::string story;
+    fs::path place;
     std::function<Mounted(bool isQuiet)> raise; // quiet: nothing dies of itself
     Mounted now{};
     std::string disk{}; // that dies with it
@@ -68,6 +69,12 @@ public:
         const std::vector<std::string>& quietOptions);
     std::size_t overlay(const fs::path& place, const fs::path& lower, const Disk& upper);
 
+    // The disk's image once more, which others write to: read-only.
+    std::size_t secondLook(const Disk& disk, const fs::path& place);
+
+    // Until all is restored.
+    void bindForNow(const fs::path& from, const fs::path& place);
+
     std::size_t stepCount() const { return m_steps.size(); }
     const MountStep& step(std::size_t number) const { return m_steps[number]; }
     void detach(std::size_t number);
@@ -89,6 +96,7 @@ private:
     std::list<Disk> m_disks;
     std::unique_ptr<test::BindMount> m_floor; // the house, as the program sees it
     std::vector<MountStep> m_steps;
+    std::vector<std::unique_ptr<test::BindMount>> m_passing;
 };
 
 } // namespace e2e::hunt
