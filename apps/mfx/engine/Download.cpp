@@ -51,10 +51,11 @@ void noteNoDNG(ItemEvent& event, const std::string& reason)
     event.error = reason;
 }
 
-bool isCardGone(const CardContents& card)
+// The folder beneath a card that was taken out.
+bool isEmptyFolder(const std::string& path)
 {
     std::error_code error;
-    const fs::directory_iterator first(card.root, error);
+    const fs::directory_iterator first(path, error);
     return error || first == fs::directory_iterator();
 }
 
@@ -413,7 +414,7 @@ void Download::noteFailure(const GroupWork& work)
         m_targetRefused = true;
         if (work.folder && !work.folder->objection.empty())
             stopAt(work.folder->objection);
-    } else if (isSourceTrouble(work.problem) && isCardGone(m_card)) {
+    } else if (isSourceTrouble(work.problem) && (isCardGone() || isEmptyFolder(m_card.root))) {
         m_summary.sourceGone = true;
         m_stopReason = text("$$$/Mfx/Download/StoppedCardGone=not tried: the card was taken out");
     }

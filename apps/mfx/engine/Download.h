@@ -86,6 +86,7 @@ private:
     void flushNames();
     void lookAgain();
     void noteNews();
+    bool isCardGone() const;
     void forbidDeletion(const std::string& reason);
     std::vector<std::uint32_t> deletable() const;
     std::string deletionQuestion(const std::vector<std::uint32_t>& items) const;

@@ -7,14 +7,11 @@
 #include "mfx/texts/Texts.h"
 #include "platform/common/FilePlacement.h"
 
-#include <filesystem>
 #include <optional>
 
 namespace mfx {
 
 using namespace commandline;
-
-namespace fs = std::filesystem;
 
 void Download::closeDownload()
 {
@@ -77,7 +74,18 @@ void Download::lookAgain()
         objection = text("$$$/Mfx/Delete/BackupOnCard=the backup folder has become the card's");
     if (objection)
         forbidDeletion(*objection);
-    noteNews();
+    if (isCardGone())
+        m_summary.sourceGone = true; // what lies beneath its name now says nothing
+    else
+        noteNews();
+}
+
+// Not there, or another device in its place.
+bool Download::isCardGone() const
+{
+    std::error_code error;
+    const auto root = Pt::fileStatus(m_card.root + "/.", error);
+    return !root || root->device != m_card.folderIds.front().device;
 }
 
 void Download::noteNews()
@@ -166,9 +174,7 @@ DeletionOutcome Download::deleteOriginal(std::uint32_t item)
         forbidDeletion(reason);
     ++m_summary.notDeleted;
     addNotSafe(displayName(m_card.items[item].name), reason);
-    std::error_code unreadable; // a card that cannot be asked is as good as gone
-    return fs::exists(m_card.root, unreadable) ? DeletionOutcome::kRefused
-                                               : DeletionOutcome::kDeviceGone;
+    return isCardGone() ? DeletionOutcome::kDeviceGone : DeletionOutcome::kRefused;
 }
 
 } // namespace mfx

@@ -49,6 +49,13 @@ bool isStillProven(KeptCopy& copy, const std::optional<Pt::ContentDigest>& diges
     return hasBytes(copy.path, digest);
 }
 
+bool isFile(const std::string& path)
+{
+    std::error_code error;
+    const auto status = Pt::openedFileStatus(path, error);
+    return status && status->size != 0;
+}
+
 // Inode numbers that a file system forgets are no change; the size and the times would be.
 bool standsAsBefore(const std::optional<KeptCopy>& copy)
 {
@@ -113,11 +120,17 @@ std::string OriginalDeletion::copyObjection(KeptItem& kept) const
     const bool hasBackup = kept.backup && isStillProven(*kept.backup, kept.digest);
     if (m_places.backupPath() && !hasBackup)
         return copyGone(kept.backup);
-    // A DNG that changed cannot be proven again; the raw file in the backup stands for it.
+    // A DNG that changed cannot be proven again; with the raw file in the backup it need not be.
     if (kept.dng)
-        return hasBackup || standsAsBefore(kept.dng) ? std::string() : copyGone(kept.dng);
-    return kept.saved && isStillProven(*kept.saved, kept.digest) ? std::string()
-                                                                 : copyGone(kept.saved);
+        return standsAsBefore(kept.dng) || (hasBackup && isFile(kept.dng->path))
+            ? std::string()
+            : copyGone(kept.dng);
+    if (!kept.saved || !isStillProven(*kept.saved, kept.digest))
+        return copyGone(kept.saved);
+    const bool isOneFile = kept.backup && kept.backup->status.device == kept.saved->status.device
+        && kept.backup->status.inode == kept.saved->status.inode;
+    return isOneFile ? text("$$$/Mfx/Delete/OneFile=not deleted: its two copies are one file")
+                     : std::string();
 }
 
 std::string OriginalDeletion::copyGone(const std::optional<KeptCopy>& copy) const

@@ -107,7 +107,7 @@ const char* sentence(const DownloadSummary& summary, bool allProven)
 {
     if (summary.dryRun)
         return "$$$/Mfx/Verdict/NothingWritten=%1. Nothing was written.";
-    if (summary.cardMayBeWiped && summary.items == 0)
+    if (allProven && summary.items == 0 && !holdsMore(summary) && !summary.interrupted)
         return "$$$/Mfx/Verdict/NothingThere=%1. There is nothing on the card.";
     if (summary.cardMayBeWiped)
         return "$$$/Mfx/Verdict/MayBeWiped=%1: the card may be wiped.";
@@ -115,6 +115,9 @@ const char* sentence(const DownloadSummary& summary, bool allProven)
         return "$$$/Mfx/Verdict/Interrupted=%1. Interrupted: do not wipe the card; run the "
                "download "
                "again.";
+    if (allProven && summary.sourceGone)
+        return "$$$/Mfx/Verdict/CardGone=%1. The card is no longer there: look at it again before "
+               "you wipe it.";
     if (allProven && holdsMore(summary))
         return "$$$/Mfx/Verdict/TheseAreSafe=%1. All these are safe; the card holds more than "
                "these: %2.";
@@ -131,8 +134,10 @@ void giveVerdict(DownloadSummary& summary)
     // A failed conversion leaves a proven raw file: not as asked for, and safe.
     const bool allProven =
         summary.proven == summary.items && summary.unsafe == 0 && summary.notSafe.empty();
-    summary.cardMayBeWiped = allProven && !holdsMore(summary) && !summary.copiesOnCardsDevice
-        && !summary.interrupted && !summary.sourceGone && !summary.dryRun;
+    // An empty card needs no leave to be wiped, and one that was pulled out looks empty.
+    summary.cardMayBeWiped = allProven && summary.items != 0 && !holdsMore(summary)
+        && !summary.copiesOnCardsDevice && !summary.interrupted && !summary.sourceGone
+        && !summary.dryRun;
     summary.verdict = text(sentence(summary, allProven), {tally(summary), passedOverText(summary)});
     if (summary.copiesInOneFolder && !summary.dryRun)
         summary.verdict += ' '

@@ -143,6 +143,15 @@ TEST_F(OriginalDeletionTest, KeepsAnOriginalWithoutTheBackupThatWasWanted)
     EXPECT_TRUE(isOnCard());
 }
 
+// As tools leave it that look for duplicates and link them.
+TEST_F(OriginalDeletionTest, KeepsAnOriginalWhoseCopiesBecameOneFile)
+{
+    std::filesystem::remove(backup.path("A.JPG"));
+    std::filesystem::create_hard_link(target.path("A.JPG"), backup.path("A.JPG"));
+    EXPECT_THAT(remove(), HasSubstr("one file"));
+    EXPECT_TRUE(isOnCard());
+}
+
 TEST_F(OriginalDeletionTest, KeepsAnOriginalThatIsNoLongerWhatWasCopied)
 {
     card.add("DCIM/A.JPG", "Picture");
@@ -190,6 +199,15 @@ TEST_F(OriginalDeletionTest, DeletesWithABackupThoughTheDNGChanged)
     kept.dng = copyAt(target.path("A.dng"));
     target.add("A.dng", "edited since");
     EXPECT_EQ(remove(), "");
+}
+
+TEST_F(OriginalDeletionTest, KeepsAnOriginalWhoseDNGIsGoneThoughItHasABackup)
+{
+    target.add("A.dng", "converted");
+    kept.dng = copyAt(target.path("A.dng"));
+    std::filesystem::remove(target.path("A.dng"));
+    EXPECT_NE(remove(), "");
+    EXPECT_TRUE(isOnCard());
 }
 
 TEST_F(OriginalDeletionTest, PutsAnOriginalBackThatTurnsOutToBeItsOwnCopy)

@@ -107,7 +107,7 @@ constexpr UnsafeCase kUnsafe[] = {
             s.failed = 1;
         },
         "Interrupted: do not wipe"},
-    {"CardTakenOut", [](DownloadSummary& s) { s.sourceGone = true; }, ""},
+    {"CardTakenOut", [](DownloadSummary& s) { s.sourceGone = true; }, "no longer there: look"},
     {"DryRun", [](DownloadSummary& s) { s.dryRun = true; }, "2 would be saved"},
     {"DryRunOfNothing",
         [](DownloadSummary& s) {
@@ -176,7 +176,7 @@ TEST(VerdictTest, SaysWhenThereIsNothing)
 {
     DownloadSummary summary;
     giveVerdict(summary);
-    EXPECT_TRUE(summary.cardMayBeWiped);
+    EXPECT_FALSE(summary.cardMayBeWiped); // a card that was pulled out looks empty
     EXPECT_EQ(summary.verdict, "0 saved, 0 proven, 0 problems. There is nothing on the card.");
 }
 
