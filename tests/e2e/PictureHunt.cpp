@@ -59,8 +59,7 @@ void print(const Figures& figures)
         std::cout << "  " << name << ": " << count << '\n';
 }
 
-void playOne(
-    std::uint64_t seed, std::uint64_t number, Figures& figures, const ConvertingTree& tree)
+void playOne(std::uint64_t seed, std::uint64_t number, Figures& figures, const ConvertingTree& tree)
 {
     try {
         Round round(seed, number, figures, tree.program());

@@ -11,6 +11,10 @@ namespace e2e::hunt {
 
 namespace {
 
+enum class Harm { kEmpty, kRemove, kSpoil, kLink, kHardLink };
+
+const std::vector<std::string> kHarms{"emptying", "removal", "spoiling", "linking", "hard-linking"};
+
 bool liesOnCard(const Situation& situation, const std::string& bytes)
 {
     const Evidence evidence(situation.world);
@@ -41,7 +45,8 @@ std::vector<fs::path> copiesIn(const Situation& situation, const fs::path& folde
     std::error_code error;
     fs::recursive_directory_iterator entry(folder, error);
     for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        if (!entry->is_regular_file(error) || entry->path().string().find("/.mfx") != std::string::npos)
+        if (!entry->is_regular_file(error)
+            || entry->path().string().find("/.mfx") != std::string::npos)
             continue;
         const std::string bytes = readFile(entry->path());
         const bool isPicture = std::any_of(situation.pictures.begin(),
@@ -65,16 +70,63 @@ bool rewrite(const fs::path& path, const std::string& bytes)
     return isWhole;
 }
 
-void harm(Situation& situation, const fs::path& folder, std::size_t which, bool removes)
+// With the time it had, as a program would that knows better.
+bool spoil(const fs::path& copy, std::size_t size)
+{
+    struct stat before { };
+    if (::stat(copy.c_str(), &before) != 0 || !rewrite(copy, std::string(size, '\0')))
+        return false;
+    const timespec times[2] = {before.st_atim, before.st_mtim};
+    return ::utimensat(AT_FDCWD, copy.c_str(), times, 0) == 0;
+}
+
+// The copy becomes a link, symbolic or hard, to what it is a copy of.
+bool replace(
+    const Situation& situation, const fs::path& copy, const std::string& bytes, bool isHard)
+{
+    for (const Picture& picture : situation.pictures) {
+        const fs::path original = situation.card.path / picture.below;
+        std::error_code error;
+        if (picture.bytes != bytes || !fs::exists(original, error)
+            || fs::equivalent(original, copy, error) || !fs::remove(copy, error))
+            continue;
+        if (isHard)
+            fs::create_hard_link(original, copy, error);
+        else
+            fs::create_symlink(original, copy, error);
+        return true;
+    }
+    return false;
+}
+
+bool harm(const Situation& situation, const fs::path& copy, const std::string& bytes, Harm kind)
+{
+    std::error_code error;
+    switch (kind) {
+    case Harm::kEmpty:
+        return rewrite(copy, "");
+    case Harm::kRemove:
+        return fs::remove(copy, error);
+    case Harm::kSpoil:
+        return spoil(copy, bytes.size());
+    case Harm::kLink:
+        return replace(situation, copy, bytes, false);
+    case Harm::kHardLink:
+        break;
+    }
+    return replace(situation, copy, bytes, true);
+}
+
+void harmOne(Situation& situation, const fs::path& folder, std::size_t which, Harm kind)
 {
     const std::vector<fs::path> copies = copiesIn(situation, folder);
     if (copies.empty())
         return;
     const fs::path& copy = copies[which % copies.size()];
     const std::string bytes = readFile(copy);
-    std::error_code error;
-    if (removes ? fs::remove(copy, error) : rewrite(copy, ""))
+    if (harm(situation, copy, bytes, kind))
         noteHarm(situation, bytes);
+    situation.world.flush();
 }
 
 void change(Situation& situation, std::size_t which, const std::string& bytes, bool keepsTime)
@@ -82,8 +134,7 @@ void change(Situation& situation, std::size_t which, const std::string& bytes, b
     Picture& old = situation.pictures[which % situation.pictures.size()];
     const fs::path path = situation.card.path / old.below;
     struct stat before { };
-    if (::stat(path.c_str(), &before) != 0 || readFile(path) != old.bytes
-        || !rewrite(path, bytes))
+    if (::stat(path.c_str(), &before) != 0 || readFile(path) != old.bytes || !rewrite(path, bytes))
         return;
     const timespec times[2] = {before.st_atim, before.st_mtim};
     if (keepsTime)
@@ -111,8 +162,8 @@ void add(Situation& situation, const Picture& picture)
 void takeAway(Situation& situation, std::size_t step, bool dies)
 {
     const auto& ofCard = situation.card.steps;
-    situation.lostTheCard = situation.lostTheCard
-        || std::find(ofCard.begin(), ofCard.end(), step) != ofCard.end();
+    situation.lostTheCard =
+        situation.lostTheCard || std::find(ofCard.begin(), ofCard.end(), step) != ofCard.end();
     if (!dies || !situation.world.die(step))
         situation.world.detach(step);
 }
@@ -128,9 +179,7 @@ Blow BlowMaker::detach()
     const bool dies = m_draw.chance(50);
     Blow blow;
     blow.story = (dies ? "death or detach of " : "detach of ") + world.step(step).story;
-    blow.strike = [situation = &m_situation, step, dies] {
-        takeAway(*situation, step, dies);
-    };
+    blow.strike = [situation = &m_situation, step, dies] { takeAway(*situation, step, dies); };
     return blow;
 }
 
@@ -192,11 +241,11 @@ Blow BlowMaker::harmCopy()
     const bool isBackup = m_situation.backup && m_draw.chance(50);
     const fs::path folder = isBackup ? m_situation.backup->path : m_situation.target.path;
     const std::size_t which = m_draw.below(8);
-    const bool removes = m_draw.chance(50);
+    const std::size_t kind = m_draw.below(kHarms.size());
     Blow blow;
-    blow.story = std::string(removes ? "removal" : "emptying") + " of a copy in " + folder.string();
-    blow.strike = [situation = &m_situation, folder, which, removes] {
-        harm(*situation, folder, which, removes);
+    blow.story = kHarms[kind] + " of a copy in " + folder.string();
+    blow.strike = [situation = &m_situation, folder, which, kind] {
+        harmOne(*situation, folder, which, static_cast<Harm>(kind));
     };
     return blow;
 }

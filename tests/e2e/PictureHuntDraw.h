@@ -18,7 +18,10 @@ public:
     }
 
     // From 0 to one below the limit, which is not 0.
-    std::size_t below(std::size_t limit) { return static_cast<std::size_t>(m_noise.next() % limit); }
+    std::size_t below(std::size_t limit)
+    {
+        return static_cast<std::size_t>(m_noise.next() % limit);
+    }
 
     // Of a hundred.
     bool chance(std::size_t percent) { return below(100) < percent; }

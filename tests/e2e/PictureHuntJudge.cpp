@@ -57,8 +57,12 @@ bool Judge::isOnCard(const Found& copy) const
     });
 }
 
+// A view that is the card keeps to its folders: the disk beneath is nothing that anybody knows of.
 bool Judge::isOnCardsDisk(const Found& copy) const
 {
+    static const std::set<std::string> kDisks{"plain", "memory", "image", "image looked at twice"};
+    if (!kDisks.contains(m_situation.card.kind))
+        return isOnCard(copy);
     const auto& reals = m_situation.card.reals;
     return std::any_of(reals.begin(), reals.end(), [this, &copy](const fs::path& real) {
         return &diskOf(m_situation.world, real) == copy.disk;
@@ -84,8 +88,8 @@ void Judge::expectOrdinaryEnds()
 {
     static const std::set<int> kCodes{0, 1, 3, 4, 130};
     for (const RunEnd& end : m_ends) {
-        const bool isExpected = kCodes.contains(end.code)
-            || (end.code < 0 && m_situation.signals.contains(-end.code));
+        const bool isExpected =
+            kCodes.contains(end.code) || (end.code < 0 && m_situation.signals.contains(-end.code));
         if (!isExpected)
             wrong("ended with " + std::to_string(end.code));
         if (end.isHung)
@@ -98,8 +102,7 @@ void Judge::expectOrdinaryEnds()
 void Judge::expectNothingLost()
 {
     for (const Picture& picture : m_situation.pictures) {
-        if (!picture.bytes.empty() && !picture.isSpoilt
-            && m_now.copiesOf(picture.bytes).empty())
+        if (!picture.bytes.empty() && !picture.isSpoilt && m_now.copiesOf(picture.bytes).empty())
             wrong("LOST: " + whereabouts(picture));
     }
 }
@@ -165,7 +168,8 @@ void Judge::expectCopies(const Picture& picture)
     if (files(copies) < wanted)
         wrong("DELETED WITH TOO FEW COPIES: " + whereabouts(picture));
     const auto isApart = [this](const Place& place) {
-        return !isOnCardsDisk({&diskOf(m_situation.world, place.reals[0]), {}, 0, 0});
+        const fs::path& real = place.reals[0];
+        return !isOnCardsDisk({&diskOf(m_situation.world, real), real, 0, 0});
     };
     const bool isAnyApart =
         isApart(m_situation.target) || (m_situation.backup && isApart(*m_situation.backup));
@@ -190,14 +194,16 @@ void Judge::expectPriors()
 
 void Judge::expectNothingWritten()
 {
-    if (m_situation.isDry && m_now.files().size() > m_before.files().size()
-            + m_situation.pictures.size())
+    if (m_situation.isDry
+        && m_now.files().size() > m_before.files().size() + m_situation.pictures.size())
         wrong("WRITTEN IN A DRY RUN");
 }
 
 void Judge::expectNoLeftovers()
 {
     for (const Disk& disk : m_situation.world.disks()) {
+        if (m_situation.card.kind == "image looked at twice" && disk.name == "card")
+            continue; // read-only
         for (const auto& entry : fs::recursive_directory_iterator(disk.shelf)) {
             if (isLeftover(entry.path()))
                 wrong("LEFT OVER: " + entry.path().string());

@@ -48,8 +48,7 @@ Place PlaceMaker::plain(const std::string& role)
 
 Place PlaceMaker::onDisk(const std::string& role, const std::string& kind)
 {
-    const Disk& disk =
-        kind == "image" ? m_world.addImageDisk(role) : m_world.addMemoryDisk(role);
+    const Disk& disk = kind == "image" ? m_world.addImageDisk(role) : m_world.addMemoryDisk(role);
     const std::size_t step = m_world.bind(disk, disk.shelf, m_world.at(role));
     const std::string below = m_draw.chance(50) ? "pictures" : "";
     fs::create_directories(disk.shelf / below);
@@ -86,7 +85,7 @@ Place PlaceMaker::view(const std::string& role, const std::string& mode)
 
 Place PlaceMaker::makeAlias(const std::string& role, const Place& other)
 {
-    switch (m_draw.below(11)) {
+    switch (m_draw.below(15)) {
     case 0:
         return {"same", other.path, other.reals, {}, false};
     case 1:
@@ -102,9 +101,14 @@ Place PlaceMaker::makeAlias(const std::string& role, const Place& other)
     case 6:
         return viewOf(role, other);
     case 7:
-        return overlayOf(role, other);
     case 8:
+        return overlayOf(role, other);
+    case 9:
+    case 10:
+    case 11:
         return poolWith(role, other);
+    case 12:
+        return boundBelow(role, other);
     default:
         return siblingOf(role, other);
     }
@@ -149,8 +153,7 @@ Place PlaceMaker::viewOf(const std::string& role, const Place& other)
 Place PlaceMaker::overlayOf(const std::string& role, const Place& other)
 {
     const Disk& upper = m_world.addMemoryDisk(role + "-upper");
-    const fs::path lower =
-        m_draw.chance(50) ? other.reals[0] : other.reals[0] / "DCIM/100MFX";
+    const fs::path lower = m_draw.chance(50) ? other.reals[0] : other.reals[0] / "DCIM/100MFX";
     fs::create_directories(lower);
     const std::size_t step = m_world.overlay(m_world.at(role), lower, upper);
     return {"overlay", m_world.at(role), {upper.shelf / "upper"}, {step}, false};
@@ -163,11 +166,47 @@ Place PlaceMaker::poolWith(const std::string& role, const Place& other)
     fs::path shown = m_draw.chance(50) ? other.reals[0] : other.reals[0] / "DCIM/100MFX";
     fs::create_directories(shown);
     std::vector<std::string> options = oddities();
+    std::vector<fs::path> branches{own, shown};
     if (m_draw.chance(50))
         options.emplace_back("unlink=first");
-    const std::size_t step =
-        m_world.view("pool", m_world.at(role), {own, shown}, options, options);
+    if (m_draw.chance(50)) {
+        branches = {shown, own};
+        options.emplace_back("create=1");
+    }
+    const std::size_t step = m_world.view("pool", m_world.at(role), branches, options, options);
     return {"pool with", m_world.at(role), {own}, {step}, false};
+}
+
+// One folder more on the way there: another view, or another mount, of the disk that the other is
+// on, in which it is found below.
+Place PlaceMaker::boundBelow(const std::string& role, const Place& other)
+{
+    const Disk& disk = diskOf(m_world, other.reals[0]);
+    const fs::path below = other.reals[0].lexically_relative(disk.shelf);
+    const std::size_t step = m_draw.chance(50)
+        ? m_world.bind(disk, disk.shelf, m_world.at(role))
+        : m_world.view("mirror", m_world.at(role), {disk.shelf}, {}, {});
+    return {"found below",
+        (m_world.at(role) / below).lexically_normal(),
+        {other.reals[0]},
+        {step},
+        false};
+}
+
+void PlaceMaker::addTrap(const Place& place, const Place& other)
+{
+    static const std::vector<std::string> kBelow{"2026", "a/b", "2026/2026-05-04", "DCIM/104MFX"};
+    const fs::path trap = place.path / m_draw.oneOf(kBelow);
+    const fs::path shown = m_draw.chance(50) ? other.reals[0] : other.reals[0] / "DCIM/100MFX";
+    const std::size_t kind = m_draw.below(3);
+    fs::create_directories(shown);
+    fs::create_directories(kind == 2 ? trap.parent_path() : trap);
+    if (kind == 0)
+        m_world.bind(diskOf(m_world, shown), shown, trap);
+    else if (kind == 1)
+        m_world.view("mirror", trap, {shown}, {}, {});
+    else
+        fs::create_directory_symlink(shown, trap);
 }
 
 // A folder of its own on the other's disk.

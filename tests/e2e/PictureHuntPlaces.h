@@ -30,6 +30,9 @@ public:
     Place makeOwn(const std::string& role);
     Place makeAlias(const std::string& role, const Place& other);
 
+    // Below the place, where pictures may be saved or found, the other one is shown.
+    void addTrap(const Place& place, const Place& other);
+
 private:
     Place plain(const std::string& role);
     Place onDisk(const std::string& role, const std::string& kind);
@@ -40,6 +43,7 @@ private:
     Place viewOf(const std::string& role, const Place& other);
     Place overlayOf(const std::string& role, const Place& other);
     Place poolWith(const std::string& role, const Place& other);
+    Place boundBelow(const std::string& role, const Place& other);
     Place siblingOf(const std::string& role, const Place& other);
     std::vector<std::string> oddities();
 

@@ -90,8 +90,7 @@ HuntProgram::HuntProgram(
     const std::vector<char*> envp = pointersTo(environment);
     m_id = ::fork();
     if (m_id == 0)
-        become(
-            argv.data(), envp.data(), {hasTerminal ? err.write : nothing, out.write, err.write});
+        become(argv.data(), envp.data(), {hasTerminal ? err.write : nothing, out.write, err.write});
     for (const int end : {out.write, err.write, nothing})
         ::close(end);
     m_outSource = out.read;

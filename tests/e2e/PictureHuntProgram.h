@@ -9,9 +9,8 @@
 #include <string>
 #include <vector>
 
-#include <sys/types.h>
-
 #include <nlohmann/json.hpp>
+#include <sys/types.h>
 
 namespace e2e::hunt {
 

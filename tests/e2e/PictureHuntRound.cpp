@@ -28,8 +28,7 @@ std::string quoted(const std::string& word)
 
 } // namespace
 
-Round::Round(
-    std::uint64_t seed, std::uint64_t number, Figures& figures, fs::path convertingProgram)
+Round::Round(std::uint64_t seed, std::uint64_t number, Figures& figures, fs::path convertingProgram)
     : m_seed(seed)
     , m_number(number)
     , m_figures(figures)
@@ -59,18 +58,60 @@ void Round::drawPlaces()
     PlaceMaker maker(now.world, m_draw);
     now.card = maker.makeOwn("card");
     now.pictures = fillCard(m_draw, now.card.reals);
-    now.target = m_draw.chance(70) ? maker.makeOwn("target") : maker.makeAlias("target", now.card);
+    now.target = m_draw.chance(60) ? maker.makeOwn("target") : maker.makeAlias("target", now.card);
     if (m_draw.chance(60)) {
         const std::size_t kind = m_draw.below(10);
-        now.backup = kind < 6 ? maker.makeOwn("backup")
+        now.backup = kind < 5 ? maker.makeOwn("backup")
                               : maker.makeAlias("backup", kind < 8 ? now.target : now.card);
     }
     lookTwice();
+    drawTrap(maker);
     tellPlaces();
     for (const Place* place : {&now.target, now.backup ? &*now.backup : nullptr}) {
         if (place && place->isOwn && m_draw.chance(40))
             drawPriors(*place);
     }
+    fillUp();
+}
+
+void Round::drawTrap(PlaceMaker& maker)
+{
+    Situation& now = m_situation;
+    if (!m_draw.chance(20) || now.card.kind == "image looked at twice")
+        return;
+    const Place& backup = now.backup ? *now.backup : now.target;
+    const std::vector<std::pair<const Place*, const Place*>> pairs{{&now.target, &now.card},
+        {&backup, &now.card},
+        {&now.target, &backup},
+        {&now.card, &now.target},
+        {&now.card, &backup}};
+    const auto [place, other] = m_draw.oneOf(pairs);
+    if (place == other || (!place->isOwn && place != &now.card))
+        return;
+    try {
+        maker.addTrap(*place, *other);
+        ++m_figures["traps"];
+        tell("a trap in " + place->path.string() + " shows " + other->reals[0].string());
+    } catch (const std::exception& refused) {
+        tell(std::string("no trap: ") + refused.what());
+    }
+}
+
+// Now and then a disk in memory has no room for anything, or for little.
+void Round::fillUp()
+{
+    if (!m_draw.chance(10))
+        return;
+    const Place& place = m_draw.chance(50) ? m_situation.card : m_situation.target;
+    const Disk& disk = diskOf(m_situation.world, place.reals[0]);
+    std::error_code error;
+    const std::size_t keep = m_draw.oneOf(std::vector<std::size_t>{0, 0, 9000, 300'000});
+    const std::uintmax_t room = fs::space(disk.shelf, error).available;
+    if (disk.name == "house" || place.reals[0] == disk.shelf || room <= keep)
+        return;
+    writeFile(disk.shelf / "ballast", std::string(room - keep, 'b'));
+    tell("full but for " + std::to_string(keep) + " bytes: " + disk.shelf.string());
+    ++m_figures["full disks"];
 }
 
 // Now and then, the card is a second mount of its image; the first is for others.
@@ -108,23 +149,38 @@ void Round::tellPlaces()
 
 void Round::drawPriors(const Place& place)
 {
-    const std::vector<Picture> pictures = m_situation.pictures;
-    for (const Picture& picture : pictures) {
+    for (const Picture& picture : std::vector<Picture>(m_situation.pictures)) {
         if (m_draw.chance(50))
-            continue;
-        const std::string other = drawPicture(m_draw, picture.below).bytes;
-        const std::vector<std::string> contents{
-            picture.bytes, other, "", std::string(picture.bytes.size(), '\0')};
-        const std::size_t kind = m_draw.below(contents.size());
-        const fs::path real = place.reals[0] / (m_draw.chance(20) ? "2026" : "")
-            / picture.below.filename();
-        if (fs::exists(real))
-            continue;
-        writeFile(real, contents[kind]);
-        m_situation.priors.push_back({real, contents[kind]});
-        tell("before: " + quoted(real) + ' '
-            + std::vector<std::string>{"the same", "other bytes", "empty", "zeros"}[kind]);
+            setBefore(place, picture);
     }
+}
+
+// What stands under the picture's name before, with its time.
+void Round::setBefore(const Place& place, const Picture& picture)
+{
+    static const std::vector<std::string> kKinds{
+        "the same", "other bytes", "empty", "zeros", "a link to it", "a hard link", "a folder"};
+    const std::string other = drawPicture(m_draw, picture.below).bytes;
+    const std::vector<std::string> contents{
+        picture.bytes, other, "", std::string(picture.bytes.size(), '\0')};
+    const std::size_t kind = m_draw.below(kKinds.size());
+    const fs::path real =
+        place.reals[0] / (m_draw.chance(20) ? "2026" : "") / picture.below.filename();
+    std::error_code error;
+    if (fs::exists(fs::symlink_status(real, error)))
+        return;
+    fs::create_directories(real.parent_path());
+    if (kKinds[kind] == "a link to it")
+        fs::create_symlink(m_situation.card.path / picture.below, real, error);
+    else if (kKinds[kind] == "a hard link")
+        fs::create_hard_link(m_situation.card.reals[0] / picture.below, real, error);
+    else if (kKinds[kind] == "a folder")
+        fs::create_directory(real, error);
+    else
+        writeFile(real, contents[kind]);
+    if (kind < contents.size())
+        m_situation.priors.push_back({real, contents[kind]});
+    tell("before: " + quoted(real) + ' ' + kKinds[kind] + (error ? ", refused" : ""));
 }
 
 void Round::drawOptions()
@@ -186,7 +242,9 @@ Blow Round::drawBlow()
     case 1:
         return send(m_draw.oneOf(std::vector<int>{SIGINT, SIGTERM, SIGHUP}));
     case 2:
-        return {"a second program", {}, {}, 1, [this] { start(false); }};
+        return m_draw.chance(50)
+            ? Blow{"a second program", {}, {}, 1, [this] { start(false); }}
+            : Blow{"the other way round", {}, {}, 1, [this] { startTheOtherWay(); }};
     case 3:
     case 4:
         return maker.addPicture();
@@ -289,6 +347,25 @@ void Round::start(bool hasFault)
         std::make_unique<HuntProgram>(words(), variables(hasFault), m_hasTerminal));
 }
 
+// What was saved is moved back onto the card: each program takes the other's copies, and may.
+void Round::startTheOtherWay()
+{
+    for (Picture& picture : m_situation.pictures)
+        picture.isHarmed = true;
+    for (Prior& prior : m_situation.priors)
+        prior.isHarmed = true;
+    std::vector<std::string> other{MFX_PROGRAM,
+        "download",
+        m_situation.target.path,
+        "--to",
+        m_situation.card.path / m_situation.pictures[0].below.parent_path(),
+        "--json",
+        "--delete-originals"};
+    if (!m_hasTerminal)
+        other.emplace_back("--yes");
+    m_programs.push_back(std::make_unique<HuntProgram>(other, variables(false), m_hasTerminal));
+}
+
 bool Round::isDue(const Blow& blow, Milliseconds since) const
 {
     if (blow.isDone)
@@ -371,10 +448,9 @@ void Round::run(bool isDisturbed)
         tell("ended with " + std::to_string(program->code()) + '\n' + program->out()
             + program->err());
         ++m_figures["exit " + std::to_string(program->code())];
-        m_figures["may be wiped"] += m_ends.back().summary
-                && m_ends.back().summary->value("card_may_be_wiped", false)
-            ? 1U
-            : 0U;
+        m_figures["may be wiped"] +=
+            m_ends.back().summary && m_ends.back().summary->value("card_may_be_wiped", false) ? 1U
+                                                                                              : 0U;
     }
     m_programs.clear();
     m_situation.world.restore();

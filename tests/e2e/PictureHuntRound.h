@@ -1,5 +1,5 @@
-// One round of the hunt: places and pictures are drawn, mfx runs and is disturbed, then perhaps runs
-// again undisturbed; after each, what the disks hold is judged. One thread.
+// One round of the hunt: places and pictures are drawn, mfx runs and is disturbed, then perhaps
+// runs again undisturbed; after each, what the disks hold is judged. One thread.
 #pragma once
 
 #include "e2e/PictureHuntCard.h"
@@ -76,6 +76,9 @@ public:
 private:
     void drawPlaces();
     void lookTwice();
+    void drawTrap(PlaceMaker& maker);
+    void fillUp();
+    void setBefore(const Place& place, const Picture& picture);
     void tellPlaces();
     void drawPriors(const Place& place);
     void drawOptions();
@@ -88,6 +91,7 @@ private:
     void strikeWhatIsDue(std::chrono::milliseconds since);
     bool isDue(const Blow& blow, std::chrono::milliseconds since) const;
     void start(bool hasFault);
+    void startTheOtherWay();
     std::vector<std::string> words() const;
     Variables variables(bool hasFault) const;
     void judge(bool isLast);

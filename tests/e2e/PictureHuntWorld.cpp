@@ -136,9 +136,8 @@ std::size_t World::secondLook(const Disk& disk, const fs::path& place)
     flush();
     return raise({"second look at " + disk.image.string() + " at " + place.string(),
         place,
-        [place, image = disk.image](bool) {
-            return held(std::make_shared<test::LoopMount>(place, image, kImage, true));
-        }});
+        [place, image = disk.image](
+            bool) { return held(std::make_shared<test::LoopMount>(place, image, kImage, true)); }});
 }
 
 void World::bindForNow(const fs::path& from, const fs::path& place)
