@@ -35,8 +35,10 @@ void noteHarm(Situation& situation, const std::string& bytes)
         picture.isHarmed = true;
         picture.isSpoilt = picture.isSpoilt || !liesOnCard(situation, bytes);
     }
+    std::error_code unreadable;
     for (Prior& prior : situation.priors)
-        prior.isHarmed = prior.isHarmed || readFile(prior.real) != prior.bytes;
+        prior.isHarmed = prior.isHarmed || fs::is_symlink(prior.real, unreadable)
+            || readFile(prior.real) != prior.bytes;
 }
 
 std::vector<fs::path> copiesIn(const Situation& situation, const fs::path& folder)
@@ -200,6 +202,7 @@ Blow BlowMaker::swap()
     blow.story = "swap of " + world.step(step).story + " for " + other.string();
     blow.strike = [situation = &m_situation, step, other] {
         takeAway(*situation, step, false);
+        situation->wasSwapped = true;
         situation->world.bindForNow(other, situation->world.step(step).place);
     };
     return blow;

@@ -212,7 +212,7 @@ void PlaceMaker::addTrap(const Place& place, const Place& other)
 // A folder of its own on the other's disk.
 Place PlaceMaker::siblingOf(const std::string& role, const Place& other)
 {
-    const Disk& disk = diskOf(m_world, other.reals[0]);
+    const Disk& disk = diskOf(m_world, m_draw.oneOf(other.reals));
     const fs::path real = disk.shelf / (role + "-sibling");
     fs::create_directories(real);
     const std::size_t step = m_world.bind(disk, real, m_world.at(role));

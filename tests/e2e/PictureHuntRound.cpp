@@ -58,6 +58,8 @@ void Round::drawPlaces()
     PlaceMaker maker(now.world, m_draw);
     now.card = maker.makeOwn("card");
     now.pictures = fillCard(m_draw, now.card.reals);
+    if (m_draw.chance(10))
+        addInnerDisk();
     now.target = m_draw.chance(60) ? maker.makeOwn("target") : maker.makeAlias("target", now.card);
     if (m_draw.chance(60)) {
         const std::size_t kind = m_draw.below(10);
@@ -114,11 +116,26 @@ void Round::fillUp()
     ++m_figures["full disks"];
 }
 
+// A disk of its own, mounted below the card.
+void Round::addInnerDisk()
+{
+    Situation& now = m_situation;
+    const Disk& disk = now.world.addMemoryDisk("inner");
+    const std::string folder = "DCIM/106MFX";
+    const Picture picture = drawPicture(m_draw, fs::path(folder) / "INNER.JPG");
+    fs::create_directories(now.card.reals[0] / folder);
+    writeFile(disk.shelf / picture.below.filename(), picture.bytes);
+    now.card.steps.push_back(now.world.bind(disk, disk.shelf, now.card.path / folder));
+    now.card.reals.push_back(disk.shelf);
+    now.pictures.push_back(picture);
+    ++m_figures["cards with a disk in them"];
+}
+
 // Now and then, the card is a second mount of its image; the first is for others.
 void Round::lookTwice()
 {
     Situation& now = m_situation;
-    if (now.card.kind != "image" || !m_draw.chance(25))
+    if (now.card.kind != "image" || now.card.reals.size() > 1 || !m_draw.chance(25))
         return;
     const Disk& disk = diskOf(now.world, now.card.reals[0]);
     if (disk.image.empty())
@@ -169,6 +186,7 @@ void Round::setBefore(const Place& place, const Picture& picture)
     std::error_code error;
     if (fs::exists(fs::symlink_status(real, error)))
         return;
+    error.clear();
     fs::create_directories(real.parent_path());
     if (kKinds[kind] == "a link to it")
         fs::create_symlink(m_situation.card.path / picture.below, real, error);
@@ -200,7 +218,7 @@ void Round::drawOptions()
     now.isDry = m_draw.chance(4);
     now.converts = m_draw.chance(8);
     now.deletes = m_draw.chance(80);
-    m_hasTerminal = now.deletes && m_draw.chance(25);
+    m_hasTerminal = now.deletes && m_draw.chance(40);
     if (now.isDry)
         add({"--dry-run"});
     if (now.converts)
@@ -455,7 +473,8 @@ void Round::run(bool isDisturbed)
     m_programs.clear();
     m_situation.world.restore();
     Judge judge(m_situation, before, m_ends);
-    if (!isDisturbed && (m_ends[0].code == 0 || m_ends[0].code == 1) && !m_situation.isDry)
+    if (!isDisturbed && (m_ends[0].code == 0 || m_ends[0].code == 1) && !m_situation.isDry
+        && !m_situation.wasSwapped)
         judge.expectNoLeftovers();
     m_figures["originals deleted"] += judge.deletedOriginals();
     const auto wrongs = judge.judge();

@@ -60,6 +60,7 @@ struct Situation {
     bool converts = false;
     std::set<int> signals; // that the hunt sent
     bool lostTheCard = false;
+    bool wasSwapped = false; // leftovers may be where no later run works
 };
 
 class Round {
@@ -75,6 +76,7 @@ public:
 
 private:
     void drawPlaces();
+    void addInnerDisk();
     void lookTwice();
     void drawTrap(PlaceMaker& maker);
     void fillUp();
