@@ -68,6 +68,10 @@ protected:
     // From which folder.
     void setWorkingFolder(const fs::path& folder) { m_workingFolder = folder; }
 
+    // For runs that a test starts by itself.
+    const fs::path& program() const { return m_program; }
+    const std::map<std::string, std::string>& environment() const { return m_environment; }
+
     // As which user; root passes every permission.
     void asOrdinaryUser(bool yes) { m_asOrdinaryUser = yes; }
 

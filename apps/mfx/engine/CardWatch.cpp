@@ -1,7 +1,6 @@
 #include "mfx/engine/CardWatch.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace mfx {
 
@@ -10,22 +9,6 @@ namespace {
 std::string below(const CardContents& card, std::uint32_t folder, const std::string& name)
 {
     return card.folders[folder].empty() ? name : card.folders[folder] + '/' + name;
-}
-
-// Of everything that was there when the card was listed: the item, or nothing where it is none.
-std::unordered_map<std::string, const MediaItem*> listed(const CardContents& card)
-{
-    std::unordered_map<std::string, const MediaItem*> all;
-    for (const MediaItem& item : card.items)
-        all.emplace(below(card, item.folder, item.name), &item);
-    for (const NotHandled& entry : card.notHandled)
-        all.emplace(below(card, entry.folder, entry.name), nullptr);
-    return all;
-}
-
-bool hasChanged(const MediaItem& then, const MediaItem& now)
-{
-    return then.status.size != now.status.size || then.status.modified != now.status.modified;
 }
 
 } // namespace
@@ -44,28 +27,49 @@ void CardWatch::note(const std::string& path, std::vector<std::string>& list)
         list.push_back(path);
 }
 
+void CardWatch::rememberListed()
+{
+    for (std::uint32_t item = 0; item < m_card.items.size(); ++item)
+        m_items.emplace(m_card.pathBelow(m_card.items[item]), item);
+    for (const NotHandled& entry : m_card.notHandled)
+        m_passedOver.emplace(below(m_card, entry.folder, entry.name), entry.pictureCount);
+}
+
 // Everything is listed, also what was not asked for; that was there then if it is not newer.
 CardWatch::News CardWatch::look()
 {
+    if (m_items.empty() && m_passedOver.empty())
+        rememberListed();
     News news;
     const CardContents now = scanCard(m_card.root);
-    const auto then = listed(m_card);
-    for (const MediaItem& item : now.items) {
-        const std::string path = below(now, item.folder, item.name);
-        const auto known = then.find(path);
-        if (known == then.end()) {
-            if (!m_card.wasLeftOut(path))
-                note(path, news.added);
-        } else if (known->second && hasChanged(*known->second, item)) {
-            note(path, news.changed);
-        }
-    }
+    for (const MediaItem& item : now.items)
+        lookAt(item, now, news);
     for (const NotHandled& entry : now.notHandled) {
         const std::string path = below(now, entry.folder, entry.name);
-        if (!then.contains(path) && entry.mayHoldPhotos())
+        const auto known = m_passedOver.find(path);
+        const std::size_t before = known == m_passedOver.end() ? 0 : known->second;
+        const bool isNew = known == m_passedOver.end() && entry.mayHoldPhotos();
+        if (isNew || entry.pictureCount > before)
             note(path, news.added);
     }
     return news;
+}
+
+// A file may be written anew under its old size and time.
+void CardWatch::lookAt(const MediaItem& item, const CardContents& now, News& news)
+{
+    const std::string path = now.pathBelow(item);
+    const auto known = m_items.find(path);
+    if (known == m_items.end()) {
+        if (!m_card.wasLeftOut(path))
+            note(path, news.added);
+        return;
+    }
+    const Pt::FileStatus& then = m_card.items[known->second].status;
+    if (then.size != item.status.size || then.modified != item.status.modified)
+        note(path, news.changed);
+    else if (then.changed != item.status.changed)
+        news.touched.push_back(known->second);
 }
 
 } // namespace mfx

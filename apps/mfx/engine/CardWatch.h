@@ -6,8 +6,10 @@
 
 #include "mfx/engine/CardScan.h"
 
+#include <cstdint>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace mfx {
@@ -18,6 +20,8 @@ public:
         : m_card(card)
     {
     }
+    CardWatch(const CardWatch&) = delete;
+    CardWatch& operator=(const CardWatch&) = delete;
 
     // Folders on the card that the download itself writes into: what appears there is its own.
     void passOver(std::string folder) { m_own.insert(std::move(folder)); }
@@ -25,18 +29,23 @@ public:
     struct News {
         std::vector<std::string> added; // paths relative to the card's root
         std::vector<std::string> changed;
+        std::vector<std::uint32_t> touched; // items that may hold other bytes: only reading tells
     };
 
     // What is new since the last look, or since the card was listed.
     News look();
 
 private:
+    void rememberListed();
     bool isOwn(const std::string& path) const;
     void note(const std::string& path, std::vector<std::string>& list);
+    void lookAt(const MediaItem& item, const CardContents& now, News& news);
 
     const CardContents& m_card;
     std::set<std::string> m_own; // absolute
     std::set<std::string> m_told;
+    std::unordered_map<std::string, std::uint32_t> m_items; // of the card as it was listed, by path
+    std::unordered_map<std::string, std::size_t> m_passedOver; // likewise; pictures in each
 };
 
 } // namespace mfx

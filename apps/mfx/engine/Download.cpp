@@ -225,7 +225,7 @@ std::optional<std::string> Download::lostPlace(const GroupWork& work) const
     if (m_request.dryRun)
         return std::nullopt;
     auto lost = m_places.lostPlace();
-    if (!lost && !work.itemFolder.empty() && !work.folder->work.isIn(work.folder->path))
+    if (!lost && work.folder && !work.folder->isAtItsPath())
         lost =
             text("$$$/Mfx/Place/FolderLost=the folder %1 is no longer where it was: its disk was "
                  "taken out, or the folder was moved",

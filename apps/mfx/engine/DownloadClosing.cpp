@@ -5,6 +5,7 @@
 #include "mfx/engine/Download.h"
 #include "mfx/engine/SpaceCheck.h"
 #include "mfx/texts/Texts.h"
+#include "platform/common/FileCopy.h"
 #include "platform/common/FilePlacement.h"
 
 #include <optional>
@@ -95,9 +96,17 @@ void Download::noteNews()
         addUnsafe(displayName(path),
             text("$$$/Mfx/Download/CameLater=not saved: it came onto the card after the card was "
                  "listed"));
+    const std::string reason =
+        text("$$$/Mfx/Download/ChangedLater=it changed on the card after it was copied");
     for (const std::string& path : news.changed)
-        addUnsafe(displayName(path),
-            text("$$$/Mfx/Download/ChangedLater=it changed on the card after it was copied"));
+        addUnsafe(displayName(path), reason);
+    for (const std::uint32_t item : news.touched) {
+        const std::string path = m_card.pathOf(m_card.items[item]);
+        const auto& digest = m_items[item].kept.digest;
+        std::error_code error;
+        if (digest && Pt::digestOfFile(path, error) != digest)
+            addUnsafe(displayName(m_card.pathBelow(m_card.items[item])), reason);
+    }
 }
 
 void Download::forbidDeletion(const std::string& reason)

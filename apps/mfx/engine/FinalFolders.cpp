@@ -57,9 +57,8 @@ FinalFolder& FinalFolders::open(const std::string& subfolder)
     auto& folder = m_folders[subfolder];
     if (folder)
         return *folder;
-    const std::string below = subfolder.empty() ? std::string() : '/' + subfolder;
-    folder = std::make_unique<FinalFolder>(m_target + below, m_places.targetOwnPath() + below);
-    if (!m_looksOnly)
+    folder = make(subfolder.empty() ? std::string() : '/' + subfolder);
+    if (!m_looksOnly && !folder->error)
         prepare(*folder);
     if (!folder->error)
         compare(*folder);
@@ -67,11 +66,25 @@ FinalFolder& FinalFolders::open(const std::string& subfolder)
     return *folder;
 }
 
+// Once it is there, it is held open: what is saved goes into it and no other.
+std::unique_ptr<FinalFolder> FinalFolders::make(const std::string& below) const
+{
+    const std::string path = m_target + below;
+    const std::string way = m_places.targetOwnPath() + below;
+    if (m_looksOnly)
+        return std::make_unique<FinalFolder>(path, way, std::nullopt);
+    std::error_code error = Pt::makeFolders(way, kFolderMode);
+    std::optional<Pt::HeldFolder> held;
+    if (!error)
+        held = Pt::HeldFolder::open(way, path, error);
+    const std::string ownPath = held ? held->ownPath() : way;
+    auto folder = std::make_unique<FinalFolder>(path, ownPath, std::move(held));
+    folder->error = error;
+    return folder;
+}
+
 void FinalFolders::prepare(FinalFolder& folder)
 {
-    folder.error = Pt::makeFolders(folder.ownPath, kFolderMode);
-    if (folder.error)
-        return;
     std::error_code recovery; // what could be neither put back nor removed stays where it is
     for (const std::string& name : folder.work.recover(recovery))
         m_restored.push_back(folder.path + '/' + name);

@@ -36,12 +36,16 @@ private:
 };
 
 struct FinalFolder {
-    FinalFolder(std::string name, std::string way)
+    FinalFolder(std::string name, std::string way, std::optional<Pt::HeldFolder> folder)
         : path(std::move(name))
         , ownPath(std::move(way))
+        , held(std::move(folder))
         , work(ownPath)
     {
     }
+
+    // Whether its name leads to it still: a disk may be mounted on any folder.
+    bool isAtItsPath() const { return !held || held->isAtItsPath(); }
 
     // A path of this process's own as one that others understand too.
     std::string nameOf(const std::string& ownPathBelow) const
@@ -51,6 +55,7 @@ struct FinalFolder {
 
     const std::string path; // for people, and for the sink
     const std::string ownPath; // for our own work: leads here whatever the path leads to by now
+    const std::optional<Pt::HeldFolder> held; // none for a plan, and where it cannot be used
     WorkFolder work;
     StemRegister stems; // for the thread that moves files into place
     FolderKinship kinship; // to card and backup
@@ -87,6 +92,7 @@ public:
     std::error_code flush();
 
 private:
+    std::unique_ptr<FinalFolder> make(const std::string& below) const;
     void prepare(FinalFolder& folder) TEVORO_REQUIRES(m_lock);
     void compare(FinalFolder& folder) const;
 

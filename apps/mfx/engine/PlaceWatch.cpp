@@ -107,7 +107,7 @@ std::string PlaceWatch::nameOf(const std::string& ownPathBelow) const
         if (*folder && ownPathBelow.starts_with((*folder)->ownPath()))
             return (*folder)->path() + ownPathBelow.substr((*folder)->ownPath().size());
     }
-    return ownPathBelow;
+    return Pt::HeldFolder::nameOf(ownPathBelow);
 }
 
 FolderKinship PlaceWatch::kinshipOf(

@@ -150,12 +150,6 @@ std::error_code WorkFolder::layMarker(const std::string& marker, bool withJourna
     return error;
 }
 
-bool WorkFolder::isIn(const std::string& folder) const
-{
-    Pt::Locked locked(m_lock);
-    return m_share && m_share->stillNames(folder + '/' + kName);
-}
-
 // Makes the folder and shares the lock on it, until both are of one and the same folder.
 std::error_code WorkFolder::enter()
 {

@@ -41,9 +41,6 @@ public:
     // From the final folder to the marker; empty while there is none.
     const std::string& markerBelow() const { return m_markerBelow; }
 
-    // Whether the work folder in another folder is this one.
-    bool isIn(const std::string& folder) const;
-
     // Makes a new empty folder for one group; its path.
     std::optional<std::string> makeItemFolder(std::error_code& error);
 
@@ -66,7 +63,7 @@ private:
     const std::string m_finalFolder;
     const std::string m_path;
     std::string m_markerBelow; // constant once it was laid
-    mutable Pt::Lock m_lock;
+    Pt::Lock m_lock;
     std::optional<Pt::FolderLock> m_share TEVORO_GUARDED_BY(m_lock);
     std::vector<std::string> m_idle TEVORO_GUARDED_BY(m_lock); // empty item folders
     std::uint64_t m_counter TEVORO_GUARDED_BY(m_lock) = 0;

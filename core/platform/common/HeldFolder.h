@@ -17,18 +17,25 @@ public:
     // Nothing when the folder cannot be opened; `error` then says why.
     static std::optional<HeldFolder> open(const std::string& path, std::error_code& error);
 
+    // The same, found on a way of this process's own, and known to others by `path`.
+    static std::optional<HeldFolder> open(
+        const std::string& way, const std::string& path, std::error_code& error);
+
     HeldFolder(HeldFolder&& other) noexcept;
     HeldFolder& operator=(HeldFolder&& other) noexcept;
     HeldFolder(const HeldFolder&) = delete;
     HeldFolder& operator=(const HeldFolder&) = delete;
     ~HeldFolder();
 
-    // The path that it was opened by.
+    // The path that it is known by.
     const std::string& path() const { return m_path; }
 
     // A path to the folder itself, for this process alone, whatever its name leads to by now. A
     // name in the folder follows after a slash.
     const std::string& ownPath() const { return m_ownPath; }
+
+    // A path below one of these of this process, as the system names it now.
+    static std::string nameOf(const std::string& ownPathBelow);
 
     // Whether the path leads to this folder still.
     bool isAtItsPath() const;

@@ -3,11 +3,25 @@
 #include "platform/platforms/linux/Descriptor.h"
 #include "platform/platforms/linux/SameFile.h"
 
+#include <filesystem>
+
 namespace Pt {
+
+namespace {
+
+constexpr char kDescriptors[] = "/proc/self/fd/";
+
+} // namespace
 
 std::optional<HeldFolder> HeldFolder::open(const std::string& path, std::error_code& error)
 {
-    Descriptor folder = Descriptor::open(path, O_RDONLY | O_DIRECTORY);
+    return open(path, path, error);
+}
+
+std::optional<HeldFolder> HeldFolder::open(
+    const std::string& way, const std::string& path, std::error_code& error)
+{
+    Descriptor folder = Descriptor::open(way, O_RDONLY | O_DIRECTORY);
     error = folder.isOpen() ? std::error_code() : lastError();
     if (error)
         return std::nullopt;
@@ -17,7 +31,7 @@ std::optional<HeldFolder> HeldFolder::open(const std::string& path, std::error_c
 // The last dot follows the system's link to the descriptor, also where links are not followed.
 HeldFolder::HeldFolder(std::string path, int descriptor)
     : m_path(std::move(path))
-    , m_ownPath("/proc/self/fd/" + std::to_string(descriptor) + "/.")
+    , m_ownPath(kDescriptors + std::to_string(descriptor) + "/.")
     , m_descriptor(descriptor)
 {
 }
@@ -41,6 +55,16 @@ HeldFolder::~HeldFolder()
 {
     if (m_descriptor != -1)
         ::close(m_descriptor);
+}
+
+std::string HeldFolder::nameOf(const std::string& ownPathBelow)
+{
+    const std::size_t end = ownPathBelow.find("/.", std::string(kDescriptors).size());
+    std::error_code error;
+    if (!ownPathBelow.starts_with(kDescriptors) || end == std::string::npos)
+        return ownPathBelow;
+    const auto name = std::filesystem::read_symlink(ownPathBelow.substr(0, end), error);
+    return error ? ownPathBelow : name.string() + ownPathBelow.substr(end + 2);
 }
 
 bool HeldFolder::isAtItsPath() const

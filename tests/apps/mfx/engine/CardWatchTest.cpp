@@ -53,6 +53,25 @@ TEST_F(CardWatchTest, TellsWhatChanged)
     EXPECT_THAT(watch.look().changed, IsEmpty());
 }
 
+TEST_F(CardWatchTest, TellsWhatMayHoldOtherBytesUnderItsOldTime)
+{
+    list();
+    const auto time = std::filesystem::last_write_time(card.path("DCIM/A.JPG"));
+    card.add("DCIM/A.JPG", "b");
+    std::filesystem::last_write_time(card.path("DCIM/A.JPG"), time);
+    const CardWatch::News news = watch.look();
+    EXPECT_THAT(news.changed, IsEmpty());
+    EXPECT_THAT(news.touched, ElementsAre(0U));
+}
+
+TEST_F(CardWatchTest, SeesPicturesThatCameIntoFoldersThatArePassedOver)
+{
+    card.add(".Trash-1000/info", "text");
+    list();
+    card.add(".Trash-1000/new.JPG", "n");
+    EXPECT_THAT(watch.look().added, ElementsAre(".Trash-1000"));
+}
+
 TEST_F(CardWatchTest, TakesDeletionsAndWorkFoldersForNoNews)
 {
     list();

@@ -50,6 +50,14 @@ TEST_F(HeldFolderTest, FollowsTheFolderAndNotItsName)
     EXPECT_FALSE(fs::exists(folder.path("disk/file")));
 }
 
+TEST_F(HeldFolderTest, NamesItsOwnPathsAsTheSystemDoes)
+{
+    const HeldFolder held = hold();
+    EXPECT_EQ(HeldFolder::nameOf(held.ownPath() + "/sub/A.JPG"), folder.path("disk/sub/A.JPG"));
+    EXPECT_EQ(HeldFolder::nameOf(held.ownPath()), folder.path("disk"));
+    EXPECT_EQ(HeldFolder::nameOf("/elsewhere/A.JPG"), "/elsewhere/A.JPG");
+}
+
 TEST_F(HeldFolderTest, MakesNothingInAFolderThatIsGone)
 {
     const HeldFolder held = hold();
