@@ -145,9 +145,14 @@ void World::bindForNow(const fs::path& from, const fs::path& place)
     m_passing.push_back(std::make_unique<test::BindMount>(from, place));
 }
 
-void World::detach(std::size_t number)
+bool World::detach(std::size_t number)
 {
-    m_steps[number].now.detach();
+    try {
+        m_steps[number].now.detach();
+        return true;
+    } catch (const std::runtime_error&) {
+        return false; // what it lies in went before
+    }
 }
 
 bool World::die(std::size_t number)

@@ -77,7 +77,7 @@ public:
 
     std::size_t stepCount() const { return m_steps.size(); }
     const MountStep& step(std::size_t number) const { return m_steps[number]; }
-    void detach(std::size_t number);
+    bool detach(std::size_t number); // false where it is out of reach
     bool die(std::size_t number); // false where it cannot
 
     // What was written so far is on the disks, whatever dies.
