@@ -85,6 +85,7 @@ Place PlaceMaker::view(const std::string& role, const std::string& mode)
 
 Place PlaceMaker::makeAlias(const std::string& role, const Place& other)
 {
+    fs::create_directories(other.reals[0]); // an inner folder may be missing so far
     switch (m_draw.below(15)) {
     case 0:
         return {"same", other.path, other.reals, {}, false};
