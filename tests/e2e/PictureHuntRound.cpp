@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <iomanip>
-#include <sstream>
 
 namespace e2e::hunt {
 
@@ -18,13 +16,6 @@ using Milliseconds = std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kLongEnough{90};
-
-std::string quoted(const std::string& word)
-{
-    std::ostringstream text;
-    text << std::quoted(word);
-    return text.str();
-}
 
 } // namespace
 
@@ -39,8 +30,7 @@ Round::Round(std::uint64_t seed, std::uint64_t number, Figures& figures, fs::pat
 
 std::vector<std::string> Round::play()
 {
-    drawPlaces();
-    drawOptions();
+    SituationMaker(m_situation, m_draw, m_figures, m_story).make();
     drawBlows();
     m_situation.world.flush();
     const bool hasSecond = m_draw.chance(70);
@@ -50,183 +40,6 @@ std::vector<std::string> Round::play()
     ++m_figures["rounds"];
     m_figures["pictures"] += m_situation.pictures.size();
     return m_wrongs;
-}
-
-void Round::drawPlaces()
-{
-    Situation& now = m_situation;
-    PlaceMaker maker(now.world, m_draw);
-    now.card = maker.makeOwn("card");
-    now.pictures = fillCard(m_draw, now.card.reals);
-    if (m_draw.chance(10))
-        addInnerDisk();
-    now.target = m_draw.chance(60) ? maker.makeOwn("target") : maker.makeAlias("target", now.card);
-    if (m_draw.chance(60)) {
-        const std::size_t kind = m_draw.below(10);
-        now.backup = kind < 5 ? maker.makeOwn("backup")
-                              : maker.makeAlias("backup", kind < 8 ? now.target : now.card);
-    }
-    lookTwice();
-    drawTrap(maker);
-    tellPlaces();
-    for (const Place* place : {&now.target, now.backup ? &*now.backup : nullptr}) {
-        if (place && place->isOwn && m_draw.chance(40))
-            drawPriors(*place);
-    }
-    fillUp();
-}
-
-void Round::drawTrap(PlaceMaker& maker)
-{
-    Situation& now = m_situation;
-    if (!m_draw.chance(20) || now.card.kind == "image looked at twice")
-        return;
-    const Place& backup = now.backup ? *now.backup : now.target;
-    const std::vector<std::pair<const Place*, const Place*>> pairs{{&now.target, &now.card},
-        {&backup, &now.card},
-        {&now.target, &backup},
-        {&now.card, &now.target},
-        {&now.card, &backup}};
-    const auto [place, other] = m_draw.oneOf(pairs);
-    if (place == other || (!place->isOwn && place != &now.card))
-        return;
-    try {
-        maker.addTrap(*place, *other);
-        ++m_figures["traps"];
-        tell("a trap in " + place->path.string() + " shows " + other->reals[0].string());
-    } catch (const std::exception& refused) {
-        tell(std::string("no trap: ") + refused.what());
-    }
-}
-
-// Now and then a disk in memory has no room for anything, or for little.
-void Round::fillUp()
-{
-    if (!m_draw.chance(10))
-        return;
-    const Place& place = m_draw.chance(50) ? m_situation.card : m_situation.target;
-    const Disk& disk = diskOf(m_situation.world, place.reals[0]);
-    std::error_code error;
-    const std::size_t keep = m_draw.oneOf(std::vector<std::size_t>{0, 0, 9000, 300'000});
-    const std::uintmax_t room = fs::space(disk.shelf, error).available;
-    if (disk.name == "house" || place.reals[0] == disk.shelf || room <= keep)
-        return;
-    writeFile(disk.shelf / "ballast", std::string(room - keep, 'b'));
-    tell("full but for " + std::to_string(keep) + " bytes: " + disk.shelf.string());
-    ++m_figures["full disks"];
-}
-
-// A disk of its own, mounted below the card.
-void Round::addInnerDisk()
-{
-    Situation& now = m_situation;
-    const Disk& disk = now.world.addMemoryDisk("inner");
-    const std::string folder = "DCIM/106MFX";
-    const Picture picture = drawPicture(m_draw, fs::path(folder) / "INNER.JPG");
-    fs::create_directories(now.card.reals[0] / folder);
-    writeFile(disk.shelf / picture.below.filename(), picture.bytes);
-    now.card.steps.push_back(now.world.bind(disk, disk.shelf, now.card.path / folder));
-    now.card.reals.push_back(disk.shelf);
-    now.pictures.push_back(picture);
-    ++m_figures["cards with a disk in them"];
-}
-
-// Now and then, the card is a second mount of its image; the first is for others.
-void Round::lookTwice()
-{
-    Situation& now = m_situation;
-    if (now.card.kind != "image" || now.card.reals.size() > 1 || !m_draw.chance(25))
-        return;
-    const Disk& disk = diskOf(now.world, now.card.reals[0]);
-    if (disk.image.empty())
-        return;
-    const fs::path place = now.world.at("card-again");
-    now.card.steps = {now.world.secondLook(disk, place)};
-    now.card.path = place / now.card.reals[0].lexically_relative(disk.shelf);
-    now.card.path = now.card.path.lexically_normal();
-    now.card.kind = "image looked at twice";
-}
-
-void Round::tellPlaces()
-{
-    const auto note = [this](const std::string& role, const Place& place) {
-        ++m_figures[role + ' ' + place.kind];
-        tell(role + ": " + place.kind + ", " + place.path.string() + ", made of "
-            + place.reals[0].string());
-    };
-    note("card", m_situation.card);
-    note("target", m_situation.target);
-    if (m_situation.backup)
-        note("backup", *m_situation.backup);
-    for (std::size_t i = 0; i < m_situation.world.stepCount(); ++i)
-        tell("mounted: " + m_situation.world.step(i).story);
-    for (const Picture& picture : m_situation.pictures)
-        tell("  " + quoted(picture.below) + ' ' + std::to_string(picture.bytes.size()));
-}
-
-void Round::drawPriors(const Place& place)
-{
-    for (const Picture& picture : std::vector<Picture>(m_situation.pictures)) {
-        if (m_draw.chance(50))
-            setBefore(place, picture);
-    }
-}
-
-// What stands under the picture's name before, with its time.
-void Round::setBefore(const Place& place, const Picture& picture)
-{
-    static const std::vector<std::string> kKinds{
-        "the same", "other bytes", "empty", "zeros", "a link to it", "a hard link", "a folder"};
-    const std::string other = drawPicture(m_draw, picture.below).bytes;
-    const std::vector<std::string> contents{
-        picture.bytes, other, "", std::string(picture.bytes.size(), '\0')};
-    const std::size_t kind = m_draw.below(kKinds.size());
-    const fs::path real =
-        place.reals[0] / (m_draw.chance(20) ? "2026" : "") / picture.below.filename();
-    std::error_code error;
-    if (fs::exists(fs::symlink_status(real, error)))
-        return;
-    error.clear();
-    fs::create_directories(real.parent_path());
-    if (kKinds[kind] == "a link to it")
-        fs::create_symlink(m_situation.card.path / picture.below, real, error);
-    else if (kKinds[kind] == "a hard link")
-        fs::create_hard_link(m_situation.card.reals[0] / picture.below, real, error);
-    else if (kKinds[kind] == "a folder")
-        fs::create_directory(real, error);
-    else
-        writeFile(real, contents[kind]);
-    if (kind < contents.size())
-        m_situation.priors.push_back({real, contents[kind]});
-    tell("before: " + quoted(real) + ' ' + kKinds[kind] + (error ? ", refused" : ""));
-}
-
-void Round::drawOptions()
-{
-    Situation& now = m_situation;
-    const auto add = [&now](const std::vector<std::string>& more) {
-        now.options.insert(now.options.end(), more.begin(), more.end());
-    };
-    if (m_draw.chance(25))
-        add({"--subfolders", m_draw.oneOf(std::vector<std::string>{"%Y", "%Y/%Y-%m-%d", "a/b"})});
-    if (m_draw.chance(15))
-        add({"--rename",
-            m_draw.oneOf(std::vector<std::string>{
-                "{seq:4}.{ext}", "{date:%Y%m%d}-{seq:3}.{ext}", "X{name}.{ext}", "same.{ext}"})});
-    if (m_draw.chance(10))
-        add({"--only", m_draw.oneOf(std::vector<std::string>{"*.JPG", "IMG_0001*", "*.CR2"})});
-    now.isDry = m_draw.chance(4);
-    now.converts = m_draw.chance(8);
-    now.deletes = m_draw.chance(80);
-    m_hasTerminal = now.deletes && m_draw.chance(40);
-    if (now.isDry)
-        add({"--dry-run"});
-    if (now.converts)
-        add({"--dng"});
-    if (now.deletes)
-        add({"--delete-originals"});
-    if (now.deletes && !m_hasTerminal)
-        add({"--yes"});
 }
 
 void Round::drawBlows()
@@ -280,7 +93,7 @@ Blow Round::drawBlow()
 void Round::setMoment(Blow& blow)
 {
     const std::size_t kind = m_draw.below(10);
-    if (m_hasTerminal && kind < 7)
+    if (m_situation.hasTerminal && kind < 7)
         blow.moment = Moment::kQuestion;
     else
         blow.moment = kind < 3 ? Moment::kStart : Moment::kItem;
@@ -362,7 +175,7 @@ Variables Round::variables(bool hasFault) const
 void Round::start(bool hasFault)
 {
     m_programs.push_back(
-        std::make_unique<HuntProgram>(words(), variables(hasFault), m_hasTerminal));
+        std::make_unique<HuntProgram>(words(), variables(hasFault), m_situation.hasTerminal));
 }
 
 // What was saved is moved back onto the card: each program takes the other's copies, and may.
@@ -379,9 +192,10 @@ void Round::startTheOtherWay()
         m_situation.card.path / m_situation.pictures[0].below.parent_path(),
         "--json",
         "--delete-originals"};
-    if (!m_hasTerminal)
+    if (!m_situation.hasTerminal)
         other.emplace_back("--yes");
-    m_programs.push_back(std::make_unique<HuntProgram>(other, variables(false), m_hasTerminal));
+    m_programs.push_back(
+        std::make_unique<HuntProgram>(other, variables(false), m_situation.hasTerminal));
 }
 
 bool Round::isDue(const Blow& blow, Milliseconds since) const

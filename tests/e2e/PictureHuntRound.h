@@ -2,29 +2,17 @@
 // runs again undisturbed; after each, what the disks hold is judged. One thread.
 #pragma once
 
-#include "e2e/PictureHuntCard.h"
 #include "e2e/PictureHuntEvidence.h"
-#include "e2e/PictureHuntPlaces.h"
 #include "e2e/PictureHuntProgram.h"
+#include "e2e/PictureHuntSituation.h"
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
 namespace e2e::hunt {
-
-using Figures = std::map<std::string, std::size_t>;
-
-// What stood in target or backup before.
-struct Prior {
-    fs::path real;
-    std::string bytes;
-    bool isHarmed = false; // by the hunt
-};
 
 // What one run of the program came to.
 struct RunEnd {
@@ -47,22 +35,6 @@ struct Blow {
     bool isDone = false;
 };
 
-struct Situation {
-    World world;
-    Place card;
-    Place target;
-    std::optional<Place> backup;
-    std::vector<Picture> pictures;
-    std::vector<Prior> priors;
-    std::vector<std::string> options; // besides the places
-    bool deletes = false;
-    bool isDry = false;
-    bool converts = false;
-    std::set<int> signals; // that the hunt sent
-    bool lostTheCard = false;
-    bool wasSwapped = false; // leftovers may be where no later run works
-};
-
 class Round {
 public:
     // Programs: the folder of a run-time tree with the conversion library is `convertingProgram`.
@@ -75,15 +47,6 @@ public:
     std::string story() const;
 
 private:
-    void drawPlaces();
-    void addInnerDisk();
-    void lookTwice();
-    void drawTrap(PlaceMaker& maker);
-    void fillUp();
-    void setBefore(const Place& place, const Picture& picture);
-    void tellPlaces();
-    void drawPriors(const Place& place);
-    void drawOptions();
     void drawBlows();
     void drawFault();
     Blow drawBlow();
@@ -107,7 +70,6 @@ private:
     Situation m_situation;
     Variables m_fault;
     std::vector<Blow> m_blows;
-    bool m_hasTerminal = false;
     std::vector<std::unique_ptr<HuntProgram>> m_programs;
     std::vector<RunEnd> m_ends;
     std::vector<std::string> m_story;
