@@ -121,11 +121,12 @@ void Judge::expectNothingLost()
 }
 
 // Copies that the hunt takes after they were proven are not what the program speaks of, nor is a
-// card that was gone before it was looked at.
+// card that was gone, or was another, before it was looked at.
 void Judge::expectTruthOfVerdicts()
 {
     const auto isWrongToSay = [this](const RunEnd& end) {
-        return mayBeWiped(end) && !(m_situation.lostTheCard && sawNothing(end));
+        return mayBeWiped(end) && !m_situation.sawOtherCard
+            && !(m_situation.lostTheCard && sawNothing(end));
     };
     if (std::none_of(m_ends.begin(), m_ends.end(), isWrongToSay))
         return;
@@ -188,7 +189,10 @@ void Judge::expectCopies(const Picture& picture)
         isApart(m_situation.target) || (m_situation.backup && isApart(*m_situation.backup));
     const bool isOff = std::any_of(
         copies.begin(), copies.end(), [this](const Found& copy) { return !isOnCardsDisk(copy); });
-    if (isAnyApart && !isOff && !picture.isHarmed)
+    const bool isTold = std::any_of(m_ends.begin(), m_ends.end(), [](const RunEnd& end) {
+        return end.summary && end.summary->value("copies_on_cards_device", false);
+    });
+    if (isAnyApart && !isOff && !isTold && !picture.isHarmed)
         wrong("DELETED WITH NO COPY OFF THE CARD'S DISK: " + whereabouts(picture));
 }
 

@@ -232,6 +232,8 @@ void Round::strikeWhatIsDue(Milliseconds since)
         const bool isAsked = blow.moment == Moment::kQuestion && !first.events("summary").size();
         if (isInTime && (!isBehind || isAsked)) {
             blow.strike();
+            m_situation.sawOtherCard = m_situation.sawOtherCard
+                || (sources.empty() && m_situation.lostTheCard && m_situation.wasSwapped);
             ++m_figures["blow " + blow.story.substr(0, blow.story.find(' ', 9))];
             tell("struck: " + blow.story);
         }
@@ -264,6 +266,7 @@ void Round::run(bool isDisturbed)
     const Evidence before(m_situation.world);
     m_ends.clear();
     m_situation.lostTheCard = false;
+    m_situation.sawOtherCard = false;
     if (!isDisturbed) {
         m_blows.clear();
         m_situation.signals.clear();

@@ -36,6 +36,7 @@ struct Situation {
     bool converts = false;
     std::set<int> signals; // that the hunt sent
     bool lostTheCard = false;
+    bool sawOtherCard = false; // another lay there before it was listed
     bool wasSwapped = false; // leftovers may be where no later run works
 };
 
