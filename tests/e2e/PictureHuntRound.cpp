@@ -234,7 +234,7 @@ void Round::strikeWhatIsDue(Milliseconds since)
             blow.strike();
             m_situation.sawOtherCard = m_situation.sawOtherCard
                 || (sources.empty() && m_situation.lostTheCard
-                    && (m_situation.wasSwapped || m_situation.card.steps.size() > 1));
+                    && (m_situation.wasSwapped || m_situation.hasInnerDisk));
             ++m_figures["blow " + blow.story.substr(0, blow.story.find(' ', 9))];
             tell("struck: " + blow.story);
         }

@@ -103,6 +103,7 @@ void SituationMaker::addInnerDisk()
     writeFile(disk.shelf / picture.below.filename(), picture.bytes);
     now.card.steps.push_back(now.world.bind(disk, disk.shelf, now.card.path / folder));
     now.card.reals.push_back(disk.shelf);
+    now.hasInnerDisk = true;
     now.pictures.push_back(picture);
     ++m_figures["cards with a disk in them"];
 }

@@ -35,6 +35,7 @@ struct Situation {
     bool hasTerminal = false; // to answer at
     bool converts = false;
     std::set<int> signals; // that the hunt sent
+    bool hasInnerDisk = false; // below the card
     bool lostTheCard = false;
     bool sawOtherCard = false; // another lay there before it was listed
     bool wasSwapped = false; // leftovers may be where no later run works
