@@ -143,6 +143,7 @@ public:
                     {displayName(*m_store)}));
         m_request.backupFolder = session.backupFolder();
         m_request.firstSequence = m_line.seqStart.value_or(session.firstSequence());
+        m_request.beginsAtFirst = m_line.seqStart.has_value();
         requireRememberedBackup(m_line, m_request.backupFolder);
         if (m_request.backupFolder)
             requireUsablePlace(*m_request.backupFolder, m_source.path, Purpose::kBackup);
@@ -219,9 +220,8 @@ private:
 
     bool rememberChoices(SessionPreferences& session, const DownloadSummary& summary)
     {
-        const std::uint64_t next = m_request.rules.rename && m_request.rules.rename->usesSequence()
-            ? summary.nextSequence
-            : m_request.firstSequence;
+        const std::uint64_t next =
+            m_request.rules.useNumbers() ? summary.nextSequence : m_request.firstSequence;
         const bool isRemembered = session.remember(m_request.target, next);
         if (!isRemembered)
             m_events->message(

@@ -37,6 +37,58 @@ void checkLetters(std::string_view format)
     }
 }
 
+// Formats that stand for several others, as in the classic locale.
+std::string_view spelledOut(char letter)
+{
+    switch (letter) {
+    case 'c':
+        return "%a %b %e %H:%M:%S %Y";
+    case 'D':
+    case 'x':
+        return "%m/%d/%y";
+    case 'F':
+        return "%Y-%m-%d";
+    case 'r':
+        return "%I:%M:%S %p";
+    case 'R':
+        return "%H:%M";
+    case 'T':
+    case 'X':
+        return "%H:%M:%S";
+    default:
+        return {};
+    }
+}
+
+DatePiece pieceOf(char letter)
+{
+    constexpr std::string_view kNames = "aAbBhp";
+    if (letter == '%')
+        return {DatePiece::Kind::Text, "%", 0};
+    if (kNames.find(letter) != std::string_view::npos)
+        return {DatePiece::Kind::Name, {}, 0};
+    const bool isYear = letter == 'Y' || letter == 'G';
+    const bool isDayOfWeek = letter == 'u' || letter == 'w';
+    const std::size_t width = isYear ? 4 : letter == 'j' ? 3 : isDayOfWeek ? 1 : 2;
+    return {DatePiece::Kind::Digits, {}, width};
+}
+
+void addShape(std::string_view format, std::vector<DatePiece>& shape)
+{
+    for (std::size_t at = 0; at < format.size(); ++at) {
+        if (format[at] != '%') {
+            shape.push_back({DatePiece::Kind::Text, std::string(1, format[at]), 0});
+            continue;
+        }
+        const char letter = format[++at];
+        const std::string_view all = spelledOut(letter);
+        if (all.empty())
+            shape.push_back(pieceOf(letter));
+        else
+            addShape(all, shape);
+    }
+}
+
 } // namespace
 
 DateFormat::DateFormat(std::string_view format)
@@ -58,6 +110,13 @@ std::string DateFormat::longestExample() const
 {
     // "Wednesday" and "September" are the longest names; all numbers have a fixed width.
     return render({2026, 9, 23, 22, 58, 58, std::nullopt, std::nullopt});
+}
+
+std::vector<DatePiece> DateFormat::shape() const
+{
+    std::vector<DatePiece> shape;
+    addShape(m_format, shape);
+    return shape;
 }
 
 void requirePlainText(std::string_view pattern)

@@ -5,9 +5,12 @@
 
 #include "mfx/engine/DateText.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace mfx {
 
@@ -15,6 +18,14 @@ namespace mfx {
 class PatternError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+// A part of a rendered date.
+struct DatePiece {
+    enum class Kind : std::uint8_t { Text, Digits, Name };
+    Kind kind = Kind::Text;
+    std::string text; // of Text
+    std::size_t width = 0; // of Digits
 };
 
 class DateFormat {
@@ -26,6 +37,9 @@ public:
 
     // The longest text that render() gives has as many bytes as this one.
     std::string longestExample() const;
+
+    // What render() gives, whatever the moment: for those who read it.
+    std::vector<DatePiece> shape() const;
 
 private:
     std::string m_format;

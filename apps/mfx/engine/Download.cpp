@@ -5,6 +5,7 @@
 #include "mfx/engine/DNGSearch.h"
 #include "mfx/engine/GroupPlacer.h"
 #include "mfx/engine/GroupStager.h"
+#include "mfx/engine/LastNumber.h"
 #include "mfx/engine/PassedOverList.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/engine/Ticker.h"
@@ -79,6 +80,8 @@ Download::Download(
 
 DownloadSummary Download::run()
 {
+    if (m_request.rules.useNumbers())
+        m_folders.listNumbers(m_request.rules.rename->numberMatcher());
     m_summary.items = m_card.items.size();
     m_summary.folder = m_request.target;
     m_summary.backupWanted = m_request.backupFolder.has_value();
@@ -96,8 +99,9 @@ DownloadSummary Download::run()
     {
         const Ticker ticker(kProgressPause, [this] { tellProgress(); });
         m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
+        m_nextNumber = firstNumber();
         runGroups();
-        m_summary.nextSequence = m_request.firstSequence + m_lastSaved;
+        m_summary.nextSequence = m_nextNumber;
         if (!m_request.dryRun)
             closeDownload();
         m_folders.leave();
@@ -149,7 +153,7 @@ void Download::runGroups()
     StagingPlan plan{m_card,
         m_groups,
         m_request.rules,
-        m_request.firstSequence,
+        m_nextNumber,
         m_request.dryRun,
         [this](std::uint32_t item, ProgressPhase phase, std::uint64_t bytes) {
             m_progress.add(item, phase, bytes);
@@ -190,15 +194,36 @@ void Download::tellRestored()
                 {displayName(path)}));
 }
 
+// With sub-folders, numbers go on from one to the next.
+std::uint64_t Download::firstNumber() const
+{
+    if (!m_request.rules.useNumbers() || m_request.beginsAtFirst)
+        return m_request.firstSequence;
+    const auto last = lastNumberIn(m_places.targetOwnPath(),
+        m_request.rules.rename->numberMatcher(),
+        m_request.rules.subfolders.has_value(),
+        m_request.wasInterrupted);
+    return last ? std::max(m_request.firstSequence, *last + 1) : m_request.firstSequence;
+}
+
+// Numbers are given here, in the order of the groups, to those that are saved: a group that stands
+// there already, or that failed, leaves no gap.
+void Download::decide(GroupWork& work)
+{
+    if (m_request.rules.useNumbers())
+        work.target =
+            groupTarget(m_card, m_groups[work.group], work.date, m_request.rules, m_nextNumber);
+    if (m_request.dryRun)
+        previewNames(work);
+    else
+        decideNames(work);
+}
+
 void Download::finishGroup(GroupWork& work)
 {
     std::vector<ItemEvent> events(work.members.size());
-    if (!work.failed && !work.stoodThere) {
-        if (m_request.dryRun)
-            previewNames(work);
-        else
-            decideNames(work);
-    }
+    if (!work.failed && !work.stoodThere)
+        decide(work);
     if (const auto lost = work.failed ? std::nullopt : lostPlace(work)) {
         failGroup(work, work.members.size(), *lost);
         stopAt(*lost);
@@ -214,6 +239,8 @@ void Download::finishGroup(GroupWork& work)
         convert(
             work, events); // the item folder keeps the work folder, and our lock on it, in being
     dropItemFolder(work);
+    if (!work.failed && !work.stoodThere)
+        ++m_nextNumber;
     judge(work, events);
     conclude(work, events);
     if (work.failed)
@@ -385,8 +412,6 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
             ++m_summary.existing;
         else if (!work.failed)
             ++m_summary.saved;
-        if (!work.failed)
-            m_lastSaved = work.group + 1;
         if (!work.failed && work.date.source == DateSource::FileTime)
             ++m_summary.datedByFile;
         if (m_items[member.item].isProven)

@@ -33,7 +33,8 @@ struct DownloadRequest {
     std::string sourceName; // for people
     std::string target; // absolute
     NamingRules rules;
-    std::uint64_t firstSequence = 1;
+    std::uint64_t firstSequence = 1; // where {seq} begins, or behind the last number in the target
+    bool beginsAtFirst = false; // whatever numbers the target has
     std::optional<std::string> backupFolder; // absolute; where the sink makes its copies
     bool convertsToDNG = false; // the sink will
     bool wantsDNG = false; // the user does, whether or not the sink can
@@ -66,7 +67,9 @@ private:
     void openPlaces();
     void warnOfPlaces();
     void runGroups();
+    std::uint64_t firstNumber() const;
     void finishGroup(GroupWork& work);
+    void decide(GroupWork& work);
     std::optional<std::string> lostPlace(const GroupWork& work) const;
     void backUp(GroupWork& work, std::vector<ItemEvent>& events);
     void noteBackup(
@@ -113,7 +116,7 @@ private:
     CardWatch m_cardWatch;
     std::vector<ItemState> m_items;
     DownloadSummary m_summary;
-    std::size_t m_lastSaved = 0; // groups up to the last one that was saved
+    std::uint64_t m_nextNumber = 0; // that of the next group which is saved
     std::optional<std::string> m_stopReason; // why no further group is begun
     std::string m_deletionObjection; // why no original may go; empty while they may
     bool m_targetRefused = false; // some folder of the target takes no files

@@ -73,6 +73,8 @@ FinalFolder& FinalFolders::open(const std::string& subfolder)
     if (!folder->error)
         compare(*folder, nullptr);
     folder->stems.read(folder->ownPath);
+    if (m_numbers)
+        folder->numbered.read(folder->ownPath, *m_numbers);
     return *folder;
 }
 

@@ -3,6 +3,7 @@
 // Any thread may call; objects stay at their place for the life of the collection.
 #pragma once
 
+#include "mfx/engine/NumberedFiles.h"
 #include "mfx/engine/PlaceWatch.h"
 #include "mfx/engine/WorkFolder.h"
 #include "platform/common/Lock.h"
@@ -61,6 +62,7 @@ struct FinalFolder {
     const std::optional<Pt::HeldFolder> held; // none for a plan, and where it cannot be used
     WorkFolder work;
     StemRegister stems; // for the thread that moves files into place
+    NumberedFiles numbered; // none without a pattern that numbers
     FolderKinship kinship; // to card and backup
     bool keepsOwnFiles = true; // what its file system says of a file can be believed
     std::error_code error; // why the folder cannot be used
@@ -72,6 +74,9 @@ public:
     // Borrows the watch over the places, which is open. With `looksOnly`, nothing is made, put back
     // or removed.
     FinalFolders(std::string target, const PlaceWatch& places, bool looksOnly = false);
+
+    // Lists the numbered files of each folder at its first use. Before any is opened.
+    void listNumbers(NumberMatcher allNames) { m_numbers = std::move(allNames); }
 
     // The folder `subfolder` of the target ("" is the target itself). Its error is set when it
     // cannot be used.
@@ -102,6 +107,7 @@ private:
     const std::string m_target;
     const PlaceWatch& m_places;
     const bool m_looksOnly;
+    std::optional<NumberMatcher> m_numbers;
     Pt::Lock m_lock;
     std::map<std::string, std::unique_ptr<FinalFolder>> m_folders TEVORO_GUARDED_BY(m_lock);
     std::vector<std::string> m_restored TEVORO_GUARDED_BY(m_lock);

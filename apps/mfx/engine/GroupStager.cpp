@@ -1,7 +1,7 @@
 #include "mfx/engine/GroupStager.h"
 
 #include "mfx/engine/CopyText.h"
-#include "mfx/engine/TargetSpot.h"
+#include "mfx/engine/NumberedCopies.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/PtUnicode.h"
 
@@ -19,12 +19,12 @@ constexpr std::size_t kAhead = 8; // groups staged and not yet taken
 constexpr std::size_t kLongestFolder = 259 - std::size("/.mfxdownload/4194304-4294967295");
 
 // Nothing is to be copied: the names are those of the files that stand there.
-void settle(GroupWork& work, const TargetSpot& spot)
+void settle(GroupWork& work, const std::function<std::string(std::size_t member)>& nameOf)
 {
     work.stoodThere = true;
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         work.members[i].stoodThere = true;
-        work.members[i].finalName = work.target->fileName(i, spot.number);
+        work.members[i].finalName = nameOf(i);
     }
 }
 
@@ -143,17 +143,45 @@ bool isTooDeep(const std::string& folder)
     return Pt::toUtf16(folder).size() > kLongestFolder;
 }
 
+// Under whatever number the group stands there, it is not copied once more.
+bool GroupStager::settleNumbered(GroupWork& work) const
+{
+    if (!m_plan.rules.useNumbers())
+        return false;
+    const ItemGroup& group = m_plan.groups[work.group];
+    const NameFields fields = nameFields(m_plan.card, group, work.date, 0);
+    const auto stem = findNumberedCopies(work, m_plan.rules.rename->numberMatcher(fields));
+    if (stem)
+        settle(work, [&](std::size_t i) { return nameWithStem(work, i, *stem); });
+    tellCompared(work);
+    return stem.has_value();
+}
+
+// With numbers, what stands under the name of now says nothing: the group gets its number later.
+TargetSpot GroupStager::spotOf(GroupWork& work) const
+{
+    if (!m_plan.rules.useNumbers()) {
+        const TargetSpot spot = findSpot(work);
+        tellCompared(work);
+        return spot;
+    }
+    TargetSpot anywhere;
+    anywhere.occupants.assign(work.members.size(), Occupant::kNone);
+    return anywhere;
+}
+
 void GroupStager::copyMembers(GroupWork& work)
 {
-    const TargetSpot spot = findSpot(work);
-    tellCompared(work);
+    if (settleNumbered(work))
+        return;
+    const TargetSpot spot = spotOf(work);
     if (spot.error) {
         work.problem = Pt::CopyProblem::kTargetUnusable;
         failUnreadable(work, spot.error);
         return;
     }
     if (spot.holdsAll())
-        settle(work, spot);
+        settle(work, [&](std::size_t i) { return work.target->fileName(i, spot.number); });
     if (spot.holdsAll() || m_plan.dryRun)
         return;
     std::error_code error;

@@ -8,6 +8,7 @@
 #include "mfx/engine/DownloadEvents.h"
 #include "mfx/engine/FinalFolders.h"
 #include "mfx/engine/GroupWork.h"
+#include "mfx/engine/TargetSpot.h"
 #include "platform/common/Lock.h"
 
 #include <atomic>
@@ -29,7 +30,7 @@ struct StagingPlan {
     const CardContents& card;
     const std::vector<ItemGroup>& groups;
     const NamingRules& rules;
-    std::uint64_t firstSequence = 1;
+    std::uint64_t firstSequence = 1; // for names in item folders; final ones are decided later
     bool dryRun = false; // plan and compare, but copy nothing
     // Told of an item's bytes that were read off the card or proven, from several threads.
     std::function<void(std::uint32_t item, ProgressPhase phase, std::uint64_t bytes)> progress;
@@ -55,6 +56,8 @@ private:
     void run();
     std::unique_ptr<GroupWork> stage(std::size_t group);
     void plan(GroupWork& work);
+    bool settleNumbered(GroupWork& work) const;
+    TargetSpot spotOf(GroupWork& work) const;
     void copyMembers(GroupWork& work);
     void tellCompared(const GroupWork& work) const;
     Pt::CopyResult copyMember(GroupWork& work, std::size_t member);

@@ -3,6 +3,7 @@
 #include "mfx/texts/Texts.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace mfx {
 
@@ -18,6 +19,25 @@ void requireNoSlash(std::string_view name)
                  "\"/\"; folders are the matter of the subfolder pattern.",
                 {std::string(name)}));
     }
+}
+
+NumberMatcher::Part textPart(std::string text)
+{
+    return {NumberMatcher::Part::Kind::Text, std::move(text), 0};
+}
+
+NumberMatcher::Part datePart(DatePiece const& piece)
+{
+    using Kind = NumberMatcher::Part::Kind;
+    switch (piece.kind) {
+    case DatePiece::Kind::Digits:
+        return {Kind::Digits, {}, piece.width};
+    case DatePiece::Kind::Name:
+        return {Kind::Letters, {}, 0};
+    case DatePiece::Kind::Text:
+        break;
+    }
+    return textPart(piece.text);
 }
 
 } // namespace
@@ -145,6 +165,56 @@ bool NamePattern::uses(Piece::Kind kind) const
     return std::any_of(m_pieces.begin(), m_pieces.end(), [kind](Piece const& piece) {
         return piece.kind == kind;
     });
+}
+
+NumberMatcher NamePattern::numberMatcher() const
+{
+    if (!usesDate()) {
+        return NumberMatcher({numberParts(true)});
+    }
+    return NumberMatcher({numberParts(true), numberParts(false)});
+}
+
+NumberMatcher::Parts NamePattern::numberParts(bool isDated) const
+{
+    using Kind = NumberMatcher::Part::Kind;
+    NumberMatcher::Parts parts;
+    for (Piece const& piece : m_pieces) {
+        switch (piece.kind) {
+        case Piece::Kind::Text:
+            parts.push_back(textPart(piece.text));
+            break;
+        case Piece::Kind::Name:
+        case Piece::Kind::Extension:
+            parts.push_back({Kind::Anything, {}, 0});
+            break;
+        case Piece::Kind::Date:
+            if (isDated) {
+                const std::vector<DatePiece> shape = piece.format->shape();
+                std::transform(shape.begin(), shape.end(), std::back_inserter(parts), datePart);
+            } else {
+                parts.push_back(textPart(std::string(kUndated)));
+            }
+            break;
+        case Piece::Kind::Sequence:
+            parts.push_back({Kind::Number, {}, piece.digits});
+            break;
+        }
+    }
+    return parts;
+}
+
+NumberMatcher NamePattern::numberMatcher(NameFields const& fields) const
+{
+    NumberMatcher::Parts parts;
+    for (Piece const& piece : m_pieces) {
+        if (piece.kind == Piece::Kind::Sequence) {
+            parts.push_back({NumberMatcher::Part::Kind::Number, {}, piece.digits});
+        } else {
+            parts.push_back(textPart(rendered(piece, fields)));
+        }
+    }
+    return NumberMatcher({std::move(parts)});
 }
 
 std::string NamePattern::rendered(Piece const& piece, NameFields const& fields)

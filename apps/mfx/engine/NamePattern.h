@@ -10,6 +10,7 @@
 #pragma once
 
 #include "mfx/engine/DateFormat.h"
+#include "mfx/engine/NumberMatcher.h"
 
 #include <cstdint>
 #include <optional>
@@ -37,6 +38,12 @@ public:
     bool usesSequence() const { return uses(Piece::Kind::Sequence); }
     bool usesDate() const { return uses(Piece::Kind::Date); }
 
+    // For all names that the pattern gives. Requires: it uses the sequence.
+    NumberMatcher numberMatcher() const;
+
+    // For those that it gives to one group, whatever its number.
+    NumberMatcher numberMatcher(NameFields const& fields) const;
+
     // The stem. Throws PatternError when it would be empty, hidden or "." or "..", or would
     // hold "/" or NUL: the pattern and these fields do not make a file name.
     std::string stem(NameFields const& fields) const;
@@ -51,6 +58,7 @@ private:
     };
 
     bool uses(Piece::Kind kind) const;
+    NumberMatcher::Parts numberParts(bool isDated) const;
     void readPiece(std::string_view& rest);
     void addText(char c);
     static Piece fieldPiece(std::string_view field);

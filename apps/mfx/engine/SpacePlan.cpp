@@ -2,10 +2,12 @@
 
 #include "commandline/NameText.h"
 #include "mfx/engine/CaptureDate.h"
+#include "mfx/engine/NumberedFiles.h"
 #include "mfx/engine/TwinCheck.h"
 #include "platform/common/FileStatus.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -69,6 +71,12 @@ Needs needsOf(const CardContents& card,
 // Looks for items under their names and numbered forms of these; no file stands for two items.
 class StandingFiles {
 public:
+    // With a pattern that numbers, `allNumbers` knows all names that it gives.
+    explicit StandingFiles(std::optional<NumberMatcher> allNumbers)
+        : m_allNumbers(std::move(allNumbers))
+    {
+    }
+
     template <typename PathOf>
     bool take(std::uint64_t size, PathOf pathOf)
     {
@@ -84,50 +92,90 @@ public:
         }
     }
 
+    // Under whatever number.
+    bool takeNumbered(std::uint64_t size,
+        const std::string& folder,
+        const std::string& extension,
+        const NumberMatcher& names)
+    {
+        const auto [entry, isNew] = m_numbered.try_emplace(folder);
+        if (isNew)
+            entry->second.read(folder, *m_allNumbers);
+        const std::vector<std::string> stems = entry->second.stemsOf(size, extension, names);
+        return std::any_of(stems.begin(), stems.end(), [&](const std::string& stem) {
+            return m_taken.insert(folder + '/' + stem + '.' + extension).second;
+        });
+    }
+
 private:
+    const std::optional<NumberMatcher> m_allNumbers;
     std::set<std::string> m_taken;
+    std::map<std::string, NumberedFiles> m_numbered; // by folder
+};
+
+// What the members of a group would be called.
+struct GroupNames {
+    GroupTarget target;
+    std::optional<NumberMatcher> numbered; // where {seq} makes them differ
 };
 
 // None where the pattern gives no name: such a group fails in its turn.
-std::optional<GroupTarget> targetOf(const CardContents& card,
-    const ItemGroup& group,
-    const DownloadRequest& request,
-    std::uint64_t sequence)
+std::optional<GroupNames> namesOf(
+    const CardContents& card, const ItemGroup& group, const DownloadRequest& request)
+try {
+    const NamingRules& rules = request.rules;
+    const CaptureDate date = groupCaptureDate(card, group);
+    GroupNames names{groupTarget(card, group, date, rules, request.firstSequence), std::nullopt};
+    if (rules.useNumbers())
+        names.numbered = rules.rename->numberMatcher(nameFields(card, group, date, 0));
+    return names;
+} catch (const PatternError&) {
+    return std::nullopt;
+}
+
+void findInTarget(
+    const CardContents& card, const DownloadRequest& request, StandingFiles& files, Standing& found)
 {
-    try {
-        return groupTarget(card, group, groupCaptureDate(card, group), request.rules, sequence);
-    } catch (const PatternError&) {
-        return std::nullopt;
+    for (const ItemGroup& group : TwinCheck(card).groups()) {
+        const auto names = namesOf(card, group, request);
+        if (!names)
+            continue;
+        const GroupTarget& target = names->target;
+        const std::string folder =
+            target.subfolder().empty() ? request.target : request.target + '/' + target.subfolder();
+        for (std::size_t i = 0; i < group.members.size(); ++i) {
+            const std::uint32_t item = group.members[i];
+            const std::uint64_t size = card.items[item].status.size;
+            found.inTarget[item] = names->numbered
+                ? files.takeNumbered(size, folder, target.extension(i), *names->numbered)
+                : files.take(size, [&](std::uint64_t number) {
+                      return folder + '/' + target.fileName(i, number);
+                  });
+        }
+    }
+}
+
+void findInBackup(
+    const CardContents& card, const std::string& folder, StandingFiles& files, Standing& found)
+{
+    for (std::size_t i = 0; i < card.items.size(); ++i) {
+        const std::string name = displayName(card.items[i].name);
+        const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
+        found.inBackup[i] = files.take(card.items[i].status.size, [&](std::uint64_t number) {
+            return folder + '/' + numberedStem(name.substr(0, stem), number) + name.substr(stem);
+        });
     }
 }
 
 Standing findStanding(const CardContents& card, const DownloadRequest& request)
 {
     Standing standing(card.items.size());
-    StandingFiles files;
-    std::uint64_t sequence = request.firstSequence;
-    for (const ItemGroup& group : TwinCheck(card).groups()) {
-        const auto target = targetOf(card, group, request, sequence++);
-        if (!target)
-            continue;
-        const std::string folder = target->subfolder().empty()
-            ? request.target
-            : request.target + '/' + target->subfolder();
-        for (std::size_t i = 0; i < group.members.size(); ++i) {
-            const std::uint32_t item = group.members[i];
-            const std::uint64_t size = card.items[item].status.size;
-            standing.inTarget[item] = files.take(size,
-                [&](std::uint64_t number) { return folder + '/' + target->fileName(i, number); });
-        }
-    }
-    for (std::size_t i = 0; request.backupFolder && i < card.items.size(); ++i) {
-        const std::string name = displayName(card.items[i].name);
-        const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
-        standing.inBackup[i] = files.take(card.items[i].status.size, [&](std::uint64_t number) {
-            return *request.backupFolder + '/' + numberedStem(name.substr(0, stem), number)
-                + name.substr(stem);
-        });
-    }
+    StandingFiles files(request.rules.useNumbers()
+            ? std::optional(request.rules.rename->numberMatcher())
+            : std::nullopt);
+    findInTarget(card, request, files, standing);
+    if (request.backupFolder)
+        findInBackup(card, *request.backupFolder, files, standing);
     return standing;
 }
 

@@ -53,6 +53,17 @@ std::string GroupTarget::fileName(std::size_t member, std::uint64_t number) cons
     return name;
 }
 
+NameFields nameFields(CardContents const& card,
+    ItemGroup const& group,
+    CaptureDate const& date,
+    std::uint64_t sequence)
+{
+    return {displayName(groupStem(card, group)),
+        displayName(memberExtension(card, group, 0)),
+        date.moment,
+        sequence};
+}
+
 GroupTarget groupTarget(CardContents const& card,
     ItemGroup const& group,
     CaptureDate const& date,
@@ -64,10 +75,8 @@ GroupTarget groupTarget(CardContents const& card,
     for (std::size_t member = 0; member < group.members.size(); ++member) {
         extensions.push_back(displayName(memberExtension(card, group, member)));
     }
-    std::string stem = displayName(groupStem(card, group));
-    if (rules.rename) {
-        stem = rules.rename->stem({stem, extensions.front(), date.moment, sequence});
-    }
+    const NameFields fields = nameFields(card, group, date, sequence);
+    std::string stem = rules.rename ? rules.rename->stem(fields) : fields.name;
     return {rules.subfolders ? rules.subfolders->folder(date.moment) : std::string(),
         safeStem(stem),
         std::move(extensions)};

@@ -31,6 +31,7 @@ struct NamingRules {
     std::optional<NamePattern> rename; // the device's name without one
     std::optional<SubfolderPattern> subfolders; // none without one
 
+    bool useNumbers() const { return rename && rename->usesSequence(); }
     bool useDates() const { return subfolders || (rename && rename->usesDate()); }
 };
 
@@ -41,6 +42,7 @@ public:
 
     std::string const& subfolder() const { return m_subfolder; } // "" is the target itself
     std::size_t size() const { return m_extensions.size(); }
+    std::string const& extension(std::size_t member) const { return m_extensions[member]; }
 
     // The name of one member in its `number`th form: 0 is the plain one, k has "-k" behind the
     // stem. Never above 255 bytes: the stem is cut between characters, by the same amount for all
@@ -53,6 +55,12 @@ private:
     std::vector<std::string> m_extensions;
     std::size_t m_longestExtension = 0; // with its dot
 };
+
+// What the fields of a name pattern stand for in a group.
+NameFields nameFields(CardContents const& card,
+    ItemGroup const& group,
+    CaptureDate const& date,
+    std::uint64_t sequence);
 
 // `sequence` is the number of this group for {seq}. Throws PatternError as NamePattern::stem()
 // does.

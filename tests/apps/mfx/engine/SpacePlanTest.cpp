@@ -135,5 +135,19 @@ TEST_F(SpacePlanTest, PassesOverAGroupThatThePatternGivesNoName)
     EXPECT_TRUE(isShort());
 }
 
+// With {seq} the same photo has another name each time.
+TEST_F(SpacePlanTest, CountsNothingTwiceThatStandsThereUnderAnotherNumber)
+{
+    request.rules.rename = NamePattern("P{seq:3}");
+    add("A.JPG", 0.6);
+    add("B.JPG", 0.6);
+    EXPECT_TRUE(isShort());
+    stand(target, "P041.JPG", share(0.6));
+    EXPECT_FALSE(isShort());
+    stand(target, "Q042.JPG", share(0.6));
+    add("C.JPG", 0.6);
+    EXPECT_TRUE(isShort()) << "no file stands for two items";
+}
+
 } // namespace
 } // namespace mfx
