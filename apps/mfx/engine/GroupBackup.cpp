@@ -2,6 +2,7 @@
 
 #include "commandline/NameText.h"
 #include "mfx/engine/BackupSearch.h"
+#include "mfx/engine/CopyIdentity.h"
 #include "mfx/engine/CopyText.h"
 #include "mfx/engine/TargetSpot.h"
 #include "mfx/texts/Texts.h"
@@ -79,7 +80,7 @@ std::vector<MemberBackup> GroupBackup::backUp(
         && work.folder->path == *m_places.backupPath();
     TargetSpot spot;
     if (!isBeside)
-        spot = findSpotIn(m_places.backupOwnPath(), names, work, m_stems, savedCopies(work));
+        spot = findSpotIn(m_places.backupOwnPath(), names, work, m_stems, noCopyTest(work));
     std::vector<MemberBackup> backups(work.members.size());
     for (std::size_t i = 0; i < work.members.size() && !m_lost; ++i) {
         if (isBeside)
@@ -92,6 +93,19 @@ std::vector<MemberBackup> GroupBackup::backUp(
         done(i);
     }
     return backups;
+}
+
+// The saved copy or the original, seen through an overlay or a pool, is no second copy.
+NoCopyTest GroupBackup::noCopyTest(const GroupWork& work) const
+{
+    const bool ownFiles = m_places.backupKeepsOwnFiles();
+    return [this, &work, ownFiles, saved = savedCopies(work)](
+               std::size_t member, const Pt::FileStatus& there) {
+        const Pt::FileStatus& original = m_card.items[work.members[member].item].status;
+        return !isToldApart(there, original, ownFiles && m_card.keepsOwnFiles)
+            || (saved[member]
+                && !isToldApart(there, *saved[member], ownFiles && work.folder->keepsOwnFiles));
+    };
 }
 
 // The names that the card gave, fit for a file.

@@ -10,6 +10,7 @@
 #include "mfx/engine/KeptItem.h"
 #include "mfx/engine/PlaceWatch.h"
 #include "mfx/engine/SinkSession.h"
+#include "mfx/engine/TargetSpot.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -42,6 +43,7 @@ public:
     const std::optional<std::string>& lost() const { return m_lost; }
 
 private:
+    NoCopyTest noCopyTest(const GroupWork& work) const;
     GroupTarget deviceNames(const GroupWork& work) const;
     MemberBackup backUpMember(
         GroupWork& work, std::size_t member, const std::string& name, bool isThere);

@@ -26,18 +26,17 @@ bool holdsSameBytes(MemberWork& member, const std::string& path, const Pt::FileS
     return Pt::digestOfFile(path, error) == member.digest;
 }
 
-using NoCopies = std::vector<std::optional<Pt::FileStatus>>;
-
-bool isSameFile(const std::optional<Pt::FileStatus>& a, const Pt::FileStatus& b)
+// In its final folder a group takes what holds its bytes; the download judges it later.
+bool anyCopy(std::size_t, const Pt::FileStatus&)
 {
-    return a && a->device == b.device && a->inode == b.inode;
+    return false;
 }
 
 // Where the names of a group are looked for.
 struct Place {
     const std::string& folder;
     const GroupTarget& names;
-    const NoCopies& noCopies; // none, or one for each member
+    const NoCopyTest& isNoCopy;
 };
 
 TargetSpot look(GroupWork& work, const Place& place, std::uint64_t number)
@@ -52,8 +51,7 @@ TargetSpot look(GroupWork& work, const Place& place, std::uint64_t number)
             spot.error = error;
             return spot;
         }
-        const bool isNoCopy =
-            there && !place.noCopies.empty() && isSameFile(place.noCopies[i], *there);
+        const bool isNoCopy = there && place.isNoCopy(i, *there);
         if (!there)
             spot.occupants.push_back(Occupant::kNone);
         else if (!isNoCopy && holdsSameBytes(work.members[i], path, *there))
@@ -97,25 +95,25 @@ bool TargetSpot::holdsAll() const
 
 TargetSpot findSpot(GroupWork& work, const StemRegister& stems)
 {
-    return findSpotIn(work.folder->ownPath, *work.target, work, stems, {});
+    return findSpotIn(work.folder->ownPath, *work.target, work, stems, anyCopy);
 }
 
 TargetSpot findSpotIn(const std::string& folder,
     const GroupTarget& names,
     GroupWork& work,
     const StemRegister& stems,
-    const std::vector<std::optional<Pt::FileStatus>>& noCopies)
+    const NoCopyTest& isNoCopy)
 {
-    return find(work, {folder, names, noCopies}, [&stems](const std::string& name) {
+    return find(work, {folder, names, isNoCopy}, [&stems](const std::string& name) {
         return stems.isTaken(name);
     });
 }
 
 TargetSpot findSpot(GroupWork& work)
 {
-    const NoCopies none;
+    const NoCopyTest test = anyCopy;
     return find(
-        work, {work.folder->ownPath, *work.target, none}, [](const std::string&) { return false; });
+        work, {work.folder->ownPath, *work.target, test}, [](const std::string&) { return false; });
 }
 
 } // namespace mfx

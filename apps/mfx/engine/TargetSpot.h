@@ -4,7 +4,7 @@
 #include "mfx/engine/GroupWork.h"
 
 #include <cstdint>
-#include <optional>
+#include <functional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -29,13 +29,15 @@ struct TargetSpot {
 // on another way, is no copy of it.
 TargetSpot findSpot(GroupWork& work, const StemRegister& stems);
 
-// The same in another folder, under other names. `noCopies` are files that are no copies of their
-// members, whatever they hold: one for each member, in member order.
+// Whether a file with a member's name is no copy of it, whatever it holds.
+using NoCopyTest = std::function<bool(std::size_t member, const Pt::FileStatus& there)>;
+
+// The same in another folder, under other names. Files that are no copies are passed over.
 TargetSpot findSpotIn(const std::string& folder,
     const GroupTarget& names,
     GroupWork& work,
     const StemRegister& stems,
-    const std::vector<std::optional<Pt::FileStatus>>& noCopies);
+    const NoCopyTest& isNoCopy);
 
 // The same, but without a look at the stems: for threads that do not own the register.
 TargetSpot findSpot(GroupWork& work);
