@@ -5,6 +5,7 @@
 #include "mfx/engine/OriginalDeletion.h"
 #include "mfx/engine/PictureSearch.h"
 #include "mfx/texts/Texts.h"
+#include "platform/common/FileAccess.h"
 #include "platform/common/FilePlacement.h"
 #include "platform/common/FileSystemFacts.h"
 
@@ -92,6 +93,12 @@ std::optional<NotHandledReason> reasonAgainst(std::string_view name, Kind kind)
         return NotHandledReason::JunkFile;
     }
     return name.front() == '.' ? std::optional(NotHandledReason::Hidden) : std::nullopt;
+}
+
+bool isOneFile(std::string const& a, std::string const& b)
+{
+    std::error_code error;
+    return std::filesystem::equivalent(a, b, error) && !error;
 }
 
 class Scan {
@@ -198,7 +205,9 @@ void Scan::putBack(std::uint32_t folder)
     std::filesystem::directory_iterator entry(aside, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         const std::string back = path + '/' + entry->path().filename().native();
-        if (!Pt::moveWithoutReplacing(entry->path().native(), back)) {
+        if (isOneFile(entry->path().native(), back)) {
+            Pt::unlinkPath(entry->path().native()); // killed on the way, with both names
+        } else if (!Pt::moveWithoutReplacing(entry->path().native(), back)) {
             m_contents.putBack.push_back(back);
         }
     }

@@ -17,7 +17,7 @@ bool CardWatch::isOwn(const std::string& path) const
 {
     const std::string whole = m_card.root + '/' + path;
     return std::any_of(m_own.begin(), m_own.end(), [&whole](const std::string& folder) {
-        return whole.starts_with(folder + '/');
+        return whole == folder || whole.starts_with(folder + '/');
     });
 }
 

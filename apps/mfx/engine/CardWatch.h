@@ -23,8 +23,8 @@ public:
     CardWatch(const CardWatch&) = delete;
     CardWatch& operator=(const CardWatch&) = delete;
 
-    // Folders on the card that the download itself writes into: what appears there is its own.
-    void passOver(std::string folder) { m_own.insert(std::move(folder)); }
+    // What the download itself makes on the card: a file, or a folder with all that appears in it.
+    void passOver(std::string path) { m_own.insert(std::move(path)); }
 
     struct News {
         std::vector<std::string> added; // paths relative to the card's root

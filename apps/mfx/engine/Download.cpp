@@ -384,6 +384,8 @@ void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& 
     if (work.folder->kinship.toBackup == Kinship::kSameName)
         state.kept.reasonToKeep =
             text("$$$/Mfx/Delete/OneFolder=not deleted: target and backup are one folder");
+    if (!work.folder->kinship.cardFolder.empty())
+        m_cardWatch.passOver(work.folder->kinship.cardFolder + '/' + member.finalName);
     m_summary.copiesOnCardsDevice =
         m_summary.copiesOnCardsDevice || work.folder->kinship.toCard != Kinship::kApart;
     const std::string path = work.folder->ownPath + '/' + member.finalName;

@@ -231,7 +231,7 @@ std::string GroupBackup::lookReason(const std::string& name, const std::error_co
 // The sink gives one reason for many: the folder itself is asked.
 std::string GroupBackup::reason(const std::string& name, const std::string& sinksReason) const
 {
-    const std::string folder = m_places.backupOwnPath();
+    const std::string folder = m_places.backupTrialFolder();
     if (const std::error_code error = Pt::tryFolder(folder))
         return text("$$$/Mfx/Backup/FolderTakesNoFile=the backup folder %1 takes no file: %2",
             {displayName(*m_places.backupPath()), systemReason(error)});

@@ -202,7 +202,7 @@ void GroupStager::copyMembers(GroupWork& work)
         const Pt::CopyResult result = copyMember(work, i);
         if (!result.isProven()) {
             work.problem = result.problem;
-            failGroup(work, i, copyText(result, work.folder->ownPath, work.members[i].stagedName));
+            failGroup(work, i, copyText(result, work.itemFolder, work.members[i].stagedName));
             return;
         }
         work.members[i].digest = result.digest;

@@ -118,7 +118,7 @@ FolderKinship PlaceWatch::kinshipOf(const std::string& path,
     FolderKinship kinship;
     kinship.toCard = kinshipToCard(path, ownPath, work.markerBelow(), kinship.cardFolder);
     if (!known)
-        kinship.toCard = withTrial(kinship.toCard, ownPath);
+        kinship.toCard = withTrial(kinship.toCard, work.trialFolder());
     else if (kinship.toCard == Kinship::kApart)
         kinship.toCard = known->toCard;
     if (m_backupPath)
@@ -135,6 +135,11 @@ FolderKinship PlaceWatch::backupKinship() const
             m_backupWork ? m_backupWork->markerBelow() : std::string(),
             kinship.cardFolder);
     return kinship;
+}
+
+std::string PlaceWatch::backupTrialFolder() const
+{
+    return m_backupWork ? m_backupWork->trialFolder() : backupOwnPath();
 }
 
 bool PlaceWatch::isBackupOnCardsDevice() const
@@ -170,16 +175,17 @@ Kinship PlaceWatch::kinshipToCard(const std::string& path,
         if (!isSame && !isMarked)
             continue;
         cardFolder = m_card.folderPath(folder);
-        return holdsItems(folder) ? Kinship::kAlias : Kinship::kSameDevice;
+        // By its own name it is what was asked for: photos sorted into the folder they lie in.
+        return holdsItems(folder) && cardFolder != path ? Kinship::kAlias : Kinship::kSameDevice;
     }
     const bool isOnDevice = status && isOnCardsDevice(status->device);
     return isOnDevice || isSeenAboveCard(path, markerBelow) ? Kinship::kSameDevice
                                                             : Kinship::kApart;
 }
 
-Kinship PlaceWatch::withTrial(Kinship kinship, const std::string& ownPath) const
+Kinship PlaceWatch::withTrial(Kinship kinship, const std::string& folder) const
 {
-    return kinship == Kinship::kApart && sharesCardsRoom(ownPath) ? Kinship::kSameDevice : kinship;
+    return kinship == Kinship::kApart && sharesCardsRoom(folder) ? Kinship::kSameDevice : kinship;
 }
 
 // An image may lie on the card's device, and the card in an image.
@@ -196,10 +202,10 @@ bool PlaceWatch::isOnCardsDevice(std::uint64_t device) const
 }
 
 // Behind pools, overlays and views, devices say nothing.
-bool PlaceWatch::sharesCardsRoom(const std::string& ownPath) const
+bool PlaceWatch::sharesCardsRoom(const std::string& folder) const
 {
-    const bool isLayered = !m_card.keepsOwnFiles || !Pt::keepsItsOwnFiles(ownPath);
-    return isLayered && !m_looksOnly && Pt::sharesRoom(ownPath, m_card.root);
+    const bool isLayered = !m_card.keepsOwnFiles || !Pt::keepsItsOwnFiles(folder);
+    return isLayered && !m_looksOnly && Pt::sharesRoom(folder, m_card.root);
 }
 
 // The end of the path may lead to the folder from one above the card too, on another mount of the

@@ -58,6 +58,8 @@ public:
     // Base paths for work of this process's own.
     std::string targetOwnPath() const { return ownPath(m_target, m_targetPath); }
     std::string backupOwnPath() const { return ownPath(m_backup, m_backupPath.value_or("")); }
+    // Where a file may be made for a moment in the backup's file system; cleared after a kill.
+    std::string backupTrialFolder() const;
     const std::optional<std::string>& backupPath() const { return m_backupPath; }
 
     // A path below one of these as one that people understand.
@@ -104,8 +106,8 @@ private:
         const std::string& path, const std::string& ownPath, const WorkFolder& work) const;
     bool holdsItems(std::uint32_t folder) const;
     bool isOnCardsDevice(std::uint64_t device) const;
-    bool sharesCardsRoom(const std::string& ownPath) const;
-    Kinship withTrial(Kinship kinship, const std::string& ownPath) const;
+    bool sharesCardsRoom(const std::string& folder) const;
+    Kinship withTrial(Kinship kinship, const std::string& folder) const;
     bool isSeenAboveCard(const std::string& path, const std::string& markerBelow) const;
 
     const CardContents& m_card;

@@ -150,6 +150,13 @@ std::error_code WorkFolder::layMarker(const std::string& marker, bool withJourna
     return error;
 }
 
+std::string WorkFolder::trialFolder() const
+{
+    return m_markerBelow.empty()
+        ? m_finalFolder
+        : fs::path(m_finalFolder + '/' + m_markerBelow).parent_path().string();
+}
+
 // Makes the folder and shares the lock on it, until both are of one and the same folder.
 std::error_code WorkFolder::enter()
 {

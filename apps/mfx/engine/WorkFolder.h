@@ -41,6 +41,10 @@ public:
     // From the final folder to the marker; empty while there is none.
     const std::string& markerBelow() const { return m_markerBelow; }
 
+    // Where a file may be made for a moment, to see what the file system does: the run's own
+    // folder, which is cleared after a kill; the final folder itself while there is none.
+    std::string trialFolder() const;
+
     // Makes a new empty folder for one group; its path.
     std::optional<std::string> makeItemFolder(std::error_code& error);
 
