@@ -165,8 +165,8 @@ TEST_F(DownloadFaultTest, TakesNoFailedCallForASuccess)
 
 TEST_F(DownloadFaultTest, NoticesAFlippedBitInACopy)
 {
-    // The first write of each copy, in turn: staged files and backups. Between them are the notes of
-    // names that are tried, on which nothing depends.
+    // The first write of each copy, in turn: staged files and backups. Between them are the notes
+    // of names that are tried, on which nothing depends.
     const long writes = countCalls("write");
     int noticed = 0;
     for (long n = 1; n <= writes; ++n) {

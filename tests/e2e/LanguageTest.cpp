@@ -242,7 +242,8 @@ TEST_F(LanguageTest, ReadsTheDictionaryBesideTheProgramFromAnyFolder)
                        u"\"$$$/Mfx/Verdict/MayBeWiped=%1 OK\"\n"));
     setWorkingFolder(card().parent_path());
     fs::remove(card() / "DCIM/100MFX/LINK.JPG");
-    const RunResult result = mfx({"download", "card", "--to", fs::relative(target(), card().parent_path())});
+    const RunResult result =
+        mfx({"download", "card", "--to", fs::relative(target(), card().parent_path())});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("SAVED:2, 2 proven, 0 problems OK\n"));
     EXPECT_EQ(filesIn(target()).size(), 2U) << "paths count from the user's folder";

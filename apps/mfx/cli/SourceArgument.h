@@ -14,8 +14,7 @@ MediaSource sourceArgument(const std::string& name);
 
 // What lies there; throws CommandError when it cannot be read at all.
 // `putsBack`: originals that a killed deletion had set aside go back to their places first.
-CardContents scanSource(const MediaSource& source,
-    const std::vector<std::string>& only = {},
-    bool putsBack = false);
+CardContents scanSource(
+    const MediaSource& source, const std::vector<std::string>& only = {}, bool putsBack = false);
 
 } // namespace mfx

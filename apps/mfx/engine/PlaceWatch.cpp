@@ -175,8 +175,10 @@ Kinship PlaceWatch::kinshipToCard(const std::string& path,
         if (!isSame && !isMarked)
             continue;
         cardFolder = m_card.folderPath(folder);
-        // By its own name it is what was asked for: photos sorted into the folder they lie in.
-        return holdsItems(folder) && cardFolder != path ? Kinship::kAlias : Kinship::kSameDevice;
+        // Photos may be sorted into the folder in which they lie: below the target, by its own
+        // name.
+        const bool isBelowTarget = cardFolder == path && path.starts_with(m_targetPath + '/');
+        return holdsItems(folder) && !isBelowTarget ? Kinship::kAlias : Kinship::kSameDevice;
     }
     const bool isOnDevice = status && isOnCardsDevice(status->device);
     return isOnDevice || isSeenAboveCard(path, markerBelow) ? Kinship::kSameDevice

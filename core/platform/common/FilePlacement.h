@@ -16,7 +16,8 @@ std::error_code moveWithoutReplacing(std::string const& from, std::string const&
 // Makes an empty file for this user alone, under a name that must be free.
 std::error_code makeEmptyFile(std::string const& path);
 
-// Why a folder takes no file: makes one under a name of its own for a moment. No error where it does.
+// Why a folder takes no file: makes one under a name of its own for a moment. No error where it
+// does.
 std::error_code tryFolder(std::string const& folder);
 
 // Makes the folder and those above it, each new one with this mode. Folders that are there stay

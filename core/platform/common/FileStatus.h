@@ -29,8 +29,8 @@ struct FileStatus {
 // Nothing when the path cannot be asked; `error` then says why (and is cleared otherwise).
 std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& error);
 
-// When what a path names was made, in nanoseconds since 1970; nothing where the file system does not
-// know.
+// When what a path names was made, in nanoseconds since 1970; nothing where the file system does
+// not know.
 std::optional<std::int64_t> birthTime(std::string const& path);
 
 // The status of a file that is opened to be asked: file systems that remember what they said of a

@@ -3,7 +3,8 @@
 // that was left from an empty file of somebody else's, which is never touched.
 //
 // The journal lies in a folder of the run's own and need not outlast a loss of power: it is not
-// flushed. It is kept only where somebody has laid an empty one. Plain functions; any thread may call.
+// flushed. It is kept only where somebody has laid an empty one. Plain functions; any thread may
+// call.
 #pragma once
 
 #include <string>
