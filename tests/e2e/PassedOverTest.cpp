@@ -70,11 +70,12 @@ TEST_F(PassedOverTest, NamesUpToFiveOfEachKind)
     }
     const RunResult result = saveTo(target());
     expectHoldsMore(result, "2 more");
-    for (const Json& kind : result.summary()["passed_over"]) {
+    const Json kinds = result.summary()["passed_over"];
+    for (const Json& kind : kinds) {
         EXPECT_EQ(kind["count"], 7) << kind;
         EXPECT_EQ(kind["names"].size(), 5U) << kind;
     }
-    EXPECT_EQ(result.summary()["passed_over"].size(), 2U) << told(result);
+    EXPECT_EQ(kinds.size(), 2U) << told(result);
 }
 
 TEST_F(PassedOverTest, SavesEmptyFilesAndNeverDeletesThem)
