@@ -129,9 +129,8 @@ TEST_F(FileCopyTest, CopiesOnlyTheSourceThatWasExpected)
     EXPECT_TRUE(copy(options).isProven());
     fs::remove(folder.path("to/copy"));
     const Pt::FileStatus right = *options.expected;
-    for (const auto& change :
-        std::vector<void (*)(Pt::FileStatus&)>{[](Pt::FileStatus& s) { ++s.size; },
-            [](Pt::FileStatus& s) { ++s.modified; }}) {
+    for (const auto& change : std::vector<void (*)(Pt::FileStatus&)>{
+             [](Pt::FileStatus& s) { ++s.size; }, [](Pt::FileStatus& s) { ++s.modified; }}) {
         options.expected = right;
         change(*options.expected);
         EXPECT_EQ(copy(options).problem, CopyProblem::kSourceChanged);
