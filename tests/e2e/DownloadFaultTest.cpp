@@ -326,7 +326,8 @@ TEST_F(DownloadFaultTest, CompletesWhatAnInterruptLeft)
     std::thread interrupter([this] {
         for (int i = 0; i < 20'000; ++i) {
             if (fs::exists(target() / "A.JPG")) {
-                std::system(("pkill -INT -f -- '" + target().string() + "'").c_str());
+                const std::string command = "pkill -INT -f -- '" + target().string() + "'";
+                EXPECT_EQ(std::system(command.c_str()), 0);
                 return;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -216,13 +216,28 @@ void Judge::expectNothingWritten()
         wrong("WRITTEN IN A DRY RUN");
 }
 
+// The work folder of a date, without bytes in it: a run that saves nothing of that date does not
+// look there. And the second name of an original that a kill left, where the file system does not
+// tell one file under two names from two files: it is named as passed over.
+bool Judge::mayStay(const fs::path& path) const
+{
+    if (path.filename() == ".mfxdelete")
+        return m_situation.card.kind == "forgetful";
+    const bool isOfDate = path.parent_path().filename().string().starts_with("2026");
+    const fs::recursive_directory_iterator below(path);
+    return path.filename() == ".mfxdownload" && isOfDate
+        && std::none_of(begin(below), end(below), [](const fs::directory_entry& entry) {
+               return entry.is_regular_file() && entry.file_size() != 0;
+           });
+}
+
 void Judge::expectNoLeftovers()
 {
     for (const Disk& disk : m_situation.world.disks()) {
         if (m_situation.card.kind == "image looked at twice" && disk.name == "card")
             continue; // read-only
         for (const auto& entry : fs::recursive_directory_iterator(disk.shelf)) {
-            if (isLeftover(entry.path()) && !isOfOverlay(entry.path()))
+            if (isLeftover(entry.path()) && !isOfOverlay(entry.path()) && !mayStay(entry.path()))
                 wrong("LEFT OVER: " + entry.path().string());
         }
     }

@@ -32,6 +32,7 @@ private:
     void expectPriors();
     void expectNothingWritten();
     void expectCopies(const Picture& picture);
+    bool mayStay(const fs::path& path) const;
     bool isOnCard(const Found& copy) const;
     bool isOnCardsDisk(const Found& copy) const;
     bool liesOnCard(const Evidence& evidence, const std::string& bytes) const;

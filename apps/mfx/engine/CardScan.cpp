@@ -26,8 +26,6 @@ namespace {
 
 using Kind = Pt::FileStatus::Kind;
 
-constexpr std::size_t kToldNames = 5;
-
 constexpr auto kSystemFolders = std::to_array<std::string_view>({".Trashes",
     ".Spotlight-V100",
     ".fseventsd",
@@ -144,12 +142,6 @@ void Scan::run()
         list(folder);
     }
     sort();
-    for (std::string const& path : m_contents.leftOut) {
-        if (m_contents.notAskedForNames.size() == kToldNames) {
-            break;
-        }
-        m_contents.notAskedForNames.push_back(path);
-    }
 }
 
 bool Scan::toldToStop()

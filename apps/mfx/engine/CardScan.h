@@ -77,7 +77,6 @@ struct CardContents {
     std::error_code rootError; // why the source itself cannot be read
     std::size_t notAskedFor = 0; // files that the filter left out
     std::set<std::string> leftOut; // these; paths relative to the root
-    std::vector<std::string> notAskedForNames; // the first five of these
     std::vector<std::string> putBack; // originals that a killed deletion had set aside; paths
     bool keepsOwnFiles = true; // its file systems' word on times and numbers can be believed
     bool stopped = false; // the scan was told to stop: the lists are not whole

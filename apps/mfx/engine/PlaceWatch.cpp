@@ -144,7 +144,8 @@ std::string PlaceWatch::backupTrialFolder() const
 
 bool PlaceWatch::isBackupOnCardsDevice() const
 {
-    return m_backupPath && withTrial(backupKinship().toCard, backupOwnPath()) != Kinship::kApart;
+    return m_backupPath
+        && withTrial(backupKinship().toCard, backupTrialFolder()) != Kinship::kApart;
 }
 
 // In itself or at any depth.

@@ -2,6 +2,7 @@
 
 #include "platform/platforms/linux/Descriptor.h"
 
+#include <algorithm>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
@@ -27,9 +28,8 @@ std::string notedName(const std::string& journal, timespec& when)
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return {};
     when = status.st_mtim;
-    const ssize_t count =
-        retryInterrupted([&] { return ::read(file.get(), name, sizeof name - 1); });
-    return {name, count > 0 ? static_cast<std::size_t>(count) : 0};
+    retryInterrupted([&] { return ::read(file.get(), name, sizeof name - 1); });
+    return name;
 }
 
 // The system gives a lease for writing only on a file that nobody else has open, and keeps others
@@ -58,9 +58,11 @@ std::string nameJournalPath(const std::string& folder)
 
 void noteTriedName(const std::string& path, const std::string& name)
 {
-    const Descriptor file = Descriptor::open(path, O_WRONLY | O_TRUNC | O_NOFOLLOW | O_NONBLOCK);
-    if (file.isOpen() && !name.empty())
-        file.write(name.data(), name.size());
+    const Descriptor file = Descriptor::open(path, O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
+    // Written over in place and never cut: ext4 takes a file that was cut and written for one that
+    // is being replaced, and writes it out when it is closed.
+    if (file.isOpen())
+        file.write(name.c_str(), std::min<std::size_t>(name.size(), NAME_MAX) + 1);
 }
 
 void removeTriedName(const std::string& runFolder, const std::string& folder)

@@ -359,7 +359,7 @@ TEST(CardScanTest, BringsWhatBelongsToAFileThatWasAskedForAndNamesTheRest)
     const CardContents contents = card.scan({"*.cr2"});
     EXPECT_THAT(itemPaths(contents), ElementsAre("x/A.CR2", "x/A.xmp"));
     EXPECT_EQ(contents.notAskedFor, 6U);
-    EXPECT_THAT(contents.notAskedForNames, ElementsAre("C", "D", "E", "x/A.JPG", "x/B.JPG"));
+    EXPECT_THAT(contents.leftOut, ElementsAre("C", "D", "E", "x/A.JPG", "x/B.JPG", "y/A.xmp"));
 }
 
 TEST(CardScanTest, StopsWhenItIsTold)
