@@ -100,7 +100,7 @@ TEST_F(DownloadDeletionTest, KeepsAWholeGroupWhenOneMemberIsNotSafe)
     setVariable("LD_PRELOAD", FAULT_SHIM);
     setVariable("FAULT_ROOT", backup());
     setVariable("FAULT_ONLY", "write");
-    setVariable("FAULT_AT", "4"); // a note of the name and the copy, for A.JPG, then for B.CR2
+    setVariable("FAULT_AT", "6"); // two notes of the name and the copy, for A.JPG, then for B.CR2
     const RunResult result = downloadWithBackup({"--delete-originals", "--yes"});
     EXPECT_EQ(result.code, 1) << result.err;
     EXPECT_FALSE(fs::exists(card() / "DCIM/100MFX/A.JPG"));
