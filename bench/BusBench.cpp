@@ -15,11 +15,11 @@
 
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
-#include "messaging/PrivateData.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/PrivateData.h"
 #include "peers/Peer.h"
-#include "platform/common/Sha1.h"
+#include "platform/common/ports/Sha1.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>

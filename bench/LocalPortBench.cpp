@@ -15,8 +15,8 @@
 //
 // Usage: LocalPortBench [TURNS]
 
-#include "platform/common/LocalPort.h"
-#include "platform/common/Waiting.h"
+#include "platform/common/ports/LocalPort.h"
+#include "platform/common/ports/Waiting.h"
 
 #include <algorithm>
 #include <chrono>

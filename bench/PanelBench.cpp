@@ -9,7 +9,7 @@
 //
 // Usage: run in the stage's lib/mfx/bin; the plug-in and its assets are looked for beside it.
 
-#include "mfx/engine/SinkSession.h"
+#include "mfx/engine/sink/SinkSession.h"
 #include "mfx/panel/OptionsPanel.h"
 
 #include <QApplication>

@@ -18,12 +18,12 @@
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
 #include "TevoroAppManager/contract/FxRef.h"
 #include "TevoroAppManager/contract/IFxPlugin.h"
-#include "TevoroAppManager/contract/ISinkUICapabilities.h"
-#include "TevoroAppManager/contract/ISinkUtilHandler.h"
 #include "TevoroAppManager/contract/ISource.h"
 #include "TevoroAppManager/contract/ISourceManager.h"
-#include "platform/common/PtModule.h"
-#include "platform/common/PtUnicode.h"
+#include "TevoroAppManager/contract/sink/ISinkUICapabilities.h"
+#include "TevoroAppManager/contract/sink/ISinkUtilHandler.h"
+#include "platform/common/services/PtModule.h"
+#include "platform/common/text/PtUnicode.h"
 #include "strings/PtZString.h"
 
 #include <QApplication>

@@ -1,8 +1,8 @@
 // One JSON object on one line of standard output, keys in the order given.
 #pragma once
 
-#include "commandline/NameText.h"
 #include "commandline/Output.h"
+#include "platform/common/text/NameText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #include "commandline/Output.h"
 
-#include "commandline/NameText.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
+#include "platform/common/text/NameText.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -14,7 +14,7 @@ void printMessage(std::string_view program, const std::string& text)
         "%.*s: %s\n",
         static_cast<int>(program.size()),
         program.data(),
-        terminalText(text).c_str());
+        Pt::terminalText(text).c_str());
 }
 
 namespace {

@@ -4,9 +4,9 @@
 #include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkPing.h"
-#include "platform/common/Clock.h"
-#include "platform/common/LocalPort.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/ports/LocalPort.h"
+#include "platform/common/services/Clock.h"
+#include "platform/common/services/ProgramEnvironment.h"
 
 #include <algorithm>
 #include <future>

@@ -31,7 +31,7 @@ void printReport(std::string_view report)
         // Its indents are tabs.
         const std::size_t indent = std::min(report.find_first_not_of('\t'), length);
         line.append(report.substr(0, indent));
-        line += commandline::terminalText(report.substr(indent, length - indent));
+        line += Pt::terminalText(report.substr(indent, length - indent));
         commandline::printLine(line);
         report.remove_prefix(std::min(length + 1, report.size()));
     }

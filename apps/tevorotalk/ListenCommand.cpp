@@ -1,6 +1,6 @@
 #include "commandline/Output.h"
 #include "messaging/Message.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 #include "tevorotalk/MessagePrinter.h"

@@ -37,7 +37,7 @@ Json headersOf(const TevoroTalk::Message& message)
 
 std::string jsonText(const ScObjects::SoString& text)
 {
-    return commandline::displayName(text.view());
+    return Pt::displayName(text.view());
 }
 
 void printMessage(const TevoroTalk::Message& message, int reason, bool json)
@@ -58,7 +58,7 @@ void printMessage(const TevoroTalk::Message& message, int reason, bool json)
     line += std::string(" ") + typeOf(message, reason) + " #" + std::to_string(message.serialNumber)
         + ": ";
     line += message.body.view();
-    commandline::printLine(commandline::terminalText(line));
+    commandline::printLine(Pt::terminalText(line));
     std::fflush(stdout);
 }
 

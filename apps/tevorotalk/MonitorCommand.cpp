@@ -1,8 +1,8 @@
 #include "commandline/JsonLine.h"
 #include "messaging/Message.h"
 #include "messaging/TevoroTalkPing.h"
-#include "platform/common/LocalPort.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/ports/LocalPort.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 #include "tevorotalk/InfoLines.h"
@@ -50,7 +50,7 @@ public:
         if (m_json) {
             printMessage(message, reason, true);
         } else {
-            commandline::printLine(commandline::terminalText(summaryOf(message)));
+            commandline::printLine(Pt::terminalText(summaryOf(message)));
             std::fflush(stdout);
         }
         return 0;
@@ -109,7 +109,7 @@ ExitCode runMonitor(const CommandLine& line)
         messages.emplace(session, line.target, "FWDMESSAGES");
     if (line.logs)
         logs.emplace(session, line.target, "FWDLOGS");
-    std::fprintf(stderr, "monitoring %s\n", commandline::terminalText(line.target).c_str());
+    std::fprintf(stderr, "monitoring %s\n", Pt::terminalText(line.target).c_str());
     const auto deadline = deadlineAfter(line.seconds);
     auto lookAgain = std::chrono::steady_clock::now() + kLookAgain;
     while (!hasPassed(deadline)) {

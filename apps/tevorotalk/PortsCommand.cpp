@@ -1,5 +1,5 @@
 #include "commandline/JsonLine.h"
-#include "platform/common/LocalPort.h"
+#include "platform/common/ports/LocalPort.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 
@@ -20,12 +20,11 @@ ExitCode runPorts(const CommandLine& line)
         if (!std::string_view(port.name).starts_with(kPortPrefix))
             continue;
         const std::string name =
-            commandline::displayName(std::string_view(port.name).substr(kPortPrefix.size()));
+            Pt::displayName(std::string_view(port.name).substr(kPortPrefix.size()));
         if (line.json)
             commandline::printJson({{"name", name}, {"pid", port.processId}});
         else
-            commandline::printLine(
-                commandline::terminalText(name) + "\t" + std::to_string(port.processId));
+            commandline::printLine(Pt::terminalText(name) + "\t" + std::to_string(port.processId));
     }
     return ExitCode::kDone;
 }

@@ -2,7 +2,7 @@
 #include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkContext.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 #include "tevorotalk/MessagePrinter.h"

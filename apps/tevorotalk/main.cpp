@@ -1,7 +1,7 @@
 // The program tevorotalk: the message bus on the command line.
 
 #include "commandline/Output.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 

@@ -1,6 +1,6 @@
 #include "TevoroAppManager/ApplicationFolders.h"
 
-#include "platform/common/UserFolders.h"
+#include "platform/common/services/UserFolders.h"
 
 QString getMyPicturesPath()
 {

@@ -1,6 +1,6 @@
 #include "TevoroAppManager/BackdropColour.h"
 
-#include "platform/common/AppPreferences.h"
+#include "platform/common/text/AppPreferences.h"
 
 #include <QString>
 

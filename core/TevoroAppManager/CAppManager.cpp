@@ -5,8 +5,8 @@
 #include "TevoroAppManager/FxGuard.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
 #include "TevoroAppManager/contract/FxRef.h"
-#include "platform/common/PtConstString.h"
-#include "platform/common/PtUcs.h"
+#include "platform/common/text/PtConstString.h"
+#include "platform/common/text/PtUcs.h"
 
 #include <algorithm>
 #include <new>

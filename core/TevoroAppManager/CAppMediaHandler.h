@@ -3,7 +3,7 @@
 #pragma once
 
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
-#include "TevoroAppManager/contract/ISinkMediaHandler.h"
+#include "TevoroAppManager/contract/sink/ISinkMediaHandler.h"
 
 class CAppMediaHandler : public ISinkMediaHandler {
 public:

@@ -4,8 +4,8 @@
 #include "TevoroAppManager/FxGuard.h"
 #include "TevoroAppManager/SupportedFormats.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
-#include "platform/common/PtConstString.h"
-#include "platform/common/PtModule.h"
+#include "platform/common/services/PtModule.h"
+#include "platform/common/text/PtConstString.h"
 #include "strings/PtZString.h"
 
 #include <algorithm>

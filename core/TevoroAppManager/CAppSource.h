@@ -15,14 +15,14 @@
 #include "TevoroAppManager/contract/IMFXLogCallbacks.h"
 #include "TevoroAppManager/contract/IMFXPostProcessing.h"
 #include "TevoroAppManager/contract/IPtPreferences.h"
-#include "TevoroAppManager/contract/ISink.h"
-#include "TevoroAppManager/contract/ISinkCapabilities.h"
-#include "TevoroAppManager/contract/ISinkManager.h"
-#include "TevoroAppManager/contract/ISinkProgressDialog.h"
-#include "TevoroAppManager/contract/ISinkUICapabilities.h"
-#include "TevoroAppManager/contract/ISinkUtilHandler.h"
 #include "TevoroAppManager/contract/ISource.h"
 #include "TevoroAppManager/contract/IUICallback.h"
+#include "TevoroAppManager/contract/sink/ISink.h"
+#include "TevoroAppManager/contract/sink/ISinkCapabilities.h"
+#include "TevoroAppManager/contract/sink/ISinkManager.h"
+#include "TevoroAppManager/contract/sink/ISinkProgressDialog.h"
+#include "TevoroAppManager/contract/sink/ISinkUICapabilities.h"
+#include "TevoroAppManager/contract/sink/ISinkUtilHandler.h"
 
 #include <QString>
 

@@ -6,8 +6,8 @@
 #include "TevoroAppManager/FxGuard.h"
 #include "TevoroAppManager/PreferenceReader.h"
 #include "TevoroAppManager/PreferenceWriter.h"
-#include "platform/common/PtConstString.h"
-#include "platform/common/PtModule.h"
+#include "platform/common/services/PtModule.h"
+#include "platform/common/text/PtConstString.h"
 #include "strings/PtZString.h"
 
 #include <QDir>

@@ -2,7 +2,7 @@
 
 #include "TevoroAppManager/CAppManager.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
-#include "platform/common/PtUcs.h"
+#include "platform/common/text/PtUcs.h"
 
 #include <algorithm>
 

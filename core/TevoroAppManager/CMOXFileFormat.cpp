@@ -2,7 +2,7 @@
 
 #include "TevoroAppManager/FxGuard.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
-#include "platform/common/PtUcs.h"
+#include "platform/common/text/PtUcs.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "TevoroAppManager/FxText.h"
 
-#include "platform/common/PtUcs.h"
+#include "platform/common/text/PtUcs.h"
 
 void copyBounded(const QString& text, unsigned short* buffer, long capacity)
 {

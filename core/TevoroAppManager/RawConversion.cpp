@@ -1,9 +1,9 @@
 #include "TevoroAppManager/RawConversion.h"
 
 #include "TevoroAppManager/FxText.h"
-#include "platform/common/FilePlacement.h"
-#include "platform/common/PtExSystem.h"
-#include "platform/common/PtIoDeviceFile.h"
+#include "platform/common/files/FilePlacement.h"
+#include "platform/common/files/PtIoDeviceFile.h"
+#include "platform/common/services/PtExSystem.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,7 +2,7 @@
 
 #include "TevoroAppManager/FxText.h"
 #include "TevoroAppManager/contract/FxEnums.h"
-#include "platform/common/PtUcs.h"
+#include "platform/common/text/PtUcs.h"
 
 #include <QStringList>
 

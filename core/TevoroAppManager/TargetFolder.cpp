@@ -1,8 +1,8 @@
 #include "TevoroAppManager/TargetFolder.h"
 
 #include "TevoroAppManager/FxText.h"
-#include "platform/common/FileFlags.h"
-#include "platform/common/PtUcs.h"
+#include "platform/common/files/FileFlags.h"
+#include "platform/common/text/PtUcs.h"
 
 #include <QDir>
 #include <QString>

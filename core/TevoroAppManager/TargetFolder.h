@@ -2,7 +2,7 @@
 // state; failures come back as a false result.
 #pragma once
 
-#include "platform/common/FileCopy.h"
+#include "platform/common/files/FileCopy.h"
 
 class QString;
 

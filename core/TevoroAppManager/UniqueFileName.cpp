@@ -1,10 +1,10 @@
 #include "TevoroAppManager/UniqueFileName.h"
 
 #include "TevoroAppManager/FxText.h"
-#include "platform/common/NameJournal.h"
-#include "platform/common/PtExSystem.h"
-#include "platform/common/PtIoDeviceFile.h"
-#include "platform/common/PtUcs.h"
+#include "platform/common/files/NameJournal.h"
+#include "platform/common/files/PtIoDeviceFile.h"
+#include "platform/common/services/PtExSystem.h"
+#include "platform/common/text/PtUcs.h"
 
 #include <QDir>
 

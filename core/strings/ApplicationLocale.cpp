@@ -1,10 +1,10 @@
 #include "strings/ApplicationLocale.h"
 
-#include "platform/common/AppPreferences.h"
-#include "platform/common/PropertyList.h"
-#include "platform/common/PtUcs.h"
-#include "platform/common/SystemLocale.h"
-#include "platform/common/UserFolders.h"
+#include "platform/common/services/UserFolders.h"
+#include "platform/common/text/AppPreferences.h"
+#include "platform/common/text/PropertyList.h"
+#include "platform/common/text/PtUcs.h"
+#include "platform/common/text/SystemLocale.h"
 #include "strings/PtZString.h"
 
 #include <QFile>

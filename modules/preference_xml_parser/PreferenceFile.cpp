@@ -1,6 +1,6 @@
 #include "preference_xml_parser/PreferenceFile.h"
 
-#include "platform/common/FilePlacement.h"
+#include "platform/common/files/FilePlacement.h"
 #include "preference_xml_parser/PreferenceDocument.h"
 
 #include <chrono>

@@ -4,7 +4,7 @@
 // operations may block on the disk; failures are results.
 #pragma once
 
-#include "platform/common/AtomicFile.h"
+#include "platform/common/files/AtomicFile.h"
 
 #include <optional>
 #include <string>

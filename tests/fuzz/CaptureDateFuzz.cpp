@@ -1,8 +1,8 @@
 // Dates in outside bytes: the texts of cameras, and the containers of movies. What comes out is a
 // possible date or nothing.
 
-#include "mfx/engine/CiffDate.h"
-#include "mfx/engine/MovieDate.h"
+#include "mfx/engine/dates/CiffDate.h"
+#include "mfx/engine/dates/MovieDate.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -6,8 +6,8 @@
 // that the length in the packet is right. Then come the content's length and the content; a length
 // that is wrong is made of the first eight bytes of it.
 
-#include "platform/common/LocalPort.h"
-#include "platform/platforms/linux/PacketReader.h"
+#include "platform/common/ports/LocalPort.h"
+#include "platform/platforms/linux/ports/PacketReader.h"
 
 #include <array>
 #include <cstddef>

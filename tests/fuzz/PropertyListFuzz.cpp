@@ -1,6 +1,6 @@
 // Any bytes as the host's configuration: the reader gives a text or nothing.
 
-#include "platform/common/PropertyList.h"
+#include "platform/common/text/PropertyList.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #include "support/CardMaker.h"
 
 #include "core/platform/TestFolder.h"
-#include "mfx/engine/CaptureDate.h"
-#include "mfx/engine/CardScan.h"
+#include "mfx/engine/card/CardScan.h"
+#include "mfx/engine/dates/CaptureDate.h"
 #include "support/CardPictures.h"
 
 #include <QImage>

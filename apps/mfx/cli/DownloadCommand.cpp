@@ -1,16 +1,16 @@
-#include "commandline/NameText.h"
 #include "mfx/cli/Commands.h"
 #include "mfx/cli/JsonEvents.h"
 #include "mfx/cli/Places.h"
 #include "mfx/cli/SourceArgument.h"
 #include "mfx/cli/TextEvents.h"
-#include "mfx/engine/Download.h"
-#include "mfx/engine/SessionPreferences.h"
-#include "mfx/engine/SpacePlan.h"
+#include "mfx/engine/run/Download.h"
+#include "mfx/engine/run/SpacePlan.h"
+#include "mfx/engine/sink/SessionPreferences.h"
 #include "mfx/panel/OptionsPanel.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/FileCopy.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/files/FileCopy.h"
+#include "platform/common/services/ProgramEnvironment.h"
+#include "platform/common/text/NameText.h"
 
 #include <QApplication>
 
@@ -108,7 +108,7 @@ void requireRememberedBackup(const CommandLine& line, const std::optional<std::s
         throw CommandError(ExitCode::kPlaceUnusable,
             text("$$$/Mfx/Backup/FolderMissing=the backup folder %1 is not there: connect its "
                  "disk, or name another with --backup",
-                {displayName(*backup)}));
+                {Pt::displayName(*backup)}));
 }
 
 class DownloadRun {
@@ -140,7 +140,7 @@ public:
             m_events->message("",
                 text("$$$/Mfx/Download/PreferencesUnreadable=the preferences in %1 cannot be read: "
                      "this run goes without them and deletes nothing",
-                    {displayName(*m_store)}));
+                    {Pt::displayName(*m_store)}));
         m_request.backupFolder = session.backupFolder();
         m_request.firstSequence = m_line.seqStart.value_or(session.firstSequence());
         m_request.beginsAtFirst = m_line.seqStart.has_value();
@@ -196,7 +196,7 @@ private:
             m_events->message("",
                 text("$$$/Mfx/Download/PutBackOnCard=put back on the card after an earlier run was "
                      "cut off: %1",
-                    {displayName(path)}));
+                    {Pt::displayName(path)}));
         requireSpace(card);
         try {
             return Download(m_request, card, sink, *m_events).run();
@@ -213,7 +213,7 @@ private:
             throw CommandError(ExitCode::kPlaceUnusable,
                 text("$$$/Mfx/Place/NotEnoughSpace=not enough space in %1: %2 are needed and %3 "
                      "are free; nothing was written",
-                    {displayName(shortage->folder),
+                    {Pt::displayName(shortage->folder),
                         sizeText(shortage->needed),
                         sizeText(shortage->available)}));
     }

@@ -134,7 +134,7 @@ void JsonEvents::summary(const DownloadSummary& summary)
         {"converted", summary.converted},
         {"failed", summary.failed},
         {"deleted", summary.deleted},
-        {"folder", displayName(summary.folder)},
+        {"folder", Pt::displayName(summary.folder)},
         {"proven", summary.proven},
         {"dated_by_file_time", summary.datedByFile},
         {"not_deleted", summary.notDeleted},

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "mfx/cli/Question.h"
-#include "mfx/engine/DownloadEvents.h"
-#include "platform/common/Lock.h"
+#include "mfx/engine/sink/DownloadEvents.h"
+#include "platform/common/threads/Lock.h"
 
 #include <chrono>
 

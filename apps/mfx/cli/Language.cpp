@@ -1,7 +1,7 @@
 #include "mfx/cli/Language.h"
 
 #include "mfx/texts/Texts.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "strings/ApplicationLocale.h"
 
 #include <QString>

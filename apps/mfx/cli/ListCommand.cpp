@@ -2,11 +2,11 @@
 #include "mfx/cli/Commands.h"
 #include "mfx/cli/Reporting.h"
 #include "mfx/cli/SourceArgument.h"
-#include "mfx/engine/CaptureDate.h"
-#include "mfx/engine/SpaceCheck.h"
-#include "mfx/engine/TwinCheck.h"
+#include "mfx/engine/card/TwinCheck.h"
+#include "mfx/engine/dates/CaptureDate.h"
+#include "mfx/engine/saving/SpaceCheck.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
 
 namespace mfx {
 
@@ -38,14 +38,14 @@ void printItem(const CardContents& card,
 {
     const MediaItem& file = card.items[item];
     if (json)
-        printJson({{"name", displayName(file.name)},
-            {"path", displayName(card.pathOf(file))},
+        printJson({{"name", Pt::displayName(file.name)},
+            {"path", Pt::displayName(card.pathOf(file))},
             {"bytes", file.status.size},
             {"date", date.moment ? Json(isoText(*date.moment)) : Json(nullptr)},
             {"date_source", std::string(dateSourceText(date.source))},
             {"group", group}});
     else
-        printLine(terminalText(below(card.folders[file.folder], file.name)) + "\t"
+        printLine(Pt::terminalText(below(card.folders[file.folder], file.name)) + "\t"
             + sizeText(file.status.size) + "\t" + dateText(date));
 }
 
@@ -53,11 +53,11 @@ ExitCode tellRest(const CardContents& card)
 {
     for (const NotHandled& entry : card.notHandled)
         printMessage(text("$$$/Mfx/List/NotHandled=not handled: %1 (%2)",
-            {displayName(card.folderPath(entry.folder) + '/' + entry.name),
+            {Pt::displayName(card.folderPath(entry.folder) + '/' + entry.name),
                 translatedReason(reasonText(entry.reason))}));
     for (const ScanProblem& problem : card.problems)
         printMessage(text("$$$/Mfx/List/CannotRead=%1 cannot be read: %2",
-            {displayName(problem.path), problem.error.message()}));
+            {Pt::displayName(problem.path), problem.error.message()}));
     return card.problems.empty() ? ExitCode::kDone : ExitCode::kPartly;
 }
 

@@ -1,12 +1,12 @@
 #include "mfx/cli/Places.h"
 
 #include "commandline/ExitCode.h"
-#include "commandline/NameText.h"
-#include "mfx/engine/GroupStager.h"
+#include "mfx/engine/saving/GroupStager.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/FileAccess.h"
-#include "platform/common/FilePlacement.h"
-#include "platform/common/FileStatus.h"
+#include "platform/common/files/FileAccess.h"
+#include "platform/common/files/FilePlacement.h"
+#include "platform/common/files/FileStatus.h"
+#include "platform/common/text/NameText.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -59,7 +59,7 @@ constexpr Refusal kCannotWrite{
 {
     const char* literal = purpose == Purpose::kTarget ? refusal.target : refusal.backup;
     throw CommandError(
-        ExitCode::kPlaceUnusable, text(literal, {displayName(folder), error.message()}));
+        ExitCode::kPlaceUnusable, text(literal, {Pt::displayName(folder), error.message()}));
 }
 
 constexpr Refusal kUnmounted{"$$$/Mfx/Place/TargetUnmounted=the target %1 is not there, and its "
@@ -111,7 +111,7 @@ std::string absolutePath(const std::string& path)
 void requireUsablePlace(const std::string& folder, const std::string& source, Purpose purpose)
 {
     std::error_code error;
-    if (!isUtf8(folder))
+    if (!Pt::isUtf8(folder))
         refuse(kNotUtf8, purpose, folder);
     if (fs::exists(folder, error) && !fs::is_directory(folder, error))
         refuse(kIsFile, purpose, folder);

@@ -1,9 +1,9 @@
 #include "mfx/cli/ProgressLine.h"
 
-#include "mfx/engine/SpaceCheck.h"
+#include "mfx/engine/saving/SpaceCheck.h"
 #include "mfx/texts/Columns.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -2,7 +2,7 @@
 // time left. Redrawn a few times a second at most. One thread at a time.
 #pragma once
 
-#include "mfx/engine/DownloadEvents.h"
+#include "mfx/engine/sink/DownloadEvents.h"
 
 #include <chrono>
 

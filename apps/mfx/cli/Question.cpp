@@ -1,9 +1,9 @@
 #include "mfx/cli/Question.h"
 
-#include "commandline/NameText.h"
 #include "mfx/cli/Reporting.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
+#include "platform/common/text/NameText.h"
 
 #include <cstdio>
 #include <iostream>
@@ -21,7 +21,7 @@ bool isAmong(const std::string& words, const std::string& answer)
 {
     std::istringstream list(words);
     for (std::string word; std::getline(list, word, ',');) {
-        if (equalIgnoringAsciiCase(word, answer))
+        if (Pt::equalIgnoringAsciiCase(word, answer))
             return true;
     }
     return false;
@@ -55,7 +55,7 @@ Answer askYesOrNo(const std::string& question, Answering answering)
         printMessage(line);
     for (;;) {
         const std::string prompt =
-            text("$$$/Mfx/Question/Prompt=%1 [y/N]", {terminalText(question.substr(lastLine))});
+            text("$$$/Mfx/Question/Prompt=%1 [y/N]", {Pt::terminalText(question.substr(lastLine))});
         std::fprintf(stderr, "%s ", prompt.c_str());
         std::string answer;
         if (Pt::wasInterrupted() || !std::getline(std::cin, answer) || Pt::wasInterrupted())

@@ -1,7 +1,7 @@
 // A question to the person at the terminal.
 #pragma once
 
-#include "mfx/engine/DownloadEvents.h"
+#include "mfx/engine/sink/DownloadEvents.h"
 
 #include <string>
 

@@ -1,8 +1,8 @@
 #include "mfx/cli/SourceArgument.h"
 
 #include "commandline/ExitCode.h"
-#include "commandline/NameText.h"
 #include "mfx/texts/Texts.h"
+#include "platform/common/text/NameText.h"
 
 namespace mfx {
 
@@ -16,7 +16,7 @@ MediaSource sourceArgument(const std::string& name)
             text("$$$/Mfx/Sources/NoSuchSource=there is no source %1: it is no folder, and 'mfx "
                  "sources' does not "
                  "list it",
-                {displayName(name)}));
+                {Pt::displayName(name)}));
     return std::move(*source);
 }
 
@@ -30,7 +30,7 @@ CardContents scanSource(
     if (card.rootError)
         throw CommandError(ExitCode::kPlaceUnusable,
             text("$$$/Mfx/Sources/CannotRead=the source %1 cannot be read: %2",
-                {displayName(source.path), card.rootError.message()}));
+                {Pt::displayName(source.path), card.rootError.message()}));
     return card;
 }
 

@@ -1,8 +1,8 @@
 // SOURCE on the command line.
 #pragma once
 
-#include "mfx/engine/CardScan.h"
-#include "mfx/engine/Sources.h"
+#include "mfx/engine/card/CardScan.h"
+#include "mfx/engine/card/Sources.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "commandline/JsonLine.h"
 #include "mfx/cli/Commands.h"
 #include "mfx/cli/Reporting.h"
-#include "mfx/engine/Sources.h"
+#include "mfx/engine/card/Sources.h"
 #include "mfx/texts/Texts.h"
 
 namespace mfx {
@@ -13,9 +13,9 @@ ExitCode runSources(const CommandLine& line)
     const std::vector<MediaSource> sources = findSources();
     for (const MediaSource& source : sources) {
         if (line.json)
-            printJson({{"name", source.name}, {"path", displayName(source.path)}});
+            printJson({{"name", source.name}, {"path", Pt::displayName(source.path)}});
         else
-            printLine(terminalText(source.name) + "\t" + terminalText(source.path));
+            printLine(Pt::terminalText(source.name) + "\t" + Pt::terminalText(source.path));
     }
     if (sources.empty() && !line.json)
         printMessage(text(

@@ -1,10 +1,10 @@
 #include "mfx/cli/TextEvents.h"
 
-#include "commandline/NameText.h"
 #include "mfx/cli/Reporting.h"
-#include "mfx/engine/SpaceCheck.h"
+#include "mfx/engine/saving/SpaceCheck.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
+#include "platform/common/text/NameText.h"
 
 #include <cstdio>
 
@@ -34,7 +34,7 @@ void TextEvents::source(const std::string& name, std::size_t items, std::uint64_
     printLine(countedText(items,
         "$$$/Mfx/Download/SourceOne=%2: %1 item, %3",
         "$$$/Mfx/Download/Source=%2: %1 items, %3",
-        {terminalText(name), sizeText(bytes)}));
+        {Pt::terminalText(name), sizeText(bytes)}));
     commandline::outputError(); // before what goes to standard error
 }
 
@@ -48,7 +48,7 @@ void TextEvents::item(const ItemEvent& event)
         printLine(text(event.status == ItemStatus::kExists
                 ? "$$$/Mfx/Download/ItemExists=%1 -> %2 (already present)"
                 : "$$$/Mfx/Download/ItemToSave=%1 -> %2",
-            {terminalText(event.name), terminalText(event.saved.value_or(""))}));
+            {Pt::terminalText(event.name), Pt::terminalText(event.saved.value_or(""))}));
 }
 
 void TextEvents::message(const std::string& title, const std::string& body)
@@ -94,7 +94,7 @@ void TextEvents::summary(const DownloadSummary& summary)
     for (const NotSafe& entry : summary.notSafe)
         printLine("  "
             + text("$$$/Mfx/Download/NotSafe=not safe: %1: %2",
-                {terminalText(entry.name), terminalText(entry.reason)}));
+                {Pt::terminalText(entry.name), Pt::terminalText(entry.reason)}));
     printLine(summary.verdict);
 }
 

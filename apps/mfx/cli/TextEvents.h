@@ -4,8 +4,8 @@
 
 #include "mfx/cli/ProgressLine.h"
 #include "mfx/cli/Question.h"
-#include "mfx/engine/DownloadEvents.h"
-#include "platform/common/Lock.h"
+#include "mfx/engine/sink/DownloadEvents.h"
+#include "platform/common/threads/Lock.h"
 
 namespace mfx {
 

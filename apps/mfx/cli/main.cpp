@@ -4,9 +4,9 @@
 #include "mfx/cli/Commands.h"
 #include "mfx/cli/Language.h"
 #include "mfx/cli/Reporting.h"
-#include "mfx/engine/SinkModule.h"
+#include "mfx/engine/sink/SinkModule.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/ProgramEnvironment.h"
+#include "platform/common/services/ProgramEnvironment.h"
 
 #include <exception>
 

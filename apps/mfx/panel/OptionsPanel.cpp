@@ -1,6 +1,6 @@
 #include "mfx/panel/OptionsPanel.h"
 
-#include "mfx/engine/SinkModule.h"
+#include "mfx/engine/sink/SinkModule.h"
 #include "mfx/texts/Texts.h"
 
 #include <QAbstractButton>

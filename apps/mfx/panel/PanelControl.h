@@ -4,7 +4,7 @@
 #pragma once
 
 #include "TevoroAppManager/contract/IClientUIHandler.h"
-#include "mfx/engine/HostObject.h"
+#include "mfx/engine/sink/HostObject.h"
 
 #include <QByteArray>
 #include <QObject>

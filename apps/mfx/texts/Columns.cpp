@@ -1,6 +1,6 @@
 #include "mfx/texts/Columns.h"
 
-#include "commandline/NameText.h"
+#include "platform/common/text/NameText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -55,7 +55,7 @@ bool holds(const Ranges& ranges, char32_t code)
     });
 }
 
-std::size_t widthOf(const commandline::NameCharacter& character)
+std::size_t widthOf(const Pt::NameCharacter& character)
 {
     if (!character.valid)
         return 1;
@@ -70,7 +70,7 @@ std::size_t columnsOf(std::string_view text)
 {
     std::size_t columns = 0;
     for (std::size_t at = 0; at < text.size();) {
-        const auto character = commandline::nameCharacterAt(text, at);
+        const auto character = Pt::nameCharacterAt(text, at);
         columns += widthOf(character);
         at += character.length;
     }
@@ -82,7 +82,7 @@ std::string fittedTo(std::string_view text, std::size_t columns)
     std::size_t used = 0;
     std::size_t end = 0;
     while (end < text.size()) {
-        const auto character = commandline::nameCharacterAt(text, end);
+        const auto character = Pt::nameCharacterAt(text, end);
         const std::size_t width = widthOf(character);
         if (used + width > columns)
             break;

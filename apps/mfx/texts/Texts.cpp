@@ -1,8 +1,8 @@
 #include "mfx/texts/Texts.h"
 
 #include "lexkit/Dictionary.h"
-#include "platform/common/AtomicFile.h"
-#include "platform/common/Lock.h"
+#include "platform/common/files/AtomicFile.h"
+#include "platform/common/threads/Lock.h"
 
 #include <array>
 #include <exception>

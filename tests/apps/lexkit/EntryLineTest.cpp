@@ -1,4 +1,4 @@
-#include "lexkit/cli/EntryLine.h"
+#include "lexkit/EntryLine.h"
 
 #include "core/strings/lexkit/DictionaryTexts.h"
 

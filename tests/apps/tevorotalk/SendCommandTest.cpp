@@ -1,6 +1,6 @@
 #include "apps/tevorotalk/BusFixture.h"
 #include "core/messaging/support/RawPort.h"
-#include "platform/common/LocalPort.h"
+#include "platform/common/ports/LocalPort.h"
 
 #include <chrono>
 #include <fstream>

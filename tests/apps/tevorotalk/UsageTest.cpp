@@ -1,5 +1,5 @@
 #include "apps/tevorotalk/BusFixture.h"
-#include "platform/common/LocalPort.h"
+#include "platform/common/ports/LocalPort.h"
 
 #include <chrono>
 #include <thread>

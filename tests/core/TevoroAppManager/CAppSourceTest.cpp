@@ -1,4 +1,4 @@
-#include "TevoroAppManager/contract/ISinkManager.h"
+#include "TevoroAppManager/contract/sink/ISinkManager.h"
 #include "core/TevoroAppManager/support/SinkFixture.h"
 
 #include <map>

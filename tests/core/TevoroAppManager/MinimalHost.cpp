@@ -4,9 +4,9 @@
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
 #include "TevoroAppManager/contract/FxRef.h"
 #include "TevoroAppManager/contract/IFxPlugin.h"
-#include "TevoroAppManager/contract/ISinkCapabilities.h"
 #include "TevoroAppManager/contract/ISource.h"
 #include "TevoroAppManager/contract/ISourceManager.h"
+#include "TevoroAppManager/contract/sink/ISinkCapabilities.h"
 
 #include <filesystem>
 #include <iostream>

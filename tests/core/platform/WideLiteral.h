@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/common/PtUnicode.h"
+#include "platform/common/text/PtUnicode.h"
 
 namespace test {
 

@@ -2,7 +2,7 @@
 
 #include "core/platform/Environment.h"
 #include "core/platform/TestFolder.h"
-#include "platform/common/PtUnicode.h"
+#include "platform/common/text/PtUnicode.h"
 
 #include <QString>
 

@@ -1,8 +1,8 @@
 #include "lexkit/private/BinaryFormReader.h"
 
 #include "lexkit/private/DictionaryEntry.h"
-#include "lexkit/private/UnicodeChar.h"
-#include "lexkit/private/UnicodeUtil.h"
+#include "lexkit/private/unicode/UnicodeChar.h"
+#include "lexkit/private/unicode/UnicodeUtil.h"
 
 #include <bit>
 #include <cstring>

@@ -6,7 +6,7 @@
 #include "lexkit/private/Buffer.h"
 #include "lexkit/private/ByteSource.h"
 #include "lexkit/private/HashTableGeneric.h"
-#include "lexkit/private/UnicodeRun.h"
+#include "lexkit/private/unicode/UnicodeRun.h"
 
 namespace lexkit_private {
 

@@ -7,7 +7,7 @@
 #include "lexkit/private/DictionaryMap.h"
 #include "lexkit/private/DictionaryReader.h"
 #include "lexkit/private/DictionaryStream.h"
-#include "lexkit/private/UnicodeUtil.h"
+#include "lexkit/private/unicode/UnicodeUtil.h"
 
 #include <cstring>
 #include <ostream>

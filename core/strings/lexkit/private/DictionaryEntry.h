@@ -6,7 +6,7 @@
 #pragma once
 
 #include "lexkit/private/ByteRunKey.h"
-#include "lexkit/private/UnicodeRun.h"
+#include "lexkit/private/unicode/UnicodeRun.h"
 
 #include <cstddef>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "lexkit/private/DictionaryLine.h"
 
-#include "lexkit/private/UnicodeUtil.h"
+#include "lexkit/private/unicode/UnicodeUtil.h"
 
 namespace lexkit_private {
 

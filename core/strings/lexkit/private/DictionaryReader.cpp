@@ -1,9 +1,9 @@
 #include "lexkit/private/DictionaryReader.h"
 
-#include "lexkit/private/ByteSwapUnicodeReader.h"
 #include "lexkit/private/DictionaryStream.h"
-#include "lexkit/private/MultibyteReader.h"
-#include "lexkit/private/UnicodeReader.h"
+#include "lexkit/private/unicode/ByteSwapUnicodeReader.h"
+#include "lexkit/private/unicode/MultibyteReader.h"
+#include "lexkit/private/unicode/UnicodeReader.h"
 
 #include <cstring>
 

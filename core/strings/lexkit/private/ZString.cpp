@@ -4,8 +4,8 @@
 
 #include "lexkit/LXErrException.h"
 #include "lexkit/private/Dictionary.h"
-#include "lexkit/private/UnicodeChar.h"
-#include "lexkit/private/UnicodeUtil.h"
+#include "lexkit/private/unicode/UnicodeChar.h"
+#include "lexkit/private/unicode/UnicodeUtil.h"
 
 #include <algorithm>
 #include <cstring>

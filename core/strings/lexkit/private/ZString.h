@@ -2,7 +2,7 @@
 // make a new run; copies share the old one.
 #pragma once
 
-#include "lexkit/private/UnicodeRun.h"
+#include "lexkit/private/unicode/UnicodeRun.h"
 
 namespace lexkit_private {
 

@@ -1,8 +1,8 @@
 // The operations of a text that go over its words: blanks, ellipses, extensions, marks of menu
 // accelerators, placeholders.
 
-#include "lexkit/private/UnicodeChar.h"
 #include "lexkit/private/ZString.h"
+#include "lexkit/private/unicode/UnicodeChar.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "mfx/cli/ProgressLine.h"
 
 #include "apps/mfx/texts/DictionaryFixture.h"
-#include "commandline/NameText.h"
 #include "mfx/texts/Columns.h"
+#include "platform/common/text/NameText.h"
 
 #include <gmock/gmock.h>
 
@@ -127,7 +127,7 @@ TEST_P(ProgressLanguageTest, FillsTheLineByColumnsAndNotByBytes)
     const std::string text = shownBy([&line] { line.show(kHalf); });
     EXPECT_THAT(text, StartsWith(GetParam().beginning));
     EXPECT_EQ(columnsOf(text.substr(1)), 79U) << text;
-    EXPECT_TRUE(commandline::isUtf8(text)) << "no letter is cut in two";
+    EXPECT_TRUE(Pt::isUtf8(text)) << "no letter is cut in two";
     EXPECT_EQ(shownBy([&line] { line.clear(); }), '\r' + std::string(79, ' ') + '\r');
 }
 

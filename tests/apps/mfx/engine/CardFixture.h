@@ -1,8 +1,8 @@
 // A folder that stands for a card, made for one test and removed with it.
 #pragma once
 
-#include "mfx/engine/CardScan.h"
-#include "mfx/engine/ItemGroups.h"
+#include "mfx/engine/card/CardScan.h"
+#include "mfx/engine/card/ItemGroups.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "CardFixture.h"
-#include "mfx/engine/FinalFolders.h"
-#include "mfx/engine/GroupStager.h"
-#include "mfx/engine/GroupWork.h"
+#include "mfx/engine/saving/FinalFolders.h"
+#include "mfx/engine/saving/GroupStager.h"
+#include "mfx/engine/saving/GroupWork.h"
 
 #include <iterator>
 #include <memory>

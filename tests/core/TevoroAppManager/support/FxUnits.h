@@ -1,7 +1,7 @@
 // Texts of the contract in tests: its 16-bit units against literals and UTF-8.
 #pragma once
 
-#include "platform/common/PtUnicode.h"
+#include "platform/common/text/PtUnicode.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // The host's list of the items of one download.
 #pragma once
 
-#include "TevoroAppManager/contract/ISinkEnumMediaItem.h"
+#include "TevoroAppManager/contract/sink/ISinkEnumMediaItem.h"
 #include "core/TevoroAppManager/support/FxUnits.h"
 
 #include <functional>

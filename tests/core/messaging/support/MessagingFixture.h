@@ -2,10 +2,10 @@
 
 #include "core/platform/Environment.h"
 #include "core/platform/TestFolder.h"
-#include "messaging/Identity.h"
-#include "messaging/InterAppStream.h"
-#include "messaging/MessageGlobals.h"
 #include "messaging/TevoroTalk.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "messaging/wire/Identity.h"
+#include "messaging/wire/MessageGlobals.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
 // Takes the place of the system's clock in the programs that it is linked into.
 #include "core/messaging/support/MovedClock.h"
 
-#include "platform/common/Clock.h"
+#include "platform/common/services/Clock.h"
 
 #include <atomic>
 #include <chrono>

@@ -3,7 +3,7 @@
 #include "core/messaging/support/BusFixture.h"
 #include "core/platform/support/PeerProcess.h"
 #include "messaging/TevoroTalkPing.h"
-#include "messaging/TevoroTalkThread.h"
+#include "messaging/process/TevoroTalkThread.h"
 
 #include <filesystem>
 #include <memory>

@@ -13,8 +13,8 @@
 #include "messaging/MsgHandler.h"
 #include "messaging/TevoroTalk.h"
 #include "messaging/TevoroTalkPing.h"
-#include "messaging/TevoroTalkThread.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/process/TevoroTalkThread.h"
 
 #include <cstdio>
 #include <functional>

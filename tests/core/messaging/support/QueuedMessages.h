@@ -1,8 +1,8 @@
 #pragma once
 
 #include "core/messaging/support/MessagingFixture.h"
-#include "messaging/MessageQueue.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/MessageQueue.h"
 
 #include <memory>
 #include <vector>

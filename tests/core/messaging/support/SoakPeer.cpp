@@ -9,11 +9,11 @@
 //
 // Usage: SoakPeer NUMBER PEERS RECORD SEED. Sends until it reads a line, then only answers until it
 // reads another one.
-#include "messaging/InterAppStream.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 #include "messaging/TevoroTalk.h"
-#include "platform/common/LocalPort.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "platform/common/ports/LocalPort.h"
 
 #include <chrono>
 #include <cstdio>

@@ -7,8 +7,8 @@
 //   read COUNT         waits for as many bytes and says them ("x" and hexadecimal digits)
 //   describe COUNT     the same, but says how many there are and their hash
 #include "core/platform/support/PortText.h"
-#include "messaging/InterAppStream.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/InterAppStream.h"
 
 #include <iostream>
 #include <memory>

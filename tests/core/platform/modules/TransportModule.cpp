@@ -1,8 +1,8 @@
 // A library that uses all that must be gone when it is unloaded.
-#include "platform/common/LocalPort.h"
-#include "platform/common/SecureRandom.h"
-#include "platform/common/Sha1.h"
-#include "platform/common/Waiting.h"
+#include "platform/common/ports/LocalPort.h"
+#include "platform/common/ports/SecureRandom.h"
+#include "platform/common/ports/Sha1.h"
+#include "platform/common/ports/Waiting.h"
 
 // 0 when all of it works.
 extern "C" __attribute__((visibility("default"))) int useTransport()

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/common/PtExSystem.h"
-#include "platform/common/PtIoDevice.h"
+#include "platform/common/files/PtIoDevice.h"
+#include "platform/common/services/PtExSystem.h"
 
 #include <functional>
 #include <mutex>

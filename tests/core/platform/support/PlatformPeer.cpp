@@ -14,9 +14,9 @@
 //     ping                              nothing
 //                       and says "done" for each
 #include "core/platform/support/ThreadState.h"
-#include "platform/common/PtMutex.h"
-#include "platform/common/PtPlatformInit.h"
-#include "platform/common/PtSignal.h"
+#include "platform/common/services/PtPlatformInit.h"
+#include "platform/common/threads/PtMutex.h"
+#include "platform/common/threads/PtSignal.h"
 
 #include <atomic>
 #include <cstdlib>

@@ -2,7 +2,7 @@
 
 #include "core/platform/Environment.h"
 #include "core/platform/TestFolder.h"
-#include "platform/common/LocalPort.h"
+#include "platform/common/ports/LocalPort.h"
 
 #include <chrono>
 #include <filesystem>

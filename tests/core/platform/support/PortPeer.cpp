@@ -10,8 +10,8 @@
 //   stream COUNT SIZE
 //                  waits for a line, sends as many numbered texts and says "done" or "failed"
 #include "core/platform/support/PortText.h"
-#include "platform/common/LocalPort.h"
-#include "platform/common/Waiting.h"
+#include "platform/common/ports/LocalPort.h"
+#include "platform/common/ports/Waiting.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "lexkit/private/ByteRun.h"
 
 #include "lexkit/LXErrException.h"
-#include "lexkit/private/UnicodeRun.h"
+#include "lexkit/private/unicode/UnicodeRun.h"
 
 #include <cstring>
 

@@ -1,0 +1,77 @@
+#include "lexkit/DictionaryFile.h"
+
+#include "commandline/Output.h"
+#include "lexkit/CommandLine.h"
+#include "lexkit/private/BinaryFormId.h"
+#include "platform/common/files/AtomicFile.h"
+
+#include <limits>
+#include <string_view>
+
+namespace lexkit_cli {
+
+namespace {
+
+constexpr std::size_t kLargest = std::numeric_limits<int>::max(); // of a block
+
+[[noreturn]] void fail(std::string const& path, Pt::FileContent const& content)
+{
+    using State = Pt::FileContent::State;
+    switch (content.state) {
+    case State::Missing:
+        throw CommandError(ExitCode::kNotThere, path + ": there is no such file");
+    case State::NotAFile:
+        throw CommandError(ExitCode::kPlaceUnusable, path + ": this is no file");
+    case State::TooLarge:
+        throw CommandError(ExitCode::kPlaceUnusable, path + ": the file is above 2 GB");
+    default:
+        throw CommandError(ExitCode::kPlaceUnusable,
+            path + ": the file cannot be read: " + content.error.message());
+    }
+}
+
+} // namespace
+
+DictionaryFile::DictionaryFile(std::string const& path)
+    : m_path(path)
+{
+    Pt::FileContent content = Pt::readFile(path, kLargest);
+    if (content.state != Pt::FileContent::State::Read)
+        fail(path, content);
+    m_bytes = std::move(content.bytes);
+}
+
+bool DictionaryFile::isBinary() const
+{
+    return std::string_view(m_bytes).starts_with(lexkit_private::zbfidstr);
+}
+
+// An empty file, which as a block would be none, has nothing to read.
+void DictionaryFile::readInto(lexkit_private::Dictionary& dictionary) const
+{
+    // One byte is a line to a stream, and no block.
+    std::string const block = m_bytes.size() == 1 ? m_bytes + '\n' : std::string();
+    std::string const& bytes = block.empty() ? m_bytes : block;
+    if (!bytes.empty())
+        dictionary.Read(bytes.data(), static_cast<int>(bytes.size()), false);
+}
+
+bool DictionaryFile::readTelling(lexkit_private::Dictionary& dictionary) const
+{
+    readInto(dictionary);
+    if (!dictionary.IsValid())
+        commandline::printMessage(kProgram,
+            m_path + (isBinary() ? ": the file is damaged; " : ": the file has bad lines; ")
+                + std::to_string(dictionary.NumKeys())
+                + " entries were read ('lexkit check' tells more)");
+    return dictionary.IsValid();
+}
+
+void forEachEntry(lexkit_private::Dictionary& dictionary,
+    std::function<void(lexkit_private::DictionaryEntry const&)> const& visit)
+{
+    while (dictionary.HasMoreItem())
+        visit(static_cast<lexkit_private::DictionaryEntry const&>(*dictionary.NextItem()));
+}
+
+} // namespace lexkit_cli

@@ -1,0 +1,45 @@
+#include "lexkit/EntryText.h"
+
+#include "lexkit/private/unicode/Utf8.h"
+#include "platform/common/text/NameText.h"
+
+namespace lexkit_cli {
+
+std::string_view keyBytes(lexkit_private::DictionaryEntry const& entry)
+{
+    return {reinterpret_cast<char const*>(entry.GetData()), entry.GetLength()};
+}
+
+std::string keyText(lexkit_private::DictionaryEntry const& entry)
+{
+    return Pt::displayName(keyBytes(entry));
+}
+
+std::string utf8Of(unsigned short const* units, unsigned long length)
+{
+    std::string text(lexkit_private::encodedUtf8Size(units, length), '\0');
+    lexkit_private::encodeUtf8(
+        units, length, reinterpret_cast<unsigned char*>(text.data()), text.size());
+    return text;
+}
+
+std::string utf8Of(lexkit_private::UnicodeRun const& run)
+{
+    return utf8Of(run.GetUnits(), run.GetLength());
+}
+
+std::string oneLine(std::string_view text)
+{
+    constexpr std::string_view kPlain = "\t\n\r\"\\";
+    constexpr std::string_view kLetters = "tnr\"\\";
+    std::string line;
+    for (char const c : text) {
+        std::size_t const at = kPlain.find(c);
+        if (at != std::string_view::npos)
+            line += '\\';
+        line += at != std::string_view::npos ? kLetters[at] : c;
+    }
+    return line;
+}
+
+} // namespace lexkit_cli

@@ -1,0 +1,385 @@
+#include "mfx/engine/card/CardScan.h"
+
+#include "mfx/engine/card/NameChoice.h"
+#include "mfx/engine/card/PictureSearch.h"
+#include "mfx/engine/saving/OriginalDeletion.h"
+#include "mfx/texts/Texts.h"
+#include "platform/common/files/FileAccess.h"
+#include "platform/common/files/FilePlacement.h"
+#include "platform/common/files/FileSystemFacts.h"
+#include "platform/common/text/NameText.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <numeric>
+#include <optional>
+#include <set>
+#include <tuple>
+#include <utility>
+
+namespace mfx {
+
+namespace {
+
+using Kind = Pt::FileStatus::Kind;
+
+constexpr auto kSystemFolders = std::to_array<std::string_view>({".Trashes",
+    ".Spotlight-V100",
+    ".fseventsd",
+    "__MACOSX",
+    "THMBNL",
+    "System Volume Information",
+    "$RECYCLE.BIN",
+    "LOST.DIR",
+    ".mfxdownload",
+    ".mfxdelete"});
+constexpr auto kJunkFiles =
+    std::to_array<std::string_view>({"Thumbs.db", "desktop.ini", ".DS_Store"});
+
+template <typename Names>
+bool isOneOf(std::string_view name, Names const& names)
+{
+    return std::any_of(names.begin(), names.end(), [name](std::string_view other) {
+        return Pt::equalIgnoringAsciiCase(name, other);
+    });
+}
+
+bool isSystemFolder(std::string_view name)
+{
+    // .Trash, .Trash-1000, .Trashes: one per user and system
+    return Pt::equalIgnoringAsciiCase(name.substr(0, 6), ".Trash") || isOneOf(name, kSystemFolders);
+}
+
+bool isJunkFile(std::string_view name)
+{
+    return name.substr(0, 2) == "._" || isOneOf(name, kJunkFiles);
+}
+
+std::optional<NotHandledReason> reasonByKind(Kind kind)
+{
+    switch (kind) {
+    case Kind::Regular:
+    case Kind::Folder:
+        return std::nullopt;
+    case Kind::Link:
+        return NotHandledReason::Link;
+    case Kind::Socket:
+        return NotHandledReason::Socket;
+    case Kind::Pipe:
+        return NotHandledReason::Pipe;
+    case Kind::Device:
+        return NotHandledReason::Device;
+    case Kind::Other:
+        break;
+    }
+    return NotHandledReason::Other;
+}
+
+// Why this entry is passed over; nothing if it is taken or entered.
+std::optional<NotHandledReason> reasonAgainst(std::string_view name, Kind kind)
+{
+    if (const auto reason = reasonByKind(kind)) {
+        return reason;
+    }
+    if (kind == Kind::Folder && isSystemFolder(name)) {
+        return NotHandledReason::SystemFolder;
+    }
+    if (kind == Kind::Regular && isJunkFile(name)) {
+        return NotHandledReason::JunkFile;
+    }
+    return name.front() == '.' ? std::optional(NotHandledReason::Hidden) : std::nullopt;
+}
+
+bool isOneFile(std::string const& a, std::string const& b)
+{
+    std::error_code error;
+    return std::filesystem::equivalent(a, b, error) && !error;
+}
+
+class Scan {
+public:
+    Scan(CardContents& contents, ScanOptions const& options)
+        : m_contents(contents)
+        , m_options(options)
+    {
+    }
+
+    void run();
+
+private:
+    void list(std::uint32_t folder);
+    std::vector<std::string> namesIn(std::uint32_t folder);
+    void putBack(std::uint32_t folder);
+    void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
+    void take(std::uint32_t folder, std::string name, NameChoice const& choice);
+    void enter(std::uint32_t folder, std::string name, Pt::FileStatus const& status);
+    bool toldToStop();
+    void sort();
+
+    CardContents& m_contents;
+    ScanOptions const& m_options;
+    std::vector<std::uint32_t> m_pending; // folders still to be listed
+    std::set<std::pair<std::uint64_t, std::uint64_t>> m_entered; // device and inode
+};
+
+void Scan::run()
+{
+    const auto root = Pt::fileStatus(m_contents.root, m_contents.rootError);
+    if (!root) {
+        return;
+    }
+    m_entered.emplace(root->device, root->inode);
+    m_contents.folders.emplace_back();
+    m_contents.folderIds.push_back({root->device, root->inode, 0});
+    m_contents.keepsOwnFiles = Pt::keepsItsOwnFiles(m_contents.root);
+    m_pending.push_back(0);
+    while (!m_pending.empty() && !toldToStop()) {
+        const std::uint32_t folder = m_pending.back();
+        m_pending.pop_back();
+        list(folder);
+    }
+    sort();
+}
+
+bool Scan::toldToStop()
+{
+    m_contents.stopped = m_contents.stopped || (m_options.stop != nullptr && *m_options.stop);
+    return m_contents.stopped;
+}
+
+// The names come first, so that what is entered does not depend on the order of the directory.
+void Scan::list(std::uint32_t folder)
+{
+    std::vector<std::string> names = namesIn(folder);
+    if (m_options.putsBack
+        && std::find(names.begin(), names.end(), OriginalDeletion::kAsideFolder) != names.end()) {
+        putBack(folder);
+        names = namesIn(folder);
+    }
+    std::sort(names.begin(), names.end());
+    const NameChoice choice(m_options.only, names);
+    for (std::string& name : names) {
+        if (toldToStop()) {
+            return;
+        }
+        take(folder, std::move(name), choice);
+    }
+}
+
+std::vector<std::string> Scan::namesIn(std::uint32_t folder)
+{
+    const std::string path = m_contents.folderPath(folder);
+    std::vector<std::string> names;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(path, error);
+    while (!error && entry != std::filesystem::directory_iterator()) {
+        names.push_back(entry->path().filename().native());
+        entry.increment(error);
+    }
+    if (error) {
+        m_contents.problems.push_back({path, error});
+        if (folder == 0) {
+            m_contents.rootError = error;
+        }
+    }
+    return names;
+}
+
+// What cannot go back stays, and is found again as pictures in a folder that is passed over.
+void Scan::putBack(std::uint32_t folder)
+{
+    const std::string path = m_contents.folderPath(folder);
+    const std::string aside = path + '/' + OriginalDeletion::kAsideFolder;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(aside, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string back = path + '/' + entry->path().filename().native();
+        if (isOneFile(entry->path().native(), back)) {
+            Pt::unlinkPath(entry->path().native()); // killed on the way, with both names
+        } else if (!Pt::moveWithoutReplacing(entry->path().native(), back)) {
+            m_contents.putBack.push_back(back);
+        }
+    }
+    std::filesystem::remove(aside, error);
+}
+
+void Scan::take(std::uint32_t folder, std::string name, NameChoice const& choice)
+{
+    const std::string path = m_contents.folderPath(folder) + '/' + name;
+    std::error_code error;
+    const auto status = Pt::fileStatus(path, error);
+    if (!status) {
+        m_contents.problems.push_back({path, error});
+    } else if (const auto reason = reasonAgainst(name, status->kind)) {
+        passOver(folder, std::move(name), *reason, status->kind);
+    } else if (status->kind == Kind::Folder) {
+        enter(folder, std::move(name), *status);
+    } else if (choice.takes(name)) {
+        m_contents.items.push_back({std::move(name), *status, folder});
+        ++m_contents.folderIds[folder].items;
+    } else {
+        ++m_contents.notAskedFor;
+        std::string const& below = m_contents.folders[folder];
+        m_contents.leftOut.insert(below.empty() ? std::move(name) : below + '/' + name);
+    }
+}
+
+void Scan::passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind)
+{
+    NotHandled entry{std::move(name), folder, reason, {}, 0};
+    const std::string below = m_contents.folders[folder];
+    const std::string path = below.empty() ? entry.name : below + '/' + entry.name;
+    FoundPictures found;
+    if (kind == Kind::Folder) {
+        found = picturesBelow(m_contents.root, path);
+    } else if (kind == Kind::Regular && isPicture(m_contents.root + '/' + path)) {
+        found = {{path}, 1};
+        if (reason == NotHandledReason::JunkFile) {
+            entry.reason = NotHandledReason::Hidden; // a picture with the name of a system's file
+        }
+    }
+    entry.pictures = std::move(found.names);
+    entry.pictureCount = found.count;
+    m_contents.notHandled.push_back(std::move(entry));
+}
+
+void Scan::enter(std::uint32_t folder, std::string name, Pt::FileStatus const& status)
+{
+    if (!m_entered.emplace(status.device, status.inode).second) {
+        m_contents.notHandled.push_back(
+            {std::move(name), folder, NotHandledReason::SameFolder, {}, 0});
+        return;
+    }
+    std::string const& parent = m_contents.folders[folder];
+    m_pending.push_back(static_cast<std::uint32_t>(m_contents.folders.size()));
+    m_contents.folders.push_back(parent.empty() ? std::move(name) : parent + '/' + name);
+    m_contents.folderIds.push_back({status.device, status.inode, 0});
+    if (status.device != m_contents.folderIds[folder].device) {
+        m_contents.keepsOwnFiles = m_contents.keepsOwnFiles
+            && Pt::keepsItsOwnFiles(m_contents.root + '/' + m_contents.folders.back());
+    }
+}
+
+void Scan::sort()
+{
+    auto& folders = m_contents.folders;
+    std::vector<std::uint32_t> order(folders.size());
+    std::iota(order.begin(), order.end(), 0U);
+    std::sort(
+        order.begin(), order.end(), [&folders](auto a, auto b) { return folders[a] < folders[b]; });
+    std::vector<std::uint32_t> place(order.size());
+    std::vector<std::string> sorted;
+    std::vector<CardFolderId> ids;
+    sorted.reserve(order.size());
+    for (const std::uint32_t folder : order) {
+        place[folder] = static_cast<std::uint32_t>(sorted.size());
+        sorted.push_back(std::move(folders[folder]));
+        ids.push_back(m_contents.folderIds[folder]);
+    }
+    folders = std::move(sorted);
+    m_contents.folderIds = std::move(ids);
+    const auto arrange = [&place](auto& entries) {
+        for (auto& entry : entries) {
+            entry.folder = place[entry.folder];
+        }
+        std::sort(entries.begin(), entries.end(), [](auto const& a, auto const& b) {
+            return std::tie(a.folder, a.name) < std::tie(b.folder, b.name);
+        });
+        entries.shrink_to_fit();
+    };
+    arrange(m_contents.items);
+    arrange(m_contents.notHandled);
+}
+
+} // namespace
+
+std::string_view reasonText(NotHandledReason reason)
+{
+    switch (reason) {
+    case NotHandledReason::Link:
+        return "symbolic link";
+    case NotHandledReason::Socket:
+        return "socket";
+    case NotHandledReason::Pipe:
+        return "pipe";
+    case NotHandledReason::Device:
+        return "device";
+    case NotHandledReason::Hidden:
+        return "hidden";
+    case NotHandledReason::SystemFolder:
+        return "system folder";
+    case NotHandledReason::JunkFile:
+        return "system file";
+    case NotHandledReason::SameFolder:
+        return "folder listed under another path already";
+    case NotHandledReason::Other:
+        break;
+    }
+    return "unknown kind of file";
+}
+
+std::string translatedReason(std::string_view word)
+{
+    static constexpr auto kLiterals = std::to_array<char const*>({
+        "$$$/Mfx/NotHandled/Link=symbolic link",
+        "$$$/Mfx/NotHandled/Socket=socket",
+        "$$$/Mfx/NotHandled/Pipe=pipe",
+        "$$$/Mfx/NotHandled/Device=device",
+        "$$$/Mfx/NotHandled/Hidden=hidden",
+        "$$$/Mfx/NotHandled/SystemFolder=system folder",
+        "$$$/Mfx/NotHandled/JunkFile=system file",
+        "$$$/Mfx/NotHandled/SameFolder=folder listed under another path already",
+        "$$$/Mfx/NotHandled/Other=unknown kind of file",
+    });
+    for (std::size_t reason = 0; reason < kLiterals.size(); ++reason) {
+        if (reasonText(static_cast<NotHandledReason>(reason)) == word)
+            return text(kLiterals[reason]);
+    }
+    return std::string(word);
+}
+
+bool isHarmless(NotHandledReason reason)
+{
+    return reason == NotHandledReason::SystemFolder || reason == NotHandledReason::JunkFile
+        || reason == NotHandledReason::SameFolder || reason == NotHandledReason::Socket
+        || reason == NotHandledReason::Pipe || reason == NotHandledReason::Device;
+}
+
+std::string CardContents::folderPath(std::uint32_t folder) const
+{
+    return folders[folder].empty() ? root : root + '/' + folders[folder];
+}
+
+std::string CardContents::pathBelow(MediaItem const& item) const
+{
+    return folders[item.folder].empty() ? item.name : folders[item.folder] + '/' + item.name;
+}
+
+std::string CardContents::pathOf(MediaItem const& item) const
+{
+    return folderPath(item.folder) + '/' + item.name;
+}
+
+std::size_t CardContents::harmfulNotHandled() const
+{
+    const auto count = std::count_if(notHandled.begin(),
+        notHandled.end(),
+        [](NotHandled const& entry) { return entry.mayHoldPhotos(); });
+    return static_cast<std::size_t>(count);
+}
+
+CardContents scanCard(std::string const& source, ScanOptions const& options)
+{
+    CardContents contents;
+    contents.root = std::filesystem::canonical(source, contents.rootError).native();
+    if (contents.rootError) {
+        contents.root = source;
+        contents.problems.push_back({source, contents.rootError});
+        return contents;
+    }
+    Scan(contents, options).run();
+    return contents;
+}
+
+} // namespace mfx

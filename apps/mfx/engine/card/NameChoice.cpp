@@ -1,0 +1,113 @@
+#include "mfx/engine/card/NameChoice.h"
+
+#include "mfx/engine/card/MediaItem.h"
+#include "platform/common/text/NameText.h"
+
+#include <algorithm>
+#include <functional>
+#include <unordered_map>
+
+namespace mfx {
+
+namespace {
+
+struct File {
+    std::string_view name;
+    std::string_view extension;
+    MediaKind kind = MediaKind::Other;
+    bool isCompanion = false; // thumbnail or small version
+    bool isTaken = false;
+};
+
+using Files = std::vector<File>; // of one stem
+
+std::unordered_map<std::string_view, Files> filesByStem(
+    NameFilter const& only, std::vector<std::string> const& names)
+{
+    const std::unordered_set<std::string_view> all(names.begin(), names.end());
+    const auto isThere = [&all](std::string_view name) { return all.contains(name); };
+    std::unordered_map<std::string_view, Files> files;
+    for (std::string const& name : names) {
+        const std::string_view whole = name;
+        const std::size_t stem = stemLength(name, isThere);
+        File file{whole, whole.substr(std::min(stem + 1, whole.size()))};
+        file.kind = mediaKind(file.extension);
+        file.isCompanion = isMovieCompanion(file.extension);
+        file.isTaken = only.accepts(name);
+        files[whole.substr(0, stem)].push_back(file);
+    }
+    return files;
+}
+
+bool isChained(File const& file)
+{
+    return file.kind == MediaKind::Sidecar && file.extension.find('.') != std::string_view::npos;
+}
+
+bool isFollower(File const& file)
+{
+    return file.kind == MediaKind::Sidecar || file.kind == MediaKind::Audio || file.isCompanion;
+}
+
+bool hasMovie(Files const& files)
+{
+    return std::any_of(
+        files.begin(), files.end(), [](File const& file) { return file.kind == MediaKind::Movie; });
+}
+
+bool brings(File const& leader, File const& follower, Files const& all)
+{
+    if (!leader.isTaken || leader.isCompanion || leader.kind >= follower.kind) {
+        return false;
+    }
+    return !follower.isCompanion || leader.kind == MediaKind::Movie || !hasMovie(all);
+}
+
+bool isParent(File const& parent, File const& chained)
+{
+    const std::string_view extension = chained.extension.substr(0, chained.extension.rfind('.'));
+    return parent.isTaken && Pt::equalIgnoringAsciiCase(parent.extension, extension);
+}
+
+// Marks the followers that somebody brings; those who do are marked before.
+void markFollowers(Files& files, std::function<bool(File const&, File const&)> const& isBrought)
+{
+    const Files before = files;
+    for (File& file : files) {
+        file.isTaken =
+            file.isTaken || std::any_of(before.begin(), before.end(), [&](File const& leader) {
+                return isBrought(leader, file);
+            });
+    }
+}
+
+} // namespace
+
+NameChoice::NameChoice(NameFilter const& only, std::vector<std::string> const& names)
+    : m_only(only)
+{
+    if (only.acceptsAll()) {
+        return;
+    }
+    for (auto& [stem, files] : filesByStem(only, names)) {
+        markFollowers(files, [&all = files](File const& leader, File const& file) {
+            return isFollower(file) && !isChained(file) && brings(leader, file, all);
+        });
+        // These come last: their parents may have been brought.
+        markFollowers(files, [](File const& parent, File const& file) {
+            return isChained(file) && isParent(parent, file);
+        });
+        for (File const& file : files) {
+            if (file.isTaken) {
+                m_taken.emplace(file.name);
+            }
+        }
+    }
+}
+
+bool NameChoice::takes(std::string const& name) const
+{
+    return m_only.acceptsAll() || m_taken.contains(name);
+}
+
+} // namespace mfx

@@ -1,0 +1,151 @@
+#include "mfx/engine/dates/CaptureDate.h"
+
+#include "mfx/engine/card/ItemGroups.h"
+#include "mfx/engine/dates/CiffDate.h"
+#include "mfx/engine/dates/ExifDate.h"
+#include "mfx/engine/dates/MovieDate.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+
+namespace mfx {
+
+namespace {
+
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+enum class FileForm { Ciff, Still, Movie, StillOrMovie };
+
+template <typename Words>
+bool beginsWithOneOf(std::string_view text, Words const& words)
+{
+    return std::any_of(words.begin(), words.end(), [text](std::string_view word) {
+        return text.substr(0, word.size()) == word;
+    });
+}
+
+// The first bytes tell the form; extensions lie (a THM is a JPEG, a MOV may be an MP4).
+FileForm formOf(std::string_view head)
+{
+    if (isCiff(head)) {
+        return FileForm::Ciff;
+    }
+    constexpr auto kMovieBoxes =
+        std::to_array<std::string_view>({"moov", "mdat", "wide", "free", "skip", "pnot"});
+    constexpr auto kStillBrands = std::to_array<std::string_view>(
+        {"heic", "heix", "heim", "heis", "hevc", "mif1", "msf1", "avif", "avis", "crx "});
+    const std::string_view type = head.size() >= 12 ? head.substr(4, 4) : std::string_view();
+    if (type == "ftyp") {
+        return beginsWithOneOf(head.substr(8), kStillBrands) ? FileForm::StillOrMovie
+                                                             : FileForm::Movie;
+    }
+    const bool riff = head.substr(0, 4) == "RIFF" && head.size() >= 12;
+    const bool avi = riff && head.substr(8, 4) == "AVI ";
+    return avi || beginsWithOneOf(type, kMovieBoxes) ? FileForm::Movie : FileForm::Still;
+}
+
+std::string beginning(std::istream& stream)
+{
+    std::array<char, 16> head{};
+    stream.read(head.data(), head.size());
+    return std::string(head.data(), static_cast<std::size_t>(stream.gcount()));
+}
+
+PhotoFacts factsByForm(std::istream& stream)
+{
+    const FileForm form = formOf(beginning(stream));
+    if (form == FileForm::Ciff) {
+        return {ciffDate(stream), {}};
+    }
+    PhotoFacts facts =
+        form == FileForm::Movie ? PhotoFacts{movieDate(stream), {}} : exifFacts(stream);
+    if (!facts.date.moment && form == FileForm::StillOrMovie) {
+        facts.date = movieDate(stream);
+    }
+    return facts;
+}
+
+// Of the group's member: as it was read before, or read now.
+CaptureDate memberDate(CardContents const& card, ItemGroup const& group, std::size_t member)
+{
+    return member < group.ownDates.size()
+        ? group.ownDates[member]
+        : ownCaptureDate(card.pathOf(card.items[group.members[member]]));
+}
+
+} // namespace
+
+std::string_view dateSourceText(DateSource source)
+{
+    switch (source) {
+    case DateSource::None:
+        break;
+    case DateSource::ExifOriginal:
+        return "EXIF original date";
+    case DateSource::ExifDigitized:
+        return "EXIF digitized date";
+    case DateSource::ExifImage:
+        return "EXIF image date";
+    case DateSource::Xmp:
+        return "XMP date";
+    case DateSource::RawRecord:
+        return "raw file time record";
+    case DateSource::MovieKey:
+        return "movie creation date";
+    case DateSource::MovieHeader:
+        return "movie header (UTC)";
+    case DateSource::AviChunk:
+        return "AVI date";
+    case DateSource::FileTime:
+        return "file time (UTC)";
+    }
+    return "unknown";
+}
+
+PhotoFacts ownFacts(std::string const& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    PhotoFacts facts = factsByForm(stream);
+    facts.date.readFailed = facts.date.readFailed || !stream.is_open() || stream.bad();
+    return facts;
+}
+
+CaptureDate ownCaptureDate(std::string const& path)
+{
+    return ownFacts(path).date;
+}
+
+CaptureDate fileTimeDate(Pt::FileStatus const& status)
+{
+    constexpr std::int64_t kThirdOfJanuary1980 = 315'705'600;
+    const std::int64_t seconds = status.modified / kNanosecondsPerSecond;
+    if (seconds < kThirdOfJanuary1980) {
+        return {};
+    }
+    auto moment = momentFromUnixTime(seconds);
+    if (!moment) {
+        return {};
+    }
+    moment->nanosecond = static_cast<std::uint32_t>(status.modified % kNanosecondsPerSecond);
+    moment->offsetMinutes = 0;
+    return {moment, DateSource::FileTime};
+}
+
+CaptureDate groupCaptureDate(CardContents const& card, ItemGroup const& group)
+{
+    bool readFailed = false;
+    for (std::size_t member = 0; member < group.members.size(); ++member) {
+        CaptureDate date = memberDate(card, group, member);
+        readFailed = readFailed || date.readFailed;
+        if (date.moment) {
+            date.readFailed = readFailed;
+            return date;
+        }
+    }
+    CaptureDate date = fileTimeDate(card.items[group.members.front()].status);
+    date.readFailed = readFailed;
+    return date;
+}
+
+} // namespace mfx

@@ -1,0 +1,73 @@
+// When a photo, a movie or a group of files was taken, and how that is known.
+//
+// The first source that holds a possible date wins: the photo's EXIF (original, digitized, image),
+// its XMP; the time record of a CRW raw file; a movie's creation-date key, then its header (UTC, as
+// it stands); an AVI's date chunk; last the file's modification time, read as UTC. Nothing is
+// guessed: without a date there is none. Files are opened for reading only; of a movie the headers
+// are read, of a still at most 128 MiB. Blocks while it reads. Any thread may call; reading EXIF
+// takes turns.
+#pragma once
+
+#include "mfx/engine/dates/DateText.h"
+#include "platform/common/files/FileStatus.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace mfx {
+
+struct CardContents;
+struct ItemGroup;
+
+enum class DateSource : std::uint8_t {
+    None,
+    ExifOriginal,
+    ExifDigitized,
+    ExifImage,
+    Xmp,
+    RawRecord,
+    MovieKey,
+    MovieHeader,
+    AviChunk,
+    FileTime
+};
+
+// Such as "EXIF original date": a word for programs, the same in every language.
+std::string_view dateSourceText(DateSource source);
+
+struct CaptureDate {
+    std::optional<CaptureMoment> moment; // nothing: the date is unknown
+    DateSource source = DateSource::None;
+    bool readFailed = false; // a file could not be read: a better date may stand in it
+
+    friend bool operator==(CaptureDate const&, CaptureDate const&) = default;
+};
+
+// Which camera took a photo, as its EXIF says; empty where it does not.
+struct Camera {
+    std::string make;
+    std::string model;
+
+    friend bool operator==(Camera const&, Camera const&) = default;
+};
+
+struct PhotoFacts {
+    CaptureDate date;
+    Camera camera;
+};
+
+// From what stands in the file itself. Requires: path names a regular file.
+PhotoFacts ownFacts(std::string const& path);
+CaptureDate ownCaptureDate(std::string const& path);
+
+// From the modification time, read as UTC. Up to 2 January 1980 it is unset: FAT's zero date is
+// 1 January 1980, and zones shift it by up to a day.
+CaptureDate fileTimeDate(Pt::FileStatus const& status);
+
+// From the first member with a date of its own; without one, from the primary's file time. Dates
+// that the group knows already are not read again.
+CaptureDate groupCaptureDate(CardContents const& card, ItemGroup const& group);
+
+} // namespace mfx

@@ -1,0 +1,363 @@
+#include "mfx/engine/dates/DateText.h"
+
+#include "platform/common/text/NameText.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+
+namespace mfx {
+
+namespace {
+
+constexpr int kFirstYear = 1971;
+constexpr int kLastYear = 9999;
+constexpr int kWidestOffset = 14 * 60;
+
+constexpr auto kMonths = std::to_array<std::string_view>(
+    {"jan", "feb", "mar", "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"});
+constexpr auto kWeekdays =
+    std::to_array<std::string_view>({"mon", "tue", "wed", "thu", "fri", "sat", "sun"});
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+// Reads a text from left to right; every reader leaves the position alone when it gives nothing.
+class TextCursor {
+public:
+    // Ends at the first NUL, without blanks around the rest.
+    explicit TextCursor(std::string_view text)
+        : m_rest(text.substr(0, text.find('\0')))
+    {
+        skipBlanks();
+        while (!m_rest.empty() && isBlank(m_rest.back())) {
+            m_rest.remove_suffix(1);
+        }
+    }
+
+    bool atEnd() const { return m_rest.empty(); }
+    char front() const { return m_rest.empty() ? '\0' : m_rest.front(); }
+
+    bool takeAny(std::string_view characters)
+    {
+        const bool found = !m_rest.empty() && characters.find(m_rest.front()) != characters.npos;
+        m_rest.remove_prefix(found ? 1 : 0);
+        return found;
+    }
+
+    bool skipBlanks()
+    {
+        const std::size_t before = m_rest.size();
+        while (!m_rest.empty() && isBlank(m_rest.front())) {
+            m_rest.remove_prefix(1);
+        }
+        return m_rest.size() != before;
+    }
+
+    // Exactly `count` digits.
+    std::optional<int> number(std::size_t count)
+    {
+        const std::string_view digits = m_rest.substr(0, count);
+        if (digits.size() != count || !std::all_of(digits.begin(), digits.end(), isDigit)) {
+            return std::nullopt;
+        }
+        int value = 0;
+        for (const char digit : digits) {
+            value = value * 10 + (digit - '0');
+        }
+        m_rest.remove_prefix(count);
+        return value;
+    }
+
+    // Two digits, the first of which some cameras write as a space.
+    std::optional<int> twoDigits()
+    {
+        if (m_rest.size() >= 2 && m_rest[0] == ' ' && isDigit(m_rest[1])) {
+            m_rest.remove_prefix(1);
+            return number(1);
+        }
+        return number(2);
+    }
+
+    // One digit or two.
+    std::optional<int> upToTwoDigits()
+    {
+        const auto two = number(2);
+        return two ? two : number(1);
+    }
+
+    std::string_view takeDigits()
+    {
+        const auto end = std::find_if_not(m_rest.begin(), m_rest.end(), isDigit);
+        return take(static_cast<std::size_t>(end - m_rest.begin()));
+    }
+
+    // The 1-based place of the next three letters in `words`; nothing when they are none of them.
+    template <typename Words>
+    std::optional<int> wordOf(Words const& words)
+    {
+        const std::string word = Pt::asciiLower(m_rest.substr(0, 3));
+        const auto found = std::find(words.begin(), words.end(), word);
+        if (found == words.end()) {
+            return std::nullopt;
+        }
+        m_rest.remove_prefix(3);
+        return static_cast<int>(found - words.begin()) + 1;
+    }
+
+private:
+    std::string_view take(std::size_t count)
+    {
+        const std::string_view taken = m_rest.substr(0, count);
+        m_rest.remove_prefix(count);
+        return taken;
+    }
+
+    std::string_view m_rest;
+};
+
+bool isPossible(CaptureMoment const& moment)
+{
+    using namespace std::chrono;
+    const year_month_day date{year{moment.year},
+        month{static_cast<unsigned>(moment.month)},
+        day{static_cast<unsigned>(moment.day)}};
+    return moment.year >= kFirstYear && moment.year <= kLastYear && date.ok() && moment.hour < 24
+        && moment.minute < 60 && moment.second < 60;
+}
+
+bool readDate(TextCursor& cursor, CaptureMoment& moment)
+{
+    constexpr std::string_view kSeparators = ":-/.";
+    const auto year = cursor.number(4);
+    const bool first = cursor.takeAny(kSeparators);
+    const auto month = cursor.twoDigits();
+    const bool second = cursor.takeAny(kSeparators);
+    const auto day = cursor.twoDigits();
+    if (!year || !first || !month || !second || !day) {
+        return false;
+    }
+    moment.year = *year;
+    moment.month = *month;
+    moment.day = *day;
+    return true;
+}
+
+// hh:mm[:ss]; the hour may be a single digit where `shortHour` allows it.
+bool readTime(TextCursor& cursor, CaptureMoment& moment, bool shortHour)
+{
+    const auto hour = shortHour ? cursor.upToTwoDigits() : cursor.twoDigits();
+    const bool colon = cursor.takeAny(":");
+    const auto minute = cursor.twoDigits();
+    if (!hour || !colon || !minute) {
+        return false;
+    }
+    moment.hour = *hour;
+    moment.minute = *minute;
+    if (!cursor.takeAny(":")) {
+        return true;
+    }
+    const auto second = cursor.twoDigits();
+    moment.second = second.value_or(0);
+    return second.has_value();
+}
+
+std::optional<int> readOffset(TextCursor& cursor)
+{
+    if (cursor.takeAny("Zz")) {
+        return 0;
+    }
+    const bool west = cursor.front() == '-';
+    if (!cursor.takeAny("+-")) {
+        return std::nullopt;
+    }
+    const auto hours = cursor.number(2);
+    const bool colon = cursor.takeAny(":");
+    const bool minutesFollow = colon || isDigit(cursor.front());
+    const auto minutes = minutesFollow ? cursor.number(2) : std::optional(0);
+    if (!hours || !minutes || *minutes > 59 || *hours * 60 + *minutes > kWidestOffset) {
+        return std::nullopt;
+    }
+    const int offset = *hours * 60 + *minutes;
+    return west ? -offset : offset;
+}
+
+// What may follow the seconds; false when there is something else.
+bool readFractionAndOffset(TextCursor& cursor, CaptureMoment& moment)
+{
+    if (cursor.takeAny(".,")) {
+        moment.nanosecond = parseSubSeconds(cursor.takeDigits());
+        if (!moment.nanosecond) {
+            return false;
+        }
+    }
+    cursor.skipBlanks();
+    if (cursor.atEnd()) {
+        return true;
+    }
+    moment.offsetMinutes = readOffset(cursor);
+    return moment.offsetMinutes && cursor.atEnd();
+}
+
+// "MAR 26 21:19:07 2021", after the day of the week.
+std::optional<CaptureMoment> readSpelledDate(TextCursor& cursor)
+{
+    CaptureMoment moment;
+    const auto month = cursor.wordOf(kMonths);
+    cursor.skipBlanks();
+    const auto day = cursor.upToTwoDigits();
+    const bool gap = cursor.skipBlanks();
+    if (!month || !day || !gap || !readTime(cursor, moment, true) || !cursor.skipBlanks()) {
+        return std::nullopt;
+    }
+    moment.month = *month;
+    moment.day = *day;
+    moment.year = cursor.number(4).value_or(0);
+    return cursor.atEnd() && isPossible(moment) ? std::optional(moment) : std::nullopt;
+}
+
+std::chrono::sys_days dayOf(CaptureMoment const& moment)
+{
+    using namespace std::chrono;
+    return year{moment.year} / month{static_cast<unsigned>(moment.month)}
+    / day{static_cast<unsigned>(moment.day)};
+}
+
+} // namespace
+
+std::optional<CaptureMoment> parseDateText(std::string_view text)
+{
+    TextCursor cursor(text);
+    CaptureMoment moment;
+    if (!readDate(cursor, moment)) {
+        return std::nullopt;
+    }
+    const bool spaced = cursor.takeAny("Tt ");
+    if (!spaced || !readTime(cursor, moment, false) || !readFractionAndOffset(cursor, moment)) {
+        return std::nullopt;
+    }
+    return isPossible(moment) ? std::optional(moment) : std::nullopt;
+}
+
+std::optional<CaptureMoment> parseMovieDateText(std::string_view text)
+{
+    TextCursor cursor(text);
+    if (isDigit(cursor.front())) {
+        return parseDateText(text);
+    }
+    if (!cursor.wordOf(kWeekdays) || !cursor.skipBlanks()) {
+        return std::nullopt;
+    }
+    return readSpelledDate(cursor);
+}
+
+std::optional<int> parseOffset(std::string_view text)
+{
+    TextCursor cursor(text);
+    const auto offset = readOffset(cursor);
+    return cursor.atEnd() ? offset : std::nullopt;
+}
+
+std::optional<std::uint32_t> parseSubSeconds(std::string_view digits)
+{
+    TextCursor cursor(digits);
+    const std::string_view found = cursor.takeDigits();
+    if (found.empty() || !cursor.atEnd()) {
+        return std::nullopt;
+    }
+    constexpr std::size_t kDigits = 9;
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < kDigits; ++i) {
+        value = value * 10 + (i < found.size() ? static_cast<std::uint32_t>(found[i] - '0') : 0);
+    }
+    return value;
+}
+
+std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
+{
+    using namespace std::chrono;
+    constexpr sys_seconds kBegin{sys_days{year{kFirstYear} / January / 1}};
+    constexpr sys_seconds kEnd{sys_days{year{kLastYear + 1} / January / 1}};
+    if (seconds < kBegin.time_since_epoch().count() || seconds >= kEnd.time_since_epoch().count()) {
+        return std::nullopt;
+    }
+    const sys_seconds time{std::chrono::seconds{seconds}};
+    const sys_days today = floor<days>(time);
+    const year_month_day date{today};
+    const hh_mm_ss clock{time - today};
+    CaptureMoment moment;
+    moment.year = static_cast<int>(date.year());
+    moment.month = static_cast<int>(static_cast<unsigned>(date.month()));
+    moment.day = static_cast<int>(static_cast<unsigned>(date.day()));
+    moment.hour = static_cast<int>(clock.hours().count());
+    moment.minute = static_cast<int>(clock.minutes().count());
+    moment.second = static_cast<int>(clock.seconds().count());
+    return moment;
+}
+
+std::string isoText(CaptureMoment const& moment)
+{
+    std::array<char, 96> buffer{};
+    std::snprintf(buffer.data(),
+        buffer.size(),
+        "%04d-%02d-%02dT%02d:%02d:%02d",
+        moment.year,
+        moment.month,
+        moment.day,
+        moment.hour,
+        moment.minute,
+        moment.second);
+    std::string text = buffer.data();
+    if (moment.nanosecond) {
+        std::snprintf(buffer.data(), buffer.size(), ".%09u", *moment.nanosecond);
+        text += buffer.data();
+        const std::size_t last = text.find_last_not_of('0');
+        text.resize(text[last] == '.' ? last + 2 : last + 1); // one digit stays
+    }
+    if (moment.offsetMinutes) {
+        const int distance = std::abs(*moment.offsetMinutes);
+        std::snprintf(buffer.data(),
+            buffer.size(),
+            "%c%02d:%02d",
+            *moment.offsetMinutes < 0 ? '-' : '+',
+            distance / 60,
+            distance % 60);
+        text += buffer.data();
+    }
+    return text;
+}
+
+std::int64_t clockSeconds(CaptureMoment const& moment)
+{
+    constexpr std::int64_t kSecondsPerDay = 86'400;
+    const std::int64_t days = dayOf(moment).time_since_epoch().count();
+    return days * kSecondsPerDay + moment.hour * 3600 + moment.minute * 60 + moment.second;
+}
+
+std::tm brokenDownTime(CaptureMoment const& moment)
+{
+    using namespace std::chrono;
+    const sys_days today = dayOf(moment);
+    const sys_days newYear{year{moment.year} / January / 1};
+    std::tm time{};
+    time.tm_year = moment.year - 1900;
+    time.tm_mon = moment.month - 1;
+    time.tm_mday = moment.day;
+    time.tm_hour = moment.hour;
+    time.tm_min = moment.minute;
+    time.tm_sec = moment.second;
+    time.tm_wday = static_cast<int>(weekday{today}.c_encoding());
+    time.tm_yday = static_cast<int>((today - newYear).count());
+    return time;
+}
+
+} // namespace mfx

@@ -1,0 +1,72 @@
+#include "mfx/engine/names/NumberedFiles.h"
+
+#include "platform/common/files/FileCopy.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace mfx {
+
+namespace fs = std::filesystem;
+
+void NumberedFiles::read(const std::string& folder, const NumberMatcher& allNames)
+{
+    m_folder = folder;
+    std::error_code error; // what cannot be listed or asked holds nothing that could be recognised
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+        const std::string name = it->path().filename().string();
+        if (!allNames.match(name))
+            continue;
+        std::error_code unknown;
+        const auto status = Pt::fileStatus(it->path().string(), unknown);
+        if (!status || status->kind != Pt::FileStatus::Kind::Regular)
+            continue;
+        m_files.emplace(name, *status);
+        m_bySize.emplace(status->size, name);
+    }
+}
+
+std::vector<std::string> NumberedFiles::stemsOf(
+    std::uint64_t size, const std::string& extension, const NumberMatcher& names) const
+{
+    std::vector<std::pair<std::uint64_t, std::string>> found;
+    const auto [first, last] = m_bySize.equal_range(size);
+    for (auto entry = first; entry != last; ++entry) {
+        const auto match = names.match(entry->second);
+        if (match && match->extension == extension)
+            found.emplace_back(match->number, match->stem);
+    }
+    std::sort(found.begin(), found.end());
+    std::vector<std::string> stems;
+    for (auto& [number, stem] : found)
+        stems.push_back(std::move(stem));
+    return stems;
+}
+
+std::optional<Pt::FileStatus> NumberedFiles::statusOf(const std::string& name) const
+{
+    const auto found = m_files.find(name);
+    return found == m_files.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<Pt::ContentDigest> NumberedFiles::digestOf(const std::string& name)
+{
+    const std::string path = m_folder + '/' + name;
+    std::error_code error;
+    const auto now = Pt::fileStatus(path, error);
+    if (!now || now != statusOf(name))
+        return std::nullopt;
+    {
+        Pt::Locked locked(m_lock);
+        if (const auto known = m_digests.find(name); known != m_digests.end())
+            return known->second;
+    }
+    const auto digest = Pt::digestOfFile(path, error);
+    Pt::Locked locked(m_lock);
+    if (digest)
+        m_digests.emplace(name, *digest);
+    return digest;
+}
+
+} // namespace mfx

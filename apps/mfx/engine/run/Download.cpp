@@ -1,0 +1,540 @@
+#include "mfx/engine/run/Download.h"
+
+#include "mfx/engine/card/TwinCheck.h"
+#include "mfx/engine/names/LastNumber.h"
+#include "mfx/engine/run/PassedOverList.h"
+#include "mfx/engine/run/Ticker.h"
+#include "mfx/engine/run/Verdict.h"
+#include "mfx/engine/saving/CopyIdentity.h"
+#include "mfx/engine/saving/GroupPlacer.h"
+#include "mfx/engine/saving/GroupStager.h"
+#include "mfx/engine/saving/TargetSpot.h"
+#include "mfx/engine/sink/DNGSearch.h"
+#include "mfx/texts/Texts.h"
+#include "platform/common/files/FilePlacement.h"
+#include "platform/common/text/NameText.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace mfx {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t kToldNotSafe = 50; // the rest is counted
+constexpr std::chrono::milliseconds kProgressPause{500};
+
+// Bytes to work through for each byte of an item: written and read back, for each place.
+std::uint64_t passes(const DownloadRequest& request)
+{
+    return request.backupFolder ? 4 : 2;
+}
+
+bool isSourceTrouble(Pt::CopyProblem problem)
+{
+    return problem == Pt::CopyProblem::kSourceMissing
+        || problem == Pt::CopyProblem::kSourceUnreadable;
+}
+
+// A failed backup keeps its status: an original without its second copy is not to be deleted,
+// whatever else fails.
+void noteNoDNG(ItemEvent& event, const std::string& reason)
+{
+    if (event.status == ItemStatus::kBackupFailed) {
+        event.error = text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason});
+        return;
+    }
+    event.status = ItemStatus::kDNGFailed;
+    event.error = reason;
+}
+
+// The folder beneath a card that was taken out.
+bool isEmptyFolder(const std::string& path)
+{
+    std::error_code error;
+    const fs::directory_iterator first(path, error);
+    return error || first == fs::directory_iterator();
+}
+
+} // namespace
+
+Download::Download(
+    DownloadRequest request, const CardContents& card, SinkSession& sink, DownloadEvents& events)
+    : m_request(std::move(request))
+    , m_card(card)
+    , m_sink(sink)
+    , m_events(events)
+    , m_places(card, m_request.target, m_request.backupFolder, m_request.dryRun)
+    , m_folders(m_request.target, m_places, m_request.dryRun)
+    , m_backup(card, m_groups, sink, m_places)
+    , m_deletion(card, m_places)
+    , m_cardWatch(card)
+    , m_items(card.items.size())
+    , m_progress(card, passes(m_request))
+{
+}
+
+DownloadSummary Download::run()
+{
+    if (m_request.rules.useNumbers())
+        m_folders.listNumbers(m_request.rules.rename->numberMatcher());
+    m_summary.items = m_card.items.size();
+    m_summary.folder = m_request.target;
+    m_summary.backupWanted = m_request.backupFolder.has_value();
+    m_summary.dryRun = m_request.dryRun;
+    m_summary.datesAreUsed = m_request.rules.useDates();
+    m_summary.notAskedFor = m_card.notAskedFor;
+    std::uint64_t bytes = 0;
+    for (const MediaItem& item : m_card.items)
+        bytes += item.status.size;
+    openPlaces();
+    m_events.source(m_request.sourceName, m_card.items.size(), bytes);
+    warnOfPlaces();
+    addNotHandled();
+    addPassedOver();
+    {
+        const Ticker ticker(kProgressPause, [this] { tellProgress(); });
+        m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
+        m_nextNumber = firstNumber();
+        runGroups();
+        m_summary.nextSequence = m_nextNumber;
+        if (!m_request.dryRun)
+            closeDownload();
+        m_folders.leave();
+        m_places.leave();
+    }
+    tellProgress();
+    m_summary.placeUnusable =
+        m_summary.placeUnusable || (m_targetRefused && m_summary.saved + m_summary.existing == 0);
+    m_summary.interrupted = m_summary.interrupted || m_request.wasInterrupted();
+    giveVerdict(m_summary);
+    m_events.summary(m_summary);
+    return m_summary;
+}
+
+// The target's own folder is compared although all may go into folders below it.
+void Download::openPlaces()
+{
+    m_places.open();
+    const FinalFolder& base = m_folders.open("");
+    if (!base.objection.empty())
+        throw PlaceError(base.objection);
+    m_summary.copiesOnCardsDevice = m_places.isBackupOnCardsDevice();
+    m_summary.copiesInOneFolder = base.kinship.toBackup == Kinship::kSameName;
+    m_summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
+    for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()}) {
+        if (!kinship.cardFolder.empty())
+            m_cardWatch.passOver(kinship.cardFolder);
+    }
+}
+
+void Download::warnOfPlaces()
+{
+    if (m_summary.copiesInOneFolder)
+        m_events.message("",
+            text(
+                "$$$/Mfx/Download/OneFolder=target and backup are one folder: both copies count as "
+                "one, and no original is deleted"));
+    else if (m_summary.copiesOnOneDisk)
+        m_events.message("",
+            text("$$$/Mfx/Download/OneDisk=both copies are on one disk: who loses it loses both"));
+    if (m_request.wantsDNG && !m_request.convertsToDNG)
+        m_events.message("",
+            text("$$$/Mfx/Download/NoConversionLibrary=raw files stay as they are: the DNG "
+                 "conversion library is not installed"));
+}
+
+void Download::runGroups()
+{
+    StagingPlan plan{m_card,
+        m_groups,
+        m_request.rules,
+        m_nextNumber,
+        m_request.dryRun,
+        [this](std::uint32_t item, ProgressPhase phase, std::uint64_t bytes) {
+            m_progress.add(item, phase, bytes);
+        },
+        m_request.wasInterrupted};
+    GroupStager stager(std::move(plan), m_folders);
+    for (std::size_t group = 0; group < m_groups.size(); ++group) {
+        if (m_request.wasInterrupted()) {
+            m_summary.interrupted = true;
+            return;
+        }
+        if (m_stopReason) {
+            failRest(group, *m_stopReason);
+            return;
+        }
+        const std::unique_ptr<GroupWork> work = stager.take();
+        tellRestored();
+        if (work->problem == Pt::CopyProblem::kCancelled) {
+            dropItemFolder(*work);
+            m_summary.interrupted = true;
+            return;
+        }
+        finishGroup(*work);
+        if (!m_events.isHeard()) {
+            m_summary.outputFailed = true;
+            stopAt(text("$$$/Mfx/Download/StoppedUnheard=not tried: what is told cannot be written "
+                        "to standard output"));
+        }
+    }
+    m_summary.interrupted = m_request.wasInterrupted();
+}
+
+void Download::tellRestored()
+{
+    for (const std::string& path : m_folders.takeRestored())
+        m_events.message("",
+            text("$$$/Mfx/Download/PutBack=put back after an earlier run was cut off: %1",
+                {Pt::displayName(path)}));
+}
+
+// With sub-folders, numbers go on from one to the next.
+std::uint64_t Download::firstNumber() const
+{
+    if (!m_request.rules.useNumbers() || m_request.beginsAtFirst)
+        return m_request.firstSequence;
+    const auto last = lastNumberIn(m_places.targetOwnPath(),
+        m_request.rules.rename->numberMatcher(),
+        m_request.rules.subfolders.has_value(),
+        m_request.wasInterrupted);
+    return last ? std::max(m_request.firstSequence, *last + 1) : m_request.firstSequence;
+}
+
+// Numbers are given here, in the order of the groups, to those that are saved: a group that stands
+// there already, or that failed, leaves no gap.
+void Download::decide(GroupWork& work)
+{
+    if (m_request.rules.useNumbers())
+        work.target =
+            groupTarget(m_card, m_groups[work.group], work.date, m_request.rules, m_nextNumber);
+    if (m_request.dryRun)
+        previewNames(work);
+    else
+        decideNames(work);
+}
+
+void Download::finishGroup(GroupWork& work)
+{
+    std::vector<ItemEvent> events(work.members.size());
+    if (!work.failed && !work.stoodThere)
+        decide(work);
+    if (const auto lost = work.failed ? std::nullopt : lostPlace(work)) {
+        failGroup(work, work.members.size(), *lost);
+        stopAt(*lost);
+    }
+    if (!work.failed && m_request.backupFolder && !m_request.dryRun)
+        backUp(work, events);
+    if (m_backup.lost())
+        stopAt(*m_backup.lost());
+    if (!work.failed && !m_request.dryRun)
+        place(work);
+    const bool asksForDNG = m_request.convertsToDNG || m_request.wantsDNG;
+    if (!work.failed && asksForDNG && !m_request.dryRun)
+        convert(
+            work, events); // the item folder keeps the work folder, and our lock on it, in being
+    dropItemFolder(work);
+    if (!work.failed && !work.stoodThere)
+        ++m_nextNumber;
+    judge(work, events);
+    conclude(work, events);
+    if (work.failed)
+        noteFailure(work);
+}
+
+// Why the run cannot go on with a group: a place is no longer where it was.
+std::optional<std::string> Download::lostPlace(const GroupWork& work) const
+{
+    if (m_request.dryRun)
+        return std::nullopt;
+    auto lost = m_places.lostPlace();
+    if (!lost && work.folder && !work.folder->isAtItsPath())
+        lost = work.folder->lostText();
+    return lost;
+}
+
+void Download::backUp(GroupWork& work, std::vector<ItemEvent>& events)
+{
+    const PhaseScope phase(m_progress, ProgressPhase::kBackup);
+    const auto backups = m_backup.backUp(work, [&](std::size_t member) {
+        const std::uint32_t item = work.members[member].item;
+        m_progress.add(item, ProgressPhase::kBackup, 2 * m_card.items[item].status.size);
+    });
+    if (m_backup.lost()) {
+        failGroup(work, work.members.size(), *m_backup.lost());
+        return;
+    }
+    for (std::size_t i = 0; i < backups.size(); ++i)
+        noteBackup(work, i, backups[i], events[i]);
+}
+
+// A copy that stood in the backup before counts only where it is no other view of the original.
+void Download::noteBackup(
+    const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event)
+{
+    const std::uint32_t item = work.members[member].item;
+    const bool ownFiles = m_places.backupKeepsOwnFiles() && m_card.keepsOwnFiles;
+    if (backup.wasThere && backup.copy
+        && !isToldApart(backup.copy->status, m_card.items[item].status, ownFiles)) {
+        backup.isMade = false;
+        backup.error = text("$$$/Mfx/Backup/NotToldApart=its copy in the backup folder cannot be "
+                            "told apart from the original");
+    }
+    if (!backup.isMade) {
+        event.status = ItemStatus::kBackupFailed;
+        event.error = backup.error;
+        return;
+    }
+    event.backup = Pt::displayName(*m_request.backupFolder);
+    m_items[item].kept.backup = std::move(backup.copy);
+    m_items[item].kept.isFresh = !backup.wasThere;
+    ++m_summary.backups;
+}
+
+void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
+{
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const MemberWork& member = work.members[i];
+        if (!member.isPlaced
+            || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::Raw)
+            continue;
+        if (!m_request.convertsToDNG) {
+            noteNoDNG(events[i],
+                text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
+                     "not installed"));
+            events[i].isToldAlready = events[i].status == ItemStatus::kDNGFailed;
+            continue;
+        }
+        const auto lost = lostPlace(work);
+        if (lost) {
+            stopAt(*lost);
+            noteNoDNG(events[i], *lost);
+            continue;
+        }
+        const PhaseScope phase(m_progress, ProgressPhase::kConvert);
+        const std::string dng = nextDNGPath(work.folder->ownPath + '/' + member.finalName);
+        std::string error;
+        if (m_sink.convert(sinkItem(work, i, work.folder->path), error))
+            noteDNG(member, dng, events[i]);
+        else
+            noteNoDNG(events[i],
+                error.empty()
+                    ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
+                    : error);
+    }
+}
+
+// The sink says that it made a verified DNG. It took the raw file's place; a raw file that still
+// stands was none to convert.
+void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
+{
+    std::error_code error;
+    ItemState& state = m_items[member.item];
+    const auto status = Pt::fileStatus(dng, error);
+    const std::string raw = dng.substr(0, dng.rfind('/') + 1) + member.finalName;
+    if (!status || Pt::fileStatus(raw, error))
+        return;
+    event.dng = Pt::displayName(m_places.nameOf(dng));
+    state.kept.dng = KeptCopy{dng, *status};
+    ++m_summary.converted;
+}
+
+// What became of each member; a group is proven only as a whole.
+void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
+{
+    bool allProven = !m_request.dryRun;
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const MemberWork& member = work.members[i];
+        ItemEvent& event = events[i];
+        event.key = static_cast<long>(member.item) + 1;
+        event.name = Pt::displayName(m_card.items[member.item].name);
+        if (work.failed) {
+            event.status = ItemStatus::kFailed;
+            event.error = member.error;
+        } else {
+            event.saved = Pt::displayName(work.folder->path + '/' + member.finalName);
+            if (event.status == ItemStatus::kPending)
+                event.status = member.stoodThere ? ItemStatus::kExists : ItemStatus::kOk;
+            if (!m_request.dryRun)
+                keep(work, member, event);
+        }
+        allProven = allProven && !work.failed && event.status != ItemStatus::kBackupFailed
+            && m_items[member.item].kept.saved;
+    }
+    for (const MemberWork& member : work.members)
+        m_items[member.item].isProven = allProven;
+}
+
+// Notes the saved copy as it is now, for the look at it before the original goes.
+void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& event)
+{
+    ItemState& state = m_items[member.item];
+    const Pt::FileStatus& original = m_card.items[member.item].status;
+    state.folder = work.folder;
+    state.finalName = member.finalName;
+    state.kept.digest = member.digest;
+    state.kept.isFresh = !member.stoodThere && (state.kept.isFresh || !m_request.backupFolder);
+    if (original.size == 0)
+        state.kept.reasonToKeep = text("$$$/Mfx/Delete/Empty=not deleted: it is empty");
+    if (work.folder->kinship.toBackup == Kinship::kSameName)
+        state.kept.reasonToKeep =
+            text("$$$/Mfx/Delete/OneFolder=not deleted: target and backup are one folder");
+    if (!work.folder->kinship.cardFolder.empty())
+        m_cardWatch.passOver(work.folder->kinship.cardFolder + '/' + member.finalName);
+    m_summary.copiesOnCardsDevice =
+        m_summary.copiesOnCardsDevice || work.folder->kinship.toCard != Kinship::kApart;
+    const std::string path = work.folder->ownPath + '/' + member.finalName;
+    std::error_code error;
+    const auto saved = Pt::fileStatus(path, error);
+    const bool ownFiles = work.folder->keepsOwnFiles && m_card.keepsOwnFiles;
+    if (saved && member.stoodThere && !isToldApart(*saved, original, ownFiles))
+        event.error = text("$$$/Mfx/Download/NotToldApart=its copy in %1 cannot be told apart from "
+                           "the original",
+            {Pt::displayName(work.folder->path)});
+    else if (saved)
+        state.kept.saved = KeptCopy{path, *saved};
+    else if (state.kept.dng)
+        state.kept.saved = state.kept.dng; // the raw file went when its DNG was verified
+    else
+        event.error = text("$$$/Mfx/Download/SavedCopyGone=its copy is no longer at %1",
+            {Pt::displayName(work.folder->path + '/' + member.finalName)});
+}
+
+void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& events)
+{
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const ItemEvent& event = events[i];
+        const MemberWork& member = work.members[i];
+        if (!work.failed && member.stoodThere)
+            ++m_summary.existing;
+        else if (!work.failed)
+            ++m_summary.saved;
+        if (!work.failed && work.date.source == DateSource::FileTime)
+            ++m_summary.datedByFile;
+        if (m_items[member.item].isProven)
+            ++m_summary.proven;
+        if (event.error && event.status == ItemStatus::kDNGFailed)
+            ++m_summary.failed; // not as asked for, and safe all the same
+        else if (event.error)
+            addUnsafe(event.name, *event.error);
+        m_progress.finish(member.item);
+        m_events.item(event);
+    }
+}
+
+// Some failures are about one file; others mean that nothing more can succeed.
+void Download::noteFailure(const GroupWork& work)
+{
+    if (work.problem == Pt::CopyProblem::kTargetFull) {
+        m_summary.placeUnusable = true;
+        m_stopReason = text("$$$/Mfx/Download/StoppedFull=not tried: no space is left in %1",
+            {Pt::displayName(m_request.target)});
+    } else if (work.problem == Pt::CopyProblem::kTargetUnusable) {
+        // One sub-folder may refuse what others take: the rest is tried.
+        m_targetRefused = true;
+        if (work.folder && !work.folder->objection.empty())
+            stopAt(work.folder->objection);
+    } else if (isSourceTrouble(work.problem) && (isCardGone() || isEmptyFolder(m_card.root))) {
+        m_summary.sourceGone = true;
+        m_stopReason = text("$$$/Mfx/Download/StoppedCardGone=not tried: the card was taken out");
+    }
+}
+
+// A place is lost, or is another under two names, or nobody hears what is told: the run ends here,
+// and nothing goes.
+void Download::stopAt(const std::string& reason)
+{
+    m_summary.placeUnusable = true;
+    m_stopReason = reason;
+    m_deletionObjection = reason;
+}
+
+void Download::failRest(std::size_t firstGroup, const std::string& reason)
+{
+    for (std::size_t group = firstGroup; group < m_groups.size(); ++group) {
+        for (const std::uint32_t item : m_groups[group].members)
+            failItem(item, reason);
+    }
+}
+
+void Download::failItem(std::uint32_t item, const std::string& reason)
+{
+    ItemEvent event;
+    event.key = static_cast<long>(item) + 1;
+    event.name = Pt::displayName(m_card.items[item].name);
+    event.status = ItemStatus::kFailed;
+    event.error = reason;
+    m_progress.finish(item);
+    addUnsafe(event.name, reason);
+    m_events.item(event);
+}
+
+SinkItem Download::sinkItem(
+    const GroupWork& work, std::size_t member, const std::string& folder) const
+{
+    const MemberWork& file = work.members[member];
+    return {static_cast<long>(file.item) + 1, deviceName(file.item), file.finalName, folder};
+}
+
+// Fits a file name, as the saved names do.
+std::string Download::deviceName(std::uint32_t item) const
+{
+    const std::string name = Pt::displayName(m_card.items[item].name);
+    if (name.size() <= kLongestName)
+        return name;
+    const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
+    const std::string extension = stem < name.size() ? name.substr(stem + 1) : std::string();
+    return GroupTarget({}, name.substr(0, stem), {extension}).fileName(0, 0);
+}
+
+void Download::addNotHandled()
+{
+    for (const NotHandled& entry : m_card.notHandled)
+        ++m_summary.notHandled[std::string(reasonText(entry.reason))];
+    m_summary.mayHoldPhotos = m_card.harmfulNotHandled();
+    for (const ScanProblem& problem : m_card.problems) {
+        addUnsafe(Pt::displayName(problem.path),
+            text("$$$/Mfx/Download/CannotRead=it cannot be read: %1", {problem.error.message()}));
+    }
+}
+
+// What wiping the card would cost beside the items that were saved.
+void Download::addPassedOver()
+{
+    PassedOverList list;
+    for (const NotHandled& entry : m_card.notHandled)
+        list.add(m_card, entry);
+    for (const MediaItem& item : m_card.items) {
+        if (item.status.size == 0)
+            list.add("empty file",
+                text("$$$/Mfx/Verdict/EmptyFile=files without bytes"),
+                Pt::displayName(m_card.pathBelow(item)));
+    }
+    for (const std::string& name : m_card.leftOut)
+        list.add(
+            "not asked for", text("$$$/Mfx/Verdict/LeftOut=not asked for"), Pt::displayName(name));
+    m_summary.passedOver = list.take();
+}
+
+void Download::addUnsafe(const std::string& name, const std::string& reason)
+{
+    ++m_summary.failed;
+    ++m_summary.unsafe;
+    addNotSafe(name, reason);
+}
+
+void Download::addNotSafe(const std::string& name, const std::string& reason)
+{
+    if (m_summary.notSafe.size() < kToldNotSafe)
+        m_summary.notSafe.push_back({name, reason});
+}
+
+void Download::tellProgress()
+{
+    m_events.progress(m_progress.event());
+}
+
+} // namespace mfx

@@ -1,0 +1,169 @@
+#include "mfx/engine/saving/GroupPlacer.h"
+
+#include "mfx/engine/saving/CopyText.h"
+#include "mfx/engine/saving/TargetSpot.h"
+#include "mfx/texts/Texts.h"
+#include "platform/common/files/FilePlacement.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace mfx {
+
+namespace {
+
+constexpr int kAttempts = 100; // another program may take names as fast as we find them
+
+std::string finalPath(const GroupWork& work, const MemberWork& member)
+{
+    return work.folder->ownPath + '/' + member.finalName;
+}
+
+std::string stagedPath(const GroupWork& work, const MemberWork& member)
+{
+    return work.itemFolder + '/' + member.stagedName;
+}
+
+bool renameStaged(GroupWork& work, MemberWork& member)
+{
+    if (member.stagedName == member.finalName)
+        return true;
+    const std::string from = stagedPath(work, member);
+    const std::string to = work.itemFolder + '/' + member.finalName;
+    if (Pt::moveWithoutReplacing(from, to))
+        return false;
+    member.stagedName = member.finalName;
+    return true;
+}
+
+// Takes back what was moved; the originals are on the card whatever happens.
+void undo(GroupWork& work)
+{
+    for (MemberWork& member : work.members) {
+        if (std::exchange(member.isPlaced, false))
+            Pt::moveWithoutReplacing(finalPath(work, member), stagedPath(work, member));
+    }
+}
+
+std::error_code moveAll(GroupWork& work)
+{
+    for (MemberWork& member : work.members) {
+        if (member.stoodThere)
+            continue;
+        const std::error_code error =
+            Pt::moveWithoutReplacing(stagedPath(work, member), finalPath(work, member));
+        if (error) {
+            undo(work);
+            return error;
+        }
+        member.isPlaced = true;
+    }
+    return {};
+}
+
+// Where nothing is written, nothing says that the file system does not take a name: it is asked.
+bool failRefusedName(GroupWork& work)
+{
+    namespace fs = std::filesystem;
+    fs::path folder = work.folder->path;
+    std::error_code error;
+    while (!fs::exists(folder, error) && folder.has_relative_path())
+        folder = folder.parent_path();
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const auto letter = letterText(folder.string(),
+            work.target->fileName(i, 0),
+            std::make_error_code(std::errc::invalid_argument),
+            Pt::LetterTest::kLooksOnly);
+        if (letter) {
+            failGroup(work, i, *letter);
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+void decideNames(GroupWork& work)
+{
+    const TargetSpot spot = findSpot(work, work.folder->stems);
+    if (spot.error) {
+        failUnreadable(work, spot.error);
+        return;
+    }
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        MemberWork& member = work.members[i];
+        member.finalName = work.target->fileName(i, spot.number);
+        member.stoodThere = spot.occupants[i] == Occupant::kSameBytes;
+        if (member.stoodThere)
+            continue;
+        if (!member.isStaged) {
+            failGroup(work,
+                i,
+                text("$$$/Mfx/Download/CopyWentAway=a copy of it that stood in the folder went "
+                     "away; try again"));
+            return;
+        }
+        if (!renameStaged(work, member)) {
+            failGroup(work,
+                i,
+                text("$$$/Mfx/Download/CannotRename=its copy in %1 cannot be renamed",
+                    {work.folder->nameOf(work.itemFolder)}));
+            return;
+        }
+    }
+}
+
+void previewNames(GroupWork& work)
+{
+    if (failRefusedName(work))
+        return;
+    const TargetSpot spot = findSpot(work, work.folder->stems);
+    if (spot.error) {
+        failUnreadable(work, spot.error);
+        return;
+    }
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        work.members[i].finalName = work.target->fileName(i, spot.number);
+        work.members[i].stoodThere = spot.occupants[i] == Occupant::kSameBytes;
+        work.folder->stems.take(work.members[i].finalName);
+    }
+}
+
+void place(GroupWork& work)
+{
+    std::error_code error;
+    for (int attempt = 0; attempt < kAttempts && !work.failed; ++attempt) {
+        error = moveAll(work);
+        if (!error) {
+            for (const MemberWork& member : work.members)
+                work.folder->stems.take(member.finalName);
+            return;
+        }
+        if (error != std::errc::file_exists)
+            break;
+        decideNames(work);
+    }
+    if (!work.failed)
+        failGroup(work,
+            work.members.size(),
+            text("$$$/Mfx/Download/CannotMove=it cannot be moved into %1: %2",
+                {work.folder->path, error.message()}));
+}
+
+void dropItemFolder(GroupWork& work)
+{
+    if (work.itemFolder.empty())
+        return;
+    const bool isEmpty = std::all_of(work.members.begin(),
+        work.members.end(),
+        [](const MemberWork& member) { return member.isPlaced || member.stagedName.empty(); });
+    const std::string folder = std::exchange(work.itemFolder, {});
+    if (isEmpty)
+        work.folder->work.releaseItemFolder(folder);
+    else
+        work.folder->work.dropItemFolder(folder);
+}
+
+} // namespace mfx

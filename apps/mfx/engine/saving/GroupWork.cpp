@@ -1,0 +1,46 @@
+#include "mfx/engine/saving/GroupWork.h"
+
+#include "mfx/engine/saving/CopyText.h"
+#include "mfx/texts/Texts.h"
+#include "platform/common/text/NameText.h"
+
+#include <filesystem>
+
+namespace mfx {
+
+void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
+{
+    work.failed = true;
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const bool isCulprit = member >= work.members.size() || i == member;
+        if (isCulprit) {
+            work.members[i].error = reason;
+        } else {
+            const std::string name = Pt::displayName(
+                std::filesystem::path(work.members[member].source).filename().string());
+            work.members[i].error = text(
+                "$$$/Mfx/Download/PartnerFailed=not saved, because %1 belongs to it and failed "
+                "(%2); --only can take it alone",
+                {name, reason});
+        }
+    }
+}
+
+void failUnreadable(GroupWork& work, const std::error_code& error)
+{
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        if (const auto letter = letterText(work.folder->ownPath,
+                work.target->fileName(i, 0),
+                error,
+                Pt::LetterTest::kLooksOnly)) {
+            failGroup(work, i, *letter);
+            return;
+        }
+    }
+    failGroup(work,
+        work.members.size(),
+        text("$$$/Mfx/Download/FolderUnreadable=the folder %1 cannot be looked at: %2",
+            {work.folder->path, systemReason(error)}));
+}
+
+} // namespace mfx

@@ -1,0 +1,291 @@
+#include "mfx/engine/saving/PlaceWatch.h"
+
+#include "mfx/texts/Texts.h"
+#include "platform/common/files/FileStatus.h"
+#include "platform/common/files/FileSystemFacts.h"
+#include "platform/common/ports/SecureRandom.h"
+#include "platform/common/text/NameText.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+namespace mfx {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string randomName(const std::string& prefix)
+{
+    constexpr char kDigits[] = "0123456789abcdef";
+    const auto bytes = Pt::secureRandom16();
+    if (!bytes)
+        throw std::system_error(std::make_error_code(std::errc::function_not_supported));
+    std::string name = prefix;
+    for (const unsigned char byte : *bytes) {
+        name += kDigits[byte >> 4U];
+        name += kDigits[byte & 15U];
+    }
+    return name;
+}
+
+bool stands(const std::string& path)
+{
+    std::error_code error;
+    return Pt::fileStatus(path, error).has_value();
+}
+
+std::optional<Pt::FileStatus> folderStatus(const std::string& path)
+{
+    std::error_code error;
+    return Pt::fileStatus(path + "/.", error);
+}
+
+Pt::HeldFolder held(const std::string& path)
+{
+    std::error_code error;
+    auto folder = Pt::HeldFolder::open(path, error);
+    if (!folder)
+        throw std::system_error(error, Pt::displayName(path));
+    return std::move(*folder);
+}
+
+} // namespace
+
+PlaceWatch::PlaceWatch(
+    const CardContents& card, std::string target, std::optional<std::string> backup, bool looksOnly)
+    : m_card(card)
+    , m_targetPath(std::move(target))
+    , m_backupPath(std::move(backup))
+    , m_looksOnly(looksOnly)
+    , m_marker(randomName("target-"))
+{
+    for (const CardFolderId& folder : card.folderIds)
+        m_cardDevices.insert(folder.device);
+}
+
+void PlaceWatch::open()
+{
+    if (!m_looksOnly)
+        m_target = held(m_targetPath);
+    if (!m_backupPath)
+        return;
+    m_backupDisks = Pt::disksOf(*m_backupPath);
+    m_backupKeepsOwnFiles = Pt::keepsItsOwnFiles(*m_backupPath);
+    if (!m_looksOnly) {
+        m_backup = held(*m_backupPath);
+        if (*m_backupPath != m_targetPath) {
+            m_backupWork = std::make_unique<WorkFolder>(m_backup->ownPath());
+            std::error_code error;
+            m_backupWork->recover(error);
+            error = m_backupWork->layMarker(randomName("backup-"), true);
+            if (error)
+                throw std::system_error(error, Pt::displayName(*m_backupPath));
+        }
+    }
+    if (const FolderKinship kinship = backupKinship(); kinship.toCard == Kinship::kAlias)
+        throw PlaceError(text("$$$/Mfx/Place/BackupIsCardFolder=the backup folder %1 and the "
+                              "card's folder %2 are one folder under two names: choose another "
+                              "backup folder",
+            {Pt::displayName(*m_backupPath), Pt::displayName(kinship.cardFolder)}));
+}
+
+std::string PlaceWatch::ownPath(
+    const std::optional<Pt::HeldFolder>& held, const std::string& otherwise)
+{
+    return held ? held->ownPath() : otherwise;
+}
+
+std::string PlaceWatch::nameOf(const std::string& ownPathBelow) const
+{
+    for (const auto* folder : {&m_target, &m_backup}) {
+        if (*folder && ownPathBelow.starts_with((*folder)->ownPath()))
+            return (*folder)->path() + ownPathBelow.substr((*folder)->ownPath().size());
+    }
+    return Pt::HeldFolder::nameOf(ownPathBelow);
+}
+
+FolderKinship PlaceWatch::kinshipOf(const std::string& path,
+    const std::string& ownPath,
+    const WorkFolder& work,
+    const FolderKinship* known) const
+{
+    FolderKinship kinship;
+    kinship.toCard = kinshipToCard(path, ownPath, work.markerBelow(), kinship.cardFolder);
+    if (!known)
+        kinship.toCard = withTrial(kinship.toCard, work.trialFolder());
+    else if (kinship.toCard == Kinship::kApart)
+        kinship.toCard = known->toCard;
+    if (m_backupPath)
+        kinship.toBackup = kinshipToBackup(path, ownPath, work);
+    return kinship;
+}
+
+FolderKinship PlaceWatch::backupKinship() const
+{
+    FolderKinship kinship;
+    if (m_backupPath)
+        kinship.toCard = kinshipToCard(*m_backupPath,
+            backupOwnPath(),
+            m_backupWork ? m_backupWork->markerBelow() : std::string(),
+            kinship.cardFolder);
+    return kinship;
+}
+
+std::string PlaceWatch::backupTrialFolder() const
+{
+    return m_backupWork ? m_backupWork->trialFolder() : backupOwnPath();
+}
+
+bool PlaceWatch::isBackupOnCardsDevice() const
+{
+    return m_backupPath
+        && withTrial(backupKinship().toCard, backupTrialFolder()) != Kinship::kApart;
+}
+
+// In itself or at any depth.
+bool PlaceWatch::holdsItems(std::uint32_t folder) const
+{
+    const std::string below = m_card.folders[folder].empty() ? "" : m_card.folders[folder] + '/';
+    for (std::uint32_t other = 0; other < m_card.folders.size(); ++other) {
+        if (m_card.folderIds[other].items != 0
+            && (other == folder || m_card.folders[other].starts_with(below)))
+            return true;
+    }
+    return false;
+}
+
+// A folder of the card with items in it would be "copied" onto itself. One without is a place of
+// its own, on the card's device.
+Kinship PlaceWatch::kinshipToCard(const std::string& path,
+    const std::string& ownPath,
+    const std::string& markerBelow,
+    std::string& cardFolder) const
+{
+    const auto status = folderStatus(ownPath);
+    for (std::uint32_t folder = 0; folder < m_card.folders.size(); ++folder) {
+        const CardFolderId& id = m_card.folderIds[folder];
+        const bool isSame = status && status->device == id.device && status->inode == id.inode;
+        const bool isMarked =
+            !markerBelow.empty() && stands(m_card.folderPath(folder) + '/' + markerBelow);
+        if (!isSame && !isMarked)
+            continue;
+        cardFolder = m_card.folderPath(folder);
+        // Photos may be sorted into the folder in which they lie: below the target, by its own
+        // name.
+        const bool isBelowTarget = cardFolder == path && path.starts_with(m_targetPath + '/');
+        return holdsItems(folder) && !isBelowTarget ? Kinship::kAlias : Kinship::kSameDevice;
+    }
+    const bool isOnDevice = status && isOnCardsDevice(status->device);
+    return isOnDevice || isSeenAboveCard(path, markerBelow) ? Kinship::kSameDevice
+                                                            : Kinship::kApart;
+}
+
+Kinship PlaceWatch::withTrial(Kinship kinship, const std::string& folder) const
+{
+    return kinship == Kinship::kApart && sharesCardsRoom(folder) ? Kinship::kSameDevice : kinship;
+}
+
+// An image may lie on the card's device, and the card in an image.
+bool PlaceWatch::isOnCardsDevice(std::uint64_t device) const
+{
+    constexpr int kLayers = 8;
+    std::optional<std::uint64_t> layer = device;
+    for (int depth = 0; layer && depth < kLayers; ++depth) {
+        if (m_cardDevices.contains(*layer))
+            return true;
+        layer = Pt::imageDevice(*layer);
+    }
+    return false;
+}
+
+// Behind pools, overlays and views, devices say nothing.
+bool PlaceWatch::sharesCardsRoom(const std::string& folder) const
+{
+    const bool isLayered = !m_card.keepsOwnFiles || !Pt::keepsItsOwnFiles(folder);
+    return isLayered && !m_looksOnly && Pt::sharesRoom(folder, m_card.root);
+}
+
+// The end of the path may lead to the folder from one above the card too, on another mount of the
+// same disk whose devices have other numbers.
+bool PlaceWatch::isSeenAboveCard(const std::string& path, const std::string& markerBelow) const
+{
+    if (markerBelow.empty())
+        return false;
+    const fs::path parts = fs::path(path).relative_path();
+    for (fs::path above = m_card.root;; above = above.parent_path()) {
+        fs::path end;
+        for (auto part = parts.end(); part != parts.begin();) {
+            end = end.empty() ? *--part : *--part / end;
+            const std::string other = (above / end).string();
+            if (other != path && stands(other + '/' + markerBelow))
+                return true;
+        }
+        if (!above.has_relative_path())
+            return false;
+    }
+}
+
+Kinship PlaceWatch::kinshipToBackup(
+    const std::string& path, const std::string& ownPath, const WorkFolder& work) const
+{
+    if (path == *m_backupPath || m_targetPath == *m_backupPath)
+        return Kinship::kSameName;
+    const auto here = folderStatus(ownPath);
+    const auto there = folderStatus(backupOwnPath());
+    if (here && there && here->device == there->device && here->inode == there->inode)
+        return Kinship::kAlias;
+    const bool isMarked = m_backupWork && !work.markerBelow().empty()
+        && (stands(backupOwnPath() + '/' + work.markerBelow())
+            || stands(ownPath + '/' + m_backupWork->markerBelow()));
+    if (isMarked)
+        return Kinship::kAlias;
+    const std::set<std::string> disks = Pt::disksOf(ownPath);
+    const bool isShared = std::any_of(disks.begin(), disks.end(), [this](const std::string& disk) {
+        return m_backupDisks.contains(disk);
+    });
+    return isShared ? Kinship::kSameDevice : Kinship::kApart;
+}
+
+std::optional<std::string> PlaceWatch::objectionTo(
+    const std::string& path, const FolderKinship& kinship) const
+{
+    if (kinship.toCard == Kinship::kAlias)
+        return text("$$$/Mfx/Place/TargetIsCardFolder=the target %1 and the card's folder %2 are "
+                    "one folder under two names: choose another target",
+            {Pt::displayName(path), Pt::displayName(kinship.cardFolder)});
+    if (kinship.toBackup == Kinship::kAlias)
+        return text("$$$/Mfx/Place/TargetIsBackup=the target %1 and the backup folder %2 are one "
+                    "folder under two names: choose another backup folder",
+            {Pt::displayName(path), Pt::displayName(*m_backupPath)});
+    return std::nullopt;
+}
+
+std::optional<std::string> PlaceWatch::lostPlace() const
+{
+    if (m_target && !m_target->isAtItsPath())
+        return text("$$$/Mfx/Place/TargetLost=the target %1 is no longer where it was: its disk "
+                    "was taken out, or the folder was moved",
+            {Pt::displayName(m_targetPath)});
+    if (!isBackupThere())
+        return text("$$$/Mfx/Place/BackupLost=the backup folder %1 is no longer where it was: its "
+                    "disk was taken out, or the folder was moved",
+            {Pt::displayName(*m_backupPath)});
+    return std::nullopt;
+}
+
+bool PlaceWatch::isBackupThere() const
+{
+    return !m_backup || m_backup->isAtItsPath();
+}
+
+void PlaceWatch::leave()
+{
+    if (m_backupWork)
+        m_backupWork->leave();
+}
+
+} // namespace mfx

@@ -1,0 +1,94 @@
+#include "mfx/engine/saving/SpaceCheck.h"
+
+#include "mfx/texts/Texts.h"
+#include "platform/common/files/FileStatus.h"
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+
+namespace mfx {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Volume {
+    std::string folder;
+    std::uint64_t needed = 0;
+};
+
+// The folder itself or the nearest one above it that stands.
+fs::path standing(fs::path folder)
+{
+    std::error_code error;
+    while (!fs::exists(folder, error) && folder.has_relative_path())
+        folder = folder.parent_path();
+    return folder;
+}
+
+std::optional<std::uint64_t> deviceOf(const fs::path& folder)
+{
+    std::error_code error;
+    const fs::path whole = fs::canonical(folder, error); // the device of what a link leads to
+    const auto status = Pt::fileStatus(error ? folder.string() : whole.string(), error);
+    return status ? std::optional(status->device) : std::nullopt;
+}
+
+// With one decimal. Which mark stands before it is a matter of the texts' language; numbers are
+// written with points, whatever the locale.
+std::string numberText(double value)
+{
+    std::array<char, 32> digits{};
+    std::snprintf(digits.data(), digits.size(), "%.1f", value);
+    const std::string number = digits.data();
+    const std::size_t point = number.find('.');
+    return text("$$$/Mfx/Size/Decimal=%1.%2", {number.substr(0, point), number.substr(point + 1)});
+}
+
+} // namespace
+
+std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
+{
+    std::map<std::uint64_t, Volume> volumes;
+    for (const SpaceNeed& need : needs) {
+        const fs::path folder = standing(need.folder);
+        const auto device = deviceOf(folder);
+        if (!device)
+            continue;
+        Volume& volume = volumes[*device];
+        if (volume.folder.empty())
+            volume.folder = folder.string();
+        volume.needed += need.bytes;
+    }
+    for (const auto& [device, volume] : volumes) {
+        std::error_code error;
+        const fs::space_info space = fs::space(volume.folder, error);
+        const bool tells = !error && space.capacity != 0;
+        if (tells && volume.needed > space.available)
+            return SpaceShortage{volume.folder, volume.needed, space.available};
+    }
+    return std::nullopt;
+}
+
+std::string sizeText(std::uint64_t bytes)
+{
+    constexpr std::array kUnits{"$$$/Mfx/Size/Bytes=%1 bytes",
+        "$$$/Mfx/Size/Kilobytes=%1 kB",
+        "$$$/Mfx/Size/Megabytes=%1 MB",
+        "$$$/Mfx/Size/Gigabytes=%1 GB",
+        "$$$/Mfx/Size/Terabytes=%1 TB"};
+    constexpr double kStep = 1000;
+    std::size_t unit = 0;
+    auto value = static_cast<double>(bytes);
+    while (value >= kStep && unit + 1 < kUnits.size()) {
+        value /= kStep;
+        ++unit;
+    }
+    if (unit == 0)
+        return countedText(bytes, "$$$/Mfx/Size/BytesOne=%1 byte", kUnits[0]);
+    return text(kUnits[unit], {numberText(value)});
+}
+
+} // namespace mfx

@@ -1,0 +1,248 @@
+#include "mfx/engine/sink/SinkSession.h"
+
+#include "mfx/engine/card/MediaItem.h"
+#include "mfx/engine/sink/FxUnits.h"
+#include "mfx/engine/sink/HostObject.h"
+#include "mfx/engine/sink/SinkItemList.h"
+#include "mfx/texts/Texts.h"
+
+#include <set>
+#include <utility>
+
+namespace mfx {
+
+namespace {
+
+// What the context-free callbacks of the contract reach.
+struct CallbackContext {
+    std::string errorText;
+    const std::function<DeletionOutcome(long)>* deleteOriginal = nullptr;
+};
+
+CallbackContext g_context; // one session at a time, on one thread
+
+unsigned long noteError(unsigned short const* text, long)
+{
+    g_context.errorText = Pt::toUtf8(text);
+    return 0;
+}
+
+bool deleteOne(long& key)
+{
+    key = static_cast<long>((*g_context.deleteOriginal)(key));
+    return key == static_cast<long>(DeletionOutcome::kDeleted);
+}
+
+CPropSinkMediaItem recordOf(const SinkItem& item)
+{
+    CPropSinkMediaItem record;
+    record.tag = kFxTagSinkMediaItem;
+    record.size = kFxSizeSinkMediaItem;
+    record.lastWord = 0;
+    fillRecord(record, item);
+    return record;
+}
+
+} // namespace
+
+// Shows the sink's messages and asks its questions.
+class SinkSession::Messages final : public HostObject<IDisplayMsgHandler> {
+public:
+    explicit Messages(DownloadEvents& events)
+        : m_events(events)
+    {
+    }
+
+    FxStatus DisplayMessage(
+        unsigned short const* title, unsigned short const* text, int*, void*, void*) override
+    {
+        // The notice of a failed backup comes once for each item; once is enough.
+        if (m_shown.insert(Pt::toUtf8(text)).second)
+            m_events.message(Pt::toUtf8(title), Pt::toUtf8(text));
+        return kFxOk;
+    }
+
+    FxStatus DisplayQuestion(unsigned short const* title,
+        unsigned short const* text,
+        int*,
+        int* answer,
+        void*,
+        void*,
+        void*,
+        void*,
+        void*) override
+    {
+        constexpr int kNo = 1;
+        constexpr int kYes = 0;
+        auto said = Answer::kNo;
+        if (m_words)
+            said = m_events.question(Pt::toUtf8(title), Pt::toUtf8(text) + '\n' + *m_words);
+        m_foundNobody = m_foundNobody || said == Answer::kNobody;
+        *answer = said == Answer::kYes ? kYes : kNo;
+        return kFxOk;
+    }
+
+    void askWith(std::optional<std::string> words) { m_words = std::move(words); }
+    bool foundNobody() const { return m_foundNobody; }
+
+private:
+    DownloadEvents& m_events;
+    std::optional<std::string> m_words; // asked with; without them, nobody is asked
+    bool m_foundNobody = false;
+    std::set<std::string> m_shown;
+};
+
+// Deletion goes fast and is told of at its end. An interrupt stops it after the item in hand.
+class SinkSession::Progress final : public HostObject<IProgressHandler> {
+public:
+    explicit Progress(DownloadEvents& events)
+        : m_events(events)
+    {
+    }
+
+    void stopWhen(std::function<bool()> wasInterrupted)
+    {
+        m_wasInterrupted = std::move(wasInterrupted);
+    }
+
+    FxStatus BeginProgress(
+        long, bool* cancelled, unsigned short const*, unsigned short const*) override
+    {
+        m_cancelled = cancelled;
+        return kFxOk;
+    }
+    FxStatus StepProgress() override
+    {
+        if (m_cancelled && m_wasInterrupted && m_wasInterrupted())
+            *m_cancelled = true;
+        return kFxOk;
+    }
+    FxStatus FinishProgress(unsigned short const* title, unsigned short const* text, bool) override
+    {
+        m_events.message(Pt::toUtf8(title), Pt::toUtf8(text));
+        return kFxOk;
+    }
+
+private:
+    DownloadEvents& m_events;
+    std::function<bool()> m_wasInterrupted;
+    bool* m_cancelled = nullptr; // the sink's; good while it deletes
+};
+
+SinkSession::SinkSession(const std::string& modulePath, DownloadEvents& events)
+    : m_events(events)
+    , m_messages(std::make_unique<Messages>(events))
+    , m_progress(std::make_unique<Progress>(events))
+    , m_module(modulePath)
+    , m_sink(m_module.face<ISink3>(kFxIdSink3))
+    , m_capabilities(m_module.face<ISinkCapabilities2>(kFxIdSinkCapabilities2))
+    , m_panel(m_module.face<ISinkUICapabilities>(kFxIdSinkUICapabilities))
+    , m_preferences(m_module.face<ISinkUtilHandler2>(kFxIdSinkUtilHandler2))
+    , m_processing(m_module.face<IMFXPostProcessing2>(kFxIdPostProcessing2))
+{
+    m_record.tag = kFxTagAppPreferences;
+    m_record.size = kFxSizeAppPreferences;
+    Pt::WideText rawExtensions = Pt::toUtf16(extensionList(MediaKind::Raw));
+    m_capabilities->SetRDXSupportedExtensions(rawExtensions.data());
+    m_capabilities->SetZQPluginSupportedExtensions(rawExtensions.data());
+    m_progress->AddRef(); // the sink takes this one over
+    m_module.face<ISinkProgressDialog>(kFxIdSinkProgressDialog)
+        ->SetProgressHandler(m_progress.get());
+}
+
+SinkSession::~SinkSession()
+{
+    releaseRecordStrings();
+}
+
+void SinkSession::releaseRecordStrings()
+{
+    for (IEnumArbitraryData** text : {&m_record.templateName,
+             &m_record.authorName,
+             &m_record.copyright,
+             &m_record.mobileFolder,
+             &m_record.batchRename}) {
+        if (IEnumArbitraryData* owned = std::exchange(*text, nullptr))
+            owned->Release();
+    }
+}
+
+std::string SinkSession::panelFile()
+{
+    unsigned short path[1024] = {};
+    m_panel->GetUIFilename(path, std::size(path) - 1);
+    return Pt::toUtf8(path);
+}
+
+void SinkSession::bindPanel(IClientUIHandler& panel)
+{
+    m_panel->SetClientUIHandler(&panel);
+    releaseRecordStrings();
+    m_preferences->GetPreferences(m_record);
+}
+
+FxStatus SinkSession::process(const SinkItem& item,
+    std::string& error,
+    FxStatus (IMFXPostProcessing::*hook)(CPropSinkMediaItem*,
+        FxStatusTextCallback,
+        FxStatusTextCallback,
+        FxStatusTextCallback,
+        FxPerItemCallback,
+        IDisplayMsgHandler*))
+{
+    CPropSinkMediaItem record = recordOf(item);
+    g_context.errorText.clear();
+    const FxStatus status =
+        ((*m_processing).*hook)(&record, nullptr, nullptr, noteError, nullptr, m_messages.get());
+    error = g_context.errorText;
+    return status;
+}
+
+bool SinkSession::makeBackup(const SinkItem& item, std::string& error)
+{
+    const FxStatus status = process(item, error, &IMFXPostProcessing::DoPreProcessing);
+    if (status == kFxOk)
+        return true;
+    if (status == kFxErrBadArgument)
+        error = text("$$$/Mfx/Backup/CannotMakeFolder=the backup folder cannot be made");
+    else if (status == kFxErrNoUniqueName)
+        error = text("$$$/Mfx/Backup/NoNameFree=the backup folder takes no file of that name");
+    else
+        error = text("$$$/Mfx/Backup/NotProven=the backup copy could not be written and proven");
+    return false;
+}
+
+bool SinkSession::convert(const SinkItem& item, std::string& error)
+{
+    return process(item, error, &IMFXPostProcessing::DoPostProcessing) == kFxOk;
+}
+
+bool SinkSession::savePreferences()
+{
+    return m_preferences->SetPreferences(m_record) == kFxOk;
+}
+
+void SinkSession::askWith(std::optional<std::string> words)
+{
+    m_messages->askWith(std::move(words));
+}
+
+bool SinkSession::foundNobody() const
+{
+    return m_messages->foundNobody();
+}
+
+void SinkSession::finish(const std::string& source,
+    const SinkItems& items,
+    const std::function<DeletionOutcome(long key)>& deleteOriginal,
+    const std::function<bool()>& wasInterrupted)
+{
+    SinkItemList list(source, items);
+    unsigned long count = items.count;
+    m_progress->stopWhen(wasInterrupted);
+    g_context.deleteOriginal = &deleteOriginal;
+    m_sink->PushAllMediaItems(list, *m_messages, count, nullptr, deleteOne);
+    g_context.deleteOriginal = nullptr;
+}
+
+} // namespace mfx

@@ -1,0 +1,281 @@
+#include "messaging/mailbox/InterAppStream.h"
+
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "platform/common/ports/LocalPort.h"
+
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <system_error>
+#include <utility>
+
+namespace ScObjects {
+
+namespace {
+
+constexpr long kFirstBufferSize = 4096;
+constexpr std::chrono::milliseconds kSendPatience{10'000};
+constexpr int kMostInstances = 8;
+
+constinit std::mutex gStreamLock;
+constinit InterAppStream* gInterAppStream = nullptr; // guarded by gStreamLock
+
+std::string portName(SoString const& prefix, SoString const& name)
+{
+    std::string result(prefix.view());
+    result += name.view();
+    return result;
+}
+
+// A search for each NUL instead of a look at each byte: large texts have none.
+void replaceNuls(char* text, long length)
+{
+    char* const end = text + length;
+    while (void* const nul = std::memchr(text, '\0', static_cast<std::size_t>(end - text))) {
+        text = static_cast<char*>(nul);
+        *text++ = '\n';
+    }
+}
+
+InterAppStream* goodOrNull(InterAppStream* stream)
+{
+    if (stream->isGood())
+        return stream;
+    delete stream;
+    return nullptr;
+}
+
+} // namespace
+
+char const* const gPortName = R"(\\.\port\Ned_and_Olaf_)";
+
+BaseInterAppStream::BaseInterAppStream(SoString const& specifier, bool)
+    : m_specifier(specifier)
+    , m_buffer(mallocThis<char>(kFirstBufferSize))
+    , m_bufferSize(kFirstBufferSize)
+    , m_portPrefix(gPortName)
+    , m_queueName(specifier)
+{
+}
+
+BaseInterAppStream::~BaseInterAppStream()
+{
+    ObjectLock const lock(*this);
+    freeThis(m_buffer);
+}
+
+long BaseInterAppStream::bufferSize() const
+{
+    ObjectLock const lock(*this);
+    return m_bufferSize;
+}
+
+void BaseInterAppStream::collect(char* text, long length)
+{
+    replaceNuls(text, length);
+    if (m_bufferSize < length) {
+        freeThis(m_buffer);
+        m_buffer = mallocThis<char>(static_cast<std::size_t>(length));
+        m_bufferSize = m_buffer != nullptr ? length : 0;
+    }
+    if (m_messages.isEmpty()) {
+        m_messages.adopt(text, length); // as it is: a copy by way of the buffer would be the same
+        return;
+    }
+    if (m_buffer != nullptr) {
+        std::memcpy(m_buffer, text, static_cast<std::size_t>(length));
+        m_messages.append(m_buffer, length);
+    }
+    freeThis(text);
+}
+
+MacInterAppStream::DataRef::DataRef(char const* text, long textLength)
+    : data(SoString::mallocText(textLength))
+    , length(data != nullptr ? textLength : 0)
+{
+    if (data != nullptr)
+        std::memcpy(data, text, static_cast<std::size_t>(length));
+}
+
+MacInterAppStream::DataRef::~DataRef()
+{
+    freeThis(data);
+}
+
+char* MacInterAppStream::DataRef::release()
+{
+    return std::exchange(data, nullptr);
+}
+
+MacInterAppStream::MacInterAppStream(SoString const& specifier, bool flag)
+    : BaseInterAppStream(specifier, flag)
+    , m_port(Pt::LocalPort::hold(portName(m_portPrefix, m_queueName)))
+    , m_sender(std::make_unique<Pt::LocalPortSender>())
+{
+}
+
+MacInterAppStream::~MacInterAppStream()
+{
+    ObjectLock const lock(*this);
+    while (DataRef const* const unread = m_msgQueue.removeAt(0))
+        delete unread;
+    m_port.reset();
+}
+
+bool MacInterAppStream::isEmpty() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.isEmpty();
+}
+
+SoString MacInterAppStream::getMessages()
+{
+    ObjectLock const lock(*this);
+    return std::exchange(m_messages, SoString());
+}
+
+bool MacInterAppStream::isGood() const
+{
+    ObjectLock const lock(*this);
+    return m_port != nullptr;
+}
+
+bool MacInterAppStream::send(SoString const& target, SoString const& text) const
+{
+    return send(target, text, SoString());
+}
+
+bool MacInterAppStream::send(
+    SoString const& target, SoString const& head, SoString const& rest) const
+{
+    if (!isGood())
+        return false;
+    ObjectLock const lock(m_sendLock);
+    return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), kSendPatience);
+}
+
+bool MacInterAppStream::messagePending() const
+{
+    ObjectLock const lock(*this);
+    if (m_port == nullptr)
+        return false;
+    auto const take = [this](char* text, std::size_t size) {
+        m_msgQueue.append(new DataRef(text, static_cast<long>(size)));
+    };
+    if (m_port->receiveAwaited(take) == 0)
+        m_port->receive(take);
+    return m_msgQueue.length() != 0;
+}
+
+bool MacInterAppStream::hasUnreadTexts() const
+{
+    ObjectLock const lock(*this);
+    return m_msgQueue.length() != 0;
+}
+
+bool MacInterAppStream::hasMore() const
+{
+    ObjectLock const lock(*this);
+    return m_port != nullptr && m_port->hasMore();
+}
+
+bool MacInterAppStream::receive()
+{
+    ObjectLock const lock(*this);
+    if (m_port == nullptr)
+        return false;
+    autoPtr<DataRef> const text(m_msgQueue.removeAt(0));
+    if (text.get() == nullptr || text->length == 0)
+        return false;
+    long const length = text->length;
+    collect(text->release(), length);
+    return true;
+}
+
+bool MacInterAppStream::canOpen(SoString const& name, bool) const
+{
+    return Pt::isLocalPortFree(portName(m_portPrefix, name));
+}
+
+int MacInterAppStream::waitDescriptor() const
+{
+    ObjectLock const lock(*this);
+    return m_port != nullptr ? m_port->descriptor() : -1;
+}
+
+bool MacInterAppStream::wakeOn(int descriptor)
+{
+    ObjectLock const lock(*this);
+    try {
+        if (m_port != nullptr)
+            m_port->wakeOn(descriptor);
+        return m_port != nullptr;
+    } catch (std::system_error const&) {
+        return false;
+    }
+}
+
+bool MacInterAppStream::wait(std::chrono::milliseconds limit) const
+{
+    // Without the lock, which others need meanwhile.
+    return m_port->wait(limit);
+}
+
+InterAppStream::InterAppStream(SoString const& specifier, bool flag)
+    : MacInterAppStream(specifier, flag)
+{
+}
+
+void InterAppStream::InitTerm::init(SoString const& appName)
+{
+    TevoroTalk::Specifier specifier(appName, false);
+    specifier.setSuffix("ping");
+    std::lock_guard const lock(gStreamLock);
+    // First the old one, whose name may be the same.
+    delete std::exchange(gInterAppStream, nullptr);
+    gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
+}
+
+void InterAppStream::InitTerm::exit()
+{
+    std::lock_guard const lock(gStreamLock);
+    delete std::exchange(gInterAppStream, nullptr);
+}
+
+InterAppStream* InterAppStream::get()
+{
+    std::lock_guard const lock(gStreamLock);
+    if (gInterAppStream == nullptr)
+        gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
+    return gInterAppStream;
+}
+
+InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(SoString const& text)
+{
+    TevoroTalk::Specifier specifier(nullptr, false);
+    specifier.assign(text.view());
+    if (specifier.isEmpty())
+        return nullptr;
+    InterAppStream* stream = goodOrNull(new InterAppStream(specifier, true));
+    if (stream != nullptr || !specifier.instance().isEmpty())
+        return stream;
+    for (int n = 1; n <= kMostInstances && stream == nullptr; ++n) {
+        specifier.setInstance(std::to_string(n).c_str());
+        stream = goodOrNull(new InterAppStream(specifier, true));
+    }
+    return stream;
+}
+
+SoString TevoroTalkUtils::getLaunchMsgQueueName(SoString const& specifier)
+{
+    TevoroTalk::Specifier const parts(specifier, false);
+    SoString name = parts.appName();
+    for (SoString const& part : {parts.version(), parts.locale()})
+        if (!part.isEmpty())
+            name << "-" << part;
+    name << "#launchparams";
+    return name;
+}
+
+} // namespace ScObjects

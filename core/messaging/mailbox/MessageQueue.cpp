@@ -1,0 +1,382 @@
+#include "messaging/mailbox/MessageQueue.h"
+
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/wire/Forwarding.h"
+#include "platform/common/ports/Waiting.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace ScObjects::TevoroTalkData {
+
+namespace {
+
+using Message = TevoroTalk::Message;
+
+bool isWatcher(Message const& message)
+{
+    return message.type == kIgnore;
+}
+
+bool matches(Message const& message, std::uint32_t number)
+{
+    return number == QK_INVALID_MESSAGE_NUMBER || message.received == number
+        || message.result == number || message.error == number;
+}
+
+// Lets a flag down at the end of a block.
+class Lowered {
+public:
+    explicit Lowered(std::atomic<bool>& flag)
+        : m_flag(flag)
+    {
+    }
+    ~Lowered() { m_flag = false; }
+    Lowered(Lowered const&) = delete;
+    Lowered& operator=(Lowered const&) = delete;
+
+private:
+    std::atomic<bool>& m_flag;
+};
+
+constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
+
+// Times and timeouts of messages are whatever their senders wrote.
+std::int64_t deadlineOf(Message const& message)
+{
+    if (message.timeout <= 0 || message.timestamp <= 0
+        || message.timestamp > kNever - message.timeout)
+        return kNever;
+    return message.timestamp + message.timeout;
+}
+
+// The root is asked for only when somebody subscribed: this is passed several times by every
+// message.
+template <typename Root>
+void forward(Message const& message, Root const& rootOf, char const* label)
+{
+    if (!hasSubscriber("FWDMESSAGES"))
+        return;
+    SoString const root = rootOf();
+    if (!root.isEmpty() && message.type != kDebug)
+        TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, label);
+}
+
+} // namespace
+
+bool hasTimedOut(Message const& message, std::int64_t now)
+{
+    return message.timeout == 0 ? isWatcher(message) : now >= deadlineOf(message);
+}
+
+bool notifySender(Message const& message, SoString const& word, SoString const& diagnosticsRoot)
+{
+    if (std::strstr(message.responseRequest, word) == nullptr)
+        return false;
+    if (message.getUserHeaderValue(kTimeoutDetector) == "SENDER")
+        return false;
+    Message notice;
+    notice.target = message.sender;
+    notice.sender = message.target;
+    if (message.version.isEmpty() || message.version == "1.0") {
+        notice.type = message.type;
+        notice.serialNumber = Message::getNextSerialNumber(nullptr);
+    } else {
+        notice.serialNumber = message.serialNumber;
+        notice.type = word;
+        if (notice.isUserType())
+            notice.type << message.type;
+    }
+    TevoroTalkUtils::logMessage("REMOVING MSG - NOTIFYING SENDER", notice, false);
+    forward(
+        message, [&] { return diagnosticsRoot; }, "timed out");
+    TevoroTalk const* const instance = TevoroTalk::get(nullptr);
+    return instance != nullptr && instance->send(notice, false, 0, nullptr);
+}
+
+MessageQueue::~MessageQueue()
+{
+    // Nobody else uses a queue that goes, and the flag may be gone already.
+    notifyAndDelete(m_messages);
+}
+
+void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
+{
+    ObjectLock const lock(*this);
+    m_flag = flag;
+    m_timer = timer;
+    m_isFlagUp = false;
+    showState();
+    arm(m_nearestDeadline);
+}
+
+void MessageQueue::pauseSignals()
+{
+    ObjectLock const lock(*this);
+    ++m_pauses;
+}
+
+void MessageQueue::resumeSignals()
+{
+    ObjectLock const lock(*this);
+    --m_pauses;
+    showState();
+}
+
+bool MessageQueue::isEmpty() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.length() == 0;
+}
+
+bool MessageQueue::hasMessage() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.length() > m_watchers;
+}
+
+long MessageQueue::length() const
+{
+    ObjectLock const lock(*this);
+    return m_messages.length();
+}
+
+bool MessageQueue::append(Message* message)
+{
+    if (message == nullptr || message->sender.isEmpty() || message->target.isEmpty())
+        return false;
+    if (message->timestamp == 0)
+        message->timestamp = TevoroTalkUtils::getTimeSeconds();
+    if (message->timeout == 0)
+        message->timeout = kQueueLifetime;
+    // While it is still nobody else's: a reader of the queue may delete it at any moment.
+    forward(
+        *message, [this] { return diagnosticsRoot(); }, "added");
+    ObjectLock const lock(*this);
+    m_messages.append(message);
+    added(*message);
+    return true;
+}
+
+Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
+{
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    Messages expired;
+    Message* result = nullptr;
+    {
+        ObjectLock const lock(*this);
+        long deferred = 0;
+        while (result == nullptr && deferred < m_messages.length()) {
+            Message& message = *m_messages[deferred];
+            if (hasTimedOut(message, now)) {
+                takeOut(deferred, expired);
+            } else if (matches(message, serialNumber) && isWatcher(message)) {
+                ++deferred;
+            } else {
+                result = m_messages.removeAt(deferred);
+                removed(message);
+            }
+        }
+        m_messages.rotate(deferred);
+        if (expired.length() != 0)
+            armForNearest();
+        showState();
+    }
+    notifyAndDelete(expired);
+    if (result != nullptr)
+        forward(
+            *result, [this] { return diagnosticsRoot(); }, "picked");
+    return result;
+}
+
+Message const* MessageQueue::findMessageForTarget(SoString const& target) const
+{
+    ObjectLock const lock(*this);
+    for (long i = 0; i < m_messages.length(); ++i)
+        if (m_messages[i]->target == target)
+            return m_messages[i];
+    return nullptr;
+}
+
+bool MessageQueue::removeMessage(std::uint32_t serialNumber)
+{
+    if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
+        return false;
+    Message const* const message = getNextMessage(serialNumber);
+    delete message;
+    return message != nullptr;
+}
+
+void MessageQueue::removeExpiredMessages()
+{
+    // All deadlines lie at or behind the noted one; who adds one meanwhile came a moment later.
+    if (m_nearestDeadline == kNever)
+        return;
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    if (now < m_nearestDeadline)
+        return;
+    Messages expired;
+    {
+        ObjectLock const lock(*this);
+        for (long i = m_messages.length() - 1; i >= 0; --i)
+            if (hasTimedOut(*m_messages[i], now))
+                takeOut(i, expired);
+        armForNearest();
+        showState();
+    }
+    notifyAndDelete(expired);
+}
+
+void MessageQueue::workOff(std::function<bool(Message const&)> const& attempt,
+    std::function<void(Message&)> const& postpone)
+{
+    if (m_isWorkedOff.exchange(true))
+        return;
+    Lowered const atTheEnd(m_isWorkedOff);
+    // Nobody else takes from this queue meanwhile, so that a message stays at its place.
+    removeExpiredMessages();
+    long place = 0;
+    while (Message* const message = nextAttempt(place)) {
+        if (attempt(*message)) {
+            takeDone(place);
+            continue;
+        }
+        ObjectLock const lock(*this);
+        postpone(*message);
+        if (deadlineOf(*message) < m_nearestDeadline)
+            arm(deadlineOf(*message));
+        ++place;
+    }
+}
+
+// Steps over watchers.
+Message* MessageQueue::nextAttempt(long& place) const
+{
+    ObjectLock const lock(*this);
+    while (place < m_messages.length() && isWatcher(*m_messages[place]))
+        ++place;
+    return place < m_messages.length() ? m_messages[place] : nullptr;
+}
+
+void MessageQueue::takeDone(long place)
+{
+    Message* message = nullptr;
+    {
+        ObjectLock const lock(*this);
+        message = m_messages.removeAt(place);
+        removed(*message);
+        showState();
+    }
+    forward(
+        *message, [this] { return diagnosticsRoot(); }, "picked");
+    delete message;
+}
+
+bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
+{
+    if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
+        return false;
+    ObjectLock const lock(*this);
+    for (long i = m_messages.length() - 1; i >= 0; --i) {
+        Message const* const message = m_messages[i];
+        if (message->serialNumber != serialNumber || message->timeout <= 0 || !isWatcher(*message)
+            || message->responseRequest != QK_TIMEOUT || message->target != message->sender)
+            continue;
+        m_messages.removeAt(i);
+        removed(*message);
+        delete message;
+    }
+    return false;
+}
+
+SoString MessageQueue::diagnosticsRoot() const
+{
+    ObjectLock const lock(*this);
+    return m_diagnosticsRoot;
+}
+
+void MessageQueue::setDiagnosticsRoot(SoString const& path)
+{
+    ObjectLock const lock(*this);
+    m_diagnosticsRoot = path;
+}
+
+long MessageQueue::appendDiagnostics(SoString& out, SoString const& path) const
+{
+    ObjectLock const lock(*this);
+    bool const wantsLog = out.view().starts_with("/log");
+    long count = 0;
+    for (long i = 0; i < m_messages.length(); ++i) {
+        if ((m_messages[i]->type == kLog) != wantsLog)
+            continue;
+        m_messages[i]->appendDiagnostics(out, path);
+        ++count;
+    }
+    return count;
+}
+
+void MessageQueue::added(Message const& message)
+{
+    if (isWatcher(message))
+        ++m_watchers;
+    if (deadlineOf(message) < m_nearestDeadline)
+        arm(deadlineOf(message));
+    showState();
+}
+
+void MessageQueue::removed(Message const& message)
+{
+    if (isWatcher(message))
+        --m_watchers;
+}
+
+void MessageQueue::showState()
+{
+    bool const isUp = m_messages.length() > m_watchers;
+    if (m_flag == nullptr || m_pauses != 0 || isUp == m_isFlagUp)
+        return;
+    m_isFlagUp = isUp;
+    if (isUp)
+        m_flag->raise();
+    else
+        m_flag->lower();
+}
+
+void MessageQueue::takeOut(long index, Messages& taken)
+{
+    removed(*m_messages[index]);
+    taken.append(m_messages.removeAt(index));
+}
+
+void MessageQueue::armForNearest()
+{
+    std::int64_t nearest = kNever;
+    for (long i = 0; i < m_messages.length(); ++i)
+        nearest = std::min(nearest, deadlineOf(*m_messages[i]));
+    arm(nearest);
+}
+
+void MessageQueue::arm(std::int64_t deadline)
+{
+    m_nearestDeadline = deadline;
+    if (m_timer == nullptr)
+        return;
+    if (deadline == kNever)
+        m_timer->clear();
+    else
+        m_timer->set(deadline);
+}
+
+void MessageQueue::notifyAndDelete(Messages& expired) const
+{
+    if (expired.length() == 0)
+        return;
+    SoString const root = diagnosticsRoot();
+    while (Message const* const message = expired.removeAt(0)) {
+        notifySender(*message, QK_TIMEOUT, root);
+        delete message;
+    }
+}
+
+} // namespace ScObjects::TevoroTalkData

@@ -1,0 +1,217 @@
+#include "messaging/mailbox/PrivateData.h"
+
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkUtils.h"
+
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+namespace ScObjects::TevoroTalkData {
+
+namespace {
+
+using MsgHandler = TevoroTalk::MsgHandler;
+
+constinit std::atomic<int> gForwardHandlers{0};
+
+bool isForwardHandler(MsgHandler const& handler)
+{
+    return std::string_view(handler.getMsgType()).starts_with("FWD");
+}
+
+} // namespace
+
+bool hasForwardHandlers()
+{
+    return gForwardHandlers != 0;
+}
+
+long callHandler(MsgHandler& handler, int reason, TevoroTalk::Message& message, SoString* result)
+{
+    constexpr long kException = -29;
+    try {
+        return handler.handleMessage(reason, message, result);
+    } catch (...) {
+        if (result != nullptr)
+            *result = "Exception";
+        return kException;
+    }
+}
+
+PrivateData::PrivateData(TevoroTalk::Specifier const& specifier)
+{
+    try {
+        m_signals = std::make_unique<Signals>();
+        m_signals->all.add(m_signals->flag.descriptor());
+        m_signals->all.add(m_signals->timer.descriptor());
+        incoming.setSignals(&m_signals->flag, &m_signals->timer);
+    } catch (std::system_error const&) {
+        // No descriptors left: the instance works, and waitDescriptor() says that it cannot be
+        // waited on.
+        m_signals.reset();
+    }
+    openStream(specifier);
+    registerNumberedInstance();
+}
+
+PrivateData::~PrivateData()
+{
+    ObjectLock const lock(*this);
+    delete std::exchange(stream, nullptr);
+    for (long i = handlers.length() - 1; i >= 0; --i)
+        delete takeFromHandlers(i);
+}
+
+void PrivateData::openStream(SoString const& name)
+{
+    ObjectLock const lock(*this);
+    delete std::exchange(stream, nullptr);
+    stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
+    if (stream != nullptr && m_signals != nullptr)
+        m_signals->all.add(stream->waitDescriptor());
+    m_streamWakes = stream != nullptr && m_signals != nullptr
+        && stream->wakeOn(m_signals->flag.descriptor())
+        && stream->wakeOn(m_signals->timer.descriptor());
+}
+
+void PrivateData::registerNumberedInstance()
+{
+    if (stream == nullptr)
+        return;
+    TevoroTalk::Specifier numbered(stream->getSpecifier(), false);
+    if (numbered.instance().isEmpty() || numbered.isInstalled())
+        return;
+    TevoroTalk::Specifier base(numbered);
+    base.setInstance("");
+    SoString const path = TevoroTalk::Specifier::getApplicationPath(base);
+    unregisterApp = numbered.registerApplication(path, nullptr, false);
+}
+
+int PrivateData::waitDescriptor() const
+{
+    return m_signals != nullptr ? m_signals->all.descriptor() : -1;
+}
+
+bool PrivateData::waitForMessage(std::chrono::milliseconds limit) const
+{
+    if (m_streamWakes)
+        return stream->wait(limit);
+    if (m_signals != nullptr)
+        return m_signals->all.wait(limit);
+    TevoroTalkUtils::sleep(static_cast<unsigned int>(limit.count()));
+    return true; // as far as it can tell
+}
+
+void PrivateData::addToHandlers(MsgHandler* handler)
+{
+    if (isForwardHandler(*handler)) {
+        m_forwardHandlers.append(handler);
+        ++gForwardHandlers;
+    }
+    handlers.append(handler);
+}
+
+MsgHandler* PrivateData::takeFromHandlers(long index)
+{
+    MsgHandler* const handler = handlers.removeAt(index);
+    // What was counted is what is taken off, whatever type the handler says that it has by now.
+    long const before = m_forwardHandlers.length();
+    m_forwardHandlers.remove(handler);
+    gForwardHandlers -= static_cast<int>(before - m_forwardHandlers.length());
+    return handler;
+}
+
+long PrivateData::placeOf(MsgHandler const* handler) const
+{
+    long place = handlers.length() - 1;
+    while (place >= 0 && handlers[place] != handler)
+        --place;
+    return place;
+}
+
+MsgHandler* PrivateData::findHandler(char const* type, std::uint32_t serialNumber)
+{
+    ObjectLock const lock(*this);
+    MsgHandler* fallback = nullptr;
+    for (long i = handlers.length() - 1; i >= 0; --i) {
+        MsgHandler* const handler = handlers[i];
+        bool const hasType = std::strcmp(type, handler->getMsgType()) == 0;
+        bool const hasNumber = handler->getSerialNumber() == serialNumber;
+        if (hasNumber && (hasType || *type == '\0'))
+            return handler;
+        if (hasType && handler->getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
+            fallback = handler;
+    }
+    return fallback;
+}
+
+MsgHandler* PrivateData::changeHandler(MsgHandler* handler)
+{
+    ObjectLock const lock(*this);
+    MsgHandler* former = findHandler(handler->getMsgType(), handler->getSerialNumber());
+    // One for all messages is not the one for this message.
+    if (former != nullptr && former->getSerialNumber() != handler->getSerialNumber())
+        former = nullptr;
+    if (former == handler)
+        return nullptr;
+    if (former != nullptr)
+        takeFromHandlers(placeOf(former));
+    addToHandlers(handler);
+    return former;
+}
+
+void PrivateData::addHandler(MsgHandler* handler)
+{
+    delete changeHandler(handler);
+}
+
+MsgHandler* PrivateData::removeHandler(SoString const& type, std::uint32_t serialNumber)
+{
+    ObjectLock const lock(*this);
+    MsgHandler* const handler = findHandler(type, serialNumber);
+    return takeFromHandlers(placeOf(handler));
+}
+
+bool PrivateData::deleteHandler(MsgHandler const* handler)
+{
+    ObjectLock const lock(*this);
+    MsgHandler* const found = takeFromHandlers(placeOf(handler));
+    delete found;
+    return found != nullptr;
+}
+
+bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
+{
+    if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
+        return false;
+    ObjectLock const lock(*this);
+    bool found = false;
+    for (long i = handlers.length() - 1; i >= 0; --i) {
+        if (handlers[i]->getSerialNumber() != serialNumber)
+            continue;
+        delete takeFromHandlers(i);
+        found = true;
+    }
+    incoming.removeTimeoutMessage(serialNumber);
+    return found;
+}
+
+void PrivateData::appendDiagnostics(SoString& out, SoString const& path) const
+{
+    ObjectLock const lock(*this);
+    SoString node(path);
+    node << "/" << (stream != nullptr ? stream->getSpecifier() : SoString()) << "/handler";
+    out << node << ";1;Handler;" << handlers.length() << ";\n";
+    for (long i = 0; i < handlers.length(); ++i) {
+        MsgHandler const& handler = *handlers[i];
+        out << node << "/" << handler.getMsgType() << ";0;" << handler.getMsgType() << ";";
+        if (handler.getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
+            out << "for all messages";
+        else
+            out << "for only msg #" << handler.getSerialNumber();
+        out << ";\n";
+    }
+}
+
+} // namespace ScObjects::TevoroTalkData

@@ -1,0 +1,84 @@
+// What an instance of the bus owns: its stream, its two queues, its handlers, and the descriptor
+// that an application waits on.
+//
+// Handlers are guarded by this object's lock. The stream is replaced only while the thread of the
+// bus stands still (see TevoroTalkContext::PausedThread) and by the thread that owns the instance.
+#pragma once
+
+#include "messaging/MsgHandler.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "messaging/mailbox/MessageQueue.h"
+#include "platform/common/ports/Waiting.h"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace ScObjects::TevoroTalkData {
+
+// Whether an instance of this process has a handler for copies of messages. Every message asks.
+bool hasForwardHandlers();
+
+// Calls a handler. Its return; for an exception -29, and `result`, which may be null, says so.
+long callHandler(
+    TevoroTalk::MsgHandler& handler, int reason, TevoroTalk::Message& message, SoString* result);
+
+class PrivateData final : public SoLockable {
+public:
+    explicit PrivateData(TevoroTalk::Specifier const& specifier);
+    ~PrivateData() override;
+    PrivateData(PrivateData const&) = delete;
+    PrivateData& operator=(PrivateData const&) = delete;
+
+    // See the operations of TevoroTalk.
+    TevoroTalk::MsgHandler* findHandler(char const* type, std::uint32_t serialNumber);
+    TevoroTalk::MsgHandler* changeHandler(TevoroTalk::MsgHandler* handler);
+    TevoroTalk::MsgHandler* removeHandler(SoString const& type, std::uint32_t serialNumber);
+    bool deleteHandler(TevoroTalk::MsgHandler const* handler);
+    bool deleteHandlers(std::uint32_t serialNumber);
+    // Deletes the one it replaces.
+    void addHandler(TevoroTalk::MsgHandler* handler);
+
+    // Deletes the stream and takes a new name.
+    void openStream(SoString const& name);
+
+    void appendDiagnostics(SoString& out, SoString const& path) const;
+
+    int waitDescriptor() const;
+    bool waitForMessage(std::chrono::milliseconds limit) const;
+
+    // Set only for a context other than the current one.
+    std::atomic<TevoroTalkContext*> context{nullptr};
+    InterAppStream* stream = nullptr;
+    // A numbered instance of the application was registered, and has to be taken away again.
+    bool unregisterApp = false;
+    // Held from the moment a text is taken from the stream until its messages are in the queue:
+    // two threads that take in would let one text overtake the other. The thread of the bus only
+    // tries it, as it holds its own lock, which sending a receipt may need.
+    std::recursive_mutex intake;
+
+private:
+    // What can be waited on; missing when the process has no descriptors left.
+    struct Signals {
+        Pt::WaitableFlag flag;
+        Pt::WallTimer timer;
+        Pt::DescriptorSet all;
+    };
+
+    void registerNumberedInstance();
+    long placeOf(TevoroTalk::MsgHandler const* handler) const; // -1 when it is not there
+    void addToHandlers(TevoroTalk::MsgHandler* handler);
+    TevoroTalk::MsgHandler* takeFromHandlers(long index);
+
+    std::unique_ptr<Signals> m_signals;
+    SoVector<TevoroTalk::MsgHandler> m_forwardHandlers; // those of the handlers that were counted
+    bool m_streamWakes = false; // the stream's own wait ends for the signals, too
+
+public:
+    // Destroyed before the signals that they hold up; outgoing first.
+    MessageQueue incoming;
+    MessageQueue outgoing;
+    SoVector<TevoroTalk::MsgHandler> handlers; // the last added is looked at first
+};
+
+} // namespace ScObjects::TevoroTalkData

@@ -1,0 +1,236 @@
+// How a message comes in: from the port into the queue, from the queue to its handler, and what its
+// sender is told.
+#include "messaging/TevoroTalk.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/PrivateData.h"
+#include "messaging/wire/Forwarding.h"
+
+#include <cstring>
+#include <mutex>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+using TevoroTalkUtils::logMessage;
+
+namespace {
+
+using Message = TevoroTalk::Message;
+using MsgHandler = TevoroTalk::MsgHandler;
+
+constexpr long kRejected = 53;
+
+// Of one pump, at a port whose texts are large, or hold nothing for anybody.
+constexpr int kMostLooks = 64;
+
+bool isValid(std::uint32_t number)
+{
+    return number != QK_INVALID_MESSAGE_NUMBER;
+}
+
+int getReason(Message const& message)
+{
+    bool const isScript = message.type == kQuillscriber || message.type == kDebug;
+    if (message.type == QK_RECEIVED || (isScript && isValid(message.received)))
+        return MsgHandler::kReceived;
+    if (message.type == QK_RESULT || (isScript && isValid(message.result)))
+        return MsgHandler::kResult;
+    if (message.type == QK_ERROR || (isScript && isValid(message.error)))
+        return MsgHandler::kError;
+    if (isScript)
+        return MsgHandler::kRequest;
+    if (message.type == QK_TIMEOUT)
+        return MsgHandler::kTimeout;
+    if (message.type == kLog)
+        return MsgHandler::kLog;
+    return message.type == kIdleType ? MsgHandler::kIdle : MsgHandler::kOther;
+}
+
+bool hasAnswerNumber(Message const& message)
+{
+    return isValid(message.received) || isValid(message.result) || isValid(message.error);
+}
+
+// Handlers see all answers as messages of the script type, told apart by the reason.
+void turnAnswerIntoScript(Message& message)
+{
+    if (message.type == QK_RECEIVED)
+        message.received = MsgHandler::kReceived;
+    else if (message.type == QK_RESULT)
+        message.result = MsgHandler::kResult;
+    else if (message.type == QK_ERROR)
+        message.error = MsgHandler::kError;
+    else
+        return;
+    message.type = kQuillscriber;
+}
+
+} // namespace
+
+bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatch)
+{
+    MessageQueue& incoming = m_data->incoming;
+    incoming.removeExpiredMessages();
+    if (dispatch)
+        incoming.pauseSignals();
+    if (incomingMessagePending())
+        takeIn(dispatch);
+    return dispatch && dispatchNext(serialNumber);
+}
+
+// The first message of the queue, whose signals are paused.
+bool TevoroTalk::dispatchNext(std::uint32_t serialNumber)
+{
+    MessageQueue& incoming = m_data->incoming;
+    autoPtr<Message> const message(incoming.getNextMessage(serialNumber));
+    incoming.resumeSignals();
+    if (message.get() == nullptr || message->target.isEmpty())
+        return false;
+    handleMessage(*message);
+    finishMessage(*message);
+    return true;
+}
+
+// All that was there at its start, also behind a text that held nothing for anybody, and what its
+// handlers put in. What arrives meanwhile is for the next pump: whoever waits for an answer has it
+// before the notices that follow it are read, and no sender holds a pump for ever.
+bool TevoroTalk::dispatchIncoming()
+{
+    bool dispatched = false;
+    for (int looks = 0; looks < kMostLooks; ++looks) {
+        bool const arrived = dispatchArrived(dispatched);
+        if (!arrived || (dispatched && !m_data->stream->hasMore()))
+            return dispatched;
+    }
+    return true; // as far as it can tell
+}
+
+// One look at the port, and all that it showed. Whether a text was there.
+bool TevoroTalk::dispatchArrived(bool& dispatched)
+{
+    MessageQueue& incoming = m_data->incoming;
+    incoming.removeExpiredMessages();
+    incoming.pauseSignals();
+    bool const arrived = textPending();
+    for (bool isFirst = true;; isFirst = false) {
+        if (isFirst ? arrived : hasUnreadTexts())
+            takeIn(true);
+        if (dispatchNext(QK_INVALID_MESSAGE_NUMBER))
+            dispatched = true;
+        if (!hasUnreadTexts() && !incoming.hasMessage())
+            return arrived;
+        incoming.removeExpiredMessages();
+        incoming.pauseSignals();
+    }
+}
+
+// One text. With `mustWait` not before another thread has taken in its own.
+void TevoroTalk::takeIn(bool mustWait)
+{
+    std::unique_lock lock(m_data->intake, std::defer_lock);
+    if (mustWait)
+        lock.lock();
+    else if (!lock.try_lock())
+        return;
+    if (m_data->stream != nullptr)
+        m_data->stream->receive();
+    while (putOneIncomingMessageInQueue()) { }
+}
+
+bool TevoroTalk::putOneIncomingMessageInQueue()
+{
+    if (m_data->stream == nullptr)
+        return false;
+    SoString text = m_data->stream->getMessages();
+    long const end = text.length();
+    if (end == 0)
+        return false;
+    for (long at = 0; at != end && text.get()[at] != '\0';) {
+        auto* const message = new Message;
+        long const next = message->readFrom(text, at);
+        bool const isTaken = message->type != kIgnore && next != at;
+        if (isTaken) {
+            sendReceipt(*message);
+            logMessage("RECEIVE", *message, true);
+        }
+        if (!isTaken || !m_data->incoming.append(message))
+            delete message;
+        if (next == at)
+            break;
+        at = next;
+    }
+    return true;
+}
+
+void TevoroTalk::sendReceipt(Message const& message) const
+{
+    if (std::strstr(message.responseRequest, QK_RECEIVED) == nullptr)
+        return;
+    Message receipt;
+    receipt.received = message.serialNumber;
+    sendResponse(message, QK_RECEIVED, &receipt);
+}
+
+void TevoroTalk::handleMessage(Message& message)
+{
+    // The handler's own copy; of the body, which may be large, there is only one, lent to it.
+    SoString body;
+    body.swap(message.body);
+    Message copy(message);
+    copy.body.swap(body);
+    handleCopy(message, copy);
+    message.body.swap(copy.body);
+}
+
+void TevoroTalk::handleCopy(Message const& message, Message& copy)
+{
+    if (copy.type == kQuillscriber && copy.body.isEmpty() && !hasAnswerNumber(copy))
+        return;
+    if (Message::getAuthentication() && copy.isRejected()) {
+        sendError(copy, "ERROR: MESSAGE REJECTED", kRejected, 0);
+        return;
+    }
+    MsgHandler* handler = findHandler(copy.type, copy.serialNumber);
+    if (handler == nullptr)
+        handler = findHandler(kQuillscriber, QK_INVALID_MESSAGE_NUMBER);
+    if (handler == nullptr)
+        return;
+    turnAnswerIntoScript(copy);
+    SoString const handlerType = handler->getMsgType();
+    std::uint32_t const handlerNumber = handler->getSerialNumber();
+    SoString text;
+    long const code = callHandler(*handler, getReason(message), copy, &text);
+    // A handler for one message does not outlive it.
+    if (isValid(message.serialNumber) && message.serialNumber == handlerNumber)
+        delete removeHandler(handlerType, handlerNumber);
+    if (code == 0)
+        sendResult(copy, text);
+    else if (std::strstr(copy.responseRequest, QK_ERROR) != nullptr)
+        sendError(copy, text, code, 0);
+}
+
+void TevoroTalk::finishMessage(Message const& message)
+{
+    auto const forward = [&](char const* word) {
+        if (hasSubscriber("FWDMESSAGES"))
+            TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", getInfoRoot("in"), word);
+    };
+    auto const clean = [&](char const* logWord, char const* forwardWord) {
+        deleteHandlers(message.serialNumber);
+        logMessage(logWord, message, false);
+        forward(forwardWord);
+    };
+    if (message.type == kProcessed) {
+        clean("PROCESSED CLEANUP", "handled: Processed");
+    } else if (message.type == QK_ERROR) {
+        clean("PROCESSED ERROR", "handled: error");
+    } else if (message.type == QK_TIMEOUT) {
+        clean("PROCESSED TIMEOUT", "handled: time out");
+    } else if (message.type != kIgnore) {
+        sendResponse(message, kProcessed, nullptr);
+        logMessage("PROCESSED INCOMING MESSAGE", message, false);
+        forward("processed");
+    }
+}
+
+} // namespace ScObjects

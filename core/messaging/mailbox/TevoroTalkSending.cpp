@@ -1,0 +1,323 @@
+// How a message leaves: to an instance in this process, to another process, or into the queue of
+// those that wait for their target; and how answers are made.
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalk.h"
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/PrivateData.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <optional>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+using TevoroTalkUtils::logMessage;
+
+namespace {
+
+using Message = TevoroTalk::Message;
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr long kSendFailed = 59;
+constexpr std::chrono::milliseconds kPoll{100};
+constexpr std::chrono::seconds kLongestLaunch{300};
+constexpr std::int32_t kDefaultWatch = 60; // seconds
+constexpr std::int32_t kLongestTimeout = std::numeric_limits<std::int32_t>::max();
+// More seconds than this count as this many: points in time stay numbers.
+constexpr unsigned long kLongestWait = 1'000'000'000;
+
+bool asksFor(Message const& message, char const* word)
+{
+    return std::strstr(message.responseRequest, word) != nullptr;
+}
+
+// Nothing to run and no answer.
+bool isEmptyRequest(Message const& message)
+{
+    return message.type == kQuillscriber && message.body.isEmpty()
+        && message.received == QK_INVALID_MESSAGE_NUMBER
+        && message.result == QK_INVALID_MESSAGE_NUMBER
+        && message.error == QK_INVALID_MESSAGE_NUMBER;
+}
+
+// The queue refuses what has no target or no sender.
+bool enqueue(MessageQueue& queue, Message* message)
+{
+    if (queue.append(message))
+        return true;
+    delete message;
+    return false;
+}
+
+// The body, which may be large, goes as it lies there.
+bool sendMessage(InterAppStream const* stream, SoString const& head, Message const& message)
+{
+    return stream != nullptr && stream->send(message.target, head, message.body);
+}
+
+// The receipt of a message that does not leave the process.
+Message* makeReceipt(Message const& message)
+{
+    auto* const receipt = new Message(message);
+    receipt->target = message.sender;
+    receipt->sender = message.target;
+    receipt->responseRequest = "";
+    receipt->timeout = 0;
+    receipt->type = QK_RECEIVED;
+    receipt->received = receipt->serialNumber = message.serialNumber;
+    return receipt;
+}
+
+// An undeliverable message stays alive until 600 seconds after it was first queued; then its
+// timeout is what lets it run out.
+void restamp(Message& message)
+{
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    std::int64_t stamp = std::strtoll(message.getUserHeaderValue(kQueueStamp), nullptr, 10);
+    if (stamp <= 0 || stamp > now) { // none yet, or no time in which it was queued
+        stamp = message.timestamp;
+        message.setHeader(kQueueStamp, static_cast<long>(stamp));
+    }
+    if (stamp + kQueueLifetime > now) {
+        message.timestamp = now;
+        return;
+    }
+    message.timestamp = stamp;
+    if (message.timeout == 0)
+        message.timeout = 1;
+    else if (message.timeout > kQueueLifetime - 1)
+        message.timeout = kQueueLifetime - 1;
+}
+
+bool holds(SoVector<SoString> const& texts, SoString const& wanted)
+{
+    for (long i = 0; i < texts.length(); ++i)
+        if (*texts[i] == wanted)
+            return true;
+    return false;
+}
+
+} // namespace
+
+bool TevoroTalk::send(
+    Message& message, bool launch, unsigned long waitSeconds, SoString const* launchOptions) const
+{
+    return sendFrom(message, launch, waitSeconds, launchOptions, false);
+}
+
+bool TevoroTalk::sendFrom(Message& message,
+    bool launch,
+    unsigned long waitSeconds,
+    SoString const* launchOptions,
+    bool isAnswer) const
+{
+    if (isEmptyRequest(message))
+        return false;
+    Specifier const target(message.target, true);
+    if (target.isEmpty())
+        return sendError(message, "ERROR: INVALID SPECIFIER", kSendFailed, waitSeconds);
+    // The sender watches by itself; its notice is not for others.
+    if (message.type == QK_TIMEOUT && message.target != message.sender
+        && message.getUserHeaderValue(kTimeoutDetector) == "SENDER")
+        return false;
+    TevoroTalkContext* const context = getContext();
+    if (message.serialNumber == 0 && context != nullptr)
+        message.serialNumber = context->getNextSerialNumber();
+    if (message.sender.isEmpty())
+        message.sender = getAppName();
+    message.target.assign(target.view());
+    message.timestamp = TevoroTalkUtils::getTimeSeconds();
+    // A handler of an answer's number is one of another message: numbers are each process's own.
+    bool const isAwaited = !message.responseRequest.isEmpty()
+        || (!isAnswer && m_data->findHandler("", message.serialNumber) != nullptr);
+    if (message.type != kIgnore && isAwaited && !asksFor(message, kProcessed)
+        && message.type != kDebug)
+        message.responseRequest << " " << kProcessed;
+    if (message.sender.isEmpty())
+        return sendError(
+            message, "ERROR: CAN'T STREAM MESSAGE TO STRING", kSendFailed, waitSeconds);
+    bool delivered = deliverHere(message);
+    if (!delivered) {
+        char const* failure = nullptr;
+        delivered = deliverThere(message, launch, launchOptions, failure);
+        if (failure != nullptr)
+            return sendError(message, failure, kSendFailed, waitSeconds);
+    }
+    watchForTimeout(message);
+    if (waitSeconds == 0)
+        return delivered;
+    if (!delivered)
+        waitForTarget(message.target);
+    return waitForResponse(message, waitSeconds);
+}
+
+// To an instance of this process: into its queue, without a text.
+bool TevoroTalk::deliverHere(Message const& message) const
+{
+    TevoroTalkContext const* const context = getContext();
+    TevoroTalk const* const instance =
+        context != nullptr ? context->findInstance(message.target) : nullptr;
+    if (instance == nullptr)
+        return false;
+    if (asksFor(message, QK_RECEIVED))
+        enqueue(instance->m_data->incoming, makeReceipt(message));
+    logMessage("RECEIVED", message, true);
+    enqueue(instance->m_data->incoming, new Message(message));
+    return true;
+}
+
+// To another process, or into the outgoing queue. With a failure the message is in neither.
+bool TevoroTalk::deliverThere(
+    Message const& message, bool launch, SoString const* launchOptions, char const*& failure) const
+{
+    // What waits for this target goes first.
+    if (m_data->outgoing.findMessageForTarget(message.target) == nullptr) {
+        SoString head;
+        message.writeHeadToString(head);
+        if (sendMessage(m_data->stream, head, message)) {
+            logMessage("SEND", message, true);
+            return true;
+        }
+    }
+    if (!launch) {
+        failure = "ERROR: LAUNCHING IS SUPPRESSED";
+        return false;
+    }
+    if (!Specifier(message.target, false).isRunning()) {
+        logMessage("TARGET IS NOT RUNNING", message, false);
+        char const* const options = launchOptions != nullptr ? launchOptions->get() : "";
+        if (!launchTarget(message.target, options, kTakeFocus, getContext())) {
+            failure = "ERROR: TARGET COULD NOT BE LAUNCHED";
+            return false;
+        }
+        logMessage("LAUNCHING TARGET", message, false);
+    }
+    logMessage("ENQUEUED OUTGOING MESSAGE", message, true);
+    enqueue(m_data->outgoing, new Message(message));
+    return false;
+}
+
+void TevoroTalk::watchForTimeout(Message const& message) const
+{
+    if (!asksFor(message, QK_TIMEOUT) || message.getUserHeaderValue(kTimeoutDetector) == "TARGET")
+        return;
+    auto* const watcher = new Message;
+    watcher->target = message.sender;
+    watcher->sender = message.sender;
+    watcher->type = kIgnore;
+    watcher->responseRequest = QK_TIMEOUT;
+    watcher->timeout =
+        message.timeout > 0 ? std::min(message.timeout, kLongestTimeout - 1) + 1 : kDefaultWatch;
+    watcher->serialNumber = message.serialNumber;
+    enqueue(m_data->incoming, watcher);
+}
+
+void TevoroTalk::waitForTarget(SoString const& target) const
+{
+    auto const deadline = SteadyClock::now() + kLongestLaunch;
+    while (!Specifier(target, false).isRunning() && SteadyClock::now() < deadline)
+        TevoroTalkUtils::sleep(static_cast<unsigned int>(kPoll.count()));
+}
+
+bool TevoroTalk::waitForResponse(Message const& message, unsigned long seconds) const
+{
+    if (seconds == 0)
+        return false;
+    using std::chrono::milliseconds;
+    auto const deadline =
+        SteadyClock::now() + std::chrono::seconds(std::min(seconds, kLongestWait));
+    TevoroTalkContext* const context = getContext();
+    for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
+        pump(kBoth, context);
+        if (m_data->findHandler("", message.serialNumber) == nullptr)
+            return true;
+        auto const pause = std::min(std::chrono::ceil<milliseconds>(deadline - now), kPoll);
+        if (context != nullptr)
+            m_data->waitForMessage(pause);
+        else // nothing takes in what arrives
+            TevoroTalkUtils::sleep(static_cast<unsigned int>(pause.count()));
+    }
+    return false;
+}
+
+bool TevoroTalk::sendResponse(Message const& message, char const* word, Message* reply) const
+{
+    if (!asksFor(message, word))
+        return false;
+    std::optional<Message> bare;
+    Message& answer = reply != nullptr ? *reply : bare.emplace();
+    answer.target = message.sender;
+    answer.sender = message.target.isEmpty() ? getAppName() : message.target;
+    answer.responseRequest = "";
+    answer.timeout = 0;
+    if (message.version.isEmpty()) {
+        TevoroTalkContext* const context = getContext();
+        answer.type = message.type;
+        answer.serialNumber =
+            context != nullptr ? context->getNextSerialNumber() : message.serialNumber;
+    } else {
+        answer.serialNumber = message.serialNumber;
+        answer.type = word;
+        if (answer.isUserType())
+            answer.type << message.type;
+    }
+    return sendFrom(answer, false, 0, nullptr, true);
+}
+
+bool TevoroTalk::sendError(
+    Message const& message, char const* text, long code, unsigned long waitSeconds) const
+{
+    if (asksFor(message, QK_ERROR)) {
+        Message answer;
+        answer.error = message.serialNumber;
+        answer.body = text;
+        answer.setHeader(QK_ERROR_CODE, code);
+        sendResponse(message, QK_ERROR, &answer);
+    }
+    if (waitSeconds != 0 && m_data->findHandler(QK_ERROR, message.serialNumber) != nullptr)
+        waitForResponse(message, waitSeconds);
+    logMessage(text, message, false);
+    return false;
+}
+
+bool TevoroTalk::sendResult(Message const& message, SoString const& result) const
+{
+    if (!asksFor(message, QK_RESULT))
+        return false;
+    Message answer(message);
+    answer.result = message.serialNumber;
+    answer.body = result;
+    return sendResponse(message, QK_RESULT, &answer);
+}
+
+bool TevoroTalk::processOutgoingMessage()
+{
+    SoVector<SoString> failedTargets;
+    auto const attempt = [&](Message const& message) {
+        // A later message does not overtake an earlier one.
+        bool const isHeldUp = holds(failedTargets, message.target);
+        SoString head;
+        if (m_data->stream == nullptr || (!isHeldUp && !message.writeHeadToString(head)))
+            return true; // it can never be sent
+        if (!isHeldUp && sendMessage(m_data->stream, head, message)) {
+            logMessage("SEND ENQUEUED MESSAGE", message, true);
+            return true;
+        }
+        if (!isHeldUp)
+            failedTargets.append(new SoString(message.target));
+        logMessage("REQUEUED MESSAGE ", message, true);
+        return false;
+    };
+    if (!m_data->outgoing.isEmpty())
+        m_data->outgoing.workOff(attempt, restamp);
+    while (SoString const* const target = failedTargets.removeAt(0))
+        delete target;
+    return false;
+}
+
+} // namespace ScObjects

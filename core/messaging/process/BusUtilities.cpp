@@ -1,0 +1,172 @@
+#include "messaging/TevoroTalkUtils.h"
+#include "platform/common/files/FileAccess.h"
+#include "platform/common/files/SmallFile.h"
+#include "platform/common/services/Clock.h"
+#include "platform/common/services/ProgramEnvironment.h"
+#include "platform/common/text/SystemLocale.h"
+#include "platform/common/threads/CurrentThread.h"
+
+#include <ctime>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ScObjects::TevoroTalkUtils {
+
+namespace {
+
+constexpr std::size_t kLongestLocale = 15;
+constexpr unsigned int kFolderMode = 0771;
+constexpr std::size_t kMostEntries = 256;
+
+enum class Walk { Done, NothingThere, Ended };
+
+struct Entry {
+    SoString path;
+    bool isFolder;
+};
+
+// The first entries of a folder. Nothing when it cannot be read to the end of these.
+std::optional<std::vector<Entry>> entriesOf(SoString const& folder)
+{
+    std::vector<Entry> entries;
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder.get(), error);
+    for (; !error && entry != end(entry) && entries.size() < kMostEntries; entry.increment(error)) {
+        SoString path(folder);
+        path << getFolderSeparator() << entry->path().filename().c_str();
+        // A link to a folder counts as a file, so that the walk comes to an end.
+        std::error_code unknown;
+        entries.push_back({std::move(path), is_directory(entry->symlink_status(unknown))});
+    }
+    if (error)
+        return std::nullopt;
+    return entries;
+}
+
+// A folder below that is empty or closed does not end the walk; a false from the filter does.
+Walk walk(SoString const& folder, FileFilter& filter)
+{
+    // All entries first, so that no folder stays open while those below it are walked.
+    auto const entries = entriesOf(folder);
+    if (!entries || entries->empty())
+        return Walk::NothingThere;
+    for (Entry const& entry : *entries) {
+        bool const goesOn =
+            entry.isFolder ? filter.onFolder(entry.path) : filter.onFile(entry.path);
+        if (!goesOn || (entry.isFolder && walk(entry.path, filter) == Walk::Ended))
+            return Walk::Ended;
+    }
+    return Walk::Done;
+}
+
+} // namespace
+
+void init() { }
+
+void exit() { }
+
+SoString getCurrentLocale()
+{
+    auto const locale = Pt::systemLocale();
+    if (!locale || locale->size() > kLongestLocale)
+        return "en_us";
+    return SoString(std::string_view(*locale)).lowercase();
+}
+
+bool fileExists(SoString const& path)
+{
+    return Pt::pathExists(path.get());
+}
+
+bool deleteFile(SoString const& path)
+{
+    return fileExists(path) && Pt::unlinkPath(path.get()) == 0;
+}
+
+bool mkdir(SoString const& path)
+{
+    return fileExists(path) || !Pt::makeFolder(path.get(), kFolderMode);
+}
+
+bool rmdir(SoString const& path)
+{
+    return fileExists(path) && !Pt::removeFolder(path.get());
+}
+
+char const* getFolderSeparator()
+{
+    return "/";
+}
+
+void sleep(unsigned int milliseconds)
+{
+    Pt::sleepOnce(std::chrono::milliseconds(milliseconds));
+}
+
+double getUTCTimeMilliSeconds()
+{
+    return static_cast<double>(Pt::systemClock().wallMilliseconds());
+}
+
+std::int64_t getTimeSeconds()
+{
+    return Pt::systemClock().wallSeconds();
+}
+
+SoString getTimeString(std::int64_t const* time)
+{
+    std::time_t const seconds = time == nullptr ? getTimeSeconds() : *time;
+    std::tm parts = {};
+    // A year that does not fit: there is no such time.
+    if (::localtime_r(&seconds, &parts) == nullptr)
+        return {};
+    char text[16];
+    std::size_t const length = std::strftime(text, sizeof text, "%H:%M:%S", &parts);
+    return SoString(text, static_cast<long>(length));
+}
+
+void Timer::start()
+{
+    m_start = getUTCTimeMilliSeconds();
+}
+
+double Timer::now() const
+{
+    return getUTCTimeMilliSeconds();
+}
+
+double Timer::stop() const
+{
+    return now() - m_start;
+}
+
+bool FileFilter::run(SoString const& folder)
+{
+    return iterateFolder(folder, *this);
+}
+
+bool FileFilter::onFile(SoString const&)
+{
+    return true;
+}
+
+bool FileFilter::onFolder(SoString const&)
+{
+    return true;
+}
+
+bool iterateFolder(SoString const& folder, FileFilter& filter)
+{
+    return walk(folder, filter) == Walk::Done;
+}
+
+SoString getSenderID()
+{
+    SoString id("localhost:mac");
+    id.append(Pt::processId());
+    return id;
+}
+
+} // namespace ScObjects::TevoroTalkUtils

@@ -1,0 +1,199 @@
+// What a process tells about itself: lines PATH;FLAG;LABEL;VALUE; of a tree, and the report that
+// people read. docs/wire-format.md shows some of the lines.
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalk.h"
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/PrivateData.h"
+#include "messaging/process/TevoroTalkThread.h"
+#include "registry/TevoroTalkConnector.h"
+
+#include <algorithm>
+#include <string>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+
+namespace {
+
+char const* onOrOff(bool on)
+{
+    return on ? "ON" : "OFF";
+}
+
+void appendLine(SoString& out,
+    SoString const& path,
+    char const* child,
+    char const* flag,
+    SoString const& label,
+    SoString const& value)
+{
+    out << path << child << ";" << flag << ";" << label << ";" << value << ";\n";
+}
+
+void appendLeaf(SoString& out,
+    SoString const& path,
+    char const* child,
+    char const* label,
+    SoString const& value)
+{
+    appendLine(out, path, child, "0", label, value);
+}
+
+template <typename Number>
+SoString textOf(Number number)
+{
+    SoString text;
+    text << number;
+    return text;
+}
+
+void appendReportLine(SoString& report,
+    SoString const& path,
+    SoString const& label,
+    SoString const& value,
+    bool hasChildren)
+{
+    long const depth = std::count(path.get() + 1, path.get() + path.length(), '/');
+    if (hasChildren)
+        report << "\n";
+    for (long i = 0; i < depth; ++i)
+        report << "\t";
+    report << label;
+    if (hasChildren)
+        report << ": ";
+    if (!value.isEmpty())
+        report << (hasChildren ? "" : " = ") << value;
+    report << "\n";
+}
+
+// Lines as a report; ends at the first line that is none.
+SoString reportOf(SoString const& lines)
+{
+    constexpr char const* kRule = "----------------------\n";
+    SoString report = "TevoroTalk Diagnostics\n";
+    report << kRule;
+    SoString path;
+    SoString label;
+    SoString value;
+    bool hasChildren = false;
+    char const* at = lines;
+    while ((at = TevoroTalkUtils::parseInfoLine(at, path, label, value, hasChildren)) != nullptr)
+        appendReportLine(report, path, label, value, hasChildren);
+    report << kRule;
+    return report;
+}
+
+} // namespace
+
+void TevoroTalkContext::appendDiagnostics(SoString& out, SoString const& path) const
+{
+    SoString node(path);
+    node << "/context";
+    TevoroTalk::Specifier const self(getAppSpecifier(), false);
+    SoString const group = self.group(nullptr);
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    appendLine(out, node, "", "1", "Info", "");
+    appendLeaf(out, node, "/name", "Name", self);
+    // What a ping of this process would answer; the thread that answers pings may be this one.
+    appendLeaf(
+        out, node, "/status", "Status", m_thread->getValueForKey(TevoroTalkThread::QK_STATUS));
+    if (!group.isEmpty())
+        appendLeaf(out, node, "/group", "Group", group);
+    appendLeaf(out, node, "/path", "Path", TevoroTalk::Specifier::getApplicationPath(self));
+    appendLeaf(out, node, "/version", "Version", kVersion);
+    appendLeaf(out, node, "/build", "Build", (std::string("QS ") + kBuild).c_str());
+    appendLeaf(out, node, "/nextsnr", "Next serial number", textOf(nextSerialNumber()));
+    appendLeaf(out, node, "/logging", "Logging:", onOrOff(isLogging()));
+    appendLeaf(out, node, "/now", "Now", TevoroTalkUtils::getTimeString(&now));
+    node << "/messages";
+    appendLine(out, node, "", "1", "Messages", "");
+    appendLeaf(out, node, "/version", "Message Version", kMessageVersion);
+    appendLeaf(out,
+        node,
+        "/authentication",
+        "Authentication",
+        onOrOff(TevoroTalk::Message::getAuthentication()));
+    appendLeaf(out, node, "/digest", "Digest", onOrOff(TevoroTalk::Message::getCreateDigest()));
+}
+
+void TevoroTalkThread::appendDiagnostics(SoString& out, SoString const& path) const
+{
+    ObjectLock const lock(*this);
+    SoString node(path);
+    node << "/thread";
+    double const now = TevoroTalkUtils::getUTCTimeMilliSeconds();
+    SoString interval = textOf(m_avgPumpInterval);
+    interval << "ms";
+    SoString since = textOf(std::max(0.0, now - m_lastPump));
+    since << "ms ago";
+    appendLine(out, node, "", "1", "Thread", getSpecifier());
+    appendLeaf(out, node, "/avgpump", "Avg. pump interval", interval);
+    appendLeaf(out, node, "/lastpump", "Last pump", since);
+    if (m_pingData.length() == 0)
+        return;
+    node << "/ping";
+    appendLine(out, node, "", "1", "Ping", textOf(m_pingData.length()));
+    for (long i = 0; i < m_pingData.length(); ++i) {
+        PingData const& entry = *m_pingData[i];
+        SoString child(node);
+        child << "/" << entry.key;
+        appendLine(out, child, "", "1", entry.key, entry.value);
+        SoString expiry = "undefined";
+        if (entry.expires != 0) {
+            expiry = "in ";
+            expiry << long{entry.expires - TevoroTalkUtils::getTimeSeconds()} << "secs at "
+                   << TevoroTalkUtils::getTimeString(&entry.expires) << ";";
+        }
+        appendLeaf(out, child, "/timeout", "Timeout", expiry);
+        appendLeaf(out,
+            child,
+            "/msghandler",
+            "Handler",
+            entry.handler != nullptr ? "installed" : "undefined");
+    }
+}
+
+void TevoroTalk::appendDiagnostics(SoString& out, SoString const& path) const
+{
+    SoString const name = getAppName();
+    SoString node(path);
+    node << "/" << name;
+    char const* role = "";
+    if (get(getContext()) == this)
+        role = contextOfFirstInstance() != nullptr ? "(main, init() hasn't been called)" : "(main)";
+    appendLine(out, node, "", "1", name, role);
+    auto const appendQueue = [&](MessageQueue const& queue, char const* child, char const* label) {
+        SoString queuePath(node);
+        queuePath << child;
+        long const count = queue.appendDiagnostics(out, queuePath);
+        appendLine(out, queuePath, "", "1", label, textOf(count));
+    };
+    appendQueue(m_data->incoming, "/in", "Incoming");
+    appendQueue(m_data->outgoing, "/out", "Outgoing");
+    m_data->appendDiagnostics(out, path);
+}
+
+void TevoroTalk::getDiagnostics(SoString& out, bool readable)
+{
+    out.shrink(0);
+    SoString path = "/";
+    path << getSharedAppName();
+    if (TevoroTalkContext const* const context = getSharedContext()) {
+        context->appendDiagnostics(out, path);
+        context->getThread()->appendDiagnostics(out, path);
+        SoString instances(path);
+        instances << "/instances";
+        appendLine(out, instances, "", "1", "Instances", textOf(context->getNumberOfInstances()));
+        for (long i = 0; i < context->getNumberOfInstances(); ++i)
+            if (TevoroTalk const* const instance = context->getNthInstance(i))
+                instance->appendDiagnostics(out, instances);
+        if (TevoroTalkConnector const* const connector = context->getConnector())
+            connector->appendDiagnostics(out, path);
+    }
+    if (readable)
+        out = reportOf(out);
+}
+
+} // namespace ScObjects

@@ -1,0 +1,149 @@
+// What a process shows of its traffic: copies of messages for a subscriber, and the log.
+#include "messaging/wire/Forwarding.h"
+
+#include "messaging/Message.h"
+#include "messaging/MsgHandler.h"
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "messaging/mailbox/PrivateData.h"
+#include "messaging/process/TevoroTalkThread.h"
+#include "messaging/runtime/SoDebug.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+
+namespace {
+
+using Message = TevoroTalk::Message;
+
+constexpr char const* kLogTextType = "TevoroTalkUtils::logText";
+
+// Who gets what is forwarded under that key; null when nobody does.
+TevoroTalk::MsgHandler* findSubscriber(char const* key)
+{
+    TevoroTalk* const instance = hasForwardHandlers() ? TevoroTalk::get(nullptr) : nullptr;
+    return instance != nullptr ? instance->findHandler(key, QK_INVALID_MESSAGE_NUMBER) : nullptr;
+}
+
+void setNumberHeader(Message& entry, char const* name, std::uint32_t number)
+{
+    if (number != QK_INVALID_MESSAGE_NUMBER)
+        entry.setHeader(name, static_cast<unsigned long>(number));
+}
+
+void describe(Message& entry, char const* reason, Message const& message)
+{
+    if (reason != nullptr)
+        entry.setHeader("Reason", reason);
+    entry.setHeader(QK_TARGET, message.target);
+    entry.setHeader(QK_SENDER, message.sender);
+    entry.setHeader(QK_TYPE, message.type);
+    entry.setHeader("Serial Number", static_cast<unsigned long>(message.serialNumber));
+    entry.setHeader(QK_TIMESTAMP, static_cast<long>(message.timestamp));
+    entry.setHeader(QK_TIMEOUT, static_cast<long>(message.timeout));
+    setNumberHeader(entry, QK_RECEIVED, message.received);
+    setNumberHeader(entry, QK_RESULT, message.result);
+    setNumberHeader(entry, QK_ERROR, message.error);
+    for (auto const* header = message.headers; header != nullptr; header = header->next) {
+        SoString name = "Header_";
+        name << header->name;
+        entry.setHeader(name, header->value);
+    }
+}
+
+void publish(TevoroTalkContext& context,
+    TevoroTalk const& instance,
+    char const* reason,
+    Message const& message,
+    SoString const& text)
+{
+    SoString const name = instance.getAppName();
+    Message entry;
+    entry.type = kLog;
+    entry.target = name;
+    entry.sender = name;
+    entry.body = text;
+    describe(entry, reason, message);
+    entry.serialNumber = context.getNextSerialNumber();
+    context.setLogging(false); // or what follows would log itself
+    SoString wire;
+    InterAppStream const* const stream = InterAppStream::get();
+    if (stream != nullptr && entry.writeToString(wire))
+        stream->send(name, wire);
+    SoString path = "/log/";
+    path << name;
+    TevoroTalkUtils::forwardMessage(message, "FWDLOGS", path, reason);
+    context.setLogging(true);
+}
+
+} // namespace
+
+std::recursive_mutex& TevoroTalkData::forwardingLock()
+{
+    static constinit std::recursive_mutex lock;
+    return lock;
+}
+
+bool TevoroTalkData::hasSubscriber(char const* key)
+{
+    return findSubscriber(key) != nullptr;
+}
+
+bool TevoroTalkUtils::forwardMessage(
+    Message const& message, SoString const& key, SoString const& path, SoString const& label)
+{
+    if (message.type == kDebug || message.type == kLog
+        || (message.type == kQuillscriber && message.body.isEmpty()))
+        return false;
+    std::lock_guard const lock(forwardingLock());
+    TevoroTalk::MsgHandler* const subscriber = findSubscriber(key);
+    if (subscriber == nullptr)
+        return false;
+    Message copy;
+    copy.setHeader(kMsgRoot, path);
+    message.appendDiagnostics(copy.body, path);
+    if (!label.isEmpty())
+        copy.body << path << "/msg" << message.serialNumber << ";1;msg["
+                  << getTimeString(&message.timestamp) << "];" << label << ";\n";
+    return callHandler(*subscriber, TevoroTalk::MsgHandler::kOther, copy, nullptr) == 0;
+}
+
+void TevoroTalkUtils::logMessage(char const* reason, Message const& message, bool withBody)
+{
+    TevoroTalkContext* const context = TevoroTalk::getSharedContext();
+    if (context == nullptr || !context->isLogging() || message.type == kLog
+        || (message.type == kQuillscriber && message.body.isEmpty()))
+        return;
+    SoString text;
+    if (message.type == kLogTextType)
+        text = message.body;
+    else
+        message.logToString(reason != nullptr ? reason : "", text, withBody);
+    if (isDebugging())
+        debugStr(text);
+    if (TevoroTalk const* const instance = context->getMainInstance())
+        publish(*context, *instance, reason, message, text);
+}
+
+void TevoroTalkUtils::logText(SoString const& text)
+{
+    Message message;
+    message.type = kLogTextType;
+    message.body << "QK LOG ------------------\n" << text;
+    message.serialNumber = 0;
+    logMessage("LOG", message, true);
+}
+
+bool TevoroTalkUtils::isLoggingAskedFor()
+{
+    char const* const value = std::getenv("TEVOROTALK_LOG");
+    return value != nullptr && std::strcmp(value, "1") == 0;
+}
+
+} // namespace ScObjects

@@ -1,0 +1,262 @@
+// One question and its answer, without a queue in between; and the cheap tests whether somebody
+// runs. Both go over the process's own stream.
+#include "messaging/Message.h"
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkPing.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "messaging/process/TevoroTalkSetupThread.h"
+#include "messaging/process/TevoroTalkThread.h"
+#include "platform/common/ports/Waiting.h"
+#include "platform/common/services/ProcessControl.h"
+#include "registry/TevoroTalkConnector.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <initializer_list>
+#include <mutex>
+#include <optional>
+#include <system_error>
+
+namespace ScObjects {
+
+namespace {
+
+using Message = TevoroTalk::Message;
+using Specifier = TevoroTalk::Specifier;
+using Words = TevoroTalkThread;
+using SteadyClock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr char const* kAllRunningApps = "allRunningApps";
+constexpr int kMostSenderNames = 10;
+constexpr milliseconds kRetry{10};
+
+// Answers are told apart only by when they come: one question at a time.
+constinit std::mutex gPingLock;
+
+bool isOneOf(SoString const& word, std::initializer_list<char const*> words)
+{
+    return std::any_of(words.begin(), words.end(), [&](char const* w) { return word == w; });
+}
+
+bool takeAnswer(InterAppStream& stream)
+{
+    return stream.messagePending() && stream.receive();
+}
+
+// Answers to questions that were given up.
+void dropLateAnswers(InterAppStream& stream)
+{
+    while (takeAnswer(stream)) { }
+    stream.getMessages();
+}
+
+// Waits for the stream; for a moment where there is no descriptor left to wait with.
+class AnswerWait {
+public:
+    explicit AnswerWait(InterAppStream const& stream)
+    {
+        try {
+            m_ports.emplace();
+            m_ports->add(stream.waitDescriptor());
+        } catch (std::system_error const&) {
+            m_ports.reset();
+        }
+    }
+
+    void wait(milliseconds limit) const
+    {
+        if (m_ports)
+            m_ports->wait(limit);
+        else
+            TevoroTalkUtils::sleep(static_cast<unsigned int>(std::min(limit, kRetry).count()));
+    }
+
+private:
+    std::optional<Pt::DescriptorSet> m_ports;
+};
+
+bool waitForAnswer(InterAppStream& stream, SteadyClock::time_point deadline)
+{
+    AnswerWait const arrival(stream);
+    for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
+        arrival.wait(std::chrono::ceil<milliseconds>(deadline - now));
+        if (takeAnswer(stream))
+            return true;
+    }
+    return takeAnswer(stream);
+}
+
+SoString answerOf(SoString const& text)
+{
+    Message message;
+    message.readFromString(text, text.get() + text.length());
+    SoString const answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
+    return answer == Words::QK_SEEBODY ? message.body : answer;
+}
+
+SoString pingMsg(Message const& message, InterAppStream& stream)
+{
+    if (message.sender == message.target)
+        return Words::QK_UNDEFINED;
+    SoString text;
+    if (!message.writeToString(text))
+        return Words::QK_MSGTOSTRINGERROR;
+    if (stream.canOpen(message.target, stream.usesNX2Name())) {
+        Specifier owner(message.target, true);
+        owner.setSuffix("");
+        return owner.isInstalled() ? Words::QK_ISNOTRUNNING : Words::QK_ISNOTINSTALLED;
+    }
+    std::lock_guard const lock(gPingLock);
+    dropLateAnswers(stream);
+    auto const deadline = SteadyClock::now() + std::chrono::seconds(message.timeout);
+    bool sent = stream.send(message.target, text);
+    if (message.timeout <= 0)
+        return sent ? Words::QK_NOERROR : Words::QK_UNDEFINED;
+    while (!sent && SteadyClock::now() < deadline) {
+        TevoroTalkUtils::sleep(static_cast<unsigned int>(kRetry.count()));
+        sent = stream.send(message.target, text);
+    }
+    if (!sent)
+        return Words::QK_UNDEFINED;
+    if (!waitForAnswer(stream, deadline) || stream.isEmpty())
+        return TevoroTalkData::QK_TIMEOUT;
+    return answerOf(stream.getMessages());
+}
+
+SoString withSuffix(SoString const& name, SoString const& suffix)
+{
+    SoString result(name);
+    result << "#" << suffix;
+    return result;
+}
+
+// A sender's name that nobody holds, so that no real port gets an answer.
+SoString unusedSender(InterAppStream const& stream, SoString const& self, char const* type)
+{
+    SoString sender = withSuffix(self, type);
+    for (int i = 0; i < kMostSenderNames && !stream.canOpen(sender, false); ++i) {
+        SoString numbered(self);
+        numbered << "_" << static_cast<std::uint32_t>(std::rand());
+        sender = withSuffix(numbered, type);
+    }
+    return sender;
+}
+
+// Whether a port has an owner who takes a message.
+bool testTarget(SoString const& self, SoString const& port, char const* type, std::uint32_t serial)
+{
+    if (self == port)
+        return true;
+    InterAppStream const* const stream = InterAppStream::get();
+    if (stream == nullptr || stream->canOpen(port, false))
+        return false;
+    Message message;
+    message.sender = unusedSender(*stream, self, type);
+    message.target = port;
+    message.type = type;
+    message.serialNumber = serial;
+    SoString text;
+    return stream->isGood() && message.writeToString(text) && stream->send(port, text);
+}
+
+bool launchedProcessRuns(SoString const& specifier)
+{
+    TevoroTalkContext const* const context =
+        TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalk::getSharedContext();
+    TevoroTalkConnector* const connector = context != nullptr ? context->getConnector() : nullptr;
+    return connector != nullptr && Pt::isProcessRunning(connector->getProcessID(specifier));
+}
+
+} // namespace
+
+SoString TevoroTalkUtils::ping(SoString const& target,
+    bool isRequest,
+    SoString const& command,
+    std::uint32_t serial,
+    std::int32_t timeout,
+    SoString const* body,
+    int* answered)
+{
+    if (answered != nullptr)
+        *answered = 0;
+    SoString result;
+    InterAppStream* const stream = InterAppStream::get();
+    if (stream == nullptr || !stream->isGood())
+        return result;
+    Message message;
+    message.sender = stream->getSpecifier();
+    message.type = Words::QK_PINGTYPE;
+    message.serialNumber = serial;
+    message.timeout = timeout;
+    message.setHeader(isRequest ? Words::QK_ECHO_REQUEST : Words::QK_ECHO_RESPONSE,
+        command.isEmpty() ? Words::QK_ECHO_REQUEST : command.get());
+    if (body != nullptr)
+        message.body = *body;
+    bool const asksAll = target == kAllRunningApps;
+    int const count = asksAll ? TevoroTalk::getNumberOfRegisteredApplications() : 1;
+    for (int i = 0; i < count; ++i) {
+        message.target =
+            Words::createThreadSpecifier(asksAll ? TevoroTalk::getApplicationSpecifier(i) : target);
+        result =
+            message.target.isEmpty() ? SoString(Words::QK_INVALIDSPEC) : pingMsg(message, *stream);
+        if (answered != nullptr
+            && !isOneOf(result,
+                {Words::QK_UNDEFINED,
+                    Words::QK_ISNOTINSTALLED,
+                    Words::QK_ISNOTRUNNING,
+                    Words::QK_MSGTOSTRINGERROR}))
+            ++*answered;
+    }
+    return result;
+}
+
+bool TevoroTalk::Specifier::isRunning() const
+{
+    if (isEmpty())
+        return false;
+    SoString self;
+    std::uint32_t serial = 0;
+    if (!TevoroTalkSetupThread::isSetupThreadRunning()) {
+        if (TevoroTalkContext* const context = getSharedContext()) {
+            self = context->getAppSpecifier();
+            serial = context->getNextSerialNumber();
+        } else {
+            self << "Unknown" << TevoroTalkUtils::getUTCTimeMilliSeconds();
+        }
+    }
+    if (self == *this)
+        return true;
+    if (suffix().isEmpty()
+        && (launchedProcessRuns(*this)
+            || testTarget(self, Words::createThreadSpecifier(*this), Words::QK_PINGTYPE, serial)))
+        return true;
+    return testTarget(self, *this, TevoroTalkData::kQuillscriber, serial);
+}
+
+bool TevoroTalk::Specifier::isBusy() const
+{
+    constexpr std::int32_t kSeconds = 1;
+    InterAppStream const* const stream = InterAppStream::get();
+    if (isEmpty() || stream == nullptr || !stream->isGood())
+        return false;
+    return TevoroTalkUtils::ping(*this,
+               true,
+               Words::QK_STATUS,
+               static_cast<std::uint32_t>(std::rand()),
+               kSeconds,
+               nullptr,
+               nullptr)
+        == Words::QK_BUSY;
+}
+
+SoString TevoroTalk::Specifier::status() const
+{
+    constexpr std::int32_t kSeconds = 2;
+    return Thread::ping(get(), "STATUS", kSeconds, nullptr);
+}
+
+} // namespace ScObjects

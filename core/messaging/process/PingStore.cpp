@@ -1,0 +1,170 @@
+// The ping store: keys, values and handlers, and what they say of the application's pump.
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/process/TevoroTalkThread.h"
+#include "messaging/process/ThreadMsgHandlers.h"
+
+#include <utility>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+
+TevoroTalkThread::PingData::~PingData()
+{
+    delete handler;
+}
+
+void TevoroTalkThread::fillStore()
+{
+    setKeyValuePair(QK_ECHO_REQUEST, QK_ECHO_RESPONSE);
+    setKeyValuePair(QK_STATUS, QK_IDLE);
+    m_lastPump = 0; // the state that it starts in was no pump
+    setHandler(QK_MAIN, new ThreadMainMsgHandler(m_context, this));
+    setHandler(QK_LAUNCHED, new ThreadLaunchedMsgHandler(m_context));
+    setHandler(QK_DIAGNOSTICS, new ThreadDiagnosticsMsgHandler(m_context));
+    setHandler(QK_INFO, new ThreadInfoMsgHandler(m_context));
+}
+
+void TevoroTalkThread::removeExpiredPingData()
+{
+    ObjectLock const lock(*this);
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    for (long i = m_pingData.length() - 1; i >= 0; --i) {
+        if (m_pingData[i]->expires == 0 || now < m_pingData[i]->expires)
+            continue;
+        std::unique_ptr<PingData> const expired(m_pingData.removeAt(i));
+        expired->handler = nullptr; // its maker's again
+    }
+}
+
+TevoroTalkThread::PingData* TevoroTalkThread::find(std::string_view key) const
+{
+    for (long i = 0; i < m_pingData.length(); ++i)
+        if (m_pingData[i]->key.view() == key)
+            return m_pingData[i];
+    return nullptr;
+}
+
+long TevoroTalkThread::locateKey(SoString const& key) const
+{
+    ObjectLock const lock(*this);
+    for (long i = 0; i < m_pingData.length(); ++i)
+        if (m_pingData[i]->key == key)
+            return i;
+    return -1;
+}
+
+TevoroTalk::MsgHandler* TevoroTalkThread::findHandler(SoString const& key) const
+{
+    ObjectLock const lock(*this);
+    PingData const* const entry = find(key.view());
+    return entry != nullptr ? entry->handler : nullptr;
+}
+
+// Ten times its usual pace without a pump.
+bool TevoroTalkThread::hasStalled() const
+{
+    if (m_lastPump <= 0 || m_avgPumpInterval <= 0)
+        return false;
+    double const passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
+    return passed > 10.0 * m_avgPumpInterval;
+}
+
+SoString TevoroTalkThread::getValueForKey(SoString const& key) const
+{
+    ObjectLock const lock(*this);
+    PingData const* const entry = find(key.view());
+    if (entry == nullptr)
+        return {};
+    if (key == QK_STATUS && entry->value == QK_IDLE && hasStalled())
+        return QK_BUSY;
+    return entry->value;
+}
+
+void TevoroTalkThread::notePump(std::string_view value)
+{
+    double const now = TevoroTalkUtils::getUTCTimeMilliSeconds();
+    if (value == QK_PUMPING) {
+        double const delta = now - m_lastPump;
+        if (m_lastPump > 0 && delta > 10.0) {
+            if (m_avgPumpInterval == 0)
+                m_avgPumpInterval = delta;
+            else if (10.0 * m_avgPumpInterval > delta) // else a stall, no pace
+                m_avgPumpInterval = (m_avgPumpInterval + delta) / 2;
+        }
+        m_lastPump = now;
+    } else if (value == QK_IDLE) {
+        m_lastPump = now;
+    }
+}
+
+bool TevoroTalkThread::setKeyValuePair(SoString const& key, SoString const& value)
+{
+    if (key.isEmpty())
+        return false;
+    ObjectLock const lock(*this);
+    if (key == QK_STATUS)
+        notePump(value.view());
+    long const index = locateKey(key);
+    if (index >= 0 && value.isEmpty()) {
+        delete m_pingData.removeAt(index);
+    } else if (index >= 0) {
+        m_pingData[index]->value = value;
+    } else if (!value.isEmpty()) {
+        auto* const entry = new PingData;
+        entry->key = key;
+        entry->value = value;
+        m_pingData.append(entry);
+    }
+    return true;
+}
+
+void TevoroTalkThread::setStatus(char const* value)
+{
+    ObjectLock const lock(*this);
+    PingData* const status = find(QK_STATUS);
+    if (status == nullptr) {
+        setKeyValuePair(QK_STATUS, value);
+        return;
+    }
+    notePump(value);
+    status->value = value;
+}
+
+bool TevoroTalkThread::setHandler(SoString const& key, TevoroTalk::MsgHandler* handler)
+{
+    ObjectLock const lock(*this);
+    if (locateKey(key) < 0)
+        setKeyValuePair(key, key);
+    PingData* const entry = find(key.view());
+    if (entry == nullptr)
+        return false;
+    if (entry->handler != handler)
+        delete std::exchange(entry->handler, handler);
+    return true;
+}
+
+bool TevoroTalkThread::setTimeout(SoString const& key, std::int32_t seconds)
+{
+    ObjectLock const lock(*this);
+    PingData* const entry = find(key.view());
+    if (entry == nullptr)
+        return false;
+    entry->expires = seconds != 0 ? TevoroTalkUtils::getTimeSeconds() + seconds : 0;
+    return true;
+}
+
+bool TevoroTalkThread::isIdle() const
+{
+    ObjectLock const lock(*this);
+    PingData const* const entry = find(QK_STATUS);
+    return entry != nullptr && entry->value == QK_IDLE && !hasStalled();
+}
+
+bool isPingReadOnly(SoString const& key)
+{
+    return key != TevoroTalkThread::QK_FWDMESSAGES && key != TevoroTalkThread::QK_FWDLOGS
+        && key != TevoroTalkThread::QK_FWDERRORS;
+}
+
+} // namespace ScObjects

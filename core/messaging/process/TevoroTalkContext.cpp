@@ -1,0 +1,240 @@
+#include "messaging/TevoroTalkContext.h"
+
+#include "messaging/BusWords.h"
+#include "messaging/Message.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/process/TevoroTalkSetupThread.h"
+#include "messaging/process/TevoroTalkThread.h"
+#include "platform/common/services/ProgramEnvironment.h"
+#include "registry/TevoroTalkConnector.h"
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+
+namespace ScObjects {
+
+namespace {
+
+constinit std::atomic<TevoroTalkContext*> gCurrentContext{nullptr};
+constinit std::atomic<std::uint32_t> gLastSerialNumber{1};
+constinit std::atomic<TevoroTalkContext*> gDeleteContextWithLastInstance{nullptr};
+constinit std::atomic<bool> firstCall{true};
+
+SoString withoutSuffix(SoString const& name)
+{
+    TevoroTalk::Specifier specifier(name, false);
+    specifier.setSuffix("");
+    return specifier;
+}
+
+} // namespace
+
+TevoroTalkContext* TevoroTalkData::contextOfFirstInstance()
+{
+    return gDeleteContextWithLastInstance;
+}
+
+void TevoroTalkData::setContextOfFirstInstance(TevoroTalkContext* context)
+{
+    gDeleteContextWithLastInstance = context;
+}
+
+TevoroTalkContext::PausedThread::PausedThread(TevoroTalkContext const* context)
+{
+    if (context != nullptr && context->m_thread != nullptr)
+        m_lock.emplace(*context->m_thread);
+}
+
+TevoroTalkContext::TevoroTalkContext(TevoroTalk::Specifier const& specifier)
+    : m_nextSerialNumber(gLastSerialNumber)
+    , m_logging(TevoroTalkUtils::isLoggingAskedFor())
+{
+    // Without a lock: nobody else knows the context before its thread starts, and the thread's own
+    // lock is taken before the context's.
+    m_thread = new TevoroTalkThread(this, specifier);
+    m_thread->start();
+}
+
+TevoroTalkContext::~TevoroTalkContext()
+{
+    if (m_thread->stop())
+        delete std::exchange(m_thread, nullptr);
+    TevoroTalkContext* self = this;
+    gCurrentContext.compare_exchange_strong(self, nullptr);
+    self = this;
+    gDeleteContextWithLastInstance.compare_exchange_strong(self, nullptr);
+    TevoroTalkSetupThread::forgetContext(this);
+    while (TevoroTalk* const instance = getNthInstance(0)) {
+        // Its own destructor finds no current context any more.
+        removeInstance(instance);
+        delete instance;
+    }
+}
+
+TevoroTalkContext* TevoroTalkContext::getCurrentContext()
+{
+    if (gCurrentContext == nullptr || firstCall.exchange(false))
+        TevoroTalkSetupThread::syncWithSetupThread();
+    return gCurrentContext;
+}
+
+void TevoroTalkContext::setCurrentContext(TevoroTalkContext* context)
+{
+    TevoroTalkContext* const former = gCurrentContext;
+    if (context == former)
+        return;
+    if (former != nullptr && context != nullptr)
+        context->succeed(former);
+    else
+        delete former;
+    gCurrentContext = context;
+    if (context == nullptr)
+        firstCall = true;
+}
+
+// Counts on behind the former one. Its instances are here only as long as they are anywhere: they
+// go with it, before the thread of this one sees them.
+void TevoroTalkContext::succeed(TevoroTalkContext* former)
+{
+    PausedThread const pause(this);
+    TevoroTalk* const ownMain = getMainInstance();
+    SoVector<TevoroTalk> passing;
+    {
+        PausedThread const formerPause(former);
+        ObjectLock const lock(*this);
+        for (long i = 0; i < former->getNumberOfInstances(); ++i)
+            passing.append(former->getNthInstance(i));
+        appendContext(*former);
+        gLastSerialNumber = m_nextSerialNumber;
+    }
+    delete former;
+    while (TevoroTalk const* const gone = passing.removeAt(0))
+        removeInstance(gone);
+    setMainInstance(ownMain);
+}
+
+std::uint32_t TevoroTalkContext::getNextSerialNumber()
+{
+    ObjectLock const lock(*this);
+    // 0 means not yet numbered, and the highest number means none.
+    if (m_nextSerialNumber == 0 || m_nextSerialNumber == QK_INVALID_MESSAGE_NUMBER)
+        m_nextSerialNumber = 1;
+    gLastSerialNumber = m_nextSerialNumber;
+    return m_nextSerialNumber++;
+}
+
+std::uint32_t TevoroTalk::Message::getNextSerialNumber(TevoroTalkContext* context)
+{
+    if (context == nullptr)
+        context = TevoroTalkContext::getCurrentContext();
+    return context != nullptr ? context->getNextSerialNumber() : 0;
+}
+
+std::uint32_t TevoroTalkContext::nextSerialNumber() const
+{
+    ObjectLock const lock(*this);
+    return m_nextSerialNumber;
+}
+
+TevoroTalk* TevoroTalkContext::getMainInstance() const
+{
+    return m_mainInstance;
+}
+
+void TevoroTalkContext::setMainInstance(TevoroTalk* instance)
+{
+    ObjectLock const lock(*this);
+    m_mainInstance = instance;
+}
+
+long TevoroTalkContext::getNumberOfInstances() const
+{
+    ObjectLock const lock(*this);
+    return m_instances.length();
+}
+
+TevoroTalk* TevoroTalkContext::getNthInstance(long n) const
+{
+    ObjectLock const lock(*this);
+    return n < m_instances.length() ? m_instances[n] : nullptr;
+}
+
+TevoroTalk* TevoroTalkContext::findInstance(TevoroTalk* instance) const
+{
+    ObjectLock const lock(*this);
+    for (long i = 0; i < m_instances.length(); ++i)
+        if (m_instances[i] == instance)
+            return instance;
+    return nullptr;
+}
+
+TevoroTalk* TevoroTalkContext::findInstance(SoString const& name) const
+{
+    ObjectLock const lock(*this);
+    for (long i = 0; i < m_instances.length(); ++i)
+        if (m_instances[i]->isCalled(name))
+            return m_instances[i];
+    return nullptr;
+}
+
+void TevoroTalkContext::appendInstance(TevoroTalk* instance)
+{
+    ObjectLock const lock(*this);
+    m_instances.append(instance);
+}
+
+void TevoroTalkContext::removeInstance(TevoroTalk const* instance)
+{
+    ObjectLock const lock(*this);
+    m_instances.remove(instance);
+}
+
+void TevoroTalkContext::appendContext(TevoroTalkContext const& other)
+{
+    ObjectLock const lock(*this);
+    m_nextSerialNumber = std::max(m_nextSerialNumber, other.nextSerialNumber());
+    for (long i = 0; i < other.getNumberOfInstances(); ++i)
+        if (TevoroTalk* const instance = other.getNthInstance(i); findInstance(instance) == nullptr)
+            m_instances.append(instance);
+    m_mainInstance = other.getMainInstance();
+}
+
+TevoroTalkThread* TevoroTalkContext::getThread() const
+{
+    return m_thread;
+}
+
+TevoroTalkConnector* TevoroTalkContext::getConnector() const
+{
+    ObjectLock const lock(*this);
+    return TevoroTalkConnector::get();
+}
+
+SoString TevoroTalkContext::getAppSpecifier() const
+{
+    if (TevoroTalk const* const instance = getMainInstance())
+        return withoutSuffix(instance->getAppName());
+    // Not completed: completion asks who is running, and that asks for this name again.
+    return m_thread != nullptr ? withoutSuffix(m_thread->getSpecifier()) : SoString();
+}
+
+SoString TevoroTalkContext::getSignature() const
+{
+    ObjectLock const lock(*this);
+    if (m_signature.isEmpty())
+        m_signature = TevoroTalkUtils::getSignature();
+    return m_signature;
+}
+
+bool TevoroTalkContext::isLogging() const
+{
+    return m_logging;
+}
+
+void TevoroTalkContext::setLogging(bool on)
+{
+    m_logging = on;
+}
+
+} // namespace ScObjects

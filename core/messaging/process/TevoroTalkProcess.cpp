@@ -1,0 +1,221 @@
+// The bus as a whole in this process: start and end, the pump, and what is asked of the current
+// context.
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalk.h"
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkPing.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/Thread.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "messaging/process/TevoroTalkSetupThread.h"
+#include "messaging/process/TevoroTalkThread.h"
+#include "messaging/wire/MessageGlobals.h"
+#include "registry/TevoroTalkConnector.h"
+
+#include <atomic>
+#include <cstring>
+
+namespace ScObjects {
+
+namespace {
+
+constexpr std::int64_t kConnectorRefresh = 60; // seconds
+
+constinit std::atomic<std::int64_t> gConnectorLastChecked{0};
+
+TevoroTalkContext* givenOrCurrent(TevoroTalkContext* context)
+{
+    return context != nullptr ? context : TevoroTalkContext::getCurrentContext();
+}
+
+void refreshConnector(TevoroTalkContext const& context)
+{
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    if (now < gConnectorLastChecked + kConnectorRefresh)
+        return;
+    if (TevoroTalkConnector* const connector = context.getConnector())
+        connector->updateCache(false);
+    gConnectorLastChecked = now;
+}
+
+} // namespace
+
+bool TevoroTalk::InitTerm::init(SoString const& appName, bool synchronous)
+{
+    TevoroTalkUtils::init();
+    InterAppStream::InitTerm::init(appName);
+    TevoroTalkConnector::InitTerm::init(appName);
+    TevoroTalkData::MessageGlobals::init();
+    ScObjects::Thread::InitTerm::init();
+    if (TevoroTalkContext::getCurrentContext() != nullptr)
+        return false;
+    TevoroTalkSetupThread::startOver(); // after one that failed
+    return synchronous ? TevoroTalkSetupThread::runSetup(appName)
+                       : TevoroTalkSetupThread::startSetupThread(appName);
+}
+
+bool TevoroTalk::InitTerm::exit()
+{
+    if (TevoroTalkContext::getCurrentContext() == nullptr)
+        return false;
+    TevoroTalkContext::setCurrentContext(nullptr);
+    gConnectorLastChecked = 0;
+    ScObjects::Thread::InitTerm::exit();
+    TevoroTalkData::MessageGlobals::exit();
+    TevoroTalkConnector::InitTerm::exit();
+    InterAppStream::InitTerm::exit();
+    TevoroTalkUtils::exit();
+    return true;
+}
+
+TevoroTalkContext* TevoroTalk::getSharedContext()
+{
+    return TevoroTalkContext::getCurrentContext();
+}
+
+void TevoroTalk::setSharedContext(TevoroTalkContext* context)
+{
+    TevoroTalkContext::setCurrentContext(context);
+}
+
+TevoroTalk* TevoroTalk::get(TevoroTalkContext* context)
+{
+    TevoroTalkContext const* const meant = givenOrCurrent(context);
+    return meant != nullptr ? meant->getMainInstance() : nullptr;
+}
+
+void TevoroTalk::set(TevoroTalk* instance, TevoroTalkContext* context)
+{
+    if (TevoroTalkContext* const meant = givenOrCurrent(context))
+        meant->setMainInstance(instance);
+}
+
+TevoroTalk* TevoroTalk::get(char const* name, TevoroTalkContext* context)
+{
+    TevoroTalkContext const* const meant = givenOrCurrent(context);
+    return meant != nullptr ? meant->findInstance(SoString(name)) : nullptr;
+}
+
+bool TevoroTalk::targetIsRunning(char const* specifier)
+{
+    return Specifier(specifier, true).isRunning();
+}
+
+bool TevoroTalk::bringToFront(char const* specifier, TevoroTalkContext* context)
+{
+    TevoroTalkContext* const meant = givenOrCurrent(context);
+    TevoroTalkConnector const* const connector = meant != nullptr ? meant->getConnector() : nullptr;
+    return connector != nullptr && connector->bringToFront(specifier, meant);
+}
+
+bool TevoroTalk::launchTarget(char const*, char const*, Focus, TevoroTalkContext*)
+{
+    // Nothing is known of where applications lie.
+    return false;
+}
+
+bool TevoroTalkUtils::getLaunchParameters(SoString const& specifier, SoString& parameters)
+{
+    // Nobody launches, so none wait.
+    parameters.shrink(0);
+    return !TevoroTalk::Specifier(specifier, false).isEmpty();
+}
+
+SoString TevoroTalk::getSharedAppName()
+{
+    TevoroTalkContext const* const context = TevoroTalkContext::getCurrentContext();
+    return context != nullptr ? context->getAppSpecifier() : SoString();
+}
+
+int TevoroTalk::getNumberOfRegisteredApplications()
+{
+    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    return connector != nullptr ? connector->getNumberOfRegisteredApplications() : 0;
+}
+
+SoString TevoroTalk::getApplicationSpecifier(int index)
+{
+    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    return connector != nullptr ? connector->getApplicationSpecifier(index) : SoString();
+}
+
+SoString TevoroTalk::getDisplayName(
+    SoString const& app, SoString const& version, SoString const& locale)
+{
+    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    return connector != nullptr ? connector->getDisplayName(app, version, locale) : SoString();
+}
+
+SoString TevoroTalk::getLaunchOptions()
+{
+    TevoroTalkContext const* const context = TevoroTalkContext::getCurrentContext();
+    if (context == nullptr || context->getThread() == nullptr)
+        return {};
+    TevoroTalkSetupThread::syncWithSetupThread();
+    return context->getThread()->getValueForKey("LAUNCHPARAMS");
+}
+
+bool TevoroTalk::suppressStartupScreen()
+{
+    return std::strstr(getLaunchOptions(), "-nostartupscreen") != nullptr;
+}
+
+bool TevoroTalk::pump(EnabledOperations operations, TevoroTalkContext* context)
+{
+    // The one way that never waits for the set-up.
+    if (context == nullptr && TevoroTalkSetupThread::isSetupThreadRunning())
+        return false;
+    context = givenOrCurrent(context);
+    if (context == nullptr)
+        return false;
+    refreshConnector(*context);
+    if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
+        thread->setStatus(TevoroTalkThread::QK_PUMPING);
+    bool dispatched = false;
+    for (long i = 0; i < context->getNumberOfInstances(); ++i) {
+        TevoroTalk* const instance = context->getNthInstance(i);
+        if ((operations & kIncoming) != 0 && instance != nullptr && instance->dispatchIncoming())
+            dispatched = true;
+        while ((operations & kOutgoing) != 0 && instance != nullptr
+            && instance->processOutgoingMessage())
+            dispatched = true;
+    }
+    if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
+        thread->setStatus(TevoroTalkThread::QK_IDLE);
+    return dispatched;
+}
+
+bool TevoroTalk::Thread::setPingValue(SoString const& key, SoString const& value)
+{
+    TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
+    return thread != nullptr && thread->setKeyValuePair(key, value);
+}
+
+SoString TevoroTalk::Thread::getPingValue(SoString const& key)
+{
+    TevoroTalkThread const* const thread = TevoroTalkThread::getMainThread();
+    return thread != nullptr ? thread->getValueForKey(key) : SoString();
+}
+
+bool TevoroTalk::Thread::setPingHandler(SoString const& key, MsgHandler* handler)
+{
+    TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
+    return thread != nullptr && thread->setHandler(key, handler);
+}
+
+TevoroTalk::MsgHandler* TevoroTalk::Thread::getPingHandler(SoString const& key)
+{
+    TevoroTalkThread const* const thread = TevoroTalkThread::getMainThread();
+    return thread != nullptr ? thread->findHandler(key) : nullptr;
+}
+
+SoString TevoroTalk::Thread::ping(
+    char const* target, char const* command, std::int32_t timeout, SoString const* body)
+{
+    TevoroTalkThread const* const thread = TevoroTalkThread::getMainThread();
+    if (thread == nullptr)
+        return {};
+    return thread->ping(Specifier(target, true), command, timeout, body);
+}
+
+} // namespace ScObjects

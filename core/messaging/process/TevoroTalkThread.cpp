@@ -1,0 +1,295 @@
+#include "messaging/process/TevoroTalkThread.h"
+
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/PrivateData.h"
+#include "messaging/process/TevoroTalkSetupThread.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+
+namespace {
+
+constexpr unsigned int kTick = 100; // milliseconds
+constexpr unsigned int kSetupTick = 10;
+
+// The handler of the store that is called in every round without work.
+constexpr char const* kIdleKey = "Idle";
+
+} // namespace
+
+char const* const TevoroTalkThread::QK_FWDMESSAGES = "FWDMESSAGES";
+char const* const TevoroTalkThread::QK_FWDLOGS = "FWDLOGS";
+char const* const TevoroTalkThread::QK_FWDERRORS = "FWDERRORS";
+char const* const TevoroTalkThread::QK_INFO = "INFO";
+char const* const TevoroTalkThread::QK_SEEBODY = "SEE BODY";
+char const* const TevoroTalkThread::QK_DIAGNOSTICS = "DIAGNOSTICS";
+char const* const TevoroTalkThread::QK_ISNOTINSTALLED = "ISNOTINSTALLED";
+char const* const TevoroTalkThread::QK_LAUNCHED = "LAUNCHED";
+char const* const TevoroTalkThread::QK_UNDEFINED = "UNDEFINED";
+char const* const TevoroTalkThread::QK_ISNOTRUNNING = "ISNOTRUNNING";
+char const* const TevoroTalkThread::QK_NOERROR = "NOERROR";
+char const* const TevoroTalkThread::QK_INVALIDSPEC = "INVALIDSPEC";
+char const* const TevoroTalkThread::QK_MSGTOSTRINGERROR = "MSGTOSTRINGERROR";
+char const* const TevoroTalkThread::QK_NOINTERAPPSTREAM = "NOINTERAPPSTREAM";
+char const* const TevoroTalkThread::QK_PINGTYPE = "ping";
+char const* const TevoroTalkThread::QK_PUMPING = "PUMPING";
+char const* const TevoroTalkThread::QK_IDLE = "IDLE";
+char const* const TevoroTalkThread::QK_BUSY = "BUSY";
+char const* const TevoroTalkThread::QK_STATUS = "STATUS";
+char const* const TevoroTalkThread::QK_ECHO_RESPONSE = "ECHO_RESPONSE";
+char const* const TevoroTalkThread::QK_ECHO_REQUEST = "ECHO_REQUEST";
+char const* const TevoroTalkThread::QK_NOP = "NOP";
+char const* const TevoroTalkThread::QK_MAIN = "MAIN";
+
+struct TevoroTalkThread::Waits {
+    Pt::WaitableFlag wake; // raised once, to stop
+    Pt::DescriptorSet ports;
+};
+
+TevoroTalkThread::TevoroTalkThread(TevoroTalkContext* context, SoString const& specifier)
+    : m_threadSpecifier(createThreadSpecifier(specifier))
+    , m_context(context)
+{
+    try {
+        m_waits = std::make_unique<Waits>();
+        m_waits->ports.add(m_waits->wake.descriptor());
+    } catch (std::system_error const&) {
+        // No descriptors left: the loop sleeps instead, and looks every 100 milliseconds.
+        m_waits.reset();
+    }
+    fillStore();
+}
+
+TevoroTalkThread::~TevoroTalkThread()
+{
+    delete m_stream;
+    for (long i = m_pingData.length() - 1; i >= 0; --i)
+        delete m_pingData.removeAt(i);
+}
+
+SoString TevoroTalkThread::createThreadSpecifier(SoString const& specifier)
+{
+    TevoroTalk::Specifier name(specifier, false);
+    if (name.isEmpty())
+        return {};
+    name.setSuffix("thread");
+    return name;
+}
+
+TevoroTalkThread* TevoroTalkThread::getMainThread()
+{
+    TevoroTalkContext const* const context = TevoroTalkContext::getCurrentContext();
+    return context != nullptr ? context->getThread() : nullptr;
+}
+
+void TevoroTalkThread::openStream(SoString const& name)
+{
+    ObjectLock const lock(*this);
+    delete std::exchange(m_stream, nullptr);
+    m_stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
+    if (m_stream == nullptr)
+        return;
+    m_threadSpecifier = m_stream->getSpecifier();
+    if (m_waits != nullptr)
+        m_waits->ports.add(m_stream->waitDescriptor());
+}
+
+bool TevoroTalkThread::setContext(TevoroTalkContext* context)
+{
+    ObjectLock const lock(*this);
+    if (context == nullptr || context->getMainInstance() == nullptr) {
+        m_context = nullptr;
+        return true;
+    }
+    SoString const name = createThreadSpecifier(context->getAppSpecifier());
+    if (m_stream == nullptr || name != m_stream->getSpecifier())
+        openStream(name);
+    m_context = context;
+    return true;
+}
+
+SoString TevoroTalkThread::getSpecifier() const
+{
+    ObjectLock const lock(*this);
+    return m_stream != nullptr && m_stream->isGood() ? m_stream->getSpecifier() : SoString();
+}
+
+bool TevoroTalkThread::stop()
+{
+    m_stopRequested = true;
+    if (m_waits != nullptr)
+        m_waits->wake.raise();
+    Thread::stop();
+    return waitForRunExit();
+}
+
+void TevoroTalkThread::run()
+{
+    if (m_stream == nullptr)
+        openStream(m_threadSpecifier);
+    if (m_stream == nullptr)
+        return;
+    while (TevoroTalkSetupThread::isSetupThreadRunning() && !m_stopRequested)
+        Thread::wait(kSetupTick);
+    while (!m_stopRequested) {
+        {
+            ObjectLock const lock(*this);
+            runLocked();
+            watchInstances();
+        }
+        if (!m_stopRequested)
+            wait(kTick);
+    }
+}
+
+void TevoroTalkThread::wait(unsigned int milliseconds)
+{
+    if (m_waits == nullptr)
+        Thread::wait(milliseconds);
+    else if (!hasUnreadTexts())
+        m_waits->ports.wait(std::chrono::milliseconds(milliseconds));
+}
+
+void TevoroTalkThread::runLocked()
+{
+    readPings();
+    serveInstances();
+    removeExpiredPingData();
+    if (isIdle())
+        beIdle();
+}
+
+void TevoroTalkThread::readPings()
+{
+    if (m_stream == nullptr || !m_stream->messagePending() || !m_stream->receive()
+        || m_stream->isEmpty())
+        return;
+    SoString const text = m_stream->getMessages();
+    char const* const end = text.get() + text.length();
+    for (char const* at = text.get(); at != end;) {
+        TevoroTalk::Message message;
+        char const* const next = message.readFromString(at, end);
+        if (next == at)
+            return;
+        at = next;
+        message.timestamp = TevoroTalkUtils::getTimeSeconds();
+        answerPing(message);
+    }
+}
+
+void TevoroTalkThread::answerPing(TevoroTalk::Message& message)
+{
+    // Two threads that answer each other's answers would do so for ever.
+    if (TevoroTalk::Specifier(message.sender, false).suffix() == "thread")
+        return;
+    TevoroTalk::MsgHandler* const handler = findHandler(QK_MAIN);
+    SoString reply;
+    if (handler != nullptr
+        && callHandler(*handler, TevoroTalk::MsgHandler::kRequest, message, &reply) == 0
+        && !reply.isEmpty())
+        sendResponse(message, reply);
+}
+
+void TevoroTalkThread::serveInstances()
+{
+    if (m_context == nullptr)
+        return;
+    for (long i = 0; i < m_context->getNumberOfInstances(); ++i) {
+        TevoroTalk* const instance = m_context->getNthInstance(i);
+        if (instance == nullptr)
+            return;
+        instance->processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, false);
+        instance->processOutgoingMessage();
+    }
+}
+
+void TevoroTalkThread::beIdle()
+{
+    TevoroTalk::MsgHandler* const handler = findHandler(kIdleKey);
+    if (handler == nullptr)
+        return;
+    TevoroTalk::Message message;
+    message.type = kIdleType;
+    callHandler(*handler, TevoroTalk::MsgHandler::kIdle, message, nullptr);
+}
+
+SoString TevoroTalkThread::ping(SoString const& target,
+    SoString const& command,
+    std::int32_t timeout,
+    SoString const* body) const
+{
+    InterAppStream const* const stream = InterAppStream::get();
+    if (stream == nullptr || !stream->isGood())
+        return QK_NOINTERAPPSTREAM;
+    return TevoroTalkUtils::ping(
+        target, true, command, static_cast<std::uint32_t>(std::rand()), timeout, body, nullptr);
+}
+
+bool TevoroTalkThread::sendResponse(TevoroTalk::Message const& incoming, SoString const& reply)
+{
+    TevoroTalk::Message message;
+    message.target = incoming.sender;
+    message.sender = getSpecifier();
+    message.type = QK_PINGTYPE;
+    message.body = incoming.body;
+    // Question and answer stand in the same header.
+    message.setHeader(QK_ECHO_REQUEST, reply);
+    message.serialNumber = TevoroTalk::Message::getNextSerialNumber(m_context);
+    SoString text;
+    return m_stream != nullptr && message.writeToString(text)
+        && m_stream->send(message.target, text);
+}
+
+// Texts that were looked at and not taken in do not make a port readable any more.
+bool TevoroTalkThread::hasUnreadTexts() const
+{
+    ObjectLock const lock(*this);
+    if (m_stream != nullptr && m_stream->hasUnreadTexts())
+        return true;
+    if (m_context == nullptr || isPumpedByApplication())
+        return false;
+    for (long i = 0; i < m_context->getNumberOfInstances(); ++i) {
+        TevoroTalk const* const instance = m_context->getNthInstance(i);
+        if (instance != nullptr && instance->hasUnreadTexts())
+            return true;
+    }
+    return false;
+}
+
+// An application that pumps takes its texts in itself; two that wake up for one text would cost as
+// much again, and wait for each other. In a pump that takes long this thread still takes in one
+// text a round.
+bool TevoroTalkThread::isPumpedByApplication() const
+{
+    PingData const* const status = find(QK_STATUS);
+    if (status != nullptr && status->value == QK_PUMPING)
+        return true;
+    double const passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
+    return m_lastPump > 0 && passed >= 0 && passed < kTick;
+}
+
+void TevoroTalkThread::watchInstances()
+{
+    if (m_waits == nullptr || m_context == nullptr)
+        return;
+    bool const watches = !isPumpedByApplication();
+    for (long i = 0; i < m_context->getNumberOfInstances(); ++i) {
+        TevoroTalk const* const instance = m_context->getNthInstance(i);
+        int const port = instance != nullptr ? instance->portDescriptor() : -1;
+        if (port == -1)
+            continue;
+        if (watches)
+            m_waits->ports.add(port);
+        else
+            m_waits->ports.remove(port);
+    }
+}
+
+} // namespace ScObjects

@@ -1,0 +1,252 @@
+#include "messaging/process/ThreadMsgHandlers.h"
+
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/process/TevoroTalkThread.h"
+#include "messaging/wire/Forwarding.h"
+#include "registry/TevoroTalkConnector.h"
+
+#include <cstring>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+using Message = TevoroTalk::Message;
+using Words = TevoroTalkThread;
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr std::chrono::minutes kSilence{1};
+
+// One line of the tree for a node with children.
+void appendNode(SoString& out, SoString const& path, SoString const& label, SoString const& value)
+{
+    out << path << ";1;" << label << ";" << value << ";\n";
+}
+
+SoString childPath(char const* parent, SoString const& path)
+{
+    SoString result(parent);
+    result << path;
+    return result;
+}
+
+// The queues of all instances under `root`.
+void appendInstances(
+    SoString& out, TevoroTalkContext const& context, char const* root, char const* label)
+{
+    SoString const specifier = context.getAppSpecifier();
+    SoString const base = childPath("/", specifier);
+    SoString const path = childPath(root, base);
+    SoString count;
+    count << context.getNumberOfInstances();
+    appendNode(out, root, label, "");
+    appendNode(out, path, specifier, count);
+    for (long i = 0; i < context.getNumberOfInstances(); ++i)
+        if (TevoroTalk const* const instance = context.getNthInstance(i))
+            instance->appendDiagnostics(out, path);
+}
+
+} // namespace
+
+ThreadMsgHandler::ThreadMsgHandler(TevoroTalkContext* servedContext)
+    : context(servedContext)
+{
+}
+
+long ThreadMsgHandler::handleMessage(int, Message& message, SoString* result)
+{
+    if (result != nullptr)
+        *result = getMsgType();
+    return sendToMainInstance(message);
+}
+
+long ThreadMsgHandler::sendToMainInstance(Message& message) const
+{
+    TevoroTalk const* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    if (instance == nullptr)
+        return 0;
+    message.target = instance->getAppName();
+    message.type = getMsgType();
+    message.timeout = 0;
+    message.serialNumber = message.received;
+    message.received = 0;
+    message.removeHeader(Words::QK_ECHO_REQUEST);
+    message.removeHeader(Words::QK_ECHO_RESPONSE);
+    instance->send(message, true, 0, nullptr);
+    return 0;
+}
+
+ThreadMainMsgHandler::ThreadMainMsgHandler(
+    TevoroTalkContext* servedContext, TevoroTalkThread* owner)
+    : ThreadMsgHandler(servedContext)
+    , pingType(Words::QK_PINGTYPE)
+    , echoRequestHeader(Words::QK_ECHO_REQUEST)
+    , echoResponseHeader(Words::QK_ECHO_RESPONSE)
+    , thread(owner)
+{
+}
+
+long ThreadMainMsgHandler::handleMessage(int, Message& message, SoString* result)
+{
+    if (message.type != pingType)
+        return 0;
+    SoString const request = message.getUserHeaderValue(echoRequestHeader);
+    if (!request.isEmpty())
+        return answerRequest(request, message, result);
+    // An answer that came back on this port.
+    SoString const response = message.getUserHeaderValue(echoResponseHeader);
+    MsgHandler* const handler = response.isEmpty() ? nullptr : thread->findHandler(response);
+    return handler != nullptr && handler != this ? handler->handleMessage(kResult, message, nullptr)
+                                                 : 0;
+}
+
+long ThreadMainMsgHandler::answerRequest(
+    SoString const& request, Message& message, SoString* result)
+{
+    SoString reply;
+    std::size_t const mark = request.view().find('=');
+    if (mark != std::string_view::npos) {
+        reply = writeKey(
+            SoString(request.view().substr(0, mark)), SoString(request.view().substr(mark + 1)));
+    } else {
+        MsgHandler* const handler = thread->findHandler(request);
+        // This handler itself has no answer of its own.
+        if (handler != nullptr && handler != this)
+            return handler->handleMessage(kRequest, message, result);
+        if (handler == nullptr)
+            reply = thread->getValueForKey(request);
+        if (reply.isEmpty())
+            reply = Words::QK_UNDEFINED;
+    }
+    if (!reply.isEmpty() && result != nullptr)
+        *result = reply;
+    return 0;
+}
+
+// Others may only subscribe; whoever tries to write another key gets no answer.
+SoString ThreadMainMsgHandler::writeKey(SoString const& key, SoString const& value)
+{
+    if (isPingReadOnly(key))
+        return {};
+    subscribe(key, value);
+    thread->setKeyValuePair(key, value);
+    return value;
+}
+
+void ThreadMainMsgHandler::subscribe(SoString const& key, SoString const& subscriber) const
+{
+    TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    if (instance == nullptr)
+        return;
+    std::lock_guard const lock(TevoroTalkData::forwardingLock());
+    if (subscriber.isEmpty())
+        delete instance->removeHandler(key, QK_INVALID_MESSAGE_NUMBER);
+    else
+        delete instance->changeHandler(new ThreadForwardMsgHandler(context, key, subscriber));
+}
+
+long ThreadLaunchedMsgHandler::handleMessage(int, Message& message, SoString* result)
+{
+    TevoroTalk::Specifier launched(message.sender, false);
+    launched.setSuffix("");
+    launched.setInstance("");
+    SoString key = "LAUNCHPARAMS:";
+    key << launched;
+    if (context != nullptr && context->getThread() != nullptr)
+        context->getThread()->setKeyValuePair(key, "");
+    if (result != nullptr)
+        *result = Words::QK_LAUNCHED;
+    return 0;
+}
+
+char const* ThreadLaunchedMsgHandler::getMsgType() const
+{
+    return Words::QK_LAUNCHED;
+}
+
+long ThreadDiagnosticsMsgHandler::handleMessage(int, Message& message, SoString* result)
+{
+    if (result == nullptr)
+        return 0;
+    *result = Words::QK_SEEBODY;
+    TevoroTalk::getDiagnostics(message.body, true);
+    return 0;
+}
+
+char const* ThreadDiagnosticsMsgHandler::getMsgType() const
+{
+    return Words::QK_DIAGNOSTICS;
+}
+
+long ThreadInfoMsgHandler::handleMessage(int, Message& message, SoString* result)
+{
+    if (result == nullptr || context == nullptr)
+        return 0;
+    *result = Words::QK_SEEBODY;
+    SoString const specifier = context->getAppSpecifier();
+    SoString const base = childPath("/", specifier);
+    SoString what;
+    what.swap(message.body);
+    if (what.isEmpty() || what == "all")
+        what = "context,thread,messages,connector";
+    auto const isAsked = [&what](char const* word) { return std::strstr(what, word) != nullptr; };
+    SoString& out = message.body;
+    TevoroTalkThread const& thread = *context->getThread();
+    SoString const status = thread.getValueForKey(Words::QK_STATUS);
+    if (isAsked("context")) {
+        appendNode(out, base, specifier, status);
+        context->appendDiagnostics(out, base);
+    }
+    if (isAsked("thread")) {
+        appendNode(out, base, specifier, status);
+        thread.appendDiagnostics(out, base);
+    }
+    if (isAsked("messages"))
+        appendInstances(out, *context, "/messages", "Messages");
+    if (isAsked("log"))
+        appendInstances(out, *context, "/log", "Log");
+    TevoroTalkConnector const* const connector = context->getConnector();
+    if (isAsked("connector") && connector != nullptr)
+        connector->appendDiagnostics(out, "");
+    return 0;
+}
+
+char const* ThreadInfoMsgHandler::getMsgType() const
+{
+    return Words::QK_INFO;
+}
+
+ThreadForwardMsgHandler::ThreadForwardMsgHandler(
+    TevoroTalkContext* servedContext, SoString const& forwardKey, SoString const& subscriber)
+    : ThreadMsgHandler(servedContext)
+    , target(subscriber)
+    , key(forwardKey)
+{
+}
+
+long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
+{
+    TevoroTalk const* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    if (instance == nullptr || target.isEmpty() || SteadyClock::now() < m_silentUntil
+        || !TevoroTalk::Specifier(target, false).isRunning())
+        return 0;
+    message.target = target;
+    message.sender = instance->getAppName();
+    message.type = kDebug;
+    message.timeout = 0;
+    message.setHeader(kCommand, key);
+    if (!instance->send(message, false, 0, nullptr))
+        m_silentUntil = SteadyClock::now() + kSilence;
+    return 0;
+}
+
+char const* ThreadForwardMsgHandler::getMsgType() const
+{
+    return key;
+}
+
+} // namespace ScObjects

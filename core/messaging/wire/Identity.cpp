@@ -1,0 +1,156 @@
+#include "messaging/wire/Identity.h"
+
+#include "messaging/TevoroTalkUtils.h"
+#include "platform/common/files/AtomicFile.h"
+#include "platform/common/files/SmallFile.h"
+#include "platform/common/ports/SecureRandom.h"
+#include "platform/common/ports/Sha1.h"
+#include "platform/common/threads/Lock.h"
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+namespace ScObjects {
+
+namespace TevoroTalkData {
+
+namespace {
+
+constexpr std::size_t kLongestKept = 40;
+constexpr std::size_t kLargestIdentityFile = std::size_t{1024} * 1024;
+constexpr unsigned int kFolderMode = 0771;
+
+// What was read once, kept in place: nothing is left to free when the library is unloaded.
+struct KeptValue {
+    Pt::Lock lock;
+    std::array<char, kLongestKept> bytes TEVORO_GUARDED_BY(lock) = {};
+    std::size_t length TEVORO_GUARDED_BY(lock) = 0;
+};
+
+constinit KeptValue gUserID;
+constinit KeptValue gMD5ID;
+
+// Without leading zeros, so that a byte takes one or two digits: what is stored and compared is the
+// text.
+template <std::size_t count>
+SoString hexadecimalDigits(std::array<unsigned char, count> const& bytes)
+{
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    std::array<char, 2 * count> digits;
+    char* end = digits.data();
+    for (unsigned int const byte : bytes) {
+        if (byte >= 0x10)
+            *end++ = kDigits[byte >> 4];
+        *end++ = kDigits[byte & 0xF];
+    }
+    return SoString(digits.data(), static_cast<long>(end - digits.data()));
+}
+
+// Empty for what is there and cannot be read.
+SoString readIdentity(std::string const& path)
+{
+    return SoString(std::string_view(Pt::readFile(path, kLargestIdentityFile).bytes));
+}
+
+SoString makeIdentity(std::string const& folder, std::string const& path)
+{
+    SoString value = createRandomValue();
+    // Whether this went well shows in the next step.
+    Pt::makeFolder(folder, kFolderMode);
+    bool const wasLate = Pt::placeNewFile(path, value.view()) == std::errc::file_exists;
+    // What cannot be written holds for this process.
+    return wasLate && Pt::pathExists(path) ? readIdentity(path) : value;
+}
+
+// One thread reads or makes the value, the others wait for it: a value that cannot be written is
+// nevertheless the same for all threads.
+SoString keptID(KeptValue& kept, char const* name)
+{
+    Pt::Locked const locked(kept.lock);
+    if (kept.length == 0) {
+        SoString value = getID(name);
+        std::size_t const length = value.view().size();
+        if (length == 0 || length > kLongestKept)
+            return value;
+        std::memcpy(kept.bytes.data(), value.get(), length);
+        kept.length = length;
+    }
+    return SoString(kept.bytes.data(), static_cast<long>(kept.length));
+}
+
+void forget(KeptValue& kept)
+{
+    Pt::Locked const locked(kept.lock);
+    kept.length = 0;
+}
+
+} // namespace
+
+SoString createRandomValue()
+{
+    auto const bytes = Pt::secureRandom16();
+    return bytes ? hexadecimalDigits(*bytes) : SoString();
+}
+
+SoString getID(char const* name)
+{
+    // The variable and nothing else: an account's own home folder is not asked for.
+    char const* const home = std::getenv("HOME");
+    if (home == nullptr || *home == '\0')
+        return {};
+    std::string const folder = std::string(home) + "/.velmo";
+    std::string const path = folder + "/" + name;
+    return Pt::pathExists(path) ? readIdentity(path) : makeIdentity(folder, path);
+}
+
+SoString getMD5ID()
+{
+    return keptID(gMD5ID, "md5");
+}
+
+SoString getDigest(std::string_view text, std::string_view salt)
+{
+    auto const digest = Pt::sha1({salt, "+", text, "+", salt});
+    return digest ? hexadecimalDigits(*digest) : SoString();
+}
+
+SoString digestOf(std::string_view text, std::string_view rest)
+{
+    SoString const salt = getMD5ID();
+    auto const digest = Pt::sha1({salt.view(), "+", text, rest, "+", salt.view()});
+    return digest ? hexadecimalDigits(*digest) : SoString();
+}
+
+void forgetIdentity()
+{
+    forget(gUserID);
+    forget(gMD5ID);
+}
+
+} // namespace TevoroTalkData
+
+namespace TevoroTalkUtils {
+
+SoString getUserID()
+{
+    return TevoroTalkData::keptID(TevoroTalkData::gUserID, "userid");
+}
+
+SoString getSecurityID()
+{
+    return getUserID();
+}
+
+SoString getSignature()
+{
+    return getUserID();
+}
+
+SoString getMD5(SoString const& text)
+{
+    return TevoroTalkData::digestOf(text.view());
+}
+
+} // namespace TevoroTalkUtils
+} // namespace ScObjects

@@ -1,0 +1,210 @@
+#include "messaging/Message.h"
+
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/wire/MessageGlobals.h"
+
+#include <algorithm>
+#include <string>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+
+namespace {
+
+constexpr char const* kRuntimeTypes[] = {kQuillscriber,
+    kDebug,
+    kReceive,
+    QK_RECEIVED,
+    QK_RESULT,
+    QK_ERROR,
+    kIdleType,
+    QK_TIMEOUT,
+    kLog,
+    kIgnore,
+    kProcessed,
+    kLaunchedType};
+
+bool isValid(std::uint32_t number)
+{
+    return number != QK_INVALID_MESSAGE_NUMBER;
+}
+
+} // namespace
+
+TevoroTalk::Header::Header(char const* headerName, char const* headerValue)
+    : name(headerName)
+    , value(headerValue)
+{
+}
+
+TevoroTalk::Message::Message()
+    : type(kQuillscriber)
+    , timestamp(TevoroTalkUtils::getTimeSeconds())
+    , version(kMessageVersion)
+{
+}
+
+TevoroTalk::Message::Message(Message const& other)
+    : SoLockable(other)
+    , target(other.target)
+    , sender(other.sender)
+    , timeout(other.timeout)
+    , type(other.type.isEmpty() ? SoString(kQuillscriber) : other.type)
+    , responseRequest(other.responseRequest)
+    , timestamp(other.timestamp)
+    , contentLength(other.contentLength)
+    , serialNumber(other.serialNumber)
+    , received(other.received)
+    , result(other.result)
+    , error(other.error)
+    , body(other.body)
+    , version(other.version)
+    , digestStatus(other.digestStatus)
+{
+    for (Header const* header = other.headers; header != nullptr; header = header->next)
+        addHeader(header->name.get(), header->value.get());
+}
+
+TevoroTalk::Message::~Message()
+{
+    deleteHeaders();
+}
+
+void TevoroTalk::Message::deleteHeaders()
+{
+    while (headers != nullptr) {
+        Header* const next = headers->next;
+        delete headers;
+        headers = next;
+    }
+}
+
+TevoroTalk::Header* TevoroTalk::Message::findHeader(char const* name) const
+{
+    Header* header = headers;
+    while (header != nullptr && header->name != name)
+        header = header->next;
+    return header;
+}
+
+void TevoroTalk::Message::setHeader(char const* name, char const* value)
+{
+    if (name == nullptr || *name == '\0')
+        return;
+    Header* const present = findHeader(name);
+    ObjectLock const lock(*this);
+    if (present != nullptr) {
+        present->value = value;
+        return;
+    }
+    addHeader(name, value);
+}
+
+void TevoroTalk::Message::addHeader(char const* name, char const* value)
+{
+    auto* const header = new Header(name, value);
+    header->next = headers;
+    headers = header;
+}
+
+void TevoroTalk::Message::setHeader(char const* name, long value)
+{
+    setHeader(name, std::to_string(value).c_str());
+}
+
+void TevoroTalk::Message::setHeader(char const* name, unsigned long value)
+{
+    setHeader(name, std::to_string(value).c_str());
+}
+
+void TevoroTalk::Message::removeHeader(char const* name)
+{
+    ObjectLock const lock(*this);
+    for (Header** link = &headers; *link != nullptr; link = &(*link)->next) {
+        if ((*link)->name == name) {
+            Header* const gone = *link;
+            *link = gone->next;
+            delete gone;
+            return;
+        }
+    }
+}
+
+SoString TevoroTalk::Message::getUserHeaderValue(char const* name) const
+{
+    Header const* const header = findHeader(name);
+    return header != nullptr ? header->value : SoString();
+}
+
+bool TevoroTalk::Message::isUserType() const
+{
+    return std::none_of(std::begin(kRuntimeTypes),
+        std::end(kRuntimeTypes),
+        [this](char const* word) { return type == word; });
+}
+
+bool TevoroTalk::Message::isRejected() const
+{
+    return digestStatus == "REJECTED" || digestStatus == "NODIGEST";
+}
+
+bool TevoroTalk::Message::logToString(char const* label, SoString& out, bool withBody) const
+{
+    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    out.shrink(0);
+    auto const line = [&out](char const* word, SoString const& value) {
+        out << word << ": " << value << "\n";
+    };
+    auto const number = [&out](char const* word, std::uint32_t value) {
+        if (isValid(value))
+            out << word << ": " << value << "\n";
+    };
+    out << "QK " << label << "------------------\n";
+    line(QK_TARGET, target);
+    line(QK_SENDER, sender);
+    if (!type.isEmpty())
+        line(QK_TYPE, type);
+    if (!responseRequest.isEmpty())
+        line(QK_RESPONSE_REQUEST, responseRequest);
+    if (timeout != 0) {
+        out << QK_TIMEOUT << ": " << timeout << "\n";
+        out << "Deadline: " << long{timestamp + timeout} << "\n";
+    }
+    out << "Now: " << long{now} << "\n";
+    out << QK_SERIAL_NUMBER << ":" << serialNumber << "\n";
+    out << "Version:" << version << "\n";
+    number(QK_RECEIVED, received);
+    number(QK_RESULT, result);
+    number(QK_ERROR, error);
+    out << QK_CONTENT_LENGTH << ": " << body.length() << "\n";
+    if (headers != nullptr)
+        out << "Custom Headers:\n";
+    for (Header const* header = headers; header != nullptr; header = header->next)
+        out << "   " << header->name << ": " << header->value << "\n";
+    out << "\n";
+    out << (withBody ? body.get() : "<<BODY OMITTED>>") << "\n";
+    return true;
+}
+
+void TevoroTalk::Message::setAuthentication(bool on)
+{
+    MessageGlobals::get().setAuthentication(on);
+}
+
+bool TevoroTalk::Message::getAuthentication()
+{
+    return MessageGlobals::get().getAuthentication();
+}
+
+void TevoroTalk::Message::setCreateDigest(bool on)
+{
+    MessageGlobals::get().setCreateDigest(on);
+}
+
+bool TevoroTalk::Message::getCreateDigest()
+{
+    return MessageGlobals::get().getCreateDigest();
+}
+
+} // namespace ScObjects

@@ -1,0 +1,410 @@
+// The text form of messages: header lines, an empty line, and a body of known length.
+#include "messaging/Message.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/wire/Identity.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <limits>
+
+namespace ScObjects {
+
+using namespace TevoroTalkData;
+
+namespace {
+
+using Message = TevoroTalk::Message;
+
+// More custom headers than any program sends; what follows is not kept, so that a text of many
+// short lines costs neither memory nor time beyond its own size.
+constexpr int kMostHeaders = 4096;
+
+// Bytes; longer ones take longer.
+constexpr long kUsualHead = 500;
+
+// A later time counts as this one, so that deadlines, times plus time-outs, stay numbers.
+constexpr unsigned long long kLatestTime = 1ULL << 53U;
+
+constexpr char const* kMessageTags[] = {QK_SENDER,
+    QK_SENDER_ID,
+    QK_TARGET,
+    QK_TIMEOUT,
+    QK_TYPE,
+    QK_RESPONSE_REQUEST,
+    QK_TIMESTAMP,
+    QK_CONTENT_LENGTH,
+    QK_SERIAL_NUMBER,
+    QK_RECEIVED,
+    QK_RESULT,
+    QK_ERROR,
+    QK_ERROR_CODE,
+    QK_VERSION};
+
+bool isMessageTag(SoString const& name)
+{
+    return std::any_of(std::begin(kMessageTags), std::end(kMessageTags), [&name](char const* tag) {
+        return name == tag;
+    });
+}
+
+// Versions before the mark for custom headers that are called like tags.
+bool isUnmarkedVersion(std::string_view version)
+{
+    return version.empty() || version == "1.0" || version == "2.0";
+}
+
+void appendValue(SoString& out, SoString const& value)
+{
+    out.append(value.view());
+}
+
+template <typename Number>
+void appendValue(SoString& out, Number number)
+{
+    out << number;
+}
+
+template <typename Value>
+void writeLine(SoString& out, std::string_view name, Value const& value)
+{
+    out.append(name);
+    out.append(std::string_view(":"));
+    appendValue(out, value);
+    out.append(std::string_view("\n"));
+}
+
+void writeNumber(SoString& out, std::string_view name, std::uint32_t number)
+{
+    if (number != QK_INVALID_MESSAGE_NUMBER)
+        writeLine(out, name, number);
+}
+
+void writeText(SoString& out, std::string_view name, SoString const& text)
+{
+    if (!text.isEmpty())
+        writeLine(out, name, text);
+}
+
+void writeCustomHeaders(SoString& out, Message const& message)
+{
+    bool const marks = !isUnmarkedVersion(message.version.view());
+    for (TevoroTalk::Header const* header = message.headers; header != nullptr;
+         header = header->next) {
+        if (marks && isMessageTag(header->name))
+            out << kHeaderPrefix;
+        writeLine(out, header->name.view(), header->value);
+    }
+}
+
+// All lines up to the empty one, that included, but for the digest.
+bool writeHead(Message const& message, SoString& out)
+{
+    if (message.target.isEmpty() || message.sender.isEmpty())
+        return false;
+    writeLine(out, QK_VERSION, message.version);
+    writeLine(out, QK_TARGET, message.target);
+    writeLine(out, QK_SENDER, message.sender);
+    writeLine(out, QK_SENDER_ID, TevoroTalkUtils::getSenderID());
+    if (message.timeout != 0)
+        writeLine(out, QK_TIMEOUT, message.timeout);
+    writeText(out, QK_TYPE, message.type);
+    writeText(out, QK_RESPONSE_REQUEST, message.responseRequest);
+    writeCustomHeaders(out, message);
+    out << "Timestamp: " << long{TevoroTalkUtils::getTimeSeconds()} << "\n";
+    writeLine(out, QK_SERIAL_NUMBER, message.serialNumber);
+    writeNumber(out, QK_RECEIVED, message.received);
+    writeNumber(out, QK_RESULT, message.result);
+    writeNumber(out, QK_ERROR, message.error);
+    writeLine(out, QK_CONTENT_LENGTH, message.body.length());
+    out << "\n";
+    return true;
+}
+
+bool isBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// As strtoull reads it, which wants a terminated copy.
+unsigned long long numberOf(std::string_view value)
+{
+    while (!value.empty() && isBlank(value.front()))
+        value.remove_prefix(1);
+    bool const isNegative = value.starts_with('-');
+    if (isNegative || value.starts_with('+'))
+        value.remove_prefix(1);
+    unsigned long long number = 0;
+    auto const [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+    if (error == std::errc::result_out_of_range)
+        return std::numeric_limits<unsigned long long>::max();
+    return isNegative ? 0 - number : number;
+}
+
+std::uint32_t number32(std::string_view value)
+{
+    return static_cast<std::uint32_t>(numberOf(value));
+}
+
+} // namespace
+
+// Reads the lines of one message; never past `end`, which need not be terminated.
+class TevoroTalkData::WireReader {
+public:
+    WireReader(Message& message, char const* text, char const* end)
+        : m_message(message)
+        , m_at(text)
+        , m_end(end)
+        , m_digestStart(text)
+    {
+    }
+
+    void readHead()
+    {
+        while (m_at != m_end && *m_at != '\0') {
+            if (*m_at == '\n') {
+                ++m_at;
+                return;
+            }
+            std::string_view const name = readUpTo(':');
+            std::string_view const value = readUpTo('\n');
+            takeLine(name, value);
+        }
+    }
+
+    void passBody()
+    {
+        auto const there = static_cast<std::size_t>(m_end - m_at);
+        m_body = {m_at, std::min<std::size_t>(m_message.contentLength, there)};
+        m_at += m_body.size();
+    }
+    // The body, valid as long as the text.
+    std::string_view body() const { return m_body; }
+    // Whether nothing follows the body.
+    bool isAtEnd() const { return m_at == m_end; }
+
+    // The digest that the text came with does not match it.
+    bool hasWrongDigest() const
+    {
+        if (m_md5.empty())
+            return false;
+        std::string_view const checked(
+            m_digestStart, static_cast<std::size_t>(m_at - m_digestStart));
+        return digestOf(checked).view() != m_md5;
+    }
+
+    char const* skipLineFeeds()
+    {
+        while (m_at != m_end && *m_at == '\n')
+            ++m_at;
+        return m_at;
+    }
+
+private:
+    // The text up to a mark or a NUL; steps over the mark.
+    std::string_view readUpTo(char mark)
+    {
+        auto const left = static_cast<std::size_t>(m_end - m_at);
+        void const* const found = std::memchr(m_at, mark, left);
+        char const* stop = found != nullptr ? static_cast<char const*>(found) : m_end;
+        auto const length = static_cast<std::size_t>(stop - m_at);
+        if (void const* const nul = std::memchr(m_at, '\0', length))
+            stop = static_cast<char const*>(nul);
+        std::string_view const text(m_at, static_cast<std::size_t>(stop - m_at));
+        m_at = stop != m_end && *stop == mark ? stop + 1 : stop;
+        return text;
+    }
+
+    void takeLine(std::string_view name, std::string_view value)
+    {
+        if (takeVersion(name, value) || takeText(name, value) || takeNumber(name, value)
+            || takeDigest(name, value))
+            return;
+        if (m_stripsPrefix && name.starts_with(kHeaderPrefix))
+            name.remove_prefix(std::strlen(kHeaderPrefix));
+        if (m_headerCount++ < kMostHeaders)
+            m_message.setHeader(SoString(name).get(), SoString(value).get());
+    }
+
+    bool takeVersion(std::string_view name, std::string_view value)
+    {
+        if (name == "Version") {
+            // With the prefix it is never one of the unmarked versions.
+            m_message.version = kQKPrefix;
+            m_message.version.append(value);
+            return true;
+        }
+        if (name != QK_VERSION)
+            return false;
+        m_message.version.assign(value);
+        if (isUnmarkedVersion(value))
+            m_stripsPrefix = false;
+        return true;
+    }
+
+    bool takeText(std::string_view name, std::string_view value)
+    {
+        SoString* const field = name == QK_SENDER ? &m_message.sender
+            : name == QK_TARGET                   ? &m_message.target
+            : name == QK_TYPE                     ? &m_message.type
+            : name == QK_RESPONSE_REQUEST         ? &m_message.responseRequest
+                                                  : nullptr;
+        if (field != nullptr)
+            field->assign(value);
+        return field != nullptr;
+    }
+
+    bool takeNumber(std::string_view name, std::string_view value)
+    {
+        std::uint32_t* const field = name == QK_CONTENT_LENGTH ? &m_message.contentLength
+            : name == QK_SERIAL_NUMBER                         ? &m_message.serialNumber
+            : name == QK_RECEIVED                              ? &m_message.received
+            : name == QK_RESULT                                ? &m_message.result
+            : name == QK_ERROR                                 ? &m_message.error
+                                                               : nullptr;
+        if (field != nullptr)
+            *field = number32(value);
+        else if (name == QK_TIMEOUT)
+            m_message.timeout = static_cast<std::int32_t>(number32(value));
+        else if (name == QK_TIMESTAMP)
+            m_message.timestamp = static_cast<std::int64_t>(std::min(numberOf(value), kLatestTime));
+        else
+            return false;
+        return true;
+    }
+
+    bool takeDigest(std::string_view name, std::string_view value)
+    {
+        if (name == QK_DIGEST)
+            m_digest = value;
+        else if (name != QK_MD5)
+            return false;
+        else if (!m_digest.empty())
+            return true;
+        else
+            m_md5 = value;
+        m_digestStart = m_at;
+        return true;
+    }
+
+    Message& m_message;
+    char const* m_at;
+    char const* const m_end;
+    char const* m_digestStart;
+    std::string_view m_digest;
+    std::string_view m_md5;
+    std::string_view m_body;
+    bool m_stripsPrefix = true;
+    int m_headerCount = 0;
+};
+
+namespace {
+
+// Bodies from this size on are worth taking over.
+constexpr std::size_t kLargeBody = std::size_t{64} * 1024;
+
+// One of the three numbers that an answer carries becomes the serial number, and a type.
+void turnIntoType(Message& message, std::uint32_t& answered, char const* word)
+{
+    if (answered == QK_INVALID_MESSAGE_NUMBER)
+        return;
+    message.serialNumber = answered;
+    answered = QK_INVALID_MESSAGE_NUMBER;
+    if (message.type == word)
+        return;
+    SoString type(word);
+    if (message.isUserType())
+        type << message.type;
+    message.type = type;
+}
+
+} // namespace
+
+bool TevoroTalk::Message::writeToString(SoString& out) const
+{
+    if (!writeHeadToString(out))
+        return false;
+    out << body;
+    return true;
+}
+
+bool TevoroTalk::Message::writeHeadToString(SoString& out) const
+{
+    SoString head;
+    head.reserve(kUsualHead);
+    if (!writeHead(*this, head))
+        return false;
+    if (getCreateDigest())
+        writeLine(out, QK_MD5, digestOf(head.view(), body.view()));
+    out << head;
+    return true;
+}
+
+char const* TevoroTalk::Message::readFromString(char const* text)
+{
+    return readFromString(text, text + std::strlen(text));
+}
+
+char const* TevoroTalk::Message::readFromString(char const* text, char const* end)
+{
+    ObjectLock const lock(*this);
+    WireReader reader(*this, text, end);
+    readWith(reader);
+    body.assign(reader.body());
+    return reader.skipLineFeeds();
+}
+
+long TevoroTalk::Message::readFrom(SoString& text, long place)
+{
+    ObjectLock const lock(*this);
+    char const* const start = text.get();
+    WireReader reader(*this, start + place, start + text.length());
+    readWith(reader);
+    std::string_view const found = reader.body();
+    if (found.size() < kLargeBody || !reader.isAtEnd()) {
+        body.assign(found);
+        return reader.skipLineFeeds() - start;
+    }
+    long const end = text.length();
+    text.removeFront(found.data() - start);
+    body.swap(text);
+    text.shrink(0);
+    return end;
+}
+
+// All but the body.
+void TevoroTalk::Message::readWith(WireReader& reader)
+{
+    version = "1.0";
+    if (!target.isEmpty())
+        forgetFormerContent();
+    digestStatus = "NODIGEST";
+    reader.readHead();
+    reader.passBody();
+    if (getAuthentication())
+        digestStatus = reader.hasWrongDigest() ? "REJECTED" : "";
+    if (timeout > 0 && timestamp == 0)
+        timestamp = TevoroTalkUtils::getTimeSeconds();
+    if (type != "debug")
+        turnAnswerIntoType();
+}
+
+void TevoroTalk::Message::forgetFormerContent()
+{
+    deleteHeaders();
+    timeout = 0;
+    contentLength = 0;
+    serialNumber = 0;
+    received = result = error = QK_INVALID_MESSAGE_NUMBER;
+    for (SoString* text : {&target, &sender, &type, &responseRequest, &body})
+        text->shrink(0);
+}
+
+void TevoroTalk::Message::turnAnswerIntoType()
+{
+    turnIntoType(*this, received, QK_RECEIVED);
+    turnIntoType(*this, result, QK_RESULT);
+    turnIntoType(*this, error, QK_ERROR);
+}
+
+} // namespace ScObjects

@@ -1,0 +1,178 @@
+#include "messaging/Specifier.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace ScObjects {
+
+namespace {
+
+constexpr std::size_t kLongest = 255;
+constexpr auto kNowhere = std::string_view::npos;
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+// The part of `text` from `begin` to `end`, which may lie before it.
+SoString between(std::string_view text, std::size_t begin, std::size_t end)
+{
+    end = std::min(end, text.size());
+    return begin < end ? SoString(text.substr(begin, end - begin)) : SoString();
+}
+
+void appendComponent(SoString& out, char mark, SoString const& component)
+{
+    if (component.isEmpty())
+        return;
+    out += mark;
+    out += component;
+}
+
+// A specifier's parts; what it is built from again.
+struct Components {
+    explicit Components(TevoroTalk::Specifier const& specifier)
+        : name(specifier.appName())
+        , instance(specifier.instance())
+        , version(specifier.version())
+        , locale(specifier.locale())
+        , suffix(specifier.suffix())
+    {
+    }
+
+    SoString text() const
+    {
+        SoString result(name);
+        appendComponent(result, '_', instance);
+        appendComponent(result, '-', version);
+        appendComponent(result, '-', locale);
+        appendComponent(result, '#', suffix);
+        return result;
+    }
+
+    SoString name;
+    SoString instance;
+    SoString version;
+    SoString locale;
+    SoString suffix;
+};
+
+} // namespace
+
+SoString TevoroTalkData::getVersionOrGroup(SoString const& specifier)
+{
+    std::string_view const text = specifier.view();
+    std::size_t const mark = text.find('-');
+    if (mark == kNowhere)
+        return {};
+    std::size_t const end = std::min(text.find('-', mark + 1), text.find('#'));
+    SoString component = between(text, mark + 1, end);
+    if (!component.isEmpty() && !isDigit(component.get()[0]))
+        component.shrink(0);
+    return component;
+}
+
+TevoroTalk::Specifier::Specifier(char const* text, bool fixUpToo)
+{
+    if (text == nullptr || ::strnlen(text, kLongest + 1) > kLongest)
+        return;
+    assign(text);
+    if (fixUpToo)
+        fixUp(true);
+    else
+        SoString::operator=(lowercase());
+}
+
+SoString TevoroTalk::Specifier::appName() const
+{
+    return between(view(), 0, view().find_first_of("-#_"));
+}
+
+SoString TevoroTalk::Specifier::instance() const
+{
+    std::size_t const mark = view().find('_');
+    std::size_t const end = view().find_first_of("-#");
+    if (mark == kNowhere || end < mark)
+        return {};
+    return between(view(), mark + 1, end);
+}
+
+SoString TevoroTalk::Specifier::version() const
+{
+    return TevoroTalkData::getVersionOrGroup(*this);
+}
+
+SoString TevoroTalk::Specifier::locale() const
+{
+    std::size_t const suffixMark = view().find('#');
+    std::size_t mark = view().find('-');
+    if (mark == kNowhere || suffixMark < mark)
+        return {};
+    if (mark + 1 < view().size() && isDigit(view()[mark + 1])) {
+        mark = view().find('-', mark + 1);
+        if (mark == kNowhere || suffixMark < mark)
+            return {};
+    }
+    return between(view(), mark + 1, suffixMark);
+}
+
+SoString TevoroTalk::Specifier::suffix() const
+{
+    std::size_t const mark = view().find('#');
+    return mark == kNowhere ? SoString() : between(view(), mark + 1, view().size());
+}
+
+bool TevoroTalk::Specifier::setAppName(SoString const& name)
+{
+    Components parts(*this);
+    parts.name = name;
+    SoString::operator=(parts.text());
+    return true;
+}
+
+bool TevoroTalk::Specifier::setInstance(SoString const& instanceText)
+{
+    Components parts(*this);
+    parts.instance = instanceText;
+    SoString::operator=(parts.text());
+    return true;
+}
+
+bool TevoroTalk::Specifier::setSuffix(SoString const& suffixText)
+{
+    Components parts(*this);
+    parts.suffix = suffixText;
+    SoString::operator=(parts.text());
+    return true;
+}
+
+bool TevoroTalk::Specifier::setLocale(SoString const& wanted)
+{
+    Components parts(*this);
+    parts.locale = wanted;
+    if (!TevoroTalkData::findLocale(parts.name, parts.version, parts.locale))
+        return false;
+    SoString::operator=(parts.text());
+    return true;
+}
+
+bool TevoroTalk::Specifier::setVersion(SoString const& wanted)
+{
+    Components parts(*this);
+    parts.version = wanted;
+    if (!TevoroTalkData::findVersion(parts.name, parts.locale, parts.version))
+        return false;
+    SoString::operator=(parts.text());
+    return locale() == parts.locale || setLocale(parts.locale);
+}
+
+bool TevoroTalk::Specifier::setGroup(SoString const& name)
+{
+    SoString text = appName();
+    text << "-" << name;
+    SoString::operator=(Specifier(text, true));
+    return !isEmpty();
+}
+
+} // namespace ScObjects

@@ -1,0 +1,171 @@
+#include "platform/common/files/PtIoDeviceFile.h"
+
+#include "platform/common/files/FileAccess.h"
+#include "platform/common/services/PtExSystem.h"
+#include "platform/common/text/PtUcs.h"
+#include "platform/common/text/PtUnicode.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <random>
+#include <string_view>
+
+namespace {
+
+constexpr unsigned int kFileMode = 0666;
+constexpr std::size_t kMaxTemporaryPrefix = 5;
+constexpr std::size_t kTemporaryRandomPart = 6;
+constexpr int kTemporaryAttempts = 100;
+
+Pt::FileOpening openingOf(int flags)
+{
+    switch (flags) {
+    case kPtIoOpenOrCreate:
+        return Pt::FileOpening::kReadWriteOrCreate;
+    case kPtIoOpenExisting:
+        return Pt::FileOpening::kReadWrite;
+    case kPtIoCreateNew:
+        return Pt::FileOpening::kCreateOrTruncate;
+    case kPtIoTemporary:
+        return Pt::FileOpening::kCreateExclusively;
+    default:
+        return Pt::FileOpening::kReadOnly;
+    }
+}
+
+bool isFolder(std::string const& path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+}
+
+std::string temporaryFolder(std::string const& wanted)
+{
+    char const* const overriding = std::getenv("TMPDIR");
+    if (overriding && isFolder(overriding))
+        return overriding;
+    return isFolder(wanted) ? wanted : "/tmp";
+}
+
+// Cut between characters.
+std::string temporaryPrefix(std::string prefix)
+{
+    std::size_t length = std::min(prefix.size(), kMaxTemporaryPrefix);
+    while (length > 0 && length < prefix.size()
+        && (static_cast<unsigned char>(prefix[length]) & 0xC0) == 0x80)
+        --length;
+    prefix.resize(length);
+    return prefix;
+}
+
+std::string randomName()
+{
+    constexpr std::string_view kLetters = "0123456789abcdefghijklmnopqrstuvwxyz";
+    std::random_device source;
+    std::uniform_int_distribution<std::size_t> letter(0, kLetters.size() - 1);
+    std::string name;
+    for (std::size_t i = 0; i < kTemporaryRandomPart; ++i)
+        name += kLetters[letter(source)];
+    return name;
+}
+
+} // namespace
+
+PtIoDeviceFile::Pointer PtIoDeviceFile::Create(unsigned short const* path, int flags)
+{
+    return Pointer(new PtIoDeviceFile(Pt::toUtf8(path), flags));
+}
+
+PtIoDeviceFile::Pointer PtIoDeviceFile::CreateTemp(
+    unsigned short const* directory, unsigned short const* prefix)
+{
+    std::string const start =
+        temporaryFolder(Pt::toUtf8(directory)) + "/" + temporaryPrefix(Pt::toUtf8(prefix));
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return Pointer(new PtIoDeviceFile(start + randomName(), kPtIoTemporary));
+        } catch (Pt::ExSystem const& failure) {
+            if (failure.errorCode() != EEXIST || attempt == kTemporaryAttempts)
+                throw;
+        }
+    }
+}
+
+PtIoDeviceFile::PtIoDeviceFile(std::string wholePath, int flags)
+    : IoDevice(kRequestLimit, kRequestLimit)
+    , m_removesOnClose(flags == kPtIoTemporary)
+    , m_wholePath(std::move(wholePath))
+{
+    ptucsncpy(m_path.data(), Pt::toUtf16(m_wholePath).c_str(), kMaxStoredPath);
+    m_descriptor = Pt::openPath(m_wholePath, openingOf(flags), kFileMode);
+    if (m_descriptor < 0)
+        throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
+    m_isOpen = true;
+    if (m_removesOnClose)
+        Pt::lockDescriptor(m_descriptor);
+    m_fileSize = Pt::seekToEnd(m_descriptor);
+    if (m_fileSize < 0 || Pt::seekToStart(m_descriptor) != 0) {
+        int const error = Pt::ErrorCode();
+        release();
+        throw Pt::ExSystem(error, Pt::ExWhere::here());
+    }
+}
+
+PtIoDeviceFile::~PtIoDeviceFile() noexcept(false)
+{
+    int const error = release();
+    // A second exception would end the process; the first one has told that something failed.
+    if (error != 0 && std::uncaught_exceptions() == 0)
+        throw Pt::ExSystem(error, Pt::ExWhere::here());
+}
+
+void PtIoDeviceFile::flush()
+{
+    if (Pt::syncDescriptor(m_descriptor) != 0)
+        throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
+}
+
+void PtIoDeviceFile::close()
+{
+    if (int const error = release(); error != 0)
+        throw Pt::ExSystem(error, Pt::ExWhere::here());
+}
+
+void PtIoDeviceFile::issueRead_(Pt::IoRequest& request)
+{
+    doTransfer(request, Pt::readDescriptor);
+}
+
+void PtIoDeviceFile::issueWrite_(Pt::IoRequest& request)
+{
+    doTransfer(request, Pt::writeDescriptor);
+}
+
+template <typename Transfer>
+void PtIoDeviceFile::doTransfer(Pt::IoRequest& request, Transfer transfer)
+{
+    if (isClosed()) {
+        completeRequest_(request, EBADF, 0);
+        return;
+    }
+    std::int64_t const bytes = transfer(m_descriptor, request.bytes(), request.length());
+    if (bytes < 0)
+        throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
+    completeRequest_(request, 0, static_cast<std::uint32_t>(bytes));
+}
+
+int PtIoDeviceFile::release()
+{
+    if (!m_isOpen)
+        return 0;
+    m_isOpen = false;
+    // The name goes first: while the file is open, its lock says that it is in use.
+    int const unlinkError =
+        !m_removesOnClose || Pt::unlinkPath(m_wholePath) == 0 ? 0 : Pt::ErrorCode();
+    int const closeError = Pt::closeDescriptor(m_descriptor) == 0 ? 0 : Pt::ErrorCode();
+    m_descriptor = -1;
+    return closeError != 0 ? closeError : unlinkError;
+}

@@ -1,0 +1,36 @@
+#include "platform/common/files/PtIoQueue.h"
+
+#include <cassert>
+
+namespace Pt {
+
+void IoQueue::push_back(Link& link)
+{
+    assert(!link.queue);
+    link.previous = m_sentinel.previous;
+    link.next = &m_sentinel;
+    link.previous->next = &link;
+    m_sentinel.previous = &link;
+    link.queue = this;
+    ++m_count;
+}
+
+IoRequest* IoQueue::pop_front()
+{
+    Link& first = *m_sentinel.next;
+    remove(first);
+    return first.request;
+}
+
+void IoQueue::remove(Link& link)
+{
+    if (!link.queue)
+        return;
+    link.previous->next = link.next;
+    link.next->previous = link.previous;
+    link.previous = link.next = &link;
+    --link.queue->m_count;
+    link.queue = nullptr;
+}
+
+} // namespace Pt

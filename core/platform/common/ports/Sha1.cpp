@@ -1,0 +1,110 @@
+#include "platform/common/ports/Sha1.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <utility>
+
+#include <openssl/evp.h>
+
+namespace Pt {
+
+namespace {
+
+struct AlgorithmDeleter {
+    void operator()(EVP_MD* algorithm) const { EVP_MD_free(algorithm); }
+};
+
+struct ContextDeleter {
+    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+};
+
+// Looking it up costs more than a short digest, so it is done once, and undone when the library
+// that this is part of is unloaded.
+EVP_MD const* algorithm()
+{
+    static std::unique_ptr<EVP_MD, AlgorithmDeleter> const fetched(
+        EVP_MD_fetch(nullptr, "SHA1", nullptr));
+    return fetched.get();
+}
+
+using Context = std::unique_ptr<EVP_MD_CTX, ContextDeleter>;
+
+// One context is kept between two digests: making it anew costs half as much as a short digest.
+class KeptContext {
+public:
+    KeptContext() = default;
+    KeptContext(KeptContext const&) = delete;
+    KeptContext& operator=(KeptContext const&) = delete;
+    ~KeptContext() { EVP_MD_CTX_free(m_context); }
+
+    Context take()
+    {
+        EVP_MD_CTX* const context = m_context.exchange(nullptr);
+        return Context(context ? context : EVP_MD_CTX_new());
+    }
+    void giveBack(Context context) { Context const former(m_context.exchange(context.release())); }
+
+private:
+    std::atomic<EVP_MD_CTX*> m_context{nullptr};
+};
+
+KeptContext& keptContext()
+{
+    static KeptContext kept;
+    return kept;
+}
+
+// Pieces that are short together, as one: taking each by itself costs more than to copy them.
+class Gathered {
+public:
+    explicit Gathered(std::initializer_list<std::string_view> pieces)
+    {
+        std::size_t size = 0;
+        for (std::string_view const piece : pieces)
+            size += piece.size();
+        if (size > m_bytes.size())
+            return;
+        char* end = m_bytes.data();
+        for (std::string_view const piece : pieces)
+            end = std::copy(piece.begin(), piece.end(), end);
+        m_whole = {m_bytes.data(), size};
+    }
+    bool isOne() const { return m_whole.data() != nullptr; }
+    std::string_view whole() const { return m_whole; }
+
+private:
+    std::array<char, 1024> m_bytes;
+    std::string_view m_whole;
+};
+
+bool update(EVP_MD_CTX* context, std::string_view text)
+{
+    return EVP_DigestUpdate(context, text.data(), text.size()) == 1;
+}
+
+} // namespace
+
+std::optional<Sha1Digest> sha1(std::initializer_list<std::string_view> pieces)
+{
+    Context context = keptContext().take();
+    if (!algorithm() || !context || EVP_DigestInit_ex2(context.get(), algorithm(), nullptr) != 1)
+        return std::nullopt;
+    if (Gathered const gathered(pieces); gathered.isOne()) {
+        if (!update(context.get(), gathered.whole()))
+            return std::nullopt;
+    } else {
+        for (std::string_view const piece : pieces) {
+            if (!update(context.get(), piece))
+                return std::nullopt;
+        }
+    }
+    Sha1Digest digest{};
+    if (EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) != 1)
+        return std::nullopt;
+    keptContext().giveBack(std::move(context));
+    return digest;
+}
+
+} // namespace Pt

@@ -1,0 +1,33 @@
+#include "platform/common/services/CurrentExceptionText.h"
+
+#include "platform/common/services/PtException.h"
+
+namespace Pt {
+
+namespace {
+
+std::string toldText()
+{
+    try {
+        throw;
+    } catch (Exception const& exception) {
+        return toUtf8(exception.reasons().front().text());
+    } catch (std::exception const& exception) {
+        return exception.what();
+    } catch (...) {
+        return "unknown exception";
+    }
+}
+
+} // namespace
+
+std::string currentExceptionText() noexcept
+{
+    try {
+        return toldText();
+    } catch (...) {
+        return "unknown failure"; // short enough to lie in the string itself
+    }
+}
+
+} // namespace Pt

@@ -1,0 +1,109 @@
+#include "platform/common/services/PtModule.h"
+
+#include "platform/common/services/ModuleLoader.h"
+#include "platform/common/text/PtUnicode.h"
+#include "platform/common/threads/Lock.h"
+
+#include <map>
+#include <memory>
+#include <string>
+
+struct PtModule {
+    std::string file;
+    Pt::ModuleHandle handle = nullptr;
+    bool hasLoaded = false; // as against found loaded
+};
+
+namespace {
+
+// The references that are out. It keeps those that are never ended reachable for leak checkers, and
+// is never destroyed: modules may be in use until the last static object has gone.
+class Modules {
+public:
+    PtModuleRef add(PtModule module)
+    {
+        auto owned = std::make_unique<PtModule>(std::move(module));
+        PtModuleRef const reference = owned.get();
+        Pt::Locked const locked(m_lock);
+        m_modules.emplace(reference, std::move(owned));
+        return reference;
+    }
+
+    std::unique_ptr<PtModule> take(PtModuleRef reference)
+    {
+        Pt::Locked const locked(m_lock);
+        auto const found = m_modules.find(reference);
+        if (found == m_modules.end())
+            return nullptr;
+        std::unique_ptr<PtModule> taken = std::move(found->second);
+        m_modules.erase(found);
+        return taken;
+    }
+
+private:
+    Pt::Lock m_lock;
+    std::map<PtModuleRef, std::unique_ptr<PtModule>> m_modules TEVORO_GUARDED_BY(m_lock);
+};
+
+Modules& modules()
+{
+    static Modules* const instance = new Modules;
+    return *instance;
+}
+
+std::string fileAt(unsigned short const* path)
+{
+    return Pt::moduleFile(Pt::toUtf8(path));
+}
+
+PtModuleRef referenceTo(std::string file, Pt::ModuleHandle handle, bool hasLoaded)
+{
+    return handle ? modules().add({std::move(file), handle, hasLoaded}) : nullptr;
+}
+
+void closeIfLoaded(PtModule const& module)
+{
+    if (module.handle)
+        Pt::closeModule(module.handle);
+}
+
+} // namespace
+
+PtModuleRef PtCreateBundle(unsigned short const* path)
+{
+    std::string file = fileAt(path);
+    return file.empty() ? nullptr : modules().add({std::move(file), nullptr, false});
+}
+
+PtModuleRef PtLoadLibrary(unsigned short const* path)
+{
+    std::string file = fileAt(path);
+    Pt::ModuleHandle const handle = file.empty() ? nullptr : Pt::openModule(file);
+    return referenceTo(std::move(file), handle, true);
+}
+
+PtModuleRef PtGetModuleHandle(unsigned short const* path)
+{
+    std::string file = fileAt(path);
+    Pt::ModuleHandle const handle = file.empty() ? nullptr : Pt::openLoadedModule(file);
+    return referenceTo(std::move(file), handle, false);
+}
+
+bool PtUnloadLibrary(PtModuleRef module)
+{
+    if (auto const ended = modules().take(module))
+        closeIfLoaded(*ended);
+    return true;
+}
+
+void PtReleaseModuleRef(PtModuleRef module)
+{
+    auto const ended = modules().take(module);
+    if (ended && !ended->hasLoaded)
+        closeIfLoaded(*ended);
+}
+
+void* PtGetProcAddress(PtModuleRef module, char const* name)
+{
+    return module && module->handle && name ? Pt::moduleSymbol(module->handle, name) : nullptr;
+}

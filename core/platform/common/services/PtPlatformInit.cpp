@@ -1,0 +1,74 @@
+#include "platform/common/services/PtPlatformInit.h"
+
+#include "platform/common/files/PtIoThread.h"
+#include "platform/common/services/PtExPost.h"
+#include "platform/common/services/PtPlatformStart.h"
+#include "platform/common/services/PtSysLog.h"
+#include "platform/common/text/PtUnicode.h"
+#include "platform/common/threads/PtSignal.h"
+#include "platform/common/threads/PtThread.h"
+
+#include <algorithm>
+
+namespace Pt {
+
+namespace {
+
+WideText textOf(Config::Name const& name)
+{
+    return {name.begin(), std::find(name.begin(), name.end(), 0)};
+}
+
+void startLog(Config const& config)
+{
+    SysLogInit(textOf(config.applicationName).c_str(), textOf(config.secondName).c_str());
+}
+
+bool always(Config const&)
+{
+    return true;
+}
+
+std::vector<PlatformService> allServices()
+{
+    return {
+        {always, [](Config const&) { ExceptionInit(); }, ExceptionUninit},
+        {always, [](Config const&) { ThreadInit(); }, ThreadUninit},
+        {always, [](Config const&) { SignalInit(); }, SignalUninit},
+        {always, startLog, SysLogUninit},
+        {[](Config const& config) { return config.startsFileIo; },
+            [](Config const& config) { IoFileInit(config.fileWorkers); },
+            IoFileUninit},
+        {[](Config const& config) { return config.startsSocketIo; },
+            [](Config const& config) { IoSocketInit(config.socketWorkers); },
+            IoSocketUninit},
+    };
+}
+
+// Never destroyed: a signal may end the process from another thread at any time.
+PlatformStart& platform()
+{
+    static auto& start = *new PlatformStart(allServices());
+    return start;
+}
+
+} // namespace
+
+void PlatformInit(Config const& config)
+{
+    platform().init(config);
+}
+
+void PlatformUninit()
+{
+    if (SignalEndsProcess())
+        return; // before any lock: whoever holds one may wait for this thread
+    platform().uninit();
+}
+
+Config ConfigInfo()
+{
+    return platform().configuration();
+}
+
+} // namespace Pt

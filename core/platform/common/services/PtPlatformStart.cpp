@@ -1,0 +1,75 @@
+#include "platform/common/services/PtPlatformStart.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace Pt {
+
+PlatformStart::PlatformStart(std::vector<PlatformService> services)
+    : m_services(std::move(services))
+{
+    Locked const locked(m_lock);
+    m_running.reserve(m_services.size());
+}
+
+void PlatformStart::init(Config const& config)
+{
+    Locked const locked(m_lock);
+    if (m_uses == 0)
+        m_config = config;
+    std::size_t const runningBefore = m_running.size();
+    try {
+        for (std::size_t each = 0; each < m_services.size(); ++each) {
+            if (isRunning(each) || !m_services[each].isWanted(config))
+                continue;
+            m_services[each].start(config);
+            m_running.push_back(each);
+        }
+    } catch (...) {
+        try {
+            stopDownTo(runningBefore);
+        } catch (...) { // the start's failure is the one to tell
+        }
+        throw;
+    }
+    ++m_uses;
+}
+
+void PlatformStart::uninit()
+{
+    Locked const locked(m_lock);
+    if (m_uses == 0 || --m_uses > 0)
+        return;
+    stopDownTo(0);
+}
+
+Config PlatformStart::configuration()
+{
+    Locked const locked(m_lock);
+    return m_config;
+}
+
+bool PlatformStart::isRunning(std::size_t service) const
+{
+    return std::find(m_running.begin(), m_running.end(), service) != m_running.end();
+}
+
+void PlatformStart::stopDownTo(std::size_t running)
+{
+    std::exception_ptr first;
+    while (m_running.size() > running) {
+        std::size_t const last = m_running.back();
+        m_running.pop_back();
+        try {
+            m_services[last].stop();
+        } catch (...) {
+            if (!first)
+                first = std::current_exception();
+        }
+    }
+    if (first)
+        std::rethrow_exception(first);
+}
+
+} // namespace Pt

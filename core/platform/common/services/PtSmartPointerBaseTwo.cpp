@@ -1,0 +1,70 @@
+#include "platform/common/services/PtSmartPointerBaseTwo.h"
+
+#include "platform/common/threads/PtMutexPool.h"
+
+namespace Pt {
+
+namespace {
+
+constexpr std::size_t kSharedMutexes = 3;
+
+// Never destroyed: objects that live as long as the process drop their references at its end.
+Mutex& mutexOf(SmartPointerBaseTwo const* object)
+{
+    static auto& pool = *new MutexPool<kSharedMutexes>;
+    return pool.of(object);
+}
+
+} // namespace
+
+void SmartPointerBaseTwo::incRefCount()
+{
+    MutexHeld const held(mutexOf(this));
+    ++m_strong;
+}
+
+void SmartPointerBaseTwo::decRefCount()
+{
+    if (!loseStrong())
+        return;
+    cleanUp();
+    decSoftRef();
+}
+
+// Whether that was the end; a soft reference then keeps the object through its clean-up.
+bool SmartPointerBaseTwo::loseStrong()
+{
+    MutexHeld const held(mutexOf(this));
+    if (--m_strong != 0 || m_isDead)
+        return false;
+    ++m_soft;
+    m_isDead = true;
+    return true;
+}
+
+void SmartPointerBaseTwo::incSoftRef()
+{
+    MutexHeld const held(mutexOf(this));
+    ++m_soft;
+}
+
+void SmartPointerBaseTwo::decSoftRef()
+{
+    // Not under the mutex: the destructor may drop references on objects of the same row.
+    if (loseSoft())
+        delete this;
+}
+
+bool SmartPointerBaseTwo::loseSoft()
+{
+    MutexHeld const held(mutexOf(this));
+    return --m_soft == 0 && m_isDead;
+}
+
+bool SmartPointerBaseTwo::isDead() const
+{
+    MutexHeld const held(mutexOf(this));
+    return m_isDead;
+}
+
+} // namespace Pt

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/common/threads/Lock.h"
+
+#include <memory>
+
+namespace Pt {
+
+// The layer's mutex, an object of the system's own. Not recursive: the thread that holds it and
+// locks it again blocks for ever. Any thread may lock; the thread that locked unlocks. Failures of
+// the system are thrown as ExSystem, also by the destructor, for which the mutex must be unlocked.
+// clang checks what is marked with TEVORO_GUARDED_BY, as for Lock.
+class TEVORO_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
+public:
+    Mutex();
+    ~Mutex() noexcept(false);
+    Mutex(Mutex const&) = delete;
+    Mutex& operator=(Mutex const&) = delete;
+
+    void lock() TEVORO_THREAD_ATTRIBUTE(acquire_capability());
+    void unlock() TEVORO_THREAD_ATTRIBUTE(release_capability());
+
+private:
+    struct Native;
+    std::unique_ptr<Native> const m_native;
+};
+
+// Holds a Mutex for the length of a block.
+class TEVORO_THREAD_ATTRIBUTE(scoped_lockable) MutexHeld {
+public:
+    explicit MutexHeld(Mutex& mutex) TEVORO_THREAD_ATTRIBUTE(acquire_capability(mutex))
+        : m_mutex(mutex)
+    {
+        m_mutex.lock();
+    }
+    ~MutexHeld() TEVORO_THREAD_ATTRIBUTE(release_capability()) { m_mutex.unlock(); }
+    MutexHeld(MutexHeld const&) = delete;
+    MutexHeld& operator=(MutexHeld const&) = delete;
+
+private:
+    Mutex& m_mutex;
+};
+
+} // namespace Pt

@@ -1,0 +1,99 @@
+#include "platform/common/files/FileStatus.h"
+
+#include "platform/platforms/linux/services/Descriptor.h"
+
+#include <limits>
+
+#include <sys/stat.h>
+
+namespace Pt {
+
+namespace {
+
+FileStatus::Kind kindOf(mode_t mode)
+{
+    switch (mode & S_IFMT) {
+    case S_IFREG:
+        return FileStatus::Kind::Regular;
+    case S_IFDIR:
+        return FileStatus::Kind::Folder;
+    case S_IFLNK:
+        return FileStatus::Kind::Link;
+    case S_IFSOCK:
+        return FileStatus::Kind::Socket;
+    case S_IFIFO:
+        return FileStatus::Kind::Pipe;
+    case S_IFCHR:
+    case S_IFBLK:
+        return FileStatus::Kind::Device;
+    default:
+        return FileStatus::Kind::Other;
+    }
+}
+
+// A broken file system can hold times that do not fit into nanoseconds: they end at the edge.
+std::int64_t nanoseconds(timespec const& time)
+{
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    constexpr std::int64_t kEdge = std::numeric_limits<std::int64_t>::max() / kSecond - 1;
+    if (time.tv_sec > kEdge) {
+        return kEdge * kSecond;
+    }
+    if (time.tv_sec < -kEdge) {
+        return -kEdge * kSecond;
+    }
+    return time.tv_sec * kSecond + time.tv_nsec;
+}
+
+FileStatus statusFrom(struct stat const& found)
+{
+    FileStatus status;
+    status.device = found.st_dev;
+    status.inode = found.st_ino;
+    status.size = found.st_size > 0 ? static_cast<std::uint64_t>(found.st_size) : 0;
+    status.modified = nanoseconds(found.st_mtim);
+    status.changed = nanoseconds(found.st_ctim);
+    status.mode = found.st_mode & static_cast<mode_t>(~S_IFMT);
+    status.kind = kindOf(found.st_mode);
+    return status;
+}
+
+} // namespace
+
+std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& error)
+{
+    struct stat found { };
+    if (retryInterrupted([&] { return ::lstat(path.c_str(), &found); }) != 0) {
+        error = lastError();
+        return std::nullopt;
+    }
+    error.clear();
+    return statusFrom(found);
+}
+
+std::optional<std::int64_t> birthTime(std::string const& path)
+{
+    struct statx found { };
+    if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BTIME, &found) != 0
+        || (found.stx_mask & STATX_BTIME) == 0)
+        return std::nullopt;
+    return nanoseconds({found.stx_btime.tv_sec, found.stx_btime.tv_nsec});
+}
+
+std::optional<FileStatus> openedFileStatus(std::string const& path, std::error_code& error)
+{
+    Descriptor const file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    struct stat found { };
+    if (!file.isOpen() || ::fstat(file.get(), &found) != 0) {
+        error = lastError();
+        return std::nullopt;
+    }
+    if (!S_ISREG(found.st_mode)) {
+        error = std::make_error_code(std::errc::invalid_argument);
+        return std::nullopt;
+    }
+    error.clear();
+    return statusFrom(found);
+}
+
+} // namespace Pt

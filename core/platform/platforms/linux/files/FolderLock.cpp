@@ -1,0 +1,61 @@
+#include "platform/common/files/FolderLock.h"
+
+#include "platform/platforms/linux/files/SameFile.h"
+#include "platform/platforms/linux/services/Descriptor.h"
+
+#include <sys/file.h>
+
+namespace Pt {
+
+std::optional<FolderLock> FolderLock::share(const std::string& folder, std::error_code& error)
+{
+    return take(folder, LOCK_SH, error);
+}
+
+std::optional<FolderLock> FolderLock::waitAlone(const std::string& folder, std::error_code& error)
+{
+    return take(folder, LOCK_EX, error);
+}
+
+std::optional<FolderLock> FolderLock::takeAlone(const std::string& folder, std::error_code& error)
+{
+    return take(folder, LOCK_EX | LOCK_NB, error);
+}
+
+std::optional<FolderLock> FolderLock::take(
+    const std::string& folder, int operation, std::error_code& error)
+{
+    Descriptor opened = Descriptor::open(folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+    if (!opened.isOpen()
+        || retryInterrupted([&] { return ::flock(opened.get(), operation); }) != 0) {
+        error = lastError();
+        return std::nullopt;
+    }
+    error.clear();
+    return FolderLock(opened.release());
+}
+
+FolderLock::FolderLock(FolderLock&& other) noexcept
+    : m_descriptor(std::exchange(other.m_descriptor, -1))
+{
+}
+
+FolderLock& FolderLock::operator=(FolderLock&& other) noexcept
+{
+    std::swap(m_descriptor, other.m_descriptor);
+    return *this;
+}
+
+FolderLock::~FolderLock()
+{
+    if (m_descriptor != -1)
+        ::close(m_descriptor);
+}
+
+bool FolderLock::stillNames(const std::string& folder) const
+{
+    struct stat named = {};
+    return ::lstat(folder.c_str(), &named) == 0 && isSameFile(m_descriptor, named);
+}
+
+} // namespace Pt

@@ -1,0 +1,81 @@
+#include "platform/common/files/HeldFolder.h"
+
+#include "platform/platforms/linux/files/SameFile.h"
+#include "platform/platforms/linux/services/Descriptor.h"
+
+#include <filesystem>
+
+namespace Pt {
+
+namespace {
+
+constexpr char kDescriptors[] = "/proc/self/fd/";
+
+} // namespace
+
+std::optional<HeldFolder> HeldFolder::open(const std::string& path, std::error_code& error)
+{
+    return open(path, path, error);
+}
+
+std::optional<HeldFolder> HeldFolder::open(
+    const std::string& way, const std::string& path, std::error_code& error)
+{
+    Descriptor folder = Descriptor::open(way, O_RDONLY | O_DIRECTORY);
+    error = folder.isOpen() ? std::error_code() : lastError();
+    if (error)
+        return std::nullopt;
+    return HeldFolder(path, folder.release());
+}
+
+// The last dot follows the system's link to the descriptor, also where links are not followed.
+HeldFolder::HeldFolder(std::string path, int descriptor)
+    : m_path(std::move(path))
+    , m_ownPath(kDescriptors + std::to_string(descriptor) + "/.")
+    , m_descriptor(descriptor)
+{
+}
+
+HeldFolder::HeldFolder(HeldFolder&& other) noexcept
+    : m_path(std::move(other.m_path))
+    , m_ownPath(std::move(other.m_ownPath))
+    , m_descriptor(std::exchange(other.m_descriptor, -1))
+{
+}
+
+HeldFolder& HeldFolder::operator=(HeldFolder&& other) noexcept
+{
+    std::swap(m_path, other.m_path);
+    std::swap(m_ownPath, other.m_ownPath);
+    std::swap(m_descriptor, other.m_descriptor);
+    return *this;
+}
+
+HeldFolder::~HeldFolder()
+{
+    if (m_descriptor != -1)
+        ::close(m_descriptor);
+}
+
+std::string HeldFolder::nameOf(const std::string& ownPathBelow)
+{
+    const std::size_t end = ownPathBelow.find("/.", std::string(kDescriptors).size());
+    std::error_code error;
+    if (!ownPathBelow.starts_with(kDescriptors) || end == std::string::npos)
+        return ownPathBelow;
+    const auto name = std::filesystem::read_symlink(ownPathBelow.substr(0, end), error);
+    return error ? ownPathBelow : name.string() + ownPathBelow.substr(end + 2);
+}
+
+bool HeldFolder::isAtItsPath() const
+{
+    return isNamedBy(m_path);
+}
+
+bool HeldFolder::isNamedBy(const std::string& path) const
+{
+    struct stat named = {};
+    return ::stat(path.c_str(), &named) == 0 && isSameFile(m_descriptor, named);
+}
+
+} // namespace Pt

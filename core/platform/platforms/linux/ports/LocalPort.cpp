@@ -1,0 +1,307 @@
+#include "platform/common/ports/LocalPort.h"
+
+#include "platform/common/ports/Waiting.h"
+#include "platform/platforms/linux/ports/HeldName.h"
+#include "platform/platforms/linux/ports/LocalSocket.h"
+#include "platform/platforms/linux/ports/PacketReader.h"
+
+#include <atomic>
+#include <optional>
+#include <unordered_map>
+
+#include <sys/epoll.h>
+#include <sys/timerfd.h>
+
+namespace Pt {
+
+namespace {
+
+// No more newcomers wait than the system allows, whatever is asked for.
+constexpr int kBacklog = 4096;
+
+// More than the packets that find room in one connection: what was there when a call began is
+// taken, and a sender that never pauses does not hold the call for ever.
+constexpr int kMostPackets = 16384;
+
+// From one connection in one call, but for its last text: large texts that were handled one by one
+// leave their memory, still in the caches, to the next.
+constexpr std::size_t kMostBytes = std::size_t{512} * 1024;
+
+// While a sender's texts that were there are taken in several calls, nobody else's are: whoever
+// sent after it is read after it. No buffer of a connection holds more, and beyond that others have
+// their turn.
+constexpr std::size_t kMostInTurn = std::size_t{16} * 1024 * 1024;
+
+// Between two attempts to let newcomers in when the system has no descriptors left.
+constexpr long kRetryNanoseconds = 100'000'000;
+
+} // namespace
+
+struct LocalPort::State {
+    explicit State(HeldName held)
+        : name(std::move(held))
+    {
+    }
+
+    bool open();
+    bool watch(int descriptor);
+    std::size_t receive(Taker const& take);
+    std::size_t letIn(Taker const& take);
+    std::size_t receiveAwaited(Taker const& take);
+    bool isLongTurn() const { return takenInTurn > kMostInTurn; }
+    std::size_t finish(Taker const& take);
+    std::size_t drain(int connection, int most, Taker const& take);
+    void pauseListening();
+    void resumeListening();
+    void listenFor(unsigned int events);
+    DescriptorSet& everything();
+
+    HeldName
+        name; // freed last: nobody finds a new holder while an old connection still takes texts
+    PacketReader reader;
+    Descriptor watcher;
+    Descriptor listener;
+    Descriptor retryTimer; // made early: it is needed when no more can be made
+    std::unordered_map<int, Descriptor> connections;
+    std::vector<epoll_event> events;
+    bool isListening = true;
+    std::atomic<int> awaited{-1}; // the connection that the last wait ended for
+    int unfinished = -1; // the connection of which more may be there than was taken
+    std::size_t takenInTurn = 0; // bytes, of that connection
+    bool isCut = false;
+    // Of whoever waits here: all that `watcher` has, and what was added. Made on first use.
+    std::optional<DescriptorSet> waited;
+};
+
+bool LocalPort::State::open()
+{
+    watcher = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
+    listener = makeLocalSocket(SOCK_NONBLOCK);
+    retryTimer = Descriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    LocalAddress const address = name.socketAddress();
+    return watcher.isOpen() && listener.isOpen() && retryTimer.isOpen()
+        && ::bind(listener.get(), address.get(), address.size) == 0
+        && ::listen(listener.get(), kBacklog) == 0 && watch(listener.get())
+        && watch(retryTimer.get());
+}
+
+bool LocalPort::State::watch(int descriptor)
+{
+    try {
+        if (waited)
+            waited->add(descriptor);
+    } catch (std::system_error const&) {
+        return false;
+    }
+    epoll_event event = {};
+    event.events = EPOLLIN;
+    event.data.fd = descriptor;
+    return ::epoll_ctl(watcher.get(), EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+std::size_t LocalPort::State::receive(Taker const& take)
+{
+    bool const isOthersTurn = isLongTurn();
+    std::size_t count = finish(take);
+    if (isCut)
+        return count;
+    if (!isListening) {
+        resumeListening();
+        count += letIn(take);
+    }
+    events.resize(connections.size() + 2);
+    int const ready = retryInterrupted([this] {
+        return ::epoll_wait(watcher.get(), events.data(), static_cast<int>(events.size()), 0);
+    });
+    for (int i = 0; i < ready && (!isCut || isOthersTurn); ++i) {
+        int const descriptor = events[static_cast<std::size_t>(i)].data.fd;
+        if (descriptor == listener.get())
+            count += letIn(take);
+        else if (descriptor != retryTimer.get())
+            count += drain(descriptor, kMostPackets, take);
+    }
+    return count;
+}
+
+std::size_t LocalPort::State::letIn(Taker const& take)
+{
+    std::size_t count = 0;
+    for (int i = 0; i < kBacklog; ++i) {
+        Descriptor connection(retryInterrupted([this] {
+            return ::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        }));
+        if (!connection.isOpen() && errno == ECONNABORTED)
+            continue;
+        if (!connection.isOpen()) {
+            if (errno != EAGAIN)
+                pauseListening();
+            break;
+        }
+        int const number = connection.get();
+        if (!isPeerOfThisUser(number) || !watch(number))
+            continue;
+        connections[number] = std::move(connection);
+        count += drain(number, kMostPackets, take);
+        if (isCut)
+            break;
+    }
+    return count;
+}
+
+// The rest of what was begun, before anybody else's.
+std::size_t LocalPort::State::finish(Taker const& take)
+{
+    isCut = false;
+    int const connection = unfinished;
+    if (isLongTurn() || !connections.contains(connection)) {
+        unfinished = -1;
+        takenInTurn = 0;
+        return 0;
+    }
+    return drain(connection, kMostPackets, take);
+}
+
+std::size_t LocalPort::State::receiveAwaited(Taker const& take)
+{
+    int const connection = awaited.exchange(-1);
+    if (!connections.contains(connection)) // it may have gone since
+        return 0;
+    if (unfinished != -1 && unfinished != connection) {
+        if (std::size_t const count = finish(take))
+            return count;
+    }
+    return drain(connection, 1, take);
+}
+
+std::size_t LocalPort::State::drain(int connection, int most, Taker const& take)
+{
+    std::size_t count = 0;
+    std::size_t bytes = 0;
+    if (unfinished != connection)
+        takenInTurn = 0;
+    unfinished = connection;
+    isCut = most != 1;
+    for (int i = 0; i < most && bytes < kMostBytes; ++i) {
+        auto const outcome = reader.read(connection);
+        if (outcome == PacketReader::Outcome::kEnd)
+            connections.erase(connection);
+        if (outcome == PacketReader::Outcome::kEnd || outcome == PacketReader::Outcome::kNothing) {
+            unfinished = -1;
+            isCut = false;
+            break;
+        }
+        if (outcome == PacketReader::Outcome::kText) {
+            ++count;
+            bytes += reader.size();
+            takenInTurn += reader.size();
+            take(reader.text(), reader.size());
+        }
+    }
+    return count;
+}
+
+void LocalPort::State::listenFor(unsigned int wanted)
+{
+    if (waited && wanted == 0)
+        waited->remove(listener.get());
+    else if (waited)
+        waited->add(listener.get());
+    epoll_event event = {};
+    event.events = wanted;
+    event.data.fd = listener.get();
+    ::epoll_ctl(watcher.get(), EPOLL_CTL_MOD, listener.get(), &event);
+}
+
+// Newcomers that cannot be let in would keep the port readable, and whoever waits on it busy.
+void LocalPort::State::pauseListening()
+{
+    itimerspec next = {};
+    next.it_value.tv_nsec = kRetryNanoseconds;
+    if (::timerfd_settime(retryTimer.get(), 0, &next, nullptr) != 0)
+        return;
+    listenFor(0);
+    isListening = false;
+}
+
+void LocalPort::State::resumeListening()
+{
+    itimerspec const never = {};
+    ::timerfd_settime(retryTimer.get(), 0, &never, nullptr);
+    listenFor(EPOLLIN);
+    isListening = true;
+}
+
+DescriptorSet& LocalPort::State::everything()
+{
+    if (!waited) {
+        waited.emplace();
+        for (int const descriptor : {listener.get(), retryTimer.get()})
+            waited->add(descriptor);
+        for (auto const& connection : connections)
+            waited->add(connection.first);
+    }
+    return *waited;
+}
+
+std::unique_ptr<LocalPort> LocalPort::hold(std::string_view name)
+{
+    std::error_code error;
+    auto folder = LocalPortFolder::openOrMake(error);
+    auto held = folder ? HeldName::take(std::move(*folder), name) : std::nullopt;
+    if (!held)
+        return nullptr;
+    auto state = std::make_unique<State>(std::move(*held));
+    if (!state->open())
+        return nullptr;
+    return std::unique_ptr<LocalPort>(new LocalPort(std::move(state)));
+}
+
+LocalPort::LocalPort(std::unique_ptr<State> state)
+    : m_state(std::move(state))
+{
+}
+
+LocalPort::~LocalPort() = default;
+
+std::size_t LocalPort::receive(Taker const& take)
+{
+    std::size_t const count = m_state->receive(take);
+    m_state->reader.trim();
+    return count;
+}
+
+std::size_t LocalPort::receiveAwaited(Taker const& take)
+{
+    std::size_t const count = m_state->receiveAwaited(take);
+    m_state->reader.trim();
+    return count;
+}
+
+bool LocalPort::hasMore() const
+{
+    return m_state->isCut;
+}
+
+bool LocalPort::wait(std::chrono::milliseconds limit)
+{
+    int const fd = m_state->everything().waitForOne(limit);
+    m_state->awaited = fd;
+    return fd != -1;
+}
+
+void LocalPort::wakeOn(int other)
+{
+    m_state->everything().add(other);
+}
+
+int LocalPort::descriptor() const
+{
+    return m_state->watcher.get();
+}
+
+std::string const& LocalPort::name() const
+{
+    return m_state->name.name();
+}
+
+} // namespace Pt

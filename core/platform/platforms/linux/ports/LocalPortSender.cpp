@@ -1,0 +1,224 @@
+#include "platform/common/ports/LocalPort.h"
+#include "platform/platforms/linux/ports/LocalSocket.h"
+#include "platform/platforms/linux/ports/MemoryText.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <unordered_map>
+
+#include <poll.h>
+
+namespace Pt {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// The system doubles it for its own book-keeping.
+constexpr int kSendBuffer = 4 * 1024 * 1024;
+
+enum class Delivery { kDone, kNoRoom, kGone, kTooLarge, kFailed };
+
+SteadyTime deadlineAfter(milliseconds patience)
+{
+    constexpr milliseconds kLongest = std::chrono::hours(24 * 365);
+    return steady_clock::now() + std::clamp(patience, milliseconds(0), kLongest);
+}
+
+Delivery deliveryAfter(int error)
+{
+    switch (error) {
+    case EAGAIN:
+        return Delivery::kNoRoom;
+    case EPIPE:
+    case ECONNRESET:
+    case ECONNREFUSED: // on some systems, when the holder leaves at this very moment
+    case ENOTCONN:
+        return Delivery::kGone;
+    case EMSGSIZE:
+    case ENOBUFS:
+        return Delivery::kTooLarge;
+    default:
+        return Delivery::kFailed;
+    }
+}
+
+Delivery sendMessage(int socket, msghdr const& message, int flags)
+{
+    ssize_t const sent = ::sendmsg(socket, &message, MSG_NOSIGNAL | flags);
+    return sent == -1 ? deliveryAfter(errno == EINTR ? EAGAIN : errno) : Delivery::kDone;
+}
+
+Delivery sendMessageBefore(SteadyTime deadline, int socket, msghdr const& message)
+{
+    Delivery result = sendMessage(socket, message, MSG_DONTWAIT);
+    while (result == Delivery::kNoRoom && limitWait(socket, deadline))
+        result = sendMessage(socket, message, 0);
+    return result;
+}
+
+// One text, in the pieces that its sender has it in.
+struct Text {
+    std::string_view head;
+    std::string_view rest;
+
+    std::size_t size() const { return head.size() + rest.size(); }
+};
+
+Delivery sendPacket(int socket, Text const& text, SteadyTime deadline)
+{
+    auto const pieceOf = [](std::string_view piece) {
+        return iovec{const_cast<char*>(piece.data()), piece.size()}; // only read
+    };
+    std::array<iovec, 2> pieces = {pieceOf(text.head), pieceOf(text.rest)};
+    msghdr message = {};
+    message.msg_iov = pieces.data();
+    message.msg_iovlen = pieces.size();
+    return sendMessageBefore(deadline, socket, message);
+}
+
+Delivery sendMemoryText(int socket, Text const& text, SteadyTime deadline)
+{
+    Descriptor const file = makeMemoryText(text.head, text.rest);
+    if (!file.isOpen())
+        return Delivery::kFailed;
+    std::uint64_t size = text.size();
+    iovec part = {&size, sizeof size};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control = {};
+    msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr* const rights = CMSG_FIRSTHDR(&message);
+    rights->cmsg_level = SOL_SOCKET;
+    rights->cmsg_type = SCM_RIGHTS;
+    rights->cmsg_len = CMSG_LEN(sizeof(int));
+    int const number = file.get();
+    std::memcpy(CMSG_DATA(rights), &number, sizeof number);
+    return sendMessageBefore(deadline, socket, message);
+}
+
+Delivery sendText(int socket, Text const& text, SteadyTime deadline)
+{
+    Delivery result = Delivery::kTooLarge;
+    if (text.size() <= kSendBuffer)
+        result = sendPacket(socket, text, deadline);
+    return result == Delivery::kTooLarge ? sendMemoryText(socket, text, deadline) : result;
+}
+
+// Packets may be as large as the buffer, and are several times faster than memory files.
+void widenSendBuffer(int socket)
+{
+    if (::setsockopt(socket, SOL_SOCKET, SO_SNDBUFFORCE, &kSendBuffer, sizeof kSendBuffer) != 0)
+        ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendBuffer, sizeof kSendBuffer);
+}
+
+bool hasHolderLeft(int socket)
+{
+    pollfd question = {socket, 0, 0};
+    return ::poll(&question, 1, 0) == 1 && (question.revents & (POLLHUP | POLLERR)) != 0;
+}
+
+// Where ports lie, found out anew only when the environment says something else: a user's folders
+// are looked for with several calls of the system.
+class LocalPortPlace {
+public:
+    std::string const& folder()
+    {
+        auto const value = [](char const* name) {
+            char const* const text = std::getenv(name);
+            return std::string_view(text != nullptr ? text : "");
+        };
+        std::string_view const chosen = value("TEVOROTALK_PORT_DIR");
+        std::string_view const runtime = value("XDG_RUNTIME_DIR");
+        bool const isRelative = !chosen.empty() && chosen[0] != '/';
+        if (m_folder.empty() || isRelative || chosen != m_chosen || runtime != m_runtime) {
+            m_folder = localPortFolder();
+            m_chosen = chosen;
+            m_runtime = runtime;
+        }
+        return m_folder;
+    }
+
+private:
+    std::string m_folder;
+    std::string m_chosen;
+    std::string m_runtime;
+};
+
+} // namespace
+
+struct LocalPortSender::State {
+    // By folder and name; a folder has no zero byte.
+    std::unordered_map<std::string, Descriptor> connections;
+    LocalPortPlace place;
+
+    bool send(std::string_view name, Text const& text, SteadyTime deadline);
+    bool sendAfresh(
+        std::string const& key, std::string_view name, Text const& text, SteadyTime deadline);
+};
+
+LocalPortSender::LocalPortSender()
+    : m_state(std::make_unique<State>())
+{
+}
+
+LocalPortSender::~LocalPortSender() = default;
+
+bool LocalPortSender::send(
+    std::string_view name, std::string_view text, std::chrono::milliseconds patience)
+{
+    return send(name, text, {}, patience);
+}
+
+bool LocalPortSender::send(std::string_view name,
+    std::string_view head,
+    std::string_view rest,
+    std::chrono::milliseconds patience)
+{
+    Text const text = {head, rest};
+    return text.size() != 0 && head.size() <= LocalPort::kLargestText
+        && rest.size() <= LocalPort::kLargestText - head.size()
+        && m_state->send(name, text, deadlineAfter(patience));
+}
+
+bool LocalPortSender::State::send(std::string_view name, Text const& text, SteadyTime deadline)
+{
+    std::string key = place.folder();
+    key.append(1, '\0').append(name);
+    auto const kept = connections.find(key);
+    if (kept != connections.end()) {
+        Delivery const result = sendText(kept->second.get(), text, deadline);
+        if (result != Delivery::kGone)
+            return result == Delivery::kDone;
+        connections.erase(kept);
+    }
+    return sendAfresh(key, name, text, deadline);
+}
+
+bool LocalPortSender::State::sendAfresh(
+    std::string const& key, std::string_view name, Text const& text, SteadyTime deadline)
+{
+    // Connections that are still held stay, whatever their number: a text sent on a second one
+    // could overtake one that waits in the first.
+    std::erase_if(connections, [](auto const& kept) { return hasHolderLeft(kept.second.get()); });
+    std::error_code error;
+    auto const folder = LocalPortFolder::open(error);
+    if (!folder)
+        return false;
+    Descriptor connection = connectToLocalPort(*folder, localPortStem(name), deadline, error);
+    if (!connection.isOpen())
+        return false;
+    widenSendBuffer(connection.get());
+    Delivery const result = sendText(connection.get(), text, deadline);
+    if (result != Delivery::kGone)
+        connections[key] = std::move(connection);
+    return result == Delivery::kDone;
+}
+
+} // namespace Pt

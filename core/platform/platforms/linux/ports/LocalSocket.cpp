@@ -1,0 +1,84 @@
+#include "platform/platforms/linux/ports/LocalSocket.h"
+
+#include <sys/time.h>
+
+namespace Pt {
+
+namespace {
+
+Descriptor checked(Descriptor socket, std::error_code& error)
+{
+    if (isPeerOfThisUser(socket.get())) {
+        error.clear();
+        return socket;
+    }
+    error = std::make_error_code(std::errc::permission_denied);
+    return {};
+}
+
+int connectOnce(int socket, LocalPortFolder const& folder, std::string const& stem)
+{
+    LocalAddress const address = folder.addressOf(stem + std::string(kSocketEnding));
+    return ::connect(socket, address.get(), address.size);
+}
+
+} // namespace
+
+Descriptor makeLocalSocket(int flags)
+{
+    return Descriptor(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
+}
+
+bool isPeerOfThisUser(int socket)
+{
+    ucred peer = {};
+    socklen_t size = sizeof peer;
+    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
+        && peer.uid == ::geteuid();
+}
+
+bool limitWait(int socket, SteadyTime deadline)
+{
+    using std::chrono::microseconds;
+    auto const left =
+        std::chrono::ceil<microseconds>(deadline - std::chrono::steady_clock::now()).count();
+    if (left <= 0) // none at all would mean for ever
+        return false;
+    timeval const limit = {left / 1'000'000, left % 1'000'000};
+    return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
+}
+
+Descriptor connectToLocalPort(LocalPortFolder const& folder,
+    std::string const& stem,
+    SteadyTime deadline,
+    std::error_code& error)
+{
+    // A connect that does not wait cannot be polled for: it waits in the system, on the clock.
+    Descriptor socket = connectToLocalPort(folder, stem, error);
+    if (error != std::errc::resource_unavailable_try_again)
+        return socket;
+    socket = makeLocalSocket();
+    while (socket.isOpen() && limitWait(socket.get(), deadline)) {
+        if (connectOnce(socket.get(), folder, stem) == 0)
+            return checked(std::move(socket), error);
+        error = lastError();
+        if (error != std::errc::interrupted && error != std::errc::resource_unavailable_try_again)
+            return {};
+    }
+    return {};
+}
+
+Descriptor connectToLocalPort(
+    LocalPortFolder const& folder, std::string const& stem, std::error_code& error)
+{
+    Descriptor socket = makeLocalSocket(SOCK_NONBLOCK);
+    if (!socket.isOpen() || connectOnce(socket.get(), folder, stem) != 0) {
+        error = lastError();
+        return {};
+    }
+    // Waiting is for sends to choose, call by call.
+    ::fcntl(socket.get(), F_SETFL, 0);
+    return checked(std::move(socket), error);
+}
+
+} // namespace Pt

@@ -1,0 +1,36 @@
+// The sockets of local ports: packets, never inherited by other programs. Any thread.
+#pragma once
+
+#include "platform/platforms/linux/ports/LocalPortFolder.h"
+#include "platform/platforms/linux/services/Descriptor.h"
+
+#include <chrono>
+#include <string>
+#include <system_error>
+
+namespace Pt {
+
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+// Not open when the system refuses; errno then says why.
+Descriptor makeLocalSocket(int flags = 0);
+
+// Whether a process of this user made the other end.
+bool isPeerOfThisUser(int socket);
+
+// How long a connect or a send on the socket may wait from now on; false when the point has passed.
+bool limitWait(int socket, SteadyTime deadline);
+
+// Connected to the port with that stem. Not open, with: no_such_file_or_directory or
+// connection_refused when nobody holds it; resource_unavailable_try_again when its queue of
+// newcomers was full up to the deadline; permission_denied for a port of another user.
+Descriptor connectToLocalPort(LocalPortFolder const& folder,
+    std::string const& stem,
+    SteadyTime deadline,
+    std::error_code& error);
+
+// The same without waiting.
+Descriptor connectToLocalPort(
+    LocalPortFolder const& folder, std::string const& stem, std::error_code& error);
+
+} // namespace Pt

@@ -1,0 +1,158 @@
+#include "platform/common/services/UserFolders.h"
+
+#include "platform/platforms/linux/files/TextFile.h"
+#include "platform/platforms/linux/services/PathType.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string_view>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace Pt {
+
+namespace {
+
+std::string withoutSlashAtEnd(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
+bool isAbsolute(std::string_view path)
+{
+    return !path.empty() && path.front() == '/';
+}
+
+// Empty when the variable does not hold an absolute path.
+std::string folderFromEnvironment(char const* variable)
+{
+    char const* const value = std::getenv(variable);
+    return value && isAbsolute(value) ? withoutSlashAtEnd(value) : std::string();
+}
+
+std::string homeFromAccount()
+{
+    std::array<char, 16384> buffer{};
+    passwd entry = {};
+    passwd* found = nullptr;
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
+        return {};
+    bool const hasHome = found->pw_dir && isAbsolute(found->pw_dir);
+    return hasHome ? withoutSlashAtEnd(found->pw_dir) : std::string();
+}
+
+std::string joined(std::string const& folder, std::string const& relative)
+{
+    return folder == "/" ? folder + relative : folder + "/" + relative;
+}
+
+std::string belowHome(std::string const& relative)
+{
+    std::string const home = homeFolder();
+    return home.empty() ? home : joined(home, relative);
+}
+
+std::string fromEnvironmentOrHome(char const* variable, std::string const& relative)
+{
+    std::string folder = folderFromEnvironment(variable);
+    return folder.empty() ? belowHome(relative) : folder;
+}
+
+// The text between the quotes as a shell reads it; empty when they do not close.
+std::string unquoted(std::string_view text)
+{
+    std::string result;
+    if (text.empty() || text.front() != '"')
+        return result;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        if (text[i] == '"')
+            return result;
+        if (text[i] == '\\' && i + 1 < text.size())
+            ++i;
+        result += text[i];
+    }
+    return {};
+}
+
+// "$HOME/folder" or an absolute path; empty for everything else.
+std::string userFolder(std::string_view value)
+{
+    constexpr std::string_view kHome = "$HOME";
+    std::string const path = unquoted(value);
+    if (path.compare(0, kHome.size(), kHome) != 0)
+        return isAbsolute(path) ? withoutSlashAtEnd(path) : std::string();
+    std::string const home = homeFolder();
+    std::string const rest = path.substr(kHome.size());
+    if (home.empty() || !(rest.empty() || isAbsolute(rest)))
+        return {};
+    return withoutSlashAtEnd(home == "/" && !rest.empty() ? rest : home + rest);
+}
+
+// The last assignment holds, as in a shell.
+std::string userFolderFromList(std::string_view name)
+{
+    std::string folder;
+    std::string const config = userConfigFolder();
+    if (config.empty())
+        return folder;
+    for (std::string const& line : readSettingsLines(joined(config, "user-dirs.dirs"))) {
+        std::string_view const assignment = trimmed(line);
+        if (assignment.substr(0, name.size()) == name && assignment.substr(name.size(), 1) == "=")
+            folder = userFolder(assignment.substr(name.size() + 1));
+    }
+    return folder;
+}
+
+} // namespace
+
+std::string homeFolder()
+{
+    std::string home = folderFromEnvironment("HOME");
+    return home.empty() ? homeFromAccount() : home;
+}
+
+std::string picturesFolder()
+{
+    std::string folder = userFolderFromList("XDG_PICTURES_DIR");
+    return folder.empty() ? belowHome("Pictures") : folder;
+}
+
+std::string userApplicationData()
+{
+    std::string folder = folderFromEnvironment("MFX_APPLICATION_DATA");
+    return folder.empty() ? fromEnvironmentOrHome("XDG_DATA_HOME", ".local/share") : folder;
+}
+
+std::string userConfigFolder()
+{
+    return fromEnvironmentOrHome("XDG_CONFIG_HOME", ".config");
+}
+
+std::optional<std::string> machineApplicationDataFile(std::string const& relative)
+{
+    char const* const value = std::getenv("XDG_DATA_DIRS");
+    std::string_view folders = value && *value ? value : "/usr/local/share:/usr/share";
+    while (!folders.empty()) {
+        std::string const folder(folders.substr(0, folders.find(':')));
+        folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
+        std::string const file = joined(withoutSlashAtEnd(folder), relative);
+        if (isAbsolute(folder) && hasType(file, S_IFREG))
+            return file;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> runtimeFolder()
+{
+    std::string folder = folderFromEnvironment("XDG_RUNTIME_DIR");
+    if (!folder.empty())
+        return folder;
+    folder = "/run/user/" + std::to_string(::getuid());
+    return hasType(folder, S_IFDIR) ? std::optional(folder) : std::nullopt;
+}
+
+} // namespace Pt

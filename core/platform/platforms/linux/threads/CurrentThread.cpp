@@ -1,0 +1,20 @@
+#include "platform/common/threads/CurrentThread.h"
+
+#include <ctime>
+
+#include <pthread.h>
+
+namespace Pt {
+
+unsigned long currentThreadHandle()
+{
+    return ::pthread_self();
+}
+
+void sleepOnce(std::chrono::milliseconds duration)
+{
+    timespec const time{duration.count() / 1000, (duration.count() % 1000) * 1'000'000};
+    ::nanosleep(&time, nullptr);
+}
+
+} // namespace Pt

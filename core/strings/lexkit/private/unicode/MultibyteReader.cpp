@@ -1,0 +1,43 @@
+#include "lexkit/private/unicode/MultibyteReader.h"
+
+#include "lexkit/private/unicode/UnicodeUtil.h"
+
+namespace lexkit_private {
+
+namespace {
+
+constexpr unsigned long kFirstCapacity = 256; // bytes of a line
+
+} // namespace
+
+MultibyteReader::MultibyteReader(Source const& source)
+    : DictionaryReader(source)
+    , m_bytes(kFirstCapacity)
+{
+}
+
+// False at the end of the source and for a NUL.
+bool MultibyteReader::ReadAByte(unsigned char& byte)
+{
+    return takeByte(byte) && byte != 0;
+}
+
+unsigned short const* MultibyteReader::ReadALine()
+{
+    m_bytes.Clear();
+    unsigned char byte = 0;
+    while (ReadAByte(byte)) {
+        if (byte == '\n' || byte == '\r')
+            return convertedLine(byte);
+        m_bytes.Append(byte);
+    }
+    return m_bytes.GetCount() > 0 ? convertedLine(0) : nullptr;
+}
+
+unsigned short const* MultibyteReader::convertedLine(unsigned char lineEnd)
+{
+    UnicodeUtil::StringToUnicode(m_bytes.GetData(), m_bytes.GetCount(), m_line, nullptr);
+    return endLine(lineEnd);
+}
+
+} // namespace lexkit_private

@@ -1,0 +1,79 @@
+#include "lexkit/private/unicode/UnicodeRun.h"
+
+#include "lexkit/LXErrException.h"
+#include "lexkit/private/unicode/UnicodeUtil.h"
+
+#include <cstring>
+#include <limits>
+#include <ostream>
+#include <vector>
+
+namespace lexkit_private {
+
+namespace {
+
+// Lengths are kept in 32 bits.
+std::uint32_t checkedLength(unsigned long byteCount)
+{
+    if (byteCount > std::numeric_limits<std::uint32_t>::max())
+        throw LXErrException(LXErrException::kBadParameter);
+    return static_cast<std::uint32_t>(byteCount);
+}
+
+unsigned long writeUnits(std::ostream& stream, UnicodeRun const& run)
+{
+    unsigned long const count = run.GetLength() * 2;
+    stream.write(reinterpret_cast<char const*>(run.GetData()), static_cast<std::streamsize>(count));
+    return count;
+}
+
+unsigned long writeEncoded(
+    std::ostream& stream, UnicodeRun const& run, lexkit::EncodingInfo const& encoding)
+{
+    unsigned long const size =
+        UnicodeUtil::FromUnicodeSize(run.GetUnits(), run.GetLength(), &encoding);
+    std::vector<char> text(size);
+    unsigned long const count = UnicodeUtil::UnicodeToCString(
+        run.GetUnits(), run.GetLength(), text.data(), size, &encoding);
+    stream.write(text.data(), static_cast<std::streamsize>(count));
+    return count;
+}
+
+} // namespace
+
+UnicodeRun::UnicodeRun()
+    : UnicodeRun(EmptyRunInstance())
+{
+}
+
+UnicodeRun::UnicodeRun(unsigned short const* units, unsigned long count)
+    : ByteRun(units, checkedLength(count > ~0ul / 2 ? ~0ul : count * 2), true)
+{
+}
+
+UnicodeRun::UnicodeRun(unsigned char const* bytes, unsigned long byteCount)
+    : ByteRun(bytes, checkedLength(byteCount), true)
+{
+}
+
+UnicodeRun UnicodeRun::Unfilled(unsigned long byteCount, unsigned short*& units)
+{
+    UnicodeRun run(ByteRunValue::MakeUnfilled(checkedLength(byteCount)));
+    units = reinterpret_cast<unsigned short*>(run->GetRoom());
+    return run;
+}
+
+// Never destroyed: objects that end after it still refer to it.
+UnicodeRun const& UnicodeRun::EmptyRunInstance()
+{
+    static UnicodeRun const* const empty = new UnicodeRun(ByteRunValue::MakeUnfilled(0));
+    return *empty;
+}
+
+unsigned long UnicodeRun::Serialize(
+    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+{
+    return binary && encoding ? writeEncoded(stream, *this, *encoding) : writeUnits(stream, *this);
+}
+
+} // namespace lexkit_private

@@ -1,0 +1,258 @@
+#include "mfx/engine/sink/SessionPreferences.h"
+
+#include "SavingFixture.h"
+#include "core/platform/Environment.h"
+#include "mfx/engine/sink/SinkModule.h"
+
+#include <cstdlib>
+
+#include <gmock/gmock.h>
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::Optional;
+
+namespace mfx {
+namespace {
+
+using tests::bytesOf;
+using tests::namesBelow;
+
+constexpr char kLibrary[] = TEVORO_STAGE_HOME "/Frameworks/preference_xml_parser.framework";
+constexpr char kStore[] = "user/preferences-3.xml";
+
+class SessionPreferencesTest : public testing::Test {
+protected:
+    SessionPreferencesTest()
+    {
+        home.addFolder("run");
+        home.addFolder("Pictures");
+        environment.set("HOME", home.path());
+        environment.set("XDG_RUNTIME_DIR", home.path("run"));
+        environment.set("XDG_CONFIG_HOME", home.path("config"));
+        environment.unset("XDG_DATA_HOME");
+        environment.set("MFX_APPLICATION_DATA", home.path("unused"));
+    }
+
+    void store(const std::string& entries) const
+    {
+        home.add(kStore, "<preferences version=\"1.0\">" + entries + "</preferences>\n");
+    }
+    static std::string value(const std::string& key, const std::string& text)
+    {
+        return "<value key=\"" + key + "\">" + text + "</value>";
+    }
+    std::string userStore() const { return home.path("user"); }
+
+    // What the plug-in finds in this run.
+    static std::optional<std::string> inSession(const std::string& key)
+    {
+        const std::string folder = std::getenv("MFX_APPLICATION_DATA");
+        return PreferenceClient(kLibrary, folder + "/Velmo/Tevoro NX").text(key);
+    }
+    std::optional<std::string> inUserStore(const std::string& key) const
+    {
+        return PreferenceClient(kLibrary, userStore()).text(key);
+    }
+
+    tests::TestCard home;
+    test::Environment environment;
+    Choices choices;
+};
+
+TEST_F(SessionPreferencesTest, ShowsThePluginAStoreOfItsOwnWithEveryKey)
+{
+    const SessionPreferences session(kLibrary, std::nullopt, choices);
+    EXPECT_EQ(inSession("ConvertToDNG"), "0");
+    EXPECT_EQ(inSession("GridFilterPref"), "7");
+    EXPECT_EQ(inSession("SecondaryLocation"), "");
+    EXPECT_FALSE(session.backupFolder());
+    EXPECT_EQ(session.firstSequence(), 1U);
+}
+
+TEST_F(SessionPreferencesTest, LaysTheChoicesOverWhatWasStored)
+{
+    store(value("DNGJpegPreviewSize", "2") + value("OpenTevoro", "1") + value("Note", "mine"));
+    choices.backupFolder = "/backup/of mine";
+    choices.deletesOriginals = true;
+    choices.convertsToDNG = true;
+    choices.dngPreview = 0;
+    const SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_EQ(inSession("SaveToSecondaryLocation"), "1");
+    EXPECT_EQ(inSession("SecondaryLocation"), "/backup/of mine");
+    EXPECT_EQ(inSession("DeleteOriginals"), "1");
+    EXPECT_EQ(inSession("ConvertToDNG"), "1");
+    EXPECT_EQ(inSession("DNGJpegPreviewSize"), "0");
+    EXPECT_EQ(inSession("DNGOutputLinear"), "0");
+    EXPECT_EQ(inSession("OpenTevoro"), "1") << "what the command line leaves open is the store's";
+    EXPECT_EQ(inSession("Note"), "mine");
+    EXPECT_THAT(session.backupFolder(), Optional(std::string("/backup/of mine")));
+}
+
+TEST_F(SessionPreferencesTest, UndoesWhatWasRememberedForOneRun)
+{
+    const std::string remembered = value("SaveToSecondaryLocation", "1")
+        + value("SecondaryLocation", "/backup") + value("OpenTevoro", "1")
+        + value("ConvertToDNG", "1");
+    store(remembered);
+    choices.makesNoBackup = true;
+    choices.opensBrowser = choices.convertsToDNG = false;
+    const SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_FALSE(session.backupFolder());
+    for (const char* key : {"SaveToSecondaryLocation", "OpenTevoro", "ConvertToDNG"}) {
+        EXPECT_EQ(inSession(key), "0") << key;
+        EXPECT_EQ(inUserStore(key), "1") << key;
+    }
+    EXPECT_EQ(inSession("SecondaryLocation"), "/backup") << "for when it is wanted again";
+}
+
+TEST_F(SessionPreferencesTest, RemembersWhatWasUndone)
+{
+    store(value("SaveToSecondaryLocation", "1") + value("SecondaryLocation", "/backup"));
+    choices.makesNoBackup = true;
+    SessionPreferences session(kLibrary, userStore(), choices);
+    ASSERT_TRUE(session.remember("/photos", 1));
+    EXPECT_EQ(inUserStore("SaveToSecondaryLocation"), "0");
+    choices.makesNoBackup = false;
+    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).backupFolder());
+}
+
+TEST_F(SessionPreferencesTest, LeavesTheUsersStoreAsItIs)
+{
+    store(value("OpenTevoro", "1"));
+    const std::string before = bytesOf(home.path(kStore));
+    choices.backupFolder = "/backup";
+    {
+        const SessionPreferences session(kLibrary, userStore(), choices);
+    }
+    EXPECT_EQ(bytesOf(home.path(kStore)), before);
+    EXPECT_THAT(namesBelow(userStore()), ElementsAre("preferences-3.xml"));
+}
+
+TEST_F(SessionPreferencesTest, TakesItsOwnStoreAwayAtTheEnd)
+{
+    {
+        const SessionPreferences session(kLibrary, std::nullopt, choices);
+        EXPECT_THAT(std::getenv("MFX_APPLICATION_DATA"), HasSubstr(home.path("run")));
+        EXPECT_THAT(namesBelow(home.path("run")), Not(IsEmpty()));
+    }
+    EXPECT_THAT(namesBelow(home.path("run")), IsEmpty());
+}
+
+TEST_F(SessionPreferencesTest, TakesTheBackupFolderFromTheStore)
+{
+    store(value("SaveToSecondaryLocation", "1") + value("SecondaryLocation", "/backup"));
+    EXPECT_THAT(SessionPreferences(kLibrary, userStore(), choices).backupFolder(),
+        Optional(std::string("/backup")));
+    store(value("SaveToSecondaryLocation", "1") + value("SecondaryLocation", ""));
+    EXPECT_THAT(SessionPreferences(kLibrary, userStore(), choices).backupFolder(),
+        Optional(home.path("Pictures")));
+    store(value("SaveToSecondaryLocation", "0") + value("SecondaryLocation", "/backup"));
+    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).backupFolder());
+}
+
+TEST_F(SessionPreferencesTest, CountsOnFromTheStoreAndTakesNonsenseForOne)
+{
+    const std::pair<const char*, std::uint64_t> rows[] = {
+        {"1", 1},
+        {"472", 472},
+        {"0", 0},
+        {"", 1},
+        {"-5", 1},
+        {"many", 1},
+        {"12x", 1},
+        {" 7", 1},
+        {"99999999999999999999999", 1},
+    };
+    for (const auto& [text, number] : rows) {
+        store(value("RenameSequenceNumber", text));
+        EXPECT_EQ(SessionPreferences(kLibrary, userStore(), choices).firstSequence(), number)
+            << text;
+    }
+}
+
+TEST_F(SessionPreferencesTest, RemembersTheChoicesAndKeepsWhatItDoesNotKnow)
+{
+    store(value("Note", "mine") + "<later attribute=\"1\"/>" + value("OpenTevoro", "1"));
+    choices.backupFolder = "/backup";
+    SessionPreferences session(kLibrary, userStore(), choices);
+    ASSERT_TRUE(session.remember("/photos", 43));
+    EXPECT_EQ(inUserStore("SecondaryLocation"), "/backup");
+    EXPECT_EQ(inUserStore("Location"), "/photos");
+    EXPECT_EQ(inUserStore("RenameSequenceNumber"), "43");
+    EXPECT_EQ(inUserStore("OpenTevoro"), "1");
+    EXPECT_EQ(inUserStore("Note"), "mine");
+    EXPECT_THAT(bytesOf(home.path(kStore)), HasSubstr("<later attribute=\"1\""));
+}
+
+TEST_F(SessionPreferencesTest, RemembersInAStoreThatIsNotThereYet)
+{
+    SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_FALSE(std::filesystem::exists(userStore()));
+    ASSERT_TRUE(session.remember("/photos", 1));
+    EXPECT_EQ(inUserStore("GridFilterPref"), "7");
+}
+
+TEST_F(SessionPreferencesTest, SaysThatItCouldNotRemember)
+{
+    home.add("user", "a file");
+    SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_FALSE(session.remember("/photos", 1));
+    EXPECT_EQ(bytesOf(home.path("user")), "a file");
+    EXPECT_FALSE(SessionPreferences(kLibrary, std::nullopt, choices).remember("/photos", 1));
+}
+
+// A backup that was chosen long ago must not be left out without a word.
+TEST_F(SessionPreferencesTest, SaysThatAStoreIsDamaged)
+{
+    EXPECT_TRUE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+    store(value("SaveToSecondaryLocation", "1"));
+    EXPECT_TRUE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+    home.add(kStore, "<preferences version=\"1.0\"><value key=\"Save");
+    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+    std::filesystem::remove(home.path(kStore));
+    home.addFolder(kStore);
+    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+}
+
+TEST_F(SessionPreferencesTest, GoesWithoutAStoreOfALaterVersionAndLeavesItAlone)
+{
+    const std::string later = "<preferences version=\"2.0\"/>";
+    home.add(kStore, later);
+    SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_FALSE(session.startedWhole());
+    EXPECT_FALSE(session.remember("/photos", 1));
+    EXPECT_EQ(bytesOf(home.path(kStore)), later);
+}
+
+TEST_F(SessionPreferencesTest, LeavesADamagedStoreAloneUntilItRemembers)
+{
+    home.add(kStore, "no preferences");
+    SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_EQ(bytesOf(home.path(kStore)), "no preferences");
+    EXPECT_TRUE(session.remember("/photos", 1));
+    EXPECT_EQ(bytesOf(home.path("user/preferences-3.damaged-1.xml")), "no preferences");
+    EXPECT_EQ(inUserStore("Location"), "/photos");
+}
+
+TEST_F(SessionPreferencesTest, OpensAStoreByAFolderAboveItToo)
+{
+    home.addFolder("data/Velmo/Tevoro NX");
+    EXPECT_EQ(
+        SessionPreferences::storeFolderIn(home.path("data")), home.path("data/Velmo/Tevoro NX"));
+    EXPECT_EQ(SessionPreferences::storeFolderIn(home.path("user")), home.path("user"));
+    environment.unset("MFX_APPLICATION_DATA");
+    EXPECT_EQ(SessionPreferences::userStoreFolder(), home.path(".local/share/Velmo/Tevoro NX"));
+}
+
+TEST_F(SessionPreferencesTest, NeedsTheStoresLibrary)
+{
+    EXPECT_THROW(
+        SessionPreferences(home.path("missing.framework"), userStore(), choices), SystemPartError);
+    EXPECT_THAT(namesBelow(home.path("run")), IsEmpty()) << "nothing is left of the session";
+}
+
+} // namespace
+} // namespace mfx

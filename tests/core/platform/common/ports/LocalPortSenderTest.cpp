@@ -1,0 +1,239 @@
+#include "core/platform/support/PortFixture.h"
+#include "core/platform/support/PortText.h"
+#include "core/platform/support/ThreadState.h"
+#include "platform/common/ports/LocalPort.h"
+
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include <fcntl.h>
+
+using Pt::LocalPort;
+using Pt::LocalPortSender;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr std::size_t kKilobyte = 1024;
+constexpr std::size_t kMegabyte = 1024 * kKilobyte;
+
+class LocalPortSenderTest : public test::PortFixture {
+protected:
+    LocalPortSender sender;
+};
+
+class LocalPortSenderLengthTest : public LocalPortSenderTest,
+                                  public testing::WithParamInterface<std::size_t> { };
+
+// The descriptor of a text in a memory file, or -1.
+int memoryText()
+{
+    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code error;
+        std::string const target = std::filesystem::read_symlink(entry.path(), error).string();
+        if (target.find("memfd:local-port-text") != std::string::npos)
+            return std::stoi(entry.path().filename().string());
+    }
+    return -1;
+}
+
+} // namespace
+
+TEST_P(LocalPortSenderLengthTest, DeliversATextWhole)
+{
+    auto const port = held("p");
+    std::string const text = test::numberedText(1, GetParam());
+    ASSERT_TRUE(sender.send("p", text, kPatience));
+    Texts const texts = received(*port);
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_TRUE(texts[0] == text); // not printed: it may be long
+    EXPECT_THAT(received(*port), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths,
+    LocalPortSenderLengthTest,
+    testing::Values(1,
+        8,
+        300,
+        4096,
+        32 * kKilobyte,
+        32 * kKilobyte + 1,
+        33 * kKilobyte,
+        kMegabyte,
+        5 * kMegabyte,
+        LocalPort::kLargestText));
+
+TEST_F(LocalPortSenderTest, SendsNeitherAnEmptyNorATooLongText)
+{
+    auto const port = held("p");
+    EXPECT_FALSE(sender.send("p", "", kPatience));
+    EXPECT_FALSE(sender.send("p", std::string(LocalPort::kLargestText + 1, 'x'), kPatience));
+    EXPECT_THAT(received(*port), IsEmpty());
+    EXPECT_TRUE(sender.send("p", "x", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("x"));
+}
+
+TEST_F(LocalPortSenderTest, KeepsTheOrderOfShortAndLongTexts)
+{
+    auto const port = held("p");
+    Texts sent;
+    for (std::size_t number = 0; number < 60; ++number) {
+        std::size_t const size = number % 10 == 5 ? 5 * kMegabyte : 1 + number * 100;
+        sent.push_back(test::numberedText(number, size));
+        ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
+    }
+    EXPECT_TRUE(received(*port, sent.size()) == sent);
+}
+
+TEST_F(LocalPortSenderTest, UsesOneConnectionAgain)
+{
+    auto const port = held("p");
+    ASSERT_TRUE(sender.send("p", "first", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("first"));
+    auto const before = test::openDescriptors();
+    for (int i = 0; i < 100; ++i)
+        ASSERT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_EQ(received(*port).size(), 100U);
+    EXPECT_EQ(test::openDescriptors(), before);
+}
+
+TEST_F(LocalPortSenderTest, LetsGoOfConnectionsToHoldersThatLeft)
+{
+    auto const before = test::openDescriptors();
+    for (int i = 0; i < 50; ++i) {
+        std::string const name = std::to_string(i) + 'p';
+        auto const port = held(name);
+        ASSERT_TRUE(sender.send(name, "text", kPatience));
+    }
+    EXPECT_LE(test::openDescriptors(), before + 1);
+    auto const port = held("p");
+    auto const second = held("q");
+    auto const between = test::openDescriptors();
+    sender.send("p", "text", kPatience);
+    EXPECT_EQ(test::openDescriptors(), between); // one more, one less
+    sender.send("q", "text", kPatience);
+    sender.send("p", "text", kPatience);
+    EXPECT_EQ(received(*port).size(), 2U);
+    EXPECT_EQ(received(*second).size(), 1U);
+}
+
+TEST_F(LocalPortSenderTest, FindsANewHolderOfTheName)
+{
+    auto port = held("p");
+    ASSERT_TRUE(sender.send("p", "old", kPatience));
+    port.reset();
+    port = held("p");
+    ASSERT_TRUE(sender.send("p", "new", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("new"));
+}
+
+TEST_F(LocalPortSenderTest, RaisesNoSignalWhenItsHolderLeft)
+{
+    struct sigaction before = {};
+    struct sigaction action = {};
+    static sig_atomic_t volatile raised = 0;
+    action.sa_handler = [](int) { raised = 1; };
+    ::sigaction(SIGPIPE, &action, &before);
+    auto port = held("p");
+    ASSERT_TRUE(sender.send("p", "text", kPatience));
+    port.reset();
+    EXPECT_FALSE(sender.send("p", "text", kPatience));
+    ::sigaction(SIGPIPE, &before, nullptr);
+    EXPECT_EQ(raised, 0);
+}
+
+TEST_F(LocalPortSenderTest, RefusesATextAtOnceWhenNobodyHoldsTheName)
+{
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(sender.send("p", "text", kPatience)); // no folder either
+    held("p").reset();
+    EXPECT_FALSE(sender.send("p", "text", kPatience));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience / 2);
+    EXPECT_TRUE(Pt::isLocalPortFree("p"));
+}
+
+TEST_F(LocalPortSenderTest, WaitsNoLongerThanToldForAHolderThatDoesNotRead)
+{
+    constexpr milliseconds kShort{60};
+    auto const port = held("p");
+    Texts sent;
+    std::string text;
+    auto start = std::chrono::steady_clock::now();
+    do {
+        text = test::numberedText(sent.size(), 30000);
+        start = std::chrono::steady_clock::now();
+        sent.push_back(text);
+    } while (sender.send("p", text, kShort));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, kShort);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience / 2);
+    sent.pop_back();
+    EXPECT_FALSE(sender.send("p", text, milliseconds(0)));
+    EXPECT_FALSE(sender.send("p", text, milliseconds(-1)));
+    // Whole, in order, and nothing of the refused.
+    EXPECT_TRUE(received(*port, sent.size()) == sent);
+    EXPECT_TRUE(sender.send("p", "room again", milliseconds(0)));
+    EXPECT_THAT(received(*port), ElementsAre("room again"));
+}
+
+TEST_F(LocalPortSenderTest, GoesOnAsSoonAsTheHolderMakesRoom)
+{
+    auto const port = held("p");
+    while (sender.send("p", std::string(30000, 'x'), milliseconds(0))) { }
+    bool isSent = false;
+    std::thread waiter([&] { isSent = sender.send("p", "last", milliseconds::max()); });
+    Texts texts;
+    while (texts.empty() || texts.back() != "last")
+        texts = received(*port, 1);
+    waiter.join();
+    EXPECT_TRUE(isSent);
+}
+
+TEST_F(LocalPortSenderTest, KeepsALargeTextFromProgramsThatStartWhileItWaits)
+{
+    auto const port = held("p");
+    std::size_t count = 1;
+    while (sender.send("p", std::string(30000, 'x'), milliseconds(0)))
+        ++count;
+    bool isSent = false;
+    std::string const text(5 * kMegabyte, 'y');
+    std::thread waiter([&] { isSent = sender.send("p", text, kPatience); });
+    EXPECT_TRUE(test::waitUntil([] { return memoryText() != -1; }));
+    EXPECT_EQ(::fcntl(memoryText(), F_GETFD), FD_CLOEXEC);
+    Texts const texts = received(*port, count);
+    waiter.join();
+    EXPECT_TRUE(isSent);
+    ASSERT_EQ(texts.size(), count);
+    EXPECT_TRUE(texts.back() == text);
+}
+
+// Whoever asks and goes stands in the queue of newcomers until the holder reads.
+TEST_F(LocalPortSenderTest, WaitsNoLongerThanToldWhileTheQueueIsFull)
+{
+    constexpr milliseconds kShort{60};
+    constexpr int kLongestQueue = 4096;
+    auto const port = held("p");
+    for (int i = 0; i <= kLongestQueue; ++i)
+        ASSERT_FALSE(Pt::isLocalPortFree("p"));
+    EXPECT_FALSE(Pt::isLocalPortFree("p"));
+    EXPECT_EQ(Pt::heldLocalPorts().size(), 1U);
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(sender.send("p", "text", kShort));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, kShort);
+    EXPECT_THAT(received(*port), IsEmpty());
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+TEST_F(LocalPortSenderTest, GoesOnAsSoonAsAFullQueueMovesOn)
+{
+    auto const port = held("p");
+    for (int i = 0; i <= 4096; ++i)
+        Pt::isLocalPortFree("p");
+    bool isSent = false;
+    std::thread waiter([&] { isSent = sender.send("p", "text", kPatience); });
+    EXPECT_THAT(received(*port, 1), ElementsAre("text"));
+    waiter.join();
+    EXPECT_TRUE(isSent);
+}

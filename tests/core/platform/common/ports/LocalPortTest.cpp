@@ -1,0 +1,461 @@
+#include "platform/common/ports/LocalPort.h"
+
+#include "core/platform/support/PortFixture.h"
+#include "core/platform/support/PortText.h"
+
+#include <atomic>
+#include <set>
+#include <stdexcept>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using Pt::LocalPort;
+using Pt::LocalPortSender;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr std::size_t kMegabyte = 1024 * 1024;
+
+class LocalPortTest : public test::PortFixture {
+protected:
+    LocalPortSender sender;
+};
+
+class LocalPortNameTest : public LocalPortTest, public testing::WithParamInterface<std::string> { };
+
+std::set<int> openNumbers()
+{
+    std::set<int> numbers;
+    for (int number = 0; number < 1024; ++number) {
+        if (::fcntl(number, F_GETFD) != -1)
+            numbers.insert(number);
+    }
+    return numbers;
+}
+
+// Those open now and not before that another program would inherit.
+std::set<int> inheritedSince(std::set<int> const& before)
+{
+    std::set<int> inherited;
+    for (int const number : openNumbers()) {
+        if (!before.contains(number) && (::fcntl(number, F_GETFD) & FD_CLOEXEC) == 0)
+            inherited.insert(number);
+    }
+    return inherited;
+}
+
+} // namespace
+
+TEST_P(LocalPortNameTest, FindsItsHolder)
+{
+    auto const port = held(GetParam());
+    auto const other = held(GetParam() + "x");
+    EXPECT_EQ(port->name(), GetParam());
+    EXPECT_TRUE(sender.send(GetParam(), "text", kPatience));
+    EXPECT_THAT(received(*other), IsEmpty());
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Names,
+    LocalPortNameTest,
+    testing::Values("",
+        "mfx-1.0",
+        R"(\\.\port\Ned_and_Olaf_mfx-1.0)",
+        "../../etc/passwd",
+        "a/b",
+        "two\nlines\n",
+        std::string("nul\0nul", 7),
+        "\xff\xfe\x80",
+        std::string(70000, 'n')));
+
+TEST_F(LocalPortTest, LiesInAFolderWithALongPath)
+{
+    std::string const deep = folder.path(std::string(60, 'd') + "/" + std::string(60, 'e'));
+    std::filesystem::create_directories(deep);
+    environment.set("TEVOROTALK_PORT_DIR", deep + "/ports");
+    auto const port = held("p");
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+    EXPECT_FALSE(Pt::isLocalPortFree("p"));
+}
+
+TEST_F(LocalPortTest, MakesItsFolderForThisUserAlone)
+{
+    auto const port = held("p");
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(folder.path("ports")).permissions(), perms::owner_all);
+    EXPECT_EQ(
+        std::filesystem::status(lockPath()).permissions(), perms::owner_read | perms::owner_write);
+}
+
+TEST_F(LocalPortTest, NamesItsFilesAfterTheDigestOfTheName)
+{
+    auto const port = held("abc");
+    EXPECT_THAT(files(),
+        testing::UnorderedElementsAre(
+            "ba7816bf8f01cfea414140de5dae2223.lock", "ba7816bf8f01cfea414140de5dae2223.sock"));
+    EXPECT_EQ(test::read(lockPath()), std::to_string(::getpid()) + "\nabc\n");
+}
+
+TEST_F(LocalPortTest, IsHeldByOneAtATime)
+{
+    auto port = held("p");
+    EXPECT_FALSE(LocalPort::hold("p"));
+    EXPECT_FALSE(Pt::isLocalPortFree("p"));
+    EXPECT_TRUE(LocalPort::hold("q"));
+    port.reset();
+    EXPECT_TRUE(Pt::isLocalPortFree("p"));
+    EXPECT_TRUE(LocalPort::hold("p"));
+}
+
+TEST_F(LocalPortTest, IsHeldByOneAtATimeHoweverOftenItChangesHands)
+{
+    std::atomic<int> holders{0};
+    std::atomic<int> changes{0};
+    std::atomic<int> wrong{0};
+    auto const compete = [&] {
+        for (int i = 0; i < 3000; ++i) {
+            auto port = LocalPort::hold("p");
+            if (!port)
+                continue;
+            wrong += holders++;
+            changes++;
+            holders--;
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back(compete);
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_GT(changes, 100);
+}
+
+TEST_F(LocalPortTest, LeavesNoFileBehind)
+{
+    held("p").reset();
+    EXPECT_THAT(files(), IsEmpty());
+}
+
+TEST_F(LocalPortTest, ReplacesWhatAKilledHolderLeft)
+{
+    auto port = held("p");
+    std::string const socket = socketPath();
+    std::string const lock = lockPath();
+    port.reset();
+    std::ofstream(lock) << "1234567\na name that was longer than the new one\n";
+    std::ofstream(socket) << "in the way";
+    port = held("p");
+    EXPECT_EQ(test::read(lock), std::to_string(::getpid()) + "\np\n");
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+TEST_F(LocalPortTest, FollowsNoLinkToItsLock)
+{
+    auto port = held("p");
+    std::string const lock = lockPath();
+    port.reset();
+    std::string const mine = folder.write("mine", "kept");
+    std::filesystem::create_symlink(mine, lock);
+    EXPECT_FALSE(LocalPort::hold("p"));
+    EXPECT_EQ(test::read(mine), "kept");
+}
+
+TEST_F(LocalPortTest, LeavesTheFilesOfALaterHolder)
+{
+    auto first = held("p");
+    for (std::string const& name : files())
+        std::filesystem::remove(folder.path("ports/" + name));
+    auto const second = held("p");
+    first.reset();
+    EXPECT_EQ(files().size(), 2U);
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*second), ElementsAre("text"));
+}
+
+TEST_F(LocalPortTest, IsNotFreedByAForkedChild)
+{
+    auto port = held("p");
+    pid_t const child = ::fork();
+    if (child == 0) {
+        port.reset();
+        ::_exit(0);
+    }
+    EXPECT_EQ(::waitpid(child, nullptr, 0), child);
+    EXPECT_TRUE(sender.send("p", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+}
+
+TEST_F(LocalPortTest, TakesFromManySenders)
+{
+    constexpr std::size_t kSenders = 100;
+    auto const port = held("p");
+    std::vector<LocalPortSender> senders(kSenders);
+    for (int round = 0; round < 3; ++round) {
+        std::set<std::string> sent;
+        for (std::size_t number = 0; number < kSenders; ++number) {
+            std::string const text = test::numberedText(number, 50);
+            EXPECT_TRUE(senders[number].send("p", text, kPatience));
+            sent.insert(text);
+        }
+        Texts const texts = received(*port);
+        EXPECT_EQ(texts.size(), kSenders);
+        EXPECT_EQ(std::set<std::string>(texts.begin(), texts.end()), sent);
+    }
+}
+
+TEST_F(LocalPortTest, IsReadableWhileThereIsSomethingToDo)
+{
+    auto const port = held("p");
+    EXPECT_FALSE(test::isReadable(port->descriptor()));
+    {
+        LocalPortSender passing;
+        ASSERT_TRUE(passing.send("p", "text", kPatience));
+        EXPECT_TRUE(test::isReadable(port->descriptor()));
+        EXPECT_EQ(received(*port).size(), 1U);
+        EXPECT_FALSE(test::isReadable(port->descriptor()));
+        ASSERT_TRUE(passing.send("p", "text", kPatience));
+        EXPECT_TRUE(test::isReadable(port->descriptor()));
+        EXPECT_EQ(received(*port).size(), 1U);
+    }
+    EXPECT_TRUE(test::isReadable(port->descriptor())); // its sender left
+    EXPECT_THAT(received(*port), IsEmpty());
+    EXPECT_FALSE(test::isReadable(port->descriptor()));
+}
+
+TEST_F(LocalPortTest, GivesTheTextThatEndedAWaitAlone)
+{
+    auto const port = held("port");
+    auto const awaited = [&] {
+        std::vector<std::string> texts;
+        port->receiveAwaited([&](char* text, std::size_t size) { texts.emplace_back(text, size); });
+        return texts;
+    };
+    EXPECT_THAT(awaited(), IsEmpty()) << "nobody waited";
+    EXPECT_TRUE(sender.send("port", "newcomer", kPatience));
+    EXPECT_TRUE(port->wait(kPatience));
+    EXPECT_THAT(awaited(), IsEmpty()) << "the wait ended for a sender that has to be let in";
+    EXPECT_THAT(received(*port), ElementsAre("newcomer"));
+    for (char const* text : {"1", "2", "3"})
+        EXPECT_TRUE(sender.send("port", text, kPatience));
+    EXPECT_TRUE(port->wait(kPatience));
+    EXPECT_THAT(awaited(), ElementsAre("1"));
+    EXPECT_THAT(awaited(), IsEmpty()) << "one wait, one text";
+    EXPECT_THAT(received(*port), ElementsAre("2", "3"));
+    EXPECT_FALSE(port->wait(std::chrono::milliseconds(1)));
+    EXPECT_THAT(awaited(), IsEmpty());
+}
+
+TEST_F(LocalPortTest, GivesNothingOfASenderThatLeftDuringTheWait)
+{
+    auto const port = held("port");
+    auto leaving = std::make_unique<LocalPortSender>();
+    EXPECT_TRUE(leaving->send("port", "text", kPatience));
+    EXPECT_THAT(received(*port), ElementsAre("text"));
+    leaving.reset();
+    EXPECT_TRUE(port->wait(kPatience));
+    EXPECT_THAT(received(*port), IsEmpty()); // the connection goes
+    EXPECT_EQ(port->receiveAwaited([](char*, std::size_t) { FAIL(); }), 0U);
+}
+
+// So that the memory of one serves the next.
+TEST_F(LocalPortTest, GivesLargeTextsOfASenderOneByOne)
+{
+    auto const port = held("port");
+    std::size_t const size = kMegabyte * 6 / 10;
+    std::thread writer([&] {
+        for (char const mark : {'1', '2', '3'})
+            EXPECT_TRUE(sender.send("port", std::string(size, mark), kPatience));
+    });
+    std::string marks;
+    while (marks.size() < 3) {
+        ASSERT_TRUE(port->wait(kPatience));
+        std::size_t const before = marks.size();
+        port->receive([&](char* text, std::size_t length) {
+            EXPECT_EQ(std::string(text, length), std::string(size, *text));
+            marks += *text;
+        });
+        EXPECT_LE(marks.size(), before + 1);
+    }
+    writer.join();
+    EXPECT_EQ(marks, "123");
+}
+
+// Who sent after a text had arrived is read after it, also when the texts before are taken one by
+// one.
+TEST_F(LocalPortTest, FinishesASendersTextsBeforeItBeginsAnothers)
+{
+    auto const port = held("port");
+    LocalPortSender second;
+    EXPECT_TRUE(sender.send("port", "hello", kPatience));
+    EXPECT_TRUE(second.send("port", "hello", kPatience));
+    EXPECT_EQ(received(*port, 2).size(), 2U);
+    EXPECT_FALSE(port->wait(std::chrono::milliseconds(1)));
+    for (char const* text : {"a1", "a2", "a3"})
+        EXPECT_TRUE(sender.send("port", text, kPatience));
+    EXPECT_TRUE(second.send("port", "b4", kPatience));
+    std::vector<std::string> texts;
+    while (texts.size() < 4) {
+        ASSERT_TRUE(port->wait(kPatience));
+        port->receiveAwaited([&](char* text, std::size_t size) { texts.emplace_back(text, size); });
+    }
+    EXPECT_THAT(texts, ElementsAre("a1", "a2", "a3", "b4"));
+}
+
+TEST_F(LocalPortTest, FinishesASendersLargeTextsBeforeItBeginsAnothers)
+{
+    auto const port = held("port");
+    LocalPortSender second;
+    EXPECT_TRUE(sender.send("port", "hello", kPatience));
+    EXPECT_TRUE(second.send("port", "hello", kPatience));
+    EXPECT_EQ(received(*port, 2).size(), 2U);
+    for (char const mark : {'1', '2', '3'})
+        EXPECT_TRUE(sender.send("port", std::string(kMegabyte * 7 / 10, mark), kPatience));
+    EXPECT_TRUE(second.send("port", "4", kPatience));
+    std::string marks;
+    for (int calls = 0; marks.size() < 4 && calls < 20; ++calls) {
+        port->receive([&](char* text, std::size_t) { marks += *text; });
+        EXPECT_EQ(port->hasMore(), marks.size() < 4) << marks;
+    }
+    EXPECT_EQ(marks, "1234");
+}
+
+// A sender that never pauses does not keep others out for ever.
+TEST_F(LocalPortTest, GivesOthersTheirTurnInAFlood)
+{
+    auto const port = held("port");
+    LocalPortSender second;
+    EXPECT_TRUE(sender.send("port", "hello", kPatience));
+    EXPECT_TRUE(second.send("port", "hello", kPatience));
+    EXPECT_EQ(received(*port, 2).size(), 2U);
+    std::string const large(kMegabyte, 'a');
+    std::size_t flooded = 0;
+    bool hasSecond = false;
+    EXPECT_TRUE(sender.send("port", large, kPatience));
+    EXPECT_TRUE(second.send("port", "b", kPatience));
+    while (!hasSecond && flooded < 100) {
+        // The next one is there before the last one was taken.
+        EXPECT_TRUE(sender.send("port", large, kPatience));
+        port->receive([&](char* text, std::size_t) {
+            flooded += *text == 'a' ? 1 : 0;
+            hasSecond |= *text == 'b';
+        });
+    }
+    EXPECT_TRUE(hasSecond);
+    EXPECT_LT(flooded, 24U);
+}
+
+TEST_F(LocalPortTest, TakesWhatASenderLeftBehind)
+{
+    auto const port = held("p");
+    {
+        LocalPortSender passing;
+        ASSERT_TRUE(passing.send("p", "first", kPatience));
+        ASSERT_TRUE(passing.send("p", std::string(5 * kMegabyte, 'x'), kPatience));
+    }
+    EXPECT_EQ(received(*port).size(), 2U);
+}
+
+TEST_F(LocalPortTest, GivesBytesThatMayBeChanged)
+{
+    auto const port = held("p");
+    ASSERT_TRUE(sender.send("p", "short", kPatience));
+    ASSERT_TRUE(sender.send("p", std::string(5 * kMegabyte, 'l'), kPatience));
+    std::vector<std::size_t> sizes;
+    port->receive([&](char* text, std::size_t size) {
+        std::fill_n(text, size, 'c');
+        sizes.push_back(size);
+    });
+    EXPECT_THAT(sizes, ElementsAre(5U, 5 * kMegabyte));
+}
+
+TEST_F(LocalPortTest, PassesOnWhatATakerThrowsAndGoesOnBehindIt)
+{
+    auto const port = held("p");
+    for (char const* text : {"first", "bad", "last"})
+        ASSERT_TRUE(sender.send("p", text, kPatience));
+    Texts texts;
+    auto const take = [&](char* text, std::size_t size) {
+        if (std::string_view(text, size) == "bad")
+            throw std::runtime_error("bad");
+        texts.emplace_back(text, size);
+    };
+    EXPECT_THROW(port->receive(take), std::runtime_error);
+    EXPECT_TRUE(test::isReadable(port->descriptor()));
+    EXPECT_EQ(port->receive(take), 1U);
+    EXPECT_THAT(texts, ElementsAre("first", "last"));
+}
+
+TEST_F(LocalPortTest, IsInheritedByNoOtherProgram)
+{
+    auto const before = openNumbers();
+    auto const port = held("p");
+    ASSERT_TRUE(sender.send("p", std::string(5 * kMegabyte, 'x'), kPatience));
+    std::set<int> inherited = {-1};
+    port->receive([&](char*, std::size_t) { inherited = inheritedSince(before); });
+    EXPECT_GT(openNumbers().size(), before.size() + 3);
+    EXPECT_THAT(inherited, IsEmpty());
+}
+
+TEST_F(LocalPortTest, IsListedWhileItIsHeld)
+{
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::string const strange("a\n\0b\n", 5);
+    auto const third = held("z");
+    auto const first = held(strange);
+    auto const second = held("m");
+    auto gone = held("gone");
+    std::string const ports = folder.path("ports/");
+    gone.reset();
+    std::ofstream(ports + std::string(32, '0') + ".lock") << "77\nnobody\n";
+    std::ofstream(ports + "other.txt") << "x";
+    std::filesystem::create_directory(ports + std::string(32, '1') + ".lock");
+    std::vector<std::string> names;
+    for (auto const& port : Pt::heldLocalPorts()) {
+        names.push_back(port.name);
+        EXPECT_EQ(port.processId, ::getpid());
+    }
+    EXPECT_THAT(names, ElementsAre(strange, "m", "z"));
+}
+
+TEST_F(LocalPortTest, IsNotListedUnderANameThatItsLockFileDoesNotProve)
+{
+    auto const port = held("p");
+    std::ofstream(lockPath()) << "77\nanother\n";
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::ofstream(lockPath()) << "no number\np\n";
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::ofstream(lockPath()) << "77";
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+    std::ofstream(lockPath()) << "77\np\n";
+    EXPECT_EQ(Pt::heldLocalPorts().size(), 1U);
+}
+
+TEST_F(LocalPortTest, LiesInTheFolderThatTheEnvironmentTells)
+{
+    environment.set("XDG_RUNTIME_DIR", "/runtime");
+    EXPECT_EQ(Pt::localPortFolder(), folder.path("ports"));
+    environment.set("TEVOROTALK_PORT_DIR", "/a/b///");
+    EXPECT_EQ(Pt::localPortFolder(), "/a/b");
+    environment.set("TEVOROTALK_PORT_DIR", "/a/b/./");
+    EXPECT_EQ(Pt::localPortFolder(), "/a/b");
+    environment.set("TEVOROTALK_PORT_DIR", "relative");
+    EXPECT_EQ(Pt::localPortFolder(), (std::filesystem::current_path() / "relative").string());
+    environment.set("TEVOROTALK_PORT_DIR", "");
+    EXPECT_EQ(Pt::localPortFolder(), "/runtime/tevorotalk");
+    environment.unset("TEVOROTALK_PORT_DIR");
+    EXPECT_EQ(Pt::localPortFolder(), "/runtime/tevorotalk");
+    environment.unset("XDG_RUNTIME_DIR");
+    std::string const user = std::to_string(::geteuid());
+    std::string const runtime = "/run/user/" + user;
+    EXPECT_EQ(Pt::localPortFolder(),
+        std::filesystem::is_directory(runtime) ? runtime + "/tevorotalk"
+                                               : "/tmp/tevorotalk-" + user);
+}

@@ -1,0 +1,154 @@
+#include "platform/common/services/UserFolders.h"
+
+#include "core/platform/Environment.h"
+#include "core/platform/TestFolder.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// A user with a home folder and nothing else set.
+class UserFoldersTest : public testing::Test {
+protected:
+    UserFoldersTest()
+    {
+        m_environment.set("HOME", m_home.path());
+        for (char const* const each : {"XDG_CONFIG_HOME",
+                 "XDG_DATA_HOME",
+                 "XDG_DATA_DIRS",
+                 "XDG_RUNTIME_DIR",
+                 "MFX_APPLICATION_DATA"})
+            m_environment.unset(each);
+    }
+
+    // What picturesFolder() makes of the user's list of folders.
+    std::string picturesFor(std::string const& list)
+    {
+        m_home.write(".config/user-dirs.dirs", list);
+        return Pt::picturesFolder();
+    }
+
+    test::TestFolder m_home;
+    test::Environment m_environment;
+};
+
+} // namespace
+
+TEST_F(UserFoldersTest, LiesInTheHomeFolderWhereNothingElseIsSet)
+{
+    EXPECT_EQ(Pt::homeFolder(), m_home.path());
+    EXPECT_EQ(Pt::picturesFolder(), m_home.path("Pictures"));
+    EXPECT_EQ(Pt::userApplicationData(), m_home.path(".local/share"));
+    EXPECT_EQ(Pt::userConfigFolder(), m_home.path(".config"));
+}
+
+TEST_F(UserFoldersTest, TakesThePicturesFolderOfTheUsersList)
+{
+    std::string const fallback = m_home.path("Pictures");
+    EXPECT_EQ(picturesFor("XDG_PICTURES_DIR=\"$HOME/Bilder\"\n"), m_home.path("Bilder"));
+    EXPECT_EQ(picturesFor("# XDG\r\n  XDG_PICTURES_DIR=\"/data/Photos/\"\r\n"), "/data/Photos");
+    EXPECT_EQ(picturesFor("XDG_PICTURES_DIR=\"$HOME\""), m_home.path());
+    EXPECT_EQ(picturesFor("XDG_PICTURES_DIR=\"/a \\\"b\\\" c\""), "/a \"b\" c");
+    EXPECT_EQ(picturesFor("XDG_PICTURES_DIR=\"/a\"\nXDG_PICTURES_DIR=\"/b\"\n"), "/b");
+    EXPECT_EQ(picturesFor("#XDG_PICTURES_DIR=\"/a\"\nXDG_MUSIC_DIR=\"/m\"\n"), fallback);
+    EXPECT_EQ(picturesFor(""), fallback);
+}
+
+TEST_F(UserFoldersTest, PassesOverPicturesFoldersThatAreNone)
+{
+    std::string const fallback = m_home.path("Pictures");
+    for (char const* const value :
+        {"\"Bilder\"", "\"\"", "", "/unquoted", "\"/open", "\"$HOMEx\"", "\"$XDG/x\"", "\"\\"})
+        EXPECT_EQ(picturesFor(std::string("XDG_PICTURES_DIR=") + value + "\n"), fallback) << value;
+    EXPECT_EQ(picturesFor("XDG_PICTURES_DIR"), fallback);
+    EXPECT_EQ(picturesFor("XDG_PICTURES_DIRS=\"/a\""), fallback);
+}
+
+TEST_F(UserFoldersTest, LooksForTheListInTheConfigurationFolder)
+{
+    m_environment.set("XDG_CONFIG_HOME", m_home.path("conf"));
+    m_home.write("conf/user-dirs.dirs", "XDG_PICTURES_DIR=\"/there\"\n");
+    EXPECT_EQ(Pt::picturesFolder(), "/there");
+}
+
+TEST_F(UserFoldersTest, TakesTheListOnlyFromAFile)
+{
+    fs::create_directories(m_home.path(".config/user-dirs.dirs"));
+    EXPECT_EQ(Pt::picturesFolder(), m_home.path("Pictures"));
+}
+
+TEST_F(UserFoldersTest, PrefersItsOwnVariableForApplicationData)
+{
+    m_environment.set("XDG_DATA_HOME", "/xdg/");
+    EXPECT_EQ(Pt::userApplicationData(), "/xdg");
+    m_environment.set("MFX_APPLICATION_DATA", "/session");
+    EXPECT_EQ(Pt::userApplicationData(), "/session");
+}
+
+TEST_F(UserFoldersTest, TakesARelativeFolderForUnset)
+{
+    for (char const* const value : {"", "relative", "./here", "~/x"}) {
+        m_environment.set("XDG_DATA_HOME", value);
+        m_environment.set("MFX_APPLICATION_DATA", value);
+        m_environment.set("XDG_CONFIG_HOME", value);
+        EXPECT_EQ(Pt::userApplicationData(), m_home.path(".local/share")) << value;
+        EXPECT_EQ(Pt::userConfigFolder(), m_home.path(".config")) << value;
+    }
+}
+
+TEST_F(UserFoldersTest, AsksTheAccountWhereHomeIsNotSet)
+{
+    m_environment.unset("HOME");
+    std::string const home = Pt::homeFolder();
+    EXPECT_NE(home, m_home.path());
+    EXPECT_TRUE(home.empty() || home.front() == '/');
+    EXPECT_EQ(Pt::userConfigFolder().empty(), home.empty());
+    m_environment.set("HOME", "relative");
+    EXPECT_EQ(Pt::homeFolder(), home);
+}
+
+TEST_F(UserFoldersTest, GivesTheFirstMachineFolderThatHoldsTheFile)
+{
+    m_home.write("two/Velmo/file", "x");
+    m_home.write("three/Velmo/file", "x");
+    m_environment.set("XDG_DATA_DIRS",
+        "relative::" + m_home.path("one") + ":" + m_home.path("two") + "/:" + m_home.path("three"));
+    EXPECT_EQ(Pt::machineApplicationDataFile("Velmo/file"), m_home.path("two/Velmo/file"));
+    EXPECT_EQ(Pt::machineApplicationDataFile("Velmo/other"), std::nullopt);
+    EXPECT_EQ(Pt::machineApplicationDataFile("Velmo"), std::nullopt);
+}
+
+TEST_F(UserFoldersTest, DoesNotLookForMachineFilesBelowTheWorkingFolder)
+{
+    m_home.write("relative/Velmo/file", "x");
+    fs::path const before = fs::current_path();
+    fs::current_path(m_home.path());
+    m_environment.set("XDG_DATA_DIRS", "relative:./relative");
+    EXPECT_EQ(Pt::machineApplicationDataFile("Velmo/file"), std::nullopt);
+    fs::current_path(before);
+}
+
+TEST_F(UserFoldersTest, KnowsTheUsualMachineFolders)
+{
+    if (!fs::is_regular_file("/usr/share/doc/base-files/copyright"))
+        GTEST_SKIP() << "the system has no documentation of its own to find";
+    EXPECT_EQ(Pt::machineApplicationDataFile("doc/base-files/copyright"),
+        "/usr/share/doc/base-files/copyright");
+    m_environment.set("XDG_DATA_DIRS", "");
+    EXPECT_TRUE(Pt::machineApplicationDataFile("doc/base-files/copyright"));
+}
+
+TEST_F(UserFoldersTest, TakesTheRuntimeFolderOfTheSession)
+{
+    m_environment.set("XDG_RUNTIME_DIR", m_home.path("run"));
+    EXPECT_EQ(Pt::runtimeFolder(), m_home.path("run"));
+}
+
+TEST_F(UserFoldersTest, FallsBackToTheSystemsRuntimeFolderWhereThatIsThere)
+{
+    std::string const folder = "/run/user/" + std::to_string(::getuid());
+    EXPECT_EQ(Pt::runtimeFolder(), fs::is_directory(folder) ? std::optional(folder) : std::nullopt);
+}
