@@ -39,7 +39,7 @@
 
 namespace bench {
 
-void require(bool holds, char const* what)
+void require(bool holds, const char* what)
 {
     if (holds)
         return;
@@ -68,8 +68,8 @@ double median(Times values)
 class Sign {
 public:
     Sign() { require(::pipe(m_ends) == 0, "pipe"); }
-    Sign(Sign const&) = delete;
-    Sign& operator=(Sign const&) = delete;
+    Sign(const Sign&) = delete;
+    Sign& operator=(const Sign&) = delete;
     ~Sign()
     {
         ::close(m_ends[0]);
@@ -86,24 +86,24 @@ private:
     int m_ends[2];
 };
 
-constexpr unsigned int kLongestWork = 120; // seconds; then something hangs
+constexpr unsigned int kMaxWork = 120; // seconds; then something hangs
 
 // A process that does some work, and is killed when it is not waited for.
 class Worker {
 public:
     template <typename Work>
-    explicit Worker(Work const& work)
+    explicit Worker(const Work& work)
         : m_process(::fork())
     {
         require(m_process >= 0, "fork");
         if (m_process == 0) {
-            ::alarm(kLongestWork);
+            ::alarm(kMaxWork);
             work();
             ::_exit(0);
         }
     }
-    Worker(Worker const&) = delete;
-    Worker& operator=(Worker const&) = delete;
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
     ~Worker()
     {
         if (m_process > 0)
@@ -114,7 +114,7 @@ public:
     bool wait()
     {
         int status = 0;
-        bool const isOver = m_process > 0 && ::waitpid(m_process, &status, 0) == m_process;
+        const bool isOver = m_process > 0 && ::waitpid(m_process, &status, 0) == m_process;
         m_process = -1;
         return isOver && status == 0;
     }
@@ -126,9 +126,9 @@ private:
 // Runs both sides in processes of their own, as libraries do not outlive a fork; `theirs` for as
 // long as `ours` takes, whose times are added.
 template <typename Theirs, typename Ours>
-void runBoth(Theirs const& theirs, Ours const& ours, Times& times)
+void runBoth(const Theirs& theirs, const Ours& ours, Times& times)
 {
-    Worker const other([&] {
+    const Worker other([&] {
         theirs();
         ::pause();
     });
@@ -137,10 +137,10 @@ void runBoth(Theirs const& theirs, Ours const& ours, Times& times)
     Worker asker([&] {
         Times own;
         ours(own);
-        std::size_t const size = own.size() * sizeof(double);
-        char const* const bytes = reinterpret_cast<char const*>(own.data());
+        const std::size_t size = own.size() * sizeof(double);
+        const char* const bytes = reinterpret_cast<const char*>(own.data());
         for (std::size_t at = 0; at < size;) {
-            ssize_t const written = ::write(results[1], bytes + at, size - at);
+            const ssize_t written = ::write(results[1], bytes + at, size - at);
             require(written > 0, "write");
             at += static_cast<std::size_t>(written);
         }
@@ -163,7 +163,7 @@ void stayOn(std::size_t processor)
     require(::sched_setaffinity(0, sizeof set, &set) == 0, "sched_setaffinity");
 }
 
-void roundTrips(Peer& peer, std::string const& text, std::size_t count, Times& times)
+void roundTrips(Peer& peer, const std::string& text, std::size_t count, Times& times)
 {
     Sign ready;
     peer.prepare();
@@ -181,7 +181,7 @@ void roundTrips(Peer& peer, std::string const& text, std::size_t count, Times& t
             for (std::size_t i = 0; i < count / 10; ++i)
                 peer.ask(text);
             for (std::size_t i = 0; i < count; ++i) {
-                auto const start = SteadyClock::now();
+                const auto start = SteadyClock::now();
                 peer.ask(text);
                 own.push_back(microsecondsSince(start));
             }
@@ -190,7 +190,7 @@ void roundTrips(Peer& peer, std::string const& text, std::size_t count, Times& t
         times);
 }
 
-void oneWay(Peer& peer, std::string const& text, std::size_t count, Times& times)
+void oneWay(Peer& peer, const std::string& text, std::size_t count, Times& times)
 {
     Sign ready;
     Sign done;
@@ -203,7 +203,7 @@ void oneWay(Peer& peer, std::string const& text, std::size_t count, Times& times
         [&](Times& own) {
             ready.await();
             peer.connect();
-            auto const start = SteadyClock::now();
+            const auto start = SteadyClock::now();
             for (std::size_t i = 0; i < count; ++i)
                 peer.tell(text);
             done.await();
@@ -214,18 +214,18 @@ void oneWay(Peer& peer, std::string const& text, std::size_t count, Times& times
 }
 
 using Peers = std::vector<std::unique_ptr<Peer>>;
-using Measure = void(Peer&, std::string const&, std::size_t, Times&);
+using Measure = void(Peer&, const std::string&, std::size_t, Times&);
 
 std::map<std::string, double> measureAll(
     Peers& peers, Measure& measure, std::size_t size, std::size_t count, int turns)
 {
     std::map<std::string, Times> times;
-    std::string const text(size, 'x');
+    const std::string text(size, 'x');
     for (int i = 0; i < turns; ++i)
         for (auto& peer : peers)
             measure(*peer, text, count, times[peer->name()]);
     std::map<std::string, double> medians;
-    for (auto const& [name, values] : times)
+    for (const auto& [name, values] : times)
         medians[name] = median(values);
     return medians;
 }
@@ -233,15 +233,15 @@ std::map<std::string, double> measureAll(
 // The digest of a body by two processes at once, as both sides of the bus do it.
 double sha1Pass(std::size_t size)
 {
-    std::string const text(size, 'x');
+    const std::string text(size, 'x');
     constexpr int kCount = 200;
     Times times;
-    auto const pass = [&] {
+    const auto pass = [&] {
         for (int i = 0; i < kCount; ++i)
             require(Pt::sha1({text}).has_value(), "SHA-1");
     };
     for (int turn = 0; turn < 5; ++turn) {
-        auto const start = SteadyClock::now();
+        const auto start = SteadyClock::now();
         std::thread other(pass);
         pass();
         other.join();
@@ -252,9 +252,9 @@ double sha1Pass(std::size_t size)
 
 void compareRoundTrips(Peers& peers, int turns)
 {
-    auto const medians = measureAll(peers, roundTrips, 300, 3000, turns);
-    double const ours = medians.at("tevorotalk");
-    for (auto const& [name, time] : medians)
+    const auto medians = measureAll(peers, roundTrips, 300, 3000, turns);
+    const double ours = medians.at("tevorotalk");
+    for (const auto& [name, time] : medians)
         std::printf("{\"name\":\"round-trip/300B\",\"peer\":\"%s\",\"peer_us\":%.1f,\"us\":%.1f,"
                     "\"ratio\":%.2f,\"aim\":\"%s\"}\n",
             name.c_str(),
@@ -266,9 +266,9 @@ void compareRoundTrips(Peers& peers, int turns)
 
 void compareOneWay(Peers& peers, int turns)
 {
-    auto const medians = measureAll(peers, oneWay, 300, 50000, turns);
-    double const ours = medians.at("tevorotalk");
-    for (auto const& [name, time] : medians)
+    const auto medians = measureAll(peers, oneWay, 300, 50000, turns);
+    const double ours = medians.at("tevorotalk");
+    for (const auto& [name, time] : medians)
         std::printf("{\"name\":\"one-way/300B\",\"peer\":\"%s\",\"peer_per_s\":%.0f,\"per_s\":%.0f,"
                     "\"ratio\":%.2f,\"aim\":\"%s\"}\n",
             name.c_str(),
@@ -283,8 +283,8 @@ void compareMegabytes(int turns)
     constexpr std::size_t kSize = 1'000'000;
     Peers peers;
     peers.push_back(makeTevoroTalkPeer());
-    double const ours = measureAll(peers, oneWay, kSize, 300, turns).at("tevorotalk");
-    double const pass = sha1Pass(kSize);
+    const double ours = measureAll(peers, oneWay, kSize, 300, turns).at("tevorotalk");
+    const double pass = sha1Pass(kSize);
     std::printf("{\"name\":\"one-way/1MB\",\"peer\":\"SHA-1 pass\",\"peer_us\":%.0f,\"us\":%.0f,"
                 "\"ratio\":%.2f,\"aim\":\">= 0.6\"}\n",
         pass,
@@ -296,7 +296,7 @@ double processorSeconds()
 {
     rusage usage = {};
     ::getrusage(RUSAGE_SELF, &usage);
-    auto const seconds = [](timeval const& t) {
+    const auto seconds = [](const timeval& t) {
         return double(t.tv_sec) + double(t.tv_usec) / 1e6;
     };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
@@ -309,7 +309,7 @@ void measureIdle()
     for (int i = 0; i < 10; ++i)
         instances.push_back(std::make_unique<TevoroTalk>(
             ("idle" + std::to_string(i) + "-1.0").c_str(), nullptr, i == 0, nullptr));
-    double const before = processorSeconds();
+    const double before = processorSeconds();
     instances[0]->waitForMessage(kSeconds * 1000);
     std::printf(
         "{\"name\":\"idle\",\"instances\":10,\"percent_of_a_core\":%.3f,\"aim\":\"< 0.2\"}\n",
@@ -319,12 +319,12 @@ void measureIdle()
 }
 
 template <typename Work>
-double microsecondsPerCall(Work const& work)
+double microsecondsPerCall(const Work& work)
 {
     constexpr int kCount = 20000;
     Times times;
     for (int turn = 0; turn < 5; ++turn) {
-        auto const start = SteadyClock::now();
+        const auto start = SteadyClock::now();
         for (int i = 0; i < kCount; ++i)
             work();
         times.push_back(microsecondsSince(start) / kCount);
@@ -334,12 +334,12 @@ double microsecondsPerCall(Work const& work)
 
 void measureTexts()
 {
-    auto const print = [](char const* name, double time) {
+    const auto print = [](const char* name, double time) {
         std::printf("{\"name\":\"%s\",\"us\":%.2f,\"aim\":\"< 2\"}\n", name, time);
     };
-    TevoroTalk::Specifier const specifier("tevoro_2-4.0-en_us#tag", false);
+    const TevoroTalk::Specifier specifier("tevoro_2-4.0-en_us#tag", false);
     print("address", microsecondsPerCall([&] {
-        for (auto const& part : {specifier.appName(),
+        for (const auto& part : {specifier.appName(),
                  specifier.instance(),
                  specifier.version(),
                  specifier.locale(),
@@ -372,8 +372,8 @@ public:
         : TevoroTalkConnector("bench")
     {
     }
-    bool addToGroup(Specifier const&, SoString const&, SoString const*) override { return false; }
-    bool removeFromGroup(Specifier const&, SoString const&, SoString const*) override
+    bool addToGroup(const Specifier&, const SoString&, const SoString*) override { return false; }
+    bool removeFromGroup(const Specifier&, const SoString&, const SoString*) override
     {
         return false;
     }
@@ -382,9 +382,9 @@ public:
     using TevoroTalkConnector::registerApplication;
     using TevoroTalkConnector::unregisterApplication;
     bool registerApplication(QKConnectorAppInfo&) override { return false; }
-    bool unregisterApplication(QKConnectorAppInfo const&) override { return false; }
+    bool unregisterApplication(const QKConnectorAppInfo&) override { return false; }
     // This process itself stands for the target that is being started.
-    std::uint32_t getProcessID(SoString const&) override
+    std::uint32_t getProcessID(const SoString&) override
     {
         return static_cast<std::uint32_t>(::getpid());
     }
@@ -417,7 +417,7 @@ void measureQueued()
             require(bus.outgoingMessagePending(), "messages that wait");
             begin.give();
             ready.await();
-            auto const start = SteadyClock::now();
+            const auto start = SteadyClock::now();
             while (bus.outgoingMessagePending())
                 TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
             done.await();
@@ -429,7 +429,7 @@ void measureQueued()
         median(times));
 }
 
-void run(int turns, std::string const& folder)
+void run(int turns, const std::string& folder)
 {
     Peers peers;
     peers.push_back(makeBarePacketPeer());
@@ -450,7 +450,7 @@ void run(int turns, std::string const& folder)
 
 int main(int argc, char** argv)
 {
-    int const turns = argc > 1 ? std::atoi(argv[1]) : 5;
+    const int turns = argc > 1 ? std::atoi(argv[1]) : 5;
     if (turns < 1) {
         std::fprintf(stderr, "usage: %s [TURNS]\n", argv[0]);
         return 2;

@@ -74,10 +74,9 @@ void makeCard(const fs::path& card, int files, std::size_t bytes)
 std::vector<fs::path> filesOf(const fs::path& card)
 {
     std::vector<fs::path> files;
-    for (const auto& entry : fs::recursive_directory_iterator(card)) {
+    for (const auto& entry : fs::recursive_directory_iterator(card))
         if (entry.is_regular_file())
             files.push_back(entry.path());
-    }
     std::sort(files.begin(), files.end());
     return files;
 }
@@ -185,10 +184,9 @@ Run measure(const fs::path& folder, const fs::path& card, bool withBackup, const
 
 void removeRuns(const fs::path& folder)
 {
-    for (const auto& entry : fs::directory_iterator(folder)) {
+    for (const auto& entry : fs::directory_iterator(folder))
         if (entry.path().filename().string().rfind("run-", 0) == 0)
             fs::remove_all(entry.path());
-    }
 }
 
 double median(std::vector<double> values)

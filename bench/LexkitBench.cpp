@@ -49,7 +49,7 @@ constexpr int kLookupRounds = 401; // odd: the median is one of them
 constexpr char kWanted[] = "at most 0.5 and 1"; // of the peers' times
 constexpr int kLoadRounds = 25;
 
-void require(bool holds, std::string const& what)
+void require(bool holds, const std::string& what)
 {
     if (holds)
         return;
@@ -86,10 +86,10 @@ std::vector<Entry> makeEntries(int count)
         "Name",
         "Date"};
     std::mt19937 random(1);
-    auto const word = [&] { return std::string(kWords[random() % kWords.size()]); };
+    const auto word = [&] { return std::string(kWords[random() % kWords.size()]); };
     std::vector<Entry> entries;
     for (int number = 0; number < count; ++number) {
-        std::string const section = word() + (number < 1000 ? "" : std::to_string(number % 97));
+        const std::string section = word() + (number < 1000 ? "" : std::to_string(number % 97));
         std::string text = word();
         for (unsigned left = static_cast<unsigned>(random() % 7); left > 0; --left)
             text += ' ' + word();
@@ -99,20 +99,20 @@ std::vector<Entry> makeEntries(int count)
     return entries;
 }
 
-std::string utf16Of(std::string const& ascii)
+std::string utf16Of(const std::string& ascii)
 {
-    Text const units(ascii.begin(), ascii.end());
-    return {reinterpret_cast<char const*>(units.data()), units.size() * sizeof(char16_t)};
+    const Text units(ascii.begin(), ascii.end());
+    return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof(char16_t)};
 }
 
-void write(fs::path const& path, std::string const& bytes)
+void write(const fs::path& path, const std::string& bytes)
 {
     std::ofstream file(path, std::ios::binary);
     file << bytes;
     require(!file.flush().fail(), "cannot write " + path.string());
 }
 
-std::string read(fs::path const& path)
+std::string read(const fs::path& path)
 {
     std::ifstream file(path, std::ios::binary);
     std::string bytes(fs::file_size(path), '\0');
@@ -121,7 +121,7 @@ std::string read(fs::path const& path)
     return bytes;
 }
 
-void run(std::string const& command)
+void run(const std::string& command)
 {
     require(std::system(command.c_str()) == 0, "failed: " + command); // NOLINT(cert-env33-c)
 }
@@ -129,7 +129,7 @@ void run(std::string const& command)
 // The same texts for each contender, made by its own tools.
 class Files {
 public:
-    Files(fs::path folder, std::vector<Entry> const& entries)
+    Files(fs::path folder, const std::vector<Entry>& entries)
         : m_folder(std::move(folder))
     {
         fs::create_directories(m_folder);
@@ -138,15 +138,15 @@ public:
         writeBundle(entries);
     }
 
-    std::string path(char const* name) const { return (m_folder / name).string(); }
+    std::string path(const char* name) const { return (m_folder / name).string(); }
 
 private:
-    void writeDictionaries(std::vector<Entry> const& entries) const
+    void writeDictionaries(const std::vector<Entry>& entries) const
     {
         std::string wide = utf16Of("");
-        char16_t const mark = 0xFEFF;
-        wide.append(reinterpret_cast<char const*>(&mark), sizeof mark);
-        for (Entry const& entry : entries)
+        const char16_t mark = 0xFEFF;
+        wide.append(reinterpret_cast<const char*>(&mark), sizeof mark);
+        for (const Entry& entry : entries)
             wide += utf16Of("\"$$$" + entry.key + '=' + entry.text + "\"\n");
         write(m_folder / "text.dct", wide);
         lexkit::Dictionary dictionary;
@@ -155,26 +155,26 @@ private:
         dictionary.Compile(units, nullptr);
         write(m_folder / "binary16.dct", units.str());
         std::ostringstream bytes;
-        lexkit::EncodingInfo const utf8(lexkit::EncodingInfo::kUTF8);
+        const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
         dictionary.Compile(bytes, &utf8);
         write(m_folder / "binary8.dct", bytes.str());
     }
 
-    void writeCatalogue(std::vector<Entry> const& entries) const
+    void writeCatalogue(const std::vector<Entry>& entries) const
     {
         std::string xml = "<?xml version=\"1.0\"?><TS version=\"2.1\" language=\"de\"><context>"
                           "<name>App</name>";
-        for (Entry const& entry : entries)
+        for (const Entry& entry : entries)
             xml += "<message><source>" + entry.key + "</source><translation>" + entry.text
                 + "</translation></message>\n";
         write(m_folder / "catalogue.ts", xml + "</context></TS>");
         run(LRELEASE " -silent -nounfinished '" + path("catalogue.ts") + "'");
     }
 
-    void writeBundle(std::vector<Entry> const& entries) const
+    void writeBundle(const std::vector<Entry>& entries) const
     {
         std::string source = "bundle:table(nofallback) {\n";
-        for (Entry const& entry : entries)
+        for (const Entry& entry : entries)
             source += '"' + entry.key + "\" { \"" + entry.text + "\" }\n";
         write(m_folder / "bundle.txt", source + "}\n");
         run(GENRB " -q -e UTF-8 -d '" + m_folder.string() + "' '" + path("bundle.txt") + "'");
@@ -185,7 +185,7 @@ private:
 
 double median(std::vector<double> values)
 {
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
 }
@@ -193,12 +193,12 @@ double median(std::vector<double> values)
 using Work = std::function<void()>;
 
 // Median nanoseconds of each, taken in turn so that all meet the same machine.
-std::vector<double> timesOf(int rounds, std::vector<Work> const& contenders)
+std::vector<double> timesOf(int rounds, const std::vector<Work>& contenders)
 {
     std::vector<std::vector<double>> times(contenders.size());
     for (int round = 0; round < rounds; ++round) {
         for (std::size_t at = 0; at < contenders.size(); ++at) {
-            Clock::time_point const start = Clock::now();
+            const Clock::time_point start = Clock::now();
             contenders[at]();
             times[at].push_back(
                 std::chrono::duration<double, std::nano>(Clock::now() - start).count());
@@ -210,53 +210,53 @@ std::vector<double> timesOf(int rounds, std::vector<Work> const& contenders)
 }
 
 // Keeps the compiler from leaving the work away.
-std::size_t g_seen = 0;
+std::size_t gSeen = 0;
 
 class Contenders {
 public:
-    explicit Contenders(Files const& files)
+    explicit Contenders(const Files& files)
     {
         lexkit::basic_ifstream<char> file(files.path("text.dct").c_str(), std::ios::binary);
         m_dictionary.Read(&file);
         require(m_dictionary.NumKeys() > 0, "no dictionary");
         require(
             m_translator.load(QString::fromStdString(files.path("catalogue.qm"))), "no catalogue");
-        std::string const folder = fs::path(files.path("bundle.res")).parent_path().string();
+        const std::string folder = fs::path(files.path("bundle.res")).parent_path().string();
         UErrorCode status = U_ZERO_ERROR;
         m_bundle = ures_openDirect(folder.c_str(), "bundle", &status);
         require(U_SUCCESS(status), "no resource bundle");
     }
-    Contenders(Contenders const&) = delete;
-    Contenders& operator=(Contenders const&) = delete;
+    Contenders(const Contenders&) = delete;
+    Contenders& operator=(const Contenders&) = delete;
     ~Contenders() { ures_close(m_bundle); }
 
-    void askDictionary(char const* literal)
+    void askDictionary(const char* literal)
     {
-        lexkit::ZString const text = m_dictionary.Lookup(literal, nullptr);
-        unsigned short const* units = nullptr;
+        const lexkit::ZString text = m_dictionary.Lookup(literal, nullptr);
+        const unsigned short* units = nullptr;
         unsigned long length = 0;
         text.GetInternalData(&units, &length);
-        g_seen += length + (length > 0 ? units[0] : 0);
+        gSeen += length + (length > 0 ? units[0] : 0);
     }
-    void askTranslator(char const* key, char const* fallback)
+    void askTranslator(const char* key, const char* fallback)
     {
         QString text = m_translator.translate("App", key);
         if (text.isNull())
             text = QString::fromUtf8(fallback);
-        g_seen += static_cast<std::size_t>(text.size()) + text.utf16()[0];
+        gSeen += static_cast<std::size_t>(text.size()) + text.utf16()[0];
     }
-    void askBundle(char const* key, char const* fallback)
+    void askBundle(const char* key, const char* fallback)
     {
         UErrorCode status = U_ZERO_ERROR;
         int32_t length = 0;
-        UChar const* units = ures_getStringByKey(m_bundle, key, &length, &status);
+        const UChar* units = ures_getStringByKey(m_bundle, key, &length, &status);
         std::array<UChar, 256> buffer{};
         if (U_FAILURE(status)) {
             status = U_ZERO_ERROR;
             u_strFromUTF8(buffer.data(), 256, &length, fallback, -1, &status);
             units = buffer.data();
         }
-        g_seen += static_cast<std::size_t>(length) + units[0];
+        gSeen += static_cast<std::size_t>(length) + units[0];
     }
 
 private:
@@ -272,10 +272,10 @@ struct Question {
     std::string fallback;
 };
 
-std::vector<Question> makeQuestions(std::vector<Entry> const& entries, char const* ending)
+std::vector<Question> makeQuestions(const std::vector<Entry>& entries, const char* ending)
 {
     std::vector<Question> questions;
-    for (Entry const& entry : entries)
+    for (const Entry& entry : entries)
         questions.push_back({"$$$" + entry.key + ending + "=Default text of a literal",
             entry.key + ending,
             "Default text of a literal"});
@@ -283,28 +283,28 @@ std::vector<Question> makeQuestions(std::vector<Entry> const& entries, char cons
     return questions;
 }
 
-void measureLookups(char const* name,
+void measureLookups(const char* name,
     Contenders& contenders,
-    std::vector<Question> const& questions,
-    char const* wanted)
+    const std::vector<Question>& questions,
+    const char* wanted)
 {
-    auto const all = [&](auto ask) {
+    const auto all = [&](auto ask) {
         return [&questions, ask] {
-            for (Question const& question : questions)
+            for (const Question& question : questions)
                 ask(question);
         };
     };
-    std::vector<double> const times = timesOf(kLookupRounds,
+    const std::vector<double> times = timesOf(kLookupRounds,
         {
-            all([&](Question const& q) { contenders.askDictionary(q.literal.c_str()); }),
-            all([&](Question const& q) {
+            all([&](const Question& q) { contenders.askDictionary(q.literal.c_str()); }),
+            all([&](const Question& q) {
                 contenders.askTranslator(q.key.c_str(), q.fallback.c_str());
             }),
-            all([&](Question const& q) {
+            all([&](const Question& q) {
                 contenders.askBundle(q.key.c_str(), q.fallback.c_str());
             }),
         });
-    auto const count = static_cast<double>(questions.size());
+    const auto count = static_cast<double>(questions.size());
     std::printf("{\"row\":\"lookup/%zu/%s\",\"lexkit_ns\":%.1f,\"qtranslator_ns\":%.1f,"
                 "\"icu_ns\":%.1f,\"to_qtranslator\":%.2f,\"to_icu\":%.2f,"
                 "\"wanted\":\"%s\"}\n",
@@ -318,13 +318,13 @@ void measureLookups(char const* name,
         wanted);
 }
 
-void showChains(std::vector<Entry> const& entries)
+void showChains(const std::vector<Entry>& entries)
 {
     std::vector<unsigned long> chains(1021);
-    for (Entry const& entry : entries)
+    for (const Entry& entry : entries)
         ++chains[lexkit_private::ByteRunKey(entry.key.data(), entry.key.size(), false).Hash(1021)];
     double walked = 0; // items that walking the chain to each key would meet
-    for (unsigned long const length : chains)
+    for (const unsigned long length : chains)
         walked += static_cast<double>(length) * static_cast<double>(length + 1) / 2;
     std::printf("{\"row\":\"chains/%zu\",\"empty\":%td,\"longest\":%lu,\"mean_walk\":%.1f}\n",
         entries.size(),
@@ -336,41 +336,41 @@ void showChains(std::vector<Entry> const& entries)
 using Map = std::unordered_map<std::string, Text>;
 
 // The plainest way from the text file to a table: no escapes, no rules for quote marks.
-void fillMap(Map& map, std::string const& path)
+void fillMap(Map& map, const std::string& path)
 {
-    std::string const bytes = read(path);
+    const std::string bytes = read(path);
     Text text(bytes.size() / sizeof(char16_t), u'\0');
     std::memcpy(text.data(), bytes.data(), bytes.size());
     for (std::size_t at = 1; at < text.size();) {
-        std::size_t const end = text.find(u'\n', at);
-        std::size_t const equals = text.find(u'=', at);
-        std::string const key(text.begin() + static_cast<std::ptrdiff_t>(at + 4),
+        const std::size_t end = text.find(u'\n', at);
+        const std::size_t equals = text.find(u'=', at);
+        const std::string key(text.begin() + static_cast<std::ptrdiff_t>(at + 4),
             text.begin() + static_cast<std::ptrdiff_t>(equals));
         map[key] = text.substr(equals + 1, end - equals - 2);
         at = end + 1;
     }
 }
 
-void readAsStream(lexkit::Dictionary& dictionary, std::string const& path)
+void readAsStream(lexkit::Dictionary& dictionary, const std::string& path)
 {
     lexkit::basic_ifstream<char> file(path.c_str(), std::ios::binary);
     dictionary.Read(&file);
 }
 
-void readAsBlock(lexkit::Dictionary& dictionary, std::string const& path)
+void readAsBlock(lexkit::Dictionary& dictionary, const std::string& path)
 {
-    std::string const bytes = read(path);
+    const std::string bytes = read(path);
     dictionary.Read(bytes.data(), static_cast<int>(bytes.size()), false);
 }
 
-void measureLoading(Files const& files, std::size_t count)
+void measureLoading(const Files& files, std::size_t count)
 {
-    using Reading = void (*)(lexkit::Dictionary&, std::string const&);
+    using Reading = void (*)(lexkit::Dictionary&, const std::string&);
     struct Row {
-        char const* name;
-        char const* file;
+        const char* name;
+        const char* file;
         Reading reading;
-        char const* wanted;
+        const char* wanted;
     };
     static constexpr std::array kRows{
         Row{"load/text/stream", "text.dct", readAsStream, "below 3"},
@@ -388,13 +388,13 @@ void measureLoading(Files const& files, std::size_t count)
         fillMap(*maps.back(), files.path("text.dct"));
         require(maps.back()->size() == count, "the map lacks texts");
     });
-    for (Row const& row : kRows)
+    for (const Row& row : kRows)
         work.push_back([&] {
             dictionaries.push_back(std::make_unique<lexkit::Dictionary>());
             row.reading(*dictionaries.back(), files.path(row.file));
             require(dictionaries.back()->HasKey("$$$none", nullptr) == false, "a key too many");
         });
-    std::vector<double> const times = timesOf(kLoadRounds, work);
+    const std::vector<double> times = timesOf(kLoadRounds, work);
     for (std::size_t at = 0; at < kRows.size(); ++at)
         std::printf("{\"row\":\"%s\",\"lexkit_ms\":%.2f,\"map_ms\":%.2f,\"to_map\":%.2f,"
                     "\"wanted\":\"%s\"}\n",
@@ -407,20 +407,20 @@ void measureLoading(Files const& files, std::size_t count)
 
 double heapBytes()
 {
-    auto const info = ::mallinfo2();
+    const auto info = ::mallinfo2();
     return static_cast<double>(info.uordblks + info.hblkhd);
 }
 
-void measureMemory(Files const& files, std::vector<Entry> const& entries)
+void measureMemory(const Files& files, const std::vector<Entry>& entries)
 {
     double sum = 0;
-    for (Entry const& entry : entries)
+    for (const Entry& entry : entries)
         sum += static_cast<double>(entry.key.size() + entry.text.size() * sizeof(char16_t));
-    for (char const* const name : {"text.dct", "binary16.dct"}) {
-        double const before = heapBytes();
+    for (const char* const name : {"text.dct", "binary16.dct"}) {
+        const double before = heapBytes();
         lexkit::Dictionary dictionary;
         readAsStream(dictionary, files.path(name));
-        double const taken = heapBytes() - before;
+        const double taken = heapBytes() - before;
         std::printf("{\"row\":\"memory/%zu/%s\",\"bytes\":%.0f,\"keys_and_values\":%.0f,"
                     "\"to_sum\":%.2f,\"wanted\":\"below 3\"}\n",
             entries.size(),
@@ -435,18 +435,18 @@ void measureMemory(Files const& files, std::vector<Entry> const& entries)
 
 int main(int argc, char** argv)
 {
-    fs::path const folder =
+    const fs::path folder =
         argc > 1 ? fs::path(argv[1]) : fs::temp_directory_path() / "lexkit-bench";
     {
-        std::vector<Entry> const entries = makeEntries(1000);
-        Files const files(folder / "1000", entries);
+        const std::vector<Entry> entries = makeEntries(1000);
+        const Files files(folder / "1000", entries);
         Contenders contenders(files);
         measureLookups("hit", contenders, makeQuestions(entries, ""), kWanted);
         measureLookups("miss", contenders, makeQuestions(entries, "/None"), kWanted);
     }
     {
-        std::vector<Entry> const entries = makeEntries(50000);
-        Files const files(folder / "50000", entries);
+        const std::vector<Entry> entries = makeEntries(50000);
+        const Files files(folder / "50000", entries);
         measureMemory(files, entries);
         showChains(entries);
         measureLoading(files, entries.size());
@@ -454,5 +454,5 @@ int main(int argc, char** argv)
         measureLookups("hit", contenders, makeQuestions(entries, ""), "to see");
     }
     fs::remove_all(folder);
-    return g_seen > 0 ? 0 : 1;
+    return gSeen > 0 ? 0 : 1;
 }

@@ -38,7 +38,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-void require(bool holds, char const* what)
+void require(bool holds, const char* what)
 {
     if (holds)
         return;
@@ -64,7 +64,7 @@ public:
 
 class PortEnd final : public End {
 public:
-    PortEnd(char const* own, char const* other)
+    PortEnd(const char* own, const char* other)
         : m_port(Pt::LocalPort::hold(own))
         , m_other(other)
     {
@@ -87,7 +87,7 @@ private:
     std::unique_ptr<Pt::LocalPort> m_port;
     Pt::LocalPortSender m_sender;
     Pt::DescriptorSet m_waited;
-    char const* m_other;
+    const char* m_other;
 };
 
 class BareEnd final : public End {
@@ -102,14 +102,14 @@ public:
         event.events = EPOLLIN;
         require(::epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_socket, &event) == 0, "epoll_ctl");
     }
-    BareEnd(BareEnd const&) = delete;
-    BareEnd& operator=(BareEnd const&) = delete;
+    BareEnd(const BareEnd&) = delete;
+    BareEnd& operator=(const BareEnd&) = delete;
     ~BareEnd() override { ::close(m_epoll); }
 
     void send(std::string_view text) override
     {
         while (!text.empty()) {
-            std::string_view const piece = text.substr(0, longestPacket(m_socket));
+            const std::string_view piece = text.substr(0, longestPacket(m_socket));
             require(::send(m_socket, piece.data(), piece.size(), 0) > 0, "send");
             text.remove_prefix(piece.size());
         }
@@ -132,7 +132,7 @@ public:
     // Half of the buffer, as the system counts its own book-keeping with it.
     static std::size_t longestPacket(int socket)
     {
-        static std::size_t const longest = [socket] {
+        static const std::size_t longest = [socket] {
             int size = 0;
             socklen_t length = sizeof size;
             ::getsockopt(socket, SOL_SOCKET, SO_SNDBUF, &size, &length);
@@ -157,22 +157,21 @@ std::vector<int> bareSockets()
     constexpr int kBuffer = 4 * 1024 * 1024;
     std::vector<int> ends(2);
     require(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()) == 0, "socketpair");
-    for (int const end : ends) {
+    for (const int end : ends)
         if (::setsockopt(end, SOL_SOCKET, SO_SNDBUFFORCE, &kBuffer, sizeof kBuffer) != 0)
             ::setsockopt(end, SOL_SOCKET, SO_SNDBUF, &kBuffer, sizeof kBuffer);
-    }
     return ends;
 }
 
 // Runs both sides, each in a process of its own; ours begins when the other is ready.
-void runBoth(MakeEnd const& makeEnd, Work const& theirs, Work const& ours)
+void runBoth(const MakeEnd& makeEnd, const Work& theirs, const Work& ours)
 {
     int ready[2] = {};
     require(::pipe(ready) == 0, "pipe");
     auto end = makeEnd(false);
-    pid_t const child = ::fork();
+    const pid_t child = ::fork();
     if (child == 0) {
-        auto const other = makeEnd(true);
+        const auto other = makeEnd(true);
         require(::write(ready[1], "r", 1) == 1, "write");
         theirs(*other);
         ::_exit(0);
@@ -199,18 +198,18 @@ double median(std::vector<double>& values)
 
 // Microseconds of each round trip.
 void roundTrips(
-    MakeEnd const& makeEnd, std::string const& text, std::size_t count, std::vector<double>& times)
+    const MakeEnd& makeEnd, const std::string& text, std::size_t count, std::vector<double>& times)
 {
-    std::size_t const warmUp = count / 10;
-    auto const echo = [&](End& end) {
+    const std::size_t warmUp = count / 10;
+    const auto echo = [&](End& end) {
         for (std::size_t i = 0; i < warmUp + count; ++i) {
             end.take(1);
             end.send(text);
         }
     };
-    auto const ask = [&](End& end) {
+    const auto ask = [&](End& end) {
         for (std::size_t i = 0; i < warmUp + count; ++i) {
-            auto const start = Clock::now();
+            const auto start = Clock::now();
             end.send(text);
             end.take(1);
             if (i >= warmUp)
@@ -222,18 +221,18 @@ void roundTrips(
 
 // Microseconds for each of many texts that follow one another.
 void oneWay(
-    MakeEnd const& makeEnd, std::string const& text, std::size_t count, std::vector<double>& times)
+    const MakeEnd& makeEnd, const std::string& text, std::size_t count, std::vector<double>& times)
 {
-    auto const sink = [&](End& end) {
+    const auto sink = [&](End& end) {
         end.take(1);
         end.send(text);
         end.take(count);
         end.send(text);
     };
-    auto const stream = [&](End& end) {
+    const auto stream = [&](End& end) {
         end.send(text);
         end.take(1);
-        auto const start = Clock::now();
+        const auto start = Clock::now();
         for (std::size_t i = 0; i < count; ++i)
             end.send(text);
         end.take(1);
@@ -242,21 +241,21 @@ void oneWay(
     runBoth(makeEnd, sink, stream);
 }
 
-using Measure = void(MakeEnd const&, std::string const&, std::size_t, std::vector<double>&);
+using Measure = void(const MakeEnd&, const std::string&, std::size_t, std::vector<double>&);
 
-void compare(char const* name, Measure& measure, std::size_t size, std::size_t count, int turns)
+void compare(const char* name, Measure& measure, std::size_t size, std::size_t count, int turns)
 {
-    std::string const text(size, 'x');
+    const std::string text(size, 'x');
     std::vector<double> port;
     std::vector<double> bare;
     std::size_t longest = 0;
     for (int i = 0; i < turns; ++i) {
-        std::vector<int> const sockets = bareSockets();
+        const std::vector<int> sockets = bareSockets();
         longest = BareEnd::longestPacket(sockets[0]);
-        auto const makeBare = [&](bool isChild) {
+        const auto makeBare = [&](bool isChild) {
             return std::make_unique<BareEnd>(sockets[isChild ? 1 : 0], size);
         };
-        auto const makePort = [](bool isChild) {
+        const auto makePort = [](bool isChild) {
             return std::make_unique<PortEnd>(isChild ? "b" : "a", isChild ? "a" : "b");
         };
         measure(makeBare, text, count, bare);
@@ -264,8 +263,8 @@ void compare(char const* name, Measure& measure, std::size_t size, std::size_t c
         ::close(sockets[0]);
         ::close(sockets[1]);
     }
-    double const portTime = median(port);
-    double const bareTime = median(bare);
+    const double portTime = median(port);
+    const double bareTime = median(bare);
     std::printf("{\"name\":\"%s\",\"port_us\":%.2f,\"bare_us\":%.2f,\"ratio_to_bare\":%.2f,"
                 "\"port_texts_per_s\":%.0f,\"packet\":%zu}\n",
         name,
@@ -282,7 +281,7 @@ void compare(char const* name, Measure& measure, std::size_t size, std::size_t c
 int main(int argc, char** argv)
 {
     constexpr std::size_t kMegabyte = 1024 * 1024;
-    int const turns = argc > 1 ? std::atoi(argv[1]) : 7;
+    const int turns = argc > 1 ? std::atoi(argv[1]) : 7;
     if (turns < 1) {
         std::fprintf(stderr, "usage: %s [TURNS]\n", argv[0]);
         return 2;

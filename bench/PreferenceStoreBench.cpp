@@ -25,7 +25,7 @@ constexpr int kKeys = 35;
 
 using Units = std::vector<unsigned short>;
 
-Units unitsOf(std::string const& text)
+Units unitsOf(const std::string& text)
 {
     Units units(text.begin(), text.end());
     units.push_back(0);
@@ -40,22 +40,20 @@ Units keyOf(int number)
 // A store of its own in a new folder that goes with it.
 class BenchStore {
 public:
-    explicit BenchStore(std::string const& below)
+    explicit BenchStore(const std::string& below)
         : m_folder(below + "/preference-bench-XXXXXX")
         , m_store(new preferences::PreferenceStore(m_chain))
     {
         Units path;
-        if (::mkdtemp(m_folder.data()) != nullptr) {
+        if (::mkdtemp(m_folder.data()) != nullptr)
             path = unitsOf(m_folder);
-        }
         m_ready =
             !path.empty() && m_store->InitStore(path.data(), static_cast<int>(path.size()) - 1);
-        for (int number = 0; number < kKeys; ++number) {
+        for (int number = 0; number < kKeys; ++number)
             m_keys.push_back(keyOf(number));
-        }
     }
-    BenchStore(BenchStore const&) = delete;
-    BenchStore& operator=(BenchStore const&) = delete;
+    BenchStore(const BenchStore&) = delete;
+    BenchStore& operator=(const BenchStore&) = delete;
     ~BenchStore()
     {
         m_store->Release();
@@ -65,8 +63,8 @@ public:
 
     bool setAll(int round)
     {
-        Units const value = unitsOf("a value of round " + std::to_string(round));
-        for (Units const& key : m_keys) {
+        const Units value = unitsOf("a value of round " + std::to_string(round));
+        for (const Units& key : m_keys) {
             m_ready = m_ready
                 && m_store->SetValue(
                     kDomain, key.data(), value.data(), static_cast<int>(value.size()) - 1);
@@ -78,7 +76,7 @@ public:
     {
         bool ok = m_ready && m_store->LoadStore(kDomain);
         unsigned short buffer[260];
-        for (Units const& key : m_keys) {
+        for (const Units& key : m_keys) {
             ok = ok && m_store->GetValue(kDomain, key.data(), buffer, 260);
             benchmark::DoNotOptimize(buffer);
         }
@@ -99,12 +97,10 @@ void loadAndGet35(benchmark::State& state)
 {
     BenchStore store(".");
     bool ok = store.setAll(0) && store.save();
-    for (auto _ : state) {
+    for (auto _ : state)
         ok = ok && store.loadAndGetAll();
-    }
-    if (!ok) {
+    if (!ok)
         state.SkipWithError("the store does not load");
-    }
 }
 
 void set35AndSerialise(benchmark::State& state)
@@ -112,38 +108,34 @@ void set35AndSerialise(benchmark::State& state)
     preferences::PreferenceDocument document;
     std::size_t round = 0;
     for (auto _ : state) {
-        std::u16string const value(1 + round++ % 20, u'v');
+        const std::u16string value(1 + round++ % 20, u'v');
         for (int number = 0; number < kKeys; ++number) {
-            Units const key = keyOf(number);
+            const Units key = keyOf(number);
             document.set(std::u16string(key.begin(), key.end() - 1), value);
         }
         benchmark::DoNotOptimize(document.written());
     }
 }
 
-void set35AndSave(benchmark::State& state, char const* below)
+void set35AndSave(benchmark::State& state, const char* below)
 {
     BenchStore store(below);
     int round = 0;
     bool ok = true;
-    for (auto _ : state) {
+    for (auto _ : state)
         ok = ok && store.setAll(++round) && store.save();
-    }
-    if (!ok) {
+    if (!ok)
         state.SkipWithError("the store does not save");
-    }
 }
 
 void set35Unchanged(benchmark::State& state)
 {
     BenchStore store(".");
     bool ok = store.setAll(0) && store.save();
-    for (auto _ : state) {
+    for (auto _ : state)
         ok = ok && store.setAll(0) && store.save();
-    }
-    if (!ok) {
+    if (!ok)
         state.SkipWithError("the store does not save");
-    }
 }
 
 } // namespace

@@ -19,12 +19,12 @@ void printMessage(std::string_view program, const std::string& text)
 
 namespace {
 
-std::error_code g_outputError; // the first; for the program's main thread, as all of this
+std::error_code gOutputError; // the first; for the program's main thread, as all of this
 
 void noteOutputError(bool isWritten)
 {
-    if (!isWritten && !g_outputError)
-        g_outputError.assign(errno, std::system_category());
+    if (!isWritten && !gOutputError)
+        gOutputError.assign(errno, std::system_category());
 }
 
 } // namespace
@@ -32,9 +32,9 @@ void noteOutputError(bool isWritten)
 std::error_code outputError()
 {
     noteOutputError(std::fflush(stdout) == 0);
-    if (!g_outputError)
-        g_outputError = Pt::writeObstacle(stdout);
-    return g_outputError;
+    if (!gOutputError)
+        gOutputError = Pt::writeObstacle(stdout);
+    return gOutputError;
 }
 
 void printLine(const std::string& text)

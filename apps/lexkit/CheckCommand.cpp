@@ -19,16 +19,16 @@ using lexkit_private::MultibyteReader;
 
 class Checker {
 public:
-    explicit Checker(CommandLine const& line)
+    explicit Checker(const CommandLine& line)
         : m_json(line.json)
         , m_isUtf8(line.utf8Input || Pt::TextEncoding::system().isUtf8())
     {
     }
 
     // Throws CommandError when the file cannot be read.
-    void check(std::string const& path)
+    void check(const std::string& path)
     {
-        DictionaryFile const file(path);
+        const DictionaryFile file(path);
         if (file.isBinary())
             checkBinary(file);
         else
@@ -38,7 +38,7 @@ public:
     bool foundFaults() const { return m_foundFaults; }
 
 private:
-    void checkBinary(DictionaryFile const& file)
+    void checkBinary(const DictionaryFile& file)
     {
         lexkit_private::Dictionary dictionary;
         file.readInto(dictionary);
@@ -48,18 +48,18 @@ private:
                 "damaged: " + std::to_string(dictionary.NumKeys()) + " entries can be read");
     }
 
-    void checkText(DictionaryFile const& file)
+    void checkText(const DictionaryFile& file)
     {
-        std::string const bytes = file.bytes() + '\n'; // long enough to be a block
-        auto const* const begin = reinterpret_cast<unsigned char const*>(bytes.data());
-        auto const reader = DictionaryReader::Make(begin, begin + bytes.size());
+        const std::string bytes = file.bytes() + '\n'; // long enough to be a block
+        const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
+        const auto reader = DictionaryReader::Make(begin, begin + bytes.size());
         if (!reader)
             return;
         unsigned long number = 0;
         unsigned short before = u'\n';
-        while (unsigned short const* const line = reader->ReadALine()) {
+        while (const unsigned short* const line = reader->ReadALine()) {
             // CR LF ends one line; what follows a NUL is still the same one.
-            bool const isSecondHalf =
+            const bool isSecondHalf =
                 before == u'\r' && *line == 0 && reader->GetLineEnd() == u'\n';
             if (!isSecondHalf && before != 0)
                 ++number;
@@ -70,15 +70,15 @@ private:
             tell(file.path(), number + 1, "(a NUL ends the text before its end)");
     }
 
-    void checkLine(std::string const& path,
+    void checkLine(const std::string& path,
         unsigned long number,
-        unsigned short const* line,
-        DictionaryReader const& reader)
+        const unsigned short* line,
+        const DictionaryReader& reader)
     {
         lexkit_private::LiteralTag<unsigned short> tag;
-        auto const* const multibyte = dynamic_cast<MultibyteReader const*>(&reader);
-        std::string_view const bytes = multibyte
-            ? std::string_view(reinterpret_cast<char const*>(multibyte->GetLineBytes().GetData()),
+        const auto* const multibyte = dynamic_cast<const MultibyteReader*>(&reader);
+        const std::string_view bytes = multibyte
+            ? std::string_view(reinterpret_cast<const char*>(multibyte->GetLineBytes().GetData()),
                 multibyte->GetLineBytes().GetCount())
             : std::string_view();
         if (m_isUtf8 && !Pt::isUtf8(bytes))
@@ -88,7 +88,7 @@ private:
     }
 
     // Number 0 is the whole file.
-    void tell(std::string const& path, unsigned long number, std::string const& text)
+    void tell(const std::string& path, unsigned long number, const std::string& text)
     {
         m_foundFaults = true;
         if (m_json) {
@@ -98,26 +98,26 @@ private:
                 {"text", text}});
             return;
         }
-        std::string const place = number > 0 ? ':' + std::to_string(number) : std::string();
+        const std::string place = number > 0 ? ':' + std::to_string(number) : std::string();
         commandline::printLine(Pt::terminalText(path) + place + ": " + Pt::terminalText(text));
     }
 
-    bool const m_json;
-    bool const m_isUtf8;
+    const bool m_json;
+    const bool m_isUtf8;
     bool m_foundFaults = false;
 };
 
 } // namespace
 
 // All files are looked at; what hinders counts more than what is found.
-ExitCode runCheck(CommandLine const& line)
+ExitCode runCheck(const CommandLine& line)
 {
     Checker checker(line);
     auto worst = ExitCode::kDone;
-    for (std::string const& path : line.files) {
+    for (const std::string& path : line.files) {
         try {
             checker.check(path);
-        } catch (CommandError const& error) {
+        } catch (const CommandError& error) {
             commandline::printMessage(kProgram, error.what());
             worst = std::max(worst, error.code());
         }

@@ -8,13 +8,13 @@ namespace {
 
 constexpr char kVersion[] = "lexkit " TEVORO_VERSION;
 
-CLI::App* add(CLI::App& app, CommandLine& line, Command command, char const* name, char const* help)
+CLI::App* add(CLI::App& app, CommandLine& line, Command command, const char* name, const char* help)
 {
     CLI::App* const sub = app.add_subcommand(name, help);
     sub->callback([&line, command] { line.command = command; });
     sub->add_option_function<std::string>(
            "-e,--encoding",
-           [&line](std::string const& value) { line.utf8Input = value == "utf-8"; },
+           [&line](const std::string& value) { line.utf8Input = value == "utf-8"; },
            "Encoding of text files without a byte-order mark; the system's by default")
         ->check(CLI::IsMember({"system", "utf-8"}));
     return sub;
@@ -66,7 +66,7 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     addConversion(*add(app, line, Command::kText, "text", "Write the text form"), line);
     try {
         app.parse(argc, argv);
-    } catch (CLI::ParseError const& error) {
+    } catch (const CLI::ParseError& error) {
         code = app.exit(error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
         return std::nullopt;
     }

@@ -6,10 +6,10 @@
 
 namespace lexkit_cli {
 
-ExitCode runCheck(CommandLine const& line);
-ExitCode runList(CommandLine const& line);
-ExitCode runGet(CommandLine const& line);
-ExitCode runCompile(CommandLine const& line);
-ExitCode runText(CommandLine const& line);
+ExitCode runCheck(const CommandLine& line);
+ExitCode runList(const CommandLine& line);
+ExitCode runGet(const CommandLine& line);
+ExitCode runCompile(const CommandLine& line);
+ExitCode runText(const CommandLine& line);
 
 } // namespace lexkit_cli

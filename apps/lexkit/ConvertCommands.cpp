@@ -20,7 +20,7 @@ using lexkit_private::Dictionary;
 using lexkit_private::DictionaryEntry;
 using lexkit_private::UnicodeRun;
 
-bool areAlike(UnicodeRun const& left, UnicodeRun const& right)
+bool areAlike(const UnicodeRun& left, const UnicodeRun& right)
 {
     return std::equal(left.GetUnits(),
         left.GetUnits() + left.GetLength(),
@@ -29,15 +29,15 @@ bool areAlike(UnicodeRun const& left, UnicodeRun const& right)
 }
 
 // Whether all that lookups find in the dictionary, they find in the written form, too.
-bool holdsAll(Dictionary& dictionary, std::string const& written)
+bool holdsAll(Dictionary& dictionary, const std::string& written)
 {
     Dictionary again;
     again.Read(written.data(), static_cast<int>(written.size()), false);
     bool isWhole = true;
-    forEachEntry(dictionary, [&](DictionaryEntry const& entry) {
+    forEachEntry(dictionary, [&](const DictionaryEntry& entry) {
         if (dictionary.Find(entry) != &entry)
             return; // another entry hides it
-        DictionaryEntry const* const copy = again.Find(entry);
+        const DictionaryEntry* const copy = again.Find(entry);
         if (copy && areAlike(copy->GetValue(), entry.GetValue()))
             return;
         commandline::printMessage(kProgram, keyText(entry) + ": this form cannot hold the entry");
@@ -46,9 +46,9 @@ bool holdsAll(Dictionary& dictionary, std::string const& written)
     return isWhole;
 }
 
-ExitCode finish(CommandLine const& line, std::string const& written, bool isWhole)
+ExitCode finish(const CommandLine& line, const std::string& written, bool isWhole)
 {
-    if (std::error_code const error = Pt::replaceFile(line.output, written))
+    if (const std::error_code error = Pt::replaceFile(line.output, written))
         throw CommandError(ExitCode::kPlaceUnusable,
             line.output + ": the file cannot be written: " + error.message());
     return isWhole ? ExitCode::kDone : ExitCode::kPartly;
@@ -56,30 +56,30 @@ ExitCode finish(CommandLine const& line, std::string const& written, bool isWhol
 
 } // namespace
 
-ExitCode runCompile(CommandLine const& line)
+ExitCode runCompile(const CommandLine& line)
 {
     Dictionary dictionary;
-    bool const isSound = DictionaryFile(line.file).readTelling(dictionary);
-    lexkit::EncodingInfo const utf8(lexkit::EncodingInfo::kUTF8);
+    const bool isSound = DictionaryFile(line.file).readTelling(dictionary);
+    const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
     std::ostringstream stream;
     dictionary.Compile(stream, line.utf8Output ? &utf8 : nullptr);
-    std::string const written = std::move(stream).str();
-    bool const isWhole = holdsAll(dictionary, written);
+    const std::string written = std::move(stream).str();
+    const bool isWhole = holdsAll(dictionary, written);
     return finish(line, written, isSound && isWhole);
 }
 
-ExitCode runText(CommandLine const& line)
+ExitCode runText(const CommandLine& line)
 {
     Dictionary dictionary;
-    bool const isSound = DictionaryFile(line.file).readTelling(dictionary);
+    const bool isSound = DictionaryFile(line.file).readTelling(dictionary);
     std::vector<unsigned short> units{0xFEFF};
-    forEachEntry(dictionary, [&](DictionaryEntry const& entry) {
-        if (auto const text = entryLine(entry); text && dictionary.Find(entry) == &entry)
+    forEachEntry(dictionary, [&](const DictionaryEntry& entry) {
+        if (const auto text = entryLine(entry); text && dictionary.Find(entry) == &entry)
             units.insert(units.end(), text->begin(), text->end());
     });
-    std::string const written(
-        reinterpret_cast<char const*>(units.data()), units.size() * sizeof units.front());
-    bool const isWhole = holdsAll(dictionary, written);
+    const std::string written(
+        reinterpret_cast<const char*>(units.data()), units.size() * sizeof units.front());
+    const bool isWhole = holdsAll(dictionary, written);
     return finish(line, written, isSound && isWhole);
 }
 

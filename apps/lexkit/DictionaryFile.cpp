@@ -14,15 +14,15 @@ namespace {
 
 constexpr std::size_t kLargest = std::numeric_limits<int>::max(); // of a block
 
-[[noreturn]] void fail(std::string const& path, Pt::FileContent const& content)
+[[noreturn]] void fail(const std::string& path, const Pt::FileContent& content)
 {
     using State = Pt::FileContent::State;
     switch (content.state) {
-    case State::Missing:
+    case State::kMissing:
         throw CommandError(ExitCode::kNotThere, path + ": there is no such file");
-    case State::NotAFile:
+    case State::kNotAFile:
         throw CommandError(ExitCode::kPlaceUnusable, path + ": this is no file");
-    case State::TooLarge:
+    case State::kTooLarge:
         throw CommandError(ExitCode::kPlaceUnusable, path + ": the file is above 2 GB");
     default:
         throw CommandError(ExitCode::kPlaceUnusable,
@@ -32,11 +32,11 @@ constexpr std::size_t kLargest = std::numeric_limits<int>::max(); // of a block
 
 } // namespace
 
-DictionaryFile::DictionaryFile(std::string const& path)
+DictionaryFile::DictionaryFile(const std::string& path)
     : m_path(path)
 {
     Pt::FileContent content = Pt::readFile(path, kLargest);
-    if (content.state != Pt::FileContent::State::Read)
+    if (content.state != Pt::FileContent::State::kRead)
         fail(path, content);
     m_bytes = std::move(content.bytes);
 }
@@ -50,8 +50,8 @@ bool DictionaryFile::isBinary() const
 void DictionaryFile::readInto(lexkit_private::Dictionary& dictionary) const
 {
     // One byte is a line to a stream, and no block.
-    std::string const block = m_bytes.size() == 1 ? m_bytes + '\n' : std::string();
-    std::string const& bytes = block.empty() ? m_bytes : block;
+    const std::string block = m_bytes.size() == 1 ? m_bytes + '\n' : std::string();
+    const std::string& bytes = block.empty() ? m_bytes : block;
     if (!bytes.empty())
         dictionary.Read(bytes.data(), static_cast<int>(bytes.size()), false);
 }
@@ -68,10 +68,10 @@ bool DictionaryFile::readTelling(lexkit_private::Dictionary& dictionary) const
 }
 
 void forEachEntry(lexkit_private::Dictionary& dictionary,
-    std::function<void(lexkit_private::DictionaryEntry const&)> const& visit)
+    const std::function<void(const lexkit_private::DictionaryEntry&)>& visit)
 {
     while (dictionary.HasMoreItem())
-        visit(static_cast<lexkit_private::DictionaryEntry const&>(*dictionary.NextItem()));
+        visit(static_cast<const lexkit_private::DictionaryEntry&>(*dictionary.NextItem()));
 }
 
 } // namespace lexkit_cli

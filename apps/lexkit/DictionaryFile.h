@@ -12,10 +12,10 @@ namespace lexkit_cli {
 class DictionaryFile {
 public:
     // Reads the file. Throws CommandError when it is not there or cannot be read.
-    explicit DictionaryFile(std::string const& path);
+    explicit DictionaryFile(const std::string& path);
 
-    std::string const& path() const { return m_path; }
-    std::string const& bytes() const { return m_bytes; }
+    const std::string& path() const { return m_path; }
+    const std::string& bytes() const { return m_bytes; }
     bool isBinary() const;
 
     // Fills an empty dictionary.
@@ -30,6 +30,6 @@ private:
 
 // Each entry in table order.
 void forEachEntry(lexkit_private::Dictionary& dictionary,
-    std::function<void(lexkit_private::DictionaryEntry const&)> const& visit);
+    const std::function<void(const lexkit_private::DictionaryEntry&)>& visit);
 
 } // namespace lexkit_cli

@@ -27,10 +27,10 @@ void appendReference(Units& to, unsigned short unit)
 }
 
 // As the library writes a value: CR, LF and the quote mark with a backslash.
-void appendPlainly(Units& to, unsigned short const* text, unsigned long length)
+void appendPlainly(Units& to, const unsigned short* text, unsigned long length)
 {
-    auto const escaped = lexkit_private::do_escapes(text, length);
-    unsigned short const* const out = escaped ? escaped.get() : text;
+    const auto escaped = lexkit_private::do_escapes(text, length);
+    const unsigned short* const out = escaped ? escaped.get() : text;
     to.insert(to.end(), out, out + length);
 }
 
@@ -50,18 +50,17 @@ bool isSpecial(unsigned short unit, unsigned short next)
     }
 }
 
-void appendByReferences(Units& to, unsigned short const* text, unsigned long length)
+void appendByReferences(Units& to, const unsigned short* text, unsigned long length)
 {
-    for (unsigned long at = 0; at < length; ++at) {
+    for (unsigned long at = 0; at < length; ++at)
         if (isSpecial(text[at], at + 1 < length ? text[at + 1] : 0))
             appendReference(to, text[at]);
         else
             appendPlainly(to, text + at, 1);
-    }
 }
 
 template <typename AppendValue>
-Units lineOf(DictionaryEntry const& entry, AppendValue appendValue)
+Units lineOf(const DictionaryEntry& entry, AppendValue appendValue)
 {
     Units line{u'"'};
     // A key that begins with a mark, or is none, is told by the marks in front of it.
@@ -74,7 +73,7 @@ Units lineOf(DictionaryEntry const& entry, AppendValue appendValue)
     return line;
 }
 
-bool readsBack(Units line, DictionaryEntry const& entry)
+bool readsBack(Units line, const DictionaryEntry& entry)
 {
     if (std::any_of(line.begin(), line.end(), endsLine))
         return false;
@@ -82,8 +81,8 @@ bool readsBack(Units line, DictionaryEntry const& entry)
     lexkit_private::LiteralTag<unsigned short> tag;
     if (!lexkit_private::ParseEntry(line.data(), tag))
         return false;
-    UnicodeRun const value = DictionaryEntry::ConvertEscapeSequences(tag.value, tag.valueLength);
-    UnicodeRun const& wanted = entry.GetValue();
+    const UnicodeRun value = DictionaryEntry::ConvertEscapeSequences(tag.value, tag.valueLength);
+    const UnicodeRun& wanted = entry.GetValue();
     return std::equal(tag.key,
                tag.key + tag.keyLength,
                entry.GetData(),
@@ -96,7 +95,7 @@ bool readsBack(Units line, DictionaryEntry const& entry)
 
 } // namespace
 
-std::optional<std::vector<unsigned short>> entryLine(DictionaryEntry const& entry)
+std::optional<std::vector<unsigned short>> entryLine(const DictionaryEntry& entry)
 {
     Units line = lineOf(entry, appendPlainly);
     if (!readsBack(line, entry)) {

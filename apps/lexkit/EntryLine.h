@@ -12,6 +12,6 @@ namespace lexkit_cli {
 
 // With a line feed at the end. Nothing for a key that no line can hold: one with "=", a quote
 // mark in the wrong place, a line end or a NUL.
-std::optional<std::vector<unsigned short>> entryLine(lexkit_private::DictionaryEntry const& entry);
+std::optional<std::vector<unsigned short>> entryLine(const lexkit_private::DictionaryEntry& entry);
 
 } // namespace lexkit_cli

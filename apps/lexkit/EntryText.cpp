@@ -5,17 +5,17 @@
 
 namespace lexkit_cli {
 
-std::string_view keyBytes(lexkit_private::DictionaryEntry const& entry)
+std::string_view keyBytes(const lexkit_private::DictionaryEntry& entry)
 {
-    return {reinterpret_cast<char const*>(entry.GetData()), entry.GetLength()};
+    return {reinterpret_cast<const char*>(entry.GetData()), entry.GetLength()};
 }
 
-std::string keyText(lexkit_private::DictionaryEntry const& entry)
+std::string keyText(const lexkit_private::DictionaryEntry& entry)
 {
     return Pt::displayName(keyBytes(entry));
 }
 
-std::string utf8Of(unsigned short const* units, unsigned long length)
+std::string utf8Of(const unsigned short* units, unsigned long length)
 {
     std::string text(lexkit_private::encodedUtf8Size(units, length), '\0');
     lexkit_private::encodeUtf8(
@@ -23,7 +23,7 @@ std::string utf8Of(unsigned short const* units, unsigned long length)
     return text;
 }
 
-std::string utf8Of(lexkit_private::UnicodeRun const& run)
+std::string utf8Of(const lexkit_private::UnicodeRun& run)
 {
     return utf8Of(run.GetUnits(), run.GetLength());
 }
@@ -33,8 +33,8 @@ std::string oneLine(std::string_view text)
     constexpr std::string_view kPlain = "\t\n\r\"\\";
     constexpr std::string_view kLetters = "tnr\"\\";
     std::string line;
-    for (char const c : text) {
-        std::size_t const at = kPlain.find(c);
+    for (const char c : text) {
+        const std::size_t at = kPlain.find(c);
         if (at != std::string_view::npos)
             line += '\\';
         line += at != std::string_view::npos ? kLetters[at] : c;

@@ -8,14 +8,14 @@
 
 namespace lexkit_cli {
 
-std::string_view keyBytes(lexkit_private::DictionaryEntry const& entry);
+std::string_view keyBytes(const lexkit_private::DictionaryEntry& entry);
 
 // A byte that is no part of UTF-8 stands as %XX.
-std::string keyText(lexkit_private::DictionaryEntry const& entry);
+std::string keyText(const lexkit_private::DictionaryEntry& entry);
 
 // Half of a surrogate pair stands as "?".
-std::string utf8Of(unsigned short const* units, unsigned long length);
-std::string utf8Of(lexkit_private::UnicodeRun const& run);
+std::string utf8Of(const unsigned short* units, unsigned long length);
+std::string utf8Of(const lexkit_private::UnicodeRun& run);
 
 // On one line: tab, line ends, quote mark and backslash with a backslash in front.
 std::string oneLine(std::string_view text);

@@ -5,12 +5,12 @@
 
 namespace lexkit_cli {
 
-ExitCode runList(CommandLine const& line)
+ExitCode runList(const CommandLine& line)
 {
     lexkit_private::Dictionary dictionary;
-    bool const isSound = DictionaryFile(line.file).readTelling(dictionary);
-    forEachEntry(dictionary, [&](lexkit_private::DictionaryEntry const& entry) {
-        std::string const value = utf8Of(entry.GetValue());
+    const bool isSound = DictionaryFile(line.file).readTelling(dictionary);
+    forEachEntry(dictionary, [&](const lexkit_private::DictionaryEntry& entry) {
+        const std::string value = utf8Of(entry.GetValue());
         if (line.json)
             commandline::printJson({{"key", keyText(entry)}, {"value", value}});
         else

@@ -11,9 +11,9 @@ namespace {
 
 using lexkit_cli::ExitCode;
 
-ExitCode run(lexkit_cli::CommandLine const& line)
+ExitCode run(const lexkit_cli::CommandLine& line)
 {
-    lexkit::EncodingInfo const utf8(lexkit::EncodingInfo::kUTF8);
+    const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
     if (line.utf8Input)
         lexkit::SetDefaultEncoding(&utf8);
     switch (line.command) {
@@ -31,14 +31,14 @@ ExitCode run(lexkit_cli::CommandLine const& line)
     return ExitCode::kUsage;
 }
 
-ExitCode runReporting(lexkit_cli::CommandLine const& line)
+ExitCode runReporting(const lexkit_cli::CommandLine& line)
 {
     try {
         return run(line);
-    } catch (lexkit_cli::CommandError const& error) {
+    } catch (const lexkit_cli::CommandError& error) {
         commandline::printMessage(lexkit_cli::kProgram, error.what());
         return error.code();
-    } catch (std::exception const& error) {
+    } catch (const std::exception& error) {
         commandline::printMessage(
             lexkit_cli::kProgram, std::string("it cannot go on: ") + error.what());
         return ExitCode::kPlaceUnusable;
@@ -50,7 +50,7 @@ ExitCode runReporting(lexkit_cli::CommandLine const& line)
 int main(int argc, char** argv)
 {
     auto code = ExitCode::kDone;
-    if (auto const line = lexkit_cli::readCommandLine(argc, argv, code))
+    if (const auto line = lexkit_cli::readCommandLine(argc, argv, code))
         code = runReporting(*line);
     // Whoever reads the output must learn that it could not be written.
     if (std::fflush(stdout) != 0 && code == ExitCode::kDone)

@@ -21,7 +21,7 @@ using ScObjects::TevoroTalk;
 namespace {
 
 // A signal is noticed that late.
-constexpr std::chrono::milliseconds kLongestPause{100};
+constexpr std::chrono::milliseconds kMaxPause{100};
 
 constexpr std::chrono::milliseconds kReachablePoll{5};
 constexpr std::chrono::seconds kReachableLimit{5};
@@ -78,10 +78,10 @@ SoString BusSession::ask(const std::string& target,
     std::int32_t seconds,
     const std::string& body) const
 {
-    SoString const text{std::string_view(body)};
+    const SoString text{std::string_view(body)};
     auto answer = std::async(std::launch::async,
         [&] { return TevoroTalk::Thread::ping(target.c_str(), command.c_str(), seconds, &text); });
-    while (answer.wait_for(kLongestPause) == std::future_status::timeout)
+    while (answer.wait_for(kMaxPause) == std::future_status::timeout)
         if (Pt::wasInterrupted())
             endQuestion();
     if (Pt::wasInterrupted())
@@ -113,7 +113,7 @@ void BusSession::takeOne(std::optional<SteadyTime> deadline)
 
 void BusSession::pause(std::optional<SteadyTime> deadline) const
 {
-    auto limit = kLongestPause;
+    auto limit = kMaxPause;
     if (deadline)
         limit = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(
                                *deadline - std::chrono::steady_clock::now()),

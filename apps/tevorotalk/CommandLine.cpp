@@ -9,7 +9,7 @@ namespace tevorotalk {
 namespace {
 
 constexpr char kVersion[] = "tevorotalk " TEVORO_VERSION;
-constexpr long kLongestWait = 100'000'000; // seconds; three years
+constexpr long kMaxWait = 100'000'000; // seconds; three years
 
 CLI::App* add(CLI::App& app, CommandLine& line, Command command, const char* name, const char* help)
 {
@@ -32,7 +32,7 @@ void addJson(CLI::App& sub, CommandLine& line)
 void addSeconds(CLI::App& sub, CommandLine& line)
 {
     sub.add_option("-s,--seconds", line.seconds, "End after that many seconds")
-        ->check(CLI::Range(0L, kLongestWait))
+        ->check(CLI::Range(0L, kMaxWait))
         ->type_name("S");
 }
 
@@ -46,7 +46,7 @@ void addPing(CLI::App& app, CommandLine& line)
     addTarget(*ping, line);
     ping->add_option("COMMAND", line.pingCommand, "The key; without one, whether somebody answers");
     ping->add_option("-t,--timeout", line.timeout, "How long to wait for the answer")
-        ->check(CLI::Range(0L, kLongestWait))
+        ->check(CLI::Range(0L, kMaxWait))
         ->type_name("SECONDS")
         ->capture_default_str();
     ping->add_option("-b,--body", line.text, "Text to go with the question")->type_name("TEXT");
@@ -72,7 +72,7 @@ void addSend(CLI::App& app, CommandLine& line)
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
     send->add_option("-w,--wait", line.wait, "Ask for the result and wait for it")
-        ->check(CLI::Range(0L, kLongestWait))
+        ->check(CLI::Range(0L, kMaxWait))
         ->type_name("SECONDS");
     send->add_flag("-l,--launch", line.launch, "Start the application if it does not run");
     addJson(*send, line);
@@ -91,7 +91,7 @@ void addListen(CLI::App& app, CommandLine& line)
         ->check(CLI::Range(long{INT32_MIN}, long{UINT32_MAX}))
         ->type_name("CODE");
     listen->add_option("-n,--count", line.count, "End after that many messages")
-        ->check(CLI::Range(1L, kLongestWait))
+        ->check(CLI::Range(1L, kMaxWait))
         ->type_name("N");
     addSeconds(*listen, line);
     listen->add_option("-T,--type", line.types, "Take messages of this type only; may be repeated")

@@ -41,8 +41,8 @@ void printReport(std::string_view report)
 
 ExitCode runInfo(const CommandLine& line)
 {
-    BusSession const session(ownName());
-    SoString const answer =
+    const BusSession session(ownName());
+    const SoString answer =
         session.ask(line.target, line.json ? "INFO" : "DIAGNOSTICS", kLimit, "all");
     const ExitCode code = exitCodeForAnswer(answer);
     if (code != ExitCode::kDone)

@@ -28,7 +28,7 @@ const char* typeOf(const TevoroTalk::Message& message, int reason)
 Json headersOf(const TevoroTalk::Message& message)
 {
     Json headers = Json::object();
-    for (auto const* header = message.headers; header != nullptr; header = header->next)
+    for (const auto* header = message.headers; header != nullptr; header = header->next)
         headers[jsonText(header->name)] = jsonText(header->value);
     return headers;
 }

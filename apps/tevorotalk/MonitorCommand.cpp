@@ -69,7 +69,7 @@ public:
         , m_key(key)
         , m_subscriber(session.name())
     {
-        SoString const answer = session.ask(m_target, m_key + "=" + m_subscriber, kLimit);
+        const SoString answer = session.ask(m_target, m_key + "=" + m_subscriber, kLimit);
         if (answer == m_subscriber.c_str())
             return;
         throw CommandError(exitCodeForAnswer(answer) == ExitCode::kNotThere ? ExitCode::kNotThere

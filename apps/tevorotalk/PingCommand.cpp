@@ -8,8 +8,8 @@ using ScObjects::SoString;
 
 ExitCode runPing(const CommandLine& line)
 {
-    BusSession const session(ownName());
-    SoString const answer = session.ask(
+    const BusSession session(ownName());
+    const SoString answer = session.ask(
         line.target, line.pingCommand, static_cast<std::int32_t>(line.timeout), line.text);
     commandline::printLine(std::string(answer.view()));
     return exitCodeForAnswer(answer);

@@ -13,21 +13,21 @@ namespace {
 
 class BarePacketPeer final : public Peer {
 public:
-    char const* name() const override { return "bare"; }
+    const char* name() const override { return "bare"; }
 
     void prepare() override
     {
-        for (int const socket : m_sockets)
+        for (const int socket : m_sockets)
             ::close(socket); // of the turn before
         constexpr int kBuffer = 4 * 1024 * 1024;
         require(
             ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, m_sockets) == 0, "socketpair");
-        for (int const socket : m_sockets)
+        for (const int socket : m_sockets)
             if (::setsockopt(socket, SOL_SOCKET, SO_SNDBUFFORCE, &kBuffer, sizeof kBuffer) != 0)
                 ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kBuffer, sizeof kBuffer);
     }
 
-    void serve(std::function<void()> const& ready) override
+    void serve(const std::function<void()>& ready) override
     {
         open(m_sockets[1]);
         ready();
@@ -36,8 +36,8 @@ public:
     }
 
     void sink(std::size_t count,
-        std::function<void()> const& ready,
-        std::function<void()> const& done) override
+        const std::function<void()>& ready,
+        const std::function<void()>& done) override
     {
         open(m_sockets[1]);
         ready();
@@ -48,17 +48,17 @@ public:
 
     void connect() override { open(m_sockets[0]); }
 
-    void ask(std::string const& text) override
+    void ask(const std::string& text) override
     {
         write(text);
         take();
     }
 
-    void tell(std::string const& text) override { write(text); }
+    void tell(const std::string& text) override { write(text); }
 
     void disconnect() override
     {
-        for (int const descriptor : {m_epoll, m_sockets[0], m_sockets[1]})
+        for (const int descriptor : {m_epoll, m_sockets[0], m_sockets[1]})
             ::close(descriptor);
     }
 
@@ -77,7 +77,7 @@ private:
     {
         epoll_event event = {};
         require(::epoll_wait(m_epoll, &event, 1, -1) == 1, "epoll_wait");
-        ssize_t const got = ::recv(m_socket, m_buffer.data(), m_buffer.size(), 0);
+        const ssize_t got = ::recv(m_socket, m_buffer.data(), m_buffer.size(), 0);
         require(got > 0, "recv");
         return static_cast<std::size_t>(got);
     }

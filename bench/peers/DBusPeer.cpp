@@ -11,19 +11,19 @@ namespace bench {
 
 namespace {
 
-constexpr char const* kName = "org.example.Bench";
-constexpr char const* kPath = "/org/example/Bench";
+constexpr const char* kName = "org.example.Bench";
+constexpr const char* kPath = "/org/example/Bench";
 
 int onEcho(sd_bus_message* message, void*, sd_bus_error*)
 {
-    char const* text = nullptr;
+    const char* text = nullptr;
     sd_bus_message_read(message, "s", &text);
     return sd_bus_reply_method_return(message, "s", text);
 }
 
 int onSignal(sd_bus_message* message, void* count, sd_bus_error*)
 {
-    char const* text = nullptr;
+    const char* text = nullptr;
     sd_bus_message_read(message, "s", &text);
     ++*static_cast<std::size_t*>(count);
     return 0;
@@ -33,14 +33,14 @@ int onSignal(sd_bus_message* message, void* count, sd_bus_error*)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wold-style-cast"
 #pragma GCC diagnostic ignored "-Wpedantic"
-sd_bus_vtable const kTable[] = {SD_BUS_VTABLE_START(0),
+const sd_bus_vtable kTable[] = {SD_BUS_VTABLE_START(0),
     SD_BUS_METHOD("Echo", "s", "s", onEcho, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_VTABLE_END};
 #pragma GCC diagnostic pop
 
 class DBusPeer final : public Peer {
 public:
-    explicit DBusPeer(std::string const& folder)
+    explicit DBusPeer(const std::string& folder)
         : m_address("unix:path=" + folder + "/broker")
     {
     }
@@ -52,7 +52,7 @@ public:
         }
     }
 
-    char const* name() const override { return "sd-bus"; }
+    const char* name() const override { return "sd-bus"; }
 
     void prepare() override
     {
@@ -78,7 +78,7 @@ public:
         ::close(ready[1]);
     }
 
-    void serve(std::function<void()> const& ready) override
+    void serve(const std::function<void()>& ready) override
     {
         open();
         require(sd_bus_add_object_vtable(m_bus, nullptr, kPath, kName, kTable, nullptr) >= 0,
@@ -90,8 +90,8 @@ public:
     }
 
     void sink(std::size_t count,
-        std::function<void()> const& ready,
-        std::function<void()> const& done) override
+        const std::function<void()>& ready,
+        const std::function<void()>& done) override
     {
         open();
         std::size_t taken = 0;
@@ -106,7 +106,7 @@ public:
 
     void connect() override { open(); }
 
-    void ask(std::string const& text) override
+    void ask(const std::string& text) override
     {
         sd_bus_message* answer = nullptr;
         require(sd_bus_call_method(
@@ -116,7 +116,7 @@ public:
         sd_bus_message_unref(answer);
     }
 
-    void tell(std::string const& text) override
+    void tell(const std::string& text) override
     {
         require(sd_bus_emit_signal(m_bus, kPath, kName, "Told", "s", text.c_str()) >= 0,
             "sd_bus_emit_signal");
@@ -136,7 +136,7 @@ private:
 
     void work()
     {
-        int const done = sd_bus_process(m_bus, nullptr);
+        const int done = sd_bus_process(m_bus, nullptr);
         require(done >= 0, "sd_bus_process");
         if (done == 0)
             require(sd_bus_wait(m_bus, ~std::uint64_t{0}) >= 0, "sd_bus_wait");
@@ -149,7 +149,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Peer> makeDBusPeer(std::string const& folder)
+std::unique_ptr<Peer> makeDBusPeer(const std::string& folder)
 {
     return std::make_unique<DBusPeer>(folder);
 }

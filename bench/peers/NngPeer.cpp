@@ -15,15 +15,15 @@ namespace {
 
 class NngPeer final : public Peer {
 public:
-    explicit NngPeer(std::string const& folder)
+    explicit NngPeer(const std::string& folder)
         : m_address("ipc://" + folder + "/nng")
         , m_buffer(2 * 1024 * 1024)
     {
     }
 
-    char const* name() const override { return "nng"; }
+    const char* name() const override { return "nng"; }
 
-    void serve(std::function<void()> const& ready) override
+    void serve(const std::function<void()>& ready) override
     {
         require(nng_rep0_open(&m_socket) == 0
                 && nng_listen(m_socket, m_address.c_str(), nullptr, 0) == 0,
@@ -34,8 +34,8 @@ public:
     }
 
     void sink(std::size_t count,
-        std::function<void()> const& ready,
-        std::function<void()> const& done) override
+        const std::function<void()>& ready,
+        const std::function<void()>& done) override
     {
         require(nng_pull0_open(&m_socket) == 0
                 && nng_listen(m_socket, (m_address + "-one-way").c_str(), nullptr, 0) == 0,
@@ -48,14 +48,14 @@ public:
 
     void connect() override { m_isConnected = false; }
 
-    void ask(std::string const& text) override
+    void ask(const std::string& text) override
     {
         join(nng_req0_open, m_address);
         send(text);
         take();
     }
 
-    void tell(std::string const& text) override
+    void tell(const std::string& text) override
     {
         join(nng_push0_open, m_address + "-one-way");
         send(text);
@@ -64,7 +64,7 @@ public:
     void disconnect() override { nng_close(m_socket); }
 
 private:
-    void join(int (*open)(nng_socket*), std::string const& address)
+    void join(int (*open)(nng_socket*), const std::string& address)
     {
         if (m_isConnected)
             return;
@@ -94,7 +94,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Peer> makeNngPeer(std::string const& folder)
+std::unique_ptr<Peer> makeNngPeer(const std::string& folder)
 {
     return std::make_unique<NngPeer>(folder);
 }

@@ -10,7 +10,7 @@ namespace {
 
 using namespace ScObjects;
 
-constexpr char const* kServer = "benchserver-1.0";
+constexpr const char* kServer = "benchserver-1.0";
 
 class Echo final : public TevoroTalk::MsgHandler {
 public:
@@ -41,7 +41,7 @@ public:
         m_isThere |= reason == kResult;
         return 0;
     }
-    char const* getMsgType() const override { return "Result"; }
+    const char* getMsgType() const override { return "Result"; }
 
 private:
     bool& m_isThere;
@@ -49,16 +49,16 @@ private:
 
 class TevoroTalkPeer final : public Peer {
 public:
-    char const* name() const override { return "tevorotalk"; }
+    const char* name() const override { return "tevorotalk"; }
 
-    void serve(std::function<void()> const& ready) override
+    void serve(const std::function<void()>& ready) override
     {
         sink(~std::size_t{0}, ready, [] {});
     }
 
     void sink(std::size_t count,
-        std::function<void()> const& ready,
-        std::function<void()> const& done) override
+        const std::function<void()>& ready,
+        const std::function<void()>& done) override
     {
         std::size_t taken = 0;
         TevoroTalk bus(kServer, new Echo(taken), true, nullptr);
@@ -76,7 +76,7 @@ public:
             "benchclient-1.0", new ResultHandler(m_isThere), true, nullptr);
     }
 
-    void ask(std::string const& text) override
+    void ask(const std::string& text) override
     {
         m_isThere = false;
         send(text, "Result");
@@ -86,12 +86,12 @@ public:
         }
     }
 
-    void tell(std::string const& text) override { send(text, ""); }
+    void tell(const std::string& text) override { send(text, ""); }
 
     void disconnect() override { m_bus.reset(); }
 
 private:
-    void send(std::string const& text, char const* request) const
+    void send(const std::string& text, const char* request) const
     {
         TevoroTalk::Message message;
         message.target = kServer;

@@ -11,15 +11,15 @@ namespace {
 
 class ZeroMQPeer final : public Peer {
 public:
-    explicit ZeroMQPeer(std::string const& folder)
+    explicit ZeroMQPeer(const std::string& folder)
         : m_address("ipc://" + folder + "/zeromq")
         , m_buffer(2 * 1024 * 1024)
     {
     }
 
-    char const* name() const override { return "zeromq"; }
+    const char* name() const override { return "zeromq"; }
 
-    void serve(std::function<void()> const& ready) override
+    void serve(const std::function<void()>& ready) override
     {
         open(ZMQ_REP);
         require(zmq_bind(m_socket, m_address.c_str()) == 0, "zmq_bind");
@@ -29,8 +29,8 @@ public:
     }
 
     void sink(std::size_t count,
-        std::function<void()> const& ready,
-        std::function<void()> const& done) override
+        const std::function<void()>& ready,
+        const std::function<void()>& done) override
     {
         open(ZMQ_PULL);
         require(zmq_bind(m_socket, (m_address + "-one-way").c_str()) == 0, "zmq_bind");
@@ -42,14 +42,14 @@ public:
 
     void connect() override { }
 
-    void ask(std::string const& text) override
+    void ask(const std::string& text) override
     {
         join(ZMQ_REQ, m_address);
         require(zmq_send(m_socket, text.data(), text.size(), 0) >= 0, "zmq_send");
         take();
     }
 
-    void tell(std::string const& text) override
+    void tell(const std::string& text) override
     {
         join(ZMQ_PUSH, m_address + "-one-way");
         require(zmq_send(m_socket, text.data(), text.size(), 0) >= 0, "zmq_send");
@@ -70,7 +70,7 @@ private:
         require(m_socket != nullptr, "zmq_socket");
     }
 
-    void join(int kind, std::string const& address)
+    void join(int kind, const std::string& address)
     {
         if (m_socket != nullptr)
             return;
@@ -80,7 +80,7 @@ private:
 
     std::size_t take()
     {
-        int const got = zmq_recv(m_socket, m_buffer.data(), m_buffer.size(), 0);
+        const int got = zmq_recv(m_socket, m_buffer.data(), m_buffer.size(), 0);
         require(got > 0, "zmq_recv");
         return static_cast<std::size_t>(got);
     }
@@ -93,7 +93,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<Peer> makeZeroMQPeer(std::string const& folder)
+std::unique_ptr<Peer> makeZeroMQPeer(const std::string& folder)
 {
     return std::make_unique<ZeroMQPeer>(folder);
 }

@@ -17,7 +17,7 @@ int getApplicationPath(unsigned short*)
     return 1;
 }
 
-int getCommonSettingsStr(unsigned short const*, unsigned short const*, unsigned short*, int)
+int getCommonSettingsStr(const unsigned short*, const unsigned short*, unsigned short*, int)
 {
     return 1;
 }

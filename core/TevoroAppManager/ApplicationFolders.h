@@ -14,7 +14,7 @@ int getApplicationPath(unsigned short* buffer);
 
 // Does nothing and returns 1.
 int getCommonSettingsStr(
-    unsigned short const* a, unsigned short const* b, unsigned short* c, int d);
+    const unsigned short* a, const unsigned short* b, unsigned short* c, int d);
 
 // Returns 0.
 int IsWindowsNT();

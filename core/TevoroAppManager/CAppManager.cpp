@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t kNameCapacity = 260;
 constexpr std::uint32_t kSourceKind = 8;
 
-FxString fromLiteral(char const* text)
+FxString fromLiteral(const char* text)
 {
     return toFxString(QString::fromUtf8(text));
 }
@@ -131,7 +131,7 @@ FxStatus CAppManager::EnumSources(IEnumSource** out)
     });
 }
 
-FxStatus CAppManager::CreateSource(unsigned short const* name, ISource** out)
+FxStatus CAppManager::CreateSource(const unsigned short* name, ISource** out)
 {
     if (!name || !out || *out)
         return kFxErrBadRecord;
@@ -162,7 +162,7 @@ FxStatus CAppManager::SetSupportedFileFormats(IFileFormat*)
     return kFxErrNotImplemented;
 }
 
-FxStatus CAppManager::SetApplicationName(unsigned short const*)
+FxStatus CAppManager::SetApplicationName(const unsigned short*)
 {
     return kFxErrNotImplemented;
 }

@@ -32,12 +32,12 @@ public:
 
     FxStatus Init() override;
     FxStatus EnumSources(IEnumSource** out) override;
-    FxStatus CreateSource(unsigned short const* name, ISource** out) override;
+    FxStatus CreateSource(const unsigned short* name, ISource** out) override;
     FxStatus RegisterEventCallbackFunc(
         ICallbackInterface* callback, eSourceEventType eventType) override;
     FxStatus UnRegisterEventCallbackFunc(ICallbackInterface* callback) override;
     FxStatus SetSupportedFileFormats(IFileFormat* formats) override;
-    FxStatus SetApplicationName(unsigned short const* name) override;
+    FxStatus SetApplicationName(const unsigned short* name) override;
 
     FxStatus GetPushPullStatus(eSourceManagerCap& out) override;
     FxStatus GetSourceDetectionStatus(eSourceManagerDetectCap& out) override;

@@ -30,7 +30,7 @@ public:
     }
 
     FxStatus GetThumbnailSize(long&) { return kFxErrNotSupported; }
-    FxStatus GetThumbnailData(unsigned short const*, unsigned char**, long)
+    FxStatus GetThumbnailData(const unsigned short*, unsigned char**, long)
     {
         return kFxErrNotImplemented;
     }

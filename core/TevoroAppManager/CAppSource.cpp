@@ -18,17 +18,17 @@ constexpr long kHostNameCapacity = 260;
 constexpr long kAdvancedCapability = 14;
 
 // Sinks alive in this process: they share one dictionary, which the last one closes.
-int g_liveSinks = 0;
+int gLiveSinks = 0;
 
 void openDictionaryForFirst()
 {
-    if (g_liveSinks++ == 0)
+    if (gLiveSinks++ == 0)
         PtZString::openZStringDict(false);
 }
 
 void closeDictionaryForLast()
 {
-    if (--g_liveSinks == 0)
+    if (--gLiveSinks == 0)
         PtZString::closeZStringDict();
 }
 
@@ -144,7 +144,7 @@ FxStatus CAppSource::EnumMediaItems(eMediaItemType, IEnumMediaItem**, bool)
 }
 
 FxStatus CAppSource::AcquireAllMediaItems(
-    eMediaItemType, unsigned short const*, unsigned long&, bool, FxPerItemCallback)
+    eMediaItemType, const unsigned short*, unsigned long&, bool, FxPerItemCallback)
 {
     return kFxErrNotSupported;
 }
@@ -171,7 +171,7 @@ FxStatus CAppSource::ShowSinkUI(void*, ISinkEnumMediaItem&)
 }
 
 FxStatus CAppSource::PushOneMediaItem(
-    unsigned short const*, unsigned short const*, FxPerItemCallback, eUploadAction)
+    const unsigned short*, const unsigned short*, FxPerItemCallback, eUploadAction)
 {
     return kFxErrNotSupported;
 }

@@ -34,8 +34,8 @@ class PreferenceWriter;
 
 // ZQPlugin_ConvertToDNG: source and destination path in the file system's encoding, size of the
 // JPEG preview, compressed, linear, embed the raw file. 0 on success.
-using ConvertToDNGFunction = int (*)(char const* source,
-    char const* destination,
+using ConvertToDNGFunction = int (*)(const char* source,
+    const char* destination,
     int jpegPreviewSize,
     int compressed,
     int linear,
@@ -67,7 +67,7 @@ public:
     // ISource
     FxStatus EnumMediaItems(eMediaItemType type, IEnumMediaItem** out, bool flag) override;
     FxStatus AcquireAllMediaItems(eMediaItemType type,
-        unsigned short const* folder,
+        const unsigned short* folder,
         unsigned long& count,
         bool flag,
         FxPerItemCallback perItem) override;
@@ -81,8 +81,8 @@ public:
         void* context,
         FxPerItemCallback deleteItem) override;
     FxStatus ShowSinkUI(void* window, ISinkEnumMediaItem& items) override;
-    FxStatus PushOneMediaItem(unsigned short const* folder,
-        unsigned short const* name,
+    FxStatus PushOneMediaItem(const unsigned short* folder,
+        const unsigned short* name,
         FxPerItemCallback perItem,
         eUploadAction action) override;
     FxStatus PushAllMediaItems(ISinkEnumMediaItem& items,
@@ -113,7 +113,7 @@ public:
     FxStatus HandleUIModeChange(void* window, eMFXUIMode mode, int& value) override;
 
     // IUICallback
-    FxStatus handleUIEvent(char const* name) override;
+    FxStatus handleUIEvent(const char* name) override;
 
     // ISinkAdvancedCapabilities
     FxStatus GetSinkAdvancedCapability(long& out) override;
@@ -181,7 +181,7 @@ private:
     void writeControls(PreferenceWriter& writer);
 
     // Panel
-    IClientUIControl* bindControl(char const* name);
+    IClientUIControl* bindControl(const char* name);
     void refreshBackupLabel();
     void enableBackupControls(bool enabled);
     void chooseBackupFolder();

@@ -38,7 +38,7 @@ enum class Deletion { kDone, kSomeRefused, kCancelled, kDeviceGone };
 Deletion deleteEach(ISinkEnumMediaItem& items,
     FxPerItemCallback deleteItem,
     IProgressHandler& progress,
-    bool const& cancelled)
+    const bool& cancelled)
 {
     bool refused = false;
     CPropSinkMediaItem item = emptyItem();

@@ -119,7 +119,7 @@ FxStatus CAppSource::SetClientUIHandler(IClientUIHandler* handler)
     });
 }
 
-IClientUIControl* CAppSource::bindControl(char const* name)
+IClientUIControl* CAppSource::bindControl(const char* name)
 {
     IClientUIControl* control = nullptr;
     m_uiHandler->FindControl(name, &control);
@@ -172,7 +172,7 @@ FxStatus CAppSource::HandleUIModeChange(void*, eMFXUIMode mode, int& value)
 
 // Using the settings button while the conversion is off disables it first, and still opens the
 // dialog.
-FxStatus CAppSource::handleUIEvent(char const* name)
+FxStatus CAppSource::handleUIEvent(const char* name)
 {
     return fxGuard([this, name] {
         const std::string_view widget = name ? name : "";

@@ -28,7 +28,7 @@ bool isPreferencesRecord(const CProp& record)
     return record.tag == kFxTagAppPreferences && record.size == kFxSizeAppPreferences;
 }
 
-QByteArray sizedBytes(PreferenceReader& reader, char const* sizeKey, char const* key)
+QByteArray sizedBytes(PreferenceReader& reader, const char* sizeKey, const char* key)
 {
     const int size = reader.integer(sizeKey);
     return reader.bytes(key, size < 1 ? kDefaultStringSize : size);

@@ -9,7 +9,7 @@
 namespace {
 
 template <std::size_t N>
-void copyText(unsigned short (&to)[N], unsigned short const (&from)[N])
+void copyText(unsigned short (&to)[N], const unsigned short (&from)[N])
 {
     std::fill_n(to, N, static_cast<unsigned short>(0));
     ptucsncpy(to, from, N);

@@ -126,9 +126,8 @@ FxStatus CMOXFileFormat::GetMultipleFormat(
     if (count == 0)
         return kFxErrBadRecord;
     got = 0;
-    for (unsigned long i = 0; i < count; ++i) {
+    for (unsigned long i = 0; i < count; ++i)
         if (GetFormat(records[got]) == kFxOk)
             ++got;
-    }
     return kFxOk;
 }

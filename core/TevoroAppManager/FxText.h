@@ -8,21 +8,21 @@
 // Text of the contract, held by value.
 using FxString = std::basic_string<unsigned short>;
 
-inline QString toQString(unsigned short const* text)
+inline QString toQString(const unsigned short* text)
 {
-    return text ? QString::fromUtf16(reinterpret_cast<char16_t const*>(text)) : QString();
+    return text ? QString::fromUtf16(reinterpret_cast<const char16_t*>(text)) : QString();
 }
 
 inline FxString toFxString(const QString& text)
 {
-    return {reinterpret_cast<unsigned short const*>(text.utf16()),
+    return {reinterpret_cast<const unsigned short*>(text.utf16()),
         static_cast<std::size_t>(text.size())};
 }
 
 // Zero-terminated units of `text`; valid as long as it lives unchanged.
-inline unsigned short const* fxUnits(const QString& text)
+inline const unsigned short* fxUnits(const QString& text)
 {
-    return reinterpret_cast<unsigned short const*>(text.utf16());
+    return reinterpret_cast<const unsigned short*>(text.utf16());
 }
 
 // Bounded wide copy: up to `capacity` units, with the terminator only where it fits. A null buffer

@@ -11,7 +11,7 @@ constexpr int kMaxBytes = 1 << 20; // a stored size is not to be trusted with mo
 
 } // namespace
 
-std::optional<QString> PreferenceReader::textIfThere(char const* key)
+std::optional<QString> PreferenceReader::textIfThere(const char* key)
 {
     const bool isThere = m_store.GetValue(
         kPreferenceDomain, fxUnits(QString::fromLatin1(key)), m_buffer.data(), kValueCapacity);
@@ -21,13 +21,13 @@ std::optional<QString> PreferenceReader::textIfThere(char const* key)
     return toQString(m_buffer.data());
 }
 
-QString PreferenceReader::text(char const* key)
+QString PreferenceReader::text(const char* key)
 {
     textIfThere(key);
     return toQString(m_buffer.data());
 }
 
-QByteArray PreferenceReader::bytes(char const* key, int size)
+QByteArray PreferenceReader::bytes(const char* key, int size)
 {
     const int asked = std::clamp(size, 0, kMaxBytes);
     QByteArray block(asked + 1, '\0');

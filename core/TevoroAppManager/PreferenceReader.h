@@ -23,15 +23,15 @@ public:
     {
     }
 
-    QString text(char const* key);
-    std::optional<QString> textIfThere(char const* key);
+    QString text(const char* key);
+    std::optional<QString> textIfThere(const char* key);
 
     // Text that is no number gives 0.
-    int integer(char const* key) { return text(key).toInt(); }
-    bool boolean(char const* key) { return integer(key) != 0; }
+    int integer(const char* key) { return text(key).toInt(); }
+    bool boolean(const char* key) { return integer(key) != 0; }
 
     // At most `size` bytes, up to the first zero byte.
-    QByteArray bytes(char const* key, int size);
+    QByteArray bytes(const char* key, int size);
 
 private:
     IPtPreferences& m_store;

@@ -3,7 +3,7 @@
 #include "TevoroAppManager/FxText.h"
 #include "TevoroAppManager/PreferenceReader.h"
 
-void PreferenceWriter::text(char const* key, const QString& value)
+void PreferenceWriter::text(const char* key, const QString& value)
 {
     m_store.SetValue(kPreferenceDomain,
         fxUnits(QString::fromLatin1(key)),
@@ -11,15 +11,15 @@ void PreferenceWriter::text(char const* key, const QString& value)
         static_cast<int>(value.size()));
 }
 
-void PreferenceWriter::integer(char const* key, int value)
+void PreferenceWriter::integer(const char* key, int value)
 {
     text(key, QString::number(value));
 }
 
-void PreferenceWriter::bytes(char const* key, const std::string& value)
+void PreferenceWriter::bytes(const char* key, const std::string& value)
 {
     m_store.SetBytes(kPreferenceDomain,
         fxUnits(QString::fromLatin1(key)),
-        reinterpret_cast<unsigned char const*>(value.data()),
+        reinterpret_cast<const unsigned char*>(value.data()),
         static_cast<int>(value.size()));
 }

@@ -15,10 +15,10 @@ public:
     {
     }
 
-    void text(char const* key, const QString& value);
-    void integer(char const* key, int value);
-    void boolean(char const* key, bool value) { integer(key, value ? 1 : 0); }
-    void bytes(char const* key, const std::string& value);
+    void text(const char* key, const QString& value);
+    void integer(const char* key, int value);
+    void boolean(const char* key, bool value) { integer(key, value ? 1 : 0); }
+    void bytes(const char* key, const std::string& value);
 
 private:
     IPtPreferences& m_store;

@@ -25,10 +25,9 @@ constexpr char16_t kAnyExtension[] = u"*";
 QString extendedImageList(const QString& zqExtensions)
 {
     QString list = QString::fromUtf16(kImageExtensions);
-    for (const QString& part : zqExtensions.split(u',', Qt::KeepEmptyParts, Qt::CaseSensitive)) {
+    for (const QString& part : zqExtensions.split(u',', Qt::KeepEmptyParts, Qt::CaseSensitive))
         if (!list.contains(part, Qt::CaseSensitive))
             list += u',' + part;
-    }
     return list;
 }
 

@@ -31,7 +31,7 @@ struct HelpRow {
 };
 
 // A wrapped text behind the information icon.
-HelpRow makeHelpRow(QString const& text, QPixmap const& pixmap, QWidget* parent)
+HelpRow makeHelpRow(const QString& text, const QPixmap& pixmap, QWidget* parent)
 {
     auto* icon = new QLabel(parent);
     icon->setPixmap(pixmap);
@@ -52,7 +52,7 @@ HelpRow makeHelpRow(QString const& text, QPixmap const& pixmap, QWidget* parent)
 }
 
 // Gives back the room below, which belongs to the layout.
-QSpacerItem* addHelpRow(QVBoxLayout& layout, HelpRow const& help)
+QSpacerItem* addHelpRow(QVBoxLayout& layout, const HelpRow& help)
 {
     auto* roomBelow =
         new QSpacerItem(0, kHelpRoomBelow, QSizePolicy::Fixed, QSizePolicy::Expanding);
@@ -103,7 +103,7 @@ void DNGConversionDlg::giveUpRoomBelowHelp()
 }
 
 // With a font of its own, of the label's size: some styles draw titles smaller.
-QGroupBox* DNGConversionDlg::makeGroup(QString const& title)
+QGroupBox* DNGConversionDlg::makeGroup(const QString& title)
 {
     auto* group = new QGroupBox(title, m_controlParent);
     group->setAlignment(Qt::AlignLeft);
@@ -114,7 +114,7 @@ QGroupBox* DNGConversionDlg::makeGroup(QString const& title)
     return group;
 }
 
-QCheckBox* DNGConversionDlg::makeCheckBox(QString const& text, bool checked, QWidget* parent)
+QCheckBox* DNGConversionDlg::makeCheckBox(const QString& text, bool checked, QWidget* parent)
 {
     auto* box = new QCheckBox(text, parent);
     box->setObjectName(u"compression_checkbox"_s); // both have this name
@@ -123,7 +123,7 @@ QCheckBox* DNGConversionDlg::makeCheckBox(QString const& text, bool checked, QWi
     return box;
 }
 
-QRadioButton* DNGConversionDlg::makeRadio(QString const& text, QWidget* parent)
+QRadioButton* DNGConversionDlg::makeRadio(const QString& text, QWidget* parent)
 {
     auto* radio = new QRadioButton(text, parent);
     radio->setObjectName(u"img_conversion_radio_button"_s); // both have this name

@@ -55,9 +55,9 @@ private:
     QGroupBox* makeRawFileGroup(bool embedOriginal);
     QHBoxLayout* makeButtonRow();
     void giveUpRoomBelowHelp();
-    QGroupBox* makeGroup(QString const& title);
-    QCheckBox* makeCheckBox(QString const& text, bool checked, QWidget* parent);
-    QRadioButton* makeRadio(QString const& text, QWidget* parent);
+    QGroupBox* makeGroup(const QString& title);
+    QCheckBox* makeCheckBox(const QString& text, bool checked, QWidget* parent);
+    QRadioButton* makeRadio(const QString& text, QWidget* parent);
 
     QWidget* m_controlParent;
     QLabel* m_previewLabel = nullptr;

@@ -39,7 +39,7 @@ QStyle::StandardPixmap standardPixmapOf(QMessageBox::Icon icon)
     return QStyle::SP_MessageBoxInformation;
 }
 
-QPixmap pixmapOf(QMessageBox::Icon icon, QWidget const& widget)
+QPixmap pixmapOf(QMessageBox::Icon icon, const QWidget& widget)
 {
     const QStyle& style = *widget.style();
     const int side = style.pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, &widget);
@@ -49,34 +49,32 @@ QPixmap pixmapOf(QMessageBox::Icon icon, QWidget const& widget)
 
 // The width of the widest text; an accelerator's mark counts, as texts are measured as stored.
 template <typename Buttons>
-int widestText(Buttons const& buttons, QFontMetrics const& metrics)
+int widestText(const Buttons& buttons, const QFontMetrics& metrics)
 {
     int widest = 0;
-    for (const QPushButton* button : buttons) {
+    for (const QPushButton* button : buttons)
         if (button)
             widest = std::max(widest, metrics.horizontalAdvance(button->text()));
-    }
     return widest;
 }
 
 // All as wide as the widest needs. The first button's font and height hold for every one, so that
 // without it none is sized.
 template <typename Buttons>
-void sizeAlike(Buttons const& buttons, int minimumWidth)
+void sizeAlike(const Buttons& buttons, int minimumWidth)
 {
     const QPushButton* first = buttons.front();
     if (!first)
         return;
     const int width = widestText(buttons, QFontMetrics(first->font())) + kButtonTextMargin;
     const QSize size(std::max(width, minimumWidth), first->sizeHint().height());
-    for (QPushButton* button : buttons) {
+    for (QPushButton* button : buttons)
         if (button)
             button->setFixedSize(size);
-    }
 }
 
 template <typename Buttons>
-void markDefault(Buttons const& buttons, int defaultButton)
+void markDefault(const Buttons& buttons, int defaultButton)
 {
     const auto number = static_cast<std::size_t>(defaultButton);
     if (defaultButton >= 0 && number < buttons.size() && buttons[number]) {
@@ -85,25 +83,24 @@ void markDefault(Buttons const& buttons, int defaultButton)
         return;
     }
     // A dialog makes its first automatic button the default one when it is shown: none may be.
-    for (QPushButton* button : buttons) {
+    for (QPushButton* button : buttons)
         if (button)
             button->setAutoDefault(false);
-    }
 }
 
 } // namespace
 
-PtMessageBox::PtMessageBox(QWidget const* parent,
+PtMessageBox::PtMessageBox(const QWidget* parent,
     QMessageBox::Icon icon,
-    QString const& caption,
-    QString const& text,
-    QString const& button0,
-    QString const& button1,
-    QString const& button2,
-    QString const& button3,
-    QString const& button4,
+    const QString& caption,
+    const QString& text,
+    const QString& button0,
+    const QString& button1,
+    const QString& button2,
+    const QString& button3,
+    const QString& button4,
     int escapeResult,
-    QString const& checkBoxText,
+    const QString& checkBoxText,
     bool checkBoxChecked,
     int defaultButton)
     : QDialog(
@@ -124,7 +121,7 @@ PtMessageBox::PtMessageBox(QWidget const* parent,
     keepButtonsOnScreen(*textLabel);
 }
 
-QLabel* PtMessageBox::addMessage(QBoxLayout& outer, QMessageBox::Icon icon, QString const& text)
+QLabel* PtMessageBox::addMessage(QBoxLayout& outer, QMessageBox::Icon icon, const QString& text)
 {
     auto* iconLabel = new QLabel(this);
     iconLabel->setObjectName(u"messageBox.icon"_s);
@@ -163,7 +160,7 @@ void PtMessageBox::keepButtonsOnScreen(QLabel& text)
     text.setAlignment(Qt::AlignTop);
 }
 
-void PtMessageBox::addCheckBox(QBoxLayout& outer, QString const& text, bool checked)
+void PtMessageBox::addCheckBox(QBoxLayout& outer, const QString& text, bool checked)
 {
     m_checkBox = new QCheckBox(text, this);
     m_checkBox->setObjectName(u"messageBox.checkBox"_s);
@@ -175,7 +172,7 @@ void PtMessageBox::addCheckBox(QBoxLayout& outer, QString const& text, bool chec
 }
 
 void PtMessageBox::addButtons(
-    QBoxLayout& outer, std::array<QString, kButtonCount> const& texts, int defaultButton)
+    QBoxLayout& outer, const std::array<QString, kButtonCount>& texts, int defaultButton)
 {
     auto* row = new QHBoxLayout;
     row->setSpacing(kButtonSpacing);
@@ -194,7 +191,7 @@ void PtMessageBox::addButtons(
     sizeAlike(buttons, kMinimumButtonWidth);
 }
 
-QPushButton* PtMessageBox::makeButton(int number, QString const& text)
+QPushButton* PtMessageBox::makeButton(int number, const QString& text)
 {
     static constexpr std::array<Slot, kButtonCount> kSlots{&PtMessageBox::slotBtn0,
         &PtMessageBox::slotBtn1,

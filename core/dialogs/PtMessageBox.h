@@ -28,97 +28,97 @@ public:
     // The check box exists when its text is not empty. `escapeResult` answers for Escape and for
     // closing the window. A `defaultButton` without a button, such as -1, means that Return alone
     // presses nothing.
-    PtMessageBox(QWidget const* parent,
+    PtMessageBox(const QWidget* parent,
         QMessageBox::Icon icon,
-        QString const& caption,
-        QString const& text,
-        QString const& button0,
-        QString const& button1,
-        QString const& button2,
-        QString const& button3,
-        QString const& button4,
+        const QString& caption,
+        const QString& text,
+        const QString& button0,
+        const QString& button1,
+        const QString& button2,
+        const QString& button3,
+        const QString& button4,
         int escapeResult,
-        QString const& checkBoxText,
+        const QString& checkBoxText,
         bool checkBoxChecked,
         int defaultButton);
 
     // Requires: a check box.
     bool getCheckBoxStatus() const;
 
-    static int display(QWidget const* parent,
+    static int display(const QWidget* parent,
         QMessageBox::Icon icon,
-        QString const& caption,
-        QString const& text,
-        QString const& button0,
-        QString const& button1,
-        QString const& button2,
-        QString const& button3,
-        QString const& button4,
+        const QString& caption,
+        const QString& text,
+        const QString& button0,
+        const QString& button1,
+        const QString& button2,
+        const QString& button3,
+        const QString& button4,
         int escapeResult,
         int defaultButton);
 
     // As `display`, without an icon.
-    static int dialog(QWidget const* parent,
-        QString const& caption,
-        QString const& text,
-        QString const& button0,
-        QString const& button1,
-        QString const& button2,
-        QString const& button3,
-        QString const& button4,
+    static int dialog(const QWidget* parent,
+        const QString& caption,
+        const QString& text,
+        const QString& button0,
+        const QString& button1,
+        const QString& button2,
+        const QString& button3,
+        const QString& button4,
         int escapeResult,
         int defaultButton);
 
-    static int warning(QWidget const* parent,
-        QString const& caption,
-        QString const& text,
-        QString const& button0,
-        QString const& button1,
-        QString const& button2,
+    static int warning(const QWidget* parent,
+        const QString& caption,
+        const QString& text,
+        const QString& button0,
+        const QString& button1,
+        const QString& button2,
         int escapeResult,
         int defaultButton);
 
-    static int critical(QWidget const* parent,
-        QString const& caption,
-        QString const& text,
-        QString const& button0,
-        QString const& button1,
-        QString const& button2,
+    static int critical(const QWidget* parent,
+        const QString& caption,
+        const QString& text,
+        const QString& button0,
+        const QString& button1,
+        const QString& button2,
         int escapeResult,
         int defaultButton);
 
-    static int information(QWidget const* parent,
-        QString const& caption,
-        QString const& text,
-        QString const& button0,
-        QString const& button1,
-        QString const& button2,
+    static int information(const QWidget* parent,
+        const QString& caption,
+        const QString& text,
+        const QString& button0,
+        const QString& button1,
+        const QString& button2,
         int escapeResult,
         int defaultButton);
 
     // With a check box, OK and, if wanted, Cancel; Escape answers 1. `checked` is where the check
     // box starts from, and holds its state afterwards, whatever ended the dialog.
     // Requires: a check box text that is not empty.
-    static int dialogWithCB(QWidget const* parent,
-        QString const& caption,
-        QString const& text,
-        QString const& checkBoxText,
+    static int dialogWithCB(const QWidget* parent,
+        const QString& caption,
+        const QString& text,
+        const QString& checkBoxText,
         bool& checked,
         bool showCancel,
         QMessageBox::Icon icon);
 
     // The same with buttons of the caller's.
-    static int dialogWithCB(QWidget const* parent,
-        QString const& caption,
-        QString const& text,
-        QString const& checkBoxText,
+    static int dialogWithCB(const QWidget* parent,
+        const QString& caption,
+        const QString& text,
+        const QString& checkBoxText,
         bool& checked,
         QMessageBox::Icon icon,
-        QString const& button0,
-        QString const& button1,
-        QString const& button2,
-        QString const& button3,
-        QString const& button4,
+        const QString& button0,
+        const QString& button1,
+        const QString& button2,
+        const QString& button3,
+        const QString& button4,
         int escapeResult);
 
 public Q_SLOTS:
@@ -136,12 +136,12 @@ private:
     using Slot = void (PtMessageBox::*)();
     using Buttons = std::array<QPushButton*, kButtonCount>; // null where there is none
 
-    QLabel* addMessage(QBoxLayout& outer, QMessageBox::Icon icon, QString const& text);
-    void addCheckBox(QBoxLayout& outer, QString const& text, bool checked);
+    QLabel* addMessage(QBoxLayout& outer, QMessageBox::Icon icon, const QString& text);
+    void addCheckBox(QBoxLayout& outer, const QString& text, bool checked);
     void addButtons(
-        QBoxLayout& outer, std::array<QString, kButtonCount> const& texts, int defaultButton);
+        QBoxLayout& outer, const std::array<QString, kButtonCount>& texts, int defaultButton);
     void keepButtonsOnScreen(QLabel& text);
-    QPushButton* makeButton(int number, QString const& text);
+    QPushButton* makeButton(int number, const QString& text);
 
     int m_escapeResult;
     QCheckBox* m_checkBox = nullptr;

@@ -17,15 +17,15 @@ int answerOf(PtMessageBox& box)
 
 } // namespace
 
-int PtMessageBox::display(QWidget const* parent,
+int PtMessageBox::display(const QWidget* parent,
     QMessageBox::Icon icon,
-    QString const& caption,
-    QString const& text,
-    QString const& button0,
-    QString const& button1,
-    QString const& button2,
-    QString const& button3,
-    QString const& button4,
+    const QString& caption,
+    const QString& text,
+    const QString& button0,
+    const QString& button1,
+    const QString& button2,
+    const QString& button3,
+    const QString& button4,
     int escapeResult,
     int defaultButton)
 {
@@ -45,14 +45,14 @@ int PtMessageBox::display(QWidget const* parent,
     return answerOf(box);
 }
 
-int PtMessageBox::dialog(QWidget const* parent,
-    QString const& caption,
-    QString const& text,
-    QString const& button0,
-    QString const& button1,
-    QString const& button2,
-    QString const& button3,
-    QString const& button4,
+int PtMessageBox::dialog(const QWidget* parent,
+    const QString& caption,
+    const QString& text,
+    const QString& button0,
+    const QString& button1,
+    const QString& button2,
+    const QString& button3,
+    const QString& button4,
     int escapeResult,
     int defaultButton)
 {
@@ -69,12 +69,12 @@ int PtMessageBox::dialog(QWidget const* parent,
         defaultButton);
 }
 
-int PtMessageBox::warning(QWidget const* parent,
-    QString const& caption,
-    QString const& text,
-    QString const& button0,
-    QString const& button1,
-    QString const& button2,
+int PtMessageBox::warning(const QWidget* parent,
+    const QString& caption,
+    const QString& text,
+    const QString& button0,
+    const QString& button1,
+    const QString& button2,
     int escapeResult,
     int defaultButton)
 {
@@ -91,12 +91,12 @@ int PtMessageBox::warning(QWidget const* parent,
         defaultButton);
 }
 
-int PtMessageBox::critical(QWidget const* parent,
-    QString const& caption,
-    QString const& text,
-    QString const& button0,
-    QString const& button1,
-    QString const& button2,
+int PtMessageBox::critical(const QWidget* parent,
+    const QString& caption,
+    const QString& text,
+    const QString& button0,
+    const QString& button1,
+    const QString& button2,
     int escapeResult,
     int defaultButton)
 {
@@ -113,12 +113,12 @@ int PtMessageBox::critical(QWidget const* parent,
         defaultButton);
 }
 
-int PtMessageBox::information(QWidget const* parent,
-    QString const& caption,
-    QString const& text,
-    QString const& button0,
-    QString const& button1,
-    QString const& button2,
+int PtMessageBox::information(const QWidget* parent,
+    const QString& caption,
+    const QString& text,
+    const QString& button0,
+    const QString& button1,
+    const QString& button2,
     int escapeResult,
     int defaultButton)
 {
@@ -135,10 +135,10 @@ int PtMessageBox::information(QWidget const* parent,
         defaultButton);
 }
 
-int PtMessageBox::dialogWithCB(QWidget const* parent,
-    QString const& caption,
-    QString const& text,
-    QString const& checkBoxText,
+int PtMessageBox::dialogWithCB(const QWidget* parent,
+    const QString& caption,
+    const QString& text,
+    const QString& checkBoxText,
     bool& checked,
     bool showCancel,
     QMessageBox::Icon icon)
@@ -158,17 +158,17 @@ int PtMessageBox::dialogWithCB(QWidget const* parent,
         kCancelButton);
 }
 
-int PtMessageBox::dialogWithCB(QWidget const* parent,
-    QString const& caption,
-    QString const& text,
-    QString const& checkBoxText,
+int PtMessageBox::dialogWithCB(const QWidget* parent,
+    const QString& caption,
+    const QString& text,
+    const QString& checkBoxText,
     bool& checked,
     QMessageBox::Icon icon,
-    QString const& button0,
-    QString const& button1,
-    QString const& button2,
-    QString const& button3,
-    QString const& button4,
+    const QString& button0,
+    const QString& button1,
+    const QString& button2,
+    const QString& button3,
+    const QString& button4,
     int escapeResult)
 {
     PtMessageBox box(parent,

@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kUnits = 500; // the whole bar
 
-QString withEllipsis(QString const& label)
+QString withEllipsis(const QString& label)
 {
     const QString dots = u"..."_s;
     return label.isEmpty() || label.contains(dots) ? label : label + dots;
@@ -35,7 +35,7 @@ int toUnits(float value)
 } // namespace
 
 PtProgressDialog::PtProgressDialog(
-    QWidget* parent, QString const& label, QString const& cancelText, int totalSteps)
+    QWidget* parent, const QString& label, const QString& cancelText, int totalSteps)
     // Without a button of the base's own: each that is set leaves an Escape shortcut behind, and
     // two of them shut each other out.
     : QProgressDialog(QString(), QString(), 0, kUnits, parent, kDialogFlags)

@@ -19,7 +19,7 @@ public:
     // A label gets "..." behind it unless it is empty or has them. A null `cancelText` means that
     // there is no Cancel button.
     PtProgressDialog(
-        QWidget* parent, QString const& label, QString const& cancelText, int totalSteps);
+        QWidget* parent, const QString& label, const QString& cancelText, int totalSteps);
     ~PtProgressDialog() override;
 
     // Opens a job inside the current step of the deepest level. The bar does not change until the

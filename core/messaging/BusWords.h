@@ -12,45 +12,45 @@ inline constexpr std::uint32_t QK_INVALID_MESSAGE_NUMBER = 0xFFFFFFFF;
 namespace TevoroTalkData {
 
 // Header lines
-inline constexpr char const* QK_MD5 = "@QK>MD5";
-inline constexpr char const* QK_DIGEST = "@QK>Digest";
-inline constexpr char const* QK_VERSION = "@QK>Version";
-inline constexpr char const* QK_ERROR_CODE = "Error-Code";
-inline constexpr char const* QK_ERROR = "Error";
-inline constexpr char const* QK_RESULT = "Result";
-inline constexpr char const* QK_RECEIVED = "Received";
-inline constexpr char const* QK_SERIAL_NUMBER = "Serial-Number";
-inline constexpr char const* QK_CONTENT_LENGTH = "Content-Length";
-inline constexpr char const* QK_TIMESTAMP = "Timestamp";
-inline constexpr char const* QK_RESPONSE_REQUEST = "Response-Request";
-inline constexpr char const* QK_TYPE = "Type";
-inline constexpr char const* QK_TIMEOUT = "Timeout";
-inline constexpr char const* QK_TARGET = "Target";
-inline constexpr char const* QK_SENDER_ID = "Sender-ID";
-inline constexpr char const* QK_SENDER = "Sender";
-inline constexpr char const* kHeaderPrefix = "@HDR>";
-inline constexpr char const* kQKPrefix = "@QK>";
-inline constexpr char const* kMessageVersion = "2.05";
+inline constexpr const char* QK_MD5 = "@QK>MD5";
+inline constexpr const char* QK_DIGEST = "@QK>Digest";
+inline constexpr const char* QK_VERSION = "@QK>Version";
+inline constexpr const char* QK_ERROR_CODE = "Error-Code";
+inline constexpr const char* QK_ERROR = "Error";
+inline constexpr const char* QK_RESULT = "Result";
+inline constexpr const char* QK_RECEIVED = "Received";
+inline constexpr const char* QK_SERIAL_NUMBER = "Serial-Number";
+inline constexpr const char* QK_CONTENT_LENGTH = "Content-Length";
+inline constexpr const char* QK_TIMESTAMP = "Timestamp";
+inline constexpr const char* QK_RESPONSE_REQUEST = "Response-Request";
+inline constexpr const char* QK_TYPE = "Type";
+inline constexpr const char* QK_TIMEOUT = "Timeout";
+inline constexpr const char* QK_TARGET = "Target";
+inline constexpr const char* QK_SENDER_ID = "Sender-ID";
+inline constexpr const char* QK_SENDER = "Sender";
+inline constexpr const char* kHeaderPrefix = "@HDR>";
+inline constexpr const char* kQKPrefix = "@QK>";
+inline constexpr const char* kMessageVersion = "2.05";
 
 // Custom headers that the bus itself reads or writes
-inline constexpr char const* kTimeoutDetector = "TIMEOUT_DETECTOR";
-inline constexpr char const* kQueueStamp = "QUEUESTAMP";
-inline constexpr char const* kMsgRoot = "MsgRoot";
-inline constexpr char const* kCommand = "Command";
+inline constexpr const char* kTimeoutDetector = "TIMEOUT_DETECTOR";
+inline constexpr const char* kQueueStamp = "QUEUESTAMP";
+inline constexpr const char* kMsgRoot = "MsgRoot";
+inline constexpr const char* kCommand = "Command";
 
 // Message types of the bus beside the answers, which are called as their header lines
-inline constexpr char const* kQuillscriber = "Quillscriber";
-inline constexpr char const* kDebug = "Debug";
-inline constexpr char const* kReceive = "Receive";
-inline constexpr char const* kIdleType = "Idle";
-inline constexpr char const* kLog = "Log";
-inline constexpr char const* kIgnore = "Ignore";
-inline constexpr char const* kProcessed = "Processed";
-inline constexpr char const* kLaunchedType = "Launched";
+inline constexpr const char* kQuillscriber = "Quillscriber";
+inline constexpr const char* kDebug = "Debug";
+inline constexpr const char* kReceive = "Receive";
+inline constexpr const char* kIdleType = "Idle";
+inline constexpr const char* kLog = "Log";
+inline constexpr const char* kIgnore = "Ignore";
+inline constexpr const char* kProcessed = "Processed";
+inline constexpr const char* kLaunchedType = "Launched";
 
 // The version of the bus, which the version of a message is not.
-inline constexpr char const* kVersion = "2.0";
-inline constexpr char const* kBuild = "3.92.104";
+inline constexpr const char* kVersion = "2.0";
+inline constexpr const char* kBuild = "3.92.104";
 
 // A queued message lives that long unless it says otherwise, in seconds.
 inline constexpr std::int32_t kQueueLifetime = 600;

@@ -17,7 +17,7 @@ class WireReader;
 // One custom header; owned by the list of its message.
 class TEVOROTALK_API TevoroTalk::Header : public SoHeap {
 public:
-    Header(char const* headerName, char const* headerValue);
+    Header(const char* headerName, const char* headerValue);
 
     Header* next = nullptr;
     SoString name;
@@ -28,20 +28,20 @@ class TEVOROTALK_API TevoroTalk::Message : public SoLockable {
 public:
     Message();
     // Custom headers come out in reverse order; an empty type becomes "Quillscriber".
-    Message(Message const& other);
-    Message& operator=(Message const&) = delete;
+    Message(const Message& other);
+    Message& operator=(const Message&) = delete;
     ~Message() override;
 
-    SoString const& getVersion() const { return version; }
+    const SoString& getVersion() const { return version; }
 
     // A header of that name keeps its place, a new one goes to the front. Nothing for an empty
     // name.
-    void setHeader(char const* name, char const* value);
-    void setHeader(char const* name, long value);
-    void setHeader(char const* name, unsigned long value);
-    void removeHeader(char const* name);
+    void setHeader(const char* name, const char* value);
+    void setHeader(const char* name, long value);
+    void setHeader(const char* name, unsigned long value);
+    void removeHeader(const char* name);
     // Empty when there is none.
-    SoString getUserHeaderValue(char const* name) const;
+    SoString getUserHeaderValue(const char* name) const;
 
     // Whether the type is none of those that the bus keeps for itself.
     bool isUserType() const;
@@ -54,9 +54,9 @@ public:
     bool writeHeadToString(SoString& out) const;
     // Reads one message and gives the first byte behind it and the line feeds that follow. Reads as
     // far as the text goes: a text that ends early gives what was there.
-    char const* readFromString(char const* text);
+    const char* readFromString(const char* text);
     // The same of a text that may hold NULs, which end at `end`.
-    char const* readFromString(char const* text, char const* end);
+    const char* readFromString(const char* text, const char* end);
     // The same of all of `text` from that place on. A large body that ends with the text takes over
     // the text's buffer, and leaves `text` empty; the result is the place behind the message.
     long readFrom(SoString& text, long place);
@@ -64,8 +64,8 @@ public:
     bool isRejected() const;
 
     // A description for the log; replaces `out`.
-    bool logToString(char const* label, SoString& out, bool withBody) const;
-    void appendDiagnostics(SoString& out, SoString const& path) const;
+    bool logToString(const char* label, SoString& out, bool withBody) const;
+    void appendDiagnostics(SoString& out, const SoString& path) const;
 
     // For all messages of the process.
     static void setAuthentication(bool on);
@@ -90,8 +90,8 @@ public:
     SoString digestStatus; // "NODIGEST", "REJECTED" or empty
 
 private:
-    Header* findHeader(char const* name) const;
-    void addHeader(char const* name, char const* value);
+    Header* findHeader(const char* name) const;
+    void addHeader(const char* name, const char* value);
     void deleteHeaders();
     void readWith(TevoroTalkData::WireReader& reader);
     void forgetFormerContent();

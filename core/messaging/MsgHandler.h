@@ -29,7 +29,7 @@ public:
     virtual long handleMessage(int reason, Message& message, SoString* result) = 0;
     // The type of messages it takes; "Quillscriber" unless overridden. Valid, and the same, as long
     // as the handler.
-    virtual char const* getMsgType() const;
+    virtual const char* getMsgType() const;
     // The one message it belongs to, with which it goes; 0xFFFFFFFF (the default) takes all of its
     // type and stays.
     virtual std::uint32_t getSerialNumber() const;

@@ -11,8 +11,8 @@ namespace ScObjects {
 class TEVOROTALK_API SoHeap {
 public:
     SoHeap() = default;
-    SoHeap(SoHeap const&) = default;
-    SoHeap& operator=(SoHeap const&) = default;
+    SoHeap(const SoHeap&) = default;
+    SoHeap& operator=(const SoHeap&) = default;
     virtual ~SoHeap();
 
     // By malloc and free. Not checked: out of memory is a null pointer.
@@ -43,8 +43,8 @@ public:
     {
     }
     ~autoPtr() { delete m_object; }
-    autoPtr(autoPtr const&) = delete;
-    autoPtr& operator=(autoPtr const&) = delete;
+    autoPtr(const autoPtr&) = delete;
+    autoPtr& operator=(const autoPtr&) = delete;
 
     T* operator->() const { return m_object; }
     T& operator*() const { return *m_object; }

@@ -14,8 +14,8 @@ public:
     SoLock();
     // Nobody may hold it.
     ~SoLock() override;
-    SoLock(SoLock const&) = delete;
-    SoLock& operator=(SoLock const&) = delete;
+    SoLock(const SoLock&) = delete;
+    SoLock& operator=(const SoLock&) = delete;
 
     // Waits for as long as another thread holds it.
     void acquire() { m_mutex.lock(); }
@@ -29,11 +29,11 @@ class TEVOROTALK_API SoLockable : public SoHeap {
 public:
     SoLockable() = default;
     // A copy has a lock of its own.
-    SoLockable(SoLockable const& other)
+    SoLockable(const SoLockable& other)
         : SoHeap(other)
     {
     }
-    SoLockable& operator=(SoLockable const&) { return *this; }
+    SoLockable& operator=(const SoLockable&) { return *this; }
 
     void lock() const { m_lock.acquire(); }
     void unlock() const { m_lock.release(); }
@@ -45,17 +45,17 @@ private:
 // Holds an object's lock for the length of a block.
 class TEVOROTALK_API ObjectLock final : public SoHeap {
 public:
-    explicit ObjectLock(SoLockable const& object)
+    explicit ObjectLock(const SoLockable& object)
         : m_object(object)
     {
         m_object.lock();
     }
     ~ObjectLock() override { m_object.unlock(); }
-    ObjectLock(ObjectLock const&) = delete;
-    ObjectLock& operator=(ObjectLock const&) = delete;
+    ObjectLock(const ObjectLock&) = delete;
+    ObjectLock& operator=(const ObjectLock&) = delete;
 
 private:
-    SoLockable const& m_object;
+    const SoLockable& m_object;
 };
 
 } // namespace ScObjects

@@ -22,7 +22,7 @@ public:
     }
     explicit SoString(char c);
     // A null text is the empty one; a negative length means up to the NUL.
-    SoString(char const* text, // NOLINT(google-explicit-constructor): texts pass freely
+    SoString(const char* text, // NOLINT(google-explicit-constructor): texts pass freely
         long n = -1)
         : SoString(whole(text, n))
     {
@@ -34,8 +34,8 @@ public:
     }
     // All of a terminated text of 16-bit units; `n` is -1 or its whole length. With a smaller `n`
     // the length is still that of the whole text, and only the front holds what it should.
-    explicit SoString(unsigned short const* text, long n = -1);
-    SoString(SoString const& other)
+    explicit SoString(const unsigned short* text, long n = -1);
+    SoString(const SoString& other)
         : SoHeap(other)
         , m_data(m_inside)
     {
@@ -48,15 +48,15 @@ public:
             freeHeap(m_data);
     }
 
-    SoString& operator=(SoString const& other);
+    SoString& operator=(const SoString& other);
     SoString& operator=(SoString&& other) noexcept;
-    SoString& operator=(char const* text);
+    SoString& operator=(const char* text);
 
     // Replaces the content. The text must not lie in this string's own buffer.
-    void assign(char const* text, long n = -1) { assign(whole(text, n)); }
+    void assign(const char* text, long n = -1) { assign(whole(text, n)); }
     void assign(std::string_view text)
     {
-        long const size = static_cast<long>(text.size());
+        const long size = static_cast<long>(text.size());
         if (m_capacity <= size || (isInside() && size >= kInside))
             makeRoom(size, 0);
         if (size != 0)
@@ -64,10 +64,10 @@ public:
         terminate(size);
     }
     // Adds at the end; here, too, the text must not lie in this string's own buffer.
-    void append(char const* text, long n = -1) { append(whole(text, n)); }
+    void append(const char* text, long n = -1) { append(whole(text, n)); }
     void append(std::string_view text)
     {
-        long const added = static_cast<long>(text.size());
+        const long added = static_cast<long>(text.size());
         if (added == 0)
             return;
         if (m_length + added >= (isInside() ? kInside : m_capacity))
@@ -79,18 +79,18 @@ public:
     void append(long number);
 
     // Never null; valid until the string changes.
-    char const* get() const { return m_data; }
-    operator char const*() const { return m_data; }
+    const char* get() const { return m_data; }
+    operator const char*() const { return m_data; }
     std::string_view view() const { return {m_data, static_cast<std::size_t>(m_length)}; }
     long length() const { return m_length; }
     bool isEmpty() const { return m_length == 0; }
     long capacity() const { return m_capacity; }
 
     SoString& operator+=(char c);
-    SoString& operator+=(SoString const& other);
+    SoString& operator+=(const SoString& other);
 
     // As strcmp does, up to the first NUL; a null text counts as the empty one.
-    int compare(char const* other) const;
+    int compare(const char* other) const;
 
     // Cuts to n bytes; nothing when n is negative or not below the length.
     void shrink(long n);
@@ -116,7 +116,7 @@ public:
 
 private:
     // A null text is the empty one; a negative length means up to the NUL.
-    static std::string_view whole(char const* text, long n)
+    static std::string_view whole(const char* text, long n)
     {
         if (text == nullptr)
             return {};
@@ -141,28 +141,28 @@ private:
     char m_inside[kInside] = {};
 };
 
-inline bool operator==(SoString const& a, char const* b)
+inline bool operator==(const SoString& a, const char* b)
 {
     return a.compare(b) == 0;
 }
-inline bool operator==(SoString const& a, SoString const& b)
+inline bool operator==(const SoString& a, const SoString& b)
 {
     return a.compare(b.get()) == 0;
 }
-inline bool operator!=(SoString const& a, char const* b)
+inline bool operator!=(const SoString& a, const char* b)
 {
     return a.compare(b) != 0;
 }
-inline bool operator!=(SoString const& a, SoString const& b)
+inline bool operator!=(const SoString& a, const SoString& b)
 {
     return a.compare(b.get()) != 0;
 }
 
 // Each appends and gives the string back. Whole numbers are written without a sign: a negative one
 // comes out as the unsigned number of its width. A double has no fraction and is rounded.
-TEVOROTALK_API SoString& operator<<(SoString& out, char const* text);
+TEVOROTALK_API SoString& operator<<(SoString& out, const char* text);
 TEVOROTALK_API SoString& operator<<(SoString& out, char c);
-TEVOROTALK_API SoString& operator<<(SoString& out, SoString const& text);
+TEVOROTALK_API SoString& operator<<(SoString& out, const SoString& text);
 TEVOROTALK_API SoString& operator<<(SoString& out, unsigned long number);
 TEVOROTALK_API SoString& operator<<(SoString& out, long number);
 TEVOROTALK_API SoString& operator<<(SoString& out, std::uint32_t number);

@@ -9,7 +9,7 @@ namespace ScObjects {
 // The code point at `text`, in the classic form of one to six bytes, and in `consumed` how many
 // bytes it takes by its first byte. Continuation bytes are not checked, but none behind a NUL is
 // read. A byte that cannot come first gives U+FFFD and consumes 0.
-TEVOROTALK_API unsigned long DecodeUTF8(char const* text, int& consumed);
+TEVOROTALK_API unsigned long DecodeUTF8(const char* text, int& consumed);
 
 // Writes one to six bytes and says how many; from 0x7FFFFFFF on U+FFFD.
 TEVOROTALK_API int EncodeUTF8(unsigned long value, char* out);
@@ -17,17 +17,17 @@ TEVOROTALK_API int EncodeUTF8(unsigned long value, char* out);
 // Converts at most `max` code points (a pair of surrogates counts once, so that `out` takes up to
 // twice as many units), and the terminator if `max` is not used up. The units written, terminator
 // included. A byte that cannot come first does not advance: U+FFFD until `max` is used up.
-TEVOROTALK_API unsigned long UTF8_UTF16(char const* source, unsigned short* out, unsigned long max);
+TEVOROTALK_API unsigned long UTF8_UTF16(const char* source, unsigned short* out, unsigned long max);
 
 // Converts `units` units, without a terminator; `units` then holds the number of code points.
 // A surrogate that stands alone becomes three bytes. The bytes written.
 TEVOROTALK_API unsigned long UTF16_UTF8(
-    unsigned short const* source, char* out, unsigned long& units);
+    const unsigned short* source, char* out, unsigned long& units);
 
 // The bytes that a terminated text takes as UTF-8, without a terminator.
-TEVOROTALK_API unsigned long UTF8StrLen(unsigned short const* text);
+TEVOROTALK_API unsigned long UTF8StrLen(const unsigned short* text);
 
 // The units before the terminator, at most `max`.
-TEVOROTALK_API unsigned long UTF16StrLenWithMax(unsigned short const* text, unsigned long max);
+TEVOROTALK_API unsigned long UTF16StrLenWithMax(const unsigned short* text, unsigned long max);
 
 } // namespace ScObjects

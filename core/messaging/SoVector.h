@@ -13,8 +13,8 @@ class TEVOROTALK_API SoVectorBase : public SoHeap {
 public:
     SoVectorBase();
     ~SoVectorBase() override;
-    SoVectorBase(SoVectorBase const&) = delete;
-    SoVectorBase& operator=(SoVectorBase const&) = delete;
+    SoVectorBase(const SoVectorBase&) = delete;
+    SoVectorBase& operator=(const SoVectorBase&) = delete;
 
     long length() const { return m_length; }
     long capacity() const { return m_capacity; }
@@ -22,7 +22,7 @@ public:
     // At the end; the same pointer may stand there twice.
     void append(void* element);
     // Takes out the first that is equal; nothing when none is.
-    void remove(void const* element);
+    void remove(const void* element);
     // Takes out and gives back; null, and nothing changed, when there is no such place.
     void* removeAt(long index);
     // Puts the first `count` behind all others, in their order.
@@ -34,7 +34,7 @@ private:
     // The elements stand in a ring that begins at m_first.
     void*& slot(long index) const
     {
-        long const place = m_first + index;
+        const long place = m_first + index;
         return m_data[place < m_capacity ? place : place - m_capacity];
     }
     void grow();
@@ -49,7 +49,7 @@ template <typename T>
 class SoVector : public SoVectorBase {
 public:
     void append(T* element) { SoVectorBase::append(element); }
-    void remove(T const* element) { SoVectorBase::remove(element); }
+    void remove(const T* element) { SoVectorBase::remove(element); }
     T* removeAt(long index) { return static_cast<T*>(SoVectorBase::removeAt(index)); }
     T* operator[](long index) const { return static_cast<T*>(SoVectorBase::operator[](index)); }
 };

@@ -14,7 +14,7 @@ namespace ScObjects {
 class TEVOROTALK_API TevoroTalk::Specifier : public SoString {
 public:
     // In lower case; a null text, or one of 256 bytes or more, gives the empty specifier.
-    Specifier(char const* text, bool fixUp);
+    Specifier(const char* text, bool fixUp);
 
     SoString appName() const;
     SoString instance() const;
@@ -26,29 +26,29 @@ public:
     SoString group(SoString* version) const;
 
     // Texts are taken as given. Always true.
-    bool setAppName(SoString const& name);
-    bool setInstance(SoString const& instance);
-    bool setSuffix(SoString const& suffix);
+    bool setAppName(const SoString& name);
+    bool setInstance(const SoString& instance);
+    bool setSuffix(const SoString& suffix);
     // Only what is registered, see findLocale and findVersion; false, and nothing changed,
     // otherwise. A negative version asks for the highest one up to that number.
-    bool setLocale(SoString const& locale);
-    bool setVersion(SoString const& version);
+    bool setLocale(const SoString& locale);
+    bool setVersion(const SoString& version);
     // Replaces all but the name, which the group's name follows, and completes that.
-    bool setGroup(SoString const& name);
+    bool setGroup(const SoString& name);
 
     // Completes the text in place: what the registry prefers for this process (with
     // `usePreferred`), what runs, the locale and the highest version. Stays as it is, in lower
     // case, when nothing is known of it.
     void fixUp(bool usePreferred);
 
-    static SoString getApplicationPath(char const* text);
+    static SoString getApplicationPath(const char* text);
     bool isInstalled() const;
-    bool registerApplication(SoString const& path, SoString const* displayName, bool flag) const;
-    bool unregisterApplication(SoString const* displayName) const;
-    bool addToGroup(SoString const& group, SoString const* version) const;
-    bool removeFromGroup(SoString const& group, SoString const* version) const;
+    bool registerApplication(const SoString& path, const SoString* displayName, bool flag) const;
+    bool unregisterApplication(const SoString* displayName) const;
+    bool addToGroup(const SoString& group, const SoString* version) const;
+    bool removeFromGroup(const SoString& group, const SoString* version) const;
     // The application that this one should talk to when it asks for `target`.
-    SoString preferred(SoString const& target, SoString const& group) const;
+    SoString preferred(const SoString& target, const SoString& group) const;
 
     // Whether the application has an owner of its ports. Leaves a message there that nobody acts
     // on.
@@ -63,16 +63,16 @@ namespace TevoroTalkData {
 
 // The component behind the first "-", if it begins with a digit; a version, or the version of a
 // group.
-SoString getVersionOrGroup(SoString const& specifier);
+SoString getVersionOrGroup(const SoString& specifier);
 
 // The first registered entry of that name and exactly that version whose locale is `locale` (the
 // current one when that is empty) or none; `locale` becomes that entry's, or empty.
-bool findLocale(SoString const& appName, SoString const& version, SoString& locale);
+bool findLocale(const SoString& appName, const SoString& version, SoString& locale);
 
 // A registered entry of that name in that locale (the current one when it is empty): of exactly
 // that version or, for a negative number, of the highest up to it. `version` and `locale` become
 // that entry's.
-bool findVersion(SoString const& appName, SoString& locale, SoString& version);
+bool findVersion(const SoString& appName, SoString& locale, SoString& version);
 
 } // namespace TevoroTalkData
 } // namespace ScObjects

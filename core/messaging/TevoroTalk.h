@@ -41,7 +41,7 @@ public:
         // In the background, unless `synchronous`: the first operation that needs the bus then
         // waits for the rest. False when the bus runs already, or (synchronous) when the name is
         // unusable.
-        static bool init(SoString const& appName, bool synchronous);
+        static bool init(const SoString& appName, bool synchronous);
         // Deletes all instances and stops the thread of the bus. False when it does not run.
         static bool exit();
     };
@@ -50,10 +50,10 @@ public:
     // getAppName() for which. Takes ownership of the handler, which may be null. With
     // `mainInstance`, no context and no bus yet, starts the bus, which ends with its last instance.
     TevoroTalk(
-        char const* appName, MsgHandler* handler, bool mainInstance, TevoroTalkContext* context);
+        const char* appName, MsgHandler* handler, bool mainInstance, TevoroTalkContext* context);
     ~TevoroTalk() override;
-    TevoroTalk(TevoroTalk const&) = delete;
-    TevoroTalk& operator=(TevoroTalk const&) = delete;
+    TevoroTalk(const TevoroTalk&) = delete;
+    TevoroTalk& operator=(const TevoroTalk&) = delete;
 
     // Sends a message; it gets a serial number, a sender and its full target. True when it was
     // delivered or, with `waitSeconds`, when it was worked off in that time (or answered by an
@@ -63,9 +63,9 @@ public:
     bool send(Message& message,
         bool launch,
         unsigned long waitSeconds,
-        SoString const* launchOptions) const;
+        const SoString* launchOptions) const;
     // Answers a message that asked for "Result".
-    bool sendResult(Message const& message, SoString const& result) const;
+    bool sendResult(const Message& message, const SoString& result) const;
 
     // One step of the incoming side: takes in one text of the port, and with `dispatch` hands one
     // message to its handler. True if a message was dispatched.
@@ -83,17 +83,17 @@ public:
     // Leaves the context it is in; null for the current one.
     void setContext(TevoroTalkContext* context);
     SoString getAppName() const;
-    void setAppName(char const* name);
+    void setAppName(const char* name);
 
     // The handler of a type and number, else of the type alone; null when there is none. With an
     // empty type any handler of that number.
-    MsgHandler* findHandler(SoString const& type, std::uint32_t serialNumber);
-    MsgHandler* findHandler(char const* type, std::uint32_t serialNumber);
+    MsgHandler* findHandler(const SoString& type, std::uint32_t serialNumber);
+    MsgHandler* findHandler(const char* type, std::uint32_t serialNumber);
     // Takes ownership of the handler; what it replaces, or null, is the caller's to delete.
     MsgHandler* changeHandler(MsgHandler* handler);
     // Takes a handler out; the caller's to delete, or null.
-    MsgHandler* removeHandler(SoString const& type, std::uint32_t serialNumber);
-    bool deleteHandler(MsgHandler const* handler);
+    MsgHandler* removeHandler(const SoString& type, std::uint32_t serialNumber);
+    bool deleteHandler(const MsgHandler* handler);
     bool deleteHandlers(std::uint32_t serialNumber);
 
     // One descriptor for an event loop (poll, epoll, QSocketNotifier): readable while pump() has
@@ -110,17 +110,17 @@ public:
     static TevoroTalk* get(TevoroTalkContext* context);
     static void set(TevoroTalk* instance, TevoroTalkContext* context);
     // The instance of exactly that name.
-    static TevoroTalk* get(char const* name, TevoroTalkContext* context);
+    static TevoroTalk* get(const char* name, TevoroTalkContext* context);
     // May ask other processes; see Specifier::isRunning.
-    static bool targetIsRunning(char const* specifier);
-    static bool bringToFront(char const* specifier, TevoroTalkContext* context);
+    static bool targetIsRunning(const char* specifier);
+    static bool bringToFront(const char* specifier, TevoroTalkContext* context);
     static bool launchTarget(
-        char const* target, char const* parameters, Focus focus, TevoroTalkContext* context);
+        const char* target, const char* parameters, Focus focus, TevoroTalkContext* context);
     static SoString getSharedAppName();
     static int getNumberOfRegisteredApplications();
     static SoString getApplicationSpecifier(int index);
     static SoString getDisplayName(
-        SoString const& app, SoString const& version, SoString const& locale);
+        const SoString& app, const SoString& version, const SoString& locale);
     static SoString getLaunchOptions();
     static bool suppressStartupScreen();
 
@@ -132,7 +132,7 @@ public:
     // The tree that describes this process, as lines or as a report for people; replaces `out`.
     static void getDiagnostics(SoString& out, bool readable);
     // This instance's part of it, below `path`.
-    void appendDiagnostics(SoString& out, SoString const& path) const;
+    void appendDiagnostics(SoString& out, const SoString& path) const;
 
 private:
     friend class TevoroTalkContext;
@@ -141,33 +141,33 @@ private:
     bool sendFrom(Message& message,
         bool launch,
         unsigned long waitSeconds,
-        SoString const* launchOptions,
+        const SoString* launchOptions,
         bool isAnswer) const;
-    bool sendResponse(Message const& message, char const* word, Message* reply) const;
+    bool sendResponse(const Message& message, const char* word, Message* reply) const;
     bool sendError(
-        Message const& message, char const* text, long code, unsigned long waitSeconds) const;
-    bool waitForResponse(Message const& message, unsigned long seconds) const;
-    bool deliverHere(Message const& message) const;
-    bool deliverThere(Message const& message,
+        const Message& message, const char* text, long code, unsigned long waitSeconds) const;
+    bool waitForResponse(const Message& message, unsigned long seconds) const;
+    bool deliverHere(const Message& message) const;
+    bool deliverThere(const Message& message,
         bool launch,
-        SoString const* launchOptions,
-        char const*& failure) const;
-    void watchForTimeout(Message const& message) const;
-    void waitForTarget(SoString const& target) const;
+        const SoString* launchOptions,
+        const char*& failure) const;
+    void watchForTimeout(const Message& message) const;
+    void waitForTarget(const SoString& target) const;
     bool dispatchIncoming();
     bool dispatchArrived(bool& dispatched);
     bool dispatchNext(std::uint32_t serialNumber);
     bool textPending() const;
     void takeIn(bool mustWait);
     bool putOneIncomingMessageInQueue();
-    void sendReceipt(Message const& message) const;
+    void sendReceipt(const Message& message) const;
     void handleMessage(Message& message);
-    void handleCopy(Message const& message, Message& copy);
-    void finishMessage(Message const& message);
-    bool isCalled(SoString const& name) const;
+    void handleCopy(const Message& message, Message& copy);
+    void finishMessage(const Message& message);
+    bool isCalled(const SoString& name) const;
     bool hasUnreadTexts() const;
     int portDescriptor() const;
-    SoString getInfoRoot(char const* queue) const;
+    SoString getInfoRoot(const char* queue) const;
 
     TevoroTalkData::PrivateData* m_data;
 };

@@ -20,11 +20,11 @@ class TevoroTalkThread;
 class TEVOROTALK_API TevoroTalkContext : public SoLockable {
 public:
     // Starts the thread of the bus under that name.
-    explicit TevoroTalkContext(TevoroTalk::Specifier const& specifier);
+    explicit TevoroTalkContext(const TevoroTalk::Specifier& specifier);
     // Waits for the thread to end, up to ten seconds if it is sending to a peer that does not read.
     ~TevoroTalkContext() override;
-    TevoroTalkContext(TevoroTalkContext const&) = delete;
-    TevoroTalkContext& operator=(TevoroTalkContext const&) = delete;
+    TevoroTalkContext(const TevoroTalkContext&) = delete;
+    TevoroTalkContext& operator=(const TevoroTalkContext&) = delete;
 
     // Waits for the set-up; null when the bus was not started.
     static TevoroTalkContext* getCurrentContext();
@@ -44,10 +44,10 @@ public:
     TevoroTalk* getNthInstance(long n) const;
     TevoroTalk* findInstance(TevoroTalk* instance) const;
     // By exactly that name.
-    TevoroTalk* findInstance(SoString const& name) const;
+    TevoroTalk* findInstance(const SoString& name) const;
     void appendInstance(TevoroTalk* instance);
-    void removeInstance(TevoroTalk const* instance);
-    void appendContext(TevoroTalkContext const& other);
+    void removeInstance(const TevoroTalk* instance);
+    void appendContext(const TevoroTalkContext& other);
 
     TevoroTalkThread* getThread() const;
     TevoroTalkConnector* getConnector() const;
@@ -58,14 +58,14 @@ public:
     bool isLogging() const;
     void setLogging(bool on);
 
-    void appendDiagnostics(SoString& out, SoString const& path) const;
+    void appendDiagnostics(SoString& out, const SoString& path) const;
 
     // Keeps the thread of the bus from working as long as this lives: what instances are there, and
     // what they consist of, may change meanwhile. Must not be made with other locks of the bus
     // held.
     class PausedThread {
     public:
-        explicit PausedThread(TevoroTalkContext const* context);
+        explicit PausedThread(const TevoroTalkContext* context);
 
     private:
         std::optional<ObjectLock> m_lock;

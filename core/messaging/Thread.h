@@ -27,8 +27,8 @@ public:
     // error() is 32 when the system gives no thread.
     Thread();
     ~Thread() override;
-    Thread(Thread const&) = delete;
-    Thread& operator=(Thread const&) = delete;
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
 
     virtual void run() = 0;
     // Waits for the end of the thread. Not to be called by the thread itself, nor by two at once.

@@ -11,7 +11,7 @@ constinit std::atomic<bool> gHasExited{false};
 
 } // namespace
 
-bool TevoroTalkConnector::InitTerm::init(SoString const&)
+bool TevoroTalkConnector::InitTerm::init(const SoString&)
 {
     // No store of applications is read so far; an application may have set a connector itself.
     gHasExited = false;
@@ -37,21 +37,21 @@ void TevoroTalkConnector::set(TevoroTalkConnector* connector)
     delete gConnector.exchange(connector);
 }
 
-TevoroTalkConnector::TevoroTalkConnector(SoString const& appName)
+TevoroTalkConnector::TevoroTalkConnector(const SoString& appName)
     : m_appName(appName)
 {
 }
 
 TevoroTalkConnector::~TevoroTalkConnector() = default;
 
-void TevoroTalkConnector::appendDiagnostics(SoString&, SoString const&) const { }
+void TevoroTalkConnector::appendDiagnostics(SoString&, const SoString&) const { }
 
-SoString TevoroTalkConnector::findPreferredApp(SoString const&, SoString const&, SoString const&)
+SoString TevoroTalkConnector::findPreferredApp(const SoString&, const SoString&, const SoString&)
 {
     return {};
 }
 
-SoString TevoroTalkConnector::findGroupForSpecifier(Specifier const&, SoString* version)
+SoString TevoroTalkConnector::findGroupForSpecifier(const Specifier&, SoString* version)
 {
     if (version != nullptr)
         version->shrink(0);
@@ -59,7 +59,7 @@ SoString TevoroTalkConnector::findGroupForSpecifier(Specifier const&, SoString* 
 }
 
 SoString TevoroTalkConnector::findSpecifierInGroup(
-    SoString const&, SoString const&, SoString const&)
+    const SoString&, const SoString&, const SoString&)
 {
     return {};
 }
@@ -69,7 +69,7 @@ bool TevoroTalkConnector::isGood() const
     return false;
 }
 
-bool TevoroTalkConnector::launchTarget(SoString const&, SoString const&, bool, TevoroTalkContext*)
+bool TevoroTalkConnector::launchTarget(const SoString&, const SoString&, bool, TevoroTalkContext*)
 {
     return false;
 }
@@ -85,77 +85,77 @@ SoString TevoroTalkConnector::getApplicationSpecifier(int index) const
 }
 
 SoString TevoroTalkConnector::getDisplayName(
-    SoString const&, SoString const&, SoString const&) const
+    const SoString&, const SoString&, const SoString&) const
 {
     return {};
 }
 
-bool TevoroTalkConnector::bringToFront(char const*, TevoroTalkContext*) const
+bool TevoroTalkConnector::bringToFront(const char*, TevoroTalkContext*) const
 {
     return false;
 }
 
-SoString TevoroTalkConnector::getApplicationPath(SoString const&, char const*) const
+SoString TevoroTalkConnector::getApplicationPath(const SoString&, const char*) const
 {
     return {};
 }
 
-bool TevoroTalkConnector::supportsQSDT(SoString const&) const
+bool TevoroTalkConnector::supportsQSDT(const SoString&) const
 {
     return false;
 }
 
-bool TevoroTalkConnector::isShellTool(SoString const&) const
+bool TevoroTalkConnector::isShellTool(const SoString&) const
 {
     return false;
 }
 
-bool TevoroTalkConnector::getMessageAuthentication(SoString const&) const
+bool TevoroTalkConnector::getMessageAuthentication(const SoString&) const
 {
     return true;
 }
 
-bool TevoroTalkConnector::getMessageDigest(SoString const&) const
+bool TevoroTalkConnector::getMessageDigest(const SoString&) const
 {
     return true;
 }
 
-SoString TevoroTalkConnector::getBundleIdentifier(SoString const&) const
+SoString TevoroTalkConnector::getBundleIdentifier(const SoString&) const
 {
     return {};
 }
 
-SoString TevoroTalkConnector::getExecutableBasename(SoString const&) const
+SoString TevoroTalkConnector::getExecutableBasename(const SoString&) const
 {
     return {};
 }
 
-SoString TevoroTalkConnector::getExecutableExtension(SoString const&) const
+SoString TevoroTalkConnector::getExecutableExtension(const SoString&) const
 {
     return {};
 }
 
-SoString TevoroTalkConnector::getOMVDictionary(SoString const&) const
+SoString TevoroTalkConnector::getOMVDictionary(const SoString&) const
 {
     return {};
 }
 
-SoString TevoroTalkConnector::getDeveloperInstallPath(SoString const&) const
+SoString TevoroTalkConnector::getDeveloperInstallPath(const SoString&) const
 {
     return {};
 }
 
-SoString TevoroTalkConnector::getRedirectTo(SoString const&) const
+SoString TevoroTalkConnector::getRedirectTo(const SoString&) const
 {
     return {};
 }
 
-bool TevoroTalkConnector::setProcessID(SoString const&, std::uint32_t)
+bool TevoroTalkConnector::setProcessID(const SoString&, std::uint32_t)
 {
     return false;
 }
 
-std::uint32_t TevoroTalkConnector::getProcessID(SoString const&)
+std::uint32_t TevoroTalkConnector::getProcessID(const SoString&)
 {
     return 0;
 }
@@ -163,22 +163,22 @@ std::uint32_t TevoroTalkConnector::getProcessID(SoString const&)
 void TevoroTalkConnector::clearCache() { }
 
 bool TevoroTalkConnector::registerApplication(
-    Specifier const&, SoString const&, SoString const*, bool, bool)
+    const Specifier&, const SoString&, const SoString*, bool, bool)
 {
     return false;
 }
 
-bool TevoroTalkConnector::unregisterApplication(Specifier const&, SoString const*)
+bool TevoroTalkConnector::unregisterApplication(const Specifier&, const SoString*)
 {
     return false;
 }
 
-SoString TevoroTalkConnector::getConnectorConfig(SoString const&) const
+SoString TevoroTalkConnector::getConnectorConfig(const SoString&) const
 {
     return {};
 }
 
-bool TevoroTalkConnector::importFrom(TevoroTalkConnector const&)
+bool TevoroTalkConnector::importFrom(const TevoroTalkConnector&)
 {
     return false;
 }
@@ -198,17 +198,17 @@ std::int64_t TevoroTalkConnector::getTimestamp() const
     return 0;
 }
 
-bool TevoroTalkConnector::isEqual(TevoroTalkConnector const&) const
+bool TevoroTalkConnector::isEqual(const TevoroTalkConnector&) const
 {
     return false;
 }
 
-bool TevoroTalkConnector::validate(TevoroTalkConnector const&) const
+bool TevoroTalkConnector::validate(const TevoroTalkConnector&) const
 {
     return false;
 }
 
-bool TevoroTalkConnector::skipImport(QKConnectorAppInfo const&) const
+bool TevoroTalkConnector::skipImport(const QKConnectorAppInfo&) const
 {
     return false;
 }

@@ -24,7 +24,7 @@ public:
     class TEVOROTALK_API InitTerm {
     public:
         // Always true, also when there is no connector afterwards.
-        static bool init(SoString const& appName);
+        static bool init(const SoString& appName);
         static bool exit();
     };
 
@@ -33,65 +33,65 @@ public:
     // Takes ownership, and deletes the one before. Nothing after InitTerm::exit.
     static void set(TevoroTalkConnector* connector);
 
-    explicit TevoroTalkConnector(SoString const& appName);
+    explicit TevoroTalkConnector(const SoString& appName);
     ~TevoroTalkConnector() override;
-    TevoroTalkConnector(TevoroTalkConnector const&) = delete;
-    TevoroTalkConnector& operator=(TevoroTalkConnector const&) = delete;
+    TevoroTalkConnector(const TevoroTalkConnector&) = delete;
+    TevoroTalkConnector& operator=(const TevoroTalkConnector&) = delete;
 
     // Without applications of its own, the base class answers with defaults and refuses changes.
-    virtual void appendDiagnostics(SoString& out, SoString const& path) const;
+    virtual void appendDiagnostics(SoString& out, const SoString& path) const;
     virtual SoString findPreferredApp(
-        SoString const& from, SoString const& target, SoString const& group);
-    virtual SoString findGroupForSpecifier(Specifier const& specifier, SoString* version);
+        const SoString& from, const SoString& target, const SoString& group);
+    virtual SoString findGroupForSpecifier(const Specifier& specifier, SoString* version);
     virtual SoString findSpecifierInGroup(
-        SoString const& target, SoString const& group, SoString const& version);
+        const SoString& target, const SoString& group, const SoString& version);
     virtual bool isGood() const;
-    virtual bool launchTarget(SoString const& specifier,
-        SoString const& parameters,
+    virtual bool launchTarget(const SoString& specifier,
+        const SoString& parameters,
         bool focus,
         TevoroTalkContext* context);
     virtual int getNumberOfRegisteredApplications() const;
     // -1 for the application that made the connector.
     virtual SoString getApplicationSpecifier(int index) const;
     virtual SoString getDisplayName(
-        SoString const& app, SoString const& version, SoString const& locale) const;
-    virtual bool bringToFront(char const* specifier, TevoroTalkContext* context) const;
-    virtual SoString getApplicationPath(SoString const& specifier, char const* hint) const;
-    virtual bool supportsQSDT(SoString const& specifier) const;
-    virtual bool isShellTool(SoString const& specifier) const;
-    virtual bool getMessageAuthentication(SoString const& specifier) const;
-    virtual bool getMessageDigest(SoString const& specifier) const;
-    virtual SoString getBundleIdentifier(SoString const& specifier) const;
-    virtual SoString getExecutableBasename(SoString const& specifier) const;
-    virtual SoString getExecutableExtension(SoString const& specifier) const;
-    virtual SoString getOMVDictionary(SoString const& specifier) const;
-    virtual SoString getDeveloperInstallPath(SoString const& specifier) const;
-    virtual SoString getRedirectTo(SoString const& specifier) const;
-    virtual bool setProcessID(SoString const& specifier, std::uint32_t pid);
-    virtual std::uint32_t getProcessID(SoString const& specifier);
+        const SoString& app, const SoString& version, const SoString& locale) const;
+    virtual bool bringToFront(const char* specifier, TevoroTalkContext* context) const;
+    virtual SoString getApplicationPath(const SoString& specifier, const char* hint) const;
+    virtual bool supportsQSDT(const SoString& specifier) const;
+    virtual bool isShellTool(const SoString& specifier) const;
+    virtual bool getMessageAuthentication(const SoString& specifier) const;
+    virtual bool getMessageDigest(const SoString& specifier) const;
+    virtual SoString getBundleIdentifier(const SoString& specifier) const;
+    virtual SoString getExecutableBasename(const SoString& specifier) const;
+    virtual SoString getExecutableExtension(const SoString& specifier) const;
+    virtual SoString getOMVDictionary(const SoString& specifier) const;
+    virtual SoString getDeveloperInstallPath(const SoString& specifier) const;
+    virtual SoString getRedirectTo(const SoString& specifier) const;
+    virtual bool setProcessID(const SoString& specifier, std::uint32_t pid);
+    virtual std::uint32_t getProcessID(const SoString& specifier);
     virtual void clearCache();
-    virtual bool registerApplication(Specifier const& specifier,
-        SoString const& path,
-        SoString const* displayName,
+    virtual bool registerApplication(const Specifier& specifier,
+        const SoString& path,
+        const SoString* displayName,
         bool first,
         bool second);
-    virtual bool unregisterApplication(Specifier const& specifier, SoString const* displayName);
+    virtual bool unregisterApplication(const Specifier& specifier, const SoString* displayName);
     virtual bool addToGroup(
-        Specifier const& specifier, SoString const& group, SoString const* version) = 0;
+        const Specifier& specifier, const SoString& group, const SoString* version) = 0;
     virtual bool removeFromGroup(
-        Specifier const& specifier, SoString const& group, SoString const* version) = 0;
+        const Specifier& specifier, const SoString& group, const SoString* version) = 0;
     virtual SoString getName() const = 0;
-    virtual SoString getConnectorConfig(SoString const& which) const;
-    virtual bool importFrom(TevoroTalkConnector const& other);
+    virtual SoString getConnectorConfig(const SoString& which) const;
+    virtual bool importFrom(const TevoroTalkConnector& other);
     virtual bool removeAll();
     virtual bool updateCache(bool force);
     virtual std::int64_t getTimestamp() const;
-    virtual bool isEqual(TevoroTalkConnector const& other) const;
+    virtual bool isEqual(const TevoroTalkConnector& other) const;
     virtual bool initLists(QKConnectorAppInfoList& applications, SoVector<SoString>& groups) = 0;
-    virtual bool validate(TevoroTalkConnector const& other) const;
+    virtual bool validate(const TevoroTalkConnector& other) const;
     virtual bool registerApplication(QKConnectorAppInfo& info) = 0;
-    virtual bool unregisterApplication(QKConnectorAppInfo const& info) = 0;
-    virtual bool skipImport(QKConnectorAppInfo const& info) const;
+    virtual bool unregisterApplication(const QKConnectorAppInfo& info) = 0;
+    virtual bool skipImport(const QKConnectorAppInfo& info) const;
     virtual bool registerRunningApps();
 
 private:

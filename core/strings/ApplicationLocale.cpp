@@ -102,10 +102,9 @@ std::optional<QString> currentLocale()
 
 QString oneLocaleForEachLanguage(const QString& locale)
 {
-    for (const auto whole : {"en_us"_L1, "es_es"_L1, "fr_fr"_L1}) {
+    for (const auto whole : {"en_us"_L1, "es_es"_L1, "fr_fr"_L1})
         if (locale.startsWith(whole.first(2)))
             return whole;
-    }
     return locale;
 }
 
@@ -130,7 +129,7 @@ int getApplicationLocale(unsigned short* buffer)
         found = currentLocale();
     const QString locale = found ? oneLocaleForEachLanguage(found->toLower()) : u"en_us"_s;
     ptucscpy(buffer,
-        reinterpret_cast<unsigned short const*>(
+        reinterpret_cast<const unsigned short*>(
             locale.left(kApplicationLocaleCapacity - 1).utf16()));
     return 1;
 }

@@ -34,14 +34,12 @@ std::string base64FromBytes(std::string_view bytes)
     std::string text;
     text.reserve((bytes.size() / 3 + 1) * 4);
     for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        std::size_t const count = std::min<std::size_t>(3, bytes.size() - at);
+        const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
         unsigned int bits = 0;
-        for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t i = 0; i < 3; ++i)
             bits = (bits << 8U) | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
-        }
-        for (std::size_t i = 0; i < 4; ++i) {
+        for (std::size_t i = 0; i < 4; ++i)
             text.push_back(i <= count ? kDigits[(bits >> (18U - 6U * i)) & 0x3fU] : '=');
-        }
     }
     return text;
 }
@@ -49,20 +47,17 @@ std::string base64FromBytes(std::string_view bytes)
 std::optional<std::string> bytesFromBase64(std::string_view text)
 {
     std::string digits = withoutWhiteSpace(text);
-    if (digits.size() % 4 != 0) {
+    if (digits.size() % 4 != 0)
         return std::nullopt;
-    }
-    for (int padding = 0; padding < 2 && !digits.empty() && digits.back() == '='; ++padding) {
+    for (int padding = 0; padding < 2 && !digits.empty() && digits.back() == '='; ++padding)
         digits.pop_back();
-    }
     std::string bytes;
     unsigned int bits = 0;
     unsigned int held = 0;
-    for (char const digit : digits) {
-        std::size_t const value = digitValue(digit);
-        if (value == std::string_view::npos) {
+    for (const char digit : digits) {
+        const std::size_t value = digitValue(digit);
+        if (value == std::string_view::npos)
             return std::nullopt;
-        }
         bits = ((bits << 6U) | static_cast<unsigned int>(value)) & 0xfffU;
         held += 6;
         if (held >= 8) {
@@ -70,7 +65,7 @@ std::optional<std::string> bytesFromBase64(std::string_view text)
             bytes.push_back(static_cast<char>(static_cast<unsigned char>(bits >> held)));
         }
     }
-    bool const bitsLeft = (bits & ((1U << held) - 1U)) != 0;
+    const bool bitsLeft = (bits & ((1U << held) - 1U)) != 0;
     return bitsLeft ? std::nullopt : std::optional(bytes);
 }
 

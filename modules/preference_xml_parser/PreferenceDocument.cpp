@@ -31,9 +31,8 @@ constexpr unsigned int kFormatting = pugi::format_indent | pugi::format_no_empty
 template <typename Result>
 Result allocated(Result result)
 {
-    if (!result) {
+    if (!result)
         throw std::bad_alloc();
-    }
     return result;
 }
 
@@ -45,9 +44,8 @@ public:
     {
         bool sound = depth() <= kDeepestNode && node.type() != pugi::node_doctype
             && isXmlText(node.name()) && isXmlText(node.value());
-        for (pugi::xml_attribute const attribute : node.attributes()) {
+        for (const pugi::xml_attribute attribute : node.attributes())
             sound = sound && isXmlText(attribute.name()) && isXmlText(attribute.value());
-        }
         return sound;
     }
 };
@@ -59,9 +57,9 @@ public:
     {
     }
 
-    void write(void const* bytes, std::size_t size) override
+    void write(const void* bytes, std::size_t size) override
     {
-        m_out.append(static_cast<char const*>(bytes), size);
+        m_out.append(static_cast<const char*>(bytes), size);
     }
 
 private:
@@ -74,38 +72,34 @@ std::string withLineFeeds(std::string_view bytes)
     std::string result;
     result.reserve(bytes.size());
     for (std::size_t at = 0; at < bytes.size(); ++at) {
-        bool const beforeLineFeed = bytes.substr(at + 1, 1) == "\n";
-        if (bytes[at] != '\r') {
+        const bool beforeLineFeed = bytes.substr(at + 1, 1) == "\n";
+        if (bytes[at] != '\r')
             result.push_back(bytes[at]);
-        } else if (!beforeLineFeed) {
+        else if (!beforeLineFeed)
             result.push_back('\n');
-        }
     }
     return result;
 }
 
 // A return in the tree came from a reference, and the parser library writes it as it is.
-std::string withReturnsAsReferences(std::string const& bytes)
+std::string withReturnsAsReferences(const std::string& bytes)
 {
     std::string result;
     result.reserve(bytes.size());
-    for (char const byte : bytes) {
-        if (byte == '\r') {
+    for (const char byte : bytes)
+        if (byte == '\r')
             result += "&#13;";
-        } else {
+        else
             result.push_back(byte);
-        }
-    }
     return result;
 }
 
-bool isTopLevelSound(pugi::xml_document const& tree)
+bool isTopLevelSound(const pugi::xml_document& tree)
 {
     int elements = 0;
-    for (pugi::xml_node const node : tree.children()) {
-        if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata) {
+    for (const pugi::xml_node node : tree.children()) {
+        if (node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata)
             return false;
-        }
         elements += node.type() == pugi::node_element ? 1 : 0;
     }
     return elements == 1 && tree.child(kRootName);
@@ -113,15 +107,13 @@ bool isTopLevelSound(pugi::xml_document const& tree)
 
 bool parseTree(std::string_view bytes, pugi::xml_document& tree)
 {
-    if (bytes.size() > kLongestFile || !isXmlText(bytes)) {
+    if (bytes.size() > kMaxFileLength || !isXmlText(bytes))
         return false;
-    }
-    std::string const lines = withLineFeeds(bytes);
-    pugi::xml_parse_result const result =
+    const std::string lines = withLineFeeds(bytes);
+    const pugi::xml_parse_result result =
         tree.load_buffer(lines.data(), lines.size(), kParsing, pugi::encoding_utf8);
-    if (result.status == pugi::status_out_of_memory) {
+    if (result.status == pugi::status_out_of_memory)
         throw std::bad_alloc();
-    }
     TreeCheck check;
     return result && isTopLevelSound(tree) && tree.traverse(check);
 }
@@ -130,10 +122,9 @@ bool parseTree(std::string_view bytes, pugi::xml_document& tree)
 std::optional<unsigned int> takeNumber(std::string_view& text)
 {
     unsigned int number = 0;
-    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc()) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc())
         return std::nullopt;
-    }
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
     return number;
 }
@@ -141,10 +132,9 @@ std::optional<unsigned int> takeNumber(std::string_view& text)
 // The major number of "major.minor"; nothing when it reads otherwise. Major versions count from 1.
 std::optional<unsigned int> majorVersion(std::string_view text)
 {
-    std::optional<unsigned int> const major = takeNumber(text);
-    if (!major || *major == 0 || text.substr(0, 1) != ".") {
+    const std::optional<unsigned int> major = takeNumber(text);
+    if (!major || *major == 0 || text.substr(0, 1) != ".")
         return std::nullopt;
-    }
     text.remove_prefix(1);
     return takeNumber(text) && text.empty() ? major : std::nullopt;
 }
@@ -152,21 +142,18 @@ std::optional<unsigned int> majorVersion(std::string_view text)
 std::string textOf(pugi::xml_node node)
 {
     std::string text;
-    for (pugi::xml_node const child : node.children()) {
-        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) {
+    for (const pugi::xml_node child : node.children())
+        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata)
             text += child.value();
-        }
-    }
     return text;
 }
 
 std::optional<std::u16string> keyOf(pugi::xml_node node)
 {
-    pugi::xml_attribute const key = node.attribute("key");
-    std::string_view const encoding = node.attribute("keyEncoding").value();
-    if (!key || (!encoding.empty() && encoding != "escaped")) {
+    const pugi::xml_attribute key = node.attribute("key");
+    const std::string_view encoding = node.attribute("keyEncoding").value();
+    if (!key || (!encoding.empty() && encoding != "escaped"))
         return std::nullopt;
-    }
     return encoding.empty() ? utf16FromUtf8(key.value()) : unescapedText(key.value());
 }
 
@@ -179,66 +166,59 @@ std::optional<PreferenceValue> asValue(std::optional<Text> text)
 // Nothing for an encoding that is not known, or content that does not keep to it.
 std::optional<PreferenceValue> valueOf(pugi::xml_node node)
 {
-    std::string const text = textOf(node);
-    std::string_view const encoding = node.attribute("encoding").value();
+    const std::string text = textOf(node);
+    const std::string_view encoding = node.attribute("encoding").value();
     if (std::string_view(node.name()) == kValueName) {
-        if (encoding == "escaped") {
+        if (encoding == "escaped")
             return asValue(unescapedText(text));
-        }
         return encoding.empty() ? asValue(utf16FromUtf8(text)) : std::nullopt;
     }
-    if (encoding == "base64") {
+    if (encoding == "base64")
         return asValue(bytesFromBase64(text));
-    }
     return encoding.empty() || encoding == "text" ? std::optional<PreferenceValue>(text)
                                                   : std::nullopt;
 }
 
-void setAttribute(pugi::xml_node node, char const* name, char const* value)
+void setAttribute(pugi::xml_node node, const char* name, const char* value)
 {
     pugi::xml_attribute attribute = node.attribute(name);
-    if (!attribute) {
+    if (!attribute)
         attribute = allocated(node.append_attribute(name));
-    }
     allocated(attribute.set_value(value));
 }
 
 // An encoding of null takes the attribute away.
-void setContent(pugi::xml_node node, std::string const& text, char const* encoding)
+void setContent(pugi::xml_node node, const std::string& text, const char* encoding)
 {
-    if (encoding != nullptr) {
+    if (encoding != nullptr)
         setAttribute(node, "encoding", encoding);
-    } else {
+    else
         node.remove_attribute("encoding");
-    }
     node.remove_children();
-    if (!text.empty()) {
+    if (!text.empty())
         allocated(allocated(node.append_child(pugi::node_pcdata)).set_value(text.c_str()));
-    }
 }
 
-void writeValue(pugi::xml_node node, std::u16string const& text)
+void writeValue(pugi::xml_node node, const std::u16string& text)
 {
     allocated(node.set_name(kValueName));
-    if (isPlainText(text)) {
+    if (isPlainText(text))
         setContent(node, utf8FromUtf16(text).value(), nullptr);
-    } else {
+    else
         setContent(node, escapedText(text), "escaped");
-    }
 }
 
-void writeValue(pugi::xml_node node, std::string const& bytes)
+void writeValue(pugi::xml_node node, const std::string& bytes)
 {
     allocated(node.set_name(kBytesName));
-    std::optional<std::u16string> const text = utf16FromUtf8(bytes);
-    if (text && isPlainText(*text)) {
+    const std::optional<std::u16string> text = utf16FromUtf8(bytes);
+    if (text && isPlainText(*text))
         setContent(node, bytes, "text");
-    } else {
+    else
         setContent(node, base64FromBytes(bytes), "base64");
-    }
 }
 
-void writeKey(pugi::xml_node node, std::u16string const& key)
+void writeKey(pugi::xml_node node, const std::u16string& key)
 {
     if (isPlainText(key)) {
         setAttribute(node, "key", utf8FromUtf16(key).value().c_str());
@@ -269,20 +249,17 @@ PreferenceDocument::ReadResult PreferenceDocument::read(std::string_view bytes)
 {
     clear();
     auto tree = std::make_unique<pugi::xml_document>();
-    if (!parseTree(bytes, *tree)) {
-        return ReadResult::Damaged;
-    }
-    std::optional<unsigned int> const major =
+    if (!parseTree(bytes, *tree))
+        return ReadResult::kDamaged;
+    const std::optional<unsigned int> major =
         majorVersion(tree->child(kRootName).attribute("version").value());
-    if (!major) {
-        return ReadResult::Damaged;
-    }
-    if (*major > kMajorVersion) {
-        return ReadResult::LaterFormat;
-    }
+    if (!major)
+        return ReadResult::kDamaged;
+    if (*major > kMajorVersion)
+        return ReadResult::kLaterFormat;
     m_tree = std::move(tree);
     indexEntries();
-    return ReadResult::Whole;
+    return ReadResult::kWhole;
 }
 
 std::string PreferenceDocument::written() const
@@ -301,15 +278,15 @@ PreferenceDocument PreferenceDocument::copy() const
     return copied;
 }
 
-PreferenceValue const* PreferenceDocument::find(std::u16string_view key) const
+const PreferenceValue* PreferenceDocument::find(std::u16string_view key) const
 {
-    auto const entry = m_entries.find(key);
+    const auto entry = m_entries.find(key);
     return entry != m_entries.end() && entry->second.value ? &*entry->second.value : nullptr;
 }
 
-void PreferenceDocument::set(std::u16string const& key, PreferenceValue value)
+void PreferenceDocument::set(const std::u16string& key, PreferenceValue value)
 {
-    auto const known = m_entries.find(key);
+    const auto known = m_entries.find(key);
     pugi::xml_node node;
     if (known != m_entries.end()) {
         node = known->second.node;
@@ -317,7 +294,7 @@ void PreferenceDocument::set(std::u16string const& key, PreferenceValue value)
         node = allocated(root().append_child(kValueName));
         writeKey(node, key);
     }
-    std::visit([&](auto const& content) { writeValue(node, content); }, value);
+    std::visit([&](const auto& content) { writeValue(node, content); }, value);
     m_entries.insert_or_assign(key, Entry{node, std::move(value)});
 }
 
@@ -325,19 +302,17 @@ void PreferenceDocument::set(std::u16string const& key, PreferenceValue value)
 void PreferenceDocument::indexEntries()
 {
     m_entries.clear();
-    for (pugi::xml_node const node : root().children()) {
-        std::string_view const name = node.name();
-        if (name == kValueName || name == kBytesName) {
+    for (const pugi::xml_node node : root().children()) {
+        const std::string_view name = node.name();
+        if (name == kValueName || name == kBytesName)
             index(node);
-        }
     }
 }
 
 void PreferenceDocument::index(pugi::xml_node node)
 {
-    if (std::optional<std::u16string> key = keyOf(node)) {
+    if (std::optional<std::u16string> key = keyOf(node))
         m_entries.insert_or_assign(*std::move(key), Entry{node, valueOf(node)});
-    }
 }
 
 pugi::xml_node PreferenceDocument::root() const

@@ -18,7 +18,7 @@
 namespace preferences {
 
 // The bytes of a longer file are not read, and none is written.
-inline constexpr std::size_t kLongestFile = std::size_t{4} * 1024 * 1024;
+inline constexpr std::size_t kMaxFileLength = std::size_t{4} * 1024 * 1024;
 
 // A text in 16-bit units, or a byte string.
 using PreferenceValue = std::variant<std::u16string, std::string>;
@@ -26,9 +26,9 @@ using PreferenceValue = std::variant<std::u16string, std::string>;
 class PreferenceDocument {
 public:
     enum class ReadResult {
-        Whole,
-        Damaged, // no well-formed preference file
-        LaterFormat // of a major version that this code does not know
+        kWhole,
+        kDamaged, // no well-formed preference file
+        kLaterFormat // of a major version that this code does not know
     };
 
     // An empty document of the current version.
@@ -45,10 +45,10 @@ public:
 
     // Null when there is no such key or its value is in an unknown form. Valid until the next
     // change of the document.
-    PreferenceValue const* find(std::u16string_view key) const;
+    const PreferenceValue* find(std::u16string_view key) const;
 
     // Replaces a value where it stands, also one in an unknown form; adds a new one at the end.
-    void set(std::u16string const& key, PreferenceValue value);
+    void set(const std::u16string& key, PreferenceValue value);
 
 private:
     struct Entry {

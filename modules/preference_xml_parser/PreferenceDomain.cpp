@@ -9,34 +9,32 @@ namespace {
 // What stands on the disk.
 struct Standing {
     enum class State {
-        Whole,
-        Missing,
-        Damaged,
-        Untouchable // unreadable, too long, no file, or of a later format: not ours to replace
+        kWhole,
+        kMissing,
+        kDamaged,
+        kUntouchable // unreadable, too long, no file, or of a later format: not ours to replace
     };
 
-    State state = State::Untouchable;
+    State state = State::kUntouchable;
     PreferenceDocument document;
 };
 
-Standing look(PreferenceFile const& file)
+Standing look(const PreferenceFile& file)
 {
     Standing standing;
-    Pt::FileContent const content = file.read();
-    if (content.state == Pt::FileContent::State::Missing) {
-        standing.state = Standing::State::Missing;
-    }
-    if (content.state != Pt::FileContent::State::Read) {
+    const Pt::FileContent content = file.read();
+    if (content.state == Pt::FileContent::State::kMissing)
+        standing.state = Standing::State::kMissing;
+    if (content.state != Pt::FileContent::State::kRead)
         return standing;
-    }
     switch (standing.document.read(content.bytes)) {
-    case PreferenceDocument::ReadResult::Whole:
-        standing.state = Standing::State::Whole;
+    case PreferenceDocument::ReadResult::kWhole:
+        standing.state = Standing::State::kWhole;
         break;
-    case PreferenceDocument::ReadResult::Damaged:
-        standing.state = Standing::State::Damaged;
+    case PreferenceDocument::ReadResult::kDamaged:
+        standing.state = Standing::State::kDamaged;
         break;
-    case PreferenceDocument::ReadResult::LaterFormat:
+    case PreferenceDocument::ReadResult::kLaterFormat:
         break;
     }
     return standing;
@@ -45,82 +43,74 @@ Standing look(PreferenceFile const& file)
 // A damaged file is out of the way afterwards, or untouchable.
 // Requires: the lock is held, since another process may have put a good file in the place of the
 // damaged one that was seen before.
-Standing lookAndPutAsideDamage(PreferenceFile const& file)
+Standing lookAndPutAsideDamage(const PreferenceFile& file)
 {
     Standing standing = look(file);
-    if (standing.state == Standing::State::Damaged) {
-        standing.state = file.putAside() ? Standing::State::Missing : Standing::State::Untouchable;
+    if (standing.state == Standing::State::kDamaged) {
+        standing.state =
+            file.putAside() ? Standing::State::kMissing : Standing::State::kUntouchable;
     }
     return standing;
 }
 
 } // namespace
 
-bool PreferenceDomain::load(PreferenceFile const& file)
+bool PreferenceDomain::load(const PreferenceFile& file)
 {
     m_saved = PreferenceDocument();
     m_changes.clear();
     Standing standing = look(file);
-    if (standing.state == Standing::State::Damaged) {
-        std::optional<Pt::FileLock> const lock = file.lock();
-        if (!lock) {
+    if (standing.state == Standing::State::kDamaged) {
+        const std::optional<Pt::FileLock> lock = file.lock();
+        if (!lock)
             return false;
-        }
         standing = lookAndPutAsideDamage(file);
     }
-    if (standing.state != Standing::State::Whole) {
+    if (standing.state != Standing::State::kWhole)
         return false;
-    }
     m_saved = std::move(standing.document);
     return true;
 }
 
-bool PreferenceDomain::save(PreferenceFile const& file)
+bool PreferenceDomain::save(const PreferenceFile& file)
 {
-    std::optional<Pt::FileLock> const lock = file.lock();
-    if (!lock) {
+    const std::optional<Pt::FileLock> lock = file.lock();
+    if (!lock)
         return false;
-    }
     Standing standing = lookAndPutAsideDamage(file);
-    bool const whole = standing.state == Standing::State::Whole;
-    if (!whole && standing.state != Standing::State::Missing) {
+    const bool whole = standing.state == Standing::State::kWhole;
+    if (!whole && standing.state != Standing::State::kMissing)
         return false;
-    }
     // With the file gone, what this process knows of it is all there is.
     PreferenceDocument merged = whole ? std::move(standing.document) : m_saved.copy();
-    for (auto const& [key, value] : m_changes) {
+    for (const auto& [key, value] : m_changes)
         merged.set(key, value);
-    }
     if (!whole || !m_changes.empty()) {
-        std::string const bytes = merged.written();
-        if (bytes.size() > kLongestFile || !file.write(bytes)) {
+        const std::string bytes = merged.written();
+        if (bytes.size() > kMaxFileLength || !file.write(bytes))
             return false;
-        }
     }
     m_saved = std::move(merged);
     m_changes.clear();
     return true;
 }
 
-PreferenceValue const* PreferenceDomain::find(std::u16string_view key) const
+const PreferenceValue* PreferenceDomain::find(std::u16string_view key) const
 {
-    for (auto const& [changedKey, value] : m_changes) {
-        if (changedKey == key) {
+    for (const auto& [changedKey, value] : m_changes)
+        if (changedKey == key)
             return &value;
-        }
-    }
     return m_saved.find(key);
 }
 
-void PreferenceDomain::set(std::u16string const& key, PreferenceValue value)
+void PreferenceDomain::set(const std::u16string& key, PreferenceValue value)
 {
-    auto const change = findChange(key);
-    PreferenceValue const* const saved = m_saved.find(key);
-    bool const asSaved = saved != nullptr && *saved == value;
+    const auto change = findChange(key);
+    const PreferenceValue* const saved = m_saved.find(key);
+    const bool asSaved = saved != nullptr && *saved == value;
     if (change == m_changes.end()) {
-        if (!asSaved) {
+        if (!asSaved)
             m_changes.emplace_back(key, std::move(value));
-        }
     } else if (asSaved) {
         m_changes.erase(change);
     } else {
@@ -131,7 +121,7 @@ void PreferenceDomain::set(std::u16string const& key, PreferenceValue value)
 std::vector<PreferenceDomain::Change>::iterator PreferenceDomain::findChange(
     std::u16string_view key)
 {
-    return std::find_if(m_changes.begin(), m_changes.end(), [&](Change const& change) {
+    return std::find_if(m_changes.begin(), m_changes.end(), [&](const Change& change) {
         return change.first == key;
     });
 }

@@ -19,18 +19,18 @@ namespace preferences {
 class PreferenceDomain {
 public:
     // False leaves the domain empty. A damaged file is put aside.
-    bool load(PreferenceFile const& file);
+    bool load(const PreferenceFile& file);
 
     // False leaves the changes standing, so that a later save can write them. A damaged file is
     // put aside and replaced; a file that cannot be read or understood is left alone, with false.
-    bool save(PreferenceFile const& file);
+    bool save(const PreferenceFile& file);
 
     // Null when there is no such key. Valid until the next change, load or save.
-    PreferenceValue const* find(std::u16string_view key) const;
+    const PreferenceValue* find(std::u16string_view key) const;
 
     // Setting what the file already held is no change: so two programs that each write all their
     // keys, as programs do, do not undo each other's changes.
-    void set(std::u16string const& key, PreferenceValue value);
+    void set(const std::u16string& key, PreferenceValue value);
 
 private:
     using Change = std::pair<std::u16string, PreferenceValue>;

@@ -15,16 +15,16 @@ constexpr unsigned int kFolderMode = 0700;
 constexpr unsigned int kFileMode = 0600;
 
 constexpr std::chrono::milliseconds kLockPatience{5000};
-constexpr int kMostDamagedFiles = 999;
+constexpr int kMaxDamagedFiles = 999;
 
 } // namespace
 
-bool makeStoreFolder(std::string const& folder)
+bool makeStoreFolder(const std::string& folder)
 {
     return !Pt::makeFolders(folder, kFolderMode);
 }
 
-PreferenceFile::PreferenceFile(std::string const& folder, int domain)
+PreferenceFile::PreferenceFile(const std::string& folder, int domain)
     : m_folder(folder)
     , m_base(folder + "/preferences-" + std::to_string(domain))
 {
@@ -32,16 +32,15 @@ PreferenceFile::PreferenceFile(std::string const& folder, int domain)
 
 std::optional<Pt::FileLock> PreferenceFile::lock() const
 {
-    if (!makeStoreFolder(m_folder)) {
+    if (!makeStoreFolder(m_folder))
         return std::nullopt;
-    }
     std::error_code error;
     return Pt::FileLock::take(m_base + ".lock", kLockPatience, error);
 }
 
 Pt::FileContent PreferenceFile::read() const
 {
-    return Pt::readFile(m_base + ".xml", kLongestFile);
+    return Pt::readFile(m_base + ".xml", kMaxFileLength);
 }
 
 bool PreferenceFile::write(std::string_view bytes) const
@@ -50,21 +49,19 @@ bool PreferenceFile::write(std::string_view bytes) const
     std::error_code error;
     if (std::filesystem::is_symlink(target, error)) {
         target = std::filesystem::canonical(target, error).string();
-        if (error) {
+        if (error)
             return false;
-        }
     }
     return !Pt::writeFileAtomically(target, bytes, kFileMode);
 }
 
 bool PreferenceFile::putAside() const
 {
-    for (int number = 1; number <= kMostDamagedFiles; ++number) {
-        std::string const aside = m_base + ".damaged-" + std::to_string(number) + ".xml";
-        std::error_code const error = Pt::moveWithoutReplacing(m_base + ".xml", aside);
-        if (error != std::errc::file_exists) {
+    for (int number = 1; number <= kMaxDamagedFiles; ++number) {
+        const std::string aside = m_base + ".damaged-" + std::to_string(number) + ".xml";
+        const std::error_code error = Pt::moveWithoutReplacing(m_base + ".xml", aside);
+        if (error != std::errc::file_exists)
             return !error;
-        }
     }
     return false;
 }

@@ -13,12 +13,12 @@
 namespace preferences {
 
 // Makes the folder of a store and those above it, for the user alone; true when it is there.
-bool makeStoreFolder(std::string const& folder);
+bool makeStoreFolder(const std::string& folder);
 
 class PreferenceFile {
 public:
     // folder: an absolute path.
-    PreferenceFile(std::string const& folder, int domain);
+    PreferenceFile(const std::string& folder, int domain);
 
     // Makes the folder if it has gone. Waits up to five seconds for another holder.
     std::optional<Pt::FileLock> lock() const;

@@ -6,16 +6,14 @@
 
 namespace preferences {
 
-bool PreferenceModule::GetInterface(unsigned char const* id16, void** out)
+bool PreferenceModule::GetInterface(const unsigned char* id16, void** out)
 {
-    if (out == nullptr) {
+    if (out == nullptr)
         return false;
-    }
     *out = nullptr;
     if (id16 == nullptr
-        || !std::equal(std::begin(kIPtPreferencesID), std::end(kIPtPreferencesID), id16)) {
+        || !std::equal(std::begin(kIPtPreferencesID), std::end(kIPtPreferencesID), id16))
         return false;
-    }
     IPtPreferences* const store = new (std::nothrow) PreferenceStore(m_stores);
     *out = store;
     return store != nullptr;
@@ -29,9 +27,8 @@ void PreferenceModule::Destroy() { }
 bool PtModuleMain(void** out)
 {
     static constinit preferences::PreferenceModule module;
-    if (out == nullptr) {
+    if (out == nullptr)
         return false;
-    }
     *out = static_cast<IPtPreferencesModule*>(&module);
     return true;
 }

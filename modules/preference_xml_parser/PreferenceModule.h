@@ -11,7 +11,7 @@ namespace preferences {
 
 class PreferenceModule final : public IPtPreferencesModule {
 public:
-    bool GetInterface(unsigned char const* id16, void** out) override;
+    bool GetInterface(const unsigned char* id16, void** out) override;
     void Destroy() override;
 
 private:

@@ -30,41 +30,38 @@ bool guarded(Operation operation) noexcept
     }
 }
 
-std::u16string textFrom(unsigned short const* units, std::size_t length)
+std::u16string textFrom(const unsigned short* units, std::size_t length)
 {
     return {units, units + length};
 }
 
-std::u16string textFrom(unsigned short const* terminated)
+std::u16string textFrom(const unsigned short* terminated)
 {
     std::size_t length = 0;
-    while (terminated[length] != 0) {
+    while (terminated[length] != 0)
         ++length;
-    }
     return textFrom(terminated, length);
 }
 
 // How many units of a text fit, without tearing a surrogate pair apart.
-std::size_t fittingLength(std::u16string const& text, std::size_t room)
+std::size_t fittingLength(const std::u16string& text, std::size_t room)
 {
-    if (text.size() <= room) {
+    if (text.size() <= room)
         return text.size();
-    }
-    auto const isBetween = [&](std::size_t at, char16_t from, char16_t to) {
+    const auto isBetween = [&](std::size_t at, char16_t from, char16_t to) {
         return text[at] >= from && text[at] <= to;
     };
-    bool const tornPair =
+    const bool tornPair =
         room > 0 && isBetween(room - 1, 0xd800, 0xdbff) && isBetween(room, 0xdc00, 0xdfff);
     return tornPair ? room - 1 : room;
 }
 
-std::optional<std::string> absolutePath(unsigned short const* units, int length)
+std::optional<std::string> absolutePath(const unsigned short* units, int length)
 {
-    std::optional<std::string> const path =
+    const std::optional<std::string> path =
         utf8FromUtf16(textFrom(units, static_cast<std::size_t>(length)));
-    if (!path || path->find('\0') != std::string::npos) {
+    if (!path || path->find('\0') != std::string::npos)
         return std::nullopt;
-    }
     return std::filesystem::absolute(*path).string();
 }
 
@@ -74,30 +71,26 @@ PreferenceStore::PreferenceStore(StoreChain& chain)
     : m_chain(chain)
     , m_next(chain.first)
 {
-    if (m_next != nullptr) {
+    if (m_next != nullptr)
         m_next->m_previous = this;
-    }
     m_chain.first = this;
 }
 
 PreferenceStore::~PreferenceStore()
 {
     (m_previous != nullptr ? m_previous->m_next : m_chain.first) = m_next;
-    if (m_next != nullptr) {
+    if (m_next != nullptr)
         m_next->m_previous = m_previous;
-    }
 }
 
 std::int32_t PreferenceStore::QueryInterface(long id, void** out)
 {
-    if (out == nullptr) {
+    if (out == nullptr)
         return 0;
-    }
-    bool const known = id == kStoreItself;
+    const bool known = id == kStoreItself;
     *out = known ? static_cast<IPtPreferences*>(this) : nullptr;
-    if (known) {
+    if (known)
         AddRef();
-    }
     return known ? 1 : 0;
 }
 
@@ -108,23 +101,20 @@ std::uint32_t PreferenceStore::AddRef()
 
 std::uint32_t PreferenceStore::Release()
 {
-    std::uint32_t const left = --m_references;
-    if (left == 0) {
+    const std::uint32_t left = --m_references;
+    if (left == 0)
         delete this;
-    }
     return left;
 }
 
-bool PreferenceStore::InitStore(unsigned short const* path, int pathLength)
+bool PreferenceStore::InitStore(const unsigned short* path, int pathLength)
 {
     return guarded([&] {
-        if (path == nullptr || pathLength <= 0) {
+        if (path == nullptr || pathLength <= 0)
             return false;
-        }
         std::optional<std::string> folder = absolutePath(path, pathLength);
-        if (!folder || !makeStoreFolder(*folder)) {
+        if (!folder || !makeStoreFolder(*folder))
             return false;
-        }
         m_folder = *std::move(folder);
         m_domains.clear();
         return true;
@@ -148,17 +138,15 @@ bool PreferenceStore::SaveStore(int domain)
 }
 
 bool PreferenceStore::GetValue(
-    int domain, unsigned short const* key, unsigned short* buffer, int capacity)
+    int domain, const unsigned short* key, unsigned short* buffer, int capacity)
 {
     return guarded([&] {
-        if (buffer == nullptr || capacity <= 0) {
+        if (buffer == nullptr || capacity <= 0)
             return false;
-        }
-        auto const* const text = find<std::u16string>(domain, key);
-        if (text == nullptr) {
+        const auto* const text = find<std::u16string>(domain, key);
+        if (text == nullptr)
             return false;
-        }
-        std::size_t const length = fittingLength(*text, static_cast<std::size_t>(capacity) - 1);
+        const std::size_t length = fittingLength(*text, static_cast<std::size_t>(capacity) - 1);
         std::copy_n(text->begin(), length, buffer);
         buffer[length] = 0;
         return true;
@@ -166,16 +154,14 @@ bool PreferenceStore::GetValue(
 }
 
 bool PreferenceStore::GetBytes(
-    int domain, unsigned short const* key, unsigned char** buffer, int size)
+    int domain, const unsigned short* key, unsigned char** buffer, int size)
 {
     return guarded([&] {
-        if (buffer == nullptr || *buffer == nullptr || size < 0) {
+        if (buffer == nullptr || *buffer == nullptr || size < 0)
             return false;
-        }
-        auto const* const bytes = find<std::string>(domain, key);
-        if (bytes == nullptr) {
+        const auto* const bytes = find<std::string>(domain, key);
+        if (bytes == nullptr)
             return false;
-        }
         std::copy_n(
             bytes->begin(), std::min(bytes->size(), static_cast<std::size_t>(size)), *buffer);
         return true;
@@ -183,7 +169,7 @@ bool PreferenceStore::GetBytes(
 }
 
 bool PreferenceStore::SetValue(
-    int domain, unsigned short const* key, unsigned short const* value, int length)
+    int domain, const unsigned short* key, const unsigned short* value, int length)
 {
     return guarded([&] {
         return value != nullptr && length >= 0
@@ -192,7 +178,7 @@ bool PreferenceStore::SetValue(
 }
 
 bool PreferenceStore::SetBytes(
-    int domain, unsigned short const* key, unsigned char const* bytes, int size)
+    int domain, const unsigned short* key, const unsigned char* bytes, int size)
 {
     return guarded([&] {
         return bytes != nullptr && size >= 0 && set(domain, key, std::string(bytes, bytes + size));
@@ -201,21 +187,19 @@ bool PreferenceStore::SetBytes(
 
 // Null for a domain or key that is not there, and for a value of the other kind.
 template <typename Kind>
-Kind const* PreferenceStore::find(int domain, unsigned short const* key) const
+const Kind* PreferenceStore::find(int domain, const unsigned short* key) const
 {
-    auto const held = m_domains.find(domain);
-    if (key == nullptr || held == m_domains.end()) {
+    const auto held = m_domains.find(domain);
+    if (key == nullptr || held == m_domains.end())
         return nullptr;
-    }
-    PreferenceValue const* const value = held->second.find(textFrom(key));
+    const PreferenceValue* const value = held->second.find(textFrom(key));
     return value != nullptr ? std::get_if<Kind>(value) : nullptr;
 }
 
-bool PreferenceStore::set(int domain, unsigned short const* key, PreferenceValue value)
+bool PreferenceStore::set(int domain, const unsigned short* key, PreferenceValue value)
 {
-    if (key == nullptr || !isKnownDomain(domain)) {
+    if (key == nullptr || !isKnownDomain(domain))
         return false;
-    }
     m_domains[domain].set(textFrom(key), std::move(value));
     return true;
 }

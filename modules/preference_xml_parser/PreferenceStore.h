@@ -24,29 +24,29 @@ class PreferenceStore final : public IPtPreferences {
 public:
     // The chain is borrowed and outlives the store.
     explicit PreferenceStore(StoreChain& chain);
-    PreferenceStore(PreferenceStore const&) = delete;
-    PreferenceStore& operator=(PreferenceStore const&) = delete;
+    PreferenceStore(const PreferenceStore&) = delete;
+    PreferenceStore& operator=(const PreferenceStore&) = delete;
 
     std::int32_t QueryInterface(long id, void** out) override;
     std::uint32_t AddRef() override;
     std::uint32_t Release() override;
-    bool InitStore(unsigned short const* path, int pathLength) override;
+    bool InitStore(const unsigned short* path, int pathLength) override;
     bool LoadStore(int domain) override;
     bool SaveStore(int domain) override;
     bool GetValue(
-        int domain, unsigned short const* key, unsigned short* buffer, int capacity) override;
-    bool GetBytes(int domain, unsigned short const* key, unsigned char** buffer, int size) override;
+        int domain, const unsigned short* key, unsigned short* buffer, int capacity) override;
+    bool GetBytes(int domain, const unsigned short* key, unsigned char** buffer, int size) override;
     bool SetValue(
-        int domain, unsigned short const* key, unsigned short const* value, int length) override;
+        int domain, const unsigned short* key, const unsigned short* value, int length) override;
     bool SetBytes(
-        int domain, unsigned short const* key, unsigned char const* bytes, int size) override;
+        int domain, const unsigned short* key, const unsigned char* bytes, int size) override;
 
 private:
     ~PreferenceStore();
 
     template <typename Kind>
-    Kind const* find(int domain, unsigned short const* key) const;
-    bool set(int domain, unsigned short const* key, PreferenceValue value);
+    const Kind* find(int domain, const unsigned short* key) const;
+    bool set(int domain, const unsigned short* key, PreferenceValue value);
 
     StoreChain& m_chain;
     PreferenceStore* m_previous = nullptr;

@@ -21,12 +21,10 @@ bool isLowSurrogate(char32_t unit)
 // The length that the first byte of a sequence announces; 0 for a byte that starts none.
 std::size_t announcedLength(unsigned char lead)
 {
-    if (lead < 0x80) {
+    if (lead < 0x80)
         return 1;
-    }
-    if (lead < 0xc2) { // continuations, and C0 and C1, which only start overlong forms
+    if (lead < 0xc2) // continuations, and C0 and C1, which only start overlong forms
         return 0;
-    }
     return lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : lead < 0xf5 ? 4 : 0;
 }
 
@@ -38,23 +36,20 @@ bool isShortestForm(char32_t character, std::size_t length)
 // Takes one character off the front of rest, which is not empty; kNoCharacter when it is invalid.
 char32_t takeUtf8(std::string_view& rest)
 {
-    auto const lead = static_cast<unsigned char>(rest.front());
-    std::size_t const length = announcedLength(lead);
-    if (length == 0 || length > rest.size()) {
+    const auto lead = static_cast<unsigned char>(rest.front());
+    const std::size_t length = announcedLength(lead);
+    if (length == 0 || length > rest.size())
         return kNoCharacter;
-    }
     char32_t character = length == 1 ? lead : lead & (0x7fU >> length);
     for (std::size_t i = 1; i < length; ++i) {
-        auto const next = static_cast<unsigned char>(rest[i]);
-        if ((next & 0xc0U) != 0x80) {
+        const auto next = static_cast<unsigned char>(rest[i]);
+        if ((next & 0xc0U) != 0x80)
             return kNoCharacter;
-        }
         character = (character << 6U) | (next & 0x3fU);
     }
-    bool const surrogate = isHighSurrogate(character) || isLowSurrogate(character);
-    if (!isShortestForm(character, length) || surrogate || character > 0x10ffff) {
+    const bool surrogate = isHighSurrogate(character) || isLowSurrogate(character);
+    if (!isShortestForm(character, length) || surrogate || character > 0x10ffff)
         return kNoCharacter;
-    }
     rest.remove_prefix(length);
     return character;
 }
@@ -62,12 +57,11 @@ char32_t takeUtf8(std::string_view& rest)
 // Takes one character, or one lone surrogate, off the front of rest, which is not empty.
 char32_t takeUtf16(std::u16string_view& rest)
 {
-    char32_t const first = rest.front();
+    const char32_t first = rest.front();
     rest.remove_prefix(1);
-    if (!isHighSurrogate(first) || rest.empty() || !isLowSurrogate(rest.front())) {
+    if (!isHighSurrogate(first) || rest.empty() || !isLowSurrogate(rest.front()))
         return first;
-    }
-    char32_t const second = rest.front();
+    const char32_t second = rest.front();
     rest.remove_prefix(1);
     return 0x10000 + ((first - 0xd800) << 10U) + (second - 0xdc00);
 }
@@ -109,16 +103,16 @@ void appendUtf16(std::u16string& out, char32_t character)
 
 bool isXmlCharacter(char32_t character)
 {
-    bool const blank = character == '\t' || character == '\n' || character == '\r';
+    const bool blank = character == '\t' || character == '\n' || character == '\r';
     return blank || (character >= 0x20 && character != 0xfffe && character != 0xffff);
 }
 
 // U+0085, U+2028 and U+2029 end lines for some readers; U+FEFF is taken for a byte order mark.
 bool isPlainCharacter(char32_t character)
 {
-    bool const control = character < 0x20 || (character >= 0x7f && character < 0xa0);
-    bool const surrogate = isHighSurrogate(character) || isLowSurrogate(character);
-    bool const lineEnd = character == 0x2028 || character == 0x2029;
+    const bool control = character < 0x20 || (character >= 0x7f && character < 0xa0);
+    const bool surrogate = isHighSurrogate(character) || isLowSurrogate(character);
+    const bool lineEnd = character == 0x2028 || character == 0x2029;
     return !control && !surrogate && !lineEnd && character != 0xfeff && isXmlCharacter(character);
 }
 
@@ -134,12 +128,10 @@ void appendEscape(std::string& out, char32_t unit)
 
 int hexDigit(char digit)
 {
-    if (digit >= '0' && digit <= '9') {
+    if (digit >= '0' && digit <= '9')
         return digit - '0';
-    }
-    if (digit >= 'a' && digit <= 'f') {
+    if (digit >= 'a' && digit <= 'f')
         return digit - 'a' + 10;
-    }
     return digit >= 'A' && digit <= 'F' ? digit - 'A' + 10 : -1;
 }
 
@@ -150,15 +142,13 @@ char32_t takeEscape(std::string_view& rest)
         rest.remove_prefix(1);
         return U'\\';
     }
-    if (rest.size() < 5 || rest.front() != 'u') {
+    if (rest.size() < 5 || rest.front() != 'u')
         return kNoCharacter;
-    }
     char32_t unit = 0;
     for (std::size_t i = 1; i < 5; ++i) {
-        int const digit = hexDigit(rest[i]);
-        if (digit < 0) {
+        const int digit = hexDigit(rest[i]);
+        if (digit < 0)
             return kNoCharacter;
-        }
         unit = unit * 16 + static_cast<char32_t>(digit);
     }
     rest.remove_prefix(5);
@@ -171,10 +161,9 @@ std::optional<std::u16string> utf16FromUtf8(std::string_view bytes)
 {
     std::u16string text;
     while (!bytes.empty()) {
-        char32_t const character = takeUtf8(bytes);
-        if (character == kNoCharacter) {
+        const char32_t character = takeUtf8(bytes);
+        if (character == kNoCharacter)
             return std::nullopt;
-        }
         appendUtf16(text, character);
     }
     return text;
@@ -184,10 +173,9 @@ std::optional<std::string> utf8FromUtf16(std::u16string_view text)
 {
     std::string bytes;
     while (!text.empty()) {
-        char32_t const character = takeUtf16(text);
-        if (isHighSurrogate(character) || isLowSurrogate(character)) {
+        const char32_t character = takeUtf16(text);
+        if (isHighSurrogate(character) || isLowSurrogate(character))
             return std::nullopt;
-        }
         appendUtf8(bytes, character);
     }
     return bytes;
@@ -196,24 +184,20 @@ std::optional<std::string> utf8FromUtf16(std::u16string_view text)
 bool isXmlText(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        char32_t const character = takeUtf8(bytes);
-        if (character == kNoCharacter || !isXmlCharacter(character)) {
+        const char32_t character = takeUtf8(bytes);
+        if (character == kNoCharacter || !isXmlCharacter(character))
             return false;
-        }
     }
     return true;
 }
 
 bool isPlainText(std::u16string_view text)
 {
-    if (!text.empty() && (text.front() == u' ' || text.back() == u' ')) {
+    if (!text.empty() && (text.front() == u' ' || text.back() == u' '))
         return false;
-    }
-    while (!text.empty()) {
-        if (!isPlainCharacter(takeUtf16(text))) {
+    while (!text.empty())
+        if (!isPlainCharacter(takeUtf16(text)))
             return false;
-        }
-    }
     return true;
 }
 
@@ -222,15 +206,14 @@ std::string escapedText(std::u16string_view text)
     std::string bytes;
     bool first = true;
     while (!text.empty()) {
-        char32_t const character = takeUtf16(text);
-        bool const outerSpace = character == U' ' && (first || text.empty());
-        if (character == U'\\') {
+        const char32_t character = takeUtf16(text);
+        const bool outerSpace = character == U' ' && (first || text.empty());
+        if (character == U'\\')
             bytes += "\\\\";
-        } else if (outerSpace || !isPlainCharacter(character)) {
+        else if (outerSpace || !isPlainCharacter(character))
             appendEscape(bytes, character); // never above U+FFFF: all pairs are plain
-        } else {
+        else
             appendUtf8(bytes, character);
-        }
         first = false;
     }
     return bytes;
@@ -241,12 +224,10 @@ std::optional<std::u16string> unescapedText(std::string_view bytes)
     std::u16string text;
     while (!bytes.empty()) {
         char32_t character = takeUtf8(bytes);
-        if (character == U'\\') {
+        if (character == U'\\')
             character = takeEscape(bytes);
-        }
-        if (character == kNoCharacter) {
+        if (character == kNoCharacter)
             return std::nullopt;
-        }
         appendUtf16(text, character);
     }
     return text;

@@ -82,9 +82,8 @@ protected:
         for (const auto& [name, content] : filesIn(folder)) {
             const bool isWorkInProgress = name.rfind(".mfx", 0) == 0;
             const bool isProbe = folder == backup() && content.empty();
-            if (!isWorkInProgress && !isProbe) {
+            if (!isWorkInProgress && !isProbe)
                 EXPECT_TRUE(content == m_contents.at(name)) << name << ' ' << when;
-            }
         }
     }
 
@@ -223,11 +222,9 @@ TEST_F(DownloadFaultTest, EndsCleanlyWhenTheDiskFillsUpInTheMiddle)
     EXPECT_GT(result.summary()["failed"], 0);
     expectWholeFiles(target(), "disk full");
     expectNoLeftovers();
-    for (const Json& item : result.events("item")) {
-        if (item["status"] == "failed") {
+    for (const Json& item : result.events("item"))
+        if (item["status"] == "failed")
             EXPECT_TRUE(fs::exists(card() / "DCIM/100MFX" / item["name"].get<std::string>()));
-        }
-    }
 }
 
 TEST_F(DownloadFaultTest, SavesTheRestWhenTheBackupDiskFillsUp)

@@ -59,10 +59,9 @@ std::vector<Json> RunResult::events() const
 std::vector<Json> RunResult::events(const std::string& kind) const
 {
     std::vector<Json> some;
-    for (const Json& event : events()) {
+    for (const Json& event : events())
         if (event.value("event", "") == kind)
             some.push_back(event);
-    }
     return some;
 }
 
@@ -75,10 +74,9 @@ Json RunResult::summary() const
 
 Json RunResult::item(const std::string& deviceName) const
 {
-    for (const Json& event : events("item")) {
+    for (const Json& event : events("item"))
         if (event["name"] == deviceName)
             return event;
-    }
     ADD_FAILURE() << "no item " << deviceName << " in " << out << err;
     return Json::object();
 }
@@ -104,10 +102,9 @@ void MfxTest::SetUp()
         {"LC_ALL", "C.UTF-8"},
         {"QT_QPA_PLATFORM", "offscreen"},
         {"TMPDIR", m_root / "run"}};
-    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
         if (const char* value = std::getenv(inherited))
             m_environment[inherited] = value;
-    }
 }
 
 void MfxTest::TearDown()
@@ -227,10 +224,9 @@ std::map<std::string, std::string> MfxTest::filesIn(const fs::path& folder)
 {
     std::map<std::string, std::string> files;
     std::error_code error;
-    for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
+    for (const auto& entry : fs::recursive_directory_iterator(folder, error))
         if (entry.is_regular_file())
             files[fs::relative(entry.path(), folder).string()] = contentOf(entry.path());
-    }
     return files;
 }
 

@@ -91,10 +91,9 @@ protected:
     {
         std::map<std::string, Files> files = filesByBytes(folders);
         std::vector<std::string> missing;
-        for (const std::string& bytes : m_bytes) {
+        for (const std::string& bytes : m_bytes)
             if (files[bytes].size() < wanted)
                 missing.push_back(bytes.substr(0, 20));
-        }
         EXPECT_TRUE(missing.empty()) << missing.size() << " pictures with less than " << wanted
                                      << " copies, the first begins " << missing.front() << '\n'
                                      << when;

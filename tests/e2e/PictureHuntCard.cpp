@@ -113,10 +113,9 @@ void Filler::add(const std::string& folder, const std::string& name, bool isEmpt
     Picture picture = drawPicture(m_draw, fs::path(folder) / name);
     if (isEmpty)
         picture.bytes.clear();
-    for (const Picture& other : m_pictures) {
+    for (const Picture& other : m_pictures)
         if (other.below == picture.below)
             return;
-    }
     fs::create_directories(m_folders[0] / folder);
     writeFile(m_folders[m_pictures.size() % m_folders.size()] / picture.below, picture.bytes);
     m_pictures.push_back(std::move(picture));

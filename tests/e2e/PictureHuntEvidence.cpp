@@ -36,10 +36,9 @@ void Evidence::look(const Disk& disk)
 {
     std::error_code error;
     fs::recursive_directory_iterator entry(disk.shelf, error);
-    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error))
         if (entry->is_regular_file(error) && !entry->is_symlink(error))
             add(disk, entry->path());
-    }
 }
 
 void Evidence::add(const Disk& disk, const fs::path& path)

@@ -21,10 +21,9 @@ bool sawNothing(const RunEnd& end)
 
 bool hasSanitizerWords(const RunEnd& end)
 {
-    for (const char* words : {"Sanitizer", "runtime error:", "terminate called"}) {
+    for (const char* words : {"Sanitizer", "runtime error:", "terminate called"})
         if (end.err.find(words) != std::string::npos)
             return true;
-    }
     return false;
 }
 
@@ -114,10 +113,9 @@ void Judge::expectOrdinaryEnds()
 
 void Judge::expectNothingLost()
 {
-    for (const Picture& picture : m_situation.pictures) {
+    for (const Picture& picture : m_situation.pictures)
         if (!picture.bytes.empty() && !picture.isSpoilt && m_now.copiesOf(picture.bytes).empty())
             wrong("LOST: " + whereabouts(picture));
-    }
 }
 
 // Copies that the hunt takes after they were proven are not what the program speaks of, nor is a
@@ -236,10 +234,9 @@ void Judge::expectNoLeftovers()
     for (const Disk& disk : m_situation.world.disks()) {
         if (m_situation.card.kind == "image looked at twice" && disk.name == "card")
             continue; // read-only
-        for (const auto& entry : fs::recursive_directory_iterator(disk.shelf)) {
+        for (const auto& entry : fs::recursive_directory_iterator(disk.shelf))
             if (isLeftover(entry.path()) && !isOfOverlay(entry.path()) && !mayStay(entry.path()))
                 wrong("LEFT OVER: " + entry.path().string());
-        }
     }
 }
 

@@ -59,10 +59,9 @@ Place PlaceMaker::onDisk(const std::string& role, const std::string& kind)
 std::vector<std::string> PlaceMaker::oddities()
 {
     std::vector<std::string> options;
-    for (const char* option : {"norename2=yes", "nolink=yes", "times=zero", "removed=hidden"}) {
+    for (const char* option : {"norename2=yes", "nolink=yes", "times=zero", "removed=hidden"})
         if (m_draw.chance(25))
             options.emplace_back(option);
-    }
     return options;
 }
 
@@ -75,10 +74,10 @@ Place PlaceMaker::view(const std::string& role, const std::string& mode)
     }
     const std::vector<std::string> quiet = oddities();
     std::vector<std::string> options = quiet;
-    constexpr std::size_t kMostBytes = 2'000'000;
+    constexpr std::size_t kMaxBytes = 2'000'000;
     if (mode == "dying")
         options.push_back(
-            (role == "card" ? "reads=" : "after=") + std::to_string(m_draw.below(kMostBytes)));
+            (role == "card" ? "reads=" : "after=") + std::to_string(m_draw.below(kMaxBytes)));
     const std::size_t step = m_world.view(mode, m_world.at(role), shelves, options, quiet);
     return {mode, m_world.at(role), shelves, {step}};
 }

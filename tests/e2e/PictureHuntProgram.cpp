@@ -103,10 +103,9 @@ HuntProgram::~HuntProgram()
     signal(SIGKILL);
     if (!m_hasEnded)
         ::waitpid(m_id, &m_status, 0);
-    for (const int source : {m_outSource, m_errSource}) {
+    for (const int source : {m_outSource, m_errSource})
         if (source >= 0)
             ::close(source);
-    }
 }
 
 void HuntProgram::signal(int number) const

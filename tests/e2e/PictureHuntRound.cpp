@@ -163,10 +163,9 @@ Variables Round::variables(bool hasFault) const
         {"LC_ALL", "C.UTF-8"},
         {"QT_QPA_PLATFORM", "offscreen"},
         {"CONVERSION_LOG", root / "run/conversion"}};
-    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
         if (const char* value = std::getenv(inherited))
             variables[inherited] = value;
-    }
     if (hasFault)
         variables.insert(m_fault.begin(), m_fault.end());
     return variables;
@@ -253,10 +252,9 @@ void Round::follow(const std::vector<std::unique_ptr<HuntProgram>>& programs)
             isRunning = programs[i]->look(Milliseconds(2)) || isRunning;
         const auto since = std::chrono::duration_cast<Milliseconds>(Clock::now() - begin);
         strikeWhatIsDue(since);
-        for (const auto& program : programs) {
+        for (const auto& program : programs)
             if (program->asks() && answered.insert(program.get()).second)
                 program->answer("y\n");
-        }
         if (since > kLongEnough)
             programs.front()->signal(SIGKILL);
     }

@@ -44,10 +44,9 @@ void SituationMaker::makePlaces()
     lookTwice();
     drawTrap(maker);
     tellPlaces();
-    for (const Place* place : {&now.target, now.backup ? &*now.backup : nullptr}) {
+    for (const Place* place : {&now.target, now.backup ? &*now.backup : nullptr})
         if (place && place->isOwn && m_draw.chance(40))
             drawPriors(*place);
-    }
     fillUp();
 }
 
@@ -144,10 +143,9 @@ void SituationMaker::tellPlaces()
 
 void SituationMaker::drawPriors(const Place& place)
 {
-    for (const Picture& picture : std::vector<Picture>(m_situation.pictures)) {
+    for (const Picture& picture : std::vector<Picture>(m_situation.pictures))
         if (m_draw.chance(50))
             setBefore(place, picture);
-    }
 }
 
 // What stands under the picture's name before, with its time.

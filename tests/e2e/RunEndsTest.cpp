@@ -49,10 +49,9 @@ protected:
 
     void expectWholePictures()
     {
-        for (const fs::path& folder : {target(), backup()}) {
+        for (const fs::path& folder : {target(), backup()})
             for (const auto& [name, bytes] : filesIn(folder))
                 EXPECT_TRUE(bytes == m_originals[name]) << folder << name << bytes.size();
-        }
     }
     void expectEndedUnheard(const RunResult& result)
     {

@@ -12,29 +12,26 @@
 
 namespace {
 
-void check(std::optional<mfx::CaptureMoment> const& moment)
+void check(const std::optional<mfx::CaptureMoment>& moment)
 {
-    if (!moment) {
+    if (!moment)
         return;
-    }
     // A possible date, written out, is read as the same date.
-    if (moment->year < 1971 || mfx::parseDateText(mfx::isoText(*moment)) != moment) {
+    if (moment->year < 1971 || mfx::parseDateText(mfx::isoText(*moment)) != moment)
         std::abort();
-    }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* bytes, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     const std::string text(bytes, bytes + size);
     check(mfx::parseDateText(text));
     check(mfx::parseMovieDateText(text));
     const auto offset = mfx::parseOffset(text);
     const auto fraction = mfx::parseSubSeconds(text);
-    if (std::abs(offset.value_or(0)) > 14 * 60 || fraction.value_or(0) > 999'999'999) {
+    if (std::abs(offset.value_or(0)) > 14 * 60 || fraction.value_or(0) > 999'999'999)
         std::abort();
-    }
     std::istringstream stream(text);
     check(mfx::movieDate(stream).moment);
     stream.clear();

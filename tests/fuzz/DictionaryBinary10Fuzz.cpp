@@ -1,12 +1,12 @@
 // Any bytes behind the head of a binary dictionary of version 1.0; the first one is the selector.
 
-#include "DictionaryChecks.h"
+#include "fuzz/DictionaryChecks.h"
 #include "lexkit/private/BinaryFormId.h"
 
 #include <cstddef>
 #include <cstdint>
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size < 2)
         return 0;

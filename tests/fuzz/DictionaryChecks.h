@@ -20,23 +20,23 @@ inline std::string listing(lexkit_private::Dictionary& dictionary)
 {
     std::string list = dictionary.IsValid() ? "valid" : "invalid";
     while (dictionary.HasMoreItem()) {
-        auto const* const entry =
+        const auto* const entry =
             static_cast<lexkit_private::DictionaryEntry*>(dictionary.NextItem());
-        lexkit_private::UnicodeRun const& value = entry->GetValue();
+        const lexkit_private::UnicodeRun& value = entry->GetValue();
         list += '\n' + std::to_string(entry->GetLength()) + ':';
-        list.append(reinterpret_cast<char const*>(entry->GetData()), entry->GetLength());
+        list.append(reinterpret_cast<const char*>(entry->GetData()), entry->GetLength());
         list += std::to_string(value.GetByteLength()) + ':';
-        list.append(reinterpret_cast<char const*>(value.GetData()), value.GetByteLength());
+        list.append(reinterpret_cast<const char*>(value.GetData()), value.GetByteLength());
     }
     return list;
 }
 
-inline void readBlock(lexkit_private::Dictionary& dictionary, std::string const& bytes)
+inline void readBlock(lexkit_private::Dictionary& dictionary, const std::string& bytes)
 {
     dictionary.Read(bytes.data(), static_cast<int>(bytes.size()), false);
 }
 
-inline void readStream(lexkit_private::Dictionary& dictionary, std::string const& bytes)
+inline void readStream(lexkit_private::Dictionary& dictionary, const std::string& bytes)
 {
     std::istringstream stream(bytes);
     dictionary.Read(&stream);
@@ -44,13 +44,13 @@ inline void readStream(lexkit_private::Dictionary& dictionary, std::string const
 
 // A block and a stream of the same bytes give the same dictionary; it can be written, and what it
 // wrote can be read. Gives the listing.
-inline std::string checkBinary(std::string const& bytes)
+inline std::string checkBinary(const std::string& bytes)
 {
     lexkit_private::Dictionary fromBlock;
     lexkit_private::Dictionary fromStream;
     readBlock(fromBlock, bytes);
     readStream(fromStream, bytes);
-    std::string const list = listing(fromBlock);
+    const std::string list = listing(fromBlock);
     require(list == listing(fromStream));
     std::ostringstream compiled;
     fromBlock.Compile(compiled, nullptr);

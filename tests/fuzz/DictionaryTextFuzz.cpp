@@ -1,24 +1,24 @@
 // Any bytes as a dictionary file, mostly in text form.
 
-#include "DictionaryChecks.h"
+#include "fuzz/DictionaryChecks.h"
 
 #include <cstddef>
 #include <cstdint>
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    std::string const bytes(data, data + size);
+    const std::string bytes(data, data + size);
     lexkit_private::Dictionary dictionary;
     fuzz::readBlock(dictionary, bytes);
     // No key is there twice, and each is found.
-    bool const isBinary = bytes.starts_with("ZString Binary Format");
+    const bool isBinary = bytes.starts_with("ZString Binary Format");
     while (!isBinary && dictionary.HasMoreItem()) {
         auto* const entry = static_cast<lexkit_private::DictionaryEntry*>(dictionary.NextItem());
         fuzz::require(dictionary.Find(*entry) == entry);
     }
     lexkit_private::Dictionary fromStream;
     fuzz::readStream(fromStream, bytes);
-    bool const hasMark = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
+    const bool hasMark = bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
     if (!hasMark && !isBinary && size >= 2)
         fuzz::require(fuzz::listing(dictionary) == fuzz::listing(fromStream));
     std::ostringstream text;

@@ -20,7 +20,7 @@ struct Line {
     SoString value;
     bool hasChildren = false;
 
-    char const* read(char const* text)
+    const char* read(const char* text)
     {
         return parseInfoLine(text, path, label, value, hasChildren);
     }
@@ -38,7 +38,7 @@ void require(bool condition)
         std::abort();
 }
 
-void checkField(SoString const& field, bool mayBeEmpty)
+void checkField(const SoString& field, bool mayBeEmpty)
 {
     require(mayBeEmpty || !field.isEmpty());
     require(field.view().find_first_of(";\n") == std::string_view::npos);
@@ -46,19 +46,19 @@ void checkField(SoString const& field, bool mayBeEmpty)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    std::string const text(data, data + size);
-    char const* const end = text.c_str() + std::string_view(text.c_str()).size();
+    const std::string text(data, data + size);
+    const char* const end = text.c_str() + std::string_view(text.c_str()).size();
     Line line;
-    char const* at = text.c_str();
-    while (char const* const next = line.read(at)) {
+    const char* at = text.c_str();
+    while (const char* const next = line.read(at)) {
         require(next > at && next <= end && (next == end || next[-1] == '\n'));
         checkField(line.path, false);
         checkField(line.label, false);
         checkField(line.value, true);
         Line again;
-        std::string const written = line.written();
+        const std::string written = line.written();
         require(again.read(written.c_str()) == written.c_str() + written.size());
         require(again.written() == written);
         require(std::string_view(at).starts_with(written.substr(0, written.size() - 2)));

@@ -1,6 +1,6 @@
 // Any bytes as a literal of a program, and as the units of a value and of a text for users.
 
-#include "DictionaryChecks.h"
+#include "fuzz/DictionaryChecks.h"
 #include "lexkit/private/DictionaryLine.h"
 #include "lexkit/private/ZString.h"
 
@@ -16,36 +16,36 @@ using lexkit_private::DictionaryEntry;
 using lexkit_private::UnicodeRun;
 using Units = std::vector<unsigned short>;
 
-void checkLiteral(std::string const& literal)
+void checkLiteral(const std::string& literal)
 {
     lexkit_private::Dictionary dictionary;
-    lexkit::EncodingInfo const utf8(lexkit::EncodingInfo::kUTF8);
-    UnicodeRun const plain = dictionary.Lookup(literal.c_str(), nullptr);
-    UnicodeRun const decoded = dictionary.Lookup(literal.c_str(), &utf8);
+    const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
+    const UnicodeRun plain = dictionary.Lookup(literal.c_str(), nullptr);
+    const UnicodeRun decoded = dictionary.Lookup(literal.c_str(), &utf8);
     fuzz::require(plain.GetLength() <= literal.size() && decoded.GetLength() <= literal.size());
     fuzz::require(!dictionary.HasKey(literal.c_str(), nullptr));
 }
 
-void checkEscapes(Units const& text)
+void checkEscapes(const Units& text)
 {
-    UnicodeRun const value = DictionaryEntry::ConvertEscapeSequences(text.data(), text.size());
+    const UnicodeRun value = DictionaryEntry::ConvertEscapeSequences(text.data(), text.size());
     fuzz::require(value.GetLength() <= text.size());
     unsigned long length = text.size();
-    auto const escaped = lexkit_private::do_escapes(text.data(), length);
+    const auto escaped = lexkit_private::do_escapes(text.data(), length);
     fuzz::require(escaped ? length > text.size() : length == text.size());
-    auto const isSpecial = [](unsigned short unit) {
+    const auto isSpecial = [](unsigned short unit) {
         return unit == u'\\' || unit == u'^' || unit == u'#';
     };
     if (std::any_of(text.begin(), text.end(), isSpecial))
         return;
     // Without a prefix of an escape, spelling and converting give the text back.
-    UnicodeRun const back =
+    const UnicodeRun back =
         DictionaryEntry::ConvertEscapeSequences(escaped ? escaped.get() : text.data(), length);
     fuzz::require(
         std::equal(text.begin(), text.end(), back.GetUnits(), back.GetUnits() + back.GetLength()));
 }
 
-void checkText(Units const& text)
+void checkText(const Units& text)
 {
     lexkit_private::ZString string(text.data(), text.size());
     lexkit_private::ZString edited = string;
@@ -57,7 +57,7 @@ void checkText(Units const& text)
     edited.RemoveExtension();
     long number = 0;
     edited.ToInteger(number);
-    lexkit::EncodingInfo const utf8(lexkit::EncodingInfo::kUTF8);
+    const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
     std::vector<char> bytes(string.BackDoorGetCStringSize(&utf8));
     string.BackDoorGetCString(bytes.data(), bytes.size(), true, &utf8);
     lexkit_private::ZString again;
@@ -67,7 +67,7 @@ void checkText(Units const& text)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     checkLiteral(std::string(data, data + size));
     Units units(size / 2);

@@ -27,10 +27,10 @@ void require(bool condition)
 }
 
 // Without the line that each writer makes anew.
-HeaderLines headersOf(Message const& message)
+HeaderLines headersOf(const Message& message)
 {
     HeaderLines lines;
-    for (auto const* header = message.headers; header != nullptr; header = header->next)
+    for (const auto* header = message.headers; header != nullptr; header = header->next)
         if (header->name != "Sender-ID")
             lines.emplace_back(header->name.view(), header->value.view());
     return lines;
@@ -43,16 +43,16 @@ bool isPlain(std::string_view name)
         && name != "Version" && name != "@QK>MD5" && name != "@QK>Digest";
 }
 
-bool isPlain(Message const& message)
+bool isPlain(const Message& message)
 {
-    HeaderLines const headers = headersOf(message);
+    const HeaderLines headers = headersOf(message);
     return message.version != "" && message.version != "1.0" && message.version != "2.0"
-        && std::all_of(headers.begin(), headers.end(), [](auto const& header) {
+        && std::all_of(headers.begin(), headers.end(), [](const auto& header) {
                return isPlain(header.first);
            });
 }
 
-void requireSame(Message const& one, Message const& other)
+void requireSame(const Message& one, const Message& other)
 {
     require(one.version == other.version && one.target == other.target);
     require(one.sender == other.sender && one.timeout == other.timeout);
@@ -66,7 +66,7 @@ void requireSame(Message const& one, Message const& other)
     require(headersOf(one) == headers);
 }
 
-void checkOnceMore(Message const& message)
+void checkOnceMore(const Message& message)
 {
     SoString text;
     if (!message.writeToString(text)) {
@@ -75,15 +75,15 @@ void checkOnceMore(Message const& message)
         return;
     }
     Message again;
-    char const* const end = text.get() + text.length();
-    char const* const rest = again.readFromString(text.get(), end);
+    const char* const end = text.get() + text.length();
+    const char* const rest = again.readFromString(text.get(), end);
     if (!isPlain(message))
         return;
     require(rest == end && !again.isRejected());
     requireSame(message, again);
 }
 
-void checkDescriptions(Message const& message)
+void checkDescriptions(const Message& message)
 {
     SoString log;
     require(message.logToString("label", log, true) && log.view().starts_with("QK label---"));
@@ -100,13 +100,13 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    char const* at = reinterpret_cast<char const*>(data);
-    char const* const end = at + size;
+    const char* at = reinterpret_cast<const char*>(data);
+    const char* const end = at + size;
     for (;;) {
         Message message;
-        char const* const next = message.readFromString(at, end);
+        const char* const next = message.readFromString(at, end);
         require(next >= at && next <= end);
         require(message.body.length() <= next - at);
         require(message.timestamp >= 0);

@@ -23,12 +23,11 @@ bool isDelimiter(char c)
 std::string wordsOf(std::string_view text)
 {
     std::string words;
-    for (char const c : text) {
+    for (const char c : text)
         if (!isDelimiter(c))
             words += c;
         else if (!words.empty() && words.back() != ' ')
             words += ' ';
-    }
     if (!words.empty() && words.back() != ' ')
         words += ' ';
     return words;
@@ -36,9 +35,9 @@ std::string wordsOf(std::string_view text)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    SoString const text(std::string_view(reinterpret_cast<char const*>(data), size));
+    const SoString text(std::string_view(reinterpret_cast<const char*>(data), size));
     SoVector<SoString> words;
     if (ScObjects::TevoroTalkUtils::parseOptions(text, words) != words.length())
         std::abort();

@@ -42,7 +42,7 @@ void require(bool condition)
 // The lowest number that is free.
 int nextDescriptor()
 {
-    int const number = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+    const int number = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
     require(number != -1);
     ::close(number);
     return number;
@@ -59,7 +59,7 @@ Pt::Descriptor memoryFile(std::string_view content, unsigned int seals)
     return file;
 }
 
-bool send(int socket, std::string_view packet, std::vector<int> const& descriptors)
+bool send(int socket, std::string_view packet, const std::vector<int>& descriptors)
 {
     iovec part = {const_cast<char*>(packet.data()), packet.size()};
     alignas(cmsghdr) std::array<char, CMSG_SPACE(2 * sizeof(int))> control = {};
@@ -67,7 +67,7 @@ bool send(int socket, std::string_view packet, std::vector<int> const& descripto
     message.msg_iov = &part;
     message.msg_iovlen = 1;
     if (!descriptors.empty()) {
-        std::size_t const size = descriptors.size() * sizeof(int);
+        const std::size_t size = descriptors.size() * sizeof(int);
         message.msg_control = control.data();
         message.msg_controllen = CMSG_SPACE(size);
         cmsghdr* const rights = CMSG_FIRSTHDR(&message);
@@ -102,7 +102,7 @@ struct Packet {
     // The length that the packet says.
     std::optional<std::uint64_t> length() const
     {
-        std::string const packet = bytes();
+        const std::string packet = bytes();
         std::uint64_t result = 0;
         if (packet.size() != sizeof result)
             return std::nullopt;
@@ -114,7 +114,7 @@ struct Packet {
     {
         if (kind() == 0)
             return content.size() > kRoom ? Outcome::kDropped : Outcome::kText;
-        bool const holds =
+        const bool holds =
             kind() == 1 && seals() == 15 && !content.empty() && length() == content.size();
         return holds ? Outcome::kText : Outcome::kDropped;
     }
@@ -127,15 +127,15 @@ std::optional<Packet> nextPacket(std::string_view& input)
         return std::nullopt;
     Packet packet;
     packet.head = static_cast<unsigned char>(input[0]);
-    std::size_t const length = static_cast<unsigned char>(input[1]) * std::size_t{2};
+    const std::size_t length = static_cast<unsigned char>(input[1]) * std::size_t{2};
     packet.content = input.substr(2, length);
     input.remove_prefix(2 + packet.content.size());
     return packet;
 }
 
-void deliver(int socket, Packet const& packet)
+void deliver(int socket, const Packet& packet)
 {
-    std::string const bytes = packet.bytes();
+    const std::string bytes = packet.bytes();
     std::vector<Pt::Descriptor> files;
     if (packet.kind() == 1 || packet.kind() == 2)
         files.push_back(memoryFile(packet.content, packet.seals()));
@@ -145,10 +145,10 @@ void deliver(int socket, Packet const& packet)
         int ends[2] = {};
         require(::pipe2(ends, O_CLOEXEC) == 0);
         files.emplace_back(ends[0]);
-        Pt::Descriptor const other(ends[1]);
+        const Pt::Descriptor other(ends[1]);
     }
     std::vector<int> numbers;
-    for (Pt::Descriptor const& file : files)
+    for (const Pt::Descriptor& file : files)
         numbers.push_back(file.get());
     require(send(socket, bytes, numbers));
 }
@@ -157,14 +157,14 @@ void check(std::string_view input)
 {
     int ends[2] = {};
     require(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0);
-    Pt::Descriptor const ours(ends[0]);
-    Pt::Descriptor const theirs(ends[1]);
+    const Pt::Descriptor ours(ends[0]);
+    const Pt::Descriptor theirs(ends[1]);
     Pt::PacketReader reader(kRoom);
-    while (auto const packet = nextPacket(input)) {
+    while (const auto packet = nextPacket(input)) {
         if (packet->bytes().empty()) // ends the connection
             continue;
         deliver(theirs.get(), *packet);
-        Outcome const outcome = reader.read(ours.get());
+        const Outcome outcome = reader.read(ours.get());
         require(outcome == packet->expected());
         if (outcome == Outcome::kText) {
             require(std::string_view(reader.text(), reader.size()) == packet->content);
@@ -177,10 +177,10 @@ void check(std::string_view input)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    int const before = nextDescriptor();
-    check({reinterpret_cast<char const*>(data), size});
+    const int before = nextDescriptor();
+    check({reinterpret_cast<const char*>(data), size});
     require(nextDescriptor() == before);
     return 0;
 }

@@ -17,16 +17,15 @@ namespace {
 
 void require(bool condition)
 {
-    if (!condition) {
+    if (!condition)
         std::abort();
-    }
 }
 
 bool sameValue(
-    PreferenceDocument const& one, PreferenceDocument const& other, std::u16string const& key)
+    const PreferenceDocument& one, const PreferenceDocument& other, const std::u16string& key)
 {
-    PreferenceValue const* const first = one.find(key);
-    PreferenceValue const* const second = other.find(key);
+    const PreferenceValue* const first = one.find(key);
+    const PreferenceValue* const second = other.find(key);
     return first == nullptr ? second == nullptr : second != nullptr && *first == *second;
 }
 
@@ -35,15 +34,15 @@ void checkAnyValue(PreferenceDocument& document, std::string_view bytes)
 {
     std::u16string text;
     for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
-        unsigned int const low = static_cast<unsigned char>(bytes[at]);
-        unsigned int const high = static_cast<unsigned char>(bytes[at + 1]);
+        const unsigned int low = static_cast<unsigned char>(bytes[at]);
+        const unsigned int high = static_cast<unsigned char>(bytes[at + 1]);
         text.push_back(static_cast<char16_t>(low | (high << 8U)));
     }
-    std::u16string const bytesKey = text + u"#";
+    const std::u16string bytesKey = text + u"#";
     document.set(text, text);
     document.set(bytesKey, std::string(bytes));
     PreferenceDocument again;
-    require(again.read(document.written()) == PreferenceDocument::ReadResult::Whole);
+    require(again.read(document.written()) == PreferenceDocument::ReadResult::kWhole);
     require(sameValue(document, again, text) && sameValue(document, again, bytesKey));
     require(std::get<std::u16string>(*again.find(text)) == text);
     require(std::get<std::string>(*again.find(bytesKey)) == bytes);
@@ -51,18 +50,17 @@ void checkAnyValue(PreferenceDocument& document, std::string_view bytes)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    std::string_view const bytes(reinterpret_cast<char const*>(data), size);
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     PreferenceDocument document;
-    if (document.read(bytes) == PreferenceDocument::ReadResult::Whole) {
-        std::string const written = document.written();
+    if (document.read(bytes) == PreferenceDocument::ReadResult::kWhole) {
+        const std::string written = document.written();
         PreferenceDocument again;
-        require(again.read(written) == PreferenceDocument::ReadResult::Whole);
+        require(again.read(written) == PreferenceDocument::ReadResult::kWhole);
         require(again.written() == written);
-        for (auto const* const key : {u"", u"a", u"Location", u"Raw", u"a\tb"}) {
+        for (const auto* const key : {u"", u"a", u"Location", u"Raw", u"a\tb"})
             require(sameValue(document, again, key));
-        }
     }
     checkAnyValue(document, bytes);
     return 0;

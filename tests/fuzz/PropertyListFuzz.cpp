@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string_view bytes(reinterpret_cast<char const*>(data), size);
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
     const auto text = Pt::propertyListText(bytes, "AppPreferenceID");
     // Wrapped in a list that is well made, whatever was found before is found again.
     if (text && text->find_first_of("<&]\r") == std::string::npos && !text->empty()

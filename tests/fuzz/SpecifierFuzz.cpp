@@ -24,10 +24,10 @@ void require(bool condition)
         std::abort();
 }
 
-std::vector<std::string> partsOf(Specifier const& specifier)
+std::vector<std::string> partsOf(const Specifier& specifier)
 {
     std::vector<std::string> parts;
-    for (SoString const& part : {specifier.appName(),
+    for (const SoString& part : {specifier.appName(),
              specifier.instance(),
              specifier.version(),
              specifier.locale(),
@@ -39,32 +39,31 @@ std::vector<std::string> partsOf(Specifier const& specifier)
 std::vector<std::string> linesOf(std::string_view text)
 {
     std::vector<std::string> lines(1);
-    for (char const c : text) {
+    for (const char c : text)
         if (c == '\n')
             lines.emplace_back();
         else if (c != '\0')
             lines.back() += c;
-    }
     return lines;
 }
 
-void checkParts(std::string const& text)
+void checkParts(const std::string& text)
 {
-    Specifier const read(text.c_str(), false);
+    const Specifier read(text.c_str(), false);
     require(read.isEmpty() == (text.empty() || text.size() > 255));
     require(read.lowercase() == read);
     Specifier built(text.c_str(), false);
     require(built.setSuffix(read.suffix()));
     require(partsOf(built) == partsOf(read));
     require(built.length() <= read.length());
-    SoString const version = read.version();
+    const SoString version = read.version();
     require(version.isEmpty() || (version.get()[0] >= '0' && version.get()[0] <= '9'));
 }
 
-void checkCompletion(std::string const& text)
+void checkCompletion(const std::string& text)
 {
-    Specifier const read(text.c_str(), false);
-    for (bool const usePreferred : {false, true}) {
+    const Specifier read(text.c_str(), false);
+    for (const bool usePreferred : {false, true}) {
         Specifier whole(text.c_str(), false);
         whole.fixUp(usePreferred);
         require(whole.appName() == read.appName());
@@ -75,9 +74,9 @@ void checkCompletion(std::string const& text)
 }
 
 // A refused change is none.
-void checkChanges(std::string const& text, std::string const& value)
+void checkChanges(const std::string& text, const std::string& value)
 {
-    Specifier const read(text.c_str(), false);
+    const Specifier read(text.c_str(), false);
     Specifier version(text.c_str(), false);
     Specifier locale(text.c_str(), false);
     require(version.setVersion(value.c_str()) || version == read);
@@ -98,11 +97,11 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     auto* const registry = dynamic_cast<test::TestRegistry*>(ScObjects::TevoroTalkConnector::get());
-    auto lines = linesOf({reinterpret_cast<char const*>(data), size});
-    std::string const text = lines.front();
+    auto lines = linesOf({reinterpret_cast<const char*>(data), size});
+    const std::string text = lines.front();
     lines.erase(lines.begin());
     if (lines.size() > 16) // each walk completes each entry
         lines.resize(16);

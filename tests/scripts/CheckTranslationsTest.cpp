@@ -47,15 +47,15 @@ protected:
         writeGerman(test::utf16(kGerman));
     }
 
-    void writeGerman(std::string const& bytes)
+    void writeGerman(const std::string& bytes)
     {
         m_tree.write(ScriptTree::dictionary("de_de"), bytes);
     }
 
     // There is this one fault and no other.
-    void expectFault(std::string const& what) const
+    void expectFault(const std::string& what) const
     {
-        test::ScriptEnd const end = m_tree.run("check-translations");
+        const test::ScriptEnd end = m_tree.run("check-translations");
         EXPECT_EQ(end.code, 1);
         EXPECT_THAT(end.err, HasSubstr(what));
         EXPECT_EQ(std::count(end.err.begin(), end.err.end(), '\n'), 1) << end.err;
@@ -66,13 +66,13 @@ protected:
 };
 
 struct Fault {
-    char const* name;
-    char16_t const* right;
-    char16_t const* wrong;
-    char const* told;
+    const char* name;
+    const char16_t* right;
+    const char16_t* wrong;
+    const char* told;
 };
 
-void PrintTo(Fault const& row, std::ostream* out)
+void PrintTo(const Fault& row, std::ostream* out)
 {
     *out << row.name;
 }
@@ -125,7 +125,7 @@ constexpr Fault kFaults[] = {
 
 TEST_F(CheckTranslationsTest, FindsNoFaultWhereThereIsNone)
 {
-    test::ScriptEnd const end = m_tree.run("check-translations");
+    const test::ScriptEnd end = m_tree.run("check-translations");
     EXPECT_EQ(end.code, 0);
     EXPECT_EQ(end.err, "");
 }
@@ -133,7 +133,7 @@ TEST_F(CheckTranslationsTest, FindsNoFaultWhereThereIsNone)
 TEST_P(CheckTranslationsFaultTest, IsToldWithFileAndKey)
 {
     std::u16string text = kGerman;
-    std::u16string const right = GetParam().right;
+    const std::u16string right = GetParam().right;
     ASSERT_NE(text.find(right), text.npos);
     text.replace(text.find(right), right.size(), GetParam().wrong);
     writeGerman(test::utf16(text));
@@ -141,7 +141,7 @@ TEST_P(CheckTranslationsFaultTest, IsToldWithFileAndKey)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Faults, CheckTranslationsFaultTest, testing::ValuesIn(kFaults), [](auto const& row) {
+    Faults, CheckTranslationsFaultTest, testing::ValuesIn(kFaults), [](const auto& row) {
         return std::string(row.param.name);
     });
 
@@ -151,11 +151,11 @@ class CheckTranslationsLineTest : public CheckTranslationsTest,
 // A line that is none: its key is missing besides.
 TEST_P(CheckTranslationsLineTest, IsToldWithItsNumber)
 {
-    std::u16string const text = kGerman;
+    const std::u16string text = kGerman;
     writeGerman(test::utf16(text.substr(0, text.find(u"\"$$$/PtZ")) + GetParam() + u"\n"));
-    test::ScriptEnd const end = m_tree.run("check-translations");
+    const test::ScriptEnd end = m_tree.run("check-translations");
     EXPECT_EQ(end.code, 1);
-    std::string const file = ScriptTree::dictionary("de_de");
+    const std::string file = ScriptTree::dictionary("de_de");
     EXPECT_THAT(end.err, testing::StartsWith(file + ":14: "));
     EXPECT_THAT(end.err, testing::EndsWith(file + ": /PtZString/OK is missing\n"));
 }
@@ -177,11 +177,11 @@ INSTANTIATE_TEST_SUITE_P(Lines,
 
 TEST_F(CheckTranslationsTest, TellsOfAFileThatIsNotUtf16WithAMark)
 {
-    std::string const whole = test::utf16(kGerman);
+    const std::string whole = test::utf16(kGerman);
     std::string swapped = whole;
     for (std::size_t at = 0; at < swapped.size(); at += 2)
         std::swap(swapped[at], swapped[at + 1]);
-    for (std::string const& bytes : {whole.substr(2),
+    for (const std::string& bytes : {whole.substr(2),
              swapped,
              std::string("\"$$$/A/B=a\"\n"),
              std::string("\xEF\xBB\xBF\"$$$/A/B=a\"\n"),
@@ -207,7 +207,7 @@ TEST_F(CheckTranslationsTest, LooksAtEveryLanguage)
     m_tree.write(ScriptTree::dictionary("it_it"), test::utf16(kGerman));
     EXPECT_EQ(m_tree.run("check-translations").code, 0);
     m_tree.write(ScriptTree::dictionary("it_it"), "");
-    test::ScriptEnd const end = m_tree.run("check-translations");
+    const test::ScriptEnd end = m_tree.run("check-translations");
     EXPECT_EQ(end.code, 1);
     EXPECT_THAT(end.err, testing::StartsWith(ScriptTree::dictionary("it_it")));
 }
@@ -226,7 +226,7 @@ TEST_F(CheckTranslationsTest, SharesWithEnglishWhatTheLanguageMay)
 TEST_F(CheckTranslationsTest, TellsThatTheEnglishFileIsNotUpToDate)
 {
     m_tree.write(ScriptTree::dictionary("en_us"), test::utf16(u"\"$$$/PtZString/OK=OK\"\n"));
-    test::ScriptEnd const end = m_tree.run("check-translations");
+    const test::ScriptEnd end = m_tree.run("check-translations");
     EXPECT_EQ(end.code, 1);
     EXPECT_THAT(end.err, HasSubstr("run scripts/collect-texts --write"));
     EXPECT_THAT(end.err, testing::Not(HasSubstr("de_de")));
@@ -242,19 +242,19 @@ TEST_F(CheckTranslationsTest, CannotCheckWhereTheSourcesCannotBeRead)
 
 TEST(ShippedTranslationsTest, AreWhole)
 {
-    test::TestFolder const folder;
-    test::ScriptEnd const end =
+    const test::TestFolder folder;
+    const test::ScriptEnd end =
         test::runIn(folder, "'" TEVORO_SOURCE_DIR "/scripts/check-translations'");
     EXPECT_EQ(end.code, 0) << end.err;
 }
 
 TEST(ShippedTranslationsTest, HaveNoLineThatReadersDrop)
 {
-    test::TestFolder const folder;
+    const test::TestFolder folder;
     int files = 0;
-    for (auto const& locale :
+    for (const auto& locale :
         std::filesystem::directory_iterator(TEVORO_SOURCE_DIR "/shared_assets/locales")) {
-        test::ScriptEnd const end = test::runIn(
+        const test::ScriptEnd end = test::runIn(
             folder, "'" LEXKIT "' check '" + locale.path().string() + "/MFXStrings.dct'");
         EXPECT_EQ(end.code, 0) << locale << end.out << end.err;
         ++files;

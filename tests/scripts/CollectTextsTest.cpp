@@ -16,15 +16,15 @@ using testing::Not;
 class CollectTextsTest : public testing::Test {
 protected:
     // What the script prints for this one source file.
-    std::string collected(std::string const& source)
+    std::string collected(const std::string& source)
     {
         m_tree.write("core/Source.cpp", source);
-        test::ScriptEnd const end = m_tree.run("collect-texts");
+        const test::ScriptEnd end = m_tree.run("collect-texts");
         EXPECT_EQ(end.code, 0) << end.err;
         return end.out;
     }
 
-    test::ScriptEnd refused(std::string const& source)
+    test::ScriptEnd refused(const std::string& source)
     {
         m_tree.write("core/Source.cpp", source);
         test::ScriptEnd end = m_tree.run("collect-texts");
@@ -37,18 +37,18 @@ protected:
 };
 
 // Each byte as an escape of three octal digits.
-std::string escaped(std::string const& text)
+std::string escaped(const std::string& text)
 {
     std::string result;
-    for (char const letter : text) {
-        auto const byte = static_cast<unsigned char>(letter);
-        for (int const shift : {6, 3, 0})
+    for (const char letter : text) {
+        const auto byte = static_cast<unsigned char>(letter);
+        for (const int shift : {6, 3, 0})
             result += (shift == 6 ? "\\" : "") + std::to_string(byte >> shift & 7);
     }
     return result;
 }
 
-std::string utf8Of(lexkit::ZString const& text)
+std::string utf8Of(const lexkit::ZString& text)
 {
     std::string bytes(text.GetCStringSize(&lexkit_test::kUTF8), '\0');
     text.GetCString(bytes.data(), bytes.size(), true, &lexkit_test::kUTF8);
@@ -56,12 +56,12 @@ std::string utf8Of(lexkit::ZString const& text)
 }
 
 struct Spelling {
-    char const* name;
-    char const* source;
-    char const* line;
+    const char* name;
+    const char* source;
+    const char* line;
 };
 
-void PrintTo(Spelling const& row, std::ostream* out)
+void PrintTo(const Spelling& row, std::ostream* out)
 {
     *out << row.name;
 }
@@ -113,7 +113,7 @@ TEST_P(CollectTextsSpellingTest, GivesTheLine)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Spellings, CollectTextsSpellingTest, testing::ValuesIn(kSpellings), [](auto const& row) {
+    Spellings, CollectTextsSpellingTest, testing::ValuesIn(kSpellings), [](const auto& row) {
         return std::string(row.param.name);
     });
 
@@ -138,7 +138,7 @@ TEST_F(CollectTextsTest, ReadsSourcesAndHeadersOfAllRoomsAndNothingElse)
     m_tree.write("modules/C.inc", R"("$$$/A/Module=c",)");
     m_tree.write("tests/core/D.cpp", R"(auto d = "$$$/A/Test=d";)");
     m_tree.write("core/notes.md", R"(auto e = "$$$/A/Page=e";)");
-    test::ScriptEnd const end = m_tree.run("collect-texts");
+    const test::ScriptEnd end = m_tree.run("collect-texts");
     EXPECT_EQ(end.out, "\"$$$/A/App=b\"\n\"$$$/A/Header=a\"\n\"$$$/A/Module=c\"\n");
     EXPECT_EQ(end.code, 0) << end.err;
 }
@@ -155,7 +155,7 @@ TEST_F(CollectTextsTest, SortsByKeyWithAnEmptyLineBetweenAreas)
 TEST_F(CollectTextsTest, NamesBothPlacesOfAKeyWithTwoTexts)
 {
     m_tree.write("apps/B.cpp", "\n\nf(\"$$$/A/B=other\");");
-    std::string const error = refused("\nf(\"$$$/A/B=one\");").err;
+    const std::string error = refused("\nf(\"$$$/A/B=one\");").err;
     EXPECT_THAT(error, HasSubstr("core/Source.cpp:2"));
     EXPECT_THAT(error, HasSubstr("apps/B.cpp:3"));
     EXPECT_THAT(error, HasSubstr("/A/B"));
@@ -175,7 +175,7 @@ TEST_F(CollectTextsTest, NamesThePlaceOfWhatItCannotRead)
 
 TEST_F(CollectTextsTest, WritesWhatAReaderTurnsBackIntoTheText)
 {
-    std::string const texts[] = {"\"quoted\" \\ back\\slash\\\\",
+    const std::string texts[] = {"\"quoted\" \\ back\\slash\\\\",
         "\\\"",
         "line\nnext\r\t\b",
         "^Q ^^ ^ ^1 ^^1 ^e ^",
@@ -184,11 +184,11 @@ TEST_F(CollectTextsTest, WritesWhatAReaderTurnsBackIntoTheText)
         "\u2028\u2029\u00A0\U0001F600",
         " blanks "};
     std::string source;
-    for (std::string const& text : texts)
+    for (const std::string& text : texts)
         source += "f(\"$$$/A/" + std::to_string(&text - texts) + "=" + escaped(text) + "\");\n";
     m_tree.write("core/Source.cpp", source);
     m_tree.write(test::ScriptTree::dictionary("en_us"), "");
-    test::ScriptEnd const end = m_tree.run("collect-texts --write");
+    const test::ScriptEnd end = m_tree.run("collect-texts --write");
     ASSERT_EQ(end.code, 0) << end.err;
 
     lexkit::Dictionary dictionary;
@@ -196,8 +196,8 @@ TEST_F(CollectTextsTest, WritesWhatAReaderTurnsBackIntoTheText)
     dictionary.Read(&file);
     EXPECT_TRUE(dictionary.IsValid());
     EXPECT_EQ(dictionary.NumKeys(), std::size(texts));
-    for (std::string const& text : texts) {
-        std::string const literal = "$$$/A/" + std::to_string(&text - texts) + "=(missing)";
+    for (const std::string& text : texts) {
+        const std::string literal = "$$$/A/" + std::to_string(&text - texts) + "=(missing)";
         EXPECT_EQ(utf8Of(dictionary.Lookup(literal.c_str(), nullptr)), text);
     }
 }
@@ -216,12 +216,12 @@ TEST_F(CollectTextsTest, ChecksWhetherTheFileIsUpToDate)
     m_tree.write("core/Source.cpp", R"(f("$$$/A/Gone=a", "$$$/A/Kept=b", "$$$/A/Other=c");)");
     m_tree.write(test::ScriptTree::dictionary("en_us"), "");
     ASSERT_EQ(m_tree.run("collect-texts --write").code, 0);
-    test::ScriptEnd const same = m_tree.run("collect-texts --check");
+    const test::ScriptEnd same = m_tree.run("collect-texts --check");
     EXPECT_EQ(same.code, 0);
     EXPECT_EQ(same.err, "");
 
     m_tree.write("core/Source.cpp", R"(f("$$$/A/Kept=b", "$$$/A/Fresh=d", "$$$/A/Other=e");)");
-    test::ScriptEnd const differs = m_tree.run("collect-texts --check");
+    const test::ScriptEnd differs = m_tree.run("collect-texts --check");
     EXPECT_EQ(differs.code, 1);
     EXPECT_THAT(differs.err, HasSubstr("/A/Gone is not used any more"));
     EXPECT_THAT(differs.err, HasSubstr("/A/Fresh is missing"));
@@ -240,7 +240,7 @@ TEST_F(CollectTextsTest, LeavesNothingBehindWhereItCannotWrite)
     m_tree.write("core/Source.cpp", R"(f("$$$/A/B=Text");)");
     std::filesystem::create_directories(m_tree.path(test::ScriptTree::dictionary("en_us")));
     EXPECT_EQ(m_tree.run("collect-texts --write").code, 3);
-    auto const entries =
+    const auto entries =
         std::filesystem::directory_iterator(m_tree.path("shared_assets/locales/en_us"));
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 1);
 }

@@ -19,11 +19,11 @@ struct ScriptEnd {
 };
 
 // The command is in words of a shell and runs in the folder, where it leaves what it said.
-inline ScriptEnd runIn(TestFolder const& folder, std::string const& command)
+inline ScriptEnd runIn(const TestFolder& folder, const std::string& command)
 {
-    std::string const line =
+    const std::string line =
         "cd '" + folder.path() + "' && LC_ALL=C " + command + " >out.txt 2>err.txt </dev/null";
-    int const status = std::system(line.c_str()); // NOLINT(cert-env33-c): a test's own words
+    const int status = std::system(line.c_str()); // NOLINT(cert-env33-c): a test's own words
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
         read(folder.path("out.txt")),
         read(folder.path("err.txt"))};
@@ -33,7 +33,7 @@ inline ScriptEnd runIn(TestFolder const& folder, std::string const& command)
 inline std::string utf16(std::u16string_view text)
 {
     std::string bytes = "\xFF\xFE";
-    for (char16_t const unit : text) {
+    for (const char16_t unit : text) {
         bytes += static_cast<char>(unit & 0xFF);
         bytes += static_cast<char>(unit >> 8);
     }
@@ -44,29 +44,29 @@ class ScriptTree {
 public:
     ScriptTree()
     {
-        for (std::string const name : {"TextDictionary.pm", "collect-texts", "check-translations"})
+        for (const std::string name : {"TextDictionary.pm", "collect-texts", "check-translations"})
             write("scripts/" + name, read(TEVORO_SOURCE_DIR "/scripts/" + name));
     }
 
-    static std::string dictionary(std::string const& locale)
+    static std::string dictionary(const std::string& locale)
     {
         return "shared_assets/locales/" + locale + "/MFXStrings.dct";
     }
 
-    void write(std::string const& name, std::string const& bytes)
+    void write(const std::string& name, const std::string& bytes)
     {
         m_folder.write(kTree + name, bytes);
     }
-    std::string path(std::string const& name) const { return m_folder.path(kTree + name); }
+    std::string path(const std::string& name) const { return m_folder.path(kTree + name); }
 
     // The name of a script and its arguments, in words of a shell.
-    ScriptEnd run(std::string const& command) const
+    ScriptEnd run(const std::string& command) const
     {
         return runIn(m_folder, "perl 'a tree/scripts/'" + command);
     }
 
 private:
-    inline static std::string const kTree = "a tree/";
+    inline static const std::string kTree = "a tree/";
 
     TestFolder m_folder;
 };

@@ -13,7 +13,7 @@ namespace {
 
 using Words = std::set<std::string>;
 
-std::string outputOf(std::string const& command)
+std::string outputOf(const std::string& command)
 {
     std::string output;
     std::FILE* const pipe = ::popen(command.c_str(), "re");
@@ -25,7 +25,7 @@ std::string outputOf(std::string const& command)
     return ::pclose(pipe) == 0 ? output : std::string();
 }
 
-Words longOptionsIn(std::string const& text)
+Words longOptionsIn(const std::string& text)
 {
     const std::regex option("--[a-z]+(-[a-z]+)*");
     Words found;
@@ -39,7 +39,7 @@ Words longOptionsIn(std::string const& text)
 Words optionsOfTheProgram()
 {
     Words found;
-    for (std::string const command : {"", "sources", "list", "download"}) {
+    for (const std::string command : {"", "sources", "list", "download"}) {
         const std::string help = outputOf(MFX " " + command + " --help");
         const std::regex row("\n  (-[^ ]+)");
         for (std::sregex_iterator at(help.begin(), help.end(), row), end; at != end; ++at)
@@ -55,7 +55,7 @@ std::string manualPage()
     return page;
 }
 
-std::string completion(std::string const& words, std::size_t place, std::string const& before = "")
+std::string completion(const std::string& words, std::size_t place, const std::string& before = "")
 {
     return outputOf("bash -c '" + before
         + "source \"" TEVORO_SOURCE_DIR "/share/bash-completion/completions/mfx\"; COMP_WORDS=("
@@ -72,7 +72,7 @@ TEST(CommandPagesTest, TheManualPageNamesEveryOptionAndNoOther)
 TEST(CommandPagesTest, TheCompletionOffersEveryOptionAndNoOther)
 {
     Words offered;
-    for (char const* const words : {"mfx --", "mfx sources --", "mfx list --"})
+    for (const char* const words : {"mfx --", "mfx sources --", "mfx list --"})
         offered.merge(longOptionsIn(completion(words, std::string(words) == "mfx --" ? 1 : 2)));
     offered.merge(longOptionsIn(completion("mfx download CARD --", 3)));
     EXPECT_EQ(offered, optionsOfTheProgram());

@@ -96,10 +96,9 @@ int Branches::rename(const std::string& from, const std::string& to, unsigned in
         if (::renameat2(AT_FDCWD, (root + from).c_str(), AT_FDCWD, (root + to).c_str(), flags) != 0)
             return -errno;
     }
-    for (const std::string& root : m_roots) {
+    for (const std::string& root : m_roots)
         if (std::find(holders.begin(), holders.end(), root) == holders.end())
             std::remove((root + to).c_str());
-    }
     return 0;
 }
 
@@ -127,14 +126,12 @@ int Branches::removeFolder(const std::string& path) const
 {
     const std::vector<std::string> places = findAll(path);
     std::error_code unused;
-    for (const std::string& place : places) {
+    for (const std::string& place : places)
         if (std::filesystem::is_directory(place) && !std::filesystem::is_empty(place, unused))
             return -ENOTEMPTY;
-    }
-    for (const std::string& place : places) {
+    for (const std::string& place : places)
         if (::rmdir(place.c_str()) != 0)
             return -errno;
-    }
     return 0;
 }
 

@@ -1,6 +1,6 @@
-#include "CardMaker.h"
+#include "support/CardMaker.h"
 
-#include "CardPictures.h"
+#include "support/CardPictures.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -23,12 +23,12 @@ ShotTime onDay(int day, std::chrono::seconds clock, int hundredths = 0)
     return {kFirstDay + std::chrono::days(day - 1) + clock, hundredths, kSummerTime};
 }
 
-[[noreturn]] void fail(std::filesystem::path const& path, std::error_code error)
+[[noreturn]] void fail(const std::filesystem::path& path, std::error_code error)
 {
     throw CardError(path.string() + ": " + error.message());
 }
 
-void makeFolderOf(std::filesystem::path const& path)
+void makeFolderOf(const std::filesystem::path& path)
 {
     std::error_code error;
     std::filesystem::create_directories(path.parent_path(), error);
@@ -36,7 +36,7 @@ void makeFolderOf(std::filesystem::path const& path)
         fail(path.parent_path(), error);
 }
 
-void requireFree(std::filesystem::path const& path)
+void requireFree(const std::filesystem::path& path)
 {
     std::error_code error;
     const auto status = std::filesystem::symlink_status(path, error);
@@ -62,22 +62,22 @@ CardMaker::CardMaker(std::filesystem::path root, std::size_t fileSize, std::uint
 {
 }
 
-void CardMaker::addPhoto(std::string const& name, ShotTime const& time) const
+void CardMaker::addPhoto(const std::string& name, const ShotTime& time) const
 {
     write(name, withCameraTags(plainPhotoBytes(m_fileSize, noiseFor(name)), time), time);
 }
 
-void CardMaker::addRaw(std::string const& name, ShotTime const& time) const
+void CardMaker::addRaw(const std::string& name, const ShotTime& time) const
 {
     write(name, rawBytes(m_fileSize, noiseFor(name), time), time);
 }
 
-void CardMaker::addMovie(std::string const& name, ShotTime const& time) const
+void CardMaker::addMovie(const std::string& name, const ShotTime& time) const
 {
     write(name, movieBytes(m_fileSize, noiseFor(name), time), time);
 }
 
-void CardMaker::addSidecar(std::string const& name, ShotTime const& time) const
+void CardMaker::addSidecar(const std::string& name, const ShotTime& time) const
 {
     write(name, sidecarBytes(), time);
 }
@@ -118,7 +118,7 @@ void CardMaker::addMany(std::size_t count) const
     }
 }
 
-void CardMaker::write(std::string const& name, std::string const& bytes, ShotTime const& time) const
+void CardMaker::write(const std::string& name, const std::string& bytes, const ShotTime& time) const
 {
     const std::filesystem::path path = m_root / name;
     makeFolderOf(path);

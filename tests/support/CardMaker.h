@@ -3,8 +3,8 @@
 // and file times. Nothing that stands there is written over. Does not keep files open; one thread.
 #pragma once
 
-#include "NoiseSource.h"
-#include "ShotTime.h"
+#include "support/NoiseSource.h"
+#include "support/ShotTime.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -26,10 +26,10 @@ public:
     CardMaker(std::filesystem::path root, std::size_t fileSize, std::uint64_t seed);
 
     // One file each, at a path below the root whose folders are made. All throw CardError.
-    void addPhoto(std::string const& name, ShotTime const& time) const;
-    void addRaw(std::string const& name, ShotTime const& time) const;
-    void addMovie(std::string const& name, ShotTime const& time) const;
-    void addSidecar(std::string const& name, ShotTime const& time) const;
+    void addPhoto(const std::string& name, const ShotTime& time) const;
+    void addRaw(const std::string& name, const ShotTime& time) const;
+    void addMovie(const std::string& name, const ShotTime& time) const;
+    void addSidecar(const std::string& name, const ShotTime& time) const;
 
     // A card with one of everything, below DCIM: three days in two folders, two of them with files
     // of one name, a burst within a second, a name with umlauts.
@@ -40,8 +40,8 @@ public:
     void addMany(std::size_t count) const;
 
 private:
-    NoiseSource noiseFor(std::string const& name) const { return {m_seed, name}; }
-    void write(std::string const& name, std::string const& bytes, ShotTime const& time) const;
+    NoiseSource noiseFor(const std::string& name) const { return {m_seed, name}; }
+    void write(const std::string& name, const std::string& bytes, const ShotTime& time) const;
 
     std::filesystem::path m_root;
     std::size_t m_fileSize;

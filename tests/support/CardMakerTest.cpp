@@ -21,10 +21,10 @@ namespace {
 constexpr std::size_t kSize = 40'000;
 
 // Paths below the root with what stands there.
-std::map<std::string, std::string> filesBelow(std::string const& root)
+std::map<std::string, std::string> filesBelow(const std::string& root)
 {
     std::map<std::string, std::string> files;
-    for (auto const& entry : std::filesystem::recursive_directory_iterator(root)) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
         if (entry.is_regular_file())
             files[entry.path().lexically_relative(root).native()] =
                 test::read(entry.path().native());
@@ -32,13 +32,13 @@ std::map<std::string, std::string> filesBelow(std::string const& root)
     return files;
 }
 
-std::string dateIn(std::string const& path)
+std::string dateIn(const std::string& path)
 {
     const mfx::CaptureDate date = mfx::ownCaptureDate(path);
     return date.moment ? mfx::isoText(*date.moment) : "none";
 }
 
-std::string modelIn(std::string const& path)
+std::string modelIn(const std::string& path)
 {
     const auto image = Exiv2::ImageFactory::open(path);
     image->readMetadata();
@@ -48,7 +48,7 @@ std::string modelIn(std::string const& path)
 class CardMakerTest : public ::testing::Test {
 protected:
     CardMaker maker(std::uint64_t seed = 1) const { return {m_folder.path(), kSize, seed}; }
-    std::string card(std::string const& name) const { return m_folder.path("DCIM/" + name); }
+    std::string card(const std::string& name) const { return m_folder.path("DCIM/" + name); }
 
     test::TestFolder m_folder;
 };
@@ -75,10 +75,10 @@ TEST_F(CardMakerTest, MakesTheBurstWithinOneSecond)
 {
     maker().addOneOfEverything();
     std::set<std::string> dates;
-    for (char const* const name : {"DSC_0005.JPG", "DSC_0006.JPG", "DSC_0007.JPG"})
+    for (const char* const name : {"DSC_0005.JPG", "DSC_0006.JPG", "DSC_0007.JPG"})
         dates.insert(dateIn(card(std::string("100MFXTM/") + name)));
     EXPECT_EQ(dates.size(), 3U);
-    for (std::string const& date : dates)
+    for (const std::string& date : dates)
         EXPECT_EQ(date.substr(0, 19), "2024-06-15T10:15:22");
 }
 
@@ -119,7 +119,7 @@ TEST_F(CardMakerTest, MakesNoTwoFilesAlike)
 {
     maker().addOneOfEverything();
     std::set<std::string> contents;
-    for (auto const& [name, bytes] : filesBelow(m_folder.path()))
+    for (const auto& [name, bytes] : filesBelow(m_folder.path()))
         EXPECT_TRUE(contents.insert(bytes).second) << name;
 }
 
@@ -162,7 +162,7 @@ TEST_F(CardMakerTest, MakesManyFilesOfExactlyOneSizeInNumberedFolders)
     EXPECT_EQ(files.count("DCIM/100MFXTM/DSC_1000.JPG"), 1U);
     EXPECT_EQ(files.count("DCIM/101MFXTM/DSC_0002.JPG"), 1U);
     std::set<std::string> contents;
-    for (auto const& [name, bytes] : files) {
+    for (const auto& [name, bytes] : files) {
         EXPECT_EQ(bytes.size(), kSize) << name;
         EXPECT_TRUE(contents.insert(bytes).second) << name;
     }
@@ -188,7 +188,7 @@ TEST_F(CardMakerTest, NamesThePlaceThatCannotBeUsed)
     try {
         maker().addOneOfEverything();
         FAIL() << "a card below a file";
-    } catch (CardError const& error) {
+    } catch (const CardError& error) {
         EXPECT_NE(std::string(error.what()).find(m_folder.path("DCIM")), std::string::npos);
     }
 }

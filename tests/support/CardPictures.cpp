@@ -1,4 +1,4 @@
-#include "CardPictures.h"
+#include "support/CardPictures.h"
 
 #include <QBuffer>
 #include <QByteArray>
@@ -21,7 +21,7 @@ namespace tests {
 namespace {
 
 constexpr int kQuality = 85;
-constexpr int kMostGrain = 255;
+constexpr int kMaxGrain = 255;
 
 std::string bigEndian(std::uint64_t value, unsigned int bytes)
 {
@@ -59,7 +59,7 @@ QImage paintSunset(QSize size, NoiseSource& noise)
 int grained(int value, std::uint64_t random, int grain)
 {
     const int offset = static_cast<int>(random & 0xffU) - 128;
-    return std::clamp(value + offset * grain / kMostGrain, 0, 255);
+    return std::clamp(value + offset * grain / kMaxGrain, 0, 255);
 }
 
 QImage withGrain(QImage image, NoiseSource noise, int grain)
@@ -76,7 +76,7 @@ QImage withGrain(QImage image, NoiseSource noise, int grain)
     return image;
 }
 
-std::string jpegBytes(QImage const& image)
+std::string jpegBytes(const QImage& image)
 {
     QByteArray bytes;
     QBuffer buffer(&bytes);
@@ -105,10 +105,10 @@ struct DirectoryEntry {
     std::string value; // in the file's order
 };
 
-std::string directoryBytes(std::vector<DirectoryEntry> const& entries)
+std::string directoryBytes(const std::vector<DirectoryEntry>& entries)
 {
     std::string bytes = littleEndian(entries.size(), 2);
-    for (DirectoryEntry const& entry : entries) {
+    for (const DirectoryEntry& entry : entries) {
         std::string value = entry.value;
         value.resize(4, '\0');
         bytes += littleEndian(entry.tag, 2) + littleEndian(entry.type, 2)
@@ -128,7 +128,7 @@ DirectoryEntry longEntry(unsigned int tag, std::uint64_t value)
 }
 
 // Sixteen bits a pixel behind a red-green-green-blue filter, in one strip after the directory.
-std::string sensorTiff(unsigned int width, unsigned int height, std::string const& values)
+std::string sensorTiff(unsigned int width, unsigned int height, const std::string& values)
 {
     constexpr unsigned int kHeadSize = 8;
     constexpr unsigned int kEntryCount = 11;
@@ -151,13 +151,13 @@ std::string sensorTiff(unsigned int width, unsigned int height, std::string cons
         + values;
 }
 
-std::string box(std::string_view type, std::string const& contents)
+std::string box(std::string_view type, const std::string& contents)
 {
     return bigEndian(contents.size() + 8, 4) + std::string(type) + contents;
 }
 
 // The movie header in its 32-bit form: nothing to play, a thousand units a second.
-std::string movieHeader(ShotTime const& time)
+std::string movieHeader(const ShotTime& time)
 {
     constexpr std::int64_t kFrom1904To1970 = 2'082'844'800;
     const auto seconds =
@@ -177,7 +177,7 @@ std::string plainPhotoBytes(std::size_t size, NoiseSource noise)
 {
     const QImage sunset = paintSunset(pictureSize(size), noise);
     int low = 0;
-    int high = kMostGrain;
+    int high = kMaxGrain;
     std::string best = jpegBytes(sunset);
     while (low < high && best.size() < size - size / 20) {
         const int grain = (low + high + 1) / 2;
@@ -192,16 +192,16 @@ std::string plainPhotoBytes(std::size_t size, NoiseSource noise)
     return best;
 }
 
-std::string withCameraTags(std::string const& image, ShotTime const& time)
+std::string withCameraTags(const std::string& image, const ShotTime& time)
 {
-    const auto* const bytes = reinterpret_cast<Exiv2::byte const*>(image.data());
+    const auto* const bytes = reinterpret_cast<const Exiv2::byte*>(image.data());
     const auto opened = Exiv2::ImageFactory::open(bytes, static_cast<long>(image.size()));
     opened->readMetadata();
     Exiv2::ExifData& exif = opened->exifData();
     exif["Exif.Image.Make"] = "Demo";
     exif["Exif.Image.Model"] = "Demo Camera";
     exif["Exif.Image.DateTime"] = exifDate(time);
-    for (char const* const key : {"Original", "Digitized"}) {
+    for (const char* const key : {"Original", "Digitized"}) {
         exif[std::string("Exif.Photo.DateTime") + key] = exifDate(time);
         exif[std::string("Exif.Photo.SubSecTime") + key] = exifSubSeconds(time);
         exif[std::string("Exif.Photo.OffsetTime") + key] = exifOffset(time);
@@ -210,10 +210,10 @@ std::string withCameraTags(std::string const& image, ShotTime const& time)
     Exiv2::BasicIo& written = opened->io();
     written.open();
     const Exiv2::DataBuf result = written.read(static_cast<long>(written.size()));
-    return {reinterpret_cast<char const*>(result.pData_), static_cast<std::size_t>(result.size_)};
+    return {reinterpret_cast<const char*>(result.pData_), static_cast<std::size_t>(result.size_)};
 }
 
-std::string rawBytes(std::size_t size, NoiseSource noise, ShotTime const& time)
+std::string rawBytes(std::size_t size, NoiseSource noise, const ShotTime& time)
 {
     constexpr unsigned int kWidth = 240;
     constexpr std::size_t kRowBytes = kWidth * 2;
@@ -221,7 +221,7 @@ std::string rawBytes(std::size_t size, NoiseSource noise, ShotTime const& time)
     return withCameraTags(sensorTiff(kWidth, height, noise.bytes(height * kRowBytes)), time);
 }
 
-std::string movieBytes(std::size_t size, NoiseSource noise, ShotTime const& time)
+std::string movieBytes(std::size_t size, NoiseSource noise, const ShotTime& time)
 {
     const std::string head = box("ftyp", "isom" + bigEndian(512, 4) + "isommp41")
         + box("moov", box("mvhd", movieHeader(time)));

@@ -3,8 +3,8 @@
 // arguments. Exiv2's state is shared: one thread.
 #pragma once
 
-#include "NoiseSource.h"
-#include "ShotTime.h"
+#include "support/NoiseSource.h"
+#include "support/ShotTime.h"
 
 #include <cstddef>
 #include <string>
@@ -17,13 +17,13 @@ namespace tests {
 std::string plainPhotoBytes(std::size_t size, NoiseSource noise);
 
 // The JPEG or TIFF with the camera's name, the date with hundredths and its offset put in.
-std::string withCameraTags(std::string const& image, ShotTime const& time);
+std::string withCameraTags(const std::string& image, const ShotTime& time);
 
 // A TIFF of bare sensor values, of about `size` bytes, with the same tags as a photo.
-std::string rawBytes(std::size_t size, NoiseSource noise, ShotTime const& time);
+std::string rawBytes(std::size_t size, NoiseSource noise, const ShotTime& time);
 
 // An MP4 of about `size` bytes, without tracks, dated in its header in UTC.
-std::string movieBytes(std::size_t size, NoiseSource noise, ShotTime const& time);
+std::string movieBytes(std::size_t size, NoiseSource noise, const ShotTime& time);
 
 // An XMP packet with a rating and a keyword.
 std::string sidecarBytes();

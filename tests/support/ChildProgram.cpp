@@ -106,10 +106,9 @@ bool ChildProgram::readMore(Clock::time_point deadline)
 bool ChildProgram::waitFor(const std::string& words, std::chrono::milliseconds limit)
 {
     const Clock::time_point deadline = Clock::now() + limit;
-    while (m_output.find(words) == std::string::npos) {
+    while (m_output.find(words) == std::string::npos)
         if (!readMore(deadline))
             return false;
-    }
     return true;
 }
 

@@ -1,4 +1,4 @@
-#include "FaultPlan.h"
+#include "support/FaultPlan.h"
 
 #include <array>
 #include <atomic>
@@ -33,56 +33,56 @@ struct Settings {
     long at = 0; // 0: never
     int error = EIO;
     Action action = Action::kFail;
-    char const* countFile = nullptr;
+    const char* countFile = nullptr;
 };
 
 // Before the library's start nothing is counted: a sanitizer may call in before the environment
 // stands.
-Settings g_settings;
-std::atomic<long> g_count{0};
-std::array<std::atomic<bool>, kTrackedDescriptors> g_tracked{};
+Settings gSettings;
+std::atomic<long> gCount{0};
+std::array<std::atomic<bool>, kTrackedDescriptors> gTracked{};
 
 // The function of this name in the next library.
 template <typename Function>
-Function* next(char const* name)
+Function* next(const char* name)
 {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-bool isSet(char const* variable)
+bool isSet(const char* variable)
 {
-    char const* const value = std::getenv(variable);
+    const char* const value = std::getenv(variable);
     return value && *value && std::strcmp(value, "0") != 0;
 }
 
-std::string_view textOf(char const* variable)
+std::string_view textOf(const char* variable)
 {
-    char const* const value = std::getenv(variable);
+    const char* const value = std::getenv(variable);
     return value ? value : "";
 }
 
-long numberOf(char const* variable, long otherwise)
+long numberOf(const char* variable, long otherwise)
 {
-    char const* const value = std::getenv(variable);
+    const char* const value = std::getenv(variable);
     return value && *value ? std::strtol(value, nullptr, 10) : otherwise;
 }
 
 __attribute__((constructor)) void readSettings()
 {
-    g_settings.root = textOf("FAULT_ROOT");
-    while (g_settings.root.size() > 1 && g_settings.root.back() == '/')
-        g_settings.root.remove_suffix(1);
-    g_settings.only = textOf("FAULT_ONLY");
-    g_settings.at = numberOf("FAULT_AT", 0);
-    g_settings.error = static_cast<int>(numberOf("FAULT_ERRNO", EIO));
+    gSettings.root = textOf("FAULT_ROOT");
+    while (gSettings.root.size() > 1 && gSettings.root.back() == '/')
+        gSettings.root.remove_suffix(1);
+    gSettings.only = textOf("FAULT_ONLY");
+    gSettings.at = numberOf("FAULT_AT", 0);
+    gSettings.error = static_cast<int>(numberOf("FAULT_ERRNO", EIO));
     if (isSet("FAULT_KILL"))
-        g_settings.action = Action::kKill;
+        gSettings.action = Action::kKill;
     else if (isSet("FAULT_FLIP"))
-        g_settings.action = Action::kFlip;
+        gSettings.action = Action::kFlip;
     else if (isSet("FAULT_SHORT"))
-        g_settings.action = Action::kShort;
-    g_settings.countFile = std::getenv("FAULT_COUNT_FILE");
-    g_settings.isOn = !g_settings.root.empty();
+        gSettings.action = Action::kShort;
+    gSettings.countFile = std::getenv("FAULT_COUNT_FILE");
+    gSettings.isOn = !gSettings.root.empty();
 }
 
 bool isNamed(std::string_view list, std::string_view name)
@@ -138,7 +138,7 @@ std::string_view startFolder(int folder, Path& buffer)
 }
 
 // A path through a descriptor of this process is one in the folder that it was opened for.
-void followDescriptor(int& folder, char const*& path)
+void followDescriptor(int& folder, const char*& path)
 {
     constexpr std::string_view kDescriptors = "/proc/self/fd/";
     if (std::string_view(path).substr(0, kDescriptors.size()) != kDescriptors)
@@ -158,13 +158,13 @@ __attribute__((destructor)) void writeCountAtTheEnd()
 
 } // namespace
 
-Verdict judge(bool isWatched, char const* name)
+Verdict judge(bool isWatched, const char* name)
 {
-    if (!isWatched || (!g_settings.only.empty() && !isNamed(g_settings.only, name)))
+    if (!isWatched || (!gSettings.only.empty() && !isNamed(gSettings.only, name)))
         return Verdict::kGoOn;
-    if (++g_count != g_settings.at)
+    if (++gCount != gSettings.at)
         return Verdict::kGoOn;
-    switch (g_settings.action) {
+    switch (gSettings.action) {
     case Action::kFlip:
         return Verdict::kFlip;
     case Action::kShort:
@@ -176,13 +176,13 @@ Verdict judge(bool isWatched, char const* name)
     case Action::kFail:
         break;
     }
-    errno = g_settings.error;
+    errno = gSettings.error;
     return Verdict::kFail;
 }
 
-bool isWatched(int folder, char const* path)
+bool isWatched(int folder, const char* path)
 {
-    if (!g_settings.isOn || !path)
+    if (!gSettings.isOn || !path)
         return false;
     const int before = errno;
     followDescriptor(folder, path);
@@ -193,7 +193,7 @@ bool isWatched(int folder, char const* path)
         && append(whole, length, path);
     errno = before;
     const std::string_view text(whole.data(), length);
-    const std::string_view root = g_settings.root;
+    const std::string_view root = gSettings.root;
     return isWhole && text.substr(0, root.size()) == root
         && (text.size() == root.size() || text[root.size()] == '/');
 }
@@ -201,32 +201,32 @@ bool isWatched(int folder, char const* path)
 bool isWatched(int descriptor)
 {
     return descriptor >= 0 && descriptor < kTrackedDescriptors
-        && g_tracked[static_cast<std::size_t>(descriptor)];
+        && gTracked[static_cast<std::size_t>(descriptor)];
 }
 
 void track(int descriptor, bool isWatchedNow)
 {
     if (descriptor >= 0 && descriptor < kTrackedDescriptors)
-        g_tracked[static_cast<std::size_t>(descriptor)] = isWatchedNow;
+        gTracked[static_cast<std::size_t>(descriptor)] = isWatchedNow;
 }
 
 int chosenError()
 {
-    return g_settings.error;
+    return gSettings.error;
 }
 
 void writeCount()
 {
-    if (!g_settings.isOn || !g_settings.countFile)
+    if (!gSettings.isOn || !gSettings.countFile)
         return;
     std::array<char, 32> text{};
-    const int length = std::snprintf(text.data(), text.size(), "%ld\n", g_count.load());
-    const int file = next<int(char const*, int, ...)>("open")(
-        g_settings.countFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const int length = std::snprintf(text.data(), text.size(), "%ld\n", gCount.load());
+    const int file = next<int(const char*, int, ...)>("open")(
+        gSettings.countFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (file < 0)
         return;
     const auto size = static_cast<std::size_t>(length);
-    if (next<ssize_t(int, void const*, std::size_t)>("write")(file, text.data(), size) != length)
+    if (next<ssize_t(int, const void*, std::size_t)>("write")(file, text.data(), size) != length)
         std::abort();
     next<int(int)>("close")(file);
 }

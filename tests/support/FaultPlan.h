@@ -8,10 +8,10 @@ namespace fault {
 enum class Verdict { kGoOn, kFail, kFlip, kShort };
 
 // Counts one call and says what becomes of it. Does not return when the process is to be killed.
-Verdict judge(bool isWatched, char const* name);
+Verdict judge(bool isWatched, const char* name);
 
 // Whether the path, as seen from a folder's descriptor, is the watched folder or lies below it.
-bool isWatched(int folder, char const* path);
+bool isWatched(int folder, const char* path);
 
 // Whether the descriptor was opened there.
 bool isWatched(int descriptor);

@@ -16,7 +16,7 @@
 namespace {
 
 template <typename Result>
-Result tell(char const* name, Result result)
+Result tell(const char* name, Result result)
 {
     if (result == -1)
         std::printf("%s %d\n", name, errno);

@@ -16,7 +16,7 @@
 // Each process counts for itself. What a child does behind fork goes on from the parent's count.
 // Nothing here allocates, and nothing depends on a sanitizer: it works below those too.
 
-#include "FaultPlan.h"
+#include "support/FaultPlan.h"
 
 #include <array>
 #include <cerrno>
@@ -41,14 +41,14 @@ constexpr std::size_t kFlippedCapacity = std::size_t{1} << 21; // bytes of one w
 
 // The function of this name in the next library.
 template <typename Function>
-Function* next(char const* name)
+Function* next(const char* name)
 {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-int openWatched(int folder, char const* path, int flags, unsigned int mode)
+int openWatched(int folder, const char* path, int flags, unsigned int mode)
 {
-    static auto* const real = next<int(int, char const*, int, ...)>("openat");
+    static auto* const real = next<int(int, const char*, int, ...)>("openat");
     const bool watched = isWatched(folder, path);
     if (judge(watched, "open") == Verdict::kFail)
         return -1;
@@ -66,14 +66,14 @@ unsigned int modeOf(int flags, std::va_list& arguments)
 
 // A call on a descriptor or on one or two paths that passes or fails and has no other form.
 template <typename Call>
-int passOrFail(bool isWatchedCall, char const* name, Call call)
+int passOrFail(bool isWatchedCall, const char* name, Call call)
 {
     return judge(isWatchedCall, name) == Verdict::kFail ? -1 : call();
 }
 
 // Writes the bytes with one bit changed.
 template <typename Write>
-ssize_t writeFlipped(void const* bytes, std::size_t count, Write write)
+ssize_t writeFlipped(const void* bytes, std::size_t count, Write write)
 {
     static std::array<unsigned char, kFlippedCapacity> flipped;
     const std::size_t part = count < flipped.size() ? count : flipped.size();
@@ -85,7 +85,7 @@ ssize_t writeFlipped(void const* bytes, std::size_t count, Write write)
 }
 
 template <typename Write>
-ssize_t writeJudged(Verdict verdict, void const* bytes, std::size_t count, Write write)
+ssize_t writeJudged(Verdict verdict, const void* bytes, std::size_t count, Write write)
 {
     switch (verdict) {
     case Verdict::kFail:
@@ -100,13 +100,13 @@ ssize_t writeJudged(Verdict verdict, void const* bytes, std::size_t count, Write
     return write(bytes, count);
 }
 
-ssize_t positionedWrite(int descriptor, void const* bytes, std::size_t count, off_t at)
+ssize_t positionedWrite(int descriptor, const void* bytes, std::size_t count, off_t at)
 {
-    static auto* const real = next<ssize_t(int, void const*, std::size_t, off_t)>("pwrite");
+    static auto* const real = next<ssize_t(int, const void*, std::size_t, off_t)>("pwrite");
     return writeJudged(judge(isWatched(descriptor), "pwrite"),
         bytes,
         count,
-        [&](void const* from, std::size_t size) { return real(descriptor, from, size, at); });
+        [&](const void* from, std::size_t size) { return real(descriptor, from, size, at); });
 }
 
 ssize_t readWatched(int descriptor, void* bytes, std::size_t count)
@@ -127,60 +127,60 @@ ssize_t readWatched(int descriptor, void* bytes, std::size_t count)
     va_end(arguments);                                                                             \
     return openWatched(folder, path, flags, mode)
 
-FAULT_EXPORT int open(char const* path, int flags, ...)
+FAULT_EXPORT int open(const char* path, int flags, ...)
 {
     FAULT_OPEN(AT_FDCWD, path, flags);
 }
 
-FAULT_EXPORT int open64(char const* path, int flags, ...)
+FAULT_EXPORT int open64(const char* path, int flags, ...)
 {
     FAULT_OPEN(AT_FDCWD, path, flags);
 }
 
-FAULT_EXPORT int openat(int folder, char const* path, int flags, ...)
+FAULT_EXPORT int openat(int folder, const char* path, int flags, ...)
 {
     FAULT_OPEN(folder, path, flags);
 }
 
-FAULT_EXPORT int openat64(int folder, char const* path, int flags, ...)
+FAULT_EXPORT int openat64(int folder, const char* path, int flags, ...)
 {
     FAULT_OPEN(folder, path, flags);
 }
 
-FAULT_EXPORT int creat(char const* path, mode_t mode)
+FAULT_EXPORT int creat(const char* path, mode_t mode)
 {
     return openWatched(AT_FDCWD, path, O_WRONLY | O_CREAT | O_TRUNC, mode);
 }
 
-FAULT_EXPORT int creat64(char const* path, mode_t mode)
+FAULT_EXPORT int creat64(const char* path, mode_t mode)
 {
     return openWatched(AT_FDCWD, path, O_WRONLY | O_CREAT | O_TRUNC, mode);
 }
 
 // The forms that fortified programs call.
-FAULT_EXPORT int faultOpen2(char const* path, int flags) asm("__open_2");
-FAULT_EXPORT int faultOpen642(char const* path, int flags) asm("__open64_2");
-FAULT_EXPORT int faultOpenat2(int folder, char const* path, int flags) asm("__openat_2");
-FAULT_EXPORT int faultOpenat642(int folder, char const* path, int flags) asm("__openat64_2");
+FAULT_EXPORT int faultOpen2(const char* path, int flags) asm("__open_2");
+FAULT_EXPORT int faultOpen642(const char* path, int flags) asm("__open64_2");
+FAULT_EXPORT int faultOpenat2(int folder, const char* path, int flags) asm("__openat_2");
+FAULT_EXPORT int faultOpenat642(int folder, const char* path, int flags) asm("__openat64_2");
 FAULT_EXPORT ssize_t faultReadChecked(
     int descriptor, void* bytes, std::size_t count, std::size_t capacity) asm("__read_chk");
 
-int faultOpen2(char const* path, int flags)
+int faultOpen2(const char* path, int flags)
 {
     return openWatched(AT_FDCWD, path, flags, 0);
 }
 
-int faultOpen642(char const* path, int flags)
+int faultOpen642(const char* path, int flags)
 {
     return openWatched(AT_FDCWD, path, flags, 0);
 }
 
-int faultOpenat2(int folder, char const* path, int flags)
+int faultOpenat2(int folder, const char* path, int flags)
 {
     return openWatched(folder, path, flags, 0);
 }
 
-int faultOpenat642(int folder, char const* path, int flags)
+int faultOpenat642(int folder, const char* path, int flags)
 {
     return openWatched(folder, path, flags, 0);
 }
@@ -197,35 +197,35 @@ FAULT_EXPORT ssize_t read(int descriptor, void* bytes, std::size_t count)
     return readWatched(descriptor, bytes, count);
 }
 
-FAULT_EXPORT ssize_t write(int descriptor, void const* bytes, std::size_t count)
+FAULT_EXPORT ssize_t write(int descriptor, const void* bytes, std::size_t count)
 {
-    static auto* const real = next<ssize_t(int, void const*, std::size_t)>("write");
+    static auto* const real = next<ssize_t(int, const void*, std::size_t)>("write");
     return writeJudged(judge(isWatched(descriptor), "write"),
         bytes,
         count,
-        [&](void const* from, std::size_t size) { return real(descriptor, from, size); });
+        [&](const void* from, std::size_t size) { return real(descriptor, from, size); });
 }
 
 // Changed or cut, it writes its first piece alone, as a write may.
-FAULT_EXPORT ssize_t writev(int descriptor, iovec const* pieces, int count)
+FAULT_EXPORT ssize_t writev(int descriptor, const iovec* pieces, int count)
 {
-    static auto* const real = next<ssize_t(int, iovec const*, int)>("writev");
-    static auto* const realWrite = next<ssize_t(int, void const*, std::size_t)>("write");
+    static auto* const real = next<ssize_t(int, const iovec*, int)>("writev");
+    static auto* const realWrite = next<ssize_t(int, const void*, std::size_t)>("write");
     const Verdict verdict = judge(isWatched(descriptor), "write");
     if (verdict == Verdict::kGoOn || count < 1)
         return real(descriptor, pieces, count);
     return writeJudged(
-        verdict, pieces->iov_base, pieces->iov_len, [&](void const* from, std::size_t size) {
+        verdict, pieces->iov_base, pieces->iov_len, [&](const void* from, std::size_t size) {
             return realWrite(descriptor, from, size);
         });
 }
 
-FAULT_EXPORT ssize_t pwrite(int descriptor, void const* bytes, std::size_t count, off_t at)
+FAULT_EXPORT ssize_t pwrite(int descriptor, const void* bytes, std::size_t count, off_t at)
 {
     return positionedWrite(descriptor, bytes, count, at);
 }
 
-FAULT_EXPORT ssize_t pwrite64(int descriptor, void const* bytes, std::size_t count, off64_t at)
+FAULT_EXPORT ssize_t pwrite64(int descriptor, const void* bytes, std::size_t count, off64_t at)
 {
     return positionedWrite(descriptor, bytes, count, at);
 }
@@ -242,9 +242,9 @@ FAULT_EXPORT int fdatasync(int descriptor)
     return passOrFail(isWatched(descriptor), "fdatasync", [&] { return real(descriptor); });
 }
 
-FAULT_EXPORT int futimens(int descriptor, timespec const times[2]) noexcept
+FAULT_EXPORT int futimens(int descriptor, const timespec times[2]) noexcept
 {
-    static auto* const real = next<int(int, timespec const*)>("futimens");
+    static auto* const real = next<int(int, const timespec*)>("futimens");
     return passOrFail(isWatched(descriptor), "futimens", [&] { return real(descriptor, times); });
 }
 
@@ -267,73 +267,73 @@ FAULT_EXPORT int close(int descriptor)
     return -1;
 }
 
-FAULT_EXPORT int rename(char const* from, char const* to) noexcept
+FAULT_EXPORT int rename(const char* from, const char* to) noexcept
 {
-    static auto* const real = next<int(char const*, char const*)>("rename");
+    static auto* const real = next<int(const char*, const char*)>("rename");
     const bool watched = isWatched(AT_FDCWD, from) || isWatched(AT_FDCWD, to);
     return passOrFail(watched, "rename", [&] { return real(from, to); });
 }
 
-FAULT_EXPORT int renameat(int fromFolder, char const* from, int toFolder, char const* to) noexcept
+FAULT_EXPORT int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept
 {
-    static auto* const real = next<int(int, char const*, int, char const*)>("renameat");
+    static auto* const real = next<int(int, const char*, int, const char*)>("renameat");
     const bool watched = isWatched(fromFolder, from) || isWatched(toFolder, to);
     return passOrFail(watched, "rename", [&] { return real(fromFolder, from, toFolder, to); });
 }
 
 FAULT_EXPORT int renameat2(
-    int fromFolder, char const* from, int toFolder, char const* to, unsigned int flags) noexcept
+    int fromFolder, const char* from, int toFolder, const char* to, unsigned int flags) noexcept
 {
     static auto* const real =
-        next<int(int, char const*, int, char const*, unsigned int)>("renameat2");
+        next<int(int, const char*, int, const char*, unsigned int)>("renameat2");
     const bool watched = isWatched(fromFolder, from) || isWatched(toFolder, to);
     return passOrFail(
         watched, "renameat2", [&] { return real(fromFolder, from, toFolder, to, flags); });
 }
 
-FAULT_EXPORT int link(char const* from, char const* to) noexcept
+FAULT_EXPORT int link(const char* from, const char* to) noexcept
 {
-    static auto* const real = next<int(char const*, char const*)>("link");
+    static auto* const real = next<int(const char*, const char*)>("link");
     const bool watched = isWatched(AT_FDCWD, from) || isWatched(AT_FDCWD, to);
     return passOrFail(watched, "link", [&] { return real(from, to); });
 }
 
 FAULT_EXPORT int linkat(
-    int fromFolder, char const* from, int toFolder, char const* to, int flags) noexcept
+    int fromFolder, const char* from, int toFolder, const char* to, int flags) noexcept
 {
-    static auto* const real = next<int(int, char const*, int, char const*, int)>("linkat");
+    static auto* const real = next<int(int, const char*, int, const char*, int)>("linkat");
     const bool watched = isWatched(fromFolder, from) || isWatched(toFolder, to);
     return passOrFail(watched, "link", [&] { return real(fromFolder, from, toFolder, to, flags); });
 }
 
-FAULT_EXPORT int unlink(char const* path) noexcept
+FAULT_EXPORT int unlink(const char* path) noexcept
 {
-    static auto* const real = next<int(char const*)>("unlink");
+    static auto* const real = next<int(const char*)>("unlink");
     return passOrFail(isWatched(AT_FDCWD, path), "unlink", [&] { return real(path); });
 }
 
-FAULT_EXPORT int unlinkat(int folder, char const* path, int flags) noexcept
+FAULT_EXPORT int unlinkat(int folder, const char* path, int flags) noexcept
 {
-    static auto* const real = next<int(int, char const*, int)>("unlinkat");
-    char const* const name = (flags & AT_REMOVEDIR) != 0 ? "rmdir" : "unlink";
+    static auto* const real = next<int(int, const char*, int)>("unlinkat");
+    const char* const name = (flags & AT_REMOVEDIR) != 0 ? "rmdir" : "unlink";
     return passOrFail(isWatched(folder, path), name, [&] { return real(folder, path, flags); });
 }
 
-FAULT_EXPORT int mkdir(char const* path, mode_t mode) noexcept
+FAULT_EXPORT int mkdir(const char* path, mode_t mode) noexcept
 {
-    static auto* const real = next<int(char const*, mode_t)>("mkdir");
+    static auto* const real = next<int(const char*, mode_t)>("mkdir");
     return passOrFail(isWatched(AT_FDCWD, path), "mkdir", [&] { return real(path, mode); });
 }
 
-FAULT_EXPORT int mkdirat(int folder, char const* path, mode_t mode) noexcept
+FAULT_EXPORT int mkdirat(int folder, const char* path, mode_t mode) noexcept
 {
-    static auto* const real = next<int(int, char const*, mode_t)>("mkdirat");
+    static auto* const real = next<int(int, const char*, mode_t)>("mkdirat");
     return passOrFail(isWatched(folder, path), "mkdir", [&] { return real(folder, path, mode); });
 }
 
-FAULT_EXPORT int rmdir(char const* path) noexcept
+FAULT_EXPORT int rmdir(const char* path) noexcept
 {
-    static auto* const real = next<int(char const*)>("rmdir");
+    static auto* const real = next<int(const char*)>("rmdir");
     return passOrFail(isWatched(AT_FDCWD, path), "rmdir", [&] { return real(path); });
 }
 

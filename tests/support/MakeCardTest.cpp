@@ -16,7 +16,7 @@ struct Outcome {
 
 class MakeCardTest : public ::testing::Test {
 protected:
-    static Outcome run(QStringList const& arguments)
+    static Outcome run(const QStringList& arguments)
     {
         QProcess process;
         process.start(QStringLiteral(MAKE_CARD), arguments);

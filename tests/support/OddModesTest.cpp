@@ -16,10 +16,9 @@ ino_t listedNumber(const std::string& folder, const std::string& name)
 {
     DIR* const names = ::opendir(folder.c_str());
     ino_t number = 0;
-    while (const dirent* const entry = ::readdir(names)) {
+    while (const dirent* const entry = ::readdir(names))
         if (entry->d_name == name)
             number = entry->d_ino;
-    }
     ::closedir(names);
     return number;
 }

@@ -171,10 +171,9 @@ int listFolder(
 {
     return answer([&](FileSystem& system) {
         std::set<std::string> seen;
-        for (const int part : OpenFolder::of(file)->parts()) {
+        for (const int part : OpenFolder::of(file)->parts())
             if (const int error = listPart(system, part, seen, list, fill); error != 0)
                 return error;
-        }
         return 0;
     });
 }
@@ -182,10 +181,9 @@ int listFolder(
 int syncFolder(const char*, int, fuse_file_info* file)
 {
     return answer([&](const FileSystem&) {
-        for (const int part : OpenFolder::of(file)->parts()) {
+        for (const int part : OpenFolder::of(file)->parts())
             if (::fsync(part) != 0)
                 return -errno;
-        }
         return 0;
     });
 }

@@ -92,10 +92,9 @@ bool lies(const fs::path& inner, const fs::path& outer)
 // A file system that is asked through itself waits for itself.
 void expectApart(const Options& options)
 {
-    for (const std::string& folder : options.folders) {
+    for (const std::string& folder : options.folders)
         if (lies(folder, options.mountPoint) || lies(options.mountPoint, folder))
             throw std::invalid_argument(folder + " and the mount point lie in each other");
-    }
 }
 
 void expectSound(const Options& options)

@@ -1,4 +1,4 @@
-#include "ShotTime.h"
+#include "support/ShotTime.h"
 
 #include <cstdlib>
 
@@ -14,7 +14,7 @@ std::string digits(long long value, std::size_t width)
 
 } // namespace
 
-std::string exifDate(ShotTime const& time)
+std::string exifDate(const ShotTime& time)
 {
     const auto day = std::chrono::floor<std::chrono::days>(time.local);
     const std::chrono::year_month_day date(day);
@@ -25,12 +25,12 @@ std::string exifDate(ShotTime const& time)
         + ':' + digits(clock.minutes().count(), 2) + ':' + digits(clock.seconds().count(), 2);
 }
 
-std::string exifSubSeconds(ShotTime const& time)
+std::string exifSubSeconds(const ShotTime& time)
 {
     return digits(time.hundredths, 2);
 }
 
-std::string exifOffset(ShotTime const& time)
+std::string exifOffset(const ShotTime& time)
 {
     const auto minutes = std::abs(static_cast<long long>(time.offset.count()));
     return (time.offset.count() < 0 ? "-" : "+") + digits(minutes / 60, 2) + ':'

@@ -16,12 +16,12 @@ struct ShotTime {
 };
 
 // "2024:06:14 08:12:05"
-std::string exifDate(ShotTime const& time);
+std::string exifDate(const ShotTime& time);
 
 // "20"
-std::string exifSubSeconds(ShotTime const& time);
+std::string exifSubSeconds(const ShotTime& time);
 
 // "+02:00"
-std::string exifOffset(ShotTime const& time);
+std::string exifOffset(const ShotTime& time);
 
 } // namespace tests

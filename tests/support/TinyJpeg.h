@@ -16,7 +16,7 @@ using ImageTags = std::vector<std::pair<std::string, std::string>>;
 inline std::string tinyJpegBytes()
 {
     using Bytes = std::vector<unsigned char>;
-    const auto append = [](Bytes& to, Bytes const& more) {
+    const auto append = [](Bytes& to, const Bytes& more) {
         to.insert(to.end(), more.begin(), more.end());
     };
     Bytes jpeg{0xFF, 0xD8, 0xFF, 0xDB, 0x00, 0x43, 0x00}; // quantization table of ones
@@ -31,19 +31,17 @@ inline std::string tinyJpegBytes()
 }
 
 // "Exif..." and "Xmp..." keys go where they belong.
-inline std::string tinyJpegBytes(ImageTags const& tags)
+inline std::string tinyJpegBytes(const ImageTags& tags)
 {
     const std::string plain = tinyJpegBytes();
     const std::vector<Exiv2::byte> bytes(plain.begin(), plain.end());
     const auto image = Exiv2::ImageFactory::open(bytes.data(), static_cast<long>(bytes.size()));
     image->readMetadata();
-    for (auto const& [key, text] : tags) {
-        if (key.rfind("Xmp.", 0) == 0) {
+    for (const auto& [key, text] : tags)
+        if (key.rfind("Xmp.", 0) == 0)
             image->xmpData()[key] = text;
-        } else {
+        else
             image->exifData()[key] = text;
-        }
-    }
     image->writeMetadata();
     Exiv2::BasicIo& written = image->io();
     written.open();
@@ -52,7 +50,7 @@ inline std::string tinyJpegBytes(ImageTags const& tags)
 }
 
 // Writes it to `path`.
-inline void writeTinyJpeg(std::string const& path, ImageTags const& tags = {})
+inline void writeTinyJpeg(const std::string& path, const ImageTags& tags = {})
 {
     const std::string bytes = tags.empty() ? tinyJpegBytes() : tinyJpegBytes(tags);
     std::ofstream file(path, std::ios::binary);

@@ -1,6 +1,6 @@
 // make-card: writes a made card into a folder, for demonstrations and measurements.
 
-#include "CardMaker.h"
+#include "support/CardMaker.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -37,7 +37,7 @@ void addOptions(CLI::App& app, CardRequest& request)
     app.footer("Exit codes: 0 done; 2 wrong usage; 4 the folder cannot be used.");
 }
 
-int makeCard(CardRequest const& request)
+int makeCard(const CardRequest& request)
 {
     try {
         if (std::filesystem::exists(std::filesystem::path(request.folder) / "DCIM"))
@@ -48,7 +48,7 @@ int makeCard(CardRequest const& request)
             maker.addMany(request.files);
         else
             maker.addOneOfEverything();
-    } catch (std::exception const& error) {
+    } catch (const std::exception& error) {
         static_cast<void>(std::fprintf(stderr, "make-card: %s\n", error.what()));
         return kPlaceUnusable;
     }
@@ -65,7 +65,7 @@ int main(int argc, char** argv)
     addOptions(app, request);
     try {
         app.parse(argc, argv);
-    } catch (CLI::ParseError const& error) {
+    } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
     return makeCard(request);

@@ -25,7 +25,7 @@ std::string dateText(const CaptureDate& date)
     if (!date.moment)
         return text("$$$/Mfx/List/Undated=undated");
     const std::string when = isoText(*date.moment);
-    return date.source == DateSource::FileTime
+    return date.source == DateSource::kFileTime
         ? text("$$$/Mfx/List/DateOfFile=%1 (file time)", {when})
         : when;
 }

@@ -20,10 +20,9 @@ namespace {
 bool isAmong(const std::string& words, const std::string& answer)
 {
     std::istringstream list(words);
-    for (std::string word; std::getline(list, word, ',');) {
+    for (std::string word; std::getline(list, word, ',');)
         if (Pt::equalIgnoringAsciiCase(word, answer))
             return true;
-    }
     return false;
 }
 

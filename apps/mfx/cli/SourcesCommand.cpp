@@ -11,12 +11,11 @@ using namespace commandline;
 ExitCode runSources(const CommandLine& line)
 {
     const std::vector<MediaSource> sources = findSources();
-    for (const MediaSource& source : sources) {
+    for (const MediaSource& source : sources)
         if (line.json)
             printJson({{"name", source.name}, {"path", Pt::displayName(source.path)}});
         else
             printLine(Pt::terminalText(source.name) + "\t" + Pt::terminalText(source.path));
-    }
     if (sources.empty() && !line.json)
         printMessage(text(
             "$$$/Mfx/Sources/None=no card or camera is there; a folder can be named by its path"));

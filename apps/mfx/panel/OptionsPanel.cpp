@@ -27,7 +27,7 @@ OptionsPanel::OptionsPanel(const QString& descriptionFile)
     m_widget->adjustSize();
 }
 
-FxStatus OptionsPanel::FindControl(char const* name, IClientUIControl** out)
+FxStatus OptionsPanel::FindControl(const char* name, IClientUIControl** out)
 {
     *out = nullptr;
     const QString objectName = QString::fromUtf8(name);

@@ -21,7 +21,7 @@ public:
     explicit OptionsPanel(const QString& descriptionFile);
     ~OptionsPanel() = default;
 
-    FxStatus FindControl(char const* name, IClientUIControl** out) override;
+    FxStatus FindControl(const char* name, IClientUIControl** out) override;
 
     // What a check box of the panel says; false when there is none of that name.
     bool isChecked(const char* name) const;

@@ -66,7 +66,7 @@ int PanelControl::GetFontSize()
     return m_widget ? QFontInfo(m_widget->font()).pointSize() : 0;
 }
 
-char const* PanelControl::GetFontFamily()
+const char* PanelControl::GetFontFamily()
 {
     m_fontFamily = m_widget ? m_widget->font().family().toUtf8() : QByteArray();
     return m_fontFamily.constData();
@@ -88,14 +88,14 @@ FxStatus PanelControl::SetCallback(IUICallback* callback)
     return kFxOk;
 }
 
-FxStatus PanelControl::SetToolTip(char const* utf8)
+FxStatus PanelControl::SetToolTip(const char* utf8)
 {
     if (m_widget)
         m_widget->setToolTip(QString::fromUtf8(utf8));
     return kFxOk;
 }
 
-FxStatus PanelControl::SetText(char const* utf8)
+FxStatus PanelControl::SetText(const char* utf8)
 {
     const QString text = QString::fromUtf8(utf8);
     if (auto* button = qobject_cast<QAbstractButton*>(m_widget.data()))

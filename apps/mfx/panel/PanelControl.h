@@ -24,12 +24,12 @@ public:
     int GetControlHeight() override;
     FxStatus SetModeValue(int value) override;
     int GetFontSize() override;
-    char const* GetFontFamily() override;
+    const char* GetFontFamily() override;
     bool IsFontBold() override;
     bool IsFontItalic() override;
     FxStatus SetCallback(IUICallback* callback) override;
-    FxStatus SetToolTip(char const* utf8) override;
-    FxStatus SetText(char const* utf8) override;
+    FxStatus SetToolTip(const char* utf8) override;
+    FxStatus SetText(const char* utf8) override;
     bool IsChecked() override;
     FxStatus SetChecked(bool checked) override;
 

@@ -18,7 +18,7 @@ namespace {
 constexpr std::string_view kMarks = "$$$";
 constexpr std::string_view kArea = "/Mfx/"; // the plug-in's texts are in the same file
 constexpr std::size_t kLargestFile = 1 << 24; // bytes; a dictionary is some ten thousand
-constexpr std::size_t kLongestKey = 256;
+constexpr std::size_t kMaxKeyLength = 256;
 
 using Entries = std::unordered_map<std::string, std::string>;
 
@@ -67,17 +67,15 @@ std::shared_ptr<const Entries> readEntries(const std::string& bytes)
     if (!dictionary.IsValid())
         return nullptr;
     std::vector<std::string> keys;
-    std::array<char, kLongestKey> key{};
-    while (dictionary.HasMoreKey()) {
+    std::array<char, kMaxKeyLength> key{};
+    while (dictionary.HasMoreKey())
         if (dictionary.NextKey(key.data(), key.size(), false)
             && std::string_view(key.data()).starts_with(kArea))
             keys.emplace_back(key.data());
-    }
     auto entries = std::make_shared<Entries>();
-    for (const std::string& name : keys) {
+    for (const std::string& name : keys)
         if (const std::string value = valueOf(dictionary, name); !value.empty())
             entries->emplace(name, value);
-    }
     return entries;
 }
 
@@ -86,7 +84,7 @@ std::shared_ptr<const Entries> readFileOf(
 try {
     const std::string path = localesFolder + '/' + locale + "/MFXStrings.dct";
     const Pt::FileContent file = Pt::readFile(path, kLargestFile);
-    return file.state == Pt::FileContent::State::Read ? readEntries(file.bytes) : nullptr;
+    return file.state == Pt::FileContent::State::kRead ? readEntries(file.bytes) : nullptr;
 } catch (const std::exception&) {
     return nullptr; // the English texts serve as well
 }

@@ -13,7 +13,7 @@
 
 class CBuffEnumArbitraryData final : public IEnumArbitraryData {
 public:
-    CBuffEnumArbitraryData(void const* data, std::uint32_t size)
+    CBuffEnumArbitraryData(const void* data, std::uint32_t size)
         : m_bytes(new unsigned char[size])
         , m_length(size)
     {

@@ -58,19 +58,19 @@ struct CPropAppPreferences2 : CPropAppPreferences {
     unsigned char reservedTail[24] = {}; // never assigned
 
     // The given length is ignored: the text counts up to its terminator, terminator included.
-    void setApplyMetadataTemplateName(char const* text, std::uint32_t)
+    void setApplyMetadataTemplateName(const char* text, std::uint32_t)
     {
         templateName = makeString(text, templateNameLength);
     }
-    void setApplyMetadataAuthorName(char const* text, std::uint32_t)
+    void setApplyMetadataAuthorName(const char* text, std::uint32_t)
     {
         authorName = makeString(text, authorNameLength);
     }
-    void setApplyMetadataCopyright(char const* text, std::uint32_t)
+    void setApplyMetadataCopyright(const char* text, std::uint32_t)
     {
         copyright = makeString(text, copyrightLength);
     }
-    void SetMobileFolderSetting(char const* text, std::uint32_t)
+    void SetMobileFolderSetting(const char* text, std::uint32_t)
     {
         mobileFolder = makeString(text, mobileFolderLength);
     }
@@ -82,7 +82,7 @@ struct CPropAppPreferences2 : CPropAppPreferences {
     std::string GetMobileFolderSetting() const { return readString(mobileFolder); }
 
 protected:
-    static IEnumArbitraryData* makeString(char const* text, std::uint32_t& length)
+    static IEnumArbitraryData* makeString(const char* text, std::uint32_t& length)
     {
         length = static_cast<std::uint32_t>(std::strlen(text) + 1);
         return new CBuffEnumArbitraryData(text, length);
@@ -104,7 +104,7 @@ protected:
             record.buffer = piece;
             if (source->Next(&record) != kFxOk)
                 return text;
-            text.append(reinterpret_cast<char const*>(piece));
+            text.append(reinterpret_cast<const char*>(piece));
         }
     }
 };
@@ -120,7 +120,7 @@ struct CPropAppPreferences3 : CPropAppPreferences2 {
     IEnumArbitraryData* batchRename = nullptr;
     std::uint32_t batchRenameLength = 0;
 
-    void setBatchRenamePreference(char const* text, std::uint32_t)
+    void setBatchRenamePreference(const char* text, std::uint32_t)
     {
         batchRename = makeString(text, batchRenameLength);
     }

@@ -22,7 +22,7 @@ inline constexpr std::uint32_t kFxMediaAnything = 8;
 
 // Shows a text to the user while an item is worked on. UTF-16, zero-terminated, valid during the
 // call. The plug-in always passes 0 as value and ignores the result. May be null.
-using FxStatusTextCallback = unsigned long (*)(unsigned short const* text, long value);
+using FxStatusTextCallback = unsigned long (*)(const unsigned short* text, long value);
 
 // Does something with one item, named by its key (CPropSinkMediaItem::itemKey); leaves an outcome
 // in the same variable: 0 done, 2 the device has gone, anything else refused. May be null. The

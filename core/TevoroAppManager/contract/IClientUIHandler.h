@@ -16,14 +16,14 @@ public:
     virtual int GetControlHeight() = 0;
     virtual FxStatus SetModeValue(int value) = 0;
     virtual int GetFontSize() = 0; // points
-    virtual char const* GetFontFamily() = 0; // UTF-8; valid until the next call on the control
+    virtual const char* GetFontFamily() = 0; // UTF-8; valid until the next call on the control
     virtual bool IsFontBold() = 0;
     virtual bool IsFontItalic() = 0;
 
     // Has the callback told when the widget is used. No reference is taken.
     virtual FxStatus SetCallback(IUICallback* callback) = 0;
-    virtual FxStatus SetToolTip(char const* utf8) = 0;
-    virtual FxStatus SetText(char const* utf8) = 0;
+    virtual FxStatus SetToolTip(const char* utf8) = 0;
+    virtual FxStatus SetText(const char* utf8) = 0;
     virtual bool IsChecked() = 0;
     virtual FxStatus SetChecked(bool checked) = 0;
 
@@ -34,7 +34,7 @@ protected:
 class IClientUIHandler : public IFxBase {
 public:
     // Stores the widget with this object name, with one reference for the caller, or null.
-    virtual FxStatus FindControl(char const* name, IClientUIControl** out) = 0;
+    virtual FxStatus FindControl(const char* name, IClientUIControl** out) = 0;
 
 protected:
     ~IClientUIHandler() = default;

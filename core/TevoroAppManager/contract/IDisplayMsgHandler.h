@@ -11,15 +11,15 @@ inline constexpr int kFxStyleFailure = 33; // failure notices
 
 class IDisplayMsgHandler : public IFxBase {
 public:
-    virtual FxStatus DisplayMessage(unsigned short const* title,
-        unsigned short const* text,
+    virtual FxStatus DisplayMessage(const unsigned short* title,
+        const unsigned short* text,
         int* style,
         void* unused1,
         void* unused2) = 0;
 
     // `answer` comes in as 1, which means no; any other value on return is a yes.
-    virtual FxStatus DisplayQuestion(unsigned short const* title,
-        unsigned short const* text,
+    virtual FxStatus DisplayQuestion(const unsigned short* title,
+        const unsigned short* text,
         int* style,
         int* answer,
         void* unused1,

@@ -10,13 +10,13 @@ public:
     // FinishProgress or the end of PushAllMediaItems, when the user cancels.
     virtual FxStatus BeginProgress(long count,
         bool* cancelled,
-        unsigned short const* caption,
-        unsigned short const* cancelLabel) = 0;
+        const unsigned short* caption,
+        const unsigned short* cancelLabel) = 0;
     virtual FxStatus StepProgress() = 0;
 
     // Closes the display with a notice. After a cancel it is not called.
     virtual FxStatus FinishProgress(
-        unsigned short const* title, unsigned short const* text, bool success) = 0;
+        const unsigned short* title, const unsigned short* text, bool success) = 0;
 
 protected:
     ~IProgressHandler() = default;

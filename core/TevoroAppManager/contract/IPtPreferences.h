@@ -32,7 +32,7 @@ public:
     // Names the folder of the store (pathLength units; a relative path is made absolute at once)
     // and makes it, with the folders above it, when it is missing. True when the folder is there.
     // All domains start empty afterwards. False leaves the store as it was.
-    virtual bool InitStore(unsigned short const* path, int pathLength) = 0;
+    virtual bool InitStore(const unsigned short* path, int pathLength) = 0;
 
     // Reads the domain's file. What the domain held before is dropped, also what was set and not
     // saved. False, and an empty domain, when the file is missing, unreadable, damaged or of a
@@ -49,19 +49,19 @@ public:
     // text is cut, though never between the halves of a surrogate pair. False, and an untouched
     // buffer, when the key has no text or capacity is 0. An empty text is there.
     virtual bool GetValue(
-        int domain, unsigned short const* key, unsigned short* buffer, int capacity) = 0;
+        int domain, const unsigned short* key, unsigned short* buffer, int capacity) = 0;
 
     // Copies at most size bytes into *buffer, which the caller owns; adds no terminator. False,
     // and an untouched buffer, when the key has no byte string.
     virtual bool GetBytes(
-        int domain, unsigned short const* key, unsigned char** buffer, int size) = 0;
+        int domain, const unsigned short* key, unsigned char** buffer, int size) = 0;
 
     // Keep copies of length units or size bytes. Any units and bytes are allowed, 0 included. A
     // domain that was not loaded takes them too.
     virtual bool SetValue(
-        int domain, unsigned short const* key, unsigned short const* value, int length) = 0;
+        int domain, const unsigned short* key, const unsigned short* value, int length) = 0;
     virtual bool SetBytes(
-        int domain, unsigned short const* key, unsigned char const* bytes, int size) = 0;
+        int domain, const unsigned short* key, const unsigned char* bytes, int size) = 0;
 
 protected:
     ~IPtPreferences() = default;
@@ -73,7 +73,7 @@ public:
     // Makes a new store for kIPtPreferencesID and stores it in *out with one reference, the
     // caller's. Stores outlive Destroy; the library has to stay loaded while one is in use.
     // An unknown id stores null and gives false.
-    virtual bool GetInterface(unsigned char const* id16, void** out) = 0;
+    virtual bool GetInterface(const unsigned char* id16, void** out) = 0;
 
     // Tells that the caller is done with the module object. Stores it handed out stay valid.
     virtual void Destroy() = 0;

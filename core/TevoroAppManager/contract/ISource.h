@@ -16,7 +16,7 @@ class ISource : public IFxBase {
 public:
     virtual FxStatus EnumMediaItems(eMediaItemType type, IEnumMediaItem** out, bool flag) = 0;
     virtual FxStatus AcquireAllMediaItems(eMediaItemType type,
-        unsigned short const* folder,
+        const unsigned short* folder,
         unsigned long& count,
         bool flag,
         FxPerItemCallback perItem) = 0;

@@ -27,13 +27,13 @@ public:
     // Opens the source with this name (CPropSource::name, compared exactly) and stores it with one
     // reference for the caller. `*out` comes in as null; else, and for another name,
     // kFxErrBadRecord. A source does not depend on the manager's later life.
-    virtual FxStatus CreateSource(unsigned short const* name, ISource** out) = 0;
+    virtual FxStatus CreateSource(const unsigned short* name, ISource** out) = 0;
 
     virtual FxStatus RegisterEventCallbackFunc(
         ICallbackInterface* callback, eSourceEventType eventType) = 0;
     virtual FxStatus UnRegisterEventCallbackFunc(ICallbackInterface* callback) = 0;
     virtual FxStatus SetSupportedFileFormats(IFileFormat* formats) = 0;
-    virtual FxStatus SetApplicationName(unsigned short const* name) = 0;
+    virtual FxStatus SetApplicationName(const unsigned short* name) = 0;
 
 protected:
     ~ISourceManager() = default;

@@ -7,7 +7,7 @@
 class IUICallback : public IFxBase {
 public:
     // `name` is the widget's object name. Names that the sink does not know are passed over.
-    virtual FxStatus handleUIEvent(char const* name) = 0;
+    virtual FxStatus handleUIEvent(const char* name) = 0;
 
 protected:
     ~IUICallback() = default;

@@ -16,12 +16,12 @@ namespace {
 
 constexpr long kFirstBufferSize = 4096;
 constexpr std::chrono::milliseconds kSendPatience{10'000};
-constexpr int kMostInstances = 8;
+constexpr int kMaxInstances = 8;
 
 constinit std::mutex gStreamLock;
 constinit InterAppStream* gInterAppStream = nullptr; // guarded by gStreamLock
 
-std::string portName(SoString const& prefix, SoString const& name)
+std::string portName(const SoString& prefix, const SoString& name)
 {
     std::string result(prefix.view());
     result += name.view();
@@ -48,9 +48,9 @@ InterAppStream* goodOrNull(InterAppStream* stream)
 
 } // namespace
 
-char const* const gPortName = R"(\\.\port\Ned_and_Olaf_)";
+const char* const gPortName = R"(\\.\port\Ned_and_Olaf_)";
 
-BaseInterAppStream::BaseInterAppStream(SoString const& specifier, bool)
+BaseInterAppStream::BaseInterAppStream(const SoString& specifier, bool)
     : m_specifier(specifier)
     , m_buffer(mallocThis<char>(kFirstBufferSize))
     , m_bufferSize(kFirstBufferSize)
@@ -61,13 +61,13 @@ BaseInterAppStream::BaseInterAppStream(SoString const& specifier, bool)
 
 BaseInterAppStream::~BaseInterAppStream()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     freeThis(m_buffer);
 }
 
 long BaseInterAppStream::bufferSize() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_bufferSize;
 }
 
@@ -90,7 +90,7 @@ void BaseInterAppStream::collect(char* text, long length)
     freeThis(text);
 }
 
-MacInterAppStream::DataRef::DataRef(char const* text, long textLength)
+MacInterAppStream::DataRef::DataRef(const char* text, long textLength)
     : data(SoString::mallocText(textLength))
     , length(data != nullptr ? textLength : 0)
 {
@@ -108,7 +108,7 @@ char* MacInterAppStream::DataRef::release()
     return std::exchange(data, nullptr);
 }
 
-MacInterAppStream::MacInterAppStream(SoString const& specifier, bool flag)
+MacInterAppStream::MacInterAppStream(const SoString& specifier, bool flag)
     : BaseInterAppStream(specifier, flag)
     , m_port(Pt::LocalPort::hold(portName(m_portPrefix, m_queueName)))
     , m_sender(std::make_unique<Pt::LocalPortSender>())
@@ -117,50 +117,50 @@ MacInterAppStream::MacInterAppStream(SoString const& specifier, bool flag)
 
 MacInterAppStream::~MacInterAppStream()
 {
-    ObjectLock const lock(*this);
-    while (DataRef const* const unread = m_msgQueue.removeAt(0))
+    const ObjectLock lock(*this);
+    while (const DataRef* const unread = m_msgQueue.removeAt(0))
         delete unread;
     m_port.reset();
 }
 
 bool MacInterAppStream::isEmpty() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_messages.isEmpty();
 }
 
 SoString MacInterAppStream::getMessages()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return std::exchange(m_messages, SoString());
 }
 
 bool MacInterAppStream::isGood() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_port != nullptr;
 }
 
-bool MacInterAppStream::send(SoString const& target, SoString const& text) const
+bool MacInterAppStream::send(const SoString& target, const SoString& text) const
 {
     return send(target, text, SoString());
 }
 
 bool MacInterAppStream::send(
-    SoString const& target, SoString const& head, SoString const& rest) const
+    const SoString& target, const SoString& head, const SoString& rest) const
 {
     if (!isGood())
         return false;
-    ObjectLock const lock(m_sendLock);
+    const ObjectLock lock(m_sendLock);
     return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), kSendPatience);
 }
 
 bool MacInterAppStream::messagePending() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (m_port == nullptr)
         return false;
-    auto const take = [this](char* text, std::size_t size) {
+    const auto take = [this](char* text, std::size_t size) {
         m_msgQueue.append(new DataRef(text, static_cast<long>(size)));
     };
     if (m_port->receiveAwaited(take) == 0)
@@ -170,48 +170,48 @@ bool MacInterAppStream::messagePending() const
 
 bool MacInterAppStream::hasUnreadTexts() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_msgQueue.length() != 0;
 }
 
 bool MacInterAppStream::hasMore() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_port != nullptr && m_port->hasMore();
 }
 
 bool MacInterAppStream::receive()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (m_port == nullptr)
         return false;
-    autoPtr<DataRef> const text(m_msgQueue.removeAt(0));
+    const autoPtr<DataRef> text(m_msgQueue.removeAt(0));
     if (text.get() == nullptr || text->length == 0)
         return false;
-    long const length = text->length;
+    const long length = text->length;
     collect(text->release(), length);
     return true;
 }
 
-bool MacInterAppStream::canOpen(SoString const& name, bool) const
+bool MacInterAppStream::canOpen(const SoString& name, bool) const
 {
     return Pt::isLocalPortFree(portName(m_portPrefix, name));
 }
 
 int MacInterAppStream::waitDescriptor() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_port != nullptr ? m_port->descriptor() : -1;
 }
 
 bool MacInterAppStream::wakeOn(int descriptor)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     try {
         if (m_port != nullptr)
             m_port->wakeOn(descriptor);
         return m_port != nullptr;
-    } catch (std::system_error const&) {
+    } catch (const std::system_error&) {
         return false;
     }
 }
@@ -222,16 +222,16 @@ bool MacInterAppStream::wait(std::chrono::milliseconds limit) const
     return m_port->wait(limit);
 }
 
-InterAppStream::InterAppStream(SoString const& specifier, bool flag)
+InterAppStream::InterAppStream(const SoString& specifier, bool flag)
     : MacInterAppStream(specifier, flag)
 {
 }
 
-void InterAppStream::InitTerm::init(SoString const& appName)
+void InterAppStream::InitTerm::init(const SoString& appName)
 {
     TevoroTalk::Specifier specifier(appName, false);
     specifier.setSuffix("ping");
-    std::lock_guard const lock(gStreamLock);
+    const std::lock_guard lock(gStreamLock);
     // First the old one, whose name may be the same.
     delete std::exchange(gInterAppStream, nullptr);
     gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
@@ -239,19 +239,19 @@ void InterAppStream::InitTerm::init(SoString const& appName)
 
 void InterAppStream::InitTerm::exit()
 {
-    std::lock_guard const lock(gStreamLock);
+    const std::lock_guard lock(gStreamLock);
     delete std::exchange(gInterAppStream, nullptr);
 }
 
 InterAppStream* InterAppStream::get()
 {
-    std::lock_guard const lock(gStreamLock);
+    const std::lock_guard lock(gStreamLock);
     if (gInterAppStream == nullptr)
         gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
     return gInterAppStream;
 }
 
-InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(SoString const& text)
+InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(const SoString& text)
 {
     TevoroTalk::Specifier specifier(nullptr, false);
     specifier.assign(text.view());
@@ -260,18 +260,18 @@ InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(SoString cons
     InterAppStream* stream = goodOrNull(new InterAppStream(specifier, true));
     if (stream != nullptr || !specifier.instance().isEmpty())
         return stream;
-    for (int n = 1; n <= kMostInstances && stream == nullptr; ++n) {
+    for (int n = 1; n <= kMaxInstances && stream == nullptr; ++n) {
         specifier.setInstance(std::to_string(n).c_str());
         stream = goodOrNull(new InterAppStream(specifier, true));
     }
     return stream;
 }
 
-SoString TevoroTalkUtils::getLaunchMsgQueueName(SoString const& specifier)
+SoString TevoroTalkUtils::getLaunchMsgQueueName(const SoString& specifier)
 {
-    TevoroTalk::Specifier const parts(specifier, false);
+    const TevoroTalk::Specifier parts(specifier, false);
     SoString name = parts.appName();
-    for (SoString const& part : {parts.version(), parts.locale()})
+    for (const SoString& part : {parts.version(), parts.locale()})
         if (!part.isEmpty())
             name << "-" << part;
     name << "#launchparams";

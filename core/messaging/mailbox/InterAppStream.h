@@ -23,14 +23,14 @@ class LocalPortSender;
 namespace ScObjects {
 
 // What the name of every port begins with.
-extern char const* const gPortName;
+extern const char* const gPortName;
 
 class BaseInterAppStream : public SoLockable {
 public:
-    BaseInterAppStream(SoString const& specifier, bool flag);
+    BaseInterAppStream(const SoString& specifier, bool flag);
     ~BaseInterAppStream() override;
-    BaseInterAppStream(BaseInterAppStream const&) = delete;
-    BaseInterAppStream& operator=(BaseInterAppStream const&) = delete;
+    BaseInterAppStream(const BaseInterAppStream&) = delete;
+    BaseInterAppStream& operator=(const BaseInterAppStream&) = delete;
 
     // Whether there is no text that was received and not collected.
     virtual bool isEmpty() const = 0;
@@ -39,15 +39,15 @@ public:
     virtual bool isGood() const = 0;
     // True once the text lies in the mailbox of `target`; false at once when nobody holds it, and
     // after ten seconds when its holder makes no room.
-    virtual bool send(SoString const& target, SoString const& text) const = 0;
+    virtual bool send(const SoString& target, const SoString& text) const = 0;
     // Moves the oldest text that arrived to those to be collected. A NUL in it becomes a line feed.
     virtual bool receive() = 0;
     // Looks what has arrived, without waiting; whether there is something to receive.
     virtual bool messagePending() const = 0;
     // Whether nobody holds that name.
-    virtual bool canOpen(SoString const& name, bool flag) const = 0;
+    virtual bool canOpen(const SoString& name, bool flag) const = 0;
 
-    SoString const& getSpecifier() const { return m_specifier; }
+    const SoString& getSpecifier() const { return m_specifier; }
     bool usesNX2Name() const { return true; }
     // Room for one text; grows to the size of the largest.
     long bufferSize() const;
@@ -69,28 +69,28 @@ public:
     // One text that arrived; the block belongs to whoever takes it.
     class DataRef final : public SoHeap {
     public:
-        DataRef(char const* text, long textLength);
+        DataRef(const char* text, long textLength);
         ~DataRef() override;
-        DataRef(DataRef const&) = delete;
-        DataRef& operator=(DataRef const&) = delete;
+        DataRef(const DataRef&) = delete;
+        DataRef& operator=(const DataRef&) = delete;
         char* release();
 
         char* data; // null when there was no memory for it
         long length;
     };
 
-    MacInterAppStream(SoString const& specifier, bool flag);
+    MacInterAppStream(const SoString& specifier, bool flag);
     ~MacInterAppStream() override;
 
     bool isEmpty() const override;
     SoString getMessages() override;
     bool isGood() const override;
-    bool send(SoString const& target, SoString const& text) const override;
+    bool send(const SoString& target, const SoString& text) const override;
     // The same of a text that lies in two pieces.
-    bool send(SoString const& target, SoString const& head, SoString const& rest) const;
+    bool send(const SoString& target, const SoString& head, const SoString& rest) const;
     bool receive() override;
     bool messagePending() const override;
-    bool canOpen(SoString const& name, bool flag) const override;
+    bool canOpen(const SoString& name, bool flag) const override;
 
     SoVector<DataRef>& getMsgQueue() { return m_msgQueue; }
     // Whether a text arrived that was looked at by messagePending() and not received yet.
@@ -118,11 +118,11 @@ public:
     class InitTerm {
     public:
         // Replaces it by one of that name with the suffix "ping".
-        static void init(SoString const& appName);
+        static void init(const SoString& appName);
         static void exit();
     };
 
-    InterAppStream(SoString const& specifier, bool flag);
+    InterAppStream(const SoString& specifier, bool flag);
 
     // Made under another name when there is none; null when none can be had.
     static InterAppStream* get();

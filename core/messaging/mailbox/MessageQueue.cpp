@@ -14,12 +14,12 @@ namespace {
 
 using Message = TevoroTalk::Message;
 
-bool isWatcher(Message const& message)
+bool isWatcher(const Message& message)
 {
     return message.type == kIgnore;
 }
 
-bool matches(Message const& message, std::uint32_t number)
+bool matches(const Message& message, std::uint32_t number)
 {
     return number == QK_INVALID_MESSAGE_NUMBER || message.received == number
         || message.result == number || message.error == number;
@@ -33,8 +33,8 @@ public:
     {
     }
     ~Lowered() { m_flag = false; }
-    Lowered(Lowered const&) = delete;
-    Lowered& operator=(Lowered const&) = delete;
+    Lowered(const Lowered&) = delete;
+    Lowered& operator=(const Lowered&) = delete;
 
 private:
     std::atomic<bool>& m_flag;
@@ -43,7 +43,7 @@ private:
 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 
 // Times and timeouts of messages are whatever their senders wrote.
-std::int64_t deadlineOf(Message const& message)
+std::int64_t deadlineOf(const Message& message)
 {
     if (message.timeout <= 0 || message.timestamp <= 0
         || message.timestamp > kNever - message.timeout)
@@ -54,23 +54,23 @@ std::int64_t deadlineOf(Message const& message)
 // The root is asked for only when somebody subscribed: this is passed several times by every
 // message.
 template <typename Root>
-void forward(Message const& message, Root const& rootOf, char const* label)
+void forward(const Message& message, const Root& rootOf, const char* label)
 {
     if (!hasSubscriber("FWDMESSAGES"))
         return;
-    SoString const root = rootOf();
+    const SoString root = rootOf();
     if (!root.isEmpty() && message.type != kDebug)
         TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, label);
 }
 
 } // namespace
 
-bool hasTimedOut(Message const& message, std::int64_t now)
+bool hasTimedOut(const Message& message, std::int64_t now)
 {
     return message.timeout == 0 ? isWatcher(message) : now >= deadlineOf(message);
 }
 
-bool notifySender(Message const& message, SoString const& word, SoString const& diagnosticsRoot)
+bool notifySender(const Message& message, const SoString& word, const SoString& diagnosticsRoot)
 {
     if (std::strstr(message.responseRequest, word) == nullptr)
         return false;
@@ -91,7 +91,7 @@ bool notifySender(Message const& message, SoString const& word, SoString const& 
     TevoroTalkUtils::logMessage("REMOVING MSG - NOTIFYING SENDER", notice, false);
     forward(
         message, [&] { return diagnosticsRoot; }, "timed out");
-    TevoroTalk const* const instance = TevoroTalk::get(nullptr);
+    const TevoroTalk* const instance = TevoroTalk::get(nullptr);
     return instance != nullptr && instance->send(notice, false, 0, nullptr);
 }
 
@@ -103,7 +103,7 @@ MessageQueue::~MessageQueue()
 
 void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_flag = flag;
     m_timer = timer;
     m_isFlagUp = false;
@@ -113,32 +113,32 @@ void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
 
 void MessageQueue::pauseSignals()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     ++m_pauses;
 }
 
 void MessageQueue::resumeSignals()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     --m_pauses;
     showState();
 }
 
 bool MessageQueue::isEmpty() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_messages.length() == 0;
 }
 
 bool MessageQueue::hasMessage() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_messages.length() > m_watchers;
 }
 
 long MessageQueue::length() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_messages.length();
 }
 
@@ -153,7 +153,7 @@ bool MessageQueue::append(Message* message)
     // While it is still nobody else's: a reader of the queue may delete it at any moment.
     forward(
         *message, [this] { return diagnosticsRoot(); }, "added");
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_messages.append(message);
     added(*message);
     return true;
@@ -161,11 +161,11 @@ bool MessageQueue::append(Message* message)
 
 Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
 {
-    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     Messages expired;
     Message* result = nullptr;
     {
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         long deferred = 0;
         while (result == nullptr && deferred < m_messages.length()) {
             Message& message = *m_messages[deferred];
@@ -190,9 +190,9 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
     return result;
 }
 
-Message const* MessageQueue::findMessageForTarget(SoString const& target) const
+const Message* MessageQueue::findMessageForTarget(const SoString& target) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     for (long i = 0; i < m_messages.length(); ++i)
         if (m_messages[i]->target == target)
             return m_messages[i];
@@ -203,7 +203,7 @@ bool MessageQueue::removeMessage(std::uint32_t serialNumber)
 {
     if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
         return false;
-    Message const* const message = getNextMessage(serialNumber);
+    const Message* const message = getNextMessage(serialNumber);
     delete message;
     return message != nullptr;
 }
@@ -213,12 +213,12 @@ void MessageQueue::removeExpiredMessages()
     // All deadlines lie at or behind the noted one; who adds one meanwhile came a moment later.
     if (m_nearestDeadline == kNever)
         return;
-    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     if (now < m_nearestDeadline)
         return;
     Messages expired;
     {
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         for (long i = m_messages.length() - 1; i >= 0; --i)
             if (hasTimedOut(*m_messages[i], now))
                 takeOut(i, expired);
@@ -228,12 +228,12 @@ void MessageQueue::removeExpiredMessages()
     notifyAndDelete(expired);
 }
 
-void MessageQueue::workOff(std::function<bool(Message const&)> const& attempt,
-    std::function<void(Message&)> const& postpone)
+void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
+    const std::function<void(Message&)>& postpone)
 {
     if (m_isWorkedOff.exchange(true))
         return;
-    Lowered const atTheEnd(m_isWorkedOff);
+    const Lowered atTheEnd(m_isWorkedOff);
     // Nobody else takes from this queue meanwhile, so that a message stays at its place.
     removeExpiredMessages();
     long place = 0;
@@ -242,7 +242,7 @@ void MessageQueue::workOff(std::function<bool(Message const&)> const& attempt,
             takeDone(place);
             continue;
         }
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         postpone(*message);
         if (deadlineOf(*message) < m_nearestDeadline)
             arm(deadlineOf(*message));
@@ -253,7 +253,7 @@ void MessageQueue::workOff(std::function<bool(Message const&)> const& attempt,
 // Steps over watchers.
 Message* MessageQueue::nextAttempt(long& place) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     while (place < m_messages.length() && isWatcher(*m_messages[place]))
         ++place;
     return place < m_messages.length() ? m_messages[place] : nullptr;
@@ -263,7 +263,7 @@ void MessageQueue::takeDone(long place)
 {
     Message* message = nullptr;
     {
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         message = m_messages.removeAt(place);
         removed(*message);
         showState();
@@ -277,9 +277,9 @@ bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
 {
     if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
         return false;
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     for (long i = m_messages.length() - 1; i >= 0; --i) {
-        Message const* const message = m_messages[i];
+        const Message* const message = m_messages[i];
         if (message->serialNumber != serialNumber || message->timeout <= 0 || !isWatcher(*message)
             || message->responseRequest != QK_TIMEOUT || message->target != message->sender)
             continue;
@@ -292,20 +292,20 @@ bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
 
 SoString MessageQueue::diagnosticsRoot() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_diagnosticsRoot;
 }
 
-void MessageQueue::setDiagnosticsRoot(SoString const& path)
+void MessageQueue::setDiagnosticsRoot(const SoString& path)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_diagnosticsRoot = path;
 }
 
-long MessageQueue::appendDiagnostics(SoString& out, SoString const& path) const
+long MessageQueue::appendDiagnostics(SoString& out, const SoString& path) const
 {
-    ObjectLock const lock(*this);
-    bool const wantsLog = out.view().starts_with("/log");
+    const ObjectLock lock(*this);
+    const bool wantsLog = out.view().starts_with("/log");
     long count = 0;
     for (long i = 0; i < m_messages.length(); ++i) {
         if ((m_messages[i]->type == kLog) != wantsLog)
@@ -316,7 +316,7 @@ long MessageQueue::appendDiagnostics(SoString& out, SoString const& path) const
     return count;
 }
 
-void MessageQueue::added(Message const& message)
+void MessageQueue::added(const Message& message)
 {
     if (isWatcher(message))
         ++m_watchers;
@@ -325,7 +325,7 @@ void MessageQueue::added(Message const& message)
     showState();
 }
 
-void MessageQueue::removed(Message const& message)
+void MessageQueue::removed(const Message& message)
 {
     if (isWatcher(message))
         --m_watchers;
@@ -333,7 +333,7 @@ void MessageQueue::removed(Message const& message)
 
 void MessageQueue::showState()
 {
-    bool const isUp = m_messages.length() > m_watchers;
+    const bool isUp = m_messages.length() > m_watchers;
     if (m_flag == nullptr || m_pauses != 0 || isUp == m_isFlagUp)
         return;
     m_isFlagUp = isUp;
@@ -372,8 +372,8 @@ void MessageQueue::notifyAndDelete(Messages& expired) const
 {
     if (expired.length() == 0)
         return;
-    SoString const root = diagnosticsRoot();
-    while (Message const* const message = expired.removeAt(0)) {
+    const SoString root = diagnosticsRoot();
+    while (const Message* const message = expired.removeAt(0)) {
         notifySender(*message, QK_TIMEOUT, root);
         delete message;
     }

@@ -28,8 +28,8 @@ public:
     MessageQueue() = default;
     // Tells the senders of all that is left, run out or not.
     ~MessageQueue() override;
-    MessageQueue(MessageQueue const&) = delete;
-    MessageQueue& operator=(MessageQueue const&) = delete;
+    MessageQueue(const MessageQueue&) = delete;
+    MessageQueue& operator=(const MessageQueue&) = delete;
 
     // From now on `flag` is up while a message other than a watcher is here, and `timer` runs out
     // at the nearest deadline or before. Borrowed; null for none.
@@ -55,10 +55,10 @@ public:
     // is called without the lock; a message that it answers true for goes. The others stay in their
     // places, after `postpone` changed them, which is called with the lock. One thread at a time:
     // for a second one there is nothing to do.
-    void workOff(std::function<bool(TevoroTalk::Message const&)> const& attempt,
-        std::function<void(TevoroTalk::Message&)> const& postpone);
+    void workOff(const std::function<bool(const TevoroTalk::Message&)>& attempt,
+        const std::function<void(TevoroTalk::Message&)>& postpone);
     // To be tested for null only.
-    TevoroTalk::Message const* findMessageForTarget(SoString const& target) const;
+    const TevoroTalk::Message* findMessageForTarget(const SoString& target) const;
     // Deletes what getNextMessage gives, which may be a message with another number. False for
     // QK_INVALID_MESSAGE_NUMBER.
     bool removeMessage(std::uint32_t serialNumber);
@@ -67,16 +67,16 @@ public:
     bool removeTimeoutMessage(std::uint32_t serialNumber);
 
     // The path of this queue in the diagnostics tree; while it is empty nothing is forwarded.
-    void setDiagnosticsRoot(SoString const& path);
+    void setDiagnosticsRoot(const SoString& path);
     // Appends each message and gives their number: only those of type "Log" if `out` begins with
     // "/log", else only the others.
-    long appendDiagnostics(SoString& out, SoString const& path) const;
+    long appendDiagnostics(SoString& out, const SoString& path) const;
 
 private:
     using Messages = SoVector<TevoroTalk::Message>;
 
-    void added(TevoroTalk::Message const& message);
-    void removed(TevoroTalk::Message const& message);
+    void added(const TevoroTalk::Message& message);
+    void removed(const TevoroTalk::Message& message);
     void showState();
     void takeOut(long index, Messages& taken);
     void arm(std::int64_t deadline);
@@ -100,10 +100,10 @@ private:
 
 // Whether the message's time is over. One without a timeout never runs out, but for watchers, which
 // do at once.
-bool hasTimedOut(TevoroTalk::Message const& message, std::int64_t now);
+bool hasTimedOut(const TevoroTalk::Message& message, std::int64_t now);
 
 // Tells the sender of a message that left a queue, if it asked for `word`. True if it was sent.
 bool notifySender(
-    TevoroTalk::Message const& message, SoString const& word, SoString const& diagnosticsRoot);
+    const TevoroTalk::Message& message, const SoString& word, const SoString& diagnosticsRoot);
 
 } // namespace ScObjects::TevoroTalkData

@@ -15,7 +15,7 @@ using MsgHandler = TevoroTalk::MsgHandler;
 
 constinit std::atomic<int> gForwardHandlers{0};
 
-bool isForwardHandler(MsgHandler const& handler)
+bool isForwardHandler(const MsgHandler& handler)
 {
     return std::string_view(handler.getMsgType()).starts_with("FWD");
 }
@@ -39,14 +39,14 @@ long callHandler(MsgHandler& handler, int reason, TevoroTalk::Message& message, 
     }
 }
 
-PrivateData::PrivateData(TevoroTalk::Specifier const& specifier)
+PrivateData::PrivateData(const TevoroTalk::Specifier& specifier)
 {
     try {
         m_signals = std::make_unique<Signals>();
         m_signals->all.add(m_signals->flag.descriptor());
         m_signals->all.add(m_signals->timer.descriptor());
         incoming.setSignals(&m_signals->flag, &m_signals->timer);
-    } catch (std::system_error const&) {
+    } catch (const std::system_error&) {
         // No descriptors left: the instance works, and waitDescriptor() says that it cannot be
         // waited on.
         m_signals.reset();
@@ -57,15 +57,15 @@ PrivateData::PrivateData(TevoroTalk::Specifier const& specifier)
 
 PrivateData::~PrivateData()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     delete std::exchange(stream, nullptr);
     for (long i = handlers.length() - 1; i >= 0; --i)
         delete takeFromHandlers(i);
 }
 
-void PrivateData::openStream(SoString const& name)
+void PrivateData::openStream(const SoString& name)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     delete std::exchange(stream, nullptr);
     stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
     if (stream != nullptr && m_signals != nullptr)
@@ -84,7 +84,7 @@ void PrivateData::registerNumberedInstance()
         return;
     TevoroTalk::Specifier base(numbered);
     base.setInstance("");
-    SoString const path = TevoroTalk::Specifier::getApplicationPath(base);
+    const SoString path = TevoroTalk::Specifier::getApplicationPath(base);
     unregisterApp = numbered.registerApplication(path, nullptr, false);
 }
 
@@ -116,13 +116,13 @@ MsgHandler* PrivateData::takeFromHandlers(long index)
 {
     MsgHandler* const handler = handlers.removeAt(index);
     // What was counted is what is taken off, whatever type the handler says that it has by now.
-    long const before = m_forwardHandlers.length();
+    const long before = m_forwardHandlers.length();
     m_forwardHandlers.remove(handler);
     gForwardHandlers -= static_cast<int>(before - m_forwardHandlers.length());
     return handler;
 }
 
-long PrivateData::placeOf(MsgHandler const* handler) const
+long PrivateData::placeOf(const MsgHandler* handler) const
 {
     long place = handlers.length() - 1;
     while (place >= 0 && handlers[place] != handler)
@@ -130,14 +130,14 @@ long PrivateData::placeOf(MsgHandler const* handler) const
     return place;
 }
 
-MsgHandler* PrivateData::findHandler(char const* type, std::uint32_t serialNumber)
+MsgHandler* PrivateData::findHandler(const char* type, std::uint32_t serialNumber)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     MsgHandler* fallback = nullptr;
     for (long i = handlers.length() - 1; i >= 0; --i) {
         MsgHandler* const handler = handlers[i];
-        bool const hasType = std::strcmp(type, handler->getMsgType()) == 0;
-        bool const hasNumber = handler->getSerialNumber() == serialNumber;
+        const bool hasType = std::strcmp(type, handler->getMsgType()) == 0;
+        const bool hasNumber = handler->getSerialNumber() == serialNumber;
         if (hasNumber && (hasType || *type == '\0'))
             return handler;
         if (hasType && handler->getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
@@ -148,7 +148,7 @@ MsgHandler* PrivateData::findHandler(char const* type, std::uint32_t serialNumbe
 
 MsgHandler* PrivateData::changeHandler(MsgHandler* handler)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     MsgHandler* former = findHandler(handler->getMsgType(), handler->getSerialNumber());
     // One for all messages is not the one for this message.
     if (former != nullptr && former->getSerialNumber() != handler->getSerialNumber())
@@ -166,16 +166,16 @@ void PrivateData::addHandler(MsgHandler* handler)
     delete changeHandler(handler);
 }
 
-MsgHandler* PrivateData::removeHandler(SoString const& type, std::uint32_t serialNumber)
+MsgHandler* PrivateData::removeHandler(const SoString& type, std::uint32_t serialNumber)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     MsgHandler* const handler = findHandler(type, serialNumber);
     return takeFromHandlers(placeOf(handler));
 }
 
-bool PrivateData::deleteHandler(MsgHandler const* handler)
+bool PrivateData::deleteHandler(const MsgHandler* handler)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     MsgHandler* const found = takeFromHandlers(placeOf(handler));
     delete found;
     return found != nullptr;
@@ -185,7 +185,7 @@ bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
 {
     if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
         return false;
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     bool found = false;
     for (long i = handlers.length() - 1; i >= 0; --i) {
         if (handlers[i]->getSerialNumber() != serialNumber)
@@ -197,14 +197,14 @@ bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
     return found;
 }
 
-void PrivateData::appendDiagnostics(SoString& out, SoString const& path) const
+void PrivateData::appendDiagnostics(SoString& out, const SoString& path) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     SoString node(path);
     node << "/" << (stream != nullptr ? stream->getSpecifier() : SoString()) << "/handler";
     out << node << ";1;Handler;" << handlers.length() << ";\n";
     for (long i = 0; i < handlers.length(); ++i) {
-        MsgHandler const& handler = *handlers[i];
+        const MsgHandler& handler = *handlers[i];
         out << node << "/" << handler.getMsgType() << ";0;" << handler.getMsgType() << ";";
         if (handler.getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
             out << "for all messages";

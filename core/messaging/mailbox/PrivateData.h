@@ -25,24 +25,24 @@ long callHandler(
 
 class PrivateData final : public SoLockable {
 public:
-    explicit PrivateData(TevoroTalk::Specifier const& specifier);
+    explicit PrivateData(const TevoroTalk::Specifier& specifier);
     ~PrivateData() override;
-    PrivateData(PrivateData const&) = delete;
-    PrivateData& operator=(PrivateData const&) = delete;
+    PrivateData(const PrivateData&) = delete;
+    PrivateData& operator=(const PrivateData&) = delete;
 
     // See the operations of TevoroTalk.
-    TevoroTalk::MsgHandler* findHandler(char const* type, std::uint32_t serialNumber);
+    TevoroTalk::MsgHandler* findHandler(const char* type, std::uint32_t serialNumber);
     TevoroTalk::MsgHandler* changeHandler(TevoroTalk::MsgHandler* handler);
-    TevoroTalk::MsgHandler* removeHandler(SoString const& type, std::uint32_t serialNumber);
-    bool deleteHandler(TevoroTalk::MsgHandler const* handler);
+    TevoroTalk::MsgHandler* removeHandler(const SoString& type, std::uint32_t serialNumber);
+    bool deleteHandler(const TevoroTalk::MsgHandler* handler);
     bool deleteHandlers(std::uint32_t serialNumber);
     // Deletes the one it replaces.
     void addHandler(TevoroTalk::MsgHandler* handler);
 
     // Deletes the stream and takes a new name.
-    void openStream(SoString const& name);
+    void openStream(const SoString& name);
 
-    void appendDiagnostics(SoString& out, SoString const& path) const;
+    void appendDiagnostics(SoString& out, const SoString& path) const;
 
     int waitDescriptor() const;
     bool waitForMessage(std::chrono::milliseconds limit) const;
@@ -66,7 +66,7 @@ private:
     };
 
     void registerNumberedInstance();
-    long placeOf(TevoroTalk::MsgHandler const* handler) const; // -1 when it is not there
+    long placeOf(const TevoroTalk::MsgHandler* handler) const; // -1 when it is not there
     void addToHandlers(TevoroTalk::MsgHandler* handler);
     TevoroTalk::MsgHandler* takeFromHandlers(long index);
 

@@ -12,7 +12,7 @@ using namespace TevoroTalkData;
 namespace {
 
 // The name taken apart and built again, which drops what its grammar does not know.
-TevoroTalk::Specifier canonical(char const* appName)
+TevoroTalk::Specifier canonical(const char* appName)
 {
     TevoroTalk::Specifier specifier(appName, true);
     specifier.setInstance(specifier.instance());
@@ -22,7 +22,7 @@ TevoroTalk::Specifier canonical(char const* appName)
 } // namespace
 
 TevoroTalk::TevoroTalk(
-    char const* appName, MsgHandler* handler, bool mainInstance, TevoroTalkContext* context)
+    const char* appName, MsgHandler* handler, bool mainInstance, TevoroTalkContext* context)
 {
     if (TevoroTalkSetupThread::isSetupThreadRunning())
         TevoroTalkSetupThread::syncWithSetupThread();
@@ -70,8 +70,8 @@ void TevoroTalk::setContext(TevoroTalkContext* context)
     if (former != nullptr && former != context) {
         bool wasLast = false;
         {
-            TevoroTalkContext::PausedThread const pause(former);
-            ObjectLock const lock(*former);
+            const TevoroTalkContext::PausedThread pause(former);
+            const ObjectLock lock(*former);
             if (former->getMainInstance() == this)
                 former->setMainInstance(nullptr);
             former->removeInstance(this);
@@ -86,24 +86,24 @@ void TevoroTalk::setContext(TevoroTalkContext* context)
 
 SoString TevoroTalk::getAppName() const
 {
-    ObjectLock const lock(*m_data);
+    const ObjectLock lock(*m_data);
     return m_data->stream != nullptr ? m_data->stream->getSpecifier() : SoString();
 }
 
-void TevoroTalk::setAppName(char const* name)
+void TevoroTalk::setAppName(const char* name)
 {
     if (getAppName() == name)
         return;
-    TevoroTalkContext::PausedThread const pause(getContext());
+    const TevoroTalkContext::PausedThread pause(getContext());
     m_data->openStream(name);
 }
 
-TevoroTalk::MsgHandler* TevoroTalk::findHandler(SoString const& type, std::uint32_t serialNumber)
+TevoroTalk::MsgHandler* TevoroTalk::findHandler(const SoString& type, std::uint32_t serialNumber)
 {
     return m_data->findHandler(type, serialNumber);
 }
 
-TevoroTalk::MsgHandler* TevoroTalk::findHandler(char const* type, std::uint32_t serialNumber)
+TevoroTalk::MsgHandler* TevoroTalk::findHandler(const char* type, std::uint32_t serialNumber)
 {
     return m_data->findHandler(type, serialNumber);
 }
@@ -113,12 +113,12 @@ TevoroTalk::MsgHandler* TevoroTalk::changeHandler(MsgHandler* handler)
     return m_data->changeHandler(handler);
 }
 
-TevoroTalk::MsgHandler* TevoroTalk::removeHandler(SoString const& type, std::uint32_t serialNumber)
+TevoroTalk::MsgHandler* TevoroTalk::removeHandler(const SoString& type, std::uint32_t serialNumber)
 {
     return m_data->removeHandler(type, serialNumber);
 }
 
-bool TevoroTalk::deleteHandler(MsgHandler const* handler)
+bool TevoroTalk::deleteHandler(const MsgHandler* handler)
 {
     return m_data->deleteHandler(handler);
 }
@@ -145,7 +145,7 @@ bool TevoroTalk::incomingMessagePending() const
 
 bool TevoroTalk::textPending() const
 {
-    InterAppStream const* const stream = m_data->stream;
+    const InterAppStream* const stream = m_data->stream;
     return stream != nullptr && (stream->messagePending() || !stream->isEmpty());
 }
 
@@ -169,9 +169,9 @@ bool TevoroTalk::waitForMessage(int milliseconds) const
     return m_data->waitForMessage(std::chrono::milliseconds(milliseconds));
 }
 
-bool TevoroTalk::isCalled(SoString const& name) const
+bool TevoroTalk::isCalled(const SoString& name) const
 {
-    ObjectLock const lock(*m_data);
+    const ObjectLock lock(*m_data);
     return m_data->stream != nullptr ? m_data->stream->getSpecifier() == name : name.isEmpty();
 }
 
@@ -185,9 +185,9 @@ int TevoroTalk::portDescriptor() const
     return m_data->stream != nullptr ? m_data->stream->waitDescriptor() : -1;
 }
 
-SoString TevoroTalk::getInfoRoot(char const* queue) const
+SoString TevoroTalk::getInfoRoot(const char* queue) const
 {
-    SoString const name = getAppName();
+    const SoString name = getAppName();
     Specifier specifier(name, false);
     specifier.setSuffix("");
     SoString root = "/messages/";

@@ -21,16 +21,16 @@ using MsgHandler = TevoroTalk::MsgHandler;
 constexpr long kRejected = 53;
 
 // Of one pump, at a port whose texts are large, or hold nothing for anybody.
-constexpr int kMostLooks = 64;
+constexpr int kMaxLooks = 64;
 
 bool isValid(std::uint32_t number)
 {
     return number != QK_INVALID_MESSAGE_NUMBER;
 }
 
-int getReason(Message const& message)
+int getReason(const Message& message)
 {
-    bool const isScript = message.type == kQuillscriber || message.type == kDebug;
+    const bool isScript = message.type == kQuillscriber || message.type == kDebug;
     if (message.type == QK_RECEIVED || (isScript && isValid(message.received)))
         return MsgHandler::kReceived;
     if (message.type == QK_RESULT || (isScript && isValid(message.result)))
@@ -46,7 +46,7 @@ int getReason(Message const& message)
     return message.type == kIdleType ? MsgHandler::kIdle : MsgHandler::kOther;
 }
 
-bool hasAnswerNumber(Message const& message)
+bool hasAnswerNumber(const Message& message)
 {
     return isValid(message.received) || isValid(message.result) || isValid(message.error);
 }
@@ -82,7 +82,7 @@ bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatc
 bool TevoroTalk::dispatchNext(std::uint32_t serialNumber)
 {
     MessageQueue& incoming = m_data->incoming;
-    autoPtr<Message> const message(incoming.getNextMessage(serialNumber));
+    const autoPtr<Message> message(incoming.getNextMessage(serialNumber));
     incoming.resumeSignals();
     if (message.get() == nullptr || message->target.isEmpty())
         return false;
@@ -97,8 +97,8 @@ bool TevoroTalk::dispatchNext(std::uint32_t serialNumber)
 bool TevoroTalk::dispatchIncoming()
 {
     bool dispatched = false;
-    for (int looks = 0; looks < kMostLooks; ++looks) {
-        bool const arrived = dispatchArrived(dispatched);
+    for (int looks = 0; looks < kMaxLooks; ++looks) {
+        const bool arrived = dispatchArrived(dispatched);
         if (!arrived || (dispatched && !m_data->stream->hasMore()))
             return dispatched;
     }
@@ -111,7 +111,7 @@ bool TevoroTalk::dispatchArrived(bool& dispatched)
     MessageQueue& incoming = m_data->incoming;
     incoming.removeExpiredMessages();
     incoming.pauseSignals();
-    bool const arrived = textPending();
+    const bool arrived = textPending();
     for (bool isFirst = true;; isFirst = false) {
         if (isFirst ? arrived : hasUnreadTexts())
             takeIn(true);
@@ -142,13 +142,13 @@ bool TevoroTalk::putOneIncomingMessageInQueue()
     if (m_data->stream == nullptr)
         return false;
     SoString text = m_data->stream->getMessages();
-    long const end = text.length();
+    const long end = text.length();
     if (end == 0)
         return false;
     for (long at = 0; at != end && text.get()[at] != '\0';) {
         auto* const message = new Message;
-        long const next = message->readFrom(text, at);
-        bool const isTaken = message->type != kIgnore && next != at;
+        const long next = message->readFrom(text, at);
+        const bool isTaken = message->type != kIgnore && next != at;
         if (isTaken) {
             sendReceipt(*message);
             logMessage("RECEIVE", *message, true);
@@ -162,7 +162,7 @@ bool TevoroTalk::putOneIncomingMessageInQueue()
     return true;
 }
 
-void TevoroTalk::sendReceipt(Message const& message) const
+void TevoroTalk::sendReceipt(const Message& message) const
 {
     if (std::strstr(message.responseRequest, QK_RECEIVED) == nullptr)
         return;
@@ -182,7 +182,7 @@ void TevoroTalk::handleMessage(Message& message)
     message.body.swap(copy.body);
 }
 
-void TevoroTalk::handleCopy(Message const& message, Message& copy)
+void TevoroTalk::handleCopy(const Message& message, Message& copy)
 {
     if (copy.type == kQuillscriber && copy.body.isEmpty() && !hasAnswerNumber(copy))
         return;
@@ -196,10 +196,10 @@ void TevoroTalk::handleCopy(Message const& message, Message& copy)
     if (handler == nullptr)
         return;
     turnAnswerIntoScript(copy);
-    SoString const handlerType = handler->getMsgType();
-    std::uint32_t const handlerNumber = handler->getSerialNumber();
+    const SoString handlerType = handler->getMsgType();
+    const std::uint32_t handlerNumber = handler->getSerialNumber();
     SoString text;
-    long const code = callHandler(*handler, getReason(message), copy, &text);
+    const long code = callHandler(*handler, getReason(message), copy, &text);
     // A handler for one message does not outlive it.
     if (isValid(message.serialNumber) && message.serialNumber == handlerNumber)
         delete removeHandler(handlerType, handlerNumber);
@@ -209,13 +209,13 @@ void TevoroTalk::handleCopy(Message const& message, Message& copy)
         sendError(copy, text, code, 0);
 }
 
-void TevoroTalk::finishMessage(Message const& message)
+void TevoroTalk::finishMessage(const Message& message)
 {
-    auto const forward = [&](char const* word) {
+    const auto forward = [&](const char* word) {
         if (hasSubscriber("FWDMESSAGES"))
             TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", getInfoRoot("in"), word);
     };
-    auto const clean = [&](char const* logWord, char const* forwardWord) {
+    const auto clean = [&](const char* logWord, const char* forwardWord) {
         deleteHandlers(message.serialNumber);
         logMessage(logWord, message, false);
         forward(forwardWord);

@@ -25,19 +25,19 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr long kSendFailed = 59;
 constexpr std::chrono::milliseconds kPoll{100};
-constexpr std::chrono::seconds kLongestLaunch{300};
+constexpr std::chrono::seconds kMaxLaunch{300};
 constexpr std::int32_t kDefaultWatch = 60; // seconds
-constexpr std::int32_t kLongestTimeout = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t kMaxTimeout = std::numeric_limits<std::int32_t>::max();
 // More seconds than this count as this many: points in time stay numbers.
-constexpr unsigned long kLongestWait = 1'000'000'000;
+constexpr unsigned long kMaxWait = 1'000'000'000;
 
-bool asksFor(Message const& message, char const* word)
+bool asksFor(const Message& message, const char* word)
 {
     return std::strstr(message.responseRequest, word) != nullptr;
 }
 
 // Nothing to run and no answer.
-bool isEmptyRequest(Message const& message)
+bool isEmptyRequest(const Message& message)
 {
     return message.type == kQuillscriber && message.body.isEmpty()
         && message.received == QK_INVALID_MESSAGE_NUMBER
@@ -55,13 +55,13 @@ bool enqueue(MessageQueue& queue, Message* message)
 }
 
 // The body, which may be large, goes as it lies there.
-bool sendMessage(InterAppStream const* stream, SoString const& head, Message const& message)
+bool sendMessage(const InterAppStream* stream, const SoString& head, const Message& message)
 {
     return stream != nullptr && stream->send(message.target, head, message.body);
 }
 
 // The receipt of a message that does not leave the process.
-Message* makeReceipt(Message const& message)
+Message* makeReceipt(const Message& message)
 {
     auto* const receipt = new Message(message);
     receipt->target = message.sender;
@@ -77,7 +77,7 @@ Message* makeReceipt(Message const& message)
 // timeout is what lets it run out.
 void restamp(Message& message)
 {
-    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     std::int64_t stamp = std::strtoll(message.getUserHeaderValue(kQueueStamp), nullptr, 10);
     if (stamp <= 0 || stamp > now) { // none yet, or no time in which it was queued
         stamp = message.timestamp;
@@ -94,7 +94,7 @@ void restamp(Message& message)
         message.timeout = kQueueLifetime - 1;
 }
 
-bool holds(SoVector<SoString> const& texts, SoString const& wanted)
+bool holds(const SoVector<SoString>& texts, const SoString& wanted)
 {
     for (long i = 0; i < texts.length(); ++i)
         if (*texts[i] == wanted)
@@ -105,7 +105,7 @@ bool holds(SoVector<SoString> const& texts, SoString const& wanted)
 } // namespace
 
 bool TevoroTalk::send(
-    Message& message, bool launch, unsigned long waitSeconds, SoString const* launchOptions) const
+    Message& message, bool launch, unsigned long waitSeconds, const SoString* launchOptions) const
 {
     return sendFrom(message, launch, waitSeconds, launchOptions, false);
 }
@@ -113,12 +113,12 @@ bool TevoroTalk::send(
 bool TevoroTalk::sendFrom(Message& message,
     bool launch,
     unsigned long waitSeconds,
-    SoString const* launchOptions,
+    const SoString* launchOptions,
     bool isAnswer) const
 {
     if (isEmptyRequest(message))
         return false;
-    Specifier const target(message.target, true);
+    const Specifier target(message.target, true);
     if (target.isEmpty())
         return sendError(message, "ERROR: INVALID SPECIFIER", kSendFailed, waitSeconds);
     // The sender watches by itself; its notice is not for others.
@@ -133,7 +133,7 @@ bool TevoroTalk::sendFrom(Message& message,
     message.target.assign(target.view());
     message.timestamp = TevoroTalkUtils::getTimeSeconds();
     // A handler of an answer's number is one of another message: numbers are each process's own.
-    bool const isAwaited = !message.responseRequest.isEmpty()
+    const bool isAwaited = !message.responseRequest.isEmpty()
         || (!isAnswer && m_data->findHandler("", message.serialNumber) != nullptr);
     if (message.type != kIgnore && isAwaited && !asksFor(message, kProcessed)
         && message.type != kDebug)
@@ -143,7 +143,7 @@ bool TevoroTalk::sendFrom(Message& message,
             message, "ERROR: CAN'T STREAM MESSAGE TO STRING", kSendFailed, waitSeconds);
     bool delivered = deliverHere(message);
     if (!delivered) {
-        char const* failure = nullptr;
+        const char* failure = nullptr;
         delivered = deliverThere(message, launch, launchOptions, failure);
         if (failure != nullptr)
             return sendError(message, failure, kSendFailed, waitSeconds);
@@ -157,10 +157,10 @@ bool TevoroTalk::sendFrom(Message& message,
 }
 
 // To an instance of this process: into its queue, without a text.
-bool TevoroTalk::deliverHere(Message const& message) const
+bool TevoroTalk::deliverHere(const Message& message) const
 {
-    TevoroTalkContext const* const context = getContext();
-    TevoroTalk const* const instance =
+    const TevoroTalkContext* const context = getContext();
+    const TevoroTalk* const instance =
         context != nullptr ? context->findInstance(message.target) : nullptr;
     if (instance == nullptr)
         return false;
@@ -173,7 +173,7 @@ bool TevoroTalk::deliverHere(Message const& message) const
 
 // To another process, or into the outgoing queue. With a failure the message is in neither.
 bool TevoroTalk::deliverThere(
-    Message const& message, bool launch, SoString const* launchOptions, char const*& failure) const
+    const Message& message, bool launch, const SoString* launchOptions, const char*& failure) const
 {
     // What waits for this target goes first.
     if (m_data->outgoing.findMessageForTarget(message.target) == nullptr) {
@@ -190,7 +190,7 @@ bool TevoroTalk::deliverThere(
     }
     if (!Specifier(message.target, false).isRunning()) {
         logMessage("TARGET IS NOT RUNNING", message, false);
-        char const* const options = launchOptions != nullptr ? launchOptions->get() : "";
+        const char* const options = launchOptions != nullptr ? launchOptions->get() : "";
         if (!launchTarget(message.target, options, kTakeFocus, getContext())) {
             failure = "ERROR: TARGET COULD NOT BE LAUNCHED";
             return false;
@@ -202,7 +202,7 @@ bool TevoroTalk::deliverThere(
     return false;
 }
 
-void TevoroTalk::watchForTimeout(Message const& message) const
+void TevoroTalk::watchForTimeout(const Message& message) const
 {
     if (!asksFor(message, QK_TIMEOUT) || message.getUserHeaderValue(kTimeoutDetector) == "TARGET")
         return;
@@ -212,31 +212,30 @@ void TevoroTalk::watchForTimeout(Message const& message) const
     watcher->type = kIgnore;
     watcher->responseRequest = QK_TIMEOUT;
     watcher->timeout =
-        message.timeout > 0 ? std::min(message.timeout, kLongestTimeout - 1) + 1 : kDefaultWatch;
+        message.timeout > 0 ? std::min(message.timeout, kMaxTimeout - 1) + 1 : kDefaultWatch;
     watcher->serialNumber = message.serialNumber;
     enqueue(m_data->incoming, watcher);
 }
 
-void TevoroTalk::waitForTarget(SoString const& target) const
+void TevoroTalk::waitForTarget(const SoString& target) const
 {
-    auto const deadline = SteadyClock::now() + kLongestLaunch;
+    const auto deadline = SteadyClock::now() + kMaxLaunch;
     while (!Specifier(target, false).isRunning() && SteadyClock::now() < deadline)
         TevoroTalkUtils::sleep(static_cast<unsigned int>(kPoll.count()));
 }
 
-bool TevoroTalk::waitForResponse(Message const& message, unsigned long seconds) const
+bool TevoroTalk::waitForResponse(const Message& message, unsigned long seconds) const
 {
     if (seconds == 0)
         return false;
     using std::chrono::milliseconds;
-    auto const deadline =
-        SteadyClock::now() + std::chrono::seconds(std::min(seconds, kLongestWait));
+    const auto deadline = SteadyClock::now() + std::chrono::seconds(std::min(seconds, kMaxWait));
     TevoroTalkContext* const context = getContext();
     for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
         pump(kBoth, context);
         if (m_data->findHandler("", message.serialNumber) == nullptr)
             return true;
-        auto const pause = std::min(std::chrono::ceil<milliseconds>(deadline - now), kPoll);
+        const auto pause = std::min(std::chrono::ceil<milliseconds>(deadline - now), kPoll);
         if (context != nullptr)
             m_data->waitForMessage(pause);
         else // nothing takes in what arrives
@@ -245,7 +244,7 @@ bool TevoroTalk::waitForResponse(Message const& message, unsigned long seconds) 
     return false;
 }
 
-bool TevoroTalk::sendResponse(Message const& message, char const* word, Message* reply) const
+bool TevoroTalk::sendResponse(const Message& message, const char* word, Message* reply) const
 {
     if (!asksFor(message, word))
         return false;
@@ -270,7 +269,7 @@ bool TevoroTalk::sendResponse(Message const& message, char const* word, Message*
 }
 
 bool TevoroTalk::sendError(
-    Message const& message, char const* text, long code, unsigned long waitSeconds) const
+    const Message& message, const char* text, long code, unsigned long waitSeconds) const
 {
     if (asksFor(message, QK_ERROR)) {
         Message answer;
@@ -285,7 +284,7 @@ bool TevoroTalk::sendError(
     return false;
 }
 
-bool TevoroTalk::sendResult(Message const& message, SoString const& result) const
+bool TevoroTalk::sendResult(const Message& message, const SoString& result) const
 {
     if (!asksFor(message, QK_RESULT))
         return false;
@@ -298,9 +297,9 @@ bool TevoroTalk::sendResult(Message const& message, SoString const& result) cons
 bool TevoroTalk::processOutgoingMessage()
 {
     SoVector<SoString> failedTargets;
-    auto const attempt = [&](Message const& message) {
+    const auto attempt = [&](const Message& message) {
         // A later message does not overtake an earlier one.
-        bool const isHeldUp = holds(failedTargets, message.target);
+        const bool isHeldUp = holds(failedTargets, message.target);
         SoString head;
         if (m_data->stream == nullptr || (!isHeldUp && !message.writeHeadToString(head)))
             return true; // it can never be sent
@@ -315,7 +314,7 @@ bool TevoroTalk::processOutgoingMessage()
     };
     if (!m_data->outgoing.isEmpty())
         m_data->outgoing.workOff(attempt, restamp);
-    while (SoString const* const target = failedTargets.removeAt(0))
+    while (const SoString* const target = failedTargets.removeAt(0))
         delete target;
     return false;
 }

@@ -16,11 +16,11 @@ namespace ScObjects::TevoroTalkUtils {
 
 namespace {
 
-constexpr std::size_t kLongestLocale = 15;
+constexpr std::size_t kMaxLocaleLength = 15;
 constexpr unsigned int kFolderMode = 0771;
-constexpr std::size_t kMostEntries = 256;
+constexpr std::size_t kMaxEntries = 256;
 
-enum class Walk { Done, NothingThere, Ended };
+enum class Walk { kDone, kNothingThere, kEnded };
 
 struct Entry {
     SoString path;
@@ -28,12 +28,12 @@ struct Entry {
 };
 
 // The first entries of a folder. Nothing when it cannot be read to the end of these.
-std::optional<std::vector<Entry>> entriesOf(SoString const& folder)
+std::optional<std::vector<Entry>> entriesOf(const SoString& folder)
 {
     std::vector<Entry> entries;
     std::error_code error;
     std::filesystem::directory_iterator entry(folder.get(), error);
-    for (; !error && entry != end(entry) && entries.size() < kMostEntries; entry.increment(error)) {
+    for (; !error && entry != end(entry) && entries.size() < kMaxEntries; entry.increment(error)) {
         SoString path(folder);
         path << getFolderSeparator() << entry->path().filename().c_str();
         // A link to a folder counts as a file, so that the walk comes to an end.
@@ -46,19 +46,19 @@ std::optional<std::vector<Entry>> entriesOf(SoString const& folder)
 }
 
 // A folder below that is empty or closed does not end the walk; a false from the filter does.
-Walk walk(SoString const& folder, FileFilter& filter)
+Walk walk(const SoString& folder, FileFilter& filter)
 {
     // All entries first, so that no folder stays open while those below it are walked.
-    auto const entries = entriesOf(folder);
+    const auto entries = entriesOf(folder);
     if (!entries || entries->empty())
-        return Walk::NothingThere;
-    for (Entry const& entry : *entries) {
-        bool const goesOn =
+        return Walk::kNothingThere;
+    for (const Entry& entry : *entries) {
+        const bool goesOn =
             entry.isFolder ? filter.onFolder(entry.path) : filter.onFile(entry.path);
-        if (!goesOn || (entry.isFolder && walk(entry.path, filter) == Walk::Ended))
-            return Walk::Ended;
+        if (!goesOn || (entry.isFolder && walk(entry.path, filter) == Walk::kEnded))
+            return Walk::kEnded;
     }
-    return Walk::Done;
+    return Walk::kDone;
 }
 
 } // namespace
@@ -69,33 +69,33 @@ void exit() { }
 
 SoString getCurrentLocale()
 {
-    auto const locale = Pt::systemLocale();
-    if (!locale || locale->size() > kLongestLocale)
+    const auto locale = Pt::systemLocale();
+    if (!locale || locale->size() > kMaxLocaleLength)
         return "en_us";
     return SoString(std::string_view(*locale)).lowercase();
 }
 
-bool fileExists(SoString const& path)
+bool fileExists(const SoString& path)
 {
     return Pt::pathExists(path.get());
 }
 
-bool deleteFile(SoString const& path)
+bool deleteFile(const SoString& path)
 {
     return fileExists(path) && Pt::unlinkPath(path.get()) == 0;
 }
 
-bool mkdir(SoString const& path)
+bool mkdir(const SoString& path)
 {
     return fileExists(path) || !Pt::makeFolder(path.get(), kFolderMode);
 }
 
-bool rmdir(SoString const& path)
+bool rmdir(const SoString& path)
 {
     return fileExists(path) && !Pt::removeFolder(path.get());
 }
 
-char const* getFolderSeparator()
+const char* getFolderSeparator()
 {
     return "/";
 }
@@ -115,15 +115,15 @@ std::int64_t getTimeSeconds()
     return Pt::systemClock().wallSeconds();
 }
 
-SoString getTimeString(std::int64_t const* time)
+SoString getTimeString(const std::int64_t* time)
 {
-    std::time_t const seconds = time == nullptr ? getTimeSeconds() : *time;
+    const std::time_t seconds = time == nullptr ? getTimeSeconds() : *time;
     std::tm parts = {};
     // A year that does not fit: there is no such time.
     if (::localtime_r(&seconds, &parts) == nullptr)
         return {};
     char text[16];
-    std::size_t const length = std::strftime(text, sizeof text, "%H:%M:%S", &parts);
+    const std::size_t length = std::strftime(text, sizeof text, "%H:%M:%S", &parts);
     return SoString(text, static_cast<long>(length));
 }
 
@@ -142,24 +142,24 @@ double Timer::stop() const
     return now() - m_start;
 }
 
-bool FileFilter::run(SoString const& folder)
+bool FileFilter::run(const SoString& folder)
 {
     return iterateFolder(folder, *this);
 }
 
-bool FileFilter::onFile(SoString const&)
+bool FileFilter::onFile(const SoString&)
 {
     return true;
 }
 
-bool FileFilter::onFolder(SoString const&)
+bool FileFilter::onFolder(const SoString&)
 {
     return true;
 }
 
-bool iterateFolder(SoString const& folder, FileFilter& filter)
+bool iterateFolder(const SoString& folder, FileFilter& filter)
 {
-    return walk(folder, filter) == Walk::Done;
+    return walk(folder, filter) == Walk::kDone;
 }
 
 SoString getSenderID()

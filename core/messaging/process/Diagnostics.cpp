@@ -17,26 +17,26 @@ using namespace TevoroTalkData;
 
 namespace {
 
-char const* onOrOff(bool on)
+const char* onOrOff(bool on)
 {
     return on ? "ON" : "OFF";
 }
 
 void appendLine(SoString& out,
-    SoString const& path,
-    char const* child,
-    char const* flag,
-    SoString const& label,
-    SoString const& value)
+    const SoString& path,
+    const char* child,
+    const char* flag,
+    const SoString& label,
+    const SoString& value)
 {
     out << path << child << ";" << flag << ";" << label << ";" << value << ";\n";
 }
 
 void appendLeaf(SoString& out,
-    SoString const& path,
-    char const* child,
-    char const* label,
-    SoString const& value)
+    const SoString& path,
+    const char* child,
+    const char* label,
+    const SoString& value)
 {
     appendLine(out, path, child, "0", label, value);
 }
@@ -50,12 +50,12 @@ SoString textOf(Number number)
 }
 
 void appendReportLine(SoString& report,
-    SoString const& path,
-    SoString const& label,
-    SoString const& value,
+    const SoString& path,
+    const SoString& label,
+    const SoString& value,
     bool hasChildren)
 {
-    long const depth = std::count(path.get() + 1, path.get() + path.length(), '/');
+    const long depth = std::count(path.get() + 1, path.get() + path.length(), '/');
     if (hasChildren)
         report << "\n";
     for (long i = 0; i < depth; ++i)
@@ -69,16 +69,16 @@ void appendReportLine(SoString& report,
 }
 
 // Lines as a report; ends at the first line that is none.
-SoString reportOf(SoString const& lines)
+SoString reportOf(const SoString& lines)
 {
-    constexpr char const* kRule = "----------------------\n";
+    constexpr const char* kRule = "----------------------\n";
     SoString report = "TevoroTalk Diagnostics\n";
     report << kRule;
     SoString path;
     SoString label;
     SoString value;
     bool hasChildren = false;
-    char const* at = lines;
+    const char* at = lines;
     while ((at = TevoroTalkUtils::parseInfoLine(at, path, label, value, hasChildren)) != nullptr)
         appendReportLine(report, path, label, value, hasChildren);
     report << kRule;
@@ -87,13 +87,13 @@ SoString reportOf(SoString const& lines)
 
 } // namespace
 
-void TevoroTalkContext::appendDiagnostics(SoString& out, SoString const& path) const
+void TevoroTalkContext::appendDiagnostics(SoString& out, const SoString& path) const
 {
     SoString node(path);
     node << "/context";
-    TevoroTalk::Specifier const self(getAppSpecifier(), false);
-    SoString const group = self.group(nullptr);
-    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    const TevoroTalk::Specifier self(getAppSpecifier(), false);
+    const SoString group = self.group(nullptr);
+    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     appendLine(out, node, "", "1", "Info", "");
     appendLeaf(out, node, "/name", "Name", self);
     // What a ping of this process would answer; the thread that answers pings may be this one.
@@ -118,12 +118,12 @@ void TevoroTalkContext::appendDiagnostics(SoString& out, SoString const& path) c
     appendLeaf(out, node, "/digest", "Digest", onOrOff(TevoroTalk::Message::getCreateDigest()));
 }
 
-void TevoroTalkThread::appendDiagnostics(SoString& out, SoString const& path) const
+void TevoroTalkThread::appendDiagnostics(SoString& out, const SoString& path) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     SoString node(path);
     node << "/thread";
-    double const now = TevoroTalkUtils::getUTCTimeMilliSeconds();
+    const double now = TevoroTalkUtils::getUTCTimeMilliSeconds();
     SoString interval = textOf(m_avgPumpInterval);
     interval << "ms";
     SoString since = textOf(std::max(0.0, now - m_lastPump));
@@ -136,7 +136,7 @@ void TevoroTalkThread::appendDiagnostics(SoString& out, SoString const& path) co
     node << "/ping";
     appendLine(out, node, "", "1", "Ping", textOf(m_pingData.length()));
     for (long i = 0; i < m_pingData.length(); ++i) {
-        PingData const& entry = *m_pingData[i];
+        const PingData& entry = *m_pingData[i];
         SoString child(node);
         child << "/" << entry.key;
         appendLine(out, child, "", "1", entry.key, entry.value);
@@ -155,19 +155,19 @@ void TevoroTalkThread::appendDiagnostics(SoString& out, SoString const& path) co
     }
 }
 
-void TevoroTalk::appendDiagnostics(SoString& out, SoString const& path) const
+void TevoroTalk::appendDiagnostics(SoString& out, const SoString& path) const
 {
-    SoString const name = getAppName();
+    const SoString name = getAppName();
     SoString node(path);
     node << "/" << name;
-    char const* role = "";
+    const char* role = "";
     if (get(getContext()) == this)
         role = contextOfFirstInstance() != nullptr ? "(main, init() hasn't been called)" : "(main)";
     appendLine(out, node, "", "1", name, role);
-    auto const appendQueue = [&](MessageQueue const& queue, char const* child, char const* label) {
+    const auto appendQueue = [&](const MessageQueue& queue, const char* child, const char* label) {
         SoString queuePath(node);
         queuePath << child;
-        long const count = queue.appendDiagnostics(out, queuePath);
+        const long count = queue.appendDiagnostics(out, queuePath);
         appendLine(out, queuePath, "", "1", label, textOf(count));
     };
     appendQueue(m_data->incoming, "/in", "Incoming");
@@ -180,16 +180,16 @@ void TevoroTalk::getDiagnostics(SoString& out, bool readable)
     out.shrink(0);
     SoString path = "/";
     path << getSharedAppName();
-    if (TevoroTalkContext const* const context = getSharedContext()) {
+    if (const TevoroTalkContext* const context = getSharedContext()) {
         context->appendDiagnostics(out, path);
         context->getThread()->appendDiagnostics(out, path);
         SoString instances(path);
         instances << "/instances";
         appendLine(out, instances, "", "1", "Instances", textOf(context->getNumberOfInstances()));
         for (long i = 0; i < context->getNumberOfInstances(); ++i)
-            if (TevoroTalk const* const instance = context->getNthInstance(i))
+            if (const TevoroTalk* const instance = context->getNthInstance(i))
                 instance->appendDiagnostics(out, instances);
-        if (TevoroTalkConnector const* const connector = context->getConnector())
+        if (const TevoroTalkConnector* const connector = context->getConnector())
             connector->appendDiagnostics(out, path);
     }
     if (readable)

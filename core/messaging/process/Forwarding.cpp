@@ -22,22 +22,22 @@ namespace {
 
 using Message = TevoroTalk::Message;
 
-constexpr char const* kLogTextType = "TevoroTalkUtils::logText";
+constexpr const char* kLogTextType = "TevoroTalkUtils::logText";
 
 // Who gets what is forwarded under that key; null when nobody does.
-TevoroTalk::MsgHandler* findSubscriber(char const* key)
+TevoroTalk::MsgHandler* findSubscriber(const char* key)
 {
     TevoroTalk* const instance = hasForwardHandlers() ? TevoroTalk::get(nullptr) : nullptr;
     return instance != nullptr ? instance->findHandler(key, QK_INVALID_MESSAGE_NUMBER) : nullptr;
 }
 
-void setNumberHeader(Message& entry, char const* name, std::uint32_t number)
+void setNumberHeader(Message& entry, const char* name, std::uint32_t number)
 {
     if (number != QK_INVALID_MESSAGE_NUMBER)
         entry.setHeader(name, static_cast<unsigned long>(number));
 }
 
-void describe(Message& entry, char const* reason, Message const& message)
+void describe(Message& entry, const char* reason, const Message& message)
 {
     if (reason != nullptr)
         entry.setHeader("Reason", reason);
@@ -50,7 +50,7 @@ void describe(Message& entry, char const* reason, Message const& message)
     setNumberHeader(entry, QK_RECEIVED, message.received);
     setNumberHeader(entry, QK_RESULT, message.result);
     setNumberHeader(entry, QK_ERROR, message.error);
-    for (auto const* header = message.headers; header != nullptr; header = header->next) {
+    for (const auto* header = message.headers; header != nullptr; header = header->next) {
         SoString name = "Header_";
         name << header->name;
         entry.setHeader(name, header->value);
@@ -58,12 +58,12 @@ void describe(Message& entry, char const* reason, Message const& message)
 }
 
 void publish(TevoroTalkContext& context,
-    TevoroTalk const& instance,
-    char const* reason,
-    Message const& message,
-    SoString const& text)
+    const TevoroTalk& instance,
+    const char* reason,
+    const Message& message,
+    const SoString& text)
 {
-    SoString const name = instance.getAppName();
+    const SoString name = instance.getAppName();
     Message entry;
     entry.type = kLog;
     entry.target = name;
@@ -73,7 +73,7 @@ void publish(TevoroTalkContext& context,
     entry.serialNumber = context.getNextSerialNumber();
     context.setLogging(false); // or what follows would log itself
     SoString wire;
-    InterAppStream const* const stream = InterAppStream::get();
+    const InterAppStream* const stream = InterAppStream::get();
     if (stream != nullptr && entry.writeToString(wire))
         stream->send(name, wire);
     SoString path = "/log/";
@@ -90,18 +90,18 @@ std::recursive_mutex& TevoroTalkData::forwardingLock()
     return lock;
 }
 
-bool TevoroTalkData::hasSubscriber(char const* key)
+bool TevoroTalkData::hasSubscriber(const char* key)
 {
     return findSubscriber(key) != nullptr;
 }
 
 bool TevoroTalkUtils::forwardMessage(
-    Message const& message, SoString const& key, SoString const& path, SoString const& label)
+    const Message& message, const SoString& key, const SoString& path, const SoString& label)
 {
     if (message.type == kDebug || message.type == kLog
         || (message.type == kQuillscriber && message.body.isEmpty()))
         return false;
-    std::lock_guard const lock(forwardingLock());
+    const std::lock_guard lock(forwardingLock());
     TevoroTalk::MsgHandler* const subscriber = findSubscriber(key);
     if (subscriber == nullptr)
         return false;
@@ -114,7 +114,7 @@ bool TevoroTalkUtils::forwardMessage(
     return callHandler(*subscriber, TevoroTalk::MsgHandler::kOther, copy, nullptr) == 0;
 }
 
-void TevoroTalkUtils::logMessage(char const* reason, Message const& message, bool withBody)
+void TevoroTalkUtils::logMessage(const char* reason, const Message& message, bool withBody)
 {
     TevoroTalkContext* const context = TevoroTalk::getSharedContext();
     if (context == nullptr || !context->isLogging() || message.type == kLog
@@ -127,11 +127,11 @@ void TevoroTalkUtils::logMessage(char const* reason, Message const& message, boo
         message.logToString(reason != nullptr ? reason : "", text, withBody);
     if (isDebugging())
         debugStr(text);
-    if (TevoroTalk const* const instance = context->getMainInstance())
+    if (const TevoroTalk* const instance = context->getMainInstance())
         publish(*context, *instance, reason, message, text);
 }
 
-void TevoroTalkUtils::logText(SoString const& text)
+void TevoroTalkUtils::logText(const SoString& text)
 {
     Message message;
     message.type = kLogTextType;
@@ -142,7 +142,7 @@ void TevoroTalkUtils::logText(SoString const& text)
 
 bool TevoroTalkUtils::isLoggingAskedFor()
 {
-    char const* const value = std::getenv("TEVOROTALK_LOG");
+    const char* const value = std::getenv("TEVOROTALK_LOG");
     return value != nullptr && std::strcmp(value, "1") == 0;
 }
 

@@ -30,16 +30,16 @@ using Words = TevoroTalkThread;
 using SteadyClock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr char const* kAllRunningApps = "allRunningApps";
-constexpr int kMostSenderNames = 10;
+constexpr const char* kAllRunningApps = "allRunningApps";
+constexpr int kMaxSenderNames = 10;
 constexpr milliseconds kRetry{10};
 
 // Answers are told apart only by when they come: one question at a time.
 constinit std::mutex gPingLock;
 
-bool isOneOf(SoString const& word, std::initializer_list<char const*> words)
+bool isOneOf(const SoString& word, std::initializer_list<const char*> words)
 {
-    return std::any_of(words.begin(), words.end(), [&](char const* w) { return word == w; });
+    return std::any_of(words.begin(), words.end(), [&](const char* w) { return word == w; });
 }
 
 bool takeAnswer(InterAppStream& stream)
@@ -57,12 +57,12 @@ void dropLateAnswers(InterAppStream& stream)
 // Waits for the stream; for a moment where there is no descriptor left to wait with.
 class AnswerWait {
 public:
-    explicit AnswerWait(InterAppStream const& stream)
+    explicit AnswerWait(const InterAppStream& stream)
     {
         try {
             m_ports.emplace();
             m_ports->add(stream.waitDescriptor());
-        } catch (std::system_error const&) {
+        } catch (const std::system_error&) {
             m_ports.reset();
         }
     }
@@ -81,7 +81,7 @@ private:
 
 bool waitForAnswer(InterAppStream& stream, SteadyClock::time_point deadline)
 {
-    AnswerWait const arrival(stream);
+    const AnswerWait arrival(stream);
     for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
         arrival.wait(std::chrono::ceil<milliseconds>(deadline - now));
         if (takeAnswer(stream))
@@ -90,15 +90,15 @@ bool waitForAnswer(InterAppStream& stream, SteadyClock::time_point deadline)
     return takeAnswer(stream);
 }
 
-SoString answerOf(SoString const& text)
+SoString answerOf(const SoString& text)
 {
     Message message;
     message.readFromString(text, text.get() + text.length());
-    SoString const answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
+    const SoString answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
     return answer == Words::QK_SEEBODY ? message.body : answer;
 }
 
-SoString pingMsg(Message const& message, InterAppStream& stream)
+SoString pingMsg(const Message& message, InterAppStream& stream)
 {
     if (message.sender == message.target)
         return Words::QK_UNDEFINED;
@@ -110,9 +110,9 @@ SoString pingMsg(Message const& message, InterAppStream& stream)
         owner.setSuffix("");
         return owner.isInstalled() ? Words::QK_ISNOTRUNNING : Words::QK_ISNOTINSTALLED;
     }
-    std::lock_guard const lock(gPingLock);
+    const std::lock_guard lock(gPingLock);
     dropLateAnswers(stream);
-    auto const deadline = SteadyClock::now() + std::chrono::seconds(message.timeout);
+    const auto deadline = SteadyClock::now() + std::chrono::seconds(message.timeout);
     bool sent = stream.send(message.target, text);
     if (message.timeout <= 0)
         return sent ? Words::QK_NOERROR : Words::QK_UNDEFINED;
@@ -127,7 +127,7 @@ SoString pingMsg(Message const& message, InterAppStream& stream)
     return answerOf(stream.getMessages());
 }
 
-SoString withSuffix(SoString const& name, SoString const& suffix)
+SoString withSuffix(const SoString& name, const SoString& suffix)
 {
     SoString result(name);
     result << "#" << suffix;
@@ -135,10 +135,10 @@ SoString withSuffix(SoString const& name, SoString const& suffix)
 }
 
 // A sender's name that nobody holds, so that no real port gets an answer.
-SoString unusedSender(InterAppStream const& stream, SoString const& self, char const* type)
+SoString unusedSender(const InterAppStream& stream, const SoString& self, const char* type)
 {
     SoString sender = withSuffix(self, type);
-    for (int i = 0; i < kMostSenderNames && !stream.canOpen(sender, false); ++i) {
+    for (int i = 0; i < kMaxSenderNames && !stream.canOpen(sender, false); ++i) {
         SoString numbered(self);
         numbered << "_" << static_cast<std::uint32_t>(std::rand());
         sender = withSuffix(numbered, type);
@@ -147,11 +147,11 @@ SoString unusedSender(InterAppStream const& stream, SoString const& self, char c
 }
 
 // Whether a port has an owner who takes a message.
-bool testTarget(SoString const& self, SoString const& port, char const* type, std::uint32_t serial)
+bool testTarget(const SoString& self, const SoString& port, const char* type, std::uint32_t serial)
 {
     if (self == port)
         return true;
-    InterAppStream const* const stream = InterAppStream::get();
+    const InterAppStream* const stream = InterAppStream::get();
     if (stream == nullptr || stream->canOpen(port, false))
         return false;
     Message message;
@@ -163,9 +163,9 @@ bool testTarget(SoString const& self, SoString const& port, char const* type, st
     return stream->isGood() && message.writeToString(text) && stream->send(port, text);
 }
 
-bool launchedProcessRuns(SoString const& specifier)
+bool launchedProcessRuns(const SoString& specifier)
 {
-    TevoroTalkContext const* const context =
+    const TevoroTalkContext* const context =
         TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalk::getSharedContext();
     TevoroTalkConnector* const connector = context != nullptr ? context->getConnector() : nullptr;
     return connector != nullptr && Pt::isProcessRunning(connector->getProcessID(specifier));
@@ -173,12 +173,12 @@ bool launchedProcessRuns(SoString const& specifier)
 
 } // namespace
 
-SoString TevoroTalkUtils::ping(SoString const& target,
+SoString TevoroTalkUtils::ping(const SoString& target,
     bool isRequest,
-    SoString const& command,
+    const SoString& command,
     std::uint32_t serial,
     std::int32_t timeout,
-    SoString const* body,
+    const SoString* body,
     int* answered)
 {
     if (answered != nullptr)
@@ -196,8 +196,8 @@ SoString TevoroTalkUtils::ping(SoString const& target,
         command.isEmpty() ? Words::QK_ECHO_REQUEST : command.get());
     if (body != nullptr)
         message.body = *body;
-    bool const asksAll = target == kAllRunningApps;
-    int const count = asksAll ? TevoroTalk::getNumberOfRegisteredApplications() : 1;
+    const bool asksAll = target == kAllRunningApps;
+    const int count = asksAll ? TevoroTalk::getNumberOfRegisteredApplications() : 1;
     for (int i = 0; i < count; ++i) {
         message.target =
             Words::createThreadSpecifier(asksAll ? TevoroTalk::getApplicationSpecifier(i) : target);
@@ -240,7 +240,7 @@ bool TevoroTalk::Specifier::isRunning() const
 bool TevoroTalk::Specifier::isBusy() const
 {
     constexpr std::int32_t kSeconds = 1;
-    InterAppStream const* const stream = InterAppStream::get();
+    const InterAppStream* const stream = InterAppStream::get();
     if (isEmpty() || stream == nullptr || !stream->isGood())
         return false;
     return TevoroTalkUtils::ping(*this,

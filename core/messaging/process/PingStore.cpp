@@ -27,12 +27,12 @@ void TevoroTalkThread::fillStore()
 
 void TevoroTalkThread::removeExpiredPingData()
 {
-    ObjectLock const lock(*this);
-    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    const ObjectLock lock(*this);
+    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     for (long i = m_pingData.length() - 1; i >= 0; --i) {
         if (m_pingData[i]->expires == 0 || now < m_pingData[i]->expires)
             continue;
-        std::unique_ptr<PingData> const expired(m_pingData.removeAt(i));
+        const std::unique_ptr<PingData> expired(m_pingData.removeAt(i));
         expired->handler = nullptr; // its maker's again
     }
 }
@@ -45,19 +45,19 @@ TevoroTalkThread::PingData* TevoroTalkThread::find(std::string_view key) const
     return nullptr;
 }
 
-long TevoroTalkThread::locateKey(SoString const& key) const
+long TevoroTalkThread::locateKey(const SoString& key) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     for (long i = 0; i < m_pingData.length(); ++i)
         if (m_pingData[i]->key == key)
             return i;
     return -1;
 }
 
-TevoroTalk::MsgHandler* TevoroTalkThread::findHandler(SoString const& key) const
+TevoroTalk::MsgHandler* TevoroTalkThread::findHandler(const SoString& key) const
 {
-    ObjectLock const lock(*this);
-    PingData const* const entry = find(key.view());
+    const ObjectLock lock(*this);
+    const PingData* const entry = find(key.view());
     return entry != nullptr ? entry->handler : nullptr;
 }
 
@@ -66,14 +66,14 @@ bool TevoroTalkThread::hasStalled() const
 {
     if (m_lastPump <= 0 || m_avgPumpInterval <= 0)
         return false;
-    double const passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
+    const double passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
     return passed > 10.0 * m_avgPumpInterval;
 }
 
-SoString TevoroTalkThread::getValueForKey(SoString const& key) const
+SoString TevoroTalkThread::getValueForKey(const SoString& key) const
 {
-    ObjectLock const lock(*this);
-    PingData const* const entry = find(key.view());
+    const ObjectLock lock(*this);
+    const PingData* const entry = find(key.view());
     if (entry == nullptr)
         return {};
     if (key == QK_STATUS && entry->value == QK_IDLE && hasStalled())
@@ -83,9 +83,9 @@ SoString TevoroTalkThread::getValueForKey(SoString const& key) const
 
 void TevoroTalkThread::notePump(std::string_view value)
 {
-    double const now = TevoroTalkUtils::getUTCTimeMilliSeconds();
+    const double now = TevoroTalkUtils::getUTCTimeMilliSeconds();
     if (value == QK_PUMPING) {
-        double const delta = now - m_lastPump;
+        const double delta = now - m_lastPump;
         if (m_lastPump > 0 && delta > 10.0) {
             if (m_avgPumpInterval == 0)
                 m_avgPumpInterval = delta;
@@ -98,14 +98,14 @@ void TevoroTalkThread::notePump(std::string_view value)
     }
 }
 
-bool TevoroTalkThread::setKeyValuePair(SoString const& key, SoString const& value)
+bool TevoroTalkThread::setKeyValuePair(const SoString& key, const SoString& value)
 {
     if (key.isEmpty())
         return false;
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (key == QK_STATUS)
         notePump(value.view());
-    long const index = locateKey(key);
+    const long index = locateKey(key);
     if (index >= 0 && value.isEmpty()) {
         delete m_pingData.removeAt(index);
     } else if (index >= 0) {
@@ -119,9 +119,9 @@ bool TevoroTalkThread::setKeyValuePair(SoString const& key, SoString const& valu
     return true;
 }
 
-void TevoroTalkThread::setStatus(char const* value)
+void TevoroTalkThread::setStatus(const char* value)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     PingData* const status = find(QK_STATUS);
     if (status == nullptr) {
         setKeyValuePair(QK_STATUS, value);
@@ -131,9 +131,9 @@ void TevoroTalkThread::setStatus(char const* value)
     status->value = value;
 }
 
-bool TevoroTalkThread::setHandler(SoString const& key, TevoroTalk::MsgHandler* handler)
+bool TevoroTalkThread::setHandler(const SoString& key, TevoroTalk::MsgHandler* handler)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (locateKey(key) < 0)
         setKeyValuePair(key, key);
     PingData* const entry = find(key.view());
@@ -144,9 +144,9 @@ bool TevoroTalkThread::setHandler(SoString const& key, TevoroTalk::MsgHandler* h
     return true;
 }
 
-bool TevoroTalkThread::setTimeout(SoString const& key, std::int32_t seconds)
+bool TevoroTalkThread::setTimeout(const SoString& key, std::int32_t seconds)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     PingData* const entry = find(key.view());
     if (entry == nullptr)
         return false;
@@ -156,12 +156,12 @@ bool TevoroTalkThread::setTimeout(SoString const& key, std::int32_t seconds)
 
 bool TevoroTalkThread::isIdle() const
 {
-    ObjectLock const lock(*this);
-    PingData const* const entry = find(QK_STATUS);
+    const ObjectLock lock(*this);
+    const PingData* const entry = find(QK_STATUS);
     return entry != nullptr && entry->value == QK_IDLE && !hasStalled();
 }
 
-bool isPingReadOnly(SoString const& key)
+bool isPingReadOnly(const SoString& key)
 {
     return key != TevoroTalkThread::QK_FWDMESSAGES && key != TevoroTalkThread::QK_FWDLOGS
         && key != TevoroTalkThread::QK_FWDERRORS;

@@ -19,7 +19,7 @@ using TevoroTalkUtils::getCurrentLocale;
 constexpr double kBeyondVersions = 99.0;
 
 // As atof reads it, but with a point in every locale.
-double numberOf(SoString const& version)
+double numberOf(const SoString& version)
 {
     std::string_view text = version.view();
     text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
@@ -30,12 +30,12 @@ double numberOf(SoString const& version)
     return number;
 }
 
-bool isEmptyOr(SoString const& locale, SoString const& wanted)
+bool isEmptyOr(const SoString& locale, const SoString& wanted)
 {
     return locale.isEmpty() || locale == wanted;
 }
 
-SoString currentUnlessGiven(SoString const& locale)
+SoString currentUnlessGiven(const SoString& locale)
 {
     return locale.isEmpty() ? getCurrentLocale() : locale;
 }
@@ -46,13 +46,13 @@ Specifier registeredEntry(int index, bool fixUp)
 }
 
 // What the registry prefers for this process; the text itself when it has no preference.
-SoString getPreferredApp(SoString const& specifier, SoString const& appName)
+SoString getPreferredApp(const SoString& specifier, const SoString& appName)
 {
     TevoroTalkConnector* const connector = TevoroTalkConnector::get();
-    TevoroTalkContext const* const context = TevoroTalk::getSharedContext();
+    const TevoroTalkContext* const context = TevoroTalk::getSharedContext();
     if (connector == nullptr || context == nullptr)
         return specifier;
-    Specifier const asker(context->getAppSpecifier(), false);
+    const Specifier asker(context->getAppSpecifier(), false);
     if (asker.isEmpty())
         return specifier;
     SoString group = TevoroTalkData::getVersionOrGroup(specifier);
@@ -60,7 +60,7 @@ SoString getPreferredApp(SoString const& specifier, SoString const& appName)
         group = connector->findGroupForSpecifier(asker, nullptr);
     if (group.isEmpty())
         return specifier;
-    SoString const found = connector->findPreferredApp(asker, appName, group);
+    const SoString found = connector->findPreferredApp(asker, appName, group);
     return found.isEmpty() ? specifier : found;
 }
 
@@ -97,7 +97,7 @@ public:
 private:
     bool takePreferred()
     {
-        SoString const preferred = getPreferredApp(m_specifier, m_name);
+        const SoString preferred = getPreferredApp(m_specifier, m_name);
         if (preferred.isEmpty() || preferred == m_specifier)
             return false;
         m_specifier.assign(preferred.view());
@@ -130,11 +130,11 @@ private:
     // another: the locale counts for more.
     void searchHighest()
     {
-        SoString const current = getCurrentLocale();
+        const SoString current = getCurrentLocale();
         double best = 0.0;
         for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
-            Specifier const entry = registeredEntry(i, false);
-            double const version = numberOf(entry.version());
+            const Specifier entry = registeredEntry(i, false);
+            const double version = numberOf(entry.version());
             if (entry.appName() != m_name || version < best || version >= kBeyondVersions)
                 continue;
             best = version;
@@ -144,10 +144,10 @@ private:
 
     void searchVersion()
     {
-        SoString const current = getCurrentLocale();
-        double const wanted = numberOf(m_version);
+        const SoString current = getCurrentLocale();
+        const double wanted = numberOf(m_version);
         for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
-            Specifier const entry = registeredEntry(i, false);
+            const Specifier entry = registeredEntry(i, false);
             if (entry.appName() != m_name || numberOf(entry.version()) != wanted)
                 continue;
             if (isEmptyOr(entry.locale(), current)) {
@@ -160,7 +160,7 @@ private:
 
     void takeCandidate()
     {
-        SoString const& candidate = m_localeMatch.isEmpty() ? m_secondChoice : m_localeMatch;
+        const SoString& candidate = m_localeMatch.isEmpty() ? m_secondChoice : m_localeMatch;
         if (candidate.isEmpty())
             return;
         m_specifier.assign(candidate.view());
@@ -188,11 +188,11 @@ private:
 
 } // namespace
 
-bool TevoroTalkData::findLocale(SoString const& appName, SoString const& version, SoString& locale)
+bool TevoroTalkData::findLocale(const SoString& appName, const SoString& version, SoString& locale)
 {
-    SoString const target = currentUnlessGiven(locale);
+    const SoString target = currentUnlessGiven(locale);
     for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
-        Specifier const entry = registeredEntry(i, true);
+        const Specifier entry = registeredEntry(i, true);
         if (entry.appName() == appName && entry.version() == version
             && isEmptyOr(entry.locale(), target)) {
             locale = entry.locale();
@@ -203,19 +203,19 @@ bool TevoroTalkData::findLocale(SoString const& appName, SoString const& version
     return false;
 }
 
-bool TevoroTalkData::findVersion(SoString const& appName, SoString& locale, SoString& version)
+bool TevoroTalkData::findVersion(const SoString& appName, SoString& locale, SoString& version)
 {
-    double const wanted = numberOf(version);
-    double const limit = std::abs(wanted);
-    SoString const target = currentUnlessGiven(locale);
+    const double wanted = numberOf(version);
+    const double limit = std::abs(wanted);
+    const SoString target = currentUnlessGiven(locale);
     double best = 0.0;
     SoString bestVersion;
     for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
-        Specifier const entry = registeredEntry(i, true);
+        const Specifier entry = registeredEntry(i, true);
         if (entry.appName() != appName || !isEmptyOr(entry.locale(), target))
             continue;
-        SoString const entryVersion = entry.version();
-        double const number = numberOf(entryVersion);
+        const SoString entryVersion = entry.version();
+        const double number = numberOf(entryVersion);
         if (number == wanted) {
             version = entryVersion;
             locale = entry.locale();

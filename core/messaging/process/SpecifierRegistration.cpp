@@ -9,7 +9,7 @@ namespace {
 
 TevoroTalkConnector* connectorOfSharedContext()
 {
-    TevoroTalkContext const* const context = TevoroTalk::getSharedContext();
+    const TevoroTalkContext* const context = TevoroTalk::getSharedContext();
     return context != nullptr ? context->getConnector() : nullptr;
 }
 
@@ -24,9 +24,9 @@ SoString TevoroTalk::Specifier::group(SoString* groupVersion) const
                                 : SoString();
 }
 
-SoString TevoroTalk::Specifier::getApplicationPath(char const* text)
+SoString TevoroTalk::Specifier::getApplicationPath(const char* text)
 {
-    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    const TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     return connector != nullptr ? connector->getApplicationPath(text, nullptr) : SoString();
 }
 
@@ -36,38 +36,38 @@ bool TevoroTalk::Specifier::isInstalled() const
 }
 
 bool TevoroTalk::Specifier::registerApplication(
-    SoString const& path, SoString const* displayName, bool flag) const
+    const SoString& path, const SoString* displayName, bool flag) const
 {
     TevoroTalkConnector* const connector = connectorOfSharedContext();
     return connector != nullptr
         && connector->registerApplication(*this, path, displayName, flag, false);
 }
 
-bool TevoroTalk::Specifier::unregisterApplication(SoString const* displayName) const
+bool TevoroTalk::Specifier::unregisterApplication(const SoString* displayName) const
 {
     TevoroTalkConnector* const connector = connectorOfSharedContext();
     return connector != nullptr && connector->unregisterApplication(*this, displayName);
 }
 
-bool TevoroTalk::Specifier::addToGroup(SoString const& name, SoString const* groupVersion) const
+bool TevoroTalk::Specifier::addToGroup(const SoString& name, const SoString* groupVersion) const
 {
     TevoroTalkConnector* const connector = connectorOfSharedContext();
     return connector != nullptr && connector->addToGroup(*this, name, groupVersion);
 }
 
 bool TevoroTalk::Specifier::removeFromGroup(
-    SoString const& name, SoString const* groupVersion) const
+    const SoString& name, const SoString* groupVersion) const
 {
     TevoroTalkConnector* const connector = connectorOfSharedContext();
     return connector != nullptr && connector->removeFromGroup(*this, name, groupVersion);
 }
 
-SoString TevoroTalk::Specifier::preferred(SoString const& target, SoString const& groupName) const
+SoString TevoroTalk::Specifier::preferred(const SoString& target, const SoString& groupName) const
 {
     TevoroTalkConnector* const connector = connectorOfSharedContext();
     if (connector == nullptr)
         return {};
-    SoString const inGroup =
+    const SoString inGroup =
         groupName.isEmpty() ? connector->findGroupForSpecifier(*this, nullptr) : groupName;
     SoString result;
     if (!inGroup.isEmpty())

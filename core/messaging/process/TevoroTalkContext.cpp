@@ -19,9 +19,9 @@ namespace {
 constinit std::atomic<TevoroTalkContext*> gCurrentContext{nullptr};
 constinit std::atomic<std::uint32_t> gLastSerialNumber{1};
 constinit std::atomic<TevoroTalkContext*> gDeleteContextWithLastInstance{nullptr};
-constinit std::atomic<bool> firstCall{true};
+constinit std::atomic<bool> gFirstCall{true};
 
-SoString withoutSuffix(SoString const& name)
+SoString withoutSuffix(const SoString& name)
 {
     TevoroTalk::Specifier specifier(name, false);
     specifier.setSuffix("");
@@ -40,13 +40,13 @@ void TevoroTalkData::setContextOfFirstInstance(TevoroTalkContext* context)
     gDeleteContextWithLastInstance = context;
 }
 
-TevoroTalkContext::PausedThread::PausedThread(TevoroTalkContext const* context)
+TevoroTalkContext::PausedThread::PausedThread(const TevoroTalkContext* context)
 {
     if (context != nullptr && context->m_thread != nullptr)
         m_lock.emplace(*context->m_thread);
 }
 
-TevoroTalkContext::TevoroTalkContext(TevoroTalk::Specifier const& specifier)
+TevoroTalkContext::TevoroTalkContext(const TevoroTalk::Specifier& specifier)
     : m_nextSerialNumber(gLastSerialNumber)
     , m_logging(TevoroTalkUtils::isLoggingAskedFor())
 {
@@ -74,7 +74,7 @@ TevoroTalkContext::~TevoroTalkContext()
 
 TevoroTalkContext* TevoroTalkContext::getCurrentContext()
 {
-    if (gCurrentContext == nullptr || firstCall.exchange(false))
+    if (gCurrentContext == nullptr || gFirstCall.exchange(false))
         TevoroTalkSetupThread::syncWithSetupThread();
     return gCurrentContext;
 }
@@ -90,33 +90,33 @@ void TevoroTalkContext::setCurrentContext(TevoroTalkContext* context)
         delete former;
     gCurrentContext = context;
     if (context == nullptr)
-        firstCall = true;
+        gFirstCall = true;
 }
 
 // Counts on behind the former one. Its instances are here only as long as they are anywhere: they
 // go with it, before the thread of this one sees them.
 void TevoroTalkContext::succeed(TevoroTalkContext* former)
 {
-    PausedThread const pause(this);
+    const PausedThread pause(this);
     TevoroTalk* const ownMain = getMainInstance();
     SoVector<TevoroTalk> passing;
     {
-        PausedThread const formerPause(former);
-        ObjectLock const lock(*this);
+        const PausedThread formerPause(former);
+        const ObjectLock lock(*this);
         for (long i = 0; i < former->getNumberOfInstances(); ++i)
             passing.append(former->getNthInstance(i));
         appendContext(*former);
         gLastSerialNumber = m_nextSerialNumber;
     }
     delete former;
-    while (TevoroTalk const* const gone = passing.removeAt(0))
+    while (const TevoroTalk* const gone = passing.removeAt(0))
         removeInstance(gone);
     setMainInstance(ownMain);
 }
 
 std::uint32_t TevoroTalkContext::getNextSerialNumber()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     // 0 means not yet numbered, and the highest number means none.
     if (m_nextSerialNumber == 0 || m_nextSerialNumber == QK_INVALID_MESSAGE_NUMBER)
         m_nextSerialNumber = 1;
@@ -133,7 +133,7 @@ std::uint32_t TevoroTalk::Message::getNextSerialNumber(TevoroTalkContext* contex
 
 std::uint32_t TevoroTalkContext::nextSerialNumber() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_nextSerialNumber;
 }
 
@@ -144,34 +144,34 @@ TevoroTalk* TevoroTalkContext::getMainInstance() const
 
 void TevoroTalkContext::setMainInstance(TevoroTalk* instance)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_mainInstance = instance;
 }
 
 long TevoroTalkContext::getNumberOfInstances() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_instances.length();
 }
 
 TevoroTalk* TevoroTalkContext::getNthInstance(long n) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return n < m_instances.length() ? m_instances[n] : nullptr;
 }
 
 TevoroTalk* TevoroTalkContext::findInstance(TevoroTalk* instance) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     for (long i = 0; i < m_instances.length(); ++i)
         if (m_instances[i] == instance)
             return instance;
     return nullptr;
 }
 
-TevoroTalk* TevoroTalkContext::findInstance(SoString const& name) const
+TevoroTalk* TevoroTalkContext::findInstance(const SoString& name) const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     for (long i = 0; i < m_instances.length(); ++i)
         if (m_instances[i]->isCalled(name))
             return m_instances[i];
@@ -180,19 +180,19 @@ TevoroTalk* TevoroTalkContext::findInstance(SoString const& name) const
 
 void TevoroTalkContext::appendInstance(TevoroTalk* instance)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_instances.append(instance);
 }
 
-void TevoroTalkContext::removeInstance(TevoroTalk const* instance)
+void TevoroTalkContext::removeInstance(const TevoroTalk* instance)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_instances.remove(instance);
 }
 
-void TevoroTalkContext::appendContext(TevoroTalkContext const& other)
+void TevoroTalkContext::appendContext(const TevoroTalkContext& other)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_nextSerialNumber = std::max(m_nextSerialNumber, other.nextSerialNumber());
     for (long i = 0; i < other.getNumberOfInstances(); ++i)
         if (TevoroTalk* const instance = other.getNthInstance(i); findInstance(instance) == nullptr)
@@ -207,13 +207,13 @@ TevoroTalkThread* TevoroTalkContext::getThread() const
 
 TevoroTalkConnector* TevoroTalkContext::getConnector() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return TevoroTalkConnector::get();
 }
 
 SoString TevoroTalkContext::getAppSpecifier() const
 {
-    if (TevoroTalk const* const instance = getMainInstance())
+    if (const TevoroTalk* const instance = getMainInstance())
         return withoutSuffix(instance->getAppName());
     // Not completed: completion asks who is running, and that asks for this name again.
     return m_thread != nullptr ? withoutSuffix(m_thread->getSpecifier()) : SoString();
@@ -221,7 +221,7 @@ SoString TevoroTalkContext::getAppSpecifier() const
 
 SoString TevoroTalkContext::getSignature() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (m_signature.isEmpty())
         m_signature = TevoroTalkUtils::getSignature();
     return m_signature;

@@ -28,9 +28,9 @@ TevoroTalkContext* givenOrCurrent(TevoroTalkContext* context)
     return context != nullptr ? context : TevoroTalkContext::getCurrentContext();
 }
 
-void refreshConnector(TevoroTalkContext const& context)
+void refreshConnector(const TevoroTalkContext& context)
 {
-    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     if (now < gConnectorLastChecked + kConnectorRefresh)
         return;
     if (TevoroTalkConnector* const connector = context.getConnector())
@@ -40,7 +40,7 @@ void refreshConnector(TevoroTalkContext const& context)
 
 } // namespace
 
-bool TevoroTalk::InitTerm::init(SoString const& appName, bool synchronous)
+bool TevoroTalk::InitTerm::init(const SoString& appName, bool synchronous)
 {
     TevoroTalkUtils::init();
     InterAppStream::InitTerm::init(appName);
@@ -80,7 +80,7 @@ void TevoroTalk::setSharedContext(TevoroTalkContext* context)
 
 TevoroTalk* TevoroTalk::get(TevoroTalkContext* context)
 {
-    TevoroTalkContext const* const meant = givenOrCurrent(context);
+    const TevoroTalkContext* const meant = givenOrCurrent(context);
     return meant != nullptr ? meant->getMainInstance() : nullptr;
 }
 
@@ -90,31 +90,31 @@ void TevoroTalk::set(TevoroTalk* instance, TevoroTalkContext* context)
         meant->setMainInstance(instance);
 }
 
-TevoroTalk* TevoroTalk::get(char const* name, TevoroTalkContext* context)
+TevoroTalk* TevoroTalk::get(const char* name, TevoroTalkContext* context)
 {
-    TevoroTalkContext const* const meant = givenOrCurrent(context);
+    const TevoroTalkContext* const meant = givenOrCurrent(context);
     return meant != nullptr ? meant->findInstance(SoString(name)) : nullptr;
 }
 
-bool TevoroTalk::targetIsRunning(char const* specifier)
+bool TevoroTalk::targetIsRunning(const char* specifier)
 {
     return Specifier(specifier, true).isRunning();
 }
 
-bool TevoroTalk::bringToFront(char const* specifier, TevoroTalkContext* context)
+bool TevoroTalk::bringToFront(const char* specifier, TevoroTalkContext* context)
 {
     TevoroTalkContext* const meant = givenOrCurrent(context);
-    TevoroTalkConnector const* const connector = meant != nullptr ? meant->getConnector() : nullptr;
+    const TevoroTalkConnector* const connector = meant != nullptr ? meant->getConnector() : nullptr;
     return connector != nullptr && connector->bringToFront(specifier, meant);
 }
 
-bool TevoroTalk::launchTarget(char const*, char const*, Focus, TevoroTalkContext*)
+bool TevoroTalk::launchTarget(const char*, const char*, Focus, TevoroTalkContext*)
 {
     // Nothing is known of where applications lie.
     return false;
 }
 
-bool TevoroTalkUtils::getLaunchParameters(SoString const& specifier, SoString& parameters)
+bool TevoroTalkUtils::getLaunchParameters(const SoString& specifier, SoString& parameters)
 {
     // Nobody launches, so none wait.
     parameters.shrink(0);
@@ -123,32 +123,32 @@ bool TevoroTalkUtils::getLaunchParameters(SoString const& specifier, SoString& p
 
 SoString TevoroTalk::getSharedAppName()
 {
-    TevoroTalkContext const* const context = TevoroTalkContext::getCurrentContext();
+    const TevoroTalkContext* const context = TevoroTalkContext::getCurrentContext();
     return context != nullptr ? context->getAppSpecifier() : SoString();
 }
 
 int TevoroTalk::getNumberOfRegisteredApplications()
 {
-    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    const TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     return connector != nullptr ? connector->getNumberOfRegisteredApplications() : 0;
 }
 
 SoString TevoroTalk::getApplicationSpecifier(int index)
 {
-    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    const TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     return connector != nullptr ? connector->getApplicationSpecifier(index) : SoString();
 }
 
 SoString TevoroTalk::getDisplayName(
-    SoString const& app, SoString const& version, SoString const& locale)
+    const SoString& app, const SoString& version, const SoString& locale)
 {
-    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    const TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     return connector != nullptr ? connector->getDisplayName(app, version, locale) : SoString();
 }
 
 SoString TevoroTalk::getLaunchOptions()
 {
-    TevoroTalkContext const* const context = TevoroTalkContext::getCurrentContext();
+    const TevoroTalkContext* const context = TevoroTalkContext::getCurrentContext();
     if (context == nullptr || context->getThread() == nullptr)
         return {};
     TevoroTalkSetupThread::syncWithSetupThread();
@@ -185,34 +185,34 @@ bool TevoroTalk::pump(EnabledOperations operations, TevoroTalkContext* context)
     return dispatched;
 }
 
-bool TevoroTalk::Thread::setPingValue(SoString const& key, SoString const& value)
+bool TevoroTalk::Thread::setPingValue(const SoString& key, const SoString& value)
 {
     TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
     return thread != nullptr && thread->setKeyValuePair(key, value);
 }
 
-SoString TevoroTalk::Thread::getPingValue(SoString const& key)
+SoString TevoroTalk::Thread::getPingValue(const SoString& key)
 {
-    TevoroTalkThread const* const thread = TevoroTalkThread::getMainThread();
+    const TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
     return thread != nullptr ? thread->getValueForKey(key) : SoString();
 }
 
-bool TevoroTalk::Thread::setPingHandler(SoString const& key, MsgHandler* handler)
+bool TevoroTalk::Thread::setPingHandler(const SoString& key, MsgHandler* handler)
 {
     TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
     return thread != nullptr && thread->setHandler(key, handler);
 }
 
-TevoroTalk::MsgHandler* TevoroTalk::Thread::getPingHandler(SoString const& key)
+TevoroTalk::MsgHandler* TevoroTalk::Thread::getPingHandler(const SoString& key)
 {
-    TevoroTalkThread const* const thread = TevoroTalkThread::getMainThread();
+    const TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
     return thread != nullptr ? thread->findHandler(key) : nullptr;
 }
 
 SoString TevoroTalk::Thread::ping(
-    char const* target, char const* command, std::int32_t timeout, SoString const* body)
+    const char* target, const char* command, std::int32_t timeout, const SoString* body)
 {
-    TevoroTalkThread const* const thread = TevoroTalkThread::getMainThread();
+    const TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
     if (thread == nullptr)
         return {};
     return thread->ping(Specifier(target, true), command, timeout, body);

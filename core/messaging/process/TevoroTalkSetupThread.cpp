@@ -36,12 +36,12 @@ bool setIfUnset(std::atomic<double>& time)
 // somebody had to wait for it.
 void SaveSetupTime()
 {
-    TevoroTalkContext const* const context = gTevoroTalkContext;
+    const TevoroTalkContext* const context = gTevoroTalkContext;
     if (gSetupThreadEnded == 0.0 || context == nullptr)
         return;
     SoString text = "thread=";
     text << gSetupThreadEnded - gSetupThreadStarted << "ms, ";
-    double const left = gSetupThreadSynced - gSetupThreadEnded;
+    const double left = gSetupThreadSynced - gSetupThreadEnded;
     if (gSetupThreadSynced == 0.0)
         text << "(synchronous setup)";
     else if (left >= 0.0)
@@ -59,8 +59,8 @@ public:
         setIfUnset(gSetupThreadEnded);
         SaveSetupTime();
     }
-    TrackSetupTime(TrackSetupTime const&) = delete;
-    TrackSetupTime& operator=(TrackSetupTime const&) = delete;
+    TrackSetupTime(const TrackSetupTime&) = delete;
+    TrackSetupTime& operator=(const TrackSetupTime&) = delete;
 };
 
 void deleteWords(SoVector<SoString>& words)
@@ -71,7 +71,7 @@ void deleteWords(SoVector<SoString>& words)
 
 // A process may be told by its launcher which specifier or instance it is. The last word is no
 // option, as nothing follows it; of the two options the first counts.
-void applyLaunchOptions(SoString const& parameters, TevoroTalk::Specifier& specifier)
+void applyLaunchOptions(const SoString& parameters, TevoroTalk::Specifier& specifier)
 {
     SoVector<SoString> words;
     TevoroTalkUtils::parseOptions(parameters, words);
@@ -88,9 +88,9 @@ void applyLaunchOptions(SoString const& parameters, TevoroTalk::Specifier& speci
     deleteWords(words);
 }
 
-void runLocked(SoString const& appName, SoString& error)
+void runLocked(const SoString& appName, SoString& error)
 {
-    if (TevoroTalkConnector const* const connector = TevoroTalkConnector::get())
+    if (const TevoroTalkConnector* const connector = TevoroTalkConnector::get())
         connector->getNumberOfRegisteredApplications(); // makes it load
     TevoroTalk::Specifier specifier(appName, true);
     SoString parameters;
@@ -109,27 +109,27 @@ void runLocked(SoString const& appName, SoString& error)
 
 } // namespace
 
-TevoroTalkSetupThread::TevoroTalkSetupThread(SoString const& appName)
+TevoroTalkSetupThread::TevoroTalkSetupThread(const SoString& appName)
     : m_appName(appName)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     TevoroTalkSetupThread* none = nullptr;
     gTevoroTalkSetupThread.compare_exchange_strong(none, this);
 }
 
 TevoroTalkSetupThread::~TevoroTalkSetupThread()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     TevoroTalkSetupThread* self = this;
     gTevoroTalkSetupThread.compare_exchange_strong(self, nullptr);
 }
 
 void TevoroTalkSetupThread::run()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     gSetupThreadId = Pt::currentThreadHandle();
     {
-        TrackSetupTime const time;
+        const TrackSetupTime time;
         runLocked(m_appName, m_errorText);
     }
     gSetupThreadId = 0;
@@ -150,10 +150,10 @@ bool TevoroTalkSetupThread::syncWithSetupThread()
         return true;
     // Without the lock, as the time is kept in the store of the bus's thread, which may be waiting
     // here.
-    bool const somethingToWaitFor = gSetupThreadDone || gTevoroTalkSetupThread != nullptr;
+    const bool somethingToWaitFor = gSetupThreadDone || gTevoroTalkSetupThread != nullptr;
     if (somethingToWaitFor && setIfUnset(gSetupThreadSynced))
         SaveSetupTime();
-    std::lock_guard const lock(gSyncLock);
+    const std::lock_guard lock(gSyncLock);
     TevoroTalkSetupThread* const thread = gTevoroTalkSetupThread;
     if (thread == nullptr)
         return true;
@@ -164,7 +164,7 @@ bool TevoroTalkSetupThread::syncWithSetupThread()
     return true;
 }
 
-bool TevoroTalkSetupThread::startSetupThread(SoString const& appName)
+bool TevoroTalkSetupThread::startSetupThread(const SoString& appName)
 {
     if (gSetupThreadDone)
         return false;
@@ -177,20 +177,20 @@ bool TevoroTalkSetupThread::startSetupThread(SoString const& appName)
     return true;
 }
 
-bool TevoroTalkSetupThread::runSetup(SoString const& appName)
+bool TevoroTalkSetupThread::runSetup(const SoString& appName)
 {
     if (gSetupThreadDone)
         return false;
     SoString error;
     {
-        TrackSetupTime const time;
+        const TrackSetupTime time;
         runLocked(appName, error);
     }
     gSetupThreadDone = true;
     return error.isEmpty();
 }
 
-void TevoroTalkSetupThread::forgetContext(TevoroTalkContext const* context)
+void TevoroTalkSetupThread::forgetContext(const TevoroTalkContext* context)
 {
     if (gTevoroTalkContext != context)
         return;

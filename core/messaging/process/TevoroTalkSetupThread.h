@@ -11,7 +11,7 @@ class TevoroTalkContext;
 
 class TevoroTalkSetupThread final : public Thread {
 public:
-    explicit TevoroTalkSetupThread(SoString const& appName);
+    explicit TevoroTalkSetupThread(const SoString& appName);
     ~TevoroTalkSetupThread() override;
 
     void run() override;
@@ -21,11 +21,11 @@ public:
     // the set-up thread itself.
     static bool syncWithSetupThread();
     // Each false when a set-up was done already. runSetup also when the name is unusable.
-    static bool startSetupThread(SoString const& appName);
-    static bool runSetup(SoString const& appName);
+    static bool startSetupThread(const SoString& appName);
+    static bool runSetup(const SoString& appName);
 
     // A context that goes. If it is the one that was set up, the next set-up begins anew.
-    static void forgetContext(TevoroTalkContext const* context);
+    static void forgetContext(const TevoroTalkContext* context);
     // All is as at the start of the process.
     static void startOver();
 

@@ -20,47 +20,47 @@ constexpr unsigned int kTick = 100; // milliseconds
 constexpr unsigned int kSetupTick = 10;
 
 // The handler of the store that is called in every round without work.
-constexpr char const* kIdleKey = "Idle";
+constexpr const char* kIdleKey = "Idle";
 
 } // namespace
 
-char const* const TevoroTalkThread::QK_FWDMESSAGES = "FWDMESSAGES";
-char const* const TevoroTalkThread::QK_FWDLOGS = "FWDLOGS";
-char const* const TevoroTalkThread::QK_FWDERRORS = "FWDERRORS";
-char const* const TevoroTalkThread::QK_INFO = "INFO";
-char const* const TevoroTalkThread::QK_SEEBODY = "SEE BODY";
-char const* const TevoroTalkThread::QK_DIAGNOSTICS = "DIAGNOSTICS";
-char const* const TevoroTalkThread::QK_ISNOTINSTALLED = "ISNOTINSTALLED";
-char const* const TevoroTalkThread::QK_LAUNCHED = "LAUNCHED";
-char const* const TevoroTalkThread::QK_UNDEFINED = "UNDEFINED";
-char const* const TevoroTalkThread::QK_ISNOTRUNNING = "ISNOTRUNNING";
-char const* const TevoroTalkThread::QK_NOERROR = "NOERROR";
-char const* const TevoroTalkThread::QK_INVALIDSPEC = "INVALIDSPEC";
-char const* const TevoroTalkThread::QK_MSGTOSTRINGERROR = "MSGTOSTRINGERROR";
-char const* const TevoroTalkThread::QK_NOINTERAPPSTREAM = "NOINTERAPPSTREAM";
-char const* const TevoroTalkThread::QK_PINGTYPE = "ping";
-char const* const TevoroTalkThread::QK_PUMPING = "PUMPING";
-char const* const TevoroTalkThread::QK_IDLE = "IDLE";
-char const* const TevoroTalkThread::QK_BUSY = "BUSY";
-char const* const TevoroTalkThread::QK_STATUS = "STATUS";
-char const* const TevoroTalkThread::QK_ECHO_RESPONSE = "ECHO_RESPONSE";
-char const* const TevoroTalkThread::QK_ECHO_REQUEST = "ECHO_REQUEST";
-char const* const TevoroTalkThread::QK_NOP = "NOP";
-char const* const TevoroTalkThread::QK_MAIN = "MAIN";
+const char* const TevoroTalkThread::QK_FWDMESSAGES = "FWDMESSAGES";
+const char* const TevoroTalkThread::QK_FWDLOGS = "FWDLOGS";
+const char* const TevoroTalkThread::QK_FWDERRORS = "FWDERRORS";
+const char* const TevoroTalkThread::QK_INFO = "INFO";
+const char* const TevoroTalkThread::QK_SEEBODY = "SEE BODY";
+const char* const TevoroTalkThread::QK_DIAGNOSTICS = "DIAGNOSTICS";
+const char* const TevoroTalkThread::QK_ISNOTINSTALLED = "ISNOTINSTALLED";
+const char* const TevoroTalkThread::QK_LAUNCHED = "LAUNCHED";
+const char* const TevoroTalkThread::QK_UNDEFINED = "UNDEFINED";
+const char* const TevoroTalkThread::QK_ISNOTRUNNING = "ISNOTRUNNING";
+const char* const TevoroTalkThread::QK_NOERROR = "NOERROR";
+const char* const TevoroTalkThread::QK_INVALIDSPEC = "INVALIDSPEC";
+const char* const TevoroTalkThread::QK_MSGTOSTRINGERROR = "MSGTOSTRINGERROR";
+const char* const TevoroTalkThread::QK_NOINTERAPPSTREAM = "NOINTERAPPSTREAM";
+const char* const TevoroTalkThread::QK_PINGTYPE = "ping";
+const char* const TevoroTalkThread::QK_PUMPING = "PUMPING";
+const char* const TevoroTalkThread::QK_IDLE = "IDLE";
+const char* const TevoroTalkThread::QK_BUSY = "BUSY";
+const char* const TevoroTalkThread::QK_STATUS = "STATUS";
+const char* const TevoroTalkThread::QK_ECHO_RESPONSE = "ECHO_RESPONSE";
+const char* const TevoroTalkThread::QK_ECHO_REQUEST = "ECHO_REQUEST";
+const char* const TevoroTalkThread::QK_NOP = "NOP";
+const char* const TevoroTalkThread::QK_MAIN = "MAIN";
 
 struct TevoroTalkThread::Waits {
     Pt::WaitableFlag wake; // raised once, to stop
     Pt::DescriptorSet ports;
 };
 
-TevoroTalkThread::TevoroTalkThread(TevoroTalkContext* context, SoString const& specifier)
+TevoroTalkThread::TevoroTalkThread(TevoroTalkContext* context, const SoString& specifier)
     : m_threadSpecifier(createThreadSpecifier(specifier))
     , m_context(context)
 {
     try {
         m_waits = std::make_unique<Waits>();
         m_waits->ports.add(m_waits->wake.descriptor());
-    } catch (std::system_error const&) {
+    } catch (const std::system_error&) {
         // No descriptors left: the loop sleeps instead, and looks every 100 milliseconds.
         m_waits.reset();
     }
@@ -74,7 +74,7 @@ TevoroTalkThread::~TevoroTalkThread()
         delete m_pingData.removeAt(i);
 }
 
-SoString TevoroTalkThread::createThreadSpecifier(SoString const& specifier)
+SoString TevoroTalkThread::createThreadSpecifier(const SoString& specifier)
 {
     TevoroTalk::Specifier name(specifier, false);
     if (name.isEmpty())
@@ -85,13 +85,13 @@ SoString TevoroTalkThread::createThreadSpecifier(SoString const& specifier)
 
 TevoroTalkThread* TevoroTalkThread::getMainThread()
 {
-    TevoroTalkContext const* const context = TevoroTalkContext::getCurrentContext();
+    const TevoroTalkContext* const context = TevoroTalkContext::getCurrentContext();
     return context != nullptr ? context->getThread() : nullptr;
 }
 
-void TevoroTalkThread::openStream(SoString const& name)
+void TevoroTalkThread::openStream(const SoString& name)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     delete std::exchange(m_stream, nullptr);
     m_stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
     if (m_stream == nullptr)
@@ -103,12 +103,12 @@ void TevoroTalkThread::openStream(SoString const& name)
 
 bool TevoroTalkThread::setContext(TevoroTalkContext* context)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (context == nullptr || context->getMainInstance() == nullptr) {
         m_context = nullptr;
         return true;
     }
-    SoString const name = createThreadSpecifier(context->getAppSpecifier());
+    const SoString name = createThreadSpecifier(context->getAppSpecifier());
     if (m_stream == nullptr || name != m_stream->getSpecifier())
         openStream(name);
     m_context = context;
@@ -117,7 +117,7 @@ bool TevoroTalkThread::setContext(TevoroTalkContext* context)
 
 SoString TevoroTalkThread::getSpecifier() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_stream != nullptr && m_stream->isGood() ? m_stream->getSpecifier() : SoString();
 }
 
@@ -140,7 +140,7 @@ void TevoroTalkThread::run()
         Thread::wait(kSetupTick);
     while (!m_stopRequested) {
         {
-            ObjectLock const lock(*this);
+            const ObjectLock lock(*this);
             runLocked();
             watchInstances();
         }
@@ -171,11 +171,11 @@ void TevoroTalkThread::readPings()
     if (m_stream == nullptr || !m_stream->messagePending() || !m_stream->receive()
         || m_stream->isEmpty())
         return;
-    SoString const text = m_stream->getMessages();
-    char const* const end = text.get() + text.length();
-    for (char const* at = text.get(); at != end;) {
+    const SoString text = m_stream->getMessages();
+    const char* const end = text.get() + text.length();
+    for (const char* at = text.get(); at != end;) {
         TevoroTalk::Message message;
-        char const* const next = message.readFromString(at, end);
+        const char* const next = message.readFromString(at, end);
         if (next == at)
             return;
         at = next;
@@ -220,19 +220,19 @@ void TevoroTalkThread::beIdle()
     callHandler(*handler, TevoroTalk::MsgHandler::kIdle, message, nullptr);
 }
 
-SoString TevoroTalkThread::ping(SoString const& target,
-    SoString const& command,
+SoString TevoroTalkThread::ping(const SoString& target,
+    const SoString& command,
     std::int32_t timeout,
-    SoString const* body) const
+    const SoString* body) const
 {
-    InterAppStream const* const stream = InterAppStream::get();
+    const InterAppStream* const stream = InterAppStream::get();
     if (stream == nullptr || !stream->isGood())
         return QK_NOINTERAPPSTREAM;
     return TevoroTalkUtils::ping(
         target, true, command, static_cast<std::uint32_t>(std::rand()), timeout, body, nullptr);
 }
 
-bool TevoroTalkThread::sendResponse(TevoroTalk::Message const& incoming, SoString const& reply)
+bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const SoString& reply)
 {
     TevoroTalk::Message message;
     message.target = incoming.sender;
@@ -250,13 +250,13 @@ bool TevoroTalkThread::sendResponse(TevoroTalk::Message const& incoming, SoStrin
 // Texts that were looked at and not taken in do not make a port readable any more.
 bool TevoroTalkThread::hasUnreadTexts() const
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (m_stream != nullptr && m_stream->hasUnreadTexts())
         return true;
     if (m_context == nullptr || isPumpedByApplication())
         return false;
     for (long i = 0; i < m_context->getNumberOfInstances(); ++i) {
-        TevoroTalk const* const instance = m_context->getNthInstance(i);
+        const TevoroTalk* const instance = m_context->getNthInstance(i);
         if (instance != nullptr && instance->hasUnreadTexts())
             return true;
     }
@@ -268,10 +268,10 @@ bool TevoroTalkThread::hasUnreadTexts() const
 // text a round.
 bool TevoroTalkThread::isPumpedByApplication() const
 {
-    PingData const* const status = find(QK_STATUS);
+    const PingData* const status = find(QK_STATUS);
     if (status != nullptr && status->value == QK_PUMPING)
         return true;
-    double const passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
+    const double passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
     return m_lastPump > 0 && passed >= 0 && passed < kTick;
 }
 
@@ -279,10 +279,10 @@ void TevoroTalkThread::watchInstances()
 {
     if (m_waits == nullptr || m_context == nullptr)
         return;
-    bool const watches = !isPumpedByApplication();
+    const bool watches = !isPumpedByApplication();
     for (long i = 0; i < m_context->getNumberOfInstances(); ++i) {
-        TevoroTalk const* const instance = m_context->getNthInstance(i);
-        int const port = instance != nullptr ? instance->portDescriptor() : -1;
+        const TevoroTalk* const instance = m_context->getNthInstance(i);
+        const int port = instance != nullptr ? instance->portDescriptor() : -1;
         if (port == -1)
             continue;
         if (watches)

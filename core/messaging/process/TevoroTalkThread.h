@@ -21,31 +21,31 @@ namespace ScObjects {
 
 class TevoroTalkThread final : public Thread {
 public:
-    static char const* const QK_FWDMESSAGES;
-    static char const* const QK_FWDLOGS;
-    static char const* const QK_FWDERRORS;
-    static char const* const QK_INFO;
-    static char const* const QK_SEEBODY;
-    static char const* const QK_DIAGNOSTICS;
-    static char const* const QK_ISNOTINSTALLED;
-    static char const* const QK_LAUNCHED;
-    static char const* const QK_UNDEFINED;
-    static char const* const QK_ISNOTRUNNING;
-    static char const* const QK_NOERROR;
-    static char const* const QK_INVALIDSPEC;
-    static char const* const QK_MSGTOSTRINGERROR;
-    static char const* const QK_NOINTERAPPSTREAM;
-    static char const* const QK_PINGTYPE;
-    static char const* const QK_PUMPING;
-    static char const* const QK_IDLE;
-    static char const* const QK_BUSY;
-    static char const* const QK_STATUS;
-    static char const* const QK_ECHO_RESPONSE;
-    static char const* const QK_ECHO_REQUEST;
-    static char const* const QK_NOP;
-    static char const* const QK_MAIN;
+    static const char* const QK_FWDMESSAGES;
+    static const char* const QK_FWDLOGS;
+    static const char* const QK_FWDERRORS;
+    static const char* const QK_INFO;
+    static const char* const QK_SEEBODY;
+    static const char* const QK_DIAGNOSTICS;
+    static const char* const QK_ISNOTINSTALLED;
+    static const char* const QK_LAUNCHED;
+    static const char* const QK_UNDEFINED;
+    static const char* const QK_ISNOTRUNNING;
+    static const char* const QK_NOERROR;
+    static const char* const QK_INVALIDSPEC;
+    static const char* const QK_MSGTOSTRINGERROR;
+    static const char* const QK_NOINTERAPPSTREAM;
+    static const char* const QK_PINGTYPE;
+    static const char* const QK_PUMPING;
+    static const char* const QK_IDLE;
+    static const char* const QK_BUSY;
+    static const char* const QK_STATUS;
+    static const char* const QK_ECHO_RESPONSE;
+    static const char* const QK_ECHO_REQUEST;
+    static const char* const QK_NOP;
+    static const char* const QK_MAIN;
 
-    TevoroTalkThread(TevoroTalkContext* context, SoString const& specifier);
+    TevoroTalkThread(TevoroTalkContext* context, const SoString& specifier);
     ~TevoroTalkThread() override;
 
     void run() override;
@@ -54,7 +54,7 @@ public:
     bool stop() override;
 
     // The specifier without its suffix, and "#thread".
-    static SoString createThreadSpecifier(SoString const& specifier);
+    static SoString createThreadSpecifier(const SoString& specifier);
     // The thread of the current context; null without.
     static TevoroTalkThread* getMainThread();
 
@@ -64,31 +64,31 @@ public:
     SoString getSpecifier() const;
 
     // -1 when there is none.
-    long locateKey(SoString const& key) const;
+    long locateKey(const SoString& key) const;
     // Valid until the key goes.
-    TevoroTalk::MsgHandler* findHandler(SoString const& key) const;
+    TevoroTalk::MsgHandler* findHandler(const SoString& key) const;
     // Empty when the key is missing. For "STATUS" it says "BUSY" for an application that has not
     // pumped for ten times its usual pace.
-    SoString getValueForKey(SoString const& key) const;
+    SoString getValueForKey(const SoString& key) const;
     // An empty value takes the key out, handler included. False for an empty key.
-    bool setKeyValuePair(SoString const& key, SoString const& value);
+    bool setKeyValuePair(const SoString& key, const SoString& value);
     // The same for "STATUS", which every pump sets twice.
-    void setStatus(char const* value);
+    void setStatus(const char* value);
     // Takes ownership if it answers true. A missing key is made, with its own text as value.
-    bool setHandler(SoString const& key, TevoroTalk::MsgHandler* handler);
+    bool setHandler(const SoString& key, TevoroTalk::MsgHandler* handler);
     // The key goes that many seconds from now, and its handler is the caller's again; 0 for never.
     // False when the key is missing.
-    bool setTimeout(SoString const& key, std::int32_t seconds);
+    bool setTimeout(const SoString& key, std::int32_t seconds);
     bool isIdle() const;
 
     // One question to another process, and its answer or the word that says why there is none.
-    SoString ping(SoString const& target,
-        SoString const& command,
+    SoString ping(const SoString& target,
+        const SoString& command,
         std::int32_t timeout,
-        SoString const* body) const;
-    bool sendResponse(TevoroTalk::Message const& incoming, SoString const& reply);
+        const SoString* body) const;
+    bool sendResponse(const TevoroTalk::Message& incoming, const SoString& reply);
 
-    void appendDiagnostics(SoString& out, SoString const& path) const;
+    void appendDiagnostics(SoString& out, const SoString& path) const;
 
 private:
     class PingData final : public SoHeap {
@@ -102,7 +102,7 @@ private:
     };
 
     void fillStore();
-    void openStream(SoString const& name);
+    void openStream(const SoString& name);
     void runLocked();
     void readPings();
     void answerPing(TevoroTalk::Message& message);
@@ -130,6 +130,6 @@ private:
 };
 
 // Whether other processes may only read that key.
-bool isPingReadOnly(SoString const& key);
+bool isPingReadOnly(const SoString& key);
 
 } // namespace ScObjects

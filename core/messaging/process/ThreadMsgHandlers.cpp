@@ -22,12 +22,12 @@ using SteadyClock = std::chrono::steady_clock;
 constexpr std::chrono::minutes kSilence{1};
 
 // One line of the tree for a node with children.
-void appendNode(SoString& out, SoString const& path, SoString const& label, SoString const& value)
+void appendNode(SoString& out, const SoString& path, const SoString& label, const SoString& value)
 {
     out << path << ";1;" << label << ";" << value << ";\n";
 }
 
-SoString childPath(char const* parent, SoString const& path)
+SoString childPath(const char* parent, const SoString& path)
 {
     SoString result(parent);
     result << path;
@@ -36,17 +36,17 @@ SoString childPath(char const* parent, SoString const& path)
 
 // The queues of all instances under `root`.
 void appendInstances(
-    SoString& out, TevoroTalkContext const& context, char const* root, char const* label)
+    SoString& out, const TevoroTalkContext& context, const char* root, const char* label)
 {
-    SoString const specifier = context.getAppSpecifier();
-    SoString const base = childPath("/", specifier);
-    SoString const path = childPath(root, base);
+    const SoString specifier = context.getAppSpecifier();
+    const SoString base = childPath("/", specifier);
+    const SoString path = childPath(root, base);
     SoString count;
     count << context.getNumberOfInstances();
     appendNode(out, root, label, "");
     appendNode(out, path, specifier, count);
     for (long i = 0; i < context.getNumberOfInstances(); ++i)
-        if (TevoroTalk const* const instance = context.getNthInstance(i))
+        if (const TevoroTalk* const instance = context.getNthInstance(i))
             instance->appendDiagnostics(out, path);
 }
 
@@ -66,7 +66,7 @@ long ThreadMsgHandler::handleMessage(int, Message& message, SoString* result)
 
 long ThreadMsgHandler::sendToMainInstance(Message& message) const
 {
-    TevoroTalk const* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    const TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
     if (instance == nullptr)
         return 0;
     message.target = instance->getAppName();
@@ -94,21 +94,21 @@ long ThreadMainMsgHandler::handleMessage(int, Message& message, SoString* result
 {
     if (message.type != pingType)
         return 0;
-    SoString const request = message.getUserHeaderValue(echoRequestHeader);
+    const SoString request = message.getUserHeaderValue(echoRequestHeader);
     if (!request.isEmpty())
         return answerRequest(request, message, result);
     // An answer that came back on this port.
-    SoString const response = message.getUserHeaderValue(echoResponseHeader);
+    const SoString response = message.getUserHeaderValue(echoResponseHeader);
     MsgHandler* const handler = response.isEmpty() ? nullptr : thread->findHandler(response);
     return handler != nullptr && handler != this ? handler->handleMessage(kResult, message, nullptr)
                                                  : 0;
 }
 
 long ThreadMainMsgHandler::answerRequest(
-    SoString const& request, Message& message, SoString* result)
+    const SoString& request, Message& message, SoString* result)
 {
     SoString reply;
-    std::size_t const mark = request.view().find('=');
+    const std::size_t mark = request.view().find('=');
     if (mark != std::string_view::npos) {
         reply = writeKey(
             SoString(request.view().substr(0, mark)), SoString(request.view().substr(mark + 1)));
@@ -128,7 +128,7 @@ long ThreadMainMsgHandler::answerRequest(
 }
 
 // Others may only subscribe; whoever tries to write another key gets no answer.
-SoString ThreadMainMsgHandler::writeKey(SoString const& key, SoString const& value)
+SoString ThreadMainMsgHandler::writeKey(const SoString& key, const SoString& value)
 {
     if (isPingReadOnly(key))
         return {};
@@ -137,12 +137,12 @@ SoString ThreadMainMsgHandler::writeKey(SoString const& key, SoString const& val
     return value;
 }
 
-void ThreadMainMsgHandler::subscribe(SoString const& key, SoString const& subscriber) const
+void ThreadMainMsgHandler::subscribe(const SoString& key, const SoString& subscriber) const
 {
     TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
     if (instance == nullptr)
         return;
-    std::lock_guard const lock(TevoroTalkData::forwardingLock());
+    const std::lock_guard lock(TevoroTalkData::forwardingLock());
     if (subscriber.isEmpty())
         delete instance->removeHandler(key, QK_INVALID_MESSAGE_NUMBER);
     else
@@ -163,7 +163,7 @@ long ThreadLaunchedMsgHandler::handleMessage(int, Message& message, SoString* re
     return 0;
 }
 
-char const* ThreadLaunchedMsgHandler::getMsgType() const
+const char* ThreadLaunchedMsgHandler::getMsgType() const
 {
     return Words::QK_LAUNCHED;
 }
@@ -177,7 +177,7 @@ long ThreadDiagnosticsMsgHandler::handleMessage(int, Message& message, SoString*
     return 0;
 }
 
-char const* ThreadDiagnosticsMsgHandler::getMsgType() const
+const char* ThreadDiagnosticsMsgHandler::getMsgType() const
 {
     return Words::QK_DIAGNOSTICS;
 }
@@ -187,16 +187,16 @@ long ThreadInfoMsgHandler::handleMessage(int, Message& message, SoString* result
     if (result == nullptr || context == nullptr)
         return 0;
     *result = Words::QK_SEEBODY;
-    SoString const specifier = context->getAppSpecifier();
-    SoString const base = childPath("/", specifier);
+    const SoString specifier = context->getAppSpecifier();
+    const SoString base = childPath("/", specifier);
     SoString what;
     what.swap(message.body);
     if (what.isEmpty() || what == "all")
         what = "context,thread,messages,connector";
-    auto const isAsked = [&what](char const* word) { return std::strstr(what, word) != nullptr; };
+    const auto isAsked = [&what](const char* word) { return std::strstr(what, word) != nullptr; };
     SoString& out = message.body;
-    TevoroTalkThread const& thread = *context->getThread();
-    SoString const status = thread.getValueForKey(Words::QK_STATUS);
+    const TevoroTalkThread& thread = *context->getThread();
+    const SoString status = thread.getValueForKey(Words::QK_STATUS);
     if (isAsked("context")) {
         appendNode(out, base, specifier, status);
         context->appendDiagnostics(out, base);
@@ -209,19 +209,19 @@ long ThreadInfoMsgHandler::handleMessage(int, Message& message, SoString* result
         appendInstances(out, *context, "/messages", "Messages");
     if (isAsked("log"))
         appendInstances(out, *context, "/log", "Log");
-    TevoroTalkConnector const* const connector = context->getConnector();
+    const TevoroTalkConnector* const connector = context->getConnector();
     if (isAsked("connector") && connector != nullptr)
         connector->appendDiagnostics(out, "");
     return 0;
 }
 
-char const* ThreadInfoMsgHandler::getMsgType() const
+const char* ThreadInfoMsgHandler::getMsgType() const
 {
     return Words::QK_INFO;
 }
 
 ThreadForwardMsgHandler::ThreadForwardMsgHandler(
-    TevoroTalkContext* servedContext, SoString const& forwardKey, SoString const& subscriber)
+    TevoroTalkContext* servedContext, const SoString& forwardKey, const SoString& subscriber)
     : ThreadMsgHandler(servedContext)
     , target(subscriber)
     , key(forwardKey)
@@ -230,7 +230,7 @@ ThreadForwardMsgHandler::ThreadForwardMsgHandler(
 
 long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
 {
-    TevoroTalk const* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    const TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
     if (instance == nullptr || target.isEmpty() || SteadyClock::now() < m_silentUntil
         || !TevoroTalk::Specifier(target, false).isRunning())
         return 0;
@@ -244,7 +244,7 @@ long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
     return 0;
 }
 
-char const* ThreadForwardMsgHandler::getMsgType() const
+const char* ThreadForwardMsgHandler::getMsgType() const
 {
     return key;
 }

@@ -36,9 +36,9 @@ public:
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
 
 private:
-    long answerRequest(SoString const& request, TevoroTalk::Message& message, SoString* result);
-    SoString writeKey(SoString const& key, SoString const& value);
-    void subscribe(SoString const& key, SoString const& subscriber) const;
+    long answerRequest(const SoString& request, TevoroTalk::Message& message, SoString* result);
+    SoString writeKey(const SoString& key, const SoString& value);
+    void subscribe(const SoString& key, const SoString& subscriber) const;
 
     SoString pingType;
     SoString echoRequestHeader;
@@ -51,7 +51,7 @@ class ThreadLaunchedMsgHandler final : public ThreadMsgHandler {
 public:
     using ThreadMsgHandler::ThreadMsgHandler;
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
-    char const* getMsgType() const override;
+    const char* getMsgType() const override;
 };
 
 // The whole tree as a report for people.
@@ -59,7 +59,7 @@ class ThreadDiagnosticsMsgHandler final : public ThreadMsgHandler {
 public:
     using ThreadMsgHandler::ThreadMsgHandler;
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
-    char const* getMsgType() const override;
+    const char* getMsgType() const override;
 };
 
 // Parts of the tree as lines: those whose names ("context", "thread", "messages", "log",
@@ -68,7 +68,7 @@ class ThreadInfoMsgHandler final : public ThreadMsgHandler {
 public:
     using ThreadMsgHandler::ThreadMsgHandler;
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
-    char const* getMsgType() const override;
+    const char* getMsgType() const override;
 };
 
 // Hangs on the main instance, and sends to a subscriber what is forwarded under its key. One that
@@ -77,10 +77,10 @@ public:
 class ThreadForwardMsgHandler final : public ThreadMsgHandler {
 public:
     ThreadForwardMsgHandler(
-        TevoroTalkContext* context, SoString const& forwardKey, SoString const& subscriber);
+        TevoroTalkContext* context, const SoString& forwardKey, const SoString& subscriber);
 
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
-    char const* getMsgType() const override;
+    const char* getMsgType() const override;
 
 private:
     SoString target;

@@ -4,9 +4,9 @@ namespace ScObjects {
 
 void setDebugAlertFunc(DebugAlertFunc) { }
 
-void debugAlert(char const*) { }
+void debugAlert(const char*) { }
 
-void debugStr(SoString const&) { }
+void debugStr(const SoString&) { }
 
 void debugBreak() { }
 

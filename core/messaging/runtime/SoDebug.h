@@ -5,11 +5,11 @@
 
 namespace ScObjects {
 
-using DebugAlertFunc = void (*)(char const* text);
+using DebugAlertFunc = void (*)(const char* text);
 
 void setDebugAlertFunc(DebugAlertFunc function);
-void debugAlert(char const* text);
-void debugStr(SoString const& text);
+void debugAlert(const char* text);
+void debugStr(const SoString& text);
 void debugBreak();
 bool isDebugging();
 

@@ -12,12 +12,12 @@ namespace ScObjects {
 
 namespace {
 
-constexpr unsigned long kLongestUtf16Text = 0x10000;
+constexpr unsigned long kMaxUtf16Text = 0x10000;
 
 SoString& appendUnsigned(SoString& out, unsigned long number)
 {
     char digits[24];
-    char const* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     out.append(digits, static_cast<long>(end - digits));
     return out;
 }
@@ -30,17 +30,17 @@ SoString::SoString(char c)
     *this += c;
 }
 
-SoString::SoString(unsigned short const* text, long n)
+SoString::SoString(const unsigned short* text, long n)
     : SoString()
 {
     if (text == nullptr || n == 0)
         return;
     // Never more than the text has, whatever the caller says.
-    unsigned long const limit = n < 0 ? kLongestUtf16Text : static_cast<unsigned long>(n);
+    const unsigned long limit = n < 0 ? kMaxUtf16Text : static_cast<unsigned long>(n);
     unsigned long units = UTF16StrLenWithMax(text, limit);
-    long const size = static_cast<long>(UTF8StrLen(text));
+    const long size = static_cast<long>(UTF8StrLen(text));
     makeRoom(size, 0);
-    long const written = static_cast<long>(UTF16_UTF8(text, m_data, units));
+    const long written = static_cast<long>(UTF16_UTF8(text, m_data, units));
     // Nothing of what lay in memory before shows behind the front of a text that was cut.
     std::memset(m_data + written, 0, static_cast<std::size_t>(size - written));
     terminate(size);
@@ -52,7 +52,7 @@ SoString::SoString(SoString&& other) noexcept
     swap(other);
 }
 
-SoString& SoString::operator=(SoString const& other)
+SoString& SoString::operator=(const SoString& other)
 {
     if (this != &other)
         assign(other.m_data, other.m_length);
@@ -68,7 +68,7 @@ SoString& SoString::operator=(SoString&& other) noexcept
     return *this;
 }
 
-SoString& SoString::operator=(char const* text)
+SoString& SoString::operator=(const char* text)
 {
     assign(text);
     return *this;
@@ -85,10 +85,10 @@ SoString& SoString::operator+=(char c)
     return *this;
 }
 
-SoString& SoString::operator+=(SoString const& other)
+SoString& SoString::operator+=(const SoString& other)
 {
     if (this == &other) {
-        SoString const copy(other);
+        const SoString copy(other);
         append(copy.m_data, copy.m_length);
     } else {
         append(other.m_data, other.m_length);
@@ -96,7 +96,7 @@ SoString& SoString::operator+=(SoString const& other)
     return *this;
 }
 
-int SoString::compare(char const* other) const
+int SoString::compare(const char* other) const
 {
     return std::strcmp(m_data, other == nullptr ? "" : other);
 }
@@ -160,8 +160,8 @@ void SoString::adopt(char* block, long length)
 
 void SoString::swap(SoString& other) noexcept
 {
-    bool const wasInside = isInside();
-    bool const otherWasInside = other.isInside();
+    const bool wasInside = isInside();
+    const bool otherWasInside = other.isInside();
     std::swap(m_inside, other.m_inside);
     std::swap(m_data, other.m_data);
     if (otherWasInside)
@@ -175,7 +175,7 @@ void SoString::swap(SoString& other) noexcept
 // Room for that many bytes and the terminator; keeps the first `kept` bytes.
 void SoString::makeRoom(long length, long kept)
 {
-    bool const isTooSmall = m_capacity < length + 1;
+    const bool isTooSmall = m_capacity < length + 1;
     if (isTooSmall)
         m_capacity = roundedUp(length);
     if (isInside() ? length < kInside : !isTooSmall)
@@ -189,7 +189,7 @@ void SoString::makeRoom(long length, long kept)
     m_data = fresh;
 }
 
-SoString& operator<<(SoString& out, char const* text)
+SoString& operator<<(SoString& out, const char* text)
 {
     out.append(text);
     return out;
@@ -200,7 +200,7 @@ SoString& operator<<(SoString& out, char c)
     return out += c;
 }
 
-SoString& operator<<(SoString& out, SoString const& text)
+SoString& operator<<(SoString& out, const SoString& text)
 {
     return out += text;
 }

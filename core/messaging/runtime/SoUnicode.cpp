@@ -39,10 +39,10 @@ bool isLowSurrogate(unsigned long unit)
 
 // The code point at `at` of `count` units, and how many units it takes.
 unsigned long codePointAt(
-    unsigned short const* text, unsigned long at, unsigned long count, unsigned long& taken)
+    const unsigned short* text, unsigned long at, unsigned long count, unsigned long& taken)
 {
     taken = 1;
-    unsigned long const unit = text[at];
+    const unsigned long unit = text[at];
     if (!isHighSurrogate(unit) || at + 1 >= count || !isLowSurrogate(text[at + 1]))
         return unit;
     taken = 2;
@@ -51,14 +51,14 @@ unsigned long codePointAt(
 
 } // namespace
 
-unsigned long DecodeUTF8(char const* text, int& consumed)
+unsigned long DecodeUTF8(const char* text, int& consumed)
 {
     consumed = lengthByLead(static_cast<unsigned char>(*text));
     if (consumed == 0)
         return kReplacement;
     unsigned long value = 0;
     for (int i = 0; i < consumed; ++i) {
-        unsigned char const byte = static_cast<unsigned char>(text[i]);
+        const unsigned char byte = static_cast<unsigned char>(text[i]);
         if (i > 0 && byte == 0) { // the text ends inside the form
             consumed = i;
             return kReplacement;
@@ -86,7 +86,7 @@ int EncodeUTF8(unsigned long value, char* out)
     return length;
 }
 
-unsigned long UTF8_UTF16(char const* source, unsigned short* out, unsigned long max)
+unsigned long UTF8_UTF16(const char* source, unsigned short* out, unsigned long max)
 {
     if (max == 0)
         return 0;
@@ -111,9 +111,9 @@ unsigned long UTF8_UTF16(char const* source, unsigned short* out, unsigned long 
     return static_cast<unsigned long>(end - out);
 }
 
-unsigned long UTF16_UTF8(unsigned short const* source, char* out, unsigned long& units)
+unsigned long UTF16_UTF8(const unsigned short* source, char* out, unsigned long& units)
 {
-    unsigned long const count = units;
+    const unsigned long count = units;
     char* end = out;
     for (unsigned long at = 0, taken = 0; at < count; at += taken) {
         end += EncodeUTF8(codePointAt(source, at, count, taken), end);
@@ -122,10 +122,10 @@ unsigned long UTF16_UTF8(unsigned short const* source, char* out, unsigned long&
     return static_cast<unsigned long>(end - out);
 }
 
-unsigned long UTF8StrLen(unsigned short const* text)
+unsigned long UTF8StrLen(const unsigned short* text)
 {
     char scratch[6];
-    unsigned long const count = UTF16StrLenWithMax(text, ~0UL);
+    const unsigned long count = UTF16StrLenWithMax(text, ~0UL);
     unsigned long bytes = 0;
     for (unsigned long at = 0, taken = 0; at < count; at += taken)
         bytes +=
@@ -133,7 +133,7 @@ unsigned long UTF8StrLen(unsigned short const* text)
     return bytes;
 }
 
-unsigned long UTF16StrLenWithMax(unsigned short const* text, unsigned long max)
+unsigned long UTF16StrLenWithMax(const unsigned short* text, unsigned long max)
 {
     unsigned long count = 0;
     while (count < max && text[count] != 0)

@@ -37,9 +37,9 @@ void SoVectorBase::append(void* element)
 // Moves the elements from the first to the end of the old array to the end of the new one.
 void SoVectorBase::grow()
 {
-    long const larger = m_capacity + kStep;
+    const long larger = m_capacity + kStep;
     void** const data = mallocThis<void*>(static_cast<std::size_t>(larger));
-    long const upper = m_capacity - m_first;
+    const long upper = m_capacity - m_first;
     std::memcpy(data, m_data, bytesOf(m_first));
     std::memcpy(data + larger - upper, m_data + m_first, bytesOf(upper));
     freeThis(m_data);
@@ -48,7 +48,7 @@ void SoVectorBase::grow()
     m_capacity = larger;
 }
 
-void SoVectorBase::remove(void const* element)
+void SoVectorBase::remove(const void* element)
 {
     for (long i = 0; i < m_length; ++i) {
         if (slot(i) == element) {

@@ -17,7 +17,7 @@ constexpr long kOutOfMemory = -28;
 constexpr long kOtherException = -29;
 
 constinit std::atomic<long> gUsers{0};
-constinit std::atomic<unsigned long> mainThreadID{0};
+constinit std::atomic<unsigned long> gMainThreadID{0};
 
 } // namespace
 
@@ -25,7 +25,7 @@ bool Thread::InitTerm::init()
 {
     if (gUsers.fetch_add(1) != 0)
         return false;
-    mainThreadID = Pt::currentThreadHandle();
+    gMainThreadID = Pt::currentThreadHandle();
     return true;
 }
 
@@ -41,7 +41,7 @@ Thread::Thread()
     try {
         m_data->startMutex->lock();
         m_data->thread = std::thread([this] { go(); });
-    } catch (std::exception const&) {
+    } catch (const std::exception&) {
         m_data->startMutex->unlock();
         delete std::exchange(m_data->startMutex, nullptr);
         m_error = kNoThread;
@@ -70,7 +70,7 @@ long Thread::start()
 
 bool Thread::stop()
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     return m_data->stop();
 }
 
@@ -102,8 +102,8 @@ void Thread::sleep(unsigned int milliseconds)
 
 unsigned long Thread::getCurrentID()
 {
-    unsigned long const id = Pt::currentThreadHandle();
-    return id == mainThreadID ? 0 : id;
+    const unsigned long id = Pt::currentThreadHandle();
+    return id == gMainThreadID ? 0 : id;
 }
 
 void Thread::go()
@@ -111,19 +111,19 @@ void Thread::go()
     m_threadId = Pt::currentThreadHandle();
     m_active = true;
     m_data->startMutex->lock();
-    bool const isAbandoned = m_data->isAbandoned;
+    const bool isAbandoned = m_data->isAbandoned;
     m_data->startMutex->unlock();
     if (isAbandoned)
         return;
     {
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         delete std::exchange(m_data->startMutex, nullptr);
         m_data->begin();
     }
     runGuarded();
     m_active = false;
     runExit();
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     m_data->signalEnd();
 }
 
@@ -132,7 +132,7 @@ void Thread::runGuarded()
     try {
         runInit();
         run();
-    } catch (std::bad_alloc const&) {
+    } catch (const std::bad_alloc&) {
         m_error = kOutOfMemory;
     } catch (...) {
         m_error = kOtherException;

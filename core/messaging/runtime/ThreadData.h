@@ -15,8 +15,8 @@ public:
     ThreadData();
     // Ends a thread that was held back to this moment, without a run; lets a running one go.
     ~ThreadData() override;
-    ThreadData(ThreadData const&) = delete;
-    ThreadData& operator=(ThreadData const&) = delete;
+    ThreadData(const ThreadData&) = delete;
+    ThreadData& operator=(const ThreadData&) = delete;
 
     // Tears down what others may wait for. Always true.
     bool stop();

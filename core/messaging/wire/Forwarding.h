@@ -10,6 +10,6 @@ namespace ScObjects::TevoroTalkData {
 std::recursive_mutex& forwardingLock();
 
 // Whether somebody gets what is forwarded under that key; asked first, for every message.
-bool hasSubscriber(char const* key);
+bool hasSubscriber(const char* key);
 
 } // namespace ScObjects::TevoroTalkData

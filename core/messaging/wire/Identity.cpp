@@ -17,14 +17,14 @@ namespace TevoroTalkData {
 
 namespace {
 
-constexpr std::size_t kLongestKept = 40;
+constexpr std::size_t kMaxKeptLength = 40;
 constexpr std::size_t kLargestIdentityFile = std::size_t{1024} * 1024;
 constexpr unsigned int kFolderMode = 0771;
 
 // What was read once, kept in place: nothing is left to free when the library is unloaded.
 struct KeptValue {
     Pt::Lock lock;
-    std::array<char, kLongestKept> bytes TEVORO_GUARDED_BY(lock) = {};
+    std::array<char, kMaxKeptLength> bytes TEVORO_GUARDED_BY(lock) = {};
     std::size_t length TEVORO_GUARDED_BY(lock) = 0;
 };
 
@@ -34,12 +34,12 @@ constinit KeptValue gMD5ID;
 // Without leading zeros, so that a byte takes one or two digits: what is stored and compared is the
 // text.
 template <std::size_t count>
-SoString hexadecimalDigits(std::array<unsigned char, count> const& bytes)
+SoString hexadecimalDigits(const std::array<unsigned char, count>& bytes)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::array<char, 2 * count> digits;
     char* end = digits.data();
-    for (unsigned int const byte : bytes) {
+    for (const unsigned int byte : bytes) {
         if (byte >= 0x10)
             *end++ = kDigits[byte >> 4];
         *end++ = kDigits[byte & 0xF];
@@ -48,30 +48,30 @@ SoString hexadecimalDigits(std::array<unsigned char, count> const& bytes)
 }
 
 // Empty for what is there and cannot be read.
-SoString readIdentity(std::string const& path)
+SoString readIdentity(const std::string& path)
 {
     return SoString(std::string_view(Pt::readFile(path, kLargestIdentityFile).bytes));
 }
 
-SoString makeIdentity(std::string const& folder, std::string const& path)
+SoString makeIdentity(const std::string& folder, const std::string& path)
 {
     SoString value = createRandomValue();
     // Whether this went well shows in the next step.
     Pt::makeFolder(folder, kFolderMode);
-    bool const wasLate = Pt::placeNewFile(path, value.view()) == std::errc::file_exists;
+    const bool wasLate = Pt::placeNewFile(path, value.view()) == std::errc::file_exists;
     // What cannot be written holds for this process.
     return wasLate && Pt::pathExists(path) ? readIdentity(path) : value;
 }
 
 // One thread reads or makes the value, the others wait for it: a value that cannot be written is
 // nevertheless the same for all threads.
-SoString keptID(KeptValue& kept, char const* name)
+SoString keptID(KeptValue& kept, const char* name)
 {
-    Pt::Locked const locked(kept.lock);
+    const Pt::Locked locked(kept.lock);
     if (kept.length == 0) {
         SoString value = getID(name);
-        std::size_t const length = value.view().size();
-        if (length == 0 || length > kLongestKept)
+        const std::size_t length = value.view().size();
+        if (length == 0 || length > kMaxKeptLength)
             return value;
         std::memcpy(kept.bytes.data(), value.get(), length);
         kept.length = length;
@@ -81,7 +81,7 @@ SoString keptID(KeptValue& kept, char const* name)
 
 void forget(KeptValue& kept)
 {
-    Pt::Locked const locked(kept.lock);
+    const Pt::Locked locked(kept.lock);
     kept.length = 0;
 }
 
@@ -89,18 +89,18 @@ void forget(KeptValue& kept)
 
 SoString createRandomValue()
 {
-    auto const bytes = Pt::secureRandom16();
+    const auto bytes = Pt::secureRandom16();
     return bytes ? hexadecimalDigits(*bytes) : SoString();
 }
 
-SoString getID(char const* name)
+SoString getID(const char* name)
 {
     // The variable and nothing else: an account's own home folder is not asked for.
-    char const* const home = std::getenv("HOME");
+    const char* const home = std::getenv("HOME");
     if (home == nullptr || *home == '\0')
         return {};
-    std::string const folder = std::string(home) + "/.velmo";
-    std::string const path = folder + "/" + name;
+    const std::string folder = std::string(home) + "/.velmo";
+    const std::string path = folder + "/" + name;
     return Pt::pathExists(path) ? readIdentity(path) : makeIdentity(folder, path);
 }
 
@@ -111,14 +111,14 @@ SoString getMD5ID()
 
 SoString getDigest(std::string_view text, std::string_view salt)
 {
-    auto const digest = Pt::sha1({salt, "+", text, "+", salt});
+    const auto digest = Pt::sha1({salt, "+", text, "+", salt});
     return digest ? hexadecimalDigits(*digest) : SoString();
 }
 
 SoString digestOf(std::string_view text, std::string_view rest)
 {
-    SoString const salt = getMD5ID();
-    auto const digest = Pt::sha1({salt.view(), "+", text, rest, "+", salt.view()});
+    const SoString salt = getMD5ID();
+    const auto digest = Pt::sha1({salt.view(), "+", text, rest, "+", salt.view()});
     return digest ? hexadecimalDigits(*digest) : SoString();
 }
 
@@ -147,7 +147,7 @@ SoString getSignature()
     return getUserID();
 }
 
-SoString getMD5(SoString const& text)
+SoString getMD5(const SoString& text)
 {
     return TevoroTalkData::digestOf(text.view());
 }

@@ -13,7 +13,7 @@ SoString createRandomValue();
 
 // What the identity file of that name holds; made on the first call. All processes of the user get
 // the same value, also when two make it at once. Empty without a home folder.
-SoString getID(char const* name);
+SoString getID(const char* name);
 
 // The salt of digests. Kept for the process once it was read, if it has 1 to 40 characters.
 SoString getMD5ID();

@@ -12,34 +12,34 @@ constexpr char kFieldEnd = ';';
 // Takes a closed field off the front of a line; nothing when no ";" closes it.
 std::optional<std::string_view> takeField(std::string_view& line)
 {
-    std::size_t const end = line.find(kFieldEnd);
+    const std::size_t end = line.find(kFieldEnd);
     if (end == std::string_view::npos)
         return std::nullopt;
-    std::string_view const field = line.substr(0, end);
+    const std::string_view field = line.substr(0, end);
     line.remove_prefix(end + 1);
     return field;
 }
 
 } // namespace
 
-char const* parseInfoLine(
-    char const* text, SoString& path, SoString& label, SoString& value, bool& hasChildren)
+const char* parseInfoLine(
+    const char* text, SoString& path, SoString& label, SoString& value, bool& hasChildren)
 {
     path.shrink(0);
     label.shrink(0);
     value.shrink(0);
     std::string_view line(text, std::strcspn(text, "\n"));
-    char const* const end = text + line.size();
+    const char* const end = text + line.size();
 
-    auto const first = takeField(line);
+    const auto first = takeField(line);
     if (!first || first->empty())
         return nullptr;
     path.assign(*first);
-    auto const flag = takeField(line);
+    const auto flag = takeField(line);
     if (flag != "0" && flag != "1")
         return nullptr;
     hasChildren = flag == "1";
-    auto const third = takeField(line);
+    const auto third = takeField(line);
     if (!third || third->empty())
         return nullptr;
     label.assign(*third);

@@ -12,7 +12,7 @@ using namespace TevoroTalkData;
 
 namespace {
 
-constexpr char const* kRuntimeTypes[] = {kQuillscriber,
+constexpr const char* kRuntimeTypes[] = {kQuillscriber,
     kDebug,
     kReceive,
     QK_RECEIVED,
@@ -32,7 +32,7 @@ bool isValid(std::uint32_t number)
 
 } // namespace
 
-TevoroTalk::Header::Header(char const* headerName, char const* headerValue)
+TevoroTalk::Header::Header(const char* headerName, const char* headerValue)
     : name(headerName)
     , value(headerValue)
 {
@@ -45,7 +45,7 @@ TevoroTalk::Message::Message()
 {
 }
 
-TevoroTalk::Message::Message(Message const& other)
+TevoroTalk::Message::Message(const Message& other)
     : SoLockable(other)
     , target(other.target)
     , sender(other.sender)
@@ -62,7 +62,7 @@ TevoroTalk::Message::Message(Message const& other)
     , version(other.version)
     , digestStatus(other.digestStatus)
 {
-    for (Header const* header = other.headers; header != nullptr; header = header->next)
+    for (const Header* header = other.headers; header != nullptr; header = header->next)
         addHeader(header->name.get(), header->value.get());
 }
 
@@ -80,7 +80,7 @@ void TevoroTalk::Message::deleteHeaders()
     }
 }
 
-TevoroTalk::Header* TevoroTalk::Message::findHeader(char const* name) const
+TevoroTalk::Header* TevoroTalk::Message::findHeader(const char* name) const
 {
     Header* header = headers;
     while (header != nullptr && header->name != name)
@@ -88,12 +88,12 @@ TevoroTalk::Header* TevoroTalk::Message::findHeader(char const* name) const
     return header;
 }
 
-void TevoroTalk::Message::setHeader(char const* name, char const* value)
+void TevoroTalk::Message::setHeader(const char* name, const char* value)
 {
     if (name == nullptr || *name == '\0')
         return;
     Header* const present = findHeader(name);
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     if (present != nullptr) {
         present->value = value;
         return;
@@ -101,26 +101,26 @@ void TevoroTalk::Message::setHeader(char const* name, char const* value)
     addHeader(name, value);
 }
 
-void TevoroTalk::Message::addHeader(char const* name, char const* value)
+void TevoroTalk::Message::addHeader(const char* name, const char* value)
 {
     auto* const header = new Header(name, value);
     header->next = headers;
     headers = header;
 }
 
-void TevoroTalk::Message::setHeader(char const* name, long value)
+void TevoroTalk::Message::setHeader(const char* name, long value)
 {
     setHeader(name, std::to_string(value).c_str());
 }
 
-void TevoroTalk::Message::setHeader(char const* name, unsigned long value)
+void TevoroTalk::Message::setHeader(const char* name, unsigned long value)
 {
     setHeader(name, std::to_string(value).c_str());
 }
 
-void TevoroTalk::Message::removeHeader(char const* name)
+void TevoroTalk::Message::removeHeader(const char* name)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     for (Header** link = &headers; *link != nullptr; link = &(*link)->next) {
         if ((*link)->name == name) {
             Header* const gone = *link;
@@ -131,9 +131,9 @@ void TevoroTalk::Message::removeHeader(char const* name)
     }
 }
 
-SoString TevoroTalk::Message::getUserHeaderValue(char const* name) const
+SoString TevoroTalk::Message::getUserHeaderValue(const char* name) const
 {
-    Header const* const header = findHeader(name);
+    const Header* const header = findHeader(name);
     return header != nullptr ? header->value : SoString();
 }
 
@@ -141,7 +141,7 @@ bool TevoroTalk::Message::isUserType() const
 {
     return std::none_of(std::begin(kRuntimeTypes),
         std::end(kRuntimeTypes),
-        [this](char const* word) { return type == word; });
+        [this](const char* word) { return type == word; });
 }
 
 bool TevoroTalk::Message::isRejected() const
@@ -149,14 +149,14 @@ bool TevoroTalk::Message::isRejected() const
     return digestStatus == "REJECTED" || digestStatus == "NODIGEST";
 }
 
-bool TevoroTalk::Message::logToString(char const* label, SoString& out, bool withBody) const
+bool TevoroTalk::Message::logToString(const char* label, SoString& out, bool withBody) const
 {
-    std::int64_t const now = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     out.shrink(0);
-    auto const line = [&out](char const* word, SoString const& value) {
+    const auto line = [&out](const char* word, const SoString& value) {
         out << word << ": " << value << "\n";
     };
-    auto const number = [&out](char const* word, std::uint32_t value) {
+    const auto number = [&out](const char* word, std::uint32_t value) {
         if (isValid(value))
             out << word << ": " << value << "\n";
     };
@@ -180,7 +180,7 @@ bool TevoroTalk::Message::logToString(char const* label, SoString& out, bool wit
     out << QK_CONTENT_LENGTH << ": " << body.length() << "\n";
     if (headers != nullptr)
         out << "Custom Headers:\n";
-    for (Header const* header = headers; header != nullptr; header = header->next)
+    for (const Header* header = headers; header != nullptr; header = header->next)
         out << "   " << header->name << ": " << header->value << "\n";
     out << "\n";
     out << (withBody ? body.get() : "<<BODY OMITTED>>") << "\n";

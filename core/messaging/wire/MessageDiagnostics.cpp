@@ -10,9 +10,9 @@ using namespace TevoroTalkData;
 
 namespace {
 
-constexpr char const* kUndefined = "undefined";
+constexpr const char* kUndefined = "undefined";
 
-SoString orUndefined(SoString const& text)
+SoString orUndefined(const SoString& text)
 {
     return text.isEmpty() ? SoString(kUndefined) : text;
 }
@@ -27,9 +27,9 @@ SoString numberOrUndefined(std::uint32_t number)
     return result;
 }
 
-SoString expiryOf(TevoroTalk::Message const& message)
+SoString expiryOf(const TevoroTalk::Message& message)
 {
-    std::int64_t const expiry = message.timestamp + message.timeout;
+    const std::int64_t expiry = message.timestamp + message.timeout;
     return message.timeout > 0 && message.timestamp > 0 ? TevoroTalkUtils::getTimeString(&expiry)
                                                         : SoString(kUndefined);
 }
@@ -37,19 +37,19 @@ SoString expiryOf(TevoroTalk::Message const& message)
 // Writes the children of one message.
 class Node {
 public:
-    Node(SoString& out, SoString const& path)
+    Node(SoString& out, const SoString& path)
         : m_out(out)
         , m_path(path)
     {
     }
 
-    void leaf(char const* child, char const* label, SoString const& value)
+    void leaf(const char* child, const char* label, const SoString& value)
     {
         m_out << m_path << "/" << child << ";0;" << label << ";" << value << ";\n";
     }
 
     // The terminator of the value is missing; readers take the end of the line for it.
-    void request(SoString const& value)
+    void request(const SoString& value)
     {
         if (value.isEmpty())
             leaf("request", QK_RESPONSE_REQUEST, kUndefined);
@@ -57,7 +57,7 @@ public:
             m_out << m_path << "/request;0;" << QK_RESPONSE_REQUEST << ";" << value << "\n";
     }
 
-    void headers(TevoroTalk::Header const* first)
+    void headers(const TevoroTalk::Header* first)
     {
         // Readers stop at this line, which has no flag: it stands so since the first of them.
         if (first == nullptr) {
@@ -65,7 +65,7 @@ public:
             return;
         }
         m_out << m_path << "/headers;1;Headers;;\n";
-        for (auto const* header = first; header != nullptr; header = header->next)
+        for (const auto* header = first; header != nullptr; header = header->next)
             m_out << m_path << "/headers/" << header->name << ";0;" << header->name << ";"
                   << header->value << ";\n";
     }
@@ -78,7 +78,7 @@ public:
             leaf("timestamp", QK_TIMESTAMP, TevoroTalkUtils::getTimeString(&time));
     }
 
-    void body(SoString const& text)
+    void body(const SoString& text)
     {
         if (text.isEmpty()) {
             leaf("body", "Body", "(empty)");
@@ -90,12 +90,12 @@ public:
 
 private:
     SoString& m_out;
-    SoString const& m_path;
+    const SoString& m_path;
 };
 
 } // namespace
 
-void TevoroTalk::Message::appendDiagnostics(SoString& out, SoString const& path) const
+void TevoroTalk::Message::appendDiagnostics(SoString& out, const SoString& path) const
 {
     char number[16];
     std::snprintf(number, sizeof number, "%08lu", static_cast<unsigned long>(serialNumber));

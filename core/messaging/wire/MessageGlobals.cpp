@@ -14,10 +14,10 @@ constinit std::atomic<MessageGlobals*> gMessageGlobals{nullptr};
 
 MessageGlobals::MessageGlobals()
 {
-    TevoroTalkConnector const* const connector = TevoroTalkConnector::get();
+    const TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     if (connector == nullptr)
         return;
-    SoString const self = connector->getApplicationSpecifier(-1);
+    const SoString self = connector->getApplicationSpecifier(-1);
     m_authentication = connector->getMessageAuthentication(self);
     m_createDigest = connector->getMessageDigest(self);
 }

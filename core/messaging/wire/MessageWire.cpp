@@ -18,7 +18,7 @@ using Message = TevoroTalk::Message;
 
 // More custom headers than any program sends; what follows is not kept, so that a text of many
 // short lines costs neither memory nor time beyond its own size.
-constexpr int kMostHeaders = 4096;
+constexpr int kMaxHeaders = 4096;
 
 // Bytes; longer ones take longer.
 constexpr long kUsualHead = 500;
@@ -26,7 +26,7 @@ constexpr long kUsualHead = 500;
 // A later time counts as this one, so that deadlines, times plus time-outs, stay numbers.
 constexpr unsigned long long kLatestTime = 1ULL << 53U;
 
-constexpr char const* kMessageTags[] = {QK_SENDER,
+constexpr const char* kMessageTags[] = {QK_SENDER,
     QK_SENDER_ID,
     QK_TARGET,
     QK_TIMEOUT,
@@ -41,9 +41,9 @@ constexpr char const* kMessageTags[] = {QK_SENDER,
     QK_ERROR_CODE,
     QK_VERSION};
 
-bool isMessageTag(SoString const& name)
+bool isMessageTag(const SoString& name)
 {
-    return std::any_of(std::begin(kMessageTags), std::end(kMessageTags), [&name](char const* tag) {
+    return std::any_of(std::begin(kMessageTags), std::end(kMessageTags), [&name](const char* tag) {
         return name == tag;
     });
 }
@@ -54,7 +54,7 @@ bool isUnmarkedVersion(std::string_view version)
     return version.empty() || version == "1.0" || version == "2.0";
 }
 
-void appendValue(SoString& out, SoString const& value)
+void appendValue(SoString& out, const SoString& value)
 {
     out.append(value.view());
 }
@@ -66,7 +66,7 @@ void appendValue(SoString& out, Number number)
 }
 
 template <typename Value>
-void writeLine(SoString& out, std::string_view name, Value const& value)
+void writeLine(SoString& out, std::string_view name, const Value& value)
 {
     out.append(name);
     out.append(std::string_view(":"));
@@ -80,16 +80,16 @@ void writeNumber(SoString& out, std::string_view name, std::uint32_t number)
         writeLine(out, name, number);
 }
 
-void writeText(SoString& out, std::string_view name, SoString const& text)
+void writeText(SoString& out, std::string_view name, const SoString& text)
 {
     if (!text.isEmpty())
         writeLine(out, name, text);
 }
 
-void writeCustomHeaders(SoString& out, Message const& message)
+void writeCustomHeaders(SoString& out, const Message& message)
 {
-    bool const marks = !isUnmarkedVersion(message.version.view());
-    for (TevoroTalk::Header const* header = message.headers; header != nullptr;
+    const bool marks = !isUnmarkedVersion(message.version.view());
+    for (const TevoroTalk::Header* header = message.headers; header != nullptr;
          header = header->next) {
         if (marks && isMessageTag(header->name))
             out << kHeaderPrefix;
@@ -98,7 +98,7 @@ void writeCustomHeaders(SoString& out, Message const& message)
 }
 
 // All lines up to the empty one, that included, but for the digest.
-bool writeHead(Message const& message, SoString& out)
+bool writeHead(const Message& message, SoString& out)
 {
     if (message.target.isEmpty() || message.sender.isEmpty())
         return false;
@@ -131,11 +131,11 @@ unsigned long long numberOf(std::string_view value)
 {
     while (!value.empty() && isBlank(value.front()))
         value.remove_prefix(1);
-    bool const isNegative = value.starts_with('-');
+    const bool isNegative = value.starts_with('-');
     if (isNegative || value.starts_with('+'))
         value.remove_prefix(1);
     unsigned long long number = 0;
-    auto const [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
     if (error == std::errc::result_out_of_range)
         return std::numeric_limits<unsigned long long>::max();
     return isNegative ? 0 - number : number;
@@ -151,7 +151,7 @@ std::uint32_t number32(std::string_view value)
 // Reads the lines of one message; never past `end`, which need not be terminated.
 class TevoroTalkData::WireReader {
 public:
-    WireReader(Message& message, char const* text, char const* end)
+    WireReader(Message& message, const char* text, const char* end)
         : m_message(message)
         , m_at(text)
         , m_end(end)
@@ -166,15 +166,15 @@ public:
                 ++m_at;
                 return;
             }
-            std::string_view const name = readUpTo(':');
-            std::string_view const value = readUpTo('\n');
+            const std::string_view name = readUpTo(':');
+            const std::string_view value = readUpTo('\n');
             takeLine(name, value);
         }
     }
 
     void passBody()
     {
-        auto const there = static_cast<std::size_t>(m_end - m_at);
+        const auto there = static_cast<std::size_t>(m_end - m_at);
         m_body = {m_at, std::min<std::size_t>(m_message.contentLength, there)};
         m_at += m_body.size();
     }
@@ -188,12 +188,12 @@ public:
     {
         if (m_md5.empty())
             return false;
-        std::string_view const checked(
+        const std::string_view checked(
             m_digestStart, static_cast<std::size_t>(m_at - m_digestStart));
         return digestOf(checked).view() != m_md5;
     }
 
-    char const* skipLineFeeds()
+    const char* skipLineFeeds()
     {
         while (m_at != m_end && *m_at == '\n')
             ++m_at;
@@ -204,13 +204,13 @@ private:
     // The text up to a mark or a NUL; steps over the mark.
     std::string_view readUpTo(char mark)
     {
-        auto const left = static_cast<std::size_t>(m_end - m_at);
-        void const* const found = std::memchr(m_at, mark, left);
-        char const* stop = found != nullptr ? static_cast<char const*>(found) : m_end;
-        auto const length = static_cast<std::size_t>(stop - m_at);
-        if (void const* const nul = std::memchr(m_at, '\0', length))
-            stop = static_cast<char const*>(nul);
-        std::string_view const text(m_at, static_cast<std::size_t>(stop - m_at));
+        const auto left = static_cast<std::size_t>(m_end - m_at);
+        const void* const found = std::memchr(m_at, mark, left);
+        const char* stop = found != nullptr ? static_cast<const char*>(found) : m_end;
+        const auto length = static_cast<std::size_t>(stop - m_at);
+        if (const void* const nul = std::memchr(m_at, '\0', length))
+            stop = static_cast<const char*>(nul);
+        const std::string_view text(m_at, static_cast<std::size_t>(stop - m_at));
         m_at = stop != m_end && *stop == mark ? stop + 1 : stop;
         return text;
     }
@@ -222,7 +222,7 @@ private:
             return;
         if (m_stripsPrefix && name.starts_with(kHeaderPrefix))
             name.remove_prefix(std::strlen(kHeaderPrefix));
-        if (m_headerCount++ < kMostHeaders)
+        if (m_headerCount++ < kMaxHeaders)
             m_message.setHeader(SoString(name).get(), SoString(value).get());
     }
 
@@ -288,9 +288,9 @@ private:
     }
 
     Message& m_message;
-    char const* m_at;
-    char const* const m_end;
-    char const* m_digestStart;
+    const char* m_at;
+    const char* const m_end;
+    const char* m_digestStart;
     std::string_view m_digest;
     std::string_view m_md5;
     std::string_view m_body;
@@ -304,7 +304,7 @@ namespace {
 constexpr std::size_t kLargeBody = std::size_t{64} * 1024;
 
 // One of the three numbers that an answer carries becomes the serial number, and a type.
-void turnIntoType(Message& message, std::uint32_t& answered, char const* word)
+void turnIntoType(Message& message, std::uint32_t& answered, const char* word)
 {
     if (answered == QK_INVALID_MESSAGE_NUMBER)
         return;
@@ -340,14 +340,14 @@ bool TevoroTalk::Message::writeHeadToString(SoString& out) const
     return true;
 }
 
-char const* TevoroTalk::Message::readFromString(char const* text)
+const char* TevoroTalk::Message::readFromString(const char* text)
 {
     return readFromString(text, text + std::strlen(text));
 }
 
-char const* TevoroTalk::Message::readFromString(char const* text, char const* end)
+const char* TevoroTalk::Message::readFromString(const char* text, const char* end)
 {
-    ObjectLock const lock(*this);
+    const ObjectLock lock(*this);
     WireReader reader(*this, text, end);
     readWith(reader);
     body.assign(reader.body());
@@ -356,16 +356,16 @@ char const* TevoroTalk::Message::readFromString(char const* text, char const* en
 
 long TevoroTalk::Message::readFrom(SoString& text, long place)
 {
-    ObjectLock const lock(*this);
-    char const* const start = text.get();
+    const ObjectLock lock(*this);
+    const char* const start = text.get();
     WireReader reader(*this, start + place, start + text.length());
     readWith(reader);
-    std::string_view const found = reader.body();
+    const std::string_view found = reader.body();
     if (found.size() < kLargeBody || !reader.isAtEnd()) {
         body.assign(found);
         return reader.skipLineFeeds() - start;
     }
-    long const end = text.length();
+    const long end = text.length();
     text.removeFront(found.data() - start);
     body.swap(text);
     text.shrink(0);

@@ -6,7 +6,7 @@ namespace ScObjects {
 
 void TevoroTalk::MsgHandler::initialize(TevoroTalk*) { }
 
-char const* TevoroTalk::MsgHandler::getMsgType() const
+const char* TevoroTalk::MsgHandler::getMsgType() const
 {
     return TevoroTalkData::kQuillscriber;
 }

@@ -7,7 +7,7 @@ namespace ScObjects {
 
 namespace {
 
-constexpr std::size_t kLongest = 255;
+constexpr std::size_t kMaxLength = 255;
 constexpr auto kNowhere = std::string_view::npos;
 
 bool isDigit(char c)
@@ -22,7 +22,7 @@ SoString between(std::string_view text, std::size_t begin, std::size_t end)
     return begin < end ? SoString(text.substr(begin, end - begin)) : SoString();
 }
 
-void appendComponent(SoString& out, char mark, SoString const& component)
+void appendComponent(SoString& out, char mark, const SoString& component)
 {
     if (component.isEmpty())
         return;
@@ -32,7 +32,7 @@ void appendComponent(SoString& out, char mark, SoString const& component)
 
 // A specifier's parts; what it is built from again.
 struct Components {
-    explicit Components(TevoroTalk::Specifier const& specifier)
+    explicit Components(const TevoroTalk::Specifier& specifier)
         : name(specifier.appName())
         , instance(specifier.instance())
         , version(specifier.version())
@@ -60,22 +60,22 @@ struct Components {
 
 } // namespace
 
-SoString TevoroTalkData::getVersionOrGroup(SoString const& specifier)
+SoString TevoroTalkData::getVersionOrGroup(const SoString& specifier)
 {
-    std::string_view const text = specifier.view();
-    std::size_t const mark = text.find('-');
+    const std::string_view text = specifier.view();
+    const std::size_t mark = text.find('-');
     if (mark == kNowhere)
         return {};
-    std::size_t const end = std::min(text.find('-', mark + 1), text.find('#'));
+    const std::size_t end = std::min(text.find('-', mark + 1), text.find('#'));
     SoString component = between(text, mark + 1, end);
     if (!component.isEmpty() && !isDigit(component.get()[0]))
         component.shrink(0);
     return component;
 }
 
-TevoroTalk::Specifier::Specifier(char const* text, bool fixUpToo)
+TevoroTalk::Specifier::Specifier(const char* text, bool fixUpToo)
 {
-    if (text == nullptr || ::strnlen(text, kLongest + 1) > kLongest)
+    if (text == nullptr || ::strnlen(text, kMaxLength + 1) > kMaxLength)
         return;
     assign(text);
     if (fixUpToo)
@@ -91,8 +91,8 @@ SoString TevoroTalk::Specifier::appName() const
 
 SoString TevoroTalk::Specifier::instance() const
 {
-    std::size_t const mark = view().find('_');
-    std::size_t const end = view().find_first_of("-#");
+    const std::size_t mark = view().find('_');
+    const std::size_t end = view().find_first_of("-#");
     if (mark == kNowhere || end < mark)
         return {};
     return between(view(), mark + 1, end);
@@ -105,7 +105,7 @@ SoString TevoroTalk::Specifier::version() const
 
 SoString TevoroTalk::Specifier::locale() const
 {
-    std::size_t const suffixMark = view().find('#');
+    const std::size_t suffixMark = view().find('#');
     std::size_t mark = view().find('-');
     if (mark == kNowhere || suffixMark < mark)
         return {};
@@ -119,11 +119,11 @@ SoString TevoroTalk::Specifier::locale() const
 
 SoString TevoroTalk::Specifier::suffix() const
 {
-    std::size_t const mark = view().find('#');
+    const std::size_t mark = view().find('#');
     return mark == kNowhere ? SoString() : between(view(), mark + 1, view().size());
 }
 
-bool TevoroTalk::Specifier::setAppName(SoString const& name)
+bool TevoroTalk::Specifier::setAppName(const SoString& name)
 {
     Components parts(*this);
     parts.name = name;
@@ -131,7 +131,7 @@ bool TevoroTalk::Specifier::setAppName(SoString const& name)
     return true;
 }
 
-bool TevoroTalk::Specifier::setInstance(SoString const& instanceText)
+bool TevoroTalk::Specifier::setInstance(const SoString& instanceText)
 {
     Components parts(*this);
     parts.instance = instanceText;
@@ -139,7 +139,7 @@ bool TevoroTalk::Specifier::setInstance(SoString const& instanceText)
     return true;
 }
 
-bool TevoroTalk::Specifier::setSuffix(SoString const& suffixText)
+bool TevoroTalk::Specifier::setSuffix(const SoString& suffixText)
 {
     Components parts(*this);
     parts.suffix = suffixText;
@@ -147,7 +147,7 @@ bool TevoroTalk::Specifier::setSuffix(SoString const& suffixText)
     return true;
 }
 
-bool TevoroTalk::Specifier::setLocale(SoString const& wanted)
+bool TevoroTalk::Specifier::setLocale(const SoString& wanted)
 {
     Components parts(*this);
     parts.locale = wanted;
@@ -157,7 +157,7 @@ bool TevoroTalk::Specifier::setLocale(SoString const& wanted)
     return true;
 }
 
-bool TevoroTalk::Specifier::setVersion(SoString const& wanted)
+bool TevoroTalk::Specifier::setVersion(const SoString& wanted)
 {
     Components parts(*this);
     parts.version = wanted;
@@ -167,7 +167,7 @@ bool TevoroTalk::Specifier::setVersion(SoString const& wanted)
     return locale() == parts.locale || setLocale(parts.locale);
 }
 
-bool TevoroTalk::Specifier::setGroup(SoString const& name)
+bool TevoroTalk::Specifier::setGroup(const SoString& name)
 {
     SoString text = appName();
     text << "-" << name;

@@ -19,7 +19,7 @@ void Dictionary::Read(std::istream* stream)
     m_dictionary->Read(stream);
 }
 
-void Dictionary::Read(char const* data, int size, bool copyKeys)
+void Dictionary::Read(const char* data, int size, bool copyKeys)
 {
     m_dictionary->Read(data, size, copyKeys);
 }
@@ -29,12 +29,12 @@ void Dictionary::Read(std::istream& stream)
     m_dictionary->Read(stream);
 }
 
-ZString Dictionary::Lookup(char const* literal, EncodingInfo const* encoding)
+ZString Dictionary::Lookup(const char* literal, const EncodingInfo* encoding)
 {
     return ZString(m_dictionary->Lookup(literal, encoding));
 }
 
-bool Dictionary::HasKey(char const* literal, EncodingInfo const* encoding)
+bool Dictionary::HasKey(const char* literal, const EncodingInfo* encoding)
 {
     return m_dictionary->HasKey(literal, encoding);
 }
@@ -65,7 +65,7 @@ bool Dictionary::IsValid() const
 }
 
 unsigned long Dictionary::Serialize(
-    std::ostream& stream, bool binary, EncodingInfo const* encoding) const
+    std::ostream& stream, bool binary, const EncodingInfo* encoding) const
 {
     return m_dictionary->Serialize(stream, binary, encoding);
 }
@@ -80,7 +80,7 @@ void Dictionary::SetAsMain(unsigned long id)
     lexkit_private::Dictionary::SetAsMain(id);
 }
 
-unsigned long Dictionary::Compile(std::ostream& stream, EncodingInfo const* encoding) const
+unsigned long Dictionary::Compile(std::ostream& stream, const EncodingInfo* encoding) const
 {
     return m_dictionary->Compile(stream, encoding);
 }

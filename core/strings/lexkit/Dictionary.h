@@ -26,15 +26,15 @@ class LEXKIT_EXPORT Dictionary {
 public:
     Dictionary();
     ~Dictionary();
-    Dictionary(Dictionary const&) = delete;
-    Dictionary& operator=(Dictionary const&) = delete;
+    Dictionary(const Dictionary&) = delete;
+    Dictionary& operator=(const Dictionary&) = delete;
 
     // Adds what a whole stream or block holds, in text or binary form. Of a key in text form that
     // is there already, the new value stands. A stream that is not open holds nothing; a null
     // one, and a null or empty block, clear the validity flag. `copyKeys` governs temporary keys
     // alone: the dictionary never refers to the block afterwards.
     void Read(std::istream* stream);
-    void Read(char const* data, int size, bool copyKeys);
+    void Read(const char* data, int size, bool copyKeys);
     // The binary form alone, from a stream that stands at its id; it stands behind it afterwards.
     void Read(std::istream& stream);
 
@@ -42,10 +42,10 @@ public:
     // default with its escapes converted. The default's bytes are in `encoding`; with null or the
     // system's encoding each byte is widened as a signed number, undecoded. Empty for a null or
     // empty literal, and for one that starts with "$" and not with "$$$".
-    ZString Lookup(char const* literal, EncodingInfo const* encoding);
+    ZString Lookup(const char* literal, const EncodingInfo* encoding);
 
     // Whether this dictionary has the literal's key.
-    bool HasKey(char const* literal, EncodingInfo const* encoding);
+    bool HasKey(const char* literal, const EncodingInfo* encoding);
     unsigned long NumKeys() const;
 
     // Iteration in table order: call HasMoreKey before each NextKey. After false the next pass
@@ -64,7 +64,7 @@ public:
     // in that encoding, numbers in host order, so that only a big-endian host writes what readers
     // take; see Compile. The bytes written, without the tables of the binary form. Whether the
     // stream took them, the stream tells.
-    unsigned long Serialize(std::ostream& stream, bool binary, EncodingInfo const* encoding) const;
+    unsigned long Serialize(std::ostream& stream, bool binary, const EncodingInfo* encoding) const;
 
     // The same for the dictionary that ZString looks up by its id. It is made when it is not there,
     // and lives as long as the process.
@@ -72,7 +72,7 @@ public:
     static void SetAsMain(unsigned long id);
 
     // The binary form as readers on every machine expect it.
-    unsigned long Compile(std::ostream& stream, EncodingInfo const* encoding) const;
+    unsigned long Compile(std::ostream& stream, const EncodingInfo* encoding) const;
 
 private:
     lexkit_private::Dictionary* m_dictionary;

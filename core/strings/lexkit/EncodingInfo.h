@@ -27,6 +27,6 @@ private:
 // The encoding that null stands for, of text dictionaries without a byte-order mark, too. Null
 // goes back to the start, where the default is the system's encoding. The object is copied.
 // Requires: no other thread uses the library meanwhile.
-LEXKIT_EXPORT void SetDefaultEncoding(EncodingInfo const* encoding);
+LEXKIT_EXPORT void SetDefaultEncoding(const EncodingInfo* encoding);
 
 } // namespace lexkit

@@ -8,7 +8,7 @@ LXErrException::LXErrException(std::int32_t code) noexcept
 // Here, so that the type's information has one home in the shared library.
 LXErrException::~LXErrException() = default;
 
-char const* LXErrException::what() const noexcept
+const char* LXErrException::what() const noexcept
 {
     switch (m_code) {
     case kBufferTooSmall:

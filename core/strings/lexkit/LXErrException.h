@@ -13,12 +13,12 @@ public:
     static constexpr std::int32_t kBadParameter = 0x5041524D; // "PARM"
 
     explicit LXErrException(std::int32_t code) noexcept;
-    LXErrException(LXErrException const&) noexcept = default;
-    LXErrException& operator=(LXErrException const&) noexcept = default;
+    LXErrException(const LXErrException&) noexcept = default;
+    LXErrException& operator=(const LXErrException&) noexcept = default;
     ~LXErrException() override;
 
     std::int32_t code() const noexcept { return m_code; }
-    char const* what() const noexcept override;
+    const char* what() const noexcept override;
 
 private:
     std::int32_t m_code;

@@ -25,17 +25,17 @@ ZString::ZString()
 {
 }
 
-ZString::ZString(unsigned short const* units, unsigned long length)
+ZString::ZString(const unsigned short* units, unsigned long length)
     : m_text(new lexkit_private::ZString(units, length))
 {
 }
 
-ZString::ZString(unsigned char const* bytes, unsigned long length, EncodingInfo const* encoding)
+ZString::ZString(const unsigned char* bytes, unsigned long length, const EncodingInfo* encoding)
     : m_text(new lexkit_private::ZString(bytes, length, encoding))
 {
 }
 
-ZString::ZString(char const* literal, unsigned long dictionaryId, EncodingInfo const* encoding)
+ZString::ZString(const char* literal, unsigned long dictionaryId, const EncodingInfo* encoding)
     : m_text(new lexkit_private::ZString(literal, dictionaryId, encoding))
 {
 }
@@ -50,7 +50,7 @@ ZString::ZString(lexkit_private::UnicodeRun&& run)
 {
 }
 
-ZString::ZString(ZString const& other)
+ZString::ZString(const ZString& other)
     : m_text(new lexkit_private::ZString(sound(other.m_text)))
 {
 }
@@ -65,7 +65,7 @@ ZString::~ZString()
     delete m_text;
 }
 
-ZString& ZString::operator=(ZString const& other)
+ZString& ZString::operator=(const ZString& other)
 {
     if (m_text)
         *m_text = sound(other.m_text);
@@ -80,7 +80,7 @@ ZString& ZString::operator=(ZString&& other) noexcept
     return *this;
 }
 
-long ZString::CompareTo(ZString const& other) const
+long ZString::CompareTo(const ZString& other) const
 {
     return sound(m_text).CompareTo(sound(other.m_text));
 }
@@ -145,7 +145,7 @@ bool ZString::WillReplace(unsigned char digit) const
     return sound(m_text).WillReplace(digit);
 }
 
-void ZString::Replace(unsigned char digit, ZString const& with)
+void ZString::Replace(unsigned char digit, const ZString& with)
 {
     sound(m_text).Replace(digit, sound(with.m_text));
 }
@@ -155,33 +155,33 @@ void ZString::Validate() const
     lexkit_private::ZString::Validate(m_text);
 }
 
-void ZString::MakeFromUnicode(unsigned short const* units, unsigned long length)
+void ZString::MakeFromUnicode(const unsigned short* units, unsigned long length)
 {
     sound(m_text).BackDoorMakeFromUnicode(units, length);
 }
 
-void ZString::AssignUnicode(unsigned short const* terminated)
+void ZString::AssignUnicode(const unsigned short* terminated)
 {
     sound(m_text).BackDoorAssignUnicode(terminated);
 }
 
-void ZString::MakeFromCString(char const* text, unsigned long length, EncodingInfo const* encoding)
+void ZString::MakeFromCString(const char* text, unsigned long length, const EncodingInfo* encoding)
 {
     sound(m_text).BackDoorMakeFromCString(text, length, encoding);
 }
 
-void ZString::AssignCString(char const* terminated, EncodingInfo const* encoding)
+void ZString::AssignCString(const char* terminated, const EncodingInfo* encoding)
 {
     sound(m_text).BackDoorAssignCString(terminated, encoding);
 }
 
 void ZString::MakeFromPascalString(
-    unsigned char const* text, unsigned long length, EncodingInfo const* encoding)
+    const unsigned char* text, unsigned long length, const EncodingInfo* encoding)
 {
     sound(m_text).BackDoorMakeFromPascalString(text, length, encoding);
 }
 
-void ZString::AssignPascalString(unsigned char const* text, EncodingInfo const* encoding)
+void ZString::AssignPascalString(const unsigned char* text, const EncodingInfo* encoding)
 {
     sound(m_text).BackDoorAssignPascalString(text, encoding);
 }
@@ -196,18 +196,18 @@ void ZString::GetUnicode(unsigned short* buffer, unsigned long size, bool throwI
     sound(m_text).BackDoorGetUnicode(buffer, size, throwIfSmall);
 }
 
-unsigned long ZString::GetCStringSize(EncodingInfo const* encoding) const
+unsigned long ZString::GetCStringSize(const EncodingInfo* encoding) const
 {
     return sound(m_text).BackDoorGetCStringSize(encoding);
 }
 
-unsigned long ZString::GetPascalStringSize(EncodingInfo const* encoding) const
+unsigned long ZString::GetPascalStringSize(const EncodingInfo* encoding) const
 {
     return sound(m_text).BackDoorGetPascalStringSize(encoding);
 }
 
 void ZString::GetCString(
-    char* buffer, unsigned long size, bool throwIfSmall, EncodingInfo const* encoding) const
+    char* buffer, unsigned long size, bool throwIfSmall, const EncodingInfo* encoding) const
 {
     sound(m_text).BackDoorGetCString(buffer, size, throwIfSmall, encoding);
 }
@@ -215,12 +215,12 @@ void ZString::GetCString(
 void ZString::GetPascalString(unsigned char* buffer,
     unsigned long size,
     bool throwIfSmall,
-    EncodingInfo const* encoding) const
+    const EncodingInfo* encoding) const
 {
     sound(m_text).BackDoorGetPascalString(buffer, size, throwIfSmall, encoding);
 }
 
-void ZString::GetInternalData(unsigned short const** units, unsigned long* length) const
+void ZString::GetInternalData(const unsigned short** units, unsigned long* length) const
 {
     sound(m_text).BackDoorGetInternalData(units, length);
 }

@@ -21,26 +21,26 @@ namespace lexkit {
 class LEXKIT_EXPORT ZString {
 public:
     ZString();
-    ZString(unsigned short const* units, unsigned long length);
-    ZString(unsigned char const* bytes, unsigned long length, EncodingInfo const* encoding);
+    ZString(const unsigned short* units, unsigned long length);
+    ZString(const unsigned char* bytes, unsigned long length, const EncodingInfo* encoding);
     // What the dictionary with that id has for the literal "$$$/Key=Default".
-    ZString(char const* literal, unsigned long dictionaryId, EncodingInfo const* encoding);
+    ZString(const char* literal, unsigned long dictionaryId, const EncodingInfo* encoding);
     // The decimal text of the number.
     explicit ZString(long number);
-    ZString(ZString const& other);
+    ZString(const ZString& other);
     ZString(ZString&& other) noexcept;
     ~ZString();
-    ZString& operator=(ZString const& other);
+    ZString& operator=(const ZString& other);
     ZString& operator=(ZString&& other) noexcept;
 
     // By code unit, not by the rules of a language: below, at or above 0.
-    long CompareTo(ZString const& other) const;
-    bool operator==(ZString const& other) const { return CompareTo(other) == 0; }
-    bool operator!=(ZString const& other) const { return CompareTo(other) != 0; }
-    bool operator<(ZString const& other) const { return CompareTo(other) < 0; }
-    bool operator<=(ZString const& other) const { return CompareTo(other) <= 0; }
-    bool operator>(ZString const& other) const { return CompareTo(other) > 0; }
-    bool operator>=(ZString const& other) const { return CompareTo(other) >= 0; }
+    long CompareTo(const ZString& other) const;
+    bool operator==(const ZString& other) const { return CompareTo(other) == 0; }
+    bool operator!=(const ZString& other) const { return CompareTo(other) != 0; }
+    bool operator<(const ZString& other) const { return CompareTo(other) < 0; }
+    bool operator<=(const ZString& other) const { return CompareTo(other) <= 0; }
+    bool operator>(const ZString& other) const { return CompareTo(other) > 0; }
+    bool operator>=(const ZString& other) const { return CompareTo(other) >= 0; }
 
     bool IsEmpty() const;
     bool IsAllWhiteSpace() const; // true for the empty text
@@ -60,19 +60,19 @@ public:
 
     // Placeholders: "^" and a digit.
     bool WillReplace(unsigned char digit) const;
-    void Replace(unsigned char digit, ZString const& with);
+    void Replace(unsigned char digit, const ZString& with);
 
     // Throws LXErrException (bad parameter) when the object has no sound text.
     void Validate() const;
 
-    void MakeFromUnicode(unsigned short const* units, unsigned long length);
-    void AssignUnicode(unsigned short const* terminated);
-    void MakeFromCString(char const* text, unsigned long length, EncodingInfo const* encoding);
-    void AssignCString(char const* terminated, EncodingInfo const* encoding);
+    void MakeFromUnicode(const unsigned short* units, unsigned long length);
+    void AssignUnicode(const unsigned short* terminated);
+    void MakeFromCString(const char* text, unsigned long length, const EncodingInfo* encoding);
+    void AssignCString(const char* terminated, const EncodingInfo* encoding);
     // The bytes start behind the length byte at `text`.
     void MakeFromPascalString(
-        unsigned char const* text, unsigned long length, EncodingInfo const* encoding);
-    void AssignPascalString(unsigned char const* text, EncodingInfo const* encoding);
+        const unsigned char* text, unsigned long length, const EncodingInfo* encoding);
+    void AssignPascalString(const unsigned char* text, const EncodingInfo* encoding);
 
     // Room for the text and its terminator, in units; for the empty text 1.
     unsigned long GetUnicodeSize() const;
@@ -80,19 +80,19 @@ public:
     void GetUnicode(unsigned short* buffer, unsigned long size, bool throwIfSmall) const;
 
     // In bytes, with the terminator or the length byte.
-    unsigned long GetCStringSize(EncodingInfo const* encoding) const;
-    unsigned long GetPascalStringSize(EncodingInfo const* encoding) const;
+    unsigned long GetCStringSize(const EncodingInfo* encoding) const;
+    unsigned long GetPascalStringSize(const EncodingInfo* encoding) const;
     // Likewise cut at a whole character. A null buffer counts as too small.
     void GetCString(
-        char* buffer, unsigned long size, bool throwIfSmall, EncodingInfo const* encoding) const;
+        char* buffer, unsigned long size, bool throwIfSmall, const EncodingInfo* encoding) const;
     // At most 255 bytes behind the length byte, no terminator.
     void GetPascalString(unsigned char* buffer,
         unsigned long size,
         bool throwIfSmall,
-        EncodingInfo const* encoding) const;
+        const EncodingInfo* encoding) const;
 
     // The text itself, without terminator; null when it is empty. Valid until this object changes.
-    void GetInternalData(unsigned short const** units, unsigned long* length) const;
+    void GetInternalData(const unsigned short** units, unsigned long* length) const;
 
 private:
     friend class Dictionary;

@@ -12,7 +12,7 @@ template <typename Char>
 class basic_ifstream : public std::basic_istream<Char> {
 public:
     // Reading is added to the mode.
-    explicit basic_ifstream(char const* path, std::ios_base::openmode mode = std::ios_base::in)
+    explicit basic_ifstream(const char* path, std::ios_base::openmode mode = std::ios_base::in)
         : std::basic_istream<Char>(nullptr)
     {
         this->init(&m_buffer);

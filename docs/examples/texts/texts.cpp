@@ -12,8 +12,8 @@ int main(int argc, char** argv)
         lexkit::basic_ifstream<char> file(argv[1], std::ios::binary);
         dictionary.Read(&file);
     }
-    lexkit::EncodingInfo const utf8(lexkit::EncodingInfo::kUTF8);
-    for (char const* const literal : {"$$$/App/Cancel=Cancel", "$$$/App/Left=^1 photos are left"}) {
+    const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
+    for (const char* const literal : {"$$$/App/Cancel=Cancel", "$$$/App/Left=^1 photos are left"}) {
         lexkit::ZString text = dictionary.Lookup(literal, &utf8);
         text.Replace(1, lexkit::ZString(12));
         std::string bytes(text.GetCStringSize(&utf8), '\0');

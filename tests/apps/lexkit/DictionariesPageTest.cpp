@@ -1,6 +1,6 @@
 // The page on dictionary forms says what the library and the command do.
 
-#include "LexkitRun.h"
+#include "apps/lexkit/LexkitRun.h"
 #include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <map>
@@ -16,20 +16,20 @@ using namespace lexkit_test;
 class DictionariesPageTest : public lexkit_test::LexkitRun {
 protected:
     // The fenced block with that heading, such as "dct text".
-    std::string block(std::string const& heading) const
+    std::string block(const std::string& heading) const
     {
-        std::string const fence = "```" + heading + "\n";
-        std::size_t const start = m_page.find(fence);
+        const std::string fence = "```" + heading + "\n";
+        const std::size_t start = m_page.find(fence);
         if (start == std::string::npos) {
             ADD_FAILURE() << "the page has no block " << heading;
             return {};
         }
-        std::size_t const from = start + fence.size();
+        const std::size_t from = start + fence.size();
         return m_page.substr(from, m_page.find("```", from) - from);
     }
 
     // The bytes of a block with an offset, up to 16 bytes and their characters in each line.
-    std::string bytes(std::string const& heading) const
+    std::string bytes(const std::string& heading) const
     {
         std::string result;
         std::istringstream lines(block(heading));
@@ -42,17 +42,17 @@ protected:
         return result;
     }
 
-    std::string const m_page = test::read(TEVORO_SOURCE_DIR "/docs/dictionaries.md");
+    const std::string m_page = test::read(TEVORO_SOURCE_DIR "/docs/dictionaries.md");
 };
 
-std::u16string converted(std::u16string const& text)
+std::u16string converted(const std::u16string& text)
 {
     lexkit::Dictionary dictionary;
     readLines(dictionary, u"k=" + text);
     return valueOf(dictionary, "k");
 }
 
-std::u16string wide(std::string const& ascii)
+std::u16string wide(const std::string& ascii)
 {
     return {ascii.begin(), ascii.end()};
 }
@@ -60,7 +60,7 @@ std::u16string wide(std::string const& ascii)
 TEST_F(DictionariesPageTest, ShowsWhatTheCommandListsOfTheExample)
 {
     write("text.dct", block("dct text"));
-    RunResult const run = lexkit("list --json text.dct");
+    const RunResult run = lexkit("list --json text.dct");
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.out, block("json text"));
 }
@@ -80,17 +80,17 @@ TEST_F(DictionariesPageTest, ShowsBytesOfVersion10ThatReadAsTheSameDictionary)
         GTEST_SKIP() << "the example is for little-endian machines";
     write("text.dct", block("dct binary"));
     write("a.dct", bytes("hex 1.0-little"));
-    RunResult const run = lexkit("list a.dct");
+    const RunResult run = lexkit("list a.dct");
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.out, lexkit("list text.dct").out);
 }
 
 TEST_F(DictionariesPageTest, ListsTheEscapesAndWhatTheyGive)
 {
-    std::regex const row(R"re(\| `([^`]+)` \| U\+([0-9A-F]{4}) \|)re");
+    const std::regex row(R"re(\| `([^`]+)` \| U\+([0-9A-F]{4}) \|)re");
     int count = 0;
     for (std::sregex_iterator at(m_page.begin(), m_page.end(), row), end; at != end; ++at) {
-        auto const unit = static_cast<char16_t>(std::stoul((*at)[2].str(), nullptr, 16));
+        const auto unit = static_cast<char16_t>(std::stoul((*at)[2].str(), nullptr, 16));
         EXPECT_EQ(converted(wide((*at)[1].str())), std::u16string(1, unit)) << (*at)[1];
         ++count;
     }
@@ -102,13 +102,13 @@ TEST_F(DictionariesPageTest, ListsTheNamesOfReferencesAndWhatTheyGive)
     std::istringstream names(block("names"));
     int count = 0;
     for (std::string word; names >> word; ++count) {
-        std::size_t const equals = word.find('=');
-        auto const unit = static_cast<char16_t>(std::stoul(word.substr(equals + 1), nullptr, 16));
+        const std::size_t equals = word.find('=');
+        const auto unit = static_cast<char16_t>(std::stoul(word.substr(equals + 1), nullptr, 16));
         EXPECT_EQ(converted(u"#{" + wide(word.substr(0, equals)) + u"}"), std::u16string(1, unit))
             << word;
     }
     EXPECT_EQ(count, 129); // of 132 rows, three match nothing
-    for (auto const* const name : {u"#{yen}", u"#{ouml}", u"#{zwnj}", u"#{plusmn}"})
+    for (const auto* const name : {u"#{yen}", u"#{ouml}", u"#{zwnj}", u"#{plusmn}"})
         EXPECT_EQ(converted(name), name);
 }
 

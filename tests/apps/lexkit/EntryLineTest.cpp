@@ -11,16 +11,16 @@ namespace {
 using namespace lexkit_test;
 using namespace lexkit_private;
 
-std::unique_ptr<DictionaryEntry> entryOf(std::string const& key, std::u16string const& value)
+std::unique_ptr<DictionaryEntry> entryOf(const std::string& key, const std::u16string& value)
 {
-    Units const text = units(value);
+    const Units text = units(value);
     return DictionaryEntry::Make(
         ByteRunKey(key.data(), key.size(), true), UnicodeRun(text.data(), text.size()));
 }
 
-std::u16string lineOf(std::string const& key, std::u16string const& value)
+std::u16string lineOf(const std::string& key, const std::u16string& value)
 {
-    auto const line = lexkit_cli::entryLine(*entryOf(key, value));
+    const auto line = lexkit_cli::entryLine(*entryOf(key, value));
     return line ? textOf(line->data(), line->size()) : u"(none)";
 }
 
@@ -41,7 +41,7 @@ TEST(EntryLineTest, PutsMarksBeforeAKeyThatNeedsThem)
 
 TEST(EntryLineTest, HasNoLineForSomeKeys)
 {
-    for (std::string const& key :
+    for (const std::string& key :
         {std::string("a=b"), std::string("a\nb"), std::string("a\"b"), std::string("a\0b", 3)})
         EXPECT_EQ(lineOf(key, u"v"), u"(none)") << key;
 }
@@ -55,7 +55,7 @@ TEST(EntryLineTest, HoldsEveryValue)
         std::u16string value;
         for (unsigned left = static_cast<unsigned>(random() % 12); left > 0; --left)
             value += kUnits[random() % kUnits.size()];
-        std::u16string const line = lineOf("/k", value);
+        const std::u16string line = lineOf("/k", value);
         lexkit::Dictionary dictionary;
         readLines(dictionary, line);
         ASSERT_EQ(valueOf(dictionary, "/k"), value) << testing::PrintToString(line);

@@ -1,4 +1,4 @@
-#include "LexkitRun.h"
+#include "apps/lexkit/LexkitRun.h"
 #include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ using testing::StartsWith;
 
 class LexkitCommandTest : public lexkit_test::LexkitRun { };
 
-std::vector<nlohmann::json> objects(std::string const& lines)
+std::vector<nlohmann::json> objects(const std::string& lines)
 {
     std::vector<nlohmann::json> result;
     std::istringstream stream(lines);
@@ -34,7 +34,7 @@ TEST_F(LexkitCommandTest, FindsNothingWrongInASoundFile)
     write("a.dct", "\"$$$/a=b\"\n// remark\n\"/c=d\"\n");
     write("b.dct", utf16File(u"\"$$$/a=b\"\r\n"));
     write("empty.dct", "");
-    RunResult const run = lexkit("check a.dct b.dct empty.dct");
+    const RunResult run = lexkit("check a.dct b.dct empty.dct");
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.out + run.err, "");
 }
@@ -43,7 +43,7 @@ TEST_F(LexkitCommandTest, TellsBadLinesByFileAndNumber)
 {
     write("a.dct", "\"/a=b\"\r\n$$bad=1\r\n\r\n\n\"$x\"\r\nk=v\n$");
     write("b.dct", utf16File(u"ok\n$\u00E9=\u6F22\n", true));
-    RunResult const run = lexkit("check a.dct b.dct");
+    const RunResult run = lexkit("check a.dct b.dct");
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.out, "a.dct:2: $$bad=1\na.dct:5: \"$x\"\na.dct:7: $\nb.dct:2: $\u00E9=\u6F22\n");
 }
@@ -59,7 +59,7 @@ TEST_F(LexkitCommandTest, TellsBytesThatAreNotInTheEncoding)
 TEST_F(LexkitCommandTest, TellsTextBehindANul)
 {
     write("a.dct", std::string("k=v\n\0l=w\n", 9));
-    RunResult const run = lexkit("check a.dct");
+    const RunResult run = lexkit("check a.dct");
     EXPECT_EQ(run.code, 1);
     EXPECT_THAT(run.out, StartsWith("a.dct:2: "));
 }
@@ -69,9 +69,9 @@ TEST_F(LexkitCommandTest, TellsADamagedBinaryFile)
     write("a.txt", "k=v\nl=w\n");
     ASSERT_EQ(lexkit("compile a.txt a.dct").code, 0);
     EXPECT_EQ(lexkit("check a.dct").code, 0);
-    std::string const whole = read("a.dct");
+    const std::string whole = read("a.dct");
     write("cut.dct", whole.substr(0, whole.size() - 1));
-    RunResult const run = lexkit("check cut.dct");
+    const RunResult run = lexkit("check cut.dct");
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.out, "cut.dct: damaged: 1 entries can be read\n");
 }
@@ -79,7 +79,7 @@ TEST_F(LexkitCommandTest, TellsADamagedBinaryFile)
 TEST_F(LexkitCommandTest, ChecksTheOtherFilesWhenOneIsMissing)
 {
     write("a.dct", "$$bad\n");
-    RunResult const run = lexkit("check none.dct a.dct --json");
+    const RunResult run = lexkit("check none.dct a.dct --json");
     EXPECT_EQ(run.code, 3);
     EXPECT_EQ(run.err, "lexkit: none.dct: there is no such file\n");
     ASSERT_EQ(objects(run.out).size(), 1u);
@@ -90,7 +90,7 @@ TEST_F(LexkitCommandTest, ChecksTheOtherFilesWhenOneIsMissing)
 TEST_F(LexkitCommandTest, ListsKeysAndValuesInTableOrder)
 {
     write("a.dct", "b=\\\"two\\\"\\nlines\na=one\n");
-    RunResult const run = lexkit("list a.dct");
+    const RunResult run = lexkit("list a.dct");
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.out, "a\tone\nb\t\\\"two\\\"\\nlines\n");
 }
@@ -98,7 +98,7 @@ TEST_F(LexkitCommandTest, ListsKeysAndValuesInTableOrder)
 TEST_F(LexkitCommandTest, ListsAsJson)
 {
     write("a.dct", utf16File(u"k\u00E9=\u6F22\\n\n"));
-    RunResult const run = lexkit("list --json a.dct");
+    const RunResult run = lexkit("list --json a.dct");
     EXPECT_THAT(
         objects(run.out), ElementsAre(nlohmann::json{{"key", "k%E9"}, {"value", "\u6F22\n"}}));
 }
@@ -106,7 +106,7 @@ TEST_F(LexkitCommandTest, ListsAsJson)
 TEST_F(LexkitCommandTest, ListsWhatABadFileHasAndEndsWithOne)
 {
     write("a.dct", "$$bad\nk=v\n");
-    RunResult const run = lexkit("list a.dct");
+    const RunResult run = lexkit("list a.dct");
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.out, "k\tv\n");
     EXPECT_THAT(run.err, HasSubstr("a.dct: the file has bad lines"));
@@ -115,8 +115,8 @@ TEST_F(LexkitCommandTest, ListsWhatABadFileHasAndEndsWithOne)
 TEST_F(LexkitCommandTest, ConvertsWhatABadFileHasAndEndsWithOne)
 {
     write("a.dct", "$$bad\nk=v\n");
-    for (std::string const command : {"compile", "text"}) {
-        RunResult const run = lexkit(command + " a.dct b.dct");
+    for (const std::string command : {"compile", "text"}) {
+        const RunResult run = lexkit(command + " a.dct b.dct");
         EXPECT_EQ(run.code, 1);
         EXPECT_THAT(run.err, HasSubstr("a.dct: the file has bad lines; 1 entries were read"));
         EXPECT_EQ(lexkit("list b.dct").out, "k\tv\n");
@@ -126,7 +126,7 @@ TEST_F(LexkitCommandTest, ConvertsWhatABadFileHasAndEndsWithOne)
 TEST_F(LexkitCommandTest, GetsWhatALookupGives)
 {
     write("a.dct", "/k=value\n");
-    RunResult const run =
+    const RunResult run =
         lexkit("get a.dct '$$$/k=default' '$$$/none=de^Qfa#{lf}ult \u00E9' '$$/bad=x'");
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.out, "value\nde\"fa\nult \u00E9\n\n");
@@ -139,7 +139,7 @@ TEST_F(LexkitCommandTest, CompilesForReadersOnEveryMachine)
 {
     write("a.txt", "k=a\xC3\xA9\n");
     ASSERT_EQ(lexkit("compile a.txt a.dct").code, 0);
-    std::string const expected = std::string(
+    const std::string expected = std::string(
         "ZString Binary Format\1\5\0\0\0\0\1\0\0\0\2\0\0\0\1\0\0\0\4\0\x6Bk\0a\0\xE9", 47);
     EXPECT_EQ(read("a.dct"), expected);
     ASSERT_EQ(lexkit("compile --utf8 a.txt a.dct").code, 0);
@@ -155,11 +155,11 @@ TEST_F(LexkitCommandTest, ComesBackFromBinaryToText)
         utf16File(u"\"$$$/quote=a\\\"b\\r\\n\"\n\"/hat=^^Q ^1 50^^\"\n\"/plain=\u6F22\"\n"
                   u"\"/backslash=a\\\\n\\\\\"\n\"/reference=#{23}{lf} #x\"\n"
                   u"\"/lines=#{2028}#{0}\"\n\"=of the empty key\"\n\"$$$$k=v\"\n"));
-    for (std::string const encoding : {"", "--utf8 "}) {
+    for (const std::string encoding : {"", "--utf8 "}) {
         ASSERT_EQ(lexkit("compile " + encoding + "a.txt a.dct").code, 0);
-        RunResult const run = lexkit("text a.dct b.txt");
+        const RunResult run = lexkit("text a.dct b.txt");
         EXPECT_EQ(run.code, 0) << run.err;
-        std::string const first = lexkit("list --json a.dct").out;
+        const std::string first = lexkit("list --json a.dct").out;
         auto lines = objects(first);
         auto again = objects(lexkit("list --json b.txt").out);
         ASSERT_EQ(lines.size(), 8u);
@@ -177,7 +177,7 @@ TEST_F(LexkitCommandTest, WritesPlaceholdersAsTheyStand)
 TEST_F(LexkitCommandTest, TellsEntriesThatAFormCannotHold)
 {
     write("a.txt", utf16File(u"k=v\nhalf=#{D800}\nmark=#{FEFF}x\n"));
-    RunResult const run = lexkit("compile --utf8 a.txt a.dct");
+    const RunResult run = lexkit("compile --utf8 a.txt a.dct");
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.err, "lexkit: half: this form cannot hold the entry\n");
     EXPECT_EQ(lexkit("get a.dct k").out, "v\n");
@@ -205,9 +205,9 @@ TEST_F(LexkitCommandTest, TouchesNoFileButTheOneItWrites)
 
 TEST_F(LexkitCommandTest, EndsWithThreeForAFileThatIsNotThere)
 {
-    for (std::string const arguments :
+    for (const std::string arguments :
         {"list none", "get none k", "compile none a", "text none a", "check none"}) {
-        RunResult const run = lexkit(arguments);
+        const RunResult run = lexkit(arguments);
         EXPECT_EQ(run.code, 3) << arguments;
         EXPECT_EQ(run.err, "lexkit: none: there is no such file\n") << arguments;
     }
@@ -217,7 +217,7 @@ TEST_F(LexkitCommandTest, EndsWithFourForAPlaceThatCannotBeUsed)
 {
     write("a.dct", "k=v\n");
     EXPECT_EQ(lexkit("list .").code, 4);
-    RunResult const run = lexkit("compile a.dct no-folder/b.dct");
+    const RunResult run = lexkit("compile a.dct no-folder/b.dct");
     EXPECT_EQ(run.code, 4);
     EXPECT_THAT(run.err, HasSubstr("no-folder/b.dct: the file cannot be written: "));
     EXPECT_EQ(lexkit("text a.dct /dev/full/b").code, 4);
@@ -232,7 +232,7 @@ TEST_F(LexkitCommandTest, EndsWithFourWhenItsOutputCannotBeWritten)
 TEST_F(LexkitCommandTest, EndsWithTwoForWrongUsage)
 {
     write("a.dct", "k=v\n");
-    for (std::string const arguments : {"",
+    for (const std::string arguments : {"",
              "check",
              "list",
              "get a.dct",
@@ -252,9 +252,9 @@ TEST_F(LexkitCommandTest, ShowsHelpAndVersion)
 
 using Words = std::set<std::string>;
 
-Words longOptionsIn(std::string const& text)
+Words longOptionsIn(const std::string& text)
 {
-    std::regex const option("--[a-z]+[a-z0-9]*");
+    const std::regex option("--[a-z]+[a-z0-9]*");
     Words found;
     for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)
         found.insert(at->str());
@@ -266,7 +266,7 @@ protected:
     Words optionsOfTheProgram()
     {
         Words found;
-        for (std::string const command : {"", "check", "list", "get", "compile", "text"})
+        for (const std::string command : {"", "check", "list", "get", "compile", "text"})
             found.merge(longOptionsIn(lexkit(command + " --help").out));
         return found;
     }
@@ -297,7 +297,7 @@ TEST_F(LexkitPagesTest, TheCompletionQuotesLiteralsAsTheWordBegins)
         "COMP_CWORD=3\n"
         "_lexkit\n"
         "printf '%s\\n' \"${COMPREPLY[@]}\"\n");
-    auto const completed = [this](std::string const& word) {
+    const auto completed = [this](const std::string& word) {
         return shell("bash complete.sh '" LEXKIT "' " + word).out;
     };
     EXPECT_EQ(completed("''"), "\\$\\$\\$/App/Cancel\n\\$\\$\\$/Sum\n");

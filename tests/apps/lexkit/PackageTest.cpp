@@ -1,6 +1,6 @@
 // The example of docs/dictionaries.md: built against the installed package, and run.
 
-#include "LexkitRun.h"
+#include "apps/lexkit/LexkitRun.h"
 #include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <gmock/gmock.h>
@@ -14,10 +14,10 @@ constexpr char kExample[] = TEVORO_SOURCE_DIR "/docs/examples/texts";
 class PackageTest : public lexkit_test::LexkitRun {
 protected:
     // The words of a shell in the test's own folder; what it printed. Empty when it failed.
-    std::string shell(std::string const& words)
+    std::string shell(const std::string& words)
     {
-        std::string const command = "cd '" + path("") + "' && " + words + " >log.txt 2>&1";
-        int const status = std::system(command.c_str()); // NOLINT(cert-env33-c): a test's own words
+        const std::string command = "cd '" + path("") + "' && " + words + " >log.txt 2>&1";
+        const int status = std::system(command.c_str()); // NOLINT(cert-env33-c): a test's own words
         EXPECT_EQ(status, 0) << words << '\n' << read("log.txt");
         return read("log.txt");
     }
@@ -37,8 +37,8 @@ TEST_F(PackageTest, BuildsAndRunsTheExample)
 
 TEST_F(PackageTest, ShowsTheExampleOnThePageAsItIs)
 {
-    std::string const page = test::read(TEVORO_SOURCE_DIR "/docs/dictionaries.md");
-    for (std::string const file : {"/texts.cpp", "/CMakeLists.txt"})
+    const std::string page = test::read(TEVORO_SOURCE_DIR "/docs/dictionaries.md");
+    for (const std::string file : {"/texts.cpp", "/CMakeLists.txt"})
         EXPECT_THAT(page, HasSubstr(test::read(kExample + file)));
 }
 

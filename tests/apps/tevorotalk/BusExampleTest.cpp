@@ -8,14 +8,14 @@ using testing::HasSubstr;
 
 class BusExampleTest : public BusFixture {
 protected:
-    std::string const example = TEVORO_SOURCE_DIR "/docs/examples/echo";
+    const std::string example = TEVORO_SOURCE_DIR "/docs/examples/echo";
 
-    void succeeds(std::vector<std::string> const& words)
+    void succeeds(const std::vector<std::string>& words)
     {
         PeerProcess process(words);
         process.endInput();
-        std::string const out = process.rest();
-        std::string const errors = process.errors();
+        const std::string out = process.rest();
+        const std::string errors = process.errors();
         ASSERT_EQ(process.finish(), 0) << out << errors;
     }
 
@@ -48,7 +48,7 @@ TEST_F(BusExampleTest, IsBuiltAndRunsWithTheInstalledPackage)
 
     PeerProcess echo({folder.path("build/echo")});
     EXPECT_EQ(echo.line(), "on the bus as echo-1.0");
-    CommandResult const result = run({"send", "echo-1.0", "hello", "--wait", "20"});
+    const CommandResult result = run({"send", "echo-1.0", "hello", "--wait", "20"});
     EXPECT_EQ(result.out, "you said hello\n");
     echo.kill();
 }
@@ -63,7 +63,7 @@ TEST_F(BusExampleTest, StandsOnThePageAsItIs)
 TEST_F(BusExampleTest, InstallsEveryHeaderThatItsHeadersNeed)
 {
     install();
-    for (auto const& entry : std::filesystem::recursive_directory_iterator(
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(
              folder.path("installed/include/tevorotalk"))) {
         if (!entry.is_regular_file())
             continue;

@@ -50,7 +50,7 @@ protected:
     }
 
     // Runs to its end; `input` is what it reads.
-    static CommandResult run(std::vector<std::string> arguments, std::string const& input = {})
+    static CommandResult run(std::vector<std::string> arguments, const std::string& input = {})
     {
         arguments.insert(arguments.begin(), TEVOROTALK);
         PeerProcess process(arguments);
@@ -72,20 +72,20 @@ protected:
         m_greeting = m_background.back()->errorLine();
         return *m_background.back();
     }
-    std::string const& greeting() const { return m_greeting; }
+    const std::string& greeting() const { return m_greeting; }
 
-    PeerProcess& listen(std::string const& name, std::vector<std::string> more = {})
+    PeerProcess& listen(const std::string& name, std::vector<std::string> more = {})
     {
         more.insert(more.begin(), {"listen", name});
         return start(more);
     }
 
-    static std::string busName(PeerProcess const& process)
+    static std::string busName(const PeerProcess& process)
     {
         return "tevorotalk_" + std::to_string(process.id()) + "-1.0";
     }
 
-    std::ptrdiff_t const descriptorsBefore = openDescriptors();
+    const std::ptrdiff_t descriptorsBefore = openDescriptors();
     TestFolder folder;
     Environment environment;
 

@@ -12,11 +12,11 @@ using Words = std::set<std::string>;
 
 class CommandPagesTest : public BusFixture {
 protected:
-    std::vector<std::string> const commands{"ports", "ping", "send", "listen", "monitor", "info"};
+    const std::vector<std::string> commands{"ports", "ping", "send", "listen", "monitor", "info"};
 
-    static Words longOptionsIn(std::string const& text)
+    static Words longOptionsIn(const std::string& text)
     {
-        std::regex const option("--[a-z]+(-[a-z]+)*");
+        const std::regex option("--[a-z]+(-[a-z]+)*");
         Words found;
         for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)
             found.insert(at->str());
@@ -27,15 +27,15 @@ protected:
     static Words optionsOf(std::vector<std::string> words)
     {
         words.emplace_back("--help");
-        std::string const help = run(words).out;
-        std::regex const row("\n  (-[^ ]+)");
+        const std::string help = run(words).out;
+        const std::regex row("\n  (-[^ ]+)");
         Words found;
         for (std::sregex_iterator at(help.begin(), help.end(), row), end; at != end; ++at)
             found.merge(longOptionsIn((*at)[1].str()));
         return found;
     }
 
-    static std::string completion(std::string const& words, int place)
+    static std::string completion(const std::string& words, int place)
     {
         PeerProcess shell({"/bin/bash",
             "-c",
@@ -43,7 +43,7 @@ protected:
             "/share/bash-completion/completions/tevorotalk\"; COMP_WORDS=("
                 + words + "); COMP_CWORD=" + std::to_string(place)
                 + "; _tevorotalk; printf '%s\\n' \"${COMPREPLY[@]}\""});
-        std::string const text = shell.rest();
+        const std::string text = shell.rest();
         EXPECT_EQ(shell.finish(), 0);
         return text;
     }
@@ -54,7 +54,7 @@ TEST_F(CommandPagesTest, TheManualPageNamesEveryOptionAndNoOther)
     std::string page = read(TEVORO_SOURCE_DIR "/docs/man/tevorotalk.1");
     page.erase(std::remove(page.begin(), page.end(), '\\'), page.end());
     Words options = optionsOf({});
-    for (std::string const& command : commands)
+    for (const std::string& command : commands)
         options.merge(optionsOf({command}));
     ASSERT_GE(options.size(), 17u);
     EXPECT_EQ(longOptionsIn(page), options);
@@ -63,7 +63,7 @@ TEST_F(CommandPagesTest, TheManualPageNamesEveryOptionAndNoOther)
 TEST_F(CommandPagesTest, TheCompletionOffersEveryOptionAndNoOther)
 {
     EXPECT_EQ(longOptionsIn(completion("tevorotalk --", 1)), optionsOf({}));
-    for (std::string const& command : commands)
+    for (const std::string& command : commands)
         EXPECT_EQ(
             longOptionsIn(completion("tevorotalk " + command + " x --", 3)), optionsOf({command}))
             << command;

@@ -10,7 +10,7 @@ using InfoCommandTest = BusFixture;
 TEST_F(InfoCommandTest, PrintsTheReport)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"info", "echo-1.0"});
+    const CommandResult result = run({"info", "echo-1.0"});
     EXPECT_EQ(result.code, 0);
     EXPECT_THAT(result.out, HasSubstr("TevoroTalk Diagnostics\n----------------------\n"));
     EXPECT_THAT(result.out, HasSubstr("\n\tInfo: \n\t\tName = echo-1.0\n\t\tStatus = "));
@@ -21,7 +21,7 @@ TEST_F(InfoCommandTest, PrintsTheReport)
 TEST_F(InfoCommandTest, PrintsTheTreeAsObjects)
 {
     listen("echo-1.0");
-    std::vector<Json> const lines = run({"info", "echo-1.0", "--json"}).objects();
+    const std::vector<Json> lines = run({"info", "echo-1.0", "--json"}).objects();
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines[0]["path"], "/echo-1.0");
     EXPECT_EQ(lines[0]["label"], "echo-1.0");
@@ -33,7 +33,7 @@ TEST_F(InfoCommandTest, PrintsTheTreeAsObjects)
 
 TEST_F(InfoCommandTest, EndsWithThreeForATargetThatIsNotThere)
 {
-    CommandResult const result = run({"info", "nobody-1.0"});
+    const CommandResult result = run({"info", "nobody-1.0"});
     EXPECT_EQ(result.out, "");
     EXPECT_THAT(result.err, HasSubstr("nobody-1.0"));
     EXPECT_EQ(result.code, 3);

@@ -60,7 +60,7 @@ TEST_F(ListenCommandTest, TakesNoMoreMessagesThanItIsToldOfThoseThatWait)
 {
     PeerProcess& echo = listen("echo-1.0", {"--count", "2"});
     ::kill(echo.id(), SIGSTOP);
-    for (char const* text : {"one", "two", "three"})
+    for (const char* text : {"one", "two", "three"})
         run({"send", "echo-1.0", text});
     ::kill(echo.id(), SIGCONT);
     EXPECT_THAT(echo.line(), HasSubstr("one"));
@@ -85,7 +85,7 @@ TEST_F(ListenCommandTest, EndsWhenItIsInterruptedAndFreesItsNames)
 TEST_F(ListenCommandTest, TakesOnlyTheTypesThatItIsTold)
 {
     PeerProcess& echo = listen("echo-1.0", {"--type", "Picture", "--type", "Film", "--count", "2"});
-    for (char const* type : {"Quillscriber", "Picture", "Sound", "Film"})
+    for (const char* type : {"Quillscriber", "Picture", "Sound", "Film"})
         run({"send", "echo-1.0", type, "--type", type});
     EXPECT_THAT(echo.line(), HasSubstr("Picture"));
     EXPECT_THAT(echo.line(), HasSubstr("Film"));
@@ -112,7 +112,7 @@ TEST_F(ListenCommandTest, SaysWhichFolderOfPortsItCannotUse)
     std::filesystem::create_directory(folder.path("open"));
     std::filesystem::permissions(folder.path("open"), std::filesystem::perms::all);
     environment.set("TEVOROTALK_PORT_DIR", folder.path("open"));
-    CommandResult const result = run({"listen", "echo-1.0"});
+    const CommandResult result = run({"listen", "echo-1.0"});
     EXPECT_EQ(result.code, 5);
     EXPECT_THAT(result.err, HasSubstr(folder.path("open")));
 }

@@ -15,7 +15,7 @@ TEST_F(MonitorCommandTest, ShowsWhatBecomesOfAMessage)
     EXPECT_EQ(greeting(), "monitoring echo-1.0");
     run({"send", "echo-1.0", "1+1;", "--as", "asker-1.0"});
     // A value of the tree ends at its first semicolon.
-    std::string const rest = " asker-1.0 -> echo-1.0 Quillscriber #1: 1+1";
+    const std::string rest = " asker-1.0 -> echo-1.0 Quillscriber #1: 1+1";
     EXPECT_EQ(monitor.line(), "added" + rest);
     EXPECT_EQ(monitor.line(), "picked" + rest);
     EXPECT_EQ(monitor.line(), "processed" + rest);
@@ -26,7 +26,7 @@ TEST_F(MonitorCommandTest, ShowsItAsObjects)
     listen("echo-1.0");
     PeerProcess& monitor = start({"monitor", "echo-1.0", "--messages", "--json"});
     run({"send", "echo-1.0", "1+1;", "--as", "asker-1.0"});
-    Json const message = Json::parse(monitor.line());
+    const Json message = Json::parse(monitor.line());
     EXPECT_EQ(message["type"], "Debug");
     EXPECT_EQ(message["headers"]["Command"], "FWDMESSAGES");
     EXPECT_EQ(message["headers"]["MsgRoot"], "/messages/echo-1.0/echo-1.0/in");
@@ -40,14 +40,14 @@ TEST_F(MonitorCommandTest, ShowsTheLogOfATargetThatLogs)
     environment.unset("TEVOROTALK_LOG");
     PeerProcess& monitor = start({"monitor", "echo-1.0", "--logs", "--json"});
     run({"send", "echo-1.0", "1+1;", "--as", "asker-1.0"});
-    Json const message = Json::parse(monitor.line());
+    const Json message = Json::parse(monitor.line());
     EXPECT_EQ(message["headers"]["Command"], "FWDLOGS");
     EXPECT_EQ(message["headers"]["MsgRoot"], "/log/echo-1.0");
 }
 
 TEST_F(MonitorCommandTest, EndsWithThreeForATargetThatIsNotThere)
 {
-    CommandResult const result = run({"monitor", "nobody-1.0"});
+    const CommandResult result = run({"monitor", "nobody-1.0"});
     EXPECT_EQ(result.code, 3);
     EXPECT_THAT(result.err, HasSubstr("nobody-1.0"));
 }

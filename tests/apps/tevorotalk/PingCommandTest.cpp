@@ -11,7 +11,7 @@ using PingCommandTest = BusFixture;
 TEST_F(PingCommandTest, PrintsWhatTheTargetAnswers)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"ping", "echo-1.0", "STATUS"});
+    const CommandResult result = run({"ping", "echo-1.0", "STATUS"});
     EXPECT_THAT(result.out, AnyOf("IDLE\n", "PUMPING\n", "BUSY\n"));
     EXPECT_EQ(result.code, 0);
 }
@@ -19,14 +19,14 @@ TEST_F(PingCommandTest, PrintsWhatTheTargetAnswers)
 TEST_F(PingCommandTest, AsksWhetherSomebodyAnswersWithoutACommand)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"ping", "echo-1.0"});
+    const CommandResult result = run({"ping", "echo-1.0"});
     EXPECT_EQ(result.out, "ECHO_RESPONSE\n");
     EXPECT_EQ(result.code, 0);
 }
 
 TEST_F(PingCommandTest, EndsWithThreeForATargetThatIsNotThere)
 {
-    CommandResult const result = run({"ping", "nobody-1.0"});
+    const CommandResult result = run({"ping", "nobody-1.0"});
     EXPECT_EQ(result.out, "ISNOTINSTALLED\n");
     EXPECT_EQ(result.code, 3);
 }
@@ -34,7 +34,7 @@ TEST_F(PingCommandTest, EndsWithThreeForATargetThatIsNotThere)
 TEST_F(PingCommandTest, EndsWithOneForAKeyThatTheTargetDoesNotKnow)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"ping", "echo-1.0", "NOSUCHKEY"});
+    const CommandResult result = run({"ping", "echo-1.0", "NOSUCHKEY"});
     EXPECT_EQ(result.out, "UNDEFINED\n");
     EXPECT_EQ(result.code, 1);
 }
@@ -43,14 +43,14 @@ TEST_F(PingCommandTest, EndsWithOneWhenNoAnswerCame)
 {
     listen("echo-1.0");
     // A key that others may not write is met with silence.
-    CommandResult const result = run({"ping", "echo-1.0", "STATUS=BUSY", "--timeout", "1"});
+    const CommandResult result = run({"ping", "echo-1.0", "STATUS=BUSY", "--timeout", "1"});
     EXPECT_EQ(result.out, "Timeout\n");
     EXPECT_EQ(result.code, 1);
 }
 
 TEST_F(PingCommandTest, EndsWithFiveForANameThatIsNone)
 {
-    CommandResult const result = run({"ping", "", "STATUS"});
+    const CommandResult result = run({"ping", "", "STATUS"});
     EXPECT_EQ(result.out, "INVALIDSPEC\n");
     EXPECT_EQ(result.code, 5);
 }
@@ -58,7 +58,7 @@ TEST_F(PingCommandTest, EndsWithFiveForANameThatIsNone)
 TEST_F(PingCommandTest, SendsOnlyWithATimeoutOfZero)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"ping", "echo-1.0", "STATUS", "-t", "0"});
+    const CommandResult result = run({"ping", "echo-1.0", "STATUS", "-t", "0"});
     EXPECT_EQ(result.out, "NOERROR\n");
     EXPECT_EQ(result.code, 5);
 }
@@ -66,7 +66,7 @@ TEST_F(PingCommandTest, SendsOnlyWithATimeoutOfZero)
 TEST_F(PingCommandTest, SendsABody)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"ping", "echo-1.0", "INFO", "--body", "log"});
+    const CommandResult result = run({"ping", "echo-1.0", "INFO", "--body", "log"});
     EXPECT_THAT(result.out, HasSubstr("/log;1;Log;"));
     EXPECT_THAT(result.out, Not(HasSubstr("/thread;1;")));
 }
@@ -74,7 +74,7 @@ TEST_F(PingCommandTest, SendsABody)
 TEST_F(PingCommandTest, EndsWithZeroForAnEmptyAnswer)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"ping", "echo-1.0", "INFO", "--body", "nothing"});
+    const CommandResult result = run({"ping", "echo-1.0", "INFO", "--body", "nothing"});
     EXPECT_EQ(result.out, "\n");
     EXPECT_EQ(result.code, 0);
 }

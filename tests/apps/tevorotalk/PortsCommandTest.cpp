@@ -10,18 +10,18 @@ using PortsCommandTest = BusFixture;
 
 TEST_F(PortsCommandTest, ListsTheNamesAndTheirProcesses)
 {
-    PeerProcess const& echo = listen("echo-1.0");
-    std::string const id = "\t" + std::to_string(echo.id()) + "\n";
+    const PeerProcess& echo = listen("echo-1.0");
+    const std::string id = "\t" + std::to_string(echo.id()) + "\n";
 
-    CommandResult const result = run({"ports"});
+    const CommandResult result = run({"ports"});
     EXPECT_EQ(result.out, "echo-1.0" + id + "echo-1.0#ping" + id + "echo-1.0#thread" + id);
     EXPECT_EQ(result.code, 0);
 }
 
 TEST_F(PortsCommandTest, ListsThemAsObjects)
 {
-    PeerProcess const& echo = listen("echo-1.0");
-    std::vector<Json> const ports = run({"ports", "--json"}).objects();
+    const PeerProcess& echo = listen("echo-1.0");
+    const std::vector<Json> ports = run({"ports", "--json"}).objects();
     ASSERT_EQ(ports.size(), 3u);
     EXPECT_EQ(ports[0]["name"], "echo-1.0");
     EXPECT_EQ(ports[0]["pid"], echo.id());
@@ -29,7 +29,7 @@ TEST_F(PortsCommandTest, ListsThemAsObjects)
 
 TEST_F(PortsCommandTest, ListsNothingOnAnEmptyBus)
 {
-    CommandResult const result = run({"ports"});
+    const CommandResult result = run({"ports"});
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.code, 0);
 }
@@ -39,7 +39,7 @@ TEST_F(PortsCommandTest, SaysThatItCannotUseTheFolderOfPorts)
     std::filesystem::create_directory(folder.path("open"));
     std::filesystem::permissions(folder.path("open"), std::filesystem::perms::all);
     environment.set("TEVOROTALK_PORT_DIR", folder.path("open"));
-    CommandResult const result = run({"ports"});
+    const CommandResult result = run({"ports"});
     EXPECT_EQ(result.code, 5);
     EXPECT_THAT(result.err, HasSubstr(folder.path("open")));
 }
@@ -62,7 +62,7 @@ TEST_F(PortsCommandTest, RefusesATenthApplicationOfTheSameName)
 {
     for (int i = 0; i < 9; ++i)
         listen("echo-1.0");
-    CommandResult const result = run({"listen", "echo-1.0"});
+    const CommandResult result = run({"listen", "echo-1.0"});
     EXPECT_EQ(result.code, 5);
     EXPECT_THAT(result.err, HasSubstr("echo-1.0"));
 }

@@ -16,7 +16,7 @@ using testing::HasSubstr;
 class SendCommandTest : public BusFixture {
 protected:
     // Whether it has come that far.
-    static bool catchesInterrupts(PeerProcess const& process)
+    static bool catchesInterrupts(const PeerProcess& process)
     {
         std::ifstream status("/proc/" + std::to_string(process.id()) + "/status");
         for (std::string line; std::getline(status, line);)
@@ -29,7 +29,7 @@ protected:
 TEST_F(SendCommandTest, PrintsTheResult)
 {
     listen("echo-1.0", {"--reply", "hello"});
-    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    const CommandResult result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
     EXPECT_EQ(result.out, "hello\n");
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.code, 0);
@@ -44,7 +44,7 @@ TEST_F(SendCommandTest, PrintsAResultThatWasRequestedWithoutAWait)
 TEST_F(SendCommandTest, PrintsAnEmptyResultAsAnEmptyLine)
 {
     listen("echo-1.0");
-    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    const CommandResult result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
     EXPECT_EQ(result.out, "\n");
     EXPECT_EQ(result.code, 0);
 }
@@ -52,7 +52,7 @@ TEST_F(SendCommandTest, PrintsAnEmptyResultAsAnEmptyLine)
 TEST_F(SendCommandTest, PrintsNothingForAMessageThatAsksForNothing)
 {
     PeerProcess& echo = listen("echo-1.0", {"--reply", "hello"});
-    CommandResult const result = run({"send", "echo-1.0", "1+1;"});
+    const CommandResult result = run({"send", "echo-1.0", "1+1;"});
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.code, 0);
     EXPECT_THAT(echo.line(), HasSubstr("1+1;"));
@@ -60,14 +60,14 @@ TEST_F(SendCommandTest, PrintsNothingForAMessageThatAsksForNothing)
 
 TEST_F(SendCommandTest, EndsWithThreeForATargetThatIsNotThere)
 {
-    CommandResult const result = run({"send", "nobody-1.0", "1+1;"});
+    const CommandResult result = run({"send", "nobody-1.0", "1+1;"});
     EXPECT_EQ(result.code, 3);
     EXPECT_THAT(result.err, HasSubstr("nobody-1.0"));
 }
 
 TEST_F(SendCommandTest, EndsWithThreeForATargetThatCannotBeStarted)
 {
-    CommandResult const result = run({"send", "nobody-1.0", "1+1;", "--launch", "--wait", "5"});
+    const CommandResult result = run({"send", "nobody-1.0", "1+1;", "--launch", "--wait", "5"});
     EXPECT_EQ(result.code, 3);
     EXPECT_THAT(result.err, HasSubstr("cannot be started"));
 }
@@ -75,16 +75,16 @@ TEST_F(SendCommandTest, EndsWithThreeForATargetThatCannotBeStarted)
 TEST_F(SendCommandTest, EndsWithOneForAnErrorAnswer)
 {
     listen("echo-1.0", {"--error", "7", "--reply", "no such picture"});
-    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    const CommandResult result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("no such picture"));
 }
 
 TEST_F(SendCommandTest, EndsWithOneWhenNoAnswerCame)
 {
-    PeerProcess const& echo = listen("echo-1.0");
+    const PeerProcess& echo = listen("echo-1.0");
     ::kill(echo.id(), SIGSTOP);
-    CommandResult const result = run({"send", "echo-1.0", "1+1;", "--wait", "1"});
+    const CommandResult result = run({"send", "echo-1.0", "1+1;", "--wait", "1"});
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("no answer"));
 }
@@ -92,19 +92,19 @@ TEST_F(SendCommandTest, EndsWithOneWhenNoAnswerCame)
 // A peer that never accepts, with all of its places taken.
 TEST_F(SendCommandTest, SaysThatAHolderTakesNoMessages)
 {
-    std::string const name = R"(\\.\port\Ned_and_Olaf_silent-1.0)";
+    const std::string name = R"(\\.\port\Ned_and_Olaf_silent-1.0)";
     auto port = Pt::LocalPort::hold(name);
     std::string stem;
-    for (auto const& entry : std::filesystem::directory_iterator(folder.path("ports")))
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path("ports")))
         stem = entry.path().stem();
     port.reset();
-    RawPort const silent(folder.path("ports"), stem, name);
+    const RawPort silent(folder.path("ports"), stem, name);
     std::vector<std::unique_ptr<Pt::LocalPortSender>> places;
     do
         places.push_back(std::make_unique<Pt::LocalPortSender>());
     while (places.back()->send(name, "text", std::chrono::milliseconds(0)));
-    auto const start = std::chrono::steady_clock::now();
-    CommandResult const result = run({"send", "silent-1.0", "text"});
+    const auto start = std::chrono::steady_clock::now();
+    const CommandResult result = run({"send", "silent-1.0", "text"});
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("'silent-1.0' runs and does not take messages"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(18));
@@ -153,7 +153,7 @@ TEST_F(SendCommandTest, SendsTypeHeadersAndRequest)
                       "Received Timeout"})
                   .code,
         0);
-    Json const message = Json::parse(echo.line());
+    const Json message = Json::parse(echo.line());
     EXPECT_EQ(message["type"], "Picture");
     EXPECT_EQ(message["headers"]["Album"], "a=b");
     EXPECT_EQ(message["headers"]["Timeout"], "mine");
@@ -170,7 +170,7 @@ TEST_F(SendCommandTest, HoldsTheNameThatItSendsUnder)
 TEST_F(SendCommandTest, PrintsTheAnswersAsObjects)
 {
     listen("echo-1.0", {"--reply", "hello"});
-    std::vector<Json> const answers =
+    const std::vector<Json> answers =
         run({"send", "echo-1.0", "x", "--request", "Received", "--wait", "20", "--json"}).objects();
     ASSERT_EQ(answers.size(), 2u);
     EXPECT_EQ(answers[0]["type"], "Received");
@@ -196,7 +196,7 @@ TEST_F(SendCommandTest, RejectsAMessageWithTheDigestOfAnother)
     environment.set("HOME", folder.path("other"));
     std::filesystem::create_directory(folder.path("other"));
     // The answer carries the digest of the other side, and is rejected likewise.
-    CommandResult const result = run({"send", "echo-1.0", "x", "--wait", "2"});
+    const CommandResult result = run({"send", "echo-1.0", "x", "--wait", "2"});
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.code, 1);
 }

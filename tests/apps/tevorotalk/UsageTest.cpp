@@ -15,14 +15,14 @@ TEST_F(UsageTest, ExplainsItselfAndItsCommands)
 {
     EXPECT_THAT(run({"--help"}).out, HasSubstr("monitor"));
     EXPECT_EQ(run({"--help"}).code, 0);
-    for (char const* command : {"ports", "ping", "send", "listen", "monitor", "info"})
+    for (const char* command : {"ports", "ping", "send", "listen", "monitor", "info"})
         EXPECT_EQ(run({command, "--help"}).code, 0) << command;
     EXPECT_THAT(run({"--version"}).out, HasSubstr("tevorotalk "));
 }
 
 TEST_F(UsageTest, EndsWithTwoForWrongUsage)
 {
-    for (std::vector<std::string> const& arguments : std::vector<std::vector<std::string>>{{},
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{},
              {"frobnicate"},
              {"ping"},
              {"send"},
@@ -44,14 +44,14 @@ TEST_F(UsageTest, SaysThatItsOutputCouldNotBeWritten)
 TEST_F(UsageTest, EndsWhenItIsInterruptedWhileItWaitsForAnAnswer)
 {
     ::kill(listen("frozen-1.0").id(), SIGSTOP);
-    for (std::vector<std::string> const& arguments :
+    for (const std::vector<std::string>& arguments :
         std::vector<std::vector<std::string>>{{"ping", "frozen-1.0", "--timeout", "600"},
             {"info", "frozen-1.0"},
             {"monitor", "frozen-1.0"}}) {
         std::vector<std::string> words = arguments;
         words.insert(words.begin(), TEVOROTALK);
         PeerProcess process(words);
-        std::string const port = R"(\\.\port\Ned_and_Olaf_)" + busName(process) + "#ping";
+        const std::string port = R"(\\.\port\Ned_and_Olaf_)" + busName(process) + "#ping";
         while (Pt::isLocalPortFree(port))
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         EXPECT_EQ(process.interrupt(), 130) << arguments[0];
@@ -60,12 +60,12 @@ TEST_F(UsageTest, EndsWhenItIsInterruptedWhileItWaitsForAnAnswer)
 
 TEST_F(UsageTest, EndsWhenNobodyReadsItsOutputAnyMore)
 {
-    for (std::string const command : {"listen echo-1.0", "monitor other-1.0"}) {
+    for (const std::string command : {"listen echo-1.0", "monitor other-1.0"}) {
         listen("other-1.0");
         PeerProcess shell(
             {"/bin/bash", "-c", "set -o pipefail; " TEVOROTALK " " + command + " | head -n 1"});
         shell.errorLine();
-        std::string const target = command.substr(command.find(' ') + 1);
+        const std::string target = command.substr(command.find(' ') + 1);
         for (int i = 0; i < 5; ++i)
             run({"send", target, "hello"});
         EXPECT_EQ(shell.finish(), 4) << command;

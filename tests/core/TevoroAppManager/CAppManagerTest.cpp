@@ -65,10 +65,9 @@ CPropSource markedSource(std::uint32_t tag, std::uint32_t size)
 
 bool isTextThenZeros(const unsigned short* field, std::size_t capacity, std::string_view text)
 {
-    for (std::size_t i = 0; i < capacity; ++i) {
+    for (std::size_t i = 0; i < capacity; ++i)
         if (field[i] != (i < text.size() ? static_cast<unsigned short>(text[i]) : 0))
             return false;
-    }
     return true;
 }
 
@@ -89,9 +88,8 @@ TEST_F(CAppManagerTest, AnswersItsFourIdsAndNoOther)
         const bool isKnown = id == 0 || id == 1 || id == 2 || id == 13;
         EXPECT_EQ(m_plugin->QueryInterface(id, &out), isKnown ? 1U : 0U) << id;
         EXPECT_EQ(out != nullptr, isKnown) << id;
-        if (isKnown) {
+        if (isKnown)
             EXPECT_EQ(static_cast<IFxBase*>(out)->Release(), 2U) << id;
-        }
     }
 }
 
@@ -275,9 +273,8 @@ TEST_F(CAppManagerTest, ListAnswersItsThreeIdsAndNoOther)
         const bool isKnown = id == 0 || id == 8 || id == 10;
         EXPECT_EQ(list->QueryInterface(id, &out), isKnown ? 1U : 0U) << id;
         EXPECT_EQ(out, isKnown ? static_cast<void*>(list) : nullptr) << id;
-        if (isKnown) {
+        if (isKnown)
             EXPECT_EQ(list->Release(), 1U) << id;
-        }
     }
     EXPECT_EQ(list->AddRef(), 2U);
     EXPECT_EQ(list->Release(), 1U);

@@ -25,14 +25,14 @@ constexpr char kRefused[] =
 constexpr char kGone[] = "finish 0 [Velmo Tevoro NX] Device is not connected or is busy.";
 
 // What the host's callback leaves for each item in turn; the last holds for all that follow.
-std::vector<long> g_outcomes;
-std::vector<long> g_deleted;
+std::vector<long> gOutcomes;
+std::vector<long> gDeleted;
 
 bool deleteItem(long& key)
 {
-    const std::size_t turn = std::min(g_deleted.size(), g_outcomes.size() - 1);
-    g_deleted.push_back(key);
-    key = g_outcomes[turn];
+    const std::size_t turn = std::min(gDeleted.size(), gOutcomes.size() - 1);
+    gDeleted.push_back(key);
+    key = gOutcomes[turn];
     return false; // the plug-in does not read the result
 }
 
@@ -40,8 +40,8 @@ class CAppSourceCompletionTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
-        g_outcomes = {0};
-        g_deleted.clear();
+        gOutcomes = {0};
+        gDeleted.clear();
         openWithPanel();
     }
 
@@ -225,23 +225,23 @@ TEST_F(CAppSourceCompletionTest, DoesNothingWithoutAMessageHandler)
     unsigned long count = 0;
     EXPECT_EQ(sink().PushAllMediaItems(items, count, nullptr, deleteItem), kFxOk);
     EXPECT_THAT(journal.take(), IsEmpty());
-    EXPECT_THAT(g_deleted, IsEmpty());
+    EXPECT_THAT(gDeleted, IsEmpty());
 }
 
 TEST_F(CAppSourceCompletionTest, DeletesNothingOnANo)
 {
     wantDeletion(1);
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked));
-    EXPECT_THAT(g_deleted, IsEmpty());
+    EXPECT_THAT(gDeleted, IsEmpty());
 }
 
 TEST_F(CAppSourceCompletionTest, TakesAnyOtherAnswerForAYes)
 {
     for (const int answer : {0, 2, -1}) {
-        g_deleted.clear();
+        gDeleted.clear();
         wantDeletion(answer);
         EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step", "step", kDone));
-        EXPECT_THAT(g_deleted, ElementsAre(100, 101)) << answer;
+        EXPECT_THAT(gDeleted, ElementsAre(100, 101)) << answer;
     }
 }
 
@@ -256,15 +256,15 @@ TEST_F(CAppSourceCompletionTest, RunsToTheEndWithoutACallback)
 TEST_F(CAppSourceCompletionTest, EndsWhenTheDeviceHasGone)
 {
     wantDeletion();
-    g_outcomes = {2};
+    gOutcomes = {2};
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, kGone));
-    EXPECT_THAT(g_deleted, ElementsAre(100));
+    EXPECT_THAT(gDeleted, ElementsAre(100));
 }
 
 TEST_F(CAppSourceCompletionTest, TellsOfTheGoneDeviceAloneAfterARefusal)
 {
     wantDeletion();
-    g_outcomes = {1, 2};
+    gOutcomes = {1, 2};
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step", kGone));
 }
 
@@ -272,10 +272,10 @@ TEST_F(CAppSourceCompletionTest, TriesAllItemsThoughSomeAreRefused)
 {
     wantDeletion();
     for (const auto& outcomes : {std::vector<long>{1}, {0, 1}, {1, 0}, {-1, 0}, {3, 0}}) {
-        g_deleted.clear();
-        g_outcomes = outcomes;
+        gDeleted.clear();
+        gOutcomes = outcomes;
         EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step", "step", kRefused));
-        EXPECT_THAT(g_deleted, ElementsAre(100, 101));
+        EXPECT_THAT(gDeleted, ElementsAre(100, 101));
     }
 }
 
@@ -284,7 +284,7 @@ TEST_F(CAppSourceCompletionTest, StopsWhereTheUserCancelsAndSaysNoMore)
     wantDeletion();
     m_progress.cancelAtStep = 1;
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step"));
-    EXPECT_THAT(g_deleted, ElementsAre(100));
+    EXPECT_THAT(gDeleted, ElementsAre(100));
 }
 
 TEST_F(CAppSourceCompletionTest, SaysNoMoreWhenTheLastStepIsCancelled)
@@ -299,13 +299,13 @@ TEST_F(CAppSourceCompletionTest, DeletesTheFirstItemThoughItWasCancelledAtOnce)
     wantDeletion();
     m_progress.cancelAtStep = 0;
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step"));
-    EXPECT_THAT(g_deleted, ElementsAre(100));
+    EXPECT_THAT(gDeleted, ElementsAre(100));
 }
 
 TEST_F(CAppSourceCompletionTest, TellsOfARefusalThoughItWasCancelled)
 {
     wantDeletion();
-    g_outcomes = {1};
+    gOutcomes = {1};
     m_progress.cancelAtStep = 1;
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step", kRefused));
 }
@@ -324,7 +324,7 @@ TEST_F(CAppSourceCompletionTest, DeletesNothingWhereNoProgressCanBeShown)
     wantDeletion();
     face<ISinkProgressDialog>(64).SetProgressHandler(nullptr);
     EXPECT_THAT(pushed({"/t"}), ElementsAre(kAsked));
-    EXPECT_THAT(g_deleted, IsEmpty());
+    EXPECT_THAT(gDeleted, IsEmpty());
 }
 
 TEST_F(CAppSourceCompletionTest, NamesTheSourceFolderOfSeveralInTheQuestion)

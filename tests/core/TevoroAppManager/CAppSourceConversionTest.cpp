@@ -16,17 +16,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> g_told; // "label TEXT", "error TEXT"
+std::vector<std::string> gTold; // "label TEXT", "error TEXT"
 
-unsigned long label(unsigned short const* text, long)
+unsigned long label(const unsigned short* text, long)
 {
-    g_told.push_back("label " + test::utf8(text));
+    gTold.push_back("label " + test::utf8(text));
     return 0;
 }
 
-unsigned long error(unsigned short const* text, long)
+unsigned long error(const unsigned short* text, long)
 {
-    g_told.push_back("error " + test::utf8(text));
+    gTold.push_back("error " + test::utf8(text));
     return 0;
 }
 
@@ -35,7 +35,7 @@ class CAppSourceConversionTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
-        g_told.clear();
+        gTold.clear();
         fs::create_directories(tree.path("t"));
         tree.environment.set("CONVERSION_LOG", tree.path("log"));
         for (const char* variable :
@@ -100,7 +100,7 @@ TEST_F(CAppSourceConversionTest, PutsTheDNGInThePlaceOfTheRawFile)
     save("photo.CR2");
     EXPECT_EQ(convert("photo.CR2"), kFxOk);
     EXPECT_THAT(files(), ElementsAre(Pair("photo.dng", "DNG of raw")));
-    EXPECT_THAT(g_told, ElementsAre("label Converting to DNG..."));
+    EXPECT_THAT(gTold, ElementsAre("label Converting to DNG..."));
     EXPECT_FALSE(hasTemporaryFolder());
 }
 
@@ -163,7 +163,7 @@ TEST_F(CAppSourceConversionTest, PutsTheRawFileBackWhenTheLibraryFails)
     EXPECT_EQ(test::read(tree.path("t/photo.CR2")), "raw");
     EXPECT_FALSE(fs::exists(tree.path("t/photo.dng")));
     EXPECT_THAT(
-        g_told, ElementsAre("label Converting to DNG...", "error Could not convert to DNG..."));
+        gTold, ElementsAre("label Converting to DNG...", "error Could not convert to DNG..."));
     EXPECT_TRUE(hasTemporaryFolder()) << "what the library left keeps the folder";
 }
 
@@ -262,7 +262,7 @@ TEST_F(CAppSourceConversionTest, LeavesTheRawFileWhereItIsWithoutTheLibrary)
     save("photo.cr2");
     EXPECT_EQ(convert("photo.cr2"), kFxWarnPostProcess);
     EXPECT_THAT(files(), ElementsAre(Pair("photo.cr2", "raw")));
-    EXPECT_THAT(g_told, ElementsAre("error Cannot find the DNG converter."));
+    EXPECT_THAT(gTold, ElementsAre("error Cannot find the DNG converter."));
 }
 
 TEST_F(CAppSourceConversionTest, LeavesALibraryAloneThatCannotConvert)

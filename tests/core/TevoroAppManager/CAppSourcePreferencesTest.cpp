@@ -120,10 +120,9 @@ TEST_F(CAppSourcePreferencesTest, ReadsTheKeysOfEachControlThatIsThere)
     script();
     for (const auto& [control, own] : keys) {
         test::HostPanel small(journal);
-        for (const char* name : test::HostPanel::kAll) {
+        for (const char* name : test::HostPanel::kAll)
             if (name != control)
                 small.remove(name);
-        }
         open();
         face<ISinkUICapabilities>(25).SetClientUIHandler(&small);
         store->calls.clear();

@@ -11,29 +11,29 @@ using testing::IsEmpty;
 
 namespace {
 
-std::vector<std::string> g_told; // "label TEXT", "detail TEXT", "error TEXT"
+std::vector<std::string> gTold; // "label TEXT", "detail TEXT", "error TEXT"
 
-unsigned long label(unsigned short const* text, long value)
+unsigned long label(const unsigned short* text, long value)
 {
-    g_told.push_back("label " + test::utf8(text) + (value == 0 ? "" : " with a value"));
+    gTold.push_back("label " + test::utf8(text) + (value == 0 ? "" : " with a value"));
     return 7;
 }
 
-unsigned long detail(unsigned short const* text, long value)
+unsigned long detail(const unsigned short* text, long value)
 {
-    g_told.push_back("detail " + test::utf8(text) + (value == 0 ? "" : " with a value"));
+    gTold.push_back("detail " + test::utf8(text) + (value == 0 ? "" : " with a value"));
     return 7;
 }
 
-unsigned long error(unsigned short const* text, long)
+unsigned long error(const unsigned short* text, long)
 {
-    g_told.push_back("error " + test::utf8(text));
+    gTold.push_back("error " + test::utf8(text));
     return 7;
 }
 
 bool unexpectedItemCall(long&)
 {
-    g_told.emplace_back("item");
+    gTold.emplace_back("item");
     return true;
 }
 
@@ -42,7 +42,7 @@ class CAppSourceProcessingTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
-        g_told.clear();
+        gTold.clear();
         openWithPanel();
         panel.check("savecopies_checkbox");
     }
@@ -92,7 +92,7 @@ TEST_F(CAppSourceProcessingTest, CopiesTheFileUnderItsDeviceName)
     tree.write("t/renamed.jpg", "bytes");
     EXPECT_EQ(before(item(tree.path("t"), "renamed.jpg", "IMG_1.jpg")), kFxOk);
     EXPECT_EQ(test::read(backup("IMG_1.jpg")), "bytes");
-    EXPECT_THAT(g_told,
+    EXPECT_THAT(gTold,
         ElementsAre(
             "label Creating Backup Copy...", "detail " + backups(), "detail " + tree.path("t")));
     EXPECT_THAT(journal.lines(), IsEmpty());
@@ -136,7 +136,7 @@ TEST_F(CAppSourceProcessingTest, DoesNothingWithoutItsCheckBox)
     openWithPanel();
     EXPECT_EQ(before(item("/nowhere", "a.jpg")), kFxOk);
     EXPECT_EQ(after(item("/nowhere", "a.jpg")), kFxOk);
-    EXPECT_THAT(g_told, IsEmpty());
+    EXPECT_THAT(gTold, IsEmpty());
 }
 
 TEST_F(CAppSourceProcessingTest, RefusesRecordsOfAnotherSizeEachInItsWay)
@@ -151,7 +151,7 @@ TEST_F(CAppSourceProcessingTest, RefusesRecordsOfAnotherSizeEachInItsWay)
         kFxErrBadArgument);
     EXPECT_EQ(hooks().DoPostProcessing(nullptr, label, detail, error, nullptr, &m_display),
         kFxWarnPostProcess);
-    EXPECT_THAT(g_told, IsEmpty());
+    EXPECT_THAT(gTold, IsEmpty());
     EXPECT_THAT(std::filesystem::is_empty(backups()), true);
 }
 
@@ -180,7 +180,7 @@ TEST_F(CAppSourceProcessingTest, RefusesABackupFolderThatCannotBeMade)
     tree.write("t/a.jpg", "bytes");
     EXPECT_EQ(before(item(tree.path("t"), "a.jpg")), kFxErrBadArgument);
     EXPECT_THAT(journal.lines(), IsEmpty());
-    EXPECT_THAT(g_told, ElementsAre("label Creating Backup Copy...", "detail " + backups()));
+    EXPECT_THAT(gTold, ElementsAre("label Creating Backup Copy...", "detail " + backups()));
 }
 
 TEST_F(CAppSourceProcessingTest, TellsOfLowSpaceForEveryFailedCopy)
@@ -192,7 +192,7 @@ TEST_F(CAppSourceProcessingTest, TellsOfLowSpaceForEveryFailedCopy)
                     "cleanup disk space and try again."));
     EXPECT_TRUE(m_display.allNull);
     EXPECT_TRUE(std::filesystem::is_empty(backups()));
-    EXPECT_EQ(g_told.size(), 2U);
+    EXPECT_EQ(gTold.size(), 2U);
 }
 
 TEST_F(CAppSourceProcessingTest, RefusesANameThatNoFileCanHave)
@@ -240,7 +240,7 @@ TEST_F(CAppSourceProcessingTest, KnowsTheTargetFolderAboveTheTemporaryOne)
     tree.write("home/Pictures/.mfxdownload/IMG_1.jpg", "bytes");
     EXPECT_EQ(before(item(work, "IMG_1.jpg")), kFxOk);
     EXPECT_EQ(test::read(backup("IMG_1-1.jpg")), "bytes");
-    EXPECT_EQ(g_told.back(), "detail " + backups());
+    EXPECT_EQ(gTold.back(), "detail " + backups());
 }
 
 TEST_F(CAppSourceProcessingTest, KnowsTheTargetFolderAboveADeeperTemporaryOne)
@@ -254,7 +254,7 @@ TEST_F(CAppSourceProcessingTest, CutsAtTheLastTemporaryFolder)
 {
     tree.write("a/.mfxdownload/b/.mfxdownload/c.jpg", "bytes");
     EXPECT_EQ(before(item(tree.path("a/.mfxdownload/b/.mfxdownload"), "c.jpg")), kFxOk);
-    EXPECT_EQ(g_told.back(), "detail " + tree.path("a/.mfxdownload/b"));
+    EXPECT_EQ(gTold.back(), "detail " + tree.path("a/.mfxdownload/b"));
 }
 
 TEST_F(CAppSourceProcessingTest, PassesAFileThatIsNoRawFile)
@@ -262,7 +262,7 @@ TEST_F(CAppSourceProcessingTest, PassesAFileThatIsNoRawFile)
     panel.check("dng_checkbox");
     tree.write("t/a.jpg", "bytes");
     EXPECT_EQ(after(item(tree.path("t"), "a.jpg")), kFxOk);
-    EXPECT_THAT(g_told, IsEmpty());
+    EXPECT_THAT(gTold, IsEmpty());
     EXPECT_EQ(test::read(tree.path("t/a.jpg")), "bytes");
 }
 

@@ -43,10 +43,9 @@ QString naive(const QString& path, int width)
         forms << parts[0] + QStringLiteral("/.../") + parts.mid(from).join(u'/');
     forms << QStringLiteral(".../") + parts.last() << QStringLiteral("...") + parts.last()
           << parts.last();
-    for (const QString& form : forms) {
+    for (const QString& form : forms)
         if (isNarrow(form))
             return form;
-    }
     const int dots = font.horizontalAdvance(QStringLiteral("..."));
     QString rest = parts.last();
     do
@@ -100,9 +99,8 @@ TEST(FitPathTest, IsStrictAboutWidthsButNotWithCutNames)
     const int name = metrics().horizontalAdvance(QStringLiteral("WWWWW"));
     EXPECT_EQ(fitted(path, name + 3), QStringLiteral("WWWWW"));
     EXPECT_NE(fitted(path, name + 2), QStringLiteral("WWWWW"));
-    if (all <= name) {
+    if (all <= name)
         EXPECT_EQ(fitted(path, all + 2), QStringLiteral("...WWWW"));
-    }
 }
 
 TEST(FitPathTest, EndsWithDotsAloneWhereNothingFits)

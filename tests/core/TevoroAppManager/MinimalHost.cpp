@@ -14,7 +14,7 @@
 
 #include <dlfcn.h>
 
-void require(bool holds, char const* what)
+void require(bool holds, const char* what)
 {
     if (!holds)
         throw std::runtime_error(what);
@@ -29,14 +29,14 @@ FxRef<Face> face(Object& object, long id)
     return FxRef<Face>(static_cast<Face*>(out));
 }
 
-void print(unsigned short const* text) // names and extensions here are ASCII
+void print(const unsigned short* text) // names and extensions here are ASCII
 {
     for (; *text != 0; ++text)
         std::cout << static_cast<char>(*text);
     std::cout << '\n';
 }
 
-FxRef<IFxPlugin> load(char const* path)
+FxRef<IFxPlugin> load(const char* path)
 {
     void* module = dlopen(path, RTLD_NOW | RTLD_LOCAL); // stays loaded
     require(module != nullptr, "the plug-in cannot be loaded");
@@ -89,7 +89,7 @@ try {
     const auto manager = face<ISourceManager>(*plugin, kFxIdSourceManager);
     printFormats(*openSink(*manager));
     return 0;
-} catch (std::exception const& error) {
+} catch (const std::exception& error) {
     std::cerr << "minimal-host: " << error.what() << '\n';
     return 1;
 }

@@ -14,7 +14,7 @@ struct Outcome {
     std::string output;
 };
 
-Outcome run(std::string const& arguments)
+Outcome run(const std::string& arguments)
 {
     Outcome outcome;
     std::FILE* const pipe = ::popen((MINIMAL_HOST " " + arguments + " 2>&1").c_str(), "re");
@@ -33,7 +33,7 @@ protected:
     MinimalHostTest()
     {
         m_environment.set("HOME", m_home.path());
-        for (char const* const variable :
+        for (const char* const variable :
             {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "MFX_APPLICATION_DATA"})
             m_environment.unset(variable);
     }

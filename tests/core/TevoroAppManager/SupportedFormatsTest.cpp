@@ -78,10 +78,9 @@ TEST_F(SupportedFormatsTest, MarksEachKindWithItsBit)
     record.tag = 4;
     record.size = 28;
     std::vector<std::uint32_t> kinds;
-    for (formats->Reset(); formats->GetFormat(record) == kFxOk;) {
+    for (formats->Reset(); formats->GetFormat(record) == kFxOk;)
         if (kinds.empty() || kinds.back() != record.mediaMask)
             kinds.push_back(record.mediaMask);
-    }
     EXPECT_THAT(kinds, testing::ElementsAre(1, 2, 4, 8));
     formats->Release();
 }

@@ -56,10 +56,9 @@ protected:
     }
     static QPushButton& pushButton(const QWidget& dialog, const QString& text)
     {
-        for (auto* button : dialog.findChildren<QPushButton*>()) {
+        for (auto* button : dialog.findChildren<QPushButton*>())
             if (button->text() == text)
                 return *button;
-        }
         throw std::runtime_error("no button " + text.toStdString());
     }
 

@@ -98,12 +98,12 @@ TEST(PtMessageBoxDisplayTest, IsGoneFromTheScreenBeforeTheCallerGoesOn)
 TEST(PtMessageBoxDisplayTest, ShowsEachKindOfMessageWithItsIcon)
 {
     struct Row {
-        int (*show)(QWidget const*,
-            QString const&,
-            QString const&,
-            QString const&,
-            QString const&,
-            QString const&,
+        int (*show)(const QWidget*,
+            const QString&,
+            const QString&,
+            const QString&,
+            const QString&,
+            const QString&,
             int,
             int);
         QStyle::StandardPixmap pixmap;

@@ -20,12 +20,12 @@ bool signalEnds(Sleep sleep)
     ::sigaction(SIGUSR1, &action, &before);
 
     std::atomic<bool> hasEnded{false};
-    auto const start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     std::thread sleeper([&] {
         sleep();
         hasEnded = true;
     });
-    pthread_t const handle = sleeper.native_handle();
+    const pthread_t handle = sleeper.native_handle();
     while (!hasEnded) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
         ::pthread_kill(handle, SIGUSR1);

@@ -12,29 +12,29 @@ namespace test {
 class Environment {
 public:
     Environment() = default;
-    Environment(Environment const&) = delete;
-    Environment& operator=(Environment const&) = delete;
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
     ~Environment()
     {
-        for (auto const& [name, value] : m_before)
+        for (const auto& [name, value] : m_before)
             value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
     }
 
-    void set(std::string const& name, std::string const& value)
+    void set(const std::string& name, const std::string& value)
     {
         remember(name);
         ::setenv(name.c_str(), value.c_str(), 1);
     }
-    void unset(std::string const& name)
+    void unset(const std::string& name)
     {
         remember(name);
         ::unsetenv(name.c_str());
     }
 
 private:
-    void remember(std::string const& name)
+    void remember(const std::string& name)
     {
-        char const* const value = ::getenv(name.c_str());
+        const char* const value = ::getenv(name.c_str());
         m_before.try_emplace(name, value ? std::optional<std::string>(value) : std::nullopt);
     }
 

@@ -12,14 +12,14 @@ int askedAsOrdinaryUser(Question question)
 {
     constexpr unsigned int kNobody = 65534;
     constexpr int kCannotDrop = 101;
-    pid_t const child = ::fork();
+    const pid_t child = ::fork();
     if (child == 0) {
-        bool const isOrdinary = ::geteuid() != 0
+        const bool isOrdinary = ::geteuid() != 0
             || (::setgid(kNobody) == 0 && ::setuid(kNobody) == 0 && ::geteuid() == kNobody);
         ::_exit(isOrdinary ? question() : kCannotDrop);
     }
     int status = 0;
-    bool const hasExited = child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status);
+    const bool hasExited = child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status);
     return hasExited && WEXITSTATUS(status) < kCannotDrop ? WEXITSTATUS(status) : -1;
 }
 

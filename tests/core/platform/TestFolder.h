@@ -26,14 +26,14 @@ public:
         std::filesystem::remove_all(m_path, error);
         EXPECT_FALSE(error) << error.message();
     }
-    TestFolder(TestFolder const&) = delete;
-    TestFolder& operator=(TestFolder const&) = delete;
+    TestFolder(const TestFolder&) = delete;
+    TestFolder& operator=(const TestFolder&) = delete;
 
     std::string path() const { return m_path.string(); }
-    std::string path(std::string const& name) const { return (m_path / name).string(); }
+    std::string path(const std::string& name) const { return (m_path / name).string(); }
 
     // Makes the folders above the file, too.
-    std::string write(std::string const& name, std::string const& bytes) const
+    std::string write(const std::string& name, const std::string& bytes) const
     {
         std::filesystem::create_directories((m_path / name).parent_path());
         std::ofstream(m_path / name, std::ios::binary) << bytes;
@@ -44,7 +44,7 @@ private:
     std::filesystem::path m_path;
 };
 
-inline std::string read(std::string const& path)
+inline std::string read(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -52,7 +52,7 @@ inline std::string read(std::string const& path)
 
 inline std::ptrdiff_t openDescriptors()
 {
-    std::filesystem::directory_iterator const descriptors("/proc/self/fd");
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
     return std::distance(begin(descriptors), end(descriptors));
 }
 

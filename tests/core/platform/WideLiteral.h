@@ -5,7 +5,7 @@
 namespace test {
 
 // A 16-bit text from a char16_t literal, whatever it holds.
-inline Pt::WideText wide(char16_t const* text)
+inline Pt::WideText wide(const char16_t* text)
 {
     Pt::WideText result;
     for (; *text != 0; ++text)
@@ -13,7 +13,7 @@ inline Pt::WideText wide(char16_t const* text)
     return result;
 }
 
-inline Pt::WideText wide(std::string const& path)
+inline Pt::WideText wide(const std::string& path)
 {
     return Pt::toUtf16(path);
 }

@@ -14,11 +14,11 @@
 
 namespace {
 
-QString g_logged;
+QString gLogged;
 
 void log(QtMsgType, const QMessageLogContext&, const QString& text)
 {
-    g_logged = text;
+    gLogged = text;
 }
 
 std::string text(const char* literal)
@@ -53,7 +53,7 @@ TEST(PtZStringTest, LogsALiteralWithoutATextAndShowsIt)
     qInstallMessageHandler(before);
     EXPECT_EQ(shown, "no token");
     EXPECT_EQ(
-        g_logged.toStdString(), "ERROR: getZString(\"no token\") HAS MISSING OR IMPROPER TOKEN!!");
+        gLogged.toStdString(), "ERROR: getZString(\"no token\") HAS MISSING OR IMPROPER TOKEN!!");
 }
 
 TEST(PtZStringTest, NamesTheUsualButtons)

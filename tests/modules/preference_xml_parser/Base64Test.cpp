@@ -32,7 +32,7 @@ TEST(Base64Test, SkipsWhiteSpaceThatAnEditorPutIn)
     EXPECT_EQ(bytesFromBase64(" \n"), "");
 }
 
-class BadBase64Test : public testing::TestWithParam<char const*> { };
+class BadBase64Test : public testing::TestWithParam<const char*> { };
 
 TEST_P(BadBase64Test, GivesNothing)
 {

@@ -16,21 +16,21 @@ namespace {
 
 constexpr char kStart[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
-std::string file(std::string const& inside)
+std::string file(const std::string& inside)
 {
     return kStart + ("<preferences version=\"1.0\">\n" + inside + "</preferences>\n");
 }
 
-PreferenceDocument documentOf(std::string const& bytes)
+PreferenceDocument documentOf(const std::string& bytes)
 {
     PreferenceDocument document;
-    EXPECT_EQ(document.read(bytes), ReadResult::Whole) << bytes;
+    EXPECT_EQ(document.read(bytes), ReadResult::kWhole) << bytes;
     return document;
 }
 
-std::optional<PreferenceValue> valueIn(PreferenceDocument const& document, std::u16string_view key)
+std::optional<PreferenceValue> valueIn(const PreferenceDocument& document, std::u16string_view key)
 {
-    PreferenceValue const* const value = document.find(key);
+    const PreferenceValue* const value = document.find(key);
     return value != nullptr ? std::optional(*value) : std::nullopt;
 }
 
@@ -68,18 +68,18 @@ TEST(PreferenceDocumentTest, WritesWhatAPersonCanRead)
 
 TEST(PreferenceDocumentTest, AnEmptyDocumentIsAFileToo)
 {
-    PreferenceDocument const empty;
+    const PreferenceDocument empty;
     EXPECT_EQ(documentOf(empty.written()).written(), empty.written());
 }
 
 struct GoodRow {
-    char const* name;
+    const char* name;
     std::string inside;
     std::u16string key;
     std::optional<PreferenceValue> value;
 };
 
-void PrintTo(GoodRow const& row, std::ostream* out)
+void PrintTo(const GoodRow& row, std::ostream* out)
 {
     *out << row.name;
 }
@@ -88,10 +88,10 @@ class GoodPreferencesTest : public testing::TestWithParam<GoodRow> { };
 
 TEST_P(GoodPreferencesTest, AreReadAndSurviveWriting)
 {
-    GoodRow const& row = GetParam();
-    PreferenceDocument const document = documentOf(file(row.inside));
+    const GoodRow& row = GetParam();
+    const PreferenceDocument document = documentOf(file(row.inside));
     EXPECT_EQ(valueIn(document, row.key), row.value);
-    PreferenceDocument const again = documentOf(document.written());
+    const PreferenceDocument again = documentOf(document.written());
     EXPECT_EQ(valueIn(again, row.key), row.value);
     EXPECT_EQ(again.written(), document.written());
 }
@@ -152,11 +152,11 @@ INSTANTIATE_TEST_SUITE_P(Rows,
         GoodRow{"stray text", "stray <value key='a'>b</value> text", u"a", text(u"b")}));
 
 struct BadRow {
-    char const* name;
+    const char* name;
     std::string bytes;
 };
 
-void PrintTo(BadRow const& row, std::ostream* out)
+void PrintTo(const BadRow& row, std::ostream* out)
 {
     *out << row.name;
 }
@@ -166,7 +166,7 @@ class DamagedPreferencesTest : public testing::TestWithParam<BadRow> { };
 TEST_P(DamagedPreferencesTest, AreDamagedAndLeaveTheDocumentEmpty)
 {
     PreferenceDocument document = documentOf(file("<value key='a'>b</value>"));
-    EXPECT_EQ(document.read(GetParam().bytes), ReadResult::Damaged);
+    EXPECT_EQ(document.read(GetParam().bytes), ReadResult::kDamaged);
     EXPECT_EQ(document.written(), PreferenceDocument().written());
 }
 
@@ -220,20 +220,20 @@ INSTANTIATE_TEST_SUITE_P(Rows,
                 }
                 return file(open + close);
             }()},
-        BadRow{"too long", file(std::string(preferences::kLongestFile, ' '))}));
+        BadRow{"too long", file(std::string(preferences::kMaxFileLength, ' '))}));
 
 TEST(PreferenceDocumentTest, KnowsLaterMajorVersionsAsSuch)
 {
     PreferenceDocument document;
-    EXPECT_EQ(document.read("<preferences version='2.0'/>"), ReadResult::LaterFormat);
+    EXPECT_EQ(document.read("<preferences version='2.0'/>"), ReadResult::kLaterFormat);
     EXPECT_EQ(
-        document.read("<preferences version='10.3'><x/></preferences>"), ReadResult::LaterFormat);
-    EXPECT_EQ(document.read("<preferences version='1.99'/>"), ReadResult::Whole);
+        document.read("<preferences version='10.3'><x/></preferences>"), ReadResult::kLaterFormat);
+    EXPECT_EQ(document.read("<preferences version='1.99'/>"), ReadResult::kWhole);
 }
 
 TEST(PreferenceDocumentTest, KeepsWhatItDoesNotKnow)
 {
-    std::string const known = "<preferences version=\"1.7\" by=\"hand\">\n"
+    const std::string known = "<preferences version=\"1.7\" by=\"hand\">\n"
                               "  <!-- mine & yours -->\n"
                               "  <value key=\"a\" note=\"kept\">1</value>\n"
                               "  <future mode=\"x\">\n    <part>  </part>\n  </future>\n"
@@ -249,8 +249,8 @@ TEST(PreferenceDocumentTest, KeepsWhatItDoesNotKnow)
 
 TEST(PreferenceDocumentTest, KeepsReferencesToWhiteSpaceInWhatItDoesNotKnow)
 {
-    std::string const inside = "  <future mode=\"a&#9;b&#10;c\">d&#13;e</future>\n";
-    PreferenceDocument const document = documentOf(file(inside));
+    const std::string inside = "  <future mode=\"a&#9;b&#10;c\">d&#13;e</future>\n";
+    const PreferenceDocument document = documentOf(file(inside));
     EXPECT_EQ(documentOf(document.written()).written(), document.written());
     EXPECT_THAT(document.written(), HasSubstr(">d&#13;e<"));
     EXPECT_THAT(document.written(), HasSubstr("mode=\"a&#09;b&#10;c\""));
@@ -282,7 +282,7 @@ TEST(PreferenceDocumentTest, ACopyStandsAlone)
 
 TEST(PreferenceDocumentTest, ReadsAFileThatAnEditorGaveAByteOrderMarkAndReturns)
 {
-    PreferenceDocument const document =
+    const PreferenceDocument document =
         documentOf("\xef\xbb\xbf" + file("<value key='a'>b</value>\r\n"));
     EXPECT_EQ(valueIn(document, u"a"), text(u"b"));
 }
@@ -301,14 +301,13 @@ TEST(PreferenceDocumentTest, RandomTextsAndBytesComeBack)
             value.push_back(static_cast<char16_t>(random() % 2 == 0 ? random() : random() % 0x80));
             raw.push_back(static_cast<char>(random() & 0xff));
         }
-        PreferenceValue const chosen = random() % 2 == 0 ? text(value) : bytes(raw);
+        const PreferenceValue chosen = random() % 2 == 0 ? text(value) : bytes(raw);
         document.set(key, chosen);
         expected.insert_or_assign(key, chosen);
     }
-    PreferenceDocument const again = documentOf(document.written());
-    for (auto const& [key, value] : expected) {
+    const PreferenceDocument again = documentOf(document.written());
+    for (const auto& [key, value] : expected)
         ASSERT_EQ(valueIn(again, key), value);
-    }
     EXPECT_EQ(again.written(), document.written());
 }
 
@@ -319,11 +318,11 @@ TEST(PreferenceDocumentTest, AFileCutAnywhereIsDamagedOrWhole)
     full.set(u"Lines", text(u"a\nb"));
     full.set(u"Batch", bytes("0#\"\"#-1"));
     full.set(u"Raw", bytes(std::string(40, '\1')));
-    std::string const whole = full.written();
+    const std::string whole = full.written();
     // Only the line feed behind the root may be missing.
     for (std::size_t length = 0; length + 1 < whole.size(); ++length) {
         PreferenceDocument document;
-        ASSERT_EQ(document.read(whole.substr(0, length)), ReadResult::Damaged) << length;
+        ASSERT_EQ(document.read(whole.substr(0, length)), ReadResult::kDamaged) << length;
     }
     EXPECT_EQ(documentOf(whole.substr(0, whole.size() - 1)).written(), whole);
 }

@@ -1,6 +1,6 @@
 // What becomes of the file: merging, damage, and things that stand where the file should.
 
-#include "StoreClient.h"
+#include "modules/preference_xml_parser/StoreClient.h"
 
 #include <chrono>
 #include <future>
@@ -103,7 +103,7 @@ TEST_F(PreferenceDomainTest, WritesAllItKnowsWhenTheFileHasGone)
     std::filesystem::remove(m_folder.preferences());
     m_store.set(u"b", u"2");
     ASSERT_TRUE(m_store.save());
-    std::string const bytes = fileBytes(m_folder.preferences());
+    const std::string bytes = fileBytes(m_folder.preferences());
     EXPECT_THAT(bytes, HasSubstr("<value key=\"a\">1</value>"));
     EXPECT_THAT(bytes, HasSubstr("<!-- c -->"));
     EXPECT_THAT(bytes, HasSubstr("<value key=\"b\">2</value>"));
@@ -111,7 +111,7 @@ TEST_F(PreferenceDomainTest, WritesAllItKnowsWhenTheFileHasGone)
 
 TEST_F(PreferenceDomainTest, WritesNothingWhenNothingChanged)
 {
-    std::string const byHand = "<preferences version='1.0'><value key='a'>1</value></preferences>";
+    const std::string byHand = "<preferences version='1.0'><value key='a'>1</value></preferences>";
     writeFile(m_folder.preferences(), byHand);
     ASSERT_TRUE(m_store.load());
     m_store.set(u"a", u"1");
@@ -145,7 +145,7 @@ TEST_F(PreferenceDomainTest, NeverReplacesADamagedFileThatWasPutAsideBefore)
         EXPECT_FALSE(m_store.load());
     }
     for (int round = 1; round <= 3; ++round) {
-        std::string const number = std::to_string(round);
+        const std::string number = std::to_string(round);
         EXPECT_EQ(fileBytes(m_folder.file("preferences-3.damaged-" + number + ".xml")),
             "broken " + number);
     }
@@ -218,7 +218,7 @@ TEST_F(PreferenceDomainTest, DoesNotWriteAFileThatItWouldNotRead)
 {
     saved(u"small", u"1");
     ASSERT_TRUE(m_store.load());
-    m_store.set(u"huge", std::u16string(preferences::kLongestFile, u'x'));
+    m_store.set(u"huge", std::u16string(preferences::kMaxFileLength, u'x'));
     EXPECT_FALSE(m_store.save());
     m_store.set(u"huge", u"");
     EXPECT_TRUE(m_store.save());
@@ -237,7 +237,7 @@ TEST_F(PreferenceDomainTest, TakesOverWhatAKilledSaverLeft)
 TEST_F(PreferenceDomainTest, WaitsForAnotherSaver)
 {
     m_store.set(u"key", u"1");
-    int const lock = ::open(m_folder.file("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
+    const int lock = ::open(m_folder.file("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
     ASSERT_NE(lock, -1);
     ASSERT_EQ(::flock(lock, LOCK_EX), 0);
     std::future<bool> result = std::async(std::launch::async, [&] { return m_store.save(); });
@@ -252,12 +252,12 @@ TEST_F(PreferenceDomainTest, WaitsForAnotherSaver)
 TEST_F(PreferenceDomainTest, GivesUpOnASaverThatNeverEnds)
 {
     m_store.set(u"key", u"1");
-    int const lock = ::open(m_folder.file("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
+    const int lock = ::open(m_folder.file("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
     ASSERT_NE(lock, -1);
     ASSERT_EQ(::flock(lock, LOCK_EX), 0);
-    auto const start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(m_store.save());
-    auto const waited = std::chrono::steady_clock::now() - start;
+    const auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_GE(waited, std::chrono::seconds(5));
     ::close(lock);
     EXPECT_TRUE(m_store.save());

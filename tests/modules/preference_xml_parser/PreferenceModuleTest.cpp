@@ -1,6 +1,6 @@
 // The library as its callers have it: loaded by path, called through tables by place.
 
-#include "StoreClient.h"
+#include "modules/preference_xml_parser/StoreClient.h"
 
 #include <cstdint>
 #include <cstring>
@@ -121,7 +121,7 @@ TEST_F(PreferenceModuleTest, AStoreThatIsNeverReleasedStaysReachable)
 TEST(PreferenceLibraryTest, IsGoneAfterTheLastClose)
 {
     TemporaryFolder folder; // a copy, which nobody else in this process holds
-    std::string const copied = folder.file("preference_xml_parser.so");
+    const std::string copied = folder.file("preference_xml_parser.so");
     std::filesystem::copy_file(kLibrary, copied);
     void* const library = ::dlopen(copied.c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << ::dlerror();
@@ -132,13 +132,13 @@ TEST(PreferenceLibraryTest, IsGoneAfterTheLastClose)
 TEST_F(PreferenceModuleTest, TheTablesOperationsStandInTheContractsOrder)
 {
     TemporaryFolder folder;
-    auto const path = units(std::u16string(folder.path().begin(), folder.path().end()));
-    auto const key = units(u"key");
+    const auto path = units(std::u16string(folder.path().begin(), folder.path().end()));
+    const auto key = units(u"key");
     unsigned short text[4] = {'a', 'b', 'c', 0};
     unsigned char block[3] = {1, 2, 3};
     unsigned char* pointer = block;
     void* store = nullptr;
-    using GetInterface = bool (*)(void*, unsigned char const*, void**);
+    using GetInterface = bool (*)(void*, const unsigned char*, void**);
     ASSERT_TRUE(operationAt<GetInterface>(m_module, 0)(m_module, kIPtPreferencesID, &store));
     void* face = nullptr;
     using Query = std::int32_t (*)(void*, long, void**);
@@ -147,21 +147,21 @@ TEST_F(PreferenceModuleTest, TheTablesOperationsStandInTheContractsOrder)
     using Count = std::uint32_t (*)(void*);
     EXPECT_EQ(operationAt<Count>(store, 1)(store), 3U);
     EXPECT_EQ(operationAt<Count>(store, 2)(store), 2U);
-    using Init = bool (*)(void*, unsigned short const*, int);
+    using Init = bool (*)(void*, const unsigned short*, int);
     EXPECT_TRUE(operationAt<Init>(store, 3)(store, path.data(), static_cast<int>(path.size()) - 1));
     using Domain = bool (*)(void*, int);
     EXPECT_FALSE(operationAt<Domain>(store, 4)(store, kDomain)); // nothing saved yet
     EXPECT_TRUE(operationAt<Domain>(store, 5)(store, kDomain));
     EXPECT_TRUE(operationAt<Domain>(store, 4)(store, kDomain));
-    using SetValue = bool (*)(void*, int, unsigned short const*, unsigned short const*, int);
+    using SetValue = bool (*)(void*, int, const unsigned short*, const unsigned short*, int);
     EXPECT_TRUE(operationAt<SetValue>(store, 8)(store, kDomain, key.data(), text, 2));
-    using GetValue = bool (*)(void*, int, unsigned short const*, unsigned short*, int);
+    using GetValue = bool (*)(void*, int, const unsigned short*, unsigned short*, int);
     EXPECT_TRUE(operationAt<GetValue>(store, 6)(store, kDomain, key.data(), text, 4));
     EXPECT_THAT(text, testing::ElementsAre('a', 'b', 0, 0));
-    using SetBytes = bool (*)(void*, int, unsigned short const*, unsigned char const*, int);
+    using SetBytes = bool (*)(void*, int, const unsigned short*, const unsigned char*, int);
     EXPECT_TRUE(operationAt<SetBytes>(store, 9)(store, kDomain, key.data(), block, 2));
     block[0] = 9;
-    using GetBytes = bool (*)(void*, int, unsigned short const*, unsigned char**, int);
+    using GetBytes = bool (*)(void*, int, const unsigned short*, unsigned char**, int);
     EXPECT_TRUE(operationAt<GetBytes>(store, 7)(store, kDomain, key.data(), &pointer, 3));
     EXPECT_THAT(block, testing::ElementsAre(1, 2, 3));
     operationAt<Count>(store, 2)(store);

@@ -1,7 +1,7 @@
 // The store among real processes: several that save, one that is killed, one that may not, one
 // whose disk is full.
 
-#include "StoreClient.h"
+#include "modules/preference_xml_parser/StoreClient.h"
 
 #include <chrono>
 #include <csignal>
@@ -29,20 +29,18 @@ constexpr int kCannotTry = 77; // exit status of a child that lacks what the tes
 // A child that runs a function; killed at the latest with this object.
 class Child {
 public:
-    explicit Child(std::function<int()> const& run)
+    explicit Child(const std::function<int()>& run)
         : m_process(::fork())
     {
-        if (m_process == 0) {
+        if (m_process == 0)
             ::_exit(run());
-        }
     }
-    Child(Child const&) = delete;
-    Child& operator=(Child const&) = delete;
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
     ~Child()
     {
-        if (m_process > 0) {
+        if (m_process > 0)
             kill();
-        }
     }
 
     // The exit status; -1 when it ended otherwise.
@@ -66,25 +64,24 @@ private:
 
 std::u16string numbered(char16_t letter, int number)
 {
-    std::string const digits = std::to_string(number);
+    const std::string digits = std::to_string(number);
     return letter + std::u16string(digits.begin(), digits.end());
 }
 
 // Saves one new key after the other, as a host does: load, set, save.
-int saveManyKeys(std::string const& folder, char16_t letter, int count)
+int saveManyKeys(const std::string& folder, char16_t letter, int count)
 {
     for (int number = 0; number < count; ++number) {
         StoreClient store(folder);
         store.load();
-        if (!store.set(numbered(letter, number), u"1") || !store.save()) {
+        if (!store.set(numbered(letter, number), u"1") || !store.save())
             return 1;
-        }
     }
     return 0;
 }
 
 // From now on this process is an ordinary user's, the owner of the folder.
-bool becomeOrdinaryUser(std::string const& folder)
+bool becomeOrdinaryUser(const std::string& folder)
 {
     return ::getuid() != 0
         || (::chown(folder.c_str(), kNobody, kNobody) == 0 && ::setgid(kNobody) == 0
@@ -92,7 +89,7 @@ bool becomeOrdinaryUser(std::string const& folder)
 }
 
 // Runs a check as an ordinary user; what the check's steps are is up to its text.
-int asOrdinaryUser(std::string const& folder, std::function<bool()> const& check)
+int asOrdinaryUser(const std::string& folder, const std::function<bool()>& check)
 {
     return Child([&] {
         ::umask(022);
@@ -100,7 +97,7 @@ int asOrdinaryUser(std::string const& folder, std::function<bool()> const& check
     }).wait();
 }
 
-bool setMode(std::string const& path, mode_t mode)
+bool setMode(const std::string& path, mode_t mode)
 {
     return ::chmod(path.c_str(), mode) == 0;
 }
@@ -145,7 +142,7 @@ TEST(PreferenceProcessesTest, AKilledSaverLeavesAWholeFileAndNoLock)
         saver.kill();
         ASSERT_TRUE(store.load()) << round;
         ASSERT_EQ(store.text(u"other"), u"kept");
-        std::u16string const text = store.text(u"long").value_or(u"");
+        const std::u16string text = store.text(u"long").value_or(u"");
         ASSERT_EQ(text, std::u16string(text.size(), text[0]));
         ASSERT_TRUE(text.empty() || text.size() == kLength);
     }
@@ -158,7 +155,7 @@ TEST(PreferenceProcessesTest, AKilledSaverLeavesAWholeFileAndNoLock)
 TEST(PreferenceProcessesTest, AFileWithoutReadPermissionIsNeitherLoadedNorReplaced)
 {
     TemporaryFolder folder;
-    int const status = asOrdinaryUser(folder.path(), [&] {
+    const int status = asOrdinaryUser(folder.path(), [&] {
         StoreClient store(folder.path());
         store.set(u"key", u"1");
         bool ok = store.save() && setMode(folder.preferences(), 0);
@@ -172,7 +169,7 @@ TEST(PreferenceProcessesTest, AFileWithoutReadPermissionIsNeitherLoadedNorReplac
 TEST(PreferenceProcessesTest, InAFolderWithoutWritePermissionAStoreIsReadOnly)
 {
     TemporaryFolder folder;
-    int const status = asOrdinaryUser(folder.path(), [&] {
+    const int status = asOrdinaryUser(folder.path(), [&] {
         StoreClient store(folder.path());
         store.set(u"key", u"1");
         bool ok = store.save() && setMode(folder.path(), 0500);
@@ -186,7 +183,7 @@ TEST(PreferenceProcessesTest, InAFolderWithoutWritePermissionAStoreIsReadOnly)
 TEST(PreferenceProcessesTest, ADamagedFileThatCannotBePutAsideStays)
 {
     TemporaryFolder folder;
-    int const status = asOrdinaryUser(folder.path(), [&] {
+    const int status = asOrdinaryUser(folder.path(), [&] {
         writeFile(folder.preferences(), "broken");
         bool ok = setMode(folder.path(), 0500);
         StoreClient store(folder.path());
@@ -199,10 +196,10 @@ TEST(PreferenceProcessesTest, ADamagedFileThatCannotBePutAsideStays)
 TEST(PreferenceProcessesTest, AFolderThatCannotBeMadeIsRefused)
 {
     TemporaryFolder folder;
-    int const status = asOrdinaryUser(folder.path(), [&] {
+    const int status = asOrdinaryUser(folder.path(), [&] {
         preferences::StoreChain chain;
         StoreClient store(new preferences::PreferenceStore(chain));
-        bool const ok = setMode(folder.path(), 0500) && !store.init(folder.file("store"));
+        const bool ok = setMode(folder.path(), 0500) && !store.init(folder.file("store"));
         return ok && setMode(folder.path(), 0700);
     });
     EXPECT_EQ(status, 0);
@@ -215,8 +212,8 @@ TEST(PreferenceProcessesTest, AFileThatMayGrowNoFurtherLeavesTheOldOneWhole)
         StoreClient store(folder.path());
         store.set(u"key", u"1");
         bool ok = store.save();
-        std::string const before = fileBytes(folder.preferences());
-        rlimit const limit{1000, 1000};
+        const std::string before = fileBytes(folder.preferences());
+        const rlimit limit{1000, 1000};
         ::signal(SIGXFSZ, SIG_IGN);
         ok = ok && ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
         ok = ok && store.set(u"key", std::u16string(5000, u'x')) && !store.save();
@@ -231,23 +228,21 @@ TEST(PreferenceProcessesTest, AFullDiskLeavesTheOldFileWhole)
     TemporaryFolder folder;
     Child child([&] {
         // In a namespace of its own, so that the file system goes with the process.
-        bool const mounted = ::unshare(CLONE_NEWNS) == 0
+        const bool mounted = ::unshare(CLONE_NEWNS) == 0
             && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
             && ::mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=64k") == 0;
-        if (!mounted) {
+        if (!mounted)
             return kCannotTry;
-        }
         StoreClient store(folder.path());
         store.set(u"key", u"1");
         bool ok = store.save();
-        std::string const before = fileBytes(folder.preferences());
+        const std::string before = fileBytes(folder.preferences());
         ok = ok && store.set(u"key", std::u16string(200000, u'x')) && !store.save();
         ok = ok && fileBytes(folder.preferences()) == before && namesIn(folder.path()).size() == 2;
         return ok && store.set(u"key", u"2") && store.save() ? 0 : 1;
     });
-    int const status = child.wait();
-    if (status == kCannotTry) {
+    const int status = child.wait();
+    if (status == kCannotTry)
         GTEST_SKIP() << "a file system can be mounted by root only";
-    }
     EXPECT_EQ(status, 0);
 }

@@ -1,4 +1,4 @@
-#include "StoreClient.h"
+#include "modules/preference_xml_parser/StoreClient.h"
 
 #include <algorithm>
 #include <climits>
@@ -43,7 +43,7 @@ TEST_F(PreferenceStoreTest, GivesInTheNextSessionWhatWasSavedInThisOne)
 
 TEST_F(PreferenceStoreTest, KeepsUnitsAndBytesThatXmlCannotHold)
 {
-    std::u16string const odd{0, 1, u'\r', u'\n', 0xd800, u' ', 0xdc00, 0xfffe, 0xffff, u' '};
+    const std::u16string odd{0, 1, u'\r', u'\n', 0xd800, u' ', 0xdc00, 0xfffe, 0xffff, u' '};
     m_store.set(odd, odd);
     m_store.set(u" ", u"\t");
     ASSERT_TRUE(m_store.save());
@@ -55,7 +55,7 @@ TEST_F(PreferenceStoreTest, KeepsUnitsAndBytesThatXmlCannotHold)
 
 TEST_F(PreferenceStoreTest, KeepsDomainsApart)
 {
-    auto const key = units(u"key");
+    const auto key = units(u"key");
     m_store.set(u"key", u"of 3");
     m_store->SetValue(255, key.data(), units(u"of 255").data(), 6);
     ASSERT_TRUE(m_store.save());
@@ -77,7 +77,7 @@ TEST_F(PreferenceStoreTest, KeepsDomainsApart)
 TEST_F(PreferenceStoreTest, CutsALongTextAtTheCapacityAndTerminatesIt)
 {
     m_store.set(u"key", u"abcd");
-    auto const key = units(u"key");
+    const auto key = units(u"key");
     std::vector<unsigned short> buffer(6, 0x7777);
     EXPECT_TRUE(m_store->GetValue(kDomain, key.data(), buffer.data(), 4));
     EXPECT_THAT(buffer, ElementsAre('a', 'b', 'c', 0, 0x7777, 0x7777));
@@ -90,7 +90,7 @@ TEST_F(PreferenceStoreTest, CutsALongTextAtTheCapacityAndTerminatesIt)
 TEST_F(PreferenceStoreTest, NeverCutsASurrogatePairInTwo)
 {
     m_store.set(u"key", u"a\U0001f600b");
-    auto const key = units(u"key");
+    const auto key = units(u"key");
     std::vector<unsigned short> buffer(5, 0x7777);
     EXPECT_TRUE(m_store->GetValue(kDomain, key.data(), buffer.data(), 3));
     EXPECT_THAT(buffer, ElementsAre('a', 0, 0x7777, 0x7777, 0x7777));
@@ -121,12 +121,10 @@ TEST_F(PreferenceStoreTest, LeavesTheBuffersAloneWhenTheKeyIsAbsentOrOfTheOtherK
     unsigned short buffer[2] = {7, 7};
     unsigned char block[2] = {7, 7};
     unsigned char* pointer = block;
-    for (auto const* const key : {u"bytes", u"none", u""}) {
+    for (const auto* const key : {u"bytes", u"none", u""})
         EXPECT_FALSE(m_store->GetValue(kDomain, units(key).data(), buffer, 2));
-    }
-    for (auto const* const key : {u"text", u"none", u""}) {
+    for (const auto* const key : {u"text", u"none", u""})
         EXPECT_FALSE(m_store->GetBytes(kDomain, units(key).data(), &pointer, 2));
-    }
     EXPECT_THAT(buffer, ElementsAre(7, 7));
     EXPECT_THAT(block, ElementsAre(7, 7));
 }
@@ -141,14 +139,14 @@ TEST_F(PreferenceStoreTest, GivesAKeyTheKindThatWasSetLast)
 
 TEST_F(PreferenceStoreTest, RefusesArgumentsThatAreNoneAndChangesNothing)
 {
-    auto const key = units(u"key");
+    const auto key = units(u"key");
     unsigned short buffer[2] = {7, 7};
     unsigned char block[2] = {7, 7};
     unsigned char* pointer = block;
     unsigned char* nowhere = nullptr;
     IPtPreferences& store = *m_store;
     ASSERT_TRUE(m_store.set(u"key", u"1"));
-    for (int const domain : {-1, 256, INT_MIN, INT_MAX}) {
+    for (const int domain : {-1, 256, INT_MIN, INT_MAX}) {
         EXPECT_FALSE(store.LoadStore(domain));
         EXPECT_FALSE(store.SaveStore(domain));
         EXPECT_FALSE(store.SetValue(domain, key.data(), buffer, 1));
@@ -174,7 +172,7 @@ TEST_F(PreferenceStoreTest, RefusesArgumentsThatAreNoneAndChangesNothing)
     EXPECT_FALSE(store.InitStore(key.data(), 0));
     EXPECT_FALSE(store.InitStore(key.data(), -1));
     EXPECT_FALSE(store.InitStore(key.data(), 4)); // a 0 unit in the path
-    unsigned short const loneHalf[] = {'/', 't', 0xd800};
+    const unsigned short loneHalf[] = {'/', 't', 0xd800};
     EXPECT_FALSE(store.InitStore(loneHalf, 3));
     EXPECT_EQ(m_store.text(u"key"), u"1");
     EXPECT_THAT(buffer, ElementsAre(7, 7));
@@ -183,10 +181,10 @@ TEST_F(PreferenceStoreTest, RefusesArgumentsThatAreNoneAndChangesNothing)
 
 TEST_F(PreferenceStoreTest, MakesItsFolderForTheUserAlone)
 {
-    std::string const deep = m_folder.file("a/b/Tevoro NX");
+    const std::string deep = m_folder.file("a/b/Tevoro NX");
     ASSERT_TRUE(m_store.init(deep));
     struct stat status = {};
-    for (std::string const& made : {m_folder.file("a"), deep}) {
+    for (const std::string& made : {m_folder.file("a"), deep}) {
         ASSERT_EQ(::stat(made.c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 07777U, 0700U) << made;
     }

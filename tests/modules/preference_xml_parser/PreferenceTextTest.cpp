@@ -45,7 +45,7 @@ TEST(PreferenceTextTest, ConvertsCharactersOfEveryLength)
         "\xf4\x8f\xbf\xbf\xed\x9f\xbf\xee\x80\x80\xc2\x80\xe0\xa0\x80");
 }
 
-class BadUtf8Test : public testing::TestWithParam<char const*> { };
+class BadUtf8Test : public testing::TestWithParam<const char*> { };
 
 TEST_P(BadUtf8Test, IsNoText)
 {
@@ -92,7 +92,7 @@ TEST(PreferenceTextTest, TakesOnlyTextThatComesBackForPlain)
 {
     EXPECT_TRUE(isPlainText(u""));
     EXPECT_TRUE(isPlainText(u"C:\\My pictures & <more>  \u00fc\U0001f600"));
-    for (char16_t const unit : {u'\0',
+    for (const char16_t unit : {u'\0',
              u'\t',
              u'\n',
              u'\r',
@@ -102,9 +102,8 @@ TEST(PreferenceTextTest, TakesOnlyTextThatComesBackForPlain)
              u'\u2029',
              u'\ufeff',
              u'\ufffe',
-             u'\uffff'}) {
+             u'\uffff'})
         EXPECT_FALSE(isPlainText(std::u16string{u'a', unit, u'a'})) << int{unit};
-    }
     EXPECT_FALSE(isPlainText(u" a"));
     EXPECT_FALSE(isPlainText(u"a "));
     EXPECT_FALSE(isPlainText(std::u16string(1, 0xd83d)));
@@ -121,7 +120,7 @@ TEST(PreferenceTextTest, UnescapesBothCasesOfDigits)
     EXPECT_EQ(unescapedText("\\u00E9\\u00e9\\\\u"), u"\u00e9\u00e9\\u");
 }
 
-class BadEscapeTest : public testing::TestWithParam<char const*> { };
+class BadEscapeTest : public testing::TestWithParam<const char*> { };
 
 TEST_P(BadEscapeTest, GivesNothing)
 {
@@ -146,12 +145,11 @@ TEST(PreferenceTextTest, EscapedTextOfAnyUnitsComesBack)
 {
     std::mt19937 random(20011);
     for (int round = 0; round < 20000; ++round) {
-        std::u16string const text = randomUnits(random);
-        std::string const escaped = escapedText(text);
+        const std::u16string text = randomUnits(random);
+        const std::string escaped = escapedText(text);
         ASSERT_EQ(unescapedText(escaped), text) << escaped;
         ASSERT_TRUE(isXmlText(escaped));
-        if (isPlainText(text)) {
+        if (isPlainText(text))
             ASSERT_EQ(utf16FromUtf8(utf8FromUtf16(text).value()), text);
-        }
     }
 }

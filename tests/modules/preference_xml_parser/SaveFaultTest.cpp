@@ -1,7 +1,7 @@
 // Saving with a system call that fails: each of them once, the first, the second and so on, until
 // a save needs no further call. The linker leads the calls of the program through here.
 
-#include "StoreClient.h"
+#include "modules/preference_xml_parser/StoreClient.h"
 
 #include <cerrno>
 #include <cstdarg>
@@ -16,23 +16,21 @@ using namespace tests;
 
 namespace {
 
-int g_callsBeforeFault = -1; // -1: no fault is armed
-int g_fault = 0; // the error number
-bool g_faultHappened = false;
-bool g_shortWrites = false;
-std::vector<std::string> g_calls; // those since the last arming, the failing one included
+int gCallsBeforeFault = -1; // -1: no fault is armed
+int gFault = 0; // the error number
+bool gFaultHappened = false;
+bool gShortWrites = false;
+std::vector<std::string> gCalls; // those since the last arming, the failing one included
 
-bool faultIsDue(char const* call)
+bool faultIsDue(const char* call)
 {
-    if (g_callsBeforeFault < 0) {
+    if (gCallsBeforeFault < 0)
         return false;
-    }
-    g_calls.emplace_back(call);
-    if (g_callsBeforeFault-- > 0) {
+    gCalls.emplace_back(call);
+    if (gCallsBeforeFault-- > 0)
         return false;
-    }
-    g_faultHappened = true;
-    errno = g_fault;
+    gFaultHappened = true;
+    errno = gFault;
     return true;
 }
 
@@ -41,16 +39,16 @@ class ArmedFault {
 public:
     ArmedFault(int calls, int fault)
     {
-        g_callsBeforeFault = calls;
-        g_fault = fault;
-        g_faultHappened = false;
-        g_calls.clear();
+        gCallsBeforeFault = calls;
+        gFault = fault;
+        gFaultHappened = false;
+        gCalls.clear();
     }
-    ArmedFault(ArmedFault const&) = delete;
-    ArmedFault& operator=(ArmedFault const&) = delete;
-    ~ArmedFault() { g_callsBeforeFault = -1; }
+    ArmedFault(const ArmedFault&) = delete;
+    ArmedFault& operator=(const ArmedFault&) = delete;
+    ~ArmedFault() { gCallsBeforeFault = -1; }
 
-    bool happened() const { return g_faultHappened; }
+    bool happened() const { return gFaultHappened; }
 };
 
 } // namespace
@@ -67,21 +65,21 @@ extern "C" {
 
 TEVORO_FAULTY(fchmod, (int descriptor, mode_t mode), (descriptor, mode))
 TEVORO_FAULTY(fsync, (int descriptor), (descriptor))
-TEVORO_FAULTY(rename, (char const* from, char const* to), (from, to))
+TEVORO_FAULTY(rename, (const char* from, const char* to), (from, to))
 TEVORO_FAULTY(flock, (int descriptor, int operation), (descriptor, operation))
-TEVORO_FAULTY(unlink, (char const* path), (path))
+TEVORO_FAULTY(unlink, (const char* path), (path))
 TEVORO_FAULTY(fstat, (int descriptor, struct stat* status), (descriptor, status))
 TEVORO_FAULTY(renameat2,
-    (int fromFolder, char const* from, int toFolder, char const* to, unsigned int flags),
+    (int fromFolder, const char* from, int toFolder, const char* to, unsigned int flags),
     (fromFolder, from, toFolder, to, flags))
 
-int __real_open(char const* path, int flags, ...);
-int __wrap_open(char const* path, int flags, ...);
-int __wrap_open(char const* path, int flags, ...)
+int __real_open(const char* path, int flags, ...);
+int __wrap_open(const char* path, int flags, ...);
+int __wrap_open(const char* path, int flags, ...)
 {
     va_list rest;
     va_start(rest, flags);
-    mode_t const mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
     return faultIsDue("open") ? -1 : __real_open(path, flags, mode);
 }
@@ -91,7 +89,7 @@ int __real_close(int descriptor);
 int __wrap_close(int descriptor);
 int __wrap_close(int descriptor)
 {
-    int const result = __real_close(descriptor);
+    const int result = __real_close(descriptor);
     return faultIsDue("close") ? -1 : result;
 }
 
@@ -102,11 +100,11 @@ ssize_t __wrap_read(int descriptor, void* bytes, std::size_t size)
     return faultIsDue("read") ? -1 : __real_read(descriptor, bytes, size);
 }
 
-ssize_t __real_write(int descriptor, void const* bytes, std::size_t size);
-ssize_t __wrap_write(int descriptor, void const* bytes, std::size_t size);
-ssize_t __wrap_write(int descriptor, void const* bytes, std::size_t size)
+ssize_t __real_write(int descriptor, const void* bytes, std::size_t size);
+ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t size);
+ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t size)
 {
-    return faultIsDue("write") ? -1 : __real_write(descriptor, bytes, g_shortWrites ? 1 : size);
+    return faultIsDue("write") ? -1 : __real_write(descriptor, bytes, gShortWrites ? 1 : size);
 }
 
 } // extern "C"
@@ -138,20 +136,20 @@ protected:
 
 TEST_F(SaveFaultTest, WhicheverCallFailsTheFileIsWholeAndTheResultTrue)
 {
-    std::size_t const descriptors = openDescriptors();
+    const std::size_t descriptors = openDescriptors();
     int failures = 0;
     bool happened = true;
     for (int calls = 0; happened; ++calls) {
-        std::u16string const before = savedKey();
-        std::u16string const wanted = before + u"+";
+        const std::u16string before = savedKey();
+        const std::u16string wanted = before + u"+";
         m_store.set(u"key", wanted);
         bool saved = false;
         {
-            ArmedFault const fault(calls, EIO);
+            const ArmedFault fault(calls, EIO);
             saved = m_store.save();
             happened = fault.happened();
         }
-        std::u16string const after = savedKey();
+        const std::u16string after = savedKey();
         EXPECT_TRUE(after == before || after == wanted) << calls;
         EXPECT_TRUE(!saved || after == wanted) << calls;
         EXPECT_TRUE(saved || happened) << calls;
@@ -170,10 +168,10 @@ TEST_F(SaveFaultTest, TheBytesAreOnTheDiskBeforeTheNameIs)
 {
     m_store.set(u"key", u"new");
     {
-        ArmedFault const none(1000000, EIO);
+        const ArmedFault none(1000000, EIO);
         ASSERT_TRUE(m_store.save());
     }
-    std::vector<std::string> const expected{"open",
+    const std::vector<std::string> expected{"open",
         "flock",
         "open",
         "fstat",
@@ -191,7 +189,7 @@ TEST_F(SaveFaultTest, TheBytesAreOnTheDiskBeforeTheNameIs)
         "fsync",
         "close",
         "close"};
-    EXPECT_EQ(g_calls, expected);
+    EXPECT_EQ(gCalls, expected);
 }
 
 TEST_F(SaveFaultTest, SignalsBreakNothingOff)
@@ -201,7 +199,7 @@ TEST_F(SaveFaultTest, SignalsBreakNothingOff)
     int saves = 0;
     for (int calls = 0; happened; ++calls) {
         m_store.set(u"key", savedKey() + u"+");
-        ArmedFault const fault(calls, EINTR);
+        const ArmedFault fault(calls, EINTR);
         saves += m_store.save() ? 1 : 0;
         happened = fault.happened();
     }
@@ -210,22 +208,22 @@ TEST_F(SaveFaultTest, SignalsBreakNothingOff)
 
 TEST_F(SaveFaultTest, WritesByTheByteAddUp)
 {
-    g_shortWrites = true;
+    gShortWrites = true;
     m_store.set(u"key", u"a longer text");
     EXPECT_TRUE(m_store.save());
-    g_shortWrites = false;
+    gShortWrites = false;
     EXPECT_EQ(savedKey(), u"a longer text");
 }
 
 TEST_F(SaveFaultTest, WhicheverCallFailsInLoadingADamagedFileItIsKept)
 {
-    std::string const aside = m_folder.file("preferences-3.damaged-1.xml");
+    const std::string aside = m_folder.file("preferences-3.damaged-1.xml");
     int left = 0;
     bool happened = true;
     for (int calls = 0; happened; ++calls) {
         writeFile(m_folder.preferences(), "broken");
         {
-            ArmedFault const fault(calls, EACCES);
+            const ArmedFault fault(calls, EACCES);
             EXPECT_FALSE(m_store.load());
             happened = fault.happened();
         }

@@ -26,51 +26,48 @@ inline constexpr int kDomain = 3;
 
 class TemporaryFolder {
 public:
-    explicit TemporaryFolder(std::string const& below = "/tmp")
+    explicit TemporaryFolder(const std::string& below = "/tmp")
     {
         std::string pattern = below + "/preferences-test-XXXXXX";
-        if (::mkdtemp(pattern.data()) == nullptr) {
+        if (::mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no temporary folder below " + below);
-        }
         m_path = pattern;
     }
-    TemporaryFolder(TemporaryFolder const&) = delete;
-    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder()
     {
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
     }
 
-    std::string const& path() const { return m_path; }
-    std::string file(std::string const& name) const { return m_path + "/" + name; }
+    const std::string& path() const { return m_path; }
+    std::string file(const std::string& name) const { return m_path + "/" + name; }
     std::string preferences() const { return file("preferences-3.xml"); }
 
 private:
     std::string m_path;
 };
 
-inline std::string fileBytes(std::string const& path)
+inline std::string fileBytes(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-inline void writeFile(std::string const& path, std::string_view bytes)
+inline void writeFile(const std::string& path, std::string_view bytes)
 {
     std::ofstream file(path, std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush()) {
+    if (!file.flush())
         throw std::runtime_error("cannot write " + path);
-    }
 }
 
-inline std::set<std::string> namesIn(std::string const& folder)
+inline std::set<std::string> namesIn(const std::string& folder)
 {
     std::set<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(folder)) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
         names.insert(entry.path().filename().string());
-    }
     return names;
 }
 
@@ -94,23 +91,22 @@ public:
         : m_store(store)
     {
     }
-    explicit StoreClient(std::string const& folder)
+    explicit StoreClient(const std::string& folder)
         : StoreClient(new preferences::PreferenceStore(chain()))
     {
-        if (!init(folder)) {
+        if (!init(folder))
             throw std::runtime_error("no store in " + folder);
-        }
     }
-    StoreClient(StoreClient const&) = delete;
-    StoreClient& operator=(StoreClient const&) = delete;
+    StoreClient(const StoreClient&) = delete;
+    StoreClient& operator=(const StoreClient&) = delete;
     ~StoreClient() { m_store->Release(); }
 
     IPtPreferences& operator*() { return *m_store; }
     IPtPreferences* operator->() { return m_store; }
 
-    bool init(std::string const& folder)
+    bool init(const std::string& folder)
     {
-        std::u16string const wide(folder.begin(), folder.end());
+        const std::u16string wide(folder.begin(), folder.end());
         return m_store->InitStore(units(wide).data(), static_cast<int>(wide.size()));
     }
     bool load() { return m_store->LoadStore(kDomain); }
@@ -135,12 +131,10 @@ public:
         constexpr unsigned short kMark = 0xdcba;
         std::vector<unsigned short> buffer(70000, kMark);
         if (!m_store->GetValue(
-                kDomain, units(key).data(), buffer.data(), static_cast<int>(buffer.size()))) {
+                kDomain, units(key).data(), buffer.data(), static_cast<int>(buffer.size())))
             return std::nullopt;
-        }
-        while (buffer.back() == kMark) {
+        while (buffer.back() == kMark)
             buffer.pop_back();
-        }
         buffer.pop_back(); // the terminator
         return std::u16string(buffer.begin(), buffer.end());
     }
@@ -148,9 +142,8 @@ public:
     {
         std::vector<unsigned char> buffer(size + 1);
         unsigned char* pointer = buffer.data();
-        if (!m_store->GetBytes(kDomain, units(key).data(), &pointer, static_cast<int>(size))) {
+        if (!m_store->GetBytes(kDomain, units(key).data(), &pointer, static_cast<int>(size)))
             return std::nullopt;
-        }
         return std::string(buffer.begin(), buffer.end() - 1);
     }
 

@@ -38,7 +38,7 @@ constexpr auto kJunkFiles =
     std::to_array<std::string_view>({"Thumbs.db", "desktop.ini", ".DS_Store"});
 
 template <typename Names>
-bool isOneOf(std::string_view name, Names const& names)
+bool isOneOf(std::string_view name, const Names& names)
 {
     return std::any_of(names.begin(), names.end(), [name](std::string_view other) {
         return Pt::equalIgnoringAsciiCase(name, other);
@@ -59,39 +59,36 @@ bool isJunkFile(std::string_view name)
 std::optional<NotHandledReason> reasonByKind(Kind kind)
 {
     switch (kind) {
-    case Kind::Regular:
-    case Kind::Folder:
+    case Kind::kRegular:
+    case Kind::kFolder:
         return std::nullopt;
-    case Kind::Link:
-        return NotHandledReason::Link;
-    case Kind::Socket:
-        return NotHandledReason::Socket;
-    case Kind::Pipe:
-        return NotHandledReason::Pipe;
-    case Kind::Device:
-        return NotHandledReason::Device;
-    case Kind::Other:
+    case Kind::kLink:
+        return NotHandledReason::kLink;
+    case Kind::kSocket:
+        return NotHandledReason::kSocket;
+    case Kind::kPipe:
+        return NotHandledReason::kPipe;
+    case Kind::kDevice:
+        return NotHandledReason::kDevice;
+    case Kind::kOther:
         break;
     }
-    return NotHandledReason::Other;
+    return NotHandledReason::kOther;
 }
 
 // Why this entry is passed over; nothing if it is taken or entered.
 std::optional<NotHandledReason> reasonAgainst(std::string_view name, Kind kind)
 {
-    if (const auto reason = reasonByKind(kind)) {
+    if (const auto reason = reasonByKind(kind))
         return reason;
-    }
-    if (kind == Kind::Folder && isSystemFolder(name)) {
-        return NotHandledReason::SystemFolder;
-    }
-    if (kind == Kind::Regular && isJunkFile(name)) {
-        return NotHandledReason::JunkFile;
-    }
-    return name.front() == '.' ? std::optional(NotHandledReason::Hidden) : std::nullopt;
+    if (kind == Kind::kFolder && isSystemFolder(name))
+        return NotHandledReason::kSystemFolder;
+    if (kind == Kind::kRegular && isJunkFile(name))
+        return NotHandledReason::kJunkFile;
+    return name.front() == '.' ? std::optional(NotHandledReason::kHidden) : std::nullopt;
 }
 
-bool isOneFile(std::string const& a, std::string const& b)
+bool isOneFile(const std::string& a, const std::string& b)
 {
     std::error_code error;
     return std::filesystem::equivalent(a, b, error) && !error;
@@ -99,7 +96,7 @@ bool isOneFile(std::string const& a, std::string const& b)
 
 class Scan {
 public:
-    Scan(CardContents& contents, ScanOptions const& options)
+    Scan(CardContents& contents, const ScanOptions& options)
         : m_contents(contents)
         , m_options(options)
     {
@@ -112,13 +109,13 @@ private:
     std::vector<std::string> namesIn(std::uint32_t folder);
     void putBack(std::uint32_t folder);
     void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
-    void take(std::uint32_t folder, std::string name, NameChoice const& choice);
-    void enter(std::uint32_t folder, std::string name, Pt::FileStatus const& status);
+    void take(std::uint32_t folder, std::string name, const NameChoice& choice);
+    void enter(std::uint32_t folder, std::string name, const Pt::FileStatus& status);
     bool toldToStop();
     void sort();
 
     CardContents& m_contents;
-    ScanOptions const& m_options;
+    const ScanOptions& m_options;
     std::vector<std::uint32_t> m_pending; // folders still to be listed
     std::set<std::pair<std::uint64_t, std::uint64_t>> m_entered; // device and inode
 };
@@ -126,9 +123,8 @@ private:
 void Scan::run()
 {
     const auto root = Pt::fileStatus(m_contents.root, m_contents.rootError);
-    if (!root) {
+    if (!root)
         return;
-    }
     m_entered.emplace(root->device, root->inode);
     m_contents.folders.emplace_back();
     m_contents.folderIds.push_back({root->device, root->inode, 0});
@@ -160,9 +156,8 @@ void Scan::list(std::uint32_t folder)
     std::sort(names.begin(), names.end());
     const NameChoice choice(m_options.only, names);
     for (std::string& name : names) {
-        if (toldToStop()) {
+        if (toldToStop())
             return;
-        }
         take(folder, std::move(name), choice);
     }
 }
@@ -179,9 +174,8 @@ std::vector<std::string> Scan::namesIn(std::uint32_t folder)
     }
     if (error) {
         m_contents.problems.push_back({path, error});
-        if (folder == 0) {
+        if (folder == 0)
             m_contents.rootError = error;
-        }
     }
     return names;
 }
@@ -195,16 +189,15 @@ void Scan::putBack(std::uint32_t folder)
     std::filesystem::directory_iterator entry(aside, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         const std::string back = path + '/' + entry->path().filename().native();
-        if (isOneFile(entry->path().native(), back)) {
+        if (isOneFile(entry->path().native(), back))
             Pt::unlinkPath(entry->path().native()); // killed on the way, with both names
-        } else if (!Pt::moveWithoutReplacing(entry->path().native(), back)) {
+        else if (!Pt::moveWithoutReplacing(entry->path().native(), back))
             m_contents.putBack.push_back(back);
-        }
     }
     std::filesystem::remove(aside, error);
 }
 
-void Scan::take(std::uint32_t folder, std::string name, NameChoice const& choice)
+void Scan::take(std::uint32_t folder, std::string name, const NameChoice& choice)
 {
     const std::string path = m_contents.folderPath(folder) + '/' + name;
     std::error_code error;
@@ -213,14 +206,14 @@ void Scan::take(std::uint32_t folder, std::string name, NameChoice const& choice
         m_contents.problems.push_back({path, error});
     } else if (const auto reason = reasonAgainst(name, status->kind)) {
         passOver(folder, std::move(name), *reason, status->kind);
-    } else if (status->kind == Kind::Folder) {
+    } else if (status->kind == Kind::kFolder) {
         enter(folder, std::move(name), *status);
     } else if (choice.takes(name)) {
         m_contents.items.push_back({std::move(name), *status, folder});
         ++m_contents.folderIds[folder].items;
     } else {
         ++m_contents.notAskedFor;
-        std::string const& below = m_contents.folders[folder];
+        const std::string& below = m_contents.folders[folder];
         m_contents.leftOut.insert(below.empty() ? std::move(name) : below + '/' + name);
     }
 }
@@ -231,27 +224,26 @@ void Scan::passOver(std::uint32_t folder, std::string name, NotHandledReason rea
     const std::string below = m_contents.folders[folder];
     const std::string path = below.empty() ? entry.name : below + '/' + entry.name;
     FoundPictures found;
-    if (kind == Kind::Folder) {
+    if (kind == Kind::kFolder) {
         found = picturesBelow(m_contents.root, path);
-    } else if (kind == Kind::Regular && isPicture(m_contents.root + '/' + path)) {
+    } else if (kind == Kind::kRegular && isPicture(m_contents.root + '/' + path)) {
         found = {{path}, 1};
-        if (reason == NotHandledReason::JunkFile) {
-            entry.reason = NotHandledReason::Hidden; // a picture with the name of a system's file
-        }
+        if (reason == NotHandledReason::kJunkFile)
+            entry.reason = NotHandledReason::kHidden; // a picture with the name of a system's file
     }
     entry.pictures = std::move(found.names);
     entry.pictureCount = found.count;
     m_contents.notHandled.push_back(std::move(entry));
 }
 
-void Scan::enter(std::uint32_t folder, std::string name, Pt::FileStatus const& status)
+void Scan::enter(std::uint32_t folder, std::string name, const Pt::FileStatus& status)
 {
     if (!m_entered.emplace(status.device, status.inode).second) {
         m_contents.notHandled.push_back(
-            {std::move(name), folder, NotHandledReason::SameFolder, {}, 0});
+            {std::move(name), folder, NotHandledReason::kSameFolder, {}, 0});
         return;
     }
-    std::string const& parent = m_contents.folders[folder];
+    const std::string& parent = m_contents.folders[folder];
     m_pending.push_back(static_cast<std::uint32_t>(m_contents.folders.size()));
     m_contents.folders.push_back(parent.empty() ? std::move(name) : parent + '/' + name);
     m_contents.folderIds.push_back({status.device, status.inode, 0});
@@ -280,10 +272,9 @@ void Scan::sort()
     folders = std::move(sorted);
     m_contents.folderIds = std::move(ids);
     const auto arrange = [&place](auto& entries) {
-        for (auto& entry : entries) {
+        for (auto& entry : entries)
             entry.folder = place[entry.folder];
-        }
-        std::sort(entries.begin(), entries.end(), [](auto const& a, auto const& b) {
+        std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
             return std::tie(a.folder, a.name) < std::tie(b.folder, b.name);
         });
         entries.shrink_to_fit();
@@ -297,23 +288,23 @@ void Scan::sort()
 std::string_view reasonText(NotHandledReason reason)
 {
     switch (reason) {
-    case NotHandledReason::Link:
+    case NotHandledReason::kLink:
         return "symbolic link";
-    case NotHandledReason::Socket:
+    case NotHandledReason::kSocket:
         return "socket";
-    case NotHandledReason::Pipe:
+    case NotHandledReason::kPipe:
         return "pipe";
-    case NotHandledReason::Device:
+    case NotHandledReason::kDevice:
         return "device";
-    case NotHandledReason::Hidden:
+    case NotHandledReason::kHidden:
         return "hidden";
-    case NotHandledReason::SystemFolder:
+    case NotHandledReason::kSystemFolder:
         return "system folder";
-    case NotHandledReason::JunkFile:
+    case NotHandledReason::kJunkFile:
         return "system file";
-    case NotHandledReason::SameFolder:
+    case NotHandledReason::kSameFolder:
         return "folder listed under another path already";
-    case NotHandledReason::Other:
+    case NotHandledReason::kOther:
         break;
     }
     return "unknown kind of file";
@@ -321,7 +312,7 @@ std::string_view reasonText(NotHandledReason reason)
 
 std::string translatedReason(std::string_view word)
 {
-    static constexpr auto kLiterals = std::to_array<char const*>({
+    static constexpr auto kLiterals = std::to_array<const char*>({
         "$$$/Mfx/NotHandled/Link=symbolic link",
         "$$$/Mfx/NotHandled/Socket=socket",
         "$$$/Mfx/NotHandled/Pipe=pipe",
@@ -332,18 +323,17 @@ std::string translatedReason(std::string_view word)
         "$$$/Mfx/NotHandled/SameFolder=folder listed under another path already",
         "$$$/Mfx/NotHandled/Other=unknown kind of file",
     });
-    for (std::size_t reason = 0; reason < kLiterals.size(); ++reason) {
+    for (std::size_t reason = 0; reason < kLiterals.size(); ++reason)
         if (reasonText(static_cast<NotHandledReason>(reason)) == word)
             return text(kLiterals[reason]);
-    }
     return std::string(word);
 }
 
 bool isHarmless(NotHandledReason reason)
 {
-    return reason == NotHandledReason::SystemFolder || reason == NotHandledReason::JunkFile
-        || reason == NotHandledReason::SameFolder || reason == NotHandledReason::Socket
-        || reason == NotHandledReason::Pipe || reason == NotHandledReason::Device;
+    return reason == NotHandledReason::kSystemFolder || reason == NotHandledReason::kJunkFile
+        || reason == NotHandledReason::kSameFolder || reason == NotHandledReason::kSocket
+        || reason == NotHandledReason::kPipe || reason == NotHandledReason::kDevice;
 }
 
 std::string CardContents::folderPath(std::uint32_t folder) const
@@ -351,12 +341,12 @@ std::string CardContents::folderPath(std::uint32_t folder) const
     return folders[folder].empty() ? root : root + '/' + folders[folder];
 }
 
-std::string CardContents::pathBelow(MediaItem const& item) const
+std::string CardContents::pathBelow(const MediaItem& item) const
 {
     return folders[item.folder].empty() ? item.name : folders[item.folder] + '/' + item.name;
 }
 
-std::string CardContents::pathOf(MediaItem const& item) const
+std::string CardContents::pathOf(const MediaItem& item) const
 {
     return folderPath(item.folder) + '/' + item.name;
 }
@@ -365,11 +355,11 @@ std::size_t CardContents::harmfulNotHandled() const
 {
     const auto count = std::count_if(notHandled.begin(),
         notHandled.end(),
-        [](NotHandled const& entry) { return entry.mayHoldPhotos(); });
+        [](const NotHandled& entry) { return entry.mayHoldPhotos(); });
     return static_cast<std::size_t>(count);
 }
 
-CardContents scanCard(std::string const& source, ScanOptions const& options)
+CardContents scanCard(const std::string& source, const ScanOptions& options)
 {
     CardContents contents;
     contents.root = std::filesystem::canonical(source, contents.rootError).native();

@@ -22,15 +22,15 @@
 namespace mfx {
 
 enum class NotHandledReason : std::uint8_t {
-    Link,
-    Socket,
-    Pipe,
-    Device,
-    Hidden, // file or folder with a leading dot
-    SystemFolder, // trash, indexes and thumbnails of systems and cameras
-    JunkFile, // thumbnail caches and folder settings
-    SameFolder, // a folder that was entered under another path already
-    Other
+    kLink,
+    kSocket,
+    kPipe,
+    kDevice,
+    kHidden, // file or folder with a leading dot
+    kSystemFolder, // trash, indexes and thumbnails of systems and cameras
+    kJunkFile, // thumbnail caches and folder settings
+    kSameFolder, // a folder that was entered under another path already
+    kOther
 };
 
 // The word for programs, such as "symbolic link": the same in every language.
@@ -46,7 +46,7 @@ bool isHarmless(NotHandledReason reason);
 struct NotHandled {
     std::string name;
     std::uint32_t folder = 0;
-    NotHandledReason reason = NotHandledReason::Other;
+    NotHandledReason reason = NotHandledReason::kOther;
     std::vector<std::string> pictures; // found in it, relative to the card's root; the first few
     std::size_t pictureCount = 0;
 
@@ -81,19 +81,19 @@ struct CardContents {
     bool keepsOwnFiles = true; // its file systems' word on times and numbers can be believed
     bool stopped = false; // the scan was told to stop: the lists are not whole
 
-    std::string pathOf(MediaItem const& item) const;
-    std::string pathBelow(MediaItem const& item) const; // relative to root
+    std::string pathOf(const MediaItem& item) const;
+    std::string pathBelow(const MediaItem& item) const; // relative to root
     std::string folderPath(std::uint32_t folder) const;
-    bool wasLeftOut(std::string const& path) const { return leftOut.contains(path); }
+    bool wasLeftOut(const std::string& path) const { return leftOut.contains(path); }
     std::size_t harmfulNotHandled() const; // how many are not harmless, or have pictures in them
 };
 
 struct ScanOptions {
     NameFilter only;
     bool putsBack = false; // whether originals that a killed deletion set aside go back
-    std::atomic<bool> const* stop = nullptr; // looked at once per file; borrowed
+    const std::atomic<bool>* stop = nullptr; // looked at once per file; borrowed
 };
 
-CardContents scanCard(std::string const& source, ScanOptions const& options = {});
+CardContents scanCard(const std::string& source, const ScanOptions& options = {});
 
 } // namespace mfx

@@ -26,24 +26,24 @@ std::string comparedExtension(std::string_view name, std::size_t stemBytes)
 // Groups the items [begin, end), which all lie in one folder and are sorted by name.
 class FolderGroups {
 public:
-    FolderGroups(CardContents const& card, std::uint32_t begin, std::uint32_t end);
+    FolderGroups(const CardContents& card, std::uint32_t begin, std::uint32_t end);
 
     std::vector<ItemGroup> take();
 
 private:
     bool contains(std::string_view name) const;
     ItemGroup& groupFor(std::string_view name, std::size_t stemBytes);
-    bool hasExtension(ItemGroup const& group, std::string const& extension) const;
+    bool hasExtension(const ItemGroup& group, const std::string& extension) const;
     void arrange(ItemGroup& group) const;
 
-    CardContents const& m_card;
+    const CardContents& m_card;
     std::uint32_t m_begin;
     std::uint32_t m_end;
     std::vector<ItemGroup> m_groups;
     std::map<std::string_view, std::vector<std::size_t>> m_byStem; // indexes into m_groups
 };
 
-FolderGroups::FolderGroups(CardContents const& card, std::uint32_t begin, std::uint32_t end)
+FolderGroups::FolderGroups(const CardContents& card, std::uint32_t begin, std::uint32_t end)
     : m_card(card)
     , m_begin(begin)
     , m_end(end)
@@ -53,14 +53,13 @@ FolderGroups::FolderGroups(CardContents const& card, std::uint32_t begin, std::u
 std::vector<ItemGroup> FolderGroups::take()
 {
     for (std::uint32_t item = m_begin; item < m_end; ++item) {
-        std::string const& name = m_card.items[item].name;
+        const std::string& name = m_card.items[item].name;
         const std::size_t bytes =
             stemLength(name, [this](std::string_view other) { return contains(other); });
         groupFor(name, bytes).members.push_back(item);
     }
-    for (ItemGroup& group : m_groups) {
+    for (ItemGroup& group : m_groups)
         arrange(group);
-    }
     return std::move(m_groups);
 }
 
@@ -69,7 +68,7 @@ bool FolderGroups::contains(std::string_view name) const
     const auto first = m_card.items.begin() + m_begin;
     const auto last = m_card.items.begin() + m_end;
     const auto found =
-        std::lower_bound(first, last, name, [](MediaItem const& item, std::string_view wanted) {
+        std::lower_bound(first, last, name, [](const MediaItem& item, std::string_view wanted) {
             return item.name < wanted;
         });
     return found != last && found->name == name;
@@ -79,17 +78,15 @@ ItemGroup& FolderGroups::groupFor(std::string_view name, std::size_t stemBytes)
 {
     const std::string extension = comparedExtension(name, stemBytes);
     std::vector<std::size_t>& groups = m_byStem[name.substr(0, stemBytes)];
-    for (const std::size_t group : groups) {
-        if (!hasExtension(m_groups[group], extension)) {
+    for (const std::size_t group : groups)
+        if (!hasExtension(m_groups[group], extension))
             return m_groups[group];
-        }
-    }
     groups.push_back(m_groups.size());
     m_groups.push_back({{}, static_cast<std::uint32_t>(stemBytes), {}});
     return m_groups.back();
 }
 
-bool FolderGroups::hasExtension(ItemGroup const& group, std::string const& extension) const
+bool FolderGroups::hasExtension(const ItemGroup& group, const std::string& extension) const
 {
     return std::any_of(group.members.begin(), group.members.end(), [&](std::uint32_t member) {
         return comparedExtension(m_card.items[member].name, group.stemBytes) == extension;
@@ -108,27 +105,26 @@ void FolderGroups::arrange(ItemGroup& group) const
 
 } // namespace
 
-std::vector<ItemGroup> groupItems(CardContents const& card)
+std::vector<ItemGroup> groupItems(const CardContents& card)
 {
     std::vector<ItemGroup> groups;
     const auto count = static_cast<std::uint32_t>(card.items.size());
     for (std::uint32_t begin = 0, end = 0; begin < count; begin = end) {
-        while (end < count && card.items[end].folder == card.items[begin].folder) {
+        while (end < count && card.items[end].folder == card.items[begin].folder)
             ++end;
-        }
         std::vector<ItemGroup> found = FolderGroups(card, begin, end).take();
         std::move(found.begin(), found.end(), std::back_inserter(groups));
     }
     return groups;
 }
 
-std::string_view groupStem(CardContents const& card, ItemGroup const& group)
+std::string_view groupStem(const CardContents& card, const ItemGroup& group)
 {
     return std::string_view(card.items[group.members.front()].name).substr(0, group.stemBytes);
 }
 
 std::string_view memberExtension(
-    CardContents const& card, ItemGroup const& group, std::size_t member)
+    const CardContents& card, const ItemGroup& group, std::size_t member)
 {
     return extensionOf(card.items[group.members[member]].name, group.stemBytes);
 }

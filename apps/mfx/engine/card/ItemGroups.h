@@ -29,11 +29,11 @@ struct ItemGroup {
 
 // By names alone, without a look into the files. Every item is in exactly one group; groups stand
 // in the order of their first item.
-std::vector<ItemGroup> groupItems(CardContents const& card);
+std::vector<ItemGroup> groupItems(const CardContents& card);
 
 // Bytes of the card's names; they last as long as the card's contents.
-std::string_view groupStem(CardContents const& card, ItemGroup const& group);
+std::string_view groupStem(const CardContents& card, const ItemGroup& group);
 std::string_view memberExtension(
-    CardContents const& card, ItemGroup const& group, std::size_t member);
+    const CardContents& card, const ItemGroup& group, std::size_t member);
 
 } // namespace mfx

@@ -11,31 +11,30 @@ namespace mfx {
 
 namespace {
 
-constexpr std::size_t kLongestExtension = 32;
-constexpr std::size_t kLongestChained = 5;
+constexpr std::size_t kMaxExtensionLength = 32;
+constexpr std::size_t kMaxChainedLength = 5;
 
 constexpr auto kKinds = std::to_array<std::pair<MediaKind, std::string_view>>({
-    {MediaKind::Raw,
+    {MediaKind::kRaw,
         " 3fr arw bay cap cr2 cr3 crw dcr dcs dng drf eip erf fff gpr iiq k25 kdc mdc mef mos mrw "
         "nef nrw orf pef ptx pxn raf raw rw2 rwl rwz sr2 srf srw x3f "},
-    {MediaKind::Image,
+    {MediaKind::kImage,
         " avif bmp gif heic heif hif jp2 jpe jpeg jpg jps jxl mpo png psd tif tiff webp "},
-    {MediaKind::Movie,
+    {MediaKind::kMovie,
         " 3g2 3gp avi avchd braw crm insv m2ts m4v mkv mod mov mp4 mpeg mpg mts mxf r3d tod webm "
         "wmv "},
-    {MediaKind::Audio, " aac amr flac m4a mp3 wav "},
+    {MediaKind::kAudio, " aac amr flac m4a mp3 wav "},
     // Companions of a movie: thumbnail and small version. They never lead a group.
-    {MediaKind::Other, " glv lrv thm "},
-    {MediaKind::Sidecar, " aae dop pp3 xmp "},
+    {MediaKind::kOther, " glv lrv thm "},
+    {MediaKind::kSidecar, " aae dop pp3 xmp "},
 });
 
 std::optional<MediaKind> knownKind(std::string_view extension)
 {
-    if (extension.empty() || extension.find(' ') != std::string_view::npos) {
+    if (extension.empty() || extension.find(' ') != std::string_view::npos)
         return std::nullopt;
-    }
     const std::string word = ' ' + Pt::asciiLower(extension) + ' ';
-    const auto found = std::find_if(kKinds.begin(), kKinds.end(), [&word](auto const& row) {
+    const auto found = std::find_if(kKinds.begin(), kKinds.end(), [&word](const auto& row) {
         return row.second.find(word) != std::string_view::npos;
     });
     return found == kKinds.end() ? std::nullopt : std::optional(found->first);
@@ -45,11 +44,10 @@ std::optional<MediaKind> knownKind(std::string_view extension)
 std::optional<std::size_t> extensionDot(std::string_view name)
 {
     const std::size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot == 0) {
+    if (dot == std::string_view::npos || dot == 0)
         return std::nullopt;
-    }
     const std::size_t length = name.size() - dot - 1;
-    return length == 0 || length > kLongestExtension ? std::nullopt : std::optional(dot);
+    return length == 0 || length > kMaxExtensionLength ? std::nullopt : std::optional(dot);
 }
 
 bool isAlphanumeric(char c)
@@ -59,7 +57,7 @@ bool isAlphanumeric(char c)
 
 bool canBeChained(std::string_view extension)
 {
-    return !extension.empty() && extension.size() <= kLongestChained
+    return !extension.empty() && extension.size() <= kMaxChainedLength
         && std::all_of(extension.begin(), extension.end(), isAlphanumeric);
 }
 
@@ -70,37 +68,33 @@ MediaKind mediaKind(std::string_view extension)
     const std::size_t dot = extension.rfind('.');
     const std::string_view last =
         dot == std::string_view::npos ? extension : extension.substr(dot + 1);
-    return knownKind(last).value_or(MediaKind::Other);
+    return knownKind(last).value_or(MediaKind::kOther);
 }
 
 bool isMovieCompanion(std::string_view extension)
 {
-    return knownKind(extension) == MediaKind::Other;
+    return knownKind(extension) == MediaKind::kOther;
 }
 
 std::string extensionList(MediaKind kind)
 {
     std::string list;
-    for (auto const& [known, extensions] : kKinds) {
-        if (known == kind) {
+    for (const auto& [known, extensions] : kKinds)
+        if (known == kind)
             list = extensions.substr(1, extensions.size() - 2);
-        }
-    }
     std::replace(list.begin(), list.end(), ' ', ',');
     return list;
 }
 
-std::size_t stemLength(std::string_view name, SiblingCheck const& hasSibling)
+std::size_t stemLength(std::string_view name, const SiblingCheck& hasSibling)
 {
     const auto dot = extensionDot(name);
-    if (!dot) {
+    if (!dot)
         return name.size();
-    }
     const std::string_view parent = name.substr(0, *dot);
     const auto parentDot = extensionDot(parent);
-    if (!parentDot || knownKind(name.substr(*dot + 1)) != MediaKind::Sidecar) {
+    if (!parentDot || knownKind(name.substr(*dot + 1)) != MediaKind::kSidecar)
         return *dot;
-    }
     const std::string_view chained = parent.substr(*parentDot + 1);
     const bool belongs =
         canBeChained(chained) && (knownKind(chained).has_value() || hasSibling(parent));

@@ -24,7 +24,7 @@ struct MediaItem {
 };
 
 // In the order in which the members of a group stand.
-enum class MediaKind : std::uint8_t { Raw, Image, Movie, Audio, Other, Sidecar };
+enum class MediaKind : std::uint8_t { kRaw, kImage, kMovie, kAudio, kOther, kSidecar };
 
 // By extension, in either case; the last part of a chain decides.
 MediaKind mediaKind(std::string_view extension);
@@ -39,6 +39,6 @@ std::string extensionList(MediaKind kind);
 using SiblingCheck = std::function<bool(std::string_view)>;
 
 // Bytes of the stem. What follows it, after one dot, is the extension.
-std::size_t stemLength(std::string_view name, SiblingCheck const& hasSibling);
+std::size_t stemLength(std::string_view name, const SiblingCheck& hasSibling);
 
 } // namespace mfx

@@ -14,7 +14,7 @@ namespace {
 struct File {
     std::string_view name;
     std::string_view extension;
-    MediaKind kind = MediaKind::Other;
+    MediaKind kind = MediaKind::kOther;
     bool isCompanion = false; // thumbnail or small version
     bool isTaken = false;
 };
@@ -22,12 +22,12 @@ struct File {
 using Files = std::vector<File>; // of one stem
 
 std::unordered_map<std::string_view, Files> filesByStem(
-    NameFilter const& only, std::vector<std::string> const& names)
+    const NameFilter& only, const std::vector<std::string>& names)
 {
     const std::unordered_set<std::string_view> all(names.begin(), names.end());
     const auto isThere = [&all](std::string_view name) { return all.contains(name); };
     std::unordered_map<std::string_view, Files> files;
-    for (std::string const& name : names) {
+    for (const std::string& name : names) {
         const std::string_view whole = name;
         const std::size_t stem = stemLength(name, isThere);
         File file{whole, whole.substr(std::min(stem + 1, whole.size()))};
@@ -39,43 +39,43 @@ std::unordered_map<std::string_view, Files> filesByStem(
     return files;
 }
 
-bool isChained(File const& file)
+bool isChained(const File& file)
 {
-    return file.kind == MediaKind::Sidecar && file.extension.find('.') != std::string_view::npos;
+    return file.kind == MediaKind::kSidecar && file.extension.find('.') != std::string_view::npos;
 }
 
-bool isFollower(File const& file)
+bool isFollower(const File& file)
 {
-    return file.kind == MediaKind::Sidecar || file.kind == MediaKind::Audio || file.isCompanion;
+    return file.kind == MediaKind::kSidecar || file.kind == MediaKind::kAudio || file.isCompanion;
 }
 
-bool hasMovie(Files const& files)
+bool hasMovie(const Files& files)
 {
-    return std::any_of(
-        files.begin(), files.end(), [](File const& file) { return file.kind == MediaKind::Movie; });
+    return std::any_of(files.begin(), files.end(), [](const File& file) {
+        return file.kind == MediaKind::kMovie;
+    });
 }
 
-bool brings(File const& leader, File const& follower, Files const& all)
+bool brings(const File& leader, const File& follower, const Files& all)
 {
-    if (!leader.isTaken || leader.isCompanion || leader.kind >= follower.kind) {
+    if (!leader.isTaken || leader.isCompanion || leader.kind >= follower.kind)
         return false;
-    }
-    return !follower.isCompanion || leader.kind == MediaKind::Movie || !hasMovie(all);
+    return !follower.isCompanion || leader.kind == MediaKind::kMovie || !hasMovie(all);
 }
 
-bool isParent(File const& parent, File const& chained)
+bool isParent(const File& parent, const File& chained)
 {
     const std::string_view extension = chained.extension.substr(0, chained.extension.rfind('.'));
     return parent.isTaken && Pt::equalIgnoringAsciiCase(parent.extension, extension);
 }
 
 // Marks the followers that somebody brings; those who do are marked before.
-void markFollowers(Files& files, std::function<bool(File const&, File const&)> const& isBrought)
+void markFollowers(Files& files, const std::function<bool(const File&, const File&)>& isBrought)
 {
     const Files before = files;
     for (File& file : files) {
         file.isTaken =
-            file.isTaken || std::any_of(before.begin(), before.end(), [&](File const& leader) {
+            file.isTaken || std::any_of(before.begin(), before.end(), [&](const File& leader) {
                 return isBrought(leader, file);
             });
     }
@@ -83,29 +83,26 @@ void markFollowers(Files& files, std::function<bool(File const&, File const&)> c
 
 } // namespace
 
-NameChoice::NameChoice(NameFilter const& only, std::vector<std::string> const& names)
+NameChoice::NameChoice(const NameFilter& only, const std::vector<std::string>& names)
     : m_only(only)
 {
-    if (only.acceptsAll()) {
+    if (only.acceptsAll())
         return;
-    }
     for (auto& [stem, files] : filesByStem(only, names)) {
-        markFollowers(files, [&all = files](File const& leader, File const& file) {
+        markFollowers(files, [&all = files](const File& leader, const File& file) {
             return isFollower(file) && !isChained(file) && brings(leader, file, all);
         });
         // These come last: their parents may have been brought.
-        markFollowers(files, [](File const& parent, File const& file) {
+        markFollowers(files, [](const File& parent, const File& file) {
             return isChained(file) && isParent(parent, file);
         });
-        for (File const& file : files) {
-            if (file.isTaken) {
+        for (const File& file : files)
+            if (file.isTaken)
                 m_taken.emplace(file.name);
-            }
-        }
     }
 }
 
-bool NameChoice::takes(std::string const& name) const
+bool NameChoice::takes(const std::string& name) const
 {
     return m_only.acceptsAll() || m_taken.contains(name);
 }

@@ -22,12 +22,12 @@ class NameChoice {
 public:
     // `names` are those of all files in the folder. Borrows the filter, and the names while it is
     // made.
-    NameChoice(NameFilter const& only, std::vector<std::string> const& names);
+    NameChoice(const NameFilter& only, const std::vector<std::string>& names);
 
-    bool takes(std::string const& name) const;
+    bool takes(const std::string& name) const;
 
 private:
-    NameFilter const& m_only;
+    const NameFilter& m_only;
     std::unordered_set<std::string> m_taken; // where not all are
 };
 

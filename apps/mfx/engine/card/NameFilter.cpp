@@ -30,17 +30,16 @@ struct Step {
 
 // The position of the ']' that ends the set opened at `open`, if there is one. A ']' that comes
 // first in the set belongs to it.
-std::optional<std::size_t> setEnd(std::u32string const& glob, std::size_t open)
+std::optional<std::size_t> setEnd(const std::u32string& glob, std::size_t open)
 {
     std::size_t first = open + 1;
-    if (first < glob.size() && (glob[first] == U'!' || glob[first] == U'^')) {
+    if (first < glob.size() && (glob[first] == U'!' || glob[first] == U'^'))
         ++first;
-    }
     const std::size_t end = glob.find(U']', first + 1);
     return end == std::u32string::npos ? std::nullopt : std::optional(end);
 }
 
-Step matchSet(std::u32string const& glob, std::size_t open, std::size_t end, char32_t code)
+Step matchSet(const std::u32string& glob, std::size_t open, std::size_t end, char32_t code)
 {
     std::size_t at = open + 1;
     const bool inverted = glob[at] == U'!' || glob[at] == U'^';
@@ -56,25 +55,22 @@ Step matchSet(std::u32string const& glob, std::size_t open, std::size_t end, cha
 }
 
 // Holds one character against what stands at `at` in the glob, which is not '*'.
-Step matchOne(std::u32string const& glob, std::size_t at, char32_t code)
+Step matchOne(const std::u32string& glob, std::size_t at, char32_t code)
 {
-    if (glob[at] == U'?') {
+    if (glob[at] == U'?')
         return {true, at + 1};
-    }
     if (glob[at] == U'[') {
-        if (const auto end = setEnd(glob, at)) {
+        if (const auto end = setEnd(glob, at))
             return matchSet(glob, at, *end, code);
-        }
     }
-    if (glob[at] == U'\\' && at + 1 < glob.size()) {
+    if (glob[at] == U'\\' && at + 1 < glob.size())
         ++at;
-    }
     return {glob[at] == code, at + 1};
 }
 
 // Walks both texts once; on a mismatch only the last '*' takes one more character, which keeps
 // the worst case at the product of the lengths.
-bool matches(std::u32string const& glob, std::u32string const& name)
+bool matches(const std::u32string& glob, const std::u32string& name)
 {
     std::size_t at = 0;
     std::size_t position = 0;
@@ -102,21 +98,19 @@ bool matches(std::u32string const& glob, std::u32string const& name)
 
 } // namespace
 
-NameFilter::NameFilter(std::vector<std::string> const& globs)
+NameFilter::NameFilter(const std::vector<std::string>& globs)
 {
     m_globs.reserve(globs.size());
-    for (std::string const& glob : globs) {
+    for (const std::string& glob : globs)
         m_globs.push_back(foldedCodes(glob));
-    }
 }
 
 bool NameFilter::accepts(std::string_view name) const
 {
-    if (acceptsAll()) {
+    if (acceptsAll())
         return true;
-    }
     const std::u32string codes = foldedCodes(name);
-    return std::any_of(m_globs.begin(), m_globs.end(), [&codes](std::u32string const& glob) {
+    return std::any_of(m_globs.begin(), m_globs.end(), [&codes](const std::u32string& glob) {
         return matches(glob, codes);
     });
 }

@@ -16,7 +16,7 @@ class NameFilter {
 public:
     // Without globs everything is asked for.
     NameFilter() = default;
-    explicit NameFilter(std::vector<std::string> const& globs);
+    explicit NameFilter(const std::vector<std::string>& globs);
 
     bool accepts(std::string_view name) const;
     bool acceptsAll() const { return m_globs.empty(); }

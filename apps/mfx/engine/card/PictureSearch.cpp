@@ -60,7 +60,7 @@ bool isMediaName(const std::string& name)
     if (dot == std::string::npos)
         return false;
     const MediaKind kind = mediaKind(name.substr(dot + 1));
-    return kind != MediaKind::Other && kind != MediaKind::Sidecar;
+    return kind != MediaKind::kOther && kind != MediaKind::kSidecar;
 }
 
 bool isThumbnail(const fs::path& path, std::uint64_t size)
@@ -88,7 +88,7 @@ FoundPictures picturesBelow(const std::string& root, const std::string& folder)
     for (const fs::recursive_directory_iterator end; !error && it != end; it.increment(error)) {
         std::error_code unknown;
         const auto status = Pt::fileStatus(it->path().string(), unknown);
-        if (!status || status->kind != Pt::FileStatus::Kind::Regular
+        if (!status || status->kind != Pt::FileStatus::Kind::kRegular
             || isThumbnail(it->path(), status->size) || !isPicture(it->path().string()))
             continue;
         if (++found.count <= kNames)

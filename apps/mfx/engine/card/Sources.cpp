@@ -69,10 +69,9 @@ std::optional<MediaSource> resolveSource(const std::string& text)
         const fs::path last = path.has_filename() ? path.filename() : path.parent_path().filename();
         return MediaSource{Pt::displayName(last.empty() ? "/" : last.string()), path.string()};
     }
-    for (MediaSource& source : findSources()) {
+    for (MediaSource& source : findSources())
         if (source.name == text)
             return std::move(source);
-    }
     return std::nullopt;
 }
 

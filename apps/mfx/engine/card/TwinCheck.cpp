@@ -15,16 +15,15 @@ constexpr std::int64_t kTwinSeconds = 10; // a burst is written late, and clocks
 
 bool isExif(DateSource source)
 {
-    return source == DateSource::ExifOriginal || source == DateSource::ExifDigitized
-        || source == DateSource::ExifImage;
+    return source == DateSource::kExifOriginal || source == DateSource::kExifDigitized
+        || source == DateSource::kExifImage;
 }
 
-bool areApart(CaptureDate const& a, CaptureDate const& b)
+bool areApart(const CaptureDate& a, const CaptureDate& b)
 {
     // The date of an image's last change says nothing beside the date of a shot.
-    if (!a.moment || !b.moment || a.source != b.source || !isExif(a.source)) {
+    if (!a.moment || !b.moment || a.source != b.source || !isExif(a.source))
         return false;
-    }
     return std::abs(clockSeconds(*a.moment) - clockSeconds(*b.moment)) > kTwinSeconds;
 }
 
@@ -37,14 +36,14 @@ std::string plainName(std::string_view name)
     return Pt::asciiLower(plain);
 }
 
-bool differ(std::string const& a, std::string const& b)
+bool differ(const std::string& a, const std::string& b)
 {
     const std::string plainA = plainName(a);
     const std::string plainB = plainName(b);
     return !plainA.empty() && !plainB.empty() && plainA != plainB;
 }
 
-bool areStrangers(PhotoFacts const& a, PhotoFacts const& b)
+bool areStrangers(const PhotoFacts& a, const PhotoFacts& b)
 {
     return areApart(a.date, b.date) || differ(a.camera.make, b.camera.make)
         || differ(a.camera.model, b.camera.model);
@@ -53,23 +52,20 @@ bool areStrangers(PhotoFacts const& a, PhotoFacts const& b)
 using Sets = std::vector<std::size_t>; // for each photo the number of its set
 
 // Which photos go together. Two raw files say nothing about each other.
-Sets setsOf(std::vector<PhotoFacts> const& photos, std::size_t rawCount)
+Sets setsOf(const std::vector<PhotoFacts>& photos, std::size_t rawCount)
 {
     Sets sets;
     for (std::size_t photo = 0; photo < photos.size(); ++photo) {
         const auto fits = [&](std::size_t set) {
-            for (std::size_t other = 0; other < photo; ++other) {
+            for (std::size_t other = 0; other < photo; ++other)
                 if (sets[other] == set && photo >= rawCount
-                    && areStrangers(photos[photo], photos[other])) {
+                    && areStrangers(photos[photo], photos[other]))
                     return false;
-                }
-            }
             return true;
         };
         std::size_t set = 0;
-        while (!fits(set)) {
+        while (!fits(set))
             ++set;
-        }
         sets.push_back(set);
     }
     return sets;
@@ -77,14 +73,12 @@ Sets setsOf(std::vector<PhotoFacts> const& photos, std::size_t rawCount)
 
 // Of a member that is no photo: the set of the photo that a chained sidecar names, else the first.
 std::size_t setOfFollower(
-    std::string_view extension, std::vector<std::string_view> const& photos, Sets const& sets)
+    std::string_view extension, const std::vector<std::string_view>& photos, const Sets& sets)
 {
     const std::size_t dot = extension.rfind('.');
-    for (std::size_t photo = 0; dot != std::string_view::npos && photo < photos.size(); ++photo) {
-        if (Pt::equalIgnoringAsciiCase(photos[photo], extension.substr(0, dot))) {
+    for (std::size_t photo = 0; dot != std::string_view::npos && photo < photos.size(); ++photo)
+        if (Pt::equalIgnoringAsciiCase(photos[photo], extension.substr(0, dot)))
             return sets[photo];
-        }
-    }
     return 0;
 }
 
@@ -97,10 +91,10 @@ std::vector<ItemGroup> TwinCheck::groups() const
         std::vector<ItemGroup> parts = takenApart(std::move(group));
         std::move(parts.begin(), parts.end(), std::back_inserter(checked));
     }
-    const auto firstItem = [](ItemGroup const& group) {
+    const auto firstItem = [](const ItemGroup& group) {
         return *std::min_element(group.members.begin(), group.members.end());
     };
-    std::stable_sort(checked.begin(), checked.end(), [&](auto const& a, auto const& b) {
+    std::stable_sort(checked.begin(), checked.end(), [&](const auto& a, const auto& b) {
         return firstItem(a) < firstItem(b);
     });
     return checked;
@@ -110,14 +104,13 @@ std::vector<ItemGroup> TwinCheck::takenApart(ItemGroup group) const
 {
     const std::vector<PhotoFacts> photos =
         m_shouldStop() ? std::vector<PhotoFacts>() : readPhotos(group);
-    if (photos.empty()) {
+    if (photos.empty())
         return {std::move(group)};
-    }
     std::vector<std::string_view> extensions;
     std::size_t rawCount = 0;
     for (std::size_t photo = 0; photo < photos.size(); ++photo) {
         extensions.push_back(memberExtension(m_card, group, photo));
-        rawCount += mediaKind(extensions.back()) == MediaKind::Raw ? 1 : 0;
+        rawCount += mediaKind(extensions.back()) == MediaKind::kRaw ? 1 : 0;
     }
     const Sets sets = setsOf(photos, rawCount);
     std::vector<ItemGroup> parts(*std::max_element(sets.begin(), sets.end()) + 1);
@@ -128,30 +121,26 @@ std::vector<ItemGroup> TwinCheck::takenApart(ItemGroup group) const
             parts[isPhoto ? sets[member] : setOfFollower(extension, extensions, sets)];
         part.stemBytes = group.stemBytes;
         part.members.push_back(group.members[member]);
-        if (isPhoto) {
+        if (isPhoto)
             part.ownDates.push_back(photos[member].date);
-        }
     }
     return parts;
 }
 
 // Raw files and images come first in a group.
-std::vector<PhotoFacts> TwinCheck::readPhotos(ItemGroup const& group) const
+std::vector<PhotoFacts> TwinCheck::readPhotos(const ItemGroup& group) const
 {
     const auto kindOf = [&](std::size_t member) {
         return mediaKind(memberExtension(m_card, group, member));
     };
     std::size_t count = 0;
-    while (count < group.members.size() && kindOf(count) <= MediaKind::Image) {
+    while (count < group.members.size() && kindOf(count) <= MediaKind::kImage)
         ++count;
-    }
     std::vector<PhotoFacts> photos;
-    if (count < 2 || kindOf(count - 1) != MediaKind::Image) {
+    if (count < 2 || kindOf(count - 1) != MediaKind::kImage)
         return photos;
-    }
-    for (std::size_t member = 0; member < count; ++member) {
+    for (std::size_t member = 0; member < count; ++member)
         photos.push_back(ownFacts(m_card.pathOf(m_card.items[group.members[member]])));
-    }
     return photos;
 }
 

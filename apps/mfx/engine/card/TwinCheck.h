@@ -17,7 +17,7 @@ namespace mfx {
 class TwinCheck {
 public:
     explicit TwinCheck(
-        CardContents const& card, std::function<bool()> shouldStop = [] { return false; })
+        const CardContents& card, std::function<bool()> shouldStop = [] { return false; })
         : m_card(card)
         , m_shouldStop(std::move(shouldStop))
     {
@@ -30,9 +30,9 @@ public:
 
 private:
     std::vector<ItemGroup> takenApart(ItemGroup group) const;
-    std::vector<PhotoFacts> readPhotos(ItemGroup const& group) const;
+    std::vector<PhotoFacts> readPhotos(const ItemGroup& group) const;
 
-    CardContents const& m_card;
+    const CardContents& m_card;
     const std::function<bool()> m_shouldStop;
 };
 

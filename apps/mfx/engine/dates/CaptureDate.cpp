@@ -15,10 +15,10 @@ namespace {
 
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
-enum class FileForm { Ciff, Still, Movie, StillOrMovie };
+enum class FileForm { kCiff, kStill, kMovie, kStillOrMovie };
 
 template <typename Words>
-bool beginsWithOneOf(std::string_view text, Words const& words)
+bool beginsWithOneOf(std::string_view text, const Words& words)
 {
     return std::any_of(words.begin(), words.end(), [text](std::string_view word) {
         return text.substr(0, word.size()) == word;
@@ -28,21 +28,20 @@ bool beginsWithOneOf(std::string_view text, Words const& words)
 // The first bytes tell the form; extensions lie (a THM is a JPEG, a MOV may be an MP4).
 FileForm formOf(std::string_view head)
 {
-    if (isCiff(head)) {
-        return FileForm::Ciff;
-    }
+    if (isCiff(head))
+        return FileForm::kCiff;
     constexpr auto kMovieBoxes =
         std::to_array<std::string_view>({"moov", "mdat", "wide", "free", "skip", "pnot"});
     constexpr auto kStillBrands = std::to_array<std::string_view>(
         {"heic", "heix", "heim", "heis", "hevc", "mif1", "msf1", "avif", "avis", "crx "});
     const std::string_view type = head.size() >= 12 ? head.substr(4, 4) : std::string_view();
     if (type == "ftyp") {
-        return beginsWithOneOf(head.substr(8), kStillBrands) ? FileForm::StillOrMovie
-                                                             : FileForm::Movie;
+        return beginsWithOneOf(head.substr(8), kStillBrands) ? FileForm::kStillOrMovie
+                                                             : FileForm::kMovie;
     }
     const bool riff = head.substr(0, 4) == "RIFF" && head.size() >= 12;
     const bool avi = riff && head.substr(8, 4) == "AVI ";
-    return avi || beginsWithOneOf(type, kMovieBoxes) ? FileForm::Movie : FileForm::Still;
+    return avi || beginsWithOneOf(type, kMovieBoxes) ? FileForm::kMovie : FileForm::kStill;
 }
 
 std::string beginning(std::istream& stream)
@@ -55,19 +54,17 @@ std::string beginning(std::istream& stream)
 PhotoFacts factsByForm(std::istream& stream)
 {
     const FileForm form = formOf(beginning(stream));
-    if (form == FileForm::Ciff) {
+    if (form == FileForm::kCiff)
         return {ciffDate(stream), {}};
-    }
     PhotoFacts facts =
-        form == FileForm::Movie ? PhotoFacts{movieDate(stream), {}} : exifFacts(stream);
-    if (!facts.date.moment && form == FileForm::StillOrMovie) {
+        form == FileForm::kMovie ? PhotoFacts{movieDate(stream), {}} : exifFacts(stream);
+    if (!facts.date.moment && form == FileForm::kStillOrMovie)
         facts.date = movieDate(stream);
-    }
     return facts;
 }
 
 // Of the group's member: as it was read before, or read now.
-CaptureDate memberDate(CardContents const& card, ItemGroup const& group, std::size_t member)
+CaptureDate memberDate(const CardContents& card, const ItemGroup& group, std::size_t member)
 {
     return member < group.ownDates.size()
         ? group.ownDates[member]
@@ -79,31 +76,31 @@ CaptureDate memberDate(CardContents const& card, ItemGroup const& group, std::si
 std::string_view dateSourceText(DateSource source)
 {
     switch (source) {
-    case DateSource::None:
+    case DateSource::kNone:
         break;
-    case DateSource::ExifOriginal:
+    case DateSource::kExifOriginal:
         return "EXIF original date";
-    case DateSource::ExifDigitized:
+    case DateSource::kExifDigitized:
         return "EXIF digitized date";
-    case DateSource::ExifImage:
+    case DateSource::kExifImage:
         return "EXIF image date";
-    case DateSource::Xmp:
+    case DateSource::kXmp:
         return "XMP date";
-    case DateSource::RawRecord:
+    case DateSource::kRawRecord:
         return "raw file time record";
-    case DateSource::MovieKey:
+    case DateSource::kMovieKey:
         return "movie creation date";
-    case DateSource::MovieHeader:
+    case DateSource::kMovieHeader:
         return "movie header (UTC)";
-    case DateSource::AviChunk:
+    case DateSource::kAviChunk:
         return "AVI date";
-    case DateSource::FileTime:
+    case DateSource::kFileTime:
         return "file time (UTC)";
     }
     return "unknown";
 }
 
-PhotoFacts ownFacts(std::string const& path)
+PhotoFacts ownFacts(const std::string& path)
 {
     std::ifstream stream(path, std::ios::binary);
     PhotoFacts facts = factsByForm(stream);
@@ -111,28 +108,26 @@ PhotoFacts ownFacts(std::string const& path)
     return facts;
 }
 
-CaptureDate ownCaptureDate(std::string const& path)
+CaptureDate ownCaptureDate(const std::string& path)
 {
     return ownFacts(path).date;
 }
 
-CaptureDate fileTimeDate(Pt::FileStatus const& status)
+CaptureDate fileTimeDate(const Pt::FileStatus& status)
 {
     constexpr std::int64_t kThirdOfJanuary1980 = 315'705'600;
     const std::int64_t seconds = status.modified / kNanosecondsPerSecond;
-    if (seconds < kThirdOfJanuary1980) {
+    if (seconds < kThirdOfJanuary1980)
         return {};
-    }
     auto moment = momentFromUnixTime(seconds);
-    if (!moment) {
+    if (!moment)
         return {};
-    }
     moment->nanosecond = static_cast<std::uint32_t>(status.modified % kNanosecondsPerSecond);
     moment->offsetMinutes = 0;
-    return {moment, DateSource::FileTime};
+    return {moment, DateSource::kFileTime};
 }
 
-CaptureDate groupCaptureDate(CardContents const& card, ItemGroup const& group)
+CaptureDate groupCaptureDate(const CardContents& card, const ItemGroup& group)
 {
     bool readFailed = false;
     for (std::size_t member = 0; member < group.members.size(); ++member) {

@@ -22,16 +22,16 @@ struct CardContents;
 struct ItemGroup;
 
 enum class DateSource : std::uint8_t {
-    None,
-    ExifOriginal,
-    ExifDigitized,
-    ExifImage,
-    Xmp,
-    RawRecord,
-    MovieKey,
-    MovieHeader,
-    AviChunk,
-    FileTime
+    kNone,
+    kExifOriginal,
+    kExifDigitized,
+    kExifImage,
+    kXmp,
+    kRawRecord,
+    kMovieKey,
+    kMovieHeader,
+    kAviChunk,
+    kFileTime
 };
 
 // Such as "EXIF original date": a word for programs, the same in every language.
@@ -39,10 +39,10 @@ std::string_view dateSourceText(DateSource source);
 
 struct CaptureDate {
     std::optional<CaptureMoment> moment; // nothing: the date is unknown
-    DateSource source = DateSource::None;
+    DateSource source = DateSource::kNone;
     bool readFailed = false; // a file could not be read: a better date may stand in it
 
-    friend bool operator==(CaptureDate const&, CaptureDate const&) = default;
+    friend bool operator==(const CaptureDate&, const CaptureDate&) = default;
 };
 
 // Which camera took a photo, as its EXIF says; empty where it does not.
@@ -50,7 +50,7 @@ struct Camera {
     std::string make;
     std::string model;
 
-    friend bool operator==(Camera const&, Camera const&) = default;
+    friend bool operator==(const Camera&, const Camera&) = default;
 };
 
 struct PhotoFacts {
@@ -59,15 +59,15 @@ struct PhotoFacts {
 };
 
 // From what stands in the file itself. Requires: path names a regular file.
-PhotoFacts ownFacts(std::string const& path);
-CaptureDate ownCaptureDate(std::string const& path);
+PhotoFacts ownFacts(const std::string& path);
+CaptureDate ownCaptureDate(const std::string& path);
 
 // From the modification time, read as UTC. Up to 2 January 1980 it is unset: FAT's zero date is
 // 1 January 1980, and zones shift it by up to a day.
-CaptureDate fileTimeDate(Pt::FileStatus const& status);
+CaptureDate fileTimeDate(const Pt::FileStatus& status);
 
 // From the first member with a date of its own; without one, from the primary's file time. Dates
 // that the group knows already are not read again.
-CaptureDate groupCaptureDate(CardContents const& card, ItemGroup const& group);
+CaptureDate groupCaptureDate(const CardContents& card, const ItemGroup& group);
 
 } // namespace mfx

@@ -9,8 +9,8 @@ namespace mfx {
 namespace {
 
 constexpr std::size_t kEntryBytes = 10; // tag, size, offset within the heap
-constexpr std::uint32_t kMostEntries = 1024;
-constexpr int kMostDepth = 4;
+constexpr std::uint32_t kMaxEntries = 1024;
+constexpr int kMaxDepth = 4;
 constexpr std::uint32_t kTimeRecord = 0x180E;
 constexpr std::uint32_t kKindBits = 0x3800; // of a tag
 constexpr std::uint32_t kHeapKinds[] = {0x2800, 0x3000};
@@ -33,7 +33,7 @@ std::uint32_t littleEndian16(std::string_view bytes)
 }
 
 // Text of a heap's directory: a count precedes it, and the heap's last number says where it lies.
-std::string directory(HeaderReader& reader, Heap const& heap)
+std::string directory(HeaderReader& reader, const Heap& heap)
 {
     const std::uint64_t length = heap.end - heap.begin;
     const auto place = length >= 6 ? reader.bytes(heap.end - 4, 4) : std::nullopt;
@@ -41,22 +41,20 @@ std::string directory(HeaderReader& reader, Heap const& heap)
     const auto count = offset <= length - 2 ? reader.bytes(heap.begin + offset, 2) : std::nullopt;
     const std::uint32_t entries = count ? littleEndian16(*count) : 0;
     const std::uint64_t size = std::uint64_t{entries} * kEntryBytes;
-    if (entries > kMostEntries || size > length - 2 - offset) {
+    if (entries > kMaxEntries || size > length - 2 - offset)
         return {};
-    }
     return reader.bytes(heap.begin + offset + 2, static_cast<std::size_t>(size)).value_or("");
 }
 
 // Nothing when the contents do not lie in the heap.
-std::optional<Entry> entryOf(std::string_view bytes, Heap const& heap)
+std::optional<Entry> entryOf(std::string_view bytes, const Heap& heap)
 {
     const std::uint64_t size = littleEndian32(bytes.substr(2));
     const std::uint64_t offset = littleEndian32(bytes.substr(6));
     const std::uint64_t length = heap.end - heap.begin;
     const std::uint32_t tag = littleEndian16(bytes);
-    if ((tag & kInEntryBits) != 0 || offset > length || size > length - offset) {
+    if ((tag & kInEntryBits) != 0 || offset > length || size > length - offset)
         return std::nullopt;
-    }
     return Entry{tag, {heap.begin + offset, heap.begin + offset + size}};
 }
 
@@ -65,27 +63,25 @@ bool isHeap(std::uint32_t tag)
     return (tag & kKindBits) == kHeapKinds[0] || (tag & kKindBits) == kHeapKinds[1];
 }
 
-std::optional<CaptureMoment> recordDate(HeaderReader& reader, Heap const& record)
+std::optional<CaptureMoment> recordDate(HeaderReader& reader, const Heap& record)
 {
     const auto seconds =
         record.end - record.begin >= 4 ? reader.bytes(record.begin, 4) : std::nullopt;
     return seconds ? momentFromUnixTime(littleEndian32(*seconds)) : std::nullopt;
 }
 
-std::optional<CaptureMoment> heapDate(HeaderReader& reader, Heap const& heap, int depth)
+std::optional<CaptureMoment> heapDate(HeaderReader& reader, const Heap& heap, int depth)
 {
     const std::string entries = directory(reader, heap);
     for (std::size_t at = 0; at + kEntryBytes <= entries.size(); at += kEntryBytes) {
         const auto entry = entryOf(std::string_view(entries).substr(at, kEntryBytes), heap);
         std::optional<CaptureMoment> moment;
-        if (entry && entry->tag == kTimeRecord) {
+        if (entry && entry->tag == kTimeRecord)
             moment = recordDate(reader, entry->contents);
-        } else if (entry && isHeap(entry->tag) && depth > 0) {
+        else if (entry && isHeap(entry->tag) && depth > 0)
             moment = heapDate(reader, entry->contents, depth - 1);
-        }
-        if (moment) {
+        if (moment)
             return moment;
-        }
     }
     return std::nullopt;
 }
@@ -102,15 +98,13 @@ CaptureDate ciffDate(std::istream& stream)
 {
     HeaderReader reader(stream);
     const auto head = reader.bytes(0, 14);
-    if (!head || !isCiff(*head)) {
+    if (!head || !isCiff(*head))
         return {};
-    }
     const std::uint64_t begin = littleEndian32(std::string_view(*head).substr(2));
-    if (begin > reader.size()) {
+    if (begin > reader.size())
         return {};
-    }
-    const auto moment = heapDate(reader, {begin, reader.size()}, kMostDepth);
-    return moment ? CaptureDate{moment, DateSource::RawRecord} : CaptureDate{};
+    const auto moment = heapDate(reader, {begin, reader.size()}, kMaxDepth);
+    return moment ? CaptureDate{moment, DateSource::kRawRecord} : CaptureDate{};
 }
 
 } // namespace mfx

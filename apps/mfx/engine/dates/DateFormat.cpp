@@ -62,20 +62,20 @@ DatePiece pieceOf(char letter)
 {
     constexpr std::string_view kNames = "aAbBhp";
     if (letter == '%')
-        return {DatePiece::Kind::Text, "%", 0};
+        return {DatePiece::Kind::kText, "%", 0};
     if (kNames.find(letter) != std::string_view::npos)
-        return {DatePiece::Kind::Name, {}, 0};
+        return {DatePiece::Kind::kName, {}, 0};
     const bool isYear = letter == 'Y' || letter == 'G';
     const bool isDayOfWeek = letter == 'u' || letter == 'w';
     const std::size_t width = isYear ? 4 : letter == 'j' ? 3 : isDayOfWeek ? 1 : 2;
-    return {DatePiece::Kind::Digits, {}, width};
+    return {DatePiece::Kind::kDigits, {}, width};
 }
 
 void addShape(std::string_view format, std::vector<DatePiece>& shape)
 {
     for (std::size_t at = 0; at < format.size(); ++at) {
         if (format[at] != '%') {
-            shape.push_back({DatePiece::Kind::Text, std::string(1, format[at]), 0});
+            shape.push_back({DatePiece::Kind::kText, std::string(1, format[at]), 0});
             continue;
         }
         const char letter = format[++at];
@@ -95,7 +95,7 @@ DateFormat::DateFormat(std::string_view format)
     checkLetters(format);
 }
 
-std::string DateFormat::render(CaptureMoment const& moment) const
+std::string DateFormat::render(const CaptureMoment& moment) const
 {
     const std::tm time = brokenDownTime(moment);
     std::ostringstream out;

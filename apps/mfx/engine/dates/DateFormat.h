@@ -22,8 +22,8 @@ public:
 
 // A part of a rendered date.
 struct DatePiece {
-    enum class Kind : std::uint8_t { Text, Digits, Name };
-    Kind kind = Kind::Text;
+    enum class Kind : std::uint8_t { kText, kDigits, kName };
+    Kind kind = Kind::kText;
     std::string text; // of Text
     std::size_t width = 0; // of Digits
 };
@@ -33,7 +33,7 @@ public:
     // Throws PatternError for a letter that is not known, and for '%' at the end.
     explicit DateFormat(std::string_view format);
 
-    std::string render(CaptureMoment const& moment) const;
+    std::string render(const CaptureMoment& moment) const;
 
     // The longest text that render() gives has as many bytes as this one.
     std::string longestExample() const;

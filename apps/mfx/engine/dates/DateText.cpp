@@ -39,9 +39,8 @@ public:
         : m_rest(text.substr(0, text.find('\0')))
     {
         skipBlanks();
-        while (!m_rest.empty() && isBlank(m_rest.back())) {
+        while (!m_rest.empty() && isBlank(m_rest.back()))
             m_rest.remove_suffix(1);
-        }
     }
 
     bool atEnd() const { return m_rest.empty(); }
@@ -57,9 +56,8 @@ public:
     bool skipBlanks()
     {
         const std::size_t before = m_rest.size();
-        while (!m_rest.empty() && isBlank(m_rest.front())) {
+        while (!m_rest.empty() && isBlank(m_rest.front()))
             m_rest.remove_prefix(1);
-        }
         return m_rest.size() != before;
     }
 
@@ -67,13 +65,11 @@ public:
     std::optional<int> number(std::size_t count)
     {
         const std::string_view digits = m_rest.substr(0, count);
-        if (digits.size() != count || !std::all_of(digits.begin(), digits.end(), isDigit)) {
+        if (digits.size() != count || !std::all_of(digits.begin(), digits.end(), isDigit))
             return std::nullopt;
-        }
         int value = 0;
-        for (const char digit : digits) {
+        for (const char digit : digits)
             value = value * 10 + (digit - '0');
-        }
         m_rest.remove_prefix(count);
         return value;
     }
@@ -103,13 +99,12 @@ public:
 
     // The 1-based place of the next three letters in `words`; nothing when they are none of them.
     template <typename Words>
-    std::optional<int> wordOf(Words const& words)
+    std::optional<int> wordOf(const Words& words)
     {
         const std::string word = Pt::asciiLower(m_rest.substr(0, 3));
         const auto found = std::find(words.begin(), words.end(), word);
-        if (found == words.end()) {
+        if (found == words.end())
             return std::nullopt;
-        }
         m_rest.remove_prefix(3);
         return static_cast<int>(found - words.begin()) + 1;
     }
@@ -125,7 +120,7 @@ private:
     std::string_view m_rest;
 };
 
-bool isPossible(CaptureMoment const& moment)
+bool isPossible(const CaptureMoment& moment)
 {
     using namespace std::chrono;
     const year_month_day date{year{moment.year},
@@ -143,9 +138,8 @@ bool readDate(TextCursor& cursor, CaptureMoment& moment)
     const auto month = cursor.twoDigits();
     const bool second = cursor.takeAny(kSeparators);
     const auto day = cursor.twoDigits();
-    if (!year || !first || !month || !second || !day) {
+    if (!year || !first || !month || !second || !day)
         return false;
-    }
     moment.year = *year;
     moment.month = *month;
     moment.day = *day;
@@ -158,14 +152,12 @@ bool readTime(TextCursor& cursor, CaptureMoment& moment, bool shortHour)
     const auto hour = shortHour ? cursor.upToTwoDigits() : cursor.twoDigits();
     const bool colon = cursor.takeAny(":");
     const auto minute = cursor.twoDigits();
-    if (!hour || !colon || !minute) {
+    if (!hour || !colon || !minute)
         return false;
-    }
     moment.hour = *hour;
     moment.minute = *minute;
-    if (!cursor.takeAny(":")) {
+    if (!cursor.takeAny(":"))
         return true;
-    }
     const auto second = cursor.twoDigits();
     moment.second = second.value_or(0);
     return second.has_value();
@@ -173,20 +165,17 @@ bool readTime(TextCursor& cursor, CaptureMoment& moment, bool shortHour)
 
 std::optional<int> readOffset(TextCursor& cursor)
 {
-    if (cursor.takeAny("Zz")) {
+    if (cursor.takeAny("Zz"))
         return 0;
-    }
     const bool west = cursor.front() == '-';
-    if (!cursor.takeAny("+-")) {
+    if (!cursor.takeAny("+-"))
         return std::nullopt;
-    }
     const auto hours = cursor.number(2);
     const bool colon = cursor.takeAny(":");
     const bool minutesFollow = colon || isDigit(cursor.front());
     const auto minutes = minutesFollow ? cursor.number(2) : std::optional(0);
-    if (!hours || !minutes || *minutes > 59 || *hours * 60 + *minutes > kWidestOffset) {
+    if (!hours || !minutes || *minutes > 59 || *hours * 60 + *minutes > kWidestOffset)
         return std::nullopt;
-    }
     const int offset = *hours * 60 + *minutes;
     return west ? -offset : offset;
 }
@@ -196,14 +185,12 @@ bool readFractionAndOffset(TextCursor& cursor, CaptureMoment& moment)
 {
     if (cursor.takeAny(".,")) {
         moment.nanosecond = parseSubSeconds(cursor.takeDigits());
-        if (!moment.nanosecond) {
+        if (!moment.nanosecond)
             return false;
-        }
     }
     cursor.skipBlanks();
-    if (cursor.atEnd()) {
+    if (cursor.atEnd())
         return true;
-    }
     moment.offsetMinutes = readOffset(cursor);
     return moment.offsetMinutes && cursor.atEnd();
 }
@@ -216,16 +203,15 @@ std::optional<CaptureMoment> readSpelledDate(TextCursor& cursor)
     cursor.skipBlanks();
     const auto day = cursor.upToTwoDigits();
     const bool gap = cursor.skipBlanks();
-    if (!month || !day || !gap || !readTime(cursor, moment, true) || !cursor.skipBlanks()) {
+    if (!month || !day || !gap || !readTime(cursor, moment, true) || !cursor.skipBlanks())
         return std::nullopt;
-    }
     moment.month = *month;
     moment.day = *day;
     moment.year = cursor.number(4).value_or(0);
     return cursor.atEnd() && isPossible(moment) ? std::optional(moment) : std::nullopt;
 }
 
-std::chrono::sys_days dayOf(CaptureMoment const& moment)
+std::chrono::sys_days dayOf(const CaptureMoment& moment)
 {
     using namespace std::chrono;
     return year{moment.year} / month{static_cast<unsigned>(moment.month)}
@@ -238,25 +224,21 @@ std::optional<CaptureMoment> parseDateText(std::string_view text)
 {
     TextCursor cursor(text);
     CaptureMoment moment;
-    if (!readDate(cursor, moment)) {
+    if (!readDate(cursor, moment))
         return std::nullopt;
-    }
     const bool spaced = cursor.takeAny("Tt ");
-    if (!spaced || !readTime(cursor, moment, false) || !readFractionAndOffset(cursor, moment)) {
+    if (!spaced || !readTime(cursor, moment, false) || !readFractionAndOffset(cursor, moment))
         return std::nullopt;
-    }
     return isPossible(moment) ? std::optional(moment) : std::nullopt;
 }
 
 std::optional<CaptureMoment> parseMovieDateText(std::string_view text)
 {
     TextCursor cursor(text);
-    if (isDigit(cursor.front())) {
+    if (isDigit(cursor.front()))
         return parseDateText(text);
-    }
-    if (!cursor.wordOf(kWeekdays) || !cursor.skipBlanks()) {
+    if (!cursor.wordOf(kWeekdays) || !cursor.skipBlanks())
         return std::nullopt;
-    }
     return readSpelledDate(cursor);
 }
 
@@ -271,14 +253,12 @@ std::optional<std::uint32_t> parseSubSeconds(std::string_view digits)
 {
     TextCursor cursor(digits);
     const std::string_view found = cursor.takeDigits();
-    if (found.empty() || !cursor.atEnd()) {
+    if (found.empty() || !cursor.atEnd())
         return std::nullopt;
-    }
     constexpr std::size_t kDigits = 9;
     std::uint32_t value = 0;
-    for (std::size_t i = 0; i < kDigits; ++i) {
+    for (std::size_t i = 0; i < kDigits; ++i)
         value = value * 10 + (i < found.size() ? static_cast<std::uint32_t>(found[i] - '0') : 0);
-    }
     return value;
 }
 
@@ -287,9 +267,8 @@ std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
     using namespace std::chrono;
     constexpr sys_seconds kBegin{sys_days{year{kFirstYear} / January / 1}};
     constexpr sys_seconds kEnd{sys_days{year{kLastYear + 1} / January / 1}};
-    if (seconds < kBegin.time_since_epoch().count() || seconds >= kEnd.time_since_epoch().count()) {
+    if (seconds < kBegin.time_since_epoch().count() || seconds >= kEnd.time_since_epoch().count())
         return std::nullopt;
-    }
     const sys_seconds time{std::chrono::seconds{seconds}};
     const sys_days today = floor<days>(time);
     const year_month_day date{today};
@@ -304,7 +283,7 @@ std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
     return moment;
 }
 
-std::string isoText(CaptureMoment const& moment)
+std::string isoText(const CaptureMoment& moment)
 {
     std::array<char, 96> buffer{};
     std::snprintf(buffer.data(),
@@ -336,14 +315,14 @@ std::string isoText(CaptureMoment const& moment)
     return text;
 }
 
-std::int64_t clockSeconds(CaptureMoment const& moment)
+std::int64_t clockSeconds(const CaptureMoment& moment)
 {
     constexpr std::int64_t kSecondsPerDay = 86'400;
     const std::int64_t days = dayOf(moment).time_since_epoch().count();
     return days * kSecondsPerDay + moment.hour * 3600 + moment.minute * 60 + moment.second;
 }
 
-std::tm brokenDownTime(CaptureMoment const& moment)
+std::tm brokenDownTime(const CaptureMoment& moment)
 {
     using namespace std::chrono;
     const sys_days today = dayOf(moment);

@@ -24,7 +24,7 @@ struct CaptureMoment {
     std::optional<std::uint32_t> nanosecond; // of the second, when it was written
     std::optional<int> offsetMinutes; // east of UTC, when it was written
 
-    friend bool operator==(CaptureMoment const&, CaptureMoment const&) = default;
+    friend bool operator==(const CaptureMoment&, const CaptureMoment&) = default;
 };
 
 // "2021:04:08 14:51:13" and what differs only in separators, with optional seconds, fraction and
@@ -45,12 +45,12 @@ std::optional<std::uint32_t> parseSubSeconds(std::string_view digits);
 std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds);
 
 // "2021-04-08T14:51:13.25+02:00", with what is known.
-std::string isoText(CaptureMoment const& moment);
+std::string isoText(const CaptureMoment& moment);
 
 // Counted from 1970 by the clock that the moment was read from, whatever its zone.
-std::int64_t clockSeconds(CaptureMoment const& moment);
+std::int64_t clockSeconds(const CaptureMoment& moment);
 
 // For formatting; day of the week and of the year are filled in.
-std::tm brokenDownTime(CaptureMoment const& moment);
+std::tm brokenDownTime(const CaptureMoment& moment);
 
 } // namespace mfx

@@ -18,85 +18,80 @@ constexpr auto kPieces =
 
 struct ExifKeys {
     DateSource source;
-    char const* date;
-    char const* subSeconds;
-    char const* offset;
+    const char* date;
+    const char* subSeconds;
+    const char* offset;
 };
 
 constexpr auto kExifKeys = std::to_array<ExifKeys>({
-    {DateSource::ExifOriginal,
+    {DateSource::kExifOriginal,
         "Exif.Photo.DateTimeOriginal",
         "Exif.Photo.SubSecTimeOriginal",
         "Exif.Photo.OffsetTimeOriginal"},
     // Raw forms on the pattern of TIFF/EP keep it beside the image's own tags.
-    {DateSource::ExifOriginal,
+    {DateSource::kExifOriginal,
         "Exif.Image.DateTimeOriginal",
         "Exif.Photo.SubSecTimeOriginal",
         "Exif.Photo.OffsetTimeOriginal"},
-    {DateSource::ExifDigitized,
+    {DateSource::kExifDigitized,
         "Exif.Photo.DateTimeDigitized",
         "Exif.Photo.SubSecTimeDigitized",
         "Exif.Photo.OffsetTimeDigitized"},
-    {DateSource::ExifImage,
+    {DateSource::kExifImage,
         "Exif.Image.DateTime",
         "Exif.Photo.SubSecTime",
         "Exif.Photo.OffsetTime"},
 });
 
-constexpr auto kXmpKeys = std::to_array<char const*>({"Xmp.exif.DateTimeOriginal",
+constexpr auto kXmpKeys = std::to_array<const char*>({"Xmp.exif.DateTimeOriginal",
     "Xmp.photoshop.DateCreated",
     "Xmp.exif.DateTimeDigitized",
     "Xmp.xmp.CreateDate"});
 
-std::string exifText(Exiv2::ExifData const& exif, char const* key)
+std::string exifText(const Exiv2::ExifData& exif, const char* key)
 {
     const auto found = exif.findKey(Exiv2::ExifKey(key));
     return found == exif.end() ? std::string() : found->toString();
 }
 
-CaptureDate dateOfExif(Exiv2::ExifData const& exif)
+CaptureDate dateOfExif(const Exiv2::ExifData& exif)
 {
-    for (ExifKeys const& keys : kExifKeys) {
+    for (const ExifKeys& keys : kExifKeys) {
         auto moment = parseDateText(exifText(exif, keys.date));
-        if (!moment) {
+        if (!moment)
             continue;
-        }
-        if (const auto fraction = parseSubSeconds(exifText(exif, keys.subSeconds))) {
+        if (const auto fraction = parseSubSeconds(exifText(exif, keys.subSeconds)))
             moment->nanosecond = fraction;
-        }
-        if (const auto offset = parseOffset(exifText(exif, keys.offset))) {
+        if (const auto offset = parseOffset(exifText(exif, keys.offset)))
             moment->offsetMinutes = offset;
-        }
         return {moment, keys.source};
     }
     return {};
 }
 
-CaptureDate dateOfXmp(Exiv2::XmpData const& xmp)
+CaptureDate dateOfXmp(const Exiv2::XmpData& xmp)
 {
-    for (char const* key : kXmpKeys) {
+    for (const char* key : kXmpKeys) {
         const auto found = xmp.findKey(Exiv2::XmpKey(key));
         const auto moment = found == xmp.end() ? std::nullopt : parseDateText(found->toString());
-        if (moment) {
-            return {moment, DateSource::Xmp};
-        }
+        if (moment)
+            return {moment, DateSource::kXmp};
     }
     return {};
 }
 
 // The keys differ by the maker's form of raw file.
-std::string firstText(Exiv2::ExifData const& exif, std::initializer_list<char const*> keys)
+std::string firstText(const Exiv2::ExifData& exif, std::initializer_list<const char*> keys)
 {
-    for (char const* key : keys) {
+    for (const char* key : keys) {
         const std::string text = exifText(exif, key);
-        if (!text.empty()) {
+        if (!text.empty())
             return text;
-        }
     }
     return {};
 }
 
-Camera cameraOfExif(Exiv2::ExifData const& exif)
+Camera cameraOfExif(const Exiv2::ExifData& exif)
 {
     return {firstText(exif, {"Exif.Image.Make", "Exif.PanasonicRaw.Make"}),
         firstText(exif, {"Exif.Image.Model", "Exif.PanasonicRaw.Model"})};
@@ -114,24 +109,23 @@ bool understood(Exiv2::Image& image)
     try {
         image.readMetadata();
         return true;
-    } catch (std::exception const&) {
+    } catch (const std::exception&) {
         return false;
     }
 }
 
-Reading readPiece(std::vector<unsigned char> const& bytes)
+Reading readPiece(const std::vector<unsigned char>& bytes)
 {
     try {
         const auto image = Exiv2::ImageFactory::open(bytes.data(), static_cast<long>(bytes.size()));
         const bool complete = understood(*image);
         PhotoFacts facts{dateOfExif(image->exifData()), cameraOfExif(image->exifData())};
-        if (!facts.date.moment) {
+        if (!facts.date.moment)
             facts.date = dateOfXmp(image->xmpData());
-        }
         const bool tagsComeFirst = image->imageType() == Exiv2::ImageType::jpeg;
-        const bool isOriginal = facts.date.source == DateSource::ExifOriginal;
+        const bool isOriginal = facts.date.source == DateSource::kExifOriginal;
         return {facts, isOriginal || (complete && tagsComeFirst)};
-    } catch (std::exception const&) {
+    } catch (const std::exception&) {
         return {{}, true}; // no form that the library knows: more bytes change nothing
     }
 }
@@ -169,9 +163,8 @@ PhotoFacts exifFacts(std::istream& stream)
     for (const std::size_t size : kPieces) {
         readUpTo(stream, size, bytes);
         reading = readPiece(bytes);
-        if (reading.whole || bytes.size() < size) {
+        if (reading.whole || bytes.size() < size)
             break;
-        }
     }
     reading.facts.date.readFailed = stream.bad();
     return reading.facts;

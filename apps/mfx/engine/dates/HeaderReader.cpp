@@ -5,8 +5,8 @@ namespace mfx {
 namespace {
 
 // A movie's header takes some dozens of reads; a fragmented one steps over thousands of boxes.
-constexpr std::size_t kMostReads = 20'000;
-constexpr std::size_t kMostBytes = 1024 * 1024;
+constexpr std::size_t kMaxReads = 20'000;
+constexpr std::size_t kMaxBytes = 1024 * 1024;
 
 std::uint64_t streamSize(std::istream& stream)
 {
@@ -26,16 +26,15 @@ std::uint64_t byteValue(char c)
 HeaderReader::HeaderReader(std::istream& stream)
     : m_stream(stream)
     , m_size(streamSize(stream))
-    , m_readsLeft(kMostReads)
-    , m_bytesLeft(kMostBytes)
+    , m_readsLeft(kMaxReads)
+    , m_bytesLeft(kMaxBytes)
 {
 }
 
 std::optional<std::string> HeaderReader::bytes(std::uint64_t offset, std::size_t count)
 {
-    if (offset > m_size || count > m_size - offset) {
+    if (offset > m_size || count > m_size - offset)
         return std::nullopt;
-    }
     if (m_readsLeft == 0 || count > m_bytesLeft) {
         m_readsLeft = 0;
         return std::nullopt;
@@ -51,9 +50,8 @@ std::optional<std::string> HeaderReader::bytes(std::uint64_t offset, std::size_t
 std::uint64_t bigEndian64(std::string_view bytes)
 {
     std::uint64_t value = 0;
-    for (const char byte : bytes.substr(0, 8)) {
+    for (const char byte : bytes.substr(0, 8))
         value = (value << 8U) | byteValue(byte);
-    }
     return value;
 }
 

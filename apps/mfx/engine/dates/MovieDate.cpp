@@ -18,8 +18,8 @@ struct Box {
     std::uint64_t next = 0;
 };
 
-constexpr std::size_t kLongestText = 64; // of a date
-constexpr std::uint32_t kMostKeys = 256;
+constexpr std::size_t kMaxTextLength = 64; // of a date
+constexpr std::uint32_t kMaxKeys = 256;
 constexpr std::string_view kDateKey = "com.apple.quicktime.creationdate";
 
 // The box at `offset` within a parent that ends at `limit`. A box that reaches past its parent (a
@@ -27,9 +27,8 @@ constexpr std::string_view kDateKey = "com.apple.quicktime.creationdate";
 std::optional<Box> boxAt(HeaderReader& reader, std::uint64_t offset, std::uint64_t limit)
 {
     const auto head = limit - offset >= 8 ? reader.bytes(offset, 8) : std::nullopt;
-    if (!head) {
+    if (!head)
         return std::nullopt;
-    }
     std::uint64_t size = bigEndian32(*head);
     std::uint64_t headSize = 8;
     if (size == 1) { // a 64-bit size follows
@@ -39,9 +38,8 @@ std::optional<Box> boxAt(HeaderReader& reader, std::uint64_t offset, std::uint64
     } else if (size == 0) { // up to the end
         size = limit - offset;
     }
-    if (size < headSize) {
+    if (size < headSize)
         return std::nullopt;
-    }
     const std::uint64_t end = size > limit - offset ? limit : offset + size;
     return Box{head->substr(4), offset + headSize, end, end};
 }
@@ -50,9 +48,8 @@ std::optional<Box> boxAt(HeaderReader& reader, std::uint64_t offset, std::uint64
 std::optional<Box> chunkAt(HeaderReader& reader, std::uint64_t offset, std::uint64_t limit)
 {
     const auto head = limit - offset >= 8 ? reader.bytes(offset, 8) : std::nullopt;
-    if (!head) {
+    if (!head)
         return std::nullopt;
-    }
     const std::uint64_t size = littleEndian32(std::string_view(*head).substr(4));
     const std::uint64_t end = std::min(limit, offset + 8 + size);
     return Box{head->substr(0, 4), offset + 8, end, std::min(limit, end + (size & 1U))};
@@ -62,25 +59,23 @@ using BoxReader = std::optional<Box> (*)(HeaderReader&, std::uint64_t, std::uint
 
 // Calls `visit` for each box of a range until it returns true or the range ends.
 template <typename Visit>
-void forEachBox(HeaderReader& reader, Box const& parent, BoxReader read, Visit visit)
+void forEachBox(HeaderReader& reader, const Box& parent, BoxReader read, Visit visit)
 {
     std::uint64_t offset = parent.begin;
     while (offset < parent.end) {
         const auto box = read(reader, offset, parent.end);
-        if (!box || visit(*box)) {
+        if (!box || visit(*box))
             return;
-        }
         offset = box->next;
     }
 }
 
-std::optional<Box> findBox(HeaderReader& reader, Box const& parent, std::string_view type)
+std::optional<Box> findBox(HeaderReader& reader, const Box& parent, std::string_view type)
 {
     std::optional<Box> found;
-    forEachBox(reader, parent, boxAt, [&](Box const& box) {
-        if (box.type == type) {
+    forEachBox(reader, parent, boxAt, [&](const Box& box) {
+        if (box.type == type)
             found = box;
-        }
         return found.has_value();
     });
     return found;
@@ -90,27 +85,25 @@ std::optional<std::string> shortText(HeaderReader& reader, std::uint64_t begin, 
 {
     const std::uint64_t length = end > begin ? end - begin : 0;
     return reader.bytes(
-        begin, static_cast<std::size_t>(std::min<std::uint64_t>(length, kLongestText)));
+        begin, static_cast<std::size_t>(std::min<std::uint64_t>(length, kMaxTextLength)));
 }
 
 // 1-based place of the date among the names in a "keys" box; 0 when it is not there.
-std::uint32_t dateKeyIndex(HeaderReader& reader, Box const& keys)
+std::uint32_t dateKeyIndex(HeaderReader& reader, const Box& keys)
 {
     const auto head = keys.end - keys.begin >= 8 ? reader.bytes(keys.begin, 8) : std::nullopt;
-    if (!head) {
+    if (!head)
         return 0;
-    }
     const std::uint32_t count = bigEndian32(std::string_view(*head).substr(4));
     std::uint32_t index = 0;
     std::uint32_t found = 0;
     // An entry has the form of a box: its size, a name space in place of the type, the name.
-    forEachBox(reader, {"", keys.begin + 8, keys.end, keys.end}, boxAt, [&](Box const& key) {
+    forEachBox(reader, {"", keys.begin + 8, keys.end, keys.end}, boxAt, [&](const Box& key) {
         ++index;
         if (key.end - key.begin == kDateKey.size()
-            && reader.bytes(key.begin, kDateKey.size()) == kDateKey) {
+            && reader.bytes(key.begin, kDateKey.size()) == kDateKey)
             found = index;
-        }
-        return found != 0 || index >= std::min(count, kMostKeys);
+        return found != 0 || index >= std::min(count, kMaxKeys);
     });
     return found;
 }
@@ -119,25 +112,22 @@ std::uint32_t dateKeyIndex(HeaderReader& reader, Box const& keys)
 Box metaContents(HeaderReader& reader, Box meta)
 {
     const auto head = meta.end - meta.begin >= 8 ? reader.bytes(meta.begin, 8) : std::nullopt;
-    if (head && head->substr(4) != "hdlr") {
+    if (head && head->substr(4) != "hdlr")
         meta.begin += 4;
-    }
     return meta;
 }
 
-std::optional<CaptureMoment> keyDate(HeaderReader& reader, Box const& movie)
+std::optional<CaptureMoment> keyDate(HeaderReader& reader, const Box& movie)
 {
     const auto meta = findBox(reader, movie, "meta");
-    if (!meta) {
+    if (!meta)
         return std::nullopt;
-    }
     const Box contents = metaContents(reader, *meta);
     const auto keys = findBox(reader, contents, "keys");
     const auto values = findBox(reader, contents, "ilst");
     const std::uint32_t index = keys && values ? dateKeyIndex(reader, *keys) : 0;
-    if (index == 0) {
+    if (index == 0)
         return std::nullopt;
-    }
     const std::string type{0, 0, static_cast<char>(index >> 8U), static_cast<char>(index & 0xFFU)};
     const auto value = findBox(reader, *values, type);
     const auto text = value ? findBox(reader, *value, "data") : std::nullopt;
@@ -146,58 +136,50 @@ std::optional<CaptureMoment> keyDate(HeaderReader& reader, Box const& movie)
     return bytes ? parseDateText(*bytes) : std::nullopt;
 }
 
-std::optional<CaptureMoment> headerDate(HeaderReader& reader, Box const& movie)
+std::optional<CaptureMoment> headerDate(HeaderReader& reader, const Box& movie)
 {
     constexpr std::uint64_t kFrom1904To1970 = 2'082'844'800;
     const auto header = findBox(reader, movie, "mvhd");
-    if (!header || header->end - header->begin < 12) {
+    if (!header || header->end - header->begin < 12)
         return std::nullopt;
-    }
     const auto bytes = reader.bytes(header->begin, 12); // version and flags, creation time
-    if (!bytes) {
+    if (!bytes)
         return std::nullopt;
-    }
     const std::string_view time = std::string_view(*bytes).substr(4);
     const std::uint64_t seconds = bytes->front() == 1 ? bigEndian64(time) : bigEndian32(time);
-    if (seconds > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+    if (seconds > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
         return std::nullopt;
-    }
     auto moment = momentFromUnixTime(
         static_cast<std::int64_t>(seconds) - static_cast<std::int64_t>(kFrom1904To1970));
-    if (moment) {
+    if (moment)
         moment->offsetMinutes = 0;
-    }
     return moment;
 }
 
 CaptureDate boxMovieDate(HeaderReader& reader)
 {
     const auto movie = findBox(reader, {"", 0, reader.size(), reader.size()}, "moov");
-    if (!movie) {
+    if (!movie)
         return {};
-    }
-    if (const auto moment = keyDate(reader, *movie)) {
-        return {moment, DateSource::MovieKey};
-    }
-    if (const auto moment = headerDate(reader, *movie)) {
-        return {moment, DateSource::MovieHeader};
-    }
+    if (const auto moment = keyDate(reader, *movie))
+        return {moment, DateSource::kMovieKey};
+    if (const auto moment = headerDate(reader, *movie))
+        return {moment, DateSource::kMovieHeader};
     return {};
 }
 
-std::optional<CaptureMoment> chunkDate(HeaderReader& reader, Box const& parent, int depth)
+std::optional<CaptureMoment> chunkDate(HeaderReader& reader, const Box& parent, int depth)
 {
     std::optional<CaptureMoment> moment;
-    forEachBox(reader, parent, chunkAt, [&](Box const& chunk) {
+    forEachBox(reader, parent, chunkAt, [&](const Box& chunk) {
         if (chunk.type == "IDIT") {
             const auto text = shortText(reader, chunk.begin, chunk.end);
             moment = text ? parseMovieDateText(*text) : std::nullopt;
         } else if (chunk.type == "LIST" && depth > 0 && chunk.end - chunk.begin >= 4) {
             const auto type = reader.bytes(chunk.begin, 4);
-            if (type && *type != "movi") { // the media: thousands of chunks
+            if (type && *type != "movi") // the media: thousands of chunks
                 moment =
                     chunkDate(reader, {*type, chunk.begin + 4, chunk.end, chunk.next}, depth - 1);
-            }
         }
         return moment.has_value();
     });
@@ -208,7 +190,7 @@ CaptureDate aviDate(HeaderReader& reader)
 {
     constexpr int kDepth = 3; // the headers, a stream's headers, what is in them
     const auto moment = chunkDate(reader, {"AVI ", 12, reader.size(), reader.size()}, kDepth);
-    return moment ? CaptureDate{moment, DateSource::AviChunk} : CaptureDate{};
+    return moment ? CaptureDate{moment, DateSource::kAviChunk} : CaptureDate{};
 }
 
 } // namespace
@@ -217,13 +199,11 @@ CaptureDate movieDate(std::istream& stream)
 {
     HeaderReader reader(stream);
     const auto head = reader.bytes(0, 12);
-    if (!head) {
+    if (!head)
         return {};
-    }
     const std::string_view form = *head;
-    if (form.substr(0, 4) == "RIFF") {
+    if (form.substr(0, 4) == "RIFF")
         return form.substr(8) == "AVI " ? aviDate(reader) : CaptureDate{};
-    }
     return boxMovieDate(reader);
 }
 

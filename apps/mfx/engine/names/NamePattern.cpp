@@ -23,18 +23,18 @@ void requireNoSlash(std::string_view name)
 
 NumberMatcher::Part textPart(std::string text)
 {
-    return {NumberMatcher::Part::Kind::Text, std::move(text), 0};
+    return {NumberMatcher::Part::Kind::kText, std::move(text), 0};
 }
 
-NumberMatcher::Part datePart(DatePiece const& piece)
+NumberMatcher::Part datePart(const DatePiece& piece)
 {
     using Kind = NumberMatcher::Part::Kind;
     switch (piece.kind) {
-    case DatePiece::Kind::Digits:
-        return {Kind::Digits, {}, piece.width};
-    case DatePiece::Kind::Name:
-        return {Kind::Letters, {}, 0};
-    case DatePiece::Kind::Text:
+    case DatePiece::Kind::kDigits:
+        return {Kind::kDigits, {}, piece.width};
+    case DatePiece::Kind::kName:
+        return {Kind::kLetters, {}, 0};
+    case DatePiece::Kind::kText:
         break;
     }
     return textPart(piece.text);
@@ -49,9 +49,8 @@ NamePattern::NamePattern(std::string_view pattern)
         throw PatternError(
             text("$$$/Mfx/Pattern/Empty=The name pattern is empty; {name} is the device's name."));
     }
-    for (std::string_view rest = pattern; !rest.empty();) {
+    for (std::string_view rest = pattern; !rest.empty();)
         readPiece(rest);
-    }
     dropOwnExtension();
     if (m_pieces.empty()) {
         throw PatternError(
@@ -90,9 +89,8 @@ void NamePattern::readPiece(std::string_view& rest)
 void NamePattern::addText(char c)
 {
     requireNoSlash(std::string_view(&c, 1));
-    if (m_pieces.empty() || m_pieces.back().kind != Piece::Kind::Text) {
+    if (m_pieces.empty() || m_pieces.back().kind != Piece::Kind::kText)
         m_pieces.emplace_back();
-    }
     m_pieces.back().text += c;
 }
 
@@ -102,18 +100,14 @@ NamePattern::Piece NamePattern::fieldPiece(std::string_view field)
     const std::string_view word = field.substr(0, colon);
     const bool bare = colon == std::string_view::npos;
     const std::string_view argument = bare ? std::string_view() : field.substr(colon + 1);
-    if (bare && word == "name") {
-        return {Piece::Kind::Name, {}, {}, 0};
-    }
-    if (bare && word == "ext") {
-        return {Piece::Kind::Extension, {}, {}, 0};
-    }
-    if (word == "date") {
+    if (bare && word == "name")
+        return {Piece::Kind::kName, {}, {}, 0};
+    if (bare && word == "ext")
+        return {Piece::Kind::kExtension, {}, {}, 0};
+    if (word == "date")
         return datePiece(argument);
-    }
-    if (word == "seq") {
+    if (word == "seq")
         return sequencePiece(argument);
-    }
     throw PatternError(text("$$$/Mfx/Pattern/NoField={%1} is no field of a name pattern; there are "
                             "{name}, {ext}, {date:FORMAT} and {seq:DIGITS}.",
         {std::string(field)}));
@@ -126,7 +120,7 @@ NamePattern::Piece NamePattern::datePiece(std::string_view format)
             "$$$/Mfx/Pattern/DateNeedsFormat={date} needs a format, such as {date:%Y-%m-%d}."));
     }
     Piece piece;
-    piece.kind = Piece::Kind::Date;
+    piece.kind = Piece::Kind::kDate;
     piece.format.emplace(format);
     requireNoSlash(piece.format->longestExample());
     return piece;
@@ -139,7 +133,7 @@ NamePattern::Piece NamePattern::sequencePiece(std::string_view digits)
                                 "digits from 1 to 9, such as {seq:4}."));
     }
     Piece piece;
-    piece.kind = Piece::Kind::Sequence;
+    piece.kind = Piece::Kind::kSequence;
     piece.digits = static_cast<std::size_t>(digits.front() - '0');
     return piece;
 }
@@ -148,30 +142,26 @@ NamePattern::Piece NamePattern::sequencePiece(std::string_view digits)
 void NamePattern::dropOwnExtension()
 {
     const std::size_t count = m_pieces.size();
-    if (count < 2 || m_pieces[count - 1].kind != Piece::Kind::Extension
-        || m_pieces[count - 2].kind != Piece::Kind::Text
-        || m_pieces[count - 2].text.back() != '.') {
+    if (count < 2 || m_pieces[count - 1].kind != Piece::Kind::kExtension
+        || m_pieces[count - 2].kind != Piece::Kind::kText || m_pieces[count - 2].text.back() != '.')
         return;
-    }
     m_pieces.pop_back();
     m_pieces.back().text.pop_back();
-    if (m_pieces.back().text.empty()) {
+    if (m_pieces.back().text.empty())
         m_pieces.pop_back();
-    }
 }
 
 bool NamePattern::uses(Piece::Kind kind) const
 {
-    return std::any_of(m_pieces.begin(), m_pieces.end(), [kind](Piece const& piece) {
+    return std::any_of(m_pieces.begin(), m_pieces.end(), [kind](const Piece& piece) {
         return piece.kind == kind;
     });
 }
 
 NumberMatcher NamePattern::numberMatcher() const
 {
-    if (!usesDate()) {
+    if (!usesDate())
         return NumberMatcher({numberParts(true)});
-    }
     return NumberMatcher({numberParts(true), numberParts(false)});
 }
 
@@ -179,16 +169,16 @@ NumberMatcher::Parts NamePattern::numberParts(bool isDated) const
 {
     using Kind = NumberMatcher::Part::Kind;
     NumberMatcher::Parts parts;
-    for (Piece const& piece : m_pieces) {
+    for (const Piece& piece : m_pieces) {
         switch (piece.kind) {
-        case Piece::Kind::Text:
+        case Piece::Kind::kText:
             parts.push_back(textPart(piece.text));
             break;
-        case Piece::Kind::Name:
-        case Piece::Kind::Extension:
-            parts.push_back({Kind::Anything, {}, 0});
+        case Piece::Kind::kName:
+        case Piece::Kind::kExtension:
+            parts.push_back({Kind::kAnything, {}, 0});
             break;
-        case Piece::Kind::Date:
+        case Piece::Kind::kDate:
             if (isDated) {
                 const std::vector<DatePiece> shape = piece.format->shape();
                 std::transform(shape.begin(), shape.end(), std::back_inserter(parts), datePart);
@@ -196,53 +186,50 @@ NumberMatcher::Parts NamePattern::numberParts(bool isDated) const
                 parts.push_back(textPart(std::string(kUndated)));
             }
             break;
-        case Piece::Kind::Sequence:
-            parts.push_back({Kind::Number, {}, piece.digits});
+        case Piece::Kind::kSequence:
+            parts.push_back({Kind::kNumber, {}, piece.digits});
             break;
         }
     }
     return parts;
 }
 
-NumberMatcher NamePattern::numberMatcher(NameFields const& fields) const
+NumberMatcher NamePattern::numberMatcher(const NameFields& fields) const
 {
     NumberMatcher::Parts parts;
-    for (Piece const& piece : m_pieces) {
-        if (piece.kind == Piece::Kind::Sequence) {
-            parts.push_back({NumberMatcher::Part::Kind::Number, {}, piece.digits});
-        } else {
+    for (const Piece& piece : m_pieces)
+        if (piece.kind == Piece::Kind::kSequence)
+            parts.push_back({NumberMatcher::Part::Kind::kNumber, {}, piece.digits});
+        else
             parts.push_back(textPart(rendered(piece, fields)));
-        }
-    }
     return NumberMatcher({std::move(parts)});
 }
 
-std::string NamePattern::rendered(Piece const& piece, NameFields const& fields)
+std::string NamePattern::rendered(const Piece& piece, const NameFields& fields)
 {
     switch (piece.kind) {
-    case Piece::Kind::Name:
+    case Piece::Kind::kName:
         return fields.name;
-    case Piece::Kind::Extension:
+    case Piece::Kind::kExtension:
         return fields.extension;
-    case Piece::Kind::Date:
+    case Piece::Kind::kDate:
         return fields.date ? piece.format->render(*fields.date) : std::string(kUndated);
-    case Piece::Kind::Sequence: {
+    case Piece::Kind::kSequence: {
         const std::string number = std::to_string(fields.sequence);
         const std::size_t zeros = piece.digits - std::min(piece.digits, number.size());
         return std::string(zeros, '0') + number;
     }
-    case Piece::Kind::Text:
+    case Piece::Kind::kText:
         break;
     }
     return piece.text;
 }
 
-std::string NamePattern::stem(NameFields const& fields) const
+std::string NamePattern::stem(const NameFields& fields) const
 {
     std::string stem;
-    for (Piece const& piece : m_pieces) {
+    for (const Piece& piece : m_pieces)
         stem += rendered(piece, fields);
-    }
     requireNoSlash(stem);
     if (stem.find('\0') != std::string::npos) {
         throw PatternError(

@@ -35,23 +35,23 @@ public:
     // Throws PatternError.
     explicit NamePattern(std::string_view pattern);
 
-    bool usesSequence() const { return uses(Piece::Kind::Sequence); }
-    bool usesDate() const { return uses(Piece::Kind::Date); }
+    bool usesSequence() const { return uses(Piece::Kind::kSequence); }
+    bool usesDate() const { return uses(Piece::Kind::kDate); }
 
     // For all names that the pattern gives. Requires: it uses the sequence.
     NumberMatcher numberMatcher() const;
 
     // For those that it gives to one group, whatever its number.
-    NumberMatcher numberMatcher(NameFields const& fields) const;
+    NumberMatcher numberMatcher(const NameFields& fields) const;
 
     // The stem. Throws PatternError when it would be empty, hidden or "." or "..", or would
     // hold "/" or NUL: the pattern and these fields do not make a file name.
-    std::string stem(NameFields const& fields) const;
+    std::string stem(const NameFields& fields) const;
 
 private:
     struct Piece {
-        enum class Kind : std::uint8_t { Text, Name, Extension, Date, Sequence };
-        Kind kind = Kind::Text;
+        enum class Kind : std::uint8_t { kText, kName, kExtension, kDate, kSequence };
+        Kind kind = Kind::kText;
         std::string text; // of Text
         std::optional<DateFormat> format; // of Date
         std::size_t digits = 0; // of Sequence
@@ -64,7 +64,7 @@ private:
     static Piece fieldPiece(std::string_view field);
     static Piece datePiece(std::string_view format);
     static Piece sequencePiece(std::string_view digits);
-    static std::string rendered(Piece const& piece, NameFields const& fields);
+    static std::string rendered(const Piece& piece, const NameFields& fields);
     void dropOwnExtension();
 
     std::vector<Piece> m_pieces;

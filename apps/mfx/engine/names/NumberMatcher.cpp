@@ -11,7 +11,7 @@ using Part = NumberMatcher::Part;
 using Parts = NumberMatcher::Parts;
 using Match = NumberMatcher::Match;
 
-constexpr std::size_t kMostDigits = 9; // more are no number that was given
+constexpr std::size_t kMaxDigits = 9; // more are no number that was given
 
 bool isDigit(char c)
 {
@@ -33,7 +33,7 @@ std::size_t runLength(std::string_view text, Test belongs)
 // One try to read a name; the number is that of all its places.
 class Reading {
 public:
-    Reading(Parts const& parts, std::string_view name)
+    Reading(const Parts& parts, std::string_view name)
         : m_parts(parts)
         , m_name(name)
     {
@@ -47,7 +47,7 @@ private:
     bool fitsNumber(std::size_t part, std::size_t at);
     bool fitsEnd(std::size_t at);
 
-    Parts const& m_parts;
+    const Parts& m_parts;
     const std::string_view m_name;
     std::optional<std::uint64_t> m_number;
     std::optional<Match> m_match;
@@ -55,24 +55,23 @@ private:
 
 bool Reading::fits(std::size_t part, std::size_t at)
 {
-    if (part == m_parts.size()) {
+    if (part == m_parts.size())
         return fitsEnd(at);
-    }
-    Part const& wanted = m_parts[part];
+    const Part& wanted = m_parts[part];
     const std::string_view rest = m_name.substr(at);
     switch (wanted.kind) {
-    case Part::Kind::Text:
+    case Part::Kind::kText:
         return rest.starts_with(wanted.text) && fits(part + 1, at + wanted.text.size());
-    case Part::Kind::Digits: // a day may have a blank for its first one
+    case Part::Kind::kDigits: // a day may have a blank for its first one
         return runLength(
                    rest.substr(0, wanted.width), [](char c) { return isDigit(c) || c == ' '; })
             == wanted.width
             && fits(part + 1, at + wanted.width);
-    case Part::Kind::Letters:
+    case Part::Kind::kLetters:
         return fitsLength(part, at, runLength(rest, isLetter));
-    case Part::Kind::Anything:
+    case Part::Kind::kAnything:
         return fitsLength(part, at, rest.size());
-    case Part::Kind::Number:
+    case Part::Kind::kNumber:
         break;
     }
     return fitsNumber(part, at);
@@ -81,27 +80,24 @@ bool Reading::fits(std::size_t part, std::size_t at)
 // With at least one character, and as many as can be.
 bool Reading::fitsLength(std::size_t part, std::size_t at, std::size_t length)
 {
-    for (; length > 0; --length) {
-        if (fits(part + 1, at + length)) {
+    for (; length > 0; --length)
+        if (fits(part + 1, at + length))
             return true;
-        }
-    }
     return false;
 }
 
 bool Reading::fitsNumber(std::size_t part, std::size_t at)
 {
     const std::string_view rest = m_name.substr(at);
-    const std::size_t most = std::min(runLength(rest, isDigit), kMostDigits);
+    const std::size_t most = std::min(runLength(rest, isDigit), kMaxDigits);
     const auto before = m_number;
     for (std::size_t length = m_parts[part].width; length <= most; ++length) {
         std::uint64_t number = 0;
         std::from_chars(rest.data(), rest.data() + length, number);
         const bool isPadded = length > m_parts[part].width && rest.front() == '0';
         m_number = number;
-        if (!isPadded && (!before || before == number) && fits(part + 1, at + length)) {
+        if (!isPadded && (!before || before == number) && fits(part + 1, at + length))
             return true;
-        }
     }
     m_number = before;
     return false;
@@ -115,9 +111,8 @@ bool Reading::fitsEnd(std::size_t at)
         rest.remove_prefix(digits > 0 ? 1 + digits : 0);
     }
     const bool hasExtension = rest.size() >= 2 && rest.front() == '.';
-    if (!m_number || (!rest.empty() && !hasExtension)) {
+    if (!m_number || (!rest.empty() && !hasExtension))
         return false;
-    }
     m_match = Match{*m_number,
         m_name.substr(0, m_name.size() - rest.size()),
         rest.substr(hasExtension ? 1 : 0)};
@@ -128,11 +123,9 @@ bool Reading::fitsEnd(std::size_t at)
 
 std::optional<Match> NumberMatcher::match(std::string_view fileName) const
 {
-    for (Parts const& parts : m_alternatives) {
-        if (auto match = Reading(parts, fileName).read()) {
+    for (const Parts& parts : m_alternatives)
+        if (auto match = Reading(parts, fileName).read())
             return match;
-        }
-    }
     return std::nullopt;
 }
 

@@ -17,8 +17,8 @@ namespace mfx {
 class NumberMatcher {
 public:
     struct Part {
-        enum class Kind : std::uint8_t { Text, Anything, Digits, Letters, Number };
-        Kind kind = Kind::Text;
+        enum class Kind : std::uint8_t { kText, kAnything, kDigits, kLetters, kNumber };
+        Kind kind = Kind::kText;
         std::string text; // of Text
         std::size_t width = 0; // of Digits: so many; of Number: so many at least
     };

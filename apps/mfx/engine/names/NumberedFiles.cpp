@@ -20,7 +20,7 @@ void NumberedFiles::read(const std::string& folder, const NumberMatcher& allName
             continue;
         std::error_code unknown;
         const auto status = Pt::fileStatus(it->path().string(), unknown);
-        if (!status || status->kind != Pt::FileStatus::Kind::Regular)
+        if (!status || status->kind != Pt::FileStatus::Kind::kRegular)
             continue;
         m_files.emplace(name, *status);
         m_bySize.emplace(status->size, name);

@@ -22,7 +22,7 @@ void requireFolderName(std::string_view component, std::string_view pattern)
                  "which begins with a dot.",
                 {std::string(pattern), std::string(component)}));
     }
-    if (component.size() > kLongestName) {
+    if (component.size() > kMaxNameLength) {
         throw PatternError(
             text("$$$/Mfx/Pattern/LongFolder=The subfolder pattern \"%1\" has a part of more than "
                  "255 bytes.",
@@ -46,7 +46,7 @@ SubfolderPattern::SubfolderPattern(std::string_view pattern)
     requireFolderName(rest, pattern);
 }
 
-std::string SubfolderPattern::folder(std::optional<CaptureMoment> const& date) const
+std::string SubfolderPattern::folder(const std::optional<CaptureMoment>& date) const
 {
     return date ? m_format.render(*date) : std::string(kUndated);
 }

@@ -19,7 +19,7 @@ public:
     explicit SubfolderPattern(std::string_view pattern);
 
     // Relative to the target, components joined by "/".
-    std::string folder(std::optional<CaptureMoment> const& date) const;
+    std::string folder(const std::optional<CaptureMoment>& date) const;
 
 private:
     DateFormat m_format;

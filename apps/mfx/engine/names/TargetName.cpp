@@ -10,9 +10,8 @@ namespace mfx {
 std::string numberedStem(std::string_view stem, std::uint64_t number)
 {
     std::string numbered(stem);
-    if (number > 0) {
+    if (number > 0)
         numbered += '-' + std::to_string(number);
-    }
     return numbered;
 }
 
@@ -21,9 +20,8 @@ std::string safeStem(std::string_view stem)
     std::string safe(stem.empty() ? std::string_view("_") : stem);
     std::replace(safe.begin(), safe.end(), '/', '_');
     std::replace(safe.begin(), safe.end(), '\0', '_');
-    if (safe.front() == '.') {
+    if (safe.front() == '.')
         safe.front() = '_';
-    }
     return safe;
 }
 
@@ -33,7 +31,7 @@ GroupTarget::GroupTarget(
     , m_stem(std::move(stem))
     , m_extensions(std::move(extensions))
 {
-    for (std::string const& extension : m_extensions) {
+    for (const std::string& extension : m_extensions) {
         const std::size_t length = extension.empty() ? 0 : extension.size() + 1;
         m_longestExtension = std::max(m_longestExtension, length);
     }
@@ -43,17 +41,16 @@ std::string GroupTarget::fileName(std::size_t member, std::uint64_t number) cons
 {
     const std::size_t taken = m_longestExtension + numberedStem("", number).size();
     // Extensions are short (see stemLength()); a source that is no card may think otherwise.
-    const std::size_t room = taken < kLongestName ? kLongestName - taken : 0;
+    const std::size_t room = taken < kMaxNameLength ? kMaxNameLength - taken : 0;
     std::string name = numberedStem(Pt::cutName(m_stem, room), number);
-    if (!m_extensions[member].empty()) {
+    if (!m_extensions[member].empty())
         name += '.' + m_extensions[member];
-    }
     return name;
 }
 
-NameFields nameFields(CardContents const& card,
-    ItemGroup const& group,
-    CaptureDate const& date,
+NameFields nameFields(const CardContents& card,
+    const ItemGroup& group,
+    const CaptureDate& date,
     std::uint64_t sequence)
 {
     return {Pt::displayName(groupStem(card, group)),
@@ -62,17 +59,16 @@ NameFields nameFields(CardContents const& card,
         sequence};
 }
 
-GroupTarget groupTarget(CardContents const& card,
-    ItemGroup const& group,
-    CaptureDate const& date,
-    NamingRules const& rules,
+GroupTarget groupTarget(const CardContents& card,
+    const ItemGroup& group,
+    const CaptureDate& date,
+    const NamingRules& rules,
     std::uint64_t sequence)
 {
     std::vector<std::string> extensions;
     extensions.reserve(group.members.size());
-    for (std::size_t member = 0; member < group.members.size(); ++member) {
+    for (std::size_t member = 0; member < group.members.size(); ++member)
         extensions.push_back(Pt::displayName(memberExtension(card, group, member)));
-    }
     const NameFields fields = nameFields(card, group, date, sequence);
     std::string stem = rules.rename ? rules.rename->stem(fields) : fields.name;
     return {rules.subfolders ? rules.subfolders->folder(date.moment) : std::string(),

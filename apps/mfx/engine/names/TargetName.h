@@ -18,7 +18,7 @@
 
 namespace mfx {
 
-constexpr std::size_t kLongestName = 255; // bytes of one file name, on every file system we write
+constexpr std::size_t kMaxNameLength = 255; // bytes of one file name, on every file system we write
 
 // "stem" for 0, "stem-1" for 1 and so on.
 std::string numberedStem(std::string_view stem, std::uint64_t number);
@@ -40,9 +40,9 @@ public:
     // Extensions as text, without the dot, one per member in member order.
     GroupTarget(std::string subfolder, std::string stem, std::vector<std::string> extensions);
 
-    std::string const& subfolder() const { return m_subfolder; } // "" is the target itself
+    const std::string& subfolder() const { return m_subfolder; } // "" is the target itself
     std::size_t size() const { return m_extensions.size(); }
-    std::string const& extension(std::size_t member) const { return m_extensions[member]; }
+    const std::string& extension(std::size_t member) const { return m_extensions[member]; }
 
     // The name of one member in its `number`th form: 0 is the plain one, k has "-k" behind the
     // stem. Never above 255 bytes: the stem is cut between characters, by the same amount for all
@@ -57,17 +57,17 @@ private:
 };
 
 // What the fields of a name pattern stand for in a group.
-NameFields nameFields(CardContents const& card,
-    ItemGroup const& group,
-    CaptureDate const& date,
+NameFields nameFields(const CardContents& card,
+    const ItemGroup& group,
+    const CaptureDate& date,
     std::uint64_t sequence);
 
 // `sequence` is the number of this group for {seq}. Throws PatternError as NamePattern::stem()
 // does.
-GroupTarget groupTarget(CardContents const& card,
-    ItemGroup const& group,
-    CaptureDate const& date,
-    NamingRules const& rules,
+GroupTarget groupTarget(const CardContents& card,
+    const ItemGroup& group,
+    const CaptureDate& date,
+    const NamingRules& rules,
     std::uint64_t sequence);
 
 } // namespace mfx

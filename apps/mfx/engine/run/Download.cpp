@@ -124,10 +124,9 @@ void Download::openPlaces()
     m_summary.copiesOnCardsDevice = m_places.isBackupOnCardsDevice();
     m_summary.copiesInOneFolder = base.kinship.toBackup == Kinship::kSameName;
     m_summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
-    for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()}) {
+    for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()})
         if (!kinship.cardFolder.empty())
             m_cardWatch.passOver(kinship.cardFolder);
-    }
 }
 
 void Download::warnOfPlaces()
@@ -299,7 +298,7 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const MemberWork& member = work.members[i];
         if (!member.isPlaced
-            || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::Raw)
+            || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::kRaw)
             continue;
         if (!m_request.convertsToDNG) {
             noteNoDNG(events[i],
@@ -412,7 +411,7 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
             ++m_summary.existing;
         else if (!work.failed)
             ++m_summary.saved;
-        if (!work.failed && work.date.source == DateSource::FileTime)
+        if (!work.failed && work.date.source == DateSource::kFileTime)
             ++m_summary.datedByFile;
         if (m_items[member.item].isProven)
             ++m_summary.proven;
@@ -454,10 +453,9 @@ void Download::stopAt(const std::string& reason)
 
 void Download::failRest(std::size_t firstGroup, const std::string& reason)
 {
-    for (std::size_t group = firstGroup; group < m_groups.size(); ++group) {
+    for (std::size_t group = firstGroup; group < m_groups.size(); ++group)
         for (const std::uint32_t item : m_groups[group].members)
             failItem(item, reason);
-    }
 }
 
 void Download::failItem(std::uint32_t item, const std::string& reason)
@@ -483,7 +481,7 @@ SinkItem Download::sinkItem(
 std::string Download::deviceName(std::uint32_t item) const
 {
     const std::string name = Pt::displayName(m_card.items[item].name);
-    if (name.size() <= kLongestName)
+    if (name.size() <= kMaxNameLength)
         return name;
     const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
     const std::string extension = stem < name.size() ? name.substr(stem + 1) : std::string();

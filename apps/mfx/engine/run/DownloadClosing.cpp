@@ -20,10 +20,9 @@ void Download::closeDownload()
         return;
     lookAgain();
     std::vector<std::uint32_t> saved;
-    for (std::uint32_t item = 0; item < m_items.size(); ++item) {
+    for (std::uint32_t item = 0; item < m_items.size(); ++item)
         if (m_items[item].folder)
             saved.push_back(item);
-    }
     if (saved.empty())
         return;
     // With nothing to delete, the sink still shows what was saved; its question is answered no.

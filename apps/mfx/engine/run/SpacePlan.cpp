@@ -56,7 +56,8 @@ Needs needsOf(const CardContents& card,
             continue;
         needs.target += size;
         const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
-        const bool isRaw = stem < name.size() && mediaKind(name.substr(stem + 1)) == MediaKind::Raw;
+        const bool isRaw =
+            stem < name.size() && mediaKind(name.substr(stem + 1)) == MediaKind::kRaw;
         if (!request.convertsToDNG || !isRaw)
             continue;
         needs.dng += extraForDNG(size, sizes);
@@ -84,7 +85,7 @@ public:
             const auto there = Pt::fileStatus(path, error);
             if (!there)
                 return false;
-            if (there->kind == Pt::FileStatus::Kind::Regular && there->size == size
+            if (there->kind == Pt::FileStatus::Kind::kRegular && there->size == size
                 && m_taken.insert(path).second)
                 return true;
         }

@@ -36,10 +36,9 @@ bool Ticker::waitForTurn()
 {
     const auto due = std::chrono::steady_clock::now() + m_interval;
     Pt::Locked locked(m_lock);
-    while (!m_stopped) {
+    while (!m_stopped)
         if (m_stopping.wait_until(m_lock, due) == std::cv_status::timeout)
             return !m_stopped;
-    }
     return false;
 }
 

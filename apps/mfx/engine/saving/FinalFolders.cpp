@@ -130,10 +130,9 @@ std::optional<std::string> FinalFolders::compareAgain()
 void FinalFolders::forEach(const std::function<void(const FinalFolder&)>& call)
 {
     Pt::Locked locked(m_lock);
-    for (const auto& [subfolder, folder] : m_folders) {
+    for (const auto& [subfolder, folder] : m_folders)
         if (!folder->error)
             call(*folder);
-    }
 }
 
 std::vector<std::string> FinalFolders::takeRestored()
@@ -163,10 +162,9 @@ std::error_code FinalFolders::flush()
             below = below.parent_path();
         paths.insert(base);
     }
-    for (const std::string& path : paths) {
+    for (const std::string& path : paths)
         if (const std::error_code error = Pt::flushFolder(path))
             return error;
-    }
     return {};
 }
 

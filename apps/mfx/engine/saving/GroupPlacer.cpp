@@ -40,10 +40,9 @@ bool renameStaged(GroupWork& work, MemberWork& member)
 // Takes back what was moved; the originals are on the card whatever happens.
 void undo(GroupWork& work)
 {
-    for (MemberWork& member : work.members) {
+    for (MemberWork& member : work.members)
         if (std::exchange(member.isPlaced, false))
             Pt::moveWithoutReplacing(finalPath(work, member), stagedPath(work, member));
-    }
 }
 
 std::error_code moveAll(GroupWork& work)

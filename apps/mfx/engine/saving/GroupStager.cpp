@@ -16,7 +16,7 @@ constexpr std::size_t kThreads = 3; // flushes of several files share the disk's
 constexpr std::size_t kAhead = 8; // groups staged and not yet taken
 
 // A folder text of the contract ends at 259 units, and the longest is that of an item folder.
-constexpr std::size_t kLongestFolder = 259 - std::size("/.mfxdownload/4194304-4294967295");
+constexpr std::size_t kMaxFolderLength = 259 - std::size("/.mfxdownload/4194304-4294967295");
 
 // Nothing is to be copied: the names are those of the files that stand there.
 void settle(GroupWork& work, const std::function<std::string(std::size_t member)>& nameOf)
@@ -44,10 +44,9 @@ GroupStager::~GroupStager()
     stop();
     for (std::thread& thread : m_threads)
         thread.join();
-    for (auto& [group, work] : m_staged) {
+    for (auto& [group, work] : m_staged)
         if (!work->itemFolder.empty())
             work->folder->work.dropItemFolder(work->itemFolder);
-    }
 }
 
 void GroupStager::stop()
@@ -140,7 +139,7 @@ void GroupStager::plan(GroupWork& work)
 
 bool isTooDeep(const std::string& folder)
 {
-    return Pt::toUtf16(folder).size() > kLongestFolder;
+    return Pt::toUtf16(folder).size() > kMaxFolderLength;
 }
 
 // Under whatever number the group stands there, it is not copied once more.
@@ -213,10 +212,9 @@ void GroupStager::copyMembers(GroupWork& work)
 // What was read to be compared came off the card as well.
 void GroupStager::tellCompared(const GroupWork& work) const
 {
-    for (const MemberWork& member : work.members) {
+    for (const MemberWork& member : work.members)
         if (member.digest)
             m_plan.progress(member.item, ProgressPhase::kCopy, member.digest->size);
-    }
 }
 
 Pt::CopyResult GroupStager::copyMember(GroupWork& work, std::size_t member)

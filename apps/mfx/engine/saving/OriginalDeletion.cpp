@@ -118,7 +118,7 @@ std::string OriginalDeletion::objection(std::uint32_t item, KeptItem& kept) cons
     if (!original)
         return text("$$$/Mfx/Delete/Missing=not deleted: it is no longer there");
     const bool isAsListed = isProvablyUnchanged(listed.status, *original);
-    if (original->kind != Pt::FileStatus::Kind::Regular
+    if (original->kind != Pt::FileStatus::Kind::kRegular
         || (!isAsListed && !hasBytes(path, kept.digest)))
         return text("$$$/Mfx/Delete/Changed=not deleted: it changed after it was copied");
     return copyObjection(kept);

@@ -101,10 +101,9 @@ std::string PlaceWatch::ownPath(
 
 std::string PlaceWatch::nameOf(const std::string& ownPathBelow) const
 {
-    for (const auto* folder : {&m_target, &m_backup}) {
+    for (const auto* folder : {&m_target, &m_backup})
         if (*folder && ownPathBelow.starts_with((*folder)->ownPath()))
             return (*folder)->path() + ownPathBelow.substr((*folder)->ownPath().size());
-    }
     return Pt::HeldFolder::nameOf(ownPathBelow);
 }
 
@@ -150,11 +149,10 @@ bool PlaceWatch::isBackupOnCardsDevice() const
 bool PlaceWatch::holdsItems(std::uint32_t folder) const
 {
     const std::string below = m_card.folders[folder].empty() ? "" : m_card.folders[folder] + '/';
-    for (std::uint32_t other = 0; other < m_card.folders.size(); ++other) {
+    for (std::uint32_t other = 0; other < m_card.folders.size(); ++other)
         if (m_card.folderIds[other].items != 0
             && (other == folder || m_card.folders[other].starts_with(below)))
             return true;
-    }
     return false;
 }
 

@@ -11,7 +11,7 @@ namespace {
 bool holdsSameBytes(MemberWork& member, const std::string& path, const Pt::FileStatus& there)
 {
     std::error_code error;
-    if (there.kind != Pt::FileStatus::Kind::Regular)
+    if (there.kind != Pt::FileStatus::Kind::kRegular)
         return false;
     const auto source = Pt::fileStatus(member.source, error);
     if (source && source->device == there.device && source->inode == there.inode)

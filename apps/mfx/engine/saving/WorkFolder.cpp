@@ -26,7 +26,7 @@ bool isOwnLeftover(const std::string& name, Pt::FileStatus::Kind kind)
     const auto isNumber = [](const std::string& text) {
         return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
     };
-    return kind == Pt::FileStatus::Kind::Folder && dash != std::string::npos
+    return kind == Pt::FileStatus::Kind::kFolder && dash != std::string::npos
         && isNumber(name.substr(0, dash)) && isNumber(name.substr(dash + 1));
 }
 
@@ -51,7 +51,7 @@ bool isFile(const fs::path& path)
 {
     std::error_code error;
     const auto status = Pt::fileStatus(path.string(), error);
-    return status && status->kind == Pt::FileStatus::Kind::Regular;
+    return status && status->kind == Pt::FileStatus::Kind::kRegular;
 }
 
 // A DNG beside the raw file that it was to replace, or one whose raw file is back in its place,
@@ -67,7 +67,7 @@ bool isUnfinishedConversion(
     const auto isBack = [&path](const fs::path& other) {
         const std::string extension = other.extension().string();
         return other.stem() == path.stem() && extension != ".dng" && !extension.empty()
-            && mediaKind(extension.substr(1)) == MediaKind::Raw && isFile(other);
+            && mediaKind(extension.substr(1)) == MediaKind::kRaw && isFile(other);
     };
     return std::any_of(files.begin(), files.end(), isSetAside)
         || std::any_of(standing.begin(), standing.end(), isBack);
@@ -123,7 +123,7 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
         if (isOwnLeftover(name, status->kind)) {
             Pt::removeTriedName(entry.string(), m_finalFolder);
             fs::remove_all(entry, step);
-        } else if (status->kind != Pt::FileStatus::Kind::Regular)
+        } else if (status->kind != Pt::FileStatus::Kind::kRegular)
             continue; // none of ours
         else if (isUnfinishedConversion(entry, files, standing))
             fs::remove(entry, step);

@@ -50,7 +50,7 @@ std::optional<std::string> findFrom(std::uint64_t first,
         const auto there = Pt::fileStatus(path, error);
         if (!there && number > 0) // beside its original, a copy begins with "-1"
             return std::nullopt;
-        if (!there || there->kind != Pt::FileStatus::Kind::Regular || there->size != digest.size
+        if (!there || there->kind != Pt::FileStatus::Kind::kRegular || there->size != digest.size
             || isSameFile(*there, saved))
             continue;
         if (Pt::digestOfFile(path, error) == digest)

@@ -41,7 +41,7 @@ std::vector<std::optional<Pt::FileStatus>> savedCopies(const GroupWork& work)
 bool isCopyOf(const Pt::FileStatus& copy, const Pt::FileStatus& saved)
 {
     constexpr std::int64_t kTimeStep = 2'000 * kNanosecondsPerMillisecond;
-    return copy.kind == Pt::FileStatus::Kind::Regular && copy.size == saved.size
+    return copy.kind == Pt::FileStatus::Kind::kRegular && copy.size == saved.size
         && std::abs(copy.modified - saved.modified) < kTimeStep
         && (copy.device != saved.device || copy.inode != saved.inode);
 }

@@ -11,7 +11,7 @@ namespace mfx {
 namespace {
 
 constexpr int kDomain = 3; // the sink's
-constexpr int kLongestText = 4096; // units; a folder's path is the longest there is
+constexpr int kMaxTextLength = 4096; // units; a folder's path is the longest there is
 
 FxRef<IPtPreferences> openStore(const std::string& libraryPath)
 {
@@ -50,8 +50,8 @@ bool PreferenceClient::standsIn(const std::string& folder)
 
 std::optional<std::string> PreferenceClient::text(const std::string& key)
 {
-    Pt::WideText buffer(kLongestText, 0);
-    if (!m_store->GetValue(kDomain, Pt::toUtf16(key).c_str(), buffer.data(), kLongestText))
+    Pt::WideText buffer(kMaxTextLength, 0);
+    if (!m_store->GetValue(kDomain, Pt::toUtf16(key).c_str(), buffer.data(), kMaxTextLength))
         return std::nullopt;
     return Pt::toUtf8(buffer.c_str());
 }

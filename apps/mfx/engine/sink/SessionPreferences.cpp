@@ -129,10 +129,9 @@ SessionPreferences::Values SessionPreferences::chosenValues(const Choices& choic
 
 void SessionPreferences::write(PreferenceClient& client, const Values& values)
 {
-    for (const auto& [key, value] : kFirstValues) {
+    for (const auto& [key, value] : kFirstValues)
         if (!client.text(key))
             client.setText(key, value);
-    }
     for (const auto& [key, value] : values)
         client.setText(key, value);
     if (!client.save())

@@ -19,17 +19,17 @@ struct CallbackContext {
     const std::function<DeletionOutcome(long)>* deleteOriginal = nullptr;
 };
 
-CallbackContext g_context; // one session at a time, on one thread
+CallbackContext gContext; // one session at a time, on one thread
 
-unsigned long noteError(unsigned short const* text, long)
+unsigned long noteError(const unsigned short* text, long)
 {
-    g_context.errorText = Pt::toUtf8(text);
+    gContext.errorText = Pt::toUtf8(text);
     return 0;
 }
 
 bool deleteOne(long& key)
 {
-    key = static_cast<long>((*g_context.deleteOriginal)(key));
+    key = static_cast<long>((*gContext.deleteOriginal)(key));
     return key == static_cast<long>(DeletionOutcome::kDeleted);
 }
 
@@ -54,7 +54,7 @@ public:
     }
 
     FxStatus DisplayMessage(
-        unsigned short const* title, unsigned short const* text, int*, void*, void*) override
+        const unsigned short* title, const unsigned short* text, int*, void*, void*) override
     {
         // The notice of a failed backup comes once for each item; once is enough.
         if (m_shown.insert(Pt::toUtf8(text)).second)
@@ -62,8 +62,8 @@ public:
         return kFxOk;
     }
 
-    FxStatus DisplayQuestion(unsigned short const* title,
-        unsigned short const* text,
+    FxStatus DisplayQuestion(const unsigned short* title,
+        const unsigned short* text,
         int*,
         int* answer,
         void*,
@@ -106,7 +106,7 @@ public:
     }
 
     FxStatus BeginProgress(
-        long, bool* cancelled, unsigned short const*, unsigned short const*) override
+        long, bool* cancelled, const unsigned short*, const unsigned short*) override
     {
         m_cancelled = cancelled;
         return kFxOk;
@@ -117,7 +117,7 @@ public:
             *m_cancelled = true;
         return kFxOk;
     }
-    FxStatus FinishProgress(unsigned short const* title, unsigned short const* text, bool) override
+    FxStatus FinishProgress(const unsigned short* title, const unsigned short* text, bool) override
     {
         m_events.message(Pt::toUtf8(title), Pt::toUtf8(text));
         return kFxOk;
@@ -142,7 +142,7 @@ SinkSession::SinkSession(const std::string& modulePath, DownloadEvents& events)
 {
     m_record.tag = kFxTagAppPreferences;
     m_record.size = kFxSizeAppPreferences;
-    Pt::WideText rawExtensions = Pt::toUtf16(extensionList(MediaKind::Raw));
+    Pt::WideText rawExtensions = Pt::toUtf16(extensionList(MediaKind::kRaw));
     m_capabilities->SetRDXSupportedExtensions(rawExtensions.data());
     m_capabilities->SetZQPluginSupportedExtensions(rawExtensions.data());
     m_progress->AddRef(); // the sink takes this one over
@@ -161,10 +161,9 @@ void SinkSession::releaseRecordStrings()
              &m_record.authorName,
              &m_record.copyright,
              &m_record.mobileFolder,
-             &m_record.batchRename}) {
+             &m_record.batchRename})
         if (IEnumArbitraryData* owned = std::exchange(*text, nullptr))
             owned->Release();
-    }
 }
 
 std::string SinkSession::panelFile()
@@ -191,10 +190,10 @@ FxStatus SinkSession::process(const SinkItem& item,
         IDisplayMsgHandler*))
 {
     CPropSinkMediaItem record = recordOf(item);
-    g_context.errorText.clear();
+    gContext.errorText.clear();
     const FxStatus status =
         ((*m_processing).*hook)(&record, nullptr, nullptr, noteError, nullptr, m_messages.get());
-    error = g_context.errorText;
+    error = gContext.errorText;
     return status;
 }
 
@@ -240,9 +239,9 @@ void SinkSession::finish(const std::string& source,
     SinkItemList list(source, items);
     unsigned long count = items.count;
     m_progress->stopWhen(wasInterrupted);
-    g_context.deleteOriginal = &deleteOriginal;
+    gContext.deleteOriginal = &deleteOriginal;
     m_sink->PushAllMediaItems(list, *m_messages, count, nullptr, deleteOne);
-    g_context.deleteOriginal = nullptr;
+    gContext.deleteOriginal = nullptr;
 }
 
 } // namespace mfx

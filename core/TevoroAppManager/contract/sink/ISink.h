@@ -16,8 +16,8 @@ public:
         FxPerItemCallback deleteItem) = 0;
 
     virtual FxStatus ShowSinkUI(void* window, ISinkEnumMediaItem& items) = 0;
-    virtual FxStatus PushOneMediaItem(unsigned short const* folder,
-        unsigned short const* name,
+    virtual FxStatus PushOneMediaItem(const unsigned short* folder,
+        const unsigned short* name,
         FxPerItemCallback perItem,
         eUploadAction action) = 0;
 

@@ -8,7 +8,7 @@ class ISinkMediaHandler : public IFxBase {
 public:
     virtual FxStatus GetThumbnailSize(unsigned long& out) = 0;
     virtual FxStatus GetThumbnailData(
-        unsigned short const* path, unsigned char*& out, unsigned long size) = 0;
+        const unsigned short* path, unsigned char*& out, unsigned long size) = 0;
 
 protected:
     ~ISinkMediaHandler() = default;

@@ -17,20 +17,20 @@ namespace Pt {
 
 struct FileContent {
     enum class State {
-        Read, // bytes holds the whole file
-        Missing, // nothing stands at the path
-        NotAFile, // a folder, a pipe, a link to nowhere: something that is no file to read
-        TooLarge, // longer than the limit; nothing was kept of it
-        Unreadable // the system refused; error says why
+        kRead, // bytes holds the whole file
+        kMissing, // nothing stands at the path
+        kNotAFile, // a folder, a pipe, a link to nowhere: something that is no file to read
+        kTooLarge, // longer than the limit; nothing was kept of it
+        kUnreadable // the system refused; error says why
     };
 
-    State state = State::Unreadable;
+    State state = State::kUnreadable;
     std::string bytes;
     std::error_code error;
 };
 
 // Reads the whole file, at most limit bytes. Follows links. Never blocks on a pipe.
-FileContent readFile(std::string const& path, std::size_t limit);
+FileContent readFile(const std::string& path, std::size_t limit);
 
 // Puts a file with these bytes in the place of path: written beside it under the name path +
 // ".new", flushed, renamed over it, the folder flushed. On failure the file at path is whole, the
@@ -38,7 +38,7 @@ FileContent readFile(std::string const& path, std::size_t limit);
 // Requires: writers of one path take turns, for example by a FileLock. What a killed writer
 // left under path + ".new" is replaced. A link at path is replaced, not followed.
 std::error_code writeFileAtomically(
-    std::string const& path, std::string_view bytes, unsigned int mode);
+    const std::string& path, std::string_view bytes, unsigned int mode);
 
 // Holds an exclusive lock on a file that is made for the purpose (mode 0600) and stays. The lock
 // ends with the object or the process; children do not inherit it.
@@ -47,12 +47,12 @@ public:
     // Nothing when another holder did not let go within the patience (std::errc::timed_out) or
     // the system refused; error says which.
     static std::optional<FileLock> take(
-        std::string const& path, std::chrono::milliseconds patience, std::error_code& error);
+        const std::string& path, std::chrono::milliseconds patience, std::error_code& error);
 
     FileLock(FileLock&& other) noexcept;
     FileLock& operator=(FileLock&& other) noexcept;
-    FileLock(FileLock const&) = delete;
-    FileLock& operator=(FileLock const&) = delete;
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
     ~FileLock();
 
 private:

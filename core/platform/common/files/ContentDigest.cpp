@@ -34,7 +34,7 @@ ContentDigester::ContentDigester()
 
 ContentDigester::~ContentDigester() = default;
 
-void ContentDigester::add(void const* bytes, std::size_t count)
+void ContentDigester::add(const void* bytes, std::size_t count)
 {
     require(EVP_DigestUpdate(m_state->context.get(), bytes, count));
     m_size += count;

@@ -26,7 +26,7 @@ public:
     ContentDigester(const ContentDigester&) = delete;
     ContentDigester& operator=(const ContentDigester&) = delete;
 
-    void add(void const* bytes, std::size_t count);
+    void add(const void* bytes, std::size_t count);
 
     // The digest of all that was added; the digester then begins anew.
     ContentDigest finish();

@@ -17,14 +17,14 @@ enum class FileOpening {
     kCreateExclusively, // fails when something stands there, a dead link too
 };
 
-int accessPath(std::string const& path, int mode);
+int accessPath(const std::string& path, int mode);
 
 // Descriptors are close-on-exec from birth.
-int openPath(std::string const& path, int systemFlags, unsigned int mode);
-int openPath(std::string const& path, FileOpening how, unsigned int mode);
+int openPath(const std::string& path, int systemFlags, unsigned int mode);
+int openPath(const std::string& path, FileOpening how, unsigned int mode);
 int closeDescriptor(int descriptor);
 
-int unlinkPath(std::string const& path);
+int unlinkPath(const std::string& path);
 
 // Tries to lock an open file against those who look whether it was left behind (flock); a file
 // system without locks has nobody who could look.
@@ -42,6 +42,6 @@ int seekToStart(int descriptor);
 // Blocking transfers at the position, which moves on. The bytes transferred, which may be fewer
 // than asked for; a read gives 0 at the end.
 std::int64_t readDescriptor(int descriptor, void* bytes, std::size_t count);
-std::int64_t writeDescriptor(int descriptor, void const* bytes, std::size_t count);
+std::int64_t writeDescriptor(int descriptor, const void* bytes, std::size_t count);
 
 } // namespace Pt

@@ -16,6 +16,6 @@ namespace Pt {
 // nowhere gives std::errc::no_such_file_or_directory. A pipe or device is written to. No other name
 // in the folder is touched, but a process that is killed meanwhile may leave a file of the name
 // ".new-<process id>-<number>".
-std::error_code replaceFile(std::string const& path, std::string_view bytes);
+std::error_code replaceFile(const std::string& path, std::string_view bytes);
 
 } // namespace Pt

@@ -12,7 +12,7 @@ namespace Pt {
 namespace {
 
 // What this thread is completing; null when it is not in a completion.
-thread_local FinishedRequests* tCompleting = nullptr;
+thread_local FinishedRequests* gCompleting = nullptr;
 
 // Runs what must not throw; what it throws becomes a line in the log.
 template <typename Action>
@@ -41,8 +41,8 @@ public:
         logged(kIoCompletionEvent, [this] { m_request.decRefCount(); });
         logged(kIoCompletionEvent, [this] { m_device.decRefCount(); });
     }
-    HeldForCall(HeldForCall const&) = delete;
-    HeldForCall& operator=(HeldForCall const&) = delete;
+    HeldForCall(const HeldForCall&) = delete;
+    HeldForCall& operator=(const HeldForCall&) = delete;
 
 private:
     IoDevice& m_device;
@@ -78,12 +78,12 @@ bool IoDevice::submit_(IoRequest& request, Kind kind)
 {
     if (!request.take(kind))
         throw ExSystem(EBUSY, ExWhere::here());
-    HeldForCall const held(*this, request);
+    const HeldForCall held(*this, request);
     incRefCount();
     request.incRefCount();
     request.m_device = this;
     {
-        MutexHeld const locked(m_mutex);
+        const MutexHeld locked(m_mutex);
         if (!admit_L(request, kind))
             return false;
     }
@@ -144,7 +144,7 @@ void IoDevice::issueNext_(bool read, bool write, IoRequest& ended)
 {
     IoRequest* next = nullptr;
     {
-        MutexHeld const held(m_mutex);
+        const MutexHeld held(m_mutex);
         IoQueue::remove(ended.m_link);
         next = chooseNext_L(read, write);
     }
@@ -174,7 +174,7 @@ void IoDevice::issueWaiting_(IoRequest& request) noexcept
     try {
         issue_(request);
         return;
-    } catch (ExSystem const& failure) {
+    } catch (const ExSystem& failure) {
         error = failure.errorCode() != 0 ? failure.errorCode() : EIO;
     } catch (...) {
         SysLogEvent(kIoIssueEvent, currentExceptionText().c_str());
@@ -184,7 +184,7 @@ void IoDevice::issueWaiting_(IoRequest& request) noexcept
 
 void IoDevice::priority(IoRequest& request, IoRequest::ReqPri newPriority)
 {
-    MutexHeld const held(m_mutex);
+    const MutexHeld held(m_mutex);
     for (Lane* const lane : {&m_reads, &m_writes}) {
         IoQueue& wanted = lane->waiting.at(static_cast<std::size_t>(newPriority));
         for (IoQueue& each : lane->waiting) {
@@ -202,12 +202,11 @@ void IoDevice::cancelAll()
 {
     FinishedRequests cancelled;
     {
-        MutexHeld const held(m_mutex);
+        const MutexHeld held(m_mutex);
         for (std::size_t each = IoRequest::kPriorities; each-- > 0;) {
-            for (Lane* const lane : {&m_reads, &m_writes}) {
+            for (Lane* const lane : {&m_reads, &m_writes})
                 while (IoRequest* const first = lane->waiting[each].pop_front())
                     cancel_L(*first, cancelled);
-            }
         }
         for (IoQueue* const queue : {&m_reads.inFlight, &m_writes.inFlight, &m_controls})
             queue->forEach([&cancelled](IoRequest& request) { cancel_L(request, cancelled); });
@@ -239,15 +238,15 @@ void IoDevice::completeRequest_(IoRequest& request, int error, std::uint32_t byt
 // complete afterwards.
 void IoDevice::completeAll_(FinishedRequests& finished) noexcept
 {
-    if (tCompleting) {
+    if (gCompleting) {
         while (IoRequest* const each = finished.pop())
-            tCompleting->append(*each);
+            gCompleting->append(*each);
         return;
     }
-    tCompleting = &finished;
+    gCompleting = &finished;
     while (IoRequest* const each = finished.pop())
         each->m_device->finish_(*each);
-    tCompleting = nullptr;
+    gCompleting = nullptr;
 }
 
 void IoDevice::finish_(IoRequest& request) noexcept

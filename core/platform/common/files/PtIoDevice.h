@@ -83,7 +83,7 @@ private:
         }
         std::array<IoQueue, IoRequest::kPriorities> waiting; // by priority
         IoQueue inFlight;
-        std::size_t const limit;
+        const std::size_t limit;
     };
     using Kind = IoRequest::StatusBit; // kRead, kWrite or kControl
 

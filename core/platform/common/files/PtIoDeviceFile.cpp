@@ -36,15 +36,15 @@ Pt::FileOpening openingOf(int flags)
     }
 }
 
-bool isFolder(std::string const& path)
+bool isFolder(const std::string& path)
 {
     std::error_code ignored;
     return std::filesystem::is_directory(path, ignored);
 }
 
-std::string temporaryFolder(std::string const& wanted)
+std::string temporaryFolder(const std::string& wanted)
 {
-    char const* const overriding = std::getenv("TMPDIR");
+    const char* const overriding = std::getenv("TMPDIR");
     if (overriding && isFolder(overriding))
         return overriding;
     return isFolder(wanted) ? wanted : "/tmp";
@@ -74,20 +74,20 @@ std::string randomName()
 
 } // namespace
 
-PtIoDeviceFile::Pointer PtIoDeviceFile::Create(unsigned short const* path, int flags)
+PtIoDeviceFile::Pointer PtIoDeviceFile::Create(const unsigned short* path, int flags)
 {
     return Pointer(new PtIoDeviceFile(Pt::toUtf8(path), flags));
 }
 
 PtIoDeviceFile::Pointer PtIoDeviceFile::CreateTemp(
-    unsigned short const* directory, unsigned short const* prefix)
+    const unsigned short* directory, const unsigned short* prefix)
 {
-    std::string const start =
+    const std::string start =
         temporaryFolder(Pt::toUtf8(directory)) + "/" + temporaryPrefix(Pt::toUtf8(prefix));
     for (int attempt = 1;; ++attempt) {
         try {
             return Pointer(new PtIoDeviceFile(start + randomName(), kPtIoTemporary));
-        } catch (Pt::ExSystem const& failure) {
+        } catch (const Pt::ExSystem& failure) {
             if (failure.errorCode() != EEXIST || attempt == kTemporaryAttempts)
                 throw;
         }
@@ -108,7 +108,7 @@ PtIoDeviceFile::PtIoDeviceFile(std::string wholePath, int flags)
         Pt::lockDescriptor(m_descriptor);
     m_fileSize = Pt::seekToEnd(m_descriptor);
     if (m_fileSize < 0 || Pt::seekToStart(m_descriptor) != 0) {
-        int const error = Pt::ErrorCode();
+        const int error = Pt::ErrorCode();
         release();
         throw Pt::ExSystem(error, Pt::ExWhere::here());
     }
@@ -116,7 +116,7 @@ PtIoDeviceFile::PtIoDeviceFile(std::string wholePath, int flags)
 
 PtIoDeviceFile::~PtIoDeviceFile() noexcept(false)
 {
-    int const error = release();
+    const int error = release();
     // A second exception would end the process; the first one has told that something failed.
     if (error != 0 && std::uncaught_exceptions() == 0)
         throw Pt::ExSystem(error, Pt::ExWhere::here());
@@ -130,7 +130,7 @@ void PtIoDeviceFile::flush()
 
 void PtIoDeviceFile::close()
 {
-    if (int const error = release(); error != 0)
+    if (const int error = release(); error != 0)
         throw Pt::ExSystem(error, Pt::ExWhere::here());
 }
 
@@ -151,7 +151,7 @@ void PtIoDeviceFile::doTransfer(Pt::IoRequest& request, Transfer transfer)
         completeRequest_(request, EBADF, 0);
         return;
     }
-    std::int64_t const bytes = transfer(m_descriptor, request.bytes(), request.length());
+    const std::int64_t bytes = transfer(m_descriptor, request.bytes(), request.length());
     if (bytes < 0)
         throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
     completeRequest_(request, 0, static_cast<std::uint32_t>(bytes));
@@ -163,9 +163,9 @@ int PtIoDeviceFile::release()
         return 0;
     m_isOpen = false;
     // The name goes first: while the file is open, its lock says that it is in use.
-    int const unlinkError =
+    const int unlinkError =
         !m_removesOnClose || Pt::unlinkPath(m_wholePath) == 0 ? 0 : Pt::ErrorCode();
-    int const closeError = Pt::closeDescriptor(m_descriptor) == 0 ? 0 : Pt::ErrorCode();
+    const int closeError = Pt::closeDescriptor(m_descriptor) == 0 ? 0 : Pt::ErrorCode();
     m_descriptor = -1;
     return closeError != 0 ? closeError : unlinkError;
 }

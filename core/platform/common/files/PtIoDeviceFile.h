@@ -30,12 +30,12 @@ public:
     static constexpr std::size_t kMaxStoredPath = 255;
 
     // Opens the file, with mode 0666 less the process's mask where it is made. Never null.
-    static Pointer Create(unsigned short const* path, int flags);
+    static Pointer Create(const unsigned short* path, int flags);
 
     // A temporary file under a name of its own that begins with up to five bytes of prefix: in the
     // folder that TMPDIR names, else in directory, else in the system's folder for such files.
     // Either argument may be null.
-    static Pointer CreateTemp(unsigned short const* directory, unsigned short const* prefix);
+    static Pointer CreateTemp(const unsigned short* directory, const unsigned short* prefix);
 
     // Blocks until the file's bytes have reached the disk.
     void flush();
@@ -48,7 +48,7 @@ public:
     std::int64_t fileSize() const { return m_fileSize; }
 
     // The path, cut to kMaxStoredPath units; valid as long as the object.
-    unsigned short const* path() const { return m_path.data(); }
+    const unsigned short* path() const { return m_path.data(); }
 
     // Throws when closing or removing fails, but not while another exception is on its way out.
     ~PtIoDeviceFile() noexcept(false) override;
@@ -71,7 +71,7 @@ private:
     std::int64_t m_fileSize = -1;
     std::array<unsigned short, kMaxStoredPath + 1> m_path{};
     bool m_isOpen = false;
-    bool const m_removesOnClose;
+    const bool m_removesOnClose;
     // What was opened and what is removed: the stored path may be cut and then names another file.
-    std::string const m_wholePath;
+    const std::string m_wholePath;
 };

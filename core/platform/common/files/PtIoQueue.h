@@ -16,8 +16,8 @@ public:
             : request(owner)
         {
         }
-        Link(Link const&) = delete;
-        Link& operator=(Link const&) = delete;
+        Link(const Link&) = delete;
+        Link& operator=(const Link&) = delete;
 
         IoRequest* const request; // null for the queue's own
         Link* previous = this;
@@ -26,8 +26,8 @@ public:
     };
 
     IoQueue() = default;
-    IoQueue(IoQueue const&) = delete;
-    IoQueue& operator=(IoQueue const&) = delete;
+    IoQueue(const IoQueue&) = delete;
+    IoQueue& operator=(const IoQueue&) = delete;
 
     // Requires: the link is in no queue.
     void push_back(Link& link);

@@ -28,12 +28,11 @@ IoRequest::~IoRequest() noexcept(false) = default;
 
 bool IoRequest::take(StatusBit kind)
 {
-    Status const fresh = Status().set(kind);
+    const Status fresh = Status().set(kind);
     Status seen = status();
-    while (seen.none() || seen[kDone]) {
+    while (seen.none() || seen[kDone])
         if (m_status.compare_exchange_weak(seen, fresh))
             return true;
-    }
     return false;
 }
 

@@ -21,7 +21,7 @@ public:
     // bytes is what the system transferred: fewer than asked for at a file's end, 0 behind it.
     virtual void completed(IoRequest& request, std::uint32_t bytes) = 0;
     virtual void cancelled(IoRequest& request) = 0;
-    virtual void failed(IoRequest& request, ExSystem const& failure) = 0;
+    virtual void failed(IoRequest& request, const ExSystem& failure) = 0;
 };
 
 // One transfer that a device is asked for. Made with new and held by SmartPointer; the device holds
@@ -67,8 +67,8 @@ private:
     bool is(StatusBit bit) const { return status()[bit]; }
 
     IoQueue::Link m_link{this};
-    SmartPointer<IoCompletion> const m_completion;
-    std::uint32_t const m_length;
+    const SmartPointer<IoCompletion> m_completion;
+    const std::uint32_t m_length;
     std::atomic<ReqPri> m_priority;
     // Written under the mutex of the device that has it.
     std::atomic<Status> m_status{Status()};

@@ -21,7 +21,7 @@ class FileWorkerSet {
 public:
     explicit FileWorkerSet(int count)
     {
-        int const wanted = std::clamp(count, 0, kMaxWorkers);
+        const int wanted = std::clamp(count, 0, kMaxWorkers);
         FileWorkers.reserve(static_cast<std::size_t>(wanted)); // what has begun must find its place
         try {
             for (int i = 0; i < wanted; ++i) {
@@ -34,18 +34,18 @@ public:
             throw;
         }
     }
-    FileWorkerSet(FileWorkerSet const&) = delete;
-    FileWorkerSet& operator=(FileWorkerSet const&) = delete;
+    FileWorkerSet(const FileWorkerSet&) = delete;
+    FileWorkerSet& operator=(const FileWorkerSet&) = delete;
 
     void end()
     {
         {
-            MutexHeld const held(FileMutex_);
+            const MutexHeld held(FileMutex_);
             m_isShutDown = true;
         }
         for (std::size_t i = 0; i < FileWorkers.size(); ++i)
             FileSema_.post();
-        for (auto const& each : FileWorkers)
+        for (const auto& each : FileWorkers)
             each->join();
         FileWorkers.clear();
     }
@@ -67,14 +67,14 @@ FileWorkerSet* gWorkers TEVORO_GUARDED_BY(gLock) = nullptr;
 
 void IoFileInit(int workers)
 {
-    Locked const locked(gLock);
+    const Locked locked(gLock);
     if (!gWorkers)
         gWorkers = new FileWorkerSet(workers);
 }
 
 void IoFileUninit()
 {
-    Locked const locked(gLock);
+    const Locked locked(gLock);
     FileWorkerSet* const ended = std::exchange(gWorkers, nullptr);
     if (!ended)
         return;
@@ -84,7 +84,7 @@ void IoFileUninit()
 
 int IoFileWorkerCount()
 {
-    Locked const locked(gLock);
+    const Locked locked(gLock);
     return gWorkers ? gWorkers->count() : 0;
 }
 

@@ -35,8 +35,8 @@ public:
 
     // Lets the name go; texts that were not taken are lost.
     ~LocalPort();
-    LocalPort(LocalPort const&) = delete;
-    LocalPort& operator=(LocalPort const&) = delete;
+    LocalPort(const LocalPort&) = delete;
+    LocalPort& operator=(const LocalPort&) = delete;
 
     // Called once for each text; the bytes are valid during the call only, and may be changed in
     // place. May throw: the text counts as taken, and receive() passes the exception on.
@@ -47,14 +47,14 @@ public:
     // leave their memory to the next, and meanwhile nobody else's are taken. While the process has
     // no descriptors left, new senders wait, and a text too long for a packet is lost. Not to be
     // called by `take`.
-    std::size_t receive(Taker const& take);
+    std::size_t receive(const Taker& take);
     // Whether the last receive() left texts of a sender to the next.
     bool hasMore() const;
 
     // The text that the last wait() ended for, without another look at what is there: one at most,
     // and none when the wait ended for something else. Whoever waits for an answer has it sooner.
     // When another sender's texts were begun in this way, the rest of those instead.
-    std::size_t receiveAwaited(Taker const& take);
+    std::size_t receiveAwaited(const Taker& take);
 
     // Readable (poll, epoll, select) while receive() has something to do, which may be no more than
     // a sender that left. Belongs to the port: wait on it, do not read or close it.
@@ -67,7 +67,7 @@ public:
     bool wait(std::chrono::milliseconds limit);
     void wakeOn(int other);
 
-    std::string const& name() const;
+    const std::string& name() const;
 
 private:
     struct State;
@@ -80,8 +80,8 @@ class LocalPortSender {
 public:
     LocalPortSender();
     ~LocalPortSender();
-    LocalPortSender(LocalPortSender const&) = delete;
-    LocalPortSender& operator=(LocalPortSender const&) = delete;
+    LocalPortSender(const LocalPortSender&) = delete;
+    LocalPortSender& operator=(const LocalPortSender&) = delete;
 
     // Puts a text into the mailbox of that name. False, and nothing of the text delivered: at once
     // when nobody holds the name, after `patience` when the holder does not make room; and for an

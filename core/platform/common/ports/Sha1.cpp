@@ -22,9 +22,9 @@ struct ContextDeleter {
 
 // Looking it up costs more than a short digest, so it is done once, and undone when the library
 // that this is part of is unloaded.
-EVP_MD const* algorithm()
+const EVP_MD* algorithm()
 {
-    static std::unique_ptr<EVP_MD, AlgorithmDeleter> const fetched(
+    static const std::unique_ptr<EVP_MD, AlgorithmDeleter> fetched(
         EVP_MD_fetch(nullptr, "SHA1", nullptr));
     return fetched.get();
 }
@@ -35,8 +35,8 @@ using Context = std::unique_ptr<EVP_MD_CTX, ContextDeleter>;
 class KeptContext {
 public:
     KeptContext() = default;
-    KeptContext(KeptContext const&) = delete;
-    KeptContext& operator=(KeptContext const&) = delete;
+    KeptContext(const KeptContext&) = delete;
+    KeptContext& operator=(const KeptContext&) = delete;
     ~KeptContext() { EVP_MD_CTX_free(m_context); }
 
     Context take()
@@ -44,7 +44,7 @@ public:
         EVP_MD_CTX* const context = m_context.exchange(nullptr);
         return Context(context ? context : EVP_MD_CTX_new());
     }
-    void giveBack(Context context) { Context const former(m_context.exchange(context.release())); }
+    void giveBack(Context context) { const Context former(m_context.exchange(context.release())); }
 
 private:
     std::atomic<EVP_MD_CTX*> m_context{nullptr};
@@ -62,12 +62,12 @@ public:
     explicit Gathered(std::initializer_list<std::string_view> pieces)
     {
         std::size_t size = 0;
-        for (std::string_view const piece : pieces)
+        for (const std::string_view piece : pieces)
             size += piece.size();
         if (size > m_bytes.size())
             return;
         char* end = m_bytes.data();
-        for (std::string_view const piece : pieces)
+        for (const std::string_view piece : pieces)
             end = std::copy(piece.begin(), piece.end(), end);
         m_whole = {m_bytes.data(), size};
     }
@@ -91,14 +91,13 @@ std::optional<Sha1Digest> sha1(std::initializer_list<std::string_view> pieces)
     Context context = keptContext().take();
     if (!algorithm() || !context || EVP_DigestInit_ex2(context.get(), algorithm(), nullptr) != 1)
         return std::nullopt;
-    if (Gathered const gathered(pieces); gathered.isOne()) {
+    if (const Gathered gathered(pieces); gathered.isOne()) {
         if (!update(context.get(), gathered.whole()))
             return std::nullopt;
     } else {
-        for (std::string_view const piece : pieces) {
+        for (const std::string_view piece : pieces)
             if (!update(context.get(), piece))
                 return std::nullopt;
-        }
     }
     Sha1Digest digest{};
     if (EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) != 1)

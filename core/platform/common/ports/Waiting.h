@@ -14,8 +14,8 @@ class WaitableFlag {
 public:
     WaitableFlag();
     ~WaitableFlag();
-    WaitableFlag(WaitableFlag const&) = delete;
-    WaitableFlag& operator=(WaitableFlag const&) = delete;
+    WaitableFlag(const WaitableFlag&) = delete;
+    WaitableFlag& operator=(const WaitableFlag&) = delete;
 
     void raise() noexcept;
     void lower() noexcept;
@@ -31,8 +31,8 @@ class WallTimer {
 public:
     WallTimer();
     ~WallTimer();
-    WallTimer(WallTimer const&) = delete;
-    WallTimer& operator=(WallTimer const&) = delete;
+    WallTimer(const WallTimer&) = delete;
+    WallTimer& operator=(const WallTimer&) = delete;
 
     void set(long long wallSeconds) noexcept;
     void clear() noexcept;
@@ -47,8 +47,8 @@ class DescriptorSet {
 public:
     DescriptorSet();
     ~DescriptorSet();
-    DescriptorSet(DescriptorSet const&) = delete;
-    DescriptorSet& operator=(DescriptorSet const&) = delete;
+    DescriptorSet(const DescriptorSet&) = delete;
+    DescriptorSet& operator=(const DescriptorSet&) = delete;
 
     // A descriptor that is in the set is not added twice. Closing it takes it out. Throws
     // std::system_error.

@@ -10,9 +10,9 @@ std::string toldText()
 {
     try {
         throw;
-    } catch (Exception const& exception) {
+    } catch (const Exception& exception) {
         return toUtf8(exception.reasons().front().text());
-    } catch (std::exception const& exception) {
+    } catch (const std::exception& exception) {
         return exception.what();
     } catch (...) {
         return "unknown exception";

@@ -10,17 +10,17 @@ using ModuleHandle = void*;
 
 // The file that holds the code of the module at path: path itself, or NAME.so in a folder NAME.*;
 // empty when it is not there.
-std::string moduleFile(std::string const& path);
+std::string moduleFile(const std::string& path);
 
 // With all its symbols resolved; null when the file cannot be loaded.
-ModuleHandle openModule(std::string const& file);
+ModuleHandle openModule(const std::string& file);
 
 // A share in a module that is loaded already; null when it is not.
-ModuleHandle openLoadedModule(std::string const& file);
+ModuleHandle openLoadedModule(const std::string& file);
 
 void closeModule(ModuleHandle handle);
 
 // null when the module exports no such name.
-void* moduleSymbol(ModuleHandle handle, char const* name);
+void* moduleSymbol(ModuleHandle handle, const char* name);
 
 } // namespace Pt

@@ -33,17 +33,17 @@ ExPost::~ExPost()
         delete left;
 }
 
-void ExPost::post(Exception const& exception)
+void ExPost::post(const Exception& exception)
 {
     std::unique_ptr<Exception> copy(exception.clone());
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     m_queue.push_back(copy.get());
     static_cast<void>(copy.release());
 }
 
 Exception* ExPost::poll()
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     if (m_queue.empty())
         return nullptr;
     Exception* const oldest = m_queue.front();

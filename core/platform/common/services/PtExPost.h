@@ -17,15 +17,15 @@ void ExceptionUninit();
 class ExPost {
 public:
     ExPost() = default;
-    ExPost(ExPost const&) = delete;
-    ExPost& operator=(ExPost const&) = delete;
+    ExPost(const ExPost&) = delete;
+    ExPost& operator=(const ExPost&) = delete;
     ~ExPost();
 
     // The one of the process; null outside ExceptionInit and ExceptionUninit.
     static ExPost* instance();
 
     // Appends a clone.
-    void post(Exception const& exception);
+    void post(const Exception& exception);
 
     // The oldest, the caller's to delete; null when there is none.
     Exception* poll();

@@ -15,7 +15,7 @@ int ErrorCode()
 }
 
 // The first row with a system error holds; the second one for ENOENT is never reached.
-ExSystem::MapRow const ExSystem::mErrorMap_[] = {
+const ExSystem::MapRow ExSystem::mErrorMap_[] = {
     {33000, EACCES},
     {33001, EBADF},
     {33002, EINVAL},
@@ -46,7 +46,7 @@ int ExSystem::mapSize_()
     return static_cast<int>(std::size(mErrorMap_));
 }
 
-ExSystem::ExSystem(int error, ExWhere const& where)
+ExSystem::ExSystem(int error, const ExWhere& where)
     : m_error(error)
     , m_textError(error)
     , m_text(toUtf16(systemErrorText(error)))
@@ -54,7 +54,7 @@ ExSystem::ExSystem(int error, ExWhere const& where)
     pushReason(ExReason(getErrorString(error), where, kSeverity));
 }
 
-ExSystem::ExSystem(int error, ExWhere const& where, Exception const& cause)
+ExSystem::ExSystem(int error, const ExWhere& where, const Exception& cause)
     : Exception(cause)
     , m_error(error)
     , m_textError(error)
@@ -70,14 +70,14 @@ ExSystem* ExSystem::clone() const
 
 int ExSystem::genericErrorCode() const
 {
-    auto const end = std::begin(mErrorMap_) + mapSize_();
-    auto const row = std::find_if(std::begin(mErrorMap_), end, [this](MapRow const& each) {
+    const auto end = std::begin(mErrorMap_) + mapSize_();
+    const auto row = std::find_if(std::begin(mErrorMap_), end, [this](const MapRow& each) {
         return each.systemError == m_error;
     });
     return row == end ? -1 : row->genericCode;
 }
 
-unsigned short const* ExSystem::getErrorString(int error)
+const unsigned short* ExSystem::getErrorString(int error)
 {
     if (error != m_textError) {
         m_text = toUtf16(systemErrorText(error));

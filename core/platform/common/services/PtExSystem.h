@@ -12,8 +12,8 @@ class ExSystem final : public Exception {
 public:
     static constexpr ExSeverity kSeverity = 1;
 
-    ExSystem(int error, ExWhere const& where);
-    ExSystem(int error, ExWhere const& where, Exception const& cause);
+    ExSystem(int error, const ExWhere& where);
+    ExSystem(int error, const ExWhere& where, const Exception& cause);
 
     // Unlike its base's, a plain copy.
     ExSystem* clone() const override;
@@ -25,14 +25,14 @@ public:
     int genericErrorCode() const;
 
     // The system's text for an error number; valid until the next call with another number.
-    unsigned short const* getErrorString(int error);
+    const unsigned short* getErrorString(int error);
 
 private:
     struct MapRow {
         int genericCode;
         int systemError;
     };
-    static MapRow const mErrorMap_[];
+    static const MapRow mErrorMap_[];
     static int mapSize_();
 
     int m_error;

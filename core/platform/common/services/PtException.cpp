@@ -4,25 +4,25 @@
 
 namespace Pt {
 
-ExReason::ExReason(unsigned short const* text, ExWhere const& where, ExSeverity severity)
+ExReason::ExReason(const unsigned short* text, const ExWhere& where, ExSeverity severity)
     : m_text(text ? WideText(text) : WideText())
     , m_where(where)
     , m_severity(severity)
 {
 }
 
-Exception::Exception(ExReason const& reason)
+Exception::Exception(const ExReason& reason)
     : m_reasons{reason}
 {
 }
 
-Exception::Exception(ExReason const& reason, Exception const& cause)
+Exception::Exception(const ExReason& reason, const Exception& cause)
     : Exception(cause)
 {
     pushReason(reason);
 }
 
-char const* Exception::what() const noexcept
+const char* Exception::what() const noexcept
 {
     return "";
 }
@@ -32,7 +32,7 @@ Exception* Exception::clone() const
     return new Exception(m_reasons.front(), *this);
 }
 
-int Exception::Post(Exception const& exception)
+int Exception::Post(const Exception& exception)
 {
     ExPost* const queue = ExPost::instance();
     if (!queue)

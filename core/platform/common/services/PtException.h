@@ -10,12 +10,12 @@ namespace Pt {
 
 // A place in the source.
 struct ExWhere {
-    char const* file; // the compiler's full path; lives as long as the program
+    const char* file; // the compiler's full path; lives as long as the program
     int line;
 
     // The caller's own place.
     static constexpr ExWhere here(
-        char const* callerFile = __builtin_FILE(), int callerLine = __builtin_LINE())
+        const char* callerFile = __builtin_FILE(), int callerLine = __builtin_LINE())
     {
         return {callerFile, callerLine};
     }
@@ -27,10 +27,10 @@ using ExSeverity = std::uint32_t;
 class ExReason {
 public:
     // A null text counts as empty.
-    ExReason(unsigned short const* text, ExWhere const& where, ExSeverity severity);
+    ExReason(const unsigned short* text, const ExWhere& where, ExSeverity severity);
 
-    unsigned short const* text() const { return m_text.c_str(); }
-    char const* file() const { return m_where.file; }
+    const unsigned short* text() const { return m_text.c_str(); }
+    const char* file() const { return m_where.file; }
     int line() const { return m_where.line; }
     ExSeverity severity() const { return m_severity; }
 
@@ -45,30 +45,30 @@ private:
 // hand a copy from one thread to another through a queue of the whole process.
 class Exception : public std::exception {
 public:
-    explicit Exception(ExReason const& reason);
-    Exception(ExReason const& reason, Exception const& cause);
-    Exception(Exception const&) = default;
-    Exception& operator=(Exception const&) = default;
+    explicit Exception(const ExReason& reason);
+    Exception(const ExReason& reason, const Exception& cause);
+    Exception(const Exception&) = default;
+    Exception& operator=(const Exception&) = default;
     ~Exception() override = default;
 
     // Always the empty text: what there is to say stands in the reasons.
-    char const* what() const noexcept override;
+    const char* what() const noexcept override;
 
     // A copy on the heap, the caller's to delete. Here it is this exception as the cause of its own
     // front reason, so that the copy has the front reason twice.
     virtual Exception* clone() const;
 
-    std::deque<ExReason> const& reasons() const { return m_reasons; }
+    const std::deque<ExReason>& reasons() const { return m_reasons; }
 
     // Appends a clone to the queue and returns 1; without ExceptionInit() it returns 0.
-    static int Post(Exception const& exception);
+    static int Post(const Exception& exception);
 
     // Takes the oldest exception from the queue, the caller's to delete; null when there is none.
     static Exception* Poll();
 
 protected:
     Exception() = default; // requires: the derived constructor pushes a reason
-    void pushReason(ExReason const& reason) { m_reasons.push_front(reason); }
+    void pushReason(const ExReason& reason) { m_reasons.push_front(reason); }
 
 private:
     std::deque<ExReason> m_reasons;

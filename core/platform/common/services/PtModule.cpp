@@ -23,16 +23,16 @@ public:
     PtModuleRef add(PtModule module)
     {
         auto owned = std::make_unique<PtModule>(std::move(module));
-        PtModuleRef const reference = owned.get();
-        Pt::Locked const locked(m_lock);
+        const PtModuleRef reference = owned.get();
+        const Pt::Locked locked(m_lock);
         m_modules.emplace(reference, std::move(owned));
         return reference;
     }
 
     std::unique_ptr<PtModule> take(PtModuleRef reference)
     {
-        Pt::Locked const locked(m_lock);
-        auto const found = m_modules.find(reference);
+        const Pt::Locked locked(m_lock);
+        const auto found = m_modules.find(reference);
         if (found == m_modules.end())
             return nullptr;
         std::unique_ptr<PtModule> taken = std::move(found->second);
@@ -51,7 +51,7 @@ Modules& modules()
     return *instance;
 }
 
-std::string fileAt(unsigned short const* path)
+std::string fileAt(const unsigned short* path)
 {
     return Pt::moduleFile(Pt::toUtf8(path));
 }
@@ -61,7 +61,7 @@ PtModuleRef referenceTo(std::string file, Pt::ModuleHandle handle, bool hasLoade
     return handle ? modules().add({std::move(file), handle, hasLoaded}) : nullptr;
 }
 
-void closeIfLoaded(PtModule const& module)
+void closeIfLoaded(const PtModule& module)
 {
     if (module.handle)
         Pt::closeModule(module.handle);
@@ -69,41 +69,41 @@ void closeIfLoaded(PtModule const& module)
 
 } // namespace
 
-PtModuleRef PtCreateBundle(unsigned short const* path)
+PtModuleRef PtCreateBundle(const unsigned short* path)
 {
     std::string file = fileAt(path);
     return file.empty() ? nullptr : modules().add({std::move(file), nullptr, false});
 }
 
-PtModuleRef PtLoadLibrary(unsigned short const* path)
+PtModuleRef PtLoadLibrary(const unsigned short* path)
 {
     std::string file = fileAt(path);
-    Pt::ModuleHandle const handle = file.empty() ? nullptr : Pt::openModule(file);
+    const Pt::ModuleHandle handle = file.empty() ? nullptr : Pt::openModule(file);
     return referenceTo(std::move(file), handle, true);
 }
 
-PtModuleRef PtGetModuleHandle(unsigned short const* path)
+PtModuleRef PtGetModuleHandle(const unsigned short* path)
 {
     std::string file = fileAt(path);
-    Pt::ModuleHandle const handle = file.empty() ? nullptr : Pt::openLoadedModule(file);
+    const Pt::ModuleHandle handle = file.empty() ? nullptr : Pt::openLoadedModule(file);
     return referenceTo(std::move(file), handle, false);
 }
 
 bool PtUnloadLibrary(PtModuleRef module)
 {
-    if (auto const ended = modules().take(module))
+    if (const auto ended = modules().take(module))
         closeIfLoaded(*ended);
     return true;
 }
 
 void PtReleaseModuleRef(PtModuleRef module)
 {
-    auto const ended = modules().take(module);
+    const auto ended = modules().take(module);
     if (ended && !ended->hasLoaded)
         closeIfLoaded(*ended);
 }
 
-void* PtGetProcAddress(PtModuleRef module, char const* name)
+void* PtGetProcAddress(PtModuleRef module, const char* name)
 {
     return module && module->handle && name ? Pt::moduleSymbol(module->handle, name) : nullptr;
 }

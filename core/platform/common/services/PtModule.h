@@ -8,13 +8,13 @@ struct PtModule;
 using PtModuleRef = PtModule*;
 
 // A reference to the module at path, without loading it; null when no module file is there.
-PtModuleRef PtCreateBundle(unsigned short const* path);
+PtModuleRef PtCreateBundle(const unsigned short* path);
 
 // Loads the module; null when it is not there or cannot be loaded.
-PtModuleRef PtLoadLibrary(unsigned short const* path);
+PtModuleRef PtLoadLibrary(const unsigned short* path);
 
 // The module if some part of this process has loaded it already, else null.
-PtModuleRef PtGetModuleHandle(unsigned short const* path);
+PtModuleRef PtGetModuleHandle(const unsigned short* path);
 
 // Ends the reference and its share in the loading: the code goes with the last share, and with it
 // every function that was looked up. Null is allowed. Always true.
@@ -25,4 +25,4 @@ void PtReleaseModuleRef(PtModuleRef module);
 
 // The exported function of that name; null when there is none, when the module is not loaded, and
 // for null arguments.
-void* PtGetProcAddress(PtModuleRef module, char const* name);
+void* PtGetProcAddress(PtModuleRef module, const char* name);

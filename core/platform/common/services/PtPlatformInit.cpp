@@ -14,17 +14,17 @@ namespace Pt {
 
 namespace {
 
-WideText textOf(Config::Name const& name)
+WideText textOf(const Config::Name& name)
 {
     return {name.begin(), std::find(name.begin(), name.end(), 0)};
 }
 
-void startLog(Config const& config)
+void startLog(const Config& config)
 {
     SysLogInit(textOf(config.applicationName).c_str(), textOf(config.secondName).c_str());
 }
 
-bool always(Config const&)
+bool always(const Config&)
 {
     return true;
 }
@@ -32,15 +32,15 @@ bool always(Config const&)
 std::vector<PlatformService> allServices()
 {
     return {
-        {always, [](Config const&) { ExceptionInit(); }, ExceptionUninit},
-        {always, [](Config const&) { ThreadInit(); }, ThreadUninit},
-        {always, [](Config const&) { SignalInit(); }, SignalUninit},
+        {always, [](const Config&) { ExceptionInit(); }, ExceptionUninit},
+        {always, [](const Config&) { ThreadInit(); }, ThreadUninit},
+        {always, [](const Config&) { SignalInit(); }, SignalUninit},
         {always, startLog, SysLogUninit},
-        {[](Config const& config) { return config.startsFileIo; },
-            [](Config const& config) { IoFileInit(config.fileWorkers); },
+        {[](const Config& config) { return config.startsFileIo; },
+            [](const Config& config) { IoFileInit(config.fileWorkers); },
             IoFileUninit},
-        {[](Config const& config) { return config.startsSocketIo; },
-            [](Config const& config) { IoSocketInit(config.socketWorkers); },
+        {[](const Config& config) { return config.startsSocketIo; },
+            [](const Config& config) { IoSocketInit(config.socketWorkers); },
             IoSocketUninit},
     };
 }
@@ -54,7 +54,7 @@ PlatformStart& platform()
 
 } // namespace
 
-void PlatformInit(Config const& config)
+void PlatformInit(const Config& config)
 {
     platform().init(config);
 }

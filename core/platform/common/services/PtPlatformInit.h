@@ -10,7 +10,7 @@ namespace Pt {
 // again, the call does not count, and the exception goes on. The thread of the first call is the
 // primary one; call it before there are others, as they inherit its signal mask. Any thread may
 // call these three but a Signal handler, for whose return the last PlatformUninit waits.
-void PlatformInit(Config const& config);
+void PlatformInit(const Config& config);
 
 // The last of as many calls stops everything in reverse order, in the thread of the first
 // PlatformInit, whose signal mask it restores. Without a PlatformInit it does nothing, nor once a

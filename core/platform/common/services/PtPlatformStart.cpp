@@ -9,16 +9,16 @@ namespace Pt {
 PlatformStart::PlatformStart(std::vector<PlatformService> services)
     : m_services(std::move(services))
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     m_running.reserve(m_services.size());
 }
 
-void PlatformStart::init(Config const& config)
+void PlatformStart::init(const Config& config)
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     if (m_uses == 0)
         m_config = config;
-    std::size_t const runningBefore = m_running.size();
+    const std::size_t runningBefore = m_running.size();
     try {
         for (std::size_t each = 0; each < m_services.size(); ++each) {
             if (isRunning(each) || !m_services[each].isWanted(config))
@@ -38,7 +38,7 @@ void PlatformStart::init(Config const& config)
 
 void PlatformStart::uninit()
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     if (m_uses == 0 || --m_uses > 0)
         return;
     stopDownTo(0);
@@ -46,7 +46,7 @@ void PlatformStart::uninit()
 
 Config PlatformStart::configuration()
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     return m_config;
 }
 
@@ -59,7 +59,7 @@ void PlatformStart::stopDownTo(std::size_t running)
 {
     std::exception_ptr first;
     while (m_running.size() > running) {
-        std::size_t const last = m_running.back();
+        const std::size_t last = m_running.back();
         m_running.pop_back();
         try {
             m_services[last].stop();

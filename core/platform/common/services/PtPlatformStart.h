@@ -11,8 +11,8 @@ namespace Pt {
 
 // One of the layer's services.
 struct PlatformService {
-    std::function<bool(Config const&)> isWanted;
-    std::function<void(Config const&)> start;
+    std::function<bool(const Config&)> isWanted;
+    std::function<void(const Config&)> start;
     std::function<void()> stop;
 };
 
@@ -26,7 +26,7 @@ public:
     // Counts a use. The first one keeps the configuration and starts what it wants; a later one
     // only starts what it wants and is not running. When a start throws, what this call has started
     // is stopped, the use is not counted, and the exception goes on.
-    void init(Config const& config);
+    void init(const Config& config);
 
     // The last use stops everything; all are tried, and the first exception goes on. Without a use
     // it does nothing.
@@ -39,7 +39,7 @@ private:
     bool isRunning(std::size_t service) const TEVORO_REQUIRES(m_lock);
     void stopDownTo(std::size_t running) TEVORO_REQUIRES(m_lock);
 
-    std::vector<PlatformService> const m_services;
+    const std::vector<PlatformService> m_services;
     Lock m_lock;
     int m_uses TEVORO_GUARDED_BY(m_lock) = 0;
     Config m_config TEVORO_GUARDED_BY(m_lock);

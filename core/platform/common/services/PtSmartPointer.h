@@ -12,8 +12,8 @@ namespace Pt {
 class SmartPointerBase {
 public:
     SmartPointerBase() = default;
-    SmartPointerBase(SmartPointerBase const&) = delete;
-    SmartPointerBase& operator=(SmartPointerBase const&) = delete;
+    SmartPointerBase(const SmartPointerBase&) = delete;
+    SmartPointerBase& operator=(const SmartPointerBase&) = delete;
 
     void incRefCount() { m_refCount.fetch_add(1, std::memory_order_relaxed); }
 
@@ -50,7 +50,7 @@ public:
         if (m_object)
             Policy::take(m_object);
     }
-    SmartPointer(SmartPointer const& other)
+    SmartPointer(const SmartPointer& other)
         : SmartPointer(other.m_object)
     {
     }
@@ -70,7 +70,7 @@ public:
         std::swap(m_object, incoming.m_object);
         return *this;
     }
-    SmartPointer& operator=(SmartPointer const& other) { return *this = other.m_object; }
+    SmartPointer& operator=(const SmartPointer& other) { return *this = other.m_object; }
     SmartPointer& operator=(SmartPointer&& other)
     {
         SmartPointer incoming(std::move(other));
@@ -106,7 +106,7 @@ private:
 };
 
 template <typename T, typename Policy>
-bool operator==(SmartPointer<T, Policy> const& a, SmartPointer<T, Policy> const& b)
+bool operator==(const SmartPointer<T, Policy>& a, const SmartPointer<T, Policy>& b)
 {
     return a.get() == b.get();
 }

@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kSharedMutexes = 3;
 
 // Never destroyed: objects that live as long as the process drop their references at its end.
-Mutex& mutexOf(SmartPointerBaseTwo const* object)
+Mutex& mutexOf(const SmartPointerBaseTwo* object)
 {
     static auto& pool = *new MutexPool<kSharedMutexes>;
     return pool.of(object);
@@ -19,7 +19,7 @@ Mutex& mutexOf(SmartPointerBaseTwo const* object)
 
 void SmartPointerBaseTwo::incRefCount()
 {
-    MutexHeld const held(mutexOf(this));
+    const MutexHeld held(mutexOf(this));
     ++m_strong;
 }
 
@@ -34,7 +34,7 @@ void SmartPointerBaseTwo::decRefCount()
 // Whether that was the end; a soft reference then keeps the object through its clean-up.
 bool SmartPointerBaseTwo::loseStrong()
 {
-    MutexHeld const held(mutexOf(this));
+    const MutexHeld held(mutexOf(this));
     if (--m_strong != 0 || m_isDead)
         return false;
     ++m_soft;
@@ -44,7 +44,7 @@ bool SmartPointerBaseTwo::loseStrong()
 
 void SmartPointerBaseTwo::incSoftRef()
 {
-    MutexHeld const held(mutexOf(this));
+    const MutexHeld held(mutexOf(this));
     ++m_soft;
 }
 
@@ -57,13 +57,13 @@ void SmartPointerBaseTwo::decSoftRef()
 
 bool SmartPointerBaseTwo::loseSoft()
 {
-    MutexHeld const held(mutexOf(this));
+    const MutexHeld held(mutexOf(this));
     return --m_soft == 0 && m_isDead;
 }
 
 bool SmartPointerBaseTwo::isDead() const
 {
-    MutexHeld const held(mutexOf(this));
+    const MutexHeld held(mutexOf(this));
     return m_isDead;
 }
 

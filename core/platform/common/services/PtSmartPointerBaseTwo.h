@@ -9,8 +9,8 @@ namespace Pt {
 class SmartPointerBaseTwo {
 public:
     SmartPointerBaseTwo() = default;
-    SmartPointerBaseTwo(SmartPointerBaseTwo const&) = delete;
-    SmartPointerBaseTwo& operator=(SmartPointerBaseTwo const&) = delete;
+    SmartPointerBaseTwo(const SmartPointerBaseTwo&) = delete;
+    SmartPointerBaseTwo& operator=(const SmartPointerBaseTwo&) = delete;
 
     void incRefCount();
     // With the last one, cleans up in this thread. An object dies once: strong references that are

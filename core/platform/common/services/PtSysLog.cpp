@@ -20,15 +20,15 @@ namespace {
 constexpr std::size_t kMaxText = 1024;
 
 // Spelt as they stand, with their missing blanks and letters: people search for them.
-constexpr char const* SysLogSuccessMsg[] = {
+constexpr const char* SysLogSuccessMsg[] = {
     "Ruvenat Daemon has Started.",
     "Ruvena Daemon has been Paused",
     "Ruvena Daemon has Continued",
     "Ruvena Daemon has Shutdown",
 };
-constexpr std::span<char const* const> SysLogInfoMsg{};
-constexpr std::span<char const* const> SysLogWarningMsg{};
-constexpr char const* SysLogErrorMsg[] = {
+constexpr std::span<const char* const> SysLogInfoMsg{};
+constexpr std::span<const char* const> SysLogWarningMsg{};
+constexpr const char* SysLogErrorMsg[] = {
     "Thread %d has terminated with exception:\n %s \n"
     "For additional information on this message, please visit\n"
     "our support Web site: " TEVORO_SUPPORT_ADDRESS "\n",
@@ -44,7 +44,7 @@ constexpr char const* SysLogErrorMsg[] = {
 };
 
 struct Severity {
-    std::span<char const* const> messages;
+    std::span<const char* const> messages;
     int priority; // the system's number
 };
 
@@ -58,7 +58,7 @@ constexpr std::array<Severity, 4> kSeverities = {{
 // The formats are our own tables' and not literals here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-void format(std::span<char> text, char const* message, std::va_list arguments) noexcept
+void format(std::span<char> text, const char* message, std::va_list arguments) noexcept
 {
     if (std::vsnprintf(text.data(), text.size(), message, arguments) < 0)
         std::snprintf(text.data(), text.size(), "A message of the log cannot be written.");
@@ -66,16 +66,16 @@ void format(std::span<char> text, char const* message, std::va_list arguments) n
 #pragma GCC diagnostic pop
 
 // One call, so that lines of several threads do not mix.
-void writeToStandardError(char const* text) noexcept
+void writeToStandardError(const char* text) noexcept
 {
-    bool const endsLine = std::string_view(text).ends_with('\n');
+    const bool endsLine = std::string_view(text).ends_with('\n');
     std::fprintf(stderr, endsLine ? "%s" : "%s\n", text);
     std::fflush(stderr);
 }
 
 } // namespace
 
-void SysLogInit(unsigned short const* name, unsigned short const*)
+void SysLogInit(const unsigned short* name, const unsigned short*)
 {
     openSystemLog(toUtf8(name));
 }
@@ -85,13 +85,13 @@ void SysLogUninit()
     closeSystemLog();
 }
 
-char const* LookupMessage(std::uint32_t id, int* priority)
+const char* LookupMessage(std::uint32_t id, int* priority)
 {
-    std::uint32_t const severity = id >> 30U;
-    Severity const& row = kSeverities[severity];
+    const std::uint32_t severity = id >> 30U;
+    const Severity& row = kSeverities[severity];
     *priority = row.priority;
     // A number below its severity's first wraps round and lies behind the table, too.
-    std::uint32_t const index = (id & 0xFFFFU) - 1000U * (severity + 1);
+    const std::uint32_t index = (id & 0xFFFFU) - 1000U * (severity + 1);
     return index < row.messages.size() ? row.messages[index] : nullptr;
 }
 
@@ -103,10 +103,10 @@ void SysLogEvent(std::uint32_t id, ...) noexcept
     va_end(arguments);
 }
 
-void SysLogEventWith(Config const& config, std::uint32_t id, std::va_list arguments) noexcept
+void SysLogEventWith(const Config& config, std::uint32_t id, std::va_list arguments) noexcept
 {
     int priority = 0;
-    char const* const message = LookupMessage(id, &priority);
+    const char* const message = LookupMessage(id, &priority);
     std::array<char, kMaxText> text{};
     if (message)
         format(text, message, arguments);

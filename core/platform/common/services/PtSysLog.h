@@ -19,12 +19,12 @@ inline constexpr std::uint32_t kSocketAcceptEvent = 0xE0000FA3;
 
 // Makes the name (16-bit text, copied) the one under which messages stand in the system's log. The
 // second name is not used. Either may be null.
-void SysLogInit(unsigned short const* name, unsigned short const* secondName);
+void SysLogInit(const unsigned short* name, const unsigned short* secondName);
 void SysLogUninit();
 
 // The message's format and, at *priority, the system's number for its severity; null for a number
 // that no message has, with the priority all the same. The text lives as long as the program.
-char const* LookupMessage(std::uint32_t id, int* priority);
+const char* LookupMessage(std::uint32_t id, int* priority);
 
 // Writes the message with its arguments: to standard error, as a new Config has it, with a line
 // feed after those that do not end with one. What is too long is cut; a number that no message has
@@ -32,6 +32,6 @@ char const* LookupMessage(std::uint32_t id, int* priority);
 void SysLogEvent(std::uint32_t id, ...) noexcept;
 
 // The same as the configuration wants it: to standard error or to the system's log.
-void SysLogEventWith(Config const& config, std::uint32_t id, std::va_list arguments) noexcept;
+void SysLogEventWith(const Config& config, std::uint32_t id, std::va_list arguments) noexcept;
 
 } // namespace Pt

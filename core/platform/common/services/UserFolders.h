@@ -23,7 +23,7 @@ std::string userConfigFolder();
 
 // relative below the first of XDG_DATA_DIRS (/usr/local/share and /usr/share where that is not set)
 // that holds it as a file.
-std::optional<std::string> machineApplicationDataFile(std::string const& relative);
+std::optional<std::string> machineApplicationDataFile(const std::string& relative);
 
 // XDG_RUNTIME_DIR, else /run/user/<user id> where that is a folder.
 std::optional<std::string> runtimeFolder();

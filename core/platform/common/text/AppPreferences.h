@@ -10,6 +10,6 @@ namespace Pt {
 // do not count, lines that begin with ; or # are comments, and of a key told twice the last holds.
 // Nothing when the file or the key is missing, and for a domain that is empty or has a slash or a
 // NUL in it. The file is read at each call; any thread may call.
-std::optional<std::string> appPreference(std::string const& domain, std::string const& key);
+std::optional<std::string> appPreference(const std::string& domain, const std::string& key);
 
 } // namespace Pt

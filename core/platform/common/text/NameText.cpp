@@ -14,15 +14,12 @@ constexpr char32_t byteAt(std::string_view text, std::size_t position)
 // Bytes that a sequence with this first byte has; 0 for a byte that starts none.
 std::size_t sequenceLength(char32_t first)
 {
-    if (first < 0x80) {
+    if (first < 0x80)
         return 1;
-    }
-    if (first >= 0xC2 && first <= 0xDF) {
+    if (first >= 0xC2 && first <= 0xDF)
         return 2;
-    }
-    if (first >= 0xE0 && first <= 0xEF) {
+    if (first >= 0xE0 && first <= 0xEF)
         return 3;
-    }
     return first >= 0xF0 && first <= 0xF4 ? 4 : 0;
 }
 
@@ -52,11 +49,10 @@ std::string escapedWhere(std::string_view text, Predicate escape)
     for (std::size_t at = 0; at < text.size();) {
         const NameCharacter character = nameCharacterAt(text, at);
         const std::string_view bytes = text.substr(at, character.length);
-        if (escape(character)) {
+        if (escape(character))
             appendEscaped(out, bytes);
-        } else {
+        else
             out += bytes;
-        }
         at += character.length;
     }
     return out;
@@ -90,16 +86,14 @@ NameCharacter nameCharacterAt(std::string_view text, std::size_t position)
     const char32_t first = byteAt(text, position);
     const NameCharacter invalid{first, 1, false};
     const std::size_t length = sequenceLength(first);
-    if (length == 0 || length > text.size() - position) {
+    if (length == 0 || length > text.size() - position)
         return invalid;
-    }
     constexpr char32_t kFirstMask[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
     char32_t code = first & kFirstMask[length];
     for (std::size_t i = 1; i < length; ++i) {
         const char32_t next = byteAt(text, position + i);
-        if ((next & 0xC0U) != 0x80U) {
+        if ((next & 0xC0U) != 0x80U)
             return invalid;
-        }
         code = (code << 6U) | (next & 0x3FU);
     }
     return isScalarOfLength(code, length) ? NameCharacter{code, length, true} : invalid;
@@ -109,9 +103,8 @@ bool isUtf8(std::string_view text)
 {
     for (std::size_t at = 0; at < text.size();) {
         const NameCharacter character = nameCharacterAt(text, at);
-        if (!character.valid) {
+        if (!character.valid)
             return false;
-        }
         at += character.length;
     }
     return true;
@@ -119,26 +112,24 @@ bool isUtf8(std::string_view text)
 
 std::string displayName(std::string_view bytes)
 {
-    return escapedWhere(bytes, [](NameCharacter const& c) { return !c.valid; });
+    return escapedWhere(bytes, [](const NameCharacter& c) { return !c.valid; });
 }
 
 std::string terminalText(std::string_view text)
 {
     return escapedWhere(
-        text, [](NameCharacter const& c) { return !c.valid || disturbsTerminal(c.code); });
+        text, [](const NameCharacter& c) { return !c.valid || disturbsTerminal(c.code); });
 }
 
 std::string_view cutName(std::string_view text, std::size_t limit)
 {
-    if (text.size() <= limit) {
+    if (text.size() <= limit)
         return text;
-    }
     std::size_t end = 0;
     while (end < text.size()) {
         const std::size_t length = isEscapeAt(text, end) ? 3 : nameCharacterAt(text, end).length;
-        if (length > limit - end) {
+        if (length > limit - end)
             break;
-        }
         end += length;
     }
     return text.substr(0, end);

@@ -15,9 +15,9 @@ namespace {
 // until the last static object has gone.
 class Texts {
 public:
-    unsigned short const* add(std::unique_ptr<unsigned short[]> text)
+    const unsigned short* add(std::unique_ptr<unsigned short[]> text)
     {
-        Locked const locked(m_lock);
+        const Locked locked(m_lock);
         m_texts.push_back(std::move(text));
         return m_texts.back().get();
     }
@@ -33,9 +33,9 @@ Texts& texts()
     return *instance;
 }
 
-unsigned short const* keep(char const* text)
+const unsigned short* keep(const char* text)
 {
-    std::size_t const length = text ? std::strlen(text) : 0;
+    const std::size_t length = text ? std::strlen(text) : 0;
     auto copy = std::make_unique<unsigned short[]>(length + 1);
     UTF8ToUTF16HostEndian(text, length, copy.get());
     return texts().add(std::move(copy));
@@ -43,7 +43,7 @@ unsigned short const* keep(char const* text)
 
 } // namespace
 
-ConstString::ConstString(char const* text)
+ConstString::ConstString(const char* text)
     : m_text(keep(text))
 {
 }

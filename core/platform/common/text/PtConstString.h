@@ -9,14 +9,14 @@ namespace Pt {
 class ConstString {
 public:
     // A null text counts as empty.
-    explicit ConstString(char const* text);
+    explicit ConstString(const char* text);
 
     // Never null.
-    unsigned short const* text() const { return m_text; }
-    operator unsigned short const*() const { return m_text; }
+    const unsigned short* text() const { return m_text; }
+    operator const unsigned short*() const { return m_text; }
 
 private:
-    unsigned short const* m_text;
+    const unsigned short* m_text;
 };
 
 } // namespace Pt

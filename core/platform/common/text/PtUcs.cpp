@@ -7,11 +7,11 @@
 #include <algorithm>
 #include <iterator>
 
-PtUcsCaseRow const gUcsUpperToLowerCase[] = {
+const PtUcsCaseRow gUcsUpperToLowerCase[] = {
 #include "platform/common/text/PtUcsLowerCaseTable.inc"
 };
 
-std::size_t ptucslen(unsigned short const* s)
+std::size_t ptucslen(const unsigned short* s)
 {
     std::size_t length = 0;
     while (s && s[length] != 0)
@@ -19,13 +19,13 @@ std::size_t ptucslen(unsigned short const* s)
     return length;
 }
 
-unsigned short* ptucscpy(unsigned short* dst, unsigned short const* src)
+unsigned short* ptucscpy(unsigned short* dst, const unsigned short* src)
 {
     std::copy_n(src, ptucslen(src) + 1, dst);
     return dst;
 }
 
-unsigned short* ptucsncpy(unsigned short* dst, unsigned short const* src, std::size_t n)
+unsigned short* ptucsncpy(unsigned short* dst, const unsigned short* src, std::size_t n)
 {
     for (std::size_t i = 0; i < n; ++i) {
         dst[i] = src[i];
@@ -35,29 +35,28 @@ unsigned short* ptucsncpy(unsigned short* dst, unsigned short const* src, std::s
     return dst;
 }
 
-unsigned short* ptucscat(unsigned short* dst, unsigned short const* src)
+unsigned short* ptucscat(unsigned short* dst, const unsigned short* src)
 {
     ptucscpy(dst + ptucslen(dst), src);
     return dst;
 }
 
-int ptucscmp(unsigned short const* a, unsigned short const* b)
+int ptucscmp(const unsigned short* a, const unsigned short* b)
 {
     if (!a || !b)
         return (a ? 1 : 0) - (b ? 1 : 0);
-    for (; *a == *b; ++a, ++b) {
+    for (; *a == *b; ++a, ++b)
         if (*a == 0)
             return 0;
-    }
     return *a - *b;
 }
 
-int ptucsicmp(unsigned short const* a, unsigned short const* b)
+int ptucsicmp(const unsigned short* a, const unsigned short* b)
 {
     return ptucscmp(a, b);
 }
 
-int ptucsncmp(unsigned short const* a, unsigned short const* b, std::size_t n)
+int ptucsncmp(const unsigned short* a, const unsigned short* b, std::size_t n)
 {
     for (std::size_t i = 0; i < n; ++i) {
         if (a[i] != b[i])
@@ -68,69 +67,67 @@ int ptucsncmp(unsigned short const* a, unsigned short const* b, std::size_t n)
     return 0;
 }
 
-unsigned short* ptucschr(unsigned short const* s, unsigned short c)
+unsigned short* ptucschr(const unsigned short* s, unsigned short c)
 {
-    for (; *s != 0; ++s) {
+    for (; *s != 0; ++s)
         if (*s == c)
             return const_cast<unsigned short*>(s);
-    }
     return nullptr;
 }
 
-unsigned short* ptucsrchr(unsigned short const* s, unsigned short c)
+unsigned short* ptucsrchr(const unsigned short* s, unsigned short c)
 {
-    unsigned short const* last = nullptr;
-    for (; *s != 0; ++s) {
+    const unsigned short* last = nullptr;
+    for (; *s != 0; ++s)
         if (*s == c)
             last = s;
-    }
     return const_cast<unsigned short*>(last);
 }
 
-unsigned short* ptucsstr(unsigned short const* s, unsigned short const* t)
+unsigned short* ptucsstr(const unsigned short* s, const unsigned short* t)
 {
-    unsigned short const* const end = s + ptucslen(s);
-    unsigned short const* const found = std::search(s, end, t, t + ptucslen(t));
+    const unsigned short* const end = s + ptucslen(s);
+    const unsigned short* const found = std::search(s, end, t, t + ptucslen(t));
     // An empty t is found in an empty s, at its end.
     return found == end && *t != 0 ? nullptr : const_cast<unsigned short*>(found);
 }
 
 bool ptucslowerCase(unsigned short c, unsigned short* out)
 {
-    auto const end = std::begin(gUcsUpperToLowerCase) + kUcsLowerCaseRows;
-    auto const row = std::lower_bound(std::begin(gUcsUpperToLowerCase),
+    const auto end = std::begin(gUcsUpperToLowerCase) + kUcsLowerCaseRows;
+    const auto row = std::lower_bound(std::begin(gUcsUpperToLowerCase),
         end,
         c,
-        [](PtUcsCaseRow const& each, unsigned short unit) { return each.upper < unit; });
+        [](const PtUcsCaseRow& each, unsigned short unit) { return each.upper < unit; });
     // end is the row of zeros, and 0 lies before the first row: no test for end is needed.
-    bool const hasLowerCase = row->upper == c;
+    const bool hasLowerCase = row->upper == c;
     *out = hasLowerCase ? row->lower : c;
     return hasLowerCase;
 }
 
-void ptucssprintf(unsigned short*, unsigned short const*, ...) { }
+void ptucssprintf(unsigned short*, const unsigned short*, ...) { }
 
-std::size_t ptucsmbstowcs(unsigned short* dst, char const* src, std::size_t n)
+std::size_t ptucsmbstowcs(unsigned short* dst, const char* src, std::size_t n)
 {
     return UTF8ToUTF16HostEndian(src, n, dst);
 }
 
-std::size_t ptucswcstombs(char* dst, unsigned short const* src, std::size_t n)
+std::size_t ptucswcstombs(char* dst, const unsigned short* src, std::size_t n)
 {
     return UTF16HostEndianToUTF8(src, n, dst);
 }
 
-int ptucsaccess(unsigned short const* path, int mode)
+int ptucsaccess(const unsigned short* path, int mode)
 {
     return Pt::accessPath(Pt::toUtf8(path), mode) == 0 ? 0 : 1;
 }
 
-int ptucsopen(unsigned short const* path, int flags, unsigned int mode)
+int ptucsopen(const unsigned short* path, int flags, unsigned int mode)
 {
     return Pt::openPath(Pt::toUtf8(path), flags, mode);
 }
 
-int ptucsunlink(unsigned short const* path)
+int ptucsunlink(const unsigned short* path)
 {
     return Pt::unlinkPath(Pt::toUtf8(path));
 }

@@ -11,4 +11,4 @@ struct PtUcsCaseRow {
 
 inline constexpr std::size_t kUcsLowerCaseRows = 673;
 
-extern PtUcsCaseRow const gUcsUpperToLowerCase[kUcsLowerCaseRows + 1];
+extern const PtUcsCaseRow gUcsUpperToLowerCase[kUcsLowerCaseRows + 1];

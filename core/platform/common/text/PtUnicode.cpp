@@ -23,7 +23,7 @@ bool isLowSurrogate(char32_t c)
 
 class Utf8Decoder {
 public:
-    Utf8Decoder(char const* bytes, std::size_t count)
+    Utf8Decoder(const char* bytes, std::size_t count)
         : m_bytes(bytes)
         , m_count(count)
     {
@@ -32,7 +32,7 @@ public:
     // 0 at a NUL and at the end of the input.
     char32_t next()
     {
-        unsigned char const lead = peek();
+        const unsigned char lead = peek();
         ++m_position;
         if (lead < 0x80)
             return lead;
@@ -55,24 +55,24 @@ private:
     char32_t sequence(char32_t value, int continuations, char32_t smallest)
     {
         for (int i = 0; i < continuations; ++i) {
-            unsigned char const byte = peek();
+            const unsigned char byte = peek();
             if ((byte & 0xC0) != 0x80)
                 return kInvalid;
             ++m_position;
             value = value << 6 | (byte & 0x3Fu);
         }
-        bool const isValid = value >= smallest && value < kEndOfUnicode && !isSurrogate(value);
+        const bool isValid = value >= smallest && value < kEndOfUnicode && !isSurrogate(value);
         return isValid ? value : kInvalid;
     }
 
-    char const* m_bytes;
+    const char* m_bytes;
     std::size_t m_count;
     std::size_t m_position = 0;
 };
 
 class Utf16Decoder {
 public:
-    Utf16Decoder(unsigned short const* units, std::size_t byteCount)
+    Utf16Decoder(const unsigned short* units, std::size_t byteCount)
         : m_units(units)
         , m_count(byteCount / sizeof(unsigned short))
     {
@@ -81,13 +81,13 @@ public:
     // 0 at a NUL and at the end of the input.
     char32_t next()
     {
-        char32_t const unit = peek();
+        const char32_t unit = peek();
         ++m_position;
         if (!isSurrogate(unit))
             return unit;
         if (!isHighSurrogate(unit) || !isLowSurrogate(peek()))
             return kInvalid;
-        char32_t const low = peek();
+        const char32_t low = peek();
         ++m_position;
         return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
     }
@@ -95,7 +95,7 @@ public:
 private:
     char32_t peek() const { return m_position < m_count ? m_units[m_position] : 0u; }
 
-    unsigned short const* m_units;
+    const unsigned short* m_units;
     std::size_t m_count;
     std::size_t m_position = 0;
 };
@@ -137,8 +137,8 @@ void encode(Output<char>& out, char32_t c)
         out.put(c);
         return;
     }
-    int const continuations = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-    char32_t const mark = continuations == 1 ? 0xC0 : continuations == 2 ? 0xE0 : 0xF0;
+    const int continuations = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+    const char32_t mark = continuations == 1 ? 0xC0 : continuations == 2 ? 0xE0 : 0xF0;
     out.put(mark | c >> 6 * continuations);
     for (int i = continuations - 1; i >= 0; --i)
         out.put(0x80 | (c >> 6 * i & 0x3F));
@@ -149,7 +149,7 @@ std::size_t convert(Decoder decoder, Unit* destination)
 {
     Output<Unit> out(destination);
     for (;;) {
-        char32_t const c = decoder.next();
+        const char32_t c = decoder.next();
         if (c != kInvalid)
             encode(out, c);
         if (c == 0)
@@ -159,21 +159,21 @@ std::size_t convert(Decoder decoder, Unit* destination)
 
 } // namespace
 
-std::size_t UTF8ToUTF16HostEndian(char const* bytes, std::size_t count, unsigned short* out)
+std::size_t UTF8ToUTF16HostEndian(const char* bytes, std::size_t count, unsigned short* out)
 {
     return convert(Utf8Decoder(bytes, count), out);
 }
 
-std::size_t UTF16HostEndianToUTF8(unsigned short const* units, std::size_t byteCount, char* out)
+std::size_t UTF16HostEndianToUTF8(const unsigned short* units, std::size_t byteCount, char* out)
 {
     return convert(Utf16Decoder(units, byteCount), out);
 }
 
 namespace Pt {
 
-std::string toUtf8(unsigned short const* text)
+std::string toUtf8(const unsigned short* text)
 {
-    std::size_t const byteCount = ptucslen(text) * sizeof(unsigned short);
+    const std::size_t byteCount = ptucslen(text) * sizeof(unsigned short);
     std::string result(UTF16HostEndianToUTF8(text, byteCount, nullptr) - 1, '\0');
     UTF16HostEndianToUTF8(text, byteCount, result.data());
     return result;
@@ -181,7 +181,7 @@ std::string toUtf8(unsigned short const* text)
 
 WideText toUtf16(std::string_view bytes)
 {
-    std::size_t const size = UTF8ToUTF16HostEndian(bytes.data(), bytes.size(), nullptr);
+    const std::size_t size = UTF8ToUTF16HostEndian(bytes.data(), bytes.size(), nullptr);
     WideText result(size / sizeof(unsigned short) - 1, 0);
     UTF8ToUTF16HostEndian(bytes.data(), bytes.size(), result.data());
     return result;

@@ -22,10 +22,10 @@ public:
     static constexpr std::size_t kNoLimit = static_cast<std::size_t>(-1);
 
     // An encoding that the system does not know is taken as UTF-8.
-    explicit TextEncoding(std::string const& name);
+    explicit TextEncoding(const std::string& name);
     ~TextEncoding();
-    TextEncoding(TextEncoding const&) = delete;
-    TextEncoding& operator=(TextEncoding const&) = delete;
+    TextEncoding(const TextEncoding&) = delete;
+    TextEncoding& operator=(const TextEncoding&) = delete;
 
     // The system's encoding as the environment named it when the calling thread first asked. Do
     // not hand it to another thread.
@@ -36,7 +36,7 @@ public:
     WideText decode(std::string_view bytes);
     // At most `limit` bytes, cut at a whole character.
     std::string encode(
-        unsigned short const* units, std::size_t count, std::size_t limit = kNoLimit);
+        const unsigned short* units, std::size_t count, std::size_t limit = kNoLimit);
 
 private:
     struct Converters;

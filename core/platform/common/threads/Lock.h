@@ -38,8 +38,8 @@ public:
         m_lock.lock();
     }
     ~Locked() TEVORO_THREAD_ATTRIBUTE(release_capability()) { m_lock.unlock(); }
-    Locked(Locked const&) = delete;
-    Locked& operator=(Locked const&) = delete;
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
 
 private:
     Lock& m_lock;

@@ -14,15 +14,15 @@ class TEVORO_THREAD_ATTRIBUTE(capability("mutex")) Mutex {
 public:
     Mutex();
     ~Mutex() noexcept(false);
-    Mutex(Mutex const&) = delete;
-    Mutex& operator=(Mutex const&) = delete;
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
 
     void lock() TEVORO_THREAD_ATTRIBUTE(acquire_capability());
     void unlock() TEVORO_THREAD_ATTRIBUTE(release_capability());
 
 private:
     struct Native;
-    std::unique_ptr<Native> const m_native;
+    const std::unique_ptr<Native> m_native;
 };
 
 // Holds a Mutex for the length of a block.
@@ -34,8 +34,8 @@ public:
         m_mutex.lock();
     }
     ~MutexHeld() TEVORO_THREAD_ATTRIBUTE(release_capability()) { m_mutex.unlock(); }
-    MutexHeld(MutexHeld const&) = delete;
-    MutexHeld& operator=(MutexHeld const&) = delete;
+    MutexHeld(const MutexHeld&) = delete;
+    MutexHeld& operator=(const MutexHeld&) = delete;
 
 private:
     Mutex& m_mutex;

@@ -19,7 +19,7 @@ public:
     Mutex& row(std::size_t index) { return m_rows[index]; }
 
     // The one that guards this object.
-    Mutex& of(void const* object) { return row(rowOf(reinterpret_cast<std::uintptr_t>(object))); }
+    Mutex& of(const void* object) { return row(rowOf(reinterpret_cast<std::uintptr_t>(object))); }
 
 private:
     std::array<Mutex, N> m_rows;

@@ -14,8 +14,8 @@ public:
     // Always starts at 0: the initial count is kept and not used.
     explicit Semaphore(int initialCount = 0);
     ~Semaphore() noexcept(false);
-    Semaphore(Semaphore const&) = delete;
-    Semaphore& operator=(Semaphore const&) = delete;
+    Semaphore(const Semaphore&) = delete;
+    Semaphore& operator=(const Semaphore&) = delete;
 
     // Adds 1, and wakes one that waits.
     void post();
@@ -24,10 +24,10 @@ public:
     void wait();
 
     int initialCount() const { return m_initialCount; }
-    std::string const& name() const { return m_name; }
+    const std::string& name() const { return m_name; }
 
 private:
-    int const m_initialCount;
+    const int m_initialCount;
     void* m_semaphore;
     std::string m_name;
 };

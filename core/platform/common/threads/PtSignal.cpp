@@ -28,7 +28,7 @@ Handlers& handlers()
     return all;
 }
 
-thread_local int tCalls = 0; // of handlers in this thread
+thread_local int gCalls = 0; // of handlers in this thread
 std::atomic<bool> gIsProcessEnding{false};
 
 // One call of the handler, known to those who wait for its end.
@@ -36,21 +36,21 @@ class HandlerCall {
 public:
     HandlerCall()
     {
-        Locked const locked(handlers().lock);
+        const Locked locked(handlers().lock);
         m_handler = handlers().current;
         handlers().called.push_back(m_handler);
-        ++tCalls;
+        ++gCalls;
     }
     ~HandlerCall()
     {
         Handlers& all = handlers();
-        Locked const locked(all.lock);
+        const Locked locked(all.lock);
         all.called.erase(std::find(all.called.begin(), all.called.end(), m_handler));
-        --tCalls;
+        --gCalls;
         all.returned.notify_all();
     }
-    HandlerCall(HandlerCall const&) = delete;
-    HandlerCall& operator=(HandlerCall const&) = delete;
+    HandlerCall(const HandlerCall&) = delete;
+    HandlerCall& operator=(const HandlerCall&) = delete;
 
     // Whether there is a handler, and it has seen to it.
     bool ask(int kind)
@@ -89,12 +89,12 @@ bool isHandled(int kind)
 void Signal::EstablishHandler(Signal* newHandler, Signal** oldHandler)
 {
     Handlers& all = handlers();
-    Locked const locked(all.lock);
+    const Locked locked(all.lock);
     Signal* const old = all.current;
     all.current = newHandler;
     if (oldHandler)
         *oldHandler = old;
-    if (tCalls > 0 || old == newHandler)
+    if (gCalls > 0 || old == newHandler)
         return;
     while (std::find(all.called.begin(), all.called.end(), old) != all.called.end())
         all.returned.wait(all.lock);

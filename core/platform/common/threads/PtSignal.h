@@ -45,7 +45,7 @@ bool SignalEndsProcess();
 void SignalInit();
 
 // The same as the configuration wants it.
-void SignalInitWith(Config const& config);
+void SignalInitWith(const Config& config);
 
 // Waits until no handler is being called by the signal thread, ends that thread and unblocks what
 // SignalInit has blocked in the calling thread, which must be the one that called it. A signal that

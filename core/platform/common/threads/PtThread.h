@@ -20,8 +20,8 @@ public:
     explicit Thread(bool detached);
     // Requires: never begun, joined, or start() has returned.
     virtual ~Thread();
-    Thread(Thread const&) = delete;
-    Thread& operator=(Thread const&) = delete;
+    Thread(const Thread&) = delete;
+    Thread& operator=(const Thread&) = delete;
 
 protected:
     virtual void start() = 0;
@@ -75,7 +75,7 @@ private:
     ThreadHandle m_joinHandle TEVORO_GUARDED_BY(m_lock) = 0; // 0 when there is nothing to join
     Priority m_priority TEVORO_GUARDED_BY(m_lock) = Priority::kNormal;
     void* m_exitValue = nullptr;
-    bool const m_isDetached;
+    const bool m_isDetached;
 };
 
 // Makes the calling thread the primary one. ThreadUninit leaves the process without one.

@@ -12,7 +12,7 @@ inline constexpr std::size_t kBinaryIdLength = sizeof zbfidstr - 1;
 inline constexpr std::size_t kBinaryHeadLength = kBinaryIdLength + 3;
 
 struct zbfid_ {
-    char const* id;
+    const char* id;
     unsigned char major;
     unsigned char minor;
     unsigned char selector;
@@ -22,9 +22,9 @@ inline constexpr zbfid_ zbfid{zbfidstr, 1, 5, 0};
 inline constexpr zbfid_ zbfid_utf8{zbfidstr, 1, 5, 1};
 
 // Whether the bytes are the id. Requires: kBinaryIdLength bytes.
-bool isBinaryId(void const* bytes);
+bool isBinaryId(const void* bytes);
 
 // Straight to the stream's buffer; the bytes written.
-unsigned long zbfwrite_zbfid(std::ostream& stream, zbfid_ const& id);
+unsigned long zbfwrite_zbfid(std::ostream& stream, const zbfid_& id);
 
 } // namespace lexkit_private

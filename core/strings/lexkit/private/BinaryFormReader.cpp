@@ -16,19 +16,19 @@ constexpr std::size_t kShort = sizeof(std::uint16_t);
 constexpr std::size_t kRow10 = kShort + kNumber;
 constexpr unsigned long kFirstCapacity = 256;
 
-std::uint32_t bigNumber(unsigned char const* at)
+std::uint32_t bigNumber(const unsigned char* at)
 {
     return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8
         | at[3];
 }
 
-std::uint16_t bigShort(unsigned char const* at)
+std::uint16_t bigShort(const unsigned char* at)
 {
     return static_cast<std::uint16_t>(at[0] << 8 | at[1]);
 }
 
 template <typename T>
-T hostNumber(unsigned char const* at)
+T hostNumber(const unsigned char* at)
 {
     T number = 0;
     std::memcpy(&number, at, sizeof number);
@@ -39,22 +39,21 @@ constexpr bool isHostBig = std::endian::native == std::endian::big;
 
 // UTF-16 of another program: big-endian, unless a mark says otherwise. The mark is no part of the
 // text, the length is kept all the same, and zeros fill it up; so they do for half a unit.
-UnicodeRun externalUnits(unsigned char const* bytes, std::uint32_t length)
+UnicodeRun externalUnits(const unsigned char* bytes, std::uint32_t length)
 {
     if (length == 0)
         return {};
     unsigned short* units = nullptr;
     UnicodeRun run = UnicodeRun::Unfilled(length, units);
-    std::uint32_t const count = length / 2;
-    std::uint16_t const first = count > 0 ? bigShort(bytes) : 0;
-    bool const hasMark = first == 0xFEFF || first == 0xFFFE;
-    bool const isBig = first != 0xFFFE;
-    std::uint32_t const skipped = hasMark ? 1 : 0;
+    const std::uint32_t count = length / 2;
+    const std::uint16_t first = count > 0 ? bigShort(bytes) : 0;
+    const bool hasMark = first == 0xFEFF || first == 0xFFFE;
+    const bool isBig = first != 0xFFFE;
+    const std::uint32_t skipped = hasMark ? 1 : 0;
     std::memcpy(units, bytes + skipped * kShort, (count - skipped) * kShort);
-    if (isBig != isHostBig) {
+    if (isBig != isHostBig)
         for (std::uint32_t at = 0; at < count - skipped; ++at)
             units[at] = UnicodeChar::ByteSwap(units[at]);
-    }
     if (hasMark)
         units[count - 1] = 0;
     if (length % 2 != 0)
@@ -74,63 +73,62 @@ BinaryFormReader::BinaryFormReader(
 {
 }
 
-UnicodeRun BinaryFormReader::decoded(unsigned char const* bytes, std::uint32_t length)
+UnicodeRun BinaryFormReader::decoded(const unsigned char* bytes, std::uint32_t length)
 {
     if (length == 0)
         return {};
-    lexkit::EncodingInfo const encoding(m_selector);
+    const lexkit::EncodingInfo encoding(m_selector);
     UnicodeUtil::StringToUnicode(bytes, length, m_units, &encoding);
     return {m_units.GetData(), m_units.GetCount()};
 }
 
 void BinaryFormReader::add(
-    Chain& chain, unsigned char const* key, std::uint32_t keyLength, UnicodeRun value)
+    Chain& chain, const unsigned char* key, std::uint32_t keyLength, UnicodeRun value)
 {
-    ByteRunKey const temporary(key, keyLength, m_copyKeys);
+    const ByteRunKey temporary(key, keyLength, m_copyKeys);
     chain.Add(DictionaryEntry::Make(temporary, std::move(value)));
 }
 
 bool BinaryFormReader::ReadVersion15()
 {
-    unsigned char const* const count = m_source.Keep(kNumber);
+    const unsigned char* const count = m_source.Keep(kNumber);
     if (!count)
         return false;
-    std::size_t const buckets = bigNumber(count);
+    const std::size_t buckets = bigNumber(count);
     if (buckets == 0)
         return true;
-    unsigned char const* const ends = m_source.Keep(buckets * kNumber);
+    const unsigned char* const ends = m_source.Keep(buckets * kNumber);
     if (!ends)
         return false;
-    std::size_t const lengthCount = bigNumber(ends + (buckets - 1) * kNumber);
-    unsigned char const* const lengths = m_source.Keep(lengthCount * kNumber);
-    unsigned char const* const numbers = lengths ? m_source.Keep(buckets * kShort) : nullptr;
+    const std::size_t lengthCount = bigNumber(ends + (buckets - 1) * kNumber);
+    const unsigned char* const lengths = m_source.Keep(lengthCount * kNumber);
+    const unsigned char* const numbers = lengths ? m_source.Keep(buckets * kShort) : nullptr;
     if (!numbers)
         return false;
     std::size_t at = 0; // in the table of lengths
     for (std::size_t bucket = 0; bucket < buckets; ++bucket) {
-        std::uint16_t const number = bigShort(numbers + bucket * kShort);
+        const std::uint16_t number = bigShort(numbers + bucket * kShort);
         if (number >= HashTableGeneric::kBuckets)
             return false;
         Chain chain(m_table, number);
-        std::size_t const end = bigNumber(ends + bucket * kNumber);
-        for (; at < end; at += 2) {
+        const std::size_t end = bigNumber(ends + bucket * kNumber);
+        for (; at < end; at += 2)
             if (at + 2 > lengthCount || !readItem15(chain, lengths + at * kNumber))
                 return false;
-        }
     }
     return true;
 }
 
-bool BinaryFormReader::readItem15(Chain& chain, unsigned char const* lengths)
+bool BinaryFormReader::readItem15(Chain& chain, const unsigned char* lengths)
 {
-    std::uint32_t const keyLength = bigNumber(lengths);
-    std::uint32_t const valueLength = bigNumber(lengths + kNumber);
-    if (keyLength > ByteRunKey::kLongest)
+    const std::uint32_t keyLength = bigNumber(lengths);
+    const std::uint32_t valueLength = bigNumber(lengths + kNumber);
+    if (keyLength > ByteRunKey::kMaxLength)
         return false;
-    unsigned char const* const key = m_source.Take(std::size_t{keyLength} + valueLength);
+    const unsigned char* const key = m_source.Take(std::size_t{keyLength} + valueLength);
     if (!key)
         return false;
-    unsigned char const* const value = key + keyLength;
+    const unsigned char* const value = key + keyLength;
     add(chain,
         key,
         keyLength,
@@ -141,43 +139,42 @@ bool BinaryFormReader::readItem15(Chain& chain, unsigned char const* lengths)
 // Each row but the last, which is an end mark, holds the items up to the offset of the next one.
 bool BinaryFormReader::ReadVersion10()
 {
-    unsigned char const* const count = m_source.Keep(kShort);
+    const unsigned char* const count = m_source.Keep(kShort);
     if (!count)
         return false;
-    std::size_t const rowCount = hostNumber<std::uint16_t>(count);
-    unsigned char const* const rows = m_source.Keep(rowCount * kRow10);
+    const std::size_t rowCount = hostNumber<std::uint16_t>(count);
+    const unsigned char* const rows = m_source.Keep(rowCount * kRow10);
     if (!rows)
         return false;
     if (rowCount == 0)
         return true;
     std::uint64_t position = hostNumber<std::uint32_t>(rows + kShort);
     for (std::size_t row = 0; row + 1 < rowCount; ++row) {
-        auto const number = hostNumber<std::uint16_t>(rows + row * kRow10);
+        const auto number = hostNumber<std::uint16_t>(rows + row * kRow10);
         if (number >= HashTableGeneric::kBuckets)
             return false;
         Chain chain(m_table, number);
-        std::uint64_t const end = hostNumber<std::uint32_t>(rows + (row + 1) * kRow10 + kShort);
-        while (position < end) {
+        const std::uint64_t end = hostNumber<std::uint32_t>(rows + (row + 1) * kRow10 + kShort);
+        while (position < end)
             if (!readItem10(chain, position))
                 return false;
-        }
     }
     return true;
 }
 
 bool BinaryFormReader::readItem10(Chain& chain, std::uint64_t& position)
 {
-    unsigned char const* bytes = m_source.Take(kNumber);
-    std::uint32_t const keyLength = bytes ? hostNumber<std::uint32_t>(bytes) : 0;
-    if (!bytes || keyLength > ByteRunKey::kLongest)
+    const unsigned char* bytes = m_source.Take(kNumber);
+    const std::uint32_t keyLength = bytes ? hostNumber<std::uint32_t>(bytes) : 0;
+    if (!bytes || keyLength > ByteRunKey::kMaxLength)
         return false;
     // The key and the length of the value at once: what a stream gave is gone with the next piece.
     bytes = m_source.Take(std::size_t{keyLength} + kNumber);
     if (!bytes)
         return false;
-    ByteRunKey const key(bytes, keyLength, true);
-    auto const valueLength = hostNumber<std::uint32_t>(bytes + keyLength);
-    unsigned char const* const value = m_source.Take(valueLength);
+    const ByteRunKey key(bytes, keyLength, true);
+    const auto valueLength = hostNumber<std::uint32_t>(bytes + keyLength);
+    const unsigned char* const value = m_source.Take(valueLength);
     if (!value)
         return false;
     add(chain,

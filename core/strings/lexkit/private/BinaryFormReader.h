@@ -25,14 +25,14 @@ private:
     using Chain = HashTableGeneric::ChainBuilder;
 
     bool readItem10(Chain& chain, std::uint64_t& position);
-    bool readItem15(Chain& chain, unsigned char const* lengths);
-    void add(Chain& chain, unsigned char const* key, std::uint32_t keyLength, UnicodeRun value);
-    UnicodeRun decoded(unsigned char const* bytes, std::uint32_t length);
+    bool readItem15(Chain& chain, const unsigned char* lengths);
+    void add(Chain& chain, const unsigned char* key, std::uint32_t keyLength, UnicodeRun value);
+    UnicodeRun decoded(const unsigned char* bytes, std::uint32_t length);
 
     HashTableGeneric& m_table;
     ByteSource& m_source;
-    unsigned char const m_selector;
-    bool const m_copyKeys;
+    const unsigned char m_selector;
+    const bool m_copyKeys;
     Buffer<unsigned short> m_units;
 };
 

@@ -14,7 +14,7 @@ template <typename T>
 void append(std::string& to, T number, bool isSwapped)
 {
     char bytes[sizeof number];
-    std::copy_n(reinterpret_cast<char const*>(&number), sizeof number, bytes);
+    std::copy_n(reinterpret_cast<const char*>(&number), sizeof number, bytes);
     if (isSwapped)
         std::reverse(std::begin(bytes), std::end(bytes));
     to.append(bytes, sizeof bytes);
@@ -23,7 +23,7 @@ void append(std::string& to, T number, bool isSwapped)
 } // namespace
 
 BinaryFormWriter::BinaryFormWriter(
-    std::ostream& stream, lexkit::EncodingInfo const* encoding, Order order)
+    std::ostream& stream, const lexkit::EncodingInfo* encoding, Order order)
     : m_stream(stream)
     , m_encoding(encoding)
     , m_isSwapped(order == Order::kBig && std::endian::native != std::endian::big)
@@ -40,25 +40,24 @@ void BinaryFormWriter::addShort(std::string& to, unsigned long number) const
     append(to, static_cast<std::uint16_t>(number), m_isSwapped);
 }
 
-void BinaryFormWriter::addItem(HashItem const& item)
+void BinaryFormWriter::addItem(const HashItem& item)
 {
     addNumber(m_lengths, item.SerializeKey(m_payload, true, m_encoding));
     std::ostringstream value;
-    unsigned long const length = item.SerializeValue(value, true, m_encoding);
+    const unsigned long length = item.SerializeValue(value, true, m_encoding);
     addNumber(m_lengths, length);
     std::string bytes = std::move(value).str();
-    if (m_isSwapped && !m_encoding) {
+    if (m_isSwapped && !m_encoding)
         for (std::size_t at = 0; at + 1 < bytes.size(); at += 2)
             std::swap(bytes[at], bytes[at + 1]);
-    }
     m_payload << bytes;
     m_lengthCount += 2;
 }
 
-unsigned long BinaryFormWriter::Write(HashTableGeneric const& table)
+unsigned long BinaryFormWriter::Write(const HashTableGeneric& table)
 {
     for (std::uint32_t bucket = 0; bucket < HashTableGeneric::kBuckets; ++bucket) {
-        HashItem const* item = table.Head(bucket);
+        const HashItem* item = table.Head(bucket);
         if (!item)
             continue;
         for (; item; item = item->Next())
@@ -69,7 +68,7 @@ unsigned long BinaryFormWriter::Write(HashTableGeneric const& table)
     }
     std::string count;
     addNumber(count, m_bucketCount);
-    std::string const payload = std::move(m_payload).str();
+    const std::string payload = std::move(m_payload).str();
     m_stream << count << m_ends << m_lengths << m_buckets << payload;
     return count.size() + payload.size();
 }

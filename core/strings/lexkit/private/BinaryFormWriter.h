@@ -22,19 +22,19 @@ public:
     };
 
     // Values in UTF-16 for a null encoding, else in that encoding.
-    BinaryFormWriter(std::ostream& stream, lexkit::EncodingInfo const* encoding, Order order);
+    BinaryFormWriter(std::ostream& stream, const lexkit::EncodingInfo* encoding, Order order);
 
     // The bytes written, without the tables.
-    unsigned long Write(HashTableGeneric const& table);
+    unsigned long Write(const HashTableGeneric& table);
 
 private:
-    void addItem(HashItem const& item);
+    void addItem(const HashItem& item);
     void addNumber(std::string& to, unsigned long number) const;
     void addShort(std::string& to, unsigned long number) const;
 
     std::ostream& m_stream;
-    lexkit::EncodingInfo const* const m_encoding;
-    bool const m_isSwapped;
+    const lexkit::EncodingInfo* const m_encoding;
+    const bool m_isSwapped;
     std::string m_ends;
     std::string m_lengths;
     std::string m_buckets;

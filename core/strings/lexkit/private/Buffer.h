@@ -17,7 +17,7 @@ public:
     }
 
     T* GetData() { return m_data.get(); }
-    T const* GetData() const { return m_data.get(); }
+    const T* GetData() const { return m_data.get(); }
     unsigned long GetCapacity() const { return m_capacity; }
     unsigned long GetCount() const { return m_count; }
 

@@ -9,16 +9,16 @@ namespace lexkit_private {
 class ByteRun : public RefCountPtr<ByteRunValue> {
 public:
     // The bytes are always copied, whatever the flag says.
-    ByteRun(void const* data, std::uint32_t length, bool)
+    ByteRun(const void* data, std::uint32_t length, bool)
         : ByteRun(ByteRunValue::FindOrMake(data, length, 0))
     {
     }
 
     std::uint32_t GetLength() const { return Get()->GetLength(); }
-    unsigned char const* GetData() const { return Get()->GetData(); }
+    const unsigned char* GetData() const { return Get()->GetData(); }
 
     // Whether both refer to the same bytes, or to none; not whether the bytes are alike.
-    bool operator==(ByteRun const& other) const { return GetData() == other.GetData(); }
+    bool operator==(const ByteRun& other) const { return GetData() == other.GetData(); }
 
 protected:
     explicit ByteRun(ByteRunValue* value)

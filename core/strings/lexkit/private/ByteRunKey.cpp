@@ -15,12 +15,12 @@ constexpr std::uint32_t kSamples = 5;
 
 std::uint32_t checkedLength(unsigned long length)
 {
-    if (length > ByteRunKey::kLongest)
+    if (length > ByteRunKey::kMaxLength)
         throw LXErrException(LXErrException::kBadParameter);
     return static_cast<std::uint32_t>(length);
 }
 
-unsigned char const* copyOf(void const* data, std::uint32_t length)
+const unsigned char* copyOf(const void* data, std::uint32_t length)
 {
     auto* const copy = new unsigned char[length];
     std::memcpy(copy, data, length);
@@ -36,16 +36,16 @@ std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
 
 } // namespace
 
-ByteRunKey::ByteRunKey(void const* data, unsigned long length, bool copy)
-    : m_length(checkedLength(length) & kLongest)
+ByteRunKey::ByteRunKey(const void* data, unsigned long length, bool copy)
+    : m_length(checkedLength(length) & kMaxLength)
     , m_ownsData(copy && length > 0)
     , m_data(nullptr)
 {
     if (length > 0)
-        m_data = copy ? copyOf(data, m_length) : static_cast<unsigned char const*>(data);
+        m_data = copy ? copyOf(data, m_length) : static_cast<const unsigned char*>(data);
 }
 
-ByteRunKey::ByteRunKey(ByteRunKey const& other)
+ByteRunKey::ByteRunKey(const ByteRunKey& other)
     : ByteRunKey(other.m_data, other.m_length, true)
 {
 }
@@ -57,20 +57,20 @@ ByteRunKey::~ByteRunKey()
 }
 
 unsigned long ByteRunKey::Serialize(
-    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+    std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const
 {
-    unsigned long const key = SerializeKey(stream, binary, encoding);
+    const unsigned long key = SerializeKey(stream, binary, encoding);
     return key + SerializeValue(stream, binary, encoding);
 }
 
 // In text form: quote mark, widened key, "="; of an empty key, nothing.
 unsigned long ByteRunKey::SerializeKey(
-    std::ostream& stream, bool binary, lexkit::EncodingInfo const*) const
+    std::ostream& stream, bool binary, const lexkit::EncodingInfo*) const
 {
     if (m_length == 0)
         return 0;
     if (binary) {
-        stream.write(reinterpret_cast<char const*>(m_data), m_length);
+        stream.write(reinterpret_cast<const char*>(m_data), m_length);
         return m_length;
     }
     std::vector<unsigned short> units;
@@ -78,30 +78,30 @@ unsigned long ByteRunKey::SerializeKey(
     units.push_back(u'"');
     units.insert(units.end(), m_data, m_data + m_length);
     units.push_back(u'=');
-    unsigned long const size = units.size() * sizeof(unsigned short);
-    stream.write(reinterpret_cast<char const*>(units.data()), static_cast<std::streamsize>(size));
+    const unsigned long size = units.size() * sizeof(unsigned short);
+    stream.write(reinterpret_cast<const char*>(units.data()), static_cast<std::streamsize>(size));
     return size;
 }
 
-unsigned long ByteRunKey::SerializeValue(std::ostream&, bool, lexkit::EncodingInfo const*) const
+unsigned long ByteRunKey::SerializeValue(std::ostream&, bool, const lexkit::EncodingInfo*) const
 {
     return 0;
 }
 
 std::uint32_t ByteRunKey::Hash(unsigned long size) const
 {
-    std::uint64_t const length = m_length; // wide, so that the last step cannot wrap around
-    std::uint32_t const step = std::max(m_length / kSamples, 1u);
-    auto const buckets = static_cast<std::uint32_t>(size);
+    const std::uint64_t length = m_length; // wide, so that the last step cannot wrap around
+    const std::uint32_t step = std::max(m_length / kSamples, 1u);
+    const auto buckets = static_cast<std::uint32_t>(size);
     std::uint32_t hash = 0;
     for (std::uint64_t at = 0; at < length; at += step)
         hash = ((hash << 5) + m_data[at]) % buckets;
     return hash;
 }
 
-bool ByteRunKey::operator==(HashItem const& other) const
+bool ByteRunKey::operator==(const HashItem& other) const
 {
-    auto const& key = static_cast<ByteRunKey const&>(other);
+    const auto& key = static_cast<const ByteRunKey&>(other);
     return m_length == key.m_length
         && (m_length == 0 || std::memcmp(m_data, key.m_data, m_length) == 0);
 }
@@ -110,7 +110,7 @@ std::uint32_t ByteRunKey::IndexHash(std::uint64_t seed) const
 {
     constexpr std::uint32_t kWord = sizeof(std::uint64_t);
     std::uint64_t hash = mixed(seed, m_length);
-    unsigned char const* at = m_data;
+    const unsigned char* at = m_data;
     std::uint32_t left = m_length;
     for (; left >= kWord; left -= kWord, at += kWord) {
         std::uint64_t word = 0;

@@ -8,36 +8,36 @@ namespace lexkit_private {
 
 class ByteRunKey : public HashItem {
 public:
-    static constexpr std::uint32_t kLongest = 0x7FFFFFFF; // bytes
+    static constexpr std::uint32_t kMaxLength = 0x7FFFFFFF; // bytes
 
     // Copies the bytes only when told so. Throws LXErrException (bad parameter) for a key that is
-    // longer than kLongest.
-    ByteRunKey(void const* data, unsigned long length, bool copy);
-    ByteRunKey(ByteRunKey const& other);
-    ByteRunKey& operator=(ByteRunKey const&) = delete;
+    // longer than kMaxLength.
+    ByteRunKey(const void* data, unsigned long length, bool copy);
+    ByteRunKey(const ByteRunKey& other);
+    ByteRunKey& operator=(const ByteRunKey&) = delete;
     ~ByteRunKey() override;
 
-    unsigned char const* GetData() const { return m_data; } // null when the length is 0
+    const unsigned char* GetData() const { return m_data; } // null when the length is 0
     std::uint32_t GetLength() const { return m_length; }
     bool OwnsData() const { return m_ownsData; }
 
     // A key by itself writes what an entry with an empty value does.
     unsigned long Serialize(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const override;
     unsigned long SerializeKey(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const override;
     unsigned long SerializeValue(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const override;
 
     // Samples at most nine bytes. Every writer and reader of the binary form goes by this.
     std::uint32_t Hash(unsigned long size) const override;
-    bool operator==(HashItem const& other) const override;
+    bool operator==(const HashItem& other) const override;
     std::uint32_t IndexHash(std::uint64_t seed) const override;
 
 private:
     std::uint32_t m_length : 31;
     std::uint32_t m_ownsData : 1;
-    unsigned char const* m_data;
+    const unsigned char* m_data;
 };
 
 } // namespace lexkit_private

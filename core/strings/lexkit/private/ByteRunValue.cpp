@@ -11,7 +11,7 @@ ByteRunValue* ByteRunValue::MakeUnfilled(std::uint32_t length)
     return new (Room{length}) ByteRunValue(length);
 }
 
-ByteRunValue* ByteRunValue::FindOrMake(void const* data, std::uint32_t length, int)
+ByteRunValue* ByteRunValue::FindOrMake(const void* data, std::uint32_t length, int)
 {
     ByteRunValue* const value = MakeUnfilled(length);
     if (length > 0)
@@ -19,7 +19,7 @@ ByteRunValue* ByteRunValue::FindOrMake(void const* data, std::uint32_t length, i
     return value;
 }
 
-void ByteRunValue::ValidatePointer(ByteRunValue const* value)
+void ByteRunValue::ValidatePointer(const ByteRunValue* value)
 {
     if (!value || !value->Exists())
         throw LXErrException(LXErrException::kBadParameter);

@@ -12,21 +12,21 @@ namespace lexkit_private {
 class ByteRunValue final : public RefCountObj {
 public:
     // A new value with a copy of the bytes. There is no pool: the last argument is not used.
-    static ByteRunValue* FindOrMake(void const* data, std::uint32_t length, int pool);
+    static ByteRunValue* FindOrMake(const void* data, std::uint32_t length, int pool);
 
     // A new value whose bytes the caller fills in, through GetRoom, before it shows it around.
     static ByteRunValue* MakeUnfilled(std::uint32_t length);
 
     // Throws LXErrException (bad parameter) for null and for what nobody refers to.
-    static void ValidatePointer(ByteRunValue const* value);
+    static void ValidatePointer(const ByteRunValue* value);
 
     static void operator delete(void* memory) { ::operator delete(memory); }
 
     std::uint32_t GetLength() const { return m_length; } // bytes
     // Null when the length is 0.
-    unsigned char const* GetData() const
+    const unsigned char* GetData() const
     {
-        return m_length > 0 ? reinterpret_cast<unsigned char const*>(this + 1) : nullptr;
+        return m_length > 0 ? reinterpret_cast<const unsigned char*>(this + 1) : nullptr;
     }
     unsigned char* GetRoom() { return reinterpret_cast<unsigned char*>(this + 1); }
 

@@ -14,11 +14,11 @@ constexpr std::size_t kFirstStep = std::size_t{64} * 1024;
 
 ByteSource::~ByteSource() = default;
 
-unsigned char const* BlockSource::Take(std::size_t count)
+const unsigned char* BlockSource::Take(std::size_t count)
 {
     if (count > static_cast<std::size_t>(m_end - m_at))
         return nullptr;
-    unsigned char const* const taken = m_at;
+    const unsigned char* const taken = m_at;
     m_at += count;
     return taken;
 }
@@ -27,10 +27,10 @@ unsigned char const* BlockSource::Take(std::size_t count)
 bool StreamSource::fill(std::vector<unsigned char>& bytes, std::size_t count)
 {
     for (std::size_t have = 0; have < count;) {
-        std::size_t const step = std::min(count - have, std::max(have, kFirstStep));
+        const std::size_t step = std::min(count - have, std::max(have, kFirstStep));
         if (bytes.size() < have + step)
             bytes.resize(have + step);
-        std::size_t const got = m_stream.Read(bytes.data() + have, step);
+        const std::size_t got = m_stream.Read(bytes.data() + have, step);
         if (got < step)
             return false;
         have += step;
@@ -38,14 +38,14 @@ bool StreamSource::fill(std::vector<unsigned char>& bytes, std::size_t count)
     return true;
 }
 
-unsigned char const* StreamSource::Take(std::size_t count)
+const unsigned char* StreamSource::Take(std::size_t count)
 {
     if (m_taken.empty())
         m_taken.resize(1); // so that no bytes have an address, too
     return fill(m_taken, count) ? m_taken.data() : nullptr;
 }
 
-unsigned char const* StreamSource::Keep(std::size_t count)
+const unsigned char* StreamSource::Keep(std::size_t count)
 {
     std::vector<unsigned char>& bytes = m_kept.emplace_back(1);
     return fill(bytes, count) ? bytes.data() : nullptr;

@@ -13,31 +13,31 @@ class DictionaryStream;
 class ByteSource {
 public:
     ByteSource() = default;
-    ByteSource(ByteSource const&) = delete;
-    ByteSource& operator=(ByteSource const&) = delete;
+    ByteSource(const ByteSource&) = delete;
+    ByteSource& operator=(const ByteSource&) = delete;
     virtual ~ByteSource();
 
     // The next `count` bytes, valid until the next Take; null when there are not so many.
-    virtual unsigned char const* Take(std::size_t count) = 0;
+    virtual const unsigned char* Take(std::size_t count) = 0;
     // The same, valid as long as the source is.
-    virtual unsigned char const* Keep(std::size_t count) = 0;
+    virtual const unsigned char* Keep(std::size_t count) = 0;
 };
 
 // Refers to a block that outlives it.
 class BlockSource final : public ByteSource {
 public:
-    BlockSource(unsigned char const* begin, unsigned char const* end)
+    BlockSource(const unsigned char* begin, const unsigned char* end)
         : m_at(begin)
         , m_end(end)
     {
     }
 
-    unsigned char const* Take(std::size_t count) override;
-    unsigned char const* Keep(std::size_t count) override { return Take(count); }
+    const unsigned char* Take(std::size_t count) override;
+    const unsigned char* Keep(std::size_t count) override { return Take(count); }
 
 private:
-    unsigned char const* m_at;
-    unsigned char const* m_end;
+    const unsigned char* m_at;
+    const unsigned char* m_end;
 };
 
 // Reads no byte more than it is asked for. Refers to a stream that outlives it.
@@ -48,8 +48,8 @@ public:
     {
     }
 
-    unsigned char const* Take(std::size_t count) override;
-    unsigned char const* Keep(std::size_t count) override;
+    const unsigned char* Take(std::size_t count) override;
+    const unsigned char* Keep(std::size_t count) override;
 
 private:
     bool fill(std::vector<unsigned char>& bytes, std::size_t count);

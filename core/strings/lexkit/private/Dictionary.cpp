@@ -20,7 +20,7 @@ constexpr unsigned short kMark = 0xFEFF;
 
 // Each byte by itself as a signed number, undecoded. Straight into its run, since most defaults
 // have no escapes: this is what every lookup costs where there is no dictionary.
-UnicodeRun widened(char const* bytes, unsigned long length)
+UnicodeRun widened(const char* bytes, unsigned long length)
 {
     unsigned short* units = nullptr;
     UnicodeRun run = UnicodeRun::Unfilled(length * sizeof *units, units);
@@ -31,7 +31,7 @@ UnicodeRun widened(char const* bytes, unsigned long length)
 }
 
 // A default text: decoded with the encoding, or widened for null and the system's encoding.
-UnicodeRun defaultText(LiteralTag<char> const& tag, lexkit::EncodingInfo const* encoding)
+UnicodeRun defaultText(const LiteralTag<char>& tag, const lexkit::EncodingInfo* encoding)
 {
     if (tag.valueLength == 0)
         return {};
@@ -39,7 +39,7 @@ UnicodeRun defaultText(LiteralTag<char> const& tag, lexkit::EncodingInfo const* 
         return DictionaryEntry::ConvertEscapeSequences(widened(tag.value, tag.valueLength));
     Buffer<unsigned short> units(0);
     UnicodeUtil::StringToUnicode(
-        reinterpret_cast<unsigned char const*>(tag.value), tag.valueLength, units, encoding);
+        reinterpret_cast<const unsigned char*>(tag.value), tag.valueLength, units, encoding);
     return DictionaryEntry::ConvertEscapeSequences(units.GetData(), units.GetCount());
 }
 
@@ -60,9 +60,9 @@ void Dictionary::Read(std::istream* stream)
         return;
     }
     DictionaryStream source(*stream);
-    auto const reader = DictionaryReader::Make(source);
+    const auto reader = DictionaryReader::Make(source);
     char head[kBinaryIdLength];
-    bool const isBinary = source.Read(head, kBinaryIdLength) == kBinaryIdLength && isBinaryId(head);
+    const bool isBinary = source.Read(head, kBinaryIdLength) == kBinaryIdLength && isBinaryId(head);
     source.Rewind();
     if (isBinary) {
         readBinary(source);
@@ -84,29 +84,29 @@ void Dictionary::readBinary(DictionaryStream& source)
 {
     source.StopKeeping();
     unsigned char head[kBinaryHeadLength];
-    bool const isWhole = source.Read(head, kBinaryHeadLength) == kBinaryHeadLength;
+    const bool isWhole = source.Read(head, kBinaryHeadLength) == kBinaryHeadLength;
     if (!isWhole || !isBinaryId(head)) {
         m_isValid = false;
         return;
     }
-    unsigned char const* const version = head + kBinaryIdLength;
+    const unsigned char* const version = head + kBinaryIdLength;
     if (HashTable::Read(source, version[0], version[1], version[2]) == -1)
         m_isValid = false;
 }
 
-void Dictionary::Read(char const* data, int size, bool copyKeys)
+void Dictionary::Read(const char* data, int size, bool copyKeys)
 {
     if (!data || size <= 0) {
         m_isValid = false;
         return;
     }
-    auto const* const begin = reinterpret_cast<unsigned char const*>(data);
-    auto const* const end = begin + size;
+    const auto* const begin = reinterpret_cast<const unsigned char*>(data);
+    const auto* const end = begin + size;
     if (static_cast<std::size_t>(size) >= kBinaryIdLength && isBinaryId(begin)) {
         readBinaryBlock(begin, end, copyKeys);
         return;
     }
-    auto const reader = DictionaryReader::Make(begin, end);
+    const auto reader = DictionaryReader::Make(begin, end);
     if (!reader) {
         m_isValid = false;
         return;
@@ -115,15 +115,15 @@ void Dictionary::Read(char const* data, int size, bool copyKeys)
 }
 
 void Dictionary::readBinaryBlock(
-    unsigned char const* begin, unsigned char const* end, bool copyKeys)
+    const unsigned char* begin, const unsigned char* end, bool copyKeys)
 {
     // A head with nothing behind it is no dictionary.
     if (static_cast<std::size_t>(end - begin) <= kBinaryHeadLength) {
         m_isValid = false;
         return;
     }
-    unsigned char const* const version = begin + kBinaryIdLength;
-    int const result = HashTable::Read(
+    const unsigned char* const version = begin + kBinaryIdLength;
+    const int result = HashTable::Read(
         begin + kBinaryHeadLength, end, version[0], version[1], copyKeys, version[2]);
     if (result == -1)
         m_isValid = false;
@@ -131,13 +131,12 @@ void Dictionary::readBinaryBlock(
 
 void Dictionary::readLines(DictionaryReader& reader)
 {
-    while (unsigned short const* const line = reader.ReadALine()) {
+    while (const unsigned short* const line = reader.ReadALine())
         if (*line != 0)
             AddEntry(line);
-    }
 }
 
-void Dictionary::AddEntry(unsigned short const* line)
+void Dictionary::AddEntry(const unsigned short* line)
 {
     LiteralTag<unsigned short> tag;
     if (!ParseEntry(line, tag)) {
@@ -148,7 +147,7 @@ void Dictionary::AddEntry(unsigned short const* line)
     std::transform(tag.key, tag.key + tag.keyLength, m_lineKey.begin(), [](unsigned short unit) {
         return static_cast<unsigned char>(unit & 0xFF);
     });
-    ByteRunKey const key(m_lineKey.data(), tag.keyLength, false);
+    const ByteRunKey key(m_lineKey.data(), tag.keyLength, false);
     auto entry = DictionaryEntry::Make(
         key, DictionaryEntry::ConvertEscapeSequences(tag.value, tag.valueLength));
     // A binary dictionary may have left the key more than once.
@@ -156,23 +155,23 @@ void Dictionary::AddEntry(unsigned short const* line)
     Insert(std::move(entry));
 }
 
-DictionaryEntry* Dictionary::findTag(LiteralTag<char> const& tag)
+DictionaryEntry* Dictionary::findTag(const LiteralTag<char>& tag)
 {
     return Find(ByteRunKey(tag.key, tag.keyLength, false));
 }
 
-UnicodeRun Dictionary::Lookup(char const* literal, lexkit::EncodingInfo const* encoding)
+UnicodeRun Dictionary::Lookup(const char* literal, const lexkit::EncodingInfo* encoding)
 {
     LiteralTag<char> tag;
     if (!ParseLiteral(literal, tag))
         return {};
-    DictionaryEntry const* entry = findTag(tag);
+    const DictionaryEntry* entry = findTag(tag);
     if (!entry && sMainDictionary && sMainDictionary != this)
         entry = sMainDictionary->findTag(tag);
     return entry ? entry->GetValue() : defaultText(tag, encoding);
 }
 
-bool Dictionary::HasKey(char const* literal, lexkit::EncodingInfo const*)
+bool Dictionary::HasKey(const char* literal, const lexkit::EncodingInfo*)
 {
     LiteralTag<char> tag;
     return ParseLiteral(literal, tag) && findTag(tag);
@@ -180,8 +179,8 @@ bool Dictionary::HasKey(char const* literal, lexkit::EncodingInfo const*)
 
 bool Dictionary::NextKey(char* buffer, unsigned long size, bool throwIfSmall) const
 {
-    auto const* const entry = static_cast<DictionaryEntry const*>(NextItem());
-    unsigned long const length = entry ? entry->GetLength() : 0;
+    const auto* const entry = static_cast<const DictionaryEntry*>(NextItem());
+    const unsigned long length = entry ? entry->GetLength() : 0;
     if (buffer && size > length) {
         if (length > 0)
             std::memcpy(buffer, entry->GetData(), length);
@@ -194,19 +193,19 @@ bool Dictionary::NextKey(char* buffer, unsigned long size, bool throwIfSmall) co
 }
 
 unsigned long Dictionary::Serialize(
-    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+    std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const
 {
     unsigned long head = sizeof kMark;
     if (binary)
         head = zbfwrite_zbfid(stream, encoding ? zbfid_utf8 : zbfid);
     else
-        stream.write(reinterpret_cast<char const*>(&kMark), sizeof kMark);
+        stream.write(reinterpret_cast<const char*>(&kMark), sizeof kMark);
     return head + HashTableGeneric::Serialize(stream, binary, encoding);
 }
 
-unsigned long Dictionary::Compile(std::ostream& stream, lexkit::EncodingInfo const* encoding) const
+unsigned long Dictionary::Compile(std::ostream& stream, const lexkit::EncodingInfo* encoding) const
 {
-    unsigned long const head = zbfwrite_zbfid(stream, encoding ? zbfid_utf8 : zbfid);
+    const unsigned long head = zbfwrite_zbfid(stream, encoding ? zbfid_utf8 : zbfid);
     return head + BinaryFormWriter(stream, encoding, BinaryFormWriter::Order::kBig).Write(*this);
 }
 
@@ -216,7 +215,7 @@ void Dictionary::Read(std::istream* stream, unsigned long id)
 }
 
 UnicodeRun Dictionary::Lookup(
-    char const* literal, unsigned long id, lexkit::EncodingInfo const* encoding)
+    const char* literal, unsigned long id, const lexkit::EncodingInfo* encoding)
 {
     return DictionaryMap::Instance()[id].Lookup(literal, encoding);
 }

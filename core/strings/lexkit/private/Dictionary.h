@@ -21,11 +21,11 @@ public:
     ~Dictionary();
 
     void Read(std::istream* stream);
-    void Read(char const* data, int size, bool copyKeys);
+    void Read(const char* data, int size, bool copyKeys);
     void Read(std::istream& stream);
 
-    UnicodeRun Lookup(char const* literal, lexkit::EncodingInfo const* encoding);
-    bool HasKey(char const* literal, lexkit::EncodingInfo const* encoding);
+    UnicodeRun Lookup(const char* literal, const lexkit::EncodingInfo* encoding);
+    bool HasKey(const char* literal, const lexkit::EncodingInfo* encoding);
     unsigned long NumKeys() const { return NumItems(); }
     bool HasMoreKey() { return HasMoreItem(); }
     bool NextKey(char* buffer, unsigned long size, bool throwIfSmall) const;
@@ -34,21 +34,21 @@ public:
     bool IsValid() const { return m_isValid; }
 
     unsigned long Serialize(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const;
-    unsigned long Compile(std::ostream& stream, lexkit::EncodingInfo const* encoding) const;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const;
+    unsigned long Compile(std::ostream& stream, const lexkit::EncodingInfo* encoding) const;
 
     // The same for the dictionary with that id, which is made when it is not there.
     static void Read(std::istream* stream, unsigned long id);
     static UnicodeRun Lookup(
-        char const* literal, unsigned long id, lexkit::EncodingInfo const* encoding);
+        const char* literal, unsigned long id, const lexkit::EncodingInfo* encoding);
     static void SetAsMain(unsigned long id);
 
 private:
     void readBinary(DictionaryStream& source);
-    void readBinaryBlock(unsigned char const* begin, unsigned char const* end, bool copyKeys);
+    void readBinaryBlock(const unsigned char* begin, const unsigned char* end, bool copyKeys);
     void readLines(DictionaryReader& reader);
-    void AddEntry(unsigned short const* line);
-    DictionaryEntry* findTag(LiteralTag<char> const& tag);
+    void AddEntry(const unsigned short* line);
+    DictionaryEntry* findTag(const LiteralTag<char>& tag);
 
     bool m_isValid = true;
     std::vector<unsigned char> m_lineKey; // of the line in hand

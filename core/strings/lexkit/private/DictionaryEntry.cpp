@@ -8,26 +8,26 @@
 namespace lexkit_private {
 
 DictionaryEntry::DictionaryEntry(
-    ByteRunKey const& key, unsigned short const* value, unsigned long length)
+    const ByteRunKey& key, const unsigned short* value, unsigned long length)
     : ByteRunKey(key)
     , m_value(ConvertEscapeSequences(value, length))
 {
 }
 
-DictionaryEntry::DictionaryEntry(ByteRunKey const& key, UnicodeRun value)
+DictionaryEntry::DictionaryEntry(const ByteRunKey& key, UnicodeRun value)
     : ByteRunKey(key)
     , m_value(std::move(value))
 {
 }
 
 // The key's bytes stand behind the entry and go with it.
-DictionaryEntry::DictionaryEntry(ByteRunKey const& key, UnicodeRun value, InOneBlock)
+DictionaryEntry::DictionaryEntry(const ByteRunKey& key, UnicodeRun value, InOneBlock)
     : ByteRunKey(this + 1, key.GetLength(), false)
     , m_value(std::move(value))
 {
 }
 
-std::unique_ptr<DictionaryEntry> DictionaryEntry::Make(ByteRunKey const& key, UnicodeRun value)
+std::unique_ptr<DictionaryEntry> DictionaryEntry::Make(const ByteRunKey& key, UnicodeRun value)
 {
     std::unique_ptr<DictionaryEntry> entry(
         new (KeyBytes{key.GetLength()}) DictionaryEntry(key, std::move(value), InOneBlock()));
@@ -36,18 +36,18 @@ std::unique_ptr<DictionaryEntry> DictionaryEntry::Make(ByteRunKey const& key, Un
 }
 
 unsigned long DictionaryEntry::SerializeValue(
-    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+    std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const
 {
     if (binary)
         return m_value.Serialize(stream, binary, encoding);
     unsigned long length = m_value.GetLength();
-    auto const escaped = do_escapes(m_value.GetUnits(), length);
-    unsigned short const* const text = escaped ? escaped.get() : m_value.GetUnits();
+    const auto escaped = do_escapes(m_value.GetUnits(), length);
+    const unsigned short* const text = escaped ? escaped.get() : m_value.GetUnits();
     std::vector<unsigned short> units(text, text + length);
     units.push_back(u'"');
     units.push_back(u'\n');
-    unsigned long const size = units.size() * sizeof(unsigned short);
-    stream.write(reinterpret_cast<char const*>(units.data()), static_cast<std::streamsize>(size));
+    const unsigned long size = units.size() * sizeof(unsigned short);
+    stream.write(reinterpret_cast<const char*>(units.data()), static_cast<std::streamsize>(size));
     return size;
 }
 
@@ -69,16 +69,16 @@ unsigned short letterOfEscape(unsigned short unit)
 
 } // namespace
 
-std::unique_ptr<unsigned short[]> do_escapes(unsigned short const* text, unsigned long& length)
+std::unique_ptr<unsigned short[]> do_escapes(const unsigned short* text, unsigned long& length)
 {
-    auto const isEscaped = [](unsigned short unit) { return letterOfEscape(unit) != 0; };
-    auto const count = static_cast<unsigned long>(std::count_if(text, text + length, isEscaped));
+    const auto isEscaped = [](unsigned short unit) { return letterOfEscape(unit) != 0; };
+    const auto count = static_cast<unsigned long>(std::count_if(text, text + length, isEscaped));
     if (count == 0)
         return nullptr;
     auto escaped = std::make_unique_for_overwrite<unsigned short[]>(length + count);
     unsigned short* out = escaped.get();
     for (unsigned long at = 0; at < length; ++at) {
-        unsigned short const letter = letterOfEscape(text[at]);
+        const unsigned short letter = letterOfEscape(text[at]);
         if (letter != 0)
             *out++ = u'\\';
         *out++ = letter != 0 ? letter : text[at];

@@ -22,30 +22,30 @@ struct EscapeTableEntry {
 class DictionaryEntry final : public ByteRunKey {
 public:
     // Converts the escapes of the value's units.
-    DictionaryEntry(ByteRunKey const& key, unsigned short const* value, unsigned long length);
+    DictionaryEntry(const ByteRunKey& key, const unsigned short* value, unsigned long length);
     // Takes the value as it is.
-    DictionaryEntry(ByteRunKey const& key, UnicodeRun value);
+    DictionaryEntry(const ByteRunKey& key, UnicodeRun value);
 
     // As the second constructor, in one block of memory.
-    static std::unique_ptr<DictionaryEntry> Make(ByteRunKey const& key, UnicodeRun value);
+    static std::unique_ptr<DictionaryEntry> Make(const ByteRunKey& key, UnicodeRun value);
 
     static void* operator new(std::size_t size) { return ::operator new(size); }
     static void operator delete(void* memory) { ::operator delete(memory); }
 
-    UnicodeRun const& GetValue() const { return m_value; }
+    const UnicodeRun& GetValue() const { return m_value; }
 
     // In text form: the value with do_escapes, quote mark, line feed.
     unsigned long SerializeValue(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const override;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const override;
 
     // Both passes. A run without escapes comes back as it is.
-    static UnicodeRun ConvertEscapeSequences(unsigned short const* text, unsigned long length);
+    static UnicodeRun ConvertEscapeSequences(const unsigned short* text, unsigned long length);
     static UnicodeRun ConvertEscapeSequences(UnicodeRun text);
     // The second pass alone.
-    static UnicodeRun ConvertEscapeSequencesISO(unsigned short const* text, unsigned long length);
-    static UnicodeRun ConvertEscapeSequencesISO(UnicodeRun const& text);
+    static UnicodeRun ConvertEscapeSequencesISO(const unsigned short* text, unsigned long length);
+    static UnicodeRun ConvertEscapeSequencesISO(const UnicodeRun& text);
     // 0 when the table has no such escape.
-    static unsigned short LookupEscape(EscapeTableEntry const* table, unsigned short c);
+    static unsigned short LookupEscape(const EscapeTableEntry* table, unsigned short c);
 
 private:
     struct KeyBytes {
@@ -53,7 +53,7 @@ private:
     };
     struct InOneBlock { };
 
-    DictionaryEntry(ByteRunKey const& key, UnicodeRun value, InOneBlock);
+    DictionaryEntry(const ByteRunKey& key, UnicodeRun value, InOneBlock);
 
     static void* operator new(std::size_t size, KeyBytes key)
     {
@@ -67,6 +67,6 @@ private:
 // Spells CR, LF and the quote mark with a backslash, for the text form. Null, with the length left
 // alone, when there is nothing to spell. Backslash, "^" and "#" stay: a value with them may come
 // back as another.
-std::unique_ptr<unsigned short[]> do_escapes(unsigned short const* text, unsigned long& length);
+std::unique_ptr<unsigned short[]> do_escapes(const unsigned short* text, unsigned long& length);
 
 } // namespace lexkit_private

@@ -4,8 +4,8 @@
 
 namespace lexkit_private {
 
-unsigned short const* FindQuoteMark(
-    unsigned short const* lineStart, unsigned short const* text, unsigned short const* end)
+const unsigned short* FindQuoteMark(
+    const unsigned short* lineStart, const unsigned short* text, const unsigned short* end)
 {
     for (;; ++text) {
         text = std::find(text, end, u'"');
@@ -14,11 +14,11 @@ unsigned short const* FindQuoteMark(
     }
 }
 
-bool ParseEntry(unsigned short const* terminated, LiteralTag<unsigned short>& tag)
+bool ParseEntry(const unsigned short* terminated, LiteralTag<unsigned short>& tag)
 {
-    unsigned short const* start = terminated;
-    unsigned short const* end = terminated + UnicodeUtil::StringLength(terminated);
-    unsigned short const* const opening = FindQuoteMark(terminated, terminated, end);
+    const unsigned short* start = terminated;
+    const unsigned short* end = terminated + UnicodeUtil::StringLength(terminated);
+    const unsigned short* const opening = FindQuoteMark(terminated, terminated, end);
     if (opening != end) {
         start = opening + 1;
         end = FindQuoteMark(terminated, start, end);

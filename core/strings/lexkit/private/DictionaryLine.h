@@ -7,11 +7,11 @@ namespace lexkit_private {
 
 // The first quote mark from `text` on that no backslash directly precedes, or `end`. The unit
 // before `text` counts, from `lineStart` on.
-unsigned short const* FindQuoteMark(
-    unsigned short const* lineStart, unsigned short const* text, unsigned short const* end);
+const unsigned short* FindQuoteMark(
+    const unsigned short* lineStart, const unsigned short* text, const unsigned short* end);
 
 // Splits the tag between the first two quote marks; behind one without a second; the whole line
 // without any. False when the tag is bad.
-bool ParseEntry(unsigned short const* terminated, LiteralTag<unsigned short>& tag);
+bool ParseEntry(const unsigned short* terminated, LiteralTag<unsigned short>& tag);
 
 } // namespace lexkit_private

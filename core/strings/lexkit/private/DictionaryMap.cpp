@@ -10,8 +10,8 @@ DictionaryMap& DictionaryMap::Instance()
 
 Dictionary& DictionaryMap::operator[](unsigned long id)
 {
-    auto const wanted = static_cast<std::uint32_t>(id);
-    auto const found = std::find(m_ids.rbegin(), m_ids.rend(), wanted);
+    const auto wanted = static_cast<std::uint32_t>(id);
+    const auto found = std::find(m_ids.rbegin(), m_ids.rend(), wanted);
     if (found != m_ids.rend())
         return *m_dictionaries[static_cast<std::size_t>(m_ids.rend() - found) - 1];
     m_dictionaries.push_back(std::make_unique<Dictionary>());

@@ -17,7 +17,7 @@ constexpr std::size_t kMarkLength = 2;
 constexpr unsigned short kMark = 0xFEFF;
 constexpr unsigned short kSwappedMark = 0xFFFE;
 
-unsigned short hostUnit(unsigned char const* bytes)
+unsigned short hostUnit(const unsigned char* bytes)
 {
     unsigned short unit = 0;
     std::memcpy(&unit, bytes, sizeof unit);
@@ -30,7 +30,7 @@ bool isMark(unsigned short unit)
 }
 
 std::unique_ptr<DictionaryReader> makeFor(
-    unsigned short first, DictionaryReader::Source const& source)
+    unsigned short first, const DictionaryReader::Source& source)
 {
     if (first == kMark)
         return std::make_unique<UnicodeReader>(source);
@@ -44,23 +44,23 @@ std::unique_ptr<DictionaryReader> makeFor(
 std::unique_ptr<DictionaryReader> DictionaryReader::Make(DictionaryStream& stream)
 {
     unsigned char bytes[kMarkLength] = {};
-    bool const isLong = stream.Read(bytes, kMarkLength) == kMarkLength;
-    unsigned short const first = isLong ? hostUnit(bytes) : 0;
+    const bool isLong = stream.Read(bytes, kMarkLength) == kMarkLength;
+    const unsigned short first = isLong ? hostUnit(bytes) : 0;
     if (!isMark(first))
         stream.Rewind();
     return makeFor(first, {&stream, nullptr, nullptr});
 }
 
 std::unique_ptr<DictionaryReader> DictionaryReader::Make(
-    unsigned char const* begin, unsigned char const* end)
+    const unsigned char* begin, const unsigned char* end)
 {
     if (static_cast<std::size_t>(end - begin) < kMarkLength)
         return nullptr;
-    unsigned short const first = hostUnit(begin);
+    const unsigned short first = hostUnit(begin);
     return makeFor(first, {nullptr, isMark(first) ? begin + kMarkLength : begin, end});
 }
 
-DictionaryReader::DictionaryReader(Source const& source)
+DictionaryReader::DictionaryReader(const Source& source)
     : m_line(kFirstCapacity)
     , m_source(source)
 {
@@ -79,7 +79,7 @@ bool DictionaryReader::fetch()
     return m_source.cursor != m_source.end;
 }
 
-unsigned short const* DictionaryReader::endLine(unsigned short lineEnd)
+const unsigned short* DictionaryReader::endLine(unsigned short lineEnd)
 {
     m_line.Append(0);
     m_lineEnd = lineEnd;

@@ -16,24 +16,24 @@ public:
     // The kind of source, and what of it has been fetched and not been used.
     struct Source {
         DictionaryStream* stream = nullptr; // null for a block
-        unsigned char const* cursor = nullptr;
-        unsigned char const* end = nullptr;
+        const unsigned char* cursor = nullptr;
+        const unsigned char* end = nullptr;
     };
 
     // Looks at two bytes; the stream stands behind a mark afterwards, else at its start.
     static std::unique_ptr<DictionaryReader> Make(DictionaryStream& stream);
     // Skips a mark. Null for a block of less than two bytes.
     static std::unique_ptr<DictionaryReader> Make(
-        unsigned char const* begin, unsigned char const* end);
+        const unsigned char* begin, const unsigned char* end);
 
-    explicit DictionaryReader(Source const& source);
-    DictionaryReader(DictionaryReader const&) = delete;
-    DictionaryReader& operator=(DictionaryReader const&) = delete;
+    explicit DictionaryReader(const Source& source);
+    DictionaryReader(const DictionaryReader&) = delete;
+    DictionaryReader& operator=(const DictionaryReader&) = delete;
     virtual ~DictionaryReader();
 
     // The next line without its end, empty lines too; null at the end of the text. Valid until the
     // next call.
-    virtual unsigned short const* ReadALine() = 0;
+    virtual const unsigned short* ReadALine() = 0;
 
     // What ended the line: LF, CR, U+2028, U+2029, or 0 for a NUL or the end of the text.
     unsigned short GetLineEnd() const { return m_lineEnd; }
@@ -51,7 +51,7 @@ protected:
         return true;
     }
 
-    unsigned short const* endLine(unsigned short lineEnd);
+    const unsigned short* endLine(unsigned short lineEnd);
 
     Buffer<unsigned short> m_line;
 

@@ -23,13 +23,13 @@ DictionaryStream::DictionaryStream(std::istream& stream)
 
 std::size_t DictionaryStream::Read(void* to, std::size_t count)
 {
-    std::size_t const again = m_kept.copy(static_cast<char*>(to), count, m_keptAt);
+    const std::size_t again = m_kept.copy(static_cast<char*>(to), count, m_keptAt);
     m_keptAt += again;
     if (again == count)
         return count;
     char* const rest = static_cast<char*>(to) + again;
     m_stream.read(rest, static_cast<std::streamsize>(count - again));
-    auto const fresh = static_cast<std::size_t>(m_stream.gcount());
+    const auto fresh = static_cast<std::size_t>(m_stream.gcount());
     if (m_isKeeping) {
         m_kept.append(rest, fresh);
         m_keptAt += fresh;

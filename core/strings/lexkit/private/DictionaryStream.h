@@ -28,7 +28,7 @@ public:
 
 private:
     std::istream& m_stream;
-    bool const m_canSeek;
+    const bool m_canSeek;
     bool m_isKeeping;
     std::string m_kept; // what was read, where the stream cannot seek
     std::size_t m_keptAt = 0; // what of it is still to be given again

@@ -12,23 +12,23 @@ namespace lexkit_private {
 class HashItem {
 public:
     HashItem() = default;
-    HashItem(HashItem const&) = delete;
-    HashItem& operator=(HashItem const&) = delete;
+    HashItem(const HashItem&) = delete;
+    HashItem& operator=(const HashItem&) = delete;
 
     // Each writes its part of the text form or of the binary form; the bytes written.
     virtual unsigned long Serialize(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const = 0;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const = 0;
     virtual unsigned long SerializeKey(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const = 0;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const = 0;
     virtual unsigned long SerializeValue(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const = 0;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const = 0;
 
     virtual ~HashItem();
 
     // The bucket among `size` buckets.
     virtual std::uint32_t Hash(unsigned long size) const = 0;
     // Whether the keys are alike. Requires: items of one table are of one kind.
-    virtual bool operator==(HashItem const& other) const = 0;
+    virtual bool operator==(const HashItem& other) const = 0;
 
     // A hash over the whole key, for the index beside the buckets.
     virtual std::uint32_t IndexHash(std::uint64_t seed) const = 0;

@@ -19,7 +19,7 @@ int readVersion(HashTableGeneric& table,
     if (major != 1 || (minor != 0 && minor != 5))
         return selector;
     BinaryFormReader reader(table, source, selector, copyKeys);
-    bool const isRead = minor == 5 ? reader.ReadVersion15() : reader.ReadVersion10();
+    const bool isRead = minor == 5 ? reader.ReadVersion15() : reader.ReadVersion10();
     table.RefreshIndex();
     return isRead ? 0 : kFailed;
 }
@@ -27,8 +27,8 @@ int readVersion(HashTableGeneric& table,
 } // namespace
 
 template <typename Key, typename Entry>
-int HashTable<Key, Entry>::Read(unsigned char const* begin,
-    unsigned char const* end,
+int HashTable<Key, Entry>::Read(const unsigned char* begin,
+    const unsigned char* end,
     unsigned char major,
     unsigned char minor,
     bool copyKeys,

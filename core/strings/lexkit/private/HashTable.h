@@ -11,8 +11,8 @@ template <typename Key, typename Entry>
 class HashTable : public HashTableGeneric {
 public:
     void Insert(std::unique_ptr<Entry> entry) { HashTableGeneric::Insert(std::move(entry)); }
-    Entry* Find(Key const& key) { return static_cast<Entry*>(HashTableGeneric::Find(key)); }
-    std::unique_ptr<Entry> Remove(Key const& key)
+    Entry* Find(const Key& key) { return static_cast<Entry*>(HashTableGeneric::Find(key)); }
+    std::unique_ptr<Entry> Remove(const Key& key)
     {
         return std::unique_ptr<Entry>(static_cast<Entry*>(HashTableGeneric::Remove(key).release()));
     }
@@ -20,8 +20,8 @@ public:
     // Add the entries of a binary dictionary, from behind its id and version bytes. 0, or -1 when
     // something did not hold: what was read before stays. A version that is not known adds
     // nothing, gives the selector, and counts as success.
-    int Read(unsigned char const* begin,
-        unsigned char const* end,
+    int Read(const unsigned char* begin,
+        const unsigned char* end,
         unsigned char major,
         unsigned char minor,
         bool copyKeys,

@@ -8,10 +8,9 @@ namespace lexkit_private {
 
 HashTableGeneric::~HashTableGeneric()
 {
-    for (HashItem* item : m_buckets) {
+    for (HashItem* item : m_buckets)
         while (item)
             delete std::exchange(item, item->m_next);
-    }
 }
 
 void HashTableGeneric::link(std::uint32_t bucket, HashItem* predecessor, HashItem* item)
@@ -29,17 +28,17 @@ void HashTableGeneric::Insert(std::unique_ptr<HashItem> item)
     RefreshIndex();
     if (m_index.Put(item.get()))
         m_hasHidden = true;
-    std::uint32_t const bucket = item->Hash(kBuckets);
+    const std::uint32_t bucket = item->Hash(kBuckets);
     link(bucket, nullptr, item.release());
 }
 
-HashItem* HashTableGeneric::Find(HashItem const& key)
+HashItem* HashTableGeneric::Find(const HashItem& key)
 {
     RefreshIndex();
     return m_index.Find(key);
 }
 
-std::unique_ptr<HashItem> HashTableGeneric::Remove(HashItem const& key)
+std::unique_ptr<HashItem> HashTableGeneric::Remove(const HashItem& key)
 {
     HashItem* const item = Find(key);
     if (!item)
@@ -69,7 +68,7 @@ void HashTableGeneric::unlink(HashItem* item)
     }
 }
 
-void HashTableGeneric::uncoverHidden(HashItem* chain, HashItem const& key)
+void HashTableGeneric::uncoverHidden(HashItem* chain, const HashItem& key)
 {
     for (HashItem* item = chain; item; item = item->m_next) {
         if (*item == key) {
@@ -106,10 +105,9 @@ void HashTableGeneric::ChainBuilder::Add(std::unique_ptr<HashItem> item)
 unsigned long HashTableGeneric::NumItems() const
 {
     unsigned long count = 0;
-    for (HashItem const* item : m_buckets) {
+    for (const HashItem* item : m_buckets)
         for (; item; item = item->m_next)
             ++count;
-    }
     return count;
 }
 
@@ -129,15 +127,14 @@ bool HashTableGeneric::HasMoreItem()
 }
 
 unsigned long HashTableGeneric::Serialize(
-    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+    std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const
 {
     if (binary)
         return BinaryFormWriter(stream, encoding, BinaryFormWriter::Order::kHost).Write(*this);
     unsigned long count = 0;
-    for (HashItem const* item : m_buckets) {
+    for (const HashItem* item : m_buckets)
         for (; item; item = item->m_next)
             count += item->Serialize(stream, false, encoding);
-    }
     return count;
 }
 

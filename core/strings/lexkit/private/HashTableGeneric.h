@@ -16,16 +16,16 @@ public:
     static constexpr std::uint32_t kBuckets = 1021;
 
     HashTableGeneric() = default;
-    HashTableGeneric(HashTableGeneric const&) = delete;
-    HashTableGeneric& operator=(HashTableGeneric const&) = delete;
+    HashTableGeneric(const HashTableGeneric&) = delete;
+    HashTableGeneric& operator=(const HashTableGeneric&) = delete;
     ~HashTableGeneric();
 
     // Puts the item at the head of its chain. An item with the same key stays, hidden.
     void Insert(std::unique_ptr<HashItem> item);
     // The first item with that key in the chain that the key belongs to; null for none.
-    HashItem* Find(HashItem const& key);
+    HashItem* Find(const HashItem& key);
     // Takes what Find finds out of the table.
-    std::unique_ptr<HashItem> Remove(HashItem const& key);
+    std::unique_ptr<HashItem> Remove(const HashItem& key);
 
     unsigned long NumItems() const; // walks all chains
     // Null for an empty bucket. Requires: bucket < kBuckets.
@@ -39,7 +39,7 @@ public:
     // Text form without its mark, or binary form without its id. The bytes written, of the binary
     // form without its tables.
     unsigned long Serialize(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const;
 
     // Puts the items of one bucket of a binary dictionary in front of the chain that is there, in
     // their own order. Items need not belong to that bucket: Find then does not see them.
@@ -65,7 +65,7 @@ public:
 private:
     void link(std::uint32_t bucket, HashItem* predecessor, HashItem* item);
     void unlink(HashItem* item);
-    void uncoverHidden(HashItem* chain, HashItem const& key);
+    void uncoverHidden(HashItem* chain, const HashItem& key);
 
     std::array<HashItem*, kBuckets> m_buckets{};
 

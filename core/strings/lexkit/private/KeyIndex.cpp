@@ -23,23 +23,22 @@ KeyIndex::KeyIndex()
 {
 }
 
-std::uint32_t KeyIndex::hashOf(HashItem const& key) const
+std::uint32_t KeyIndex::hashOf(const HashItem& key) const
 {
-    std::uint32_t const hash = key.IndexHash(m_seed);
+    const std::uint32_t hash = key.IndexHash(m_seed);
     return hash != kFree ? hash : 1;
 }
 
 // The slot of the key, or the free one where it belongs. Requires: there are slots.
-std::size_t KeyIndex::slotOf(HashItem const& key, std::uint32_t hash) const
+std::size_t KeyIndex::slotOf(const HashItem& key, std::uint32_t hash) const
 {
-    std::size_t const mask = m_hashes.size() - 1;
-    for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
+    const std::size_t mask = m_hashes.size() - 1;
+    for (std::size_t at = hash & mask;; at = (at + 1) & mask)
         if (m_hashes[at] == kFree || (m_hashes[at] == hash && *m_items[at] == key))
             return at;
-    }
 }
 
-HashItem* KeyIndex::Find(HashItem const& key) const
+HashItem* KeyIndex::Find(const HashItem& key) const
 {
     return m_count > 0 ? m_items[slotOf(key, hashOf(key))] : nullptr;
 }
@@ -57,7 +56,7 @@ void KeyIndex::rehash(std::size_t size)
 {
     std::vector<std::uint32_t> hashes(size, kFree);
     std::vector<HashItem*> items(size);
-    std::size_t const mask = size - 1;
+    const std::size_t mask = size - 1;
     for (std::size_t slot = 0; slot < m_hashes.size(); ++slot) {
         if (m_hashes[slot] == kFree)
             continue;
@@ -74,8 +73,8 @@ void KeyIndex::rehash(std::size_t size)
 HashItem* KeyIndex::Put(HashItem* item)
 {
     Reserve(m_count + 1);
-    std::uint32_t const hash = hashOf(*item);
-    std::size_t const slot = slotOf(*item, hash);
+    const std::uint32_t hash = hashOf(*item);
+    const std::size_t slot = slotOf(*item, hash);
     HashItem* const before = std::exchange(m_items[slot], item);
     m_hashes[slot] = hash;
     m_count += before ? 0 : 1;
@@ -85,8 +84,8 @@ HashItem* KeyIndex::Put(HashItem* item)
 bool KeyIndex::PutIfAbsent(HashItem* item)
 {
     Reserve(m_count + 1);
-    std::uint32_t const hash = hashOf(*item);
-    std::size_t const slot = slotOf(*item, hash);
+    const std::uint32_t hash = hashOf(*item);
+    const std::size_t slot = slotOf(*item, hash);
     if (m_items[slot])
         return false;
     m_items[slot] = item;
@@ -97,12 +96,12 @@ bool KeyIndex::PutIfAbsent(HashItem* item)
 
 // What was pushed on by the item, or by one that was, moves back: no slot is ever marked as used
 // once.
-void KeyIndex::Erase(HashItem const* item)
+void KeyIndex::Erase(const HashItem* item)
 {
-    std::size_t const mask = m_hashes.size() - 1;
+    const std::size_t mask = m_hashes.size() - 1;
     std::size_t hole = slotOf(*item, hashOf(*item));
     for (std::size_t at = (hole + 1) & mask; m_hashes[at] != kFree; at = (at + 1) & mask) {
-        std::size_t const home = m_hashes[at] & mask;
+        const std::size_t home = m_hashes[at] & mask;
         if (((at - home) & mask) >= ((at - hole) & mask)) {
             m_hashes[hole] = m_hashes[at];
             m_items[hole] = m_items[at];

@@ -15,7 +15,7 @@ public:
     KeyIndex();
 
     // Null when no item has that key.
-    HashItem* Find(HashItem const& key) const;
+    HashItem* Find(const HashItem& key) const;
 
     // Makes room for that many.
     void Reserve(std::size_t count);
@@ -26,15 +26,15 @@ public:
     bool PutIfAbsent(HashItem* item);
 
     // Requires: Find of its key gives the item.
-    void Erase(HashItem const* item);
+    void Erase(const HashItem* item);
     void Clear();
 
 private:
-    std::uint32_t hashOf(HashItem const& key) const;
-    std::size_t slotOf(HashItem const& key, std::uint32_t hash) const;
+    std::uint32_t hashOf(const HashItem& key) const;
+    std::size_t slotOf(const HashItem& key, std::uint32_t hash) const;
     void rehash(std::size_t size);
 
-    std::uint64_t const m_seed;
+    const std::uint64_t m_seed;
     // One slot for each hash and its item; a power of two, never full. The hashes lie by
     // themselves, so that a key that is not there costs no look at any item.
     std::vector<std::uint32_t> m_hashes; // kFree, or never kFree

@@ -10,19 +10,19 @@ namespace lexkit_private {
 // Parts of the text that was split, which must outlive it.
 template <typename Char>
 struct LiteralTag {
-    Char const* key = nullptr;
+    const Char* key = nullptr;
     unsigned long keyLength = 0;
-    Char const* value = nullptr;
+    const Char* value = nullptr;
     unsigned long valueLength = 0;
 };
 
-inline char const* findEqualsSign(char const* text, char const* end)
+inline const char* findEqualsSign(const char* text, const char* end)
 {
-    void const* const found = std::memchr(text, '=', static_cast<unsigned long>(end - text));
-    return found ? static_cast<char const*>(found) : end;
+    const void* const found = std::memchr(text, '=', static_cast<unsigned long>(end - text));
+    return found ? static_cast<const char*>(found) : end;
 }
 
-inline unsigned short const* findEqualsSign(unsigned short const* text, unsigned short const* end)
+inline const unsigned short* findEqualsSign(const unsigned short* text, const unsigned short* end)
 {
     return std::find(text, end, u'=');
 }
@@ -30,17 +30,17 @@ inline unsigned short const* findEqualsSign(unsigned short const* text, unsigned
 // False for a text that starts with "$" and not with "$$$". The first "=" ends the key; without
 // one all is key. Nothing is trimmed.
 template <typename Char>
-bool ParseTag(Char const* text, unsigned long length, LiteralTag<Char>& tag)
+bool ParseTag(const Char* text, unsigned long length, LiteralTag<Char>& tag)
 {
     constexpr unsigned long kMarks = 3;
     constexpr Char kMark = '$';
-    Char const* const end = text + length;
+    const Char* const end = text + length;
     if (length > 0 && *text == kMark) {
         if (length < kMarks || text[1] != kMark || text[2] != kMark)
             return false;
         text += kMarks;
     }
-    Char const* const equals = findEqualsSign(text, end);
+    const Char* const equals = findEqualsSign(text, end);
     tag.key = text;
     tag.keyLength = static_cast<unsigned long>(equals - text);
     tag.value = equals == end ? end : equals + 1;
@@ -49,7 +49,7 @@ bool ParseTag(Char const* text, unsigned long length, LiteralTag<Char>& tag)
 }
 
 // The same for a terminated literal; false for null and for an empty one, too.
-inline bool ParseLiteral(char const* literal, LiteralTag<char>& tag)
+inline bool ParseLiteral(const char* literal, LiteralTag<char>& tag)
 {
     return literal && *literal != 0 && ParseTag(literal, std::strlen(literal), tag);
 }

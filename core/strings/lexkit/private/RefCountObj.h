@@ -11,8 +11,8 @@ namespace lexkit_private {
 class RefCountObj {
 public:
     RefCountObj() = default;
-    RefCountObj(RefCountObj const&) = delete;
-    RefCountObj& operator=(RefCountObj const&) = delete;
+    RefCountObj(const RefCountObj&) = delete;
+    RefCountObj& operator=(const RefCountObj&) = delete;
     virtual ~RefCountObj();
 
     // Whoever holds the first or the only reference meets nobody else here, and is spared the

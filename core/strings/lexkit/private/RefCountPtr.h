@@ -15,7 +15,7 @@ public:
         if (m_object)
             m_object->AddReference();
     }
-    RefCountPtr(RefCountPtr const& other)
+    RefCountPtr(const RefCountPtr& other)
         : RefCountPtr(other.m_object)
     {
     }
@@ -29,7 +29,7 @@ public:
             m_object->RemoveReference();
     }
 
-    RefCountPtr& operator=(RefCountPtr const& other)
+    RefCountPtr& operator=(const RefCountPtr& other)
     {
         if (m_object != other.m_object) {
             RefCountPtr copy(other);

@@ -15,16 +15,16 @@ namespace lexkit_private {
 
 namespace {
 
-UnicodeRun decoded(void const* bytes, unsigned long length, lexkit::EncodingInfo const* encoding)
+UnicodeRun decoded(const void* bytes, unsigned long length, const lexkit::EncodingInfo* encoding)
 {
     if (length == 0)
         return {};
     Buffer<unsigned short> units(0);
-    UnicodeUtil::StringToUnicode(static_cast<unsigned char const*>(bytes), length, units, encoding);
+    UnicodeUtil::StringToUnicode(static_cast<const unsigned char*>(bytes), length, units, encoding);
     return {units.GetData(), units.GetCount()};
 }
 
-UnicodeRun copied(unsigned short const* units, unsigned long length)
+UnicodeRun copied(const unsigned short* units, unsigned long length)
 {
     return length > 0 ? UnicodeRun(units, length) : UnicodeRun();
 }
@@ -35,7 +35,7 @@ void readOut(bool throwIfSmall, ReadOut operation)
 {
     try {
         operation();
-    } catch (LXErrException const& error) {
+    } catch (const LXErrException& error) {
         if (throwIfSmall || error.code() != LXErrException::kBufferTooSmall)
             throw;
     }
@@ -43,30 +43,30 @@ void readOut(bool throwIfSmall, ReadOut operation)
 
 } // namespace
 
-ZString::ZString(unsigned short const* units, unsigned long length)
+ZString::ZString(const unsigned short* units, unsigned long length)
     : ZString(copied(units, length))
 {
 }
 
 ZString::ZString(
-    unsigned char const* bytes, unsigned long length, lexkit::EncodingInfo const* encoding)
+    const unsigned char* bytes, unsigned long length, const lexkit::EncodingInfo* encoding)
     : ZString(decoded(bytes, length, encoding))
 {
 }
 
 ZString::ZString(
-    char const* literal, unsigned long dictionaryId, lexkit::EncodingInfo const* encoding)
+    const char* literal, unsigned long dictionaryId, const lexkit::EncodingInfo* encoding)
     : ZString(Dictionary::Lookup(literal, dictionaryId, encoding))
 {
 }
 
 ZString::ZString(long number)
 {
-    std::string const digits = std::to_string(number);
+    const std::string digits = std::to_string(number);
     *this = ZString(decoded(digits.data(), digits.size(), nullptr));
 }
 
-long ZString::CompareTo(ZString const& other) const
+long ZString::CompareTo(const ZString& other) const
 {
     if (UnicodeRun::operator==(other))
         return 0;
@@ -83,40 +83,40 @@ bool ZString::ToInteger(long& value) const
     return UnicodeUtil::StringToInteger(GetUnits(), GetLength(), value);
 }
 
-void ZString::Validate(ZString const* text)
+void ZString::Validate(const ZString* text)
 {
     ByteRunValue::ValidatePointer(text ? text->Get() : nullptr);
 }
 
-void ZString::BackDoorMakeFromUnicode(unsigned short const* units, unsigned long length)
+void ZString::BackDoorMakeFromUnicode(const unsigned short* units, unsigned long length)
 {
     *this = ZString(units, length);
 }
 
-void ZString::BackDoorAssignUnicode(unsigned short const* terminated)
+void ZString::BackDoorAssignUnicode(const unsigned short* terminated)
 {
     BackDoorMakeFromUnicode(terminated, UnicodeUtil::StringLength(terminated));
 }
 
 void ZString::BackDoorMakeFromCString(
-    char const* text, unsigned long length, lexkit::EncodingInfo const* encoding)
+    const char* text, unsigned long length, const lexkit::EncodingInfo* encoding)
 {
     *this = ZString(decoded(text, length, encoding));
 }
 
-void ZString::BackDoorAssignCString(char const* terminated, lexkit::EncodingInfo const* encoding)
+void ZString::BackDoorAssignCString(const char* terminated, const lexkit::EncodingInfo* encoding)
 {
     BackDoorMakeFromCString(terminated, std::strlen(terminated), encoding);
 }
 
 void ZString::BackDoorMakeFromPascalString(
-    unsigned char const* text, unsigned long length, lexkit::EncodingInfo const* encoding)
+    const unsigned char* text, unsigned long length, const lexkit::EncodingInfo* encoding)
 {
     *this = ZString(decoded(text + 1, length, encoding));
 }
 
 void ZString::BackDoorAssignPascalString(
-    unsigned char const* text, lexkit::EncodingInfo const* encoding)
+    const unsigned char* text, const lexkit::EncodingInfo* encoding)
 {
     BackDoorMakeFromPascalString(text, text[0], encoding);
 }
@@ -124,9 +124,9 @@ void ZString::BackDoorAssignPascalString(
 void ZString::BackDoorGetUnicode(
     unsigned short* buffer, unsigned long size, bool throwIfSmall) const
 {
-    unsigned long const needed = BackDoorGetUnicodeSize();
+    const unsigned long needed = BackDoorGetUnicodeSize();
     if (buffer && size > 0) {
-        unsigned long const count = std::min(needed, size) - 1;
+        const unsigned long count = std::min(needed, size) - 1;
         std::copy_n(GetUnits(), count, buffer);
         buffer[count] = 0;
     }
@@ -134,18 +134,18 @@ void ZString::BackDoorGetUnicode(
         throw LXErrException(LXErrException::kBufferTooSmall);
 }
 
-unsigned long ZString::BackDoorGetCStringSize(lexkit::EncodingInfo const* encoding) const
+unsigned long ZString::BackDoorGetCStringSize(const lexkit::EncodingInfo* encoding) const
 {
     return UnicodeUtil::FromUnicodeSize(GetUnits(), GetLength(), encoding);
 }
 
-unsigned long ZString::BackDoorGetPascalStringSize(lexkit::EncodingInfo const* encoding) const
+unsigned long ZString::BackDoorGetPascalStringSize(const lexkit::EncodingInfo* encoding) const
 {
     return BackDoorGetCStringSize(encoding);
 }
 
 void ZString::BackDoorGetCString(
-    char* buffer, unsigned long size, bool throwIfSmall, lexkit::EncodingInfo const* encoding) const
+    char* buffer, unsigned long size, bool throwIfSmall, const lexkit::EncodingInfo* encoding) const
 {
     readOut(throwIfSmall,
         [&] { UnicodeUtil::UnicodeToCString(GetUnits(), GetLength(), buffer, size, encoding); });
@@ -154,14 +154,14 @@ void ZString::BackDoorGetCString(
 void ZString::BackDoorGetPascalString(unsigned char* buffer,
     unsigned long size,
     bool throwIfSmall,
-    lexkit::EncodingInfo const* encoding) const
+    const lexkit::EncodingInfo* encoding) const
 {
     readOut(throwIfSmall, [&] {
         UnicodeUtil::UnicodeToPascalString(GetUnits(), GetLength(), buffer, size, encoding);
     });
 }
 
-void ZString::BackDoorGetInternalData(unsigned short const** units, unsigned long* length) const
+void ZString::BackDoorGetInternalData(const unsigned short** units, unsigned long* length) const
 {
     *units = GetUnits();
     *length = GetLength();

@@ -13,18 +13,18 @@ public:
         : UnicodeRun(std::move(run))
     {
     }
-    ZString(unsigned short const* units, unsigned long length);
-    ZString(unsigned char const* bytes, unsigned long length, lexkit::EncodingInfo const* encoding);
-    ZString(char const* literal, unsigned long dictionaryId, lexkit::EncodingInfo const* encoding);
+    ZString(const unsigned short* units, unsigned long length);
+    ZString(const unsigned char* bytes, unsigned long length, const lexkit::EncodingInfo* encoding);
+    ZString(const char* literal, unsigned long dictionaryId, const lexkit::EncodingInfo* encoding);
     explicit ZString(long number);
 
-    long CompareTo(ZString const& other) const;
-    bool operator==(ZString const& other) const { return CompareTo(other) == 0; }
-    bool operator!=(ZString const& other) const { return CompareTo(other) != 0; }
-    bool operator<(ZString const& other) const { return CompareTo(other) < 0; }
-    bool operator<=(ZString const& other) const { return CompareTo(other) <= 0; }
-    bool operator>(ZString const& other) const { return CompareTo(other) > 0; }
-    bool operator>=(ZString const& other) const { return CompareTo(other) >= 0; }
+    long CompareTo(const ZString& other) const;
+    bool operator==(const ZString& other) const { return CompareTo(other) == 0; }
+    bool operator!=(const ZString& other) const { return CompareTo(other) != 0; }
+    bool operator<(const ZString& other) const { return CompareTo(other) < 0; }
+    bool operator<=(const ZString& other) const { return CompareTo(other) <= 0; }
+    bool operator>(const ZString& other) const { return CompareTo(other) > 0; }
+    bool operator>=(const ZString& other) const { return CompareTo(other) >= 0; }
 
     bool IsAllWhiteSpace() const;
     bool ToInteger(long& value) const;
@@ -42,33 +42,33 @@ public:
     }
     unsigned long CountHatOccurrences(unsigned short c) const;
     bool WillReplace(unsigned char digit) const;
-    void Replace(unsigned char digit, ZString const& with);
+    void Replace(unsigned char digit, const ZString& with);
 
     // Throws LXErrException (bad parameter) for null and for a text without a sound value.
-    static void Validate(ZString const* text);
+    static void Validate(const ZString* text);
 
-    void BackDoorMakeFromUnicode(unsigned short const* units, unsigned long length);
-    void BackDoorAssignUnicode(unsigned short const* terminated);
+    void BackDoorMakeFromUnicode(const unsigned short* units, unsigned long length);
+    void BackDoorAssignUnicode(const unsigned short* terminated);
     void BackDoorMakeFromCString(
-        char const* text, unsigned long length, lexkit::EncodingInfo const* encoding);
-    void BackDoorAssignCString(char const* terminated, lexkit::EncodingInfo const* encoding);
+        const char* text, unsigned long length, const lexkit::EncodingInfo* encoding);
+    void BackDoorAssignCString(const char* terminated, const lexkit::EncodingInfo* encoding);
     void BackDoorMakeFromPascalString(
-        unsigned char const* text, unsigned long length, lexkit::EncodingInfo const* encoding);
+        const unsigned char* text, unsigned long length, const lexkit::EncodingInfo* encoding);
     void BackDoorAssignPascalString(
-        unsigned char const* text, lexkit::EncodingInfo const* encoding);
+        const unsigned char* text, const lexkit::EncodingInfo* encoding);
     unsigned long BackDoorGetUnicodeSize() const { return GetLength() + 1; }
     void BackDoorGetUnicode(unsigned short* buffer, unsigned long size, bool throwIfSmall) const;
-    unsigned long BackDoorGetCStringSize(lexkit::EncodingInfo const* encoding) const;
-    unsigned long BackDoorGetPascalStringSize(lexkit::EncodingInfo const* encoding) const;
+    unsigned long BackDoorGetCStringSize(const lexkit::EncodingInfo* encoding) const;
+    unsigned long BackDoorGetPascalStringSize(const lexkit::EncodingInfo* encoding) const;
     void BackDoorGetCString(char* buffer,
         unsigned long size,
         bool throwIfSmall,
-        lexkit::EncodingInfo const* encoding) const;
+        const lexkit::EncodingInfo* encoding) const;
     void BackDoorGetPascalString(unsigned char* buffer,
         unsigned long size,
         bool throwIfSmall,
-        lexkit::EncodingInfo const* encoding) const;
-    void BackDoorGetInternalData(unsigned short const** units, unsigned long* length) const;
+        const lexkit::EncodingInfo* encoding) const;
+    void BackDoorGetInternalData(const unsigned short** units, unsigned long* length) const;
 
 private:
     void cut(unsigned long start, unsigned long end);

@@ -17,14 +17,14 @@ constexpr unsigned long kShortcutLength = 4; // "(&S)"
 
 using Units = std::vector<unsigned short>;
 
-bool isShortcut(unsigned short const* at, unsigned short const* end)
+bool isShortcut(const unsigned short* at, const unsigned short* end)
 {
     return end - at >= static_cast<std::ptrdiff_t>(kShortcutLength) && at[0] == u'('
         && at[1] == u'&' && at[3] == u')';
 }
 
 // Takes the marks out of what stands before the cut.
-Units withoutMarks(unsigned short const* at, unsigned short const* end)
+Units withoutMarks(const unsigned short* at, const unsigned short* end)
 {
     Units out;
     out.reserve(static_cast<std::size_t>(end - at));
@@ -34,7 +34,7 @@ Units withoutMarks(unsigned short const* at, unsigned short const* end)
             at += kShortcutLength;
             continue;
         }
-        unsigned short const unit = *at++;
+        const unsigned short unit = *at++;
         if (keepNext || unit != u'&') {
             out.push_back(unit);
             keepNext = false;
@@ -65,7 +65,7 @@ void ZString::exchangeUnits(unsigned short from, unsigned short to)
 
 void ZString::TrimBlanks()
 {
-    unsigned short const* const units = GetUnits();
+    const unsigned short* const units = GetUnits();
     unsigned long start = 0;
     unsigned long end = GetLength();
     while (start < end && units[start] == u' ')
@@ -78,13 +78,13 @@ void ZString::TrimBlanks()
 void ZString::TrimEllipsis()
 {
     constexpr unsigned long kStops = 3;
-    unsigned short const* const units = GetUnits();
-    unsigned long const length = GetLength();
+    const unsigned short* const units = GetUnits();
+    const unsigned long length = GetLength();
     if (length > 0 && units[length - 1] == kEllipsis) {
         cut(0, length - 1);
         return;
     }
-    auto const isStop = [](unsigned short unit) { return unit == u'.'; };
+    const auto isStop = [](unsigned short unit) { return unit == u'.'; };
     if (length >= kStops && std::all_of(units + length - kStops, units + length, isStop))
         cut(0, length - kStops);
 }
@@ -93,7 +93,7 @@ void ZString::EllipsisToHostEllipsis() { }
 
 bool ZString::RemoveExtension()
 {
-    unsigned short const* const units = GetUnits();
+    const unsigned short* const units = GetUnits();
     for (unsigned long at = GetLength(); at > 0; --at) {
         if (units[at - 1] == u'.') {
             cut(0, at - 1);
@@ -106,13 +106,13 @@ bool ZString::RemoveExtension()
 void ZString::RemoveAccelerators()
 {
     static constexpr unsigned short kCutMark[] = {u' ', u'\b'};
-    unsigned short const* const begin = GetUnits();
-    unsigned short const* const end = begin + GetLength();
-    unsigned short const* const cutAt =
+    const unsigned short* const begin = GetUnits();
+    const unsigned short* const end = begin + GetLength();
+    const unsigned short* const cutAt =
         std::search(begin, end, std::begin(kCutMark), std::end(kCutMark));
     if (cutAt == end && std::find(begin, end, u'&') == end)
         return;
-    Units const units = withoutMarks(begin, cutAt);
+    const Units units = withoutMarks(begin, cutAt);
     *this = ZString(units.data(), units.size());
 }
 
@@ -128,12 +128,11 @@ void ZString::ChangeNewLineCharacter()
 
 unsigned long ZString::CountHatOccurrences(unsigned short c) const
 {
-    unsigned short const* const units = GetUnits();
+    const unsigned short* const units = GetUnits();
     unsigned long count = 0;
-    for (unsigned long at = 1; at < GetLength(); ++at) {
+    for (unsigned long at = 1; at < GetLength(); ++at)
         if (units[at] == c && units[at - 1] == u'^')
             ++count;
-    }
     return count;
 }
 
@@ -142,14 +141,14 @@ bool ZString::WillReplace(unsigned char digit) const
     return CountHatOccurrences(DigitCharacter(digit)) != 0;
 }
 
-void ZString::Replace(unsigned char digit, ZString const& with)
+void ZString::Replace(unsigned char digit, const ZString& with)
 {
-    unsigned short const wanted = DigitCharacter(digit);
+    const unsigned short wanted = DigitCharacter(digit);
     if (CountHatOccurrences(wanted) == 0)
         return;
     Units out;
     bool isHeld = false; // a "^" that the next unit decides about
-    for (unsigned short const* at = GetUnits(); at != GetUnits() + GetLength(); ++at) {
+    for (const unsigned short* at = GetUnits(); at != GetUnits() + GetLength(); ++at) {
         if (isHeld && *at == wanted) {
             out.insert(out.end(), with.GetUnits(), with.GetUnits() + with.GetLength());
             isHeld = false;

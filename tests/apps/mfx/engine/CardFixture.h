@@ -27,9 +27,8 @@ public:
         const std::filesystem::path above =
             device == Device::kOther ? "/dev/shm" : std::filesystem::temp_directory_path();
         std::string pattern = (above / "card-XXXXXX").native();
-        if (mkdtemp(pattern.data()) == nullptr) {
+        if (mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("no temporary folder");
-        }
         m_path = std::filesystem::canonical(pattern).native();
     }
     ~TestCard()
@@ -37,39 +36,37 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
     }
-    TestCard(TestCard const&) = delete;
-    TestCard& operator=(TestCard const&) = delete;
+    TestCard(const TestCard&) = delete;
+    TestCard& operator=(const TestCard&) = delete;
 
-    std::string const& path() const { return m_path; }
-    std::string path(std::string const& name) const { return m_path + '/' + name; }
+    const std::string& path() const { return m_path; }
+    std::string path(const std::string& name) const { return m_path + '/' + name; }
 
-    void addFolder(std::string const& name) const
+    void addFolder(const std::string& name) const
     {
         std::filesystem::create_directories(path(name));
     }
 
     // Makes the folders on the way, too.
-    void add(std::string const& name, std::string const& content = "x") const
+    void add(const std::string& name, const std::string& content = "x") const
     {
         std::filesystem::create_directories(std::filesystem::path(path(name)).parent_path());
         std::ofstream file(path(name), std::ios::binary);
         file << content;
-        if (!file) {
+        if (!file)
             throw std::runtime_error("cannot write " + path(name));
-        }
     }
 
     // Seconds since 1970.
-    void setFileTime(std::string const& name, std::int64_t seconds) const
+    void setFileTime(const std::string& name, std::int64_t seconds) const
     {
         const timespec time{seconds, 0};
         const timespec times[]{time, time};
-        if (utimensat(AT_FDCWD, path(name).c_str(), times, 0) != 0) {
+        if (utimensat(AT_FDCWD, path(name).c_str(), times, 0) != 0)
             throw std::runtime_error("cannot set the time of " + path(name));
-        }
     }
 
-    CardContents scan(std::vector<std::string> const& only = {}) const
+    CardContents scan(const std::vector<std::string>& only = {}) const
     {
         ScanOptions options;
         options.only = NameFilter(only);
@@ -81,33 +78,31 @@ private:
 };
 
 // Paths of the items below the card, in the order of the scan.
-inline std::vector<std::string> itemPaths(CardContents const& card)
+inline std::vector<std::string> itemPaths(const CardContents& card)
 {
     std::vector<std::string> paths;
-    for (MediaItem const& item : card.items) {
+    for (const MediaItem& item : card.items)
         paths.push_back(card.pathOf(item).substr(card.root.size() + 1));
-    }
     return paths;
 }
 
 // Names of the members of each group.
-inline std::vector<std::vector<std::string>> groupNames(CardContents const& card)
+inline std::vector<std::vector<std::string>> groupNames(const CardContents& card)
 {
     std::vector<std::vector<std::string>> names;
-    for (ItemGroup const& group : groupItems(card)) {
+    for (const ItemGroup& group : groupItems(card)) {
         names.emplace_back();
-        for (const std::uint32_t member : group.members) {
+        for (const std::uint32_t member : group.members)
             names.back().push_back(card.items[member].name);
-        }
     }
     return names;
 }
 
 // The folder of sample media with a file's part of the path; empty when there is none on this
 // machine.
-inline std::string samplePath(std::string const& name)
+inline std::string samplePath(const std::string& name)
 {
-    char const* folder = std::getenv("MFX_SAMPLES");
+    const char* folder = std::getenv("MFX_SAMPLES");
     const std::string path = folder == nullptr ? std::string() : std::string(folder) + '/' + name;
     return !path.empty() && std::filesystem::exists(path) ? path : std::string();
 }

@@ -9,18 +9,17 @@ namespace mfx::tests {
 inline std::string bigEndian(std::uint64_t value, int bytes)
 {
     std::string text;
-    for (int shift = (bytes - 1) * 8; shift >= 0; shift -= 8) {
+    for (int shift = (bytes - 1) * 8; shift >= 0; shift -= 8)
         text += static_cast<char>((value >> shift) & 0xFFU);
-    }
     return text;
 }
 
-inline std::string box(std::string const& type, std::string const& payload)
+inline std::string box(const std::string& type, const std::string& payload)
 {
     return bigEndian(payload.size() + 8, 4) + type + payload;
 }
 
-inline std::string chunk(std::string const& type, std::string const& payload)
+inline std::string chunk(const std::string& type, const std::string& payload)
 {
     const std::string size = bigEndian(payload.size(), 4);
     return type + std::string(size.rbegin(), size.rend()) + payload
@@ -37,28 +36,28 @@ inline std::string movieHeader(std::uint64_t created, int version = 0)
 }
 
 // A "meta" box that names two keys, the second of which is the date. In MP4 a version precedes.
-inline std::string dateKeyMeta(std::string const& date, bool versioned = false)
+inline std::string dateKeyMeta(const std::string& date, bool versioned = false)
 {
     const std::string handler = box("hdlr", std::string(24, '\0'));
-    const auto key = [](std::string const& name) {
+    const auto key = [](const std::string& name) {
         return bigEndian(name.size() + 8, 4) + "mdta" + name;
     };
     const std::string keys = box("keys",
         bigEndian(0, 4) + bigEndian(2, 4) + key("com.apple.quicktime.make")
             + key("com.apple.quicktime.creationdate"));
-    const auto value = [](std::uint32_t index, std::string const& text) {
+    const auto value = [](std::uint32_t index, const std::string& text) {
         return box(bigEndian(index, 4), box("data", bigEndian(1, 4) + bigEndian(0, 4) + text));
     };
     const std::string list = box("ilst", value(1, "Maker") + value(2, date));
     return box("meta", (versioned ? bigEndian(0, 4) : std::string()) + handler + keys + list);
 }
 
-inline std::string fileType(std::string const& brand = "qt  ")
+inline std::string fileType(const std::string& brand = "qt  ")
 {
     return box("ftyp", brand + bigEndian(0, 4) + brand);
 }
 
-inline std::string aviMovie(std::string const& headers)
+inline std::string aviMovie(const std::string& headers)
 {
     return chunk("RIFF",
         "AVI " + chunk("LIST", "hdrl" + chunk("avih", std::string(56, '\0')) + headers)

@@ -1,7 +1,7 @@
 // A card, a folder to save into, and groups on their way from one to the other.
 #pragma once
 
-#include "CardFixture.h"
+#include "apps/mfx/engine/CardFixture.h"
 #include "mfx/engine/saving/FinalFolders.h"
 #include "mfx/engine/saving/GroupStager.h"
 #include "mfx/engine/saving/GroupWork.h"

@@ -28,7 +28,7 @@ public:
     }
     std::uint32_t AddRef() override { return 1; }
     std::uint32_t Release() override { return 1; }
-    FxStatus handleUIEvent(char const* name) override
+    FxStatus handleUIEvent(const char* name) override
     {
         names.emplace_back(name);
         return kFxOk;

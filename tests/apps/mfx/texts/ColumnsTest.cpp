@@ -33,10 +33,9 @@ TEST(ColumnsTest, CountsWhatATextTakesOnATerminal)
 
 TEST(ColumnsTest, FitsATextIntoExactlySoManyColumns)
 {
-    for (const auto& [name, text, columns] : kWidths) {
+    for (const auto& [name, text, columns] : kWidths)
         for (std::size_t width = 0; width < 20; ++width)
             EXPECT_EQ(columnsOf(fittedTo(text, width)), width) << name;
-    }
     EXPECT_EQ(fittedTo("Größe", 7), "Größe  ");
     EXPECT_EQ(fittedTo("Größe", 3), "Grö");
     EXPECT_EQ(fittedTo("残り時間", 5), "残り ") << "half of a letter does not show";

@@ -11,10 +11,10 @@ using testing::ElementsAre;
 
 namespace {
 
-using Text = unsigned short const*;
+using Text = const unsigned short*;
 
-std::vector<std::string> g_calls;
-bool g_isChecked = false;
+std::vector<std::string> gCalls;
+bool gIsChecked = false;
 
 struct Object {
     void* const* table;
@@ -28,7 +28,7 @@ void* entry(Function* function)
 
 std::uint32_t note(const std::string& call)
 {
-    g_calls.push_back(call);
+    gCalls.push_back(call);
     return 0;
 }
 
@@ -92,7 +92,7 @@ int fontSize(Object*)
     return 9;
 }
 
-char const* fontFamily(Object*)
+const char* fontFamily(Object*)
 {
     note("GetFontFamily");
     return "DejaVu Sans";
@@ -115,12 +115,12 @@ std::uint32_t setCallback(Object*, void* callback)
     return note(callback ? "SetCallback" : "SetCallback null");
 }
 
-std::uint32_t setToolTip(Object*, char const* text)
+std::uint32_t setToolTip(Object*, const char* text)
 {
     return note(std::string("SetToolTip ") + text);
 }
 
-std::uint32_t setText(Object*, char const* text)
+std::uint32_t setText(Object*, const char* text)
 {
     return note(std::string("SetText ") + text);
 }
@@ -128,7 +128,7 @@ std::uint32_t setText(Object*, char const* text)
 bool isChecked(Object*)
 {
     note("IsChecked");
-    return g_isChecked;
+    return gIsChecked;
 }
 
 std::uint32_t setChecked(Object*, bool value)
@@ -154,21 +154,21 @@ void* const kControlTable[] = {entry(queryInterface),
     entry(setText),
     entry(isChecked),
     entry(setChecked)};
-Object g_control{kControlTable};
+Object gControl{kControlTable};
 
-std::string g_onlyControl; // the one widget that the panel has
+std::string gOnlyControl; // the one widget that the panel has
 
-std::uint32_t findControl(Object*, char const* name, void** out)
+std::uint32_t findControl(Object*, const char* name, void** out)
 {
-    *out = name == g_onlyControl ? &g_control : nullptr;
+    *out = name == gOnlyControl ? &gControl : nullptr;
     return 0;
 }
 
 void* const kHandlerTable[] = {
     entry(queryInterface), entry(addRef), entry(release), entry(findControl)};
-Object g_handler{kHandlerTable};
+Object gHandler{kHandlerTable};
 
-int g_itemsLeft = 0;
+int gItemsLeft = 0;
 
 std::uint32_t getCount(Object*, long* out)
 {
@@ -178,7 +178,7 @@ std::uint32_t getCount(Object*, long* out)
 
 std::uint32_t nextItem(Object*, CPropSinkMediaItem* record)
 {
-    if (g_itemsLeft-- == 0)
+    if (gItemsLeft-- == 0)
         return note("Next: end") + 1;
     record->itemKey = 44;
     test::put(record->folder, "/t");
@@ -187,7 +187,7 @@ std::uint32_t nextItem(Object*, CPropSinkMediaItem* record)
 
 std::uint32_t resetItems(Object*)
 {
-    g_itemsLeft = 1;
+    gItemsLeft = 1;
     return note("Reset");
 }
 
@@ -205,7 +205,7 @@ void* const kItemsTable[] = {entry(queryInterface),
     entry(neverCalled),
     entry(neverCalled),
     entry(getSource)};
-Object g_items{kItemsTable};
+Object gItems{kItemsTable};
 
 std::uint32_t displayMessage(Object*, Text, Text, int* style, void*, void*)
 {
@@ -224,7 +224,7 @@ void* const kDisplayTable[] = {entry(queryInterface),
     entry(release),
     entry(displayMessage),
     entry(displayQuestion)};
-Object g_display{kDisplayTable};
+Object gDisplay{kDisplayTable};
 
 std::uint32_t beginProgress(Object*, long count, bool*, Text, Text)
 {
@@ -247,11 +247,11 @@ void* const kProgressTable[] = {entry(queryInterface),
     entry(beginProgress),
     entry(stepProgress),
     entry(finishProgress)};
-Object g_progress{kProgressTable};
+Object gProgress{kProgressTable};
 
 std::uint32_t nextControl(Object*, CPropUIControlOrder* record)
 {
-    if (g_itemsLeft-- == 0)
+    if (gItemsLeft-- == 0)
         return note("Next: end") + 1;
     record->controlId = 2;
     return note("Next");
@@ -268,7 +268,7 @@ void* const kOrderTable[] = {entry(queryInterface),
     entry(nextControl),
     entry(resetItems),
     entry(updateControl)};
-Object g_order{kOrderTable};
+Object gOrder{kOrderTable};
 
 template <typename Interface>
 Interface* as(Object& object)
@@ -287,8 +287,8 @@ class HostTablesTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
-        g_isChecked = false;
-        g_calls.clear();
+        gIsChecked = false;
+        gCalls.clear();
         tree.environment.set("HOME", "/h");
         open();
     }
@@ -296,10 +296,10 @@ protected:
 
     void bindOnly(const char* control)
     {
-        g_onlyControl = control;
-        EXPECT_EQ(capabilities().SetClientUIHandler(as<IClientUIHandler>(g_handler)), kFxOk);
+        gOnlyControl = control;
+        EXPECT_EQ(capabilities().SetClientUIHandler(as<IClientUIHandler>(gHandler)), kFxOk);
     }
-    static std::vector<std::string> calls() { return std::exchange(g_calls, {}); }
+    static std::vector<std::string> calls() { return std::exchange(gCalls, {}); }
 };
 
 } // namespace
@@ -325,7 +325,7 @@ TEST_F(HostTablesTest, CheckBoxAndButtons)
 {
     bindOnly("savecopies_checkbox");
     EXPECT_THAT(calls(), ElementsAre("SetCallback", "SetChecked 0", "IsChecked"));
-    g_isChecked = true;
+    gIsChecked = true;
     bindOnly("settings_button");
     EXPECT_EQ(face<IUICallback>(26).handleUIEvent("dng_checkbox"), kFxOk);
     EXPECT_THAT(calls(), ElementsAre("SetCallback", "SetEnabled 0"));
@@ -343,19 +343,19 @@ TEST_F(HostTablesTest, LabelOfModes)
 
 TEST_F(HostTablesTest, ControlOrder)
 {
-    EXPECT_EQ(capabilities().GetUIControlOrder(*as<IUIOrderingOptionsEnum>(g_order)), kFxOk);
+    EXPECT_EQ(capabilities().GetUIControlOrder(*as<IUIOrderingOptionsEnum>(gOrder)), kFxOk);
     EXPECT_THAT(calls(), ElementsAre("Reset", "Next", "Update 1", "Next: end"));
 }
 
 TEST_F(HostTablesTest, ItemsMessagesAndProgress)
 {
     bindOnly("deletefiles_checkbox");
-    g_isChecked = true;
-    face<ISinkProgressDialog>(64).SetProgressHandler(as<IProgressHandler>(g_progress));
+    gIsChecked = true;
+    face<ISinkProgressDialog>(64).SetProgressHandler(as<IProgressHandler>(gProgress));
     calls();
     unsigned long count = 0;
-    EXPECT_EQ(face<ISink3>(37).PushAllMediaItems(*as<ISinkEnumMediaItem>(g_items),
-                  *as<IDisplayMsgHandler>(g_display),
+    EXPECT_EQ(face<ISink3>(37).PushAllMediaItems(*as<ISinkEnumMediaItem>(gItems),
+                  *as<IDisplayMsgHandler>(gDisplay),
                   count,
                   nullptr,
                   deleteItem),
@@ -376,15 +376,15 @@ TEST_F(HostTablesTest, ItemsMessagesAndProgress)
             "StepProgress",
             "Next: end",
             "FinishProgress 1"));
-    g_isChecked = false;
-    EXPECT_EQ(face<ISink3>(37).PushAllMediaItems(*as<ISinkEnumMediaItem>(g_items),
-                  *as<IDisplayMsgHandler>(g_display),
+    gIsChecked = false;
+    EXPECT_EQ(face<ISink3>(37).PushAllMediaItems(*as<ISinkEnumMediaItem>(gItems),
+                  *as<IDisplayMsgHandler>(gDisplay),
                   count,
                   nullptr,
                   deleteItem),
         kFxOk);
-    EXPECT_EQ(g_calls.back(), "DisplayMessage 17");
-    g_calls.clear();
+    EXPECT_EQ(gCalls.back(), "DisplayMessage 17");
+    gCalls.clear();
     close();
     EXPECT_THAT(calls(), ElementsAre("Release")); // the progress handler's
 }

@@ -15,7 +15,7 @@ using Status = std::uint32_t;
 using Text = const unsigned short*;
 using Buffer = unsigned short*;
 using PerItem = bool (*)(long&);
-using StatusText = unsigned long (*)(unsigned short const*, long);
+using StatusText = unsigned long (*)(const unsigned short*, long);
 
 constexpr Status kNotSupported = 0xc0000003;
 constexpr Status kNotImplemented = 0xc0000004;

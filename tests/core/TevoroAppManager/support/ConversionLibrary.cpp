@@ -25,8 +25,8 @@ std::string setting(const char* name, const char* otherwise)
 } // namespace
 
 LIBRARY_EXPORT bool ZQPlugin_CanConvertToDNG();
-LIBRARY_EXPORT int ZQPlugin_ConvertToDNG(char const* source,
-    char const* destination,
+LIBRARY_EXPORT int ZQPlugin_ConvertToDNG(const char* source,
+    const char* destination,
     int preview,
     int compressed,
     int linear,
@@ -38,7 +38,7 @@ bool ZQPlugin_CanConvertToDNG()
 }
 
 int ZQPlugin_ConvertToDNG(
-    char const* source, char const* destination, int preview, int compressed, int linear, int embed)
+    const char* source, const char* destination, int preview, int compressed, int linear, int embed)
 {
     std::ofstream(setting("CONVERSION_LOG", "/dev/null"), std::ios::app)
         << source << ' ' << destination << ' ' << preview << compressed << linear << embed << '\n';

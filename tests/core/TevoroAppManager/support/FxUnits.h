@@ -17,7 +17,7 @@ inline FxText units(std::string_view utf8)
     return Pt::toUtf16(std::string(utf8));
 }
 
-inline std::string utf8(unsigned short const* text)
+inline std::string utf8(const unsigned short* text)
 {
     return text ? Pt::toUtf8(text) : "(null)";
 }

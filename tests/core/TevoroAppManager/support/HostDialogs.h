@@ -20,8 +20,8 @@ public:
     std::uint32_t QueryInterface(long, void**) override { return 0; }
     std::uint32_t AddRef() override { return static_cast<std::uint32_t>(++references); }
     std::uint32_t Release() override { return static_cast<std::uint32_t>(--references); }
-    FxStatus DisplayMessage(unsigned short const* title,
-        unsigned short const* text,
+    FxStatus DisplayMessage(const unsigned short* title,
+        const unsigned short* text,
         int* style,
         void* unused1,
         void* unused2) override
@@ -30,8 +30,8 @@ public:
         m_journal.add("message " + std::to_string(*style) + " [" + utf8(title) + "] " + utf8(text));
         return kFxOk;
     }
-    FxStatus DisplayQuestion(unsigned short const* title,
-        unsigned short const* text,
+    FxStatus DisplayQuestion(const unsigned short* title,
+        const unsigned short* text,
         int* style,
         int* answered,
         void* unused1,
@@ -71,8 +71,8 @@ public:
     }
     FxStatus BeginProgress(long count,
         bool* cancelled,
-        unsigned short const* caption,
-        unsigned short const* cancelLabel) override
+        const unsigned short* caption,
+        const unsigned short* cancelLabel) override
     {
         m_cancelled = cancelled;
         m_journal.add("begin " + std::to_string(count) + " [" + utf8(caption) + "] ["
@@ -88,7 +88,7 @@ public:
         return kFxOk;
     }
     FxStatus FinishProgress(
-        unsigned short const* title, unsigned short const* text, bool success) override
+        const unsigned short* title, const unsigned short* text, bool success) override
     {
         m_journal.add("finish " + std::to_string(success) + " [" + utf8(title) + "] " + utf8(text));
         return kFxOk;

@@ -44,7 +44,7 @@ public:
         return tell("SetModeValue " + std::to_string(value));
     }
     int GetFontSize() override { return 10; }
-    char const* GetFontFamily() override { return "DejaVu Sans"; }
+    const char* GetFontFamily() override { return "DejaVu Sans"; }
     bool IsFontBold() override { return isBold; }
     bool IsFontItalic() override { return false; }
     FxStatus SetCallback(IUICallback* value) override
@@ -52,12 +52,12 @@ public:
         callback = value;
         return tell("SetCallback");
     }
-    FxStatus SetToolTip(char const* value) override
+    FxStatus SetToolTip(const char* value) override
     {
         toolTip = value;
         return tell("SetToolTip " + toolTip);
     }
-    FxStatus SetText(char const* value) override
+    FxStatus SetText(const char* value) override
     {
         text = value;
         return tell("SetText " + text);
@@ -119,7 +119,7 @@ public:
     }
     std::uint32_t AddRef() override { return static_cast<std::uint32_t>(++references); }
     std::uint32_t Release() override { return static_cast<std::uint32_t>(--references); }
-    FxStatus FindControl(char const* name, IClientUIControl** out) override
+    FxStatus FindControl(const char* name, IClientUIControl** out) override
     {
         m_journal.add(std::string("FindControl ") + name);
         const auto found = m_controls.find(name);

@@ -26,10 +26,9 @@ public:
                  &record.authorName,
                  &record.copyright,
                  &record.mobileFolder,
-                 &record.batchRename}) {
+                 &record.batchRename})
             if (*text)
                 std::exchange(*text, nullptr)->Release();
-        }
     }
 
     CPropAppPreferences3* operator->() { return &record; }

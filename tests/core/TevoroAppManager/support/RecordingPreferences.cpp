@@ -10,9 +10,9 @@
 
 namespace {
 
-using Text = unsigned short const*;
+using Text = const unsigned short*;
 
-test::RecordedStore g_store;
+test::RecordedStore gStore;
 
 struct Object {
     void* const* table;
@@ -36,39 +36,39 @@ std::int32_t queryInterface(Object*, long, void** out)
 
 std::uint32_t addRef(Object*)
 {
-    g_store.calls.emplace_back("addref");
+    gStore.calls.emplace_back("addref");
     return 1;
 }
 
 std::uint32_t release(Object*)
 {
-    g_store.calls.emplace_back("release");
+    gStore.calls.emplace_back("release");
     return 1;
 }
 
 bool initStore(Object*, Text path, int length)
 {
-    g_store.calls.push_back("init " + text(path, length));
+    gStore.calls.push_back("init " + text(path, length));
     return true;
 }
 
 bool loadStore(Object*, int domain)
 {
-    g_store.calls.push_back("load " + std::to_string(domain));
-    return g_store.loads;
+    gStore.calls.push_back("load " + std::to_string(domain));
+    return gStore.loads;
 }
 
 bool saveStore(Object*, int domain)
 {
-    g_store.calls.push_back("save " + std::to_string(domain));
+    gStore.calls.push_back("save " + std::to_string(domain));
     return true;
 }
 
 bool getValue(Object*, int domain, Text key, unsigned short* buffer, int capacity)
 {
-    g_store.calls.push_back(call("get", domain, key) + " " + std::to_string(capacity));
-    const auto found = g_store.texts.find(test::utf8(key));
-    if (found == g_store.texts.end())
+    gStore.calls.push_back(call("get", domain, key) + " " + std::to_string(capacity));
+    const auto found = gStore.texts.find(test::utf8(key));
+    if (found == gStore.texts.end())
         return false;
     const test::FxText units = test::units(found->second);
     const std::size_t count = std::min(units.size(), static_cast<std::size_t>(capacity) - 1);
@@ -79,9 +79,9 @@ bool getValue(Object*, int domain, Text key, unsigned short* buffer, int capacit
 
 bool getBytes(Object*, int domain, Text key, unsigned char** buffer, int size)
 {
-    g_store.calls.push_back(call("bytes", domain, key) + " " + std::to_string(size));
-    const auto found = g_store.byteStrings.find(test::utf8(key));
-    if (found == g_store.byteStrings.end())
+    gStore.calls.push_back(call("bytes", domain, key) + " " + std::to_string(size));
+    const auto found = gStore.byteStrings.find(test::utf8(key));
+    if (found == gStore.byteStrings.end())
         return false;
     const std::size_t count = std::min(found->second.size(), static_cast<std::size_t>(size));
     std::memcpy(*buffer, found->second.data(), count);
@@ -90,13 +90,13 @@ bool getBytes(Object*, int domain, Text key, unsigned char** buffer, int size)
 
 bool setValue(Object*, int domain, Text key, Text value, int length)
 {
-    g_store.calls.push_back(call("set", domain, key) + "=" + text(value, length));
+    gStore.calls.push_back(call("set", domain, key) + "=" + text(value, length));
     return true;
 }
 
-bool setBytes(Object*, int domain, Text key, unsigned char const* bytes, int size)
+bool setBytes(Object*, int domain, Text key, const unsigned char* bytes, int size)
 {
-    g_store.calls.push_back(call("setbytes", domain, key) + "="
+    gStore.calls.push_back(call("setbytes", domain, key) + "="
         + std::string(bytes, bytes + static_cast<std::size_t>(size)));
     return true;
 }
@@ -117,32 +117,32 @@ void* const kStoreTable[] = {entry(queryInterface),
     entry(getBytes),
     entry(setValue),
     entry(setBytes)};
-Object g_storeObject{kStoreTable};
+Object gStoreObject{kStoreTable};
 
 constexpr unsigned char kStoreId[16] = {
     0xec, 0x59, 0x41, 0xfc, 0xbe, 0x12, 0x43, 0xca, 0x98, 0x8a, 0xf9, 0x05, 0x52, 0x71, 0xa1, 0xcb};
 
-bool getInterface(Object*, unsigned char const* id, void** out)
+bool getInterface(Object*, const unsigned char* id, void** out)
 {
-    const bool isKnown = std::memcmp(id, kStoreId, 16) == 0 && g_store.givesStore;
-    *out = isKnown ? &g_storeObject : nullptr;
+    const bool isKnown = std::memcmp(id, kStoreId, 16) == 0 && gStore.givesStore;
+    *out = isKnown ? &gStoreObject : nullptr;
     return isKnown;
 }
 
 void destroy(Object*) { }
 
 void* const kModuleTable[] = {entry(getInterface), entry(destroy)};
-Object g_moduleObject{kModuleTable};
+Object gModuleObject{kModuleTable};
 
 } // namespace
 
 extern "C" __attribute__((visibility("default"))) bool PtModuleMain(void** out)
 {
-    *out = g_store.givesModule ? &g_moduleObject : nullptr;
-    return g_store.givesModule;
+    *out = gStore.givesModule ? &gModuleObject : nullptr;
+    return gStore.givesModule;
 }
 
 extern "C" __attribute__((visibility("default"))) test::RecordedStore* recordedStore()
 {
-    return &g_store;
+    return &gStore;
 }

@@ -23,12 +23,12 @@ using Message = TevoroTalk::Message;
 
 class InterAppStreamTest : public test::MessagingFixture {
 protected:
-    static std::unique_ptr<PeerProcess> peer(std::string const& name)
+    static std::unique_ptr<PeerProcess> peer(const std::string& name)
     {
         return std::make_unique<PeerProcess>(std::vector<std::string>{STREAM_PEER, name});
     }
 
-    static void sendFrom(PeerProcess& peer, std::string const& target, std::string const& text)
+    static void sendFrom(PeerProcess& peer, const std::string& target, const std::string& text)
     {
         peer.tell("send " + target + " " + test::hexOf(text));
         EXPECT_EQ(peer.line(), "sent");
@@ -37,8 +37,8 @@ protected:
     // Takes in one text.
     static void receiveOne(InterAppStream& stream)
     {
-        long const length = stream.getMsgQueue().length();
-        auto const limit = std::chrono::steady_clock::now() + kPatience;
+        const long length = stream.getMsgQueue().length();
+        const auto limit = std::chrono::steady_clock::now() + kPatience;
         while (!stream.messagePending() && std::chrono::steady_clock::now() < limit) {
             pollfd question = {stream.waitDescriptor(), POLLIN, 0};
             ::poll(&question, 1, static_cast<int>(kPatience.count()));
@@ -51,7 +51,7 @@ protected:
 
 TEST_F(InterAppStreamTest, HoldsItsName)
 {
-    InterAppStream const stream("Tevoro_1-1.0#Tag", false);
+    const InterAppStream stream("Tevoro_1-1.0#Tag", false);
     EXPECT_TRUE(stream.isGood());
     EXPECT_EQ(bytes(stream.getSpecifier()), "Tevoro_1-1.0#Tag");
     EXPECT_TRUE(stream.usesNX2Name());
@@ -65,8 +65,8 @@ TEST_F(InterAppStreamTest, NamesItsPortByThePrefixAndTheSpecifier)
 {
     EXPECT_EQ(std::string(gPortName), "\\\\.\\port\\Ned_and_Olaf_");
     EXPECT_EQ(std::string(gPortName).size(), 22U);
-    InterAppStream const stream("tevoro_1-1.0#tag", true);
-    auto const held =
+    const InterAppStream stream("tevoro_1-1.0#tag", true);
+    const auto held =
         PeerProcess({PORT_PEER, "hold", test::hexOf(std::string(gPortName) + "tevoro_1-1.0#tag")})
             .line();
     EXPECT_EQ(held, "taken");
@@ -74,7 +74,7 @@ TEST_F(InterAppStreamTest, NamesItsPortByThePrefixAndTheSpecifier)
 
 TEST_F(InterAppStreamTest, IsNotGoodUnderANameThatIsHeld)
 {
-    auto const holder = peer("tevoro-1.0");
+    const auto holder = peer("tevoro-1.0");
     ASSERT_EQ(holder->line(), "tevoro-1.0");
     InterAppStream stream("tevoro-1.0", true);
     EXPECT_FALSE(stream.isGood());
@@ -89,7 +89,7 @@ TEST_F(InterAppStreamTest, IsNotGoodUnderANameThatIsHeld)
 TEST_F(InterAppStreamTest, NumbersTheCopiesUpTo8)
 {
     std::vector<std::unique_ptr<PeerProcess>> copies;
-    for (std::string const expected : {"tevoro-1.0#tag",
+    for (const std::string expected : {"tevoro-1.0#tag",
              "tevoro_1-1.0#tag",
              "tevoro_2-1.0#tag",
              "tevoro_3-1.0#tag",
@@ -103,14 +103,14 @@ TEST_F(InterAppStreamTest, NumbersTheCopiesUpTo8)
         EXPECT_EQ(copies.back()->line(), expected);
     }
     EXPECT_EQ(copies[3]->finish(), 0);
-    auto const later = peer("tevoro-1.0#tag");
+    const auto later = peer("tevoro-1.0#tag");
     EXPECT_EQ(later->line(), "tevoro_3-1.0#tag");
     EXPECT_EQ(later->finish(), 0);
 }
 
 TEST_F(InterAppStreamTest, NumbersNoSpecifierThatHasAnInstance)
 {
-    auto const holder = peer("tevoro_2-1.0");
+    const auto holder = peer("tevoro_2-1.0");
     ASSERT_EQ(holder->line(), "tevoro_2-1.0");
     EXPECT_EQ(createNextAvailableInterAppStream("tevoro_2-1.0"), nullptr);
     EXPECT_EQ(createNextAvailableInterAppStream(""), nullptr);
@@ -119,9 +119,9 @@ TEST_F(InterAppStreamTest, NumbersNoSpecifierThatHasAnInstance)
 
 TEST_F(InterAppStreamTest, HasANameAgainWhoseHolderWasKilled)
 {
-    auto const holder = peer("tevoro-1.0");
+    const auto holder = peer("tevoro-1.0");
     ASSERT_EQ(holder->line(), "tevoro-1.0");
-    InterAppStream const asker("asker-1.0", true);
+    const InterAppStream asker("asker-1.0", true);
     EXPECT_FALSE(asker.canOpen("tevoro-1.0", true));
     holder->kill();
     EXPECT_TRUE(asker.canOpen("tevoro-1.0", true));
@@ -131,21 +131,21 @@ TEST_F(InterAppStreamTest, HasANameAgainWhoseHolderWasKilled)
 
 TEST_F(InterAppStreamTest, TakesNoNameByAsking)
 {
-    InterAppStream const asker("asker-1.0", true);
+    const InterAppStream asker("asker-1.0", true);
     EXPECT_TRUE(asker.canOpen("tevoro-1.0", true));
     EXPECT_TRUE(asker.canOpen("tevoro-1.0", false));
     EXPECT_FALSE(asker.canOpen("asker-1.0", true));
-    auto const holder = peer("tevoro-1.0");
+    const auto holder = peer("tevoro-1.0");
     EXPECT_EQ(holder->line(), "tevoro-1.0");
     EXPECT_EQ(holder->finish(), 0);
 }
 
 TEST_F(InterAppStreamTest, CarriesTextsBothWays)
 {
-    auto const other = peer("tevoro-1.0");
+    const auto other = peer("tevoro-1.0");
     ASSERT_EQ(other->line(), "tevoro-1.0");
     InterAppStream stream("asker-1.0", true);
-    std::string const there = "\x01\xff any\nbytes";
+    const std::string there = "\x01\xff any\nbytes";
     EXPECT_TRUE(stream.send("tevoro-1.0", test::soString(there)));
     other->tell("read " + std::to_string(there.size()));
     EXPECT_EQ(test::bytesOf(other->line()), there);
@@ -157,8 +157,8 @@ TEST_F(InterAppStreamTest, CarriesTextsBothWays)
 
 TEST_F(InterAppStreamTest, SendsNothingAtOnceToANameThatNobodyHolds)
 {
-    InterAppStream const stream("asker-1.0", true);
-    auto const start = std::chrono::steady_clock::now();
+    const InterAppStream stream("asker-1.0", true);
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(stream.send("tevoro-1.0", "text"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
@@ -173,7 +173,7 @@ TEST_F(InterAppStreamTest, SendsNoEmptyText)
 
 TEST_F(InterAppStreamTest, PutsTextsBehindEachOther)
 {
-    auto const sender = peer("tevoro-1.0");
+    const auto sender = peer("tevoro-1.0");
     ASSERT_EQ(sender->line(), "tevoro-1.0");
     InterAppStream stream("asker-1.0", true);
     Message::setCreateDigest(false);
@@ -185,20 +185,20 @@ TEST_F(InterAppStreamTest, PutsTextsBehindEachOther)
     ASSERT_TRUE(message.writeToString(text));
     sendFrom(*sender, "asker-1.0", bytes(text) + "\n\n");
     sendFrom(*sender, "asker-1.0", bytes(text));
-    std::string const both = received(stream, 2 * text.view().size() + 2);
+    const std::string both = received(stream, 2 * text.view().size() + 2);
     EXPECT_EQ(both, bytes(text) + "\n\n" + bytes(text));
     Message read;
-    char const* const second = read.readFromString(both.c_str());
+    const char* const second = read.readFromString(both.c_str());
     EXPECT_EQ(std::string(second), bytes(text));
     EXPECT_EQ(sender->finish(), 0);
 }
 
 TEST_F(InterAppStreamTest, TakesInOneTextAtATime)
 {
-    auto const sender = peer("tevoro-1.0");
+    const auto sender = peer("tevoro-1.0");
     ASSERT_EQ(sender->line(), "tevoro-1.0");
     InterAppStream stream("asker-1.0", true);
-    for (char const* text : {"one", "two"})
+    for (const char* text : {"one", "two"})
         sendFrom(*sender, "asker-1.0", text);
     receiveOne(stream);
     EXPECT_FALSE(stream.isEmpty());
@@ -215,7 +215,7 @@ TEST_F(InterAppStreamTest, TakesInOneTextAtATime)
 
 TEST_F(InterAppStreamTest, BringsALineFeedForANul)
 {
-    auto const sender = peer("tevoro-1.0");
+    const auto sender = peer("tevoro-1.0");
     ASSERT_EQ(sender->line(), "tevoro-1.0");
     InterAppStream stream("asker-1.0", true);
     sendFrom(*sender, "asker-1.0", std::string("\0a\0\0b\0", 6));
@@ -225,7 +225,7 @@ TEST_F(InterAppStreamTest, BringsALineFeedForANul)
 
 TEST_F(InterAppStreamTest, GrowsItsBufferToTheLargestText)
 {
-    auto const sender = peer("tevoro-1.0");
+    const auto sender = peer("tevoro-1.0");
     ASSERT_EQ(sender->line(), "tevoro-1.0");
     InterAppStream stream("asker-1.0", true);
     struct {
@@ -233,7 +233,7 @@ TEST_F(InterAppStreamTest, GrowsItsBufferToTheLargestText)
         long buffer;
     } const rows[] = {
         {4095, 4096}, {4096, 4096}, {4097, 4097}, {1, 4097}, {5000, 5000}, {4999, 5000}};
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         std::string text(row.size, 'a');
         text.back() = '\0';
         sendFrom(*sender, "asker-1.0", text);
@@ -247,10 +247,10 @@ TEST_F(InterAppStreamTest, GrowsItsBufferToTheLargestText)
 
 TEST_F(InterAppStreamTest, CarriesTextsOfMegabytes)
 {
-    auto const sender = peer("tevoro-1.0");
+    const auto sender = peer("tevoro-1.0");
     ASSERT_EQ(sender->line(), "tevoro-1.0");
     InterAppStream stream("asker-1.0", true);
-    for (std::size_t const size : {std::size_t{1} << 20U, std::size_t{20} << 20U}) {
+    for (const std::size_t size : {std::size_t{1} << 20U, std::size_t{20} << 20U}) {
         sender->tell("fill asker-1.0 " + std::to_string(size));
         EXPECT_EQ(
             test::described(received(stream, size)), test::described(test::numberedText(0, size)));
@@ -262,9 +262,9 @@ TEST_F(InterAppStreamTest, CarriesTextsOfMegabytes)
 
 TEST_F(InterAppStreamTest, LosesWhatWasNotTakenWithItsName)
 {
-    InterAppStream const sender("asker-1.0", true);
+    const InterAppStream sender("asker-1.0", true);
     {
-        InterAppStream const stream("tevoro-1.0", true);
+        const InterAppStream stream("tevoro-1.0", true);
         EXPECT_TRUE(sender.send("tevoro-1.0", "lost"));
         EXPECT_TRUE(stream.messagePending());
         EXPECT_TRUE(sender.send("tevoro-1.0", "lost, too"));
@@ -282,7 +282,7 @@ TEST_F(InterAppStreamTest, SendsAndReceivesInSeveralThreadsAtOnce)
     constexpr int kThreads = 3;
     constexpr int kTexts = 200;
     InterAppStream stream("tevoro-1.0", true);
-    InterAppStream const sender("asker-1.0", true);
+    const InterAppStream sender("asker-1.0", true);
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i)
@@ -290,7 +290,7 @@ TEST_F(InterAppStreamTest, SendsAndReceivesInSeveralThreadsAtOnce)
             for (int n = 0; n < kTexts; ++n)
                 failures += sender.send("tevoro-1.0", "text\n") ? 0 : 1;
         });
-    std::string const text = received(stream, std::size_t{kThreads} * kTexts * 5);
+    const std::string text = received(stream, std::size_t{kThreads} * kTexts * 5);
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(failures, 0);
@@ -300,7 +300,7 @@ TEST_F(InterAppStreamTest, SendsAndReceivesInSeveralThreadsAtOnce)
 
 TEST_F(InterAppStreamTest, NamesThePlaceOfLaunchParameters)
 {
-    auto const nameFor = [](char const* specifier) {
+    const auto nameFor = [](const char* specifier) {
         return bytes(TevoroTalkUtils::getLaunchMsgQueueName(specifier));
     };
     EXPECT_EQ(nameFor("Tevoro_2-4.0-en_us#tag"), "tevoro-4.0-en_us#launchparams");
@@ -321,7 +321,7 @@ TEST_F(InterAppStreamTest, AsksQuestionsUnderTheNameOfTheProcess)
 
 TEST_F(InterAppStreamTest, AsksQuestionsUnderANumberedNameInASecondProcess)
 {
-    auto const first = peer("tevoro-1.0#ping");
+    const auto first = peer("tevoro-1.0#ping");
     ASSERT_EQ(first->line(), "tevoro-1.0#ping");
     InterAppStream::InitTerm::init("tevoro-1.0");
     EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "tevoro_1-1.0#ping");

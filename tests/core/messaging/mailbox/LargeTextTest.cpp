@@ -28,7 +28,7 @@ TEST_F(LargeTextTest, IsReadWholeWithABodyOf256Megabytes)
     ASSERT_TRUE(message.writeToString(text));
     message.body = "";
     Message read;
-    char const* const end = text.get() + text.length();
+    const char* const end = text.get() + text.length();
     EXPECT_EQ(read.readFromString(text.get(), end), end);
     EXPECT_FALSE(read.isRejected());
     ASSERT_EQ(read.body.view().size(), kSize);
@@ -56,12 +56,12 @@ TEST_F(LargeTextTest, IsGivenUpAfterTenSecondsWhenItsHolderNeverReads)
     PeerProcess holder(
         {PORT_PEER, "sit", test::hexOf(std::string(ScObjects::gPortName) + "tevoro-1.0")});
     ASSERT_EQ(holder.line(), "held");
-    InterAppStream const stream("asker-1.0", true);
-    ScObjects::SoString const text = test::soString(std::string(32768, 'a'));
+    const InterAppStream stream("asker-1.0", true);
+    const ScObjects::SoString text = test::soString(std::string(32768, 'a'));
     std::chrono::steady_clock::duration last{};
     bool isSent = true;
     while (isSent) {
-        auto const start = std::chrono::steady_clock::now();
+        const auto start = std::chrono::steady_clock::now();
         isSent = stream.send("tevoro-1.0", text);
         last = std::chrono::steady_clock::now() - start;
     }

@@ -28,13 +28,13 @@ public:
     long handleMessage(int, Message& message, SoString*) override
     {
         // The last line of the body ends with the label.
-        std::string const body = bytes(message.body);
-        std::size_t const start = body.rfind(';', body.size() - 3);
+        const std::string body = bytes(message.body);
+        const std::size_t start = body.rfind(';', body.size() - 3);
         m_notes.push_back(bytes(message.getUserHeaderValue("MsgRoot")) + " "
             + body.substr(start + 1, body.size() - start - 3));
         return 0;
     }
-    char const* getMsgType() const override { return "FWDMESSAGES"; }
+    const char* getMsgType() const override { return "FWDMESSAGES"; }
 
 private:
     std::vector<std::string>& m_notes;
@@ -61,7 +61,7 @@ protected:
             if (text.empty())
                 break;
             Message notice;
-            char const* const rest = notice.readFromString(text.c_str());
+            const char* const rest = notice.readFromString(text.c_str());
             result.push_back(bytes(notice.sender) + " " + bytes(notice.type) + " "
                 + std::to_string(notice.serialNumber));
             text.erase(0, static_cast<std::size_t>(rest - text.c_str()));
@@ -110,7 +110,7 @@ TEST_F(MessageQueueNoticeTest, TellsTheSendersOfAllThatIsLeftAtItsEnd)
 
 TEST_F(MessageQueueNoticeTest, TellsOnlyWhoAskedAndDoesNotWatch)
 {
-    std::unique_ptr<Message> const message(newMessage(1));
+    const std::unique_ptr<Message> message(newMessage(1));
     EXPECT_FALSE(notifySender(*message, "Timeout", ""));
     message->responseRequest = "Result";
     EXPECT_FALSE(notifySender(*message, "Timeout", ""));
@@ -125,7 +125,7 @@ TEST_F(MessageQueueNoticeTest, TellsOnlyWhoAskedAndDoesNotWatch)
 
 TEST_F(MessageQueueNoticeTest, TellsByAnotherWordWithTheTypeBehindIt)
 {
-    std::unique_ptr<Message> const message(newMessage(4));
+    const std::unique_ptr<Message> message(newMessage(4));
     message->responseRequest = "Gone";
     EXPECT_TRUE(notifySender(*message, "Gone", ""));
     EXPECT_THAT(notices(1), testing::ElementsAre("self-1.0 GoneOwn 4"));
@@ -133,9 +133,9 @@ TEST_F(MessageQueueNoticeTest, TellsByAnotherWordWithTheTypeBehindIt)
 
 TEST_F(MessageQueueNoticeTest, TellsAnOldPeerByItsOwnTypeAndANewNumber)
 {
-    std::uint32_t const number = Message::getNextSerialNumber(nullptr);
-    for (char const* version : {"1.0", ""}) {
-        std::unique_ptr<Message> const message(newExpired(99));
+    const std::uint32_t number = Message::getNextSerialNumber(nullptr);
+    for (const char* version : {"1.0", ""}) {
+        const std::unique_ptr<Message> message(newExpired(99));
         message->version = version;
         EXPECT_TRUE(notifySender(*message, "Timeout", ""));
     }
@@ -146,7 +146,7 @@ TEST_F(MessageQueueNoticeTest, TellsAnOldPeerByItsOwnTypeAndANewNumber)
 
 TEST_F(MessageQueueNoticeTest, TellsNobodyWhoIsGone)
 {
-    std::unique_ptr<Message> const message(newExpired(1));
+    const std::unique_ptr<Message> message(newExpired(1));
     message->sender = "gone-1.0";
     EXPECT_FALSE(notifySender(*message, "Timeout", ""));
 }

@@ -29,7 +29,7 @@ class MessageQueueTest : public test::MessageQueueFixture { };
 TEST_F(MessageQueueTest, HandsOutInTheOrderOfComing)
 {
     EXPECT_TRUE(queue.isEmpty());
-    for (std::uint32_t const number : {3U, 1U, 2U})
+    for (const std::uint32_t number : {3U, 1U, 2U})
         EXPECT_TRUE(queue.append(newMessage(number)));
     EXPECT_FALSE(queue.isEmpty());
     EXPECT_EQ(queue.length(), 3);
@@ -57,7 +57,7 @@ TEST_F(MessageQueueTest, GivesAMessageWithoutATimeout600Seconds)
     Message* const message = newMessage(1);
     message->timeout = 0;
     message->timestamp = now() - 5;
-    std::int64_t const timestamp = message->timestamp;
+    const std::int64_t timestamp = message->timestamp;
     queue.append(message);
     EXPECT_EQ(message->timeout, 600);
     EXPECT_EQ(message->timestamp, timestamp);
@@ -67,7 +67,7 @@ TEST_F(MessageQueueTest, GivesAMessageWithoutATimeTheMoment)
 {
     Message* const message = newMessage(1);
     message->timestamp = 0;
-    std::int64_t const before = now();
+    const std::int64_t before = now();
     queue.append(message);
     EXPECT_GE(message->timestamp, before);
     EXPECT_EQ(message->timeout, 3600);
@@ -75,7 +75,7 @@ TEST_F(MessageQueueTest, GivesAMessageWithoutATimeTheMoment)
 
 TEST_F(MessageQueueTest, CountsAMessageAtItsDeadlineForRunOut)
 {
-    std::unique_ptr<Message> const message(newMessage(1));
+    const std::unique_ptr<Message> message(newMessage(1));
     message->timestamp = 1000;
     message->timeout = 60;
     EXPECT_FALSE(hasTimedOut(*message, 1059));
@@ -85,8 +85,8 @@ TEST_F(MessageQueueTest, CountsAMessageAtItsDeadlineForRunOut)
 
 TEST_F(MessageQueueTest, CountsOnlyWatchersWithoutATimeoutForRunOut)
 {
-    std::unique_ptr<Message> const watcher(newWatcher(1));
-    std::unique_ptr<Message> const message(newMessage(1));
+    const std::unique_ptr<Message> watcher(newWatcher(1));
+    const std::unique_ptr<Message> message(newMessage(1));
     watcher->timeout = message->timeout = 0;
     EXPECT_TRUE(hasTimedOut(*watcher, now()));
     EXPECT_FALSE(hasTimedOut(*message, now()));
@@ -115,7 +115,7 @@ TEST_F(MessageQueueTest, StepsOverWatchersAndKeepsTheirOrder)
     EXPECT_FALSE(queue.hasMessage());
     EXPECT_EQ(next(queue), nullptr);
     EXPECT_EQ(queue.length(), 40);
-    Numbers const numbers = takeAll(queue);
+    const Numbers numbers = takeAll(queue);
     ASSERT_EQ(numbers.size(), 40U);
     for (std::uint32_t i = 0; i < 40; ++i)
         EXPECT_EQ(numbers[i], i + 1);
@@ -228,7 +228,7 @@ TEST_F(MessageQueueTest, RaisesItsFlagWhileThereIsAMessage)
     Pt::WallTimer timer;
     Pt::DescriptorSet waited;
     waited.add(flag.descriptor());
-    auto const isUp = [&waited] { return waited.wait(std::chrono::milliseconds(0)); };
+    const auto isUp = [&waited] { return waited.wait(std::chrono::milliseconds(0)); };
     queue.append(newMessage(1));
     queue.setSignals(&flag, &timer);
     EXPECT_TRUE(isUp());
@@ -269,19 +269,19 @@ TEST_F(MessageQueueTest, LetsNobodysTimesHinderTheExpiryOfOthers)
     waited.add(timer.descriptor());
     queue.setSignals(nullptr, &timer);
     queue.append(newExpired(1));
-    std::int64_t constexpr kMost = std::numeric_limits<std::int64_t>::max();
+    std::int64_t constexpr kMaxCount = std::numeric_limits<std::int64_t>::max();
     struct {
         std::int64_t timestamp;
         std::int32_t timeout;
     } const rows[] = {{-600, 600},
         {now(), -5},
         {-1, -1},
-        {kMost, 1},
-        {kMost, -1},
+        {kMaxCount, 1},
+        {kMaxCount, -1},
         {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int32_t>::min()},
-        {kMost, std::numeric_limits<std::int32_t>::max()}};
+        {kMaxCount, std::numeric_limits<std::int32_t>::max()}};
     std::uint32_t number = 2;
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         Message* const message = newMessage(number++);
         message->timestamp = row.timestamp;
         message->timeout = row.timeout;
@@ -309,7 +309,7 @@ TEST_F(MessageQueueTest, DescribesItsMessagesWithOrWithoutTheLog)
 
 TEST_F(MessageQueueTest, TellsNobodyWithoutTheBus)
 {
-    std::unique_ptr<Message> const message(newExpired(1));
+    const std::unique_ptr<Message> message(newExpired(1));
     EXPECT_FALSE(notifySender(*message, "Timeout", ""));
     queue.append(newExpired(2));
     queue.removeExpiredMessages();
@@ -329,7 +329,7 @@ TEST_F(MessageQueueTest, ServesSeveralThreadsAtOnce)
     for (Numbers& mine : taken)
         threads.emplace_back([this, &mine] {
             while (mine.size() < kEach * 9 / 10) {
-                if (auto const message = next(queue))
+                if (const auto message = next(queue))
                     mine.push_back(message->serialNumber);
                 queue.removeExpiredMessages();
             }

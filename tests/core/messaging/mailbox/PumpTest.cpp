@@ -33,9 +33,9 @@ private:
 
 class PumpTest : public test::BusFixture {
 protected:
-    void post(TevoroTalk const& instance, std::string const& body = "body")
+    void post(const TevoroTalk& instance, const std::string& body = "body")
     {
-        auto const message = request(bytes(instance.getAppName()), body);
+        const auto message = request(bytes(instance.getAppName()), body);
         EXPECT_TRUE(send(*self, *message));
     }
     // The main instance does that for each message.
@@ -65,14 +65,14 @@ public:
         return true;
     }
     SoString getName() const override { return "counting"; }
-    bool addToGroup(Specifier const&, SoString const&, SoString const*) override { return false; }
-    bool removeFromGroup(Specifier const&, SoString const&, SoString const*) override
+    bool addToGroup(const Specifier&, const SoString&, const SoString*) override { return false; }
+    bool removeFromGroup(const Specifier&, const SoString&, const SoString*) override
     {
         return false;
     }
     bool initLists(QKConnectorAppInfoList&, SoVector<SoString>&) override { return true; }
     bool registerApplication(QKConnectorAppInfo&) override { return false; }
-    bool unregisterApplication(QKConnectorAppInfo const&) override { return false; }
+    bool unregisterApplication(const QKConnectorAppInfo&) override { return false; }
 
 private:
     int& m_times;
@@ -88,7 +88,7 @@ TEST_F(PumpTest, DoesNothingWithoutABus)
 
 TEST_F(PumpTest, SaysWhetherItDispatchedSomething)
 {
-    TevoroTalk const& instance = start();
+    const TevoroTalk& instance = start();
     EXPECT_FALSE(pump());
     post(instance);
     EXPECT_TRUE(pump());
@@ -99,8 +99,8 @@ TEST_F(PumpTest, WorksOffAllInstances)
 {
     start();
     Inbox ofSecond;
-    TevoroTalk const& second = another("second-1.0", new InboxHandler(ofSecond));
-    for (char const* body : {"1", "2", "3"}) {
+    const TevoroTalk& second = another("second-1.0", new InboxHandler(ofSecond));
+    for (const char* body : {"1", "2", "3"}) {
         post(*self, body);
         post(second, body);
     }
@@ -112,13 +112,13 @@ TEST_F(PumpTest, WorksOffAllInstances)
 
 TEST_F(PumpTest, LeavesIncomingMessagesAloneWhenItOnlySends)
 {
-    TevoroTalk const& instance = start();
-    InterAppStream const lateThread("late-1.0#thread", true);
-    Paused const pause;
+    const TevoroTalk& instance = start();
+    const InterAppStream lateThread("late-1.0#thread", true);
+    const Paused pause;
     post(instance);
-    auto const message = request("late-1.0", "later");
+    const auto message = request("late-1.0", "later");
     EXPECT_FALSE(send(instance, *message, true));
-    InterAppStream const late("late-1.0", true);
+    const InterAppStream late("late-1.0", true);
     EXPECT_FALSE(TevoroTalk::pump(TevoroTalk::kOutgoing, nullptr));
     EXPECT_FALSE(instance.outgoingMessagePending());
     EXPECT_TRUE(late.messagePending());
@@ -128,13 +128,13 @@ TEST_F(PumpTest, LeavesIncomingMessagesAloneWhenItOnlySends)
 
 TEST_F(PumpTest, LeavesOutgoingMessagesAloneWhenItOnlyReceives)
 {
-    TevoroTalk const& instance = start();
-    InterAppStream const lateThread("late-1.0#thread", true);
-    Paused const pause;
+    const TevoroTalk& instance = start();
+    const InterAppStream lateThread("late-1.0#thread", true);
+    const Paused pause;
     post(instance);
-    auto const message = request("late-1.0", "later");
+    const auto message = request("late-1.0", "later");
     EXPECT_FALSE(send(instance, *message, true));
-    InterAppStream const late("late-1.0", true);
+    const InterAppStream late("late-1.0", true);
     EXPECT_TRUE(TevoroTalk::pump(TevoroTalk::kIncoming, nullptr));
     EXPECT_TRUE(instance.outgoingMessagePending());
     EXPECT_FALSE(late.messagePending());
@@ -144,7 +144,7 @@ TEST_F(PumpTest, LeavesOutgoingMessagesAloneWhenItOnlyReceives)
 TEST_F(PumpTest, ShowsWhenItRuns)
 {
     std::string status;
-    TevoroTalk const& instance = startDoing([&](Message&) {
+    const TevoroTalk& instance = startDoing([&](Message&) {
         status = bytes(TevoroTalkThread::getMainThread()->getValueForKey("STATUS"));
     });
     post(instance);
@@ -156,7 +156,7 @@ TEST_F(PumpTest, ShowsWhenItRuns)
 TEST_F(PumpTest, MayBeCalledByAHandler)
 {
     Words order;
-    TevoroTalk const& instance = startDoing([&](Message& message) {
+    const TevoroTalk& instance = startDoing([&](Message& message) {
         order.push_back("begin " + bytes(message.body));
         pump();
         order.push_back("end " + bytes(message.body));
@@ -170,7 +170,7 @@ TEST_F(PumpTest, MayBeCalledByAHandler)
 TEST_F(PumpTest, DispatchesWhatHandlersSend)
 {
     int left = 5;
-    TevoroTalk const& instance = startDoing([&](Message&) {
+    const TevoroTalk& instance = startDoing([&](Message&) {
         if (--left > 0)
             post(*self);
     });
@@ -181,8 +181,8 @@ TEST_F(PumpTest, DispatchesWhatHandlersSend)
 
 TEST_F(PumpTest, GoesOnWhenAHandlerMakesAndDeletesInstances)
 {
-    TevoroTalk const* second = nullptr;
-    TevoroTalk const& instance = startDoing([&](Message& message) {
+    const TevoroTalk* second = nullptr;
+    const TevoroTalk& instance = startDoing([&](Message& message) {
         if (message.body == "make") {
             second = &another("second-1.0", new InboxHandler(inbox));
             post(*second, "to second");
@@ -218,16 +218,15 @@ TEST_F(PumpTest, RefreshesTheRegistryOnceAMinute)
 // What is there is worked off; what comes meanwhile, and would keep a pump from ending, is not.
 TEST_F(PumpTest, LeavesWhatArrivesWhileItWorksToTheNext)
 {
-    InterAppStream const other("other-1.0", true);
-    std::string const text = "Target:self-1.0\nSender:other-1.0\nContent-Length:4\n\nbody";
+    const InterAppStream other("other-1.0", true);
+    const std::string text = "Target:self-1.0\nSender:other-1.0\nContent-Length:4\n\nbody";
     int handled = 0;
     startDoing([&](Message&) {
-        if (++handled < 50) {
+        if (++handled < 50)
             EXPECT_TRUE(other.send("self-1.0", test::soString(text)));
-        }
     });
     Message::setAuthentication(false);
-    Paused const pause;
+    const Paused pause;
     EXPECT_TRUE(other.send("self-1.0", test::soString(text)));
     EXPECT_TRUE(pump());
     EXPECT_EQ(handled, 1);
@@ -239,12 +238,12 @@ TEST_F(PumpTest, LeavesWhatArrivesWhileItWorksToTheNext)
 // What holds nothing for anybody does not hide what lies behind it.
 TEST_F(PumpTest, FindsAMessageBehindATextForNobody)
 {
-    TevoroTalk const& instance = start();
+    const TevoroTalk& instance = start();
     Message::setAuthentication(false);
-    InterAppStream const rogue("rogue-1.0", true);
-    InterAppStream const asker("asker-1.0", true);
-    Paused const pause;
-    for (char const* text : {"Type:Ignore\n\n", "nothing at all", "Target:self-1.0\n\n"})
+    const InterAppStream rogue("rogue-1.0", true);
+    const InterAppStream asker("asker-1.0", true);
+    const Paused pause;
+    for (const char* text : {"Type:Ignore\n\n", "nothing at all", "Target:self-1.0\n\n"})
         EXPECT_TRUE(rogue.send("self-1.0", text));
     EXPECT_TRUE(
         asker.send("self-1.0", "Target:self-1.0\nSender:asker-1.0\nContent-Length:4\n\nreal"));
@@ -259,10 +258,10 @@ TEST_F(PumpTest, WorksOffLargeTextsThatLieThereInOneGo)
 {
     start();
     Message::setAuthentication(false);
-    InterAppStream const asker("asker-1.0", true);
-    Paused const pause;
-    std::string const body(700000, 'x');
-    std::string const text = "Target:self-1.0\nSender:asker-1.0\nContent-Length:700000\n\n" + body;
+    const InterAppStream asker("asker-1.0", true);
+    const Paused pause;
+    const std::string body(700000, 'x');
+    const std::string text = "Target:self-1.0\nSender:asker-1.0\nContent-Length:700000\n\n" + body;
     for (int i = 0; i < 3; ++i)
         EXPECT_TRUE(asker.send("self-1.0", test::soString(text)));
     EXPECT_TRUE(pump());

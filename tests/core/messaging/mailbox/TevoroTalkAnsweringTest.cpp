@@ -40,7 +40,7 @@ TEST_F(TevoroTalkAnsweringTest, SendsTheHandlersTextAsResult)
     handler->answer = "forty-two";
     post("Response-Request:Result\n");
     handle(1);
-    auto const result = answer();
+    const auto result = answer();
     EXPECT_EQ(bytes(result->type), "Result");
     EXPECT_EQ(bytes(result->body), "forty-two");
     EXPECT_EQ(bytes(result->sender), "self-1.0");
@@ -52,7 +52,7 @@ TEST_F(TevoroTalkAnsweringTest, SendsTheHandlersNumberAsError)
     handler->answer = "no such thing";
     post("Response-Request:Result Error\n");
     handle(1);
-    auto const error = answer();
+    const auto error = answer();
     EXPECT_EQ(bytes(error->type), "Error");
     EXPECT_EQ(bytes(error->body), "no such thing");
     EXPECT_EQ(bytes(error->getUserHeaderValue("Error-Code")), "-7");
@@ -63,7 +63,7 @@ TEST_F(TevoroTalkAnsweringTest, SendsAnExceptionAsErrorAndGoesOn)
     handler->throws = true;
     post("Response-Request:Result Error Processed\n");
     handle(1);
-    std::string const text = receivedUntil("Type:Processed");
+    const std::string text = receivedUntil("Type:Processed");
     EXPECT_THAT(text, HasSubstr("Error-Code:-29\n"));
     EXPECT_THAT(text, HasSubstr("\n\nException"));
     EXPECT_THAT(text, Not(HasSubstr("Type:Result")));
@@ -78,7 +78,7 @@ TEST_F(TevoroTalkAnsweringTest, AnswersAMessageOfNoVersionUnderANewNumberInItsTy
     EXPECT_TRUE(asker.send("self-1.0",
         "@QK>Version:\nTarget:self-1.0\nSender:asker-1.0\nSerial-Number:4242\nType:Own\n"
         "Response-Request:Result\nContent-Length:4\n\nbody"));
-    std::string const text = receivedUntil("forty-two");
+    const std::string text = receivedUntil("forty-two");
     EXPECT_THAT(text, HasSubstr("\nType:Own\n"));
     EXPECT_THAT(text, HasSubstr("\nResult:4242\n"));
     EXPECT_THAT(text, Not(HasSubstr("Serial-Number:4242")));
@@ -98,7 +98,7 @@ TEST_F(TevoroTalkAnsweringTest, RejectsAMessageOfAnotherHand)
     EXPECT_TRUE(asker.send("self-1.0",
         test::soString("@QK>MD5:0123456789ABCDEF\n"
             + text("Response-Request:Received Result Error Processed\n", "untrue"))));
-    std::string const text = receivedUntil("Type:Processed");
+    const std::string text = receivedUntil("Type:Processed");
     EXPECT_THAT(text, HasSubstr("Error-Code:53\n"));
     EXPECT_THAT(text, HasSubstr("\n\nERROR: MESSAGE REJECTED"));
     EXPECT_THAT(text, Not(HasSubstr("Type:Result")));
@@ -107,7 +107,7 @@ TEST_F(TevoroTalkAnsweringTest, RejectsAMessageOfAnotherHand)
 
 TEST_F(TevoroTalkAnsweringTest, RejectsWhatWasReadBeforeProofsWereAskedFor)
 {
-    Paused const pause;
+    const Paused pause;
     post("Response-Request:Error\n");
     ASSERT_TRUE(isReadable(instance.waitDescriptor(), kPatience));
     instance.processIncomingMessage(kNone, false);
@@ -119,8 +119,8 @@ TEST_F(TevoroTalkAnsweringTest, RejectsWhatWasReadBeforeProofsWereAskedFor)
 
 TEST_F(TevoroTalkAnsweringTest, TellsSendersOfWhatRanOutInItsQueue)
 {
-    Paused const pause;
-    std::string const outOfTime = "Timestamp: " + std::to_string(now() - 100) + "\nTimeout:50\n";
+    const Paused pause;
+    const std::string outOfTime = "Timestamp: " + std::to_string(now() - 100) + "\nTimeout:50\n";
     post("Type:Own\nResponse-Request:Timeout\n" + outOfTime);
     post("Type:Own\nResponse-Request:Timeout\nTIMEOUT_DETECTOR:SENDER\n" + outOfTime);
     post("Type:Own\nResponse-Request:Result\n" + outOfTime);
@@ -145,8 +145,8 @@ TEST_F(TevoroTalkAnsweringTest, AnswersWithAResultWhoAskedForOne)
     EXPECT_FALSE(instance.sendResult(asked, "answer"));
     asked.responseRequest = "Result";
     EXPECT_TRUE(instance.sendResult(asked, "answer"));
-    std::string const text = received(asker, 1);
-    for (char const* line : {"Target:asker-1.0",
+    const std::string text = received(asker, 1);
+    for (const char* line : {"Target:asker-1.0",
              "Sender:self-1.0",
              "Type:Result",
              "Serial-Number:42",
@@ -154,7 +154,7 @@ TEST_F(TevoroTalkAnsweringTest, AnswersWithAResultWhoAskedForOne)
              "Mine:kept"})
         EXPECT_THAT(text, HasSubstr(std::string("\n") + line + "\n"));
     EXPECT_THAT(text, testing::EndsWith("\n\nanswer"));
-    for (char const* line : {"Timeout:", "Response-Request:"})
+    for (const char* line : {"Timeout:", "Response-Request:"})
         EXPECT_THAT(text, Not(HasSubstr(std::string("\n") + line)));
     EXPECT_EQ(bytes(asked.body), "question");
 }
@@ -169,8 +169,8 @@ TEST_F(TevoroTalkAnsweringTest, AnswersAMessageWithoutAVersionByANewMessageOfIts
     asked.serialNumber = 4242;
     asked.responseRequest = "Result";
     EXPECT_TRUE(instance.sendResult(asked, "answer"));
-    std::string const text = received(asker, 1);
-    std::uint32_t const next = TevoroTalk::getSharedContext()->nextSerialNumber();
+    const std::string text = received(asker, 1);
+    const std::uint32_t next = TevoroTalk::getSharedContext()->nextSerialNumber();
     EXPECT_THAT(text, HasSubstr("\nType:Own\n"));
     EXPECT_THAT(text, HasSubstr("\nSerial-Number:" + std::to_string(next - 1) + "\n"));
     EXPECT_THAT(text, HasSubstr("\nResult:4242\n"));

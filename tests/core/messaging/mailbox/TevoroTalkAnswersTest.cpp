@@ -25,16 +25,16 @@ protected:
     ~TevoroTalkAnswersTest() override { EXPECT_TRUE(!target || target->finish() == 0); }
 
     // Sends a message that asks for that, and makes sure that the target gets it.
-    std::unique_ptr<Message> ask(std::string const& asked, std::int32_t timeout = 0)
+    std::unique_ptr<Message> ask(const std::string& asked, std::int32_t timeout = 0)
     {
         auto message = request("peer-1.0", "text", asked);
         message->timeout = timeout;
         EXPECT_TRUE(send(*self, *message));
         return message;
     }
-    void expectNumber(Message const& message) const
+    void expectNumber(const Message& message) const
     {
-        for (Inbox::Entry const& entry : inbox.entries()) {
+        for (const Inbox::Entry& entry : inbox.entries()) {
             EXPECT_EQ(entry.serialNumber, message.serialNumber);
             EXPECT_EQ(entry.sender, "peer-1.0");
             EXPECT_EQ(entry.target, "self-1.0");
@@ -49,7 +49,7 @@ protected:
 TEST_F(TevoroTalkAnswersTest, ComeInOrderUnderTheNumberOfTheRequest)
 {
     start();
-    auto const message = ask("Received Result Error");
+    const auto message = ask("Received Result Error");
     await(3);
     EXPECT_THAT(inbox.words(), ElementsAre("2 Quillscriber", "3 Quillscriber done", "0 Processed"));
     expectNumber(*message);
@@ -61,7 +61,7 @@ TEST_F(TevoroTalkAnswersTest, AreErrorsWhereTheHandlerSaysSo)
 {
     start();
     tell(*target, "answer -17 no such folder");
-    auto const message = ask("Result Error");
+    const auto message = ask("Result Error");
     await(2);
     EXPECT_THAT(inbox.words(), ElementsAre("4 Quillscriber no such folder", "0 Processed"));
     EXPECT_EQ(inbox.at(0).errorCode, "-17");
@@ -72,7 +72,7 @@ TEST_F(TevoroTalkAnswersTest, AreErrorsWhereTheHandlerThrows)
 {
     start();
     tell(*target, "answer throw");
-    auto const message = ask("Result Error");
+    const auto message = ask("Result Error");
     await(2);
     EXPECT_THAT(inbox.words(), ElementsAre("4 Quillscriber Exception", "0 Processed"));
     EXPECT_EQ(inbox.at(0).errorCode, "-29");
@@ -89,7 +89,7 @@ TEST_F(TevoroTalkAnswersTest, AreErrorsToWhoeverHasNotTheUsersSalt)
     environment.set("HOME", folder.path()); // for this process, not for the other
     start();
     Message::setAuthentication(false); // or the answer is not believed, either
-    auto const message = ask("Result Error");
+    const auto message = ask("Result Error");
     await(2);
     EXPECT_THAT(
         inbox.words(), ElementsAre("4 Quillscriber ERROR: MESSAGE REJECTED", "0 Processed"));
@@ -102,10 +102,10 @@ TEST_F(TevoroTalkAnswersTest, AreErrorsToWhoeverHasNotTheUsersSalt)
 TEST_F(TevoroTalkAnswersTest, EndAWaitForThem)
 {
     start();
-    auto const message = request("peer-1.0", "text", "Result");
+    const auto message = request("peer-1.0", "text", "Result");
     message->serialNumber = 77;
     self->changeHandler(new InboxHandler(inbox, "Own", 77));
-    auto const begin = std::chrono::steady_clock::now();
+    const auto begin = std::chrono::steady_clock::now();
     EXPECT_TRUE(self->send(*message, false, 60, nullptr));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, kPatience);
     EXPECT_THAT(inbox.words(), ElementsAre("3 Quillscriber done", "0 Processed"));
@@ -113,12 +113,12 @@ TEST_F(TevoroTalkAnswersTest, EndAWaitForThem)
 
 TEST_F(TevoroTalkAnswersTest, ComeToAHostThatHandsItsPicturesOn)
 {
-    Peer const browser = peer("tevoro");
+    const Peer browser = peer("tevoro");
     EXPECT_TRUE(TevoroTalk::InitTerm::init("mfx-4.0", false));
     self = new TevoroTalk("mfx-4.0", new InboxHandler(inbox), true, nullptr);
-    TevoroTalk::Specifier const specifier("tevoro", true);
+    const TevoroTalk::Specifier specifier("tevoro", true);
     EXPECT_TRUE(specifier.isRunning());
-    auto const message = request("tevoro", "app.beep();'done';", "Result");
+    const auto message = request("tevoro", "app.beep();'done';", "Result");
     EXPECT_TRUE(self->send(*message, true, 300, nullptr));
     await(2);
     EXPECT_THAT(inbox.words(), ElementsAre("3 Quillscriber done", "0 Processed"));
@@ -132,7 +132,7 @@ TEST_F(TevoroTalkAnswersTest, AreTimeOutsOfTheTargetsQueueAndCancelTheWatch)
 {
     start();
     tell(*target, "pump off");
-    auto const message = ask("Timeout", 1);
+    const auto message = ask("Timeout", 1);
     EXPECT_THAT(queued(*self, "in", "Type"), ElementsAre("Ignore"));
     await(1);
     EXPECT_THAT(inbox.words(), ElementsAre("5 Timeout"));
@@ -144,7 +144,7 @@ TEST_F(TevoroTalkAnswersTest, AreTimeOutsOfTheTargetAloneWhereItIsToWatch)
 {
     start();
     tell(*target, "pump off");
-    auto const message = request("peer-1.0", "text", "Timeout");
+    const auto message = request("peer-1.0", "text", "Timeout");
     message->timeout = 1;
     message->setHeader("TIMEOUT_DETECTOR", "TARGET");
     EXPECT_TRUE(send(*self, *message));
@@ -158,7 +158,7 @@ TEST_F(TevoroTalkAnswersTest, AreTimeOutsOfTheSenderAloneWhereItIsToWatch)
 {
     start();
     tell(*target, "pump off");
-    auto const message = request("peer-1.0", "text", "Timeout");
+    const auto message = request("peer-1.0", "text", "Timeout");
     message->timeout = 1;
     message->setHeader("TIMEOUT_DETECTOR", "SENDER");
     EXPECT_TRUE(send(*self, *message));
@@ -173,7 +173,7 @@ TEST_F(TevoroTalkAnswersTest, AreTimeOutsAlsoWhenTheTargetWasKilled)
 {
     start();
     tell(*target, "pump off");
-    auto const message = ask("Timeout", 1);
+    const auto message = ask("Timeout", 1);
     target->kill();
     target.reset();
     await(1);
@@ -185,14 +185,13 @@ TEST_F(TevoroTalkAnswersTest, AreTimeOutsAlsoWhenTheTargetWasKilled)
 TEST_F(TevoroTalkAnswersTest, GoBothWaysAtOnce)
 {
     constexpr long kCount = 3000;
-    Peer const other = peer("other-1.0");
-    for (PeerProcess* const each : {target.get(), other.get()}) {
+    const Peer other = peer("other-1.0");
+    for (PeerProcess* const each : {target.get(), other.get()})
         tell(*each, "count " + std::to_string(kCount));
-    }
     target->tell("stream other-1.0 " + std::to_string(kCount));
     other->tell("stream peer-1.0 " + std::to_string(kCount));
     for (PeerProcess* const each : {target.get(), other.get()}) {
-        std::vector<std::string> const said = {each->line(), each->line()};
+        const std::vector<std::string> said = {each->line(), each->line()};
         EXPECT_THAT(said,
             testing::UnorderedElementsAre(
                 "streamed " + std::to_string(kCount), "counted " + std::to_string(kCount)));
@@ -210,7 +209,7 @@ TEST_F(TevoroTalkAnswersTest, ComeToManyThreadsThatSendWhileOnePumps)
     for (int i = 0; i < kThreads; ++i)
         threads.emplace_back([&] {
             for (int n = 0; n < kEach; ++n) {
-                auto const message = request("peer-1.0", "text", "Result");
+                const auto message = request("peer-1.0", "text", "Result");
                 EXPECT_TRUE(send(*self, *message));
             }
         });
@@ -218,10 +217,10 @@ TEST_F(TevoroTalkAnswersTest, ComeToManyThreadsThatSendWhileOnePumps)
     for (std::thread& thread : threads)
         thread.join();
     std::map<std::uint32_t, int> answers;
-    for (Inbox::Entry const& entry : inbox.entries())
+    for (const Inbox::Entry& entry : inbox.entries())
         ++answers[entry.serialNumber];
     EXPECT_EQ(answers.size(), std::size_t{kThreads} * kEach);
-    for (auto const& [number, count] : answers)
+    for (const auto& [number, count] : answers)
         EXPECT_EQ(count, 2) << number;
     target->endInput();
     target->rest();

@@ -19,7 +19,7 @@ protected:
     }
 
     // Owned by the instance.
-    InboxHandler* add(char const* type, std::uint32_t number = kNone)
+    InboxHandler* add(const char* type, std::uint32_t number = kNone)
     {
         auto* const added = new InboxHandler(inbox, type, number);
         EXPECT_EQ(instance.changeHandler(added), nullptr);
@@ -33,8 +33,8 @@ protected:
 
 TEST_F(TevoroTalkHandlersTest, AreFoundByTypeAndNumber)
 {
-    InboxHandler const* const seven = add("Own", 7);
-    InboxHandler const* const eight = add("Own", 8);
+    const InboxHandler* const seven = add("Own", 7);
+    const InboxHandler* const eight = add("Own", 8);
     EXPECT_EQ(instance.findHandler("Own", 7), seven);
     EXPECT_EQ(instance.findHandler("Own", 8), eight);
     EXPECT_EQ(instance.findHandler("Own", 9), nullptr);
@@ -44,10 +44,10 @@ TEST_F(TevoroTalkHandlersTest, AreFoundByTypeAndNumber)
 
 TEST_F(TevoroTalkHandlersTest, OfAllMessagesStandInForThatOfOne)
 {
-    InboxHandler const* const all = add("Own");
+    const InboxHandler* const all = add("Own");
     EXPECT_EQ(instance.findHandler("Own", 7), all);
     EXPECT_EQ(instance.findHandler("Other", 7), nullptr);
-    InboxHandler const* const seven = add("Own", 7);
+    const InboxHandler* const seven = add("Own", 7);
     EXPECT_EQ(instance.findHandler("Own", 7), seven);
     EXPECT_EQ(instance.findHandler("Own", 8), all);
 }
@@ -56,9 +56,9 @@ TEST_F(TevoroTalkHandlersTest, OfANumberAreFoundWithoutAType)
 {
     add("Own");
     EXPECT_EQ(instance.findHandler("", 7), nullptr);
-    InboxHandler const* const first = add("Own", 7);
+    const InboxHandler* const first = add("Own", 7);
     EXPECT_EQ(instance.findHandler("", 7), first);
-    InboxHandler const* const second = add("Other", 7);
+    const InboxHandler* const second = add("Other", 7);
     EXPECT_EQ(instance.findHandler("", 7), second); // the last added is looked at first
 }
 
@@ -66,7 +66,7 @@ TEST_F(TevoroTalkHandlersTest, ReplaceOneOfTheSameTypeAndNumber)
 {
     InboxHandler* const former = add("Own", 7);
     auto* const fresh = new InboxHandler(inbox, "Own", 7);
-    std::unique_ptr<TevoroTalk::MsgHandler> const returned(instance.changeHandler(fresh));
+    const std::unique_ptr<TevoroTalk::MsgHandler> returned(instance.changeHandler(fresh));
     EXPECT_EQ(returned.get(), former);
     EXPECT_EQ(instance.findHandler("Own", 7), fresh);
 }
@@ -88,7 +88,7 @@ TEST_F(TevoroTalkHandlersTest, ThatAreThereAlreadyStay)
 TEST_F(TevoroTalkHandlersTest, AreTakenOutForTheCaller)
 {
     InboxHandler* const seven = add("Own", 7);
-    std::unique_ptr<TevoroTalk::MsgHandler> const taken(instance.removeHandler("Own", 7));
+    const std::unique_ptr<TevoroTalk::MsgHandler> taken(instance.removeHandler("Own", 7));
     EXPECT_EQ(taken.get(), seven);
     EXPECT_EQ(instance.findHandler("Own", 7), nullptr);
     EXPECT_EQ(instance.removeHandler("Own", 7), nullptr);
@@ -96,7 +96,7 @@ TEST_F(TevoroTalkHandlersTest, AreTakenOutForTheCaller)
 
 TEST_F(TevoroTalkHandlersTest, AreDeletedOnce)
 {
-    InboxHandler const* const one = add("Own", 7);
+    const InboxHandler* const one = add("Own", 7);
     add("Own");
     EXPECT_TRUE(instance.deleteHandler(one));
     EXPECT_EQ(inbox.handlers, 1);
@@ -106,10 +106,10 @@ TEST_F(TevoroTalkHandlersTest, AreDeletedOnce)
 
 TEST_F(TevoroTalkHandlersTest, OfANumberAreAllDeletedTogether)
 {
-    InboxHandler const* const all = add("Own");
+    const InboxHandler* const all = add("Own");
     add("Own", 7);
     add("Error", 7);
-    InboxHandler const* const eight = add("Own", 8);
+    const InboxHandler* const eight = add("Own", 8);
     EXPECT_FALSE(instance.deleteHandlers(kNone));
     EXPECT_TRUE(instance.deleteHandlers(7));
     EXPECT_FALSE(instance.deleteHandlers(7));
@@ -120,8 +120,8 @@ TEST_F(TevoroTalkHandlersTest, OfANumberAreAllDeletedTogether)
 
 TEST_F(TevoroTalkHandlersTest, TakeTheWatcherOfTheirMessageWithThem)
 {
-    Paused const pause;
-    auto const message = request("self-1.0", "body", "Timeout");
+    const Paused pause;
+    const auto message = request("self-1.0", "body", "Timeout");
     message->type = "Own";
     EXPECT_TRUE(send(instance, *message));
     EXPECT_THAT(queued(instance, "in", "Type"), testing::ElementsAre("Own", "Ignore"));

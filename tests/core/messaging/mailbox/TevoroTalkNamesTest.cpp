@@ -17,7 +17,7 @@ class TevoroTalkNamesTest : public test::BusProcessFixture { };
 TEST_F(TevoroTalkNamesTest, AreNumberedUpTo8AndThenMissing)
 {
     std::vector<Peer> peers;
-    for (std::string const expected : {"peer-1.0",
+    for (const std::string expected : {"peer-1.0",
              "peer_1-1.0",
              "peer_2-1.0",
              "peer_3-1.0",
@@ -34,18 +34,18 @@ TEST_F(TevoroTalkNamesTest, AreNumberedUpTo8AndThenMissing)
     // The one without a name hears and says nothing, and ends well.
     peers.back()->tell("send peer-1.0 Error 0 text");
     EXPECT_TRUE(peers.back()->line().starts_with("not "));
-    for (Peer const& peer : peers)
+    for (const Peer& peer : peers)
         EXPECT_EQ(peer->finish(), 0);
 }
 
 TEST_F(TevoroTalkNamesTest, OfAKilledProcessGoToTheNext)
 {
-    Peer const first = peer("peer-1.0");
-    Peer const second = peer("peer_1-1.0");
+    const Peer first = peer("peer-1.0");
+    const Peer second = peer("peer_1-1.0");
     first->kill();
-    Peer const third = peer("peer-1.0");
+    const Peer third = peer("peer-1.0");
     start();
-    auto const message = request("peer-1.0", "to the third");
+    const auto message = request("peer-1.0", "to the third");
     EXPECT_TRUE(send(*self, *message));
     EXPECT_THAT(third->line(), testing::EndsWith(" self-1.0 to the third"));
     EXPECT_EQ(second->finish(), 0);
@@ -56,12 +56,12 @@ TEST_F(TevoroTalkNamesTest, OfAKilledTargetFailAtOnceAndWorkAgainWithTheNext)
 {
     start();
     for (int i = 0; i < 3; ++i) {
-        Peer const target = peer("peer-1.0");
-        auto const message = request("peer-1.0", "text");
+        const Peer target = peer("peer-1.0");
+        const auto message = request("peer-1.0", "text");
         EXPECT_TRUE(send(*self, *message));
         EXPECT_THAT(target->line(), testing::EndsWith(" text"));
         target->kill();
-        auto const late = request("peer-1.0", "text");
+        const auto late = request("peer-1.0", "text");
         EXPECT_FALSE(send(*self, *late));
         EXPECT_FALSE(TevoroTalk::targetIsRunning("peer-1.0"));
     }
@@ -69,15 +69,15 @@ TEST_F(TevoroTalkNamesTest, OfAKilledTargetFailAtOnceAndWorkAgainWithTheNext)
 
 TEST_F(TevoroTalkNamesTest, LeaveNoFilesBehind)
 {
-    Peer const first = peer("peer-1.0");
+    const Peer first = peer("peer-1.0");
     EXPECT_EQ(first->finish(), 0);
     EXPECT_TRUE(std::filesystem::is_empty(folder.path("ports")));
 }
 
 TEST_F(TevoroTalkNamesTest, OfMessagesAreNumbersThatBeginWith1)
 {
-    Peer const first = peer("peer-1.0");
-    for (std::string const expected : {"1", "2", "3"}) {
+    const Peer first = peer("peer-1.0");
+    for (const std::string expected : {"1", "2", "3"}) {
         first->tell("serial");
         EXPECT_EQ(first->line(), expected);
     }

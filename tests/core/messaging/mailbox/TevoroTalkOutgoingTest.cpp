@@ -28,7 +28,7 @@ protected:
 
     // Queues a message; it gets `body`.
     std::unique_ptr<Message> enqueue(
-        std::string const& target, std::string const& body, std::string const& asked = {})
+        const std::string& target, const std::string& body, const std::string& asked = {})
     {
         auto message = request(target, body, asked);
         EXPECT_FALSE(send(instance, *message, true));
@@ -58,9 +58,9 @@ protected:
     {
         Words result;
         while (result.size() < count) {
-            std::string const text = received(stream, 1);
-            char const* const end = text.data() + text.size();
-            for (char const* at = text.data(); at != end;) {
+            const std::string text = received(stream, 1);
+            const char* const end = text.data() + text.size();
+            for (const char* at = text.data(); at != end;) {
                 Message message;
                 at = message.readFromString(at, end);
                 result.push_back(bytes(message.body));
@@ -82,7 +82,7 @@ protected:
 
 TEST_F(TevoroTalkOutgoingTest, WaitForATargetThatComesUp)
 {
-    auto const message = enqueue("late-1.0", "first");
+    const auto message = enqueue("late-1.0", "first");
     EXPECT_TRUE(instance.outgoingMessagePending());
     EXPECT_TRUE(instance.messagePending());
     EXPECT_THAT(waiting(), ElementsAre("first"));
@@ -108,7 +108,7 @@ TEST_F(TevoroTalkOutgoingTest, KeepTheirOrderAlsoBehindATargetThatIsUp)
     instance.processOutgoingMessage();
     EXPECT_THAT(bodies(late, 2), ElementsAre("first", "second"));
     enqueue("later-1.0", "other");
-    auto const direct = request("late-1.0", "third");
+    const auto direct = request("late-1.0", "third");
     EXPECT_TRUE(send(instance, *direct));
     EXPECT_THAT(bodies(late, 1), ElementsAre("third"));
 }
@@ -116,8 +116,8 @@ TEST_F(TevoroTalkOutgoingTest, KeepTheirOrderAlsoBehindATargetThatIsUp)
 TEST_F(TevoroTalkOutgoingTest, AreNotOvertakenByAMessageThatMayNotLaunch)
 {
     enqueue("late-1.0", "first");
-    InterAppStream const late("late-1.0", true);
-    auto const second = request("late-1.0", "second", "Error");
+    const InterAppStream late("late-1.0", true);
+    const auto second = request("late-1.0", "second", "Error");
     EXPECT_FALSE(send(instance, *second));
     EXPECT_FALSE(late.messagePending());
     EXPECT_THAT(waiting(), ElementsAre("first"));
@@ -127,7 +127,7 @@ TEST_F(TevoroTalkOutgoingTest, AreNotOvertakenByAMessageThatMayNotLaunch)
 
 TEST_F(TevoroTalkOutgoingTest, DoNotHoldUpThoseForOthers)
 {
-    for (char const* number : {"1", "2", "3"}) {
+    for (const char* number : {"1", "2", "3"}) {
         enqueue("late-1.0", std::string("late ") + number);
         enqueue("later-1.0", std::string("later ") + number);
     }
@@ -142,9 +142,9 @@ TEST_F(TevoroTalkOutgoingTest, DoNotHoldUpThoseForOthers)
 
 TEST_F(TevoroTalkOutgoingTest, CarryTheTimeOfTheirFirstQueueing)
 {
-    auto const message = enqueue("late-1.0", "text");
+    const auto message = enqueue("late-1.0", "text");
     EXPECT_THAT(queued(instance, "out", "QUEUESTAMP"), IsEmpty());
-    std::string const stamp = std::to_string(message->timestamp);
+    const std::string stamp = std::to_string(message->timestamp);
     instance.processOutgoingMessage();
     EXPECT_THAT(queued(instance, "out", "QUEUESTAMP"), ElementsAre(stamp));
     instance.processOutgoingMessage();
@@ -156,9 +156,9 @@ TEST_F(TevoroTalkOutgoingTest, CarryTheTimeOfTheirFirstQueueing)
 
 TEST_F(TevoroTalkOutgoingTest, LiveUntil600SecondsAfterTheirFirstQueueing)
 {
-    auto const message = enqueueStamped(now() - 590, 5);
+    const auto message = enqueueStamped(now() - 590, 5);
     for (int i = 0; i < 3; ++i) {
-        std::int64_t const before = now();
+        const std::int64_t before = now();
         instance.processOutgoingMessage();
         // Their time begins anew with each attempt.
         ASSERT_THAT(waiting(), ElementsAre("old"));
@@ -174,11 +174,11 @@ TEST_F(TevoroTalkOutgoingTest, RunOut600SecondsAfterTheirFirstQueueing)
         std::int32_t timeout;
         std::int32_t forced; // what is left of it
     };
-    for (Row const row : {Row{0, 599}, Row{5, 5}, Row{599, 599}, Row{600, 599}, Row{7200, 599}}) {
+    for (const Row row : {Row{0, 599}, Row{5, 5}, Row{599, 599}, Row{600, 599}, Row{7200, 599}}) {
         SCOPED_TRACE(row.timeout);
         inbox.clear();
-        std::int64_t const stamp = now() - 600;
-        auto const message = enqueueStamped(stamp, row.timeout);
+        const std::int64_t stamp = now() - 600;
+        const auto message = enqueueStamped(stamp, row.timeout);
         instance.processOutgoingMessage();
         EXPECT_THAT(expiries(), ElementsAre(timeText(stamp + row.forced)));
         EXPECT_EQ(inbox.size(), 0U);
@@ -200,9 +200,9 @@ TEST_F(TevoroTalkOutgoingTest, AreTriedOnceMoreWhenTheirTimeIsOver)
 
 TEST_F(TevoroTalkOutgoingTest, BeginAnewWithAStampThatIsNone)
 {
-    for (char const* stamp : {"no number", "-5", "0", "99999999999", "99999999999999999999"}) {
+    for (const char* stamp : {"no number", "-5", "0", "99999999999", "99999999999999999999"}) {
         SCOPED_TRACE(stamp);
-        auto const message = request("late-1.0", "text");
+        const auto message = request("late-1.0", "text");
         message->setHeader("QUEUESTAMP", stamp);
         EXPECT_FALSE(send(instance, *message, true));
         instance.processOutgoingMessage();
@@ -217,9 +217,9 @@ TEST_F(TevoroTalkOutgoingTest, BeginAnewWithAStampThatIsNone)
 
 TEST_F(TevoroTalkOutgoingTest, OfAnInstanceWithoutANameAreDropped)
 {
-    InterAppStream const holder("mute_1-1.0", true);
+    const InterAppStream holder("mute_1-1.0", true);
     TevoroTalk& mute = another("mute_1-1.0");
-    auto const message = request("late-1.0", "text");
+    const auto message = request("late-1.0", "text");
     message->sender = "self-1.0";
     EXPECT_FALSE(send(mute, *message, true));
     EXPECT_TRUE(mute.outgoingMessagePending());
@@ -250,7 +250,7 @@ TEST_F(TevoroTalkOutgoingTest, KeepTheirOrderWhileTwoThreadsTryThem)
     std::unique_ptr<InterAppStream> late;
     Words got;
     for (int i = 0; i < kCount; ++i) {
-        auto const message = request("late-1.0", std::to_string(i));
+        const auto message = request("late-1.0", std::to_string(i));
         message->type = "Own";
         send(instance, *message, true);
         drain(lateThread);
@@ -259,10 +259,10 @@ TEST_F(TevoroTalkOutgoingTest, KeepTheirOrderWhileTwoThreadsTryThem)
         instance.processOutgoingMessage();
     }
     while (got.size() < kCount) {
-        Words const more = bodies(*late, 1);
+        const Words more = bodies(*late, 1);
         if (more.empty())
             break;
-        for (std::string const& body : more)
+        for (const std::string& body : more)
             if (!body.empty()) // not a question whether it runs
                 got.push_back(body);
     }

@@ -22,9 +22,9 @@ using testing::Not;
 class TevoroTalkReceivingTest : public test::ReceivingFixture { };
 
 struct ReasonRow {
-    char const* name;
-    char const* lines;
-    char const* words; // reason and type that the handler sees
+    const char* name;
+    const char* lines;
+    const char* words; // reason and type that the handler sees
 };
 
 // Notes what is forwarded of messages: where, and what became of them.
@@ -36,13 +36,13 @@ public:
     }
     long handleMessage(int, TevoroTalk::Message& message, SoString*) override
     {
-        std::string const body = bytes(message.body);
-        std::size_t const start = body.rfind(';', body.size() - 3);
+        const std::string body = bytes(message.body);
+        const std::size_t start = body.rfind(';', body.size() - 3);
         m_notes.push_back(bytes(message.getUserHeaderValue("MsgRoot")) + " "
             + body.substr(start + 1, body.size() - start - 3));
         return 0;
     }
-    char const* getMsgType() const override { return "FWDMESSAGES"; }
+    const char* getMsgType() const override { return "FWDMESSAGES"; }
 
 private:
     std::vector<std::string>& m_notes;
@@ -52,7 +52,7 @@ private:
 
 TEST_F(TevoroTalkReceivingTest, TellsTheHandlerWhatAMessageIs)
 {
-    ReasonRow const rows[] = {
+    const ReasonRow rows[] = {
         {"no type", "", "1 Quillscriber body"},
         {"script", "Type:Quillscriber\n", "1 Quillscriber body"},
         {"debug", "Type:Debug\n", "1 Debug body"},
@@ -69,7 +69,7 @@ TEST_F(TevoroTalkReceivingTest, TellsTheHandlerWhatAMessageIs)
         {"own", "Type:Own\n", "0 Own body"},
         {"lower case", "Type:result\n", "0 result body"},
     };
-    for (ReasonRow const& row : rows) {
+    for (const ReasonRow& row : rows) {
         SCOPED_TRACE(row.name);
         inbox.clear();
         post(row.lines);
@@ -128,7 +128,7 @@ TEST_F(TevoroTalkReceivingTest, DispatchesNoEmptyRequest)
 
 TEST_F(TevoroTalkReceivingTest, DeletesTheHandlersOfAMessageThatCameToItsEnd)
 {
-    for (char const* type : {"Processed", "Error", "Timeout"}) {
+    for (const char* type : {"Processed", "Error", "Timeout"}) {
         SCOPED_TRACE(type);
         Inbox ofMessage;
         instance.changeHandler(new InboxHandler(ofMessage, "Own", 42));
@@ -143,7 +143,7 @@ TEST_F(TevoroTalkReceivingTest, DeletesTheHandlersOfAMessageThatCameToItsEnd)
 
 TEST_F(TevoroTalkReceivingTest, KeepsTheHandlersForAllAtAMessageWithoutANumber)
 {
-    for (char const* type : {"Quillscriber", "Processed", "Error", "Timeout"})
+    for (const char* type : {"Quillscriber", "Processed", "Error", "Timeout"})
         post("Serial-Number:4294967295\nType:" + std::string(type) + "\n");
     post("", "behind");
     handle(5);
@@ -155,7 +155,7 @@ TEST_F(TevoroTalkReceivingTest, KeepsTheHandlersWhileOtherAnswersCome)
 {
     Inbox ofMessage;
     instance.changeHandler(new InboxHandler(ofMessage, "Own", 42));
-    for (char const* type : {"Received", "Result", "Quillscriber", "Log"})
+    for (const char* type : {"Received", "Result", "Quillscriber", "Log"})
         post(std::string("Type:") + type + "\n");
     handle(4);
     EXPECT_EQ(ofMessage.handlers, 1);
@@ -164,7 +164,7 @@ TEST_F(TevoroTalkReceivingTest, KeepsTheHandlersWhileOtherAnswersCome)
 
 TEST_F(TevoroTalkReceivingTest, CancelsTheWatcherWithTheEnd)
 {
-    auto const message = request("asker-1.0", "text", "Timeout");
+    const auto message = request("asker-1.0", "text", "Timeout");
     message->serialNumber = 42;
     EXPECT_TRUE(send(instance, *message));
     post("Type:Log\n");
@@ -187,7 +187,7 @@ TEST_F(TevoroTalkReceivingTest, DropsMessagesThatAreToBeIgnored)
 
 TEST_F(TevoroTalkReceivingTest, TakesInAllThatArrivedBehindWhatItDrops)
 {
-    Paused const pause;
+    const Paused pause;
     for (int i = 0; i < 5; ++i)
         post("Type:Ignore\n");
     EXPECT_TRUE(asker.send("self-1.0", "garbage"));
@@ -199,7 +199,7 @@ TEST_F(TevoroTalkReceivingTest, TakesInAllThatArrivedBehindWhatItDrops)
 
 TEST_F(TevoroTalkReceivingTest, TakesSeveralMessagesFromOneText)
 {
-    std::string const both = text("Type:Own\n", "first") + "\n" + text("Type:Own\n", "second");
+    const std::string both = text("Type:Own\n", "first") + "\n" + text("Type:Own\n", "second");
     EXPECT_TRUE(asker.send("self-1.0", test::soString(both)));
     handle(2);
     EXPECT_THAT(inbox.bodies(), ElementsAre("first", "second"));
@@ -215,7 +215,7 @@ TEST_F(TevoroTalkReceivingTest, EndsATextAtItsFirstEmptyMessage)
 
 TEST_F(TevoroTalkReceivingTest, TakesInWithoutDispatching)
 {
-    Paused const pause;
+    const Paused pause;
     post("Type:Own\nResponse-Request:Received\n");
     ASSERT_TRUE(isReadable(instance.waitDescriptor(), kPatience));
     EXPECT_FALSE(instance.processIncomingMessage(kNone, false));
@@ -229,13 +229,13 @@ TEST_F(TevoroTalkReceivingTest, TakesInWithoutDispatching)
 
 TEST_F(TevoroTalkReceivingTest, TellsItselfOfAnAnswerThatDidNotCome)
 {
-    auto const message = request("asker-1.0", "text", "Timeout");
+    const auto message = request("asker-1.0", "text", "Timeout");
     message->timeout = 1;
     message->serialNumber = 42;
     Inbox ofMessage;
     EXPECT_TRUE(send(instance, *message));
     instance.changeHandler(new InboxHandler(ofMessage, "Own", 42));
-    std::int64_t const sent = message->timestamp;
+    const std::int64_t sent = message->timestamp;
     handle(1); // two seconds after the message was sent
     EXPECT_THAT(inbox.words(), ElementsAre("5 Timeout"));
     EXPECT_EQ(inbox.at(0).serialNumber, 42U);
@@ -248,16 +248,16 @@ TEST_F(TevoroTalkReceivingTest, ShowsToSubscribersWhatBecameOfMessages)
 {
     Words notes;
     {
-        Paused const pause;
+        const Paused pause;
         instance.changeHandler(new ForwardNotes(notes));
-        for (char const* type : {"Own", "Processed", "Error", "Timeout", "Debug", "Log"})
+        for (const char* type : {"Own", "Processed", "Error", "Timeout", "Debug", "Log"})
             post(std::string("Type:") + type + "\n");
         ASSERT_TRUE(isReadable(instance.waitDescriptor(), kPatience));
         handle(6);
     }
-    std::string const root = "/messages/self-1.0/self-1.0/in ";
+    const std::string root = "/messages/self-1.0/self-1.0/in ";
     Words expected;
-    for (char const* end :
+    for (const char* end :
         {"processed", "handled: Processed", "handled: error", "handled: time out"}) {
         expected.push_back(root + "added");
         expected.push_back(root + "picked");
@@ -283,7 +283,7 @@ TEST_F(TevoroTalkReceivingTest, KeepsTheOrderWhenTwoThreadsTakeIn)
     isDone = true;
     sender.join();
     other.join();
-    Words const bodies = inbox.bodies();
+    const Words bodies = inbox.bodies();
     ASSERT_EQ(bodies.size(), std::size_t{kCount});
     for (std::size_t i = 0; i < bodies.size(); ++i)
         ASSERT_EQ(bodies[i], std::to_string(i));

@@ -37,20 +37,20 @@ protected:
     std::string asDelivered(Message& sent)
     {
         EXPECT_TRUE(send(instance, sent));
-        Words const messages = delivered();
+        const Words messages = delivered();
         return messages.size() == 1 ? messages[0] : std::to_string(messages.size()) + " messages";
     }
 
-    static bool fails(TevoroTalk const& from, Message& message, bool launch = false)
+    static bool fails(const TevoroTalk& from, Message& message, bool launch = false)
     {
         return !send(from, message, launch);
     }
 
     // The error that the sender got for that message.
-    void expectError(Message const& message, std::string const& text, std::string const& code)
+    void expectError(const Message& message, const std::string& text, const std::string& code)
     {
         ASSERT_TRUE(pumpUntil([&] { return inbox.size() == 1; }));
-        Inbox::Entry const entry = inbox.at(0);
+        const Inbox::Entry entry = inbox.at(0);
         EXPECT_EQ(entry.reason, TevoroTalk::MsgHandler::kError);
         EXPECT_EQ(entry.body, text);
         EXPECT_EQ(entry.errorCode, code);
@@ -72,18 +72,18 @@ protected:
 
 // One that a request asks for, and what the request says when it arrives.
 struct RequestRow {
-    char const* name;
-    char const* type;
-    char const* request;
+    const char* name;
+    const char* type;
+    const char* request;
     bool hasHandler;
-    char const* delivered;
+    const char* delivered;
 };
 
 } // namespace
 
 TEST_F(TevoroTalkSendingTest, FillsInNumberSenderTargetAndTime)
 {
-    auto const message = request("Target-1.0", "text");
+    const auto message = request("Target-1.0", "text");
     message->timestamp = 1;
     EXPECT_THAT(asDelivered(*message), HasSubstr("target=target-1.0 sender=self-1.0"));
     EXPECT_EQ(bytes(message->target), "target-1.0");
@@ -94,7 +94,7 @@ TEST_F(TevoroTalkSendingTest, FillsInNumberSenderTargetAndTime)
 
 TEST_F(TevoroTalkSendingTest, KeepsANumberAndASenderThatAreThere)
 {
-    auto const message = request("target-1.0", "text");
+    const auto message = request("target-1.0", "text");
     message->serialNumber = 4711;
     message->sender = "somebody-3.0";
     EXPECT_THAT(asDelivered(*message), HasSubstr("sender=somebody-3.0"));
@@ -103,8 +103,8 @@ TEST_F(TevoroTalkSendingTest, KeepsANumberAndASenderThatAreThere)
 
 TEST_F(TevoroTalkSendingTest, CountsUpFromMessageToMessage)
 {
-    auto const first = request("target-1.0");
-    auto const second = request("target-1.0");
+    const auto first = request("target-1.0");
+    const auto second = request("target-1.0");
     EXPECT_TRUE(send(instance, *first));
     EXPECT_TRUE(send(instance, *second));
     EXPECT_EQ(second->serialNumber, first->serialNumber + 1);
@@ -113,7 +113,7 @@ TEST_F(TevoroTalkSendingTest, CountsUpFromMessageToMessage)
 TEST_F(TevoroTalkSendingTest, CompletesTheTargetByTheRegistry)
 {
     TestRegistry::install({"target-1.0"});
-    auto const message = request("target", "text");
+    const auto message = request("target", "text");
     EXPECT_TRUE(send(instance, *message));
     // Behind the question whether it runs.
     EXPECT_EQ(bytes(message->target), "target-1.0");
@@ -131,11 +131,11 @@ TEST_F(TevoroTalkSendingTest, SendsNoEmptyRequest)
 
 TEST_F(TevoroTalkSendingTest, SendsAnEmptyBodyOfAnotherTypeOrWithAnAnswerNumber)
 {
-    auto const own = request("target-1.0", "");
+    const auto own = request("target-1.0", "");
     own->type = "Own";
     EXPECT_THAT(asDelivered(*own), HasSubstr("type=Own"));
-    for (auto const number : {&Message::received, &Message::result, &Message::error}) {
-        auto const message = request("target-1.0", "");
+    for (const auto number : {&Message::received, &Message::result, &Message::error}) {
+        const auto message = request("target-1.0", "");
         (*message).*number = 5;
         EXPECT_TRUE(send(instance, *message));
         EXPECT_EQ(delivered().size(), 1U);
@@ -144,9 +144,9 @@ TEST_F(TevoroTalkSendingTest, SendsAnEmptyBodyOfAnotherTypeOrWithAnAnswerNumber)
 
 TEST_F(TevoroTalkSendingTest, RefusesAnUnusableTargetAndTellsTheSender)
 {
-    for (std::string const& unusable : {std::string(), std::string(300, 'a')}) {
+    for (const std::string& unusable : {std::string(), std::string(300, 'a')}) {
         inbox.clear();
-        auto const message = request(unusable, "text", "Error");
+        const auto message = request(unusable, "text", "Error");
         message->sender = "self-1.0";
         message->serialNumber = 9;
         EXPECT_TRUE(fails(instance, *message));
@@ -156,7 +156,7 @@ TEST_F(TevoroTalkSendingTest, RefusesAnUnusableTargetAndTellsTheSender)
 
 TEST_F(TevoroTalkSendingTest, FailsWhereNobodyIsAndLaunchingIsNotAskedFor)
 {
-    auto const message = request("nobody-1.0", "text", "Error");
+    const auto message = request("nobody-1.0", "text", "Error");
     EXPECT_TRUE(fails(instance, *message));
     expectError(*message, "ERROR: LAUNCHING IS SUPPRESSED", "59");
     EXPECT_FALSE(instance.outgoingMessagePending());
@@ -164,7 +164,7 @@ TEST_F(TevoroTalkSendingTest, FailsWhereNobodyIsAndLaunchingIsNotAskedFor)
 
 TEST_F(TevoroTalkSendingTest, FailsWhereTheTargetCannotBeLaunched)
 {
-    auto const message = request("nobody-1.0", "text", "Error");
+    const auto message = request("nobody-1.0", "text", "Error");
     EXPECT_TRUE(fails(instance, *message, true));
     expectError(*message, "ERROR: TARGET COULD NOT BE LAUNCHED", "59");
     EXPECT_FALSE(instance.outgoingMessagePending());
@@ -172,14 +172,14 @@ TEST_F(TevoroTalkSendingTest, FailsWhereTheTargetCannotBeLaunched)
 
 TEST_F(TevoroTalkSendingTest, TellsNobodyWhoDidNotAskForErrors)
 {
-    auto const message = request("nobody-1.0", "text", "Result Processed");
+    const auto message = request("nobody-1.0", "text", "Result Processed");
     EXPECT_TRUE(fails(instance, *message));
     EXPECT_FALSE(pump());
 }
 
 TEST_F(TevoroTalkSendingTest, FailsAlsoWhenTheErrorReachedAnother)
 {
-    auto const message = request("nobody-1.0", "text", "Error");
+    const auto message = request("nobody-1.0", "text", "Error");
     message->sender = "target-1.0";
     EXPECT_TRUE(fails(instance, *message));
     EXPECT_THAT(delivered(), ElementsAre(HasSubstr("type=Error")));
@@ -187,16 +187,16 @@ TEST_F(TevoroTalkSendingTest, FailsAlsoWhenTheErrorReachedAnother)
 
 TEST_F(TevoroTalkSendingTest, CannotWriteAMessageWithoutASender)
 {
-    InterAppStream const nameless("nameless_1-1.0", true);
-    TevoroTalk const& mute = another("nameless_1-1.0");
-    auto const message = request("target-1.0", "text", "Error");
+    const InterAppStream nameless("nameless_1-1.0", true);
+    const TevoroTalk& mute = another("nameless_1-1.0");
+    const auto message = request("target-1.0", "text", "Error");
     EXPECT_TRUE(fails(mute, *message));
     EXPECT_FALSE(target.messagePending());
 }
 
 TEST_F(TevoroTalkSendingTest, AsksForTheEndOfWhatIsAwaited)
 {
-    RequestRow const rows[] = {
+    const RequestRow rows[] = {
         {"nothing asked", "Own", "", false, ""},
         {"result", "Own", "Result", false, " request=Result Processed"},
         {"end", "Own", "Processed", false, " request=Processed"},
@@ -206,14 +206,14 @@ TEST_F(TevoroTalkSendingTest, AsksForTheEndOfWhatIsAwaited)
         {"debug", "Debug", "Result", true, " request=Result"},
         {"ignore", "Ignore", "Result", true, " request=Result"},
     };
-    for (RequestRow const& row : rows) {
+    for (const RequestRow& row : rows) {
         SCOPED_TRACE(row.name);
-        auto const message = request("target-1.0", "text", row.request);
+        const auto message = request("target-1.0", "text", row.request);
         message->type = row.type;
         message->serialNumber = 77;
         if (row.hasHandler)
             delete instance.changeHandler(new InboxHandler(inbox, "Other", 77));
-        std::string const text = asDelivered(*message);
+        const std::string text = asDelivered(*message);
         EXPECT_THAT(
             text, HasSubstr(std::string("type=") + row.type + row.delivered + " timestamp"));
         instance.deleteHandlers(77);
@@ -223,9 +223,9 @@ TEST_F(TevoroTalkSendingTest, AsksForTheEndOfWhatIsAwaited)
 TEST_F(TevoroTalkSendingTest, DeliversInTheProcessWithoutAText)
 {
     TevoroTalk& second = another("second-1.0", new InboxHandler(inbox));
-    Paused const pause;
+    const Paused pause;
     // On the wire a NUL becomes a line feed.
-    auto const message = request("second-1.0", std::string("a\0b", 3));
+    const auto message = request("second-1.0", std::string("a\0b", 3));
     EXPECT_TRUE(send(instance, *message));
     EXPECT_FALSE(isReadable(instance.waitDescriptor()));
     EXPECT_TRUE(isReadable(second.waitDescriptor()));
@@ -235,12 +235,12 @@ TEST_F(TevoroTalkSendingTest, DeliversInTheProcessWithoutAText)
 
 TEST_F(TevoroTalkSendingTest, PutsTheReceiptBeforeTheMessageInTheTargetsQueue)
 {
-    TevoroTalk const& second = another("second-1.0");
-    Paused const pause;
-    auto const message = request("second-1.0", "text", "Received");
+    const TevoroTalk& second = another("second-1.0");
+    const Paused pause;
+    const auto message = request("second-1.0", "text", "Received");
     message->type = "Own";
     EXPECT_TRUE(send(instance, *message));
-    std::string const number = std::to_string(message->serialNumber);
+    const std::string number = std::to_string(message->serialNumber);
     EXPECT_THAT(queued(second, "in", "Type"), ElementsAre("Received", "Own"));
     EXPECT_THAT(queued(second, "in", "Serial-Number"), ElementsAre(number, number));
     EXPECT_THAT(queued(second, "in", "Received"), ElementsAre(number, "undefined"));
@@ -253,7 +253,7 @@ TEST_F(TevoroTalkSendingTest, PutsTheReceiptBeforeTheMessageInTheTargetsQueue)
 
 TEST_F(TevoroTalkSendingTest, KeepsTheCallersMessageApartFromTheDeliveredOne)
 {
-    auto const message = request("self-1.0", "before");
+    const auto message = request("self-1.0", "before");
     EXPECT_TRUE(send(instance, *message));
     message->body = "after";
     EXPECT_TRUE(pump());
@@ -262,10 +262,10 @@ TEST_F(TevoroTalkSendingTest, KeepsTheCallersMessageApartFromTheDeliveredOne)
 
 TEST_F(TevoroTalkSendingTest, WatchesForAnAnswer)
 {
-    Paused const pause;
-    auto const message = request("target-1.0", "text", "Timeout");
+    const Paused pause;
+    const auto message = request("target-1.0", "text", "Timeout");
     message->timeout = 30;
-    std::int64_t const before = now();
+    const std::int64_t before = now();
     EXPECT_TRUE(send(instance, *message));
     EXPECT_THAT(queued(instance, "in", "Type"), ElementsAre("Ignore"));
     EXPECT_THAT(queued(instance, "in", "Target"), ElementsAre("self-1.0"));
@@ -279,31 +279,31 @@ TEST_F(TevoroTalkSendingTest, WatchesForAnAnswer)
 
 TEST_F(TevoroTalkSendingTest, WatchesAMinuteForWhatNeverRunsOut)
 {
-    Paused const pause;
-    auto const message = request("target-1.0", "text", "Timeout");
-    std::int64_t const before = now();
+    const Paused pause;
+    const auto message = request("target-1.0", "text", "Timeout");
+    const std::int64_t before = now();
     EXPECT_TRUE(send(instance, *message));
     expectWatchUntil(before + 60, now() + 60);
 }
 
 TEST_F(TevoroTalkSendingTest, WatchesForTheLongestTimeThatThereIs)
 {
-    Paused const pause;
-    auto const message = request("target-1.0", "text", "Timeout");
+    const Paused pause;
+    const auto message = request("target-1.0", "text", "Timeout");
     message->timeout = std::numeric_limits<std::int32_t>::max();
-    std::int64_t const before = now() + message->timeout;
+    const std::int64_t before = now() + message->timeout;
     EXPECT_TRUE(send(instance, *message));
     expectWatchUntil(before, now() + message->timeout);
 }
 
 TEST_F(TevoroTalkSendingTest, WatchesNotWhereTheTargetDoes)
 {
-    Paused const pause;
-    auto const message = request("target-1.0", "text", "Timeout");
+    const Paused pause;
+    const auto message = request("target-1.0", "text", "Timeout");
     message->setHeader("TIMEOUT_DETECTOR", "TARGET");
     EXPECT_TRUE(send(instance, *message));
     EXPECT_THAT(queued(instance, "in", "Type"), IsEmpty());
-    auto const watched = request("target-1.0", "text", "Timeout");
+    const auto watched = request("target-1.0", "text", "Timeout");
     watched->setHeader("TIMEOUT_DETECTOR", "SENDER");
     EXPECT_TRUE(send(instance, *watched));
     EXPECT_THAT(queued(instance, "in", "Type"), ElementsAre("Ignore"));
@@ -311,7 +311,7 @@ TEST_F(TevoroTalkSendingTest, WatchesNotWhereTheTargetDoes)
 
 TEST_F(TevoroTalkSendingTest, KeepsASendersOwnTimeoutNoticeFromOthers)
 {
-    auto const message = request("target-1.0", "text");
+    const auto message = request("target-1.0", "text");
     message->type = "Timeout";
     message->setHeader("TIMEOUT_DETECTOR", "SENDER");
     message->sender = "self-1.0";
@@ -327,7 +327,7 @@ TEST_F(TevoroTalkSendingTest, KeepsASendersOwnTimeoutNoticeFromOthers)
 TEST_F(TevoroTalkSendingTest, WaitsUntilTheMessageWasWorkedOff)
 {
     TevoroTalk& second = another("second-1.0", new InboxHandler(inbox));
-    auto const message = request("second-1.0", "text");
+    const auto message = request("second-1.0", "text");
     message->serialNumber = 77;
     instance.changeHandler(new InboxHandler(inbox, "Quillscriber", 77));
     EXPECT_TRUE(instance.send(*message, false, 10, nullptr));
@@ -338,8 +338,8 @@ TEST_F(TevoroTalkSendingTest, WaitsUntilTheMessageWasWorkedOff)
 
 TEST_F(TevoroTalkSendingTest, WaitsForNothingWithoutAHandler)
 {
-    auto const start = SteadyClock::now();
-    auto const message = request("target-1.0", "text");
+    const auto start = SteadyClock::now();
+    const auto message = request("target-1.0", "text");
     EXPECT_TRUE(instance.send(*message, false, 60, nullptr));
     EXPECT_LT(SteadyClock::now() - start, kPatience);
 }
@@ -347,8 +347,8 @@ TEST_F(TevoroTalkSendingTest, WaitsForNothingWithoutAHandler)
 TEST_F(TevoroTalkSendingTest, WaitsForAsLongAsItIsAsked)
 {
     TevoroTalk& second = another("second-1.0", new InboxHandler(inbox));
-    for (unsigned long const seconds : {std::numeric_limits<unsigned long>::max(), 1UL << 40U}) {
-        auto const message = request("second-1.0", "text");
+    for (const unsigned long seconds : {std::numeric_limits<unsigned long>::max(), 1UL << 40U}) {
+        const auto message = request("second-1.0", "text");
         message->serialNumber = 77;
         instance.changeHandler(new InboxHandler(inbox, "Quillscriber", 77));
         EXPECT_TRUE(instance.send(*message, false, seconds, nullptr));
@@ -358,10 +358,10 @@ TEST_F(TevoroTalkSendingTest, WaitsForAsLongAsItIsAsked)
 
 TEST_F(TevoroTalkSendingTest, GivesUpWaitingAtTheDeadline)
 {
-    auto const message = request("target-1.0", "text", "Result");
+    const auto message = request("target-1.0", "text", "Result");
     message->serialNumber = 77;
     instance.changeHandler(new InboxHandler(inbox, "Quillscriber", 77));
-    auto const start = SteadyClock::now();
+    const auto start = SteadyClock::now();
     EXPECT_FALSE(instance.send(*message, false, 1, nullptr));
     EXPECT_GE(SteadyClock::now() - start, std::chrono::seconds(1));
     EXPECT_EQ(delivered().size(), 1U);
@@ -370,10 +370,10 @@ TEST_F(TevoroTalkSendingTest, GivesUpWaitingAtTheDeadline)
 
 TEST_F(TevoroTalkSendingTest, EndsTheWaitOnAnError)
 {
-    auto const message = request("nobody-1.0", "text", "Error");
+    const auto message = request("nobody-1.0", "text", "Error");
     message->serialNumber = 77;
     instance.changeHandler(new InboxHandler(inbox, "Error", 77));
-    auto const start = SteadyClock::now();
+    const auto start = SteadyClock::now();
     EXPECT_FALSE(instance.send(*message, false, 60, nullptr));
     EXPECT_LT(SteadyClock::now() - start, kPatience);
     EXPECT_THAT(inbox.bodies(), ElementsAre("ERROR: LAUNCHING IS SUPPRESSED"));

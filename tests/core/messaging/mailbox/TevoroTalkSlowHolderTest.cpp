@@ -21,7 +21,7 @@ constexpr auto kLimit = std::chrono::seconds(10); // of one send
 class TevoroTalkSlowHolderTest : public test::BusProcessFixture {
 protected:
     // Holds a name of the bus and reads nothing, in a process of its own.
-    static Peer sleeper(std::string const& name)
+    static Peer sleeper(const std::string& name)
     {
         auto peer = std::make_unique<PeerProcess>(
             std::vector<std::string>{PORT_PEER, "sit", test::hexOf(std::string(gPortName) + name)});
@@ -30,10 +30,10 @@ protected:
     }
 
     // Does it until it takes as long as a send that fails; whether that came.
-    static bool becomesSlow(std::function<void()> const& work)
+    static bool becomesSlow(const std::function<void()>& work)
     {
         for (int i = 0; i < 10000; ++i) {
-            auto const begin = SteadyClock::now();
+            const auto begin = SteadyClock::now();
             work();
             if (SteadyClock::now() - begin >= kLimit)
                 return SteadyClock::now() - begin < 2 * kLimit;
@@ -46,10 +46,10 @@ protected:
 
 TEST_F(TevoroTalkSlowHolderTest, HoldsUpOneSendForTenSecondsAndTheBusNotAtAll)
 {
-    Peer const holder = sleeper("sleeper-1.0");
+    const Peer holder = sleeper("sleeper-1.0");
     start();
-    Peer const other = peer("other-1.0");
-    std::string const large(30000, 'x');
+    const Peer other = peer("other-1.0");
+    const std::string large(30000, 'x');
     bool isSent = true;
     EXPECT_TRUE(
         becomesSlow([&] { isSent = send(*self, *request("sleeper-1.0", large, "Error")); }));
@@ -57,7 +57,7 @@ TEST_F(TevoroTalkSlowHolderTest, HoldsUpOneSendForTenSecondsAndTheBusNotAtAll)
     EXPECT_TRUE(pump());
     EXPECT_THAT(inbox.bodies(), ElementsAre("ERROR: LAUNCHING IS SUPPRESSED"));
     inbox.clear();
-    auto const message = request("other-1.0", "text", "Result");
+    const auto message = request("other-1.0", "text", "Result");
     EXPECT_TRUE(send(*self, *message));
     await(2);
     EXPECT_EQ(other->finish(), 0);
@@ -67,19 +67,19 @@ TEST_F(TevoroTalkSlowHolderTest, HoldsUpOneSendForTenSecondsAndTheBusNotAtAll)
 // A watcher that was stopped, say, at its terminal.
 TEST_F(TevoroTalkSlowHolderTest, HoldsUpThoseThatItWatchesForOneSendAMinute)
 {
-    Peer const watcher = sleeper("watcher-1.0");
-    Peer const watchersThread = sleeper("watcher-1.0#thread");
+    const Peer watcher = sleeper("watcher-1.0");
+    const Peer watchersThread = sleeper("watcher-1.0#thread");
     start();
     ThreadForwardMsgHandler forwarder(
         TevoroTalkContext::getCurrentContext(), "FWDMESSAGES", "watcher-1.0");
-    SoString const large{std::string_view(std::string(30000, 'x'))};
-    auto const forward = [&] {
+    const SoString large{std::string_view(std::string(30000, 'x'))};
+    const auto forward = [&] {
         TevoroTalk::Message copy;
         copy.body = large;
         EXPECT_EQ(forwarder.handleMessage(0, copy, nullptr), 0);
     };
     EXPECT_TRUE(becomesSlow(forward));
-    auto const begin = SteadyClock::now();
+    const auto begin = SteadyClock::now();
     forward();
     EXPECT_LT(SteadyClock::now() - begin, kLimit);
     EXPECT_EQ(watcher->finish(), 0);

@@ -28,14 +28,14 @@ protected:
     static Words names()
     {
         Words result;
-        for (Pt::HeldPort const& port : Pt::heldLocalPorts())
+        for (const Pt::HeldPort& port : Pt::heldLocalPorts())
             result.push_back(port.name.substr(std::string(gPortName).size()));
         return result;
     }
     std::vector<std::string> portFiles() const
     {
         Words result;
-        for (auto const& entry : std::filesystem::directory_iterator(folder.path("ports")))
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path("ports")))
             result.push_back(entry.path().filename().string());
         return result;
     }
@@ -45,7 +45,7 @@ protected:
 
 TEST_F(TevoroTalkTest, HasItsNameInLowerCase)
 {
-    TevoroTalk const& instance = start("Self-1.0-De_DE");
+    const TevoroTalk& instance = start("Self-1.0-De_DE");
     EXPECT_EQ(bytes(instance.getAppName()), "self-1.0-de_de");
     EXPECT_EQ(instance.getContext(), TevoroTalk::getSharedContext());
 }
@@ -53,7 +53,7 @@ TEST_F(TevoroTalkTest, HasItsNameInLowerCase)
 TEST_F(TevoroTalkTest, HoldsThePortsOfTheInstanceItsThreadAndItsQuestions)
 {
     start();
-    TevoroTalkThread const* const thread = TevoroTalkThread::getMainThread();
+    const TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
     ASSERT_TRUE(waitUntil([&] { return !thread->getSpecifier().isEmpty(); }));
     EXPECT_THAT(names(), ElementsAre("self-1.0", "self-1.0#ping", "self-1.0#thread"));
     EXPECT_TRUE(TevoroTalk::InitTerm::exit());
@@ -85,7 +85,7 @@ TEST_F(TevoroTalkTest, LeavesTheBusAloneThatWasStartedBeforeIt)
 
 TEST_F(TevoroTalkTest, StartsNoBusAsASecondaryInstance)
 {
-    TevoroTalk const instance("self-1.0", nullptr, false, nullptr);
+    const TevoroTalk instance("self-1.0", nullptr, false, nullptr);
     EXPECT_EQ(instance.getContext(), nullptr);
     EXPECT_EQ(TevoroTalk::getSharedContext(), nullptr);
     EXPECT_EQ(bytes(instance.getAppName()), "self-1.0");
@@ -95,8 +95,8 @@ TEST_F(TevoroTalkTest, StartsNoBusAsASecondaryInstance)
 TEST_F(TevoroTalkTest, SendsWithoutABusAndGivesNoNumbers)
 {
     InterAppStream stream("asker-1.0", true);
-    TevoroTalk const instance("self-1.0", nullptr, false, nullptr);
-    auto const message = request("asker-1.0");
+    const TevoroTalk instance("self-1.0", nullptr, false, nullptr);
+    const auto message = request("asker-1.0");
     EXPECT_TRUE(send(instance, *message));
     EXPECT_EQ(message->serialNumber, 0U);
     EXPECT_THAT(bytes(message->sender), "self-1.0");
@@ -106,7 +106,7 @@ TEST_F(TevoroTalkTest, SendsWithoutABusAndGivesNoNumbers)
 TEST_F(TevoroTalkTest, NumbersItselfBesideOthersOfItsName)
 {
     start("self-1.0");
-    for (std::string const expected : {"self_1-1.0",
+    for (const std::string expected : {"self_1-1.0",
              "self_2-1.0",
              "self_3-1.0",
              "self_4-1.0",
@@ -120,12 +120,12 @@ TEST_F(TevoroTalkTest, NumbersItselfBesideOthersOfItsName)
 
 TEST_F(TevoroTalkTest, DoesNothingWithoutAName)
 {
-    InterAppStream const holder("self_2-1.0", true);
+    const InterAppStream holder("self_2-1.0", true);
     TevoroTalk& instance = start("self_2-1.0");
     EXPECT_EQ(bytes(instance.getAppName()), "");
     EXPECT_FALSE(instance.incomingMessagePending());
     EXPECT_FALSE(pump());
-    auto const message = request("tevoro-1.0");
+    const auto message = request("tevoro-1.0");
     EXPECT_FALSE(send(instance, *message));
     EXPECT_FALSE(instance.waitForMessage(0));
     EXPECT_FALSE(isReadable(instance.waitDescriptor()));
@@ -134,12 +134,12 @@ TEST_F(TevoroTalkTest, DoesNothingWithoutAName)
 TEST_F(TevoroTalkTest, TakesAnotherNameAndLeavesTheFirst)
 {
     TevoroTalk& instance = start();
-    int const descriptor = instance.waitDescriptor();
+    const int descriptor = instance.waitDescriptor();
     instance.setAppName("other-2.0");
     EXPECT_EQ(bytes(instance.getAppName()), "other-2.0");
     EXPECT_EQ(instance.waitDescriptor(), descriptor);
     EXPECT_THAT(names(), Not(Contains("self-1.0")));
-    InterAppStream const sender("asker-1.0", true);
+    const InterAppStream sender("asker-1.0", true);
     EXPECT_FALSE(sender.send("self-1.0", "text"));
     EXPECT_TRUE(sender.send("other-2.0", "Target:other-2.0\nSender:asker-1.0\nType:Own\n\n"));
     EXPECT_TRUE(isReadable(descriptor, kPatience));
@@ -148,7 +148,7 @@ TEST_F(TevoroTalkTest, TakesAnotherNameAndLeavesTheFirst)
 TEST_F(TevoroTalkTest, KeepsItsNameWhenItIsToldTheSame)
 {
     TevoroTalk& instance = start();
-    InterAppStream const sender("asker-1.0", true);
+    const InterAppStream sender("asker-1.0", true);
     EXPECT_TRUE(sender.send("self-1.0", "Target:self-1.0\nSender:asker-1.0\nType:Log\n\n"));
     instance.setAppName("self-1.0");
     EXPECT_TRUE(pumpUntil([&] { return inbox.size() == 1; })); // not lost with a mailbox
@@ -167,7 +167,7 @@ TEST_F(TevoroTalkTest, RegistersANumberedCopyAndTakesItAway)
     registry.paths["self-1.0"] = "/opt/self";
     start();
     EXPECT_THAT(registry.calls, IsEmpty());
-    TevoroTalk const* const copy = &another("self-1.0");
+    const TevoroTalk* const copy = &another("self-1.0");
     EXPECT_THAT(registry.calls, ElementsAre("register self_1-1.0 /opt/self (null) 0 0"));
     delete copy;
     EXPECT_THAT(registry.calls,
@@ -182,7 +182,7 @@ TEST_F(TevoroTalkTest, RegistersNoCopyThatIsInstalledAndTakesNoneAwayThatWasRefu
     start();
     delete &another("self-1.0"); // the first, which is installed
     EXPECT_THAT(registry.calls, IsEmpty());
-    TevoroTalk const* const first = &another("self-1.0");
+    const TevoroTalk* const first = &another("self-1.0");
     delete &another("self-1.0"); // the second, which is not registered
     EXPECT_THAT(registry.calls, ElementsAre("register self_2-1.0  (null) 0 0"));
     delete first;
@@ -203,9 +203,9 @@ TEST_F(TevoroTalkTest, RunsStartsAndEndsManyTimes)
 {
     for (int i = 0; i < 20; ++i) {
         SCOPED_TRACE(i);
-        TevoroTalk const& instance = start();
+        const TevoroTalk& instance = start();
         EXPECT_EQ(bytes(instance.getAppName()), "self-1.0");
-        auto const message = request("self-1.0", "again");
+        const auto message = request("self-1.0", "again");
         EXPECT_TRUE(send(instance, *message));
         EXPECT_TRUE(pump());
         EXPECT_TRUE(TevoroTalk::InitTerm::exit());
@@ -218,11 +218,11 @@ TEST_F(TevoroTalkTest, TellsSendersOfWhatItHadNotWorkedOff)
 {
     start();
     TevoroTalk* const second = &another("second-1.0");
-    InterAppStream const threadOfTarget("late-1.0#thread", true);
-    auto const outgoing = request("late-1.0", "to late", "Timeout");
+    const InterAppStream threadOfTarget("late-1.0#thread", true);
+    const auto outgoing = request("late-1.0", "to late", "Timeout");
     outgoing->sender = "self-1.0";
-    auto const incoming = request("second-1.0", "to second", "Timeout");
-    Paused const pause;
+    const auto incoming = request("second-1.0", "to second", "Timeout");
+    const Paused pause;
     EXPECT_FALSE(send(*second, *outgoing, true));
     EXPECT_TRUE(send(*self, *incoming));
     inbox.clear();
@@ -231,7 +231,7 @@ TEST_F(TevoroTalkTest, TellsSendersOfWhatItHadNotWorkedOff)
     // Of the outgoing queue first, then of the incoming one: the message, and the watcher of the
     // other, which had its own name as sender.
     std::vector<std::uint32_t> numbers;
-    for (Inbox::Entry const& entry : inbox.entries()) {
+    for (const Inbox::Entry& entry : inbox.entries()) {
         EXPECT_EQ(entry.type, "Timeout");
         numbers.push_back(entry.serialNumber);
     }
@@ -259,7 +259,7 @@ TEST_F(TevoroTalkTest, AnswersAndDoesNotHangWhereThePortFolderIsRefused)
     TevoroTalk& instance = start();
     EXPECT_NE(TevoroTalk::getSharedContext(), nullptr);
     EXPECT_EQ(bytes(instance.getAppName()), "");
-    auto const message = request("tevoro-1.0", "body", "Result Error Timeout");
+    const auto message = request("tevoro-1.0", "body", "Result Error Timeout");
     EXPECT_FALSE(send(instance, *message));
     EXPECT_FALSE(instance.send(*message, true, 1, nullptr));
     EXPECT_FALSE(instance.messagePending());
@@ -330,9 +330,9 @@ TEST_F(TevoroTalkTest, HidesTheStartupScreenWhereItsLauncherSaysSo)
 TEST_F(TevoroTalkTest, SaysWhatWaits)
 {
     TevoroTalk& instance = start();
-    Paused const pause;
+    const Paused pause;
     EXPECT_FALSE(instance.messagePending());
-    InterAppStream const asker("asker-1.0", true);
+    const InterAppStream asker("asker-1.0", true);
     EXPECT_TRUE(asker.send("self-1.0", "Target:self-1.0\nSender:asker-1.0\nType:Own\n\n"));
     ASSERT_TRUE(isReadable(instance.waitDescriptor(), kPatience));
     EXPECT_TRUE(instance.incomingMessagePending());
@@ -344,7 +344,7 @@ TEST_F(TevoroTalkTest, SaysWhatWaits)
 
 TEST_F(TevoroTalkTest, IsIdleOnceNothingWaits)
 {
-    TevoroTalk const& instance = start();
+    const TevoroTalk& instance = start();
     TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
     thread->setKeyValuePair("STATUS", "PUMPING");
     EXPECT_FALSE(instance.messagePending());
@@ -354,7 +354,7 @@ TEST_F(TevoroTalkTest, IsIdleOnceNothingWaits)
 TEST_F(TevoroTalkTest, TakesOneIncomingMessageOut)
 {
     TevoroTalk& instance = start();
-    auto const message = request("self-1.0");
+    const auto message = request("self-1.0");
     EXPECT_TRUE(send(instance, *message));
     EXPECT_FALSE(instance.removeIncomingMessage(kNone));
     EXPECT_TRUE(instance.removeIncomingMessage(message->serialNumber));

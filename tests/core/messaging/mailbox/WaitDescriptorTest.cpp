@@ -34,7 +34,7 @@ protected:
         return isReadable(instance.waitDescriptor(), limit);
     }
     // Another process that sends a message, and is gone then.
-    static void sendFromAnotherProcess(std::string const& type = "Own")
+    static void sendFromAnotherProcess(const std::string& type = "Own")
     {
         PeerProcess peer({STREAM_PEER, "asker-1.0"});
         EXPECT_EQ(peer.line(), "asker-1.0");
@@ -49,7 +49,7 @@ protected:
     {
         rusage usage = {};
         ::getrusage(RUSAGE_SELF, &usage);
-        auto const of = [](timeval const& time) -> microseconds {
+        const auto of = [](const timeval& time) -> microseconds {
             return std::chrono::seconds(time.tv_sec) + microseconds(time.tv_usec);
         };
         return of(usage.ru_utime) + of(usage.ru_stime);
@@ -70,7 +70,7 @@ TEST_F(WaitDescriptorTest, IsDownWhenThereIsNothing)
 
 TEST_F(WaitDescriptorTest, IsUpForATextOfAnotherProcess)
 {
-    Paused const pause;
+    const Paused pause;
     sendFromAnotherProcess();
     EXPECT_TRUE(isUp(kPatience));
     EXPECT_TRUE(instance.waitForMessage(-1));
@@ -82,7 +82,7 @@ TEST_F(WaitDescriptorTest, IsUpForATextOfAnotherProcess)
 
 TEST_F(WaitDescriptorTest, CanBeWaitedForByAnEventLoop)
 {
-    int const loop = ::epoll_create1(EPOLL_CLOEXEC);
+    const int loop = ::epoll_create1(EPOLL_CLOEXEC);
     epoll_event event = {};
     event.events = EPOLLIN;
     ASSERT_EQ(::epoll_ctl(loop, EPOLL_CTL_ADD, instance.waitDescriptor(), &event), 0);
@@ -105,8 +105,8 @@ TEST_F(WaitDescriptorTest, StaysUpWhenTheThreadOfTheBusTookTheTextIn)
 
 TEST_F(WaitDescriptorTest, IsUpForAMessageOfThisProcess)
 {
-    TevoroTalk const& second = another("second-1.0");
-    auto const message = request("self-1.0");
+    const TevoroTalk& second = another("second-1.0");
+    const auto message = request("self-1.0");
     EXPECT_TRUE(send(second, *message));
     EXPECT_TRUE(isUp());
     EXPECT_FALSE(isReadable(second.waitDescriptor()));
@@ -117,7 +117,7 @@ TEST_F(WaitDescriptorTest, IsUpForAMessageOfThisProcess)
 TEST_F(WaitDescriptorTest, IsUpUntilTheLastMessageIsGone)
 {
     for (int i = 0; i < 3; ++i) {
-        auto const message = request("self-1.0");
+        const auto message = request("self-1.0");
         EXPECT_TRUE(send(instance, *message));
     }
     for (int i = 0; i < 3; ++i) {
@@ -129,9 +129,9 @@ TEST_F(WaitDescriptorTest, IsUpUntilTheLastMessageIsGone)
 
 TEST_F(WaitDescriptorTest, IsUpWhenADeadlineHasPassed)
 {
-    InterAppStream const target("target-1.0", true);
-    Paused const pause;
-    auto const message = request("target-1.0", "text", "Timeout");
+    const InterAppStream target("target-1.0", true);
+    const Paused pause;
+    const auto message = request("target-1.0", "text", "Timeout");
     message->timeout = 1;
     EXPECT_TRUE(send(instance, *message));
     EXPECT_FALSE(isUp());
@@ -144,9 +144,9 @@ TEST_F(WaitDescriptorTest, IsUpWhenADeadlineHasPassed)
 
 TEST_F(WaitDescriptorTest, IsDownWhileWatchersWait)
 {
-    InterAppStream const target("target-1.0", true);
+    const InterAppStream target("target-1.0", true);
     for (int i = 0; i < 100; ++i) {
-        auto const message = request("target-1.0", "text", "Timeout");
+        const auto message = request("target-1.0", "text", "Timeout");
         message->timeout = 100;
         EXPECT_TRUE(send(instance, *message));
     }
@@ -158,9 +158,9 @@ TEST_F(WaitDescriptorTest, IsDownWhileWatchersWait)
 
 TEST_F(WaitDescriptorTest, ComesDownWithWhatRanOut)
 {
-    Paused const pause;
-    InterAppStream const asker("asker-1.0", true);
-    std::string const head = "Target:self-1.0\nSender:asker-1.0\nType:Own\n";
+    const Paused pause;
+    const InterAppStream asker("asker-1.0", true);
+    const std::string head = "Target:self-1.0\nSender:asker-1.0\nType:Own\n";
     EXPECT_TRUE(asker.send("self-1.0",
         test::soString(head + "Timestamp: " + std::to_string(now() - 9) + "\nTimeout:5\n\n")));
     ASSERT_TRUE(isUp(kPatience));
@@ -171,8 +171,8 @@ TEST_F(WaitDescriptorTest, ComesDownWithWhatRanOut)
 
 TEST_F(WaitDescriptorTest, ComesDownAfterTextsThatHoldNothing)
 {
-    Paused const pause;
-    InterAppStream const asker("asker-1.0", true);
+    const Paused pause;
+    const InterAppStream asker("asker-1.0", true);
     for (int i = 0; i < 10; ++i)
         EXPECT_TRUE(asker.send("self-1.0", "Target:self-1.0\nSender:asker-1.0\nType:Ignore\n\n"));
     ASSERT_TRUE(isUp(kPatience));
@@ -183,10 +183,10 @@ TEST_F(WaitDescriptorTest, ComesDownAfterTextsThatHoldNothing)
 
 TEST_F(WaitDescriptorTest, StaysTheSameUnderAnotherName)
 {
-    int const descriptor = instance.waitDescriptor();
+    const int descriptor = instance.waitDescriptor();
     instance.setAppName("other-1.0");
     EXPECT_EQ(instance.waitDescriptor(), descriptor);
-    auto const message = request("other-1.0");
+    const auto message = request("other-1.0");
     EXPECT_TRUE(send(instance, *message));
     EXPECT_TRUE(isUp());
     EXPECT_TRUE(pump());
@@ -195,24 +195,24 @@ TEST_F(WaitDescriptorTest, StaysTheSameUnderAnotherName)
 TEST_F(WaitDescriptorTest, CostsNothingWhileTenInstancesAreIdle)
 {
     constexpr milliseconds kIdle{1000};
-    constexpr int kMostAttempts = 8;
+    constexpr int kMaxAttempts = 8;
     // 0.2 percent of a core; the sanitizers cost more than the bus.
     constexpr microseconds kAllowed = microseconds(kIdle) / (test::kIsSanitized ? 50 : 500);
     std::vector<pollfd> questions;
     questions.push_back({instance.waitDescriptor(), POLLIN, 0});
     for (int i = 1; i < 10; ++i) {
-        std::string const name = "idle" + std::to_string(i) + "-1.0";
-        TevoroTalk const& other = another(name.c_str());
+        const std::string name = "idle" + std::to_string(i) + "-1.0";
+        const TevoroTalk& other = another(name.c_str());
         questions.push_back({other.waitDescriptor(), POLLIN, 0});
     }
-    InterAppStream const target("target-1.0", true);
-    auto const watched = request("target-1.0", "text", "Timeout");
+    const InterAppStream target("target-1.0", true);
+    const auto watched = request("target-1.0", "text", "Timeout");
     EXPECT_TRUE(send(instance, *watched));
     pump();
     // What others do on the machine meanwhile can only add to it: the least of some counts.
     microseconds least = microseconds::max();
-    for (int i = 0; i < kMostAttempts && least > kAllowed; ++i) {
-        microseconds const before = processorTime();
+    for (int i = 0; i < kMaxAttempts && least > kAllowed; ++i) {
+        const microseconds before = processorTime();
         EXPECT_EQ(::poll(questions.data(), questions.size(), static_cast<int>(kIdle.count())), 0);
         least = std::min(least, processorTime() - before);
     }

@@ -103,10 +103,10 @@ protected:
     {
         for (int i = 0; i < kPeers; ++i)
             start(i);
-        auto const end = SteadyClock::now() + time;
+        const auto end = SteadyClock::now() + time;
         while (SteadyClock::now() < end) {
             std::this_thread::sleep_for(std::chrono::milliseconds(m_random() % 300));
-            int const number = static_cast<int>(m_random() % kPeers);
+            const int number = static_cast<int>(m_random() % kPeers);
             kill(number);
             start(number);
         }
@@ -125,7 +125,7 @@ protected:
         auto size = recordedBytes();
         while (SteadyClock::now() < since + kQuiet) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            if (auto const next = recordedBytes(); next != size) {
+            if (const auto next = recordedBytes(); next != size) {
                 size = next;
                 since = SteadyClock::now();
             }
@@ -147,15 +147,15 @@ protected:
             for (std::string line; std::getline(file, line);)
                 readLine(i, line);
         }
-        for (auto const& [id, times] : m_handled) {
-            auto const sent = m_sent.find(id);
+        for (const auto& [id, times] : m_handled) {
+            const auto sent = m_sent.find(id);
             EXPECT_TRUE(sent != m_sent.end()) << id << " was handled and never sent";
             if (sent != m_sent.end())
                 sent->second.handled = times;
         }
     }
 
-    void readLine(int number, std::string const& line)
+    void readLine(int number, const std::string& line)
     {
         std::istringstream words(line);
         char step = 0;
@@ -184,30 +184,30 @@ protected:
     }
 
     // Whether a process that held the target's name while the message was sent was killed.
-    bool wasTargetKilled(Sent const& sent) const
+    bool wasTargetKilled(const Sent& sent) const
     {
-        for (Life const& life : m_lives)
+        for (const Life& life : m_lives)
             if (life.number == sent.target && life.wasKilled && sent.time <= life.end
                 && sent.deliveryTime >= life.start)
                 return true;
         return false;
     }
 
-    bool wasSenderKilled(Sent const& sent) const
+    bool wasSenderKilled(const Sent& sent) const
     {
-        for (Life const& life : m_lives)
+        for (const Life& life : m_lives)
             if (life.process == sent.process && life.number == sent.sender)
                 return life.wasKilled;
         return true;
     }
 
     // What is known of a message, for people.
-    std::string story(Sent const& sent) const
+    std::string story(const Sent& sent) const
     {
         std::ostringstream text;
         text << "kind " << sent.kind << " to " << sent.target << " from " << sent.time << " to "
              << sent.deliveryTime << "; lives of the target:";
-        for (Life const& life : m_lives)
+        for (const Life& life : m_lives)
             if (life.number == sent.target)
                 text << " [" << life.process << " " << life.start << " to " << life.end
                      << (life.wasKilled ? " killed]" : "]");
@@ -228,10 +228,10 @@ protected:
 void BusSoakTest::addUp()
 {
     std::map<std::string, long> counts;
-    for (auto const& [id, sent] : m_sent) {
+    for (const auto& [id, sent] : m_sent) {
         ++counts["sent"];
-        bool const isSenderWhole = !wasSenderKilled(sent);
-        bool const isTargetWhole = !wasTargetKilled(sent);
+        const bool isSenderWhole = !wasSenderKilled(sent);
+        const bool isTargetWhole = !wasTargetKilled(sent);
         EXPECT_LE(sent.handled, 1) << id << " was handled twice";
         if (sent.isRefused) {
             ++counts["refused"];
@@ -245,13 +245,12 @@ void BusSoakTest::addUp()
         }
         ++counts["delivered"];
         // A second's time-out may be over before the target looks; its sender is told, if it lives.
-        bool const hasTimedOut = sent.kind == kTimed && sent.handled == 0
+        const bool hasTimedOut = sent.kind == kTimed && sent.handled == 0
             && (!isSenderWhole || sent.answers.count("timeout") != 0);
-        if (sent.kind == kForged) {
+        if (sent.kind == kForged)
             EXPECT_EQ(sent.handled, 0) << id << " was forged and handled";
-        } else if (isTargetWhole && !hasTimedOut) {
+        else if (isTargetWhole && !hasTimedOut)
             EXPECT_EQ(sent.handled, 1) << id << " was lost: " << story(sent);
-        }
         counts[sent.kind == kForged ? "rejected"
                 : sent.handled == 1 ? "handled"
                 : hasTimedOut       ? "timed out"
@@ -259,7 +258,7 @@ void BusSoakTest::addUp()
         if (sent.kind == kPlain || !isSenderWhole)
             continue;
         long answers = 0;
-        for (auto const& [answer, times] : sent.answers) {
+        for (const auto& [answer, times] : sent.answers) {
             answers += times;
             counts["answered: " + answer] += times;
         }
@@ -272,9 +271,8 @@ void BusSoakTest::addUp()
             EXPECT_EQ(answers, 1) << id << " of kind " << sent.kind
                                   << " was not answered: " << story(sent);
         }
-        if (isTargetWhole && sent.kind == kForged) {
+        if (isTargetWhole && sent.kind == kForged)
             EXPECT_EQ(sent.answers.count("error"), 1u) << id;
-        }
     }
     EXPECT_EQ(counts["delivered"],
         counts["handled"] + counts["rejected"] + counts["timed out"]
@@ -282,7 +280,7 @@ void BusSoakTest::addUp()
     EXPECT_EQ(counts["sent"],
         counts["delivered"] + counts["refused"] + counts["cut off by a kill of the sender"]);
     EXPECT_GT(counts["handled"], 100);
-    for (auto const& [what, count] : counts)
+    for (const auto& [what, count] : counts)
         std::printf("%s: %ld\n", what.c_str(), count);
     std::printf("lives: %zu\n", m_lives.size());
 }
@@ -290,10 +288,10 @@ void BusSoakTest::addUp()
 // Messages of one life of a sender come in their order to whoever holds the target's name.
 void BusSoakTest::expectOrder() const
 {
-    for (auto const& [target, ids] : m_order) {
+    for (const auto& [target, ids] : m_order) {
         std::map<pid_t, long> last;
-        for (std::string const& id : ids) {
-            Sent const& sent = m_sent.at(id);
+        for (const std::string& id : ids) {
+            const Sent& sent = m_sent.at(id);
             EXPECT_LT(last[sent.process], sent.count) << id << " was overtaken";
             last[sent.process] = sent.count;
         }
@@ -302,7 +300,7 @@ void BusSoakTest::expectOrder() const
 
 std::chrono::seconds wantedTime(long usual)
 {
-    char const* const wanted = std::getenv("BUS_SOAK_SECONDS");
+    const char* const wanted = std::getenv("BUS_SOAK_SECONDS");
     return std::chrono::seconds(wanted != nullptr ? std::atol(wanted) : usual);
 }
 

@@ -25,20 +25,20 @@ using namespace ScObjects;
 double wallNow()
 {
     using std::chrono::milliseconds;
-    auto const now = std::chrono::system_clock::now().time_since_epoch();
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
     return static_cast<double>(std::chrono::duration_cast<milliseconds>(now).count());
 }
 
 class BusFilesTest : public testing::Test {
 protected:
-    SoString path(std::string const& name) const { return m_folder.path(name).c_str(); }
+    SoString path(const std::string& name) const { return m_folder.path(name).c_str(); }
 
     test::TestFolder m_folder;
 };
 
 class BusLocaleTest : public testing::Test {
 protected:
-    std::string localeFor(std::string const& value)
+    std::string localeFor(const std::string& value)
     {
         m_environment.set("LC_ALL", value);
         return TevoroTalkUtils::getCurrentLocale().get();
@@ -50,7 +50,7 @@ protected:
 class TimeTextTest : public testing::Test {
 protected:
     TimeTextTest() { useZone("UTC0"); }
-    void useZone(std::string const& zone)
+    void useZone(const std::string& zone)
     {
         m_environment.set("TZ", zone);
         ::tzset();
@@ -106,7 +106,7 @@ TEST_F(BusFilesTest, DeletesNoFolder)
 
 TEST_F(BusFilesTest, MakesAFolderThatOthersMayPassThrough)
 {
-    mode_t const mask = ::umask(0);
+    const mode_t mask = ::umask(0);
     EXPECT_TRUE(TevoroTalkUtils::mkdir(path("folder")));
     ::umask(mask);
     EXPECT_EQ(fs::status(m_folder.path("folder")).permissions(), fs::perms{0771});
@@ -193,9 +193,9 @@ TEST_F(TimeTextTest, IsOfThisMomentWithoutATime)
 
 TEST(BusTimeTest, CountsWholeMillisecondsSince1970)
 {
-    double const before = wallNow();
-    double const time = TevoroTalkUtils::getUTCTimeMilliSeconds();
-    double const after = wallNow();
+    const double before = wallNow();
+    const double time = TevoroTalkUtils::getUTCTimeMilliSeconds();
+    const double after = wallNow();
     EXPECT_LE(before, time);
     EXPECT_LE(time, after);
     EXPECT_EQ(time, std::floor(time));
@@ -203,16 +203,16 @@ TEST(BusTimeTest, CountsWholeMillisecondsSince1970)
 
 TEST(BusTimeTest, CountsSecondsSince1970)
 {
-    std::int64_t const before =
+    const std::int64_t before =
         std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-    std::int64_t const time = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t time = TevoroTalkUtils::getTimeSeconds();
     EXPECT_LE(before, time);
     EXPECT_LE(time, before + 60);
 }
 
 TEST(BusTimeTest, SleepsSecondsAndTheirParts)
 {
-    auto const before = std::chrono::steady_clock::now();
+    const auto before = std::chrono::steady_clock::now();
     TevoroTalkUtils::sleep(1500);
     EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(1500));
 }
@@ -225,14 +225,14 @@ TEST(BusTimeTest, DoesNotResumeASleepThatASignalEnds)
 TEST(BusTimerTest, ReadsTheTimeSinceItsStart)
 {
     TevoroTalkUtils::Timer timer;
-    double const beforeStart = wallNow();
+    const double beforeStart = wallNow();
     timer.start();
-    double const afterStart = wallNow();
+    const double afterStart = wallNow();
     TevoroTalkUtils::sleep(20);
-    double const beforeRead = wallNow();
-    double const first = timer.stop();
-    double const afterRead = wallNow();
-    double const second = timer.stop();
+    const double beforeRead = wallNow();
+    const double first = timer.stop();
+    const double afterRead = wallNow();
+    const double second = timer.stop();
     EXPECT_GE(first, beforeRead - afterStart);
     EXPECT_LE(first, afterRead - beforeStart);
     EXPECT_GE(second, first);
@@ -240,8 +240,8 @@ TEST(BusTimerTest, ReadsTheTimeSinceItsStart)
 
 TEST(BusTimerTest, CountsFrom1970BeforeItsStart)
 {
-    TevoroTalkUtils::Timer const timer;
-    double const before = wallNow();
+    const TevoroTalkUtils::Timer timer;
+    const double before = wallNow();
     EXPECT_GE(timer.stop(), before);
     EXPECT_GE(timer.now(), before);
 }
@@ -254,9 +254,9 @@ TEST(SenderTest, IsTheHostAndTheProcess)
 
 TEST(SenderTest, IsAnotherInAnotherProcess)
 {
-    std::string const ours = std::string(TevoroTalkUtils::getSenderID().get());
-    int const answer = test::askedAsOrdinaryUser([&] {
-        std::string const theirs = std::string(TevoroTalkUtils::getSenderID().get());
+    const std::string ours = std::string(TevoroTalkUtils::getSenderID().get());
+    const int answer = test::askedAsOrdinaryUser([&] {
+        const std::string theirs = std::string(TevoroTalkUtils::getSenderID().get());
         return theirs != ours && theirs == "localhost:mac" + std::to_string(::getpid()) ? 1 : 0;
     });
     EXPECT_EQ(answer, 1);

@@ -32,13 +32,13 @@ protected:
         TevoroTalk::getSharedContext()->appendDiagnostics(out, "/p");
         return bytes(out);
     }
-    static std::string of(TevoroTalk const& instance)
+    static std::string of(const TevoroTalk& instance)
     {
         SoString out;
         instance.appendDiagnostics(out, "/p");
         return bytes(out);
     }
-    static Words linesOf(std::string const& text)
+    static Words linesOf(const std::string& text)
     {
         Words lines;
         for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1)
@@ -47,7 +47,7 @@ protected:
     }
     static void fill(TevoroTalkData::MessageQueue& queue)
     {
-        for (char const* type : {"Log", "Order", "Log", "Result"}) {
+        for (const char* type : {"Log", "Order", "Log", "Result"}) {
             auto message = request("somebody-1.0");
             message->sender = "self-1.0";
             message->type = type;
@@ -88,7 +88,7 @@ TEST_F(DiagnosticsTest, TellsOfSwitchesThatAreOffAndOfAGroup)
     Message::setAuthentication(false);
     Message::setCreateDigest(false);
     TevoroTalk::getSharedContext()->setLogging(true);
-    std::string const lines = ofContext();
+    const std::string lines = ofContext();
     EXPECT_THAT(lines, HasSubstr("/p/context/group;0;Group;suite;\n"));
     EXPECT_THAT(lines, HasSubstr(";Logging:;ON;\n"));
     EXPECT_THAT(lines, HasSubstr(";Authentication;OFF;\n"));
@@ -102,7 +102,7 @@ TEST_F(DiagnosticsTest, TellsNothingOfAnEmptyStore)
     SoString out;
     thread.appendDiagnostics(out, "/p");
     EXPECT_THAT(bytes(out), HasSubstr("/p/thread/ping;1;Ping;6;\n"));
-    for (char const* key : {"ECHO_REQUEST", "STATUS", "MAIN", "LAUNCHED", "DIAGNOSTICS", "INFO"})
+    for (const char* key : {"ECHO_REQUEST", "STATUS", "MAIN", "LAUNCHED", "DIAGNOSTICS", "INFO"})
         thread.setKeyValuePair(key, "");
     out.shrink(0);
     thread.appendDiagnostics(out, "/p");
@@ -112,7 +112,7 @@ TEST_F(DiagnosticsTest, TellsNothingOfAnEmptyStore)
 
 TEST_F(DiagnosticsTest, TellsOfAnInstanceAndItsHandlers)
 {
-    TevoroTalk const& main = start();
+    const TevoroTalk& main = start();
     delete self->changeHandler(new InboxHandler(inbox, "Result", 17));
     EXPECT_THAT(linesOf(of(main)),
         ElementsAre("/p/self-1.0;1;self-1.0;(main);",
@@ -140,9 +140,9 @@ TEST_F(DiagnosticsTest, PutsTheMessagesBeforeTheLineThatCountsThem)
 {
     start();
     {
-        Paused const pause;
-        InterAppStream const sender("sender-1.0", true);
-        auto const message = request("self-1.0", "hello");
+        const Paused pause;
+        const InterAppStream sender("sender-1.0", true);
+        const auto message = request("self-1.0", "hello");
         message->sender = "sender-1.0";
         message->serialNumber = 12;
         SoString text;
@@ -150,9 +150,9 @@ TEST_F(DiagnosticsTest, PutsTheMessagesBeforeTheLineThatCountsThem)
         ASSERT_TRUE(sender.send("self-1.0", text));
         self->processIncomingMessage(kNone, false);
     }
-    std::string const lines = of(*self);
-    std::size_t const message = lines.find("/p/self-1.0/in/msg12;1;msg[00000012];");
-    std::size_t const count = lines.find("/p/self-1.0/in;1;Incoming;1;\n");
+    const std::string lines = of(*self);
+    const std::size_t message = lines.find("/p/self-1.0/in/msg12;1;msg[00000012];");
+    const std::size_t count = lines.find("/p/self-1.0/in;1;Incoming;1;\n");
     EXPECT_NE(message, std::string::npos) << lines;
     EXPECT_NE(count, std::string::npos) << lines;
     EXPECT_LT(message, count);
@@ -174,7 +174,7 @@ TEST_F(DiagnosticsTest, HasNoTargetsWithoutARegistry)
 {
     start();
     another("other-1.0");
-    std::string const lines = diagnostics();
+    const std::string lines = diagnostics();
     EXPECT_TRUE(lines.starts_with("/self-1.0/context;1;Info;;\n"));
     EXPECT_THAT(lines, Not(HasSubstr("/targets")));
     EXPECT_THAT(lines, HasSubstr("/self-1.0/thread;1;Thread;"));
@@ -200,7 +200,7 @@ public:
         : m_lines(std::move(lines))
     {
     }
-    void appendDiagnostics(SoString& out, SoString const& path) const override
+    void appendDiagnostics(SoString& out, const SoString& path) const override
     {
         EXPECT_EQ(bytes(path), "/self-1.0");
         out = m_lines.c_str();

@@ -19,13 +19,13 @@ using namespace ScObjects;
 // Records what it is shown, below the folder it was run on; ends at the path `last`.
 class RecordingFilter final : public TevoroTalkUtils::FileFilter {
 public:
-    explicit RecordingFilter(SoString const& root, std::string last = "-")
+    explicit RecordingFilter(const SoString& root, std::string last = "-")
         : m_start(static_cast<std::size_t>(root.length()) + 1)
         , m_last(std::move(last))
     {
     }
-    bool onFile(SoString const& path) override { return record("file ", path); }
-    bool onFolder(SoString const& path) override { return record("folder ", path); }
+    bool onFile(const SoString& path) override { return record("file ", path); }
+    bool onFolder(const SoString& path) override { return record("folder ", path); }
 
     std::vector<std::string> sorted() const
     {
@@ -37,9 +37,9 @@ public:
     std::string last() const { return m_seen.empty() ? "" : m_seen.back(); }
 
 private:
-    bool record(std::string const& kind, SoString const& path)
+    bool record(const std::string& kind, const SoString& path)
     {
-        std::string const below(path.view().substr(m_start));
+        const std::string below(path.view().substr(m_start));
         m_seen.push_back(kind + below);
         return below != m_last;
     }
@@ -52,7 +52,7 @@ private:
 class FolderWalkTest : public testing::Test {
 protected:
     SoString root() const { return m_folder.path().c_str(); }
-    SoString path(std::string const& name) const { return m_folder.path(name).c_str(); }
+    SoString path(const std::string& name) const { return m_folder.path(name).c_str(); }
 
     test::TestFolder m_folder;
 };
@@ -89,7 +89,7 @@ TEST_F(FolderWalkTest, IsFalseForWhatIsNoFolder)
 
 TEST_F(FolderWalkTest, EndsWhenAFileIsRefused)
 {
-    for (char const* const name : {"a", "b", "c", "sub/d"})
+    for (const char* const name : {"a", "b", "c", "sub/d"})
         m_folder.write(name, "");
     RecordingFilter filter(root(), "b");
     EXPECT_FALSE(filter.run(root()));
@@ -99,7 +99,7 @@ TEST_F(FolderWalkTest, EndsWhenAFileIsRefused)
 TEST_F(FolderWalkTest, EndsWhenAFileFarBelowIsRefused)
 {
     m_folder.write("sub/deep/refused", "");
-    for (char const* const name : {"a", "b", "c", "d", "sub/e", "sub/f"})
+    for (const char* const name : {"a", "b", "c", "d", "sub/e", "sub/f"})
         m_folder.write(name, "");
     RecordingFilter filter(root(), "sub/deep/refused");
     EXPECT_FALSE(filter.run(root()));
@@ -154,9 +154,9 @@ TEST_F(FolderWalkTest, GoesOnBehindAFolderThatIsClosed)
     m_folder.write("b", "");
     fs::permissions(m_folder.path(), fs::perms{0755});
     fs::permissions(m_folder.path("closed"), fs::perms::none);
-    int const seen = test::askedAsOrdinaryUser([&] {
+    const int seen = test::askedAsOrdinaryUser([&] {
         RecordingFilter filter(root());
-        bool const isWhole = filter.run(root());
+        const bool isWhole = filter.run(root());
         return isWhole ? static_cast<int>(filter.count()) : 50;
     });
     fs::permissions(m_folder.path("closed"), fs::perms{0700});
@@ -173,7 +173,7 @@ TEST_F(FolderWalkTest, PassesEverythingUnlessItIsOverridden)
 TEST_F(FolderWalkTest, LeavesNoDescriptorOpen)
 {
     m_folder.write("sub/deep/file", "");
-    std::ptrdiff_t const before = test::openDescriptors();
+    const std::ptrdiff_t before = test::openDescriptors();
     RecordingFilter filter(root(), "sub/deep/file");
     filter.run(root());
     EXPECT_EQ(test::openDescriptors(), before);

@@ -26,7 +26,7 @@ using testing::Not;
 // Keeps a copy of each message that it is given.
 class CopyingHandler final : public TevoroTalk::MsgHandler {
 public:
-    CopyingHandler(char const* type, std::vector<std::string>& copies)
+    CopyingHandler(const char* type, std::vector<std::string>& copies)
         : m_type(type)
         , m_copies(copies)
     {
@@ -41,13 +41,13 @@ public:
             throw std::runtime_error("a subscriber that throws");
         return code;
     }
-    char const* getMsgType() const override { return m_type; }
+    const char* getMsgType() const override { return m_type; }
 
     long code = 0;
     bool throws = false;
 
 private:
-    char const* m_type;
+    const char* m_type;
     std::vector<std::string>& m_copies;
 };
 
@@ -59,20 +59,20 @@ protected:
         start("watcher-1.0");
         delete self->changeHandler(new InboxHandler(debug, "Debug"));
     }
-    CopyingHandler& subscribeHere(char const* key)
+    CopyingHandler& subscribeHere(const char* key)
     {
         auto* const own = new CopyingHandler(key, copies);
         delete self->changeHandler(own);
         return *own;
     }
-    static bool forward(Message const& message, char const* label = "")
+    static bool forward(const Message& message, const char* label = "")
     {
         return TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", "/root", label);
     }
-    bool gets(std::string const& part)
+    bool gets(const std::string& part)
     {
         return pumpUntil([&] {
-            for (std::string const& body : debug.bodies())
+            for (const std::string& body : debug.bodies())
                 if (body.find(part) != std::string::npos)
                     return true;
             return false;
@@ -89,7 +89,7 @@ TEST_F(ForwardingTest, HandsACopyOfTheMessagesLinesToTheSubscriber)
 {
     start();
     subscribeHere("FWDMESSAGES");
-    auto const message = request("somebody-1.0", "hello");
+    const auto message = request("somebody-1.0", "hello");
     message->sender = "self-1.0";
     message->serialNumber = 12;
     message->timestamp = 1'785'000'000;
@@ -103,10 +103,10 @@ TEST_F(ForwardingTest, PutsTheLabelIntoALineOfItsOwn)
 {
     start();
     subscribeHere("FWDMESSAGES");
-    auto const message = request("somebody-1.0", "hello");
+    const auto message = request("somebody-1.0", "hello");
     message->serialNumber = 12;
     EXPECT_TRUE(forward(*message, "sent"));
-    std::string const time = bytes(TevoroTalkUtils::getTimeString(&message->timestamp));
+    const std::string time = bytes(TevoroTalkUtils::getTimeString(&message->timestamp));
     ASSERT_EQ(copies.size(), 1U);
     EXPECT_TRUE(copies[0].ends_with("\n/root/msg12;1;msg[" + time + "];sent;\n")) << copies[0];
 }
@@ -115,12 +115,12 @@ TEST_F(ForwardingTest, LeavesOutWhatWouldForwardItself)
 {
     start();
     subscribeHere("FWDMESSAGES");
-    for (char const* type : {"Debug", "Log"}) {
-        auto const message = request("somebody-1.0");
+    for (const char* type : {"Debug", "Log"}) {
+        const auto message = request("somebody-1.0");
         message->type = type;
         EXPECT_FALSE(forward(*message)) << type;
     }
-    auto const empty = request("somebody-1.0", "");
+    const auto empty = request("somebody-1.0", "");
     empty->type = "Quillscriber";
     EXPECT_FALSE(forward(*empty));
     empty->type = "Result";
@@ -131,7 +131,7 @@ TEST_F(ForwardingTest, LeavesOutWhatWouldForwardItself)
 TEST_F(ForwardingTest, SaysWhatTheSubscriberSays)
 {
     start();
-    auto const message = request("somebody-1.0");
+    const auto message = request("somebody-1.0");
     EXPECT_FALSE(forward(*message));
     EXPECT_FALSE(TevoroTalkData::hasSubscriber("FWDMESSAGES"));
     subscribeHere("FWDMESSAGES").code = 3;
@@ -165,7 +165,7 @@ TEST_F(ForwardingTest, ShowsAnotherProcesssMessagesUntilItIsToldToStop)
     EXPECT_EQ(ask("peer-1.0", "FWDMESSAGES=watcher-1.0"), "watcher-1.0");
     EXPECT_EQ(other.tell("send peer-1.0 first"), "sent");
     EXPECT_TRUE(gets("/body/text;0;Text;first;\n"));
-    auto const entry = debug.at(0);
+    const auto entry = debug.at(0);
     EXPECT_EQ(entry.sender, "peer-1.0");
     EXPECT_EQ(entry.target, "watcher-1.0");
 
@@ -185,12 +185,12 @@ TEST_F(ForwardingTest, ShowsAnotherProcesssMessagesUntilItIsToldToStop)
 TEST_F(ForwardingTest, ShowsOnlyTheLastSubscriberOfAKind)
 {
     startWatching();
-    Peer const lost("lost-1.0");
+    const Peer lost("lost-1.0");
     Peer peer("peer-1.0");
     EXPECT_EQ(ask("peer-1.0", "FWDLOGS=lost-1.0"), "lost-1.0");
     EXPECT_EQ(ask("peer-1.0", "FWDLOGS=watcher-1.0"), "watcher-1.0");
     EXPECT_EQ(ask("peer-1.0", "FWDLOGS"), "watcher-1.0");
-    std::string const lines = ask("peer-1.0", "INFO", kLong, "messages");
+    const std::string lines = ask("peer-1.0", "INFO", kLong, "messages");
     EXPECT_THAT(lines, HasSubstr("/handler/FWDLOGS;0;FWDLOGS;for all messages;\n"));
     EXPECT_EQ(lines.find("FWDLOGS;for"), lines.rfind("FWDLOGS;for"));
 }
@@ -205,11 +205,11 @@ TEST_F(ForwardingTest, DoesNotHurtWhenTheSubscriberIsKilled)
     EXPECT_TRUE(send(*self, *request("peer-1.0", "first", "Result")));
     watcher.reset();
     for (int i = 0; i < 20; ++i) {
-        auto const message = request("peer-1.0", "more", "Result");
+        const auto message = request("peer-1.0", "more", "Result");
         EXPECT_TRUE(send(*self, *message));
     }
     EXPECT_TRUE(pumpUntil([&] {
-        std::vector<int> const reasons = inbox.reasons();
+        const std::vector<int> reasons = inbox.reasons();
         return std::count(reasons.begin(), reasons.end(), TevoroTalk::MsgHandler::kResult) == 21;
     })) << testing::PrintToString(inbox.words());
     EXPECT_EQ(ask("peer-1.0", ""), kEcho);
@@ -252,7 +252,7 @@ TEST_F(ForwardingTest, MayChangeSubscribersAThousandTimesWhileMessagesPass)
     constexpr int kChanges = 1000;
     start();
     ASSERT_TRUE(waitUntil([] { return !thread().getSpecifier().isEmpty(); }));
-    Peer const watcher("watcher-1.0");
+    const Peer watcher("watcher-1.0");
     std::atomic<bool> isOver{false};
     std::thread changer([&] {
         for (int i = 0; i < kChanges; i += 2) {

@@ -24,14 +24,14 @@ using testing::Not;
 
 std::ptrdiff_t threads()
 {
-    std::filesystem::directory_iterator const tasks("/proc/self/task");
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
     return std::distance(begin(tasks), end(tasks));
 }
 
 // What a command says; nothing when it fails.
-std::string outputOf(std::string const& command)
+std::string outputOf(const std::string& command)
 {
-    std::unique_ptr<FILE, std::function<void(FILE*)>> const pipe(
+    const std::unique_ptr<FILE, std::function<void(FILE*)>> pipe(
         ::popen(command.c_str(), "re"), [](FILE* file) { ::pclose(file); });
     std::string output;
     std::array<char, 4096> part;
@@ -40,7 +40,7 @@ std::string outputOf(std::string const& command)
     return output;
 }
 
-bool isThere(std::string const& command)
+bool isThere(const std::string& command)
 {
     return !outputOf("command -v " + command).empty();
 }
@@ -58,7 +58,7 @@ protected:
     {
         void* const module = ::dlopen(BUS_MODULE, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(module, nullptr) << ::dlerror();
-        auto const use = reinterpret_cast<int (*)(char const*, bool)>(::dlsym(module, "useBus"));
+        const auto use = reinterpret_cast<int (*)(const char*, bool)>(::dlsym(module, "useBus"));
         ASSERT_NE(use, nullptr);
         EXPECT_THAT(test::read("/proc/self/maps"), HasSubstr("libtevorotalk.so"));
         EXPECT_EQ(use("module-1.0", inBackground), 0);
@@ -74,12 +74,12 @@ protected:
 TEST_F(LibraryTest, LeavesNothingWhenItIsUnloaded)
 {
     useOnce(false); // what other libraries keep for good, they have from here on
-    std::ptrdiff_t const descriptors = test::openDescriptors();
-    std::ptrdiff_t const tasks = threads();
+    const std::ptrdiff_t descriptors = test::openDescriptors();
+    const std::ptrdiff_t tasks = threads();
     for (int i = 0; i < 20; ++i) {
         SCOPED_TRACE(i);
         useOnce(i % 2 == 0);
-        std::string const maps = test::read("/proc/self/maps");
+        const std::string maps = test::read("/proc/self/maps");
         EXPECT_THAT(maps, Not(HasSubstr("libtevorotalk.so")));
         EXPECT_THAT(maps, Not(HasSubstr(std::filesystem::path(BUS_MODULE).filename().string())));
         EXPECT_EQ(test::openDescriptors(), descriptors);
@@ -93,7 +93,7 @@ TEST_F(LibraryTest, HasNoInitialiserOfItsOwn)
 {
     if (!isThere("nm"))
         GTEST_SKIP() << "nm is missing";
-    std::string const symbols = outputOf("nm '" TEVOROTALK_LIBRARY "'");
+    const std::string symbols = outputOf("nm '" TEVOROTALK_LIBRARY "'");
     EXPECT_THAT(symbols, HasSubstr("TevoroTalk"));
     EXPECT_THAT(symbols, Not(HasSubstr("_GLOBAL__sub_I")));
     EXPECT_THAT(symbols, Not(HasSubstr("__cxx_global_var_init")));
@@ -106,8 +106,8 @@ TEST_F(LibraryTest, RunsNothingWhenItIsLoaded)
     if (!isThere("readelf"))
         GTEST_SKIP() << "readelf is missing";
     // The compiler's own entry, and no other: 8 bytes.
-    std::string const sections = outputOf("readelf -SW '" TEVOROTALK_LIBRARY "'");
-    std::regex const wanted(R"(\.init_array\s+INIT_ARRAY\s+\S+\s+\S+\s+(\S+))");
+    const std::string sections = outputOf("readelf -SW '" TEVOROTALK_LIBRARY "'");
+    const std::regex wanted(R"(\.init_array\s+INIT_ARRAY\s+\S+\s+\S+\s+(\S+))");
     std::smatch found;
     ASSERT_TRUE(std::regex_search(sections, found, wanted)) << sections;
     EXPECT_EQ(std::stoul(found[1], nullptr, 16), 8U);
@@ -117,9 +117,9 @@ TEST_F(LibraryTest, ShowsNamesOfItsNamespaceOnly)
 {
     if (!isThere("nm"))
         GTEST_SKIP() << "nm is missing";
-    std::string const symbols = outputOf("nm -D --defined-only -C '" TEVOROTALK_LIBRARY "'");
-    std::regex const line(R"([0-9a-f]+ [A-Za-z] (.*))");
-    std::regex const own("((vtable|typeinfo|typeinfo name) for )?ScObjects::.*");
+    const std::string symbols = outputOf("nm -D --defined-only -C '" TEVOROTALK_LIBRARY "'");
+    const std::regex line(R"([0-9a-f]+ [A-Za-z] (.*))");
+    const std::regex own("((vtable|typeinfo|typeinfo name) for )?ScObjects::.*");
     std::size_t count = 0;
     for (std::sregex_iterator it(symbols.begin(), symbols.end(), line), last; it != last; ++it) {
         ++count;

@@ -26,7 +26,7 @@ protected:
         delete self->changeHandler(new InboxHandler(log, "Log"));
     }
     // Waits for the entries of the log; other ones would stand before the mark.
-    Words logged(char const* mark = "the end")
+    Words logged(const char* mark = "the end")
     {
         TevoroTalkUtils::logText(mark);
         EXPECT_TRUE(
@@ -60,11 +60,11 @@ public:
     }
     long handleMessage(int, TevoroTalk::Message& message, SoString*) override
     {
-        for (auto const* header = message.headers; header != nullptr; header = header->next)
+        for (const auto* header = message.headers; header != nullptr; header = header->next)
             m_headers[bytes(header->name)] = bytes(header->value);
         return 0;
     }
-    char const* getMsgType() const override { return "Log"; }
+    const char* getMsgType() const override { return "Log"; }
 
 private:
     std::map<std::string, std::string>& m_headers;
@@ -74,7 +74,7 @@ private:
 
 TEST_F(LoggingTest, LogsOnlyWhereItWasAskedFor)
 {
-    for (auto const& [value, logs] :
+    for (const auto& [value, logs] :
         {std::pair("1", true), {"0", false}, {"", false}, {"11", false}}) {
         environment.set("TEVOROTALK_LOG", value);
         EXPECT_EQ(TevoroTalkUtils::isLoggingAskedFor(), logs) << value;
@@ -91,7 +91,7 @@ TEST_F(LoggingTest, DoesNothingWhileItIsOff)
     startLogging();
     Context& context = *TevoroTalk::getSharedContext();
     context.setLogging(false);
-    std::uint32_t const before = context.nextSerialNumber();
+    const std::uint32_t before = context.nextSerialNumber();
     TevoroTalkUtils::logMessage("SEND", *example(), true);
     TevoroTalkUtils::logText("text");
     EXPECT_EQ(context.nextSerialNumber(), before);
@@ -123,16 +123,16 @@ TEST_F(LoggingTest, HasTheFirstLineOnlyForAnEmptyText)
 TEST_F(LoggingTest, DescribesAMessageWithOrWithoutItsBody)
 {
     startLogging();
-    auto const message = example();
+    const auto message = example();
     SoString with, without;
     TevoroTalkUtils::logMessage("SEND", *message, true);
     TevoroTalkUtils::logMessage("SEND", *message, false);
     message->logToString("SEND", with, true);
     message->logToString("SEND", without, false);
-    Words const bodies = logged();
+    const Words bodies = logged();
     ASSERT_EQ(bodies.size(), 2U);
     // The moment of logging is the one thing that differs.
-    auto const timeless = [](std::string const& text) { return test::without(text, "Now"); };
+    const auto timeless = [](const std::string& text) { return test::without(text, "Now"); };
     EXPECT_EQ(timeless(bodies[0]), timeless(bytes(with)));
     EXPECT_EQ(timeless(bodies[1]), timeless(bytes(without)));
     EXPECT_THAT(bodies[1], HasSubstr("<<BODY OMITTED>>"));
@@ -145,7 +145,7 @@ TEST_F(LoggingTest, TellsTheFieldsOfTheMessageInHeaders)
     delete self->changeHandler(new HeaderHandler(headers));
     TevoroTalkUtils::logMessage("SEND", *example(), true);
     EXPECT_TRUE(pumpUntil([&] { return !headers.empty(); }));
-    std::map<std::string, std::string> const expected = {{"Reason", "SEND"},
+    const std::map<std::string, std::string> expected = {{"Reason", "SEND"},
         {"Target", "somebody-1.0"},
         {"Sender", "self-1.0"},
         {"Type", "Order"},
@@ -154,7 +154,7 @@ TEST_F(LoggingTest, TellsTheFieldsOfTheMessageInHeaders)
         {"Timeout", "5"},
         {"Result", "3"},
         {"Header_Room", "12"}};
-    for (auto const& [name, value] : expected)
+    for (const auto& [name, value] : expected)
         EXPECT_EQ(headers[name], value) << name;
     EXPECT_EQ(headers.count("Received"), 0U);
     EXPECT_EQ(headers.count("Error"), 0U);
@@ -174,10 +174,10 @@ TEST_F(LoggingTest, MayLogWithoutAReason)
 TEST_F(LoggingTest, LeavesOutTheLogItselfAndEmptyScripts)
 {
     startLogging();
-    auto const entry = example();
+    const auto entry = example();
     entry->type = "Log";
     TevoroTalkUtils::logMessage("SEND", *entry, true);
-    auto const script = request("somebody-1.0", "");
+    const auto script = request("somebody-1.0", "");
     script->type = "Quillscriber";
     TevoroTalkUtils::logMessage("SEND", *script, true);
     EXPECT_THAT(logged(), IsEmpty());
@@ -187,7 +187,7 @@ TEST_F(LoggingTest, GivesEachEntryANumberAndGoesOnLogging)
 {
     startLogging();
     Context& context = *TevoroTalk::getSharedContext();
-    std::uint32_t const before = context.nextSerialNumber();
+    const std::uint32_t before = context.nextSerialNumber();
     TevoroTalkUtils::logText("one");
     TevoroTalkUtils::logText("two");
     EXPECT_EQ(context.nextSerialNumber(), before + 2);
@@ -201,7 +201,7 @@ TEST_F(LoggingTest, LogsNothingWithoutAMainInstance)
     environment.set("TEVOROTALK_LOG", "1");
     TevoroTalk::InitTerm::init("self-1.0", true);
     ASSERT_TRUE(TevoroTalk::getSharedContext()->isLogging());
-    std::uint32_t const before = TevoroTalk::getSharedContext()->nextSerialNumber();
+    const std::uint32_t before = TevoroTalk::getSharedContext()->nextSerialNumber();
     TevoroTalkUtils::logText("text");
     EXPECT_EQ(TevoroTalk::getSharedContext()->nextSerialNumber(), before);
 }

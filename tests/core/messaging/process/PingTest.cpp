@@ -27,8 +27,8 @@ std::chrono::microseconds processorTime()
 {
     rusage used = {};
     ::getrusage(RUSAGE_SELF, &used);
-    timeval const& user = used.ru_utime;
-    timeval const& system = used.ru_stime;
+    const timeval& user = used.ru_utime;
+    const timeval& system = used.ru_stime;
     return std::chrono::seconds(user.tv_sec + system.tv_sec)
         + std::chrono::microseconds(user.tv_usec + system.tv_usec);
 }
@@ -40,7 +40,7 @@ protected:
     static void giveKeys(Peer& peer)
     {
         for (int i = 0; i < 10; ++i) {
-            std::string const number = std::to_string(i);
+            const std::string number = std::to_string(i);
             EXPECT_EQ(peer.tell("value KEY" + number + " value" + number + " 0"), "set");
         }
     }
@@ -64,7 +64,7 @@ TEST_F(PingTest, IsAnsweredWhileTheMainThreadSleeps)
 
 TEST_F(PingTest, SaysUndefinedForAnUnknownKeyAndForTheHandlerOfAll)
 {
-    Peer const peer("peer-1.0");
+    const Peer peer("peer-1.0");
     EXPECT_EQ(ask("peer-1.0", "NO SUCH KEY"), "UNDEFINED");
     EXPECT_EQ(ask("peer-1.0", "MAIN"), "UNDEFINED");
 }
@@ -92,7 +92,7 @@ TEST_F(PingTest, AsksTheThreadOfItsOwnProcessToo)
 TEST_F(PingTest, SaysAtOnceThatNobodyRuns)
 {
     test::TestRegistry::install({"installed-1.0"}).paths["installed-1.0"] = PING_PEER;
-    auto const before = std::chrono::steady_clock::now();
+    const auto before = std::chrono::steady_clock::now();
     EXPECT_EQ(ask("installed-1.0", "STATUS"), "ISNOTRUNNING");
     EXPECT_EQ(ask("unknown-1.0", "STATUS"), "ISNOTINSTALLED");
     EXPECT_LT(std::chrono::steady_clock::now() - before, 5s);
@@ -100,7 +100,7 @@ TEST_F(PingTest, SaysAtOnceThatNobodyRuns)
 
 TEST_F(PingTest, OnlySendsWithoutALimit)
 {
-    Peer const peer("peer-1.0");
+    const Peer peer("peer-1.0");
     EXPECT_EQ(ask("peer-1.0", "STATUS", 0), "NOERROR");
     peer.freeze();
     EXPECT_EQ(ask("peer-1.0", "STATUS", 0), "NOERROR");
@@ -110,12 +110,12 @@ TEST_F(PingTest, OnlySendsWithoutALimit)
 
 TEST_F(PingTest, GivesUpAfterTheLimitAndUsesNoProcessorTimeUntilThen)
 {
-    Peer const peer("peer-1.0");
+    const Peer peer("peer-1.0");
     peer.freeze();
-    auto const used = processorTime();
-    auto const before = std::chrono::steady_clock::now();
+    const auto used = processorTime();
+    const auto before = std::chrono::steady_clock::now();
     EXPECT_EQ(ask("peer-1.0", "STATUS", 2), "Timeout");
-    auto const passed = std::chrono::steady_clock::now() - before;
+    const auto passed = std::chrono::steady_clock::now() - before;
     EXPECT_GE(passed, 2s);
     EXPECT_LT(passed, 8s);
     EXPECT_LT(processorTime() - used, 400ms);
@@ -136,7 +136,7 @@ TEST_F(PingTest, IsNotAnsweredByALateAnswerToAnEarlierOne)
 
 TEST_F(PingTest, GetsNoAnswerWhenItWritesAKeyThatOthersMayRead)
 {
-    Peer const peer("peer-1.0");
+    const Peer peer("peer-1.0");
     EXPECT_EQ(ask("peer-1.0", "STATUS=BUSY", 1), "Timeout");
     EXPECT_EQ(ask("peer-1.0", "FWDLOGS=", 1), "Timeout");
     EXPECT_EQ(ask("peer-1.0", "STATUS"), "IDLE");
@@ -144,9 +144,9 @@ TEST_F(PingTest, GetsNoAnswerWhenItWritesAKeyThatOthersMayRead)
 
 TEST_F(PingTest, AsksEachRegisteredApplicationInTurn)
 {
-    Peer const first("first-1.0");
-    Peer const frozen("frozen-1.0");
-    Peer const last("last-1.0");
+    const Peer first("first-1.0");
+    const Peer frozen("frozen-1.0");
+    const Peer last("last-1.0");
     test::TestRegistry::install({"absent-1.0", "first-1.0", "frozen-1.0", "last-1.0"});
     frozen.freeze();
     int answered = -1;
@@ -188,8 +188,8 @@ TEST_F(PingTest, NeedsAStreamOfTheProcess)
 
 TEST_F(PingTest, BringsBackWhatTheBodyHolds)
 {
-    Peer const peer("peer-1.0");
-    std::string const lines = ask("peer-1.0", "INFO", kLong, "context");
+    const Peer peer("peer-1.0");
+    const std::string lines = ask("peer-1.0", "INFO", kLong, "context");
     EXPECT_TRUE(lines.starts_with("/peer-1.0;1;peer-1.0;IDLE;\n/peer-1.0/context;1;Info;;\n"));
     EXPECT_TRUE(ask("peer-1.0", "DIAGNOSTICS").starts_with("TevoroTalk Diagnostics\n"));
 }
@@ -210,14 +210,14 @@ TEST_F(PingTest, IsAnsweredAfterHandlersThatThrew)
 {
     ASSERT_TRUE(waitUntil([] { return !thread().getSpecifier().isEmpty(); }));
     Inbox questions;
-    for (char const* key : {"COLOUR", "Idle"}) {
+    for (const char* key : {"COLOUR", "Idle"}) {
         auto* const thrower = new InboxHandler(questions);
         thrower->throws = true;
         ASSERT_TRUE(TevoroTalk::Thread::setPingHandler(key, thrower));
     }
     EXPECT_EQ(ask("asker-1.0", "COLOUR", 1), "Timeout");
     EXPECT_TRUE(waitUntil([&] {
-        std::vector<int> const reasons = questions.reasons();
+        const std::vector<int> reasons = questions.reasons();
         return std::count(reasons.begin(), reasons.end(), TevoroTalk::MsgHandler::kIdle) > 1;
     }));
     EXPECT_EQ(ask("asker-1.0", ""), kEcho);
@@ -274,7 +274,7 @@ TEST_F(PingTest, GivesEachOfTwoThreadsItsOwnAnswer)
     constexpr int kPings = 100;
     Peer peer("peer-1.0");
     giveKeys(peer);
-    auto const right = [](std::string const& number) {
+    const auto right = [](const std::string& number) {
         int count = 0;
         for (int i = 0; i < kPings; ++i)
             count += ask("peer-1.0", "KEY" + number) == "value" + number ? 1 : 0;
@@ -282,7 +282,7 @@ TEST_F(PingTest, GivesEachOfTwoThreadsItsOwnAnswer)
     };
     int otherCount = 0;
     std::thread other([&] { otherCount = right("1"); });
-    int const count = right("2");
+    const int count = right("2");
     other.join();
     EXPECT_EQ(count, kPings);
     EXPECT_EQ(otherCount, kPings);

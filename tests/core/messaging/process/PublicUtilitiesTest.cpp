@@ -26,7 +26,7 @@ protected:
         environment.set("TEVOROTALK_LOG", "1");
     }
 
-    SoString path(std::string const& name) const { return folder.path(name).c_str(); }
+    SoString path(const std::string& name) const { return folder.path(name).c_str(); }
 
     test::TestFolder folder;
     test::Environment environment;
@@ -35,7 +35,7 @@ protected:
 // Writes down what it walks past.
 class Walk final : public TevoroTalkUtils::FileFilter {
 public:
-    bool onFile(SoString const& path) override
+    bool onFile(const SoString& path) override
     {
         files.emplace_back(path.view());
         return FileFilter::onFile(path);
@@ -54,7 +54,7 @@ TEST_F(PublicUtilitiesTest, DigestAsTheBusDoes)
 
 TEST_F(PublicUtilitiesTest, SayWhoThisProcessIs)
 {
-    std::string const sender = "localhost:mac" + std::to_string(::getpid());
+    const std::string sender = "localhost:mac" + std::to_string(::getpid());
     EXPECT_STREQ(TevoroTalkUtils::getSenderID(), sender.c_str());
     EXPECT_TRUE(TevoroTalkUtils::isLoggingAskedFor());
 }
@@ -79,7 +79,7 @@ TEST_F(PublicUtilitiesTest, TellTheTime)
     timer.start();
     TevoroTalkUtils::sleep(2);
     EXPECT_GT(timer.stop(), 0);
-    std::int64_t const seconds = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t seconds = TevoroTalkUtils::getTimeSeconds();
     EXPECT_GE(timer.now(), static_cast<double>(seconds) * 1000);
     EXPECT_GE(TevoroTalkUtils::getUTCTimeMilliSeconds(), static_cast<double>(seconds) * 1000);
     EXPECT_THAT(TevoroTalkUtils::getTimeString(&seconds).get(), MatchesRegex("..:..:.."));

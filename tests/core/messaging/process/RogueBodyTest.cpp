@@ -8,11 +8,11 @@ namespace {
 
 using test::Peer;
 
-class RogueBodyTest : public test::PingFixture, public testing::WithParamInterface<char const*> {
+class RogueBodyTest : public test::PingFixture, public testing::WithParamInterface<const char*> {
 protected:
     RogueBodyTest() { start("asker-1.0"); }
 
-    static std::string largeMessage(std::string const& port)
+    static std::string largeMessage(const std::string& port)
     {
         constexpr std::size_t kLength = std::size_t{100} << 20U;
         std::string text = "@QK>Version:2.05\nTarget:" + port
@@ -23,7 +23,7 @@ protected:
     }
 };
 
-std::string nameOf(testing::TestParamInfo<char const*> const& row)
+std::string nameOf(const testing::TestParamInfo<const char*>& row)
 {
     return *row.param != '\0' ? "Thread" : "Main";
 }
@@ -34,11 +34,11 @@ TEST_P(RogueBodyTest, MayHaveAHundredMegabytes)
 {
     Peer peer("peer-1.0");
     EXPECT_EQ(ask("peer-1.0", ""), kEcho);
-    auto const threads = peer.threads();
+    const auto threads = peer.threads();
     peer.serve();
-    std::string const port = std::string("peer-1.0") + GetParam();
+    const std::string port = std::string("peer-1.0") + GetParam();
     {
-        std::string const text = largeMessage(port);
+        const std::string text = largeMessage(port);
         Pt::LocalPortSender sender;
         EXPECT_TRUE(sender.send(portOf(port), text, kPatience));
     }

@@ -14,14 +14,14 @@ using test::bytes;
 using test::Peer;
 
 struct Rogue {
-    char const* name;
+    const char* name;
     std::string text;
 };
 
-std::string const kTarget = "peer-1.0";
+const std::string kTarget = "peer-1.0";
 
 // What a message that means well looks like, addressed to that port.
-std::string wireOf(std::string const& port, char const* command = "")
+std::string wireOf(const std::string& port, const char* command = "")
 {
     ScObjects::TevoroTalk::Message message;
     message.target = port.c_str();
@@ -37,21 +37,21 @@ std::string wireOf(std::string const& port, char const* command = "")
     return bytes(text);
 }
 
-std::string doubled(std::string const& text)
+std::string doubled(const std::string& text)
 {
     std::string result;
     for (std::size_t at = 0; at < text.size();) {
-        std::size_t const end = std::min(text.find('\n', at), text.size() - 1) + 1;
-        std::string const line = text.substr(at, end - at);
+        const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
+        const std::string line = text.substr(at, end - at);
         result += line + line;
         at = end;
     }
     return result;
 }
 
-std::string replaced(std::string text, std::string const& what, std::string const& by)
+std::string replaced(std::string text, const std::string& what, const std::string& by)
 {
-    std::size_t const at = text.find(what);
+    const std::size_t at = text.find(what);
     EXPECT_NE(at, std::string::npos) << what;
     return at == std::string::npos ? text : text.replace(at, what.size(), by);
 }
@@ -63,14 +63,14 @@ std::string withNuls(std::string text)
     return text;
 }
 
-std::vector<Rogue> rogues(std::string const& port)
+std::vector<Rogue> rogues(const std::string& port)
 {
-    std::string const plain = wireOf(port);
-    std::string const ping = wireOf(port, "STATUS");
-    std::string const digest = plain.substr(0, plain.find('\n') + 1);
-    std::string const length = "Content-Length:";
-    std::string const lengthLine = plain.substr(plain.find(length));
-    std::string const ownLength = lengthLine.substr(0, lengthLine.find('\n'));
+    const std::string plain = wireOf(port);
+    const std::string ping = wireOf(port, "STATUS");
+    const std::string digest = plain.substr(0, plain.find('\n') + 1);
+    const std::string length = "Content-Length:";
+    const std::string lengthLine = plain.substr(plain.find(length));
+    const std::string ownLength = lengthLine.substr(0, lengthLine.find('\n'));
     std::vector<Rogue> result = {
         {"no digest", plain.substr(digest.size())},
         {"wrong digest", replaced(plain, "a body", "a bodY")},
@@ -99,10 +99,10 @@ std::vector<Rogue> rogues(std::string const& port)
 }
 
 // Answers of all kinds to a question that nobody asked.
-std::vector<std::string> answersToNothing(std::string const& port)
+std::vector<std::string> answersToNothing(const std::string& port)
 {
     std::vector<std::string> result;
-    for (char const* type :
+    for (const char* type :
         {"Received", "Result", "Error", "Timeout", "Processed", "Log", "Debug"}) {
         ScObjects::TevoroTalk::Message message;
         message.target = port.c_str();
@@ -120,7 +120,7 @@ std::vector<std::string> answersToNothing(std::string const& port)
 // One application that gets what nobody should send, on either of its ports, while it pumps (true)
 // or while its main thread sleeps.
 class RogueMessageTest : public test::PingFixture,
-                         public testing::WithParamInterface<std::tuple<char const*, bool>> {
+                         public testing::WithParamInterface<std::tuple<const char*, bool>> {
 protected:
     RogueMessageTest()
     {
@@ -141,7 +141,7 @@ protected:
         std::ptrdiff_t count = peer.descriptors();
         for (int same = 0; same < kSameInARow; ++same) {
             ScObjects::TevoroTalkUtils::sleep(2);
-            if (std::ptrdiff_t const now = peer.descriptors(); now != count) {
+            if (const std::ptrdiff_t now = peer.descriptors(); now != count) {
                 count = now;
                 same = 0;
             }
@@ -149,12 +149,12 @@ protected:
         return count;
     }
 
-    void send(std::string const& text)
+    void send(const std::string& text)
     {
         EXPECT_TRUE(m_sender->send(portOf(port()), text, kPatience)) << text.substr(0, 200);
     }
     // Answers pings, and has no more descriptors and threads than before.
-    void expectAlive(char const* what)
+    void expectAlive(const char* what)
     {
         EXPECT_EQ(ask(kTarget, ""), kEcho) << what;
         EXPECT_EQ(ask(kTarget, "MAIN"), "UNDEFINED") << what;
@@ -176,9 +176,9 @@ private:
     std::ptrdiff_t m_threads = 0;
 };
 
-std::string nameOf(testing::TestParamInfo<std::tuple<char const*, bool>> const& info)
+std::string nameOf(const testing::TestParamInfo<std::tuple<const char*, bool>>& info)
 {
-    auto const& [suffix, pumps] = info.param;
+    const auto& [suffix, pumps] = info.param;
     return std::string(*suffix != '\0' ? "OnTheThreadPort" : "OnTheMainPort")
         + (pumps ? "WhileItPumps" : "WhileItsMainThreadSleeps");
 }
@@ -187,7 +187,7 @@ std::string nameOf(testing::TestParamInfo<std::tuple<char const*, bool>> const& 
 
 TEST_P(RogueMessageTest, LeavesTheApplicationAsItWas)
 {
-    for (auto const& [name, text] : rogues(port())) {
+    for (const auto& [name, text] : rogues(port())) {
         send(text);
         expectAlive(name);
     }
@@ -197,7 +197,7 @@ TEST_P(RogueMessageTest, LeavesTheApplicationAsItWas)
 
 TEST_P(RogueMessageTest, MayBeCutAnywhere)
 {
-    for (std::string const& whole : {wireOf(port()), wireOf(port(), "STATUS")}) {
+    for (const std::string& whole : {wireOf(port()), wireOf(port(), "STATUS")}) {
         for (std::size_t length = 1; length < whole.size(); ++length)
             send(whole.substr(0, length));
         expectAlive("cut");
@@ -207,7 +207,7 @@ TEST_P(RogueMessageTest, MayBeCutAnywhere)
 
 TEST_P(RogueMessageTest, MayAnswerWhatNobodyAsked)
 {
-    for (std::string const& text : answersToNothing(port()))
+    for (const std::string& text : answersToNothing(port()))
         send(text);
     expectAlive("answers");
     expectNothingLeft();

@@ -20,12 +20,12 @@ class RunningStateTest : public test::PingFixture {
 protected:
     using Port = std::unique_ptr<Pt::LocalPort>;
 
-    static Port hold(std::string const& name) { return Pt::LocalPort::hold(portOf(name)); }
-    static bool isRunning(char const* name)
+    static Port hold(const std::string& name) { return Pt::LocalPort::hold(portOf(name)); }
+    static bool isRunning(const char* name)
     {
         return TevoroTalk::Specifier(name, false).isRunning();
     }
-    static std::string status(char const* name)
+    static std::string status(const char* name)
     {
         return bytes(TevoroTalk::Specifier(name, false).status());
     }
@@ -59,9 +59,9 @@ TEST_F(RunningStateTest, DoesNotRunWithoutANameOrAnOwner)
 TEST_F(RunningStateTest, RunsWhenItsThreadHasAnOwner)
 {
     start("asker-1.0");
-    Port const port = hold("peer-1.0#thread");
+    const Port port = hold("peer-1.0#thread");
     EXPECT_TRUE(isRunning("peer-1.0"));
-    std::string const text = textIn(*port);
+    const std::string text = textIn(*port);
     EXPECT_EQ(test::lineOf(text, "Type"), "Type:ping");
     EXPECT_EQ(test::lineOf(text, "Target"), "Target:peer-1.0#thread");
     // Not the name that this process asks under, which would get the answer.
@@ -71,9 +71,9 @@ TEST_F(RunningStateTest, RunsWhenItsThreadHasAnOwner)
 TEST_F(RunningStateTest, RunsWhenItsMainPortHasAnOwner)
 {
     start("asker-1.0");
-    Port const port = hold("peer-1.0");
+    const Port port = hold("peer-1.0");
     EXPECT_TRUE(isRunning("peer-1.0"));
-    std::string const text = textIn(*port);
+    const std::string text = textIn(*port);
     EXPECT_EQ(test::lineOf(text, "Type"), "Type:Quillscriber");
     EXPECT_EQ(test::lineOf(text, "Sender"), "Sender:asker-1.0#Quillscriber");
 }
@@ -83,12 +83,12 @@ TEST_F(RunningStateTest, LooksAtTheMainPortAloneForANameWithASuffix)
     start("asker-1.0");
     auto& registry = test::TestRegistry::install();
     registry.processes["peer-1.0#side"] = static_cast<std::uint32_t>(::getpid());
-    Port const thread = hold("peer-1.0#thread");
-    Port const main = hold("peer-1.0");
+    const Port thread = hold("peer-1.0#thread");
+    const Port main = hold("peer-1.0");
     EXPECT_FALSE(isRunning("peer-1.0#side"));
     EXPECT_EQ(textIn(*thread), "");
     EXPECT_EQ(textIn(*main), "");
-    Port const side = hold("peer-1.0#side");
+    const Port side = hold("peer-1.0#side");
     EXPECT_TRUE(isRunning("peer-1.0#side"));
     EXPECT_NE(textIn(*side), "");
 }
@@ -107,10 +107,10 @@ TEST_F(RunningStateTest, RunsWhileTheProcessThatWasLaunchedIsAlive)
 
 TEST_F(RunningStateTest, AsksAlsoWithoutTheBus)
 {
-    Peer const peer("peer-1.0");
+    const Peer peer("peer-1.0");
     EXPECT_TRUE(isRunning("peer-1.0"));
     EXPECT_FALSE(isRunning("nobody-1.0"));
-    Port const port = hold("mute-1.0#thread");
+    const Port port = hold("mute-1.0#thread");
     EXPECT_TRUE(isRunning("mute-1.0"));
     EXPECT_THAT(test::lineOf(textIn(*port), "Sender"),
         testing::ContainsRegex("Sender:[Uu]nknown1[0-9]{12}"));
@@ -119,7 +119,7 @@ TEST_F(RunningStateTest, AsksAlsoWithoutTheBus)
 TEST_F(RunningStateTest, NeedsNoAnswerToRun)
 {
     start("asker-1.0");
-    Peer const peer("peer-1.0");
+    const Peer peer("peer-1.0");
     peer.freeze();
     EXPECT_TRUE(isRunning("peer-1.0"));
     EXPECT_TRUE(TevoroTalk::targetIsRunning("peer-1.0"));
@@ -130,7 +130,7 @@ TEST_F(RunningStateTest, NeedsNoAnswerToRun)
 TEST_F(RunningStateTest, TellsItsStatus)
 {
     start("asker-1.0");
-    Peer const peer("peer-1.0");
+    const Peer peer("peer-1.0");
     EXPECT_EQ(status("peer-1.0"), "IDLE");
     EXPECT_EQ(status("nobody-1.0"), "ISNOTINSTALLED");
     EXPECT_FALSE(TevoroTalk::Specifier("peer-1.0", false).isBusy());
@@ -154,7 +154,7 @@ TEST_F(RunningStateTest, StaysTrueToATargetThatStartsAndEndsAllTheTime)
     for (int life = 0; life < kLives; ++life) {
         Peer peer("peer-1.0");
         EXPECT_TRUE(isRunning("peer-1.0"));
-        int const before = questions;
+        const int before = questions;
         EXPECT_TRUE(waitUntil([&] { return questions > before; }));
         if (life % 2 == 0)
             peer.process().kill();

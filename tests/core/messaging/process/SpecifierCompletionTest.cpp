@@ -21,36 +21,36 @@ using Specifier = TevoroTalk::Specifier;
 class SpecifierCompletionTest : public test::MessagingFixture {
 protected:
     // The current locale is en_us where a test says nothing else.
-    static std::string completed(std::string const& text, bool usePreferred = true)
+    static std::string completed(const std::string& text, bool usePreferred = true)
     {
         Specifier specifier(text.c_str(), false);
         specifier.fixUp(usePreferred);
         return bytes(specifier);
     }
-    static std::string withVersion(std::string const& text, std::string const& version)
+    static std::string withVersion(const std::string& text, const std::string& version)
     {
         Specifier specifier(text.c_str(), false);
-        bool const isSet = specifier.setVersion(version.c_str());
+        const bool isSet = specifier.setVersion(version.c_str());
         return (isSet ? "" : "refused ") + bytes(specifier);
     }
-    static std::string withLocale(std::string const& text, std::string const& locale)
+    static std::string withLocale(const std::string& text, const std::string& locale)
     {
         Specifier specifier(text.c_str(), false);
-        bool const isSet = specifier.setLocale(locale.c_str());
+        const bool isSet = specifier.setLocale(locale.c_str());
         return (isSet ? "" : "refused ") + bytes(specifier);
     }
 
     // Under the name that the registry has for this process. The instance goes with the bus.
     static void joinBus()
     {
-        auto const* const instance = new TevoroTalk("self-1.0", nullptr, true, nullptr);
+        const auto* const instance = new TevoroTalk("self-1.0", nullptr, true, nullptr);
         EXPECT_EQ(bytes(instance->getAppName()), "self-1.0");
     }
 
     // A process that holds that name for the rest of the test.
-    void run(std::string const& name)
+    void run(const std::string& name)
     {
-        std::string const port = ScObjects::gPortName + name;
+        const std::string port = ScObjects::gPortName + name;
         peers.push_back(std::make_unique<test::PeerProcess>(
             std::vector<std::string>{PORT_PEER, "hold", test::hexOf(port)}));
         EXPECT_EQ(peers.back()->line(), "held");
@@ -58,7 +58,7 @@ protected:
 
     ~SpecifierCompletionTest() override
     {
-        for (auto const& peer : peers)
+        for (const auto& peer : peers)
             EXPECT_EQ(peer->finish(), 0);
         peers.clear();
     }

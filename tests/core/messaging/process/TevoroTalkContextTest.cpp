@@ -17,7 +17,7 @@ using Specifier = TevoroTalk::Specifier;
 
 class TevoroTalkContextTest : public test::BusFixture {
 protected:
-    static bool hasPort(TevoroTalkContext const& context)
+    static bool hasPort(const TevoroTalkContext& context)
     {
         return waitUntil([&] { return !context.getThread()->getSpecifier().isEmpty(); });
     }
@@ -36,7 +36,7 @@ TEST_F(TevoroTalkContextTest, CountsMessages)
 {
     start();
     TevoroTalkContext& context = *TevoroTalk::getSharedContext();
-    std::uint32_t const first = context.getNextSerialNumber();
+    const std::uint32_t first = context.getNextSerialNumber();
     EXPECT_EQ(context.nextSerialNumber(), first + 1);
     EXPECT_EQ(context.getNextSerialNumber(), first + 1);
     EXPECT_EQ(context.getNextSerialNumber(), first + 2);
@@ -45,7 +45,7 @@ TEST_F(TevoroTalkContextTest, CountsMessages)
 TEST_F(TevoroTalkContextTest, ContinuesFromTheLastNumberGiven)
 {
     start();
-    std::uint32_t const last = TevoroTalk::getSharedContext()->getNextSerialNumber();
+    const std::uint32_t last = TevoroTalk::getSharedContext()->getNextSerialNumber();
     TevoroTalkContext second(Specifier("second-1.0", false));
     EXPECT_EQ(second.nextSerialNumber(), last);
     EXPECT_EQ(second.getNextSerialNumber(), last);
@@ -57,7 +57,7 @@ TEST_F(TevoroTalkContextTest, ContinuesFromTheLastNumberGiven)
 TEST_F(TevoroTalkContextTest, GoesOnBehindTheContextThatItReplaces)
 {
     start();
-    std::uint32_t const last = TevoroTalk::getSharedContext()->getNextSerialNumber();
+    const std::uint32_t last = TevoroTalk::getSharedContext()->getNextSerialNumber();
     auto* const second = new TevoroTalkContext(Specifier("second-1.0", false));
     TevoroTalk::setSharedContext(second);
     EXPECT_EQ(TevoroTalk::getSharedContext(), second);
@@ -87,7 +87,7 @@ TEST_F(TevoroTalkContextTest, TakesItsInstancesWithItWhenItIsReplaced)
     EXPECT_EQ(second->getNumberOfInstances(), 1);
     EXPECT_EQ(second->getNthInstance(0), kept);
     EXPECT_EQ(second->getMainInstance(), nullptr);
-    auto const message = request("kept-1.0", "still here");
+    const auto message = request("kept-1.0", "still here");
     EXPECT_TRUE(send(*kept, *message));
     EXPECT_TRUE(pump());
     EXPECT_THAT(inbox.bodies(), ElementsAre("still here"));
@@ -97,7 +97,7 @@ TEST_F(TevoroTalkContextTest, TakesItsInstancesWithItWhenItIsReplaced)
 
 TEST_F(TevoroTalkContextTest, StaysWhenItIsMadeTheCurrentOneAgain)
 {
-    TevoroTalk const& instance = start();
+    const TevoroTalk& instance = start();
     TevoroTalkContext* const context = TevoroTalk::getSharedContext();
     TevoroTalkContext::setCurrentContext(context);
     EXPECT_EQ(TevoroTalk::getSharedContext(), context);
@@ -126,7 +126,7 @@ TEST_F(TevoroTalkContextTest, KnowsItsInstances)
 TEST_F(TevoroTalkContextTest, TakesOverWhatAnotherHas)
 {
     TevoroTalk& main = start();
-    TevoroTalkContext const& context = *TevoroTalk::getSharedContext();
+    const TevoroTalkContext& context = *TevoroTalk::getSharedContext();
     TevoroTalkContext second(Specifier("second-1.0", false));
     for (int i = 0; i < 3; ++i) {
         second.appendContext(context);
@@ -135,7 +135,7 @@ TEST_F(TevoroTalkContextTest, TakesOverWhatAnotherHas)
     EXPECT_EQ(second.getMainInstance(), &main);
     EXPECT_EQ(second.nextSerialNumber(), context.nextSerialNumber());
     {
-        TevoroTalkContext::PausedThread const pause(&second);
+        const TevoroTalkContext::PausedThread pause(&second);
         second.removeInstance(&main);
     }
     second.setMainInstance(nullptr);
@@ -146,7 +146,7 @@ TEST_F(TevoroTalkContextTest, ServesItsOwnInstances)
     start();
     Inbox ofOther;
     TevoroTalkContext second(Specifier("second-1.0", false));
-    auto const other =
+    const auto other =
         std::make_unique<TevoroTalk>("other-1.0", new InboxHandler(ofOther), true, &second);
     EXPECT_EQ(other->getContext(), &second);
     EXPECT_EQ(TevoroTalk::get(&second), other.get());
@@ -154,7 +154,7 @@ TEST_F(TevoroTalkContextTest, ServesItsOwnInstances)
     EXPECT_EQ(TevoroTalk::get("other-1.0", &second), other.get());
     EXPECT_EQ(TevoroTalk::get("other-1.0", nullptr), nullptr);
     // Between contexts a message goes over the port.
-    auto const message = request("other-1.0", "across");
+    const auto message = request("other-1.0", "across");
     EXPECT_TRUE(send(*self, *message));
     EXPECT_FALSE(TevoroTalk::pump(TevoroTalk::kBoth, nullptr));
     EXPECT_TRUE(waitUntil([&] { return TevoroTalk::pump(TevoroTalk::kBoth, &second); }));
@@ -176,7 +176,7 @@ TEST_F(TevoroTalkContextTest, LosesAnInstanceThatMovesToAnother)
 {
     TevoroTalk& main = start();
     TevoroTalkContext second(Specifier("second-1.0", false));
-    TevoroTalkContext const& context = *TevoroTalk::getSharedContext();
+    const TevoroTalkContext& context = *TevoroTalk::getSharedContext();
     main.setContext(&second);
     EXPECT_EQ(main.getContext(), &second);
     EXPECT_EQ(context.getNumberOfInstances(), 0);
@@ -202,7 +202,7 @@ TEST_F(TevoroTalkContextTest, NamesItselfByItsMainInstanceElseByItsThread)
 TEST_F(TevoroTalkContextTest, KeepsTheSignatureOfTheUser)
 {
     start();
-    TevoroTalkContext const& context = *TevoroTalk::getSharedContext();
+    const TevoroTalkContext& context = *TevoroTalk::getSharedContext();
     folder.write("home/.velmo/userid", "0123456789ABCDEF0123456789ABCDEF");
     TevoroTalkData::forgetIdentity();
     EXPECT_EQ(bytes(context.getSignature()), "0123456789ABCDEF0123456789ABCDEF");
@@ -225,10 +225,10 @@ TEST_F(TevoroTalkContextTest, LogsWhenItIsToldTo)
 TEST_F(TevoroTalkContextTest, KnowsTheConnectorOfTheProcess)
 {
     start();
-    TevoroTalkContext const& context = *TevoroTalk::getSharedContext();
+    const TevoroTalkContext& context = *TevoroTalk::getSharedContext();
     EXPECT_EQ(context.getConnector(), nullptr);
     EXPECT_EQ(context.getConnector(), TevoroTalkConnector::get());
-    auto const& registry = test::TestRegistry::install();
+    const auto& registry = test::TestRegistry::install();
     EXPECT_EQ(context.getConnector(), &registry);
 }
 

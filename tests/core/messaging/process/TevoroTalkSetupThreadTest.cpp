@@ -114,7 +114,7 @@ TEST_F(TevoroTalkSetupThreadTest, RunsAndEndsManyTimes)
 
 TEST_F(TevoroTalkSetupThreadTest, RefusesAnUnusableName)
 {
-    for (std::string const& name : {std::string(), std::string(300, 'a')}) {
+    for (const std::string& name : {std::string(), std::string(300, 'a')}) {
         EXPECT_FALSE(TevoroTalk::InitTerm::init(name.c_str(), true));
         EXPECT_EQ(TevoroTalk::getSharedContext(), nullptr);
         EXPECT_FALSE(pump());
@@ -136,7 +136,7 @@ TEST_F(TevoroTalkSetupThreadTest, SetsUpOnce)
 TEST_F(TevoroTalkSetupThreadTest, AnswersASecondStartWithFalseButTakesItsPingName)
 {
     EXPECT_TRUE(TevoroTalk::InitTerm::init("self-1.0", true));
-    TevoroTalkContext const* const context = TevoroTalk::getSharedContext();
+    const TevoroTalkContext* const context = TevoroTalk::getSharedContext();
     EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "self-1.0#ping");
     EXPECT_FALSE(TevoroTalk::InitTerm::init("other-1.0", true));
     EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "other-1.0#ping");
@@ -147,8 +147,8 @@ TEST_F(TevoroTalkSetupThreadTest, AnswersASecondStartWithFalseButTakesItsPingNam
 
 TEST_F(TevoroTalkSetupThreadTest, LeavesTheRestAloneWhereTheEndComesWithoutAContext)
 {
-    InterAppStream const* const stream = InterAppStream::get();
-    auto const& registry = test::TestRegistry::install();
+    const InterAppStream* const stream = InterAppStream::get();
+    const auto& registry = test::TestRegistry::install();
     EXPECT_FALSE(TevoroTalk::InitTerm::exit());
     EXPECT_EQ(InterAppStream::get(), stream);
     EXPECT_EQ(TevoroTalkConnector::get(), &registry);
@@ -172,7 +172,7 @@ TEST_F(TevoroTalkSetupThreadTest, TellsHowLongSomebodyWaitedForIt)
         TevoroTalk::getSharedContext();
     });
     ASSERT_TRUE(waitUntil([&] { return isAboutToWait.load(); }));
-    auto const start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     ASSERT_TRUE(waitUntil(
         [&] { return std::chrono::steady_clock::now() - start > std::chrono::milliseconds(100); }));
     gate.open();

@@ -21,8 +21,8 @@ protected:
     TevoroTalkThreadTest() { MovedClock::stopAt(kStart); }
     ~TevoroTalkThreadTest() override { MovedClock::goOn(); }
 
-    std::string value(char const* key) const { return bytes(m_thread->getValueForKey(key)); }
-    bool set(char const* key, char const* text) const
+    std::string value(const char* key) const { return bytes(m_thread->getValueForKey(key)); }
+    bool set(const char* key, const char* text) const
     {
         return m_thread->setKeyValuePair(key, text);
     }
@@ -34,12 +34,12 @@ protected:
     }
 
     // The value of that line of the thread's part of the tree.
-    std::string line(std::string const& path) const
+    std::string line(const std::string& path) const
     {
         SoString tree;
         m_thread->appendDiagnostics(tree, "");
-        std::string const lines = "\n" + bytes(tree);
-        std::size_t const at = lines.find("\n/thread" + path + ";");
+        const std::string lines = "\n" + bytes(tree);
+        const std::size_t at = lines.find("\n/thread" + path + ";");
         if (at == std::string::npos)
             return "(no line)";
         SoString name, label, text;
@@ -50,7 +50,7 @@ protected:
     double average() const { return std::stod(line("/avgpump")); }
     double sinceLastPump() const { return std::stod(line("/lastpump")); }
 
-    static std::string threadName(char const* specifier)
+    static std::string threadName(const char* specifier)
     {
         return bytes(TevoroTalkThread::createThreadSpecifier(specifier));
     }
@@ -64,7 +64,7 @@ protected:
 TEST_F(TevoroTalkThreadTest, BeginsWithSixKeysInTheirOrder)
 {
     long place = 0;
-    for (auto const& [key, expected] : {std::pair("ECHO_REQUEST", "ECHO_RESPONSE"),
+    for (const auto& [key, expected] : {std::pair("ECHO_REQUEST", "ECHO_RESPONSE"),
              {"STATUS", "IDLE"},
              {"MAIN", "MAIN"},
              {"LAUNCHED", "LAUNCHED"},
@@ -275,9 +275,9 @@ TEST_F(TevoroTalkThreadTest, IsNamedAfterTheApplicationWithItsOwnSuffix)
 
 TEST_F(TevoroTalkThreadTest, LetsOthersWriteTheForwardingKeysOnly)
 {
-    for (char const* key : {"FWDMESSAGES", "FWDLOGS", "FWDERRORS"})
+    for (const char* key : {"FWDMESSAGES", "FWDLOGS", "FWDERRORS"})
         EXPECT_FALSE(isPingReadOnly(key)) << key;
-    for (char const* key : {"STATUS", "MAIN", "", "fwdlogs", "FWDLOGS ", "LAUNCHED"})
+    for (const char* key : {"STATUS", "MAIN", "", "fwdlogs", "FWDLOGS ", "LAUNCHED"})
         EXPECT_TRUE(isPingReadOnly(key)) << key;
 }
 
@@ -285,12 +285,12 @@ TEST_F(TevoroTalkThreadTest, DropsAKeyAndNotItsHandlerWhenItsTimeIsOver)
 {
     start();
     TevoroTalkThread& running = *TevoroTalkThread::getMainThread();
-    auto const painter = std::make_unique<InboxHandler>(inbox);
+    const auto painter = std::make_unique<InboxHandler>(inbox);
     running.setHandler("COLOUR", painter.get());
     running.setKeyValuePair("SIZE", "1");
     running.setTimeout("COLOUR", 5);
     running.setTimeout("SIZE", 6);
-    int const before = inbox.handlers;
+    const int before = inbox.handlers;
     MovedClock::advance(5000);
     EXPECT_TRUE(waitUntil([&] { return running.locateKey("COLOUR") == -1; }));
     EXPECT_EQ(running.findHandler("COLOUR"), nullptr);
@@ -308,9 +308,9 @@ TEST_F(TevoroTalkThreadTest, CallsTheHandlerForIdleTimeOnlyWhileItIsIdle)
     EXPECT_EQ(idle.at(0).reason, TevoroTalk::MsgHandler::kIdle);
     EXPECT_EQ(idle.at(0).type, "Idle");
     running.setKeyValuePair("STATUS", "PUMPING");
-    std::size_t const before = idle.size();
+    const std::size_t before = idle.size();
     // Three rounds of the thread have passed once it dropped three keys that had run out.
-    for (char const* key : {"A", "B", "C"}) {
+    for (const char* key : {"A", "B", "C"}) {
         running.setKeyValuePair(key, "x");
         running.setTimeout(key, -1);
         EXPECT_TRUE(waitUntil([&] { return running.locateKey(key) == -1; }));

@@ -20,7 +20,7 @@ class ThreadMsgHandlersTest : public test::BusFixture {
 protected:
     static TevoroTalkThread& thread() { return *TevoroTalkThread::getMainThread(); }
 
-    static std::unique_ptr<Message> pingMessage(std::string const& command)
+    static std::unique_ptr<Message> pingMessage(const std::string& command)
     {
         auto message = std::make_unique<Message>();
         message->target = "self-1.0#thread";
@@ -32,37 +32,37 @@ protected:
     // Hands a message to the handler that sees all of them; its reply.
     static std::string reply(Message& message)
     {
-        Paused const pause;
+        const Paused pause;
         SoString result;
         EXPECT_EQ(thread().findHandler("MAIN")->handleMessage(1, message, &result), 0);
         return bytes(result);
     }
-    static std::string reply(std::string const& command) { return reply(*pingMessage(command)); }
+    static std::string reply(const std::string& command) { return reply(*pingMessage(command)); }
 
-    static std::string info(std::string const& what)
+    static std::string info(const std::string& what)
     {
-        auto const message = pingMessage("INFO");
+        const auto message = pingMessage("INFO");
         message->body = what.c_str();
         EXPECT_EQ(reply(*message), "SEE BODY");
         return bytes(message->body);
     }
     // The paths of the nodes directly below the given one, in their order.
-    static Words sectionsOf(std::string const& lines)
+    static Words sectionsOf(const std::string& lines)
     {
         Words result;
         SoString path, label, value;
         bool hasChildren = false;
-        char const* at = lines.c_str();
+        const char* at = lines.c_str();
         while ((at = TevoroTalkUtils::parseInfoLine(at, path, label, value, hasChildren))) {
-            std::string const text = bytes(path);
-            for (char const* section :
+            const std::string text = bytes(path);
+            for (const char* section :
                 {"/self-1.0/context", "/self-1.0/thread", "/messages", "/log"})
                 if (text == section)
                     result.push_back(text);
         }
         return result;
     }
-    static TevoroTalk::MsgHandler* subscriber(char const* key)
+    static TevoroTalk::MsgHandler* subscriber(const char* key)
     {
         return TevoroTalk::get(nullptr)->findHandler(key, kNone);
     }
@@ -85,7 +85,7 @@ TEST_F(ThreadMsgHandlersTest, LetsNobodyWriteAnyOtherKey)
 {
     start();
     thread().setKeyValuePair("COLOUR", "red");
-    for (char const* command : {"STATUS=BUSY", "COLOUR=blue", "COLOUR=", "SIZE=1", "=", "=x"})
+    for (const char* command : {"STATUS=BUSY", "COLOUR=blue", "COLOUR=", "SIZE=1", "=", "=x"})
         EXPECT_EQ(reply(command), "") << command;
     EXPECT_EQ(reply("STATUS"), "IDLE");
     EXPECT_EQ(reply("COLOUR"), "red");
@@ -95,9 +95,9 @@ TEST_F(ThreadMsgHandlersTest, LetsNobodyWriteAnyOtherKey)
 TEST_F(ThreadMsgHandlersTest, SubscribesAndAnswersTheTextBehindTheEqualSign)
 {
     start();
-    for (char const* key : {"FWDMESSAGES", "FWDLOGS", "FWDERRORS"}) {
+    for (const char* key : {"FWDMESSAGES", "FWDLOGS", "FWDERRORS"}) {
         EXPECT_EQ(reply(key + std::string("=watcher-1.0")), "watcher-1.0");
-        auto const* const own = dynamic_cast<ThreadForwardMsgHandler*>(subscriber(key));
+        const auto* const own = dynamic_cast<ThreadForwardMsgHandler*>(subscriber(key));
         ASSERT_NE(own, nullptr) << key;
         EXPECT_STREQ(own->getMsgType(), key);
         EXPECT_EQ(reply(key), "watcher-1.0");
@@ -127,8 +127,8 @@ TEST_F(ThreadMsgHandlersTest, SetsTheKeyWithoutAMainInstanceToo)
 TEST_F(ThreadMsgHandlersTest, GivesTheSameFourSectionsForNothingAndForAll)
 {
     start();
-    for (char const* what : {"", "all"}) {
-        std::string const lines = info(what);
+    for (const char* what : {"", "all"}) {
+        const std::string lines = info(what);
         EXPECT_THAT(
             sectionsOf(lines), ElementsAre("/self-1.0/context", "/self-1.0/thread", "/messages"));
         EXPECT_THAT(lines, Not(HasSubstr("/targets")));
@@ -143,7 +143,7 @@ TEST_F(ThreadMsgHandlersTest, GivesTheRegistrysSectionWhereThereIsOne)
 {
     class Registry final : public test::TestRegistry {
     public:
-        void appendDiagnostics(SoString& out, SoString const& path) const override
+        void appendDiagnostics(SoString& out, const SoString& path) const override
         {
             out << path << "/targets;1;Targets;0;\n";
         }
@@ -157,7 +157,7 @@ TEST_F(ThreadMsgHandlersTest, GivesTheRegistrysSectionWhereThereIsOne)
 TEST_F(ThreadMsgHandlersTest, GivesNothingButTheLogForLog)
 {
     start();
-    std::string const lines = info("log");
+    const std::string lines = info("log");
     EXPECT_THAT(sectionsOf(lines), ElementsAre("/log"));
     EXPECT_TRUE(lines.starts_with(
         "/log;1;Log;;\n/log/self-1.0;1;self-1.0;1;\n/log/self-1.0/self-1.0;1;self-1.0;(main);\n"));
@@ -174,8 +174,8 @@ TEST_F(ThreadMsgHandlersTest, FindsItsWordsInsideOthers)
 TEST_F(ThreadMsgHandlersTest, DropsMessagesOfOtherTypes)
 {
     start();
-    for (char const* type : {"Quillscriber", "Result", "PING", "Log"}) {
-        auto const message = pingMessage("STATUS");
+    for (const char* type : {"Quillscriber", "Result", "PING", "Log"}) {
+        const auto message = pingMessage("STATUS");
         message->type = type;
         EXPECT_EQ(reply(*message), "") << type;
     }
@@ -187,8 +187,8 @@ TEST_F(ThreadMsgHandlersTest, HandsAnAnswerToTheHandlerOfItsWord)
     start();
     Inbox answers;
     thread().setHandler("COLOUR", new InboxHandler(answers));
-    for (char const* word : {"COLOUR", "SIZE", "MAIN", "STATUS"}) {
-        auto const message = pingMessage("");
+    for (const char* word : {"COLOUR", "SIZE", "MAIN", "STATUS"}) {
+        const auto message = pingMessage("");
         message->setHeader("ECHO_RESPONSE", word);
         message->body = word;
         EXPECT_EQ(reply(*message), "") << word;
@@ -238,7 +238,7 @@ TEST_F(ThreadMsgHandlersTest, ForgetsTheParametersOfWhomWasLaunched)
     start();
     thread().setKeyValuePair("LAUNCHPARAMS:asker-1.0", "-x");
     thread().setKeyValuePair("LAUNCHPARAMS:other-1.0", "-y");
-    auto const message = pingMessage("LAUNCHED");
+    const auto message = pingMessage("LAUNCHED");
     message->sender = "asker_3-1.0#thread";
     EXPECT_EQ(reply(*message), "LAUNCHED");
     EXPECT_EQ(thread().locateKey("LAUNCHPARAMS:asker-1.0"), -1);
@@ -249,7 +249,7 @@ TEST_F(ThreadMsgHandlersTest, ForgetsTheParametersWithoutAReplyToo)
 {
     start();
     thread().setKeyValuePair("LAUNCHPARAMS:asker-1.0", "-x");
-    Paused const pause;
+    const Paused pause;
     EXPECT_EQ(
         thread().findHandler("LAUNCHED")->handleMessage(1, *pingMessage("LAUNCHED"), nullptr), 0);
     EXPECT_EQ(thread().locateKey("LAUNCHPARAMS:asker-1.0"), -1);
@@ -258,10 +258,10 @@ TEST_F(ThreadMsgHandlersTest, ForgetsTheParametersWithoutAReplyToo)
 TEST_F(ThreadMsgHandlersTest, AnswersNothingWhereNobodyTakesTheReply)
 {
     start();
-    for (char const* key : {"DIAGNOSTICS", "INFO", "MAIN"}) {
-        auto const message = pingMessage(key);
+    for (const char* key : {"DIAGNOSTICS", "INFO", "MAIN"}) {
+        const auto message = pingMessage(key);
         message->body = "all";
-        Paused const pause;
+        const Paused pause;
         EXPECT_EQ(thread().findHandler(key)->handleMessage(1, *message, nullptr), 0);
         EXPECT_EQ(bytes(message->body), "all") << key;
     }
@@ -270,7 +270,7 @@ TEST_F(ThreadMsgHandlersTest, AnswersNothingWhereNobodyTakesTheReply)
 TEST_F(ThreadMsgHandlersTest, GivesTheReportInTheBody)
 {
     start();
-    auto const message = pingMessage("DIAGNOSTICS");
+    const auto message = pingMessage("DIAGNOSTICS");
     message->body = "overwritten";
     EXPECT_EQ(reply(*message), "SEE BODY");
     EXPECT_TRUE(
@@ -281,7 +281,7 @@ TEST_F(ThreadMsgHandlersTest, GivesTheReportInTheBody)
 TEST_F(ThreadMsgHandlersTest, HasTheTypesOfItsKeys)
 {
     start();
-    for (char const* key : {"LAUNCHED", "DIAGNOSTICS", "INFO"})
+    for (const char* key : {"LAUNCHED", "DIAGNOSTICS", "INFO"})
         EXPECT_STREQ(thread().findHandler(key)->getMsgType(), key);
     EXPECT_STREQ(thread().findHandler("MAIN")->getMsgType(), "Quillscriber");
 }
@@ -292,7 +292,7 @@ namespace {
 class PassingHandler final : public ThreadMsgHandler {
 public:
     using ThreadMsgHandler::ThreadMsgHandler;
-    char const* getMsgType() const override { return "Order"; }
+    const char* getMsgType() const override { return "Order"; }
 };
 
 } // namespace
@@ -303,7 +303,7 @@ TEST_F(ThreadMsgHandlersTest, HandsAPingOnToTheApplication)
     Inbox orders;
     delete self->changeHandler(new InboxHandler(orders, "Order"));
     thread().setHandler("ORDER", new PassingHandler(TevoroTalk::getSharedContext()));
-    auto const message = pingMessage("ORDER");
+    const auto message = pingMessage("ORDER");
     message->body = "two of them";
     message->received = 12;
     EXPECT_EQ(reply(*message), "Order");
@@ -326,9 +326,9 @@ TEST_F(ThreadMsgHandlersTest, HandsNothingOnWithoutAMainInstance)
 TEST_F(ThreadMsgHandlersTest, ForwardsNothingToNobody)
 {
     start();
-    for (char const* target : {"", "nobody-1.0"}) {
+    for (const char* target : {"", "nobody-1.0"}) {
         ThreadForwardMsgHandler own(TevoroTalk::getSharedContext(), "FWDLOGS", target);
-        auto const message = request("somebody-1.0");
+        const auto message = request("somebody-1.0");
         EXPECT_EQ(own.handleMessage(0, *message, nullptr), 0);
         EXPECT_EQ(bytes(message->target), "somebody-1.0") << target;
     }

@@ -7,13 +7,13 @@
 
 // What the sanitizers otherwise take for a mistake of the caller is asked for here: more memory
 // than there is.
-extern "C" char const* __asan_default_options();
-extern "C" char const* __asan_default_options()
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options()
 {
     return "allocator_may_return_null=1";
 }
-extern "C" char const* __tsan_default_options();
-extern "C" char const* __tsan_default_options()
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options()
 {
     return "allocator_may_return_null=1";
 }
@@ -31,8 +31,8 @@ public:
         ++m_alive;
     }
     ~Counted() override { --m_alive; }
-    Counted(Counted const&) = delete;
-    Counted& operator=(Counted const&) = delete;
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
 
     int alive() const { return m_alive; }
 
@@ -76,7 +76,7 @@ TEST(SoHeapTest, GivesRoomForThatManyElements)
 TEST(SoHeapTest, GivesNullWhenThereIsNoRoom)
 {
     // Not a constant, which compilers know to be too large.
-    std::size_t volatile const tooLarge = std::numeric_limits<std::size_t>::max() / 4;
+    std::size_t const volatile tooLarge = std::numeric_limits<std::size_t>::max() / 4;
     EXPECT_EQ(SoHeap::mallocHeap(tooLarge), nullptr);
     EXPECT_EQ(SoHeap::operator new(tooLarge), nullptr);
 }
@@ -85,7 +85,7 @@ TEST(SoHeapTest, DeletesAtTheEndOfABlock)
 {
     int alive = 0;
     {
-        autoPtr<Counted> const owner(new Counted(alive));
+        const autoPtr<Counted> owner(new Counted(alive));
         EXPECT_EQ(owner->alive(), 1);
     }
     EXPECT_EQ(alive, 0);

@@ -27,8 +27,8 @@ public:
         while (!m_isTrying)
             std::this_thread::yield();
     }
-    Rival(Rival const&) = delete;
-    Rival& operator=(Rival const&) = delete;
+    Rival(const Rival&) = delete;
+    Rival& operator=(const Rival&) = delete;
 
     // Time for a rival that nothing stops; a lock that works needs none of it.
     void giveAChance() const { std::this_thread::sleep_for(std::chrono::milliseconds(20)); }
@@ -51,18 +51,18 @@ class Counter : public SoLockable {
 public:
     void add()
     {
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         ++m_count;
     }
     void addTwo()
     {
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         add();
         add();
     }
     long count() const
     {
-        ObjectLock const lock(*this);
+        const ObjectLock lock(*this);
         return m_count;
     }
 
@@ -70,11 +70,11 @@ private:
     long m_count = 0;
 };
 
-bool canBeLocked(SoLockable const& object)
+bool canBeLocked(const SoLockable& object)
 {
     bool isDone = false;
     std::thread([&] {
-        ObjectLock const lock(object);
+        const ObjectLock lock(object);
         isDone = true;
     }).join();
     return isDone;
@@ -116,10 +116,10 @@ TEST(SoLockTest, IsReleasedAsOftenAsItWasAcquired)
 
 TEST(SoLockTest, LocksAConstantObjectForTheLengthOfABlock)
 {
-    Counter const counter;
+    const Counter counter;
     std::optional<ObjectLock> lock(counter);
     Rival rival([&](auto inside) {
-        ObjectLock const theirs(counter);
+        const ObjectLock theirs(counter);
         inside();
     });
     rival.giveAChance();
@@ -156,8 +156,8 @@ TEST(SoLockTest, CopiesHaveLocksOfTheirOwn)
 {
     Counter original;
     original.add();
-    ObjectLock const lock(original);
-    Counter const copy(original);
+    const ObjectLock lock(original);
+    const Counter copy(original);
     EXPECT_EQ(copy.count(), 1);
     EXPECT_TRUE(canBeLocked(copy));
     Counter assigned;

@@ -17,23 +17,23 @@ std::string letters(std::size_t count)
 }
 
 template <typename T>
-SoString written(T const& value)
+SoString written(const T& value)
 {
     SoString out("<");
     out << value;
     return out;
 }
 
-unsigned short const* units(char16_t const* text)
+const unsigned short* units(const char16_t* text)
 {
-    return reinterpret_cast<unsigned short const*>(text);
+    return reinterpret_cast<const unsigned short*>(text);
 }
 
 } // namespace
 
 TEST(SoStringTest, StartsEmptyWithABufferOf128Bytes)
 {
-    SoString const text;
+    const SoString text;
     EXPECT_EQ(text.length(), 0);
     EXPECT_EQ(text.capacity(), 128);
     EXPECT_STREQ(text.get(), "");
@@ -41,7 +41,7 @@ TEST(SoStringTest, StartsEmptyWithABufferOf128Bytes)
 
 TEST(SoStringTest, StartsFromOneCharacter)
 {
-    SoString const text('c');
+    const SoString text('c');
     EXPECT_EQ(text, "c");
     EXPECT_EQ(text.length(), 1);
     EXPECT_EQ(text.capacity(), 128);
@@ -105,14 +105,14 @@ TEST(SoStringTest, TakesNullForTheEmptyText)
     text.assign(nullptr, 5);
     text.append(nullptr, 5);
     EXPECT_EQ(text.length(), 0);
-    EXPECT_STREQ(SoString(static_cast<char const*>(nullptr)).get(), "");
+    EXPECT_STREQ(SoString(static_cast<const char*>(nullptr)).get(), "");
 }
 
 TEST(SoStringTest, ComparesNullAsTheEmptyText)
 {
     EXPECT_EQ(SoString().compare(nullptr), 0);
     EXPECT_GT(SoString("a").compare(nullptr), 0);
-    EXPECT_TRUE(SoString() == static_cast<char const*>(nullptr));
+    EXPECT_TRUE(SoString() == static_cast<const char*>(nullptr));
 }
 
 TEST(SoStringTest, ComparesByteForByte)
@@ -142,7 +142,7 @@ TEST(SoStringTest, HoldsAnyBytes)
 {
     SoString text("a\0b", 3);
     text.append("\0c", 2);
-    SoString const copy(text);
+    const SoString copy(text);
     EXPECT_EQ(copy.view(), "a\0b\0c"s);
     EXPECT_EQ(copy.get()[5], '\0');
 }
@@ -159,7 +159,7 @@ TEST(SoStringTest, TakesAViewOfNothing)
 TEST(SoStringTest, CopiesHaveBuffersOfTheirOwn)
 {
     SoString original("abc");
-    SoString const copy(original);
+    const SoString copy(original);
     SoString assigned;
     assigned = original;
     original += 'd';
@@ -172,7 +172,7 @@ TEST(SoStringTest, CopiesHaveBuffersOfTheirOwn)
 TEST(SoStringTest, IsAssignedAndAppendedToItself)
 {
     SoString text(letters(100).c_str());
-    SoString const& itself = text;
+    const SoString& itself = text;
     text = itself;
     EXPECT_EQ(text, letters(100).c_str());
     text += itself;
@@ -230,7 +230,7 @@ TEST(SoStringTest, ReservesRoomAndKeepsItsContent)
 
 TEST(SoStringTest, ChangesTheCaseOfPlainLetters)
 {
-    SoString const text("aZ-09 \xC3\xA4");
+    const SoString text("aZ-09 \xC3\xA4");
     EXPECT_EQ(text.uppercase(), "AZ-09 \xC3\xA4");
     EXPECT_EQ(text.lowercase(), "az-09 \xC3\xA4");
     EXPECT_EQ(text, "aZ-09 \xC3\xA4");
@@ -241,7 +241,7 @@ TEST(SoStringTest, WritesTextsAsTheyAre)
     EXPECT_EQ(written("a%lu"), "<a%lu");
     EXPECT_EQ(written('c'), "<c");
     EXPECT_EQ(written(SoString("b\0c", 3)).view(), "<b\0c"s);
-    EXPECT_EQ(written(static_cast<char const*>(nullptr)), "<");
+    EXPECT_EQ(written(static_cast<const char*>(nullptr)), "<");
     SoString chained;
     chained << "a" << 'b' << SoString("c") << 1UL;
     EXPECT_EQ(chained, "abc1");
@@ -279,7 +279,7 @@ TEST(SoStringTest, RoundsFractions)
 
 TEST(SoStringTest, ConvertsTextsOf16BitUnits)
 {
-    SoString const text(units(u"a\u00E4\u20AC\U0001F600"));
+    const SoString text(units(u"a\u00E4\u20AC\U0001F600"));
     EXPECT_EQ(text, "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
     EXPECT_EQ(text.length(), 10);
     EXPECT_EQ(text.capacity(), 128);
@@ -287,7 +287,7 @@ TEST(SoStringTest, ConvertsTextsOf16BitUnits)
 
 TEST(SoStringTest, IsEmptyFromNoUnits)
 {
-    EXPECT_TRUE(SoString(static_cast<unsigned short const*>(nullptr)).isEmpty());
+    EXPECT_TRUE(SoString(static_cast<const unsigned short*>(nullptr)).isEmpty());
     EXPECT_TRUE(SoString(units(u"abc"), 0).isEmpty());
     EXPECT_TRUE(SoString(units(u"")).isEmpty());
     EXPECT_EQ(SoString(units(u"")).capacity(), 128);
@@ -295,8 +295,8 @@ TEST(SoStringTest, IsEmptyFromNoUnits)
 
 TEST(SoStringTest, FindsRoomForALongTextOfUnits)
 {
-    std::u16string const wide(50, u'\u20AC');
-    SoString const text(units(wide.c_str()));
+    const std::u16string wide(50, u'\u20AC');
+    const SoString text(units(wide.c_str()));
     EXPECT_EQ(text.length(), 150);
     EXPECT_EQ(text.capacity(), 256);
     EXPECT_EQ(text.get()[149], '\xAC');
@@ -307,7 +307,7 @@ TEST(SoStringTest, FindsRoomForALongTextOfUnits)
 
 TEST(SoStringTest, HasTheLengthOfTheWholeTextForFewerUnits)
 {
-    SoString const text(units(u"\u00E4bc"), 1);
+    const SoString text(units(u"\u00E4bc"), 1);
     EXPECT_EQ(text.length(), 4);
     EXPECT_EQ(text.view(), "\xC3\xA4\0\0"s); // nothing of what lay in memory before
 }
@@ -320,7 +320,7 @@ TEST(SoStringTest, StopsAtTheTerminatorForMoreUnits)
 
 TEST(SoStringTest, StopsInsideAPairForFewerUnits)
 {
-    SoString const text(units(u"\U0001F600"), 1);
+    const SoString text(units(u"\U0001F600"), 1);
     EXPECT_EQ(text.view(), "\xED\xA0\xBD\0"s);
 }
 
@@ -336,8 +336,8 @@ TEST(SoStringTest, ConvertsTo16BitUnits)
 // Where a text lies depends on its length; nothing else does.
 TEST(SoStringTest, SwapsAndMovesTextsOfAllLengths)
 {
-    for (std::size_t const first : {0U, 1U, 31U, 32U, 127U, 128U, 5000U}) {
-        for (std::size_t const second : {0U, 1U, 31U, 32U, 127U, 128U, 5000U}) {
+    for (const std::size_t first : {0U, 1U, 31U, 32U, 127U, 128U, 5000U}) {
+        for (const std::size_t second : {0U, 1U, 31U, 32U, 127U, 128U, 5000U}) {
             SoString a(letters(first).c_str());
             SoString b(std::string(second, 'y'));
             a.swap(b);

@@ -12,10 +12,10 @@ using namespace ScObjects;
 struct Decoded {
     unsigned long value;
     int consumed;
-    bool operator==(Decoded const&) const = default;
+    bool operator==(const Decoded&) const = default;
 };
 
-Decoded decode(char const* text)
+Decoded decode(const char* text)
 {
     Decoded result{};
     result.value = DecodeUTF8(text, result.consumed);
@@ -25,7 +25,7 @@ Decoded decode(char const* text)
 std::string encode(unsigned long value)
 {
     char out[6] = {};
-    int const length = EncodeUTF8(value, out);
+    const int length = EncodeUTF8(value, out);
     return std::string(out, static_cast<std::size_t>(length));
 }
 
@@ -34,10 +34,10 @@ using Units = std::vector<unsigned short>;
 constexpr unsigned short kUntouched = 0x7E7E;
 
 // What was written, as many units as the result says; checks that nothing lies behind.
-Units toUnits(char const* text, unsigned long max)
+Units toUnits(const char* text, unsigned long max)
 {
     Units out(2 * max + 8, kUntouched);
-    unsigned long const count = UTF8_UTF16(text, out.data(), max);
+    const unsigned long count = UTF8_UTF16(text, out.data(), max);
     EXPECT_LE(count, 2 * max);
     for (std::size_t i = count; i < out.size(); ++i)
         EXPECT_EQ(out[i], kUntouched);
@@ -48,26 +48,26 @@ Units toUnits(char const* text, unsigned long max)
 struct Bytes {
     std::string text;
     unsigned long codePoints;
-    bool operator==(Bytes const&) const = default;
+    bool operator==(const Bytes&) const = default;
 };
 
-Bytes toBytes(std::u16string const& text, unsigned long units)
+Bytes toBytes(const std::u16string& text, unsigned long units)
 {
     std::string out(4 * text.size() + 8, '\x7E');
-    auto const* const source = reinterpret_cast<unsigned short const*>(text.c_str());
-    unsigned long const length = UTF16_UTF8(source, out.data(), units);
+    const auto* const source = reinterpret_cast<const unsigned short*>(text.c_str());
+    const unsigned long length = UTF16_UTF8(source, out.data(), units);
     EXPECT_EQ(out.substr(length), std::string(out.size() - length, '\x7E'));
     return {out.substr(0, length), units};
 }
 
-unsigned long lengthAsUtf8(char16_t const* text)
+unsigned long lengthAsUtf8(const char16_t* text)
 {
-    return UTF8StrLen(reinterpret_cast<unsigned short const*>(text));
+    return UTF8StrLen(reinterpret_cast<const unsigned short*>(text));
 }
 
-unsigned long lengthWithMax(char16_t const* text, unsigned long max)
+unsigned long lengthWithMax(const char16_t* text, unsigned long max)
 {
-    return UTF16StrLenWithMax(reinterpret_cast<unsigned short const*>(text), max);
+    return UTF16StrLenWithMax(reinterpret_cast<const unsigned short*>(text), max);
 }
 
 } // namespace
@@ -75,10 +75,10 @@ unsigned long lengthWithMax(char16_t const* text, unsigned long max)
 TEST(SoUnicodeTest, DecodesFormsOfOneToSixBytes)
 {
     struct Case {
-        char const* text;
+        const char* text;
         Decoded expected;
     };
-    for (Case const& each : {Case{"", {0, 1}},
+    for (const Case& each : {Case{"", {0, 1}},
              Case{"a", {'a', 1}},
              Case{"\x7F", {0x7F, 1}},
              Case{"\xC2\x80", {0x80, 2}},
@@ -112,9 +112,9 @@ TEST(SoUnicodeTest, ConsumesByTheFirstByteAlone)
 TEST(SoUnicodeTest, ReadsNothingBehindATerminatorInsideAForm)
 {
     // Exact copies on the heap, so that a sanitizer sees a byte too many.
-    for (std::string const text :
+    for (const std::string text :
         {"\xC3", "\xE2", "\xE2\x82", "\xF0\x9F\x98", "\xFD\xBF\xBF\xBF\xBF"}) {
-        std::vector<char> const exact(text.c_str(), text.c_str() + text.size() + 1);
+        const std::vector<char> exact(text.c_str(), text.c_str() + text.size() + 1);
         EXPECT_EQ(decode(exact.data()), (Decoded{0xFFFD, static_cast<int>(text.size())}));
     }
 }

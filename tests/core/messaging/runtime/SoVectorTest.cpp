@@ -58,7 +58,7 @@ TEST_F(SoVectorTest, GrowsByAConstant)
 TEST_F(SoVectorTest, KeepsTheOrderWhenItGrows)
 {
     appendTimes(70);
-    Places const found = places();
+    const Places found = places();
     for (long i = 0; i < 70; ++i)
         EXPECT_EQ(found[static_cast<std::size_t>(i)], i);
 }
@@ -72,7 +72,7 @@ TEST_F(SoVectorTest, HoldsTheSamePointerTwice)
 
 TEST_F(SoVectorTest, RemovesTheFirstThatIsEqual)
 {
-    for (std::size_t const i : {1U, 2U, 3U, 2U})
+    for (const std::size_t i : {1U, 2U, 3U, 2U})
         m_vector.append(&m_numbers[i]);
     m_vector.remove(&m_numbers[2]);
     EXPECT_EQ(places(), (Places{1, 3, 2}));

@@ -48,7 +48,7 @@ public:
     }
 
     // After its end:
-    std::vector<std::string> const& steps() const { return m_steps; }
+    const std::vector<std::string>& steps() const { return m_steps; }
     bool wasActive() const { return m_wasActive; }
     bool wasActiveAtExit() const { return m_wasActiveAtExit; }
     bool wasCurrent() const { return m_wasCurrent; }
@@ -71,7 +71,7 @@ private:
 
 using Steps = std::vector<std::string>;
 
-void waitUntilItExists(Thread const& thread)
+void waitUntilItExists(const Thread& thread)
 {
     while (!thread.isActive())
         std::this_thread::yield();
@@ -79,7 +79,7 @@ void waitUntilItExists(Thread const& thread)
 
 std::ptrdiff_t threadsOfThisProcess()
 {
-    std::filesystem::directory_iterator const tasks("/proc/self/task");
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
     return std::distance(begin(tasks), end(tasks));
 }
 
@@ -98,7 +98,7 @@ std::ptrdiff_t threadsAfterTheFirst()
 // An ended thread leaves the system's list a moment after it was joined.
 bool countsThreads(std::ptrdiff_t expected)
 {
-    auto const limit = steady_clock::now() + std::chrono::seconds(20);
+    const auto limit = steady_clock::now() + std::chrono::seconds(20);
     while (threadsOfThisProcess() != expected) {
         if (steady_clock::now() > limit)
             return false;
@@ -123,8 +123,8 @@ public:
         ::pthread_attr_destroy(&m_impossible);
         ::pthread_attr_destroy(&m_before);
     }
-    NoMoreThreads(NoMoreThreads const&) = delete;
-    NoMoreThreads& operator=(NoMoreThreads const&) = delete;
+    NoMoreThreads(const NoMoreThreads&) = delete;
+    NoMoreThreads& operator=(const NoMoreThreads&) = delete;
 
 private:
     pthread_attr_t m_before = {};
@@ -196,7 +196,7 @@ TEST(ThreadTest, TellsThatTheSystemGivesNoThread)
 {
     std::unique_ptr<RecordedThread> thread;
     {
-        NoMoreThreads const limit;
+        const NoMoreThreads limit;
         thread = std::make_unique<RecordedThread>();
     }
     EXPECT_EQ(thread->error(), 32);
@@ -209,22 +209,22 @@ TEST(ThreadTest, TellsThatTheSystemGivesNoThread)
 
 TEST(ThreadTest, EndsWithoutARunWhenItWasNeverStarted)
 {
-    std::ptrdiff_t const before = threadsAfterTheFirst();
+    const std::ptrdiff_t before = threadsAfterTheFirst();
     {
-        RecordedThread const held;
+        const RecordedThread held;
         waitUntilItExists(held);
         EXPECT_GT(threadsOfThisProcess(), before);
     }
     EXPECT_TRUE(countsThreads(before));
     // At once, too, when the new thread may not even have begun.
     for (int i = 0; i < 50; ++i)
-        RecordedThread const held;
+        const RecordedThread held;
     EXPECT_TRUE(countsThreads(before));
 }
 
 TEST(ThreadTest, LeavesNoThreadBehind)
 {
-    std::ptrdiff_t const before = threadsAfterTheFirst();
+    const std::ptrdiff_t before = threadsAfterTheFirst();
     for (int i = 0; i < 50; ++i) {
         RecordedThread thread;
         thread.runToTheEnd();
@@ -284,7 +284,7 @@ TEST(ThreadTest, CountsItsUsers)
     ASSERT_TRUE(Thread::InitTerm::init()) << "something uses threads before the tests do";
     EXPECT_FALSE(Thread::InitTerm::init());
     {
-        ScObjects::SoLock const lock;
+        const ScObjects::SoLock lock;
         EXPECT_FALSE(Thread::InitTerm::exit());
         EXPECT_FALSE(Thread::InitTerm::exit()); // the lock still counts
         EXPECT_FALSE(Thread::InitTerm::init());
@@ -314,7 +314,7 @@ TEST(ThreadTest, TakesTheFirstThreadThatUsesItForTheMainThread)
 
 TEST(ThreadTest, SleepsAtLeastAsLongAsItIsTold)
 {
-    auto const before = steady_clock::now();
+    const auto before = steady_clock::now();
     Thread::sleep(30);
     RecordedThread thread;
     thread.wait(30);

@@ -21,7 +21,7 @@ public:
     long handleMessage(int, TevoroTalk::Message& message, SoString* result) override
     {
         constexpr long kFailed = 7;
-        bool const fails = message.body == "fail";
+        const bool fails = message.body == "fail";
         if (result != nullptr)
             *result << (fails ? "cannot do this" : "you said ")
                     << (fails ? "" : message.body.get());
@@ -29,7 +29,7 @@ public:
     }
 };
 
-bool waitsForMore(TevoroTalk const& bus)
+bool waitsForMore(const TevoroTalk& bus)
 {
     pollfd questions[] = {{STDIN_FILENO, POLLIN, 0}, {bus.waitDescriptor(), POLLIN, 0}};
     ::poll(questions, 2, -1);

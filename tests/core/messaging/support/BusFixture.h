@@ -34,7 +34,7 @@ protected:
     }
 
     // The main instance, whose handler writes to `inbox`; starts the bus.
-    TevoroTalk& start(char const* name = "self-1.0")
+    TevoroTalk& start(const char* name = "self-1.0")
     {
         TevoroTalk::InitTerm::init(name, true);
         handler = new InboxHandler(inbox);
@@ -42,14 +42,14 @@ protected:
     }
 
     // Another instance of this process.
-    TevoroTalk& another(char const* name, InboxHandler* itsHandler = nullptr) const
+    TevoroTalk& another(const char* name, InboxHandler* itsHandler = nullptr) const
     {
         return *new TevoroTalk(name, itsHandler, false, nullptr);
     }
 
-    static std::unique_ptr<Message> request(std::string const& target,
-        std::string const& body = "body",
-        std::string const& responseRequest = {})
+    static std::unique_ptr<Message> request(const std::string& target,
+        const std::string& body = "body",
+        const std::string& responseRequest = {})
     {
         auto message = std::make_unique<Message>();
         message->target = target.c_str();
@@ -57,7 +57,7 @@ protected:
         message->responseRequest = responseRequest.c_str();
         return message;
     }
-    static bool send(TevoroTalk const& from, Message& message, bool launch = false)
+    static bool send(const TevoroTalk& from, Message& message, bool launch = false)
     {
         return from.send(message, launch, 0, nullptr);
     }
@@ -65,22 +65,22 @@ protected:
     static bool pump() { return TevoroTalk::pump(TevoroTalk::kBoth, nullptr); }
 
     // Pumps until that holds; false when it does not for long.
-    static bool pumpUntil(std::function<bool()> const& condition)
+    static bool pumpUntil(const std::function<bool()>& condition)
     {
-        auto const limit = std::chrono::steady_clock::now() + kPatience;
+        const auto limit = std::chrono::steady_clock::now() + kPatience;
         for (bool isMet = false; std::chrono::steady_clock::now() < limit;) {
             pump();
             if ((isMet = condition()))
                 return true;
-            if (TevoroTalk const* const main = TevoroTalk::get(nullptr))
+            if (const TevoroTalk* const main = TevoroTalk::get(nullptr))
                 main->waitForMessage(kLookAgain);
         }
         return false;
     }
     // The same, without pumping.
-    static bool waitUntil(std::function<bool()> const& condition)
+    static bool waitUntil(const std::function<bool()>& condition)
     {
-        auto const limit = std::chrono::steady_clock::now() + kPatience;
+        const auto limit = std::chrono::steady_clock::now() + kPatience;
         while (!condition()) {
             if (std::chrono::steady_clock::now() > limit)
                 return false;
@@ -105,19 +105,19 @@ protected:
     // What lies in a queue ("in" or "out") of an instance, as the values of that line of its
     // diagnostics, like "Type".
     static Words queued(
-        TevoroTalk const& instance, std::string const& queue, std::string const& label)
+        const TevoroTalk& instance, const std::string& queue, const std::string& label)
     {
         SoString tree;
         instance.appendDiagnostics(tree, "");
-        std::string const start = "/" + bytes(instance.getAppName()) + "/" + queue + "/msg";
+        const std::string start = "/" + bytes(instance.getAppName()) + "/" + queue + "/msg";
         Words values;
         SoString path;
         SoString name;
         SoString value;
         bool hasChildren = false;
-        std::string const lines = bytes(tree);
+        const std::string lines = bytes(tree);
         for (std::size_t at = 0; at < lines.size(); at = lines.find('\n', at) + 1) {
-            std::string const line = lines.substr(at, lines.find('\n', at) + 1 - at);
+            const std::string line = lines.substr(at, lines.find('\n', at) + 1 - at);
             ScObjects::TevoroTalkUtils::parseInfoLine(line.c_str(), path, name, value, hasChildren);
             if (path.view().starts_with(start) && name == label.c_str())
                 values.push_back(bytes(value));
@@ -128,11 +128,11 @@ protected:
     static std::int64_t now() { return ScObjects::TevoroTalkUtils::getTimeSeconds(); }
 
     // Messages as they lie in a text of the wire, described.
-    static Words messagesIn(std::string const& text)
+    static Words messagesIn(const std::string& text)
     {
         Words result;
-        char const* const end = text.data() + text.size();
-        for (char const* at = text.data(); at != end;) {
+        const char* const end = text.data() + text.size();
+        for (const char* at = text.data(); at != end;) {
             Message message;
             at = message.readFromString(at, end);
             result.push_back(described(message));

@@ -23,9 +23,9 @@ private:
     int& m_count;
 };
 
-bool sendToItself(TevoroTalk const& instance, int& count)
+bool sendToItself(const TevoroTalk& instance, int& count)
 {
-    int const before = count;
+    const int before = count;
     TevoroTalk::Message message;
     message.target = instance.getAppName();
     message.body = "text";
@@ -37,13 +37,13 @@ bool sendToItself(TevoroTalk const& instance, int& count)
 } // namespace
 
 // 0 when all went well. The bus is set up here or in the background, and ended.
-extern "C" __attribute__((visibility("default"))) int useBus(char const* name, bool inBackground)
+extern "C" __attribute__((visibility("default"))) int useBus(const char* name, bool inBackground)
 {
     int count = 0;
     if (!TevoroTalk::InitTerm::init(name, !inBackground))
         return 1;
     auto* const instance = new TevoroTalk(name, new Counter(count), true, nullptr);
-    bool const works = instance->getAppName() == name && sendToItself(*instance, count);
+    const bool works = instance->getAppName() == name && sendToItself(*instance, count);
     delete instance;
     return TevoroTalk::InitTerm::exit() && works ? 0 : 2;
 }

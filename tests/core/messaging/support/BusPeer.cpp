@@ -37,7 +37,7 @@ namespace {
 using namespace ScObjects;
 using Message = TevoroTalk::Message;
 
-void say(std::string const& line)
+void say(const std::string& line)
 {
     std::cout << line << std::endl; // each line is waited for
 }
@@ -64,7 +64,7 @@ public:
     long counted = 0;
 
 private:
-    static void tell(int reason, Message const& message)
+    static void tell(int reason, const Message& message)
     {
         std::ostringstream line;
         line << "got " << reason << ' ' << message.type.get() << ' ' << message.serialNumber << ' '
@@ -72,7 +72,7 @@ private:
         say(line.str());
     }
 
-    void count(Message const& message)
+    void count(const Message& message)
     {
         if (message.body != std::to_string(counted).c_str())
             say(std::string("wrong ") + message.body.get());
@@ -83,18 +83,18 @@ private:
 
 class Peer {
 public:
-    Peer(char const* name, long expected)
+    Peer(const char* name, long expected)
         : m_instance((TevoroTalk::InitTerm::init(name, true),
             m_handler = new PeerHandler,
             new TevoroTalk(name, m_handler, true, nullptr)))
     {
         m_handler->expected = expected;
-        SoString const got = m_instance->getAppName();
+        const SoString got = m_instance->getAppName();
         say(got.isEmpty() ? "-" : got.get());
     }
     ~Peer() { TevoroTalk::InitTerm::exit(); }
-    Peer(Peer const&) = delete;
-    Peer& operator=(Peer const&) = delete;
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
 
     // False when a line cannot be obeyed.
     bool run()
@@ -109,7 +109,7 @@ public:
             if (questions[0].revents == 0)
                 continue;
             char bytes[4096];
-            ssize_t const got = ::read(STDIN_FILENO, bytes, sizeof bytes);
+            const ssize_t got = ::read(STDIN_FILENO, bytes, sizeof bytes);
             if (got <= 0)
                 return true;
             input.append(bytes, static_cast<std::size_t>(got));
@@ -154,7 +154,7 @@ private:
         message.target = target.c_str();
         message.responseRequest = request == "-" ? "" : request.c_str();
         message.body = body.c_str();
-        bool const isSent = m_instance->send(message, false, 0, nullptr);
+        const bool isSent = m_instance->send(message, false, 0, nullptr);
         say((isSent ? "sent " : "not ") + std::to_string(message.serialNumber));
         return true;
     }

@@ -15,13 +15,13 @@ protected:
     using Peer = std::unique_ptr<PeerProcess>;
 
     // An application of that name, and the name that it got.
-    static std::pair<Peer, std::string> peerAndName(std::string const& name)
+    static std::pair<Peer, std::string> peerAndName(const std::string& name)
     {
         auto peer = std::make_unique<PeerProcess>(std::vector<std::string>{BUS_PEER, name});
         std::string got = peer->line();
         return {std::move(peer), std::move(got)};
     }
-    static Peer peer(std::string const& name)
+    static Peer peer(const std::string& name)
     {
         auto [peer, got] = peerAndName(name);
         EXPECT_EQ(got, name);
@@ -29,7 +29,7 @@ protected:
     }
 
     // One that counts what it gets from the beginning.
-    static Peer countingPeer(std::string const& name, long count)
+    static Peer countingPeer(const std::string& name, long count)
     {
         auto peer = std::make_unique<PeerProcess>(
             std::vector<std::string>{BUS_PEER, name, std::to_string(count)});
@@ -37,7 +37,7 @@ protected:
         return peer;
     }
     // Tells it something that it does not answer, and waits until it has obeyed.
-    static void tell(PeerProcess& peer, std::string const& line)
+    static void tell(PeerProcess& peer, const std::string& line)
     {
         peer.tell(line);
         peer.tell("serial");

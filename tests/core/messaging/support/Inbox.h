@@ -18,8 +18,8 @@ namespace test {
 class Inbox {
 public:
     Inbox() = default;
-    Inbox(Inbox const&) = delete;
-    Inbox& operator=(Inbox const&) = delete;
+    Inbox(const Inbox&) = delete;
+    Inbox& operator=(const Inbox&) = delete;
 
     struct Entry {
         int reason;
@@ -34,9 +34,9 @@ public:
         std::uint32_t error;
     };
 
-    void add(int reason, ScObjects::TevoroTalk::Message const& message)
+    void add(int reason, const ScObjects::TevoroTalk::Message& message)
     {
-        std::lock_guard const lock(m_lock);
+        const std::lock_guard lock(m_lock);
         m_entries.push_back({reason,
             message.serialNumber,
             bytes(message.type),
@@ -51,22 +51,22 @@ public:
 
     std::size_t size() const
     {
-        std::lock_guard const lock(m_lock);
+        const std::lock_guard lock(m_lock);
         return m_entries.size();
     }
     std::vector<Entry> entries() const
     {
-        std::lock_guard const lock(m_lock);
+        const std::lock_guard lock(m_lock);
         return m_entries;
     }
     Entry at(std::size_t index) const
     {
-        std::lock_guard const lock(m_lock);
+        const std::lock_guard lock(m_lock);
         return m_entries.at(index);
     }
     void clear()
     {
-        std::lock_guard const lock(m_lock);
+        const std::lock_guard lock(m_lock);
         m_entries.clear();
     }
 
@@ -74,7 +74,7 @@ public:
     std::vector<std::string> words() const
     {
         std::vector<std::string> result;
-        for (Entry const& entry : entries())
+        for (const Entry& entry : entries())
             result.push_back(std::to_string(entry.reason) + " " + entry.type
                 + (entry.body.empty() ? "" : " " + entry.body));
         return result;
@@ -82,19 +82,19 @@ public:
     std::vector<std::string> bodies() const
     {
         std::vector<std::string> result;
-        for (Entry const& entry : entries())
+        for (const Entry& entry : entries())
             result.push_back(entry.body);
         return result;
     }
     std::vector<int> reasons() const
     {
         std::vector<int> result;
-        for (Entry const& entry : entries())
+        for (const Entry& entry : entries())
             result.push_back(entry.reason);
         return result;
     }
 
-    std::shared_ptr<std::atomic<int>> const counter = std::make_shared<std::atomic<int>>(0);
+    const std::shared_ptr<std::atomic<int>> counter = std::make_shared<std::atomic<int>>(0);
     std::atomic<int>& handlers = *counter; // that are alive
 
 private:
@@ -118,8 +118,8 @@ public:
         ++*m_alive;
     }
     ~InboxHandler() override { --*m_alive; }
-    InboxHandler(InboxHandler const&) = delete;
-    InboxHandler& operator=(InboxHandler const&) = delete;
+    InboxHandler(const InboxHandler&) = delete;
+    InboxHandler& operator=(const InboxHandler&) = delete;
 
     void initialize(ScObjects::TevoroTalk* instance) override { initializedWith = instance; }
     long handleMessage(int reason, Message& message, ScObjects::SoString* result) override
@@ -131,7 +131,7 @@ public:
             *result = answer.c_str();
         return code;
     }
-    char const* getMsgType() const override { return m_type.c_str(); }
+    const char* getMsgType() const override { return m_type.c_str(); }
     std::uint32_t getSerialNumber() const override { return m_number; }
 
     long code = 0;
@@ -141,7 +141,7 @@ public:
 
 private:
     Inbox& m_inbox;
-    std::shared_ptr<std::atomic<int>> const m_alive; // an inbox of a test's own ends with the test
+    const std::shared_ptr<std::atomic<int>> m_alive; // an inbox of a test's own ends with the test
     std::string m_type;
     std::uint32_t m_number;
 };

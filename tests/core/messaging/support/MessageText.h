@@ -9,14 +9,14 @@ namespace test {
 
 // What a message holds, as words NAME=VALUE with a blank between: those fields that are not empty,
 // 0 or the invalid number, then the custom headers in their order, then the body.
-inline std::string described(ScObjects::TevoroTalk::Message const& message)
+inline std::string described(const ScObjects::TevoroTalk::Message& message)
 {
     std::string text;
-    auto const field = [&text](std::string_view name, std::string_view value) {
+    const auto field = [&text](std::string_view name, std::string_view value) {
         if (!value.empty())
             text.append(text.empty() ? "" : " ").append(name).append("=").append(value);
     };
-    auto const number = [&field](std::string_view name, long long value, long long none) {
+    const auto number = [&field](std::string_view name, long long value, long long none) {
         if (value != none)
             field(name, std::to_string(value));
     };
@@ -32,24 +32,24 @@ inline std::string described(ScObjects::TevoroTalk::Message const& message)
     number("received", message.received, kInvalid);
     number("result", message.result, kInvalid);
     number("error", message.error, kInvalid);
-    for (auto const* header = message.headers; header != nullptr; header = header->next)
+    for (const auto* header = message.headers; header != nullptr; header = header->next)
         field(header->name.get(), header->value.view().empty() ? "(empty)" : header->value.view());
     field("body", message.body.view());
     return text;
 }
 
 // The text of that line, or nothing; and the text without it.
-inline std::string lineOf(std::string const& text, std::string const& name)
+inline std::string lineOf(const std::string& text, const std::string& name)
 {
-    std::string const start = "\n" + name + ":";
-    std::string const all = "\n" + text;
-    std::size_t const at = all.find(start);
+    const std::string start = "\n" + name + ":";
+    const std::string all = "\n" + text;
+    const std::size_t at = all.find(start);
     return at == std::string::npos ? "" : all.substr(at + 1, all.find('\n', at + 1) - at - 1);
 }
 
-inline std::string without(std::string text, std::string const& name)
+inline std::string without(std::string text, const std::string& name)
 {
-    std::string const line = lineOf(text, name);
+    const std::string line = lineOf(text, name);
     if (!line.empty())
         text.erase(("\n" + text).find("\n" + line), line.size() + 1);
     return text;

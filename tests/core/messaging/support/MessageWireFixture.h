@@ -15,7 +15,7 @@
 namespace test {
 
 // The lines of a message with a target and a sender.
-inline constexpr char const* kHead = "@QK>Version:2.05\nTarget:t\nSender:s\n";
+inline constexpr const char* kHead = "@QK>Version:2.05\nTarget:t\nSender:s\n";
 
 // A message as it was read, and what was left of the text.
 struct ReadMessage {
@@ -32,9 +32,9 @@ inline ReadMessage readMessage(std::string_view text)
 {
     ReadMessage result;
     result.message->timestamp = 0;
-    std::vector<char> const block(text.begin(), text.end());
-    char const* const end = block.data() + block.size();
-    char const* const next = result.message->readFromString(block.data(), end);
+    const std::vector<char> block(text.begin(), text.end());
+    const char* const end = block.data() + block.size();
+    const char* const next = result.message->readFromString(block.data(), end);
     if (next < block.data() || next > end)
         throw std::out_of_range("read past the text");
     result.rest.assign(next, end);
@@ -42,14 +42,14 @@ inline ReadMessage readMessage(std::string_view text)
 }
 
 struct ReadingRow {
-    char const* name;
+    const char* name;
     std::string text;
     std::string expected; // as described() says it
 };
 
-inline void expectRead(std::vector<ReadingRow> const& rows)
+inline void expectRead(const std::vector<ReadingRow>& rows)
 {
-    for (ReadingRow const& row : rows) {
+    for (const ReadingRow& row : rows) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(readMessage(row.text).what(), row.expected);
     }
@@ -67,25 +67,25 @@ protected:
         message.target = "t";
         message.sender = "s";
     }
-    static std::string written(Message const& message)
+    static std::string written(const Message& message)
     {
         ScObjects::SoString text;
         EXPECT_TRUE(message.writeToString(text));
         return bytes(text);
     }
     // Without the lines whose content the moment and the process decide.
-    static std::string fixedLines(Message const& message)
+    static std::string fixedLines(const Message& message)
     {
         return without(without(written(message), "Timestamp"), "Sender-ID");
     }
-    static std::string withDigest(std::string const& text)
+    static std::string withDigest(const std::string& text)
     {
         return "@QK>MD5:" + bytes(ScObjects::TevoroTalkUtils::getMD5(soString(text))) + "\n" + text;
     }
     // Processor time, which other processes do not lengthen.
-    static double secondsFor(std::function<void()> const& work)
+    static double secondsFor(const std::function<void()>& work)
     {
-        std::clock_t const start = std::clock();
+        const std::clock_t start = std::clock();
         work();
         return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
     }

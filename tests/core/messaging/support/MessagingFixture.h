@@ -17,7 +17,7 @@
 
 namespace test {
 
-inline std::string bytes(ScObjects::SoString const& text)
+inline std::string bytes(const ScObjects::SoString& text)
 {
     return std::string(text.view());
 }
@@ -39,7 +39,7 @@ protected:
         environment.set("TEVOROTALK_PORT_DIR", folder.path("ports"));
         environment.set("HOME", folder.path("home"));
         std::filesystem::create_directory(folder.path("home"));
-        for (char const* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
+        for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
             environment.unset(name);
         forgetAll();
         ScObjects::TevoroTalkConnector::InitTerm::init("");
@@ -53,7 +53,7 @@ protected:
         EXPECT_EQ(openDescriptors(), descriptorsBefore);
     }
 
-    void setSalt(std::string const& salt) const
+    void setSalt(const std::string& salt) const
     {
         folder.write("home/.velmo/md5", salt);
         ScObjects::TevoroTalkData::forgetIdentity();
@@ -70,7 +70,7 @@ protected:
         return text;
     }
 
-    std::ptrdiff_t const descriptorsBefore = openDescriptors();
+    const std::ptrdiff_t descriptorsBefore = openDescriptors();
     TestFolder folder;
     Environment environment;
 
@@ -81,7 +81,7 @@ private:
         ScObjects::TevoroTalkData::forgetIdentity();
     }
 
-    static bool isReadable(ScObjects::InterAppStream const& stream)
+    static bool isReadable(const ScObjects::InterAppStream& stream)
     {
         pollfd question = {stream.waitDescriptor(), POLLIN, 0};
         return stream.messagePending()

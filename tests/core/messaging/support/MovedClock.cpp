@@ -18,7 +18,7 @@ public:
     std::int64_t wallMilliseconds() override
     {
         using namespace std::chrono;
-        std::int64_t const time = stopped;
+        const std::int64_t time = stopped;
         return time != kGoing
             ? time
             : duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();

@@ -17,14 +17,14 @@ namespace test {
 // Another application on the bus, see PingPeer.cpp. Its main thread sleeps until it is told.
 class Peer {
 public:
-    explicit Peer(std::string const& name)
+    explicit Peer(const std::string& name)
         : m_process({PING_PEER, name})
     {
         EXPECT_EQ(m_process.line(), name);
     }
 
     // Tells it a line, and gives what it says.
-    std::string tell(std::string const& line)
+    std::string tell(const std::string& line)
     {
         m_process.tell(line);
         return m_process.line();
@@ -46,9 +46,9 @@ public:
     std::ptrdiff_t threads() const { return entries("/task"); }
 
 private:
-    std::ptrdiff_t entries(std::string const& folder) const
+    std::ptrdiff_t entries(const std::string& folder) const
     {
-        std::filesystem::directory_iterator const all(
+        const std::filesystem::directory_iterator all(
             "/proc/" + std::to_string(m_process.id()) + folder);
         return std::distance(begin(all), end(all));
     }
@@ -61,12 +61,12 @@ class PingFixture : public BusFixture {
 protected:
     static constexpr std::int32_t kLong = 30; // seconds
 
-    static std::string ask(std::string const& target,
-        std::string const& command,
+    static std::string ask(const std::string& target,
+        const std::string& command,
         std::int32_t seconds = kLong,
-        std::string const& body = {})
+        const std::string& body = {})
     {
-        SoString const text(body);
+        const SoString text(body);
         return bytes(TevoroTalk::Thread::ping(target.c_str(), command.c_str(), seconds, &text));
     }
 
@@ -75,9 +75,9 @@ protected:
         return *ScObjects::TevoroTalkThread::getMainThread();
     }
     // The name of a port as the platform knows it.
-    static std::string portOf(std::string const& name) { return ScObjects::gPortName + name; }
+    static std::string portOf(const std::string& name) { return ScObjects::gPortName + name; }
 
-    static constexpr char const* kEcho = "ECHO_RESPONSE";
+    static constexpr const char* kEcho = "ECHO_RESPONSE";
 };
 
 } // namespace test

@@ -60,7 +60,7 @@ std::string pump(std::istream& words)
     return "pumped";
 }
 
-void serve(TevoroTalk const& bus)
+void serve(const TevoroTalk& bus)
 {
     pollfd questions[] = {{STDIN_FILENO, POLLIN, 0}, {bus.waitDescriptor(), POLLIN, 0}};
     for (; questions[0].revents == 0; ::poll(questions, 2, -1))
@@ -95,8 +95,8 @@ std::string storm(std::istream& words)
     words >> target >> count;
     int right = 0;
     for (int i = 0; i < count; ++i) {
-        std::string const number = std::to_string(i % 10);
-        SoString const answer =
+        const std::string number = std::to_string(i % 10);
+        const SoString answer =
             TevoroTalk::Thread::ping(target.c_str(), ("KEY" + number).c_str(), kSeconds, nullptr);
         right += answer == ("value" + number).c_str() ? 1 : 0;
     }
@@ -111,7 +111,7 @@ std::string log(std::istream& words)
     return "logged";
 }
 
-std::string send(TevoroTalk const& bus, std::istream& words)
+std::string send(const TevoroTalk& bus, std::istream& words)
 {
     std::string target;
     std::string text;
@@ -122,7 +122,7 @@ std::string send(TevoroTalk const& bus, std::istream& words)
     return bus.send(message, false, 0, nullptr) ? "sent" : "failed";
 }
 
-void say(std::string const& line)
+void say(const std::string& line)
 {
     std::printf("%s\n", line.c_str());
     std::fflush(stdout);
@@ -145,7 +145,7 @@ int main(int count, char** words)
         return 3;
     waitForThread();
     say(bus.getAppName().get());
-    std::map<std::string, std::function<std::string(std::istream&)>> const commands = {
+    const std::map<std::string, std::function<std::string(std::istream&)>> commands = {
         {"pump", pump},
         {"value", value},
         {"ping", ping},

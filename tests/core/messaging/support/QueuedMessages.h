@@ -19,7 +19,7 @@ inline std::int64_t now()
 }
 
 // To self-1.0, from asker-1.0; runs out in an hour.
-inline QueuedMessage* newMessage(std::uint32_t number, char const* type = "Own")
+inline QueuedMessage* newMessage(std::uint32_t number, const char* type = "Own")
 {
     auto* const message = new QueuedMessage;
     message->target = "self-1.0";
@@ -61,7 +61,7 @@ protected:
     static Numbers takeAll(ScObjects::TevoroTalkData::MessageQueue& queue)
     {
         Numbers numbers;
-        while (auto const message = next(queue, 12345))
+        while (const auto message = next(queue, 12345))
             numbers.push_back(message->serialNumber);
         return numbers;
     }

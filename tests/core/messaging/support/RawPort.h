@@ -28,13 +28,13 @@ public:
         bool wasMemoryFile = false;
     };
 
-    RawPort(std::string const& folder, std::string const& stem, std::string const& name)
+    RawPort(const std::string& folder, const std::string& stem, const std::string& name)
         : m_lockPath(folder + "/" + stem + ".lock")
         , m_socketPath(folder + "/" + stem + ".sock")
     {
         ::mkdir(folder.c_str(), 0700);
         takeLock();
-        std::string const text = std::to_string(::getpid()) + "\n" + name + "\n";
+        const std::string text = std::to_string(::getpid()) + "\n" + name + "\n";
         require(::ftruncate(m_lock, 0) == 0);
         require(::write(m_lock, text.data(), text.size()) == static_cast<ssize_t>(text.size()));
         ::unlink(m_socketPath.c_str());
@@ -50,20 +50,20 @@ public:
     {
         ::unlink(m_socketPath.c_str());
         ::unlink(m_lockPath.c_str());
-        for (int const connection : m_connections)
+        for (const int connection : m_connections)
             ::close(connection);
         ::close(m_listener);
         ::close(m_lock);
     }
-    RawPort(RawPort const&) = delete;
-    RawPort& operator=(RawPort const&) = delete;
+    RawPort(const RawPort&) = delete;
+    RawPort& operator=(const RawPort&) = delete;
 
     // Waits for one text; throws when none comes for long.
     Packet receive()
     {
         for (;;) {
             std::vector<pollfd> questions{{m_listener, POLLIN, 0}};
-            for (int const connection : m_connections)
+            for (const int connection : m_connections)
                 questions.push_back({connection, POLLIN, 0});
             require(::poll(questions.data(), questions.size(), kLong) > 0);
             Packet packet;
@@ -105,28 +105,28 @@ private:
         message.msg_iovlen = 1;
         message.msg_control = control.data();
         message.msg_controllen = control.size();
-        ssize_t const got = ::recvmsg(connection, &message, MSG_CMSG_CLOEXEC);
+        const ssize_t got = ::recvmsg(connection, &message, MSG_CMSG_CLOEXEC);
         if (got <= 0) {
             ::close(connection);
             std::erase(m_connections, connection);
             return false;
         }
         packet.bytes.assign(room.data(), static_cast<std::size_t>(got));
-        cmsghdr const* const rights = CMSG_FIRSTHDR(&message);
+        const cmsghdr* const rights = CMSG_FIRSTHDR(&message);
         packet.wasMemoryFile = rights != nullptr;
         packet.text = packet.wasMemoryFile ? memoryText(rights, packet.bytes) : packet.bytes;
         return true;
     }
 
-    static std::string memoryText(cmsghdr const* rights, std::string const& bytes)
+    static std::string memoryText(const cmsghdr* rights, const std::string& bytes)
     {
         int file = -1;
         std::memcpy(&file, CMSG_DATA(rights), sizeof file);
         std::uint64_t length = 0;
         require(bytes.size() == sizeof length);
         std::memcpy(&length, bytes.data(), sizeof length);
-        int const seals = ::fcntl(file, F_GET_SEALS);
-        int const all = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
+        const int seals = ::fcntl(file, F_GET_SEALS);
+        const int all = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
         std::string text(length, '\0');
         require((seals & all) == all);
         require(::pread(file, text.data(), length, 0) == static_cast<ssize_t>(length));

@@ -18,11 +18,11 @@ protected:
     }
 
     // A message from the asker to the instance: those lines, an empty line, the body.
-    void post(std::string const& lines, std::string const& body = "body")
+    void post(const std::string& lines, const std::string& body = "body")
     {
         EXPECT_TRUE(asker.send("self-1.0", soString(text(lines, body))));
     }
-    static std::string text(std::string const& lines, std::string const& body = "body")
+    static std::string text(const std::string& lines, const std::string& body = "body")
     {
         return "@QK>Version:2.05\nTarget:self-1.0\nSender:asker-1.0\nSerial-Number:42\n" + lines
             + "Content-Length:" + std::to_string(body.size()) + "\n\n" + body;
@@ -39,11 +39,11 @@ protected:
     {
         Words types;
         while (types.size() < count) {
-            std::string const got = received(asker, 1);
+            const std::string got = received(asker, 1);
             if (got.empty())
                 break;
-            char const* const end = got.data() + got.size();
-            for (char const* at = got.data(); at != end;) {
+            const char* const end = got.data() + got.size();
+            for (const char* at = got.data(); at != end;) {
                 Message message;
                 at = message.readFromString(at, end);
                 EXPECT_EQ(message.serialNumber, 42U);
@@ -53,7 +53,7 @@ protected:
         return types;
     }
     // All that the asker gets until that word came.
-    std::string receivedUntil(std::string const& word)
+    std::string receivedUntil(const std::string& word)
     {
         std::string text;
         EXPECT_TRUE(pumpUntil([&] {
@@ -66,9 +66,9 @@ protected:
     // The one answer.
     std::unique_ptr<Message> answer()
     {
-        std::string const got = received(asker, 1);
+        const std::string got = received(asker, 1);
         auto message = std::make_unique<Message>();
-        char const* const end = got.data() + got.size();
+        const char* const end = got.data() + got.size();
         EXPECT_EQ(message->readFromString(got.data(), end), end) << "more than one answer";
         return message;
     }

@@ -19,7 +19,7 @@ public:
     public:
         void open()
         {
-            std::lock_guard const lock(m_lock);
+            const std::lock_guard lock(m_lock);
             m_isOpen = true;
             m_change.notify_all();
         }
@@ -48,8 +48,8 @@ public:
     }
 
     SoString getName() const override { return "slow"; }
-    bool addToGroup(Specifier const&, SoString const&, SoString const*) override { return false; }
-    bool removeFromGroup(Specifier const&, SoString const&, SoString const*) override
+    bool addToGroup(const Specifier&, const SoString&, const SoString*) override { return false; }
+    bool removeFromGroup(const Specifier&, const SoString&, const SoString*) override
     {
         return false;
     }
@@ -58,7 +58,7 @@ public:
         return true;
     }
     bool registerApplication(ScObjects::QKConnectorAppInfo&) override { return false; }
-    bool unregisterApplication(ScObjects::QKConnectorAppInfo const&) override { return false; }
+    bool unregisterApplication(const ScObjects::QKConnectorAppInfo&) override { return false; }
 
 private:
     Gate& m_gate;

@@ -36,17 +36,17 @@ std::string nameOf(int number)
 
 class Record {
 public:
-    explicit Record(char const* path)
+    explicit Record(const char* path)
         : m_file(::open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600))
     {
     }
     ~Record() { ::close(m_file); }
-    Record(Record const&) = delete;
-    Record& operator=(Record const&) = delete;
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
 
-    void write(std::string const& line) const
+    void write(const std::string& line) const
     {
-        std::string const whole = line + "\n";
+        const std::string whole = line + "\n";
         if (::write(m_file, whole.data(), whole.size()) != static_cast<ssize_t>(whole.size()))
             std::abort();
     }
@@ -57,7 +57,7 @@ private:
 
 class Receiver final : public TevoroTalk::MsgHandler {
 public:
-    explicit Receiver(Record const& record)
+    explicit Receiver(const Record& record)
         : m_record(record)
     {
     }
@@ -72,12 +72,12 @@ public:
     }
 
 private:
-    Record const& m_record;
+    const Record& m_record;
 };
 
 class AnswerHandler final : public TevoroTalk::MsgHandler {
 public:
-    AnswerHandler(Record const& record, char const* type, std::uint32_t serial, std::string id)
+    AnswerHandler(const Record& record, const char* type, std::uint32_t serial, std::string id)
         : m_record(record)
         , m_type(type)
         , m_serial(serial)
@@ -86,25 +86,25 @@ public:
     }
     long handleMessage(int reason, TevoroTalk::Message&, SoString*) override
     {
-        char const* const answer = reason == kResult ? "result"
+        const char* const answer = reason == kResult ? "result"
             : reason == kError                       ? "error"
                                                      : "timeout";
         m_record.write("A " + m_id + " " + answer);
         return 0;
     }
-    char const* getMsgType() const override { return m_type; }
+    const char* getMsgType() const override { return m_type; }
     std::uint32_t getSerialNumber() const override { return m_serial; }
 
 private:
-    Record const& m_record;
-    char const* m_type;
+    const Record& m_record;
+    const char* m_type;
     std::uint32_t m_serial;
     std::string m_id;
 };
 
 class Soaker {
 public:
-    Soaker(int number, int peers, char const* record, unsigned int seed)
+    Soaker(int number, int peers, const char* record, unsigned int seed)
         : m_number(number)
         , m_peers(peers)
         , m_record(record)
@@ -128,10 +128,10 @@ private:
 
     void sendOne()
     {
-        int const target =
+        const int target =
             (m_number + 1 + static_cast<int>(m_random() % unsigned(m_peers - 1))) % m_peers;
-        auto const kind = static_cast<Kind>(m_random() % 4);
-        std::string const id = std::to_string(m_number) + "." + std::to_string(::getpid()) + "."
+        const auto kind = static_cast<Kind>(m_random() % 4);
+        const std::string id = std::to_string(m_number) + "." + std::to_string(::getpid()) + "."
             + std::to_string(++m_count);
         m_record.write(
             "S " + id + " " + std::to_string(target) + " " + std::to_string(kind) + " " + time());
@@ -145,7 +145,7 @@ private:
             message.timeout = 1;
         if (kind != kPlain)
             awaitAnswers(message.serialNumber, id, kind);
-        bool const isDelivered =
+        const bool isDelivered =
             kind == kForged ? forge(message) : m_bus.send(message, false, 0, nullptr);
         m_record.write((isDelivered ? "D " : "F ") + id + " " + time());
         if (!isDelivered)
@@ -157,9 +157,9 @@ private:
         return std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
     }
 
-    void awaitAnswers(std::uint32_t serial, std::string const& id, Kind kind)
+    void awaitAnswers(std::uint32_t serial, const std::string& id, Kind kind)
     {
-        for (char const* type : {"Result", "Error"})
+        for (const char* type : {"Result", "Error"})
             delete m_bus.changeHandler(new AnswerHandler(m_record, type, serial, id));
         if (kind == kTimed)
             delete m_bus.changeHandler(new AnswerHandler(m_record, "Timeout", serial, id));
@@ -173,7 +173,7 @@ private:
         message.writeToString(text);
         std::string forged(text.view());
         forged.back() = forged.back() == 'x' ? 'y' : 'x';
-        std::string const port = gPortName + std::string(message.target.view());
+        const std::string port = gPortName + std::string(message.target.view());
         return m_sender.send(port, forged, std::chrono::seconds(10));
     }
 

@@ -24,7 +24,7 @@ using ScObjects::SoString;
 
 constexpr int kLong = 60000; // milliseconds
 
-void say(std::string const& line)
+void say(const std::string& line)
 {
     std::cout << line << std::endl; // each line is waited for
 }
@@ -42,7 +42,7 @@ std::string await(InterAppStream& stream, std::size_t count)
     return text;
 }
 
-void send(InterAppStream const& stream, std::string const& target, std::string const& text)
+void send(const InterAppStream& stream, const std::string& target, const std::string& text)
 {
     say(stream.send(target.c_str(), SoString(std::string_view(text))) ? "sent" : "not");
 }
@@ -73,7 +73,7 @@ int main(int count, char** words)
 {
     if (count != 2)
         return 2;
-    std::unique_ptr<InterAppStream> const stream(
+    const std::unique_ptr<InterAppStream> stream(
         ScObjects::TevoroTalkUtils::createNextAvailableInterAppStream(words[1]));
     say(stream ? stream->getSpecifier().get() : "null");
     bool wasObeyed = true;

@@ -21,7 +21,7 @@ public:
         std::string version;
     };
 
-    explicit TestRegistry(SoString const& appName = "self-1.0")
+    explicit TestRegistry(const SoString& appName = "self-1.0")
         : TevoroTalkConnector(appName)
         , self(appName.get())
     {
@@ -44,12 +44,12 @@ public:
     {
         if (index == -1)
             return self.c_str();
-        auto const place = static_cast<std::size_t>(index);
+        const auto place = static_cast<std::size_t>(index);
         return place < specifiers.size() ? SoString(specifiers[place].c_str()) : SoString();
     }
-    SoString findGroupForSpecifier(Specifier const& specifier, SoString* version) override
+    SoString findGroupForSpecifier(const Specifier& specifier, SoString* version) override
     {
-        auto const found = groups.find(specifier.get());
+        const auto found = groups.find(specifier.get());
         if (found == groups.end())
             return {};
         if (version != nullptr)
@@ -57,52 +57,52 @@ public:
         return found->second.name.c_str();
     }
     SoString findPreferredApp(
-        SoString const& from, SoString const& target, SoString const& group) override
+        const SoString& from, const SoString& target, const SoString& group) override
     {
-        auto const found =
+        const auto found =
             preferences.find(std::string(from.get()) + " " + target.get() + " " + group.get());
         return found != preferences.end() ? SoString(found->second.c_str()) : SoString();
     }
-    SoString getApplicationPath(SoString const& specifier, char const*) const override
+    SoString getApplicationPath(const SoString& specifier, const char*) const override
     {
-        auto const found = paths.find(specifier.get());
+        const auto found = paths.find(specifier.get());
         return found != paths.end() ? SoString(found->second.c_str()) : SoString();
     }
-    bool getMessageAuthentication(SoString const& specifier) const override
+    bool getMessageAuthentication(const SoString& specifier) const override
     {
         return specifier != self.c_str() || authenticates;
     }
-    bool getMessageDigest(SoString const& specifier) const override
+    bool getMessageDigest(const SoString& specifier) const override
     {
         return specifier != self.c_str() || digests;
     }
-    std::uint32_t getProcessID(SoString const& specifier) override
+    std::uint32_t getProcessID(const SoString& specifier) override
     {
-        auto const found = processes.find(specifier.get());
+        const auto found = processes.find(specifier.get());
         return found != processes.end() ? found->second : 0;
     }
 
     // Changes are written down in `calls`, and answered with `answer`.
-    bool registerApplication(Specifier const& specifier,
-        SoString const& path,
-        SoString const* displayName,
+    bool registerApplication(const Specifier& specifier,
+        const SoString& path,
+        const SoString* displayName,
         bool first,
         bool second) override
     {
         return note("register",
             {specifier, path, orNull(displayName), first ? "1" : "0", second ? "1" : "0"});
     }
-    bool unregisterApplication(Specifier const& specifier, SoString const* displayName) override
+    bool unregisterApplication(const Specifier& specifier, const SoString* displayName) override
     {
         return note("unregister", {specifier, orNull(displayName)});
     }
     bool addToGroup(
-        Specifier const& specifier, SoString const& group, SoString const* version) override
+        const Specifier& specifier, const SoString& group, const SoString* version) override
     {
         return note("add", {specifier, group, orNull(version)});
     }
     bool removeFromGroup(
-        Specifier const& specifier, SoString const& group, SoString const* version) override
+        const Specifier& specifier, const SoString& group, const SoString* version) override
     {
         return note("remove", {specifier, group, orNull(version)});
     }
@@ -113,7 +113,7 @@ public:
         return true;
     }
     bool registerApplication(ScObjects::QKConnectorAppInfo&) override { return answer; }
-    bool unregisterApplication(ScObjects::QKConnectorAppInfo const&) override { return answer; }
+    bool unregisterApplication(const ScObjects::QKConnectorAppInfo&) override { return answer; }
 
     std::string self;
     std::vector<std::string> specifiers;
@@ -127,12 +127,12 @@ public:
     std::vector<std::string> calls;
 
 private:
-    static SoString orNull(SoString const* text) { return text != nullptr ? *text : "(null)"; }
+    static SoString orNull(const SoString* text) { return text != nullptr ? *text : "(null)"; }
 
-    bool note(char const* what, std::vector<SoString> const& arguments)
+    bool note(const char* what, const std::vector<SoString>& arguments)
     {
         std::string call = what;
-        for (SoString const& argument : arguments)
+        for (const SoString& argument : arguments)
             call.append(" ").append(argument.get());
         calls.push_back(call);
         return answer;

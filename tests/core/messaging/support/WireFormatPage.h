@@ -14,31 +14,31 @@ using Words = std::vector<std::string>;
 
 inline std::string pageText()
 {
-    static std::string const text = read(TEVORO_SOURCE_DIR "/docs/wire-format.md");
+    static const std::string text = read(TEVORO_SOURCE_DIR "/docs/wire-format.md");
     return text;
 }
 
 // What stands in the block behind the mark of that name.
-inline std::string example(std::string const& name)
+inline std::string example(const std::string& name)
 {
-    std::string const mark = "<!-- example: " + name + " -->\n```\n";
-    std::size_t const at = pageText().find(mark);
+    const std::string mark = "<!-- example: " + name + " -->\n```\n";
+    const std::size_t at = pageText().find(mark);
     if (at == std::string::npos)
         throw std::runtime_error("no example " + name);
-    std::size_t const start = at + mark.size();
+    const std::size_t start = at + mark.size();
     return pageText().substr(start, pageText().find("```\n", start) - start);
 }
 
 // A message as an example holds it: as long as it says that it is.
-inline std::string message(std::string const& name)
+inline std::string message(const std::string& name)
 {
-    std::string const block = example(name);
-    std::string const length = lineOf(block, "Content-Length");
-    std::size_t const size = std::stoul(length.substr(length.find(':') + 1));
+    const std::string block = example(name);
+    const std::string length = lineOf(block, "Content-Length");
+    const std::size_t size = std::stoul(length.substr(length.find(':') + 1));
     return block.substr(0, block.find("\n\n") + 2 + size);
 }
 
-inline Words linesOf(std::string const& text)
+inline Words linesOf(const std::string& text)
 {
     Words lines;
     std::istringstream stream(text);
@@ -47,7 +47,7 @@ inline Words linesOf(std::string const& text)
     return lines;
 }
 
-inline Words wordsOf(std::string const& text)
+inline Words wordsOf(const std::string& text)
 {
     Words words;
     std::istringstream stream(text);
@@ -57,9 +57,9 @@ inline Words wordsOf(std::string const& text)
 }
 
 // The number in the row of a table that begins with that text.
-inline std::size_t limit(std::string const& row)
+inline std::size_t limit(const std::string& row)
 {
-    std::size_t const at = pageText().find("| " + row + " | ");
+    const std::size_t at = pageText().find("| " + row + " | ");
     if (at == std::string::npos)
         throw std::runtime_error("no row " + row);
     std::string digits = pageText().substr(at + row.size() + 5, 20);
@@ -67,10 +67,10 @@ inline std::size_t limit(std::string const& row)
     return std::stoul(digits);
 }
 
-inline std::string withLine(std::string text, std::string const& name, std::string const& line)
+inline std::string withLine(std::string text, const std::string& name, const std::string& line)
 {
-    std::string const old = lineOf(text, name);
-    std::size_t const at = ("\n" + text).find("\n" + old + "\n");
+    const std::string old = lineOf(text, name);
+    const std::size_t at = ("\n" + text).find("\n" + old + "\n");
     return old.empty() ? text : text.replace(at, old.size(), line);
 }
 

@@ -29,12 +29,12 @@ namespace {
 using namespace ScObjects;
 using namespace ScObjects::TevoroTalkData;
 
-std::string text(SoString const& value)
+std::string text(const SoString& value)
 {
     return std::string(value.view());
 }
 
-bool isRandomValue(std::string const& value)
+bool isRandomValue(const std::string& value)
 {
     return value.size() >= 16 && value.size() <= 32
         && value.find_first_not_of("0123456789ABCDEF") == std::string::npos;
@@ -49,15 +49,15 @@ protected:
     }
     ~IdentityTest() override { forgetIdentity(); }
 
-    std::string fileOf(std::string const& name) const { return m_home.path(".velmo/" + name); }
-    void write(std::string const& name, std::string const& value) const
+    std::string fileOf(const std::string& name) const { return m_home.path(".velmo/" + name); }
+    void write(const std::string& name, const std::string& value) const
     {
         m_home.write(".velmo/" + name, value);
     }
     std::set<std::string> filesInFolder() const
     {
         std::set<std::string> names;
-        for (auto const& entry : fs::directory_iterator(m_home.path(".velmo")))
+        for (const auto& entry : fs::directory_iterator(m_home.path(".velmo")))
             names.insert(entry.path().filename().string());
         return names;
     }
@@ -76,11 +76,11 @@ public:
         for (std::size_t i = 0; i < size; ++i)
             m_children.push_back(startChild());
     }
-    Crowd(Crowd const&) = delete;
-    Crowd& operator=(Crowd const&) = delete;
+    Crowd(const Crowd&) = delete;
+    Crowd& operator=(const Crowd&) = delete;
     ~Crowd()
     {
-        for (int const end : {m_answers[0], m_answers[1]})
+        for (const int end : {m_answers[0], m_answers[1]})
             ::close(end);
     }
 
@@ -89,7 +89,7 @@ public:
         ::close(m_start[0]);
         ::close(m_start[1]); // which lets all of them go
         std::vector<std::string> result;
-        for (pid_t const child : m_children) {
+        for (const pid_t child : m_children) {
             std::array<char, kAnswer> answer{};
             EXPECT_EQ(::read(m_answers[0], answer.data(), answer.size()), ssize_t{kAnswer});
             result.emplace_back(answer.data());
@@ -105,7 +105,7 @@ private:
 
     pid_t startChild()
     {
-        pid_t const child = ::fork();
+        const pid_t child = ::fork();
         if (child != 0)
             return child;
         ::close(m_start[1]);
@@ -125,8 +125,8 @@ private:
 
 TEST_F(IdentityTest, MakesAFileForItsOwnerAlone)
 {
-    mode_t const mask = ::umask(0);
-    std::string const id = text(TevoroTalkUtils::getUserID());
+    const mode_t mask = ::umask(0);
+    const std::string id = text(TevoroTalkUtils::getUserID());
     ::umask(mask);
     EXPECT_TRUE(isRandomValue(id)) << id;
     EXPECT_EQ(test::read(fileOf("userid")), id);
@@ -136,7 +136,7 @@ TEST_F(IdentityTest, MakesAFileForItsOwnerAlone)
 
 TEST_F(IdentityTest, LeavesNothingElseBehind)
 {
-    std::ptrdiff_t const before = test::openDescriptors();
+    const std::ptrdiff_t before = test::openDescriptors();
     getMD5ID();
     TevoroTalkUtils::getUserID();
     EXPECT_EQ(filesInFolder(), (std::set<std::string>{"md5", "userid"}));
@@ -145,14 +145,14 @@ TEST_F(IdentityTest, LeavesNothingElseBehind)
 
 TEST_F(IdentityTest, HasThreeNamesForOneValue)
 {
-    std::string const id = text(TevoroTalkUtils::getUserID());
+    const std::string id = text(TevoroTalkUtils::getUserID());
     EXPECT_EQ(text(TevoroTalkUtils::getSecurityID()), id);
     EXPECT_EQ(text(TevoroTalkUtils::getSignature()), id);
 }
 
 TEST_F(IdentityTest, MakesTheSaltIndependently)
 {
-    std::string const salt = text(getMD5ID());
+    const std::string salt = text(getMD5ID());
     EXPECT_TRUE(isRandomValue(salt)) << salt;
     EXPECT_EQ(test::read(fileOf("md5")), salt);
     EXPECT_NE(salt, text(TevoroTalkUtils::getUserID()));
@@ -172,14 +172,14 @@ TEST_F(IdentityTest, UsesAFolderThatIsThere)
 {
     fs::create_directory(m_home.path(".velmo"));
     EXPECT_EQ(test::read(fileOf("userid")), "");
-    std::string const id = text(TevoroTalkUtils::getUserID());
+    const std::string id = text(TevoroTalkUtils::getUserID());
     EXPECT_EQ(test::read(fileOf("userid")), id);
 }
 
 TEST_F(IdentityTest, KeepsAValueForTheProcess)
 {
-    std::string const id = text(TevoroTalkUtils::getUserID());
-    std::string const salt = text(getMD5ID());
+    const std::string id = text(TevoroTalkUtils::getUserID());
+    const std::string salt = text(getMD5ID());
     fs::remove_all(m_home.path(".velmo"));
     EXPECT_EQ(text(TevoroTalkUtils::getUserID()), id);
     EXPECT_EQ(text(getMD5ID()), salt);
@@ -188,7 +188,7 @@ TEST_F(IdentityTest, KeepsAValueForTheProcess)
 
 TEST_F(IdentityTest, MakesANewValueForTheNextProcessWhenTheFileIsGone)
 {
-    std::string const id = text(TevoroTalkUtils::getUserID());
+    const std::string id = text(TevoroTalkUtils::getUserID());
     fs::remove(fileOf("userid"));
     forgetIdentity();
     EXPECT_NE(text(TevoroTalkUtils::getUserID()), id);
@@ -196,7 +196,7 @@ TEST_F(IdentityTest, MakesANewValueForTheNextProcessWhenTheFileIsGone)
 
 TEST_F(IdentityTest, KeepsUpTo40Characters)
 {
-    for (std::size_t const length : {1U, 40U}) {
+    for (const std::size_t length : {1U, 40U}) {
         forgetIdentity();
         write("md5", std::string(length, 'a'));
         EXPECT_EQ(text(getMD5ID()), std::string(length, 'a'));
@@ -250,7 +250,7 @@ TEST_F(IdentityTest, IsFoundOnceThereIsAHomeFolder)
 TEST_F(IdentityTest, HoldsForTheProcessWhereNoFolderCanBeMade)
 {
     m_environment.set("HOME", m_home.write("file", "x"));
-    std::string const id = text(TevoroTalkUtils::getUserID());
+    const std::string id = text(TevoroTalkUtils::getUserID());
     EXPECT_TRUE(isRandomValue(id)) << id;
     EXPECT_EQ(text(TevoroTalkUtils::getUserID()), id);
     EXPECT_TRUE(isRandomValue(text(getMD5ID())));
@@ -261,8 +261,8 @@ TEST_F(IdentityTest, HoldsForTheProcessWhereNoFolderCanBeMade)
 TEST_F(IdentityTest, HoldsForTheProcessInAHomeThatCannotBeWritten)
 {
     fs::permissions(m_home.path(), fs::perms{0555});
-    int const answer = test::askedAsOrdinaryUser([] {
-        std::string const id = text(TevoroTalkUtils::getUserID());
+    const int answer = test::askedAsOrdinaryUser([] {
+        const std::string id = text(TevoroTalkUtils::getUserID());
         return isRandomValue(id) && text(TevoroTalkUtils::getUserID()) == id ? 1 : 0;
     });
     fs::permissions(m_home.path(), fs::perms{0700});
@@ -272,16 +272,16 @@ TEST_F(IdentityTest, HoldsForTheProcessInAHomeThatCannotBeWritten)
 
 TEST_F(IdentityTest, HoldsForTheProcessOnAFullDisk)
 {
-    int const answer = test::askedAsOrdinaryUser([] {
-        test::TestFolder const home;
+    const int answer = test::askedAsOrdinaryUser([] {
+        const test::TestFolder home;
         ::setenv("HOME", home.path().c_str(), 1);
-        rlimit const nothing{0, 0};
+        const rlimit nothing{0, 0};
         ::signal(SIGXFSZ, SIG_IGN);
         ::setrlimit(RLIMIT_FSIZE, &nothing);
-        std::string const id = text(TevoroTalkUtils::getUserID());
-        bool const isKept = isRandomValue(id) && text(TevoroTalkUtils::getUserID()) == id;
+        const std::string id = text(TevoroTalkUtils::getUserID());
+        const bool isKept = isRandomValue(id) && text(TevoroTalkUtils::getUserID()) == id;
         // Not even a part of a file, which the next process would take for the value.
-        bool const isClean = fs::is_empty(home.path(".velmo"));
+        const bool isClean = fs::is_empty(home.path(".velmo"));
         return isKept && isClean ? 1 : 0;
     });
     EXPECT_EQ(answer, 1);
@@ -293,7 +293,7 @@ TEST_F(IdentityTest, IsEmptyWhereTheFileIsClosedToTheUser)
     fs::permissions(m_home.path(), fs::perms{0755});
     fs::permissions(m_home.path(".velmo"), fs::perms{0755});
     fs::permissions(fileOf("userid"), fs::perms::none);
-    int const answer =
+    const int answer =
         test::askedAsOrdinaryUser([] { return TevoroTalkUtils::getUserID().isEmpty() ? 1 : 0; });
     EXPECT_EQ(answer, 1);
     fs::permissions(fileOf("userid"), fs::perms{0600});
@@ -310,7 +310,7 @@ TEST_F(IdentityTest, HoldsForTheProcessBehindALinkToNowhere)
 {
     fs::create_directory(m_home.path(".velmo"));
     fs::create_symlink("nowhere", fileOf("userid"));
-    std::string const id = text(TevoroTalkUtils::getUserID());
+    const std::string id = text(TevoroTalkUtils::getUserID());
     EXPECT_TRUE(isRandomValue(id)) << id;
     EXPECT_EQ(text(TevoroTalkUtils::getUserID()), id);
     EXPECT_EQ(filesInFolder(), std::set<std::string>{"userid"});
@@ -320,8 +320,8 @@ TEST_F(IdentityTest, IsOneForProcessesThatMakeItAtOnce)
 {
     for (int round = 0; round < 25; ++round) {
         fs::remove_all(m_home.path(".velmo"));
-        std::vector<std::string> const answers = Crowd(6).answers();
-        std::string const salt = test::read(fileOf("md5"));
+        const std::vector<std::string> answers = Crowd(6).answers();
+        const std::string salt = test::read(fileOf("md5"));
         EXPECT_TRUE(isRandomValue(salt)) << salt;
         EXPECT_EQ(answers, std::vector<std::string>(6, salt));
         EXPECT_EQ(filesInFolder(), std::set<std::string>{"md5"});
@@ -354,7 +354,7 @@ TEST(RandomValueTest, HasNoLeadingZerosOfItsBytes)
     std::set<std::string> values;
     std::size_t shortest = 32;
     for (int i = 0; i < 300; ++i) {
-        std::string const value = text(createRandomValue());
+        const std::string value = text(createRandomValue());
         EXPECT_TRUE(isRandomValue(value)) << value;
         shortest = std::min(shortest, value.size());
         values.insert(value);
@@ -368,14 +368,14 @@ TEST_F(IdentityTest, SaltsDigestsWithTheFile)
 {
     write("md5", "S");
     EXPECT_EQ(text(TevoroTalkUtils::getMD5("text")), "6171E91CDAFEFDB26DAE7AC9BD45694979D9E8F");
-    std::string const longer = "before text behind";
+    const std::string longer = "before text behind";
     EXPECT_EQ(text(digestOf(std::string_view(longer).substr(7, 4))),
         "6171E91CDAFEFDB26DAE7AC9BD45694979D9E8F");
 }
 
 TEST_F(IdentityTest, SaltsDigestsWithALongFileThatChanges)
 {
-    std::string const salt(41, 's');
+    const std::string salt(41, 's');
     write("md5", salt);
     EXPECT_EQ(text(TevoroTalkUtils::getMD5("text")), text(getDigest("text", salt)));
     write("md5", salt + "t");

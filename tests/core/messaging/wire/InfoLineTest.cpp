@@ -18,8 +18,8 @@ struct Line {
     std::string value;
     bool hasChildren;
 
-    bool operator==(Line const&) const = default;
-    friend std::ostream& operator<<(std::ostream& out, Line const& line)
+    bool operator==(const Line&) const = default;
+    friend std::ostream& operator<<(std::ostream& out, const Line& line)
     {
         return out << line.path << '|' << line.label << '|' << line.value << '|'
                    << line.hasChildren;
@@ -27,13 +27,13 @@ struct Line {
 };
 
 // Reads lines until one is none; what was left over goes to `rest`.
-std::vector<Line> linesOf(char const* text, char const** rest = nullptr)
+std::vector<Line> linesOf(const char* text, const char** rest = nullptr)
 {
     std::vector<Line> lines;
     SoString path("left over"), label("left over"), value("left over");
     bool hasChildren = false;
     for (;;) {
-        char const* const next = parseInfoLine(text, path, label, value, hasChildren);
+        const char* const next = parseInfoLine(text, path, label, value, hasChildren);
         if (next == nullptr)
             break;
         lines.push_back({path.get(), label.get(), value.get(), hasChildren});
@@ -44,9 +44,9 @@ std::vector<Line> linesOf(char const* text, char const** rest = nullptr)
     return lines;
 }
 
-std::optional<Line> lineOf(char const* text)
+std::optional<Line> lineOf(const char* text)
 {
-    auto const lines = linesOf(text);
+    const auto lines = linesOf(text);
     return lines.empty() ? std::nullopt : std::optional(lines.front());
 }
 
@@ -54,10 +54,10 @@ std::optional<Line> lineOf(char const* text)
 
 TEST(InfoLineTest, ReadsOneLineAfterTheOther)
 {
-    char const* const text = "/a;1;Label;value;\n/b;0;Other;;\n";
+    const char* const text = "/a;1;Label;value;\n/b;0;Other;;\n";
     SoString path, label, value;
     bool hasChildren = false;
-    char const* const next = parseInfoLine(text, path, label, value, hasChildren);
+    const char* const next = parseInfoLine(text, path, label, value, hasChildren);
     ASSERT_NE(next, nullptr);
     EXPECT_STREQ(next, "/b;0;Other;;\n");
     EXPECT_EQ(path, "/a");
@@ -65,7 +65,7 @@ TEST(InfoLineTest, ReadsOneLineAfterTheOther)
     EXPECT_EQ(value, "value");
     EXPECT_TRUE(hasChildren);
 
-    char const* rest = nullptr;
+    const char* rest = nullptr;
     EXPECT_EQ(linesOf(next, &rest), (std::vector<Line>{{"/b", "Other", "", false}}));
     EXPECT_STREQ(rest, "");
 }
@@ -91,7 +91,7 @@ TEST(InfoLineTest, EndsEveryFieldAtTheEndOfTheLine)
 
 TEST(InfoLineTest, IsNoLineForAnythingElse)
 {
-    for (char const* const text : {"",
+    for (const char* const text : {"",
              "\n",
              "\n/a;1;Label;value;\n",
              "no field at all",
@@ -126,19 +126,19 @@ TEST(InfoLineTest, KeepsNothingOfTheLineBefore)
 
 TEST(InfoLineTest, StopsBeforeTheFirstLineThatIsNone)
 {
-    char const* rest = nullptr;
+    const char* rest = nullptr;
     EXPECT_EQ(linesOf("/a;1;A;;\nbroken\n/b;1;B;;\n", &rest).size(), 1U);
     EXPECT_STREQ(rest, "broken\n/b;1;B;;\n");
 }
 
 TEST(InfoLineTest, ReadsAnyCutOfALineWithoutLookingBehindIt)
 {
-    std::string const whole = "/a;1;Label;value;";
+    const std::string whole = "/a;1;Label;value;";
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         // An exact copy, so that a sanitizer sees a byte too many.
         std::vector<char> exact(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
         exact.push_back('\0');
-        bool const isLine = length >= std::string("/a;1;Label;").size();
+        const bool isLine = length >= std::string("/a;1;Label;").size();
         EXPECT_EQ(lineOf(exact.data()).has_value(), isLine) << length;
     }
 }

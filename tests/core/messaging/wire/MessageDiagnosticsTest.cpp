@@ -20,19 +20,19 @@ std::string timeOf(std::int64_t seconds)
     return bytes(TevoroTalkUtils::getTimeString(&seconds));
 }
 
-std::string linesOf(Message const& message)
+std::string linesOf(const Message& message)
 {
     SoString out("before|");
     message.appendDiagnostics(out, "/p");
     return bytes(out);
 }
 
-std::vector<std::string> readLabels(std::string const& lines)
+std::vector<std::string> readLabels(const std::string& lines)
 {
     std::vector<std::string> labels;
     SoString path, label, value;
     bool hasChildren = false;
-    char const* at = lines.c_str();
+    const char* at = lines.c_str();
     while ((at = TevoroTalkUtils::parseInfoLine(at, path, label, value, hasChildren)))
         labels.push_back(bytes(label));
     return labels;
@@ -62,7 +62,7 @@ TEST(MessageDiagnosticsTest, TellsAllFields)
     message.body = "first line\nsecond line";
     message.setHeader("Colour", "blue");
     message.setHeader("Room", "12");
-    std::string const id = bytes(TevoroTalkUtils::getSenderID());
+    const std::string id = bytes(TevoroTalkUtils::getSenderID());
     EXPECT_EQ(linesOf(message),
         "before|/p/msg12;1;msg[00000012];" + timeOf(kTime)
             + ";\n"
@@ -95,7 +95,7 @@ TEST(MessageDiagnosticsTest, StopsItsReadersAtHeadersThatAreNotThere)
 {
     Message message;
     fill(message);
-    std::string const lines = linesOf(message);
+    const std::string lines = linesOf(message);
     EXPECT_THAT(lines, HasSubstr("\n/p/msg12/headers;Headers;(no headers);\n"));
     EXPECT_THAT(readLabels(lines.substr(lines.find('/'))),
         ElementsAre("msg[00000012]",
@@ -115,7 +115,7 @@ TEST(MessageDiagnosticsTest, StopsItsReadersAtATimeThatIsNotThere)
     message.timestamp = 0;
     message.timeout = 60;
     message.setHeader("Room", "12");
-    std::string const lines = linesOf(message);
+    const std::string lines = linesOf(message);
     EXPECT_THAT(lines, HasSubstr("\n/p/msg12/timestamp;Timestamp;undefined;\n"));
     EXPECT_THAT(lines, HasSubstr("\n/p/msg12/timeout;0;Timeout;undefined;\n"));
     EXPECT_EQ(readLabels(lines.substr(lines.find('/'))).back(), "Room");
@@ -127,8 +127,8 @@ TEST(MessageDiagnosticsTest, CallsUndefinedWhatIsNotThere)
     fill(message);
     message.type = "";
     message.serialNumber = QK_INVALID_MESSAGE_NUMBER;
-    std::string const lines = linesOf(message);
-    for (char const* part : {"/timeout;0;Timeout;",
+    const std::string lines = linesOf(message);
+    for (const char* part : {"/timeout;0;Timeout;",
              "/type;0;Type;",
              "/request;0;Response-Request;",
              "/serialnumber;0;Serial-Number;",
@@ -145,8 +145,8 @@ TEST(MessageDiagnosticsTest, LetsASemicolonEndAValueForItsReaders)
     Message message;
     fill(message);
     message.body = "a;b";
-    std::string const lines = linesOf(message);
-    std::size_t const at = lines.find("/p/msg12/body/text;");
+    const std::string lines = linesOf(message);
+    const std::size_t at = lines.find("/p/msg12/body/text;");
     ASSERT_NE(at, std::string::npos);
     EXPECT_EQ(lines.substr(at), "/p/msg12/body/text;0;Text;a;b;\n");
     SoString path, label, value;

@@ -18,8 +18,8 @@ TEST_F(MessageDigestTest, WritesADigestOfAllThatFollowsIt)
     Message message;
     address(message);
     message.body = test::soString(std::string_view("bo\0dy", 5));
-    std::string const text = written(message);
-    std::string const rest = text.substr(text.find('\n') + 1);
+    const std::string text = written(message);
+    const std::string rest = text.substr(text.find('\n') + 1);
     EXPECT_TRUE(rest.starts_with("@QK>Version:2.05\n"));
     EXPECT_EQ(text, withDigest(rest));
 }
@@ -35,7 +35,7 @@ TEST_F(MessageDigestTest, WritesNoDigestWhenThatIsOff)
 
 TEST_F(MessageDigestTest, AcceptsTheRightDigest)
 {
-    std::string const text = withDigest(std::string(test::kHead) + "Content-Length:4\n\nbody");
+    const std::string text = withDigest(std::string(test::kHead) + "Content-Length:4\n\nbody");
     EXPECT_FALSE(test::readMessage(text).message->isRejected());
     EXPECT_EQ(test::readMessage(text).what(),
         "version=2.05 target=t sender=s type=Quillscriber body=body");
@@ -44,12 +44,12 @@ TEST_F(MessageDigestTest, AcceptsTheRightDigest)
 
 TEST_F(MessageDigestTest, RejectsAChangeAtAnyByte)
 {
-    std::string const text = withDigest(std::string(test::kHead) + "Content-Length:4\n\nbody");
+    const std::string text = withDigest(std::string(test::kHead) + "Content-Length:4\n\nbody");
     for (std::size_t at = text.find(':') + 1; at < text.size(); ++at) {
         std::string changed = text;
         changed[at] ^= 1;
-        test::ReadMessage const result = test::readMessage(changed);
-        Message const& message = *result.message;
+        const test::ReadMessage result = test::readMessage(changed);
+        const Message& message = *result.message;
         EXPECT_TRUE(message.isRejected()) << "byte " << at;
         EXPECT_EQ(bytes(message.digestStatus), "REJECTED") << "byte " << at;
     }
@@ -65,7 +65,7 @@ TEST_F(MessageDigestTest, ReadsARejectedMessageWhole)
 
 TEST_F(MessageDigestTest, RejectsTheDigestOfAnotherUser)
 {
-    std::string const text = withDigest(std::string(test::kHead) + "\n");
+    const std::string text = withDigest(std::string(test::kHead) + "\n");
     setSalt("0123456789ABCDE");
     EXPECT_TRUE(test::readMessage(text).message->isRejected());
 }
@@ -73,8 +73,8 @@ TEST_F(MessageDigestTest, RejectsTheDigestOfAnotherUser)
 TEST_F(MessageDigestTest, RejectsADigestInSmallLetters)
 {
     std::string text = withDigest(std::string(test::kHead) + "\n");
-    std::size_t const start = text.find(':');
-    std::size_t const end = text.find('\n');
+    const std::size_t start = text.find(':');
+    const std::size_t end = text.find('\n');
     for (std::size_t i = start; i < end; ++i)
         text[i] = static_cast<char>(std::tolower(text[i]));
     EXPECT_TRUE(test::readMessage(text).message->isRejected());
@@ -82,8 +82,8 @@ TEST_F(MessageDigestTest, RejectsADigestInSmallLetters)
 
 TEST_F(MessageDigestTest, AcceptsAMessageWithoutADigest)
 {
-    test::ReadMessage const result = test::readMessage(std::string(test::kHead) + "\n");
-    Message const& message = *result.message;
+    const test::ReadMessage result = test::readMessage(std::string(test::kHead) + "\n");
+    const Message& message = *result.message;
     EXPECT_FALSE(message.isRejected());
     EXPECT_TRUE(message.digestStatus.isEmpty());
 }
@@ -91,11 +91,11 @@ TEST_F(MessageDigestTest, AcceptsAMessageWithoutADigest)
 TEST_F(MessageDigestTest, LooksAtNoDigestWhenAuthenticationIsOff)
 {
     Message::setAuthentication(false);
-    for (std::string const& text : {withDigest(std::string(test::kHead) + "\n"),
+    for (const std::string& text : {withDigest(std::string(test::kHead) + "\n"),
              "@QK>MD5:ABC\n" + std::string(test::kHead) + "\n",
              std::string(test::kHead) + "\n"}) {
-        test::ReadMessage const result = test::readMessage(text);
-        Message const& message = *result.message;
+        const test::ReadMessage result = test::readMessage(text);
+        const Message& message = *result.message;
         EXPECT_EQ(bytes(message.digestStatus), "NODIGEST");
         EXPECT_TRUE(message.isRejected());
     }
@@ -103,8 +103,8 @@ TEST_F(MessageDigestTest, LooksAtNoDigestWhenAuthenticationIsOff)
 
 TEST_F(MessageDigestTest, DigestsWhatFollowsTheLastDigestLine)
 {
-    std::string const rest = std::string(test::kHead) + "\n";
-    std::string const digested = withDigest(rest);
+    const std::string rest = std::string(test::kHead) + "\n";
+    const std::string digested = withDigest(rest);
     EXPECT_FALSE(test::readMessage("Name:1\n" + digested).message->isRejected());
     EXPECT_FALSE(test::readMessage("@QK>MD5:ABC\n" + digested).message->isRejected());
     EXPECT_TRUE(test::readMessage(digested.substr(0, digested.size() - 1) + "@QK>MD5:ABC\n\n")
@@ -113,18 +113,18 @@ TEST_F(MessageDigestTest, DigestsWhatFollowsTheLastDigestLine)
 
 TEST_F(MessageDigestTest, AcceptsADigestOfTheOtherKindUnseen)
 {
-    std::string const rest = std::string(test::kHead) + "\n";
+    const std::string rest = std::string(test::kHead) + "\n";
     EXPECT_FALSE(test::readMessage("@QK>Digest:any\n" + rest).message->isRejected());
     EXPECT_FALSE(test::readMessage("@QK>Digest:any\n@QK>MD5:ABC\n" + rest).message->isRejected());
     EXPECT_TRUE(test::readMessage("@QK>MD5:ABC\n@QK>Digest:any\n" + rest).message->isRejected());
-    std::string const md5 = withDigest(rest).substr(0, withDigest(rest).find('\n') + 1);
+    const std::string md5 = withDigest(rest).substr(0, withDigest(rest).find('\n') + 1);
     EXPECT_FALSE(test::readMessage(md5 + "@QK>Digest:any\n" + rest).message->isRejected());
 }
 
 TEST_F(MessageDigestTest, PassesOverADigestBehindOneOfTheOtherKind)
 {
-    std::string const text = withDigest("@QK>MD5:any\n" + std::string(test::kHead) + "\n");
-    std::size_t const second = text.find('\n') + 1;
+    const std::string text = withDigest("@QK>MD5:any\n" + std::string(test::kHead) + "\n");
+    const std::size_t second = text.find('\n') + 1;
     EXPECT_FALSE(
         test::readMessage(text.substr(0, second) + "@QK>Digest:any\n" + text.substr(second))
             .message->isRejected());

@@ -17,8 +17,8 @@ class MessageReadingTest : public test::MessageWireFixture { };
 
 TEST_F(MessageReadingTest, ReadsGoodTexts)
 {
-    std::string const head = test::kHead;
-    std::string const what = "version=2.05 target=t sender=s type=Quillscriber";
+    const std::string head = test::kHead;
+    const std::string what = "version=2.05 target=t sender=s type=Quillscriber";
     test::expectRead({
         {"all lines",
             "@QK>Version:2.05\nTarget:t\nSender:s\nSender-ID:localhost:mac7\nTimeout:5\nType:Own\n"
@@ -72,9 +72,9 @@ TEST_F(MessageReadingTest, ReadsGoodTexts)
 
 TEST_F(MessageReadingTest, ReadsOfBadTextsWhatThereIs)
 {
-    std::string const head = test::kHead;
-    std::string const what = "version=2.05 target=t sender=s type=Quillscriber";
-    std::string const none = "version=1.0 type=Quillscriber";
+    const std::string head = test::kHead;
+    const std::string what = "version=2.05 target=t sender=s type=Quillscriber";
+    const std::string none = "version=1.0 type=Quillscriber";
     test::expectRead({
         {"nothing", "", none},
         {"a line feed", "\n", none},
@@ -138,9 +138,9 @@ TEST_F(MessageReadingTest, ReadsOfBadTextsWhatThereIs)
 
 TEST_F(MessageReadingTest, FindsTheNextMessageBehindOne)
 {
-    std::string const first = std::string(test::kHead) + "Content-Length:4\n\nbody";
-    std::string const second = std::string(test::kHead) + "Type:Second\n\n";
-    test::ReadMessage const result = test::readMessage(first + "\n\n\n" + second);
+    const std::string first = std::string(test::kHead) + "Content-Length:4\n\nbody";
+    const std::string second = std::string(test::kHead) + "Type:Second\n\n";
+    const test::ReadMessage result = test::readMessage(first + "\n\n\n" + second);
     EXPECT_EQ(bytes(result.message->body), "body");
     EXPECT_EQ(result.rest, second);
     EXPECT_EQ(bytes(test::readMessage(result.rest).message->type), "Second");
@@ -155,7 +155,7 @@ TEST_F(MessageReadingTest, LeavesABodyOfNoKnownLengthToTheNextRead)
 
 TEST_F(MessageReadingTest, ReadsATerminatedText)
 {
-    std::string const text = std::string(test::kHead) + "Content-Length:9\n\nbody";
+    const std::string text = std::string(test::kHead) + "Content-Length:9\n\nbody";
     Message message;
     EXPECT_EQ(message.readFromString(text.c_str()), text.c_str() + text.size());
     EXPECT_EQ(bytes(message.body), "body");
@@ -164,7 +164,7 @@ TEST_F(MessageReadingTest, ReadsATerminatedText)
 
 TEST_F(MessageReadingTest, ReadsNothingFromAnEmptyText)
 {
-    char const* const text = "";
+    const char* const text = "";
     Message message;
     EXPECT_EQ(message.readFromString(text), text);
     EXPECT_EQ(bytes(message.version), "1.0");
@@ -181,14 +181,13 @@ TEST_F(MessageReadingTest, ReadsEachBeginningOfAGoodText)
     message.timeout = 5;
     message.setHeader("Timeout", "custom");
     message.body = test::soString(std::string_view("bo\0dy", 5));
-    std::string const text = written(message);
-    std::size_t const digestEnd = text.find('\n') + 1;
+    const std::string text = written(message);
+    const std::size_t digestEnd = text.find('\n') + 1;
     for (std::size_t length = 0; length < text.size(); ++length) {
         SCOPED_TRACE(length);
-        test::ReadMessage const cut = test::readMessage(text.substr(0, length));
-        if (length >= digestEnd) {
+        const test::ReadMessage cut = test::readMessage(text.substr(0, length));
+        if (length >= digestEnd)
             EXPECT_TRUE(cut.message->isRejected());
-        }
         EXPECT_EQ(cut.rest, "");
         EXPECT_TRUE(message.body.view().starts_with(cut.message->body.view()));
         EXPECT_TRUE(message.target.view().starts_with(cut.message->target.view()));
@@ -199,8 +198,8 @@ TEST_F(MessageReadingTest, ReadsEachBeginningOfAGoodText)
 
 TEST_F(MessageReadingTest, GivesAMessageWithATimeoutTheMomentForItsTime)
 {
-    std::int64_t const before = TevoroTalkUtils::getTimeSeconds();
-    std::string const head = test::kHead;
+    const std::int64_t before = TevoroTalkUtils::getTimeSeconds();
+    const std::string head = test::kHead;
     EXPECT_GE(test::readMessage(head + "Timeout:5\n\n").message->timestamp, before);
     EXPECT_EQ(test::readMessage(head + "Timeout:5\nTimestamp:7\n\n").message->timestamp, 7);
     EXPECT_EQ(test::readMessage(head + "Timeout:-5\n\n").message->timestamp, 0);
@@ -236,8 +235,8 @@ TEST_F(MessageReadingTest, KeepsNoMoreHeadersThanAnybodySends)
     for (int i = 0; i < 5000; ++i)
         text += "H" + std::to_string(i) + ":" + std::to_string(i) + "\n";
     text += "Type:Last\nContent-Length:4\n\nbody";
-    test::ReadMessage const result = test::readMessage(text);
-    Message const& message = *result.message;
+    const test::ReadMessage result = test::readMessage(text);
+    const Message& message = *result.message;
     EXPECT_EQ(bytes(message.getUserHeaderValue("H4095")), "4095");
     EXPECT_TRUE(message.getUserHeaderValue("H4096").isEmpty());
     EXPECT_EQ(bytes(message.type), "Last");
@@ -246,30 +245,30 @@ TEST_F(MessageReadingTest, KeepsNoMoreHeadersThanAnybodySends)
 
 TEST_F(MessageReadingTest, ReadsManyLinesInTimeProportionalToThem)
 {
-    auto const textOf = [](int lines) {
+    const auto textOf = [](int lines) {
         std::string text = test::kHead;
         for (int i = 0; i < lines; ++i)
             text += "Header-" + std::to_string(i) + ":value\n";
         return text + "\n";
     };
-    std::string const some = textOf(100'000);
-    std::string const many = textOf(800'000);
+    const std::string some = textOf(100'000);
+    const std::string many = textOf(800'000);
     test::readMessage(some);
-    double const forSome = secondsFor([&] { test::readMessage(some); });
-    double const forMany = secondsFor([&] { test::readMessage(many); });
+    const double forSome = secondsFor([&] { test::readMessage(some); });
+    const double forMany = secondsFor([&] { test::readMessage(many); });
     EXPECT_LT(forMany, 24 * forSome); // a product of the lines would be 64 times
     RecordProperty("seconds_for_100000_lines", std::to_string(forSome));
 }
 
 TEST_F(MessageReadingTest, ReadsTextsWithoutColonsLineFeedsOrEndsInTimeProportionalToThem)
 {
-    for (std::string const& piece : {std::string("a\n"),
+    for (const std::string& piece : {std::string("a\n"),
              std::string("a:"),
              std::string("\n"),
              std::string(1, '\0'),
              std::string(":\n"),
              std::string("Content-Length:1\n\n")}) {
-        auto const readAll = [&piece](int count) {
+        const auto readAll = [&piece](int count) {
             std::string text;
             for (int i = 0; i < count; ++i)
                 text += piece;
@@ -278,14 +277,14 @@ TEST_F(MessageReadingTest, ReadsTextsWithoutColonsLineFeedsOrEndsInTimeProportio
                 for (std::size_t left = rest.size() + 1; !rest.empty() && rest.size() < left;) {
                     left = rest.size();
                     Message message;
-                    char const* const end = rest.data() + rest.size();
-                    char const* const next = message.readFromString(rest.data(), end);
+                    const char* const end = rest.data() + rest.size();
+                    const char* const next = message.readFromString(rest.data(), end);
                     rest.remove_prefix(static_cast<std::size_t>(next - rest.data()));
                 }
             });
         };
         readAll(1000);
-        double const forSome = readAll(10'000);
+        const double forSome = readAll(10'000);
         EXPECT_LT(readAll(80'000), 24 * forSome + 0.05) << testing::PrintToString(piece);
     }
 }

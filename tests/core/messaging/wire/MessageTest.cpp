@@ -17,16 +17,16 @@ using Message = TevoroTalk::Message;
 
 class MessageTest : public test::MessagingFixture {
 protected:
-    static std::vector<std::string> headersOf(Message const& message)
+    static std::vector<std::string> headersOf(const Message& message)
     {
         std::vector<std::string> headers;
-        for (auto const* header = message.headers; header != nullptr; header = header->next)
+        for (const auto* header = message.headers; header != nullptr; header = header->next)
             headers.push_back(bytes(header->name) + "=" + bytes(header->value));
         return headers;
     }
 
     // Without the times that it says.
-    static std::string logged(Message const& message, bool withBody)
+    static std::string logged(const Message& message, bool withBody)
     {
         SoString text = "former";
         EXPECT_TRUE(message.logToString("LABEL", text, withBody));
@@ -40,8 +40,8 @@ protected:
 
 TEST_F(MessageTest, BeginsAsAnEmptyScriptOfThisMoment)
 {
-    std::int64_t const before = TevoroTalkUtils::getTimeSeconds();
-    Message const fresh;
+    const std::int64_t before = TevoroTalkUtils::getTimeSeconds();
+    const Message fresh;
     EXPECT_GE(fresh.timestamp, before);
     EXPECT_LE(fresh.timestamp, TevoroTalkUtils::getTimeSeconds());
     EXPECT_EQ(test::described(fresh),
@@ -86,7 +86,7 @@ TEST_F(MessageTest, IgnoresAHeaderWithoutAName)
 
 TEST_F(MessageTest, TakesNoValueForAnEmptyOne)
 {
-    message.setHeader("Name", static_cast<char const*>(nullptr));
+    message.setHeader("Name", static_cast<const char*>(nullptr));
     EXPECT_THAT(headersOf(message), testing::ElementsAre("Name="));
 }
 
@@ -99,7 +99,7 @@ TEST_F(MessageTest, WritesNumbersInDecimal)
 
 TEST_F(MessageTest, RemovesHeadersAtEveryPlace)
 {
-    for (char const* name : {"1", "2", "3", "4"})
+    for (const char* name : {"1", "2", "3", "4"})
         message.setHeader(name, name);
     message.removeHeader("missing");
     message.removeHeader("2");
@@ -130,7 +130,7 @@ TEST_F(MessageTest, IsCopiedWithAllFieldsAndItsHeadersInReverse)
     message.digestStatus = "REJECTED";
     message.setHeader("First", "1");
     message.setHeader("Second", "2");
-    Message const copy(message);
+    const Message copy(message);
     EXPECT_EQ(test::described(copy),
         "version=1.0 target=target-1.0 sender=sender-1.0 timeout=5 type=Own request=Result "
         "timestamp=1234 serial=1 received=2 result=3 error=4 First=1 Second=2 body="
@@ -148,7 +148,7 @@ TEST_F(MessageTest, IsCopiedAsAScriptWhenItHasNoType)
 
 TEST_F(MessageTest, KnowsTheTypesOfTheBusByEveryLetter)
 {
-    for (char const* word : {"Quillscriber",
+    for (const char* word : {"Quillscriber",
              "Debug",
              "Receive",
              "Received",
@@ -163,7 +163,7 @@ TEST_F(MessageTest, KnowsTheTypesOfTheBusByEveryLetter)
         message.type = word;
         EXPECT_FALSE(message.isUserType()) << word;
     }
-    for (char const* word : {"", "debug", "quillscriber", "Results", "ResultOwn", "ping", "Own"}) {
+    for (const char* word : {"", "debug", "quillscriber", "Results", "ResultOwn", "ping", "Own"}) {
         message.type = word;
         EXPECT_TRUE(message.isUserType()) << word;
     }
@@ -173,14 +173,14 @@ TEST_F(MessageTest, TakesNumbersFromTheContext)
 {
     EXPECT_EQ(Message::getNextSerialNumber(nullptr), 0U); // there is none
     ASSERT_TRUE(TevoroTalk::InitTerm::init("self-1.0", true));
-    std::uint32_t const first = Message::getNextSerialNumber(nullptr);
+    const std::uint32_t first = Message::getNextSerialNumber(nullptr);
     EXPECT_GT(first, 0U);
     EXPECT_EQ(Message::getNextSerialNumber(TevoroTalkContext::getCurrentContext()), first + 1);
 }
 
 TEST_F(MessageTest, IsRejectedByTwoWords)
 {
-    for (char const* word : {"REJECTED", "NODIGEST"}) {
+    for (const char* word : {"REJECTED", "NODIGEST"}) {
         message.digestStatus = word;
         EXPECT_TRUE(message.isRejected()) << word;
     }
@@ -242,10 +242,10 @@ TEST_F(MessageTest, DescribesAllFieldsForTheLogAndLeavesTheBodyOut)
 
 TEST_F(MessageTest, TellsTheMomentInTheLog)
 {
-    std::int64_t const before = TevoroTalkUtils::getTimeSeconds();
+    const std::int64_t before = TevoroTalkUtils::getTimeSeconds();
     SoString text;
     message.logToString("LABEL", text, false);
-    std::int64_t const now = std::stoll(test::lineOf(bytes(text), "Now").substr(4));
+    const std::int64_t now = std::stoll(test::lineOf(bytes(text), "Now").substr(4));
     EXPECT_GE(now, before);
     EXPECT_LE(now, TevoroTalkUtils::getTimeSeconds());
 }

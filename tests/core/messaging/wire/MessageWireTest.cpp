@@ -14,7 +14,7 @@ using test::described;
 using test::lineOf;
 
 // Their names say what a message is, so that a custom header of that name has to be marked.
-constexpr char const* kTags[] = {"Sender",
+constexpr const char* kTags[] = {"Sender",
     "Sender-ID",
     "Target",
     "Timeout",
@@ -38,9 +38,9 @@ TEST_F(MessageWireTest, WritesEightLinesForANewMessage)
     Message::setCreateDigest(false);
     Message message;
     address(message);
-    std::int64_t const before = TevoroTalkUtils::getTimeSeconds();
-    std::string const text = written(message);
-    std::string const time = lineOf(text, "Timestamp").substr(std::strlen("Timestamp: "));
+    const std::int64_t before = TevoroTalkUtils::getTimeSeconds();
+    const std::string text = written(message);
+    const std::string time = lineOf(text, "Timestamp").substr(std::strlen("Timestamp: "));
     EXPECT_GE(std::stoll(time), before);
     EXPECT_LE(std::stoll(time), TevoroTalkUtils::getTimeSeconds());
     EXPECT_EQ(text,
@@ -130,12 +130,12 @@ TEST_F(MessageWireTest, WritesBehindWhatIsThere)
 
 TEST_F(MessageWireTest, MarksCustomHeadersThatAreCalledLikeTags)
 {
-    for (char const* tag : kTags) {
+    for (const char* tag : kTags) {
         SCOPED_TRACE(tag);
         Message message;
         address(message);
         message.setHeader(tag, "custom");
-        test::ReadMessage const result = test::readMessage(written(message));
+        const test::ReadMessage result = test::readMessage(written(message));
         EXPECT_NE(
             written(message).find("\n@HDR>" + std::string(tag) + ":custom\n"), std::string::npos);
         EXPECT_EQ(bytes(result.message->getUserHeaderValue(tag)), "custom");
@@ -147,7 +147,7 @@ TEST_F(MessageWireTest, MarksCustomHeadersThatAreCalledLikeTags)
 
 TEST_F(MessageWireTest, MarksNoOtherCustomHeader)
 {
-    for (char const* name : {"sender", "Name", "Version", "Sender-Id", "@QK>MD5x", "Error-Codes"}) {
+    for (const char* name : {"sender", "Name", "Version", "Sender-Id", "@QK>MD5x", "Error-Codes"}) {
         Message message;
         address(message);
         message.setHeader(name, "custom");
@@ -158,7 +158,7 @@ TEST_F(MessageWireTest, MarksNoOtherCustomHeader)
 
 TEST_F(MessageWireTest, MarksNothingInTheVersionsBeforeTheMark)
 {
-    for (char const* version : {"", "1.0", "2.0"}) {
+    for (const char* version : {"", "1.0", "2.0"}) {
         Message message;
         address(message);
         message.version = version;
@@ -166,7 +166,7 @@ TEST_F(MessageWireTest, MarksNothingInTheVersionsBeforeTheMark)
         EXPECT_EQ(lineOf(written(message), "@HDR>Timeout"), "") << version;
         EXPECT_EQ(test::readMessage(written(message)).message->timeout, 9) << version;
     }
-    for (char const* version : {"2.05", "2.1", "3", "1.00", "x"}) {
+    for (const char* version : {"2.05", "2.1", "3", "1.00", "x"}) {
         Message message;
         address(message);
         message.version = version;
@@ -177,8 +177,8 @@ TEST_F(MessageWireTest, MarksNothingInTheVersionsBeforeTheMark)
 
 TEST_F(MessageWireTest, TurnsAnAnswersNumberIntoATypeOfItsOwn)
 {
-    std::string const head = test::kHead;
-    std::string const what = "version=2.05 target=t sender=s type=";
+    const std::string head = test::kHead;
+    const std::string what = "version=2.05 target=t sender=s type=";
     test::expectRead({
         {"a user's type",
             head + "Type:Own\nSerial-Number:3\nResult:7\n\n",
@@ -212,15 +212,15 @@ TEST_F(MessageWireTest, ReversesCustomHeaders)
     address(message);
     message.setHeader("First", "1");
     message.setHeader("Second", "2");
-    test::ReadMessage const once = test::readMessage(fixedLines(message));
+    const test::ReadMessage once = test::readMessage(fixedLines(message));
     EXPECT_NE(once.what().find(" First=1 Second=2"), std::string::npos) << once.what();
 }
 
 TEST_F(MessageWireTest, CarriesTheSenderIDOfAForwardedMessageBesideItsOwn)
 {
-    test::ReadMessage const received =
+    const test::ReadMessage received =
         test::readMessage("@QK>Version:2.05\nTarget:t\nSender:s\nSender-ID:far\n\n");
-    std::string const forwarded = written(*received.message);
+    const std::string forwarded = written(*received.message);
     EXPECT_EQ(lineOf(forwarded, "@HDR>Sender-ID"), "@HDR>Sender-ID:far");
     EXPECT_EQ(lineOf(forwarded, "Sender-ID"), "Sender-ID:" + bytes(TevoroTalkUtils::getSenderID()));
 }
@@ -228,14 +228,14 @@ TEST_F(MessageWireTest, CarriesTheSenderIDOfAForwardedMessageBesideItsOwn)
 TEST_F(MessageWireTest, BringsRandomMessagesThrough)
 {
     std::mt19937 random(7);
-    auto const pick = [&random](unsigned int count) { return random() % count; };
-    auto const text = [&](unsigned int most, std::string_view without) {
+    const auto pick = [&random](unsigned int count) { return random() % count; };
+    const auto text = [&](unsigned int most, std::string_view without) {
         std::string result(1 + pick(most), ' ');
         for (char& c : result)
             while (without.find(c = static_cast<char>(pick(256))) != std::string_view::npos) { }
         return result;
     };
-    std::string_view const forbidden("\n\0", 2);
+    const std::string_view forbidden("\n\0", 2);
     for (int i = 0; i < 500; ++i) {
         SCOPED_TRACE(i);
         Message message;
@@ -264,9 +264,9 @@ TEST_F(MessageWireTest, CarriesABodyOfAMegabyte)
 {
     Message message;
     address(message);
-    std::string const body(1024 * 1024, '\n');
+    const std::string body(1024 * 1024, '\n');
     message.body = test::soString(body);
-    test::ReadMessage const result = test::readMessage(written(message));
+    const test::ReadMessage result = test::readMessage(written(message));
     EXPECT_FALSE(result.message->isRejected());
     EXPECT_EQ(bytes(result.message->body), body);
     EXPECT_EQ(result.rest, "");
@@ -275,10 +275,10 @@ TEST_F(MessageWireTest, CarriesABodyOfAMegabyte)
 TEST_F(MessageWireTest, ReadsNumbersAsTheLibraryOfCDoes)
 {
     struct Row {
-        char const* text;
+        const char* text;
         std::uint32_t number;
     };
-    for (Row const& row : {Row{"7", 7},
+    for (const Row& row : {Row{"7", 7},
              {" \t\v\f\r 7", 7},
              {"+7", 7},
              {"-7", 0xFFFFFFF9},
@@ -297,7 +297,7 @@ TEST_F(MessageWireTest, ReadsNumbersAsTheLibraryOfCDoes)
              {"-18446744073709551616", 0xFFFFFFFF},
              {"99999999999999999999999999", 0xFFFFFFFF}}) {
         Message message;
-        std::string const text = "Serial-Number:" + std::string(row.text) + "\n\n";
+        const std::string text = "Serial-Number:" + std::string(row.text) + "\n\n";
         message.readFromString(text.c_str());
         EXPECT_EQ(message.serialNumber, row.number) << '"' << row.text << '"';
         EXPECT_EQ(
@@ -308,19 +308,19 @@ TEST_F(MessageWireTest, ReadsNumbersAsTheLibraryOfCDoes)
 // A large body at the end of a text takes the text's buffer over, and nobody can tell.
 TEST_F(MessageWireTest, ReadsBodiesOfAllSizesOutOfOneText)
 {
-    std::size_t const large = std::size_t{64} * 1024;
-    for (std::size_t const size : {std::size_t{0}, std::size_t{1}, large - 1, large, 3 * large}) {
-        for (char const* behind : {"", "\n", "x"}) {
+    const std::size_t large = std::size_t{64} * 1024;
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, large - 1, large, 3 * large}) {
+        for (const char* behind : {"", "\n", "x"}) {
             Message written;
             address(written);
             written.body = SoString(std::string(size, 'b'));
             written.setHeader("Own", "value");
             SoString text;
             ASSERT_TRUE(written.writeToString(text));
-            long const end = text.length();
+            const long end = text.length();
             text << behind;
             Message read;
-            long const next = read.readFrom(text, 0);
+            const long next = read.readFrom(text, 0);
             EXPECT_EQ(next, *behind == '\n' ? end + 1 : end) << size;
             EXPECT_EQ(read.body.view(), written.body.view());
             EXPECT_EQ(read.getUserHeaderValue("Own"), "value");
@@ -349,16 +349,16 @@ TEST_F(MessageWireTest, FindsALargeBodyThatWasChangedOnItsWay)
 TEST_F(MessageWireTest, ReadsALargeBodyBehindAnotherMessage)
 {
     SoString text;
-    for (char const mark : {'1', '2'}) {
+    for (const char mark : {'1', '2'}) {
         Message written;
         address(written);
         written.body = SoString(std::string(100000, mark));
         ASSERT_TRUE(written.writeToString(text));
     }
     Message first;
-    long const place = first.readFrom(text, 0);
+    const long place = first.readFrom(text, 0);
     EXPECT_EQ(first.body.view(), std::string(100000, '1'));
-    long const end = text.length();
+    const long end = text.length();
     Message second;
     EXPECT_EQ(second.readFrom(text, place), end);
     EXPECT_EQ(second.body.view(), std::string(100000, '2'));

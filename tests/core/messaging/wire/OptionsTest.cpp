@@ -12,10 +12,10 @@ using ScObjects::SoVector;
 using ScObjects::TevoroTalkUtils::parseOptions;
 using Words = std::vector<std::string>;
 
-Words wordsOf(SoString const& text)
+Words wordsOf(const SoString& text)
 {
     SoVector<SoString> words;
-    long const count = parseOptions(text, words);
+    const long count = parseOptions(text, words);
     EXPECT_EQ(count, words.length());
     Words result;
     while (SoString* const word = words.removeAt(0)) {

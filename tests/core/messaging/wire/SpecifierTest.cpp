@@ -14,7 +14,7 @@ using ScObjects::TevoroTalk;
 using test::bytes;
 using Specifier = TevoroTalk::Specifier;
 
-Specifier specifier(std::string const& text)
+Specifier specifier(const std::string& text)
 {
     return {text.c_str(), false};
 }
@@ -28,7 +28,7 @@ struct Parts {
     std::string suffix;
 };
 
-void expectParts(Specifier const& read, Parts const& parts)
+void expectParts(const Specifier& read, const Parts& parts)
 {
     EXPECT_EQ(bytes(read.appName()), parts.name);
     EXPECT_EQ(bytes(read.instance()), parts.instance);
@@ -74,7 +74,7 @@ TEST(SpecifierTest, TakesADashBehindTheSuffixMarkForPartOfTheSuffix)
 
 TEST(SpecifierTest, ReadsEachPartAtItsPlace)
 {
-    Parts const rows[] = {
+    const Parts rows[] = {
         {"tevoro-4.0", "tevoro", "", "4.0", "", ""},
         {"tevoro-4.0-en_us", "tevoro", "", "4.0", "en_us", ""},
         {"tevoro_2-4.0-en_us#tag", "tevoro", "2", "4.0", "en_us", "tag"},
@@ -101,7 +101,7 @@ TEST(SpecifierTest, ReadsEachPartAtItsPlace)
         {"", "", "", "", "", ""},
         {"t\xc3\xa4voro-1", "t\xc3\xa4voro", "", "1", "", ""},
     };
-    for (Parts const& row : rows) {
+    for (const Parts& row : rows) {
         SCOPED_TRACE(row.text);
         expectParts(specifier(row.text), row);
     }
@@ -114,7 +114,7 @@ TEST(SpecifierTest, IsInLowerCase)
 
 TEST(SpecifierTest, Keeps255Bytes)
 {
-    std::string const longest(255, 'a');
+    const std::string longest(255, 'a');
     EXPECT_EQ(bytes(specifier(longest)), longest);
 }
 
@@ -172,9 +172,9 @@ TEST(SpecifierTest, LosesWhatNoPartHoldsWhenAPartIsSet)
 TEST(SpecifierTest, ReadsWhatItsPartsWereBuiltInto)
 {
     std::mt19937 random(20);
-    auto const maybe = [&random](std::string const& part) { return random() % 2 ? part : ""; };
+    const auto maybe = [&random](const std::string& part) { return random() % 2 ? part : ""; };
     for (int i = 0; i < 200; ++i) {
-        std::string const number = std::to_string(random() % 100);
+        const std::string number = std::to_string(random() % 100);
         Parts parts{"",
             "app" + number,
             maybe(number),
@@ -182,7 +182,7 @@ TEST(SpecifierTest, ReadsWhatItsPartsWereBuiltInto)
             maybe("l" + number),
             maybe("s" + number)};
         parts.text = parts.name;
-        for (auto const& [mark, part] : {std::pair{"_", parts.instance},
+        for (const auto& [mark, part] : {std::pair{"_", parts.instance},
                  {"-", parts.version},
                  {"-", parts.locale},
                  {"#", parts.suffix}})
@@ -210,7 +210,7 @@ TEST_F(SpecifierWithoutBusTest, KnowsNothingOfWhatIsInstalled)
 
 TEST_F(SpecifierWithoutBusTest, RefusesToRegister)
 {
-    Specifier const tevoro = specifier("tevoro-4.0");
+    const Specifier tevoro = specifier("tevoro-4.0");
     EXPECT_FALSE(tevoro.registerApplication("/path", nullptr, true));
     EXPECT_FALSE(tevoro.unregisterApplication(nullptr));
     EXPECT_FALSE(tevoro.addToGroup("group", nullptr));
@@ -247,9 +247,9 @@ TEST_F(SpecifierOnTheBusTest, AsksTheRegistryForItsGroup)
 
 TEST_F(SpecifierOnTheBusTest, HandsChangesToTheRegistry)
 {
-    SoString const displayName = "Tevoro";
-    SoString const version = "3.0";
-    Specifier const tevoro = specifier("tevoro-4.0");
+    const SoString displayName = "Tevoro";
+    const SoString version = "3.0";
+    const Specifier tevoro = specifier("tevoro-4.0");
     EXPECT_TRUE(tevoro.registerApplication("/path", &displayName, true));
     EXPECT_TRUE(tevoro.unregisterApplication(nullptr));
     EXPECT_TRUE(tevoro.addToGroup("suite", &version));
@@ -264,7 +264,7 @@ TEST_F(SpecifierOnTheBusTest, HandsChangesToTheRegistry)
 TEST_F(SpecifierOnTheBusTest, TellsWhenTheRegistryRefuses)
 {
     registry.answer = false;
-    Specifier const tevoro = specifier("tevoro-4.0");
+    const Specifier tevoro = specifier("tevoro-4.0");
     EXPECT_FALSE(tevoro.registerApplication("/path", nullptr, false));
     EXPECT_FALSE(tevoro.unregisterApplication(nullptr));
     EXPECT_FALSE(tevoro.addToGroup("suite", nullptr));

@@ -40,14 +40,14 @@ protected:
     WireFormatPageTest() { setSalt(linesOf(example("salt")).at(0)); }
 
     std::string ports() const { return folder.path("ports"); }
-    static std::string stemOf(std::string const& name)
+    static std::string stemOf(const std::string& name)
     {
-        for (std::string const& line : linesOf(example("port files")))
+        for (const std::string& line : linesOf(example("port files")))
             if (wordsOf(line).at(0) == name)
                 return wordsOf(line).at(1);
         throw std::runtime_error("no port " + name);
     }
-    static std::string portName(std::string const& name) { return gPortName + name; }
+    static std::string portName(const std::string& name) { return gPortName + name; }
 };
 
 // The application, which is another process, and a peer that holds asker-1.0.
@@ -59,7 +59,7 @@ protected:
     {
         EXPECT_EQ(m_application.line(), "answerer-1.0");
         // Its thread takes a moment to be there.
-        auto const limit = std::chrono::steady_clock::now() + kPatience;
+        const auto limit = std::chrono::steady_clock::now() + kPatience;
         while (Pt::isLocalPortFree(portName("answerer-1.0#thread"))
             && std::chrono::steady_clock::now() < limit)
             std::this_thread::yield();
@@ -67,34 +67,34 @@ protected:
     ~WireFormatExchangeTest() override { EXPECT_EQ(m_application.finish(), 0); }
 
     // Over a connection to that name's socket.
-    void send(std::string const& name, std::string const& text)
+    void send(const std::string& name, const std::string& text)
     {
         test::RogueSender sender(ports() + "/" + stemOf(name) + ".sock");
         EXPECT_TRUE(sender.send(text));
     }
     // An example as it would be written now.
-    static std::string fresh(std::string const& text)
+    static std::string fresh(const std::string& text)
     {
-        std::string const now = std::to_string(TevoroTalkUtils::getTimeSeconds());
-        std::string const rest =
+        const std::string now = std::to_string(TevoroTalkUtils::getTimeSeconds());
+        const std::string rest =
             withLine(test::without(text, "@QK>MD5"), "Timestamp", "Timestamp: " + now);
         return withDigest(rest);
     }
     std::string receiveText() { return m_asker.receive().text; }
     // With what changes from one time to the next as the example has it.
     static std::string asRecorded(
-        std::string text, std::string const& name, Words const& changing = {})
+        std::string text, const std::string& name, const Words& changing = {})
     {
         EXPECT_FALSE(test::readMessage(text).message->isRejected());
-        std::string const recorded = message(name);
+        const std::string recorded = message(name);
         Words lines = changing;
         lines.insert(lines.end(), {"Timestamp", "Sender-ID", "@QK>MD5"});
-        for (std::string const& line : lines)
+        for (const std::string& line : lines)
             text = withLine(text, line, lineOf(recorded, line));
         return text;
     }
     // What comes next.
-    std::string received(std::string const& name, Words const& changing = {})
+    std::string received(const std::string& name, const Words& changing = {})
     {
         return asRecorded(receiveText(), name, changing);
     }
@@ -108,34 +108,33 @@ private:
 
 TEST_F(WireFormatPageTest, NamesTheFilesOfPorts)
 {
-    for (std::string const& line : linesOf(example("port files"))) {
-        std::string const name = wordsOf(line).at(0);
+    for (const std::string& line : linesOf(example("port files"))) {
+        const std::string name = wordsOf(line).at(0);
         SCOPED_TRACE(name);
-        InterAppStream const stream(name.c_str(), true);
-        std::string const path = ports() + "/" + stemOf(name);
+        const InterAppStream stream(name.c_str(), true);
+        const std::string path = ports() + "/" + stemOf(name);
         EXPECT_TRUE(std::filesystem::is_socket(path + ".sock"));
         std::string expected = example("lock file");
         expected.replace(0, expected.find('\n'), std::to_string(::getpid()));
-        if (name == "tevoro-2.0") {
+        if (name == "tevoro-2.0")
             EXPECT_EQ(test::read(path + ".lock"), expected);
-        }
     }
     EXPECT_NE(linesOf(example("port files")).size(), 0U);
 }
 
 TEST_F(WireFormatPageTest, TellsAPeerHowToHoldAPort)
 {
-    std::string const name = portName("tevoro-2.0");
+    const std::string name = portName("tevoro-2.0");
     RawPort port(ports(), stemOf("tevoro-2.0"), name);
     EXPECT_FALSE(Pt::isLocalPortFree(name));
     ASSERT_EQ(Pt::heldLocalPorts().size(), 1U);
     EXPECT_EQ(Pt::heldLocalPorts()[0].name, name);
     EXPECT_EQ(Pt::heldLocalPorts()[0].processId, ::getpid());
-    InterAppStream const other("tevoro-2.0", true);
+    const InterAppStream other("tevoro-2.0", true);
     EXPECT_FALSE(other.isGood());
-    InterAppStream const sender("asker-1.0", true);
+    const InterAppStream sender("asker-1.0", true);
     ASSERT_TRUE(sender.send("tevoro-2.0", "a text"));
-    RawPort::Packet const packet = port.receive();
+    const RawPort::Packet packet = port.receive();
     EXPECT_FALSE(packet.wasMemoryFile);
     EXPECT_EQ(packet.bytes, "a text");
 }
@@ -144,20 +143,20 @@ TEST_F(WireFormatPageTest, TellsAPeerHowToReadAndSendMemoryFiles)
 {
     RawPort port(ports(), stemOf("tevoro-2.0"), portName("tevoro-2.0"));
     InterAppStream asker("asker-1.0", true);
-    std::string const large(std::size_t{5} << 20U, 'l');
+    const std::string large(std::size_t{5} << 20U, 'l');
     ASSERT_TRUE(asker.send("tevoro-2.0", test::soString(large)));
-    RawPort::Packet const packet = port.receive();
+    const RawPort::Packet packet = port.receive();
     EXPECT_TRUE(packet.wasMemoryFile);
     EXPECT_TRUE(packet.text == large);
     std::string hex;
-    for (char const byte : packet.bytes) {
+    for (const char byte : packet.bytes) {
         char digits[4];
         std::snprintf(digits, sizeof digits, "%02X ", static_cast<unsigned char>(byte));
         hex += digits;
     }
     hex.back() = '\n';
     EXPECT_EQ(hex, example("memory file packet"));
-    test::MemoryFile const file(3); // with all seals
+    const test::MemoryFile file(3); // with all seals
     test::RogueSender sender(ports() + "/" + stemOf("asker-1.0") + ".sock");
     ASSERT_TRUE(sender.send(test::asPacket(3), {file.number()}));
     EXPECT_EQ(received(asker, 3), "\n\n\n"); // the zeros of the file
@@ -165,12 +164,12 @@ TEST_F(WireFormatPageTest, TellsAPeerHowToReadAndSendMemoryFiles)
 
 TEST_F(WireFormatPageTest, ShowsADigestByteByByte)
 {
-    Words const lines = linesOf(example("digest"));
+    const Words lines = linesOf(example("digest"));
     ASSERT_EQ(lines.size(), 4U);
-    auto const valueOf = [&lines](
+    const auto valueOf = [&lines](
                              std::size_t i) { return lines[i].substr(lines[i].find(':') + 2); };
     std::string digits;
-    for (std::string const& byte : wordsOf(valueOf(2)))
+    for (const std::string& byte : wordsOf(valueOf(2)))
         digits += byte.size() == 2 && byte[0] == '0' ? byte.substr(1) : byte;
     EXPECT_EQ(wordsOf(valueOf(2)).size(), 20U);
     EXPECT_EQ(digits, valueOf(3));
@@ -179,13 +178,13 @@ TEST_F(WireFormatPageTest, ShowsADigestByteByByte)
 
 TEST_F(WireFormatPageTest, ShowsMessagesWithTheirDigests)
 {
-    std::regex const mark("<!-- example: (.*) -->\n```\n@QK>MD5:");
-    std::string const page = pageText();
+    const std::regex mark("<!-- example: (.*) -->\n```\n@QK>MD5:");
+    const std::string page = pageText();
     int count = 0;
     for (std::sregex_iterator at(page.begin(), page.end(), mark), end; at != end; ++at) {
-        std::string const name = (*at)[1];
-        bool const isWrong = name == "request with a wrong digest";
-        test::ReadMessage const read = test::readMessage(message(name));
+        const std::string name = (*at)[1];
+        const bool isWrong = name == "request with a wrong digest";
+        const test::ReadMessage read = test::readMessage(message(name));
         EXPECT_EQ(read.message->isRejected(), isWrong) << name;
         EXPECT_EQ(read.rest, "") << name;
         ++count;
@@ -196,27 +195,27 @@ TEST_F(WireFormatPageTest, ShowsMessagesWithTheirDigests)
 TEST_F(WireFormatPageTest, ShowsHowAMessageIsRead)
 {
     std::string fields;
-    for (std::string const& line : linesOf(example("request, read")))
+    for (const std::string& line : linesOf(example("request, read")))
         fields += (fields.empty() ? "" : " ") + line;
     EXPECT_EQ(test::readMessage(message("request")).what(), fields);
 }
 
 TEST_F(WireFormatPageTest, ShowsHowAMessageIsWritten)
 {
-    test::ReadMessage const read = test::readMessage(message("request"));
+    const test::ReadMessage read = test::readMessage(message("request"));
     Message copy(*read.message); // which puts the custom headers into their order again
     copy.removeHeader("Sender-ID");
     std::string text = written(copy);
-    for (char const* line : {"Timestamp", "Sender-ID", "@QK>MD5"})
+    for (const char* line : {"Timestamp", "Sender-ID", "@QK>MD5"})
         text = withLine(text, line, lineOf(message("request"), line));
     EXPECT_EQ(text, message("request"));
 }
 
 TEST_F(WireFormatPageTest, ListsTheTypesOfTheBus)
 {
-    Words const words = wordsOf(example("types of the bus"));
+    const Words words = wordsOf(example("types of the bus"));
     EXPECT_EQ(std::set<std::string>(words.begin(), words.end()).size(), 12U);
-    for (std::string const& word : words) {
+    for (const std::string& word : words) {
         Message message;
         message.type = word.c_str();
         EXPECT_FALSE(message.isUserType()) << word;
@@ -225,9 +224,9 @@ TEST_F(WireFormatPageTest, ListsTheTypesOfTheBus)
 
 TEST_F(WireFormatPageTest, ListsTheNamesThatAreMarked)
 {
-    Words const words = wordsOf(example("names that are marked"));
+    const Words words = wordsOf(example("names that are marked"));
     EXPECT_EQ(std::set<std::string>(words.begin(), words.end()).size(), 14U);
-    for (std::string const& word : words) {
+    for (const std::string& word : words) {
         Message message;
         address(message);
         message.setHeader(word.c_str(), "v");
@@ -238,16 +237,16 @@ TEST_F(WireFormatPageTest, ListsTheNamesThatAreMarked)
 TEST_F(WireFormatPageTest, TellsTheLimits)
 {
     EXPECT_EQ(limit("Bytes of a text"), Pt::LocalPort::kLargestText);
-    std::size_t const headers = limit("Custom header lines kept of a message");
+    const std::size_t headers = limit("Custom header lines kept of a message");
     std::string text = test::kHead;
     for (std::size_t i = 0; i < headers + 10; ++i)
         text += "H" + std::to_string(i) + ":v\n";
-    test::ReadMessage const read = test::readMessage(text + "\n");
+    const test::ReadMessage read = test::readMessage(text + "\n");
     std::size_t kept = 0;
-    for (auto const* header = read.message->headers; header != nullptr; header = header->next)
+    for (const auto* header = read.message->headers; header != nullptr; header = header->next)
         ++kept;
     EXPECT_EQ(kept, headers);
-    TevoroTalk::Specifier const longest(
+    const TevoroTalk::Specifier longest(
         std::string(limit("Bytes of a name that is completed"), 'n').c_str(), false);
     EXPECT_FALSE(longest.isEmpty());
     EXPECT_EQ(limit("Seconds that a queued message without a timeout lives"), 600U);
@@ -276,8 +275,8 @@ TEST_F(WireFormatExchangeTest, IsToldOfAnError)
 
 TEST_F(WireFormatExchangeTest, IsToldThatADigestIsWrong)
 {
-    std::string const text = message("request with a wrong digest");
-    std::string const now = std::to_string(TevoroTalkUtils::getTimeSeconds());
+    const std::string text = message("request with a wrong digest");
+    const std::string now = std::to_string(TevoroTalkUtils::getTimeSeconds());
     send("answerer-1.0", withLine(text, "Timestamp", "Timestamp: " + now));
     EXPECT_EQ(received("rejection"), message("rejection"));
 }
@@ -290,9 +289,9 @@ TEST_F(WireFormatExchangeTest, IsToldThatTheTimeIsOver)
 
 TEST_F(WireFormatExchangeTest, IsAnsweredToPings)
 {
-    for (std::string const name : {"ping", "ping for a value", "ping for an unknown key"}) {
+    for (const std::string name : {"ping", "ping for a value", "ping for an unknown key"}) {
         send("answerer-1.0#thread", fresh(message(name)));
-        std::string const answer = "answer to " + name;
+        const std::string answer = "answer to " + name;
         EXPECT_EQ(received(answer, {"Serial-Number"}), message(answer));
     }
 }
@@ -315,10 +314,10 @@ TEST_F(WireFormatExchangeTest, GetsForwardedCopies)
         EXPECT_EQ(asRecorded(live, "probe", {"Serial-Number"}), message("probe"));
     // The body holds times, and a process that may be longer.
     live = asRecorded(live, "forwarded copy", {"Serial-Number", "Content-Length"});
-    std::string const recorded = message("forwarded copy");
+    const std::string recorded = message("forwarded copy");
     EXPECT_EQ(live.substr(0, live.find("\n\n")), recorded.substr(0, recorded.find("\n\n")));
-    std::regex const changing("localhost:mac[0-9]+|[0-9][0-9]:[0-9][0-9]:[0-9][0-9]");
-    auto const bodyOf = [&changing](std::string const& text) {
+    const std::regex changing("localhost:mac[0-9]+|[0-9][0-9]:[0-9][0-9]:[0-9][0-9]");
+    const auto bodyOf = [&changing](const std::string& text) {
         return std::regex_replace(text.substr(text.find("\n\n") + 2), changing, "...");
     };
     EXPECT_EQ(bodyOf(live), bodyOf(recorded));
@@ -326,14 +325,14 @@ TEST_F(WireFormatExchangeTest, GetsForwardedCopies)
 
 TEST_F(WireFormatPageTest, TellsThatADigestCoversNoNul)
 {
-    InterAppStream const sender("asker-1.0", true);
+    const InterAppStream sender("asker-1.0", true);
     InterAppStream receiver("answerer-1.0", true);
     Message message;
     address(message);
-    for (bool const hasNul : {false, true}) {
+    for (const bool hasNul : {false, true}) {
         message.body = test::soString(std::string_view(hasNul ? "a\0b" : "a\nb", 3));
         ASSERT_TRUE(sender.send("answerer-1.0", test::soString(written(message))));
-        test::ReadMessage const read =
+        const test::ReadMessage read =
             test::readMessage(test::MessagingFixture::received(receiver, written(message).size()));
         EXPECT_EQ(read.message->isRejected(), hasNul);
         EXPECT_EQ(bytes(read.message->body), "a\nb");
@@ -342,9 +341,9 @@ TEST_F(WireFormatPageTest, TellsThatADigestCoversNoNul)
 
 TEST_F(WireFormatExchangeTest, GetsNoAnswerToWhatIsDropped)
 {
-    std::string const request = message("request");
+    const std::string request = message("request");
     send("answerer-1.0", fresh(withLine(request, "Type", "Type:Ignore")));
-    std::string const empty = request.substr(0, request.size() - 5);
+    const std::string empty = request.substr(0, request.size() - 5);
     send("answerer-1.0", fresh(withLine(empty, "Content-Length", "Content-Length:0")));
     EXPECT_EQ(received("received"), message("received"));
     EXPECT_EQ(received("processed"), message("processed"));
@@ -352,10 +351,10 @@ TEST_F(WireFormatExchangeTest, GetsNoAnswerToWhatIsDropped)
 
 TEST_F(WireFormatExchangeTest, GetsWhatTheOtherKeysAnswer)
 {
-    auto const answerTo = [this](std::string const& key) {
+    const auto answerTo = [this](const std::string& key) {
         send("answerer-1.0#thread",
             fresh(withLine(message("ping"), "ECHO_REQUEST", "ECHO_REQUEST:" + key)));
-        std::string const answer = receiveText();
+        const std::string answer = receiveText();
         return lineOf(answer, "ECHO_REQUEST").substr(std::string("ECHO_REQUEST:").size());
     };
     EXPECT_EQ(answerTo("ECHO_REQUEST"), "ECHO_RESPONSE");

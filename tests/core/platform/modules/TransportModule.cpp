@@ -11,7 +11,7 @@ extern "C" __attribute__((visibility("default"))) int useTransport()
     Pt::DescriptorSet waited;
     waited.add(flag.descriptor());
     flag.raise();
-    bool const works = waited.wait(std::chrono::milliseconds(0)) && Pt::sha1({"text"})
+    const bool works = waited.wait(std::chrono::milliseconds(0)) && Pt::sha1({"text"})
         && Pt::secureRandom16() && !Pt::localPortFolder().empty();
     return works ? 0 : 1;
 }

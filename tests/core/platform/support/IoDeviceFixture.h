@@ -19,16 +19,16 @@ protected:
         Pt::IoRequest::ReqPri priority = Pt::IoRequest::kNormal,
         TellingCompletion::Then then = {})
     {
-        Pt::SmartPointer<Pt::IoCompletion> const completion(
+        const Pt::SmartPointer<Pt::IoCompletion> completion(
             new TellingCompletion(m_told, std::to_string(number), std::move(then)));
         return new Pt::IoRequest(completion, nullptr, number, priority);
     }
-    static std::string bitsOf(Request const& request) { return request->status().to_string(); }
-    int errorOfRead(Request const& asked)
+    static std::string bitsOf(const Request& request) { return request->status().to_string(); }
+    int errorOfRead(const Request& asked)
     {
         try {
             m_device->read(*asked);
-        } catch (Pt::ExSystem const& failure) {
+        } catch (const Pt::ExSystem& failure) {
             return failure.errorCode();
         }
         return 0;

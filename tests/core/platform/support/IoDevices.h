@@ -16,14 +16,14 @@ namespace test {
 class TellingCompletion final : public Pt::IoCompletion {
 public:
     struct Record {
-        void add(std::string const& line)
+        void add(const std::string& line)
         {
-            std::lock_guard const locked(lock);
+            const std::lock_guard locked(lock);
             lines.push_back(line);
         }
         std::vector<std::string> all()
         {
-            std::lock_guard const locked(lock);
+            const std::lock_guard locked(lock);
             return lines;
         }
         std::size_t count() { return all().size(); }
@@ -51,7 +51,7 @@ public:
         m_record.add("cancelled " + m_name);
         goOn(request);
     }
-    void failed(Pt::IoRequest& request, Pt::ExSystem const& failure) override
+    void failed(Pt::IoRequest& request, const Pt::ExSystem& failure) override
     {
         m_record.add("failed " + m_name + ' ' + std::to_string(failure.errorCode()));
         goOn(request);
@@ -110,10 +110,10 @@ protected:
     }
 
 private:
-    void issue(char const* what, Pt::IoRequest& request)
+    void issue(const char* what, Pt::IoRequest& request)
     {
         {
-            std::lock_guard const locked(m_lock);
+            const std::lock_guard locked(m_lock);
             m_issued.push_back(what + std::to_string(request.length()));
         }
         if (onIssue)

@@ -17,7 +17,7 @@ inline void makeSignalsOrdinary()
 {
     struct sigaction action = {};
     action.sa_handler = SIG_DFL;
-    for (int const each : kSignalsOfTheLayer)
+    for (const int each : kSignalsOfTheLayer)
         ::sigaction(each, &action, nullptr);
     sigset_t none;
     ::sigemptyset(&none);
@@ -40,8 +40,8 @@ public:
             ::sigaction(kSignalsOfTheLayer[i], &m_before[i], nullptr);
         ::pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
     }
-    OrdinarySignals(OrdinarySignals const&) = delete;
-    OrdinarySignals& operator=(OrdinarySignals const&) = delete;
+    OrdinarySignals(const OrdinarySignals&) = delete;
+    OrdinarySignals& operator=(const OrdinarySignals&) = delete;
 
 private:
     std::array<struct sigaction, kSignalsOfTheLayer.size()> m_before{};

@@ -20,7 +20,7 @@ namespace test {
 // there at the end.
 class PeerProcess {
 public:
-    explicit PeerProcess(std::vector<std::string> const& words)
+    explicit PeerProcess(const std::vector<std::string>& words)
     {
         int input[2];
         int output[2];
@@ -38,8 +38,8 @@ public:
         m_output = output[0];
         m_errors = errors[0];
     }
-    PeerProcess(PeerProcess const&) = delete;
-    PeerProcess& operator=(PeerProcess const&) = delete;
+    PeerProcess(const PeerProcess&) = delete;
+    PeerProcess& operator=(const PeerProcess&) = delete;
     ~PeerProcess()
     {
         if (m_process > 0)
@@ -67,9 +67,9 @@ public:
         return ::poll(&question, 1, static_cast<int>(limit.count())) == 1;
     }
 
-    void tell(std::string const& text)
+    void tell(const std::string& text)
     {
-        std::string const whole = text + '\n';
+        const std::string whole = text + '\n';
         EXPECT_EQ(::write(m_input, whole.data(), whole.size()), static_cast<ssize_t>(whole.size()));
     }
     void endInput()
@@ -111,13 +111,13 @@ public:
 
 private:
     [[noreturn]] static void become(
-        std::vector<std::string> const& words, int input, int output, int errors)
+        const std::vector<std::string>& words, int input, int output, int errors)
     {
         ::dup2(input, STDIN_FILENO);
         ::dup2(output, STDOUT_FILENO);
         ::dup2(errors, STDERR_FILENO);
         std::vector<char*> pointers;
-        for (std::string const& word : words)
+        for (const std::string& word : words)
             pointers.push_back(const_cast<char*>(word.c_str()));
         pointers.push_back(nullptr);
         makeSignalsOrdinary();

@@ -29,10 +29,10 @@ namespace {
 
 constexpr int kCameToItsEnd = 7;
 
-std::atomic<bool> g_isEndAwaited{false};
-std::atomic<bool> g_isEnding{false};
+std::atomic<bool> gIsEndAwaited{false};
+std::atomic<bool> gIsEnding{false};
 
-void say(std::string const& line)
+void say(const std::string& line)
 {
     std::cout << line << std::endl; // each line is waited for
 }
@@ -40,7 +40,7 @@ void say(std::string const& line)
 int lockTwice()
 {
     Pt::Mutex mutex;
-    Pt::MutexHeld const held(mutex);
+    const Pt::MutexHeld held(mutex);
     say("locked");
     std::mem_fn (&Pt::Mutex::lock)(mutex); // unseen by the compiler, which knows better
     say("locked twice");
@@ -58,22 +58,22 @@ public:
     bool abnormalEnd() override { return answer("abnormal end"); }
 
 private:
-    bool answer(char const* asked)
+    bool answer(const char* asked)
     {
         say(asked);
         if (m_how == "throwing")
             throw std::runtime_error("a broken handler in thread " + std::to_string(::gettid()));
-        if (g_isEndAwaited) {
+        if (gIsEndAwaited) {
             test::waitUntil(
-                [] { return g_isEnding && test::threadState(::getpid(), ::getpid()) == 'S'; });
+                [] { return gIsEnding && test::threadState(::getpid(), ::getpid()) == 'S'; });
         }
         return m_how == "accepting";
     }
 
-    std::string const m_how;
+    const std::string m_how;
 };
 
-void start(std::string const& how)
+void start(const std::string& how)
 {
     Pt::Config config;
     config.handlesConsoleSignals = how != "plain";
@@ -84,18 +84,18 @@ void start(std::string const& how)
     if (how == "exit-signals")
         std::atexit([] { Pt::SignalUninit(); });
     if (how == "exit") {
-        g_isEndAwaited = true;
+        gIsEndAwaited = true;
         std::atexit([] { Pt::PlatformUninit(); });
     }
 }
 
 void end()
 {
-    g_isEnding = true;
+    gIsEnding = true;
     Pt::PlatformUninit();
 }
 
-int answerSignals(std::string const& how)
+int answerSignals(const std::string& how)
 {
     static Answering accepting("accepting");
     static Answering refusing("refusing");
@@ -124,7 +124,7 @@ int answerSignals(std::string const& how)
 
 int main(int count, char** words)
 {
-    std::string const command = count > 1 ? words[1] : "";
+    const std::string command = count > 1 ? words[1] : "";
     if (command == "lock-twice")
         return lockTwice();
     if (command == "signals" && count > 2)

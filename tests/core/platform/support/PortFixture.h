@@ -44,7 +44,7 @@ protected:
     static Texts received(Pt::LocalPort& port)
     {
         Texts texts;
-        std::size_t const count =
+        const std::size_t count =
             port.receive([&](char* text, std::size_t size) { texts.emplace_back(text, size); });
         EXPECT_EQ(count, texts.size());
         return texts;
@@ -54,10 +54,9 @@ protected:
     static Texts received(Pt::LocalPort& port, std::size_t count)
     {
         Texts texts;
-        while (texts.size() < count && isReadable(port.descriptor(), kPatience)) {
+        while (texts.size() < count && isReadable(port.descriptor(), kPatience))
             for (std::string& text : received(port))
                 texts.push_back(std::move(text));
-        }
         return texts;
     }
 
@@ -68,22 +67,21 @@ protected:
     std::vector<std::string> files() const
     {
         std::vector<std::string> names;
-        for (auto const& entry : std::filesystem::directory_iterator(folder.path("ports")))
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path("ports")))
             names.push_back(entry.path().filename().string());
         return names;
     }
 
-    std::ptrdiff_t const descriptorsBefore = openDescriptors();
+    const std::ptrdiff_t descriptorsBefore = openDescriptors();
     TestFolder folder;
     Environment environment;
 
 private:
-    std::string pathWithEnding(std::string const& ending) const
+    std::string pathWithEnding(const std::string& ending) const
     {
-        for (std::string const& name : files()) {
+        for (const std::string& name : files())
             if (name.ends_with(ending))
                 return folder.path("ports/" + name);
-        }
         throw std::runtime_error("no port in the folder");
     }
 };

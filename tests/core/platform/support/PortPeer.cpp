@@ -29,7 +29,7 @@ using Words = std::vector<std::string>;
 
 constexpr milliseconds kLong{60000};
 
-void say(std::string const& line)
+void say(const std::string& line)
 {
     std::cout << line << std::endl; // each line is waited for
 }
@@ -46,9 +46,9 @@ bool awaitLine()
     return static_cast<bool>(std::getline(std::cin, line));
 }
 
-int hold(Words const& words)
+int hold(const Words& words)
 {
-    auto const port = Pt::LocalPort::hold(test::bytesOf(words[1]));
+    const auto port = Pt::LocalPort::hold(test::bytesOf(words[1]));
     say(port ? "held" : "taken");
     Pt::DescriptorSet waited;
     waited.add(STDIN_FILENO);
@@ -62,23 +62,23 @@ int hold(Words const& words)
     return 0;
 }
 
-int sit(Words const& words)
+int sit(const Words& words)
 {
-    auto const port = Pt::LocalPort::hold(test::bytesOf(words[1]));
+    const auto port = Pt::LocalPort::hold(test::bytesOf(words[1]));
     say(port ? "held" : "taken");
     awaitLine();
     return 0;
 }
 
-int compete(Words const& words)
+int compete(const Words& words)
 {
     awaitLine();
     return hold(words);
 }
 
-int ask(Words const& words)
+int ask(const Words& words)
 {
-    std::string const name = test::bytesOf(words[1]);
+    const std::string name = test::bytesOf(words[1]);
     say("asking");
     long times = 0;
     for (; !hasInputEnded(); ++times)
@@ -87,23 +87,23 @@ int ask(Words const& words)
     return 0;
 }
 
-int send(Words const& words)
+int send(const Words& words)
 {
-    std::string const name = test::bytesOf(words[1]);
+    const std::string name = test::bytesOf(words[1]);
     std::size_t number = std::stoul(words[2]);
-    std::size_t const size = std::stoul(words[3]);
-    milliseconds const patience(std::stol(words[4]));
+    const std::size_t size = std::stoul(words[3]);
+    const milliseconds patience(std::stol(words[4]));
     Pt::LocalPortSender sender;
     while (awaitLine())
         say(sender.send(name, test::numberedText(number++, size), patience) ? "sent" : "not");
     return 0;
 }
 
-int stream(Words const& words)
+int stream(const Words& words)
 {
-    std::string const name = test::bytesOf(words[1]);
-    std::size_t const count = std::stoul(words[2]);
-    std::size_t const size = std::stoul(words[3]);
+    const std::string name = test::bytesOf(words[1]);
+    const std::size_t count = std::stoul(words[2]);
+    const std::size_t size = std::stoul(words[3]);
     awaitLine();
     Pt::LocalPortSender sender;
     bool areSent = true;
@@ -114,23 +114,22 @@ int stream(Words const& words)
     return 0;
 }
 
-int run(Words const& words)
+int run(const Words& words)
 {
     struct Command {
-        char const* name;
+        const char* name;
         std::size_t words;
-        int (*run)(Words const&);
+        int (*run)(const Words&);
     };
-    Command const commands[] = {{"hold", 2, hold},
+    const Command commands[] = {{"hold", 2, hold},
         {"sit", 2, sit},
         {"compete", 2, compete},
         {"ask", 2, ask},
         {"send", 5, send},
         {"stream", 4, stream}};
-    for (Command const& command : commands) {
+    for (const Command& command : commands)
         if (!words.empty() && words[0] == command.name && words.size() == command.words)
             return command.run(words);
-    }
     std::fputs("port_peer: see its opening comment\n", stderr);
     return 2;
 }

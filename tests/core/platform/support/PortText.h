@@ -28,8 +28,8 @@ inline std::string hexOf(std::string_view bytes)
 {
     constexpr char kDigits[] = "0123456789abcdef";
     std::string hex = "x";
-    for (char const byte : bytes) {
-        auto const value = static_cast<unsigned char>(byte);
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
         hex += kDigits[value >> 4U];
         hex += kDigits[value & 15U];
     }

@@ -29,8 +29,8 @@ public:
             && ::fcntl(m_number, F_ADD_SEALS, seals) == 0;
     }
     ~MemoryFile() { ::close(m_number); }
-    MemoryFile(MemoryFile const&) = delete;
-    MemoryFile& operator=(MemoryFile const&) = delete;
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
 
     int number() const { return m_number; }
 
@@ -50,7 +50,7 @@ inline std::string asPacket(std::uint64_t length)
 // A connection to a port on which anything can be sent.
 class RogueSender {
 public:
-    explicit RogueSender(std::string const& socketPath)
+    explicit RogueSender(const std::string& socketPath)
         : m_socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0))
     {
         sockaddr_un address = {};
@@ -60,19 +60,19 @@ public:
             throw std::runtime_error("no connection to " + socketPath);
     }
     ~RogueSender() { ::close(m_socket); }
-    RogueSender(RogueSender const&) = delete;
-    RogueSender& operator=(RogueSender const&) = delete;
+    RogueSender(const RogueSender&) = delete;
+    RogueSender& operator=(const RogueSender&) = delete;
 
     // With descriptors, when there are any.
-    bool send(std::string_view bytes, std::vector<int> const& descriptors = {})
+    bool send(std::string_view bytes, const std::vector<int>& descriptors = {})
     {
         iovec part = {const_cast<char*>(bytes.data()), bytes.size()};
-        alignas(cmsghdr) std::array<char, CMSG_SPACE(kMost * sizeof(int))> control = {};
+        alignas(cmsghdr) std::array<char, CMSG_SPACE(kMaxCount * sizeof(int))> control = {};
         msghdr message = {};
         message.msg_iov = &part;
         message.msg_iovlen = 1;
         if (!descriptors.empty()) {
-            std::size_t const size = std::min(descriptors.size(), kMost) * sizeof(int);
+            const std::size_t size = std::min(descriptors.size(), kMaxCount) * sizeof(int);
             message.msg_control = control.data();
             message.msg_controllen = CMSG_SPACE(size);
             cmsghdr* const rights = CMSG_FIRSTHDR(&message);
@@ -95,12 +95,12 @@ public:
     bool isClosed()
     {
         char byte = 0;
-        ssize_t const got = ::recv(m_socket, &byte, 1, MSG_DONTWAIT);
+        const ssize_t got = ::recv(m_socket, &byte, 1, MSG_DONTWAIT);
         return got == 0 || (got == -1 && errno == ECONNRESET);
     }
 
 private:
-    static constexpr std::size_t kMost = 64;
+    static constexpr std::size_t kMaxCount = 64;
 
     int m_socket;
 };

@@ -13,7 +13,7 @@ namespace test {
 template <typename Condition>
 bool waitUntil(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(60))
 {
-    auto const end = std::chrono::steady_clock::now() + limit;
+    const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end)
             return false;
@@ -29,7 +29,7 @@ inline char threadState(pid_t process, pid_t thread)
         "/proc/" + std::to_string(process) + "/task/" + std::to_string(thread) + "/stat");
     std::string text;
     std::getline(file, text);
-    auto const end = text.rfind(')'); // of the thread's name
+    const auto end = text.rfind(')'); // of the thread's name
     return end == std::string::npos || end + 2 >= text.size() ? '?' : text[end + 2];
 }
 

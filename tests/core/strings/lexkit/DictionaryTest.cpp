@@ -1,4 +1,4 @@
-#include "DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <algorithm>
 #include <fstream>
@@ -15,8 +15,8 @@ using testing::UnorderedElementsAre;
 
 class DictionaryTest : public testing::Test {
 protected:
-    std::u16string value(std::string const& key) { return valueOf(m_dictionary, key); }
-    std::u16string lookup(char const* literal, lexkit::EncodingInfo const* encoding = nullptr)
+    std::u16string value(const std::string& key) { return valueOf(m_dictionary, key); }
+    std::u16string lookup(const char* literal, const lexkit::EncodingInfo* encoding = nullptr)
     {
         return textOf(m_dictionary.Lookup(literal, encoding));
     }
@@ -32,7 +32,7 @@ TEST_F(DictionaryTest, SplitsALineAtTheFirstEqualsSign)
 
 TEST_F(DictionaryTest, TakesTheKeyWithAndWithoutMarksAndQuotes)
 {
-    for (auto const* const line : {u"\"/a/b=x\"\n", u"$$$/a/b=x\n", u"\"$$$/a/b=x\"\n"}) {
+    for (const auto* const line : {u"\"/a/b=x\"\n", u"$$$/a/b=x\n", u"\"$$$/a/b=x\"\n"}) {
         lexkit::Dictionary dictionary;
         readLines(dictionary, line);
         EXPECT_EQ(valueOf(dictionary, "/a/b"), u"x");
@@ -50,7 +50,7 @@ TEST_F(DictionaryTest, IsInvalidAfterABadLineAndReadsOn)
 
 TEST_F(DictionaryTest, CallsTagsBadThatStartWithFewerThanThreeMarks)
 {
-    for (auto const* const line : {u"$", u"$$", u"$$x", u"$a=b", u"\"$=x\"", u"x \"$$\""}) {
+    for (const auto* const line : {u"$", u"$$", u"$$x", u"$a=b", u"\"$=x\"", u"x \"$$\""}) {
         lexkit::Dictionary dictionary;
         readLines(dictionary, line);
         EXPECT_FALSE(dictionary.IsValid()) << std::string(line, line + std::u16string(line).size());
@@ -135,7 +135,7 @@ TEST_F(DictionaryTest, NarrowsKeysToTheLowByteOfEachUnit)
 
 TEST_F(DictionaryTest, KeepsKeysOfAnyLengthApart)
 {
-    std::string const longKey(5000, 'k');
+    const std::string longKey(5000, 'k');
     readBlock(m_dictionary, longKey + "=long\n" + longKey + "x=longer\n");
     EXPECT_EQ(value(longKey), u"long");
     EXPECT_EQ(value(longKey + "x"), u"longer");
@@ -143,8 +143,8 @@ TEST_F(DictionaryTest, KeepsKeysOfAnyLengthApart)
 
 TEST_F(DictionaryTest, ReadsBothByteOrdersAlike)
 {
-    auto const* const lines = u"\"/one=\u00E9\"\n\"/two=\u6F22\"\n";
-    for (bool const isSwapped : {false, true}) {
+    const auto* const lines = u"\"/one=\u00E9\"\n\"/two=\u6F22\"\n";
+    for (const bool isSwapped : {false, true}) {
         for (auto* const read : {readBlock, readStream}) {
             lexkit::Dictionary dictionary;
             read(dictionary, utf16File(lines, isSwapped));
@@ -186,7 +186,7 @@ TEST_F(DictionaryTest, ReadsBytesInTheDefaultEncoding)
 
 TEST_F(DictionaryTest, IsInvalidForNoStreamAndForABlockThatIsNone)
 {
-    auto const isValidAfter = [](auto read) {
+    const auto isValidAfter = [](auto read) {
         lexkit::Dictionary dictionary;
         read(dictionary);
         return dictionary.IsValid();
@@ -238,7 +238,7 @@ private:
 
 TEST_F(DictionaryTest, ReadsFromAStreamThatCannotSeek)
 {
-    for (std::string const& file : {utf16File(u"\"k=v\"\n\"l=w\"\n", true),
+    for (const std::string& file : {utf16File(u"\"k=v\"\n\"l=w\"\n", true),
              std::string("k=v\nl=w\n"),
              std::string("\"k=v\" and a remark that is longer than any id\nl=w\n")}) {
         PipeBuffer buffer(file);
@@ -266,7 +266,7 @@ TEST_F(DictionaryTest, ConvertsTheDefaultTextWhenNothingHasTheKey)
 
 TEST_F(DictionaryTest, WidensTheBytesOfADefaultTextAsSignedNumbers)
 {
-    lexkit::EncodingInfo const system(lexkit::EncodingInfo::kSystem);
+    const lexkit::EncodingInfo system(lexkit::EncodingInfo::kSystem);
     EXPECT_EQ(lookup("$$$/a=\x80z\xFF"), u"\xFF80z\xFFFF");
     EXPECT_EQ(lookup("$$$/a=\x80z\xFF", &system), u"\xFF80z\xFFFF");
 }
@@ -278,8 +278,8 @@ TEST_F(DictionaryTest, DecodesADefaultTextWithTheEncodingThatIsGiven)
 
 TEST_F(DictionaryTest, GivesTheEmptyTextForWhatIsNoLiteral)
 {
-    for (char const* const literal :
-        {static_cast<char const*>(nullptr), "", "$", "$$", "$$/a=b", "$a=b", "$$$", "$$$/a="})
+    for (const char* const literal :
+        {static_cast<const char*>(nullptr), "", "$", "$$", "$$/a=b", "$a=b", "$$$", "$$$/a="})
         EXPECT_EQ(lookup(literal), u"") << (literal ? literal : "(null)");
 }
 
@@ -295,7 +295,7 @@ TEST_F(DictionaryTest, TellsWhetherItHasAKey)
     readLines(m_dictionary, u"k=v\n=empty key\n");
     EXPECT_TRUE(m_dictionary.HasKey("$$$k=d", nullptr));
     EXPECT_TRUE(m_dictionary.HasKey("$$$", nullptr));
-    for (char const* const literal : {static_cast<char const*>(nullptr), "", "$$k", "$$$K", "kk"})
+    for (const char* const literal : {static_cast<const char*>(nullptr), "", "$$k", "$$$K", "kk"})
         EXPECT_FALSE(m_dictionary.HasKey(literal, nullptr)) << (literal ? literal : "(null)");
 }
 
@@ -354,7 +354,7 @@ TEST_F(DictionaryTest, GoesThroughItsKeysAndStartsOver)
 {
     EXPECT_FALSE(m_dictionary.HasMoreKey());
     readLines(m_dictionary, u"a=1\nb=2\nc=3\n");
-    auto const first = keysOf(m_dictionary);
+    const auto first = keysOf(m_dictionary);
     EXPECT_THAT(first, UnorderedElementsAre("a", "b", "c"));
     EXPECT_EQ(keysOf(m_dictionary), first);
 }
@@ -396,7 +396,7 @@ TEST_F(DictionaryTest, GivesAnEmptyKeyWhereThereIsNone)
     try {
         m_dictionary.NextKey(buffer, 0, true);
         FAIL() << "the buffer has no room";
-    } catch (LXErrException const& error) {
+    } catch (const LXErrException& error) {
         EXPECT_EQ(error.code(), LXErrException::kBufferTooSmall);
         EXPECT_STREQ(error.what(), "lexkit: the buffer is too small");
     }
@@ -406,7 +406,7 @@ TEST_F(DictionaryTest, LeavesTextsThatWereLookedUpAliveWhenItEnds)
 {
     auto dictionary = std::make_unique<lexkit::Dictionary>();
     readLines(*dictionary, u"k=value\n");
-    lexkit::ZString const text = dictionary->Lookup("k", nullptr);
+    const lexkit::ZString text = dictionary->Lookup("k", nullptr);
     dictionary.reset();
     EXPECT_EQ(textOf(text), u"value");
 }
@@ -419,10 +419,10 @@ TEST_F(DictionaryTest, DoesNotReferToTheBlockAfterwards)
     EXPECT_EQ(value("k"), u"value");
 }
 
-std::string written(lexkit::Dictionary const& dictionary, unsigned long* count = nullptr)
+std::string written(const lexkit::Dictionary& dictionary, unsigned long* count = nullptr)
 {
     std::ostringstream stream;
-    unsigned long const result = dictionary.Serialize(stream, false, nullptr);
+    const unsigned long result = dictionary.Serialize(stream, false, nullptr);
     if (count)
         *count = result;
     return stream.str();
@@ -432,7 +432,7 @@ TEST_F(DictionaryTest, WritesTheTextFormInHostOrder)
 {
     readLines(m_dictionary, u"k=a\\nb\\rc\\\"d^^e\\\\f\n");
     unsigned long count = 0;
-    std::string const file = written(m_dictionary, &count);
+    const std::string file = written(m_dictionary, &count);
     EXPECT_EQ(file, utf16File(u"\"k=a\\nb\\rc\\\"d^e\\f\"\n"));
     EXPECT_EQ(count, file.size());
 }

@@ -30,14 +30,14 @@ inline Units terminated(std::u16string_view text)
     return result;
 }
 
-inline std::u16string textOf(unsigned short const* units, unsigned long length)
+inline std::u16string textOf(const unsigned short* units, unsigned long length)
 {
     return {units, units + length};
 }
 
-inline std::u16string textOf(lexkit::ZString const& string)
+inline std::u16string textOf(const lexkit::ZString& string)
 {
-    unsigned short const* units = nullptr;
+    const unsigned short* units = nullptr;
     unsigned long length = 0;
     string.GetInternalData(&units, &length);
     return textOf(units, length);
@@ -45,7 +45,7 @@ inline std::u16string textOf(lexkit::ZString const& string)
 
 inline lexkit::ZString zstring(std::u16string_view text)
 {
-    Units const source = units(text);
+    const Units source = units(text);
     return {source.data(), source.size()};
 }
 
@@ -53,7 +53,7 @@ inline lexkit::ZString zstring(std::u16string_view text)
 inline std::string utf16File(std::u16string_view text, bool isSwapped = false)
 {
     std::string bytes;
-    for (char16_t const unit : u'\xFEFF' + std::u16string(text)) {
+    for (const char16_t unit : u'\xFEFF' + std::u16string(text)) {
         char pair[2];
         std::memcpy(pair, &unit, sizeof pair);
         bytes += isSwapped ? pair[1] : pair[0];
@@ -62,13 +62,13 @@ inline std::string utf16File(std::u16string_view text, bool isSwapped = false)
     return bytes;
 }
 
-inline void readStream(lexkit::Dictionary& dictionary, std::string const& file)
+inline void readStream(lexkit::Dictionary& dictionary, const std::string& file)
 {
     std::istringstream stream(file);
     dictionary.Read(&stream);
 }
 
-inline void readBlock(lexkit::Dictionary& dictionary, std::string const& file)
+inline void readBlock(lexkit::Dictionary& dictionary, const std::string& file)
 {
     dictionary.Read(file.data(), static_cast<int>(file.size()), false);
 }
@@ -81,7 +81,7 @@ inline void readLines(lexkit::Dictionary& dictionary, std::u16string_view lines)
 inline constexpr char16_t kMissing[] = u"(missing)";
 
 // The value of a key without "$$$".
-inline std::u16string valueOf(lexkit::Dictionary& dictionary, std::string const& key)
+inline std::u16string valueOf(lexkit::Dictionary& dictionary, const std::string& key)
 {
     return textOf(dictionary.Lookup(("$$$" + key + "=(missing)").c_str(), nullptr));
 }

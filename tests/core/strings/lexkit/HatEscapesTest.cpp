@@ -1,6 +1,6 @@
 // A program of its own: the choice is made once in a process, by its first conversion.
 
-#include "DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <cstdlib>
 
@@ -23,7 +23,7 @@ TEST(HatEscapesTest, AreChosenByTheFirstConversionOfTheProcess)
 TEST(HatEscapesDeathTest, AreChosenByALineOfTextThoughItHasNoEscapes)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    auto const readBoth = [] {
+    const auto readBoth = [] {
         lexkit::EnableZQHatEscapes = true;
         lexkit::Dictionary dictionary;
         readLines(dictionary, u"first=\n");

@@ -1,6 +1,6 @@
 // What the shared library gives to an application, which links nothing else of ours.
 
-#include "DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 #include "lexkit/basic_ifstream.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Random dictionaries through every form and back.
 
-#include "DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <algorithm>
 #include <map>
@@ -57,13 +57,13 @@ protected:
     }
 
     // As the file of a translator: CR, LF and quote marks with a backslash.
-    static std::u16string line(std::string const& key, std::u16string const& value)
+    static std::u16string line(const std::string& key, const std::u16string& value)
     {
         std::u16string text = u"\"";
-        for (char const byte : key)
+        for (const char byte : key)
             text += static_cast<char16_t>(static_cast<unsigned char>(byte));
         text += u'=';
-        for (char16_t const unit : value) {
+        for (const char16_t unit : value) {
             if (unit == u'\n' || unit == u'\r' || unit == u'"')
                 text += u'\\';
             text += unit == u'\n' ? u'n' : unit == u'\r' ? u'r' : unit;
@@ -75,7 +75,7 @@ protected:
     {
         std::u16string lines;
         for (unsigned left = 1 + below(400); left > 0; --left) {
-            std::string const key = randomKey();
+            const std::string key = randomKey();
             m_expected[key] = randomValue();
             lines += line(key, m_expected[key]);
         }
@@ -86,7 +86,7 @@ protected:
     {
         EXPECT_TRUE(dictionary.IsValid());
         EXPECT_EQ(dictionary.NumKeys(), m_expected.size());
-        for (auto const& [key, value] : m_expected)
+        for (const auto& [key, value] : m_expected)
             ASSERT_EQ(valueOf(dictionary, key), value) << key;
     }
 
@@ -114,8 +114,8 @@ TEST_P(RoundTripTest, ComesBackFromTheBinaryForms)
 {
     lexkit::Dictionary dictionary;
     fill(dictionary);
-    auto const order = keysOf(dictionary);
-    for (lexkit::EncodingInfo const* const encoding :
+    const auto order = keysOf(dictionary);
+    for (const lexkit::EncodingInfo* const encoding :
         {static_cast<decltype(&kUTF8)>(nullptr), &kUTF8}) {
         std::ostringstream file;
         dictionary.Compile(file, encoding);
@@ -158,7 +158,7 @@ TEST_P(RoundTripTest, SurvivesDamage)
             lexkit::Dictionary damaged;
             read(damaged, bytes);
             EXPECT_LE(damaged.NumKeys(), bytes.size());
-            for (auto const& [key, value] : m_expected)
+            for (const auto& [key, value] : m_expected)
                 valueOf(damaged, key);
             std::ostringstream out;
             damaged.Serialize(out, false, nullptr);

@@ -1,7 +1,7 @@
 // A program of its own: the system's encoding is the one that the environment named at first.
 
-#include "DictionaryTexts.h"
 #include "core/platform/Environment.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <gtest/gtest.h>
 
@@ -14,14 +14,13 @@ public:
     void SetUp() override { ::setenv("LC_ALL", "de_DE.ISO-8859-1", 1); }
 };
 
-testing::Environment* const g_environment =
-    testing::AddGlobalTestEnvironment(new Latin1Environment);
+testing::Environment* const gEnvironment = testing::AddGlobalTestEnvironment(new Latin1Environment);
 
 constexpr lexkit::EncodingInfo kSystem(lexkit::EncodingInfo::kSystem);
 
 TEST(SystemEncodingTest, IsThatOfATextWithoutAMark)
 {
-    ASSERT_NE(g_environment, nullptr);
+    ASSERT_NE(gEnvironment, nullptr);
     lexkit::Dictionary dictionary;
     readStream(dictionary,
         "k=Gr\xF6\xDF"
@@ -31,7 +30,7 @@ TEST(SystemEncodingTest, IsThatOfATextWithoutAMark)
 
 TEST(SystemEncodingTest, IsThatOfNullAndOfSelectorZero)
 {
-    unsigned char const bytes[] = {0xE9};
+    const unsigned char bytes[] = {0xE9};
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 1, nullptr)), u"\u00E9");
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 1, &kSystem)), u"\u00E9");
 }
@@ -39,7 +38,7 @@ TEST(SystemEncodingTest, IsThatOfNullAndOfSelectorZero)
 TEST(SystemEncodingTest, GivesWayToTheDefaultEncodingForNullAlone)
 {
     lexkit::SetDefaultEncoding(&kUTF8);
-    unsigned char const bytes[] = {0xC3, 0xA9};
+    const unsigned char bytes[] = {0xC3, 0xA9};
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 2, nullptr)), u"\u00E9");
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 2, &kSystem)), u"\u00C3\u00A9");
     lexkit::SetDefaultEncoding(nullptr);
@@ -47,7 +46,7 @@ TEST(SystemEncodingTest, GivesWayToTheDefaultEncodingForNullAlone)
 
 TEST(SystemEncodingTest, WritesAQuestionMarkForWhatItDoesNotHave)
 {
-    lexkit::ZString const text = zstring(u"\u00E9\u6F22\U0001F600x");
+    const lexkit::ZString text = zstring(u"\u00E9\u6F22\U0001F600x");
     EXPECT_EQ(text.GetCStringSize(&kSystem), 5u);
     char buffer[8] = {};
     text.GetCString(buffer, sizeof buffer, true, &kSystem);
@@ -58,7 +57,7 @@ TEST(SystemEncodingTest, WritesAQuestionMarkForWhatItDoesNotHave)
 
 TEST(SystemEncodingTest, FillsABufferThatIsTooSmall)
 {
-    unsigned char const bytes[] = {0xE9, 0xE8};
+    const unsigned char bytes[] = {0xE9, 0xE8};
     lexkit::ZString text;
     text.MakeFromCString("\xE9\xE8", 2, &kSystem);
     EXPECT_EQ(textOf(text), u"\u00E9\u00E8");
@@ -68,10 +67,10 @@ TEST(SystemEncodingTest, FillsABufferThatIsTooSmall)
 // Selectors above 1 are measured as UTF-8 and converted as the system's text.
 TEST(SystemEncodingTest, KeepsItsWayWithOtherSelectors)
 {
-    lexkit::EncodingInfo const other(2);
-    unsigned char const bytes[] = {'a', 'b'};
+    const lexkit::EncodingInfo other(2);
+    const unsigned char bytes[] = {'a', 'b'};
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 2, &other)), u"ab");
-    unsigned char const accented[] = {0xC3, 0xA9}; // one character as UTF-8, two here
+    const unsigned char accented[] = {0xC3, 0xA9}; // one character as UTF-8, two here
     EXPECT_THROW(lexkit::ZString(accented, 2, &other), LXErrException);
 }
 

@@ -1,6 +1,6 @@
 #include "lexkit/ZString.h"
 
-#include "DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <limits>
 
@@ -11,14 +11,14 @@ namespace {
 using namespace lexkit_test;
 
 struct Change {
-    char16_t const* before;
-    char16_t const* after;
+    const char16_t* before;
+    const char16_t* after;
 };
 
 template <typename Operation>
 void expectChanges(std::initializer_list<Change> rows, Operation operation)
 {
-    for (Change const& row : rows) {
+    for (const Change& row : rows) {
         lexkit::ZString text = zstring(row.before);
         operation(text);
         EXPECT_EQ(textOf(text), row.after) << "from " << testing::PrintToString(row.before);
@@ -50,19 +50,19 @@ TEST(ZStringTest, ComparesTextsThatWereMadeApartByTheirUnits)
 
 TEST(ZStringTest, OrdersTexts)
 {
-    auto const a = zstring(u"a");
-    auto const b = zstring(u"b");
+    const auto a = zstring(u"a");
+    const auto b = zstring(u"b");
     EXPECT_TRUE(a < b && a <= b && b > a && b >= a && a != b && a <= a && a >= a);
     EXPECT_FALSE(b < a || b <= a || a > b || a >= b || a == b || a != a);
 }
 
 TEST(ZStringTest, SharesItsTextWithCopiesUntilTheyChange)
 {
-    lexkit::ZString const first = zstring(u" text ");
+    const lexkit::ZString first = zstring(u" text ");
     lexkit::ZString second(first);
     lexkit::ZString third;
     third = first;
-    unsigned short const* units[3] = {};
+    const unsigned short* units[3] = {};
     unsigned long length = 0;
     first.GetInternalData(&units[0], &length);
     second.GetInternalData(&units[1], &length);
@@ -77,7 +77,7 @@ TEST(ZStringTest, SharesItsTextWithCopiesUntilTheyChange)
 TEST(ZStringTest, AssignsToItself)
 {
     lexkit::ZString text = zstring(u"x");
-    lexkit::ZString const& same = text;
+    const lexkit::ZString& same = text;
     text = same;
     EXPECT_EQ(textOf(text), u"x");
 }
@@ -100,8 +100,8 @@ TEST(ZStringDeathTest, EndsTheProcessWhenAMovedFromTextIsAsked)
     EXPECT_DEATH(
         {
             lexkit::ZString first = zstring(u"x");
-            lexkit::ZString const second(std::move(first));
-            unsigned short const* units = nullptr;
+            const lexkit::ZString second(std::move(first));
+            unsigned const short* units = nullptr;
             unsigned long length = 0;
             first.GetInternalData(&units, &length); // NOLINT(bugprone-use-after-move)
         },
@@ -113,11 +113,11 @@ TEST(ZStringTest, ValidatesItself)
     lexkit::ZString text = zstring(u"x");
     EXPECT_NO_THROW(text.Validate());
     EXPECT_NO_THROW(lexkit::ZString().Validate());
-    lexkit::ZString const taken(std::move(text));
+    const lexkit::ZString taken(std::move(text));
     try {
         text.Validate(); // NOLINT(bugprone-use-after-move)
         FAIL() << "there is no text";
-    } catch (LXErrException const& error) {
+    } catch (const LXErrException& error) {
         EXPECT_EQ(error.code(), LXErrException::kBadParameter);
     }
 }
@@ -127,19 +127,19 @@ TEST(ZStringTest, KnowsWhiteSpace)
     EXPECT_TRUE(zstring(u"").IsAllWhiteSpace());
     EXPECT_TRUE(
         zstring(u"\t\n\v\f\r \u00A0\u2000\u200B\u2028\u2029\u3000\uFEFF").IsAllWhiteSpace());
-    for (auto const* const text : {u"x", u" x ", u"\u200C", u"\b", u"\u1FFF", u"\u000E"})
+    for (const auto* const text : {u"x", u" x ", u"\u200C", u"\b", u"\u1FFF", u"\u000E"})
         EXPECT_FALSE(zstring(text).IsAllWhiteSpace()) << testing::PrintToString(text);
 }
 
 struct Number {
-    char16_t const* text;
+    const char16_t* text;
     long value;
     bool isNumber;
 };
 
 TEST(ZStringTest, ReadsIntegers)
 {
-    for (Number const& row : {Number{u"", 0, false},
+    for (const Number& row : {Number{u"", 0, false},
              Number{u"-12", -12, true},
              Number{u"+", 0, true},
              Number{u"-", 0, true},
@@ -159,9 +159,9 @@ TEST(ZStringTest, ReadsIntegers)
 
 TEST(ZStringTest, WritesIntegers)
 {
-    for (long const number : {0l, 7l, -12l, std::numeric_limits<long>::min()}) {
-        lexkit::ZString const text(number);
-        std::string const digits = std::to_string(number);
+    for (const long number : {0l, 7l, -12l, std::numeric_limits<long>::min()}) {
+        const lexkit::ZString text(number);
+        const std::string digits = std::to_string(number);
         EXPECT_EQ(textOf(text), std::u16string(digits.begin(), digits.end()));
         long value = 1;
         EXPECT_TRUE(text.ToInteger(value));
@@ -205,7 +205,7 @@ TEST(ZStringTest, RemovesTheExtension)
                       {u"a.b/c", u"a"},
                       {u"", u""}},
         [](auto& text) {
-            bool const hasStop = textOf(text).find(u'.') != std::u16string::npos;
+            const bool hasStop = textOf(text).find(u'.') != std::u16string::npos;
             EXPECT_EQ(text.RemoveExtension(), hasStop);
         });
 }
@@ -286,19 +286,19 @@ TEST(ZStringTest, IsMadeFromTextsOfManyKinds)
     EXPECT_EQ(textOf(text), u"\u00E9");
     text.AssignCString("\xC3\xA9x", &kUTF8);
     EXPECT_EQ(textOf(text), u"\u00E9x");
-    unsigned char const pascal[] = {3, 'a', 'b', 'c', 'd'};
+    const unsigned char pascal[] = {3, 'a', 'b', 'c', 'd'};
     text.MakeFromPascalString(pascal, 4, &kUTF8);
     EXPECT_EQ(textOf(text), u"abcd");
     text.AssignPascalString(pascal, &kUTF8);
     EXPECT_EQ(textOf(text), u"abc");
-    unsigned char const bytes[] = {0xE6, 0xBC, 0xA2};
+    const unsigned char bytes[] = {0xE6, 0xBC, 0xA2};
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 3, &kUTF8)), u"\u6F22");
     EXPECT_TRUE(lexkit::ZString(bytes, 0, &kUTF8).IsEmpty());
 }
 
 TEST(ZStringTest, ReadsOutUnits)
 {
-    lexkit::ZString const text = zstring(u"abc");
+    const lexkit::ZString text = zstring(u"abc");
     EXPECT_EQ(text.GetUnicodeSize(), 4u);
     unsigned short buffer[5] = {9, 9, 9, 9, 9};
     text.GetUnicode(buffer, 4, true);
@@ -307,7 +307,7 @@ TEST(ZStringTest, ReadsOutUnits)
 
 TEST(ZStringTest, CutsUnitsThatDoNotFit)
 {
-    lexkit::ZString const text = zstring(u"abc");
+    const lexkit::ZString text = zstring(u"abc");
     unsigned short buffer[4] = {9, 9, 9, 9};
     text.GetUnicode(buffer, 1, false);
     EXPECT_EQ(textOf(buffer, 2), std::u16string(u"\0\x0009", 2));
@@ -321,7 +321,7 @@ TEST(ZStringTest, CutsUnitsThatDoNotFit)
 
 TEST(ZStringTest, ReadsOutBytes)
 {
-    lexkit::ZString const text = zstring(u"a\u00E9");
+    const lexkit::ZString text = zstring(u"a\u00E9");
     EXPECT_EQ(text.GetCStringSize(&kUTF8), 4u);
     EXPECT_EQ(text.GetPascalStringSize(&kUTF8), 4u);
     char buffer[5] = {'x', 'x', 'x', 'x', 'x'};
@@ -337,7 +337,7 @@ TEST(ZStringTest, ReadsOutBytes)
 
 TEST(ZStringTest, CutsBytesThatDoNotFitAtAWholeCharacter)
 {
-    lexkit::ZString const text = zstring(u"a\u00E9");
+    const lexkit::ZString text = zstring(u"a\u00E9");
     char buffer[4] = {'x', 'x', 'x', 'x'};
     text.GetCString(buffer, 3, false, &kUTF8);
     EXPECT_STREQ(buffer, "a");
@@ -355,15 +355,15 @@ TEST(ZStringTest, HoldsAtMost255BytesInAPascalString)
     std::vector<unsigned char> buffer(400);
     zstring(std::u16string(255, u'x')).GetPascalString(buffer.data(), 400, true, &kUTF8);
     EXPECT_EQ(buffer[0], 255);
-    lexkit::ZString const longer = zstring(std::u16string(256, u'x'));
+    const lexkit::ZString longer = zstring(std::u16string(256, u'x'));
     EXPECT_THROW(longer.GetPascalString(buffer.data(), 400, true, &kUTF8), LXErrException);
     EXPECT_EQ(buffer[0], 255);
 }
 
 TEST(ZStringTest, HasNoDataWhenItIsEmpty)
 {
-    unsigned short const unit = u'x';
-    unsigned short const* units = &unit;
+    const unsigned short unit = u'x';
+    const unsigned short* units = &unit;
     unsigned long length = 9;
     zstring(u"").GetInternalData(&units, &length);
     EXPECT_EQ(units, nullptr);

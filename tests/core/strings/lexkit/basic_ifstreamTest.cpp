@@ -1,7 +1,7 @@
 #include "lexkit/basic_ifstream.h"
 
-#include "DictionaryTexts.h"
 #include "core/platform/TestFolder.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@ using namespace lexkit_test;
 
 TEST(BasicIfstreamTest, ReadsADictionaryFromAFile)
 {
-    test::TestFolder const folder;
-    std::string const path = folder.write("strings.dct", utf16File(u"\"k=v\"\n"));
+    const test::TestFolder folder;
+    const std::string path = folder.write("strings.dct", utf16File(u"\"k=v\"\n"));
     lexkit::basic_ifstream<char> file(path.c_str(), std::ios::binary);
     ASSERT_TRUE(file.is_open());
     lexkit::Dictionary dictionary;
@@ -24,7 +24,7 @@ TEST(BasicIfstreamTest, ReadsADictionaryFromAFile)
 
 TEST(BasicIfstreamTest, FailsForAFileThatIsNotThereAndReadsAsAnEmptyDictionary)
 {
-    test::TestFolder const folder;
+    const test::TestFolder folder;
     lexkit::basic_ifstream<char> file(folder.path("none").c_str(), std::ios::in | std::ios::binary);
     EXPECT_FALSE(file.is_open());
     EXPECT_TRUE(file.fail());
@@ -36,11 +36,11 @@ TEST(BasicIfstreamTest, FailsForAFileThatIsNotThereAndReadsAsAnEmptyDictionary)
 
 TEST(BasicIfstreamTest, LeavesNoDescriptorOpen)
 {
-    test::TestFolder const folder;
-    std::string const path = folder.write("strings.dct", "k=v\n");
-    auto const before = test::openDescriptors();
+    const test::TestFolder folder;
+    const std::string path = folder.write("strings.dct", "k=v\n");
+    const auto before = test::openDescriptors();
     {
-        lexkit::basic_ifstream<char> const file(path.c_str());
+        const lexkit::basic_ifstream<char> file(path.c_str());
         EXPECT_EQ(test::openDescriptors(), before + 1);
     }
     EXPECT_EQ(test::openDescriptors(), before);

@@ -18,7 +18,7 @@ namespace Pt {
 namespace {
 
 constexpr std::size_t kReadStep = std::size_t{64} * 1024;
-constexpr std::chrono::milliseconds kLongestLockPause{20};
+constexpr std::chrono::milliseconds kMaxLockPause{20};
 
 FileContent withoutBytes(FileContent::State state, std::error_code error)
 {
@@ -26,107 +26,93 @@ FileContent withoutBytes(FileContent::State state, std::error_code error)
 }
 
 // Why a file did not open: nothing there, something that is no file, or refused.
-FileContent unopened(std::string const& path, std::error_code error)
+FileContent unopened(const std::string& path, std::error_code error)
 {
     struct stat status = {};
     if (error == std::errc::no_such_file_or_directory) {
-        bool const linkToNowhere = ::lstat(path.c_str(), &status) == 0;
+        const bool linkToNowhere = ::lstat(path.c_str(), &status) == 0;
         return withoutBytes(
-            linkToNowhere ? FileContent::State::NotAFile : FileContent::State::Missing, error);
+            linkToNowhere ? FileContent::State::kNotAFile : FileContent::State::kMissing, error);
     }
-    bool const noFile = ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+    const bool noFile = ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
     return withoutBytes(
-        noFile ? FileContent::State::NotAFile : FileContent::State::Unreadable, error);
+        noFile ? FileContent::State::kNotAFile : FileContent::State::kUnreadable, error);
 }
 
 // Reads to the end or until more than limit bytes have come.
 std::error_code readToEnd(int descriptor, std::size_t limit, std::string& bytes)
 {
     for (;;) {
-        std::size_t const before = bytes.size();
-        std::size_t const step = std::min(kReadStep, limit + 1 - before);
+        const std::size_t before = bytes.size();
+        const std::size_t step = std::min(kReadStep, limit + 1 - before);
         bytes.resize(before + step);
-        ssize_t const count =
+        const ssize_t count =
             retryInterrupted([&] { return ::read(descriptor, bytes.data() + before, step); });
         bytes.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-        if (count == -1) {
+        if (count == -1)
             return lastError();
-        }
-        if (count == 0 || bytes.size() > limit) {
+        if (count == 0 || bytes.size() > limit)
             return {};
-        }
     }
 }
 
 // Writes, flushes and closes, each step looked at: some file systems tell of a full disk only at
 // the flush or the close.
-std::error_code fillNewFile(std::string const& path, std::string_view bytes, unsigned int mode)
+std::error_code fillNewFile(const std::string& path, std::string_view bytes, unsigned int mode)
 {
     Descriptor file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, mode);
-    if (!file.isOpen()) {
+    if (!file.isOpen())
         return lastError();
-    }
-    if (std::error_code const error = file.write(bytes.data(), bytes.size())) {
+    if (const std::error_code error = file.write(bytes.data(), bytes.size()))
         return error;
-    }
     // The mode that open was given went through the process's mask.
-    if (retryInterrupted([&] { return ::fchmod(file.get(), mode); }) == -1) {
+    if (retryInterrupted([&] { return ::fchmod(file.get(), mode); }) == -1)
         return lastError();
-    }
-    if (std::error_code const error = file.flush()) {
+    if (const std::error_code error = file.flush())
         return error;
-    }
     return file.close();
 }
 
-std::string folderOf(std::string const& path)
+std::string folderOf(const std::string& path)
 {
-    std::size_t const slash = path.find_last_of('/');
-    if (slash == std::string::npos) {
+    const std::size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos)
         return ".";
-    }
     return path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
 } // namespace
 
-FileContent readFile(std::string const& path, std::size_t limit)
+FileContent readFile(const std::string& path, std::size_t limit)
 {
     // O_NONBLOCK: a pipe without a writer opens at once instead of never.
-    Descriptor const file = Descriptor::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
-    if (!file.isOpen()) {
+    const Descriptor file = Descriptor::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    if (!file.isOpen())
         return unopened(path, lastError());
-    }
     struct stat status = {};
-    if (::fstat(file.get(), &status) == -1) {
-        return withoutBytes(FileContent::State::Unreadable, lastError());
-    }
-    if (!S_ISREG(status.st_mode)) {
-        return withoutBytes(FileContent::State::NotAFile, {});
-    }
+    if (::fstat(file.get(), &status) == -1)
+        return withoutBytes(FileContent::State::kUnreadable, lastError());
+    if (!S_ISREG(status.st_mode))
+        return withoutBytes(FileContent::State::kNotAFile, {});
     FileContent content;
     content.error = readToEnd(file.get(), limit, content.bytes);
-    if (content.error) {
-        return withoutBytes(FileContent::State::Unreadable, content.error);
-    }
-    if (content.bytes.size() > limit) {
-        return withoutBytes(FileContent::State::TooLarge, {});
-    }
-    content.state = FileContent::State::Read;
+    if (content.error)
+        return withoutBytes(FileContent::State::kUnreadable, content.error);
+    if (content.bytes.size() > limit)
+        return withoutBytes(FileContent::State::kTooLarge, {});
+    content.state = FileContent::State::kRead;
     return content;
 }
 
 std::error_code writeFileAtomically(
-    std::string const& path, std::string_view bytes, unsigned int mode)
+    const std::string& path, std::string_view bytes, unsigned int mode)
 {
-    std::string const beside = path + ".new";
-    if (::unlink(beside.c_str()) == -1 && errno != ENOENT) {
+    const std::string beside = path + ".new";
+    if (::unlink(beside.c_str()) == -1 && errno != ENOENT)
         return lastError();
-    }
     std::error_code error = fillNewFile(beside, bytes, mode);
-    if (!error && ::rename(beside.c_str(), path.c_str()) == -1) {
+    if (!error && ::rename(beside.c_str(), path.c_str()) == -1)
         error = lastError();
-    }
     if (error) {
         ::unlink(beside.c_str());
         return error;
@@ -135,9 +121,9 @@ std::error_code writeFileAtomically(
 }
 
 std::optional<FileLock> FileLock::take(
-    std::string const& path, std::chrono::milliseconds patience, std::error_code& error)
+    const std::string& path, std::chrono::milliseconds patience, std::error_code& error)
 {
-    auto const deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     Descriptor file = Descriptor::open(path, O_RDWR | O_CREAT | O_NONBLOCK | O_NOFOLLOW, 0600);
     if (!file.isOpen()) {
         error = lastError();
@@ -147,13 +133,13 @@ std::optional<FileLock> FileLock::take(
     // was stopped must not stop us.
     std::chrono::milliseconds pause{1};
     while (retryInterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) == -1) {
-        bool const heldByAnother = errno == EWOULDBLOCK;
+        const bool heldByAnother = errno == EWOULDBLOCK;
         if (!heldByAnother || std::chrono::steady_clock::now() >= deadline) {
             error = heldByAnother ? std::make_error_code(std::errc::timed_out) : lastError();
             return std::nullopt;
         }
         std::this_thread::sleep_for(pause);
-        pause = std::min(pause * 2, kLongestLockPause);
+        pause = std::min(pause * 2, kMaxLockPause);
     }
     error.clear();
     return FileLock(file.release());
@@ -172,9 +158,8 @@ FileLock& FileLock::operator=(FileLock&& other) noexcept
 
 FileLock::~FileLock()
 {
-    if (m_descriptor != -1) {
+    if (m_descriptor != -1)
         ::close(m_descriptor);
-    }
 }
 
 } // namespace Pt

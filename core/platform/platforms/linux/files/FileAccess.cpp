@@ -29,17 +29,17 @@ int flagsOf(FileOpening how)
 
 } // namespace
 
-int accessPath(std::string const& path, int mode)
+int accessPath(const std::string& path, int mode)
 {
     return ::access(path.c_str(), mode);
 }
 
-int openPath(std::string const& path, int systemFlags, unsigned int mode)
+int openPath(const std::string& path, int systemFlags, unsigned int mode)
 {
     return retryInterrupted([&] { return ::open(path.c_str(), systemFlags | O_CLOEXEC, mode); });
 }
 
-int openPath(std::string const& path, FileOpening how, unsigned int mode)
+int openPath(const std::string& path, FileOpening how, unsigned int mode)
 {
     return openPath(path, flagsOf(how), mode);
 }
@@ -47,11 +47,11 @@ int openPath(std::string const& path, FileOpening how, unsigned int mode)
 int closeDescriptor(int descriptor)
 {
     // Not again after a signal: the descriptor is free by then and may be somebody else's.
-    int const result = ::close(descriptor);
+    const int result = ::close(descriptor);
     return result == -1 && errno == EINTR ? 0 : result;
 }
 
-int unlinkPath(std::string const& path)
+int unlinkPath(const std::string& path)
 {
     return ::unlink(path.c_str());
 }
@@ -81,7 +81,7 @@ std::int64_t readDescriptor(int descriptor, void* bytes, std::size_t count)
     return retryInterrupted([&] { return ::read(descriptor, bytes, count); });
 }
 
-std::int64_t writeDescriptor(int descriptor, void const* bytes, std::size_t count)
+std::int64_t writeDescriptor(int descriptor, const void* bytes, std::size_t count)
 {
     return retryInterrupted([&] { return ::write(descriptor, bytes, count); });
 }

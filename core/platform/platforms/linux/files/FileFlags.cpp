@@ -23,13 +23,13 @@ void clearImmutableAttribute(int descriptor)
 
 } // namespace
 
-void clearLock(std::string const& path)
+void clearLock(const std::string& path)
 {
     struct stat status = {};
     // Asked before opening: opening a device or a pipe may have effects of its own.
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return;
-    int const descriptor = retryInterrupted(
+    const int descriptor = retryInterrupted(
         [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
     if (descriptor >= 0) {
         clearImmutableAttribute(descriptor);

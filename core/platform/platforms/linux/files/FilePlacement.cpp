@@ -13,30 +13,28 @@ namespace Pt {
 namespace {
 
 // The empty file is ours alone to replace.
-std::error_code reserveAndRename(std::string const& from, std::string const& to)
+std::error_code reserveAndRename(const std::string& from, const std::string& to)
 {
-    Descriptor const reserved = Descriptor::open(to, O_WRONLY | O_CREAT | O_EXCL, 0600);
-    if (!reserved.isOpen()) {
+    const Descriptor reserved = Descriptor::open(to, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    if (!reserved.isOpen())
         return lastError();
-    }
-    if (::rename(from.c_str(), to.c_str()) == 0) {
+    if (::rename(from.c_str(), to.c_str()) == 0)
         return {};
-    }
-    std::error_code const error = lastError();
+    const std::error_code error = lastError();
     ::unlink(to.c_str());
     return error;
 }
 
-std::error_code linkAndUnlink(std::string const& from, std::string const& to)
+std::error_code linkAndUnlink(const std::string& from, const std::string& to)
 {
     if (::link(from.c_str(), to.c_str()) == -1) {
-        bool const hasNoLinks = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
+        const bool hasNoLinks = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
         return hasNoLinks ? reserveAndRename(from, to) : lastError();
     }
     return ::unlink(from.c_str()) == -1 ? lastError() : std::error_code();
 }
 
-bool isFolder(std::string const& path)
+bool isFolder(const std::string& path)
 {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -44,56 +42,51 @@ bool isFolder(std::string const& path)
 
 } // namespace
 
-std::error_code moveWithoutReplacing(std::string const& from, std::string const& to)
+std::error_code moveWithoutReplacing(const std::string& from, const std::string& to)
 {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
         return {};
-    }
     return errno == EINVAL || errno == ENOSYS ? linkAndUnlink(from, to) : lastError();
 }
 
-std::error_code makeEmptyFile(std::string const& path)
+std::error_code makeEmptyFile(const std::string& path)
 {
-    Descriptor const file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    const Descriptor file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
     return file.isOpen() ? std::error_code() : lastError();
 }
 
-std::error_code tryFolder(std::string const& folder)
+std::error_code tryFolder(const std::string& folder)
 {
     std::string path = folder + "/.mfxtry-XXXXXX";
-    Descriptor const file(::mkostemp(path.data(), O_CLOEXEC));
-    if (!file.isOpen()) {
+    const Descriptor file(::mkostemp(path.data(), O_CLOEXEC));
+    if (!file.isOpen())
         return lastError();
-    }
-    std::error_code const error = file.write("x", 1);
+    const std::error_code error = file.write("x", 1);
     ::unlink(path.c_str());
     return error;
 }
 
-std::error_code makeFolders(std::string const& path, unsigned int mode)
+std::error_code makeFolders(const std::string& path, unsigned int mode)
 {
     // From the left: each part up to the next slash, then the whole.
     for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
-        std::string const part = path.substr(0, end);
+        const std::string part = path.substr(0, end);
         if (::mkdir(part.c_str(), mode) == -1) {
-            std::error_code const error = lastError();
-            if (!isFolder(part)) {
+            const std::error_code error = lastError();
+            if (!isFolder(part))
                 return error;
-            }
         }
-        if (end == std::string::npos) {
+        if (end == std::string::npos)
             return {};
-        }
     }
 }
 
-std::error_code flushFolder(std::string const& path)
+std::error_code flushFolder(const std::string& path)
 {
-    Descriptor const folder = Descriptor::open(path, O_RDONLY | O_DIRECTORY);
-    if (!folder.isOpen()) {
+    const Descriptor folder = Descriptor::open(path, O_RDONLY | O_DIRECTORY);
+    if (!folder.isOpen())
         return lastError();
-    }
-    bool const flushed = retryInterrupted([&] { return ::fsync(folder.get()); }) == 0;
+    const bool flushed = retryInterrupted([&] { return ::fsync(folder.get()); }) == 0;
     return flushed || errno == EINVAL ? std::error_code() : lastError();
 }
 

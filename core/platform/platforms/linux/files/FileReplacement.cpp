@@ -18,19 +18,19 @@ constexpr mode_t kRights = 07777;
 constexpr mode_t kNewFile = 0666; // less the mask
 
 // Flushed and closed, each step looked at: some file systems tell of a full disk only then.
-std::error_code fill(Descriptor& file, std::string_view bytes, struct stat const* replaced)
+std::error_code fill(Descriptor& file, std::string_view bytes, const struct stat* replaced)
 {
-    if (std::error_code const error = file.write(bytes.data(), bytes.size()))
+    if (const std::error_code error = file.write(bytes.data(), bytes.size()))
         return error;
     if (replaced && ::fchmod(file.get(), replaced->st_mode & kRights) == -1)
         return lastError();
-    if (std::error_code const error = file.flush())
+    if (const std::error_code error = file.flush())
         return error;
     return file.close();
 }
 
 // A new file beside `path`, under a name that nobody has.
-Descriptor openBeside(std::string const& folder, mode_t mode, std::string& name)
+Descriptor openBeside(const std::string& folder, mode_t mode, std::string& name)
 {
     static std::atomic<unsigned long> counter{0};
     for (;;) {
@@ -43,9 +43,9 @@ Descriptor openBeside(std::string const& folder, mode_t mode, std::string& name)
 
 // `replaced` is what stands there now, null for nothing.
 std::error_code exchange(
-    std::string const& path, std::string_view bytes, struct stat const* replaced)
+    const std::string& path, std::string_view bytes, const struct stat* replaced)
 {
-    std::string const folder = path.substr(0, path.find_last_of('/') + 1); // with its slash
+    const std::string folder = path.substr(0, path.find_last_of('/') + 1); // with its slash
     std::string temporary;
     Descriptor file = openBeside(folder, replaced ? S_IRUSR | S_IWUSR : kNewFile, temporary);
     if (!file.isOpen())
@@ -60,28 +60,28 @@ std::error_code exchange(
     return flushFolder(folder.empty() ? "." : folder);
 }
 
-std::error_code writeInto(std::string const& path, std::string_view bytes)
+std::error_code writeInto(const std::string& path, std::string_view bytes)
 {
     Descriptor file = Descriptor::open(path, O_WRONLY | O_NOCTTY);
     if (!file.isOpen())
         return lastError();
-    std::error_code const error = file.write(bytes.data(), bytes.size());
+    const std::error_code error = file.write(bytes.data(), bytes.size());
     return error ? error : file.close();
 }
 
 } // namespace
 
-std::error_code replaceFile(std::string const& path, std::string_view bytes)
+std::error_code replaceFile(const std::string& path, std::string_view bytes)
 {
     struct stat status = {};
     if (::stat(path.c_str(), &status) == -1) {
-        std::error_code const error = lastError();
-        bool const isFree = ::lstat(path.c_str(), &status) == -1 && errno == ENOENT;
+        const std::error_code error = lastError();
+        const bool isFree = ::lstat(path.c_str(), &status) == -1 && errno == ENOENT;
         return isFree ? exchange(path, bytes, nullptr) : error;
     }
     if (!S_ISREG(status.st_mode))
         return writeInto(path, bytes); // a folder refuses
-    std::unique_ptr<char, decltype(&std::free)> const file(
+    const std::unique_ptr<char, decltype(&std::free)> file(
         ::realpath(path.c_str(), nullptr), &std::free);
     return file ? exchange(file.get(), bytes, &status) : lastError();
 }

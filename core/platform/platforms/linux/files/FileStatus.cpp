@@ -14,38 +14,36 @@ FileStatus::Kind kindOf(mode_t mode)
 {
     switch (mode & S_IFMT) {
     case S_IFREG:
-        return FileStatus::Kind::Regular;
+        return FileStatus::Kind::kRegular;
     case S_IFDIR:
-        return FileStatus::Kind::Folder;
+        return FileStatus::Kind::kFolder;
     case S_IFLNK:
-        return FileStatus::Kind::Link;
+        return FileStatus::Kind::kLink;
     case S_IFSOCK:
-        return FileStatus::Kind::Socket;
+        return FileStatus::Kind::kSocket;
     case S_IFIFO:
-        return FileStatus::Kind::Pipe;
+        return FileStatus::Kind::kPipe;
     case S_IFCHR:
     case S_IFBLK:
-        return FileStatus::Kind::Device;
+        return FileStatus::Kind::kDevice;
     default:
-        return FileStatus::Kind::Other;
+        return FileStatus::Kind::kOther;
     }
 }
 
 // A broken file system can hold times that do not fit into nanoseconds: they end at the edge.
-std::int64_t nanoseconds(timespec const& time)
+std::int64_t nanoseconds(const timespec& time)
 {
     constexpr std::int64_t kSecond = 1'000'000'000;
     constexpr std::int64_t kEdge = std::numeric_limits<std::int64_t>::max() / kSecond - 1;
-    if (time.tv_sec > kEdge) {
+    if (time.tv_sec > kEdge)
         return kEdge * kSecond;
-    }
-    if (time.tv_sec < -kEdge) {
+    if (time.tv_sec < -kEdge)
         return -kEdge * kSecond;
-    }
     return time.tv_sec * kSecond + time.tv_nsec;
 }
 
-FileStatus statusFrom(struct stat const& found)
+FileStatus statusFrom(const struct stat& found)
 {
     FileStatus status;
     status.device = found.st_dev;
@@ -60,7 +58,7 @@ FileStatus statusFrom(struct stat const& found)
 
 } // namespace
 
-std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& error)
+std::optional<FileStatus> fileStatus(const std::string& path, std::error_code& error)
 {
     struct stat found { };
     if (retryInterrupted([&] { return ::lstat(path.c_str(), &found); }) != 0) {
@@ -71,7 +69,7 @@ std::optional<FileStatus> fileStatus(std::string const& path, std::error_code& e
     return statusFrom(found);
 }
 
-std::optional<std::int64_t> birthTime(std::string const& path)
+std::optional<std::int64_t> birthTime(const std::string& path)
 {
     struct statx found { };
     if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BTIME, &found) != 0
@@ -80,9 +78,9 @@ std::optional<std::int64_t> birthTime(std::string const& path)
     return nanoseconds({found.stx_btime.tv_sec, found.stx_btime.tv_nsec});
 }
 
-std::optional<FileStatus> openedFileStatus(std::string const& path, std::error_code& error)
+std::optional<FileStatus> openedFileStatus(const std::string& path, std::error_code& error)
 {
-    Descriptor const file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+    const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
     struct stat found { };
     if (!file.isOpen() || ::fstat(file.get(), &found) != 0) {
         error = lastError();

@@ -18,33 +18,33 @@ std::error_code resultOf(int call)
 
 std::error_code fill(Descriptor& file, std::string_view bytes)
 {
-    if (std::error_code const error = file.write(bytes.data(), bytes.size()))
+    if (const std::error_code error = file.write(bytes.data(), bytes.size()))
         return error;
     // Else a power cut may leave the name with an empty file.
-    if (std::error_code const error = file.flush())
+    if (const std::error_code error = file.flush())
         return error;
     return file.close();
 }
 
 } // namespace
 
-bool pathExists(std::string const& path)
+bool pathExists(const std::string& path)
 {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0;
 }
 
-std::error_code makeFolder(std::string const& path, unsigned int mode)
+std::error_code makeFolder(const std::string& path, unsigned int mode)
 {
     return resultOf(::mkdir(path.c_str(), mode));
 }
 
-std::error_code removeFolder(std::string const& path)
+std::error_code removeFolder(const std::string& path)
 {
     return resultOf(::rmdir(path.c_str()));
 }
 
-std::error_code placeNewFile(std::string const& path, std::string_view bytes)
+std::error_code placeNewFile(const std::string& path, std::string_view bytes)
 {
     std::string temporary = path + ".XXXXXX";
     Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC)); // mode 0600

@@ -10,7 +10,7 @@ namespace {
 constexpr std::uintmax_t kMaxSettingsSize = 1024 * 1024;
 
 // Opening a pipe would wait for its other end.
-bool isSmallRegularFile(std::string const& path)
+bool isSmallRegularFile(const std::string& path)
 {
     std::error_code error;
     return std::filesystem::is_regular_file(path, error)
@@ -19,7 +19,7 @@ bool isSmallRegularFile(std::string const& path)
 
 } // namespace
 
-std::vector<std::string> readSettingsLines(std::string const& path)
+std::vector<std::string> readSettingsLines(const std::string& path)
 {
     std::vector<std::string> lines;
     if (!isSmallRegularFile(path))
@@ -36,7 +36,7 @@ std::vector<std::string> readSettingsLines(std::string const& path)
 std::string_view trimmed(std::string_view text)
 {
     constexpr std::string_view kBlanks = " \t";
-    std::size_t const first = text.find_first_not_of(kBlanks);
+    const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == std::string_view::npos)
         return {};
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);

@@ -62,11 +62,11 @@ bool HeldName::stillNames() const
 // For people and for the list of held ports.
 bool HeldName::describe() const
 {
-    std::string const text = std::to_string(m_process) + '\n' + m_name + '\n';
+    const std::string text = std::to_string(m_process) + '\n' + m_name + '\n';
     if (::ftruncate(m_lock.get(), 0) != 0)
         return false;
     for (std::size_t done = 0; done < text.size();) {
-        ssize_t const written = retryInterrupted([&] {
+        const ssize_t written = retryInterrupted([&] {
             return ::pwrite(
                 m_lock.get(), text.data() + done, text.size() - done, static_cast<off_t>(done));
         });

@@ -18,13 +18,13 @@ public:
 
     HeldName(HeldName&& other) noexcept = default;
     HeldName& operator=(HeldName&& other) noexcept = default;
-    HeldName(HeldName const&) = delete;
-    HeldName& operator=(HeldName const&) = delete;
+    HeldName(const HeldName&) = delete;
+    HeldName& operator=(const HeldName&) = delete;
 
     // Takes the socket file and the lock file away, and frees the name.
     ~HeldName();
 
-    std::string const& name() const { return m_name; }
+    const std::string& name() const { return m_name; }
     LocalAddress socketAddress() const { return m_folder.addressOf(socketFile()); }
 
 private:

@@ -21,16 +21,16 @@ constexpr int kBacklog = 4096;
 
 // More than the packets that find room in one connection: what was there when a call began is
 // taken, and a sender that never pauses does not hold the call for ever.
-constexpr int kMostPackets = 16384;
+constexpr int kMaxPackets = 16384;
 
 // From one connection in one call, but for its last text: large texts that were handled one by one
 // leave their memory, still in the caches, to the next.
-constexpr std::size_t kMostBytes = std::size_t{512} * 1024;
+constexpr std::size_t kMaxBytes = std::size_t{512} * 1024;
 
 // While a sender's texts that were there are taken in several calls, nobody else's are: whoever
 // sent after it is read after it. No buffer of a connection holds more, and beyond that others have
 // their turn.
-constexpr std::size_t kMostInTurn = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t kMaxInTurn = std::size_t{16} * 1024 * 1024;
 
 // Between two attempts to let newcomers in when the system has no descriptors left.
 constexpr long kRetryNanoseconds = 100'000'000;
@@ -45,12 +45,12 @@ struct LocalPort::State {
 
     bool open();
     bool watch(int descriptor);
-    std::size_t receive(Taker const& take);
-    std::size_t letIn(Taker const& take);
-    std::size_t receiveAwaited(Taker const& take);
-    bool isLongTurn() const { return takenInTurn > kMostInTurn; }
-    std::size_t finish(Taker const& take);
-    std::size_t drain(int connection, int most, Taker const& take);
+    std::size_t receive(const Taker& take);
+    std::size_t letIn(const Taker& take);
+    std::size_t receiveAwaited(const Taker& take);
+    bool isLongTurn() const { return takenInTurn > kMaxInTurn; }
+    std::size_t finish(const Taker& take);
+    std::size_t drain(int connection, int most, const Taker& take);
     void pauseListening();
     void resumeListening();
     void listenFor(unsigned int events);
@@ -78,7 +78,7 @@ bool LocalPort::State::open()
     watcher = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
     listener = makeLocalSocket(SOCK_NONBLOCK);
     retryTimer = Descriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
-    LocalAddress const address = name.socketAddress();
+    const LocalAddress address = name.socketAddress();
     return watcher.isOpen() && listener.isOpen() && retryTimer.isOpen()
         && ::bind(listener.get(), address.get(), address.size) == 0
         && ::listen(listener.get(), kBacklog) == 0 && watch(listener.get())
@@ -90,7 +90,7 @@ bool LocalPort::State::watch(int descriptor)
     try {
         if (waited)
             waited->add(descriptor);
-    } catch (std::system_error const&) {
+    } catch (const std::system_error&) {
         return false;
     }
     epoll_event event = {};
@@ -99,9 +99,9 @@ bool LocalPort::State::watch(int descriptor)
     return ::epoll_ctl(watcher.get(), EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
-std::size_t LocalPort::State::receive(Taker const& take)
+std::size_t LocalPort::State::receive(const Taker& take)
 {
-    bool const isOthersTurn = isLongTurn();
+    const bool isOthersTurn = isLongTurn();
     std::size_t count = finish(take);
     if (isCut)
         return count;
@@ -110,20 +110,20 @@ std::size_t LocalPort::State::receive(Taker const& take)
         count += letIn(take);
     }
     events.resize(connections.size() + 2);
-    int const ready = retryInterrupted([this] {
+    const int ready = retryInterrupted([this] {
         return ::epoll_wait(watcher.get(), events.data(), static_cast<int>(events.size()), 0);
     });
     for (int i = 0; i < ready && (!isCut || isOthersTurn); ++i) {
-        int const descriptor = events[static_cast<std::size_t>(i)].data.fd;
+        const int descriptor = events[static_cast<std::size_t>(i)].data.fd;
         if (descriptor == listener.get())
             count += letIn(take);
         else if (descriptor != retryTimer.get())
-            count += drain(descriptor, kMostPackets, take);
+            count += drain(descriptor, kMaxPackets, take);
     }
     return count;
 }
 
-std::size_t LocalPort::State::letIn(Taker const& take)
+std::size_t LocalPort::State::letIn(const Taker& take)
 {
     std::size_t count = 0;
     for (int i = 0; i < kBacklog; ++i) {
@@ -137,11 +137,11 @@ std::size_t LocalPort::State::letIn(Taker const& take)
                 pauseListening();
             break;
         }
-        int const number = connection.get();
+        const int number = connection.get();
         if (!isPeerOfThisUser(number) || !watch(number))
             continue;
         connections[number] = std::move(connection);
-        count += drain(number, kMostPackets, take);
+        count += drain(number, kMaxPackets, take);
         if (isCut)
             break;
     }
@@ -149,31 +149,31 @@ std::size_t LocalPort::State::letIn(Taker const& take)
 }
 
 // The rest of what was begun, before anybody else's.
-std::size_t LocalPort::State::finish(Taker const& take)
+std::size_t LocalPort::State::finish(const Taker& take)
 {
     isCut = false;
-    int const connection = unfinished;
+    const int connection = unfinished;
     if (isLongTurn() || !connections.contains(connection)) {
         unfinished = -1;
         takenInTurn = 0;
         return 0;
     }
-    return drain(connection, kMostPackets, take);
+    return drain(connection, kMaxPackets, take);
 }
 
-std::size_t LocalPort::State::receiveAwaited(Taker const& take)
+std::size_t LocalPort::State::receiveAwaited(const Taker& take)
 {
-    int const connection = awaited.exchange(-1);
+    const int connection = awaited.exchange(-1);
     if (!connections.contains(connection)) // it may have gone since
         return 0;
     if (unfinished != -1 && unfinished != connection) {
-        if (std::size_t const count = finish(take))
+        if (const std::size_t count = finish(take))
             return count;
     }
     return drain(connection, 1, take);
 }
 
-std::size_t LocalPort::State::drain(int connection, int most, Taker const& take)
+std::size_t LocalPort::State::drain(int connection, int most, const Taker& take)
 {
     std::size_t count = 0;
     std::size_t bytes = 0;
@@ -181,8 +181,8 @@ std::size_t LocalPort::State::drain(int connection, int most, Taker const& take)
         takenInTurn = 0;
     unfinished = connection;
     isCut = most != 1;
-    for (int i = 0; i < most && bytes < kMostBytes; ++i) {
-        auto const outcome = reader.read(connection);
+    for (int i = 0; i < most && bytes < kMaxBytes; ++i) {
+        const auto outcome = reader.read(connection);
         if (outcome == PacketReader::Outcome::kEnd)
             connections.erase(connection);
         if (outcome == PacketReader::Outcome::kEnd || outcome == PacketReader::Outcome::kNothing) {
@@ -225,7 +225,7 @@ void LocalPort::State::pauseListening()
 
 void LocalPort::State::resumeListening()
 {
-    itimerspec const never = {};
+    const itimerspec never = {};
     ::timerfd_settime(retryTimer.get(), 0, &never, nullptr);
     listenFor(EPOLLIN);
     isListening = true;
@@ -235,9 +235,9 @@ DescriptorSet& LocalPort::State::everything()
 {
     if (!waited) {
         waited.emplace();
-        for (int const descriptor : {listener.get(), retryTimer.get()})
+        for (const int descriptor : {listener.get(), retryTimer.get()})
             waited->add(descriptor);
-        for (auto const& connection : connections)
+        for (const auto& connection : connections)
             waited->add(connection.first);
     }
     return *waited;
@@ -263,16 +263,16 @@ LocalPort::LocalPort(std::unique_ptr<State> state)
 
 LocalPort::~LocalPort() = default;
 
-std::size_t LocalPort::receive(Taker const& take)
+std::size_t LocalPort::receive(const Taker& take)
 {
-    std::size_t const count = m_state->receive(take);
+    const std::size_t count = m_state->receive(take);
     m_state->reader.trim();
     return count;
 }
 
-std::size_t LocalPort::receiveAwaited(Taker const& take)
+std::size_t LocalPort::receiveAwaited(const Taker& take)
 {
-    std::size_t const count = m_state->receiveAwaited(take);
+    const std::size_t count = m_state->receiveAwaited(take);
     m_state->reader.trim();
     return count;
 }
@@ -284,7 +284,7 @@ bool LocalPort::hasMore() const
 
 bool LocalPort::wait(std::chrono::milliseconds limit)
 {
-    int const fd = m_state->everything().waitForOne(limit);
+    const int fd = m_state->everything().waitForOne(limit);
     m_state->awaited = fd;
     return fd != -1;
 }
@@ -299,7 +299,7 @@ int LocalPort::descriptor() const
     return m_state->watcher.get();
 }
 
-std::string const& LocalPort::name() const
+const std::string& LocalPort::name() const
 {
     return m_state->name.name();
 }

@@ -16,20 +16,20 @@ namespace Pt {
 
 namespace {
 
-std::atomic_flag g_isRefusalTold;
+std::atomic_flag gIsRefusalTold;
 
-void tellRefusal(std::string const& folder, std::string const& why)
+void tellRefusal(const std::string& folder, const std::string& why)
 {
-    if (g_isRefusalTold.test_and_set())
+    if (gIsRefusalTold.test_and_set())
         return;
-    std::string const message = "The folder of the local ports, " + folder + ", is not used: " + why
+    const std::string message = "The folder of the local ports, " + folder + ", is not used: " + why
         + ". It has to be a folder of this user with mode 0700; mend or remove it, or set"
           " TEVOROTALK_PORT_DIR to another.\n";
     std::fputs(message.c_str(), stderr);
 }
 
 // Empty when the working folder is gone.
-std::string absolute(char const* path)
+std::string absolute(const char* path)
 {
     std::error_code error;
     return *path == '/' ? path : std::filesystem::absolute(path, error).string();
@@ -44,7 +44,7 @@ std::string withoutEmptyNamesAtEnd(std::string path)
 }
 
 // Passes, and says nothing about the folder.
-bool isShortage(std::error_code const& error)
+bool isShortage(const std::error_code& error)
 {
     return error == std::errc::too_many_files_open
         || error == std::errc::too_many_files_open_in_system
@@ -71,10 +71,10 @@ std::string whyRefused(int folder)
 
 std::string localPortFolder()
 {
-    char const* const chosen = std::getenv("TEVOROTALK_PORT_DIR");
+    const char* const chosen = std::getenv("TEVOROTALK_PORT_DIR");
     if (chosen && *chosen)
         return withoutEmptyNamesAtEnd(absolute(chosen));
-    if (auto const runtime = runtimeFolder())
+    if (const auto runtime = runtimeFolder())
         return *runtime + "/tevorotalk";
     return "/tmp/tevorotalk-" + std::to_string(::geteuid());
 }
@@ -96,7 +96,7 @@ std::optional<LocalPortFolder> LocalPortFolder::open(std::error_code& error)
             tellRefusal(path, error.message());
         return std::nullopt;
     }
-    if (std::string const why = whyRefused(folder.get()); !why.empty()) {
+    if (const std::string why = whyRefused(folder.get()); !why.empty()) {
         error = std::make_error_code(std::errc::permission_denied);
         tellRefusal(path, why);
         return std::nullopt;
@@ -107,7 +107,7 @@ std::optional<LocalPortFolder> LocalPortFolder::open(std::error_code& error)
 
 std::optional<LocalPortFolder> LocalPortFolder::openOrMake(std::error_code& error)
 {
-    std::string const path = localPortFolder();
+    const std::string path = localPortFolder();
     if (::mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         error = lastError();
         tellRefusal(path, "it cannot be made: " + error.message());
@@ -116,7 +116,7 @@ std::optional<LocalPortFolder> LocalPortFolder::openOrMake(std::error_code& erro
     return open(error);
 }
 
-LocalAddress LocalPortFolder::addressOf(std::string const& file) const
+LocalAddress LocalPortFolder::addressOf(const std::string& file) const
 {
     LocalAddress result;
     sockaddr_un& address = result.address;
@@ -135,7 +135,7 @@ std::string localPortStem(std::string_view name)
     constexpr char kDigits[] = "0123456789abcdef";
     ContentDigester digester;
     digester.add(name.data(), name.size());
-    ContentDigest const digest = digester.finish();
+    const ContentDigest digest = digester.finish();
     std::string stem;
     for (std::size_t i = 0; i < kBytes; ++i) {
         stem += kDigits[digest.sha256[i] >> 4U];

@@ -18,7 +18,7 @@ struct LocalAddress {
     sockaddr_un address = {};
     socklen_t size = 0;
 
-    sockaddr const* get() const { return reinterpret_cast<sockaddr const*>(&address); }
+    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&address); }
 };
 
 class LocalPortFolder {
@@ -32,10 +32,10 @@ public:
 
     // For the calls that take a path relative to an open folder.
     int descriptor() const { return m_folder.get(); }
-    std::string const& path() const { return m_path; }
+    const std::string& path() const { return m_path; }
 
     // Where a socket file in the folder is bound or reached, however long the path is.
-    LocalAddress addressOf(std::string const& file) const;
+    LocalAddress addressOf(const std::string& file) const;
 
 private:
     LocalPortFolder(std::string path, Descriptor folder);

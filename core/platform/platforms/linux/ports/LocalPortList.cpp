@@ -13,17 +13,17 @@ namespace Pt {
 
 namespace {
 
-bool isHeld(LocalPortFolder const& folder, std::string const& stem)
+bool isHeld(const LocalPortFolder& folder, const std::string& stem)
 {
     std::error_code error;
-    Descriptor const connection = connectToLocalPort(folder, stem, error);
+    const Descriptor connection = connectToLocalPort(folder, stem, error);
     return connection.isOpen() || error == std::errc::resource_unavailable_try_again
         || error == std::errc::permission_denied;
 }
 
-std::string readRegular(LocalPortFolder const& folder, std::string const& file)
+std::string readRegular(const LocalPortFolder& folder, const std::string& file)
 {
-    Descriptor const opened(retryInterrupted([&] {
+    const Descriptor opened(retryInterrupted([&] {
         return ::openat(
             folder.descriptor(), file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     }));
@@ -32,23 +32,23 @@ std::string readRegular(LocalPortFolder const& folder, std::string const& file)
     if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0 || !S_ISREG(status.st_mode))
         return text;
     text.resize(static_cast<std::size_t>(status.st_size));
-    ssize_t const got =
+    const ssize_t got =
         retryInterrupted([&] { return ::pread(opened.get(), text.data(), text.size(), 0); });
     text.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
     return text;
 }
 
 // The process id, a line feed, the name with whatever bytes it has, a line feed.
-std::optional<HeldPort> heldPortIn(std::string const& text, std::string const& stem)
+std::optional<HeldPort> heldPortIn(const std::string& text, const std::string& stem)
 {
-    std::size_t const end = text.find('\n');
+    const std::size_t end = text.find('\n');
     if (end == std::string::npos || text.size() < end + 2 || text.back() != '\n')
         return std::nullopt;
     HeldPort port;
-    char const* const first = text.data();
-    auto const [stop, error] = std::from_chars(first, first + end, port.processId);
+    const char* const first = text.data();
+    const auto [stop, error] = std::from_chars(first, first + end, port.processId);
     port.name = text.substr(end + 1, text.size() - end - 2);
-    bool const holds = error == std::errc() && stop == first + end && port.processId > 0
+    const bool holds = error == std::errc() && stop == first + end && port.processId > 0
         && localPortStem(port.name) == stem;
     return holds ? std::optional(std::move(port)) : std::nullopt;
 }
@@ -58,7 +58,7 @@ std::optional<HeldPort> heldPortIn(std::string const& text, std::string const& s
 bool isLocalPortFree(std::string_view name)
 {
     std::error_code error;
-    auto const folder = LocalPortFolder::open(error);
+    const auto folder = LocalPortFolder::open(error);
     if (!folder)
         return error == std::errc::no_such_file_or_directory;
     return !isHeld(*folder, localPortStem(name));
@@ -73,7 +73,7 @@ std::vector<HeldPort> heldLocalPorts()
 std::vector<HeldPort> heldLocalPorts(std::error_code& error)
 {
     std::vector<HeldPort> ports;
-    auto const folder = LocalPortFolder::open(error);
+    const auto folder = LocalPortFolder::open(error);
     if (error == std::errc::no_such_file_or_directory)
         error.clear();
     if (!folder)
@@ -81,7 +81,7 @@ std::vector<HeldPort> heldLocalPorts(std::error_code& error)
     namespace fs = std::filesystem;
     for (fs::directory_iterator it(folder->path(), error), end; !error && it != end;
          it.increment(error)) {
-        std::string const stem = it->path().stem().string();
+        const std::string stem = it->path().stem().string();
         // Held first, read then: a holder has described itself before it can be reached.
         if (it->path().extension() != kLockEnding || !isHeld(*folder, stem))
             continue;

@@ -25,8 +25,8 @@ enum class Delivery { kDone, kNoRoom, kGone, kTooLarge, kFailed };
 
 SteadyTime deadlineAfter(milliseconds patience)
 {
-    constexpr milliseconds kLongest = std::chrono::hours(24 * 365);
-    return steady_clock::now() + std::clamp(patience, milliseconds(0), kLongest);
+    constexpr milliseconds kMaxLength = std::chrono::hours(24 * 365);
+    return steady_clock::now() + std::clamp(patience, milliseconds(0), kMaxLength);
 }
 
 Delivery deliveryAfter(int error)
@@ -47,13 +47,13 @@ Delivery deliveryAfter(int error)
     }
 }
 
-Delivery sendMessage(int socket, msghdr const& message, int flags)
+Delivery sendMessage(int socket, const msghdr& message, int flags)
 {
-    ssize_t const sent = ::sendmsg(socket, &message, MSG_NOSIGNAL | flags);
+    const ssize_t sent = ::sendmsg(socket, &message, MSG_NOSIGNAL | flags);
     return sent == -1 ? deliveryAfter(errno == EINTR ? EAGAIN : errno) : Delivery::kDone;
 }
 
-Delivery sendMessageBefore(SteadyTime deadline, int socket, msghdr const& message)
+Delivery sendMessageBefore(SteadyTime deadline, int socket, const msghdr& message)
 {
     Delivery result = sendMessage(socket, message, MSG_DONTWAIT);
     while (result == Delivery::kNoRoom && limitWait(socket, deadline))
@@ -69,9 +69,9 @@ struct Text {
     std::size_t size() const { return head.size() + rest.size(); }
 };
 
-Delivery sendPacket(int socket, Text const& text, SteadyTime deadline)
+Delivery sendPacket(int socket, const Text& text, SteadyTime deadline)
 {
-    auto const pieceOf = [](std::string_view piece) {
+    const auto pieceOf = [](std::string_view piece) {
         return iovec{const_cast<char*>(piece.data()), piece.size()}; // only read
     };
     std::array<iovec, 2> pieces = {pieceOf(text.head), pieceOf(text.rest)};
@@ -81,9 +81,9 @@ Delivery sendPacket(int socket, Text const& text, SteadyTime deadline)
     return sendMessageBefore(deadline, socket, message);
 }
 
-Delivery sendMemoryText(int socket, Text const& text, SteadyTime deadline)
+Delivery sendMemoryText(int socket, const Text& text, SteadyTime deadline)
 {
-    Descriptor const file = makeMemoryText(text.head, text.rest);
+    const Descriptor file = makeMemoryText(text.head, text.rest);
     if (!file.isOpen())
         return Delivery::kFailed;
     std::uint64_t size = text.size();
@@ -98,12 +98,12 @@ Delivery sendMemoryText(int socket, Text const& text, SteadyTime deadline)
     rights->cmsg_level = SOL_SOCKET;
     rights->cmsg_type = SCM_RIGHTS;
     rights->cmsg_len = CMSG_LEN(sizeof(int));
-    int const number = file.get();
+    const int number = file.get();
     std::memcpy(CMSG_DATA(rights), &number, sizeof number);
     return sendMessageBefore(deadline, socket, message);
 }
 
-Delivery sendText(int socket, Text const& text, SteadyTime deadline)
+Delivery sendText(int socket, const Text& text, SteadyTime deadline)
 {
     Delivery result = Delivery::kTooLarge;
     if (text.size() <= kSendBuffer)
@@ -128,15 +128,15 @@ bool hasHolderLeft(int socket)
 // are looked for with several calls of the system.
 class LocalPortPlace {
 public:
-    std::string const& folder()
+    const std::string& folder()
     {
-        auto const value = [](char const* name) {
-            char const* const text = std::getenv(name);
+        const auto value = [](const char* name) {
+            const char* const text = std::getenv(name);
             return std::string_view(text != nullptr ? text : "");
         };
-        std::string_view const chosen = value("TEVOROTALK_PORT_DIR");
-        std::string_view const runtime = value("XDG_RUNTIME_DIR");
-        bool const isRelative = !chosen.empty() && chosen[0] != '/';
+        const std::string_view chosen = value("TEVOROTALK_PORT_DIR");
+        const std::string_view runtime = value("XDG_RUNTIME_DIR");
+        const bool isRelative = !chosen.empty() && chosen[0] != '/';
         if (m_folder.empty() || isRelative || chosen != m_chosen || runtime != m_runtime) {
             m_folder = localPortFolder();
             m_chosen = chosen;
@@ -158,9 +158,9 @@ struct LocalPortSender::State {
     std::unordered_map<std::string, Descriptor> connections;
     LocalPortPlace place;
 
-    bool send(std::string_view name, Text const& text, SteadyTime deadline);
+    bool send(std::string_view name, const Text& text, SteadyTime deadline);
     bool sendAfresh(
-        std::string const& key, std::string_view name, Text const& text, SteadyTime deadline);
+        const std::string& key, std::string_view name, const Text& text, SteadyTime deadline);
 };
 
 LocalPortSender::LocalPortSender()
@@ -181,19 +181,19 @@ bool LocalPortSender::send(std::string_view name,
     std::string_view rest,
     std::chrono::milliseconds patience)
 {
-    Text const text = {head, rest};
+    const Text text = {head, rest};
     return text.size() != 0 && head.size() <= LocalPort::kLargestText
         && rest.size() <= LocalPort::kLargestText - head.size()
         && m_state->send(name, text, deadlineAfter(patience));
 }
 
-bool LocalPortSender::State::send(std::string_view name, Text const& text, SteadyTime deadline)
+bool LocalPortSender::State::send(std::string_view name, const Text& text, SteadyTime deadline)
 {
     std::string key = place.folder();
     key.append(1, '\0').append(name);
-    auto const kept = connections.find(key);
+    const auto kept = connections.find(key);
     if (kept != connections.end()) {
-        Delivery const result = sendText(kept->second.get(), text, deadline);
+        const Delivery result = sendText(kept->second.get(), text, deadline);
         if (result != Delivery::kGone)
             return result == Delivery::kDone;
         connections.erase(kept);
@@ -202,20 +202,20 @@ bool LocalPortSender::State::send(std::string_view name, Text const& text, Stead
 }
 
 bool LocalPortSender::State::sendAfresh(
-    std::string const& key, std::string_view name, Text const& text, SteadyTime deadline)
+    const std::string& key, std::string_view name, const Text& text, SteadyTime deadline)
 {
     // Connections that are still held stay, whatever their number: a text sent on a second one
     // could overtake one that waits in the first.
-    std::erase_if(connections, [](auto const& kept) { return hasHolderLeft(kept.second.get()); });
+    std::erase_if(connections, [](const auto& kept) { return hasHolderLeft(kept.second.get()); });
     std::error_code error;
-    auto const folder = LocalPortFolder::open(error);
+    const auto folder = LocalPortFolder::open(error);
     if (!folder)
         return false;
     Descriptor connection = connectToLocalPort(*folder, localPortStem(name), deadline, error);
     if (!connection.isOpen())
         return false;
     widenSendBuffer(connection.get());
-    Delivery const result = sendText(connection.get(), text, deadline);
+    const Delivery result = sendText(connection.get(), text, deadline);
     if (result != Delivery::kGone)
         connections[key] = std::move(connection);
     return result == Delivery::kDone;

@@ -16,9 +16,9 @@ Descriptor checked(Descriptor socket, std::error_code& error)
     return {};
 }
 
-int connectOnce(int socket, LocalPortFolder const& folder, std::string const& stem)
+int connectOnce(int socket, const LocalPortFolder& folder, const std::string& stem)
 {
-    LocalAddress const address = folder.addressOf(stem + std::string(kSocketEnding));
+    const LocalAddress address = folder.addressOf(stem + std::string(kSocketEnding));
     return ::connect(socket, address.get(), address.size);
 }
 
@@ -40,16 +40,16 @@ bool isPeerOfThisUser(int socket)
 bool limitWait(int socket, SteadyTime deadline)
 {
     using std::chrono::microseconds;
-    auto const left =
+    const auto left =
         std::chrono::ceil<microseconds>(deadline - std::chrono::steady_clock::now()).count();
     if (left <= 0) // none at all would mean for ever
         return false;
-    timeval const limit = {left / 1'000'000, left % 1'000'000};
+    const timeval limit = {left / 1'000'000, left % 1'000'000};
     return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
 }
 
-Descriptor connectToLocalPort(LocalPortFolder const& folder,
-    std::string const& stem,
+Descriptor connectToLocalPort(const LocalPortFolder& folder,
+    const std::string& stem,
     SteadyTime deadline,
     std::error_code& error)
 {
@@ -69,7 +69,7 @@ Descriptor connectToLocalPort(LocalPortFolder const& folder,
 }
 
 Descriptor connectToLocalPort(
-    LocalPortFolder const& folder, std::string const& stem, std::error_code& error)
+    const LocalPortFolder& folder, const std::string& stem, std::error_code& error)
 {
     Descriptor socket = makeLocalSocket(SOCK_NONBLOCK);
     if (!socket.isOpen() || connectOnce(socket.get(), folder, stem) != 0) {

@@ -24,13 +24,13 @@ bool limitWait(int socket, SteadyTime deadline);
 // Connected to the port with that stem. Not open, with: no_such_file_or_directory or
 // connection_refused when nobody holds it; resource_unavailable_try_again when its queue of
 // newcomers was full up to the deadline; permission_denied for a port of another user.
-Descriptor connectToLocalPort(LocalPortFolder const& folder,
-    std::string const& stem,
+Descriptor connectToLocalPort(const LocalPortFolder& folder,
+    const std::string& stem,
     SteadyTime deadline,
     std::error_code& error);
 
 // The same without waiting.
 Descriptor connectToLocalPort(
-    LocalPortFolder const& folder, std::string const& stem, std::error_code& error);
+    const LocalPortFolder& folder, const std::string& stem, std::error_code& error);
 
 } // namespace Pt

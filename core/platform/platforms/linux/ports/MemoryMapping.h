@@ -22,8 +22,8 @@ public:
         std::swap(m_size, other.m_size);
         return *this;
     }
-    MemoryMapping(MemoryMapping const&) = delete;
-    MemoryMapping& operator=(MemoryMapping const&) = delete;
+    MemoryMapping(const MemoryMapping&) = delete;
+    MemoryMapping& operator=(const MemoryMapping&) = delete;
     ~MemoryMapping()
     {
         if (m_bytes)

@@ -16,7 +16,7 @@ constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
 // kills the reader.
 bool isSealed(int file)
 {
-    int const seals = ::fcntl(file, F_GET_SEALS);
+    const int seals = ::fcntl(file, F_GET_SEALS);
     return seals != -1 && (seals & kSeals) == kSeals;
 }
 
@@ -47,12 +47,12 @@ Descriptor makeMemoryText(std::string_view head, std::string_view rest)
 
 MemoryMapping mapMemoryText(int file, std::uint64_t size)
 {
-    bool const holds = size > 0 && size <= LocalPort::kLargestText && isSealed(file)
+    const bool holds = size > 0 && size <= LocalPort::kLargestText && isSealed(file)
         && isOfOrdinaryPages(file) && hasSize(file, size);
     if (!holds)
         return {};
     // Filled in before it may be written to: the other way round, the system would copy each page.
-    auto const bytes = static_cast<std::size_t>(size);
+    const auto bytes = static_cast<std::size_t>(size);
     MemoryMapping text = MemoryMapping::make(bytes, PROT_READ, file, MAP_POPULATE);
     if (text.bytes() && ::mprotect(text.bytes(), bytes, PROT_READ | PROT_WRITE) != 0)
         return {};

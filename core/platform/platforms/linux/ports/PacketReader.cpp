@@ -15,14 +15,14 @@ namespace Pt {
 namespace {
 
 // One is right; the system closes what finds no room here.
-constexpr std::size_t kMostDescriptors = 4;
+constexpr std::size_t kMaxDescriptors = 4;
 
 struct alignas(cmsghdr) Control {
-    std::array<char, CMSG_SPACE(kMostDescriptors * sizeof(int))> bytes;
+    std::array<char, CMSG_SPACE(kMaxDescriptors * sizeof(int))> bytes;
 };
 
 struct ReceivedDescriptors {
-    std::array<Descriptor, kMostDescriptors> files;
+    std::array<Descriptor, kMaxDescriptors> files;
     std::size_t count = 0;
 };
 
@@ -32,7 +32,7 @@ ReceivedDescriptors descriptorsIn(msghdr& message)
     for (cmsghdr* part = CMSG_FIRSTHDR(&message); part; part = CMSG_NXTHDR(&message, part)) {
         if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS)
             continue;
-        std::size_t const count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+        const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
         for (std::size_t i = 0; i < count; ++i) {
             int number = -1;
             std::memcpy(&number, CMSG_DATA(part) + i * sizeof number, sizeof number);
@@ -65,25 +65,25 @@ PacketReader::Outcome PacketReader::read(int socket)
     message.msg_iovlen = 1;
     message.msg_control = control.bytes.data();
     message.msg_controllen = control.bytes.size();
-    ssize_t const got = retryInterrupted(
+    const ssize_t got = retryInterrupted(
         [&] { return ::recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC); });
     if (got == -1)
         return errno == EAGAIN ? Outcome::kNothing : Outcome::kEnd;
-    ReceivedDescriptors const received = descriptorsIn(message);
+    const ReceivedDescriptors received = descriptorsIn(message);
     if (got == 0) // also a packet of no bytes, which no port sends
         return Outcome::kEnd;
     m_size = static_cast<std::size_t>(got);
     m_touched = std::max(m_touched, m_size);
     if (message.msg_flags & MSG_TRUNC)
         return Outcome::kDropped;
-    bool const isControlCut = (message.msg_flags & MSG_CTRUNC) != 0;
+    const bool isControlCut = (message.msg_flags & MSG_CTRUNC) != 0;
     if (received.count == 1 && !isControlCut)
         return takeMemoryText(received.files[0], m_size);
     m_text = m_buffer.bytes();
     return received.count == 0 && !isControlCut ? Outcome::kText : Outcome::kDropped;
 }
 
-PacketReader::Outcome PacketReader::takeMemoryText(Descriptor const& file, std::size_t packetSize)
+PacketReader::Outcome PacketReader::takeMemoryText(const Descriptor& file, std::size_t packetSize)
 {
     std::uint64_t size = 0;
     if (packetSize != sizeof size)

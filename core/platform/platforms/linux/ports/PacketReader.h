@@ -35,7 +35,7 @@ private:
     // Kept between calls, so that a stream of texts of a megabyte is not one of page faults.
     static constexpr std::size_t kKept = std::size_t{2} * 1024 * 1024;
 
-    Outcome takeMemoryText(Descriptor const& file, std::size_t packetSize);
+    Outcome takeMemoryText(const Descriptor& file, std::size_t packetSize);
 
     MemoryMapping m_buffer;
     MemoryMapping m_memoryText;

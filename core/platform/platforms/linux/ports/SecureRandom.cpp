@@ -10,7 +10,7 @@ std::optional<std::array<unsigned char, 16>> secureRandom16()
 {
     std::array<unsigned char, 16> bytes{};
     // So few come all at once or not at all.
-    ssize_t const got =
+    const ssize_t got =
         retryInterrupted([&] { return ::getrandom(bytes.data(), bytes.size(), 0); });
     if (got != ssize_t{bytes.size()})
         return std::nullopt;

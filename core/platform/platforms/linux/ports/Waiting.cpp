@@ -14,7 +14,7 @@ namespace Pt {
 
 namespace {
 
-int required(int result, char const* what)
+int required(int result, const char* what)
 {
     if (result == -1)
         throw std::system_error(lastError(), what);
@@ -24,7 +24,7 @@ int required(int result, char const* what)
 // What epoll_wait takes: rounded up, so that a wait is never cut short into a spin.
 int waitMilliseconds(std::chrono::steady_clock::duration left)
 {
-    auto const count = std::chrono::ceil<std::chrono::milliseconds>(left).count();
+    const auto count = std::chrono::ceil<std::chrono::milliseconds>(left).count();
     return static_cast<int>(std::clamp<std::int64_t>(count, 0, INT_MAX));
 }
 
@@ -43,8 +43,8 @@ WaitableFlag::~WaitableFlag()
 void WaitableFlag::raise() noexcept
 {
     // Refused only when it is up as far as it goes.
-    std::uint64_t const one = 1;
-    [[maybe_unused]] ssize_t const written =
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written =
         retryInterrupted([&] { return ::write(m_descriptor, &one, sizeof one); });
 }
 
@@ -52,7 +52,7 @@ void WaitableFlag::lower() noexcept
 {
     // Refused only when it is down.
     std::uint64_t count = 0;
-    [[maybe_unused]] ssize_t const got =
+    [[maybe_unused]] const ssize_t got =
         retryInterrupted([&] { return ::read(m_descriptor, &count, sizeof count); });
 }
 
@@ -78,7 +78,7 @@ void WallTimer::set(long long wallSeconds) noexcept
 
 void WallTimer::clear() noexcept
 {
-    itimerspec const never = {};
+    const itimerspec never = {};
     ::timerfd_settime(m_descriptor, 0, &never, nullptr);
 }
 
@@ -111,15 +111,15 @@ int DescriptorSet::waitForOne(std::chrono::milliseconds limit) const
 {
     using std::chrono::milliseconds;
     using std::chrono::steady_clock;
-    constexpr milliseconds kLongest = std::chrono::hours(24 * 365);
-    bool const isForEver = limit.count() < 0;
-    auto const deadline = isForEver
+    constexpr milliseconds kMaxLength = std::chrono::hours(24 * 365);
+    const bool isForEver = limit.count() < 0;
+    const auto deadline = isForEver
         ? steady_clock::time_point()
-        : steady_clock::now() + std::clamp(limit, milliseconds(0), kLongest);
+        : steady_clock::now() + std::clamp(limit, milliseconds(0), kMaxLength);
     for (;;) {
-        int const left = isForEver ? -1 : waitMilliseconds(deadline - steady_clock::now());
+        const int left = isForEver ? -1 : waitMilliseconds(deadline - steady_clock::now());
         epoll_event event = {};
-        int const ready = ::epoll_wait(m_descriptor, &event, 1, left);
+        const int ready = ::epoll_wait(m_descriptor, &event, 1, left);
         if (ready > 0)
             return event.data.fd;
         if (ready == -1 && errno != EINTR)

@@ -32,8 +32,8 @@ public:
     void sleepFor(nanoseconds duration) override
     {
         // Until a point in time, so that signals do not lengthen it.
-        std::int64_t const end = nanosecondsOf(CLOCK_MONOTONIC) + duration.count();
-        timespec const point{end / kNanosecondsPerSecond, end % kNanosecondsPerSecond};
+        const std::int64_t end = nanosecondsOf(CLOCK_MONOTONIC) + duration.count();
+        const timespec point{end / kNanosecondsPerSecond, end % kNanosecondsPerSecond};
         while (::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &point, nullptr) == EINTR) { }
     }
 };

@@ -52,9 +52,9 @@ public:
     // Writes all of it, or gives the system's word; a part may stand written then.
     std::error_code write(const void* bytes, std::size_t count) const
     {
-        auto const* const start = static_cast<const char*>(bytes);
+        const auto* const start = static_cast<const char*>(bytes);
         for (std::size_t done = 0; done < count;) {
-            ssize_t const step =
+            const ssize_t step =
                 retryInterrupted([&] { return ::write(m_number, start + done, count - done); });
             if (step == -1)
                 return lastError();

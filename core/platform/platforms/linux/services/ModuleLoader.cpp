@@ -16,33 +16,33 @@ std::string withoutSlashesAtEnd(std::string path)
 }
 
 // "a/NAME.framework" holds "a/NAME.framework/NAME.so".
-std::string fileInFolder(std::string const& folder)
+std::string fileInFolder(const std::string& folder)
 {
-    std::string const name = folder.substr(folder.find_last_of('/') + 1);
+    const std::string name = folder.substr(folder.find_last_of('/') + 1);
     return folder + "/" + name.substr(0, name.find_last_of('.')) + ".so";
 }
 
 // A name without a slash would be looked for in the system's library folders.
-std::string asPath(std::string const& file)
+std::string asPath(const std::string& file)
 {
     return file.find('/') == std::string::npos ? "./" + file : file;
 }
 
 } // namespace
 
-std::string moduleFile(std::string const& path)
+std::string moduleFile(const std::string& path)
 {
-    std::string const plain = withoutSlashesAtEnd(path);
+    const std::string plain = withoutSlashesAtEnd(path);
     std::string file = hasType(plain, S_IFDIR) ? fileInFolder(plain) : plain;
     return hasType(file, S_IFREG) ? file : std::string();
 }
 
-ModuleHandle openModule(std::string const& file)
+ModuleHandle openModule(const std::string& file)
 {
     return ::dlopen(asPath(file).c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
-ModuleHandle openLoadedModule(std::string const& file)
+ModuleHandle openLoadedModule(const std::string& file)
 {
     return ::dlopen(asPath(file).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
 }
@@ -52,7 +52,7 @@ void closeModule(ModuleHandle handle)
     ::dlclose(handle);
 }
 
-void* moduleSymbol(ModuleHandle handle, char const* name)
+void* moduleSymbol(ModuleHandle handle, const char* name)
 {
     return ::dlsym(handle, name);
 }

@@ -7,7 +7,7 @@
 namespace Pt {
 
 // Links are followed; false when nothing is there.
-inline bool hasType(std::string const& path, mode_t type)
+inline bool hasType(const std::string& path, mode_t type)
 {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) == type;

@@ -14,7 +14,7 @@ bool isProcessRunning(unsigned long processId)
     if (!std::getline(file, line))
         return false;
     // PID (NAME) STATE ...; the name may have brackets of its own.
-    std::size_t const end = line.rfind(") ");
+    const std::size_t end = line.rfind(") ");
     return end != std::string::npos && end + 2 < line.size() && line[end + 2] != 'Z'
         && line[end + 2] != 'X';
 }

@@ -14,12 +14,12 @@ namespace Pt {
 
 namespace {
 
-std::atomic<bool> g_interrupted{false};
+std::atomic<bool> gInterrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
 
 void onInterrupt(int)
 {
-    g_interrupted = true;
+    gInterrupted = true;
 }
 
 } // namespace
@@ -70,16 +70,15 @@ void noteInterrupts()
 
 bool wasInterrupted()
 {
-    return g_interrupted;
+    return gInterrupted;
 }
 
 // Open for the wrong direction: whoever uses it is told that it is closed.
 void holdStandardStreams()
 {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (::fcntl(stream, F_GETFD) == -1)
             ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    }
 }
 
 std::error_code writeObstacle(std::FILE* stream)

@@ -9,7 +9,7 @@ template <typename Call>
 auto retryInterrupted(Call call)
 {
     for (;;) {
-        auto const result = call();
+        const auto result = call();
         if (result != -1 || errno != EINTR)
             return result;
     }

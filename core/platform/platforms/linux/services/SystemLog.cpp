@@ -18,7 +18,7 @@ std::unique_ptr<std::string const>& keptName()
 
 } // namespace
 
-void openSystemLog(std::string const& name)
+void openSystemLog(const std::string& name)
 {
     auto next = std::make_unique<std::string const>(name);
     ::openlog(next->c_str(), LOG_PID | LOG_CONS | LOG_NDELAY, LOG_DAEMON);
@@ -30,7 +30,7 @@ void closeSystemLog()
     ::closelog();
 }
 
-void writeSystemLog(int priority, char const* text) noexcept
+void writeSystemLog(int priority, const char* text) noexcept
 {
     ::syslog(priority, "%s", text);
 }

@@ -28,9 +28,9 @@ bool isAbsolute(std::string_view path)
 }
 
 // Empty when the variable does not hold an absolute path.
-std::string folderFromEnvironment(char const* variable)
+std::string folderFromEnvironment(const char* variable)
 {
-    char const* const value = std::getenv(variable);
+    const char* const value = std::getenv(variable);
     return value && isAbsolute(value) ? withoutSlashAtEnd(value) : std::string();
 }
 
@@ -41,22 +41,22 @@ std::string homeFromAccount()
     passwd* found = nullptr;
     if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
         return {};
-    bool const hasHome = found->pw_dir && isAbsolute(found->pw_dir);
+    const bool hasHome = found->pw_dir && isAbsolute(found->pw_dir);
     return hasHome ? withoutSlashAtEnd(found->pw_dir) : std::string();
 }
 
-std::string joined(std::string const& folder, std::string const& relative)
+std::string joined(const std::string& folder, const std::string& relative)
 {
     return folder == "/" ? folder + relative : folder + "/" + relative;
 }
 
-std::string belowHome(std::string const& relative)
+std::string belowHome(const std::string& relative)
 {
-    std::string const home = homeFolder();
+    const std::string home = homeFolder();
     return home.empty() ? home : joined(home, relative);
 }
 
-std::string fromEnvironmentOrHome(char const* variable, std::string const& relative)
+std::string fromEnvironmentOrHome(const char* variable, const std::string& relative)
 {
     std::string folder = folderFromEnvironment(variable);
     return folder.empty() ? belowHome(relative) : folder;
@@ -82,11 +82,11 @@ std::string unquoted(std::string_view text)
 std::string userFolder(std::string_view value)
 {
     constexpr std::string_view kHome = "$HOME";
-    std::string const path = unquoted(value);
+    const std::string path = unquoted(value);
     if (path.compare(0, kHome.size(), kHome) != 0)
         return isAbsolute(path) ? withoutSlashAtEnd(path) : std::string();
-    std::string const home = homeFolder();
-    std::string const rest = path.substr(kHome.size());
+    const std::string home = homeFolder();
+    const std::string rest = path.substr(kHome.size());
     if (home.empty() || !(rest.empty() || isAbsolute(rest)))
         return {};
     return withoutSlashAtEnd(home == "/" && !rest.empty() ? rest : home + rest);
@@ -96,11 +96,11 @@ std::string userFolder(std::string_view value)
 std::string userFolderFromList(std::string_view name)
 {
     std::string folder;
-    std::string const config = userConfigFolder();
+    const std::string config = userConfigFolder();
     if (config.empty())
         return folder;
-    for (std::string const& line : readSettingsLines(joined(config, "user-dirs.dirs"))) {
-        std::string_view const assignment = trimmed(line);
+    for (const std::string& line : readSettingsLines(joined(config, "user-dirs.dirs"))) {
+        const std::string_view assignment = trimmed(line);
         if (assignment.substr(0, name.size()) == name && assignment.substr(name.size(), 1) == "=")
             folder = userFolder(assignment.substr(name.size() + 1));
     }
@@ -132,14 +132,14 @@ std::string userConfigFolder()
     return fromEnvironmentOrHome("XDG_CONFIG_HOME", ".config");
 }
 
-std::optional<std::string> machineApplicationDataFile(std::string const& relative)
+std::optional<std::string> machineApplicationDataFile(const std::string& relative)
 {
-    char const* const value = std::getenv("XDG_DATA_DIRS");
+    const char* const value = std::getenv("XDG_DATA_DIRS");
     std::string_view folders = value && *value ? value : "/usr/local/share:/usr/share";
     while (!folders.empty()) {
-        std::string const folder(folders.substr(0, folders.find(':')));
+        const std::string folder(folders.substr(0, folders.find(':')));
         folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
-        std::string const file = joined(withoutSlashAtEnd(folder), relative);
+        const std::string file = joined(withoutSlashAtEnd(folder), relative);
         if (isAbsolute(folder) && hasType(file, S_IFREG))
             return file;
     }

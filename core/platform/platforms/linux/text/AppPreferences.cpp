@@ -12,33 +12,33 @@ namespace {
 // The value of a line "Key=Value" with that key.
 std::optional<std::string> valueIn(std::string_view line, std::string_view key)
 {
-    std::size_t const sign = line.find('=');
+    const std::size_t sign = line.find('=');
     if (sign == std::string_view::npos || trimmed(line.substr(0, sign)) != key)
         return std::nullopt;
     return std::string(trimmed(line.substr(sign + 1)));
 }
 
-bool isFileName(std::string const& domain)
+bool isFileName(const std::string& domain)
 {
     return !domain.empty() && domain.find_first_of(std::string("/\0", 2)) == std::string::npos;
 }
 
 } // namespace
 
-std::optional<std::string> appPreference(std::string const& domain, std::string const& key)
+std::optional<std::string> appPreference(const std::string& domain, const std::string& key)
 {
-    std::string const config = userConfigFolder();
+    const std::string config = userConfigFolder();
     if (config.empty() || !isFileName(domain))
         return std::nullopt;
     std::optional<std::string> value;
     bool isGeneral = true;
-    for (std::string const& each : readSettingsLines(config + "/velmo/" + domain + ".ini")) {
-        std::string_view const line = trimmed(each);
+    for (const std::string& each : readSettingsLines(config + "/velmo/" + domain + ".ini")) {
+        const std::string_view line = trimmed(each);
         if (line.empty() || line.front() == ';' || line.front() == '#')
             continue;
         if (line.front() == '[')
             isGeneral = line == "[General]";
-        else if (auto const found = isGeneral ? valueIn(line, key) : std::nullopt)
+        else if (const auto found = isGeneral ? valueIn(line, key) : std::nullopt)
             value = found;
     }
     return value;

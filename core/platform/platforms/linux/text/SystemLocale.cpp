@@ -8,10 +8,10 @@ namespace Pt {
 
 namespace {
 
-std::string firstSet(std::initializer_list<char const*> variables)
+std::string firstSet(std::initializer_list<const char*> variables)
 {
-    for (char const* const variable : variables) {
-        char const* const value = std::getenv(variable);
+    for (const char* const variable : variables) {
+        const char* const value = std::getenv(variable);
         if (value && *value)
             return value;
     }
@@ -29,9 +29,9 @@ bool isPlain(char c)
 
 std::optional<std::string> systemLocale()
 {
-    std::string const value = firstSet({"LC_ALL", "LC_MESSAGES", "LANG"});
-    std::string const locale = value.substr(0, value.find_first_of(".@"));
-    bool const isNone = locale.empty() || locale == "C" || locale == "POSIX";
+    const std::string value = firstSet({"LC_ALL", "LC_MESSAGES", "LANG"});
+    const std::string locale = value.substr(0, value.find_first_of(".@"));
+    const bool isNone = locale.empty() || locale == "C" || locale == "POSIX";
     if (isNone || !std::all_of(locale.begin(), locale.end(), isPlain))
         return std::nullopt;
     return locale;

@@ -20,7 +20,7 @@ constexpr std::size_t kStep = 4096; // bytes converted at a time at most
 // One direction of conversion; not open for an encoding that the system does not know.
 class Converter {
 public:
-    Converter(char const* to, char const* from)
+    Converter(const char* to, const char* from)
         : m_handle(::iconv_open(to, from))
     {
     }
@@ -29,8 +29,8 @@ public:
         if (isOpen())
             ::iconv_close(m_handle);
     }
-    Converter(Converter const&) = delete;
-    Converter& operator=(Converter const&) = delete;
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
 
     // The error value is -1 as a pointer.
     bool isOpen() const { return reinterpret_cast<std::intptr_t>(m_handle) != -1; }
@@ -40,14 +40,14 @@ public:
     // Converts what fits and moves both ends on; 0 when all was taken, else the error number.
     int convert(char*& in, std::size_t& inLeft, char*& out, std::size_t& outLeft)
     {
-        auto const result = ::iconv(m_handle, &in, &inLeft, &out, &outLeft);
+        const auto result = ::iconv(m_handle, &in, &inLeft, &out, &outLeft);
         return result == static_cast<std::size_t>(-1) ? errno : 0;
     }
 
     // Writes what takes an encoding with shifts back to its start.
     int finish(char*& out, std::size_t& outLeft)
     {
-        auto const result = ::iconv(m_handle, nullptr, nullptr, &out, &outLeft);
+        const auto result = ::iconv(m_handle, nullptr, nullptr, &out, &outLeft);
         return result == static_cast<std::size_t>(-1) ? errno : 0;
     }
 
@@ -55,15 +55,15 @@ private:
     iconv_t m_handle;
 };
 
-constexpr char const* wideName()
+constexpr const char* wideName()
 {
     return std::endian::native == std::endian::big ? "UTF-16BE" : "UTF-16LE";
 }
 
 std::string firstSet()
 {
-    for (char const* const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        char const* const value = std::getenv(variable);
+    for (const char* const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char* const value = std::getenv(variable);
         if (value && *value)
             return value;
     }
@@ -71,9 +71,9 @@ std::string firstSet()
 }
 
 // What the system knows of a locale that is installed.
-std::string codesetOfLocale(std::string const& name)
+std::string codesetOfLocale(const std::string& name)
 {
-    locale_t const locale = ::newlocale(LC_CTYPE_MASK, name.c_str(), nullptr);
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, name.c_str(), nullptr);
     if (!locale)
         return kUtf8;
     std::string codeset = ::nl_langinfo_l(CODESET, locale);
@@ -104,14 +104,14 @@ bool isLowSurrogate(unsigned short unit)
 int replaceCharacter(
     Converter& encoder, char*& in, std::size_t& inLeft, char*& out, std::size_t& outLeft)
 {
-    auto const* const at = reinterpret_cast<unsigned short const*>(in);
-    bool const isPair = inLeft > 2 && isHighSurrogate(at[0]) && isLowSurrogate(at[1]);
+    const auto* const at = reinterpret_cast<const unsigned short*>(in);
+    const bool isPair = inLeft > 2 && isHighSurrogate(at[0]) && isLowSurrogate(at[1]);
     unsigned short question = u'?';
     char* replacement = reinterpret_cast<char*>(&question);
     std::size_t replacementLeft = sizeof question;
     if (encoder.convert(replacement, replacementLeft, out, outLeft) == E2BIG)
         return E2BIG;
-    std::size_t const size = isPair ? 2 * sizeof question : sizeof question;
+    const std::size_t size = isPair ? 2 * sizeof question : sizeof question;
     in += size;
     inLeft -= size;
     return 0;
@@ -121,9 +121,9 @@ int replaceCharacter(
 
 std::string systemTextEncodingName()
 {
-    std::string const value = firstSet();
-    std::string const locale = value.substr(0, value.find('@'));
-    std::size_t const dot = locale.find('.');
+    const std::string value = firstSet();
+    const std::string locale = value.substr(0, value.find('@'));
+    const std::size_t dot = locale.find('.');
     if (dot != std::string::npos && dot + 1 < locale.size())
         return locale.substr(dot + 1);
     if (locale.empty() || locale == "C" || locale == "POSIX")
@@ -132,7 +132,7 @@ std::string systemTextEncodingName()
 }
 
 struct TextEncoding::Converters {
-    explicit Converters(std::string const& name)
+    explicit Converters(const std::string& name)
         : decoder(wideName(), name.c_str())
         , encoder(name.c_str(), wideName())
     {
@@ -144,7 +144,7 @@ struct TextEncoding::Converters {
     Converter encoder;
 };
 
-TextEncoding::TextEncoding(std::string const& name)
+TextEncoding::TextEncoding(const std::string& name)
     : m_isUtf8(namesUtf8(name))
     , m_converters(std::make_unique<Converters>(m_isUtf8 ? kUtf8 : name))
 {
@@ -173,7 +173,7 @@ WideText TextEncoding::decode(std::string_view bytes)
     while (inLeft > 0) {
         char* out = reinterpret_cast<char*>(step);
         std::size_t outLeft = sizeof step;
-        int const error = decoder.convert(in, inLeft, out, outLeft);
+        const int error = decoder.convert(in, inLeft, out, outLeft);
         text.append(step, (sizeof step - outLeft) / sizeof *step);
         if (error == 0 || error == E2BIG)
             continue;
@@ -188,7 +188,7 @@ WideText TextEncoding::decode(std::string_view bytes)
     return text.append(step, (sizeof step - outLeft) / sizeof *step);
 }
 
-std::string TextEncoding::encode(unsigned short const* units, std::size_t count, std::size_t limit)
+std::string TextEncoding::encode(const unsigned short* units, std::size_t count, std::size_t limit)
 {
     std::string text;
     char step[kStep];
@@ -198,7 +198,7 @@ std::string TextEncoding::encode(unsigned short const* units, std::size_t count,
     encoder.reset();
     while (inLeft > 0) {
         char* out = step;
-        std::size_t const room = std::min(sizeof step, limit - text.size());
+        const std::size_t room = std::min(sizeof step, limit - text.size());
         std::size_t outLeft = room;
         int error = encoder.convert(in, inLeft, out, outLeft);
         if (error != 0 && error != E2BIG)
@@ -208,7 +208,7 @@ std::string TextEncoding::encode(unsigned short const* units, std::size_t count,
             return text; // the limit is reached
     }
     char* out = step;
-    std::size_t const room = std::min(sizeof step, limit - text.size());
+    const std::size_t room = std::min(sizeof step, limit - text.size());
     std::size_t outLeft = room;
     encoder.finish(out, outLeft);
     return text.append(step, room - outLeft);

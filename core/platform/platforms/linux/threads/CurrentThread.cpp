@@ -13,7 +13,7 @@ unsigned long currentThreadHandle()
 
 void sleepOnce(std::chrono::milliseconds duration)
 {
-    timespec const time{duration.count() / 1000, (duration.count() % 1000) * 1'000'000};
+    const timespec time{duration.count() / 1000, (duration.count() % 1000) * 1'000'000};
     ::nanosleep(&time, nullptr);
 }
 

@@ -19,10 +19,10 @@ public:
         requireSuccess(::pthread_mutexattr_settype(&m_attributes, PTHREAD_MUTEX_NORMAL));
     }
     ~NormalKind() { ::pthread_mutexattr_destroy(&m_attributes); }
-    NormalKind(NormalKind const&) = delete;
-    NormalKind& operator=(NormalKind const&) = delete;
+    NormalKind(const NormalKind&) = delete;
+    NormalKind& operator=(const NormalKind&) = delete;
 
-    pthread_mutexattr_t const* get() const { return &m_attributes; }
+    const pthread_mutexattr_t* get() const { return &m_attributes; }
 
 private:
     pthread_mutexattr_t m_attributes;
@@ -42,7 +42,7 @@ Mutex::Mutex()
 
 Mutex::~Mutex() noexcept(false)
 {
-    int const error = ::pthread_mutex_destroy(&m_native->mutex);
+    const int error = ::pthread_mutex_destroy(&m_native->mutex);
     // A second exception would end the process; the first one has told that something failed.
     if (std::uncaught_exceptions() == 0)
         requireSuccess(error);

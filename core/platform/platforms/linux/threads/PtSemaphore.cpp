@@ -44,18 +44,18 @@ sem_t* native(void* semaphore)
 }
 
 // For whoever looks at a debugger's output.
-void DebugStr(char const* label, int error)
+void DebugStr(const char* label, int error)
 {
     std::fprintf(stderr, "%s: error %d\n", label, error);
     std::fflush(stderr);
 }
 
 // The error of a call that ends the semaphore, 0 for none, once it has been told.
-int toldError(int result, char const* label)
+int toldError(int result, const char* label)
 {
     if (result == 0)
         return 0;
-    int const error = ErrorCode();
+    const int error = ErrorCode();
     DebugStr(label, error);
     return error;
 }
@@ -76,9 +76,9 @@ Semaphore::Semaphore(int initialCount)
 
 Semaphore::~Semaphore() noexcept(false)
 {
-    int const unlinkError = toldError(::sem_unlink(m_name.c_str()), "sem_unlink");
-    int const closeError = toldError(::sem_close(native(m_semaphore)), "sem_close");
-    int const error = unlinkError != 0 ? unlinkError : closeError;
+    const int unlinkError = toldError(::sem_unlink(m_name.c_str()), "sem_unlink");
+    const int closeError = toldError(::sem_close(native(m_semaphore)), "sem_close");
+    const int error = unlinkError != 0 ? unlinkError : closeError;
     // A second exception would end the process; the first one has told that something failed.
     if (error != 0 && std::uncaught_exceptions() == 0)
         throw ExSystem(error, ExWhere::here());

@@ -15,7 +15,7 @@ namespace {
 
 // What lies between SignalInit and SignalUninit.
 struct SignalService {
-    explicit SignalService(sigset_t const& awaited)
+    explicit SignalService(const sigset_t& awaited)
         : thread(awaited)
     {
     }
@@ -31,12 +31,12 @@ sigset_t setOf(std::initializer_list<int> numbers)
 {
     sigset_t set;
     ::sigemptyset(&set);
-    for (int const each : numbers)
+    for (const int each : numbers)
         ::sigaddset(&set, each);
     return set;
 }
 
-sigset_t awaitedSignals(Config const& config)
+sigset_t awaitedSignals(const Config& config)
 {
     return config.handlesConsoleSignals
         ? setOf({SIGHUP, SIGUSR1, SIGINT, SIGQUIT, SIGABRT, SIGTERM})
@@ -44,21 +44,20 @@ sigset_t awaitedSignals(Config const& config)
 }
 
 // The signals of a set that are not blocked by that mask.
-sigset_t without(sigset_t set, sigset_t const& mask)
+sigset_t without(sigset_t set, const sigset_t& mask)
 {
-    for (int each = 1; each < NSIG; ++each) {
+    for (int each = 1; each < NSIG; ++each)
         if (::sigismember(&mask, each) == 1)
             ::sigdelset(&set, each);
-    }
     return set;
 }
 
 // What was waited for only so that it does nothing must not end the process once it is unblocked.
-void discardHarmless(sigset_t const& unblocked)
+void discardHarmless(const sigset_t& unblocked)
 {
-    for (int const each : {SIGHUP, SIGUSR1, SIGPIPE}) {
-        sigset_t const one = setOf({each});
-        timespec const noTime = {};
+    for (const int each : {SIGHUP, SIGUSR1, SIGPIPE}) {
+        const sigset_t one = setOf({each});
+        const timespec noTime = {};
         if (::sigismember(&unblocked, each) == 1) {
             while (retryInterrupted([&] { return ::sigtimedwait(&one, nullptr, &noTime); }) != -1) {
             }
@@ -66,21 +65,21 @@ void discardHarmless(sigset_t const& unblocked)
     }
 }
 
-void changeMask(int how, sigset_t const& set, sigset_t* old)
+void changeMask(int how, const sigset_t& set, sigset_t* old)
 {
     requireSuccess(::pthread_sigmask(how, &set, old));
 }
 
 } // namespace
 
-void SignalInitWith(Config const& config)
+void SignalInitWith(const Config& config)
 {
     if (PtSignalThread::isCurrent())
         return; // a handler: the service runs, and may just be waited for
-    Locked const locked(gLock);
+    const Locked locked(gLock);
     if (gService)
         return;
-    sigset_t const awaited = awaitedSignals(config);
+    const sigset_t awaited = awaitedSignals(config);
     auto service = std::make_unique<SignalService>(awaited);
     sigset_t blocked = awaited;
     ::sigaddset(&blocked, SIGPIPE); // before the thread starts: a handler may write to a pipe, too
@@ -102,11 +101,11 @@ void SignalUninit()
         return; // before any lock: whoever holds one may wait for this thread
     if (PtSignalThread::isCurrent())
         throw ExSystem(EDEADLK, ExWhere::here());
-    Locked const locked(gLock);
+    const Locked locked(gLock);
     if (!gService)
         return;
     gService->thread.shutDown();
-    std::unique_ptr<SignalService> const ended(std::exchange(gService, nullptr));
+    const std::unique_ptr<SignalService> ended(std::exchange(gService, nullptr));
     discardHarmless(ended->unblocked);
     changeMask(SIG_UNBLOCK, ended->unblocked, nullptr);
 }

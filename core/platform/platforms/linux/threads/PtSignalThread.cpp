@@ -11,7 +11,7 @@ namespace Pt {
 
 namespace {
 
-thread_local bool tIsSignalThread = false;
+thread_local bool gIsSignalThread = false;
 
 } // namespace
 
@@ -22,14 +22,14 @@ public:
     {
     }
     ~Handling() { m_thread.endHandling(); }
-    Handling(Handling const&) = delete;
-    Handling& operator=(Handling const&) = delete;
+    Handling(const Handling&) = delete;
+    Handling& operator=(const Handling&) = delete;
 
 private:
     PtSignalThread& m_thread;
 };
 
-PtSignalThread::PtSignalThread(sigset_t const& awaited)
+PtSignalThread::PtSignalThread(const sigset_t& awaited)
     : Thread(false)
     , m_awaited(awaited)
 {
@@ -37,12 +37,12 @@ PtSignalThread::PtSignalThread(sigset_t const& awaited)
 
 bool PtSignalThread::isCurrent()
 {
-    return tIsSignalThread;
+    return gIsSignalThread;
 }
 
 void PtSignalThread::start()
 {
-    tIsSignalThread = true;
+    gIsSignalThread = true;
     for (;;) {
         int number = 0;
         requireSuccess(::sigwait(&m_awaited, &number));
@@ -50,7 +50,7 @@ void PtSignalThread::start()
             m_undelivered = number;
             return;
         }
-        Handling const handling(*this);
+        const Handling handling(*this);
         respondTo(number);
     }
 }
@@ -73,14 +73,14 @@ void PtSignalThread::respondTo(int number)
 
 bool PtSignalThread::beginHandling()
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     m_inProgress = !m_isShutDown;
     return m_inProgress;
 }
 
 void PtSignalThread::endHandling()
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     m_inProgress = false;
     m_idle.notify_all();
 }
@@ -88,13 +88,13 @@ void PtSignalThread::endHandling()
 void PtSignalThread::shutDown()
 {
     {
-        Locked const locked(m_lock);
+        const Locked locked(m_lock);
         while (m_inProgress)
             m_idle.wait(m_lock);
         m_isShutDown = true;
     }
     // To this thread alone, so that it is gone with it when another signal wakes the thread first.
-    if (int const error = ::pthread_kill(handle(), SIGUSR1); error != ESRCH)
+    if (const int error = ::pthread_kill(handle(), SIGUSR1); error != ESRCH)
         requireSuccess(error); // else it has ended by a failure, which stands in the log
     join();
     if (m_undelivered != 0 && m_undelivered != SIGUSR1 && m_undelivered != SIGHUP)

@@ -13,7 +13,7 @@ namespace Pt {
 // handler. Its owner begins it, and ends it with shutDown() before it deletes it.
 class PtSignalThread final : public Thread {
 public:
-    explicit PtSignalThread(sigset_t const& awaited);
+    explicit PtSignalThread(const sigset_t& awaited);
 
     // Whether the caller is such a thread, that is, code that a handler has called.
     static bool isCurrent();
@@ -33,7 +33,7 @@ private:
     void endHandling();
     static void respondTo(int number);
 
-    sigset_t const m_awaited;
+    const sigset_t m_awaited;
     Lock m_lock;
     std::condition_variable_any m_idle;
     bool m_inProgress TEVORO_GUARDED_BY(m_lock) = false;

@@ -29,10 +29,10 @@ public:
             requireSuccess(::pthread_attr_setdetachstate(&m_attributes, PTHREAD_CREATE_DETACHED));
     }
     ~Attributes() { ::pthread_attr_destroy(&m_attributes); }
-    Attributes(Attributes const&) = delete;
-    Attributes& operator=(Attributes const&) = delete;
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
 
-    pthread_attr_t const* get() const { return &m_attributes; }
+    const pthread_attr_t* get() const { return &m_attributes; }
 
 private:
     pthread_attr_t m_attributes;
@@ -61,7 +61,7 @@ Thread::~Thread()
 
 ThreadHandle Thread::handle() const
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     return m_handle;
 }
 
@@ -73,7 +73,7 @@ void Thread::begin()
         create(); // and the thread may have deleted the object
         return;
     }
-    Locked const locked(m_lock); // so that the thread itself finds its handle
+    const Locked locked(m_lock); // so that the thread itself finds its handle
     if (m_joinHandle != 0)
         throw ExSystem(EBUSY, ExWhere::here());
     m_handle = m_joinHandle = create();
@@ -81,7 +81,7 @@ void Thread::begin()
 
 ThreadHandle Thread::create()
 {
-    Attributes const attributes(m_isDetached);
+    const Attributes attributes(m_isDetached);
     pthread_t handle = 0;
     requireSuccess(::pthread_create(&handle, attributes.get(), &ThreadStartInternal, this));
     return handle;
@@ -91,7 +91,7 @@ void Thread::join()
 {
     ThreadHandle joined = 0;
     {
-        Locked const locked(m_lock);
+        const Locked locked(m_lock);
         joined = m_joinHandle;
         if (ThreadCmp(m_handle, ThreadSelf()) || ThreadCmp(joined, ThreadSelf()))
             throw ExSystem(EDEADLK, ExWhere::here());
@@ -100,16 +100,16 @@ void Thread::join()
         m_handle = 0; // it may be gone at any time from here on
     }
     requireSuccess(::pthread_join(joined, &m_exitValue));
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     m_joinHandle = 0;
 }
 
 void* Thread::ThreadStartInternal(void* argument)
 {
     auto* const thread = static_cast<Thread*>(argument);
-    std::unique_ptr<Thread> const owner(thread->m_isDetached ? thread : nullptr);
+    const std::unique_ptr<Thread> owner(thread->m_isDetached ? thread : nullptr);
     if (owner) {
-        Locked const locked(thread->m_lock);
+        const Locked locked(thread->m_lock);
         thread->m_handle = currentThreadHandle();
     }
     thread->run();
@@ -120,12 +120,12 @@ void Thread::run() noexcept(false)
 {
     try {
         {
-            Locked const locked(m_lock);
+            const Locked locked(m_lock);
             if (m_priority != Priority::kNormal) // else the thread keeps its creator's policy
                 applyPriority(ThreadSelf(), m_priority);
         }
         start();
-    } catch (abi::__forced_unwind const&) {
+    } catch (const abi::__forced_unwind&) {
         throw; // the system ends the thread this way, and insists
     } catch (...) {
         SysLogEvent(kThreadTerminatedEvent, ThreadNumber(), currentExceptionText().c_str());
@@ -134,7 +134,7 @@ void Thread::run() noexcept(false)
 
 void Thread::priority(Priority priority)
 {
-    Locked const locked(m_lock);
+    const Locked locked(m_lock);
     m_priority = priority;
     if (m_handle != 0)
         applyPriority(m_handle, priority);
@@ -150,7 +150,7 @@ void Thread::applyPriority(ThreadHandle handle, Priority priority)
 
 int Thread::systemPriority(Priority priority, int minimum, int maximum)
 {
-    int const middle = (maximum - minimum) / 2;
+    const int middle = (maximum - minimum) / 2;
     switch (priority) {
     case Priority::kLowest:
         return minimum;

@@ -6,7 +6,7 @@
 namespace Pt {
 
 // Throws ExSystem with the caller's place unless error is 0.
-inline void requireSuccess(int error, ExWhere const& where = ExWhere::here())
+inline void requireSuccess(int error, const ExWhere& where = ExWhere::here())
 {
     if (error != 0)
         throw ExSystem(error, where);

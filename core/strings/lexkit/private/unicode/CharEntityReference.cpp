@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned short kCarriageReturn = 13;
 constexpr unsigned long kShortest = 4; // units of "#{a}"
-constexpr unsigned long kMostDigits = 4;
+constexpr unsigned long kMaxDigits = 4;
 
 // The names of HTML 4, with four more in front. Lengths that are not those of the names: "yen",
 // "ouml" and "zwnj" count their terminator, so that they match no text; of "plusmn" five letters
@@ -176,7 +176,7 @@ bool isHexDigit(unsigned short unit)
 }
 
 // Compares `length` units; the name has a terminator, which may take part.
-bool startsWith(unsigned short const* text, char const* name, unsigned long length)
+bool startsWith(const unsigned short* text, const char* name, unsigned long length)
 {
     return std::equal(text, text + length, name, [](unsigned short unit, char letter) {
         return unit == static_cast<unsigned char>(letter);
@@ -185,31 +185,30 @@ bool startsWith(unsigned short const* text, char const* name, unsigned long leng
 
 } // namespace
 
-CharEntityReference const* FindCharEntityReferencePair(
-    unsigned short const* text, unsigned long length)
+const CharEntityReference* FindCharEntityReferencePair(
+    const unsigned short* text, unsigned long length)
 {
-    for (CharEntityReference const& row : charEntityReference) {
+    for (const CharEntityReference& row : charEntityReference)
         if (row.length <= length && startsWith(text, row.name, row.length))
             return &row;
-    }
     return nullptr;
 }
 
-bool FindCharEntityReferencePairCharByCodePoint(unsigned short const* text,
+bool FindCharEntityReferencePairCharByCodePoint(const unsigned short* text,
     unsigned long length,
     unsigned short* value,
     unsigned long* consumed)
 {
     // The last row, without a prefix, always fits where the text is not empty.
-    auto const row = std::find_if(charEntityReferenceCharByCodePoint.begin(),
+    const auto row = std::find_if(charEntityReferenceCharByCodePoint.begin(),
         charEntityReferenceCharByCodePoint.end(),
         [&](std::string_view prefix) {
             return prefix.size() < length && startsWith(text, prefix.data(), prefix.size());
         });
     if (row == charEntityReferenceCharByCodePoint.end())
         return false;
-    unsigned long const start = row->size();
-    unsigned long const limit = std::min(length, start + kMostDigits);
+    const unsigned long start = row->size();
+    const unsigned long limit = std::min(length, start + kMaxDigits);
     unsigned long at = start;
     unsigned int number = 0;
     for (; at < limit && isHexDigit(text[at]); ++at)
@@ -219,15 +218,15 @@ bool FindCharEntityReferencePairCharByCodePoint(unsigned short const* text,
     return at > start;
 }
 
-CharReference referenceAt(unsigned short const* text, unsigned long length)
+CharReference referenceAt(const unsigned short* text, unsigned long length)
 {
     if (length < kShortest || text[1] != u'{')
         return {};
-    unsigned short const* const name = text + 2;
-    unsigned long const left = length - 2;
+    const unsigned short* const name = text + 2;
+    const unsigned long left = length - 2;
     unsigned short value = 0;
     unsigned long used = 0;
-    if (CharEntityReference const* const row = FindCharEntityReferencePair(name, left)) {
+    if (const CharEntityReference* const row = FindCharEntityReferencePair(name, left)) {
         // The first row, "endl", is the one line end that is written otherwise than it is stored.
         value = row == charEntityReference ? kCarriageReturn : row->value;
         used = row->length;

@@ -8,7 +8,7 @@ namespace lexkit_private {
 // that of the name: those behave as they always did.
 struct CharEntityReference {
     unsigned long length;
-    char const* name;
+    const char* name;
     unsigned short value;
 };
 
@@ -19,16 +19,16 @@ struct CharReference {
 };
 
 // The row whose name the text begins with, the first in the order of the table; null for none.
-CharEntityReference const* FindCharEntityReferencePair(
-    unsigned short const* text, unsigned long length);
+const CharEntityReference* FindCharEntityReferencePair(
+    const unsigned short* text, unsigned long length);
 
 // The same for prefix and digits; false when there is no digit.
-bool FindCharEntityReferencePairCharByCodePoint(unsigned short const* text,
+bool FindCharEntityReferencePairCharByCodePoint(const unsigned short* text,
     unsigned long length,
     unsigned short* value,
     unsigned long* consumed);
 
 // The whole reference that the text begins with. Requires: length > 0 and text[0] is "#".
-CharReference referenceAt(unsigned short const* text, unsigned long length);
+CharReference referenceAt(const unsigned short* text, unsigned long length);
 
 } // namespace lexkit_private

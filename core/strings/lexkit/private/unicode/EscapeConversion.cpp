@@ -49,19 +49,19 @@ constexpr std::array<EscapeTableEntry, 18> HatEscapeTable{{
 }};
 
 // Two tables that differ by the first row alone.
-constexpr EscapeTableEntry const* ZQHatEscapeTable = HatEscapeTable.data();
-constexpr EscapeTableEntry const* LXGHatEscapeTable = HatEscapeTable.data() + 1;
+constexpr const EscapeTableEntry* ZQHatEscapeTable = HatEscapeTable.data();
+constexpr const EscapeTableEntry* LXGHatEscapeTable = HatEscapeTable.data() + 1;
 
 // The one in use, chosen by the first conversion.
-EscapeTableEntry const* hatEscapeTable()
+const EscapeTableEntry* hatEscapeTable()
 {
-    static EscapeTableEntry const* const sHatEscapeTable =
+    static const EscapeTableEntry* const sHatEscapeTable =
         lexkit::EnableZQHatEscapes ? ZQHatEscapeTable : LXGHatEscapeTable;
     return sHatEscapeTable;
 }
 
 // Looks at every unit without a way out, which compilers turn into a few wide instructions.
-bool hasEscapes(unsigned short const* text, unsigned long length)
+bool hasEscapes(const unsigned short* text, unsigned long length)
 {
     unsigned int found = 0;
     for (unsigned long at = 0; at < length; ++at)
@@ -71,12 +71,12 @@ bool hasEscapes(unsigned short const* text, unsigned long length)
 }
 
 // First pass: the output is never longer than the input.
-std::vector<unsigned short> convertPrefixed(unsigned short const* text, unsigned long length)
+std::vector<unsigned short> convertPrefixed(const unsigned short* text, unsigned long length)
 {
     std::vector<unsigned short> out;
     out.reserve(length);
     unsigned short prefix = 0; // of the escape that the next unit completes
-    for (unsigned short const* at = text; at != text + length; ++at) {
+    for (const unsigned short* at = text; at != text + length; ++at) {
         if (prefix == 0 && (*at == u'^' || *at == u'\\')) {
             prefix = *at;
             continue;
@@ -85,9 +85,9 @@ std::vector<unsigned short> convertPrefixed(unsigned short const* text, unsigned
             out.push_back(*at);
             continue;
         }
-        EscapeTableEntry const* const table =
+        const EscapeTableEntry* const table =
             prefix == u'^' ? hatEscapeTable() : sBackslashEscapeTable.data();
-        unsigned short const replacement = DictionaryEntry::LookupEscape(table, *at);
+        const unsigned short replacement = DictionaryEntry::LookupEscape(table, *at);
         out.push_back(replacement != 0 ? replacement : prefix);
         if (replacement == 0 && *at != prefix)
             out.push_back(*at);
@@ -98,22 +98,22 @@ std::vector<unsigned short> convertPrefixed(unsigned short const* text, unsigned
     return out;
 }
 
-UnicodeRun convertBoth(unsigned short const* text, unsigned long length)
+UnicodeRun convertBoth(const unsigned short* text, unsigned long length)
 {
-    std::vector<unsigned short> const once = convertPrefixed(text, length);
+    const std::vector<unsigned short> once = convertPrefixed(text, length);
     return DictionaryEntry::ConvertEscapeSequencesISO(once.data(), once.size());
 }
 
 } // namespace
 
-unsigned short DictionaryEntry::LookupEscape(EscapeTableEntry const* table, unsigned short c)
+unsigned short DictionaryEntry::LookupEscape(const EscapeTableEntry* table, unsigned short c)
 {
     while (table->escape != 0 && table->escape != c)
         ++table;
     return table->replacement;
 }
 
-UnicodeRun DictionaryEntry::ConvertEscapeSequences(unsigned short const* text, unsigned long length)
+UnicodeRun DictionaryEntry::ConvertEscapeSequences(const unsigned short* text, unsigned long length)
 {
     hatEscapeTable(); // chosen even where nothing is to be converted
     if (length == 0)
@@ -129,24 +129,24 @@ UnicodeRun DictionaryEntry::ConvertEscapeSequences(UnicodeRun text)
     return convertBoth(text.GetUnits(), text.GetLength());
 }
 
-UnicodeRun DictionaryEntry::ConvertEscapeSequencesISO(UnicodeRun const& text)
+UnicodeRun DictionaryEntry::ConvertEscapeSequencesISO(const UnicodeRun& text)
 {
     return ConvertEscapeSequencesISO(text.GetUnits(), text.GetLength());
 }
 
 UnicodeRun DictionaryEntry::ConvertEscapeSequencesISO(
-    unsigned short const* text, unsigned long length)
+    const unsigned short* text, unsigned long length)
 {
     std::vector<unsigned short> out;
     out.reserve(length);
-    unsigned short const* at = text;
-    unsigned short const* const end = text + length;
+    const unsigned short* at = text;
+    const unsigned short* const end = text + length;
     while (at != end) {
-        unsigned short const* const sign = std::find(at, end, u'#');
+        const unsigned short* const sign = std::find(at, end, u'#');
         out.insert(out.end(), at, sign);
         if (sign == end)
             break;
-        CharReference const reference = referenceAt(sign, static_cast<unsigned long>(end - sign));
+        const CharReference reference = referenceAt(sign, static_cast<unsigned long>(end - sign));
         out.push_back(reference.consumed > 0 ? reference.value : *sign);
         at = sign + std::max(reference.consumed, 1ul);
     }

@@ -10,7 +10,7 @@ constexpr unsigned long kFirstCapacity = 256; // bytes of a line
 
 } // namespace
 
-MultibyteReader::MultibyteReader(Source const& source)
+MultibyteReader::MultibyteReader(const Source& source)
     : DictionaryReader(source)
     , m_bytes(kFirstCapacity)
 {
@@ -22,7 +22,7 @@ bool MultibyteReader::ReadAByte(unsigned char& byte)
     return takeByte(byte) && byte != 0;
 }
 
-unsigned short const* MultibyteReader::ReadALine()
+const unsigned short* MultibyteReader::ReadALine()
 {
     m_bytes.Clear();
     unsigned char byte = 0;
@@ -34,7 +34,7 @@ unsigned short const* MultibyteReader::ReadALine()
     return m_bytes.GetCount() > 0 ? convertedLine(0) : nullptr;
 }
 
-unsigned short const* MultibyteReader::convertedLine(unsigned char lineEnd)
+const unsigned short* MultibyteReader::convertedLine(unsigned char lineEnd)
 {
     UnicodeUtil::StringToUnicode(m_bytes.GetData(), m_bytes.GetCount(), m_line, nullptr);
     return endLine(lineEnd);

@@ -7,17 +7,17 @@ namespace lexkit_private {
 
 class MultibyteReader final : public DictionaryReader {
 public:
-    explicit MultibyteReader(Source const& source);
+    explicit MultibyteReader(const Source& source);
 
     // Throws LXErrException when the conversion of the line fails.
-    unsigned short const* ReadALine() override;
+    const unsigned short* ReadALine() override;
 
     // The bytes of the line that was read last.
-    Buffer<unsigned char> const& GetLineBytes() const { return m_bytes; }
+    const Buffer<unsigned char>& GetLineBytes() const { return m_bytes; }
 
 private:
     bool ReadAByte(unsigned char& byte);
-    unsigned short const* convertedLine(unsigned char lineEnd);
+    const unsigned short* convertedLine(unsigned char lineEnd);
 
     Buffer<unsigned char> m_bytes;
 };

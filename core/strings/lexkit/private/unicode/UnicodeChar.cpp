@@ -43,7 +43,7 @@ constexpr std::array kOverrides{DigitOverride{0x00B9, 1},
     DigitOverride{0x2073, UnicodeChar::kNoDigit}};
 
 template <std::size_t count>
-bool isOneOf(std::array<unsigned short, count> const& units, unsigned short unit)
+bool isOneOf(const std::array<unsigned short, count>& units, unsigned short unit)
 {
     return std::find(units.begin(), units.end(), unit) != units.end();
 }
@@ -52,14 +52,12 @@ bool isOneOf(std::array<unsigned short, count> const& units, unsigned short unit
 
 unsigned char UnicodeChar::GetDecimalDigit(unsigned short unit)
 {
-    for (DigitOverride const& row : kOverrides) {
+    for (const DigitOverride& row : kOverrides)
         if (row.unit == unit)
             return row.digit;
-    }
-    for (unsigned short const zero : kZeros) {
+    for (const unsigned short zero : kZeros)
         if (unit >= zero && unit - zero < 10)
             return static_cast<unsigned char>(unit - zero);
-    }
     return kNoDigit;
 }
 

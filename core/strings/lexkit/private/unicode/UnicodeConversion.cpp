@@ -13,14 +13,14 @@ namespace {
 
 constexpr std::int32_t kDone = 0;
 
-std::uint32_t selectorOf(lexkit::EncodingInfo const* encoding)
+std::uint32_t selectorOf(const lexkit::EncodingInfo* encoding)
 {
     return encoding ? encoding->GetSelector() : lexkit::EncodingInfo::kSystem;
 }
 
-Pt::WideText decodeSystem(unsigned char const* bytes, unsigned long count)
+Pt::WideText decodeSystem(const unsigned char* bytes, unsigned long count)
 {
-    return Pt::TextEncoding::system().decode({reinterpret_cast<char const*>(bytes), count});
+    return Pt::TextEncoding::system().decode({reinterpret_cast<const char*>(bytes), count});
 }
 
 std::int32_t fit(bool all)
@@ -30,22 +30,22 @@ std::int32_t fit(bool all)
 
 } // namespace
 
-std::int32_t UnicodeConversion::ToUnicodeSize(unsigned char const* bytes,
+std::int32_t UnicodeConversion::ToUnicodeSize(const unsigned char* bytes,
     unsigned long count,
     unsigned long* size,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
-    bool const isUtf8 = selectorOf(encoding) != 0 || Pt::TextEncoding::system().isUtf8();
+    const bool isUtf8 = selectorOf(encoding) != 0 || Pt::TextEncoding::system().isUtf8();
     *size = isUtf8 ? decodedUtf8Size(bytes, count) : decodeSystem(bytes, count).size();
     return kDone;
 }
 
 // Selectors above 1 are measured as UTF-8 and converted as the system's text, as ever.
-std::int32_t UnicodeConversion::ConvertToUnicode(unsigned char const* bytes,
+std::int32_t UnicodeConversion::ConvertToUnicode(const unsigned char* bytes,
     unsigned long count,
     unsigned short* units,
     unsigned long capacity,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
     if (selectorOf(encoding) == lexkit::EncodingInfo::kUTF8) {
         if (decodedUtf8Size(bytes, count) > capacity)
@@ -57,37 +57,37 @@ std::int32_t UnicodeConversion::ConvertToUnicode(unsigned char const* bytes,
         decodeUtf8(bytes, count, units, capacity);
         return fit(decodedUtf8Size(bytes, count) <= capacity);
     }
-    Pt::WideText const text = decodeSystem(bytes, count);
+    const Pt::WideText text = decodeSystem(bytes, count);
     std::copy_n(text.data(), std::min<unsigned long>(text.size(), capacity), units);
     return fit(text.size() <= capacity);
 }
 
-std::int32_t UnicodeConversion::FromUnicodeSize(unsigned short const* units,
+std::int32_t UnicodeConversion::FromUnicodeSize(const unsigned short* units,
     unsigned long count,
     unsigned long* size,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
-    bool const isUtf8 = selectorOf(encoding) != 0 || Pt::TextEncoding::system().isUtf8();
+    const bool isUtf8 = selectorOf(encoding) != 0 || Pt::TextEncoding::system().isUtf8();
     *size = 1
         + (isUtf8 ? encodedUtf8Size(units, count)
                   : Pt::TextEncoding::system().encode(units, count).size());
     return kDone;
 }
 
-std::int32_t UnicodeConversion::ConvertFromUnicode(unsigned short const* units,
+std::int32_t UnicodeConversion::ConvertFromUnicode(const unsigned short* units,
     unsigned long count,
     unsigned char* bytes,
     unsigned long capacity,
     unsigned long* written,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
-    bool const isUtf8 =
+    const bool isUtf8 =
         selectorOf(encoding) == lexkit::EncodingInfo::kUTF8 || Pt::TextEncoding::system().isUtf8();
     if (isUtf8) {
         *written = encodeUtf8(units, count, bytes, capacity);
         return fit(encodedUtf8Size(units, count) == *written);
     }
-    std::string const text = Pt::TextEncoding::system().encode(units, count, capacity);
+    const std::string text = Pt::TextEncoding::system().encode(units, count, capacity);
     std::copy(text.begin(), text.end(), bytes);
     *written = text.size();
     return fit(Pt::TextEncoding::system().encode(units, count).size() == text.size());

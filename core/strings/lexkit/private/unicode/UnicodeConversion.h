@@ -14,28 +14,28 @@ public:
     UnicodeConversion() = delete;
 
     // Each returns 0 or a status, "BUFF" or "PARM" of LXErrException.
-    static std::int32_t ToUnicodeSize(unsigned char const* bytes,
+    static std::int32_t ToUnicodeSize(const unsigned char* bytes,
         unsigned long count,
         unsigned long* size,
-        lexkit::EncodingInfo const* encoding);
-    static std::int32_t ConvertToUnicode(unsigned char const* bytes,
+        const lexkit::EncodingInfo* encoding);
+    static std::int32_t ConvertToUnicode(const unsigned char* bytes,
         unsigned long count,
         unsigned short* units,
         unsigned long capacity,
-        lexkit::EncodingInfo const* encoding);
+        const lexkit::EncodingInfo* encoding);
 
     // The size has one byte more than the text, for a terminator.
-    static std::int32_t FromUnicodeSize(unsigned short const* units,
+    static std::int32_t FromUnicodeSize(const unsigned short* units,
         unsigned long count,
         unsigned long* size,
-        lexkit::EncodingInfo const* encoding);
+        const lexkit::EncodingInfo* encoding);
     // Writes whole characters as long as they fit, no terminator.
-    static std::int32_t ConvertFromUnicode(unsigned short const* units,
+    static std::int32_t ConvertFromUnicode(const unsigned short* units,
         unsigned long count,
         unsigned char* bytes,
         unsigned long capacity,
         unsigned long* written,
-        lexkit::EncodingInfo const* encoding);
+        const lexkit::EncodingInfo* encoding);
 };
 
 } // namespace lexkit_private

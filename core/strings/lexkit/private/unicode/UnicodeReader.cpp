@@ -23,7 +23,7 @@ bool UnicodeReader::ReadACharacter(unsigned short& unit)
 }
 
 // A NUL ends the text where a line begins, and only the line elsewhere.
-unsigned short const* UnicodeReader::ReadALine()
+const unsigned short* UnicodeReader::ReadALine()
 {
     m_line.Clear();
     unsigned short unit = 0;

@@ -9,7 +9,7 @@ class UnicodeReader : public DictionaryReader {
 public:
     using DictionaryReader::DictionaryReader;
 
-    unsigned short const* ReadALine() override;
+    const unsigned short* ReadALine() override;
 
     // False at the end of the source and for a NUL.
     virtual bool ReadACharacter(unsigned short& unit);

@@ -20,20 +20,20 @@ std::uint32_t checkedLength(unsigned long byteCount)
     return static_cast<std::uint32_t>(byteCount);
 }
 
-unsigned long writeUnits(std::ostream& stream, UnicodeRun const& run)
+unsigned long writeUnits(std::ostream& stream, const UnicodeRun& run)
 {
-    unsigned long const count = run.GetLength() * 2;
-    stream.write(reinterpret_cast<char const*>(run.GetData()), static_cast<std::streamsize>(count));
+    const unsigned long count = run.GetLength() * 2;
+    stream.write(reinterpret_cast<const char*>(run.GetData()), static_cast<std::streamsize>(count));
     return count;
 }
 
 unsigned long writeEncoded(
-    std::ostream& stream, UnicodeRun const& run, lexkit::EncodingInfo const& encoding)
+    std::ostream& stream, const UnicodeRun& run, const lexkit::EncodingInfo& encoding)
 {
-    unsigned long const size =
+    const unsigned long size =
         UnicodeUtil::FromUnicodeSize(run.GetUnits(), run.GetLength(), &encoding);
     std::vector<char> text(size);
-    unsigned long const count = UnicodeUtil::UnicodeToCString(
+    const unsigned long count = UnicodeUtil::UnicodeToCString(
         run.GetUnits(), run.GetLength(), text.data(), size, &encoding);
     stream.write(text.data(), static_cast<std::streamsize>(count));
     return count;
@@ -46,12 +46,12 @@ UnicodeRun::UnicodeRun()
 {
 }
 
-UnicodeRun::UnicodeRun(unsigned short const* units, unsigned long count)
+UnicodeRun::UnicodeRun(const unsigned short* units, unsigned long count)
     : ByteRun(units, checkedLength(count > ~0ul / 2 ? ~0ul : count * 2), true)
 {
 }
 
-UnicodeRun::UnicodeRun(unsigned char const* bytes, unsigned long byteCount)
+UnicodeRun::UnicodeRun(const unsigned char* bytes, unsigned long byteCount)
     : ByteRun(bytes, checkedLength(byteCount), true)
 {
 }
@@ -64,14 +64,14 @@ UnicodeRun UnicodeRun::Unfilled(unsigned long byteCount, unsigned short*& units)
 }
 
 // Never destroyed: objects that end after it still refer to it.
-UnicodeRun const& UnicodeRun::EmptyRunInstance()
+const UnicodeRun& UnicodeRun::EmptyRunInstance()
 {
-    static UnicodeRun const* const empty = new UnicodeRun(ByteRunValue::MakeUnfilled(0));
+    static const UnicodeRun* const empty = new UnicodeRun(ByteRunValue::MakeUnfilled(0));
     return *empty;
 }
 
 unsigned long UnicodeRun::Serialize(
-    std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const
+    std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const
 {
     return binary && encoding ? writeEncoded(stream, *this, *encoding) : writeUnits(stream, *this);
 }

@@ -12,19 +12,19 @@ namespace lexkit_private {
 class UnicodeRun : public ByteRun {
 public:
     UnicodeRun();
-    UnicodeRun(unsigned short const* units, unsigned long count);
-    UnicodeRun(unsigned char const* bytes, unsigned long byteCount);
+    UnicodeRun(const unsigned short* units, unsigned long count);
+    UnicodeRun(const unsigned char* bytes, unsigned long byteCount);
 
     // A run whose units the caller fills in before anything else is done with it.
     static UnicodeRun Unfilled(unsigned long byteCount, unsigned short*& units);
 
-    static UnicodeRun const& EmptyRunInstance();
+    static const UnicodeRun& EmptyRunInstance();
 
     unsigned long GetLength() const { return ByteRun::GetLength() / 2; } // units
     unsigned long GetByteLength() const { return ByteRun::GetLength(); }
-    unsigned short const* GetUnits() const
+    const unsigned short* GetUnits() const
     {
-        return reinterpret_cast<unsigned short const*>(GetData());
+        return reinterpret_cast<const unsigned short*>(GetData());
     }
     bool IsEmpty() const { return GetLength() == 0; }
     void Clear() { *this = EmptyRunInstance(); }
@@ -32,7 +32,7 @@ public:
     // Writes the value of the binary form: the units in host order for a null encoding, else the
     // text in that encoding. In text form the units as they are. The bytes written.
     unsigned long Serialize(
-        std::ostream& stream, bool binary, lexkit::EncodingInfo const* encoding) const;
+        std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const;
 
 private:
     explicit UnicodeRun(ByteRunValue* value)

@@ -11,7 +11,7 @@ namespace lexkit_private {
 
 namespace {
 
-constexpr unsigned long kLongestPascalString = 255;
+constexpr unsigned long kMaxPascalStringLength = 255;
 
 struct Procedures {
     UnicodeUtil::ToUnicodeSizeProc toUnicodeSize = UnicodeConversion::ToUnicodeSize;
@@ -19,12 +19,12 @@ struct Procedures {
     UnicodeUtil::FromUnicodeSizeProc fromUnicodeSize = UnicodeConversion::FromUnicodeSize;
     UnicodeUtil::ConvertFromUnicodeProc convertFromUnicode = UnicodeConversion::ConvertFromUnicode;
 
-    bool operator==(Procedures const&) const = default;
+    bool operator==(const Procedures&) const = default;
 };
 
-Procedures g_procedures;
-UnicodeUtil::CompareProc g_compare = UnicodeUtil::DefaultCompareProc;
-std::optional<lexkit::EncodingInfo> g_defaultEncoding;
+Procedures gProcedures;
+UnicodeUtil::CompareProc gCompare = UnicodeUtil::DefaultCompareProc;
+std::optional<lexkit::EncodingInfo> gDefaultEncoding;
 
 void throwUnlessDone(std::int32_t status)
 {
@@ -39,8 +39,8 @@ void UnicodeUtil::SetConversionProcs(ToUnicodeSizeProc toUnicodeSize,
     FromUnicodeSizeProc fromUnicodeSize,
     ConvertFromUnicodeProc convertFromUnicode)
 {
-    Procedures const defaults;
-    g_procedures = {toUnicodeSize ? toUnicodeSize : defaults.toUnicodeSize,
+    const Procedures defaults;
+    gProcedures = {toUnicodeSize ? toUnicodeSize : defaults.toUnicodeSize,
         convertToUnicode ? convertToUnicode : defaults.convertToUnicode,
         fromUnicodeSize ? fromUnicodeSize : defaults.fromUnicodeSize,
         convertFromUnicode ? convertFromUnicode : defaults.convertFromUnicode};
@@ -48,52 +48,51 @@ void UnicodeUtil::SetConversionProcs(ToUnicodeSizeProc toUnicodeSize,
 
 bool UnicodeUtil::UsingDefaultConverters()
 {
-    return g_procedures == Procedures();
+    return gProcedures == Procedures();
 }
 
 void UnicodeUtil::SetCompareProc(CompareProc compare)
 {
-    g_compare = compare ? compare : DefaultCompareProc;
+    gCompare = compare ? compare : DefaultCompareProc;
 }
 
-void UnicodeUtil::SetDefaultEncoding(lexkit::EncodingInfo const* encoding)
+void UnicodeUtil::SetDefaultEncoding(const lexkit::EncodingInfo* encoding)
 {
-    g_defaultEncoding = encoding ? std::optional(*encoding) : std::nullopt;
+    gDefaultEncoding = encoding ? std::optional(*encoding) : std::nullopt;
 }
 
-lexkit::EncodingInfo const* UnicodeUtil::GetDefaultEncoding()
+const lexkit::EncodingInfo* UnicodeUtil::GetDefaultEncoding()
 {
-    return g_defaultEncoding ? &*g_defaultEncoding : nullptr;
+    return gDefaultEncoding ? &*gDefaultEncoding : nullptr;
 }
 
-lexkit::EncodingInfo const* UnicodeUtil::CheckForDefaultEncoding(
-    lexkit::EncodingInfo const* encoding)
+const lexkit::EncodingInfo* UnicodeUtil::CheckForDefaultEncoding(
+    const lexkit::EncodingInfo* encoding)
 {
     return encoding ? encoding : GetDefaultEncoding();
 }
 
-long UnicodeUtil::Compare(unsigned short const* left,
+long UnicodeUtil::Compare(const unsigned short* left,
     unsigned long leftCount,
-    unsigned short const* right,
+    const unsigned short* right,
     unsigned long rightCount)
 {
-    return g_compare(left, leftCount, right, rightCount);
+    return gCompare(left, leftCount, right, rightCount);
 }
 
-long UnicodeUtil::DefaultCompareProc(unsigned short const* left,
+long UnicodeUtil::DefaultCompareProc(const unsigned short* left,
     unsigned long leftCount,
-    unsigned short const* right,
+    const unsigned short* right,
     unsigned long rightCount)
 {
-    unsigned long const both = std::min(leftCount, rightCount);
-    for (unsigned long at = 0; at < both; ++at) {
+    const unsigned long both = std::min(leftCount, rightCount);
+    for (unsigned long at = 0; at < both; ++at)
         if (left[at] != right[at])
             return long{left[at]} - long{right[at]};
-    }
     return static_cast<long>(leftCount) - static_cast<long>(rightCount);
 }
 
-unsigned long UnicodeUtil::StringLength(unsigned short const* terminated)
+unsigned long UnicodeUtil::StringLength(const unsigned short* terminated)
 {
     unsigned long length = 0;
     while (terminated[length] != 0)
@@ -101,17 +100,17 @@ unsigned long UnicodeUtil::StringLength(unsigned short const* terminated)
     return length;
 }
 
-bool UnicodeUtil::StringToInteger(unsigned short const* units, unsigned long count, long& value)
+bool UnicodeUtil::StringToInteger(const unsigned short* units, unsigned long count, long& value)
 {
     value = 0;
     if (count == 0)
         return false;
-    bool const isNegative = units[0] == u'-';
-    unsigned long const start = isNegative || units[0] == u'+' ? 1 : 0;
+    const bool isNegative = units[0] == u'-';
+    const unsigned long start = isNegative || units[0] == u'+' ? 1 : 0;
     unsigned long magnitude = 0;
     bool areAllDigits = true;
     for (unsigned long at = start; at < count; ++at) {
-        unsigned char const digit = UnicodeChar::GetDecimalDigit(units[at]);
+        const unsigned char digit = UnicodeChar::GetDecimalDigit(units[at]);
         if (digit == UnicodeChar::kNoDigit)
             areAllDigits = false;
         else
@@ -122,47 +121,47 @@ bool UnicodeUtil::StringToInteger(unsigned short const* units, unsigned long cou
 }
 
 unsigned long UnicodeUtil::ToUnicodeSize(
-    unsigned char const* bytes, unsigned long count, lexkit::EncodingInfo const* encoding)
+    const unsigned char* bytes, unsigned long count, const lexkit::EncodingInfo* encoding)
 {
     unsigned long size = 0;
     throwUnlessDone(
-        g_procedures.toUnicodeSize(bytes, count, &size, CheckForDefaultEncoding(encoding)));
+        gProcedures.toUnicodeSize(bytes, count, &size, CheckForDefaultEncoding(encoding)));
     return size;
 }
 
-void UnicodeUtil::StringToUnicode(unsigned char const* bytes,
+void UnicodeUtil::StringToUnicode(const unsigned char* bytes,
     unsigned long count,
     Buffer<unsigned short>& out,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
-    unsigned long const size = ToUnicodeSize(bytes, count, encoding);
+    const unsigned long size = ToUnicodeSize(bytes, count, encoding);
     out.Clear();
     out.Grow(size);
-    std::int32_t const status = g_procedures.convertToUnicode(
+    const std::int32_t status = gProcedures.convertToUnicode(
         bytes, count, out.GetData(), size, CheckForDefaultEncoding(encoding));
     out.SetCount(size);
     throwUnlessDone(status);
 }
 
 unsigned long UnicodeUtil::FromUnicodeSize(
-    unsigned short const* units, unsigned long count, lexkit::EncodingInfo const* encoding)
+    const unsigned short* units, unsigned long count, const lexkit::EncodingInfo* encoding)
 {
     unsigned long size = 0;
     throwUnlessDone(
-        g_procedures.fromUnicodeSize(units, count, &size, CheckForDefaultEncoding(encoding)));
+        gProcedures.fromUnicodeSize(units, count, &size, CheckForDefaultEncoding(encoding)));
     return size;
 }
 
-unsigned long UnicodeUtil::UnicodeToCString(unsigned short const* units,
+unsigned long UnicodeUtil::UnicodeToCString(const unsigned short* units,
     unsigned long count,
     char* buffer,
     unsigned long size,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
     if (!buffer || size == 0)
         throw LXErrException(LXErrException::kBufferTooSmall);
     unsigned long written = 0;
-    std::int32_t const status = g_procedures.convertFromUnicode(units,
+    const std::int32_t status = gProcedures.convertFromUnicode(units,
         count,
         reinterpret_cast<unsigned char*>(buffer),
         size - 1,
@@ -173,19 +172,19 @@ unsigned long UnicodeUtil::UnicodeToCString(unsigned short const* units,
     return written;
 }
 
-unsigned long UnicodeUtil::UnicodeToPascalString(unsigned short const* units,
+unsigned long UnicodeUtil::UnicodeToPascalString(const unsigned short* units,
     unsigned long count,
     unsigned char* buffer,
     unsigned long size,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
     if (!buffer || size == 0)
         throw LXErrException(LXErrException::kBufferTooSmall);
     unsigned long written = 0;
-    std::int32_t const status = g_procedures.convertFromUnicode(units,
+    const std::int32_t status = gProcedures.convertFromUnicode(units,
         count,
         buffer + 1,
-        std::min(size - 1, kLongestPascalString),
+        std::min(size - 1, kMaxPascalStringLength),
         &written,
         CheckForDefaultEncoding(encoding));
     buffer[0] = static_cast<unsigned char>(written);
@@ -195,7 +194,7 @@ unsigned long UnicodeUtil::UnicodeToPascalString(unsigned short const* units,
 
 } // namespace lexkit_private
 
-void lexkit::SetDefaultEncoding(EncodingInfo const* encoding)
+void lexkit::SetDefaultEncoding(const EncodingInfo* encoding)
 {
     lexkit_private::UnicodeUtil::SetDefaultEncoding(encoding);
 }

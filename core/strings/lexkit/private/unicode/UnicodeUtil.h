@@ -14,28 +14,28 @@ class UnicodeUtil {
 public:
     // Each returns 0 or a status. The first two decode, the other two encode; a size counts units,
     // or bytes with one for the terminator.
-    using ToUnicodeSizeProc = std::int32_t (*)(unsigned char const* bytes,
+    using ToUnicodeSizeProc = std::int32_t (*)(const unsigned char* bytes,
         unsigned long count,
         unsigned long* size,
-        lexkit::EncodingInfo const* encoding);
-    using ConvertToUnicodeProc = std::int32_t (*)(unsigned char const* bytes,
+        const lexkit::EncodingInfo* encoding);
+    using ConvertToUnicodeProc = std::int32_t (*)(const unsigned char* bytes,
         unsigned long count,
         unsigned short* units,
         unsigned long capacity,
-        lexkit::EncodingInfo const* encoding);
-    using FromUnicodeSizeProc = std::int32_t (*)(unsigned short const* units,
+        const lexkit::EncodingInfo* encoding);
+    using FromUnicodeSizeProc = std::int32_t (*)(const unsigned short* units,
         unsigned long count,
         unsigned long* size,
-        lexkit::EncodingInfo const* encoding);
-    using ConvertFromUnicodeProc = std::int32_t (*)(unsigned short const* units,
+        const lexkit::EncodingInfo* encoding);
+    using ConvertFromUnicodeProc = std::int32_t (*)(const unsigned short* units,
         unsigned long count,
         unsigned char* bytes,
         unsigned long capacity,
         unsigned long* written,
-        lexkit::EncodingInfo const* encoding);
-    using CompareProc = long (*)(unsigned short const* left,
+        const lexkit::EncodingInfo* encoding);
+    using CompareProc = long (*)(const unsigned short* left,
         unsigned long leftCount,
-        unsigned short const* right,
+        const unsigned short* right,
         unsigned long rightCount);
 
     UnicodeUtil() = delete;
@@ -48,48 +48,48 @@ public:
     static bool UsingDefaultConverters();
     static void SetCompareProc(CompareProc compare);
 
-    static void SetDefaultEncoding(lexkit::EncodingInfo const* encoding);
-    static lexkit::EncodingInfo const* GetDefaultEncoding();
+    static void SetDefaultEncoding(const lexkit::EncodingInfo* encoding);
+    static const lexkit::EncodingInfo* GetDefaultEncoding();
     // The encoding, or the default for null.
-    static lexkit::EncodingInfo const* CheckForDefaultEncoding(
-        lexkit::EncodingInfo const* encoding);
+    static const lexkit::EncodingInfo* CheckForDefaultEncoding(
+        const lexkit::EncodingInfo* encoding);
 
-    static long Compare(unsigned short const* left,
+    static long Compare(const unsigned short* left,
         unsigned long leftCount,
-        unsigned short const* right,
+        const unsigned short* right,
         unsigned long rightCount);
     // The difference of the first units that differ, else of the lengths.
-    static long DefaultCompareProc(unsigned short const* left,
+    static long DefaultCompareProc(const unsigned short* left,
         unsigned long leftCount,
-        unsigned short const* right,
+        const unsigned short* right,
         unsigned long rightCount);
 
-    static unsigned long StringLength(unsigned short const* terminated);
+    static unsigned long StringLength(const unsigned short* terminated);
     // See lexkit::ZString::ToInteger. A number that is too large wraps around.
-    static bool StringToInteger(unsigned short const* units, unsigned long count, long& value);
+    static bool StringToInteger(const unsigned short* units, unsigned long count, long& value);
 
     static unsigned long ToUnicodeSize(
-        unsigned char const* bytes, unsigned long count, lexkit::EncodingInfo const* encoding);
+        const unsigned char* bytes, unsigned long count, const lexkit::EncodingInfo* encoding);
     // What the buffer held before is gone.
-    static void StringToUnicode(unsigned char const* bytes,
+    static void StringToUnicode(const unsigned char* bytes,
         unsigned long count,
         Buffer<unsigned short>& out,
-        lexkit::EncodingInfo const* encoding);
+        const lexkit::EncodingInfo* encoding);
     static unsigned long FromUnicodeSize(
-        unsigned short const* units, unsigned long count, lexkit::EncodingInfo const* encoding);
+        const unsigned short* units, unsigned long count, const lexkit::EncodingInfo* encoding);
     // Terminated, also when it throws since not all fits, if there is room for a terminator at
     // all. The bytes before the terminator.
-    static unsigned long UnicodeToCString(unsigned short const* units,
+    static unsigned long UnicodeToCString(const unsigned short* units,
         unsigned long count,
         char* buffer,
         unsigned long size,
-        lexkit::EncodingInfo const* encoding);
+        const lexkit::EncodingInfo* encoding);
     // Length byte and at most 255 bytes, no terminator.
-    static unsigned long UnicodeToPascalString(unsigned short const* units,
+    static unsigned long UnicodeToPascalString(const unsigned short* units,
         unsigned long count,
         unsigned char* buffer,
         unsigned long size,
-        lexkit::EncodingInfo const* encoding);
+        const lexkit::EncodingInfo* encoding);
 };
 
 } // namespace lexkit_private

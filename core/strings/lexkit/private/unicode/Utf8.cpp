@@ -33,9 +33,9 @@ constexpr Lead leadOf(unsigned char byte)
 }
 
 // Takes the character at `at`, which is no ASCII character, and moves behind it.
-char32_t takeLong(unsigned char const*& at, unsigned char const* end)
+char32_t takeLong(const unsigned char*& at, const unsigned char* end)
 {
-    Lead const lead = leadOf(*at);
+    const Lead lead = leadOf(*at);
     char32_t scalar = *at++ & (0x3Fu >> lead.following);
     if (lead.following == 0)
         return kReplacement;
@@ -61,9 +61,9 @@ constexpr bool isLowSurrogate(unsigned short unit)
 }
 
 // Takes the character at `at` and moves behind it.
-char32_t takeUnits(unsigned short const*& at, unsigned short const* end)
+char32_t takeUnits(const unsigned short*& at, const unsigned short* end)
 {
-    unsigned short const unit = *at++;
+    const unsigned short unit = *at++;
     if (!isHighSurrogate(unit))
         return isLowSurrogate(unit) ? U'?' : char32_t{unit};
     if (at == end || !isLowSurrogate(*at))
@@ -90,9 +90,9 @@ void writeScalar(char32_t scalar, unsigned long size, unsigned char* to)
 
 } // namespace
 
-unsigned long decodedUtf8Size(unsigned char const* bytes, unsigned long count)
+unsigned long decodedUtf8Size(const unsigned char* bytes, unsigned long count)
 {
-    unsigned char const* const end = bytes + count;
+    const unsigned char* const end = bytes + count;
     unsigned long size = 0;
     while (bytes != end) {
         if (*bytes < 0x80) {
@@ -106,16 +106,16 @@ unsigned long decodedUtf8Size(unsigned char const* bytes, unsigned long count)
 }
 
 unsigned long decodeUtf8(
-    unsigned char const* bytes, unsigned long count, unsigned short* units, unsigned long capacity)
+    const unsigned char* bytes, unsigned long count, unsigned short* units, unsigned long capacity)
 {
-    unsigned char const* const end = bytes + count;
+    const unsigned char* const end = bytes + count;
     unsigned long written = 0;
     while (bytes != end && written < capacity) {
         if (*bytes < 0x80) {
             units[written++] = *bytes++;
             continue;
         }
-        char32_t const scalar = takeLong(bytes, end);
+        const char32_t scalar = takeLong(bytes, end);
         if (scalar < kFirstPaired) {
             units[written++] = static_cast<unsigned short>(scalar);
             continue;
@@ -128,9 +128,9 @@ unsigned long decodeUtf8(
     return written;
 }
 
-unsigned long encodedUtf8Size(unsigned short const* units, unsigned long count)
+unsigned long encodedUtf8Size(const unsigned short* units, unsigned long count)
 {
-    unsigned short const* const end = units + count;
+    const unsigned short* const end = units + count;
     unsigned long size = 0;
     while (units != end)
         size += encodedSize(takeUnits(units, end));
@@ -138,13 +138,13 @@ unsigned long encodedUtf8Size(unsigned short const* units, unsigned long count)
 }
 
 unsigned long encodeUtf8(
-    unsigned short const* units, unsigned long count, unsigned char* bytes, unsigned long capacity)
+    const unsigned short* units, unsigned long count, unsigned char* bytes, unsigned long capacity)
 {
-    unsigned short const* const end = units + count;
+    const unsigned short* const end = units + count;
     unsigned long written = 0;
     while (units != end) {
-        char32_t const scalar = takeUnits(units, end);
-        unsigned long const size = encodedSize(scalar);
+        const char32_t scalar = takeUnits(units, end);
+        const unsigned long size = encodedSize(scalar);
         if (capacity - written < size)
             break;
         writeScalar(scalar, size, bytes + written);

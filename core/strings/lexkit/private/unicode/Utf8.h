@@ -6,17 +6,17 @@
 namespace lexkit_private {
 
 // Units that decodeUtf8 makes of the bytes.
-unsigned long decodedUtf8Size(unsigned char const* bytes, unsigned long count);
+unsigned long decodedUtf8Size(const unsigned char* bytes, unsigned long count);
 
 // Writes whole characters as long as they fit; the units written.
 unsigned long decodeUtf8(
-    unsigned char const* bytes, unsigned long count, unsigned short* units, unsigned long capacity);
+    const unsigned char* bytes, unsigned long count, unsigned short* units, unsigned long capacity);
 
 // Bytes that encodeUtf8 makes of the units.
-unsigned long encodedUtf8Size(unsigned short const* units, unsigned long count);
+unsigned long encodedUtf8Size(const unsigned short* units, unsigned long count);
 
 // Writes whole characters as long as they fit; the bytes written.
 unsigned long encodeUtf8(
-    unsigned short const* units, unsigned long count, unsigned char* bytes, unsigned long capacity);
+    const unsigned short* units, unsigned long count, unsigned char* bytes, unsigned long capacity);
 
 } // namespace lexkit_private

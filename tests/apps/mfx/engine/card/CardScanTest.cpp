@@ -31,17 +31,16 @@ using tests::TestCard;
 
 using NotHandledList = std::vector<std::pair<std::string, NotHandledReason>>;
 
-NotHandledList passedOver(CardContents const& card)
+NotHandledList passedOver(const CardContents& card)
 {
     NotHandledList names;
-    for (NotHandled const& entry : card.notHandled) {
+    for (const NotHandled& entry : card.notHandled)
         names.emplace_back(entry.name, entry.reason);
-    }
     return names;
 }
 
 // Runs `check` as a user without special rights; true when it says so. Root would read everything.
-bool holdsForOrdinaryUser(std::function<bool()> const& check)
+bool holdsForOrdinaryUser(const std::function<bool()>& check)
 {
     const pid_t child = fork();
     if (child == 0) {
@@ -62,9 +61,8 @@ TEST(CardScanTest, TakesEveryRegularFileInAStableOrder)
              "z.txt",
              "DCIM/100/c",
              "MISC/AUTPRINT.MRK",
-             "DCIM-2/x.cr2"}) {
+             "DCIM-2/x.cr2"})
         card.add(name);
-    }
     EXPECT_THAT(itemPaths(card.scan()),
         ElementsAre("z.txt",
             "DCIM-2/x.cr2",
@@ -103,12 +101,12 @@ TEST(CardScanTest, ListsWhatItDoesNotTake)
     const CardContents contents = card.scan();
     EXPECT_THAT(itemPaths(contents), ElementsAre("real/a.jpg"));
     EXPECT_THAT(passedOver(contents),
-        ElementsAre(std::pair(".folder", NotHandledReason::Hidden),
-            std::pair(".hidden.jpg", NotHandledReason::Hidden),
-            std::pair("broken", NotHandledReason::Link),
-            std::pair("link.jpg", NotHandledReason::Link),
-            std::pair("linked", NotHandledReason::Link),
-            std::pair("pipe.mov", NotHandledReason::Pipe)));
+        ElementsAre(std::pair(".folder", NotHandledReason::kHidden),
+            std::pair(".hidden.jpg", NotHandledReason::kHidden),
+            std::pair("broken", NotHandledReason::kLink),
+            std::pair("link.jpg", NotHandledReason::kLink),
+            std::pair("linked", NotHandledReason::kLink),
+            std::pair("pipe.mov", NotHandledReason::kPipe)));
     EXPECT_EQ(contents.harmfulNotHandled(), 5U);
     EXPECT_THAT(contents.problems, IsEmpty());
 }
@@ -124,17 +122,18 @@ TEST(CardScanTest, PassesOverASocket)
     path.copy(address.sun_path, path.size());
     void* const where = &address;
     ASSERT_EQ(bind(socket, static_cast<sockaddr*>(where), sizeof(address)), 0);
-    EXPECT_THAT(passedOver(card.scan()), ElementsAre(std::pair("s.jpg", NotHandledReason::Socket)));
+    EXPECT_THAT(
+        passedOver(card.scan()), ElementsAre(std::pair("s.jpg", NotHandledReason::kSocket)));
     close(socket);
 }
 
 TEST(CardScanTest, PassesOverADevice)
 {
     const TestCard card;
-    if (mknod(card.path("d.jpg").c_str(), S_IFCHR | 0600, 0x103) != 0) {
+    if (mknod(card.path("d.jpg").c_str(), S_IFCHR | 0600, 0x103) != 0)
         GTEST_SKIP() << "this user may not make device files";
-    }
-    EXPECT_THAT(passedOver(card.scan()), ElementsAre(std::pair("d.jpg", NotHandledReason::Device)));
+    EXPECT_THAT(
+        passedOver(card.scan()), ElementsAre(std::pair("d.jpg", NotHandledReason::kDevice)));
 }
 
 TEST(CardScanTest, PassesOverFoldersOfSystemsAndJunk)
@@ -150,24 +149,21 @@ TEST(CardScanTest, PassesOverFoldersOfSystemsAndJunk)
              "$RECYCLE.BIN/a.jpg",
              "LOST.DIR/a.jpg",
              "DCIM/.mfxdownload/a.cr2",
-             "DCIM/thmbnl/a.jpg"}) {
+             "DCIM/thmbnl/a.jpg"})
         card.add(name);
-    }
     const CardContents folders = card.scan();
     EXPECT_THAT(folders.items, IsEmpty());
     EXPECT_THAT(folders.notHandled, SizeIs(11));
-    for (NotHandled const& entry : folders.notHandled) {
-        EXPECT_EQ(entry.reason, NotHandledReason::SystemFolder) << entry.name;
-    }
+    for (const NotHandled& entry : folders.notHandled)
+        EXPECT_EQ(entry.reason, NotHandledReason::kSystemFolder) << entry.name;
     const TestCard junk;
-    for (const std::string name : {"THUMBS.DB", "desktop.ini", ".DS_Store", "._a.jpg"}) {
+    for (const std::string name : {"THUMBS.DB", "desktop.ini", ".DS_Store", "._a.jpg"})
         junk.add(name, std::string("\0\5\26\7", 4));
-    }
     EXPECT_THAT(passedOver(junk.scan()),
-        ElementsAre(std::pair(".DS_Store", NotHandledReason::JunkFile),
-            std::pair("._a.jpg", NotHandledReason::JunkFile),
-            std::pair("THUMBS.DB", NotHandledReason::JunkFile),
-            std::pair("desktop.ini", NotHandledReason::JunkFile)));
+        ElementsAre(std::pair(".DS_Store", NotHandledReason::kJunkFile),
+            std::pair("._a.jpg", NotHandledReason::kJunkFile),
+            std::pair("THUMBS.DB", NotHandledReason::kJunkFile),
+            std::pair("desktop.ini", NotHandledReason::kJunkFile)));
 }
 
 TEST(CardScanTest, TakesAFileThatOnlyHasTheNameOfASystemFolder)
@@ -242,17 +238,17 @@ TEST(CardScanTest, IsNotCaughtInALoopOfLinks)
 }
 
 // 0: as expected, 1: not, 2: this user cannot bind folders.
-int scanWithTheCardBoundIntoItself(TestCard const& card)
+int scanWithTheCardBoundIntoItself(const TestCard& card)
 {
     const std::string inner = card.path("in");
     if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
-        || mount(card.path().c_str(), inner.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+        || mount(card.path().c_str(), inner.c_str(), nullptr, MS_BIND, nullptr) != 0)
         return 2;
-    }
     const CardContents contents = card.scan();
     const bool once = itemPaths(contents) == std::vector<std::string>{"a.jpg"};
-    return once && passedOver(contents) == NotHandledList{{"in", NotHandledReason::SameFolder}} ? 0
-                                                                                                : 1;
+    return once && passedOver(contents) == NotHandledList{{"in", NotHandledReason::kSameFolder}}
+        ? 0
+        : 1;
 }
 
 TEST(CardScanTest, EntersNoFolderTwice)
@@ -261,15 +257,13 @@ TEST(CardScanTest, EntersNoFolderTwice)
     card.add("a.jpg");
     card.addFolder("in");
     const pid_t child = fork();
-    if (child == 0) {
+    if (child == 0)
         _exit(scanWithTheCardBoundIntoItself(card));
-    }
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == 2) {
+    if (WEXITSTATUS(status) == 2)
         GTEST_SKIP() << "this user cannot bind folders";
-    }
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
@@ -277,9 +271,8 @@ TEST(CardScanTest, WalksThreeHundredFoldersDeep)
 {
     const TestCard card;
     std::string deep;
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 300; ++i)
         deep += "d" + std::to_string(i) + '/';
-    }
     card.add(deep + "a.jpg");
     EXPECT_THAT(itemPaths(card.scan()), ElementsAre(deep + "a.jpg"));
 }
@@ -318,31 +311,26 @@ TEST(CardScanTest, TakesNamesOfAnyBytes)
         "*.jpg"};
     while (names.size() < 1000) {
         std::string name(1 + random() % 40, 'x');
-        for (char& c : name) {
+        for (char& c : name)
             c = static_cast<char>(random() % 256);
-        }
         std::replace(name.begin(), name.end(), '/', '_');
         std::replace(name.begin(), name.end(), '\0', '_');
-        if (name.front() != '.') {
+        if (name.front() != '.')
             names.insert(name);
-        }
     }
-    for (std::string const& name : names) {
+    for (const std::string& name : names)
         card.add(name);
-    }
     const CardContents contents = card.scan();
     EXPECT_EQ(itemPaths(contents), std::vector<std::string>(names.begin(), names.end()));
-    for (MediaItem const& item : contents.items) {
+    for (const MediaItem& item : contents.items)
         EXPECT_TRUE(Pt::isUtf8(Pt::displayName(item.name)));
-    }
 }
 
 TEST(CardScanTest, CountsWhatTheFilterLeavesOut)
 {
     const TestCard card;
-    for (const std::string name : {"a.CR2", "a.jpg", "b.mov", "c.mov", ".h.cr2"}) {
+    for (const std::string name : {"a.CR2", "a.jpg", "b.mov", "c.mov", ".h.cr2"})
         card.add(name);
-    }
     const CardContents contents = card.scan({"*.cr2", "A.*"});
     EXPECT_THAT(itemPaths(contents), ElementsAre("a.CR2", "a.jpg"));
     EXPECT_EQ(contents.notAskedFor, 2U);
@@ -382,10 +370,9 @@ TEST(CardScanTest, KeepsAnItemSmall)
 TEST(CardScanTest, HasAWordForEveryReason)
 {
     std::set<std::string_view> words;
-    for (int reason = 0; reason <= static_cast<int>(NotHandledReason::Other); ++reason) {
+    for (int reason = 0; reason <= static_cast<int>(NotHandledReason::kOther); ++reason)
         words.insert(reasonText(static_cast<NotHandledReason>(reason)));
-    }
-    EXPECT_THAT(words, SizeIs(static_cast<std::size_t>(NotHandledReason::Other) + 1));
+    EXPECT_THAT(words, SizeIs(static_cast<std::size_t>(NotHandledReason::kOther) + 1));
 }
 
 using TranslatedReasonTest = DictionaryFixture;
@@ -397,7 +384,7 @@ TEST_F(TranslatedReasonTest, IsForPeopleAndLeavesTheWordForPrograms)
     EXPECT_EQ(translatedReason("symbolic link"), "Verweis");
     EXPECT_EQ(translatedReason("unknown kind of file"), "Unbekannt");
     EXPECT_EQ(translatedReason("something new"), "something new");
-    EXPECT_EQ(reasonText(NotHandledReason::Link), "symbolic link");
+    EXPECT_EQ(reasonText(NotHandledReason::kLink), "symbolic link");
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "mfx/engine/card/CardWatch.h"
 
-#include "CardFixture.h"
+#include "apps/mfx/engine/CardFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

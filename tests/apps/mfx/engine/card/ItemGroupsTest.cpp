@@ -15,9 +15,8 @@ TEST(ItemGroupsTest, PutsOneShotTogetherWithThePrimaryFirst)
 {
     const TestCard card;
     for (const std::string name :
-        {"a.JPG", "a.THM", "a.WAV", "a.cr2", "a.cr2.xmp", "a.mov", "a.xmp", "a.zzz", "a"}) {
+        {"a.JPG", "a.THM", "a.WAV", "a.cr2", "a.cr2.xmp", "a.mov", "a.xmp", "a.zzz", "a"})
         card.add(name);
-    }
     EXPECT_THAT(groupNames(card.scan()),
         ElementsAre(ElementsAre(
             "a.cr2", "a.JPG", "a.mov", "a.WAV", "a", "a.THM", "a.zzz", "a.cr2.xmp", "a.xmp")));
@@ -26,9 +25,8 @@ TEST(ItemGroupsTest, PutsOneShotTogetherWithThePrimaryFirst)
 TEST(ItemGroupsTest, KeepsDifferentStemsApart)
 {
     const TestCard card;
-    for (const std::string name : {"IMG_1.CR2", "IMG_10.CR2", "IMG_1.JPG", "img_1.xmp"}) {
+    for (const std::string name : {"IMG_1.CR2", "IMG_10.CR2", "IMG_1.JPG", "img_1.xmp"})
         card.add(name);
-    }
     EXPECT_THAT(groupNames(card.scan()),
         ElementsAre(ElementsAre("IMG_1.CR2", "IMG_1.JPG"),
             ElementsAre("IMG_10.CR2"),
@@ -48,9 +46,8 @@ TEST(ItemGroupsTest, NeverCrossesFolders)
 TEST(ItemGroupsTest, PutsASidecarBesideTheUnknownFormItNames)
 {
     const TestCard card;
-    for (const std::string name : {"a.zzz", "a.zzz.xmp", "my.trip.xmp", "my.jpg"}) {
+    for (const std::string name : {"a.zzz", "a.zzz.xmp", "my.trip.xmp", "my.jpg"})
         card.add(name);
-    }
     EXPECT_THAT(groupNames(card.scan()),
         ElementsAre(
             ElementsAre("a.zzz", "a.zzz.xmp"), ElementsAre("my.jpg"), ElementsAre("my.trip.xmp")));
@@ -59,9 +56,8 @@ TEST(ItemGroupsTest, PutsASidecarBesideTheUnknownFormItNames)
 TEST(ItemGroupsTest, GivesEachSpellingOfAnExtensionAGroup)
 {
     const TestCard card;
-    for (const std::string name : {"a.JPG", "a.jpg", "a.xmp", "b.%FF", "b.\xFF"}) {
+    for (const std::string name : {"a.JPG", "a.jpg", "a.xmp", "b.%FF", "b.\xFF"})
         card.add(name);
-    }
     EXPECT_THAT(groupNames(card.scan()),
         ElementsAre(ElementsAre("a.JPG", "a.xmp"),
             ElementsAre("a.jpg"),
@@ -100,9 +96,8 @@ TEST(ItemGroupsTest, PairsTheSamples)
 {
     const std::string raw = tests::samplePath("raw");
     const std::string video = tests::samplePath("video");
-    if (raw.empty() || video.empty()) {
+    if (raw.empty() || video.empty())
         GTEST_SKIP() << "MFX_SAMPLES names no folder of sample media";
-    }
     EXPECT_THAT(groupNames(scanCard(raw)),
         testing::IsSupersetOf({std::vector<std::string>{"CRW_0101.CRW", "CRW_0101.THM"},
             {"CRW_0112.CRW", "CRW_0112.THM"},

@@ -10,7 +10,7 @@
 namespace mfx {
 namespace {
 
-std::string stemOf(std::string const& name, std::vector<std::string> const& siblings = {})
+std::string stemOf(const std::string& name, const std::vector<std::string>& siblings = {})
 {
     return name.substr(0, stemLength(name, [&siblings](std::string_view other) {
         return std::find(siblings.begin(), siblings.end(), other) != siblings.end();
@@ -35,9 +35,8 @@ TEST(MediaItemTest, SplitsAtTheLastDot)
         {"a." + std::string(33, 'x'), "a." + std::string(33, 'x')},
         {"\xFF.\xFE", "\xFF"},
     };
-    for (auto const& [name, stem] : rows) {
+    for (const auto& [name, stem] : rows)
         EXPECT_EQ(stemOf(name), stem) << name;
-    }
 }
 
 TEST(MediaItemTest, GivesASidecarTheStemOfWhatItBelongsTo)
@@ -62,17 +61,17 @@ TEST(MediaItemTest, LeavesADotInASidecarsStemThatNamesNoMedia)
 
 TEST(MediaItemTest, KnowsTheKindByTheExtension)
 {
-    EXPECT_EQ(mediaKind("CR2"), MediaKind::Raw);
-    EXPECT_EQ(mediaKind("dng"), MediaKind::Raw);
-    EXPECT_EQ(mediaKind("Jpg"), MediaKind::Image);
-    EXPECT_EQ(mediaKind("MOV"), MediaKind::Movie);
-    EXPECT_EQ(mediaKind("wav"), MediaKind::Audio);
-    EXPECT_EQ(mediaKind("THM"), MediaKind::Other);
-    EXPECT_EQ(mediaKind("xmp"), MediaKind::Sidecar);
-    EXPECT_EQ(mediaKind("cr2.xmp"), MediaKind::Sidecar);
-    EXPECT_EQ(mediaKind(""), MediaKind::Other);
-    EXPECT_EQ(mediaKind("r"), MediaKind::Other);
-    EXPECT_EQ(mediaKind("cr2 crw"), MediaKind::Other);
+    EXPECT_EQ(mediaKind("CR2"), MediaKind::kRaw);
+    EXPECT_EQ(mediaKind("dng"), MediaKind::kRaw);
+    EXPECT_EQ(mediaKind("Jpg"), MediaKind::kImage);
+    EXPECT_EQ(mediaKind("MOV"), MediaKind::kMovie);
+    EXPECT_EQ(mediaKind("wav"), MediaKind::kAudio);
+    EXPECT_EQ(mediaKind("THM"), MediaKind::kOther);
+    EXPECT_EQ(mediaKind("xmp"), MediaKind::kSidecar);
+    EXPECT_EQ(mediaKind("cr2.xmp"), MediaKind::kSidecar);
+    EXPECT_EQ(mediaKind(""), MediaKind::kOther);
+    EXPECT_EQ(mediaKind("r"), MediaKind::kOther);
+    EXPECT_EQ(mediaKind("cr2 crw"), MediaKind::kOther);
 }
 
 TEST(MediaItemTest, KnowsTheCompanionsOfAMovieFromOtherOthers)

@@ -14,7 +14,7 @@ struct ChoiceCase {
     Names taken;
 };
 
-void PrintTo(ChoiceCase const& row, std::ostream* out)
+void PrintTo(const ChoiceCase& row, std::ostream* out)
 {
     *out << row.name;
 }
@@ -23,14 +23,12 @@ class NameChoiceTest : public testing::TestWithParam<ChoiceCase> { };
 
 TEST_P(NameChoiceTest, TakesWhatMatchesAndWhatBelongsToIt)
 {
-    NameFilter const only(GetParam().globs);
-    NameChoice const choice(only, GetParam().folder);
+    const NameFilter only(GetParam().globs);
+    const NameChoice choice(only, GetParam().folder);
     Names taken;
-    for (std::string const& name : GetParam().folder) {
-        if (choice.takes(name)) {
+    for (const std::string& name : GetParam().folder)
+        if (choice.takes(name))
             taken.push_back(name);
-        }
-    }
     EXPECT_EQ(taken, GetParam().taken);
 }
 
@@ -82,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(Cases,
             {"*.JPG", "*.xmp"},
             {"A.JPG", "B.CR2.xmp", "C.xmp"},
             {"A.JPG", "B.CR2.xmp", "C.xmp"}}),
-    [](auto const& row) { return std::string(row.param.name); });
+    [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace
 } // namespace mfx

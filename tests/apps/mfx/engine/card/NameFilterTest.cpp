@@ -48,9 +48,8 @@ TEST(NameFilterTest, AcceptsWhatMatches)
         {"a\\", "a\\"},
         {"[\xC3\xA0-\xC3\xBC]", "\xC3\xA9"},
     };
-    for (Row const& row : rows) {
+    for (const Row& row : rows)
         EXPECT_TRUE(NameFilter({row.glob}).accepts(row.name)) << row.glob << " and " << row.name;
-    }
 }
 
 TEST(NameFilterTest, RefusesWhatDoesNotMatch)
@@ -72,9 +71,8 @@ TEST(NameFilterTest, RefusesWhatDoesNotMatch)
         {"??", "\xC3\xBC"},
         {"\xFE", "\xFF"},
     };
-    for (Row const& row : rows) {
+    for (const Row& row : rows)
         EXPECT_FALSE(NameFilter({row.glob}).accepts(row.name)) << row.glob << " and " << row.name;
-    }
 }
 
 TEST(NameFilterTest, AcceptsWhatAnyGlobMatches)
@@ -88,9 +86,8 @@ TEST(NameFilterTest, AcceptsWhatAnyGlobMatches)
 TEST(NameFilterTest, EndsSoonOnAGlobOfManyStars)
 {
     std::string glob;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 60; ++i)
         glob += "a*";
-    }
     EXPECT_FALSE(NameFilter({glob + "b"}).accepts(std::string(255, 'a')));
 }
 

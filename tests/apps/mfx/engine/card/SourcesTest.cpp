@@ -1,6 +1,6 @@
 #include "mfx/engine/card/Sources.h"
 
-#include "CardFixture.h"
+#include "apps/mfx/engine/CardFixture.h"
 #include "platform/common/text/NameText.h"
 
 #include <set>

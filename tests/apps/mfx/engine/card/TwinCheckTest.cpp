@@ -1,6 +1,6 @@
 #include "mfx/engine/card/TwinCheck.h"
 
-#include "CardFixture.h"
+#include "apps/mfx/engine/CardFixture.h"
 #include "support/TinyJpeg.h"
 
 #include <gmock/gmock.h>
@@ -23,11 +23,11 @@ constexpr char kNoon[] = "2026:01:02 12:00:00";
 class TwinCheckTest : public testing::Test {
 protected:
     // What its extension says of a file matters less than what is in it: a JPEG will do.
-    void addPhoto(std::string const& name, ImageTags const& tags)
+    void addPhoto(const std::string& name, const ImageTags& tags)
     {
         card.add(name, ::tests::tinyJpegBytes(tags));
     }
-    void addPhoto(std::string const& name, std::string const& date)
+    void addPhoto(const std::string& name, const std::string& date)
     {
         addPhoto(name, ImageTags{{kOriginal, date}});
     }
@@ -36,11 +36,10 @@ protected:
     {
         contents = card.scan();
         std::vector<Names> names;
-        for (ItemGroup const& group : TwinCheck(contents).groups()) {
+        for (const ItemGroup& group : TwinCheck(contents).groups()) {
             names.emplace_back();
-            for (const std::uint32_t member : group.members) {
+            for (const std::uint32_t member : group.members)
                 names.back().push_back(contents.items[member].name);
-            }
         }
         return names;
     }
@@ -115,9 +114,8 @@ TEST_F(TwinCheckTest, SendsAChainedSidecarWithItsParentAndLeavesTheRestWithTheFi
 {
     addPhoto("A.CR2", kNoon);
     addPhoto("A.JPG", "2026:01:02 13:00:00");
-    for (const char* name : {"A.CR2.xmp", "A.MOV", "A.WAV", "A.jpg.xmp", "A.txt", "A.xmp"}) {
+    for (const char* name : {"A.CR2.xmp", "A.MOV", "A.WAV", "A.jpg.xmp", "A.txt", "A.xmp"})
         card.add(name);
-    }
     EXPECT_THAT(groups(),
         ElementsAre(Names{"A.CR2", "A.MOV", "A.WAV", "A.txt", "A.CR2.xmp", "A.xmp"},
             Names{"A.JPG", "A.jpg.xmp"}));
@@ -147,9 +145,8 @@ TEST_F(TwinCheckTest, LooksIntoNothingButPairs)
     card.add("B.CR2");
     card.add("B.DNG");
     contents = card.scan();
-    for (ItemGroup const& group : TwinCheck(contents).groups()) {
+    for (const ItemGroup& group : TwinCheck(contents).groups())
         EXPECT_THAT(group.ownDates, IsEmpty());
-    }
 }
 
 TEST_F(TwinCheckTest, KeepsTheDatesThatItRead)
@@ -157,10 +154,10 @@ TEST_F(TwinCheckTest, KeepsTheDatesThatItRead)
     addPhoto("A.CR2", kNoon);
     addPhoto("A.JPG", kNoon);
     contents = card.scan();
-    ItemGroup const group = TwinCheck(contents).groups().at(0);
+    const ItemGroup group = TwinCheck(contents).groups().at(0);
     std::filesystem::remove(card.path("A.CR2"));
     std::filesystem::remove(card.path("A.JPG"));
-    CaptureDate const date = groupCaptureDate(contents, group);
+    const CaptureDate date = groupCaptureDate(contents, group);
     EXPECT_EQ(isoText(date.moment.value()), "2026-01-02T12:00:00") << "without another look";
     EXPECT_FALSE(date.readFailed);
 }
@@ -171,8 +168,8 @@ TEST_F(TwinCheckTest, DatesAGroupByItsSidecarWhereNoPhotoHasADate)
     card.add("A.JPG");
     addPhoto("A.THM", kNoon);
     contents = card.scan();
-    ItemGroup const group = TwinCheck(contents).groups().at(0);
-    EXPECT_EQ(groupCaptureDate(contents, group).source, DateSource::ExifOriginal);
+    const ItemGroup group = TwinCheck(contents).groups().at(0);
+    EXPECT_EQ(groupCaptureDate(contents, group).source, DateSource::kExifOriginal);
 }
 
 TEST_F(TwinCheckTest, LeavesTheRestAsItIsWhenItIsToldToStop)

@@ -19,7 +19,7 @@ using ::tests::writeTinyJpeg;
 
 constexpr std::uint64_t kSeptember2001 = 3'082'844'800; // 1000000000 in seconds since 1904
 
-std::string text(CaptureDate const& date)
+std::string text(const CaptureDate& date)
 {
     return date.moment ? isoText(*date.moment) : "nothing";
 }
@@ -27,7 +27,7 @@ std::string text(CaptureDate const& date)
 // The zone of this machine, for one test.
 class ZoneGuard {
 public:
-    explicit ZoneGuard(char const* zone)
+    explicit ZoneGuard(const char* zone)
     {
         setenv("TZ", zone, 1);
         tzset();
@@ -37,19 +37,19 @@ public:
         unsetenv("TZ");
         tzset();
     }
-    ZoneGuard(ZoneGuard const&) = delete;
-    ZoneGuard& operator=(ZoneGuard const&) = delete;
+    ZoneGuard(const ZoneGuard&) = delete;
+    ZoneGuard& operator=(const ZoneGuard&) = delete;
 };
 
 class CaptureDateTest : public testing::Test {
 protected:
-    CaptureDate dateWith(ImageTags const& tags)
+    CaptureDate dateWith(const ImageTags& tags)
     {
         writeTinyJpeg(m_card.path("a.jpg"), tags);
         return ownCaptureDate(m_card.path("a.jpg"));
     }
 
-    CaptureDate dateOfBytes(std::string const& bytes)
+    CaptureDate dateOfBytes(const std::string& bytes)
     {
         m_card.add("bytes", bytes);
         return ownCaptureDate(m_card.path("bytes"));
@@ -75,11 +75,11 @@ const ImageTags kAllDates{{"Exif.Photo.DateTimeOriginal", "2021:04:08 14:51:13"}
 TEST_F(CaptureDateTest, AsksTheSourcesOfAPhotoInOrder)
 {
     const std::vector<std::pair<std::string, DateSource>> expected{
-        {"2021-04-08T14:51:13", DateSource::ExifOriginal},
-        {"2021-04-09T14:51:13", DateSource::ExifDigitized},
-        {"2021-04-10T14:51:13", DateSource::ExifImage},
-        {"2021-04-11T14:51:13", DateSource::Xmp},
-        {"nothing", DateSource::None}};
+        {"2021-04-08T14:51:13", DateSource::kExifOriginal},
+        {"2021-04-09T14:51:13", DateSource::kExifDigitized},
+        {"2021-04-10T14:51:13", DateSource::kExifImage},
+        {"2021-04-11T14:51:13", DateSource::kXmp},
+        {"nothing", DateSource::kNone}};
     for (const std::string bad : {"",
              "0000:00:00 00:00:00",
              "    :  :     :  :  ",
@@ -93,9 +93,8 @@ TEST_F(CaptureDateTest, AsksTheSourcesOfAPhotoInOrder)
             EXPECT_EQ(text(date), expected[i].first) << bad;
             EXPECT_EQ(date.source, expected[i].second) << bad;
             EXPECT_FALSE(date.readFailed);
-            if (i < tags.size()) {
+            if (i < tags.size())
                 tags[i].second = bad;
-            }
         }
     }
 }
@@ -125,7 +124,7 @@ TEST_F(CaptureDateTest, NeverUsesTheZoneOfThisMachine)
     m_card.add("a.mov", fileType() + box("moov", movieHeader(kSeptember2001)));
     Pt::FileStatus status;
     status.modified = 1'000'000'000LL * 1'000'000'000;
-    for (char const* zone : {"UTC",
+    for (const char* zone : {"UTC",
              "Asia/Tokyo",
              "JST-9",
              "America/Los_Angeles",
@@ -158,15 +157,15 @@ TEST_F(CaptureDateTest, GoesByTheBytesNotByTheExtension)
 {
     const std::string date = "2021:04:08 14:51:13";
     m_card.add("movie.jpg", aviMovie(chunk("IDIT", date)));
-    EXPECT_EQ(ownCaptureDate(m_card.path("movie.jpg")).source, DateSource::AviChunk);
+    EXPECT_EQ(ownCaptureDate(m_card.path("movie.jpg")).source, DateSource::kAviChunk);
     writeTinyJpeg(m_card.path("still.thm"), {{"Exif.Image.DateTime", date}});
-    EXPECT_EQ(ownCaptureDate(m_card.path("still.thm")).source, DateSource::ExifImage);
+    EXPECT_EQ(ownCaptureDate(m_card.path("still.thm")).source, DateSource::kExifImage);
 }
 
 TEST_F(CaptureDateTest, ReadsARawMovieHeaderWhenAStillHasNoDate)
 {
     const std::string bytes = fileType("crx ") + box("moov", movieHeader(kSeptember2001));
-    EXPECT_EQ(dateOfBytes(bytes).source, DateSource::MovieHeader);
+    EXPECT_EQ(dateOfBytes(bytes).source, DateSource::kMovieHeader);
 }
 
 TEST_F(CaptureDateTest, FindsTagsFarBehindTheBeginning)
@@ -190,7 +189,7 @@ TEST_F(CaptureDateTest, FindsNothingInOtherOrDamagedFiles)
         const CaptureDate date = dateOfBytes(jpeg.substr(0, length));
         EXPECT_TRUE(!date.moment || date.moment->year == 2021) << length << text(date);
     }
-    for (std::string const& other : {std::string(),
+    for (const std::string& other : {std::string(),
              std::string("text\n"),
              std::string(70'000, '\0'),
              tinyJpegBytes(),
@@ -209,7 +208,7 @@ TEST_F(CaptureDateTest, SaysThatAFileCouldNotBeRead)
     std::filesystem::remove(m_card.path("a.jpg"));
     const CaptureDate date = groupCaptureDate(contents, groupItems(contents).at(0));
     EXPECT_TRUE(date.readFailed);
-    EXPECT_EQ(date.source, DateSource::FileTime);
+    EXPECT_EQ(date.source, DateSource::kFileTime);
 }
 
 TEST_F(CaptureDateTest, LeavesTheFileAsItWas)
@@ -233,15 +232,14 @@ TEST_F(CaptureDateTest, TakesTheFileTimeOnlyFromAClockThatWasSet)
         return fileTimeDate(status);
     };
     EXPECT_EQ(text(atSecond(315'705'600)), "1980-01-03T00:00:00.0+00:00");
-    EXPECT_EQ(atSecond(315'705'600).source, DateSource::FileTime);
+    EXPECT_EQ(atSecond(315'705'600).source, DateSource::kFileTime);
     for (const std::int64_t unset : {std::int64_t{0},
              std::int64_t{-1},
              std::int64_t{86'400},
              std::int64_t{315'532'800},
              std::int64_t{315'705'599},
-             std::int64_t{-9'000'000'000}}) {
+             std::int64_t{-9'000'000'000}})
         EXPECT_EQ(atSecond(unset), CaptureDate{}) << unset;
-    }
 }
 
 TEST_F(CaptureDateTest, DatesAGroupByItsFirstMemberWithADate)
@@ -274,9 +272,8 @@ TEST_F(CaptureDateTest, DatesAGroupWithoutDatesByThePrimarysFileTime)
 TEST_F(CaptureDateTest, HasAWordForEverySource)
 {
     std::set<std::string_view> words;
-    for (int source = 0; source <= static_cast<int>(DateSource::FileTime); ++source) {
+    for (int source = 0; source <= static_cast<int>(DateSource::kFileTime); ++source)
         words.insert(dateSourceText(static_cast<DateSource>(source)));
-    }
     EXPECT_EQ(words.size(), 10U);
 }
 
@@ -296,13 +293,11 @@ TEST_F(CaptureDateTest, ReadsTheDatesOfTheSamples)
         {"video/MVI_0121.AVI", "2021-03-26T21:19:07"},
         {"video/MVI_0121.THM", "2021-03-26T21:19:08"},
         {"video/IMG_3589.mov", "2020-04-17T10:03:47-06:00"}};
-    if (samplePath(rows.front().first).empty()) {
+    if (samplePath(rows.front().first).empty())
         GTEST_SKIP() << "MFX_SAMPLES names no folder of sample media";
-    }
     const ZoneGuard guard("JST-9"); // no zone of this machine may show
-    for (auto const& [name, expected] : rows) {
+    for (const auto& [name, expected] : rows)
         EXPECT_EQ(text(ownCaptureDate(samplePath(name))), expected) << name;
-    }
     // In its XMP alone.
     EXPECT_EQ(
         text(ownCaptureDate(samplePath("jpeg/thompson-springs.jpg"))), "2022-01-10T15:15:44.31");

@@ -21,11 +21,11 @@ struct Record {
     std::string contents;
 };
 
-std::string heap(std::vector<Record> const& records)
+std::string heap(const std::vector<Record>& records)
 {
     std::string contents;
     std::string directory = little(static_cast<std::uint32_t>(records.size()), 2);
-    for (Record const& record : records) {
+    for (const Record& record : records) {
         directory += little(record.tag, 2)
             + little(static_cast<std::uint32_t>(record.contents.size()), 4)
             + little(static_cast<std::uint32_t>(contents.size()), 4);
@@ -34,7 +34,7 @@ std::string heap(std::vector<Record> const& records)
     return contents + directory + little(static_cast<std::uint32_t>(contents.size()), 4);
 }
 
-std::string rawFile(std::string const& root)
+std::string rawFile(const std::string& root)
 {
     return "II" + little(26, 4) + "HEAPCCDR" + std::string(12, '\0') + root;
 }
@@ -47,7 +47,7 @@ std::string timeRecord(std::uint32_t seconds)
 const std::string kWhole = rawFile(heap({{0x2005, "picture"},
     {0x300A, heap({{0x0805, "text"}, {0x3002, heap({{0x180E, timeRecord(1'000'000'000)}})}})}}));
 
-CaptureDate dateOf(std::string const& bytes)
+CaptureDate dateOf(const std::string& bytes)
 {
     std::istringstream stream(bytes);
     return ciffDate(stream);
@@ -58,7 +58,7 @@ TEST(CiffDateTest, FindsTheTimeRecordInItsHeaps)
     const CaptureDate date = dateOf(kWhole);
     ASSERT_TRUE(date.moment);
     EXPECT_EQ(isoText(*date.moment), "2001-09-09T01:46:40");
-    EXPECT_EQ(date.source, DateSource::RawRecord);
+    EXPECT_EQ(date.source, DateSource::kRawRecord);
 }
 
 TEST(CiffDateTest, KnowsItsForm)
@@ -71,20 +71,18 @@ TEST(CiffDateTest, KnowsItsForm)
 
 TEST(CiffDateTest, GivesNothingForADamagedFile)
 {
-    for (std::size_t length = 0; length < kWhole.size(); ++length) {
+    for (std::size_t length = 0; length < kWhole.size(); ++length)
         EXPECT_FALSE(dateOf(kWhole.substr(0, length)).moment) << length;
-    }
     const std::string head = kWhole.substr(0, 26);
-    for (std::string const& bad : {head + std::string(50, '\0'),
+    for (const std::string& bad : {head + std::string(50, '\0'),
              head + std::string(50, '\xFF'),
              rawFile(heap({})),
              rawFile(heap({{0x180E, ""}})),
              rawFile(heap({{0x180E, "abc"}})),
              rawFile(heap({{0x180E, timeRecord(0)}})),
              rawFile(heap({{0x580E, timeRecord(1'000'000'000)}})),
-             "II" + little(0xFFFFFFFF, 4) + kWhole.substr(6)}) {
+             "II" + little(0xFFFFFFFF, 4) + kWhole.substr(6)})
         EXPECT_FALSE(dateOf(bad).moment);
-    }
 }
 
 TEST(CiffDateTest, EndsOnHeapsThatHoldThemselves)
@@ -93,18 +91,16 @@ TEST(CiffDateTest, EndsOnHeapsThatHoldThemselves)
     const std::uint32_t count = 1000;
     const std::uint32_t size = 2 + count * 10 + 4;
     std::string loop = little(count, 2);
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (std::uint32_t i = 0; i < count; ++i)
         loop += little(0x300A, 2) + little(size, 4) + little(0, 4);
-    }
     EXPECT_FALSE(dateOf(rawFile(loop + little(0, 4))).moment);
 }
 
 TEST(CiffDateTest, GoesOnlySoDeep)
 {
     std::string nested = heap({{0x180E, timeRecord(1'000'000'000)}});
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < 10; ++i)
         nested = heap({{0x300A, nested}});
-    }
     EXPECT_FALSE(dateOf(rawFile(nested)).moment);
 }
 

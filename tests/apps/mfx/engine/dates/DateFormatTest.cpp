@@ -32,9 +32,8 @@ TEST(DateFormatTest, WritesTheLettersOfStrftime)
         {"gr\xC3\xBC\xC3\x9F", "gr\xC3\xBC\xC3\x9F"},
         {"", ""},
         {"no letters", "no letters"}};
-    for (auto const& [format, expected] : rows) {
+    for (const auto& [format, expected] : rows)
         EXPECT_EQ(DateFormat(format).render(kMoment), expected) << format;
-    }
 }
 
 TEST(DateFormatTest, RefusesOtherLetters)
@@ -60,9 +59,8 @@ TEST(DateFormatTest, RefusesOtherLetters)
              "%5Y",
              "%\xC3\xBC",
              "%{",
-             "%i"}) {
+             "%i"})
         EXPECT_THROW(DateFormat{bad}, PatternError) << bad;
-    }
 }
 
 TEST(DateFormatTest, NamesTheLetterThatItRefuses)
@@ -70,7 +68,7 @@ TEST(DateFormatTest, NamesTheLetterThatItRefuses)
     try {
         const DateFormat format("%Y-%q");
         FAIL() << "accepted";
-    } catch (PatternError const& error) {
+    } catch (const PatternError& error) {
         EXPECT_NE(std::string(error.what()).find("\"%q\""), std::string::npos) << error.what();
     }
 }

@@ -9,7 +9,7 @@
 namespace mfx {
 namespace {
 
-std::string text(std::optional<CaptureMoment> const& moment)
+std::string text(const std::optional<CaptureMoment>& moment)
 {
     return moment ? isoText(*moment) : "nothing";
 }
@@ -41,9 +41,8 @@ TEST(DateTextTest, ReadsTheDatesThatCamerasWrite)
         {"9999:12:31 00:00:00", "9999-12-31T00:00:00"},
         {"2021:03:28 02:30:00", "2021-03-28T02:30:00"}, // an hour that summer time leaves out
     };
-    for (auto const& [written, read] : rows) {
+    for (const auto& [written, read] : rows)
         EXPECT_EQ(text(parseDateText(written)), read) << written;
-    }
 }
 
 TEST(DateTextTest, GivesNothingForWhatIsNoPossibleDate)
@@ -89,17 +88,15 @@ TEST(DateTextTest, GivesNothingForWhatIsNoPossibleDate)
              "yesterday",
              "2021_04_08 14:51:13",
              "\xFF\xFF\xFF\xFF",
-             "2021:04:08 14:51:13+02:00 x"}) {
+             "2021:04:08 14:51:13+02:00 x"})
         EXPECT_EQ(text(parseDateText(bad)), "nothing") << bad;
-    }
 }
 
 TEST(DateTextTest, GivesNothingForADateCutAnywhere)
 {
     const std::string whole = "2021:04:08 14:51:13.5+02:00";
-    for (std::size_t length = 0; length < 16; ++length) {
+    for (std::size_t length = 0; length < 16; ++length)
         EXPECT_FALSE(parseDateText(whole.substr(0, length))) << length;
-    }
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         const auto moment = parseDateText(whole.substr(0, length));
         EXPECT_TRUE(!moment || (moment->hour == 14 && moment->minute == 51)) << length;
@@ -117,9 +114,8 @@ TEST(DateTextTest, ReadsTheDateChunksOfMovies)
         {"2021-03-26 21:19:07\n", "2021-03-26T21:19:07"},
         {"2021/03/26 21:19", "2021-03-26T21:19:00"},
     };
-    for (auto const& [written, read] : rows) {
+    for (const auto& [written, read] : rows)
         EXPECT_EQ(text(parseMovieDateText(written)), read) << written;
-    }
 }
 
 TEST(DateTextTest, GivesNothingForADamagedDateChunk)
@@ -143,9 +139,8 @@ TEST(DateTextTest, GivesNothingForADamagedDateChunk)
              "THU JAN 1 00:00:00 1970",
              "FRI JAN 1 00:00:00 1904",
              "FRI MAR 26 21-19-07 2021",
-             "FRI MAR 26 21:19:07 20211"}) {
+             "FRI MAR 26 21:19:07 20211"})
         EXPECT_EQ(text(parseMovieDateText(bad)), "nothing") << bad;
-    }
 }
 
 TEST(DateTextTest, ReadsOffsets)
@@ -176,9 +171,8 @@ TEST(DateTextTest, GivesNothingForABadOffset)
              "+ab:cd",
              "Zulu",
              "++02:00",
-             "+2:000"}) {
+             "+2:000"})
         EXPECT_FALSE(parseOffset(bad)) << bad;
-    }
 }
 
 TEST(DateTextTest, ReadsSubSeconds)
@@ -187,9 +181,8 @@ TEST(DateTextTest, ReadsSubSeconds)
     EXPECT_EQ(parseSubSeconds("25"), 250'000'000U);
     EXPECT_EQ(parseSubSeconds("05 "), 50'000'000U);
     EXPECT_EQ(parseSubSeconds("123456789999"), 123'456'789U);
-    for (const std::string bad : {"", "  ", "x", "1x", "-1", "1 2", "."}) {
+    for (const std::string bad : {"", "  ", "x", "1x", "-1", "1 2", "."})
         EXPECT_FALSE(parseSubSeconds(bad)) << bad;
-    }
 }
 
 TEST(DateTextTest, TurnsSecondsIntoAUtcDate)
@@ -202,9 +195,8 @@ TEST(DateTextTest, TurnsSecondsIntoAUtcDate)
              std::int64_t{-1},
              std::int64_t{253'402'300'800},
              INT64_MAX,
-             INT64_MIN}) {
+             INT64_MIN})
         EXPECT_EQ(text(momentFromUnixTime(bad)), "nothing") << bad;
-    }
 }
 
 TEST(DateTextTest, FindsTheDayOfTheWeekAndOfTheYear)

@@ -15,13 +15,13 @@ using namespace tests;
 constexpr std::uint64_t kEpoch = 2'082'844'800; // 1970, counted from 1904
 constexpr std::uint64_t kSeptember2001 = kEpoch + 1'000'000'000;
 
-CaptureDate dateOf(std::string const& bytes)
+CaptureDate dateOf(const std::string& bytes)
 {
     std::istringstream stream(bytes);
     return movieDate(stream);
 }
 
-std::string text(CaptureDate const& date)
+std::string text(const CaptureDate& date)
 {
     return date.moment ? isoText(*date.moment) : "nothing";
 }
@@ -33,7 +33,7 @@ TEST(MovieDateTest, PrefersTheDateKeyToTheHeader)
             + box("moov",
                 movieHeader(kSeptember2001) + dateKeyMeta("2020-04-17T10:03:47-0600", versioned)));
         EXPECT_EQ(text(date), "2020-04-17T10:03:47-06:00");
-        EXPECT_EQ(date.source, DateSource::MovieKey);
+        EXPECT_EQ(date.source, DateSource::kMovieKey);
     }
 }
 
@@ -43,7 +43,7 @@ TEST(MovieDateTest, ReadsTheHeaderAsUtc)
         const CaptureDate date =
             dateOf(fileType("isom") + box("moov", movieHeader(kSeptember2001, version)));
         EXPECT_EQ(text(date), "2001-09-09T01:46:40+00:00");
-        EXPECT_EQ(date.source, DateSource::MovieHeader);
+        EXPECT_EQ(date.source, DateSource::kMovieHeader);
     }
 }
 
@@ -52,7 +52,7 @@ TEST(MovieDateTest, TurnsToTheHeaderWhenTheKeyHoldsNoDate)
     for (const std::string bad : {"", "yesterday", "0000-00-00T00:00:00", "1970-01-01T00:00:00Z"}) {
         const CaptureDate date =
             dateOf(fileType() + box("moov", dateKeyMeta(bad) + movieHeader(kSeptember2001)));
-        EXPECT_EQ(date.source, DateSource::MovieHeader) << bad;
+        EXPECT_EQ(date.source, DateSource::kMovieHeader) << bad;
     }
 }
 
@@ -69,12 +69,12 @@ TEST(MovieDateTest, ReadsTheDateChunkOfAnAvi)
 {
     using namespace std::string_literals;
     const std::string date = chunk("IDIT", "FRI MAR 26 21:19:07 2021\n\0"s);
-    for (std::string const& movie : {aviMovie(date),
+    for (const std::string& movie : {aviMovie(date),
              aviMovie(chunk("odd ", "xyz") + date),
              aviMovie(chunk("LIST", "strl" + date)),
              chunk("RIFF", "AVI " + chunk("LIST", "INFO" + date))}) {
         EXPECT_EQ(text(dateOf(movie)), "2021-03-26T21:19:07");
-        EXPECT_EQ(dateOf(movie).source, DateSource::AviChunk);
+        EXPECT_EQ(dateOf(movie).source, DateSource::kAviChunk);
     }
 }
 
@@ -87,9 +87,9 @@ TEST(MovieDateTest, LooksForAnotherChunkWhenOneHoldsNoDate)
 
 TEST(MovieDateTest, GivesNothingForWhatHoldsNoPossibleDate)
 {
-    const auto movie = [](std::string const& content) { return fileType() + box("moov", content); };
+    const auto movie = [](const std::string& content) { return fileType() + box("moov", content); };
     const std::string text64 = bigEndian(0x01000000, 4) + bigEndian(UINT64_MAX, 8);
-    for (std::string const& bad : {std::string(),
+    for (const std::string& bad : {std::string(),
              std::string("short"),
              std::string(100, '\0'),
              std::string(100, '\xFF'),
@@ -107,9 +107,8 @@ TEST(MovieDateTest, GivesNothingForWhatHoldsNoPossibleDate)
              aviMovie(""),
              aviMovie(chunk("IDIT", "")),
              aviMovie(chunk("IDIT", std::string(5000, ' '))),
-             chunk("RIFF", "WAVE" + chunk("IDIT", "2021:03:26 21:19:07"))}) {
+             chunk("RIFF", "WAVE" + chunk("IDIT", "2021:03:26 21:19:07"))})
         EXPECT_EQ(text(dateOf(bad)), "nothing");
-    }
 }
 
 TEST(MovieDateTest, TakesNoDateFromAmongTheMedia)
@@ -146,14 +145,12 @@ TEST(MovieDateTest, ReadsNothingBehindTheBoxThatHoldsIt)
 TEST(MovieDateTest, EndsOnBoxesThatLeadNowhere)
 {
     std::string nested;
-    for (int i = 0; i < 5000; ++i) {
+    for (int i = 0; i < 5000; ++i)
         nested = chunk("LIST", "hdrl" + nested);
-    }
     EXPECT_EQ(text(dateOf(chunk("RIFF", "AVI " + nested))), "nothing");
     std::string many = fileType();
-    for (int i = 0; i < 100'000; ++i) { // more than are ever looked at
+    for (int i = 0; i < 100'000; ++i) // more than are ever looked at
         many += box("free", "");
-    }
     EXPECT_EQ(text(dateOf(many + box("moov", movieHeader(kSeptember2001)))), "nothing");
 }
 

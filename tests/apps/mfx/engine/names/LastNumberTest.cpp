@@ -1,6 +1,6 @@
 #include "mfx/engine/names/LastNumber.h"
 
-#include "CardFixture.h"
+#include "apps/mfx/engine/CardFixture.h"
 #include "mfx/engine/names/NamePattern.h"
 
 #include <gmock/gmock.h>

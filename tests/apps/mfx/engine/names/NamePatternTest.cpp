@@ -34,9 +34,8 @@ TEST(NamePatternTest, RendersOneStemForAGroup)
         {"{date:%H:%M}", "14:07"},
         {"a.", "a."},
     };
-    for (auto const& [pattern, stem] : rows) {
+    for (const auto& [pattern, stem] : rows)
         EXPECT_EQ(NamePattern(pattern).stem(kFields), stem) << pattern;
-    }
 }
 
 TEST(NamePatternTest, RefusesWhatIsNoPattern)
@@ -79,9 +78,8 @@ TEST(NamePatternTest, RefusesWhatIsNoPattern)
              "\xFF",
              "{{}",
              "{unknown}",
-             "{name}{"}) {
+             "{name}{"})
         EXPECT_THROW(NamePattern{bad}, PatternError) << bad;
-    }
     EXPECT_THROW(NamePattern(std::string("a\0b", 3)), PatternError);
 }
 
@@ -99,9 +97,8 @@ TEST(NamePatternTest, RefusesAStemThatIsNoFileName)
         {"{name}-{ext}", {"a", "j/g", {}, 1}},
         {"{name}", {std::string("a\0b", 3), "jpg", {}, 1}},
     };
-    for (auto const& [pattern, fields] : rows) {
+    for (const auto& [pattern, fields] : rows)
         EXPECT_THROW(NamePattern(pattern).stem(fields), PatternError) << pattern;
-    }
 }
 
 TEST(NamePatternTest, WritesUndatedWhereNoDateIsKnown)
@@ -129,7 +126,7 @@ TEST(NamePatternTest, SaysWhatIsWrong)
     try {
         const NamePattern pattern("{nam}");
         FAIL() << "accepted";
-    } catch (PatternError const& error) {
+    } catch (const PatternError& error) {
         EXPECT_NE(std::string(error.what()).find("{nam} is no field"), std::string::npos);
     }
 }

@@ -16,7 +16,7 @@ struct MatchCase {
     const char* extension;
 };
 
-void PrintTo(MatchCase const& row, std::ostream* out)
+void PrintTo(const MatchCase& row, std::ostream* out)
 {
     *out << row.test;
 }
@@ -25,7 +25,7 @@ class NumberMatcherTest : public testing::TestWithParam<MatchCase> { };
 
 TEST_P(NumberMatcherTest, ReadsTheNumber)
 {
-    MatchCase const& row = GetParam();
+    const MatchCase& row = GetParam();
     const NumberMatcher matcher = NamePattern(row.pattern).numberMatcher();
     const auto match = matcher.match(row.name);
     ASSERT_TRUE(match);
@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(Cases,
         MatchCase{"Braces", "{{{seq:2}}}", "{03}.JPG", 3, "{03}", "JPG"},
         MatchCase{"TwoPlaces", "{seq:2}-{seq:3}", "07-007.JPG", 7, "07-007", "JPG"},
         MatchCase{"OtherLanguages", "Größe{seq:2}", "Größe03.JPG", 3, "Größe03", "JPG"}),
-    [](auto const& row) { return std::string(row.param.test); });
+    [](const auto& row) { return std::string(row.param.test); });
 
 struct StrangerCase {
     const char* test;
@@ -71,7 +71,7 @@ struct StrangerCase {
     const char* name;
 };
 
-void PrintTo(StrangerCase const& row, std::ostream* out)
+void PrintTo(const StrangerCase& row, std::ostream* out)
 {
     *out << row.test;
 }
@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(Cases,
         StrangerCase{"ShortDate", "{date:%Y%m%d}_{seq:2}", "2026010_03.JPG"},
         StrangerCase{"WordForADate", "{date:%Y%m%d}_{seq:2}", "someday__03.JPG"},
         StrangerCase{"TwoNumbers", "{seq:2}-{seq:3}", "07-008.JPG"}),
-    [](auto const& row) { return std::string(row.param.test); });
+    [](const auto& row) { return std::string(row.param.test); });
 
 TEST(NumberMatcherOfFieldsTest, KnowsTheNamesOfOneGroupAlone)
 {
@@ -121,9 +121,8 @@ TEST(NumberMatcherOfFieldsTest, KnowsTheNamesOfOneGroupAlone)
 TEST(NumberMatcherOfFieldsTest, ReadsWhatThePatternGives)
 {
     for (const char letter : std::string("aAbBcCdeFgGhHIjmMprRSTuUVwWyY%")) {
-        if (letter == '%') {
+        if (letter == '%')
             continue;
-        }
         const NamePattern pattern(std::string("{date:%") + letter + "}={seq:3}");
         for (const char* date : {"2026:09:02 03:04:05", "2021:12:31 23:59:59", ""}) {
             const std::string stem = pattern.stem({"IMG_1", "CR2", parseDateText(date), 42});

@@ -20,9 +20,8 @@ TEST(SubfolderPatternTest, RendersTheLocalDate)
         {"%D", "03/05/21"},
         {"{date}", "{date}"},
         {std::string(255, 'x'), std::string(255, 'x')}};
-    for (auto const& [pattern, folder] : rows) {
+    for (const auto& [pattern, folder] : rows)
         EXPECT_EQ(SubfolderPattern(pattern).folder(kMoment), folder);
-    }
 }
 
 TEST(SubfolderPatternTest, PutsWhatHasNoDateIntoOneFolder)
@@ -52,9 +51,8 @@ TEST(SubfolderPatternTest, RefusesWhatLeadsElsewhere)
              "%Y/%q",
              "a\nb",
              "\xFF",
-             "%s"}) {
+             "%s"})
         EXPECT_THROW(SubfolderPattern{bad}, PatternError) << bad;
-    }
     EXPECT_THROW(SubfolderPattern{std::string(256, 'x')}, PatternError);
     EXPECT_THROW(SubfolderPattern{std::string(250, 'x') + "%A"}, PatternError); // on Wednesdays
     EXPECT_THROW(SubfolderPattern{"%Y/" + std::string(256, 'x')}, PatternError);

@@ -14,18 +14,17 @@ namespace {
 using testing::ElementsAre;
 using tests::TestCard;
 
-std::vector<std::string> names(GroupTarget const& target, std::uint64_t number = 0)
+std::vector<std::string> names(const GroupTarget& target, std::uint64_t number = 0)
 {
     std::vector<std::string> all;
-    for (std::size_t member = 0; member < target.size(); ++member) {
+    for (std::size_t member = 0; member < target.size(); ++member)
         all.push_back(target.fileName(member, number));
-    }
     return all;
 }
 
 // The names of the only group of a card.
 GroupTarget targetOf(
-    TestCard const& card, NamingRules const& rules = {}, CaptureDate const& date = {})
+    const TestCard& card, const NamingRules& rules = {}, const CaptureDate& date = {})
 {
     const CardContents contents = card.scan();
     const std::vector<ItemGroup> groups = groupItems(contents);
@@ -73,7 +72,7 @@ TEST(TargetNameTest, GivesAGroupOneNewStemAndFolder)
     NamingRules rules;
     rules.rename.emplace("{date:%Y%m%d}_{seq:4}_{ext}.{ext}");
     rules.subfolders.emplace("%Y/%m");
-    const CaptureDate date{parseDateText("2021:03:26 21:19:07"), DateSource::ExifOriginal};
+    const CaptureDate date{parseDateText("2021:03:26 21:19:07"), DateSource::kExifOriginal};
     const GroupTarget target = targetOf(card, rules, date);
     EXPECT_EQ(target.subfolder(), "2021/03");
     EXPECT_THAT(names(target), ElementsAre("20210326_0012_cr2.cr2", "20210326_0012_cr2.JPG"));
@@ -139,9 +138,8 @@ TEST(TargetNameTest, CutsForTheLongestExtensionWhereverItStands)
 TEST(TargetNameTest, CutsNeitherLettersNorEscapedBytes)
 {
     std::string umlauts;
-    for (int i = 0; i < 125; ++i) {
+    for (int i = 0; i < 125; ++i)
         umlauts += "\xC3\xBC";
-    }
     const GroupTarget letters("", umlauts, {"jpeg"}); // 250 bytes, and 5
     EXPECT_EQ(letters.fileName(0, 0).size(), 255U);
     EXPECT_EQ(letters.fileName(0, 1), umlauts.substr(0, 248) + "-1.jpeg");

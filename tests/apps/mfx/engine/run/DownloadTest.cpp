@@ -1,6 +1,6 @@
 #include "mfx/engine/run/Download.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "core/TevoroAppManager/support/RuntimeTree.h"
 #include "core/platform/support/ThreadState.h"
 #include "mfx/engine/sink/SessionPreferences.h"
@@ -219,10 +219,9 @@ TEST_F(DownloadTest, EndsWithTheItemUndoneWhenTheBackupFolderIsGone)
 
 TEST_F(DownloadTest, KeepsOneStemForEachGroupInTheBackupToo)
 {
-    for (const char* folder : {"100/", "101/"}) {
+    for (const char* folder : {"100/", "101/"})
         for (const char* name : {"IMG_1.CR2", "IMG_1.xmp"})
             card.add(folder + std::string(name), folder + std::string(name));
-    }
     card.add("101/IMG_1.JPG", "only here");
     wantBackup();
     request.deletesOriginals = false;
@@ -445,10 +444,9 @@ bool isWaitedFor(const std::string& folder)
     std::error_code error;
     const std::string inode = ':' + std::to_string(Pt::fileStatus(folder, error)->inode) + ' ';
     std::ifstream locks("/proc/locks");
-    for (std::string line; std::getline(locks, line);) {
+    for (std::string line; std::getline(locks, line);)
         if (line.find("->") != std::string::npos && line.find(inode) != std::string::npos)
             return true;
-    }
     return false;
 }
 

@@ -1,6 +1,6 @@
 #include "mfx/engine/saving/GroupPlacer.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "core/platform/OrdinaryUser.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "mfx/engine/saving/GroupStager.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "mfx/engine/saving/NumberedCopies.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 #include "mfx/engine/saving/OriginalDeletion.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "platform/common/files/FileCopy.h"
 #include "support/Mounts.h"
 

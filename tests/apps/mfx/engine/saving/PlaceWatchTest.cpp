@@ -1,6 +1,6 @@
 #include "mfx/engine/saving/PlaceWatch.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "support/Mounts.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "mfx/engine/saving/SpaceCheck.h"
 
-#include "CardFixture.h"
+#include "apps/mfx/engine/CardFixture.h"
 #include "apps/mfx/texts/DictionaryFixture.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "mfx/engine/saving/WorkFolder.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "core/platform/OrdinaryUser.h"
 
 #include <atomic>

@@ -1,6 +1,6 @@
 #include "mfx/engine/sink/BackupSearch.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "platform/common/files/FileCopy.h"
 
 namespace mfx {

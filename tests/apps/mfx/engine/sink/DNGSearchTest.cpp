@@ -1,6 +1,6 @@
 #include "mfx/engine/sink/DNGSearch.h"
 
-#include "CardFixture.h"
+#include "apps/mfx/engine/CardFixture.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "mfx/engine/sink/PreferenceClient.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "mfx/engine/sink/SinkModule.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "mfx/engine/sink/SessionPreferences.h"
 
-#include "SavingFixture.h"
+#include "apps/mfx/engine/SavingFixture.h"
 #include "core/platform/Environment.h"
 #include "mfx/engine/sink/SinkModule.h"
 

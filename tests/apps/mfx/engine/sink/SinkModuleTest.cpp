@@ -1,7 +1,7 @@
 #include "mfx/engine/sink/SinkModule.h"
 
-#include "CardFixture.h"
 #include "TevoroAppManager/contract/sink/ISink.h"
+#include "apps/mfx/engine/CardFixture.h"
 #include "platform/common/text/PtUnicode.h"
 
 #include <gmock/gmock.h>

@@ -39,14 +39,14 @@ protected:
         std::filesystem::remove_all(m_folder);
     }
 
-    std::string path(std::string const& name) const { return m_folder + "/" + name; }
+    std::string path(const std::string& name) const { return m_folder + "/" + name; }
 
-    void put(std::string const& name, std::string const& bytes) const
+    void put(const std::string& name, const std::string& bytes) const
     {
         std::ofstream(path(name), std::ios::binary) << bytes;
     }
 
-    std::string bytes(std::string const& name) const
+    std::string bytes(const std::string& name) const
     {
         std::ifstream file(path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
@@ -55,13 +55,12 @@ protected:
     std::vector<std::string> names() const
     {
         std::vector<std::string> found;
-        for (auto const& entry : std::filesystem::directory_iterator(m_folder)) {
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
             found.push_back(entry.path().filename().string());
-        }
         return found;
     }
 
-    unsigned int modeOf(std::string const& name) const
+    unsigned int modeOf(const std::string& name) const
     {
         struct stat status = {};
         EXPECT_EQ(::stat(path(name).c_str(), &status), 0);
@@ -81,39 +80,39 @@ protected:
 
 TEST_F(AtomicFileTest, ReadsAWholeFileUpToTheLimit)
 {
-    std::string const long_(200000, 'x');
+    const std::string long_(200000, 'x');
     put("a", long_);
     EXPECT_EQ(Pt::readFile(path("a"), long_.size()).bytes, long_);
-    EXPECT_EQ(Pt::readFile(path("a"), long_.size()).state, State::Read);
-    Pt::FileContent const tooLarge = Pt::readFile(path("a"), long_.size() - 1);
-    EXPECT_EQ(tooLarge.state, State::TooLarge);
+    EXPECT_EQ(Pt::readFile(path("a"), long_.size()).state, State::kRead);
+    const Pt::FileContent tooLarge = Pt::readFile(path("a"), long_.size() - 1);
+    EXPECT_EQ(tooLarge.state, State::kTooLarge);
     EXPECT_EQ(tooLarge.bytes, "");
     put("empty", "");
-    EXPECT_EQ(Pt::readFile(path("empty"), 0).state, State::Read);
+    EXPECT_EQ(Pt::readFile(path("empty"), 0).state, State::kRead);
 }
 
 TEST_F(AtomicFileTest, TellsWhyThereIsNothingToRead)
 {
-    EXPECT_EQ(Pt::readFile(path("none"), 9).state, State::Missing);
-    EXPECT_EQ(Pt::readFile(path("none/below"), 9).state, State::Missing);
-    EXPECT_EQ(Pt::readFile(m_folder, 9).state, State::NotAFile);
-    EXPECT_EQ(Pt::readFile("/dev/zero", 9).state, State::NotAFile);
+    EXPECT_EQ(Pt::readFile(path("none"), 9).state, State::kMissing);
+    EXPECT_EQ(Pt::readFile(path("none/below"), 9).state, State::kMissing);
+    EXPECT_EQ(Pt::readFile(m_folder, 9).state, State::kNotAFile);
+    EXPECT_EQ(Pt::readFile("/dev/zero", 9).state, State::kNotAFile);
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
-    EXPECT_EQ(Pt::readFile(path("pipe"), 9).state, State::NotAFile);
+    EXPECT_EQ(Pt::readFile(path("pipe"), 9).state, State::kNotAFile);
     std::filesystem::create_symlink("nowhere", path("link"));
-    EXPECT_EQ(Pt::readFile(path("link"), 9).state, State::NotAFile);
+    EXPECT_EQ(Pt::readFile(path("link"), 9).state, State::kNotAFile);
     std::filesystem::create_symlink("loop", path("loop"));
-    EXPECT_EQ(Pt::readFile(path("loop"), 9).state, State::Unreadable);
+    EXPECT_EQ(Pt::readFile(path("loop"), 9).state, State::kUnreadable);
     put("a", "x");
-    Pt::FileContent const below = Pt::readFile(path("a/below"), 9);
-    EXPECT_EQ(below.state, State::Unreadable);
+    const Pt::FileContent below = Pt::readFile(path("a/below"), 9);
+    EXPECT_EQ(below.state, State::kUnreadable);
     EXPECT_EQ(below.error, std::errc::not_a_directory);
 }
 
 TEST_F(AtomicFileTest, PutsANewFileInThePlaceOfTheOld)
 {
     put("a", "old");
-    int const reader = ::open(path("a").c_str(), O_RDONLY | O_CLOEXEC);
+    const int reader = ::open(path("a").c_str(), O_RDONLY | O_CLOEXEC);
     EXPECT_FALSE(Pt::writeFileAtomically(path("a"), "new", 0640));
     EXPECT_EQ(bytes("a"), "new");
     EXPECT_EQ(modeOf("a"), 0640U);
@@ -126,8 +125,8 @@ TEST_F(AtomicFileTest, PutsANewFileInThePlaceOfTheOld)
 
 TEST_F(AtomicFileTest, ModesDoNotDependOnTheMask)
 {
-    mode_t const before = ::umask(0777);
-    std::error_code const error = Pt::writeFileAtomically(path("a"), "", 0600);
+    const mode_t before = ::umask(0777);
+    const std::error_code error = Pt::writeFileAtomically(path("a"), "", 0600);
     ::umask(before);
     EXPECT_FALSE(error);
     EXPECT_EQ(modeOf("a"), 0600U);
@@ -153,7 +152,7 @@ TEST_F(AtomicFileTest, ALockHasOneHolderAtATime)
     first.reset();
     EXPECT_FALSE(Pt::FileLock::take(path("lock"), kNoPatience, error));
     {
-        Pt::FileLock const gone = std::move(moved);
+        const Pt::FileLock gone = std::move(moved);
     }
     EXPECT_TRUE(Pt::FileLock::take(path("lock"), kNoPatience, error));
     EXPECT_FALSE(error);
@@ -164,11 +163,11 @@ TEST_F(AtomicFileTest, ALockIsFreeWhenItsHolderWasKilled)
 {
     int ready[2];
     ASSERT_EQ(::pipe(ready), 0);
-    pid_t const holder = ::fork();
+    const pid_t holder = ::fork();
     if (holder == 0) {
         std::error_code error;
-        auto const lock = Pt::FileLock::take(path("lock"), kNoPatience, error);
-        char const held = lock ? 'y' : 'n';
+        const auto lock = Pt::FileLock::take(path("lock"), kNoPatience, error);
+        const char held = lock ? 'y' : 'n';
         (void)!::write(ready[1], &held, 1);
         ::pause();
         ::_exit(1);
@@ -192,7 +191,7 @@ TEST_F(AtomicFileTest, ChildrenDoNotInheritALock)
     ASSERT_TRUE(lock);
     int alive[2];
     ASSERT_EQ(::pipe2(alive, O_CLOEXEC), 0);
-    pid_t const child = ::fork();
+    const pid_t child = ::fork();
     if (child == 0) {
         ::dup2(alive[0], 0);
         ::execl("/bin/cat", "cat", static_cast<char*>(nullptr)); // until its input ends
@@ -200,7 +199,7 @@ TEST_F(AtomicFileTest, ChildrenDoNotInheritALock)
     }
     ::close(alive[0]);
     // The write end in the child goes with the exec; wait for that by its executable.
-    std::string const link = "/proc/" + std::to_string(child) + "/exe";
+    const std::string link = "/proc/" + std::to_string(child) + "/exe";
     while (std::filesystem::read_symlink(link).filename() != "cat") { }
     lock.reset();
     EXPECT_TRUE(Pt::FileLock::take(path("lock"), kNoPatience, error));

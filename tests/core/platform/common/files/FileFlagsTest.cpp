@@ -13,15 +13,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::perms modeOf(std::string const& path)
+fs::perms modeOf(const std::string& path)
 {
     return fs::status(path).permissions();
 }
 
 // Whether the immutable attribute could be set or cleared.
-bool setImmutable(std::string const& path, bool isOn)
+bool setImmutable(const std::string& path, bool isOn)
 {
-    int const descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     int attributes = 0;
     bool isDone = descriptor >= 0 && ::ioctl(descriptor, FS_IOC_GETFLAGS, &attributes) == 0;
     attributes = isOn ? attributes | FS_IMMUTABLE_FL : attributes & ~FS_IMMUTABLE_FL;
@@ -34,8 +34,8 @@ bool setImmutable(std::string const& path, bool isOn)
 
 TEST(FileFlagsTest, GivesTheOwnerBackTheRightToWrite)
 {
-    test::TestFolder const folder;
-    std::string const file = folder.write("picture", "x");
+    const test::TestFolder folder;
+    const std::string file = folder.write("picture", "x");
     fs::permissions(file, fs::perms(0444));
     Pt::clearLock(file);
     EXPECT_EQ(modeOf(file), fs::perms(0644));
@@ -43,8 +43,8 @@ TEST(FileFlagsTest, GivesTheOwnerBackTheRightToWrite)
 
 TEST(FileFlagsTest, UnlocksAFileThatItsOwnerMayNotEvenRead)
 {
-    test::TestFolder const folder;
-    std::string const file = folder.write("picture", "x");
+    const test::TestFolder folder;
+    const std::string file = folder.write("picture", "x");
     fs::permissions(file, fs::perms(0000));
     Pt::clearLock(file);
     EXPECT_EQ(modeOf(file), fs::perms(0200));
@@ -52,8 +52,8 @@ TEST(FileFlagsTest, UnlocksAFileThatItsOwnerMayNotEvenRead)
 
 TEST(FileFlagsTest, LeavesAnUnlockedFileAsItIs)
 {
-    test::TestFolder const folder;
-    std::string const file = folder.write("picture", "x");
+    const test::TestFolder folder;
+    const std::string file = folder.write("picture", "x");
     fs::permissions(file, fs::perms(0640));
     Pt::clearLock(file);
     EXPECT_EQ(modeOf(file), fs::perms(0640));
@@ -62,9 +62,9 @@ TEST(FileFlagsTest, LeavesAnUnlockedFileAsItIs)
 
 TEST(FileFlagsTest, LeavesFoldersAndPipesAsTheyAre)
 {
-    test::TestFolder const folder;
-    std::string const inner = folder.path("inner");
-    std::string const pipe = folder.path("pipe");
+    const test::TestFolder folder;
+    const std::string inner = folder.path("inner");
+    const std::string pipe = folder.path("pipe");
     fs::create_directory(inner);
     fs::permissions(inner, fs::perms(0555));
     ASSERT_EQ(::mkfifo(pipe.c_str(), 0444), 0);
@@ -76,7 +76,7 @@ TEST(FileFlagsTest, LeavesFoldersAndPipesAsTheyAre)
 
 TEST(FileFlagsTest, SaysNothingAboutAMissingFile)
 {
-    test::TestFolder const folder;
+    const test::TestFolder folder;
     Pt::clearLock(folder.path("none"));
     EXPECT_FALSE(fs::exists(folder.path("none")));
 }
@@ -85,11 +85,11 @@ TEST(FileFlagsTest, SaysNothingAboutAFileOfSomebodyElse)
 {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can make a file that belongs to somebody else";
-    test::TestFolder const folder;
-    std::string const file = folder.write("picture", "x");
+    const test::TestFolder folder;
+    const std::string file = folder.write("picture", "x");
     fs::permissions(folder.path(), fs::perms(0755));
     fs::permissions(file, fs::perms(0444));
-    auto const attempt = [&] {
+    const auto attempt = [&] {
         Pt::clearLock(file);
         return 7;
     };
@@ -99,13 +99,13 @@ TEST(FileFlagsTest, SaysNothingAboutAFileOfSomebodyElse)
 
 TEST(FileFlagsTest, TakesAwayTheImmutableAttribute)
 {
-    test::TestFolder const folder;
-    std::string const file = folder.write("picture", "x");
+    const test::TestFolder folder;
+    const std::string file = folder.write("picture", "x");
     if (!setImmutable(file, true))
         GTEST_SKIP() << "this user or this file system has no immutable attribute";
     Pt::clearLock(file);
     std::error_code error;
-    bool const isRemoved = fs::remove(file, error);
+    const bool isRemoved = fs::remove(file, error);
     if (!isRemoved)
         setImmutable(file, false);
     EXPECT_TRUE(isRemoved) << error.message();

@@ -30,14 +30,14 @@ protected:
         std::filesystem::remove_all(m_folder);
     }
 
-    std::string path(std::string const& name) const { return m_folder + "/" + name; }
+    std::string path(const std::string& name) const { return m_folder + "/" + name; }
 
-    void put(std::string const& name, std::string const& bytes) const
+    void put(const std::string& name, const std::string& bytes) const
     {
         std::ofstream(path(name), std::ios::binary) << bytes;
     }
 
-    std::string bytes(std::string const& name) const
+    std::string bytes(const std::string& name) const
     {
         std::ifstream file(path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
@@ -46,13 +46,12 @@ protected:
     std::vector<std::string> names() const
     {
         std::vector<std::string> found;
-        for (auto const& entry : std::filesystem::directory_iterator(m_folder)) {
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
             found.push_back(entry.path().filename().string());
-        }
         return found;
     }
 
-    unsigned int modeOf(std::string const& name) const
+    unsigned int modeOf(const std::string& name) const
     {
         struct stat status = {};
         EXPECT_EQ(::stat(path(name).c_str(), &status), 0);

@@ -15,15 +15,15 @@ namespace fs = std::filesystem;
 
 class FileReplacementTest : public testing::Test {
 protected:
-    std::string path(std::string const& name) const { return m_folder.path(name); }
+    std::string path(const std::string& name) const { return m_folder.path(name); }
 
     std::ptrdiff_t namesInTheFolder() const
     {
-        fs::directory_iterator const names(m_folder.path());
+        const fs::directory_iterator names(m_folder.path());
         return std::distance(begin(names), end(names));
     }
 
-    unsigned int modeOf(std::string const& name) const
+    unsigned int modeOf(const std::string& name) const
     {
         return static_cast<unsigned int>(fs::status(path(name)).permissions());
     }
@@ -33,7 +33,7 @@ protected:
 
 TEST_F(FileReplacementTest, MakesANewFileAsTheMaskHasIt)
 {
-    mode_t const mask = ::umask(027);
+    const mode_t mask = ::umask(027);
     EXPECT_FALSE(replaceFile(path("a"), "text"));
     ::umask(mask);
     EXPECT_EQ(test::read(path("a")), "text");
@@ -94,10 +94,10 @@ TEST_F(FileReplacementTest, KeepsTheOldFileAndNoOtherWhenTheBytesDoNotFit)
     m_folder.write("a", "old");
     struct rlimit old = {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
-    struct rlimit const narrow = {5, old.rlim_max};
-    auto const before = std::signal(SIGXFSZ, SIG_IGN);
+    const struct rlimit narrow = {5, old.rlim_max};
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &narrow), 0);
-    std::error_code const error = replaceFile(path("a"), "too long");
+    const std::error_code error = replaceFile(path("a"), "too long");
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &old), 0);
     std::signal(SIGXFSZ, before);
     EXPECT_EQ(error, std::errc::file_too_large);

@@ -20,9 +20,9 @@ protected:
     }
     ~FileStatusTest() override { std::filesystem::remove_all(m_folder); }
 
-    std::string path(std::string const& name) const { return m_folder + '/' + name; }
+    std::string path(const std::string& name) const { return m_folder + '/' + name; }
 
-    FileStatus statusOf(std::string const& name)
+    FileStatus statusOf(const std::string& name)
     {
         const auto status = fileStatus(path(name), m_error);
         EXPECT_TRUE(status) << m_error.message();
@@ -40,7 +40,7 @@ TEST_F(FileStatusTest, TellsSizeModeAndTimesToTheNanosecond)
     const timespec times[]{{1, 0}, {1'600'000'000, 123'456'789}};
     ASSERT_EQ(utimensat(AT_FDCWD, path("a").c_str(), times, 0), 0);
     const FileStatus status = statusOf("a");
-    EXPECT_EQ(status.kind, FileStatus::Kind::Regular);
+    EXPECT_EQ(status.kind, FileStatus::Kind::kRegular);
     EXPECT_EQ(status.size, 5U);
     EXPECT_EQ(status.mode, 0640U);
     EXPECT_EQ(status.modified, 1'600'000'000'123'456'789);
@@ -58,7 +58,7 @@ TEST_F(FileStatusTest, TellsTimesBefore1970)
 TEST_F(FileStatusTest, FollowsNoLink)
 {
     std::filesystem::create_symlink("nowhere", path("link"));
-    EXPECT_EQ(statusOf("link").kind, FileStatus::Kind::Link);
+    EXPECT_EQ(statusOf("link").kind, FileStatus::Kind::kLink);
 }
 
 TEST_F(FileStatusTest, KnowsAFileByDeviceAndInode)
@@ -75,11 +75,11 @@ TEST_F(FileStatusTest, TellsTheKindOfEverything)
 {
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
     ASSERT_EQ(mkdir(path("folder").c_str(), 0700), 0);
-    EXPECT_EQ(statusOf("pipe").kind, FileStatus::Kind::Pipe);
-    EXPECT_EQ(statusOf("folder").kind, FileStatus::Kind::Folder);
+    EXPECT_EQ(statusOf("pipe").kind, FileStatus::Kind::kPipe);
+    EXPECT_EQ(statusOf("folder").kind, FileStatus::Kind::kFolder);
     const auto null = fileStatus("/dev/null", m_error);
     ASSERT_TRUE(null);
-    EXPECT_EQ(null->kind, FileStatus::Kind::Device);
+    EXPECT_EQ(null->kind, FileStatus::Kind::kDevice);
 }
 
 TEST_F(FileStatusTest, SaysWhyThereIsNothing)

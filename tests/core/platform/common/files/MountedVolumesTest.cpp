@@ -88,10 +88,9 @@ TEST(MountedVolumesTest, PassesOverLinesThatItCannotRead)
 TEST(MountedVolumesTest, StandsATableThatIsCutAnywhere)
 {
     const std::string table = "1 2 8:1 / /media/MY\\040CARD rw shared:2 - vfat /dev/sdb1 rw\n";
-    for (std::size_t length = 0; length < table.size(); ++length) {
+    for (std::size_t length = 0; length < table.size(); ++length)
         for (const std::string& folder : foldersIn(table.substr(0, length)))
             EXPECT_EQ(folder, "/media/MY CARD");
-    }
 }
 
 TEST(MountedVolumesTest, FindsTheVolumesOfThisMachine)

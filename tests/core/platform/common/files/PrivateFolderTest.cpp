@@ -122,10 +122,9 @@ TEST_F(PrivateFolderTest, IsNeverTakenForALeftoverWhileItIsMade)
         if (child != 0)
             continue;
         int lost = 0;
-        for (int round = 0; round < 100; ++round) {
+        for (int round = 0; round < 100; ++round)
             if (!std::filesystem::exists(Pt::makePrivateFolder("test")))
                 ++lost;
-        }
         ::_exit(lost);
     }
     for (const pid_t child : children) {

@@ -22,11 +22,11 @@ using PtIoDeviceCompletionTest = test::IoDeviceFixture;
 
 TEST_F(PtIoDeviceCompletionTest, CancelsWaitingOnesInOrderAndFlyingOnesWhenTheyFinish)
 {
-    Request const reading = request(1);
-    Request const writing = request(2);
+    const Request reading = request(1);
+    const Request writing = request(2);
     m_device->read(*reading);
     m_device->write(*writing);
-    Request const waiting[] = {request(3, IoRequest::kLow),
+    const Request waiting[] = {request(3, IoRequest::kLow),
         request(4, IoRequest::kHigh),
         request(5),
         request(6, IoRequest::kHigh),
@@ -47,16 +47,16 @@ TEST_F(PtIoDeviceCompletionTest, CancelsWaitingOnesInOrderAndFlyingOnesWhenTheyF
     EXPECT_THAT(m_told.all(), testing::Contains("cancelled 1"));
     EXPECT_THAT(m_told.all(), testing::Contains("cancelled 2"));
     EXPECT_EQ(m_told.count(), 7U);
-    Request const last = request(8);
+    const Request last = request(8);
     EXPECT_TRUE(m_device->read(*last)) << "the place was not given back";
     m_device->finish(*last);
 }
 
 TEST_F(PtIoDeviceCompletionTest, CancelsNothingTwice)
 {
-    Request const first = request(1);
+    const Request first = request(1);
     m_device->read(*first);
-    Request const second = request(2);
+    const Request second = request(2);
     m_device->read(*second);
     m_device->cancelAll();
     m_device->cancelAll();
@@ -67,18 +67,18 @@ TEST_F(PtIoDeviceCompletionTest, CancelsNothingTwice)
 
 TEST_F(PtIoDeviceCompletionTest, MayBeCalledByACompletion)
 {
-    Request const flying = request(1);
-    Request const low = request(2, IoRequest::kLow);
-    Request const next = request(3);
-    Request const added = request(4);
-    Request const first = request(9, IoRequest::kNormal, [&](IoRequest&) {
+    const Request flying = request(1);
+    const Request low = request(2, IoRequest::kLow);
+    const Request next = request(3);
+    const Request added = request(4);
+    const Request first = request(9, IoRequest::kNormal, [&](IoRequest&) {
         m_device->priority(*low, IoRequest::kHigh);
         EXPECT_TRUE(m_device->write(*added));
         EXPECT_EQ(m_told.count(), 1U);
         m_device->cancelAll();
         EXPECT_EQ(m_told.count(), 1U) << "told inside of another completion";
     });
-    for (Request const* each : {&first, &flying, &low, &next})
+    for (const Request* each : {&first, &flying, &low, &next})
         m_device->read(**each);
     m_device->finish(*first);
     EXPECT_THAT(m_told.all(), ElementsAre("completed 9 0", "cancelled 2", "cancelled 3"));
@@ -89,12 +89,12 @@ TEST_F(PtIoDeviceCompletionTest, MayBeCalledByACompletion)
 
 TEST_F(PtIoDeviceCompletionTest, MayBeCalledByTheCompletionOfACancelledRequest)
 {
-    Request const replacement = request(3);
-    Request const waiting = request(2, IoRequest::kNormal, [&](IoRequest&) {
+    const Request replacement = request(3);
+    const Request waiting = request(2, IoRequest::kNormal, [&](IoRequest&) {
         EXPECT_FALSE(m_device->read(*replacement));
         m_device->cancelAll();
     });
-    Request const flying = request(1);
+    const Request flying = request(1);
     m_device->read(*flying);
     m_device->read(*waiting);
     m_device->cancelAll();
@@ -105,11 +105,11 @@ TEST_F(PtIoDeviceCompletionTest, MayBeCalledByTheCompletionOfACancelledRequest)
 // What is cancelled while it waits has held no place that it could give to another.
 TEST_F(PtIoDeviceCompletionTest, GivesNoPlaceAwayForWhatIsCancelledWhileItWaits)
 {
-    Request const flying = request(1);
-    Request const replacement = request(4);
-    Request const waiting =
+    const Request flying = request(1);
+    const Request replacement = request(4);
+    const Request waiting =
         request(2, IoRequest::kNormal, [&](IoRequest&) { m_device->read(*replacement); });
-    for (Request const& each : {flying, waiting, request(3)})
+    for (const Request& each : {flying, waiting, request(3)})
         m_device->read(*each);
     m_device->cancelAll();
     EXPECT_THAT(m_told.all(), ElementsAre("cancelled 2", "cancelled 3"));
@@ -122,9 +122,9 @@ TEST_F(PtIoDeviceCompletionTest, GivesNoPlaceAwayForWhatIsCancelledWhileItWaits)
 TEST_F(PtIoDeviceCompletionTest, LogsWhatACompletionThrowsAndGoesOn)
 {
     testing::internal::CaptureStderr();
-    Request const first =
+    const Request first =
         request(1, IoRequest::kNormal, [](IoRequest&) { throw std::runtime_error("not mine"); });
-    Request const second = request(2);
+    const Request second = request(2);
     m_device->read(*first);
     m_device->read(*second);
     m_device->finish(*first);
@@ -137,7 +137,7 @@ TEST_F(PtIoDeviceCompletionTest, LogsWhatACompletionThrowsAndGoesOn)
 
 TEST_F(PtIoDeviceCompletionTest, DoesWithoutACompletion)
 {
-    Request const asked(new IoRequest({}, nullptr, 1));
+    const Request asked(new IoRequest({}, nullptr, 1));
     m_device->read(*asked);
     m_device->finish(*asked);
     EXPECT_TRUE(asked->isDone());
@@ -170,7 +170,7 @@ TEST_F(PtIoDeviceCompletionTest, LogsWhatThrowsWhenALastReferenceGoesWithAReques
 {
     testing::internal::CaptureStderr();
     StagedDevice* const device = m_device.get();
-    Request const asked = request(1);
+    const Request asked = request(1);
     device->read(*asked);
     device->atTheEnd = [] { throw std::runtime_error("cannot close"); };
     m_device = nullptr;
@@ -182,15 +182,15 @@ TEST_F(PtIoDeviceCompletionTest, LogsWhatThrowsWhenALastReferenceGoesWithAReques
 TEST_F(PtIoDeviceCompletionTest, LogsWhatThrowsWhenALastReferenceGoesWithTheCall)
 {
     using Call = std::function<void(StagedDevice&, IoRequest&)>;
-    Call const calls[] = {[](StagedDevice& device, IoRequest& asked) { device.read(asked); },
+    const Call calls[] = {[](StagedDevice& device, IoRequest& asked) { device.read(asked); },
         [](StagedDevice& device, IoRequest& asked) { device.write(asked); },
         [](StagedDevice& device, IoRequest& asked) { device.control(asked); }};
-    for (Call const& call : calls) {
+    for (const Call& call : calls) {
         m_device = new StagedDevice;
         m_device->isBlocking = true;
         m_device->atTheEnd = [] { throw std::runtime_error("cannot close"); };
         StagedDevice* const device = m_device.get();
-        Request const asked =
+        const Request asked =
             request(1, IoRequest::kNormal, [&](IoRequest&) { m_device = nullptr; });
         testing::internal::CaptureStderr();
         EXPECT_NO_THROW(call(*device, *asked));
@@ -220,10 +220,9 @@ TEST_F(PtIoDeviceCompletionTest, TellsEachRequestOnceUnderManyThreads)
     m_device = new StagedDevice(2, 1);
     m_device->isBlocking = true;
     std::vector<std::vector<Request>> all(kThreads);
-    for (auto& each : all) {
+    for (auto& each : all)
         for (std::uint32_t i = 0; i < kRequests; ++i)
             each.push_back(request(i, static_cast<IoRequest::ReqPri>(i % 3)));
-    }
     std::vector<std::thread> threads;
     for (auto& mine : all) {
         threads.emplace_back([this, &mine] {
@@ -241,10 +240,9 @@ TEST_F(PtIoDeviceCompletionTest, TellsEachRequestOnceUnderManyThreads)
     for (std::thread& each : threads)
         each.join();
     EXPECT_EQ(m_told.count(), kRequests * kThreads);
-    for (auto const& each : all) {
-        for (Request const& asked : each)
+    for (const auto& each : all)
+        for (const Request& asked : each)
             EXPECT_TRUE(asked->isDone());
-    }
 }
 
 // A place that was just given back and a request that just comes must find each other.
@@ -252,8 +250,8 @@ TEST_F(PtIoDeviceCompletionTest, LeavesNoRequestWaitingBehindTheLastTransfer)
 {
     m_device->isBlocking = true;
     for (int round = 0; round < 2000; ++round) {
-        Request const mine = request(1);
-        Request const other = request(2);
+        const Request mine = request(1);
+        const Request other = request(2);
         std::thread thread([&] { m_device->read(*other); });
         m_device->read(*mine);
         thread.join();
@@ -265,14 +263,14 @@ TEST_F(PtIoDeviceCompletionTest, LeavesNoRequestWaitingBehindTheLastTransfer)
 TEST_F(PtIoDeviceCompletionTest, IsCancelledFromSeveralThreadsAtOnce)
 {
     for (int round = 0; round < 50; ++round) {
-        Request const flying = request(1);
+        const Request flying = request(1);
         m_device->read(*flying);
         std::vector<Request> waiting;
         for (std::uint32_t i = 0; i < 40; ++i) {
             waiting.push_back(request(i, static_cast<IoRequest::ReqPri>(i % 3)));
             m_device->read(*waiting.back());
         }
-        std::size_t const before = m_told.count();
+        const std::size_t before = m_told.count();
         std::vector<std::thread> threads;
         for (int i = 0; i < 3; ++i)
             threads.emplace_back([this] { m_device->cancelAll(); });

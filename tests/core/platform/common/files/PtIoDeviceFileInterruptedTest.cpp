@@ -14,13 +14,13 @@
 
 namespace {
 
-thread_local int tInterruptions = 0;
+thread_local int gInterruptions = 0;
 
 bool isInterrupted()
 {
-    if (tInterruptions == 0)
+    if (gInterruptions == 0)
         return false;
-    --tInterruptions;
+    --gInterruptions;
     errno = EINTR;
     return true;
 }
@@ -32,31 +32,31 @@ extern "C" ssize_t read(int descriptor, void* bytes, std::size_t count)
     return isInterrupted() ? -1 : ::syscall(SYS_read, descriptor, bytes, count);
 }
 
-extern "C" ssize_t write(int descriptor, void const* bytes, std::size_t count)
+extern "C" ssize_t write(int descriptor, const void* bytes, std::size_t count)
 {
     return isInterrupted() ? -1 : ::syscall(SYS_write, descriptor, bytes, count);
 }
 
 TEST(PtIoDeviceFileInterruptedTest, TransfersAgainWhenASignalComes)
 {
-    test::TestFolder const folder;
+    const test::TestFolder folder;
     test::TellingCompletion::Record told;
-    auto const request = [&](std::string& bytes) {
+    const auto request = [&](std::string& bytes) {
         return Pt::SmartPointer<Pt::IoRequest>(
             new Pt::IoRequest(new test::TellingCompletion(told, "it"),
                 bytes.data(),
                 static_cast<std::uint32_t>(bytes.size())));
     };
-    PtIoDeviceFile::Pointer const file = PtIoDeviceFile::Create(
+    const PtIoDeviceFile::Pointer file = PtIoDeviceFile::Create(
         test::wide(folder.write("file", "012345")).c_str(), kPtIoOpenExisting);
     std::string bytes(3, '.');
-    tInterruptions = 2;
+    gInterruptions = 2;
     file->read(*request(bytes));
-    EXPECT_EQ(tInterruptions, 0);
+    EXPECT_EQ(gInterruptions, 0);
     EXPECT_EQ(bytes, "012");
-    tInterruptions = 3;
+    gInterruptions = 3;
     file->write(*request(bytes));
-    EXPECT_EQ(tInterruptions, 0);
+    EXPECT_EQ(gInterruptions, 0);
     EXPECT_EQ(test::read(folder.path("file")), "012012");
     EXPECT_THAT(told.all(), testing::ElementsAre("completed it 3", "completed it 3"));
 }

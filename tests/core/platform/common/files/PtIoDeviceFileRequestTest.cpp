@@ -22,13 +22,13 @@ class PtIoDeviceFileRequestTest : public testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(test::openDescriptors(), m_descriptors); }
 
-    static PtIoDeviceFile::Pointer open(std::string const& path, int flags)
+    static PtIoDeviceFile::Pointer open(const std::string& path, int flags)
     {
         return PtIoDeviceFile::Create(wide(path).c_str(), flags);
     }
-    Request request(std::string const& name, std::string& bytes, TellingCompletion::Then then = {})
+    Request request(const std::string& name, std::string& bytes, TellingCompletion::Then then = {})
     {
-        Pt::SmartPointer<Pt::IoCompletion> const completion(
+        const Pt::SmartPointer<Pt::IoCompletion> completion(
             new TellingCompletion(m_told, name, std::move(then)));
         return new Pt::IoRequest(
             completion, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
@@ -38,13 +38,13 @@ protected:
     {
         try {
             action();
-        } catch (Pt::ExSystem const& failure) {
+        } catch (const Pt::ExSystem& failure) {
             return failure.errorCode();
         }
         return 0;
     }
 
-    std::ptrdiff_t const m_descriptors = test::openDescriptors();
+    const std::ptrdiff_t m_descriptors = test::openDescriptors();
     test::TestFolder m_folder;
     TellingCompletion::Record m_told;
 };
@@ -53,7 +53,7 @@ protected:
 
 TEST_F(PtIoDeviceFileRequestTest, ReadsFromTheFirstByteOn)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.write("file", "0123456789"), kPtIoReadOnly);
+    const PtIoDeviceFile::Pointer file = open(m_folder.write("file", "0123456789"), kPtIoReadOnly);
     std::string bytes(4, '.');
     EXPECT_TRUE(file->read(*request("a", bytes)));
     EXPECT_EQ(bytes, "0123");
@@ -64,9 +64,9 @@ TEST_F(PtIoDeviceFileRequestTest, ReadsFromTheFirstByteOn)
 
 TEST_F(PtIoDeviceFileRequestTest, ReadsWhatThereIsAndNothingAtTheEnd)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.write("file", "012"), kPtIoReadOnly);
+    const PtIoDeviceFile::Pointer file = open(m_folder.write("file", "012"), kPtIoReadOnly);
     std::string bytes(5, '.');
-    Request const asked = request("a", bytes);
+    const Request asked = request("a", bytes);
     file->read(*asked);
     EXPECT_EQ(bytes, "012..");
     EXPECT_TRUE(asked->isDone());
@@ -77,8 +77,8 @@ TEST_F(PtIoDeviceFileRequestTest, ReadsWhatThereIsAndNothingAtTheEnd)
 
 TEST_F(PtIoDeviceFileRequestTest, WritesAfterWhatItHasWritten)
 {
-    std::string const path = m_folder.path("new");
-    PtIoDeviceFile::Pointer const file = open(path, kPtIoCreateNew);
+    const std::string path = m_folder.path("new");
+    const PtIoDeviceFile::Pointer file = open(path, kPtIoCreateNew);
     std::string first = "Hello, ";
     std::string second = "world";
     file->write(*request("a", first));
@@ -89,7 +89,7 @@ TEST_F(PtIoDeviceFileRequestTest, WritesAfterWhatItHasWritten)
 
 TEST_F(PtIoDeviceFileRequestTest, WritesOverTheBeginningOfWhatStandsThere)
 {
-    std::string const path = m_folder.write("old", "0123456789");
+    const std::string path = m_folder.write("old", "0123456789");
     std::string bytes = "abc";
     open(path, kPtIoOpenExisting)->write(*request("a", bytes));
     EXPECT_EQ(test::read(path), "abc3456789");
@@ -97,7 +97,7 @@ TEST_F(PtIoDeviceFileRequestTest, WritesOverTheBeginningOfWhatStandsThere)
 
 TEST_F(PtIoDeviceFileRequestTest, TransfersNoBytesWhenNoneAreAskedFor)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.write("file", "012"), kPtIoOpenExisting);
+    const PtIoDeviceFile::Pointer file = open(m_folder.write("file", "012"), kPtIoOpenExisting);
     std::string none;
     file->read(*request("a", none));
     file->write(*request("b", none));
@@ -106,23 +106,23 @@ TEST_F(PtIoDeviceFileRequestTest, TransfersNoBytesWhenNoneAreAskedFor)
 
 TEST_F(PtIoDeviceFileRequestTest, ThrowsWhatADirectTransferFailsWith)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.write("file", "012"), kPtIoReadOnly);
+    const PtIoDeviceFile::Pointer file = open(m_folder.write("file", "012"), kPtIoReadOnly);
     std::string bytes = "abc";
-    Request const asked = request("a", bytes);
+    const Request asked = request("a", bytes);
     EXPECT_EQ(errorOf([&] { file->write(*asked); }), EBADF);
     EXPECT_FALSE(asked->isDone());
     EXPECT_THAT(m_told.all(), IsEmpty());
     EXPECT_EQ(errorOf([&] { file->write(*asked); }), EBADF) << "the request was kept";
-    PtIoDeviceFile::Pointer const full = open("/dev/full", kPtIoOpenExisting);
+    const PtIoDeviceFile::Pointer full = open("/dev/full", kPtIoOpenExisting);
     EXPECT_EQ(errorOf([&] { full->write(*asked); }), ENOSPC);
 }
 
 TEST_F(PtIoDeviceFileRequestTest, ThrowsIntoACompletionThatAsksForMoreToo)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.write("file", "012"), kPtIoReadOnly);
+    const PtIoDeviceFile::Pointer file = open(m_folder.write("file", "012"), kPtIoReadOnly);
     std::string bytes = "abc";
     int error = 0;
-    Request const second = request("b", bytes);
+    const Request second = request("b", bytes);
     file->read(*request(
         "a", bytes, [&](Pt::IoRequest&) { error = errorOf([&] { file->write(*second); }); }));
     EXPECT_EQ(error, EBADF);
@@ -134,12 +134,12 @@ TEST_F(PtIoDeviceFileRequestTest, CopiesAFileByCompletionsThatAskForMore)
     std::string content;
     for (int i = 0; i < 5000; ++i)
         content += static_cast<char>('a' + i % 23);
-    PtIoDeviceFile::Pointer const from = open(m_folder.write("from", content), kPtIoReadOnly);
-    PtIoDeviceFile::Pointer const to = open(m_folder.path("to"), kPtIoCreateNew);
+    const PtIoDeviceFile::Pointer from = open(m_folder.write("from", content), kPtIoReadOnly);
+    const PtIoDeviceFile::Pointer to = open(m_folder.path("to"), kPtIoCreateNew);
     std::string part(10, '.');
     std::size_t left = content.size() / part.size();
     TellingCompletion::Then readMore;
-    TellingCompletion::Then const write = [&](Pt::IoRequest&) {
+    const TellingCompletion::Then write = [&](Pt::IoRequest&) {
         to->write(*request("w", part, readMore));
     };
     readMore = [&](Pt::IoRequest&) {
@@ -154,7 +154,7 @@ TEST_F(PtIoDeviceFileRequestTest, CopiesAFileByCompletionsThatAskForMore)
 TEST_F(PtIoDeviceFileRequestTest, HasPlacesFor512ReadsAnd512Writes)
 {
     constexpr std::size_t kPlaces = 512;
-    PtIoDeviceFile::Pointer const file = open(m_folder.write("file", "0"), kPtIoOpenExisting);
+    const PtIoDeviceFile::Pointer file = open(m_folder.write("file", "0"), kPtIoOpenExisting);
     std::string byte(1, '.');
     std::vector<bool> reads;
     std::vector<bool> writes;
@@ -173,16 +173,16 @@ TEST_F(PtIoDeviceFileRequestTest, HasPlacesFor512ReadsAnd512Writes)
 
 TEST_F(PtIoDeviceFileRequestTest, FailsWhatIsAskedOfAClosedFile)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.path("new"), kPtIoCreateNew);
+    const PtIoDeviceFile::Pointer file = open(m_folder.path("new"), kPtIoCreateNew);
     EXPECT_FALSE(file->isClosed());
     file->close();
     EXPECT_TRUE(file->isClosed());
     std::string bytes = "abc";
-    Request const reading = request("a", bytes);
+    const Request reading = request("a", bytes);
     EXPECT_TRUE(file->read(*reading));
     EXPECT_TRUE(file->write(*request("b", bytes)));
     EXPECT_TRUE(reading->isDone());
-    std::string const error = std::to_string(EBADF);
+    const std::string error = std::to_string(EBADF);
     EXPECT_THAT(m_told.all(), ElementsAre("failed a " + error, "failed b " + error));
     EXPECT_EQ(errorOf([&] { file->flush(); }), EBADF);
     EXPECT_NO_THROW(file->close());
@@ -190,7 +190,7 @@ TEST_F(PtIoDeviceFileRequestTest, FailsWhatIsAskedOfAClosedFile)
 
 TEST_F(PtIoDeviceFileRequestTest, TellsWhatClosingFailsWith)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.path("gone"), kPtIoTemporary);
+    const PtIoDeviceFile::Pointer file = open(m_folder.path("gone"), kPtIoTemporary);
     std::filesystem::remove(m_folder.path("gone"));
     EXPECT_EQ(errorOf([&] { file->close(); }), ENOENT);
     EXPECT_TRUE(file->isClosed());
@@ -198,14 +198,14 @@ TEST_F(PtIoDeviceFileRequestTest, TellsWhatClosingFailsWith)
 
 TEST_F(PtIoDeviceFileRequestTest, RemovesATemporaryFileWhenItIsClosed)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.path("probe"), kPtIoTemporary);
+    const PtIoDeviceFile::Pointer file = open(m_folder.path("probe"), kPtIoTemporary);
     file->close();
     EXPECT_FALSE(std::filesystem::exists(m_folder.path("probe")));
 }
 
 TEST_F(PtIoDeviceFileRequestTest, CompletesAControl)
 {
-    PtIoDeviceFile::Pointer const file = open(m_folder.path("new"), kPtIoCreateNew);
+    const PtIoDeviceFile::Pointer file = open(m_folder.path("new"), kPtIoCreateNew);
     std::string none;
     file->control(*request("a", none));
     EXPECT_THAT(m_told.all(), ElementsAre("completed a 0"));
@@ -215,8 +215,8 @@ TEST_F(PtIoDeviceFileRequestTest, TakesRequestsFromManyThreads)
 {
     constexpr int kThreads = 4;
     constexpr int kEach = 200;
-    std::string const path = m_folder.path("new");
-    PtIoDeviceFile::Pointer const file = open(path, kPtIoCreateNew);
+    const std::string path = m_folder.path("new");
+    const PtIoDeviceFile::Pointer file = open(path, kPtIoCreateNew);
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([this, &file, i] {
@@ -228,7 +228,7 @@ TEST_F(PtIoDeviceFileRequestTest, TakesRequestsFromManyThreads)
     for (std::thread& each : threads)
         each.join();
     EXPECT_EQ(m_told.count(), std::size_t(kThreads * kEach));
-    std::string const content = test::read(path);
+    const std::string content = test::read(path);
     ASSERT_EQ(content.size(), std::size_t(kThreads * kEach * 10));
     for (std::size_t at = 0; at < content.size(); at += 10)
         EXPECT_EQ(content.substr(at, 10), std::string(10, content[at]));

@@ -21,11 +21,11 @@ namespace fs = std::filesystem;
 namespace {
 
 // The error number of the system failure that action throws, 0 when it throws none.
-int failureOf(std::function<void()> const& action)
+int failureOf(const std::function<void()>& action)
 {
     try {
         action();
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         return failure.errorCode();
     }
     return 0;
@@ -36,12 +36,12 @@ class PtIoDeviceFileTest : public testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(test::openDescriptors(), m_descriptors); }
 
-    static PtIoDeviceFile::Pointer create(std::string const& path, int flags)
+    static PtIoDeviceFile::Pointer create(const std::string& path, int flags)
     {
         return PtIoDeviceFile::Create(wide(path).c_str(), flags);
     }
 
-    std::ptrdiff_t const m_descriptors = test::openDescriptors();
+    const std::ptrdiff_t m_descriptors = test::openDescriptors();
     test::TestFolder m_folder;
 };
 
@@ -49,7 +49,7 @@ protected:
 
 TEST_F(PtIoDeviceFileTest, OpensOrCreates)
 {
-    std::string const path = m_folder.path("new");
+    const std::string path = m_folder.path("new");
     EXPECT_EQ(create(path, kPtIoOpenOrCreate)->fileSize(), 0);
     EXPECT_TRUE(fs::exists(path));
     m_folder.write("new", "12345");
@@ -59,8 +59,8 @@ TEST_F(PtIoDeviceFileTest, OpensOrCreates)
 
 TEST_F(PtIoDeviceFileTest, OpensWhatIsThere)
 {
-    std::string const path = m_folder.write("old", "123");
-    for (int const flags : {kPtIoReadOnly, kPtIoOpenExisting, PtIoDeviceFileFlags(5)}) {
+    const std::string path = m_folder.write("old", "123");
+    for (const int flags : {kPtIoReadOnly, kPtIoOpenExisting, PtIoDeviceFileFlags(5)}) {
         EXPECT_EQ(create(path, flags)->fileSize(), 3) << flags;
         EXPECT_EQ(failureOf([&] { create(m_folder.path("none"), flags); }), ENOENT) << flags;
     }
@@ -68,7 +68,7 @@ TEST_F(PtIoDeviceFileTest, OpensWhatIsThere)
 
 TEST_F(PtIoDeviceFileTest, OpensReadOnlyForFlagsItDoesNotKnow)
 {
-    std::string const path = m_folder.write("old", "123");
+    const std::string path = m_folder.write("old", "123");
     fs::permissions(m_folder.path(), fs::perms(0755));
     fs::permissions(path, fs::perms(0444));
     EXPECT_EQ(test::askedAsOrdinaryUser([&] { return failureOf([&] { create(path, 1); }); }), 0);
@@ -79,7 +79,7 @@ TEST_F(PtIoDeviceFileTest, OpensReadOnlyForFlagsItDoesNotKnow)
 
 TEST_F(PtIoDeviceFileTest, EmptiesTheFileThatItCreatesNew)
 {
-    std::string const path = m_folder.write("old", "123");
+    const std::string path = m_folder.write("old", "123");
     EXPECT_EQ(create(path, kPtIoCreateNew)->fileSize(), 0);
     EXPECT_TRUE(fs::exists(path));
     EXPECT_EQ(fs::file_size(path), 0u);
@@ -87,7 +87,7 @@ TEST_F(PtIoDeviceFileTest, EmptiesTheFileThatItCreatesNew)
 
 TEST_F(PtIoDeviceFileTest, RemovesATemporaryFileWithItsLastPointer)
 {
-    std::string const path = m_folder.path("b\u00E4r.probe");
+    const std::string path = m_folder.path("b\u00E4r.probe");
     PtIoDeviceFile::Pointer file = create(path, kPtIoTemporary);
     PtIoDeviceFile::Pointer second = file;
     file = 0;
@@ -98,7 +98,7 @@ TEST_F(PtIoDeviceFileTest, RemovesATemporaryFileWithItsLastPointer)
 
 TEST_F(PtIoDeviceFileTest, NeverMakesATemporaryFileOverWhatStandsThere)
 {
-    std::string const path = m_folder.write("picture", "kept");
+    const std::string path = m_folder.write("picture", "kept");
     EXPECT_EQ(failureOf([&] { create(path, kPtIoTemporary); }), EEXIST);
     EXPECT_EQ(test::read(path), "kept");
     fs::create_symlink("nowhere", m_folder.path("dead link"));
@@ -109,7 +109,7 @@ TEST_F(PtIoDeviceFileTest, NeverMakesATemporaryFileOverWhatStandsThere)
 TEST_F(PtIoDeviceFileTest, RefusesAFolderThatCannotBeWrittenTo)
 {
     fs::permissions(m_folder.path(), fs::perms(0555));
-    std::string const path = m_folder.path("probe");
+    const std::string path = m_folder.path("probe");
     EXPECT_EQ(
         test::askedAsOrdinaryUser([&] { return failureOf([&] { create(path, kPtIoTemporary); }); }),
         EACCES);
@@ -118,13 +118,13 @@ TEST_F(PtIoDeviceFileTest, RefusesAFolderThatCannotBeWrittenTo)
 
 TEST_F(PtIoDeviceFileTest, FlushesAnOpenFile)
 {
-    PtIoDeviceFile::Pointer const file = create(m_folder.path("new"), kPtIoTemporary);
+    const PtIoDeviceFile::Pointer file = create(m_folder.path("new"), kPtIoTemporary);
     EXPECT_NO_THROW(file->flush());
 }
 
 TEST_F(PtIoDeviceFileTest, TellsThatAFlushFailed)
 {
-    PtIoDeviceFile::Pointer const file = create("/dev/null", kPtIoReadOnly);
+    const PtIoDeviceFile::Pointer file = create("/dev/null", kPtIoReadOnly);
     EXPECT_EQ(failureOf([&] { file->flush(); }), EINVAL);
 }
 
@@ -144,8 +144,8 @@ TEST_F(PtIoDeviceFileTest, TellsThatRemovingFailed)
 
 TEST_F(PtIoDeviceFileTest, DoesNotAddAFailureToAnExceptionOnItsWayOut)
 {
-    auto const failTwice = [this] {
-        PtIoDeviceFile::Pointer const file = create(m_folder.path("gone"), kPtIoTemporary);
+    const auto failTwice = [this] {
+        const PtIoDeviceFile::Pointer file = create(m_folder.path("gone"), kPtIoTemporary);
         fs::remove(m_folder.path("gone"));
         throw std::runtime_error("first");
     };
@@ -154,18 +154,18 @@ TEST_F(PtIoDeviceFileTest, DoesNotAddAFailureToAnExceptionOnItsWayOut)
 
 TEST_F(PtIoDeviceFileTest, KeepsItsPath)
 {
-    Pt::WideText const path = wide(m_folder.path("k\u00FCste"));
+    const Pt::WideText path = wide(m_folder.path("k\u00FCste"));
     EXPECT_EQ(path, PtIoDeviceFile::Create(path.c_str(), kPtIoTemporary)->path());
 }
 
 TEST_F(PtIoDeviceFileTest, CutsTheStoredPathAndRemovesTheWholeOne)
 {
-    std::string const deep = m_folder.path(std::string(150, 'a') + "/" + std::string(150, 'b'));
+    const std::string deep = m_folder.path(std::string(150, 'a') + "/" + std::string(150, 'b'));
     fs::create_directories(fs::path(deep).parent_path());
-    std::string const cut = deep.substr(0, 255);
+    const std::string cut = deep.substr(0, 255);
     std::ofstream(cut) << "kept";
     {
-        PtIoDeviceFile::Pointer const file = create(deep, kPtIoTemporary);
+        const PtIoDeviceFile::Pointer file = create(deep, kPtIoTemporary);
         EXPECT_TRUE(fs::exists(deep));
         EXPECT_EQ(ptucslen(file->path()), 255u);
         EXPECT_EQ(wide(cut), file->path());
@@ -178,9 +178,9 @@ TEST_F(PtIoDeviceFileTest, MakesTemporaryFilesOfTheirOwnInTheFolder)
 {
     test::Environment environment;
     environment.unset("TMPDIR");
-    Pt::WideText const folder = wide(m_folder.path());
-    auto const first = PtIoDeviceFile::CreateTemp(folder.c_str(), wide(u"probes").c_str());
-    auto const second = PtIoDeviceFile::CreateTemp(folder.c_str(), wide(u"probes").c_str());
+    const Pt::WideText folder = wide(m_folder.path());
+    const auto first = PtIoDeviceFile::CreateTemp(folder.c_str(), wide(u"probes").c_str());
+    const auto second = PtIoDeviceFile::CreateTemp(folder.c_str(), wide(u"probes").c_str());
     EXPECT_NE(Pt::toUtf8(first->path()), Pt::toUtf8(second->path()));
     EXPECT_TRUE(fs::exists(Pt::toUtf8(first->path())));
     // Five bytes of the prefix, then six of chance, which may well begin with the prefix's sixth.
@@ -192,7 +192,7 @@ TEST_F(PtIoDeviceFileTest, PrefersTheFolderForTemporaryFilesThatTheUserSet)
 {
     test::Environment environment;
     environment.set("TMPDIR", m_folder.path());
-    auto const file = PtIoDeviceFile::CreateTemp(wide(u"/tmp").c_str(), nullptr);
+    const auto file = PtIoDeviceFile::CreateTemp(wide(u"/tmp").c_str(), nullptr);
     EXPECT_EQ(fs::path(Pt::toUtf8(file->path())).parent_path(), m_folder.path());
 }
 
@@ -200,9 +200,9 @@ TEST_F(PtIoDeviceFileTest, CutsTheTemporaryPrefixBetweenCharacters)
 {
     test::Environment environment;
     environment.unset("TMPDIR");
-    auto const file =
+    const auto file =
         PtIoDeviceFile::CreateTemp(wide(m_folder.path()).c_str(), wide(u"abcd\u00E4").c_str());
-    std::string const name = fs::path(Pt::toUtf8(file->path())).filename();
+    const std::string name = fs::path(Pt::toUtf8(file->path())).filename();
     EXPECT_EQ(name.size(), 10u);
     EXPECT_EQ(name.substr(0, 4), "abcd");
 }

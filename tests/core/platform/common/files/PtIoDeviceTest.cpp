@@ -21,7 +21,7 @@ using PtIoDeviceTest = test::IoDeviceFixture;
 
 TEST_F(PtIoDeviceTest, IssuesWhatHasAPlaceAndTellsItsEnd)
 {
-    Request const asked = request(5);
+    const Request asked = request(5);
     EXPECT_TRUE(m_device->read(*asked));
     EXPECT_EQ(bitsOf(asked), "00010001");
     EXPECT_THAT(m_device->issued(), ElementsAre("read 5"));
@@ -33,8 +33,8 @@ TEST_F(PtIoDeviceTest, IssuesWhatHasAPlaceAndTellsItsEnd)
 
 TEST_F(PtIoDeviceTest, LetsWaitWhatIsAboveTheLimit)
 {
-    Request const first = request(1);
-    Request const second = request(2);
+    const Request first = request(1);
+    const Request second = request(2);
     EXPECT_TRUE(m_device->write(*first));
     EXPECT_FALSE(m_device->write(*second));
     EXPECT_EQ(bitsOf(second), "00000010");
@@ -49,7 +49,7 @@ TEST_F(PtIoDeviceTest, LetsWaitWhatIsAboveTheLimit)
 TEST_F(PtIoDeviceTest, CountsReadsAndWritesApart)
 {
     m_device = new StagedDevice(2, 1);
-    Request const requests[] = {request(1), request(2), request(3), request(4), request(5)};
+    const Request requests[] = {request(1), request(2), request(3), request(4), request(5)};
     EXPECT_TRUE(m_device->read(*requests[0]));
     EXPECT_TRUE(m_device->read(*requests[1]));
     EXPECT_FALSE(m_device->read(*requests[2]));
@@ -67,7 +67,7 @@ TEST_F(PtIoDeviceTest, CountsReadsAndWritesApart)
 TEST_F(PtIoDeviceTest, AlwaysHasAPlace)
 {
     m_device = new StagedDevice(0, 0);
-    Request const asked = request(1);
+    const Request asked = request(1);
     EXPECT_TRUE(m_device->read(*asked));
     m_device->finish(*asked);
     EXPECT_TRUE(asked->isDone());
@@ -75,14 +75,14 @@ TEST_F(PtIoDeviceTest, AlwaysHasAPlace)
 
 TEST_F(PtIoDeviceTest, IssuesHighPrioritiesFirstAndOldOnesFirstWithinThem)
 {
-    Request const first = request(1);
-    Request const waiting[] = {request(2, IoRequest::kLow),
+    const Request first = request(1);
+    const Request waiting[] = {request(2, IoRequest::kLow),
         request(3),
         request(4, IoRequest::kHigh),
         request(5, IoRequest::kHigh),
         request(6)};
     m_device->read(*first);
-    for (Request const& each : waiting)
+    for (const Request& each : waiting)
         EXPECT_FALSE(m_device->read(*each));
     m_device->isBlocking = true;
     m_device->finish(*first);
@@ -92,12 +92,12 @@ TEST_F(PtIoDeviceTest, IssuesHighPrioritiesFirstAndOldOnesFirstWithinThem)
 
 TEST_F(PtIoDeviceTest, MovesAWaitingRequestBehindThoseOfItsNewPriority)
 {
-    Request const first = request(1);
-    Request const low = request(2, IoRequest::kLow);
-    Request const high = request(3, IoRequest::kHigh);
-    Request const normal = request(4);
+    const Request first = request(1);
+    const Request low = request(2, IoRequest::kLow);
+    const Request high = request(3, IoRequest::kHigh);
+    const Request normal = request(4);
     m_device->write(*first);
-    for (Request const* each : {&low, &high, &normal})
+    for (const Request* each : {&low, &high, &normal})
         m_device->write(**each);
     m_device->priority(*low, IoRequest::kHigh);
     m_device->priority(*high, IoRequest::kHigh); // behind the other
@@ -109,7 +109,7 @@ TEST_F(PtIoDeviceTest, MovesAWaitingRequestBehindThoseOfItsNewPriority)
 
 TEST_F(PtIoDeviceTest, OnlyKeepsThePriorityOfWhatDoesNotWait)
 {
-    Request const asked = request(1);
+    const Request asked = request(1);
     m_device->priority(*asked, IoRequest::kLow);
     EXPECT_EQ(asked->priority(), IoRequest::kLow);
     m_device->read(*asked);
@@ -123,9 +123,9 @@ TEST_F(PtIoDeviceTest, OnlyKeepsThePriorityOfWhatDoesNotWait)
 
 TEST_F(PtIoDeviceTest, StartsTheNextBeforeItTellsTheEndOfTheOneBefore)
 {
-    Request const second = request(2);
+    const Request second = request(2);
     std::vector<std::string> issuedByThen;
-    Request const first =
+    const Request first =
         request(1, IoRequest::kNormal, [&](IoRequest&) { issuedByThen = m_device->issued(); });
     m_device->read(*first);
     m_device->read(*second);
@@ -136,9 +136,9 @@ TEST_F(PtIoDeviceTest, StartsTheNextBeforeItTellsTheEndOfTheOneBefore)
 
 TEST_F(PtIoDeviceTest, TellsInTheOrderOfTheTransfersWhenTheyBlock)
 {
-    Request const first = request(1);
-    Request const second = request(2);
-    Request const third = request(3);
+    const Request first = request(1);
+    const Request second = request(2);
+    const Request third = request(3);
     m_device->read(*first);
     m_device->read(*second);
     m_device->read(*third);
@@ -151,7 +151,7 @@ TEST_F(PtIoDeviceTest, TellsInTheOrderOfTheTransfersWhenTheyBlock)
 TEST_F(PtIoDeviceTest, DoesNotNestHoweverManyWait)
 {
     constexpr std::uint32_t kMany = 200000;
-    Request const first = request(0);
+    const Request first = request(0);
     m_device->read(*first);
     for (std::uint32_t i = 1; i < kMany; ++i)
         m_device->read(*request(i));
@@ -175,8 +175,8 @@ TEST_F(PtIoDeviceTest, DoesNotNestWhenEachCompletionAsksForMore)
 TEST_F(PtIoDeviceTest, IssuesControlsAtOnce)
 {
     m_device->acceptControls();
-    Request const requests[] = {request(1), request(2), request(3)};
-    for (Request const& each : requests)
+    const Request requests[] = {request(1), request(2), request(3)};
+    for (const Request& each : requests)
         m_device->control(*each);
     EXPECT_EQ(bitsOf(requests[0]), "00010100");
     EXPECT_THAT(m_device->issued(), ElementsAre("control 1", "control 2", "control 3"));
@@ -190,7 +190,7 @@ TEST_F(PtIoDeviceTest, IssuesControlsAtOnce)
 
 TEST_F(PtIoDeviceTest, CompletesAControlThatItDoesNotKnow)
 {
-    Request const asked = request(1);
+    const Request asked = request(1);
     m_device->control(*asked);
     EXPECT_EQ(bitsOf(asked), "00011100");
     EXPECT_THAT(m_told.all(), ElementsAre("completed 1 0"));
@@ -199,7 +199,7 @@ TEST_F(PtIoDeviceTest, CompletesAControlThatItDoesNotKnow)
 TEST_F(PtIoDeviceTest, ThrowsOnWhatADirectIssueThrows)
 {
     m_device->onIssue = [](IoRequest&) { throw Pt::ExSystem(ENOSPC, Pt::ExWhere::here()); };
-    Request const asked = request(1);
+    const Request asked = request(1);
     EXPECT_EQ(errorOfRead(asked), ENOSPC);
     EXPECT_THAT(m_told.all(), IsEmpty());
     EXPECT_TRUE(asked->status().none());
@@ -214,7 +214,7 @@ TEST_F(PtIoDeviceTest, ThrowsOnWhatADirectIssueThrows)
 // What came while the other was being issued would otherwise wait for nobody.
 TEST_F(PtIoDeviceTest, GivesThePlaceOfADirectIssueThatThrewToTheNext)
 {
-    Request const second = request(2);
+    const Request second = request(2);
     m_device->onIssue = [&](IoRequest& each) {
         if (each.length() != 1)
             return;
@@ -230,10 +230,10 @@ TEST_F(PtIoDeviceTest, GivesThePlaceOfADirectIssueThatThrewToTheNext)
 TEST_F(PtIoDeviceTest, FailsWhatCannotBeIssuedFromTheQueueAndGoesOn)
 {
     testing::internal::CaptureStderr();
-    Request const first = request(1);
+    const Request first = request(1);
     m_device->read(*first);
-    Request const waiting[] = {request(2), request(3), request(4)};
-    for (Request const& each : waiting)
+    const Request waiting[] = {request(2), request(3), request(4)};
+    for (const Request& each : waiting)
         m_device->read(*each);
     m_device->onIssue = [](IoRequest& each) {
         if (each.length() == 2)
@@ -254,7 +254,7 @@ TEST_F(PtIoDeviceTest, FailsWhatCannotBeIssuedFromTheQueueAndGoesOn)
 
 TEST_F(PtIoDeviceTest, TellsTheErrorOfATransfer)
 {
-    Request const asked = request(1);
+    const Request asked = request(1);
     m_device->write(*asked);
     m_device->finish(*asked, ENOSPC, 12);
     EXPECT_THAT(m_told.all(), ElementsAre("failed 1 " + std::to_string(ENOSPC)));
@@ -263,11 +263,11 @@ TEST_F(PtIoDeviceTest, TellsTheErrorOfATransfer)
 
 TEST_F(PtIoDeviceTest, RefusesARequestThatADeviceHas)
 {
-    Request const flying = request(1);
-    Request const waiting = request(2);
+    const Request flying = request(1);
+    const Request waiting = request(2);
     m_device->read(*flying);
     m_device->read(*waiting);
-    StagedDevice::Pointer const other(new StagedDevice);
+    const StagedDevice::Pointer other(new StagedDevice);
     EXPECT_EQ(errorOfRead(flying), EBUSY);
     EXPECT_EQ(errorOfRead(waiting), EBUSY);
     EXPECT_THROW(other->write(*waiting), Pt::ExSystem);
@@ -279,7 +279,7 @@ TEST_F(PtIoDeviceTest, RefusesARequestThatADeviceHas)
 
 TEST_F(PtIoDeviceTest, TakesADoneRequestAgain)
 {
-    Request const asked = request(1);
+    const Request asked = request(1);
     m_device->read(*asked);
     m_device->cancelAll();
     m_device->finish(*asked);
@@ -292,7 +292,7 @@ TEST_F(PtIoDeviceTest, TakesADoneRequestAgain)
 TEST_F(PtIoDeviceTest, RefusesTheRequestInItsOwnCompletion)
 {
     int error = 0;
-    Request const asked = request(1, IoRequest::kNormal, [&](IoRequest& same) {
+    const Request asked = request(1, IoRequest::kNormal, [&](IoRequest& same) {
         EXPECT_FALSE(same.isDone());
         error = errorOfRead(&same);
     });

@@ -89,7 +89,7 @@ TEST_F(PtIoQueueTest, KnowsWhichQueueALinkIsIn)
 TEST(PtIoRequestTest, IsNobodysAtFirst)
 {
     char bytes[4] = {};
-    Pt::SmartPointer<Pt::IoRequest> const request(
+    const Pt::SmartPointer<Pt::IoRequest> request(
         new Pt::IoRequest({}, bytes, sizeof bytes, Pt::IoRequest::kHigh));
     EXPECT_EQ(request->bytes(), bytes);
     EXPECT_EQ(request->length(), 4U);
@@ -100,7 +100,7 @@ TEST(PtIoRequestTest, IsNobodysAtFirst)
 
 TEST(PtIoRequestTest, RefusesAPriorityThatIsNone)
 {
-    for (int const each : {-1, 3})
+    for (const int each : {-1, 3})
         EXPECT_THROW(new Pt::IoRequest({}, nullptr, 0, static_cast<Pt::IoRequest::ReqPri>(each)),
             std::out_of_range);
 }

@@ -12,7 +12,7 @@
 
 namespace {
 
-std::atomic<int> g_detached{0};
+std::atomic<int> gDetached{0};
 
 // Whether the workers are started with so many allocations.
 bool isEnough(int allocations)
@@ -20,7 +20,7 @@ bool isEnough(int allocations)
     test::tAllocationsLeft = allocations;
     try {
         Pt::IoFileInit(4);
-    } catch (std::bad_alloc const&) {
+    } catch (const std::bad_alloc&) {
         return false;
     }
     test::tAllocationsLeft = -1;
@@ -31,23 +31,23 @@ bool isEnough(int allocations)
 
 extern "C" int pthread_detach(pthread_t thread) noexcept
 {
-    ++g_detached;
+    ++gDetached;
     return reinterpret_cast<int (*)(pthread_t)>(::dlsym(RTLD_NEXT, "pthread_detach"))(thread);
 }
 
 // A worker that begins is joined, and not left to run when its object is gone.
 TEST(PtIoThreadMemoryTest, LeavesNoWorkersWhicheverAllocationFails)
 {
-    g_detached = 0;
+    gDetached = 0;
     int allocations = 0;
     while (!isEnough(allocations)) {
         EXPECT_EQ(Pt::IoFileWorkerCount(), 0);
         EXPECT_TRUE(Pt::Thread::IsThreadCountZero());
-        EXPECT_EQ(g_detached, 0) << "after " << allocations << " allocations";
+        EXPECT_EQ(gDetached, 0) << "after " << allocations << " allocations";
         ASSERT_LT(++allocations, 1000);
     }
     EXPECT_GT(allocations, 4);
     EXPECT_EQ(Pt::IoFileWorkerCount(), 4);
     Pt::IoFileUninit();
-    EXPECT_EQ(g_detached, 0);
+    EXPECT_EQ(gDetached, 0);
 }

@@ -13,7 +13,7 @@ TEST(PtIoThreadTest, StartsAsManyWorkersAsAskedForAndAtMostEight)
         int asked;
         int started;
     } const rows[] = {{-1, 0}, {0, 0}, {1, 1}, {8, 8}, {9, 8}, {1000, 8}};
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         Pt::IoFileInit(row.asked);
         EXPECT_EQ(Pt::IoFileWorkerCount(), row.started) << row.asked;
         Pt::IoFileUninit();
@@ -58,7 +58,7 @@ TEST(PtIoThreadTest, IsStartedAndStoppedFromManyThreads)
 
 TEST(PtIoThreadTest, NeedsNothingForSockets)
 {
-    std::ptrdiff_t const before = test::openDescriptors();
+    const std::ptrdiff_t before = test::openDescriptors();
     Pt::IoSocketInit(4);
     EXPECT_TRUE(Pt::Thread::IsThreadCountZero());
     EXPECT_EQ(test::openDescriptors(), before);

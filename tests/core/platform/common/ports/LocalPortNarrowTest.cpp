@@ -16,12 +16,12 @@
 namespace {
 
 constexpr int kWidest = 212992; // what an unchanged kernel allows
-int g_answered = 0;
+int gAnswered = 0;
 
 } // namespace
 
 extern "C" int setsockopt(
-    int socket, int level, int option, void const* value, socklen_t length) noexcept
+    int socket, int level, int option, const void* value, socklen_t length) noexcept
 {
     int buffer = 0;
     if (level == SOL_SOCKET && option == SO_SNDBUFFORCE) {
@@ -29,7 +29,7 @@ extern "C" int setsockopt(
         return -1;
     }
     if (level == SOL_SOCKET && option == SO_SNDBUF) {
-        ++g_answered;
+        ++gAnswered;
         std::memcpy(&buffer, value, std::min<std::size_t>(length, sizeof buffer));
         buffer = std::min(buffer, kWidest);
         value = &buffer;
@@ -47,19 +47,19 @@ constexpr std::size_t kKilobyte = 1024;
 class LocalPortNarrowTest : public test::PortFixture,
                             public testing::WithParamInterface<std::size_t> {
 protected:
-    LocalPortNarrowTest() { g_answered = 0; }
+    LocalPortNarrowTest() { gAnswered = 0; }
 
     LocalPortSender sender;
 };
 
 TEST_P(LocalPortNarrowTest, DeliversATextWholeByPacketOrByMemoryFile)
 {
-    auto const port = held("p");
-    auto const before = test::openDescriptors();
-    std::string const text = test::numberedText(1, GetParam());
+    const auto port = held("p");
+    const auto before = test::openDescriptors();
+    const std::string text = test::numberedText(1, GetParam());
     ASSERT_TRUE(sender.send("p", text, kPatience));
-    EXPECT_EQ(g_answered, 1);
-    Texts const texts = received(*port);
+    EXPECT_EQ(gAnswered, 1);
+    const Texts texts = received(*port);
     ASSERT_EQ(texts.size(), 1U);
     EXPECT_TRUE(texts[0] == text);
     EXPECT_EQ(test::openDescriptors(), before + 2); // both ends of one connection
@@ -78,10 +78,10 @@ INSTANTIATE_TEST_SUITE_P(Lengths,
 
 TEST_F(LocalPortNarrowTest, KeepsTheOrderOfPacketsAndMemoryFiles)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     Texts sent;
     for (std::size_t number = 0; number < 30; ++number) {
-        std::size_t const size = number % 3 == 0 ? 600 * kKilobyte + number : 300 + number;
+        const std::size_t size = number % 3 == 0 ? 600 * kKilobyte + number : 300 + number;
         sent.push_back(test::numberedText(number, size));
         ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
     }
@@ -91,9 +91,9 @@ TEST_F(LocalPortNarrowTest, KeepsTheOrderOfPacketsAndMemoryFiles)
 TEST_F(LocalPortNarrowTest, WaitsNoLongerThanToldWithAMemoryFile)
 {
     constexpr milliseconds kShort{60};
-    auto const port = held("p");
+    const auto port = held("p");
     while (sender.send("p", "x", milliseconds(0))) { }
-    auto const start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(sender.send("p", std::string(600 * kKilobyte, 'x'), kShort));
     EXPECT_GE(std::chrono::steady_clock::now() - start, kShort);
     EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience / 2);

@@ -22,7 +22,7 @@ using Words = std::vector<std::string>;
 
 class LocalPortProcessTest : public test::PortFixture {
 protected:
-    static Words peer(std::string const& command, Words const& arguments = {})
+    static Words peer(const std::string& command, const Words& arguments = {})
     {
         Words words = {PORT_PEER, command, test::hexOf("p")};
         words.insert(words.end(), arguments.begin(), arguments.end());
@@ -42,7 +42,7 @@ TEST_P(LocalPortProcessLengthTest, ReachesAnotherProcessWhole)
     PeerProcess holder(peer("hold"));
     ASSERT_EQ(holder.line(), "held");
     for (std::size_t number = 0; number < 3; ++number) {
-        std::string const text = test::numberedText(number, GetParam());
+        const std::string text = test::numberedText(number, GetParam());
         ASSERT_TRUE(sender.send("p", text, kPatience));
         EXPECT_EQ(holder.line(), test::described(text));
     }
@@ -89,7 +89,7 @@ TEST_F(LocalPortProcessTest, IsListedWithItsProcess)
 {
     PeerProcess holder(peer("hold"));
     ASSERT_EQ(holder.line(), "held");
-    auto const ports = Pt::heldLocalPorts();
+    const auto ports = Pt::heldLocalPorts();
     ASSERT_EQ(ports.size(), 1U);
     EXPECT_EQ(ports[0].name, "p");
     EXPECT_EQ(ports[0].processId, holder.id());
@@ -103,14 +103,14 @@ TEST_F(LocalPortProcessTest, GoesToExactlyOneOfThoseWhoRaceForIt)
         std::vector<std::unique_ptr<PeerProcess>> racers;
         for (int i = 0; i < kRacers; ++i)
             racers.push_back(std::make_unique<PeerProcess>(peer("compete")));
-        for (auto const& racer : racers)
+        for (const auto& racer : racers)
             racer->tell("go");
         int holders = 0;
-        for (auto const& racer : racers)
+        for (const auto& racer : racers)
             holders += racer->line() == "held" ? 1 : 0;
         EXPECT_EQ(holders, 1) << "round " << round << ", stale files: " << isStale;
         isStale = round % 2 == 0;
-        for (auto const& racer : racers)
+        for (const auto& racer : racers)
             isStale ? racer->kill() : static_cast<void>(racer->finish());
     }
 }
@@ -122,7 +122,7 @@ TEST_F(LocalPortProcessTest, IsNeverTakenByWhoAsksForIt)
     ASSERT_EQ(first.line(), "asking");
     ASSERT_EQ(second.line(), "asking");
     for (int round = 0; round < 2000; ++round) {
-        auto const port = LocalPort::hold("p");
+        const auto port = LocalPort::hold("p");
         ASSERT_TRUE(port) << round;
         port->receive([](char*, std::size_t) {});
     }
@@ -136,7 +136,7 @@ TEST_F(LocalPortProcessTest, IsFoundAgainByASenderOfAnotherProcess)
 {
     PeerProcess other(peer("send", {"0", "300", "10000"}));
     for (std::size_t number = 0; number < 5; ++number) {
-        auto const port = held("p");
+        const auto port = held("p");
         other.tell("send");
         EXPECT_EQ(other.line(), "sent");
         EXPECT_EQ(received(*port, 1), Texts{test::numberedText(number, 300)});
@@ -151,7 +151,7 @@ TEST_F(LocalPortProcessTest, IsNotWaitedForLongerThanTold)
     constexpr milliseconds kShort{60};
     PeerProcess holder(peer("sit"));
     ASSERT_EQ(holder.line(), "held");
-    std::string const text(30000, 'x');
+    const std::string text(30000, 'x');
     auto start = std::chrono::steady_clock::now();
     do
         start = std::chrono::steady_clock::now();
@@ -168,7 +168,7 @@ TEST_F(LocalPortProcessTest, EndsASendWhoseHolderIsKilledMeanwhile)
     do {
         other.tell("send");
     } while (other.saysSomething(milliseconds(100)) && other.line() == "sent");
-    auto const start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     holder.kill();
     EXPECT_EQ(other.line(), "not");
     EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience);
@@ -179,7 +179,7 @@ TEST_F(LocalPortProcessTest, KeepsTheOrderOfEachOfManySenders)
 {
     constexpr std::size_t kSenders = 4;
     constexpr std::size_t kTexts = 3000;
-    auto const port = held("p");
+    const auto port = held("p");
     std::vector<std::unique_ptr<PeerProcess>> senders;
     for (std::size_t i = 0; i < kSenders; ++i) {
         senders.push_back(std::make_unique<PeerProcess>(
@@ -188,19 +188,19 @@ TEST_F(LocalPortProcessTest, KeepsTheOrderOfEachOfManySenders)
     }
     std::map<std::size_t, std::size_t> next; // number by length, which tells the sender
     std::size_t wrong = 0;
-    for (std::string const& text : received(*port, kSenders * kTexts))
+    for (const std::string& text : received(*port, kSenders * kTexts))
         wrong += text == test::numberedText(next[text.size()]++, text.size()) ? 0 : 1;
     EXPECT_EQ(wrong, 0U);
     EXPECT_EQ(next.size(), kSenders);
-    for (auto const& other : senders)
+    for (const auto& other : senders)
         EXPECT_EQ(other->line(), "done");
     EXPECT_THAT(received(*port), IsEmpty());
 }
 
 TEST_F(LocalPortProcessTest, TakesOnlyWholeTextsFromASenderThatIsKilled)
 {
-    auto const port = held("p");
-    for (std::size_t const size : {3000U, 100000U, 1000000U, 5000000U}) {
+    const auto port = held("p");
+    for (const std::size_t size : {3000U, 100000U, 1000000U, 5000000U}) {
         PeerProcess other(peer("stream", {"100000", std::to_string(size)}));
         other.tell("go");
         Texts texts = received(*port, 3);

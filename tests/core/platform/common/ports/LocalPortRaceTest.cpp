@@ -13,13 +13,13 @@
 
 namespace {
 
-std::function<void()> g_beforeLock;
+std::function<void()> gBeforeLock;
 
 } // namespace
 
 extern "C" int flock(int descriptor, int operation) noexcept
 {
-    if (auto const happen = std::exchange(g_beforeLock, nullptr))
+    if (const auto happen = std::exchange(gBeforeLock, nullptr))
         happen();
     return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
 }
@@ -46,8 +46,8 @@ protected:
 TEST_F(LocalPortRaceTest, TakesTheNameWhoseHolderLeavesBetweenOpeningAndLocking)
 {
     auto first = held("p");
-    g_beforeLock = [&] { first.reset(); };
-    auto const second = LocalPort::hold("p");
+    gBeforeLock = [&] { first.reset(); };
+    const auto second = LocalPort::hold("p");
     ASSERT_FALSE(first);
     ASSERT_TRUE(second);
     expectHeld(*second);
@@ -57,7 +57,7 @@ TEST_F(LocalPortRaceTest, LeavesTheNameToAThirdThatTookItMeanwhile)
 {
     auto first = held("p");
     std::unique_ptr<LocalPort> third;
-    g_beforeLock = [&] {
+    gBeforeLock = [&] {
         first.reset();
         third = held("p");
     };

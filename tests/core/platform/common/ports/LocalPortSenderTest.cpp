@@ -30,9 +30,9 @@ class LocalPortSenderLengthTest : public LocalPortSenderTest,
 // The descriptor of a text in a memory file, or -1.
 int memoryText()
 {
-    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code error;
-        std::string const target = std::filesystem::read_symlink(entry.path(), error).string();
+        const std::string target = std::filesystem::read_symlink(entry.path(), error).string();
         if (target.find("memfd:local-port-text") != std::string::npos)
             return std::stoi(entry.path().filename().string());
     }
@@ -43,10 +43,10 @@ int memoryText()
 
 TEST_P(LocalPortSenderLengthTest, DeliversATextWhole)
 {
-    auto const port = held("p");
-    std::string const text = test::numberedText(1, GetParam());
+    const auto port = held("p");
+    const std::string text = test::numberedText(1, GetParam());
     ASSERT_TRUE(sender.send("p", text, kPatience));
-    Texts const texts = received(*port);
+    const Texts texts = received(*port);
     ASSERT_EQ(texts.size(), 1U);
     EXPECT_TRUE(texts[0] == text); // not printed: it may be long
     EXPECT_THAT(received(*port), IsEmpty());
@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(Lengths,
 
 TEST_F(LocalPortSenderTest, SendsNeitherAnEmptyNorATooLongText)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     EXPECT_FALSE(sender.send("p", "", kPatience));
     EXPECT_FALSE(sender.send("p", std::string(LocalPort::kLargestText + 1, 'x'), kPatience));
     EXPECT_THAT(received(*port), IsEmpty());
@@ -77,10 +77,10 @@ TEST_F(LocalPortSenderTest, SendsNeitherAnEmptyNorATooLongText)
 
 TEST_F(LocalPortSenderTest, KeepsTheOrderOfShortAndLongTexts)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     Texts sent;
     for (std::size_t number = 0; number < 60; ++number) {
-        std::size_t const size = number % 10 == 5 ? 5 * kMegabyte : 1 + number * 100;
+        const std::size_t size = number % 10 == 5 ? 5 * kMegabyte : 1 + number * 100;
         sent.push_back(test::numberedText(number, size));
         ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
     }
@@ -89,10 +89,10 @@ TEST_F(LocalPortSenderTest, KeepsTheOrderOfShortAndLongTexts)
 
 TEST_F(LocalPortSenderTest, UsesOneConnectionAgain)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     ASSERT_TRUE(sender.send("p", "first", kPatience));
     EXPECT_THAT(received(*port), ElementsAre("first"));
-    auto const before = test::openDescriptors();
+    const auto before = test::openDescriptors();
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(sender.send("p", "text", kPatience));
     EXPECT_EQ(received(*port).size(), 100U);
@@ -101,16 +101,16 @@ TEST_F(LocalPortSenderTest, UsesOneConnectionAgain)
 
 TEST_F(LocalPortSenderTest, LetsGoOfConnectionsToHoldersThatLeft)
 {
-    auto const before = test::openDescriptors();
+    const auto before = test::openDescriptors();
     for (int i = 0; i < 50; ++i) {
-        std::string const name = std::to_string(i) + 'p';
-        auto const port = held(name);
+        const std::string name = std::to_string(i) + 'p';
+        const auto port = held(name);
         ASSERT_TRUE(sender.send(name, "text", kPatience));
     }
     EXPECT_LE(test::openDescriptors(), before + 1);
-    auto const port = held("p");
-    auto const second = held("q");
-    auto const between = test::openDescriptors();
+    const auto port = held("p");
+    const auto second = held("q");
+    const auto between = test::openDescriptors();
     sender.send("p", "text", kPatience);
     EXPECT_EQ(test::openDescriptors(), between); // one more, one less
     sender.send("q", "text", kPatience);
@@ -133,7 +133,7 @@ TEST_F(LocalPortSenderTest, RaisesNoSignalWhenItsHolderLeft)
 {
     struct sigaction before = {};
     struct sigaction action = {};
-    static sig_atomic_t volatile raised = 0;
+    static volatile sig_atomic_t raised = 0;
     action.sa_handler = [](int) { raised = 1; };
     ::sigaction(SIGPIPE, &action, &before);
     auto port = held("p");
@@ -146,7 +146,7 @@ TEST_F(LocalPortSenderTest, RaisesNoSignalWhenItsHolderLeft)
 
 TEST_F(LocalPortSenderTest, RefusesATextAtOnceWhenNobodyHoldsTheName)
 {
-    auto const start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(sender.send("p", "text", kPatience)); // no folder either
     held("p").reset();
     EXPECT_FALSE(sender.send("p", "text", kPatience));
@@ -157,7 +157,7 @@ TEST_F(LocalPortSenderTest, RefusesATextAtOnceWhenNobodyHoldsTheName)
 TEST_F(LocalPortSenderTest, WaitsNoLongerThanToldForAHolderThatDoesNotRead)
 {
     constexpr milliseconds kShort{60};
-    auto const port = held("p");
+    const auto port = held("p");
     Texts sent;
     std::string text;
     auto start = std::chrono::steady_clock::now();
@@ -179,7 +179,7 @@ TEST_F(LocalPortSenderTest, WaitsNoLongerThanToldForAHolderThatDoesNotRead)
 
 TEST_F(LocalPortSenderTest, GoesOnAsSoonAsTheHolderMakesRoom)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     while (sender.send("p", std::string(30000, 'x'), milliseconds(0))) { }
     bool isSent = false;
     std::thread waiter([&] { isSent = sender.send("p", "last", milliseconds::max()); });
@@ -192,16 +192,16 @@ TEST_F(LocalPortSenderTest, GoesOnAsSoonAsTheHolderMakesRoom)
 
 TEST_F(LocalPortSenderTest, KeepsALargeTextFromProgramsThatStartWhileItWaits)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     std::size_t count = 1;
     while (sender.send("p", std::string(30000, 'x'), milliseconds(0)))
         ++count;
     bool isSent = false;
-    std::string const text(5 * kMegabyte, 'y');
+    const std::string text(5 * kMegabyte, 'y');
     std::thread waiter([&] { isSent = sender.send("p", text, kPatience); });
     EXPECT_TRUE(test::waitUntil([] { return memoryText() != -1; }));
     EXPECT_EQ(::fcntl(memoryText(), F_GETFD), FD_CLOEXEC);
-    Texts const texts = received(*port, count);
+    const Texts texts = received(*port, count);
     waiter.join();
     EXPECT_TRUE(isSent);
     ASSERT_EQ(texts.size(), count);
@@ -212,13 +212,13 @@ TEST_F(LocalPortSenderTest, KeepsALargeTextFromProgramsThatStartWhileItWaits)
 TEST_F(LocalPortSenderTest, WaitsNoLongerThanToldWhileTheQueueIsFull)
 {
     constexpr milliseconds kShort{60};
-    constexpr int kLongestQueue = 4096;
-    auto const port = held("p");
-    for (int i = 0; i <= kLongestQueue; ++i)
+    constexpr int kMaxQueue = 4096;
+    const auto port = held("p");
+    for (int i = 0; i <= kMaxQueue; ++i)
         ASSERT_FALSE(Pt::isLocalPortFree("p"));
     EXPECT_FALSE(Pt::isLocalPortFree("p"));
     EXPECT_EQ(Pt::heldLocalPorts().size(), 1U);
-    auto const start = std::chrono::steady_clock::now();
+    const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(sender.send("p", "text", kShort));
     EXPECT_GE(std::chrono::steady_clock::now() - start, kShort);
     EXPECT_THAT(received(*port), IsEmpty());
@@ -228,7 +228,7 @@ TEST_F(LocalPortSenderTest, WaitsNoLongerThanToldWhileTheQueueIsFull)
 
 TEST_F(LocalPortSenderTest, GoesOnAsSoonAsAFullQueueMovesOn)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     for (int i = 0; i <= 4096; ++i)
         Pt::isLocalPortFree("p");
     bool isSent = false;

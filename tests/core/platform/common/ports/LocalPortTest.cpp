@@ -31,21 +31,19 @@ class LocalPortNameTest : public LocalPortTest, public testing::WithParamInterfa
 std::set<int> openNumbers()
 {
     std::set<int> numbers;
-    for (int number = 0; number < 1024; ++number) {
+    for (int number = 0; number < 1024; ++number)
         if (::fcntl(number, F_GETFD) != -1)
             numbers.insert(number);
-    }
     return numbers;
 }
 
 // Those open now and not before that another program would inherit.
-std::set<int> inheritedSince(std::set<int> const& before)
+std::set<int> inheritedSince(const std::set<int>& before)
 {
     std::set<int> inherited;
-    for (int const number : openNumbers()) {
+    for (const int number : openNumbers())
         if (!before.contains(number) && (::fcntl(number, F_GETFD) & FD_CLOEXEC) == 0)
             inherited.insert(number);
-    }
     return inherited;
 }
 
@@ -53,8 +51,8 @@ std::set<int> inheritedSince(std::set<int> const& before)
 
 TEST_P(LocalPortNameTest, FindsItsHolder)
 {
-    auto const port = held(GetParam());
-    auto const other = held(GetParam() + "x");
+    const auto port = held(GetParam());
+    const auto other = held(GetParam() + "x");
     EXPECT_EQ(port->name(), GetParam());
     EXPECT_TRUE(sender.send(GetParam(), "text", kPatience));
     EXPECT_THAT(received(*other), IsEmpty());
@@ -75,10 +73,10 @@ INSTANTIATE_TEST_SUITE_P(Names,
 
 TEST_F(LocalPortTest, LiesInAFolderWithALongPath)
 {
-    std::string const deep = folder.path(std::string(60, 'd') + "/" + std::string(60, 'e'));
+    const std::string deep = folder.path(std::string(60, 'd') + "/" + std::string(60, 'e'));
     std::filesystem::create_directories(deep);
     environment.set("TEVOROTALK_PORT_DIR", deep + "/ports");
-    auto const port = held("p");
+    const auto port = held("p");
     EXPECT_TRUE(sender.send("p", "text", kPatience));
     EXPECT_THAT(received(*port), ElementsAre("text"));
     EXPECT_FALSE(Pt::isLocalPortFree("p"));
@@ -86,7 +84,7 @@ TEST_F(LocalPortTest, LiesInAFolderWithALongPath)
 
 TEST_F(LocalPortTest, MakesItsFolderForThisUserAlone)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     using std::filesystem::perms;
     EXPECT_EQ(std::filesystem::status(folder.path("ports")).permissions(), perms::owner_all);
     EXPECT_EQ(
@@ -95,7 +93,7 @@ TEST_F(LocalPortTest, MakesItsFolderForThisUserAlone)
 
 TEST_F(LocalPortTest, NamesItsFilesAfterTheDigestOfTheName)
 {
-    auto const port = held("abc");
+    const auto port = held("abc");
     EXPECT_THAT(files(),
         testing::UnorderedElementsAre(
             "ba7816bf8f01cfea414140de5dae2223.lock", "ba7816bf8f01cfea414140de5dae2223.sock"));
@@ -118,7 +116,7 @@ TEST_F(LocalPortTest, IsHeldByOneAtATimeHoweverOftenItChangesHands)
     std::atomic<int> holders{0};
     std::atomic<int> changes{0};
     std::atomic<int> wrong{0};
-    auto const compete = [&] {
+    const auto compete = [&] {
         for (int i = 0; i < 3000; ++i) {
             auto port = LocalPort::hold("p");
             if (!port)
@@ -146,8 +144,8 @@ TEST_F(LocalPortTest, LeavesNoFileBehind)
 TEST_F(LocalPortTest, ReplacesWhatAKilledHolderLeft)
 {
     auto port = held("p");
-    std::string const socket = socketPath();
-    std::string const lock = lockPath();
+    const std::string socket = socketPath();
+    const std::string lock = lockPath();
     port.reset();
     std::ofstream(lock) << "1234567\na name that was longer than the new one\n";
     std::ofstream(socket) << "in the way";
@@ -160,9 +158,9 @@ TEST_F(LocalPortTest, ReplacesWhatAKilledHolderLeft)
 TEST_F(LocalPortTest, FollowsNoLinkToItsLock)
 {
     auto port = held("p");
-    std::string const lock = lockPath();
+    const std::string lock = lockPath();
     port.reset();
-    std::string const mine = folder.write("mine", "kept");
+    const std::string mine = folder.write("mine", "kept");
     std::filesystem::create_symlink(mine, lock);
     EXPECT_FALSE(LocalPort::hold("p"));
     EXPECT_EQ(test::read(mine), "kept");
@@ -171,9 +169,9 @@ TEST_F(LocalPortTest, FollowsNoLinkToItsLock)
 TEST_F(LocalPortTest, LeavesTheFilesOfALaterHolder)
 {
     auto first = held("p");
-    for (std::string const& name : files())
+    for (const std::string& name : files())
         std::filesystem::remove(folder.path("ports/" + name));
-    auto const second = held("p");
+    const auto second = held("p");
     first.reset();
     EXPECT_EQ(files().size(), 2U);
     EXPECT_TRUE(sender.send("p", "text", kPatience));
@@ -183,7 +181,7 @@ TEST_F(LocalPortTest, LeavesTheFilesOfALaterHolder)
 TEST_F(LocalPortTest, IsNotFreedByAForkedChild)
 {
     auto port = held("p");
-    pid_t const child = ::fork();
+    const pid_t child = ::fork();
     if (child == 0) {
         port.reset();
         ::_exit(0);
@@ -196,16 +194,16 @@ TEST_F(LocalPortTest, IsNotFreedByAForkedChild)
 TEST_F(LocalPortTest, TakesFromManySenders)
 {
     constexpr std::size_t kSenders = 100;
-    auto const port = held("p");
+    const auto port = held("p");
     std::vector<LocalPortSender> senders(kSenders);
     for (int round = 0; round < 3; ++round) {
         std::set<std::string> sent;
         for (std::size_t number = 0; number < kSenders; ++number) {
-            std::string const text = test::numberedText(number, 50);
+            const std::string text = test::numberedText(number, 50);
             EXPECT_TRUE(senders[number].send("p", text, kPatience));
             sent.insert(text);
         }
-        Texts const texts = received(*port);
+        const Texts texts = received(*port);
         EXPECT_EQ(texts.size(), kSenders);
         EXPECT_EQ(std::set<std::string>(texts.begin(), texts.end()), sent);
     }
@@ -213,7 +211,7 @@ TEST_F(LocalPortTest, TakesFromManySenders)
 
 TEST_F(LocalPortTest, IsReadableWhileThereIsSomethingToDo)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     EXPECT_FALSE(test::isReadable(port->descriptor()));
     {
         LocalPortSender passing;
@@ -232,8 +230,8 @@ TEST_F(LocalPortTest, IsReadableWhileThereIsSomethingToDo)
 
 TEST_F(LocalPortTest, GivesTheTextThatEndedAWaitAlone)
 {
-    auto const port = held("port");
-    auto const awaited = [&] {
+    const auto port = held("port");
+    const auto awaited = [&] {
         std::vector<std::string> texts;
         port->receiveAwaited([&](char* text, std::size_t size) { texts.emplace_back(text, size); });
         return texts;
@@ -243,7 +241,7 @@ TEST_F(LocalPortTest, GivesTheTextThatEndedAWaitAlone)
     EXPECT_TRUE(port->wait(kPatience));
     EXPECT_THAT(awaited(), IsEmpty()) << "the wait ended for a sender that has to be let in";
     EXPECT_THAT(received(*port), ElementsAre("newcomer"));
-    for (char const* text : {"1", "2", "3"})
+    for (const char* text : {"1", "2", "3"})
         EXPECT_TRUE(sender.send("port", text, kPatience));
     EXPECT_TRUE(port->wait(kPatience));
     EXPECT_THAT(awaited(), ElementsAre("1"));
@@ -255,7 +253,7 @@ TEST_F(LocalPortTest, GivesTheTextThatEndedAWaitAlone)
 
 TEST_F(LocalPortTest, GivesNothingOfASenderThatLeftDuringTheWait)
 {
-    auto const port = held("port");
+    const auto port = held("port");
     auto leaving = std::make_unique<LocalPortSender>();
     EXPECT_TRUE(leaving->send("port", "text", kPatience));
     EXPECT_THAT(received(*port), ElementsAre("text"));
@@ -268,16 +266,16 @@ TEST_F(LocalPortTest, GivesNothingOfASenderThatLeftDuringTheWait)
 // So that the memory of one serves the next.
 TEST_F(LocalPortTest, GivesLargeTextsOfASenderOneByOne)
 {
-    auto const port = held("port");
-    std::size_t const size = kMegabyte * 6 / 10;
+    const auto port = held("port");
+    const std::size_t size = kMegabyte * 6 / 10;
     std::thread writer([&] {
-        for (char const mark : {'1', '2', '3'})
+        for (const char mark : {'1', '2', '3'})
             EXPECT_TRUE(sender.send("port", std::string(size, mark), kPatience));
     });
     std::string marks;
     while (marks.size() < 3) {
         ASSERT_TRUE(port->wait(kPatience));
-        std::size_t const before = marks.size();
+        const std::size_t before = marks.size();
         port->receive([&](char* text, std::size_t length) {
             EXPECT_EQ(std::string(text, length), std::string(size, *text));
             marks += *text;
@@ -292,13 +290,13 @@ TEST_F(LocalPortTest, GivesLargeTextsOfASenderOneByOne)
 // one.
 TEST_F(LocalPortTest, FinishesASendersTextsBeforeItBeginsAnothers)
 {
-    auto const port = held("port");
+    const auto port = held("port");
     LocalPortSender second;
     EXPECT_TRUE(sender.send("port", "hello", kPatience));
     EXPECT_TRUE(second.send("port", "hello", kPatience));
     EXPECT_EQ(received(*port, 2).size(), 2U);
     EXPECT_FALSE(port->wait(std::chrono::milliseconds(1)));
-    for (char const* text : {"a1", "a2", "a3"})
+    for (const char* text : {"a1", "a2", "a3"})
         EXPECT_TRUE(sender.send("port", text, kPatience));
     EXPECT_TRUE(second.send("port", "b4", kPatience));
     std::vector<std::string> texts;
@@ -311,12 +309,12 @@ TEST_F(LocalPortTest, FinishesASendersTextsBeforeItBeginsAnothers)
 
 TEST_F(LocalPortTest, FinishesASendersLargeTextsBeforeItBeginsAnothers)
 {
-    auto const port = held("port");
+    const auto port = held("port");
     LocalPortSender second;
     EXPECT_TRUE(sender.send("port", "hello", kPatience));
     EXPECT_TRUE(second.send("port", "hello", kPatience));
     EXPECT_EQ(received(*port, 2).size(), 2U);
-    for (char const mark : {'1', '2', '3'})
+    for (const char mark : {'1', '2', '3'})
         EXPECT_TRUE(sender.send("port", std::string(kMegabyte * 7 / 10, mark), kPatience));
     EXPECT_TRUE(second.send("port", "4", kPatience));
     std::string marks;
@@ -330,12 +328,12 @@ TEST_F(LocalPortTest, FinishesASendersLargeTextsBeforeItBeginsAnothers)
 // A sender that never pauses does not keep others out for ever.
 TEST_F(LocalPortTest, GivesOthersTheirTurnInAFlood)
 {
-    auto const port = held("port");
+    const auto port = held("port");
     LocalPortSender second;
     EXPECT_TRUE(sender.send("port", "hello", kPatience));
     EXPECT_TRUE(second.send("port", "hello", kPatience));
     EXPECT_EQ(received(*port, 2).size(), 2U);
-    std::string const large(kMegabyte, 'a');
+    const std::string large(kMegabyte, 'a');
     std::size_t flooded = 0;
     bool hasSecond = false;
     EXPECT_TRUE(sender.send("port", large, kPatience));
@@ -354,7 +352,7 @@ TEST_F(LocalPortTest, GivesOthersTheirTurnInAFlood)
 
 TEST_F(LocalPortTest, TakesWhatASenderLeftBehind)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     {
         LocalPortSender passing;
         ASSERT_TRUE(passing.send("p", "first", kPatience));
@@ -365,7 +363,7 @@ TEST_F(LocalPortTest, TakesWhatASenderLeftBehind)
 
 TEST_F(LocalPortTest, GivesBytesThatMayBeChanged)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     ASSERT_TRUE(sender.send("p", "short", kPatience));
     ASSERT_TRUE(sender.send("p", std::string(5 * kMegabyte, 'l'), kPatience));
     std::vector<std::size_t> sizes;
@@ -378,11 +376,11 @@ TEST_F(LocalPortTest, GivesBytesThatMayBeChanged)
 
 TEST_F(LocalPortTest, PassesOnWhatATakerThrowsAndGoesOnBehindIt)
 {
-    auto const port = held("p");
-    for (char const* text : {"first", "bad", "last"})
+    const auto port = held("p");
+    for (const char* text : {"first", "bad", "last"})
         ASSERT_TRUE(sender.send("p", text, kPatience));
     Texts texts;
-    auto const take = [&](char* text, std::size_t size) {
+    const auto take = [&](char* text, std::size_t size) {
         if (std::string_view(text, size) == "bad")
             throw std::runtime_error("bad");
         texts.emplace_back(text, size);
@@ -395,8 +393,8 @@ TEST_F(LocalPortTest, PassesOnWhatATakerThrowsAndGoesOnBehindIt)
 
 TEST_F(LocalPortTest, IsInheritedByNoOtherProgram)
 {
-    auto const before = openNumbers();
-    auto const port = held("p");
+    const auto before = openNumbers();
+    const auto port = held("p");
     ASSERT_TRUE(sender.send("p", std::string(5 * kMegabyte, 'x'), kPatience));
     std::set<int> inherited = {-1};
     port->receive([&](char*, std::size_t) { inherited = inheritedSince(before); });
@@ -407,18 +405,18 @@ TEST_F(LocalPortTest, IsInheritedByNoOtherProgram)
 TEST_F(LocalPortTest, IsListedWhileItIsHeld)
 {
     EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
-    std::string const strange("a\n\0b\n", 5);
-    auto const third = held("z");
-    auto const first = held(strange);
-    auto const second = held("m");
+    const std::string strange("a\n\0b\n", 5);
+    const auto third = held("z");
+    const auto first = held(strange);
+    const auto second = held("m");
     auto gone = held("gone");
-    std::string const ports = folder.path("ports/");
+    const std::string ports = folder.path("ports/");
     gone.reset();
     std::ofstream(ports + std::string(32, '0') + ".lock") << "77\nnobody\n";
     std::ofstream(ports + "other.txt") << "x";
     std::filesystem::create_directory(ports + std::string(32, '1') + ".lock");
     std::vector<std::string> names;
-    for (auto const& port : Pt::heldLocalPorts()) {
+    for (const auto& port : Pt::heldLocalPorts()) {
         names.push_back(port.name);
         EXPECT_EQ(port.processId, ::getpid());
     }
@@ -427,7 +425,7 @@ TEST_F(LocalPortTest, IsListedWhileItIsHeld)
 
 TEST_F(LocalPortTest, IsNotListedUnderANameThatItsLockFileDoesNotProve)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     std::ofstream(lockPath()) << "77\nanother\n";
     EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
     std::ofstream(lockPath()) << "no number\np\n";
@@ -453,8 +451,8 @@ TEST_F(LocalPortTest, LiesInTheFolderThatTheEnvironmentTells)
     environment.unset("TEVOROTALK_PORT_DIR");
     EXPECT_EQ(Pt::localPortFolder(), "/runtime/tevorotalk");
     environment.unset("XDG_RUNTIME_DIR");
-    std::string const user = std::to_string(::geteuid());
-    std::string const runtime = "/run/user/" + user;
+    const std::string user = std::to_string(::geteuid());
+    const std::string runtime = "/run/user/" + user;
     EXPECT_EQ(Pt::localPortFolder(),
         std::filesystem::is_directory(runtime) ? runtime + "/tevorotalk"
                                                : "/tmp/tevorotalk-" + user);

@@ -49,9 +49,9 @@ class LocalPortPacketTest : public LocalPortTrustTest {
 protected:
     // Sends what must be dropped, and sees that all that came with it is closed and that the port
     // goes on.
-    void expectDropped(std::string_view packet, std::vector<int> const& descriptors)
+    void expectDropped(std::string_view packet, const std::vector<int>& descriptors)
     {
-        auto const before = test::openDescriptors();
+        const auto before = test::openDescriptors();
         ASSERT_TRUE(rogue.send(packet, descriptors));
         EXPECT_THAT(received(*port), IsEmpty());
         EXPECT_EQ(test::openDescriptors(), before);
@@ -98,7 +98,7 @@ TEST_F(LocalPortTrustTest, RefusesAFolderThatIsALink)
 TEST_F(LocalPortTrustTest, RefusesAFolderThatIsOpenToOthers)
 {
     std::filesystem::create_directory(ports());
-    for (unsigned int const mode : {0750U, 0705U, 0710U, 0777U}) {
+    for (const unsigned int mode : {0750U, 0705U, 0710U, 0777U}) {
         ASSERT_EQ(::chmod(ports().c_str(), mode), 0);
         EXPECT_THAT(saidOnHolding(), HasSubstr(ports()));
         EXPECT_FALSE(isHeld);
@@ -138,7 +138,7 @@ TEST_F(LocalPortTrustTest, SaysARefusalOnceAProcess)
         EXPECT_EQ(peer.line(), "not");
     }
     EXPECT_EQ(peer.finish(), 0);
-    std::string const said = peer.errors();
+    const std::string said = peer.errors();
     EXPECT_EQ(std::ranges::count(said, '\n'), 1);
     EXPECT_THAT(said, HasSubstr("TEVOROTALK_PORT_DIR"));
 }
@@ -165,9 +165,9 @@ TEST_F(LocalPortTrustTest, ClosesTheConnectionOfAnotherUserUnread)
 {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
-    auto const port = held("p");
-    std::string const path = socketPath();
-    pid_t const child = ::fork();
+    const auto port = held("p");
+    const std::string path = socketPath();
+    const pid_t child = ::fork();
     if (child == 0) {
         if (::seteuid(kNobody) != 0)
             ::_exit(2);
@@ -178,7 +178,7 @@ TEST_F(LocalPortTrustTest, ClosesTheConnectionOfAnotherUserUnread)
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     ASSERT_EQ(status, 0);
-    auto const before = test::openDescriptors();
+    const auto before = test::openDescriptors();
     EXPECT_THAT(received(*port), IsEmpty());
     EXPECT_EQ(test::openDescriptors(), before);
     EXPECT_TRUE(sender.send("p", "from me", kPatience));
@@ -190,20 +190,20 @@ TEST_F(LocalPortTrustTest, SendsNothingToAPortOfAnotherUser)
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     auto port = held("p");
-    std::string const path = socketPath();
+    const std::string path = socketPath();
     port.reset();
-    int const listener = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    const int listener = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(::seteuid(kNobody), 0); // whose the port is, is settled when it begins to listen
-    int const listens = ::listen(listener, 10);
+    const int listens = ::listen(listener, 10);
     ASSERT_EQ(::seteuid(0), 0);
     ASSERT_EQ(listens, 0);
     EXPECT_FALSE(sender.send("p", "secret", kPatience));
     EXPECT_FALSE(Pt::isLocalPortFree("p"));
-    int const connection = ::accept(listener, nullptr, nullptr);
+    const int connection = ::accept(listener, nullptr, nullptr);
     char byte = 0;
     EXPECT_EQ(::recv(connection, &byte, 1, MSG_DONTWAIT), 0); // closed, nothing said
     ::close(connection);
@@ -212,10 +212,10 @@ TEST_F(LocalPortTrustTest, SendsNothingToAPortOfAnotherUser)
 
 TEST_F(LocalPortPacketTest, DropsDescriptorsOfNoMemoryFile)
 {
-    int const nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-    int const file = ::open(folder.write("file", "12345678").c_str(), O_RDONLY | O_CLOEXEC);
-    int const directory = ::open(folder.path().c_str(), O_RDONLY | O_CLOEXEC);
-    for (int const descriptor : {nothing, file, directory}) {
+    const int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    const int file = ::open(folder.write("file", "12345678").c_str(), O_RDONLY | O_CLOEXEC);
+    const int directory = ::open(folder.path().c_str(), O_RDONLY | O_CLOEXEC);
+    for (const int descriptor : {nothing, file, directory}) {
         expectDropped(asPacket(8), {descriptor});
         ::close(descriptor);
     }
@@ -223,38 +223,38 @@ TEST_F(LocalPortPacketTest, DropsDescriptorsOfNoMemoryFile)
 
 TEST_F(LocalPortPacketTest, DropsMemoryFilesThatCouldStillChange)
 {
-    for (int const missing : {F_SEAL_SHRINK, F_SEAL_GROW, F_SEAL_WRITE, F_SEAL_SEAL}) {
-        MemoryFile const file(8, MemoryFile::kSeals & ~missing);
+    for (const int missing : {F_SEAL_SHRINK, F_SEAL_GROW, F_SEAL_WRITE, F_SEAL_SEAL}) {
+        const MemoryFile file(8, MemoryFile::kSeals & ~missing);
         ASSERT_TRUE(file.isMade);
         expectDropped(asPacket(8), {file.number()});
     }
-    MemoryFile const unsealed(8, 0);
+    const MemoryFile unsealed(8, 0);
     expectDropped(asPacket(8), {unsealed.number()});
 }
 
 TEST_F(LocalPortPacketTest, TakesASealedMemoryFile)
 {
-    MemoryFile const file(8);
+    const MemoryFile file(8);
     ASSERT_TRUE(rogue.send(asPacket(8), {file.number()}));
     EXPECT_THAT(received(*port), ElementsAre(std::string(8, '\0')));
 }
 
 TEST_F(LocalPortPacketTest, DropsLengthsThatDoNotAgree)
 {
-    MemoryFile const file(8);
-    for (std::uint64_t const length : {std::uint64_t{0},
+    const MemoryFile file(8);
+    for (const std::uint64_t length : {std::uint64_t{0},
              std::uint64_t{7},
              std::uint64_t{9},
              std::uint64_t{1} << 63U,
              ~std::uint64_t{0}})
         expectDropped(asPacket(length), {file.number()});
-    MemoryFile const empty(0);
+    const MemoryFile empty(0);
     expectDropped(asPacket(0), {empty.number()});
 }
 
 TEST_F(LocalPortPacketTest, DropsTextsAboveTheLimit)
 {
-    MemoryFile const file(LocalPort::kLargestText + 1);
+    const MemoryFile file(LocalPort::kLargestText + 1);
     ASSERT_TRUE(file.isMade);
     expectDropped(asPacket(LocalPort::kLargestText + 1), {file.number()});
 }
@@ -262,7 +262,7 @@ TEST_F(LocalPortPacketTest, DropsTextsAboveTheLimit)
 TEST_F(LocalPortPacketTest, DropsMemoryFilesOfHugePages)
 {
     constexpr std::size_t kHugePage = 2 * 1024 * 1024;
-    MemoryFile const file(kHugePage, MemoryFile::kSeals, MFD_HUGETLB);
+    const MemoryFile file(kHugePage, MemoryFile::kSeals, MFD_HUGETLB);
     if (!file.isMade)
         GTEST_SKIP() << "this system has no huge pages";
     expectDropped(asPacket(kHugePage), {file.number()});
@@ -270,15 +270,15 @@ TEST_F(LocalPortPacketTest, DropsMemoryFilesOfHugePages)
 
 TEST_F(LocalPortPacketTest, DropsSeveralDescriptors)
 {
-    MemoryFile const file(8);
-    for (std::size_t const count : {2U, 4U, 5U, 60U})
+    const MemoryFile file(8);
+    for (const std::size_t count : {2U, 4U, 5U, 60U})
         expectDropped(asPacket(8), std::vector<int>(count, file.number()));
 }
 
 TEST_F(LocalPortPacketTest, DropsADescriptorWithoutALength)
 {
-    MemoryFile const file(8);
-    for (std::string const& packet :
+    const MemoryFile file(8);
+    for (const std::string& packet :
         {std::string("1234567"), std::string(1, '\0'), asPacket(8) + '\0', std::string(40000, 'x')})
         expectDropped(packet, {file.number()});
 }
@@ -286,8 +286,8 @@ TEST_F(LocalPortPacketTest, DropsADescriptorWithoutALength)
 // Such a packet cannot be told from the end of its sender.
 TEST_F(LocalPortPacketTest, TakesAPacketOfNoBytesForTheEndOfItsSender)
 {
-    auto const before = test::openDescriptors();
-    MemoryFile const file(8);
+    const auto before = test::openDescriptors();
+    const MemoryFile file(8);
     ASSERT_TRUE(rogue.send("", {file.number()}));
     EXPECT_THAT(received(*port), IsEmpty());
     EXPECT_TRUE(rogue.isClosed());
@@ -302,19 +302,19 @@ TEST_F(LocalPortPacketTest, TakesTheLongestPacketThatTheSystemCarries)
 {
     rogue.widen(64 * 1024 * 1024);
     std::size_t size = 64 * 1024 * 1024;
-    std::string const text = test::numberedText(1, size);
+    const std::string text = test::numberedText(1, size);
     while (size > 1 && !rogue.send(std::string_view(text).substr(0, size)))
         size = size * 7 / 8;
-    Texts const texts = received(*port);
+    const Texts texts = received(*port);
     ASSERT_EQ(texts.size(), 1U);
     EXPECT_TRUE(texts[0] == text.substr(0, size)) << size;
 }
 
 TEST_F(LocalPortPacketTest, ClosesWhatCameWithATextWhoseTakerThrows)
 {
-    auto const before = test::openDescriptors();
+    const auto before = test::openDescriptors();
     ASSERT_TRUE(sender.send("p", std::string(5000000, 'x'), kPatience));
-    auto const refuse = [](char*, std::size_t) { throw std::runtime_error("no"); };
+    const auto refuse = [](char*, std::size_t) { throw std::runtime_error("no"); };
     EXPECT_THROW(port->receive(refuse), std::runtime_error);
     EXPECT_EQ(test::openDescriptors(), before);
 }
@@ -331,14 +331,14 @@ public:
         Pt::isLocalPortFree("nobody's");
         ::getrlimit(RLIMIT_NOFILE, &m_before);
         rlimit tight = m_before;
-        int const next = ::dup(STDIN_FILENO);
+        const int next = ::dup(STDIN_FILENO);
         ::close(next);
         tight.rlim_cur = static_cast<rlim_t>(next) + spare;
         ::setrlimit(RLIMIT_NOFILE, &tight);
     }
     ~NoMoreDescriptors() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
-    NoMoreDescriptors(NoMoreDescriptors const&) = delete;
-    NoMoreDescriptors& operator=(NoMoreDescriptors const&) = delete;
+    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
+    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
 
 private:
     rlimit m_before = {};
@@ -348,13 +348,13 @@ private:
 
 TEST_F(LocalPortTrustTest, DoesNotKeepItsWaiterBusyWhileDescriptorsAreShort)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     RogueSender newcomer(socketPath());
     ASSERT_TRUE(newcomer.send("patient"));
     int woken = 0;
     {
-        NoMoreDescriptors const shortage;
-        auto const end = std::chrono::steady_clock::now() + milliseconds(350);
+        const NoMoreDescriptors shortage;
+        const auto end = std::chrono::steady_clock::now() + milliseconds(350);
         for (; std::chrono::steady_clock::now() < end; ++woken) {
             test::isReadable(port->descriptor(), milliseconds(400));
             EXPECT_THAT(received(*port), IsEmpty());
@@ -368,11 +368,11 @@ TEST_F(LocalPortTrustTest, DoesNotKeepItsWaiterBusyWhileDescriptorsAreShort)
 
 TEST_F(LocalPortTrustTest, LetsNewcomersInWithTheNextCallAfterAShortage)
 {
-    auto const port = held("p");
+    const auto port = held("p");
     RogueSender newcomer(socketPath());
     ASSERT_TRUE(newcomer.send("patient"));
     {
-        NoMoreDescriptors const shortage;
+        const NoMoreDescriptors shortage;
         EXPECT_THAT(received(*port), IsEmpty());
         EXPECT_FALSE(test::isReadable(port->descriptor()));
     }
@@ -384,7 +384,7 @@ TEST_F(LocalPortTrustTest, IsNotHeldWithoutDescriptors)
     held("p").reset();
     testing::internal::CaptureStderr();
     {
-        NoMoreDescriptors const shortage;
+        const NoMoreDescriptors shortage;
         EXPECT_FALSE(LocalPort::hold("p"));
     }
     EXPECT_THAT(
@@ -399,7 +399,7 @@ TEST_F(LocalPortPacketTest, DropsAMemoryFileForWhichThereIsNoDescriptor)
 {
     ASSERT_TRUE(sender.send("p", std::string(5000000, 'x'), kPatience));
     {
-        NoMoreDescriptors const shortage;
+        const NoMoreDescriptors shortage;
         EXPECT_THAT(received(*port), IsEmpty());
     }
     EXPECT_THAT(received(*port), IsEmpty());
@@ -407,10 +407,10 @@ TEST_F(LocalPortPacketTest, DropsAMemoryFileForWhichThereIsNoDescriptor)
 
 TEST_F(LocalPortPacketTest, DropsAPacketOfWhichASecondDescriptorIsLost)
 {
-    MemoryFile const file(8);
+    const MemoryFile file(8);
     ASSERT_TRUE(rogue.send(asPacket(8), {file.number(), file.number()}));
     {
-        NoMoreDescriptors const shortage(1);
+        const NoMoreDescriptors shortage(1);
         EXPECT_THAT(received(*port), IsEmpty());
     }
     EXPECT_THAT(received(*port), IsEmpty());

@@ -10,7 +10,7 @@ TEST(SecureRandomTest, NeverGivesTheSameTwice)
     constexpr std::size_t kTimes = 1000;
     std::set<std::array<unsigned char, 16>> seen;
     for (std::size_t i = 0; i < kTimes; ++i) {
-        auto const bytes = Pt::secureRandom16();
+        const auto bytes = Pt::secureRandom16();
         ASSERT_TRUE(bytes);
         seen.insert(*bytes);
     }
@@ -25,11 +25,11 @@ TEST(SecureRandomTest, FillsEveryBit)
     constexpr int kTolerance = 7 * 32;
     std::array<int, 128> ones{};
     for (int i = 0; i < kTimes; ++i) {
-        auto const bytes = Pt::secureRandom16();
+        const auto bytes = Pt::secureRandom16();
         ASSERT_TRUE(bytes);
         for (std::size_t bit = 0; bit < ones.size(); ++bit)
             ones[bit] += std::bitset<8>((*bytes)[bit / 8])[bit % 8] ? 1 : 0;
     }
-    for (int const count : ones)
+    for (const int count : ones)
         EXPECT_NEAR(count, kTimes / 2, kTolerance);
 }

@@ -11,13 +11,13 @@ using Pt::sha1;
 
 namespace {
 
-std::string hex(std::optional<Pt::Sha1Digest> const& digest)
+std::string hex(const std::optional<Pt::Sha1Digest>& digest)
 {
     constexpr char kDigits[] = "0123456789abcdef";
     if (!digest)
         return "none";
     std::string text;
-    for (unsigned char const byte : *digest) {
+    for (const unsigned char byte : *digest) {
         text += kDigits[byte >> 4U];
         text += kDigits[byte & 15U];
     }
@@ -41,16 +41,16 @@ TEST(Sha1Test, TakesPiecesAsOneText)
 {
     EXPECT_EQ(sha1({"a", "", "bc"}), sha1({"abc"}));
     EXPECT_NE(sha1({"a", "bc"}), sha1({"bc", "a"}));
-    std::string const zeros("a\0b", 3);
+    const std::string zeros("a\0b", 3);
     EXPECT_NE(sha1({zeros}), sha1({"ab"}));
 }
 
 // Short pieces are gathered, long ones are not.
 TEST(Sha1Test, TakesPiecesOfAllLengthsAsOneText)
 {
-    for (std::size_t const size : {1U, 1022U, 1023U, 1024U, 1025U, 5000U}) {
-        std::string const text(size, 'x');
-        std::string const whole = "salt+" + text + "+salt";
+    for (const std::size_t size : {1U, 1022U, 1023U, 1024U, 1025U, 5000U}) {
+        const std::string text(size, 'x');
+        const std::string whole = "salt+" + text + "+salt";
         EXPECT_EQ(sha1({"salt", "+", text, "+", "salt"}), sha1({whole})) << size;
     }
 }

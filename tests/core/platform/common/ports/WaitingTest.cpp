@@ -59,7 +59,7 @@ protected:
     ~WaitingTest() override { EXPECT_EQ(test::openDescriptors(), m_before); }
 
 private:
-    std::ptrdiff_t const m_before = test::openDescriptors();
+    const std::ptrdiff_t m_before = test::openDescriptors();
 };
 
 using WaitableFlagTest = WaitingTest;
@@ -105,7 +105,7 @@ TEST_F(WallTimerTest, IsReadableFromItsPointOn)
 {
     WallTimer timer;
     EXPECT_FALSE(isReadable(timer.descriptor()));
-    long long const point = wallNow() + 1;
+    const long long point = wallNow() + 1;
     timer.set(point);
     EXPECT_FALSE(isReadable(timer.descriptor()) && wallNow() < point);
     EXPECT_TRUE(isReadable(timer.descriptor(), kLong));
@@ -115,7 +115,7 @@ TEST_F(WallTimerTest, IsReadableFromItsPointOn)
 
 TEST_F(WallTimerTest, IsReadableAtOnceForAPointThatHasPassed)
 {
-    for (long long const point : {wallNow(), wallNow() - 100, 1LL, 0LL, -1LL, LLONG_MIN}) {
+    for (const long long point : {wallNow(), wallNow() - 100, 1LL, 0LL, -1LL, LLONG_MIN}) {
         WallTimer timer;
         timer.set(point);
         EXPECT_TRUE(isReadable(timer.descriptor(), kLong)) << point;
@@ -124,7 +124,7 @@ TEST_F(WallTimerTest, IsReadableAtOnceForAPointThatHasPassed)
 
 TEST_F(WallTimerTest, IsNotReadableForAPointFarAhead)
 {
-    for (long long const point : {wallNow() + 3600, LLONG_MAX}) {
+    for (const long long point : {wallNow() + 3600, LLONG_MAX}) {
         WallTimer timer;
         timer.set(point);
         EXPECT_FALSE(isReadable(timer.descriptor(), kShort)) << point;
@@ -203,8 +203,8 @@ TEST_F(DescriptorSetTest, ContainsOtherSets)
 
 TEST_F(DescriptorSetTest, WaitsAsLongAsToldAndNoMore)
 {
-    DescriptorSet const waited;
-    auto const start = steady_clock::now();
+    const DescriptorSet waited;
+    const auto start = steady_clock::now();
     EXPECT_FALSE(waited.wait(kShort));
     EXPECT_GE(steady_clock::now() - start, kShort);
     EXPECT_LT(steady_clock::now() - start, kLong);
@@ -215,8 +215,8 @@ TEST_F(DescriptorSetTest, WaitsForEver)
     WaitableFlag flag;
     DescriptorSet waited;
     waited.add(flag.descriptor());
-    for (milliseconds const limit : {milliseconds(-1), milliseconds::min(), milliseconds::max()}) {
-        auto const busyBefore = busyTime();
+    for (const milliseconds limit : {milliseconds(-1), milliseconds::min(), milliseconds::max()}) {
+        const auto busyBefore = busyTime();
         std::thread raiser([&] {
             std::this_thread::sleep_for(kShort); // most likely the wait has begun by then
             flag.raise();
@@ -247,15 +247,15 @@ TEST_F(DescriptorSetTest, IsNotDisturbedBySignals)
     action.sa_handler = [](int) {};
     ::sigaction(SIGUSR1, &action, &before);
     std::atomic<bool> isOver{false};
-    pthread_t const waiter = ::pthread_self();
+    const pthread_t waiter = ::pthread_self();
     std::thread disturber([&] {
         while (!isOver) {
             ::pthread_kill(waiter, SIGUSR1);
             std::this_thread::sleep_for(milliseconds(1));
         }
     });
-    DescriptorSet const waited;
-    auto const start = steady_clock::now();
+    const DescriptorSet waited;
+    const auto start = steady_clock::now();
     EXPECT_FALSE(waited.wait(kShort));
     EXPECT_GE(steady_clock::now() - start, kShort);
     isOver = true;

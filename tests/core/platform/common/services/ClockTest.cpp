@@ -6,7 +6,7 @@ namespace {
 
 std::int64_t wallNow()
 {
-    auto const now = std::chrono::system_clock::now().time_since_epoch();
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
@@ -14,10 +14,10 @@ std::int64_t wallNow()
 
 TEST(ClockTest, TellsTheWallTime)
 {
-    std::int64_t const before = wallNow();
-    std::int64_t const milliseconds = Pt::systemClock().wallMilliseconds();
-    std::int64_t const seconds = Pt::systemClock().wallSeconds();
-    std::int64_t const after = wallNow();
+    const std::int64_t before = wallNow();
+    const std::int64_t milliseconds = Pt::systemClock().wallMilliseconds();
+    const std::int64_t seconds = Pt::systemClock().wallSeconds();
+    const std::int64_t after = wallNow();
     EXPECT_LE(before, milliseconds);
     EXPECT_LE(milliseconds, after);
     EXPECT_LE(before / 1000, seconds);
@@ -26,8 +26,8 @@ TEST(ClockTest, TellsTheWallTime)
 
 TEST(ClockTest, IsTheStandardLibrarysSteadyClock)
 {
-    auto const before = std::chrono::steady_clock::now();
-    auto const now = Pt::systemClock().steadyNow();
+    const auto before = std::chrono::steady_clock::now();
+    const auto now = Pt::systemClock().steadyNow();
     EXPECT_LE(before, now);
     EXPECT_LE(now, std::chrono::steady_clock::now());
 }
@@ -35,14 +35,14 @@ TEST(ClockTest, IsTheStandardLibrarysSteadyClock)
 TEST(ClockTest, SleepsAtLeastAsLongAsItIsTold)
 {
     constexpr std::chrono::milliseconds kNap(20);
-    auto const before = std::chrono::steady_clock::now();
+    const auto before = std::chrono::steady_clock::now();
     Pt::systemClock().sleepFor(kNap);
     EXPECT_GE(std::chrono::steady_clock::now() - before, kNap);
 }
 
 TEST(ClockTest, DoesNotSleepForTimesThatHavePassed)
 {
-    auto const before = std::chrono::steady_clock::now();
+    const auto before = std::chrono::steady_clock::now();
     Pt::systemClock().sleepFor(std::chrono::hours(-1));
     Pt::systemClock().sleepFor(std::chrono::nanoseconds(0));
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::minutes(1));

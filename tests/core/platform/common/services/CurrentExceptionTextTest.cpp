@@ -13,11 +13,11 @@ namespace {
 
 class Speechless final : public std::exception {
 public:
-    char const* what() const noexcept override { return nullptr; }
+    const char* what() const noexcept override { return nullptr; }
 };
 
 template <typename Thrown>
-std::string textOf(Thrown const& thrown)
+std::string textOf(const Thrown& thrown)
 {
     try {
         throw thrown;

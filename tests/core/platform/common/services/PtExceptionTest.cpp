@@ -16,12 +16,12 @@ using test::wide;
 
 namespace {
 
-Pt::ExReason reason(char16_t const* text)
+Pt::ExReason reason(const char16_t* text)
 {
     return {wide(text).c_str(), Pt::ExWhere::here(), 3};
 }
 
-Pt::WideText textOf(Pt::Exception const& exception, std::size_t index)
+Pt::WideText textOf(const Pt::Exception& exception, std::size_t index)
 {
     return exception.reasons().at(index).text();
 }
@@ -45,8 +45,8 @@ using ExPostTest = QueueTest;
 TEST(PtExceptionTest, KeepsACopyOfTheReasonsText)
 {
     Pt::WideText text = wide(u"card");
-    Pt::ExReason const kept(text.c_str(), {"file.cpp", 12}, 7);
-    Pt::ExReason const copy(kept);
+    const Pt::ExReason kept(text.c_str(), {"file.cpp", 12}, 7);
+    const Pt::ExReason copy(kept);
     text[0] = 'x';
     EXPECT_EQ(wide(u"card"), kept.text());
     EXPECT_EQ(wide(u"card"), copy.text());
@@ -58,16 +58,16 @@ TEST(PtExceptionTest, KeepsACopyOfTheReasonsText)
 
 TEST(PtExceptionTest, KnowsTheCallersPlace)
 {
-    Pt::ExWhere const where = Pt::ExWhere::here();
+    const Pt::ExWhere where = Pt::ExWhere::here();
     EXPECT_EQ(where.line, __LINE__ - 1);
     EXPECT_STREQ(where.file, __FILE__);
 }
 
 TEST(PtExceptionTest, PutsANewReasonBeforeThoseOfItsCause)
 {
-    Pt::Exception const first(reason(u"first"));
-    Pt::Exception const second(reason(u"second"), first);
-    Pt::Exception const third(reason(u"third"), second);
+    const Pt::Exception first(reason(u"first"));
+    const Pt::Exception second(reason(u"second"), first);
+    const Pt::Exception third(reason(u"third"), second);
     ASSERT_EQ(third.reasons().size(), 3u);
     EXPECT_EQ(textOf(third, 0), wide(u"third"));
     EXPECT_EQ(textOf(third, 1), wide(u"second"));
@@ -77,8 +77,8 @@ TEST(PtExceptionTest, PutsANewReasonBeforeThoseOfItsCause)
 
 TEST(PtExceptionTest, ClonesWithTheFrontReasonTwice)
 {
-    Pt::Exception const original(reason(u"new"), Pt::Exception(reason(u"old")));
-    std::unique_ptr<Pt::Exception> const clone(original.clone());
+    const Pt::Exception original(reason(u"new"), Pt::Exception(reason(u"old")));
+    const std::unique_ptr<Pt::Exception> clone(original.clone());
     ASSERT_EQ(clone->reasons().size(), 3u);
     EXPECT_EQ(textOf(*clone, 0), wide(u"new"));
     EXPECT_EQ(textOf(*clone, 1), wide(u"new"));
@@ -98,7 +98,7 @@ TEST(PtExceptionTest, IsCaughtAsAStandardException)
 
 TEST(PtExSystemTest, CarriesTheSystemsTextAndPlace)
 {
-    Pt::ExSystem const failure(ENOENT, {"place.cpp", 5});
+    const Pt::ExSystem failure(ENOENT, {"place.cpp", 5});
     ASSERT_EQ(failure.reasons().size(), 1u);
     EXPECT_EQ(failure.errorCode(), ENOENT);
     EXPECT_EQ(textOf(failure, 0), Pt::toUtf16(std::strerror(ENOENT)));
@@ -109,7 +109,7 @@ TEST(PtExSystemTest, CarriesTheSystemsTextAndPlace)
 
 TEST(PtExSystemTest, StandsBeforeItsCause)
 {
-    Pt::ExSystem const failure(ENOSPC, Pt::ExWhere::here(), Pt::Exception(reason(u"old")));
+    const Pt::ExSystem failure(ENOSPC, Pt::ExWhere::here(), Pt::Exception(reason(u"old")));
     ASSERT_EQ(failure.reasons().size(), 2u);
     EXPECT_EQ(textOf(failure, 0), Pt::toUtf16(std::strerror(ENOSPC)));
     EXPECT_EQ(textOf(failure, 1), wide(u"old"));
@@ -117,10 +117,10 @@ TEST(PtExSystemTest, StandsBeforeItsCause)
 
 TEST(PtExSystemTest, ClonesAsAPlainCopy)
 {
-    Pt::ExSystem const failure(EIO, Pt::ExWhere::here());
-    Pt::Exception const& base = failure;
-    std::unique_ptr<Pt::Exception> const clone(base.clone());
-    auto const* const system = dynamic_cast<Pt::ExSystem*>(clone.get());
+    const Pt::ExSystem failure(EIO, Pt::ExWhere::here());
+    const Pt::Exception& base = failure;
+    const std::unique_ptr<Pt::Exception> clone(base.clone());
+    const auto* const system = dynamic_cast<Pt::ExSystem*>(clone.get());
     ASSERT_NE(system, nullptr);
     EXPECT_EQ(system->errorCode(), EIO);
     EXPECT_EQ(system->reasons().size(), 1u);
@@ -130,7 +130,7 @@ TEST(PtExSystemTest, GivesTheTextOfOtherNumbersToo)
 {
     Pt::ExSystem failure(EIO, Pt::ExWhere::here());
     EXPECT_EQ(Pt::toUtf16(std::strerror(EPIPE)), failure.getErrorString(EPIPE));
-    unsigned short const* const kept = failure.getErrorString(EPIPE);
+    const unsigned short* const kept = failure.getErrorString(EPIPE);
     EXPECT_EQ(failure.getErrorString(EPIPE), kept);
     EXPECT_EQ(Pt::toUtf16(std::strerror(EIO)), failure.getErrorString(EIO));
     EXPECT_EQ(failure.errorCode(), EIO);
@@ -164,7 +164,7 @@ TEST(PtExSystemTest, TranslatesSystemErrors)
         {ENOTSOCK, 33014},
         {EIO, -1},
         {0, -1}};
-    for (auto const& row : rows)
+    for (const auto& row : rows)
         EXPECT_EQ(
             Pt::ExSystem(row.systemError, Pt::ExWhere::here()).genericErrorCode(), row.genericCode)
             << row.systemError;
@@ -201,7 +201,7 @@ TEST_F(ExPostTest, GivesClonesOldestFirst)
 {
     EXPECT_EQ(Pt::Exception::Post(Pt::Exception(reason(u"first"))), 1);
     EXPECT_EQ(Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())), 1);
-    auto const first = polled();
+    const auto first = polled();
     ASSERT_TRUE(first);
     EXPECT_EQ(textOf(*first, 0), wide(u"first"));
     EXPECT_EQ(first->reasons().size(), 2u);
@@ -212,7 +212,7 @@ TEST_F(ExPostTest, GivesClonesOldestFirst)
 TEST_F(ExPostTest, HandsAnExceptionToAnotherThread)
 {
     std::thread([] { Pt::Exception::Post(Pt::Exception(reason(u"from there"))); }).join();
-    auto const received = polled();
+    const auto received = polled();
     ASSERT_TRUE(received);
     EXPECT_EQ(textOf(*received, 0), wide(u"from there"));
 }

@@ -12,24 +12,24 @@ namespace {
 // Each test has copies of its own: a module is known by its file, and loaded once in a process.
 class PtModuleTest : public testing::Test {
 protected:
-    std::string asFile(std::string const& module) const
+    std::string asFile(const std::string& module) const
     {
         fs::copy_file(module, m_folder.path("module.so"));
         return m_folder.path("module.so");
     }
-    std::string asBundle(std::string const& module) const
+    std::string asBundle(const std::string& module) const
     {
         fs::create_directory(m_folder.path("Name.framework"));
         fs::copy_file(module, m_folder.path("Name.framework/Name.so"));
         return m_folder.path("Name.framework");
     }
-    static PtModuleRef load(std::string const& path)
+    static PtModuleRef load(const std::string& path)
     {
         return PtLoadLibrary(test::wide(path).c_str());
     }
-    static bool isLoaded(std::string const& path)
+    static bool isLoaded(const std::string& path)
     {
-        PtModuleRef const module = PtGetModuleHandle(test::wide(path).c_str());
+        const PtModuleRef module = PtGetModuleHandle(test::wide(path).c_str());
         PtReleaseModuleRef(module);
         return module != nullptr;
     }
@@ -46,7 +46,7 @@ protected:
 
 TEST_F(PtModuleTest, FindsAFunctionOfAPlainFile)
 {
-    PtModuleRef const module = load(asFile(TEST_GOOD_MODULE));
+    const PtModuleRef module = load(asFile(TEST_GOOD_MODULE));
     ASSERT_NE(module, nullptr);
     EXPECT_EQ(answer(module), 42);
     EXPECT_TRUE(PtUnloadLibrary(module));
@@ -54,9 +54,9 @@ TEST_F(PtModuleTest, FindsAFunctionOfAPlainFile)
 
 TEST_F(PtModuleTest, FindsAFunctionOfABundle)
 {
-    std::string const path = asBundle(TEST_GOOD_MODULE);
-    for (std::string const& each : {path, path + "/"}) {
-        PtModuleRef const module = load(each);
+    const std::string path = asBundle(TEST_GOOD_MODULE);
+    for (const std::string& each : {path, path + "/"}) {
+        const PtModuleRef module = load(each);
         EXPECT_EQ(answer(module), 42) << each;
         PtUnloadLibrary(module);
     }
@@ -65,9 +65,9 @@ TEST_F(PtModuleTest, FindsAFunctionOfABundle)
 TEST_F(PtModuleTest, LoadsByAPathRelativeToTheWorkingFolder)
 {
     asFile(TEST_GOOD_MODULE);
-    fs::path const before = fs::current_path();
+    const fs::path before = fs::current_path();
     fs::current_path(m_folder.path());
-    PtModuleRef const module = load("module.so");
+    const PtModuleRef module = load("module.so");
     fs::current_path(before);
     EXPECT_EQ(answer(module), 42);
     PtUnloadLibrary(module);
@@ -80,7 +80,7 @@ TEST_F(PtModuleTest, DoesNotSearchTheSystemsLibraryFolders)
 
 TEST_F(PtModuleTest, GivesNothingForAMissingExport)
 {
-    PtModuleRef const module = load(asFile(TEST_BARE_MODULE));
+    const PtModuleRef module = load(asFile(TEST_BARE_MODULE));
     ASSERT_NE(module, nullptr);
     EXPECT_EQ(PtGetProcAddress(module, "answer"), nullptr);
     EXPECT_EQ(PtGetProcAddress(module, "hidden"), nullptr);
@@ -122,8 +122,8 @@ TEST_F(PtModuleTest, RefusesAFolderWithoutTheModule)
 
 TEST_F(PtModuleTest, MakesAReferenceWithoutLoading)
 {
-    std::string const path = asBundle(TEST_GOOD_MODULE);
-    PtModuleRef const module = PtCreateBundle(test::wide(path).c_str());
+    const std::string path = asBundle(TEST_GOOD_MODULE);
+    const PtModuleRef module = PtCreateBundle(test::wide(path).c_str());
     ASSERT_NE(module, nullptr);
     EXPECT_FALSE(isLoaded(path));
     EXPECT_EQ(PtGetProcAddress(module, "answer"), nullptr);
@@ -133,9 +133,9 @@ TEST_F(PtModuleTest, MakesAReferenceWithoutLoading)
 
 TEST_F(PtModuleTest, GivesTheHandleOnlyWhileTheModuleIsLoaded)
 {
-    std::string const path = asBundle(TEST_GOOD_MODULE);
+    const std::string path = asBundle(TEST_GOOD_MODULE);
     EXPECT_FALSE(isLoaded(path));
-    PtModuleRef const module = load(path);
+    const PtModuleRef module = load(path);
     EXPECT_TRUE(isLoaded(path));
     PtUnloadLibrary(module);
     EXPECT_FALSE(isLoaded(path));
@@ -143,9 +143,9 @@ TEST_F(PtModuleTest, GivesTheHandleOnlyWhileTheModuleIsLoaded)
 
 TEST_F(PtModuleTest, KeepsTheModuleLoadedForTheOtherReference)
 {
-    std::string const path = asBundle(TEST_GOOD_MODULE);
-    PtModuleRef const first = load(path);
-    PtModuleRef const second = PtGetModuleHandle(test::wide(path).c_str());
+    const std::string path = asBundle(TEST_GOOD_MODULE);
+    const PtModuleRef first = load(path);
+    const PtModuleRef second = PtGetModuleHandle(test::wide(path).c_str());
     PtUnloadLibrary(first);
     EXPECT_EQ(answer(second), 42);
     PtUnloadLibrary(second);
@@ -154,7 +154,7 @@ TEST_F(PtModuleTest, KeepsTheModuleLoadedForTheOtherReference)
 
 TEST_F(PtModuleTest, LeavesFunctionsCallableWhenTheReferenceIsReleased)
 {
-    PtModuleRef const module = load(asBundle(TEST_GOOD_MODULE));
+    const PtModuleRef module = load(asBundle(TEST_GOOD_MODULE));
     auto* const function = reinterpret_cast<int (*)()>(PtGetProcAddress(module, "answer"));
     ASSERT_NE(function, nullptr);
     PtReleaseModuleRef(module);
@@ -167,7 +167,7 @@ TEST_F(PtModuleTest, TakesNullEverywhere)
     PtReleaseModuleRef(nullptr);
     EXPECT_EQ(PtGetProcAddress(nullptr, "answer"), nullptr);
     EXPECT_EQ(PtGetModuleHandle(nullptr), nullptr);
-    PtModuleRef const module = load(asFile(TEST_GOOD_MODULE));
+    const PtModuleRef module = load(asFile(TEST_GOOD_MODULE));
     EXPECT_EQ(PtGetProcAddress(module, nullptr), nullptr);
     PtUnloadLibrary(module);
 }

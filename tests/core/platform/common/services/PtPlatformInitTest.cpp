@@ -29,8 +29,8 @@ bool isHangUpBlocked()
 
 bool isExceptionQueueThere()
 {
-    bool const wasPosted = Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())) == 1;
-    std::unique_ptr<Pt::Exception> const taken(Pt::Exception::Poll());
+    const bool wasPosted = Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())) == 1;
+    const std::unique_ptr<Pt::Exception> taken(Pt::Exception::Poll());
     return wasPosted && taken;
 }
 
@@ -41,7 +41,7 @@ Pt::Config withFileIo()
     return config;
 }
 
-Pt::Config named(char16_t const* name)
+Pt::Config named(const char16_t* name)
 {
     Pt::Config config;
     ptucscpy(config.applicationName.data(), wide(name).c_str());
@@ -62,15 +62,15 @@ protected:
     }
 
 private:
-    test::OrdinarySignals const m_ordinary;
-    std::ptrdiff_t const m_descriptors = test::openDescriptors();
+    const test::OrdinarySignals m_ordinary;
+    const std::ptrdiff_t m_descriptors = test::openDescriptors();
 };
 
 } // namespace
 
 TEST_F(PtPlatformInitTest, HasTheseDefaults)
 {
-    Pt::Config const config;
+    const Pt::Config config;
     EXPECT_EQ(config.applicationName, Pt::Config::Name{});
     EXPECT_EQ(config.secondName, Pt::Config::Name{});
     EXPECT_EQ(config.fileWorkers, 2);
@@ -124,7 +124,7 @@ TEST_F(PtPlatformInitTest, KeepsTheFirstConfiguration)
     Pt::PlatformInit(first);
     Pt::PlatformInit(named(u"second"));
     first.thirdCount = 9;
-    Pt::Config const kept = Pt::ConfigInfo();
+    const Pt::Config kept = Pt::ConfigInfo();
     EXPECT_EQ(wide(u"first"), kept.applicationName.data());
     EXPECT_TRUE(kept.fourthFlag);
     EXPECT_TRUE(kept.handlesConsoleSignals);

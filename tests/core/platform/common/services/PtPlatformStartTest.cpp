@@ -21,12 +21,12 @@ protected:
             service("2", always),
             service("3", always),
             service("4", always),
-            service("5", [](Pt::Config const& config) { return config.startsFileIo; }),
-            service("6", [](Pt::Config const& config) { return config.startsSocketIo; })})
+            service("5", [](const Pt::Config& config) { return config.startsFileIo; }),
+            service("6", [](const Pt::Config& config) { return config.startsSocketIo; })})
     {
     }
 
-    static bool always(Pt::Config const&) { return true; }
+    static bool always(const Pt::Config&) { return true; }
     static Pt::Config all()
     {
         Pt::Config config;
@@ -44,13 +44,13 @@ protected:
 
 private:
     Pt::PlatformService service(
-        std::string const& name, std::function<bool(Pt::Config const&)> isWanted)
+        const std::string& name, std::function<bool(const Pt::Config&)> isWanted)
     {
         return {std::move(isWanted),
-            [this, name](Pt::Config const&) { happen("+" + name); },
+            [this, name](const Pt::Config&) { happen("+" + name); },
             [this, name] { happen("-" + name); }};
     }
-    void happen(std::string const& what)
+    void happen(const std::string& what)
     {
         m_happened.push_back(what);
         if (what == m_failing)
@@ -58,11 +58,11 @@ private:
     }
 };
 
-std::string thrownBy(std::function<void()> const& action)
+std::string thrownBy(const std::function<void()>& action)
 {
     try {
         action();
-    } catch (std::runtime_error const& failure) {
+    } catch (const std::runtime_error& failure) {
         return failure.what();
     }
     return "nothing";
@@ -139,8 +139,8 @@ TEST_F(PtPlatformStartTest, StopsTheRestWhenAStopThrows)
 TEST_F(PtPlatformStartTest, TellsWhyAStartFailedAndNotWhyAStopDid)
 {
     Pt::PlatformStart platform({
-        {always, [](Pt::Config const&) {}, [] { throw std::runtime_error("stop"); }},
-        {always, [](Pt::Config const&) { throw std::runtime_error("start"); }, [] {}},
+        {always, [](const Pt::Config&) {}, [] { throw std::runtime_error("stop"); }},
+        {always, [](const Pt::Config&) { throw std::runtime_error("start"); }, [] {}},
     });
     EXPECT_EQ(thrownBy([&] { platform.init(Pt::Config()); }), "start");
 }

@@ -50,7 +50,7 @@ TEST(PtSmartPointerTest, DeletesTheObjectWithTheLastPointer)
     int alive = 0;
     {
         Pointer first(new Counted(alive));
-        Pointer const second = first;
+        const Pointer second = first;
         first = 0;
         EXPECT_FALSE(first);
         EXPECT_EQ(alive, 1);
@@ -76,7 +76,7 @@ TEST(PtSmartPointerTest, KeepsTheObjectThatItIsGivenAgain)
     Pointer pointer(new Counted(alive));
     pointer = pointer.get();
     EXPECT_EQ(alive, 1);
-    Pointer const& same = pointer;
+    const Pointer& same = pointer;
     pointer = same;
     EXPECT_EQ(alive, 1);
 }
@@ -115,8 +115,8 @@ TEST(PtSmartPointerTest, PassesOnWhatTheObjectsDestructorThrows)
 
 TEST(PtSmartPointerTest, HoldsNothingAtFirst)
 {
-    Pointer const empty;
-    Pointer const null(static_cast<Counted*>(nullptr));
+    const Pointer empty;
+    const Pointer null(static_cast<Counted*>(nullptr));
     EXPECT_FALSE(empty);
     EXPECT_EQ(empty.get(), nullptr);
     EXPECT_TRUE(empty == null);
@@ -129,9 +129,9 @@ TEST(PtSmartPointerTest, HoldsNothingAtFirst)
 TEST(PtSmartPointerTest, IsEqualToWhatHoldsTheSameObject)
 {
     int alive = 0;
-    Pointer const first(new Counted(alive));
-    Pointer const second = first;
-    Pointer const other(new Counted(alive));
+    const Pointer first(new Counted(alive));
+    const Pointer second = first;
+    const Pointer other(new Counted(alive));
     EXPECT_TRUE(first == second);
     EXPECT_FALSE(first == other);
     EXPECT_EQ(&*first, first.get());
@@ -148,8 +148,8 @@ TEST(PtSmartPointerTest, TakesAndDropsAsItsPolicySays)
     };
     Borrowed object;
     {
-        Pt::SmartPointer<Borrowed, Policy> const first(&object);
-        Pt::SmartPointer<Borrowed, Policy> const second = first;
+        const Pt::SmartPointer<Borrowed, Policy> first(&object);
+        const Pt::SmartPointer<Borrowed, Policy> second = first;
         EXPECT_EQ(object.references, 2);
     }
     EXPECT_EQ(object.references, 0);
@@ -176,12 +176,12 @@ TEST(PtSmartPointerTest, CountsReferencesFromManyThreads)
 {
     int alive = 0;
     {
-        Pointer const shared(new Counted(alive));
+        const Pointer shared(new Counted(alive));
         std::vector<std::thread> threads;
         for (int i = 0; i < 4; ++i) {
             threads.emplace_back([&shared] {
                 for (int round = 0; round < 10000; ++round)
-                    Pointer const copy = shared;
+                    const Pointer copy = shared;
             });
         }
         for (std::thread& each : threads)

@@ -31,7 +31,7 @@ constexpr int kNoDelay = 8;
 constexpr int kDaemon = 3 << 3;
 
 struct Opened {
-    char const* name; // the system keeps the pointer
+    const char* name; // the system keeps the pointer
     int options;
     int facility;
 };
@@ -43,28 +43,28 @@ struct Surroundings {
     bool isHangUpBlocked;
     int workers;
 
-    bool operator==(Surroundings const&) const = default;
+    bool operator==(const Surroundings&) const = default;
 };
 
-std::optional<Opened> g_opened;
-std::string g_replaced; // the name that the log had, as it stands there when another comes
-std::vector<Surroundings> g_surroundings;
-std::vector<std::pair<int, std::string>> g_logged;
+std::optional<Opened> gOpened;
+std::string gReplaced; // the name that the log had, as it stands there when another comes
+std::vector<Surroundings> gSurroundings;
+std::vector<std::pair<int, std::string>> gLogged;
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-void keep(int priority, char const* format, std::va_list arguments)
+void keep(int priority, const char* format, std::va_list arguments)
 {
     char text[2048];
     std::vsnprintf(text, sizeof text, format, arguments);
-    g_logged.emplace_back(priority, text);
+    gLogged.emplace_back(priority, text);
 }
 #pragma GCC diagnostic pop
 
 Surroundings surroundings()
 {
-    bool const wasPosted = Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())) == 1;
-    std::unique_ptr<Pt::Exception> const taken(Pt::Exception::Poll());
+    const bool wasPosted = Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())) == 1;
+    const std::unique_ptr<Pt::Exception> taken(Pt::Exception::Poll());
     sigset_t mask;
     ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     return {wasPosted && taken,
@@ -77,21 +77,21 @@ Surroundings surroundings()
 
 extern "C" {
 
-void openlog(char const* name, int options, int facility)
+void openlog(const char* name, int options, int facility)
 {
-    g_surroundings.push_back(surroundings());
-    if (g_opened)
-        g_replaced = g_opened->name;
-    g_opened = {name, options, facility};
+    gSurroundings.push_back(surroundings());
+    if (gOpened)
+        gReplaced = gOpened->name;
+    gOpened = {name, options, facility};
 }
 
 void closelog()
 {
-    g_surroundings.push_back(surroundings());
-    g_opened.reset();
+    gSurroundings.push_back(surroundings());
+    gOpened.reset();
 }
 
-void syslog(int priority, char const* format, ...)
+void syslog(int priority, const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
@@ -100,7 +100,7 @@ void syslog(int priority, char const* format, ...)
 }
 
 // The same in a build that checks its formats.
-void __syslog_chk(int priority, int, char const* format, ...)
+void __syslog_chk(int priority, int, const char* format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
@@ -140,46 +140,46 @@ TEST_F(PtSysLogSystemTest, OpensTheLogOfDaemonsUnderItsName)
         Pt::SysLogInit(name.c_str(), nullptr);
         std::fill(name.begin(), name.end(), 'x');
     }
-    ASSERT_TRUE(g_opened);
-    EXPECT_STREQ(g_opened->name, "k\u00FCste");
-    EXPECT_EQ(g_opened->options, kPid | kConsole | kNoDelay);
-    EXPECT_EQ(g_opened->facility, kDaemon);
+    ASSERT_TRUE(gOpened);
+    EXPECT_STREQ(gOpened->name, "k\u00FCste");
+    EXPECT_EQ(gOpened->options, kPid | kConsole | kNoDelay);
+    EXPECT_EQ(gOpened->facility, kDaemon);
     Pt::SysLogUninit();
-    EXPECT_FALSE(g_opened);
+    EXPECT_FALSE(gOpened);
 }
 
 // Other threads may write under the old name until the new one is known.
 TEST_F(PtSysLogSystemTest, KeepsTheOldNameUntilTheLogHasTheNewOne)
 {
-    std::string const first(100, 'a');
+    const std::string first(100, 'a');
     Pt::SysLogInit(Pt::toUtf16(first).c_str(), nullptr);
     Pt::SysLogInit(Pt::toUtf16(std::string(100, 'b')).c_str(), nullptr);
-    EXPECT_EQ(g_replaced, first);
-    EXPECT_EQ(g_opened->name, std::string(100, 'b'));
+    EXPECT_EQ(gReplaced, first);
+    EXPECT_EQ(gOpened->name, std::string(100, 'b'));
 }
 
 // The log comes after the signals and before the workers, and goes the other way round.
 TEST_F(PtSysLogSystemTest, StandsInItsPlaceAmongTheServices)
 {
-    test::OrdinarySignals const ordinary;
+    const test::OrdinarySignals ordinary;
     Pt::Config config;
     config.startsFileIo = true;
-    g_surroundings.clear();
+    gSurroundings.clear();
     Pt::PlatformInit(config);
     EXPECT_EQ(Pt::IoFileWorkerCount(), 2);
     Pt::PlatformUninit();
-    Surroundings const expected{true, true, true, 0};
-    EXPECT_THAT(g_surroundings, ElementsAre(expected, expected));
+    const Surroundings expected{true, true, true, 0};
+    EXPECT_THAT(gSurroundings, ElementsAre(expected, expected));
     EXPECT_EQ(surroundings(), (Surroundings{false, false, false, 0}));
 }
 
 TEST_F(PtSysLogSystemTest, LogsWithTheSeveritysPriority)
 {
-    g_logged.clear();
+    gLogged.clear();
     log(1003);
     log(0xE0000FA0, 5, "why");
     log(0x80000BB8);
-    EXPECT_THAT(g_logged,
+    EXPECT_THAT(gLogged,
         ElementsAre(Pair(5, "Ruvena Daemon has Shutdown"),
             Pair(3, StartsWith("Thread 5 has terminated with exception:\n why \n")),
             Pair(4, "Message 0x80000BB8 has no text")));
@@ -187,26 +187,26 @@ TEST_F(PtSysLogSystemTest, LogsWithTheSeveritysPriority)
 
 TEST_F(PtSysLogSystemTest, LogsTextsThatLookLikeFormatsAsTheyAre)
 {
-    g_logged.clear();
+    gLogged.clear();
     log(0xE0000FA2, "100%n%s");
-    EXPECT_THAT(g_logged,
+    EXPECT_THAT(gLogged,
         ElementsAre(Pair(3, StartsWith("Exception in I/O completion notification!\n 100%n%s \n"))));
 }
 
 // As designed: the event looks at a new configuration.
 TEST_F(PtSysLogSystemTest, WritesEventsToStandardErrorWhateverTheLayerWasStartedWith)
 {
-    g_logged.clear();
+    gLogged.clear();
     Pt::Config config;
     config.usesSystemLog = true;
     config.applicationName.fill('n'); // full: without a terminator
     Pt::PlatformInit(config);
-    ASSERT_TRUE(g_opened);
-    EXPECT_EQ(g_opened->name, std::string(Pt::Config::kNameUnits, 'n'));
+    ASSERT_TRUE(gOpened);
+    EXPECT_EQ(gOpened->name, std::string(Pt::Config::kNameUnits, 'n'));
     testing::internal::CaptureStderr();
     Pt::SysLogEvent(1000);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "Ruvenat Daemon has Started.\n");
-    EXPECT_THAT(g_logged, IsEmpty());
+    EXPECT_THAT(gLogged, IsEmpty());
     Pt::PlatformUninit();
-    EXPECT_FALSE(g_opened);
+    EXPECT_FALSE(gOpened);
 }

@@ -7,17 +7,17 @@
 namespace {
 
 // As the build was configured, formats' % doubled.
-std::string const kAddress = TEST_SUPPORT_FORMAT;
+const std::string kAddress = TEST_SUPPORT_FORMAT;
 
 struct Found {
-    char const* text;
+    const char* text;
     int priority;
 };
 
 Found lookUp(std::uint32_t id)
 {
     int priority = -1;
-    char const* const text = Pt::LookupMessage(id, &priority);
+    const char* const text = Pt::LookupMessage(id, &priority);
     return {text, priority};
 }
 
@@ -64,8 +64,8 @@ TEST(PtSysLogTest, KnowsItsMessagesLetterByLetter)
             "please visit our supportWeb site "
                 + kAddress},
     };
-    for (auto const& row : rows) {
-        Found const found = lookUp(row.id);
+    for (const auto& row : rows) {
+        const Found found = lookUp(row.id);
         ASSERT_NE(found.text, nullptr) << row.id;
         EXPECT_EQ(found.text, row.text);
         EXPECT_EQ(found.priority, row.priority) << row.id;
@@ -75,7 +75,7 @@ TEST(PtSysLogTest, KnowsItsMessagesLetterByLetter)
 TEST(PtSysLogTest, FindsTheMessageOfABrokenCompletion)
 {
     int priority = -1;
-    char const* const text = Pt::LookupMessage(0xE0000FA2, &priority);
+    const char* const text = Pt::LookupMessage(0xE0000FA2, &priority);
     ASSERT_NE(text, nullptr);
     EXPECT_TRUE(std::string(text).starts_with("Exception in I/O completion notification!\n %s \n"));
     EXPECT_EQ(priority, 3);
@@ -97,7 +97,7 @@ TEST(PtSysLogTest, HasNoTextForOtherNumbersAndStillAPriority)
         {0xC0000F9F, 3},
         {0xE0000FA4, 3},
         {0xFFFFFFFF, 3}};
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         EXPECT_EQ(lookUp(row.id).text, nullptr) << row.id;
         EXPECT_EQ(lookUp(row.id).priority, row.priority) << row.id;
     }
@@ -112,7 +112,7 @@ TEST(PtSysLogTest, LooksAtSeverityAndLowHalfOnly)
 TEST(PtSysLogTest, WritesToStandardError)
 {
     EXPECT_EQ(written(1000), "Ruvenat Daemon has Started.\n");
-    std::string const thread = written(0xE0000FA0, 17, "a reason");
+    const std::string thread = written(0xE0000FA0, 17, "a reason");
     EXPECT_EQ(thread.find("Thread 17 has terminated with exception:\n a reason \nFor"), 0U);
     EXPECT_EQ(thread.back(), '\n');
     EXPECT_NE(thread[thread.size() - 2], '\n');
@@ -120,8 +120,8 @@ TEST(PtSysLogTest, WritesToStandardError)
 
 TEST(PtSysLogTest, CutsWhatIsTooLong)
 {
-    std::string const endless(100000, 'x');
-    std::string const text = written(0xE0000FA2, endless.c_str());
+    const std::string endless(100000, 'x');
+    const std::string text = written(0xE0000FA2, endless.c_str());
     EXPECT_EQ(text.size(), 1024U); // a terminator less, a line feed more
     EXPECT_EQ(text.find("Exception in I/O completion notification!\n xxx"), 0U);
 }

@@ -16,7 +16,7 @@ protected:
     UserFoldersTest()
     {
         m_environment.set("HOME", m_home.path());
-        for (char const* const each : {"XDG_CONFIG_HOME",
+        for (const char* const each : {"XDG_CONFIG_HOME",
                  "XDG_DATA_HOME",
                  "XDG_DATA_DIRS",
                  "XDG_RUNTIME_DIR",
@@ -25,7 +25,7 @@ protected:
     }
 
     // What picturesFolder() makes of the user's list of folders.
-    std::string picturesFor(std::string const& list)
+    std::string picturesFor(const std::string& list)
     {
         m_home.write(".config/user-dirs.dirs", list);
         return Pt::picturesFolder();
@@ -47,7 +47,7 @@ TEST_F(UserFoldersTest, LiesInTheHomeFolderWhereNothingElseIsSet)
 
 TEST_F(UserFoldersTest, TakesThePicturesFolderOfTheUsersList)
 {
-    std::string const fallback = m_home.path("Pictures");
+    const std::string fallback = m_home.path("Pictures");
     EXPECT_EQ(picturesFor("XDG_PICTURES_DIR=\"$HOME/Bilder\"\n"), m_home.path("Bilder"));
     EXPECT_EQ(picturesFor("# XDG\r\n  XDG_PICTURES_DIR=\"/data/Photos/\"\r\n"), "/data/Photos");
     EXPECT_EQ(picturesFor("XDG_PICTURES_DIR=\"$HOME\""), m_home.path());
@@ -59,8 +59,8 @@ TEST_F(UserFoldersTest, TakesThePicturesFolderOfTheUsersList)
 
 TEST_F(UserFoldersTest, PassesOverPicturesFoldersThatAreNone)
 {
-    std::string const fallback = m_home.path("Pictures");
-    for (char const* const value :
+    const std::string fallback = m_home.path("Pictures");
+    for (const char* const value :
         {"\"Bilder\"", "\"\"", "", "/unquoted", "\"/open", "\"$HOMEx\"", "\"$XDG/x\"", "\"\\"})
         EXPECT_EQ(picturesFor(std::string("XDG_PICTURES_DIR=") + value + "\n"), fallback) << value;
     EXPECT_EQ(picturesFor("XDG_PICTURES_DIR"), fallback);
@@ -90,7 +90,7 @@ TEST_F(UserFoldersTest, PrefersItsOwnVariableForApplicationData)
 
 TEST_F(UserFoldersTest, TakesARelativeFolderForUnset)
 {
-    for (char const* const value : {"", "relative", "./here", "~/x"}) {
+    for (const char* const value : {"", "relative", "./here", "~/x"}) {
         m_environment.set("XDG_DATA_HOME", value);
         m_environment.set("MFX_APPLICATION_DATA", value);
         m_environment.set("XDG_CONFIG_HOME", value);
@@ -102,7 +102,7 @@ TEST_F(UserFoldersTest, TakesARelativeFolderForUnset)
 TEST_F(UserFoldersTest, AsksTheAccountWhereHomeIsNotSet)
 {
     m_environment.unset("HOME");
-    std::string const home = Pt::homeFolder();
+    const std::string home = Pt::homeFolder();
     EXPECT_NE(home, m_home.path());
     EXPECT_TRUE(home.empty() || home.front() == '/');
     EXPECT_EQ(Pt::userConfigFolder().empty(), home.empty());
@@ -124,7 +124,7 @@ TEST_F(UserFoldersTest, GivesTheFirstMachineFolderThatHoldsTheFile)
 TEST_F(UserFoldersTest, DoesNotLookForMachineFilesBelowTheWorkingFolder)
 {
     m_home.write("relative/Velmo/file", "x");
-    fs::path const before = fs::current_path();
+    const fs::path before = fs::current_path();
     fs::current_path(m_home.path());
     m_environment.set("XDG_DATA_DIRS", "relative:./relative");
     EXPECT_EQ(Pt::machineApplicationDataFile("Velmo/file"), std::nullopt);
@@ -149,6 +149,6 @@ TEST_F(UserFoldersTest, TakesTheRuntimeFolderOfTheSession)
 
 TEST_F(UserFoldersTest, FallsBackToTheSystemsRuntimeFolderWhereThatIsThere)
 {
-    std::string const folder = "/run/user/" + std::to_string(::getuid());
+    const std::string folder = "/run/user/" + std::to_string(::getuid());
     EXPECT_EQ(Pt::runtimeFolder(), fs::is_directory(folder) ? std::optional(folder) : std::nullopt);
 }

@@ -12,7 +12,7 @@ protected:
     AppPreferencesTest() { m_environment.set("XDG_CONFIG_HOME", m_config.path()); }
 
     // The value of "Language" in a file of this content.
-    std::optional<std::string> languageIn(std::string const& content)
+    std::optional<std::string> languageIn(const std::string& content)
     {
         m_config.write("velmo/app.ini", content);
         return Pt::appPreference("app", "Language");

@@ -46,7 +46,7 @@ TEST(NameTextTest, WritesEachInvalidByteAsPercentAndDigits)
         {"\xF8\x88\x80\x80\x80", "%F8%88%80%80%80"},
         {"\xC3\xBC\xFF\xC3\xBC", "\xC3\xBC%FF\xC3\xBC"},
     };
-    for (Row const& row : rows) {
+    for (const Row& row : rows) {
         EXPECT_EQ(displayName(row.bytes), row.text);
         EXPECT_FALSE(isUtf8(row.bytes)) << row.text;
     }

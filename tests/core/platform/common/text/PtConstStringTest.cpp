@@ -10,10 +10,10 @@ using test::wide;
 
 TEST(PtConstStringTest, HoldsTheLiteralInSixteenBitUnits)
 {
-    Pt::ConstString const text("Gr\xC3\xB6\xC3\x9F"
+    const Pt::ConstString text("Gr\xC3\xB6\xC3\x9F"
                                "e");
     EXPECT_EQ(wide(u"Gr\u00F6\u00DFe"), text.text());
-    EXPECT_EQ(static_cast<unsigned short const*>(text), text.text());
+    EXPECT_EQ(static_cast<const unsigned short*>(text), text.text());
 }
 
 TEST(PtConstStringTest, IsOnePointer)
@@ -30,7 +30,7 @@ TEST(PtConstStringTest, TakesNullForAnEmptyText)
 TEST(PtConstStringTest, LeavesTheTextWhenTheHolderGoes)
 {
     auto holder = std::make_unique<Pt::ConstString>("stays");
-    unsigned short const* const text = holder->text();
+    const unsigned short* const text = holder->text();
     holder.reset();
     EXPECT_EQ(wide(u"stays"), text);
 }

@@ -43,13 +43,13 @@ constexpr Case kCases[] = {
     {0xFF3A, 0xFF5A},
 };
 
-auto const kEnd = std::begin(gUcsUpperToLowerCase) + kUcsLowerCaseRows;
+const auto kEnd = std::begin(gUcsUpperToLowerCase) + kUcsLowerCaseRows;
 
 } // namespace
 
 TEST(PtUcsLowerCaseTableTest, GivesTheLowerCaseOfEachBlock)
 {
-    for (Case const& each : kCases) {
+    for (const Case& each : kCases) {
         unsigned short out = 0;
         EXPECT_TRUE(ptucslowerCase(each.upper, &out)) << std::hex << each.upper;
         EXPECT_EQ(out, each.lower) << std::hex << each.upper;
@@ -58,7 +58,7 @@ TEST(PtUcsLowerCaseTableTest, GivesTheLowerCaseOfEachBlock)
 
 TEST(PtUcsLowerCaseTableTest, GivesBackWhatHasNoLowerCase)
 {
-    for (int const unit : {0, 0x40, 0x5B, int('a'), 0xD7, 0xDF, 0x10C6, 0xD800, 0xFF3B, 0xFFFF}) {
+    for (const int unit : {0, 0x40, 0x5B, int('a'), 0xD7, 0xDF, 0x10C6, 0xD800, 0xFF3B, 0xFFFF}) {
         unsigned short out = 0x7777;
         EXPECT_FALSE(ptucslowerCase(static_cast<unsigned short>(unit), &out)) << std::hex << unit;
         EXPECT_EQ(out, unit);
@@ -69,7 +69,7 @@ TEST(PtUcsLowerCaseTableTest, IsSortedAndEndsWithARowOfZeros)
 {
     EXPECT_TRUE(std::is_sorted(std::begin(gUcsUpperToLowerCase),
         kEnd,
-        [](PtUcsCaseRow const& a, PtUcsCaseRow const& b) { return a.upper <= b.upper; }));
+        [](const PtUcsCaseRow& a, const PtUcsCaseRow& b) { return a.upper <= b.upper; }));
     EXPECT_EQ(gUcsUpperToLowerCase[0].upper, 'A');
     EXPECT_EQ(std::prev(kEnd)->upper, 0xFF3A);
     EXPECT_EQ(kEnd->upper, 0);
@@ -79,8 +79,8 @@ TEST(PtUcsLowerCaseTableTest, IsSortedAndEndsWithARowOfZeros)
 
 TEST(PtUcsLowerCaseTableTest, AgreesWithTheUnicodeDatabaseOutsideGeorgian)
 {
-    auto const differs = [](PtUcsCaseRow const& row) {
-        bool const isGeorgian = row.upper >= 0x10A0 && row.upper <= 0x10C5;
+    const auto differs = [](const PtUcsCaseRow& row) {
+        const bool isGeorgian = row.upper >= 0x10A0 && row.upper <= 0x10C5;
         return u_tolower(row.upper) != row.lower && !isGeorgian;
     };
     EXPECT_EQ(std::find_if(std::begin(gUcsUpperToLowerCase), kEnd, differs), kEnd);
@@ -99,10 +99,10 @@ TEST(PtUcsLowerCaseTableTest, IsWhatTheScriptMakes)
 {
     if (!std::filesystem::exists("/usr/share/unicode/UnicodeData.txt"))
         GTEST_SKIP() << "the package unicode-data is not installed";
-    test::TestFolder const folder;
-    std::string const source = TEVORO_SOURCE_DIR;
-    std::string const made = folder.path("table");
-    std::string const command = "'" + source + "/scripts/make-lower-case-table' > '" + made + "'";
+    const test::TestFolder folder;
+    const std::string source = TEVORO_SOURCE_DIR;
+    const std::string made = folder.path("table");
+    const std::string command = "'" + source + "/scripts/make-lower-case-table' > '" + made + "'";
     ASSERT_EQ(std::system(command.c_str()), 0);
     EXPECT_EQ(test::read(made),
         test::read(source + "/core/platform/common/text/PtUcsLowerCaseTable.inc"));

@@ -100,14 +100,14 @@ TEST(PtUcsTest, ComparesAtMostThatManyUnits)
 
 TEST(PtUcsTest, EndsABoundedCompareAtTheTerminator)
 {
-    unsigned short const a[] = {'a', 0, 'x'};
-    unsigned short const b[] = {'a', 0, 'y'};
+    const unsigned short a[] = {'a', 0, 'x'};
+    const unsigned short b[] = {'a', 0, 'y'};
     EXPECT_EQ(ptucsncmp(a, b, 3), 0);
 }
 
 TEST(PtUcsTest, FindsTheFirstAndTheLastOfAUnit)
 {
-    Pt::WideText const text = wide(u"a/b/c");
+    const Pt::WideText text = wide(u"a/b/c");
     EXPECT_EQ(ptucschr(text.c_str(), '/'), text.c_str() + 1);
     EXPECT_EQ(ptucsrchr(text.c_str(), '/'), text.c_str() + 3);
     EXPECT_EQ(ptucschr(text.c_str(), 'x'), nullptr);
@@ -122,7 +122,7 @@ TEST(PtUcsTest, DoesNotFindTheTerminator)
 
 TEST(PtUcsTest, FindsATextInAText)
 {
-    Pt::WideText const text = wide(u"aabab");
+    const Pt::WideText text = wide(u"aabab");
     EXPECT_EQ(ptucsstr(text.c_str(), wide(u"ab").c_str()), text.c_str() + 1);
     EXPECT_EQ(ptucsstr(text.c_str(), wide(u"abb").c_str()), nullptr);
     EXPECT_EQ(ptucsstr(text.c_str(), wide(u"aababa").c_str()), nullptr);
@@ -130,8 +130,8 @@ TEST(PtUcsTest, FindsATextInAText)
 
 TEST(PtUcsTest, FindsTheEmptyTextAtTheStart)
 {
-    Pt::WideText const text = wide(u"ab");
-    Pt::WideText const empty;
+    const Pt::WideText text = wide(u"ab");
+    const Pt::WideText empty;
     EXPECT_EQ(ptucsstr(text.c_str(), empty.c_str()), text.c_str());
     EXPECT_EQ(ptucsstr(empty.c_str(), empty.c_str()), empty.c_str());
 }
@@ -156,8 +156,8 @@ TEST(PtUcsTest, ConvertsWithCountsInBytes)
 
 TEST(PtUcsTest, TellsWhetherAFileIsThere)
 {
-    test::TestFolder const folder;
-    std::string const file = folder.write("b\u00E4r", "x");
+    const test::TestFolder folder;
+    const std::string file = folder.write("b\u00E4r", "x");
     EXPECT_EQ(ptucsaccess(wide(file).c_str(), 0), 0);
     EXPECT_EQ(ptucsaccess(wide(folder.path("other")).c_str(), 0), 1);
     EXPECT_EQ(ptucsaccess(nullptr, 0), 1);
@@ -165,8 +165,8 @@ TEST(PtUcsTest, TellsWhetherAFileIsThere)
 
 TEST(PtUcsTest, TellsWhetherAFolderCanBeWrittenTo)
 {
-    test::TestFolder const folder;
-    Pt::WideText const path = wide(folder.path());
+    const test::TestFolder folder;
+    const Pt::WideText path = wide(folder.path());
     EXPECT_EQ(ptucsaccess(path.c_str(), 2), 0);
     std::filesystem::permissions(folder.path(), std::filesystem::perms(0555));
     EXPECT_EQ(test::askedAsOrdinaryUser([&] { return ptucsaccess(path.c_str(), 2); }), 1);
@@ -175,11 +175,11 @@ TEST(PtUcsTest, TellsWhetherAFolderCanBeWrittenTo)
 
 TEST(PtUcsTest, OpensWithTheSystemsFlagsAndClosesOnExec)
 {
-    test::TestFolder const folder;
-    std::string const file = folder.path("new");
+    const test::TestFolder folder;
+    const std::string file = folder.path("new");
     EXPECT_EQ(ptucsopen(wide(file).c_str(), O_RDWR, 0600), -1);
     EXPECT_EQ(errno, ENOENT);
-    int const descriptor = ptucsopen(wide(file).c_str(), O_RDWR | O_CREAT, 0600);
+    const int descriptor = ptucsopen(wide(file).c_str(), O_RDWR | O_CREAT, 0600);
     ASSERT_GE(descriptor, 0);
     EXPECT_EQ(::fcntl(descriptor, F_GETFD), FD_CLOEXEC);
     EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
@@ -188,8 +188,8 @@ TEST(PtUcsTest, OpensWithTheSystemsFlagsAndClosesOnExec)
 
 TEST(PtUcsTest, RemovesAFile)
 {
-    test::TestFolder const folder;
-    std::string const file = folder.write("old", "x");
+    const test::TestFolder folder;
+    const std::string file = folder.write("old", "x");
     EXPECT_EQ(ptucsunlink(wide(file).c_str()), 0);
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_EQ(ptucsunlink(wide(file).c_str()), -1);

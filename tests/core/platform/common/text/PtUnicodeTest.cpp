@@ -16,18 +16,18 @@ using test::wide;
 namespace {
 
 // Converts into a buffer of exactly the measured size, so that a sanitizer sees every excess.
-Pt::WideText decoded(std::string const& bytes)
+Pt::WideText decoded(const std::string& bytes)
 {
-    std::size_t const size = UTF8ToUTF16HostEndian(bytes.data(), bytes.size(), nullptr);
+    const std::size_t size = UTF8ToUTF16HostEndian(bytes.data(), bytes.size(), nullptr);
     std::vector<unsigned short> out(size / 2);
     EXPECT_EQ(UTF8ToUTF16HostEndian(bytes.data(), bytes.size(), out.data()), size);
     EXPECT_EQ(out.back(), 0);
     return {out.begin(), out.end() - 1};
 }
 
-std::string encoded(Pt::WideText const& units)
+std::string encoded(const Pt::WideText& units)
 {
-    std::size_t const size = UTF16HostEndianToUTF8(units.data(), units.size() * 2, nullptr);
+    const std::size_t size = UTF16HostEndianToUTF8(units.data(), units.size() * 2, nullptr);
     std::vector<char> out(size);
     EXPECT_EQ(UTF16HostEndianToUTF8(units.data(), units.size() * 2, out.data()), size);
     EXPECT_EQ(out.back(), 0);
@@ -36,25 +36,25 @@ std::string encoded(Pt::WideText const& units)
 
 // The drop rules told once more, without the shape of the code under test: lead bytes by table,
 // overlong forms found by writing the character anew.
-Pt::WideText decodedByModel(std::string const& bytes)
+Pt::WideText decodedByModel(const std::string& bytes)
 {
     Pt::WideText result;
     for (std::size_t i = 0; i < bytes.size() && bytes[i] != '\0';) {
-        auto const lead = static_cast<unsigned char>(bytes[i]);
-        bool const isStray = (lead >= 0x80 && lead < 0xC0) || lead >= 0xF8;
-        std::size_t const length = isStray || lead < 0x80 ? 1
+        const auto lead = static_cast<unsigned char>(bytes[i]);
+        const bool isStray = (lead >= 0x80 && lead < 0xC0) || lead >= 0xF8;
+        const std::size_t length = isStray || lead < 0x80 ? 1
             : lead < 0xE0                                 ? 2
             : lead < 0xF0                                 ? 3
                                                           : 4;
         std::size_t end = i + 1;
         while (end < bytes.size() && end < i + length && U8_IS_TRAIL(bytes[end]))
             ++end;
-        std::string const sequence = bytes.substr(i, end - i);
+        const std::string sequence = bytes.substr(i, end - i);
         i = end;
         UChar32 c = 0;
         int32_t offset = 0;
-        auto const* const raw = reinterpret_cast<uint8_t const*>(sequence.data());
-        auto const size = static_cast<int32_t>(sequence.size());
+        const auto* const raw = reinterpret_cast<const uint8_t*>(sequence.data());
+        const auto size = static_cast<int32_t>(sequence.size());
         U8_NEXT(raw, offset, size, c);
         if (c < 0 || offset != size)
             continue;
@@ -66,12 +66,12 @@ Pt::WideText decodedByModel(std::string const& bytes)
     return result;
 }
 
-std::string encodedByModel(Pt::WideText const& units)
+std::string encodedByModel(const Pt::WideText& units)
 {
     std::string result;
     for (std::size_t i = 0; i < units.size() && units[i] != 0; ++i) {
         UChar32 c = units[i];
-        bool const isPair = U16_IS_LEAD(c) && i + 1 < units.size() && U16_IS_TRAIL(units[i + 1]);
+        const bool isPair = U16_IS_LEAD(c) && i + 1 < units.size() && U16_IS_TRAIL(units[i + 1]);
         if (isPair)
             c = U16_GET_SUPPLEMENTARY(c, units[++i]);
         else if (U16_IS_SURROGATE(c))
@@ -136,17 +136,17 @@ std::vector<UChar32> randomCharacters(std::mt19937& random)
     std::uniform_int_distribution<std::size_t> length(0, 40);
     std::vector<UChar32> characters;
     for (std::size_t n = length(random); n > 0; --n) {
-        UChar32 const c = any(random) >> any(random) % 21;
+        const UChar32 c = any(random) >> any(random) % 21;
         if (c > 0 && !U_IS_SURROGATE(c))
             characters.push_back(c);
     }
     return characters;
 }
 
-std::string utf8ByIcu(std::vector<UChar32> const& characters)
+std::string utf8ByIcu(const std::vector<UChar32>& characters)
 {
     std::string bytes;
-    for (UChar32 const c : characters) {
+    for (const UChar32 c : characters) {
         uint8_t sequence[4];
         int32_t count = 0;
         U8_APPEND_UNSAFE(sequence, count, c);
@@ -155,26 +155,26 @@ std::string utf8ByIcu(std::vector<UChar32> const& characters)
     return bytes;
 }
 
-Pt::WideText utf16ByIcu(std::string const& bytes)
+Pt::WideText utf16ByIcu(const std::string& bytes)
 {
     std::vector<UChar> out(bytes.size() + 1);
     int32_t length = 0;
     UErrorCode error = U_ZERO_ERROR;
-    auto const size = static_cast<int32_t>(bytes.size());
+    const auto size = static_cast<int32_t>(bytes.size());
     u_strFromUTF8(out.data(), size + 1, &length, bytes.data(), size, &error);
     EXPECT_TRUE(U_SUCCESS(error)) << u_errorName(error);
     return {out.begin(), out.begin() + length};
 }
 
 struct Row {
-    char const* name;
+    const char* name;
     std::string bytes;
     Pt::WideText units;
 };
 
-std::vector<Row> const& decodedRows()
+const std::vector<Row>& decodedRows()
 {
-    static std::vector<Row> const rows = {
+    static const std::vector<Row> rows = {
         {"ASCII", "a~", wide(u"a~")},
         {"two bytes", "\xC2\x80\xDF\xBF", wide(u"\x80\x7FF")},
         {"three bytes", "\xE0\xA0\x80\xEF\xBF\xBF", wide(u"\x800\xFFFF")},
@@ -207,7 +207,7 @@ std::vector<Row> const& decodedRows()
 
 TEST(PtUnicodeTest, DecodesUtf8AndDropsWhatIsNotValid)
 {
-    for (Row const& row : decodedRows())
+    for (const Row& row : decodedRows())
         EXPECT_EQ(decoded(row.bytes), row.units) << row.name;
 }
 
@@ -277,8 +277,8 @@ TEST(PtUnicodeTest, AgreesWithAnotherConverterOnValidText)
 {
     std::mt19937 random(20);
     for (int round = 0; round < 3000; ++round) {
-        std::string const bytes = utf8ByIcu(randomCharacters(random));
-        Pt::WideText const units = utf16ByIcu(bytes);
+        const std::string bytes = utf8ByIcu(randomCharacters(random));
+        const Pt::WideText units = utf16ByIcu(bytes);
         ASSERT_EQ(decoded(bytes), units);
         ASSERT_EQ(encoded(units), bytes);
     }
@@ -288,16 +288,16 @@ TEST(PtUnicodeTest, DropsExactlyTheInvalidPartsOfRandomInput)
 {
     std::mt19937 random(21);
     for (int round = 0; round < 20000; ++round) {
-        std::string const bytes = randomBytes(random);
+        const std::string bytes = randomBytes(random);
         ASSERT_EQ(decoded(bytes), decodedByModel(bytes)) << testing::PrintToString(bytes);
-        Pt::WideText const units = randomUnits(random);
+        const Pt::WideText units = randomUnits(random);
         ASSERT_EQ(encoded(units), encodedByModel(units)) << testing::PrintToString(units);
     }
 }
 
 TEST(PtUnicodeTest, TakesValidTextCutAtEveryLength)
 {
-    std::string const bytes = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80";
+    const std::string bytes = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80";
     for (std::size_t length = 0; length <= bytes.size(); ++length)
         EXPECT_EQ(decoded(bytes.substr(0, length)), decodedByModel(bytes.substr(0, length)));
 }

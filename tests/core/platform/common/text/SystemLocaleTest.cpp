@@ -10,11 +10,11 @@ class SystemLocaleTest : public testing::Test {
 protected:
     SystemLocaleTest()
     {
-        for (char const* const each : {"LC_ALL", "LC_MESSAGES", "LANG"})
+        for (const char* const each : {"LC_ALL", "LC_MESSAGES", "LANG"})
             m_environment.unset(each);
     }
 
-    std::optional<std::string> localeFor(std::string const& lang)
+    std::optional<std::string> localeFor(const std::string& lang)
     {
         m_environment.set("LANG", lang);
         return Pt::systemLocale();
@@ -51,7 +51,7 @@ TEST_F(SystemLocaleTest, CutsCodesetAndModifier)
 
 TEST_F(SystemLocaleTest, HasNoNameForTheSystemsPlainLocale)
 {
-    for (char const* const value : {"C", "POSIX", "C.UTF-8", "C@x", ".UTF-8", "@euro"})
+    for (const char* const value : {"C", "POSIX", "C.UTF-8", "C@x", ".UTF-8", "@euro"})
         EXPECT_EQ(localeFor(value), std::nullopt) << value;
     m_environment.set("LC_ALL", "C");
     EXPECT_EQ(localeFor("de_DE"), std::nullopt);
@@ -59,6 +59,6 @@ TEST_F(SystemLocaleTest, HasNoNameForTheSystemsPlainLocale)
 
 TEST_F(SystemLocaleTest, RefusesWhatCouldLeadOutOfAFolder)
 {
-    for (char const* const value : {"../etc", "/etc", "de/..", "d\xC3\xA9", "de DE", "de\n"})
+    for (const char* const value : {"../etc", "/etc", "de/..", "d\xC3\xA9", "de DE", "de\n"})
         EXPECT_EQ(localeFor(value), std::nullopt) << value;
 }

@@ -8,29 +8,29 @@
 
 namespace {
 
-std::u16string decoded(char const* encoding, std::string_view bytes)
+std::u16string decoded(const char* encoding, std::string_view bytes)
 {
-    Pt::WideText const text = Pt::TextEncoding(encoding).decode(bytes);
+    const Pt::WideText text = Pt::TextEncoding(encoding).decode(bytes);
     return {text.begin(), text.end()};
 }
 
-std::string encoded(char const* encoding,
-    std::u16string const& text,
+std::string encoded(const char* encoding,
+    const std::u16string& text,
     std::size_t limit = Pt::TextEncoding::kNoLimit)
 {
-    Pt::WideText const units(text.begin(), text.end());
+    const Pt::WideText units(text.begin(), text.end());
     return Pt::TextEncoding(encoding).encode(units.data(), units.size(), limit);
 }
 
 struct Legacy {
-    char const* encoding;
-    char const* bytes;
-    char16_t const* text;
+    const char* encoding;
+    const char* bytes;
+    const char16_t* text;
 };
 
 TEST(TextEncodingTest, ConvertsLegacyEncodingsBothWays)
 {
-    for (Legacy const& row : {Legacy{"ISO-8859-1",
+    for (const Legacy& row : {Legacy{"ISO-8859-1",
                                   "Gr\xF6\xDF"
                                   "e",
                                   u"Gr\u00F6\u00DFe"},
@@ -70,8 +70,8 @@ TEST(TextEncodingTest, CutsAtAWholeCharacter)
 
 TEST(TextEncodingTest, ConvertsTextsThatAreLongerThanAStep)
 {
-    std::string const bytes(100001, '\xE9');
-    std::u16string const text = decoded("ISO-8859-1", bytes);
+    const std::string bytes(100001, '\xE9');
+    const std::u16string text = decoded("ISO-8859-1", bytes);
     EXPECT_EQ(text, std::u16string(100001, u'\u00E9'));
     EXPECT_EQ(encoded("ISO-8859-1", text), bytes);
     EXPECT_EQ(encoded("ISO-8859-1", text, 50000), bytes.substr(0, 50000));
@@ -88,7 +88,7 @@ TEST(TextEncodingTest, TakesAnUnknownEncodingAsUtf8)
 TEST(TextEncodingTest, IsNamedByTheFirstVariableThatIsSet)
 {
     test::Environment environment;
-    for (char const* const variable : {"LC_ALL", "LC_CTYPE", "LANG"})
+    for (const char* const variable : {"LC_ALL", "LC_CTYPE", "LANG"})
         environment.unset(variable);
     EXPECT_EQ(Pt::systemTextEncodingName(), "UTF-8");
     environment.set("LANG", "ja_JP.EUC-JP");
@@ -104,7 +104,7 @@ TEST(TextEncodingTest, IsNamedByTheFirstVariableThatIsSet)
 TEST(TextEncodingTest, IsUtf8WhereNoLocaleNamesOne)
 {
     test::Environment environment;
-    for (char const* const locale : {"C", "POSIX", "xx_YY", "xx_YY@euro", "de_DE."}) {
+    for (const char* const locale : {"C", "POSIX", "xx_YY", "xx_YY@euro", "de_DE."}) {
         environment.set("LC_ALL", locale);
         EXPECT_EQ(Pt::systemTextEncodingName(), "UTF-8") << locale;
     }
@@ -116,7 +116,7 @@ TEST(TextEncodingTest, IsWhatTheEnvironmentNamedWhenTheThreadFirstAsked)
     environment.set("LC_ALL", "de_DE.ISO-8859-1");
     std::u16string text;
     std::thread([&] {
-        Pt::WideText const units = Pt::TextEncoding::system().decode("\xE9");
+        const Pt::WideText units = Pt::TextEncoding::system().decode("\xE9");
         text.assign(units.begin(), units.end());
     }).join();
     EXPECT_EQ(text, u"\u00E9");

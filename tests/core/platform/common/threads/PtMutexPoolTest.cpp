@@ -20,7 +20,7 @@ TEST(PtMutexPoolTest, FindsTheRowByTheAddress)
         {0x7F80, 0},
         {0x8000, 1},
         {~std::uintptr_t(0), ((~std::uintptr_t(0)) >> 7U) % 3}};
-    for (auto const& each : rows)
+    for (const auto& each : rows)
         EXPECT_EQ(Pool::rowOf(each.address), each.row) << each.address;
 }
 
@@ -39,7 +39,7 @@ TEST(PtMutexPoolTest, GivesAnObjectTheSameMutexEachTime)
 TEST(PtMutexPoolTest, LocksItsRowsApart)
 {
     Pt::MutexPool<3> pool;
-    Pt::MutexHeld const held(pool.row(0));
+    const Pt::MutexHeld held(pool.row(0));
     for (std::size_t other : {1U, 2U})
-        std::thread([&pool, other] { Pt::MutexHeld const there(pool.row(other)); }).join();
+        std::thread([&pool, other] { const Pt::MutexHeld there(pool.row(other)); }).join();
 }

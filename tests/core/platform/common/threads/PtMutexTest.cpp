@@ -29,7 +29,7 @@ TEST(PtMutexTest, LetsOneThreadInAtATime)
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < 5000; ++round) {
-                Pt::MutexHeld const held(mutex);
+                const Pt::MutexHeld held(mutex);
                 ++counted;
             }
         });
@@ -43,7 +43,7 @@ TEST(PtMutexTest, IsFreeAgainWhenTheBlockIsLeftByAnException)
 {
     Pt::Mutex mutex;
     try {
-        Pt::MutexHeld const held(mutex);
+        const Pt::MutexHeld held(mutex);
         throw 1;
     } catch (int) {
     }
@@ -72,7 +72,7 @@ TEST(PtMutexTest, TellsThatItGoesWhileItIsLocked)
     try {
         delete mutex;
         FAIL() << "went quietly";
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         EXPECT_EQ(failure.errorCode(), EBUSY);
     }
 }

@@ -15,14 +15,14 @@
 
 namespace {
 
-int g_unlinkError = 0; // 0: the call is let through
-int g_closeError = 0;
+int gUnlinkError = 0; // 0: the call is let through
+int gCloseError = 0;
 
 // The call is made all the same: only its result is another.
 template <typename Call, typename Argument>
-int resultOf(char const* name, Call*, Argument argument, int error)
+int resultOf(const char* name, Call*, Argument argument, int error)
 {
-    int const result = reinterpret_cast<Call*>(::dlsym(RTLD_NEXT, name))(argument);
+    const int result = reinterpret_cast<Call*>(::dlsym(RTLD_NEXT, name))(argument);
     if (error == 0)
         return result;
     errno = error;
@@ -35,38 +35,38 @@ struct Ended {
 };
 
 // What an action leaves on standard error, and throws.
-Ended endedBy(std::function<void()> const& action)
+Ended endedBy(const std::function<void()>& action)
 {
     testing::internal::CaptureStderr();
     int error = 0;
     try {
         action();
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         error = failure.errorCode();
     }
     return {error, testing::internal::GetCapturedStderr()};
 }
 
-std::string line(std::string const& label, int error)
+std::string line(const std::string& label, int error)
 {
     return label + ": error " + std::to_string(error) + "\n";
 }
 
 class PtSemaphoreRefusedTest : public testing::Test {
 protected:
-    ~PtSemaphoreRefusedTest() override { g_unlinkError = g_closeError = 0; }
+    ~PtSemaphoreRefusedTest() override { gUnlinkError = gCloseError = 0; }
 };
 
 } // namespace
 
-extern "C" int sem_unlink(char const* name) noexcept
+extern "C" int sem_unlink(const char* name) noexcept
 {
-    return resultOf("sem_unlink", &sem_unlink, name, g_unlinkError);
+    return resultOf("sem_unlink", &sem_unlink, name, gUnlinkError);
 }
 
 extern "C" int sem_close(sem_t* semaphore) noexcept
 {
-    return resultOf("sem_close", &sem_close, semaphore, g_closeError);
+    return resultOf("sem_close", &sem_close, semaphore, gCloseError);
 }
 
 TEST_F(PtSemaphoreRefusedTest, TellsWhichCallFailed)
@@ -82,11 +82,11 @@ TEST_F(PtSemaphoreRefusedTest, TellsWhichCallFailed)
         {0, EINVAL, EINVAL, line("sem_close", EINVAL)},
         {EACCES, EINVAL, EACCES, line("sem_unlink", EACCES) + line("sem_close", EINVAL)},
     };
-    for (auto const& row : rows) {
+    for (const auto& row : rows) {
         auto* const semaphore = new Pt::Semaphore;
-        g_unlinkError = row.unlinkError;
-        g_closeError = row.closeError;
-        Ended const ended = endedBy([&] { delete semaphore; });
+        gUnlinkError = row.unlinkError;
+        gCloseError = row.closeError;
+        const Ended ended = endedBy([&] { delete semaphore; });
         EXPECT_EQ(ended.error, row.thrown);
         EXPECT_EQ(ended.told, row.told);
     }
@@ -97,9 +97,9 @@ TEST_F(PtSemaphoreRefusedTest, IsThrownByTheEndOfTheWorkersThatHadIt)
     for (int round = 0; round < 2; ++round) {
         Pt::IoFileInit(2);
         EXPECT_EQ(Pt::IoFileWorkerCount(), 2);
-        g_unlinkError = EACCES;
-        Ended const ended = endedBy([] { Pt::IoFileUninit(); });
-        g_unlinkError = 0;
+        gUnlinkError = EACCES;
+        const Ended ended = endedBy([] { Pt::IoFileUninit(); });
+        gUnlinkError = 0;
         EXPECT_EQ(ended.error, EACCES);
         EXPECT_EQ(ended.told, line("sem_unlink", EACCES));
         EXPECT_EQ(Pt::IoFileWorkerCount(), 0);

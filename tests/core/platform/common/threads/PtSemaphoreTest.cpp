@@ -21,7 +21,7 @@
 namespace {
 
 // What the system has under the semaphore's name: its count, -1 when there is none.
-int countBehind(std::string const& name)
+int countBehind(const std::string& name)
 {
     sem_t* const found = ::sem_open(name.c_str(), 0);
     if (found == SEM_FAILED)
@@ -32,18 +32,18 @@ int countBehind(std::string const& name)
     return count;
 }
 
-std::atomic<int> g_handled{0};
+std::atomic<int> gHandled{0};
 
 void countHandled(int)
 {
-    ++g_handled;
+    ++gHandled;
 }
 
 } // namespace
 
 TEST(PtSemaphoreTest, StartsAtZeroWhateverItWasGiven)
 {
-    Pt::Semaphore const semaphore(5);
+    const Pt::Semaphore semaphore(5);
     EXPECT_EQ(semaphore.initialCount(), 5);
     EXPECT_EQ(countBehind(semaphore.name()), 0);
 }
@@ -100,7 +100,7 @@ TEST(PtSemaphoreTest, GoesOnWaitingWhenASignalComes)
     struct sigaction action = {};
     struct sigaction before = {};
     action.sa_handler = countHandled; // without SA_RESTART
-    g_handled = 0;
+    gHandled = 0;
     ASSERT_EQ(::sigaction(SIGUSR2, &action, &before), 0);
     Pt::Semaphore semaphore;
     std::atomic<pid_t> number{0};
@@ -110,12 +110,12 @@ TEST(PtSemaphoreTest, GoesOnWaitingWhenASignalComes)
         semaphore.wait();
         isThrough = true;
     });
-    auto const isAsleep = [&] {
+    const auto isAsleep = [&] {
         return number != 0 && test::threadState(::getpid(), number) == 'S';
     };
     EXPECT_TRUE(test::waitUntil(isAsleep));
     ::pthread_kill(waiting.native_handle(), SIGUSR2);
-    EXPECT_TRUE(test::waitUntil([] { return g_handled == 1; }));
+    EXPECT_TRUE(test::waitUntil([] { return gHandled == 1; }));
     EXPECT_TRUE(test::waitUntil([&] { return isThrough || isAsleep(); }));
     EXPECT_FALSE(isThrough);
     semaphore.post();
@@ -139,7 +139,7 @@ TEST(PtSemaphoreTest, TakesItsNameWithIt)
 {
     std::string name;
     {
-        Pt::Semaphore const semaphore;
+        const Pt::Semaphore semaphore;
         name = semaphore.name();
         EXPECT_EQ(countBehind(name), 0);
     }
@@ -154,7 +154,7 @@ TEST(PtSemaphoreTest, TellsThatItsNameIsGone)
     int error = 0;
     try {
         delete semaphore;
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         error = failure.errorCode();
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -165,8 +165,8 @@ TEST(PtSemaphoreTest, TellsThatItsNameIsGone)
 TEST(PtSemaphoreTest, DoesNotAddAFailureToAnExceptionOnItsWayOut)
 {
     testing::internal::CaptureStderr();
-    auto const failTwice = [] {
-        Pt::Semaphore const semaphore;
+    const auto failTwice = [] {
+        const Pt::Semaphore semaphore;
         ::sem_unlink(semaphore.name().c_str());
         throw std::runtime_error("first");
     };

@@ -16,17 +16,17 @@
 
 namespace {
 
-std::atomic<int> g_kept{0}; // the signal that is not handed out until the first thread waits
-std::atomic<bool> g_isInHand{false};
-std::atomic<int> g_effects{0};
-std::atomic<bool> g_cannotWait{false};
-std::atomic<bool> g_runsOutOfMemory{false};
-std::atomic<int> g_killError{0};
-std::atomic<pid_t> g_waiting{0}; // the signal thread
+std::atomic<int> gKept{0}; // the signal that is not handed out until the first thread waits
+std::atomic<bool> gIsInHand{false};
+std::atomic<int> gEffects{0};
+std::atomic<bool> gCannotWait{false};
+std::atomic<bool> gRunsOutOfMemory{false};
+std::atomic<int> gKillError{0};
+std::atomic<pid_t> gWaiting{0}; // the signal thread
 
 void countEffect(int)
 {
-    ++g_effects;
+    ++gEffects;
 }
 
 class Accepting final : public Pt::Signal {
@@ -43,46 +43,46 @@ public:
 
 } // namespace
 
-extern "C" int sigwait(sigset_t const* set, int* number)
+extern "C" int sigwait(const sigset_t* set, int* number)
 {
-    if (g_cannotWait)
+    if (gCannotWait)
         return EINVAL;
-    g_waiting = ::gettid();
+    gWaiting = ::gettid();
     int got = -1;
     while ((got = ::sigwaitinfo(set, nullptr)) == -1 && errno == EINTR) { }
-    if (got == g_kept) {
-        g_isInHand = true;
+    if (got == gKept) {
+        gIsInHand = true;
         test::isAsleepBefore(::getpid(), std::chrono::seconds(60));
     }
     *number = got;
-    if (g_runsOutOfMemory)
+    if (gRunsOutOfMemory)
         test::tAllocationsLeft = 0; // none more in this thread
     return 0;
 }
 
 extern "C" int pthread_kill(pthread_t thread, int number) noexcept
 {
-    if (g_killError != 0)
-        return g_killError;
+    if (gKillError != 0)
+        return gKillError;
     using Call = int(pthread_t, int);
     return reinterpret_cast<Call*>(::dlsym(RTLD_NEXT, "pthread_kill"))(thread, number);
 }
 
 class PtSignalLateTest : public testing::Test {
 private:
-    test::OrdinarySignals const m_ordinary;
+    const test::OrdinarySignals m_ordinary;
 };
 
 // Some systems tell that there is nobody any more.
 TEST_F(PtSignalLateTest, IsStoppedAlthoughTheThreadHasEnded)
 {
     testing::internal::CaptureStderr();
-    g_cannotWait = true;
+    gCannotWait = true;
     Pt::SignalInit();
-    g_killError = ESRCH;
+    gKillError = ESRCH;
     EXPECT_NO_THROW(Pt::SignalUninit());
-    g_killError = 0;
-    g_cannotWait = false;
+    gKillError = 0;
+    gCannotWait = false;
     EXPECT_TRUE(Pt::Thread::IsThreadCountZero());
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
         testing::HasSubstr("has terminated with exception"));
@@ -94,13 +94,13 @@ TEST_F(PtSignalLateTest, IsStoppedAlthoughAResponseWasBrokenOff)
     testing::internal::CaptureStderr();
     Pt::Config config;
     config.handlesConsoleSignals = true;
-    g_waiting = 0;
-    g_runsOutOfMemory = true;
+    gWaiting = 0;
+    gRunsOutOfMemory = true;
     Pt::SignalInitWith(config);
     ::kill(::getpid(), SIGTERM);
-    EXPECT_TRUE(test::waitUntil([] { return g_waiting != 0; }));
-    EXPECT_TRUE(test::waitUntil([] { return test::threadState(::getpid(), g_waiting) == '?'; }));
-    g_runsOutOfMemory = false;
+    EXPECT_TRUE(test::waitUntil([] { return gWaiting != 0; }));
+    EXPECT_TRUE(test::waitUntil([] { return test::threadState(::getpid(), gWaiting) == '?'; }));
+    gRunsOutOfMemory = false;
     Pt::SignalUninit();
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("bad_alloc"));
 }
@@ -116,12 +116,12 @@ TEST_F(PtSignalLateTest, GivesBackWhatItHadInHandAtTheEnd)
     Pt::Config config;
     config.handlesConsoleSignals = true;
     Pt::SignalInitWith(config);
-    g_kept = SIGINT;
+    gKept = SIGINT;
     ::kill(::getpid(), SIGINT);
-    while (!g_isInHand) { } // a sleep would be taken for the wait at the end
+    while (!gIsInHand) { } // a sleep would be taken for the wait at the end
     Pt::SignalUninit();
     EXPECT_EQ(handler.calls, 0);
-    EXPECT_EQ(g_effects, 1);
+    EXPECT_EQ(gEffects, 1);
     Pt::Signal::EstablishHandler(nullptr, nullptr);
     ::sigaction(SIGINT, &before, nullptr);
 }

@@ -18,14 +18,14 @@ constexpr int kEndedByTheSignal = -1;
 class PtSignalProcessTest : public testing::Test {
 protected:
     // A process that takes signals over, once it does.
-    static std::unique_ptr<test::PeerProcess> peer(std::string const& how)
+    static std::unique_ptr<test::PeerProcess> peer(const std::string& how)
     {
         auto started = std::make_unique<test::PeerProcess>(
             std::vector<std::string>{PLATFORM_PEER, "signals", how});
         EXPECT_EQ(started->line(), "ready");
         return started;
     }
-    static void tell(test::PeerProcess& process, std::string const& what)
+    static void tell(test::PeerProcess& process, const std::string& what)
     {
         process.tell(what);
         EXPECT_EQ(process.line(), "done");
@@ -43,13 +43,13 @@ protected:
 
 TEST_F(PtSignalProcessTest, EndsWithStatusZeroWithoutAHandler)
 {
-    for (int const each : {SIGTERM, SIGINT, SIGQUIT, SIGABRT})
+    for (const int each : {SIGTERM, SIGINT, SIGQUIT, SIGABRT})
         EXPECT_EQ(statusAfter(*peer("console"), each), 0) << each;
 }
 
 TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerHasGone)
 {
-    auto const process = peer("console");
+    const auto process = peer("console");
     tell(*process, "accepting");
     tell(*process, "none");
     EXPECT_EQ(statusAfter(*process, SIGTERM), 0);
@@ -57,7 +57,7 @@ TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerHasGone)
 
 TEST_F(PtSignalProcessTest, StaysAliveWhenTheHandlerReturnsTrue)
 {
-    auto const process = peer("console");
+    const auto process = peer("console");
     tell(*process, "accepting");
     for (int round = 0; round < 3; ++round) {
         ::kill(process->id(), SIGTERM);
@@ -71,7 +71,7 @@ TEST_F(PtSignalProcessTest, StaysAliveWhenTheHandlerReturnsTrue)
 
 TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerReturnsFalse)
 {
-    auto const process = peer("console");
+    const auto process = peer("console");
     tell(*process, "refusing");
     ::kill(process->id(), SIGINT);
     EXPECT_EQ(process->rest(), "termination\n");
@@ -80,7 +80,7 @@ TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerReturnsFalse)
 
 TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerThrows)
 {
-    auto const process = peer("console");
+    const auto process = peer("console");
     tell(*process, "throwing");
     ::kill(process->id(), SIGABRT);
     EXPECT_EQ(process->rest(), "abnormal end\n");
@@ -90,15 +90,15 @@ TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheHandlerThrows)
 
 TEST_F(PtSignalProcessTest, LogsAHandlersFailureWithTheNumberOfItsThread)
 {
-    auto const process = peer("console");
+    const auto process = peer("console");
     tell(*process, "throwing");
     ::kill(process->id(), SIGTERM);
     EXPECT_EQ(process->rest(), "termination\n");
-    std::string const errors = process->errors();
-    std::string const end = "a broken handler in thread ";
-    auto const at = errors.find(end);
+    const std::string errors = process->errors();
+    const std::string end = "a broken handler in thread ";
+    const auto at = errors.find(end);
     ASSERT_NE(at, std::string::npos) << errors;
-    int const number = std::stoi(errors.substr(at + end.size()));
+    const int number = std::stoi(errors.substr(at + end.size()));
     EXPECT_GT(number, process->id());
     EXPECT_THAT(errors, HasSubstr("Thread " + std::to_string(number) + " has terminated"));
 }
@@ -113,7 +113,7 @@ TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhenTheLayersEndIsLeftToTheExit)
 // The first thread holds the layer's locks then, and waits for the thread that calls exit.
 TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhileTheLayerIsBeingStopped)
 {
-    auto const process = peer("exit");
+    const auto process = peer("exit");
     process->tell("refusing");
     EXPECT_EQ(process->line(), "done");
     ::kill(process->id(), SIGTERM);
@@ -126,9 +126,9 @@ TEST_F(PtSignalProcessTest, EndsWithStatusZeroWhileTheLayerIsBeingStopped)
 
 TEST_F(PtSignalProcessTest, PassesHangUpsAndWakeUpsOver)
 {
-    for (char const* const how : {"console", "plain", "config"}) {
-        auto const process = peer(how);
-        for (int const each : {SIGHUP, SIGUSR1, SIGPIPE})
+    for (const char* const how : {"console", "plain", "config"}) {
+        const auto process = peer(how);
+        for (const int each : {SIGHUP, SIGUSR1, SIGPIPE})
             ::kill(process->id(), each);
         tell(*process, "ping");
         EXPECT_EQ(process->finish(), 7) << how;
@@ -144,15 +144,15 @@ TEST_F(PtSignalProcessTest, LeavesTheConsolesSignalsAloneUnlessTold)
 // The whole layer reads the flag from a new configuration, where it is false.
 TEST_F(PtSignalProcessTest, LeavesTheConsolesSignalsAloneWhateverTheLayersConfigurationSays)
 {
-    auto const process = peer("config");
+    const auto process = peer("config");
     tell(*process, "accepting");
     EXPECT_EQ(statusAfter(*process, SIGTERM), kEndedByTheSignal);
 }
 
 TEST_F(PtSignalProcessTest, GivesSignalsTheirOwnEffectBack)
 {
-    for (int const each : {SIGTERM, SIGHUP, SIGUSR1, SIGPIPE}) {
-        auto const process = peer("console");
+    for (const int each : {SIGTERM, SIGHUP, SIGUSR1, SIGPIPE}) {
+        const auto process = peer("console");
         tell(*process, "accepting");
         tell(*process, "stop");
         EXPECT_EQ(statusAfter(*process, each), kEndedByTheSignal) << each;
@@ -161,7 +161,7 @@ TEST_F(PtSignalProcessTest, GivesSignalsTheirOwnEffectBack)
 
 TEST_F(PtSignalProcessTest, CanBeStoppedAndGoesOn)
 {
-    auto const process = peer("console");
+    const auto process = peer("console");
     tell(*process, "stop");
     tell(*process, "stop");
     tell(*process, "ping");

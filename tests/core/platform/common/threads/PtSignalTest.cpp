@@ -21,18 +21,17 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-std::vector<int> const kConsoleSet{SIGHUP, SIGINT, SIGQUIT, SIGABRT, SIGUSR1, SIGPIPE, SIGTERM};
+const std::vector<int> kConsoleSet{SIGHUP, SIGINT, SIGQUIT, SIGABRT, SIGUSR1, SIGPIPE, SIGTERM};
 
 // Those of the numbers that the calling thread blocks.
-std::vector<int> blockedOf(std::vector<int> const& numbers)
+std::vector<int> blockedOf(const std::vector<int>& numbers)
 {
     sigset_t mask;
     ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     std::vector<int> blocked;
-    for (int const each : numbers) {
+    for (const int each : numbers)
         if (::sigismember(&mask, each) == 1)
             blocked.push_back(each);
-    }
     return blocked;
 }
 
@@ -43,11 +42,11 @@ Pt::Config console()
     return config;
 }
 
-int failureOf(std::function<void()> const& action)
+int failureOf(const std::function<void()>& action)
 {
     try {
         action();
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         return failure.errorCode();
     }
     return 0;
@@ -100,14 +99,14 @@ protected:
     static void send(int number) { ASSERT_EQ(::kill(::getpid(), number), 0); }
 
 private:
-    test::OrdinarySignals const m_ordinary;
+    const test::OrdinarySignals m_ordinary;
 };
 
-std::atomic<int> g_taken{0};
+std::atomic<int> gTaken{0};
 
 void countTaken(int)
 {
-    ++g_taken;
+    ++gTaken;
 }
 
 // SIGINT's own effect, counted.
@@ -117,12 +116,12 @@ public:
     {
         struct sigaction action = {};
         action.sa_handler = countTaken;
-        g_taken = 0;
+        gTaken = 0;
         ::sigaction(SIGINT, &action, &m_before);
     }
     ~CountingInterrupts() { ::sigaction(SIGINT, &m_before, nullptr); }
-    CountingInterrupts(CountingInterrupts const&) = delete;
-    CountingInterrupts& operator=(CountingInterrupts const&) = delete;
+    CountingInterrupts(const CountingInterrupts&) = delete;
+    CountingInterrupts& operator=(const CountingInterrupts&) = delete;
 
 private:
     struct sigaction m_before = {};
@@ -240,7 +239,7 @@ TEST_F(PtSignalTest, AsksAsTheSignalSays)
     Acting handler;
     Pt::Signal::EstablishHandler(&handler, nullptr);
     Pt::SignalInitWith(console());
-    for (int const each : {SIGTERM, SIGINT, SIGQUIT, SIGABRT}) {
+    for (const int each : {SIGTERM, SIGINT, SIGQUIT, SIGABRT}) {
         send(SIGHUP);
         send(SIGUSR1);
         send(each);
@@ -252,7 +251,7 @@ TEST_F(PtSignalTest, AsksAsTheSignalSays)
 
 TEST_F(PtSignalTest, WaitsForTheHandlerBeforeItStops)
 {
-    pid_t const stopping = ::gettid();
+    const pid_t stopping = ::gettid();
     std::atomic<bool> hasReturned{false};
     Pt::Semaphore isInside;
     Acting handler([&] {
@@ -286,7 +285,7 @@ TEST_F(PtSignalTest, DoesNotWaitForItselfInAHandler)
 
 TEST_F(PtSignalTest, LetsTheOldHandlerGoOnlyWhenNobodyIsInIt)
 {
-    pid_t const replacing = ::gettid();
+    const pid_t replacing = ::gettid();
     std::atomic<bool> hasReturned{false};
     Pt::Semaphore isInside;
     Acting old([&] {
@@ -331,7 +330,7 @@ TEST_F(PtSignalTest, LeavesNoHarmlessSignalBehind)
 TEST_F(PtSignalTest, LosesNoSignalThatArrivesAtTheEnd)
 {
     constexpr int kRounds = 1000;
-    CountingInterrupts const counting;
+    const CountingInterrupts counting;
     Acting handler;
     Pt::Signal::EstablishHandler(&handler, nullptr);
     for (int round = 1; round <= kRounds; ++round) {
@@ -339,7 +338,7 @@ TEST_F(PtSignalTest, LosesNoSignalThatArrivesAtTheEnd)
         std::thread sender([] { send(SIGINT); });
         Pt::SignalUninit();
         sender.join();
-        ASSERT_TRUE(test::waitUntil([&] { return handler.terminations + g_taken == round; }))
+        ASSERT_TRUE(test::waitUntil([&] { return handler.terminations + gTaken == round; }))
             << "in round " << round;
     }
 }

@@ -33,21 +33,21 @@ struct Asked {
     int priority;
 };
 
-std::mutex g_lock;
-std::vector<Asked> g_asked;
-int g_error = 0; // what the system answers
-std::function<void()> g_meanwhile; // done while it is asked
+std::mutex gLock;
+std::vector<Asked> gAsked;
+int gError = 0; // what the system answers
+std::function<void()> gMeanwhile; // done while it is asked
 
 std::vector<Asked> asked()
 {
-    std::lock_guard const locked(g_lock);
-    return std::exchange(g_asked, {});
+    const std::lock_guard locked(gLock);
+    return std::exchange(gAsked, {});
 }
 
 std::vector<int> askedPriorities()
 {
     std::vector<int> numbers;
-    for (Asked const& each : asked())
+    for (const Asked& each : asked())
         numbers.push_back(each.priority);
     return numbers;
 }
@@ -90,8 +90,8 @@ class PtThreadPriorityTest : public testing::Test {
 protected:
     ~PtThreadPriorityTest() override
     {
-        g_error = 0;
-        g_meanwhile = {};
+        gError = 0;
+        gMeanwhile = {};
         asked();
     }
 };
@@ -114,15 +114,15 @@ extern "C" int sched_get_priority_max(int) noexcept
 }
 
 extern "C" int pthread_setschedparam(
-    pthread_t thread, int policy, sched_param const* parameters) noexcept
+    pthread_t thread, int policy, const sched_param* parameters) noexcept
 {
     {
-        std::lock_guard const locked(g_lock);
-        g_asked.push_back({thread, policy, parameters->sched_priority});
+        const std::lock_guard locked(gLock);
+        gAsked.push_back({thread, policy, parameters->sched_priority});
     }
-    if (g_meanwhile)
-        g_meanwhile();
-    return g_error;
+    if (gMeanwhile)
+        gMeanwhile();
+    return gError;
 }
 
 TEST_F(PtThreadPriorityTest, IsAskedForByTheThreadThatBegins)
@@ -131,7 +131,7 @@ TEST_F(PtThreadPriorityTest, IsAskedForByTheThreadThatBegins)
     thread.priority(Priority::kHighest);
     EXPECT_THAT(asked(), IsEmpty());
     thread.beginAndRun();
-    std::vector<Asked> const all = asked();
+    const std::vector<Asked> all = asked();
     ASSERT_EQ(all.size(), 1U);
     EXPECT_EQ(all[0].thread, thread.seen);
     EXPECT_EQ(all[0].policy, SCHED_OTHER);
@@ -155,7 +155,7 @@ TEST_F(PtThreadPriorityTest, IsChangedWhileTheThreadRuns)
     thread.beginAndRun();
     for (int each = 0; each < 4; ++each)
         thread.priority(static_cast<Priority>(each));
-    std::vector<Asked> const all = asked();
+    const std::vector<Asked> all = asked();
     ASSERT_EQ(all.size(), 4U);
     EXPECT_EQ(all[3].thread, thread.seen);
     EXPECT_EQ(all[3].policy, SCHED_OTHER);
@@ -184,11 +184,11 @@ TEST_F(PtThreadPriorityTest, ThrowsWhatTheSystemAnswers)
 {
     Lasting thread;
     thread.beginAndRun();
-    g_error = ESRCH;
+    gError = ESRCH;
     int error = 0;
     try {
         thread.priority(Priority::kLowest);
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         error = failure.errorCode();
     }
     EXPECT_EQ(error, ESRCH);
@@ -220,7 +220,7 @@ TEST_F(PtThreadPriorityTest, HoldsAJoinUpUntilItIsSet)
     thread.beginAndRun();
     std::thread joining;
     std::atomic<bool> isJoined{false};
-    g_meanwhile = [&] {
+    gMeanwhile = [&] {
         thread.end();
         EXPECT_TRUE(
             test::waitUntil([&] { return test::threadState(::getpid(), thread.number) == '?'; }));

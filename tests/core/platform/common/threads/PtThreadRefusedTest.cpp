@@ -37,8 +37,8 @@ public:
         EXPECT_EQ(::pthread_setattr_default_np(&m_before), 0);
         ::pthread_attr_destroy(&m_before);
     }
-    NoThreads(NoThreads const&) = delete;
-    NoThreads& operator=(NoThreads const&) = delete;
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
 
 private:
     pthread_attr_t m_before;
@@ -59,13 +59,13 @@ private:
     Pt::Semaphore& m_semaphore;
 };
 
-int failureOf(std::function<void()> const& action)
+int failureOf(const std::function<void()>& action)
 {
     try {
         action();
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         // The place of the call itself, not of what checks its result.
-        std::string_view const file = failure.reasons().front().file();
+        const std::string_view file = failure.reasons().front().file();
         EXPECT_TRUE(file.ends_with("PtThread.cpp")) << file;
         return failure.errorCode();
     }
@@ -87,7 +87,7 @@ TEST(PtThreadRefusedTest, LeavesTheObjectToItsOwnerWhoMayTryAgain)
     Posting joinable(false, semaphore);
     auto detached = std::make_unique<Posting>(true, semaphore);
     {
-        NoThreads const none;
+        const NoThreads none;
         EXPECT_EQ(failureOf([&] { joinable.begin(); }), EAGAIN);
         EXPECT_EQ(failureOf([&] { detached->begin(); }), EAGAIN);
         EXPECT_EQ(failureOf([&] { joinable.join(); }), EINVAL);
@@ -99,9 +99,9 @@ TEST(PtThreadRefusedTest, LeavesTheObjectToItsOwnerWhoMayTryAgain)
 
 TEST(PtThreadRefusedTest, LeavesTheSignalsAsTheyWere)
 {
-    test::OrdinarySignals const ordinary;
+    const test::OrdinarySignals ordinary;
     {
-        NoThreads const none;
+        const NoThreads none;
         EXPECT_EQ(failureOf([] { Pt::SignalInit(); }), EAGAIN);
         EXPECT_FALSE(isBlocked(SIGHUP));
         EXPECT_FALSE(isBlocked(SIGPIPE));
@@ -114,7 +114,7 @@ TEST(PtThreadRefusedTest, LeavesTheSignalsAsTheyWere)
 TEST(PtThreadRefusedTest, LeavesNoWorkers)
 {
     {
-        NoThreads const none;
+        const NoThreads none;
         EXPECT_EQ(failureOf([] { Pt::IoFileInit(2); }), EAGAIN);
         EXPECT_EQ(Pt::IoFileWorkerCount(), 0);
     }
@@ -127,14 +127,14 @@ TEST(PtThreadRefusedTest, LeavesNoWorkers)
 TEST(PtThreadRefusedTest, LeavesNothingOfTheLayer)
 {
     {
-        NoThreads const none;
+        const NoThreads none;
         EXPECT_EQ(failureOf([] { Pt::PlatformInit(Pt::Config()); }), EAGAIN);
     }
     EXPECT_EQ(Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())), 0);
     EXPECT_FALSE(Pt::Thread::IsThreadPrimary());
     Pt::PlatformInit(Pt::Config());
     {
-        NoThreads const none;
+        const NoThreads none;
         Pt::Config config;
         config.startsFileIo = true;
         EXPECT_EQ(failureOf([&] { Pt::PlatformInit(config); }), EAGAIN);

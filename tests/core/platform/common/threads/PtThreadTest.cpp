@@ -47,7 +47,7 @@ private:
 };
 
 // What a thread that does this writes to the log.
-std::string logOf(std::function<void()> const& what)
+std::string logOf(const std::function<void()>& what)
 {
     testing::internal::CaptureStderr();
     Doing thread(false, what);
@@ -56,11 +56,11 @@ std::string logOf(std::function<void()> const& what)
     return testing::internal::GetCapturedStderr();
 }
 
-int failureOf(std::function<void()> const& action)
+int failureOf(const std::function<void()>& action)
 {
     try {
         action();
-    } catch (Pt::ExSystem const& failure) {
+    } catch (const Pt::ExSystem& failure) {
         EXPECT_THAT(failure.reasons().front().file(), HasSubstr("PtThread.cpp"));
         return failure.errorCode();
     }
@@ -129,13 +129,13 @@ TEST(PtThreadTest, EndsWithALineInTheLogWhenStartThrows)
 
 TEST(PtThreadTest, TellsTheNewestReasonOfALayeredException)
 {
-    auto const layered = [] {
-        Pt::Exception const cause(
+    const auto layered = [] {
+        const Pt::Exception cause(
             Pt::ExReason(test::wide(u"cause").c_str(), Pt::ExWhere::here(), 1));
         throw Pt::Exception(
             Pt::ExReason(test::wide(u"newest \u00E4").c_str(), Pt::ExWhere::here(), 1), cause);
     };
-    std::string const log = logOf(layered);
+    const std::string log = logOf(layered);
     EXPECT_THAT(log, HasSubstr("newest \u00E4"));
     EXPECT_THAT(log, testing::Not(HasSubstr("cause")));
 }
@@ -230,7 +230,7 @@ TEST(PtThreadTest, NumbersPrioritiesBetweenTheEndsOfThePolicy)
         {Priority::kBelowNormal, 5, 6, -2}, // toward zero
         {static_cast<Priority>(7), 1, 99, 49},
     };
-    for (auto const& row : rows)
+    for (const auto& row : rows)
         EXPECT_EQ(Pt::Thread::systemPriority(row.priority, row.minimum, row.maximum), row.expected);
 }
 
@@ -251,7 +251,7 @@ TEST(PtThreadTest, DoesNotJoinItselfWhileItsOwnerWaitsForIt)
     int joinError = 0;
     int beginError = 0;
     std::optional<Doing> thread;
-    pid_t const owner = ::gettid();
+    const pid_t owner = ::gettid();
     std::atomic<bool> isJoining{false};
     thread.emplace(false, [&] {
         EXPECT_TRUE(test::waitUntil(

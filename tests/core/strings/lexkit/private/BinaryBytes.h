@@ -26,13 +26,13 @@ inline std::string bigShort(std::uint32_t number)
 template <typename T>
 std::string host(T number)
 {
-    return {reinterpret_cast<char const*>(&number), sizeof number};
+    return {reinterpret_cast<const char*>(&number), sizeof number};
 }
 
 inline std::string bigUnits(std::u16string_view text)
 {
     std::string bytes;
-    for (char16_t const unit : text)
+    for (const char16_t unit : text)
         bytes += bigShort(unit);
     return bytes;
 }
@@ -40,7 +40,7 @@ inline std::string bigUnits(std::u16string_view text)
 inline std::string hostUnits(std::u16string_view text)
 {
     std::string bytes;
-    for (char16_t const unit : text)
+    for (const char16_t unit : text)
         bytes += host(unit);
     return bytes;
 }
@@ -51,7 +51,7 @@ inline std::string head(int major, int minor, int selector)
     + static_cast<char>(minor) + static_cast<char>(selector);
 }
 
-inline std::uint32_t bucketOf(std::string const& key)
+inline std::uint32_t bucketOf(const std::string& key)
 {
     return lexkit_private::ByteRunKey(key.data(), key.size(), false).Hash(1021);
 }
@@ -67,15 +67,15 @@ struct Bucket {
 };
 
 // Version 1.5. The buckets stand as they are given, sound or not.
-inline std::string version15(std::vector<Bucket> const& buckets, int selector = 0)
+inline std::string version15(const std::vector<Bucket>& buckets, int selector = 0)
 {
     std::string ends;
     std::string lengths;
     std::string numbers;
     std::string payload;
     std::uint32_t count = 0;
-    for (Bucket const& bucket : buckets) {
-        for (Item const& item : bucket.items) {
+    for (const Bucket& bucket : buckets) {
+        for (const Item& item : bucket.items) {
             lengths += big(static_cast<std::uint32_t>(item.key.size()));
             lengths += big(static_cast<std::uint32_t>(item.value.size()));
             payload += item.key + item.value;
@@ -88,7 +88,7 @@ inline std::string version15(std::vector<Bucket> const& buckets, int selector = 
         + numbers + payload;
 }
 
-inline std::string item10(Item const& item)
+inline std::string item10(const Item& item)
 {
     return host(static_cast<std::uint32_t>(item.key.size())) + item.key
         + host(static_cast<std::uint32_t>(item.value.size())) + item.value;
@@ -96,14 +96,14 @@ inline std::string item10(Item const& item)
 
 // Version 1.0, positions counted from `start`.
 inline std::string version10(
-    std::vector<Bucket> const& buckets, int selector = 0, std::uint32_t start = 0)
+    const std::vector<Bucket>& buckets, int selector = 0, std::uint32_t start = 0)
 {
     std::string rows;
     std::string items;
-    for (Bucket const& bucket : buckets) {
+    for (const Bucket& bucket : buckets) {
         rows += host(static_cast<std::uint16_t>(bucket.number));
         rows += host(start + static_cast<std::uint32_t>(items.size()));
-        for (Item const& item : bucket.items)
+        for (const Item& item : bucket.items)
             items += item10(item);
     }
     rows += host(std::uint16_t{0}) + host(start + static_cast<std::uint32_t>(items.size()));

@@ -1,6 +1,6 @@
 #include "lexkit/private/BinaryFormReader.h"
 
-#include "BinaryBytes.h"
+#include "core/strings/lexkit/private/BinaryBytes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,10 +10,10 @@ namespace {
 using namespace lexkit_test;
 using testing::ElementsAre;
 
-using Reading = void (*)(lexkit::Dictionary&, std::string const&);
+using Reading = void (*)(lexkit::Dictionary&, const std::string&);
 
 // A stream that cannot go back.
-void readPipe(lexkit::Dictionary& dictionary, std::string const& file)
+void readPipe(lexkit::Dictionary& dictionary, const std::string& file)
 {
     class Pipe : public std::streambuf {
     public:
@@ -31,7 +31,7 @@ void readPipe(lexkit::Dictionary& dictionary, std::string const& file)
     dictionary.Read(&stream);
 }
 
-void readAtId(lexkit::Dictionary& dictionary, std::string const& file)
+void readAtId(lexkit::Dictionary& dictionary, const std::string& file)
 {
     std::istringstream stream("before" + file);
     stream.seekg(6);
@@ -39,16 +39,16 @@ void readAtId(lexkit::Dictionary& dictionary, std::string const& file)
 }
 
 // A block at an odd address.
-void readOddBlock(lexkit::Dictionary& dictionary, std::string const& file)
+void readOddBlock(lexkit::Dictionary& dictionary, const std::string& file)
 {
-    std::string const shifted = "x" + file;
+    const std::string shifted = "x" + file;
     dictionary.Read(shifted.data() + 1, static_cast<int>(file.size()), true);
 }
 
 class BinaryFormReaderTest : public testing::TestWithParam<Reading> {
 protected:
-    void read(std::string const& file) { GetParam()(m_dictionary, file); }
-    std::u16string value(std::string const& key) { return valueOf(m_dictionary, key); }
+    void read(const std::string& file) { GetParam()(m_dictionary, file); }
+    std::u16string value(const std::string& key) { return valueOf(m_dictionary, key); }
     bool isBlock() const { return GetParam() == readBlock || GetParam() == readOddBlock; }
 
     lexkit::Dictionary m_dictionary;
@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(Ways,
     BinaryFormReaderTest,
     testing::Values(&readBlock, &readOddBlock, &readStream, &readPipe, &readAtId));
 
-Bucket bucketWith(std::string const& key, std::string const& value)
+Bucket bucketWith(const std::string& key, const std::string& value)
 {
     return {bucketOf(key), {{key, value}}};
 }
@@ -81,7 +81,7 @@ TEST_P(BinaryFormReaderTest, ReadsVersion15InUtf8)
 
 TEST_P(BinaryFormReaderTest, ReadsVersion10InHostOrder)
 {
-    for (std::uint32_t const start : {0u, 4000u}) {
+    for (const std::uint32_t start : {0u, 4000u}) {
         lexkit::Dictionary dictionary;
         GetParam()(dictionary,
             version10(
@@ -100,10 +100,10 @@ TEST_P(BinaryFormReaderTest, ReadsVersion10InUtf8)
 
 TEST_P(BinaryFormReaderTest, KeepsTheOrderOfAChain)
 {
-    std::vector<Item> const items{{"a3c1e1g1i1", bigUnits(u"3")},
+    const std::vector<Item> items{{"a3c1e1g1i1", bigUnits(u"3")},
         {"a1c1e1g1i1", bigUnits(u"1")},
         {"a2c1e1g1i1", bigUnits(u"2")}};
-    std::uint32_t const bucket = bucketOf("a1c1e1g1i1");
+    const std::uint32_t bucket = bucketOf("a1c1e1g1i1");
     read(version15({{bucket, items}}));
     EXPECT_THAT(keysOf(m_dictionary), ElementsAre("a3c1e1g1i1", "a1c1e1g1i1", "a2c1e1g1i1"));
     lexkit::Dictionary other;
@@ -113,8 +113,8 @@ TEST_P(BinaryFormReaderTest, KeepsTheOrderOfAChain)
 
 TEST_P(BinaryFormReaderTest, ReadsEachItemOfALongChain)
 {
-    std::vector<Item> const items(20, {"a", ""});
-    std::uint32_t const bucket = bucketOf("a");
+    const std::vector<Item> items(20, {"a", ""});
+    const std::uint32_t bucket = bucketOf("a");
     read(version15({{bucket, items}, bucketWith("b", "")}));
     EXPECT_EQ(m_dictionary.NumKeys(), 21u);
     lexkit::Dictionary other;
@@ -203,7 +203,7 @@ TEST_P(BinaryFormReaderTest, LooksForNoMarkBehindHalfAUnit)
 
 TEST_P(BinaryFormReaderTest, ReadsValuesOfMoreThan64KiB)
 {
-    std::u16string const text(0x18000, u'x');
+    const std::u16string text(0x18000, u'x');
     read(version15({bucketWith("a", bigUnits(text)), bucketWith("b", bigUnits(u"behind it"))}));
     EXPECT_EQ(value("a"), text);
     EXPECT_EQ(value("b"), u"behind it");
@@ -230,7 +230,7 @@ TEST_P(BinaryFormReaderTest, ReplacesWhatIsNoUtf8)
 
 TEST_P(BinaryFormReaderTest, IsEmptyAndValidForVersionsItDoesNotKnow)
 {
-    for (auto const& [major, minor] : {std::pair(2, 0), {1, 3}, {0, 5}, {1, 6}, {255, 255}}) {
+    for (const auto& [major, minor] : {std::pair(2, 0), {1, 3}, {0, 5}, {1, 6}, {255, 255}}) {
         lexkit::Dictionary dictionary;
         GetParam()(dictionary, head(major, minor, 0) + "anything at all");
         EXPECT_TRUE(dictionary.IsValid());
@@ -250,16 +250,16 @@ TEST_P(BinaryFormReaderTest, IsEmptyAndValidForNoBuckets)
 // What was cut off last is what is missing; what was whole is there.
 TEST_P(BinaryFormReaderTest, KeepsWhatCameBeforeTheCutAtEveryLength)
 {
-    std::string const one = bigUnits(u"one");
-    for (std::string const& whole :
+    const std::string one = bigUnits(u"one");
+    for (const std::string& whole :
         {version15({bucketWith("a", one), bucketWith("b", one), bucketWith("c", one)}),
             version10({bucketWith("a", one), bucketWith("b", one), bucketWith("c", one)})}) {
         for (std::size_t length = 24; length < whole.size(); ++length) {
             lexkit::Dictionary dictionary;
             GetParam()(dictionary, whole.substr(0, length));
             EXPECT_FALSE(dictionary.IsValid()) << length;
-            std::size_t const perItem = whole[22] == 5 ? 7 : 15; // bytes of its payload
-            std::size_t const itemsAt = whole.size() - 3 * perItem;
+            const std::size_t perItem = whole[22] == 5 ? 7 : 15; // bytes of its payload
+            const std::size_t itemsAt = whole.size() - 3 * perItem;
             EXPECT_EQ(dictionary.NumKeys(), length < itemsAt ? 0 : (length - itemsAt) / perItem)
                 << length;
         }
@@ -277,9 +277,9 @@ TEST_P(BinaryFormReaderTest, IsInvalidForAHeadAloneInABlock)
 
 TEST_P(BinaryFormReaderTest, FailsAtABucketThatIsNone)
 {
-    std::string const one = bigUnits(u"one");
-    for (std::uint32_t const number : {1021u, 0xFFFFu}) {
-        for (std::string const& file :
+    const std::string one = bigUnits(u"one");
+    for (const std::uint32_t number : {1021u, 0xFFFFu}) {
+        for (const std::string& file :
             {version15({bucketWith("a", one), {number, {{"b", one}}}, bucketWith("c", one)}),
                 version10({bucketWith("a", one), {number, {{"b", one}}}, bucketWith("c", one)})}) {
             lexkit::Dictionary dictionary;
@@ -296,9 +296,9 @@ TEST_P(BinaryFormReaderTest, FailsAtABucketThatIsNone)
 
 TEST_P(BinaryFormReaderTest, LeavesTheOldChainWholeWhenItFails)
 {
-    std::string const one = bigUnits(u"one");
+    const std::string one = bigUnits(u"one");
     readLines(m_dictionary, u"a=old\n");
-    std::string const file = version15({{bucketOf("a"), {{"x", one}, {"y", one}}}});
+    const std::string file = version15({{bucketOf("a"), {{"x", one}, {"y", one}}}});
     read(file.substr(0, file.size() - 1));
     EXPECT_FALSE(m_dictionary.IsValid());
     EXPECT_EQ(value("a"), u"old");
@@ -306,16 +306,16 @@ TEST_P(BinaryFormReaderTest, LeavesTheOldChainWholeWhenItFails)
 }
 
 struct Lie {
-    char const* name;
+    const char* name;
     std::string file;
 };
 
 // Each claims more than the file has; none may cost memory or time for what it claims.
 TEST_P(BinaryFormReaderTest, FailsAtCountsAndLengthsThatLie)
 {
-    std::uint32_t const huge = 0xFFFFFFFF;
-    std::string const zeros(64, '\0');
-    std::vector<Lie> const lies{
+    const std::uint32_t huge = 0xFFFFFFFF;
+    const std::string zeros(64, '\0');
+    const std::vector<Lie> lies{
         {"buckets", head(1, 5, 0) + big(huge) + zeros},
         {"lengths", head(1, 5, 0) + big(1) + big(huge) + zeros},
         {"an odd count of lengths", head(1, 5, 0) + big(1) + big(1) + big(0) + bigShort(0) + zeros},
@@ -334,7 +334,7 @@ TEST_P(BinaryFormReaderTest, FailsAtCountsAndLengthsThatLie)
                 + host(std::uint16_t{0}) + host(huge) + host(std::uint32_t{0}) + host(huge)
                 + zeros},
     };
-    for (Lie const& lie : lies) {
+    for (const Lie& lie : lies) {
         lexkit::Dictionary dictionary;
         GetParam()(dictionary, lie.file);
         EXPECT_FALSE(dictionary.IsValid()) << lie.name;
@@ -344,8 +344,8 @@ TEST_P(BinaryFormReaderTest, FailsAtCountsAndLengthsThatLie)
 
 TEST_P(BinaryFormReaderTest, LooksForNoItemInAKeyThatWasCut)
 {
-    std::string const item = host(std::uint32_t{0}) + host(std::uint32_t{0});
-    std::string const whole = version10({{0, {{item + item, ""}}}});
+    const std::string item = host(std::uint32_t{0}) + host(std::uint32_t{0});
+    const std::string whole = version10({{0, {{item + item, ""}}}});
     read(whole.substr(0, whole.size() - 5)); // the length of the value, and one byte of the key
     EXPECT_FALSE(m_dictionary.IsValid());
     EXPECT_EQ(m_dictionary.NumKeys(), 0u);
@@ -362,11 +362,11 @@ TEST_P(BinaryFormReaderTest, HasNothingInABucketThatEndsBeforeItBegins)
 
 TEST(BinaryFormIdTest, IsTextWhenOneByteOfItDiffers)
 {
-    std::string const sound = version15({bucketWith("a", bigUnits(u"one"))});
+    const std::string sound = version15({bucketWith("a", bigUnits(u"one"))});
     for (std::size_t at = 0; at < 21; ++at) {
         std::string file = sound;
         file[at] = file[at] == 'x' ? 'y' : 'x';
-        for (Reading const way : {&readBlock, &readStream, &readPipe}) {
+        for (const Reading way : {&readBlock, &readStream, &readPipe}) {
             lexkit::Dictionary dictionary;
             way(dictionary, file);
             EXPECT_TRUE(dictionary.IsValid()) << at;

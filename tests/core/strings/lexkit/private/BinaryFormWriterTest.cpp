@@ -1,6 +1,6 @@
 #include "lexkit/private/BinaryFormWriter.h"
 
-#include "BinaryBytes.h"
+#include "core/strings/lexkit/private/BinaryBytes.h"
 #include "lexkit/private/BinaryFormId.h"
 
 #include <gtest/gtest.h>
@@ -14,14 +14,14 @@ struct Written {
     unsigned long count;
 };
 
-Written serialized(lexkit::Dictionary const& dictionary, lexkit::EncodingInfo const* encoding)
+Written serialized(const lexkit::Dictionary& dictionary, const lexkit::EncodingInfo* encoding)
 {
     std::ostringstream stream;
-    unsigned long const count = dictionary.Serialize(stream, true, encoding);
+    const unsigned long count = dictionary.Serialize(stream, true, encoding);
     return {stream.str(), count};
 }
 
-std::string compiled(lexkit::Dictionary const& dictionary, lexkit::EncodingInfo const* encoding)
+std::string compiled(const lexkit::Dictionary& dictionary, const lexkit::EncodingInfo* encoding)
 {
     std::ostringstream stream;
     dictionary.Compile(stream, encoding);
@@ -36,30 +36,30 @@ protected:
         readLines(m_dictionary, u"a1c1e1g1i1=x\na2c1e1g1i1=\u00E9\u6F22\n=0\nb=\n");
     }
 
-    std::uint32_t const m_shared = bucketOf("a1c1e1g1i1");
+    const std::uint32_t m_shared = bucketOf("a1c1e1g1i1");
     lexkit::Dictionary m_dictionary;
 };
 
 TEST_F(BinaryFormWriterTest, SerializesEveryNumberAndUnitInHostOrder)
 {
     ASSERT_LT(bucketOf("b"), m_shared);
-    auto const number = [](std::uint32_t value) { return host(value); };
-    auto const bucket = [](std::uint32_t value) { return host(static_cast<std::uint16_t>(value)); };
-    std::string const expected = head(1, 5, 0) + number(3) //
+    const auto number = [](std::uint32_t value) { return host(value); };
+    const auto bucket = [](std::uint32_t value) { return host(static_cast<std::uint16_t>(value)); };
+    const std::string expected = head(1, 5, 0) + number(3) //
         + number(2) + number(4) + number(8) // ends
         + number(0) + number(2) + number(1) + number(0) + number(10) + number(4) + number(10)
         + number(2) // lengths
         + bucket(0) + bucket(bucketOf("b")) + bucket(m_shared) //
         + hostUnits(u"0") + "b" + "a2c1e1g1i1" + hostUnits(u"\u00E9\u6F22") + "a1c1e1g1i1"
         + hostUnits(u"x");
-    Written const written = serialized(m_dictionary, nullptr);
+    const Written written = serialized(m_dictionary, nullptr);
     EXPECT_EQ(written.bytes, expected);
     EXPECT_EQ(written.count, 24u + 4u + 2 + 1 + 10 + 4 + 10 + 2); // without the tables
 }
 
 TEST_F(BinaryFormWriterTest, WritesValuesInTheEncodingThatIsGiven)
 {
-    Written const written = serialized(m_dictionary, &kUTF8);
+    const Written written = serialized(m_dictionary, &kUTF8);
     EXPECT_EQ(written.bytes.substr(0, 24), head(1, 5, 1));
     EXPECT_TRUE(written.bytes.ends_with("0b"
                                         "a2c1e1g1i1\xC3\xA9\xE6\xBC\xA2"
@@ -69,13 +69,13 @@ TEST_F(BinaryFormWriterTest, WritesValuesInTheEncodingThatIsGiven)
 
 TEST_F(BinaryFormWriterTest, MarksTheFileAsUtf8ForAnyEncoding)
 {
-    lexkit::EncodingInfo const system(lexkit::EncodingInfo::kSystem);
+    const lexkit::EncodingInfo system(lexkit::EncodingInfo::kSystem);
     EXPECT_EQ(serialized(m_dictionary, &system).bytes.substr(0, 24), head(1, 5, 1));
 }
 
 TEST_F(BinaryFormWriterTest, CompilesWhatReadersExpect)
 {
-    std::string const one = bigUnits(u"x");
+    const std::string one = bigUnits(u"x");
     EXPECT_EQ(compiled(m_dictionary, nullptr),
         version15({{0, {{"", bigUnits(u"0")}}},
             {bucketOf("b"), {{"b", ""}}},
@@ -89,7 +89,7 @@ TEST_F(BinaryFormWriterTest, CompilesWhatReadersExpect)
 
 TEST(BinaryFormWriterEmptyTest, WritesAHeadAndACountOfNothing)
 {
-    lexkit::Dictionary const empty;
+    const lexkit::Dictionary empty;
     EXPECT_EQ(serialized(empty, nullptr).bytes, head(1, 5, 0) + host(std::uint32_t{0}));
     EXPECT_EQ(serialized(empty, nullptr).count, 28u);
     EXPECT_EQ(compiled(empty, &kUTF8), version15({}, 1));

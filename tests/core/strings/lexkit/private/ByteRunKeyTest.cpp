@@ -13,20 +13,20 @@ namespace {
 using lexkit_private::ByteRunKey;
 using lexkit_private::HashItem;
 
-ByteRunKey keyOf(std::string const& text)
+ByteRunKey keyOf(const std::string& text)
 {
     return {text.data(), text.size(), true};
 }
 
-std::uint32_t bucketOf(std::string const& text)
+std::uint32_t bucketOf(const std::string& text)
 {
     return keyOf(text).Hash(1021);
 }
 
-bool areAlike(std::string const& left, std::string const& right)
+bool areAlike(const std::string& left, const std::string& right)
 {
-    ByteRunKey const key = keyOf(left);
-    HashItem const& other = keyOf(right);
+    const ByteRunKey key = keyOf(left);
+    const HashItem& other = keyOf(right);
     return key.operator==(other);
 }
 
@@ -63,14 +63,14 @@ TEST(ByteRunKeyTest, ComparesLengthsAndAllBytes)
 TEST(ByteRunKeyTest, CopiesItsBytesOnlyWhenToldSo)
 {
     std::string text = "key";
-    ByteRunKey const copy(text.data(), text.size(), true);
-    ByteRunKey const reference(text.data(), text.size(), false);
-    ByteRunKey const copyOfReference(reference);
+    const ByteRunKey copy(text.data(), text.size(), true);
+    const ByteRunKey reference(text.data(), text.size(), false);
+    const ByteRunKey copyOfReference(reference);
     EXPECT_TRUE(copy.OwnsData());
     EXPECT_FALSE(reference.OwnsData());
-    EXPECT_EQ(static_cast<void const*>(reference.GetData()), text.data());
+    EXPECT_EQ(static_cast<const void*>(reference.GetData()), text.data());
     EXPECT_TRUE(copyOfReference.OwnsData());
-    EXPECT_NE(static_cast<void const*>(copyOfReference.GetData()), text.data());
+    EXPECT_NE(static_cast<const void*>(copyOfReference.GetData()), text.data());
 }
 
 TEST(ByteRunKeyTest, HasNoBytesWhenItIsEmpty)
@@ -120,7 +120,7 @@ TEST(ByteRunKeyTest, SpreadsKeysOverTheIndexAnewForEachSeed)
     std::set<std::uint32_t> used;
     int same = 0;
     for (std::uint32_t number = 0; number < kSlots; ++number) {
-        ByteRunKey const key = keyOf("/Panel/Text" + std::to_string(number));
+        const ByteRunKey key = keyOf("/Panel/Text" + std::to_string(number));
         used.insert(key.IndexHash(1) % kSlots);
         same += key.IndexHash(1) % kSlots == key.IndexHash(2) % kSlots ? 1 : 0;
     }

@@ -45,7 +45,7 @@ TEST(RefCountPtrTest, KeepsItsObjectAsLongAsOneRefersToIt)
 TEST(ByteRunTest, CopiesItsBytes)
 {
     char bytes[] = "abc";
-    ByteRun const run(bytes, 3, false);
+    const ByteRun run(bytes, 3, false);
     bytes[0] = 'x';
     EXPECT_EQ(run.GetLength(), 3u);
     EXPECT_EQ(std::memcmp(run.GetData(), "abc", 3), 0);
@@ -53,9 +53,9 @@ TEST(ByteRunTest, CopiesItsBytes)
 
 TEST(ByteRunTest, IsEqualWhenItSharesAValueOrIsEmpty)
 {
-    ByteRun const first("abc", 3, true);
-    ByteRun const copy(first);
-    ByteRun const alike("abc", 3, true);
+    const ByteRun first("abc", 3, true);
+    const ByteRun copy(first);
+    const ByteRun alike("abc", 3, true);
     EXPECT_TRUE(first == copy);
     EXPECT_FALSE(first == alike);
     EXPECT_TRUE(ByteRun("", 0, true) == ByteRun("x", 0, true));
@@ -63,10 +63,10 @@ TEST(ByteRunTest, IsEqualWhenItSharesAValueOrIsEmpty)
 
 TEST(ByteRunValueTest, IsAlwaysMadeAnew)
 {
-    ByteRun const first("abc", 3, true);
-    RefCountPtr<ByteRunValue> const again(ByteRunValue::FindOrMake("abc", 3, 1));
+    const ByteRun first("abc", 3, true);
+    const RefCountPtr<ByteRunValue> again(ByteRunValue::FindOrMake("abc", 3, 1));
     EXPECT_NE(again.Get(), first.Get());
-    RefCountPtr<ByteRunValue> const empty(ByteRunValue::FindOrMake(nullptr, 0, 0));
+    const RefCountPtr<ByteRunValue> empty(ByteRunValue::FindOrMake(nullptr, 0, 0));
     EXPECT_EQ(empty->GetData(), nullptr);
 }
 
@@ -75,17 +75,17 @@ TEST(ByteRunValueTest, IsValidOnceSomebodyRefersToIt)
     EXPECT_THROW(ByteRunValue::ValidatePointer(nullptr), LXErrException);
     auto* const value = ByteRunValue::FindOrMake("a", 1, 0);
     EXPECT_THROW(ByteRunValue::ValidatePointer(value), LXErrException);
-    RefCountPtr<ByteRunValue> const holder(value);
+    const RefCountPtr<ByteRunValue> holder(value);
     EXPECT_NO_THROW(ByteRunValue::ValidatePointer(value));
 }
 
 TEST(UnicodeRunTest, CountsWholeUnits)
 {
-    unsigned char const bytes[] = {1, 2, 3, 4, 5};
+    const unsigned char bytes[] = {1, 2, 3, 4, 5};
     EXPECT_EQ(UnicodeRun(bytes, 5).GetLength(), 2u);
     EXPECT_EQ(UnicodeRun(bytes, 5).GetByteLength(), 5u);
     EXPECT_TRUE(UnicodeRun(bytes, 1).IsEmpty());
-    unsigned short const units[] = {7, 8};
+    const unsigned short units[] = {7, 8};
     EXPECT_EQ(UnicodeRun(units, 2).GetByteLength(), 4u);
 }
 
@@ -93,7 +93,7 @@ TEST(UnicodeRunTest, SharesOneEmptyRun)
 {
     UnicodeRun first;
     EXPECT_EQ(first.Get(), UnicodeRun::EmptyRunInstance().Get());
-    unsigned short const unit = 7;
+    const unsigned short unit = 7;
     UnicodeRun second(&unit, 1);
     second.Clear();
     EXPECT_EQ(second.Get(), first.Get());

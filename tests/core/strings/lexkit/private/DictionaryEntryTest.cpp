@@ -9,27 +9,27 @@ namespace {
 using namespace lexkit_test;
 using namespace lexkit_private;
 
-std::u16string textOf(UnicodeRun const& run)
+std::u16string textOf(const UnicodeRun& run)
 {
     return lexkit_test::textOf(run.GetUnits(), run.GetLength());
 }
 
 std::u16string converted(std::u16string_view text)
 {
-    Units const source = units(text);
+    const Units source = units(text);
     return textOf(DictionaryEntry::ConvertEscapeSequences(source.data(), source.size()));
 }
 
 std::u16string convertedISO(std::u16string_view text)
 {
-    Units const source = units(text);
+    const Units source = units(text);
     return textOf(
         DictionaryEntry::ConvertEscapeSequencesISO(UnicodeRun(source.data(), source.size())));
 }
 
 struct Escape {
-    char16_t const* text;
-    char16_t const* value;
+    const char16_t* text;
+    const char16_t* value;
 };
 
 class EscapeTest : public testing::TestWithParam<Escape> { };
@@ -105,12 +105,12 @@ TEST(DictionaryEntryTest, LooksEscapesUpToTheEndOfATable)
 
 TEST(DictionaryEntryTest, ConvertsTheUnitsItIsMadeFromAndLeavesARunAsItIs)
 {
-    ByteRunKey const key("k", 1, false);
-    Units const text = units(u"^Q");
+    const ByteRunKey key("k", 1, false);
+    const Units text = units(u"^Q");
     EXPECT_EQ(textOf(DictionaryEntry(key, text.data(), text.size()).GetValue()), u"\"");
-    UnicodeRun const run(text.data(), text.size());
+    const UnicodeRun run(text.data(), text.size());
     EXPECT_EQ(textOf(DictionaryEntry(key, run).GetValue()), u"^Q");
-    auto const entry = DictionaryEntry::Make(key, run);
+    const auto entry = DictionaryEntry::Make(key, run);
     EXPECT_EQ(textOf(entry->GetValue()), u"^Q");
     EXPECT_NE(entry->GetData(), key.GetData());
     EXPECT_EQ(*entry->GetData(), 'k');
@@ -118,9 +118,9 @@ TEST(DictionaryEntryTest, ConvertsTheUnitsItIsMadeFromAndLeavesARunAsItIs)
 
 std::u16string escaped(std::u16string_view text)
 {
-    Units const source = units(text);
+    const Units source = units(text);
     unsigned long length = source.size();
-    auto const result = do_escapes(source.data(), length);
+    const auto result = do_escapes(source.data(), length);
     return result ? lexkit_test::textOf(result.get(), length) : u"(null)";
 }
 

@@ -12,12 +12,12 @@ using namespace lexkit_test;
 using lexkit_private::DictionaryReader;
 using testing::ElementsAre;
 
-unsigned char const* bytesOf(std::string const& text)
+const unsigned char* bytesOf(const std::string& text)
 {
-    return reinterpret_cast<unsigned char const*>(text.data());
+    return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-std::unique_ptr<DictionaryReader> readerOf(std::string const& block)
+std::unique_ptr<DictionaryReader> readerOf(const std::string& block)
 {
     return DictionaryReader::Make(bytesOf(block), bytesOf(block) + block.size());
 }
@@ -25,20 +25,20 @@ std::unique_ptr<DictionaryReader> readerOf(std::string const& block)
 std::vector<std::u16string> linesOf(DictionaryReader& reader)
 {
     std::vector<std::u16string> lines;
-    while (unsigned short const* const line = reader.ReadALine()) {
+    while (const unsigned short* const line = reader.ReadALine()) {
         lines.emplace_back();
-        for (unsigned short const* at = line; *at != 0; ++at)
+        for (const unsigned short* at = line; *at != 0; ++at)
             lines.back() += static_cast<char16_t>(*at);
     }
     return lines;
 }
 
-std::vector<std::u16string> linesOfBlock(std::string const& block)
+std::vector<std::u16string> linesOfBlock(const std::string& block)
 {
     return linesOf(*readerOf(block));
 }
 
-std::vector<std::u16string> linesOfStream(std::string const& file)
+std::vector<std::u16string> linesOfStream(const std::string& file)
 {
     std::istringstream stream(file);
     lexkit_private::DictionaryStream source(stream);
@@ -47,7 +47,7 @@ std::vector<std::u16string> linesOfStream(std::string const& file)
 
 TEST(DictionaryReaderTest, EndsLinesOfUtf16AtFourCharacters)
 {
-    for (bool const isSwapped : {false, true})
+    for (const bool isSwapped : {false, true})
         EXPECT_THAT(linesOfBlock(utf16File(u"a\nb\rc\u2028d\u2029e", isSwapped)),
             ElementsAre(u"a", u"b", u"c", u"d", u"e"));
 }
@@ -69,8 +69,8 @@ TEST(DictionaryReaderTest, GivesAnEmptyLineBetweenCarriageReturnAndLineFeed)
 
 TEST(DictionaryReaderTest, TellsWhatEndedALine)
 {
-    std::string const file = utf16File(u"a\rb\u2029c");
-    auto const reader = readerOf(file);
+    const std::string file = utf16File(u"a\rb\u2029c");
+    const auto reader = readerOf(file);
     reader->ReadALine();
     EXPECT_EQ(reader->GetLineEnd(), u'\r');
     reader->ReadALine();
@@ -114,9 +114,9 @@ TEST(DictionaryReaderTest, HasNoReaderForABlockOfLessThanTwoBytes)
 
 TEST(DictionaryReaderTest, GrowsItsLineByHalfAsOftenAsItTakes)
 {
-    auto const capacityFor = [](std::size_t length) {
-        std::string const file = utf16File(std::u16string(length, u'x'));
-        auto const reader = readerOf(file);
+    const auto capacityFor = [](std::size_t length) {
+        const std::string file = utf16File(std::u16string(length, u'x'));
+        const auto reader = readerOf(file);
         reader->ReadALine();
         return reader->GetLineCapacity();
     };
@@ -127,7 +127,7 @@ TEST(DictionaryReaderTest, GrowsItsLineByHalfAsOftenAsItTakes)
 
 TEST(DictionaryReaderTest, ReadsLinesThatAreLongerThanAPieceOfTheStream)
 {
-    std::u16string const line(100000, u'x');
+    const std::u16string line(100000, u'x');
     EXPECT_THAT(linesOfStream(utf16File(line + u"\nb")), ElementsAre(line, u"b"));
 }
 

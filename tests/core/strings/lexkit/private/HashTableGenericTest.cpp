@@ -14,12 +14,12 @@ namespace {
 using namespace lexkit_private;
 using testing::ElementsAre;
 
-ByteRunKey keyOf(std::string const& text)
+ByteRunKey keyOf(const std::string& text)
 {
     return {text.data(), text.size(), true};
 }
 
-std::unique_ptr<DictionaryEntry> entryOf(std::string const& key, unsigned short value)
+std::unique_ptr<DictionaryEntry> entryOf(const std::string& key, unsigned short value)
 {
     return DictionaryEntry::Make(keyOf(key), UnicodeRun(&value, 1));
 }
@@ -34,17 +34,17 @@ std::string sharingKey(int number)
 
 class HashTableGenericTest : public testing::Test {
 protected:
-    void insert(std::string const& key, unsigned short value)
+    void insert(const std::string& key, unsigned short value)
     {
         m_table.Insert(entryOf(key, value));
     }
     // 0 for none.
-    int find(std::string const& key)
+    int find(const std::string& key)
     {
-        auto const* const found = static_cast<DictionaryEntry*>(m_table.Find(keyOf(key)));
+        const auto* const found = static_cast<DictionaryEntry*>(m_table.Find(keyOf(key)));
         return found ? *found->GetValue().GetUnits() : 0;
     }
-    bool remove(std::string const& key) { return m_table.Remove(keyOf(key)) != nullptr; }
+    bool remove(const std::string& key) { return m_table.Remove(keyOf(key)) != nullptr; }
 
     std::vector<int> valuesInOrder()
     {
@@ -91,7 +91,7 @@ TEST_F(HashTableGenericTest, HidesAnItemBehindALaterOneWithItsKey)
 
 TEST_F(HashTableGenericTest, TakesItemsOutOfTheHeadTheMiddleAndTheEndOfAChain)
 {
-    for (std::string const key : {"a2c1e1g1i1", "a1c1e1g1i1", "a3c1e1g1i1"}) {
+    for (const std::string key : {"a2c1e1g1i1", "a1c1e1g1i1", "a3c1e1g1i1"}) {
         HashTableGeneric table;
         for (unsigned short number = 1; number <= 3; ++number)
             table.Insert(entryOf(sharingKey(number), number));
@@ -99,7 +99,7 @@ TEST_F(HashTableGenericTest, TakesItemsOutOfTheHeadTheMiddleAndTheEndOfAChain)
         EXPECT_EQ(table.Find(keyOf(key)), nullptr);
         EXPECT_EQ(table.NumItems(), 2u);
         for (unsigned short number = 1; number <= 3; ++number) {
-            std::string const other = sharingKey(number);
+            const std::string other = sharingKey(number);
             EXPECT_EQ(table.Find(keyOf(other)) != nullptr, other != key) << other;
         }
     }
@@ -173,8 +173,8 @@ TEST_F(HashTableGenericTest, FindsWhatAMapFinds)
     std::mt19937 random(1);
     std::map<std::string, std::vector<unsigned short>> expected;
     for (int step = 0; step < 20000; ++step) {
-        std::string const key = "key" + std::to_string(random() % 300);
-        auto const value = static_cast<unsigned short>(step % 60000 + 1);
+        const std::string key = "key" + std::to_string(random() % 300);
+        const auto value = static_cast<unsigned short>(step % 60000 + 1);
         if (random() % 3 != 0) {
             insert(key, value);
             expected[key].push_back(value);
@@ -183,7 +183,7 @@ TEST_F(HashTableGenericTest, FindsWhatAMapFinds)
             if (!expected[key].empty())
                 expected[key].pop_back();
         }
-        std::string const other = "key" + std::to_string(random() % 300);
+        const std::string other = "key" + std::to_string(random() % 300);
         ASSERT_EQ(find(other), expected[other].empty() ? 0 : expected[other].back()) << step;
     }
 }

@@ -25,7 +25,7 @@ protected:
         theirs = Pt::Descriptor(ends[1]);
     }
 
-    void send(std::string const& bytes)
+    void send(const std::string& bytes)
     {
         EXPECT_EQ(::send(theirs.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
             static_cast<ssize_t>(bytes.size()));
@@ -81,7 +81,7 @@ TEST_F(PacketReaderTest, GivesTheMemoryOfLongPacketsBack)
         != 0)
         GTEST_SKIP() << "only root can send packets of that length";
     PacketReader wide;
-    std::string const packet(kKept + 1, 'x');
+    const std::string packet(kKept + 1, 'x');
     if (::send(theirs.get(), packet.data(), packet.size(), MSG_DONTWAIT) == -1)
         GTEST_SKIP() << "the system has no room for a packet of that length in one piece";
     send("short");

@@ -10,7 +10,7 @@ using namespace lexkit_test;
 using namespace lexkit_private;
 
 struct Named {
-    char16_t const* text;
+    const char16_t* text;
     unsigned short value;
     unsigned long consumed; // 0: no reference
 };
@@ -19,9 +19,9 @@ class CharEntityReferenceTest : public testing::TestWithParam<Named> { };
 
 TEST_P(CharEntityReferenceTest, IsReadFromTheBeginningOfAText)
 {
-    Named const& row = GetParam();
-    Units const text = units(row.text);
-    CharReference const found = referenceAt(text.data(), text.size());
+    const Named& row = GetParam();
+    const Units text = units(row.text);
+    const CharReference found = referenceAt(text.data(), text.size());
     EXPECT_EQ(found.consumed, row.consumed);
     EXPECT_EQ(found.value, row.value);
 }
@@ -81,22 +81,22 @@ INSTANTIATE_TEST_SUITE_P(Beginnings,
 // A name that begins a text ends the search, so no longer name is tried after it.
 TEST(CharEntityReferenceTableTest, TriesNoLongerNameAfterAShorterOne)
 {
-    for (auto const* const name : {u"sup", u"cr", u"eta"}) {
-        Units const text = units(name);
-        CharEntityReference const* const row =
+    for (const auto* const name : {u"sup", u"cr", u"eta"}) {
+        const Units text = units(name);
+        const CharEntityReference* const row =
             FindCharEntityReferencePair(text.data(), text.size());
         EXPECT_EQ(row != nullptr, std::u16string_view(name) == u"cr");
     }
     // "not" stands before "notin" would: the text is no reference.
-    Units const longer = units(u"#{notin}");
+    const Units longer = units(u"#{notin}");
     EXPECT_EQ(referenceAt(longer.data(), longer.size()).consumed, 0u);
 }
 
 TEST(CharEntityReferenceTableTest, HasEveryNameOnceInSearchOrder)
 {
     // Each name with the length that is stored for it finds its own row.
-    Units const first = units(u"endl");
-    CharEntityReference const* const table =
+    const Units first = units(u"endl");
+    const CharEntityReference* const table =
         FindCharEntityReferencePair(first.data(), first.size());
     for (std::size_t row = 0; row < 132; ++row) {
         Units name(table[row].name, table[row].name + table[row].length);

@@ -12,17 +12,16 @@ template <typename Predicate>
 std::set<int> unitsThat(Predicate holds)
 {
     std::set<int> units;
-    for (int unit = 0; unit <= 0xFFFF; ++unit) {
+    for (int unit = 0; unit <= 0xFFFF; ++unit)
         if (holds(static_cast<unsigned short>(unit)))
             units.insert(unit);
-    }
     return units;
 }
 
 TEST(UnicodeCharTest, KnowsTheDigitsOfAllItsScripts)
 {
     std::set<int> expected{0xB2, 0xB3, 0xB9};
-    for (int const zero : {0x0030,
+    for (const int zero : {0x0030,
              0x0660,
              0x06F0,
              0x0966,
@@ -39,11 +38,10 @@ TEST(UnicodeCharTest, KnowsTheDigitsOfAllItsScripts)
              0x0F20,
              0x2070,
              0x2080,
-             0xFF10}) {
+             0xFF10})
         for (int digit = 0; digit < 10; ++digit)
             expected.insert(zero + digit);
-    }
-    for (int const none : {0x0BE6, 0x2071, 0x2072, 0x2073})
+    for (const int none : {0x0BE6, 0x2071, 0x2072, 0x2073})
         expected.erase(none);
     EXPECT_EQ(unitsThat([](unsigned short unit) {
         return UnicodeChar::GetDecimalDigit(unit) != UnicodeChar::kNoDigit;

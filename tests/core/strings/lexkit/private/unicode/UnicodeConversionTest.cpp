@@ -10,14 +10,14 @@ using namespace lexkit_test;
 using lexkit_private::UnicodeConversion;
 
 constexpr lexkit::EncodingInfo kSystem(lexkit::EncodingInfo::kSystem);
-unsigned char const kBytes[] = {'a', 0xC3, 0xA9}; // "aé"
+const unsigned char kBytes[] = {'a', 0xC3, 0xA9}; // "aé"
 
 TEST(UnicodeConversionTest, MeasuresUtf8)
 {
     unsigned long size = 0;
     EXPECT_EQ(UnicodeConversion::ToUnicodeSize(kBytes, 3, &size, &kUTF8), 0);
     EXPECT_EQ(size, 2u);
-    Units const text = units(u"a\u00E9");
+    const Units text = units(u"a\u00E9");
     EXPECT_EQ(UnicodeConversion::FromUnicodeSize(text.data(), 2, &size, &kUTF8), 0);
     EXPECT_EQ(size, 4u); // with a terminator
 }
@@ -34,8 +34,8 @@ TEST(UnicodeConversionTest, RefusesUtf8ThatDoesNotFit)
 
 TEST(UnicodeConversionTest, FillsABufferThatIsTooSmallForTheSystemsEncoding)
 {
-    unsigned char const bytes[] = {'a', 'b'};
-    for (lexkit::EncodingInfo const* const encoding :
+    const unsigned char bytes[] = {'a', 'b'};
+    for (const lexkit::EncodingInfo* const encoding :
         {&kSystem, static_cast<decltype(&kSystem)>(nullptr)}) {
         unsigned short out[2] = {9, 9};
         EXPECT_EQ(UnicodeConversion::ConvertToUnicode(bytes, 2, out, 1, encoding),
@@ -47,8 +47,8 @@ TEST(UnicodeConversionTest, FillsABufferThatIsTooSmallForTheSystemsEncoding)
 
 TEST(UnicodeConversionTest, TellsWhatItWroteIntoABufferThatIsTooSmall)
 {
-    Units const text = units(u"a\u00E9");
-    for (lexkit::EncodingInfo const* const encoding : {&kUTF8, &kSystem}) {
+    const Units text = units(u"a\u00E9");
+    for (const lexkit::EncodingInfo* const encoding : {&kUTF8, &kSystem}) {
         unsigned char out[3] = {};
         unsigned long written = 9;
         EXPECT_EQ(UnicodeConversion::ConvertFromUnicode(text.data(), 2, out, 1, &written, encoding),

@@ -23,23 +23,23 @@ protected:
 };
 
 std::int32_t refuseSize(
-    unsigned char const*, unsigned long, unsigned long*, lexkit::EncodingInfo const*)
+    const unsigned char*, unsigned long, unsigned long*, const lexkit::EncodingInfo*)
 {
     return kRefused;
 }
 
 std::int32_t twoUnits(
-    unsigned char const*, unsigned long, unsigned long* size, lexkit::EncodingInfo const*)
+    const unsigned char*, unsigned long, unsigned long* size, const lexkit::EncodingInfo*)
 {
     *size = 2;
     return 0;
 }
 
-std::int32_t writeSelector(unsigned char const*,
+std::int32_t writeSelector(const unsigned char*,
     unsigned long,
     unsigned short* units,
     unsigned long capacity,
-    lexkit::EncodingInfo const* encoding)
+    const lexkit::EncodingInfo* encoding)
 {
     EXPECT_EQ(capacity, 2u);
     units[0] = encoding ? static_cast<unsigned short>(u'0' + encoding->GetSelector()) : u'-';
@@ -47,12 +47,12 @@ std::int32_t writeSelector(unsigned char const*,
     return 0;
 }
 
-std::int32_t refuseFromUnicode(unsigned short const*,
+std::int32_t refuseFromUnicode(const unsigned short*,
     unsigned long,
     unsigned char*,
     unsigned long,
     unsigned long* written,
-    lexkit::EncodingInfo const*)
+    const lexkit::EncodingInfo*)
 {
     *written = 0;
     return kRefused;
@@ -63,11 +63,11 @@ TEST_F(UnicodeUtilTest, GoesThroughTheProceduresThatWereSet)
     EXPECT_TRUE(UnicodeUtil::UsingDefaultConverters());
     UnicodeUtil::SetConversionProcs(twoUnits, writeSelector, nullptr, nullptr);
     EXPECT_FALSE(UnicodeUtil::UsingDefaultConverters());
-    unsigned char const bytes[] = {'a'};
+    const unsigned char bytes[] = {'a'};
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 1, nullptr)), u"-!");
     UnicodeUtil::SetDefaultEncoding(&kUTF8);
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 1, nullptr)), u"1!");
-    lexkit::EncodingInfo const system(lexkit::EncodingInfo::kSystem);
+    const lexkit::EncodingInfo system(lexkit::EncodingInfo::kSystem);
     EXPECT_EQ(textOf(lexkit::ZString(bytes, 1, &system)), u"0!");
     UnicodeUtil::SetConversionProcs(nullptr, nullptr, nullptr, nullptr);
     EXPECT_TRUE(UnicodeUtil::UsingDefaultConverters());
@@ -77,11 +77,11 @@ TEST_F(UnicodeUtilTest, GoesThroughTheProceduresThatWereSet)
 TEST_F(UnicodeUtilTest, ThrowsTheStatusOfAProcedure)
 {
     UnicodeUtil::SetConversionProcs(refuseSize, nullptr, nullptr, refuseFromUnicode);
-    unsigned char const bytes[] = {'a'};
+    const unsigned char bytes[] = {'a'};
     try {
-        lexkit::ZString const text(bytes, 1, &kUTF8);
+        const lexkit::ZString text(bytes, 1, &kUTF8);
         FAIL() << "the procedure failed";
-    } catch (LXErrException const& error) {
+    } catch (const LXErrException& error) {
         EXPECT_EQ(error.code(), kRefused);
         EXPECT_STREQ(error.what(), "lexkit: the conversion of a text failed");
     }
@@ -92,7 +92,7 @@ TEST_F(UnicodeUtilTest, ThrowsTheStatusOfAProcedure)
 
 TEST_F(UnicodeUtilTest, WritesIntoNoBufferThatHasNoRoomForTheEnd)
 {
-    Units const text = units(u"abc");
+    const Units text = units(u"abc");
     char string[] = "????";
     unsigned char pascal[] = {'?', '?', '?', '?'};
     EXPECT_THROW(UnicodeUtil::UnicodeToCString(text.data(), 3, nullptr, 4, &kUTF8), LXErrException);
@@ -122,7 +122,7 @@ TEST_F(UnicodeUtilTest, LetsAFailureOutOfReadingAndKeepsWhatWasRead)
     EXPECT_EQ(dictionary.NumKeys(), 1u);
 }
 
-long byLength(unsigned short const*, unsigned long left, unsigned short const*, unsigned long right)
+long byLength(const unsigned short*, unsigned long left, const unsigned short*, unsigned long right)
 {
     return static_cast<long>(left) - static_cast<long>(right);
 }
@@ -154,7 +154,7 @@ TEST_F(UnicodeUtilTest, MeasuresATerminatedText)
 TEST_F(UnicodeUtilTest, ReplacesWhatABufferHeld)
 {
     Buffer<unsigned short> buffer(1);
-    unsigned char const bytes[] = {'a', 'b', 'c'};
+    const unsigned char bytes[] = {'a', 'b', 'c'};
     UnicodeUtil::StringToUnicode(bytes, 3, buffer, &kUTF8);
     UnicodeUtil::StringToUnicode(bytes, 2, buffer, &kUTF8);
     EXPECT_EQ(textOf(buffer.GetData(), buffer.GetCount()), u"ab");

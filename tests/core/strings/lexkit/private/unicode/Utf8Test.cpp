@@ -9,31 +9,29 @@ namespace {
 using namespace lexkit_test;
 using namespace lexkit_private;
 
-std::u16string decoded(std::string const& bytes, unsigned long capacity = 1000)
+std::u16string decoded(const std::string& bytes, unsigned long capacity = 1000)
 {
-    auto const* const data = reinterpret_cast<unsigned char const*>(bytes.data());
+    const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
     Units out(capacity, 0xBBBB);
-    unsigned long const written = decodeUtf8(data, bytes.size(), out.data(), capacity);
-    if (capacity == 1000) {
+    const unsigned long written = decodeUtf8(data, bytes.size(), out.data(), capacity);
+    if (capacity == 1000)
         EXPECT_EQ(decodedUtf8Size(data, bytes.size()), written);
-    }
     return textOf(out.data(), written);
 }
 
 std::string encoded(std::u16string_view text, unsigned long capacity = 1000)
 {
-    Units const source = units(text);
+    const Units source = units(text);
     std::vector<unsigned char> out(capacity);
-    unsigned long const written = encodeUtf8(source.data(), source.size(), out.data(), capacity);
-    if (capacity == 1000) {
+    const unsigned long written = encodeUtf8(source.data(), source.size(), out.data(), capacity);
+    if (capacity == 1000)
         EXPECT_EQ(encodedUtf8Size(source.data(), source.size()), written);
-    }
     return {out.begin(), out.begin() + static_cast<std::ptrdiff_t>(written)};
 }
 
 TEST(Utf8Test, ConvertsTheLimitsOfEachLengthBothWays)
 {
-    for (auto const& [bytes, text] :
+    for (const auto& [bytes, text] :
         std::initializer_list<std::pair<std::string, std::u16string>>{{"", u""},
             {std::string("\0", 1), std::u16string(u"\0", 1)},
             {"\x7F", u"\u007F"},
@@ -53,7 +51,7 @@ TEST(Utf8Test, ConvertsTheLimitsOfEachLengthBothWays)
 
 TEST(Utf8Test, ReplacesEachLongestBeginningOfACharacter)
 {
-    for (auto const& [bytes, text] :
+    for (const auto& [bytes, text] :
         std::initializer_list<std::pair<std::string, std::u16string>>{{"\x80", u"\uFFFD"},
             {std::string("\x80\0", 2), std::u16string(u"\uFFFD\0", 2)},
             {"\xC0\xAF", u"\uFFFD\uFFFD"},
