@@ -1,0 +1,1 @@
+// Nothing: the headers are what is compiled.
