@@ -10,6 +10,7 @@
 #include "platform/common/text/NameText.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 
 namespace lexkit_cli {
@@ -46,6 +47,15 @@ bool holdsAll(Dictionary& dictionary, const std::string& written)
     return isWhole;
 }
 
+// What one form cannot hold would be lost with the source.
+void requireTwoFiles(const CommandLine& line)
+{
+    std::error_code ignored; // what is not there yet is another file
+    if (std::filesystem::equivalent(line.file, line.output, ignored))
+        throw CommandError(ExitCode::kPlaceUnusable,
+            line.output + ": this is the dictionary that is read; write to another file");
+}
+
 ExitCode finish(const CommandLine& line, const std::string& written, bool isWhole)
 {
     if (const std::error_code error = Pt::replaceFile(line.output, written))
@@ -58,6 +68,7 @@ ExitCode finish(const CommandLine& line, const std::string& written, bool isWhol
 
 ExitCode runCompile(const CommandLine& line)
 {
+    requireTwoFiles(line);
     Dictionary dictionary;
     const bool isSound = DictionaryFile(line.file).readTelling(dictionary);
     const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
@@ -70,6 +81,7 @@ ExitCode runCompile(const CommandLine& line)
 
 ExitCode runText(const CommandLine& line)
 {
+    requireTwoFiles(line);
     Dictionary dictionary;
     const bool isSound = DictionaryFile(line.file).readTelling(dictionary);
     std::vector<unsigned short> units{0xFEFF};

@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int kWriteAccess = 2;
 constexpr unsigned int kCopyMode = 0600;
 
 // Makes each folder of a path that ends in a separator, from the root on; the first that cannot be
@@ -29,7 +28,7 @@ void makeFolders(const QString& path)
 
 bool isFolderWritable(const QString& path)
 {
-    return ptucsaccess(fxUnits(path), kWriteAccess) == 0;
+    return ptucsaccess(fxUnits(path), kUcsWrite) == 0;
 }
 
 bool mkdirFromAbsPath(const QString& path)

@@ -49,7 +49,7 @@ enum class Probe { kFree, kTaken, kRefused };
 Probe probe(const QString& folder, const QString& name)
 {
     const QString path = folder + QDir::separator() + name;
-    if (ptucsaccess(fxUnits(path), 0) == 0)
+    if (ptucsaccess(fxUnits(path), kUcsExists) == 0)
         return Probe::kTaken;
     const JournalEntry entry(folder, name);
     try {

@@ -59,8 +59,9 @@ TEST_F(DeletionWordsTest, TellsTheSystemsReasonForAnOriginalThatMustStay)
         write(disk1.at() / "DCIM" / name, name);
     const int locked = ::open((disk1.at() / "DCIM/A.JPG").c_str(), O_RDONLY | O_CLOEXEC);
     int flags = FS_IMMUTABLE_FL;
-    if (::ioctl(locked, FS_IOC_SETFLAGS, &flags) != 0)
+    if (::ioctl(locked, FS_IOC_SETFLAGS, &flags) != 0) {
         GTEST_SKIP() << "this system locks no files";
+    }
     ::close(locked);
     const RunResult result = saveFrom(disk1.at(), target(), {"--delete-originals", "--yes"});
     EXPECT_EQ(result.code, 1) << told(result);

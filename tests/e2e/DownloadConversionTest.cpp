@@ -82,6 +82,34 @@ TEST_F(DownloadConversionTest, PutsTheRawFileBackAfterTheLibraryCrashed)
     expectNoLeftovers();
 }
 
+TEST_F(DownloadConversionTest, ConvertsWhatACrashLeftRaw)
+{
+    installLibrary();
+    setVariable("CONVERSION_CRASH", "1");
+    EXPECT_EQ(downloadWithBackup({"--dng"}).code, -SIGKILL);
+    unsetVariable("CONVERSION_CRASH");
+    const RunResult second = downloadWithBackup({"--dng"});
+    EXPECT_EQ(second.code, 0) << second.err;
+    EXPECT_EQ(filesIn(target()),
+        (std::map<std::string, std::string>{{"A.dng", "DNG of raw a"},
+            {"A.JPG", "jpeg a"},
+            {"A.xmp", "settings of a"},
+            {"B.dng", "DNG of raw b"}}));
+    EXPECT_EQ(second.item("A.CR2")["status"], "exists");
+    EXPECT_EQ(second.item("A.CR2")["dng"], (target() / "A.dng").string());
+    EXPECT_EQ(second.summary()["converted"], 2);
+    expectNoLeftovers();
+}
+
+TEST_F(DownloadConversionTest, LeavesARawFileAsItIsThatAnEarlierRunSavedRaw)
+{
+    installLibrary();
+    ASSERT_EQ(download().code, 0);
+    const RunResult second = download({"--dng"});
+    EXPECT_EQ(filesIn(target()), filesIn(card() / "DCIM/100MFX"));
+    EXPECT_EQ(second.summary()["converted"], 0);
+}
+
 TEST_F(DownloadConversionTest, DeletesOriginalsWhoseDNGStands)
 {
     installLibrary();

@@ -78,8 +78,9 @@ TEST_F(DownloadDeletionTest, DeletesWhatStoodThereOnlyIfItIsTheSameBytes)
 TEST_F(DownloadDeletionTest, KeepsWhatHasNoBackup)
 {
     fs::create_directories(backup());
-    if (::mount("tmpfs", backup().c_str(), "tmpfs", 0, "size=1m") != 0)
+    if (::mount("tmpfs", backup().c_str(), "tmpfs", 0, "size=1m") != 0) {
         GTEST_SKIP() << "a disk that takes one file and no more needs root to mount";
+    }
     setVariable("LD_PRELOAD", FAULT_SHIM);
     setVariable("FAULT_ROOT", backup());
     setVariable("FAULT_ONLY", "fsync");
@@ -142,8 +143,9 @@ TEST_F(DownloadDeletionTest, AsksOnceAndAtTheEndInTheWordsOfThePlugin)
     const std::string command = "printf 'y\\n' | script -qec '" + std::string(MFX_PROGRAM)
         + " download " + card().string() + " --to " + target().string()
         + " --delete-originals' /dev/null > " + (root() / "run/out").string() + " 2>&1";
-    if (std::system("command -v script > /dev/null") != 0)
+    if (std::system("command -v script > /dev/null") != 0) {
         GTEST_SKIP() << "no program 'script' to make a terminal with";
+    }
     ::setenv("HOME", (root() / "home").c_str(), 1);
     EXPECT_EQ(std::system(command.c_str()), 0);
     const std::string out = contentOf(root() / "run/out");

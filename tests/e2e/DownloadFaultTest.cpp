@@ -82,8 +82,9 @@ protected:
         for (const auto& [name, content] : filesIn(folder)) {
             const bool isWorkInProgress = name.rfind(".mfx", 0) == 0;
             const bool isProbe = folder == backup() && content.empty();
-            if (!isWorkInProgress && !isProbe)
+            if (!isWorkInProgress && !isProbe) {
                 EXPECT_TRUE(content == m_contents.at(name)) << name << ' ' << when;
+            }
         }
     }
 
@@ -188,8 +189,9 @@ TEST_F(DownloadFaultTest, NoticesAFlippedBitInACopy)
 
 TEST_F(DownloadFaultTest, StopsWhenTheTargetIsFullBeforeItStarts)
 {
-    if (!mountSmallDisk(target(), "size=64k"))
+    if (!mountSmallDisk(target(), "size=64k")) {
         GTEST_SKIP() << "mounting a small disk needs root";
+    }
     const RunResult result = download();
     EXPECT_EQ(result.code, 4);
     EXPECT_NE(result.err.find("not enough space"), std::string::npos) << result.err;
@@ -200,8 +202,9 @@ TEST_F(DownloadFaultTest, StopsWhenTheTargetIsFullBeforeItStarts)
 
 TEST_F(DownloadFaultTest, CountsTargetAndBackupOnOneDiskTwice)
 {
-    if (!mountSmallDisk(root() / "disk", "size=200k"))
+    if (!mountSmallDisk(root() / "disk", "size=200k")) {
         GTEST_SKIP() << "mounting a small disk needs root";
+    }
     const fs::path disk = root() / "disk";
     EXPECT_EQ(mfx({"download", card(), "--to", disk / "a", "--backup", disk / "b"}).code, 4);
     EXPECT_EQ(mfx({"download", card(), "--to", disk / "a"}).code, 0);
@@ -223,14 +226,16 @@ TEST_F(DownloadFaultTest, EndsCleanlyWhenTheDiskFillsUpInTheMiddle)
     expectWholeFiles(target(), "disk full");
     expectNoLeftovers();
     for (const Json& item : result.events("item"))
-        if (item["status"] == "failed")
+        if (item["status"] == "failed") {
             EXPECT_TRUE(fs::exists(card() / "DCIM/100MFX" / item["name"].get<std::string>()));
+        }
 }
 
 TEST_F(DownloadFaultTest, SavesTheRestWhenTheBackupDiskFillsUp)
 {
-    if (!mountSmallDisk(backup(), "size=160k"))
+    if (!mountSmallDisk(backup(), "size=160k")) {
         GTEST_SKIP() << "mounting a small disk needs root";
+    }
     loadShim("write");
     setVariable("FAULT_ROOT", backup());
     setVariable("FAULT_AT", "3"); // behind the note of the name, and of its end
@@ -358,8 +363,9 @@ TEST_F(DownloadFaultTest, TwoProgramsOnOneFolderSaveEachFileOnce)
 TEST_F(DownloadFaultTest, SaysSoWhenTheCardIsTakenOut)
 {
     const fs::path mounted = root() / "card2";
-    if (!mountSmallDisk(mounted, "size=8m"))
+    if (!mountSmallDisk(mounted, "size=8m")) {
         GTEST_SKIP() << "mounting a card needs root";
+    }
     for (int i = 0; i < 30; ++i)
         std::ofstream(mounted / ("C" + std::to_string(i) + ".JPG")) << std::string(200'000, 'c');
     std::thread puller([this, &mounted] {
@@ -384,8 +390,9 @@ TEST_F(DownloadFaultTest, SaysSoWhenTheCardIsTakenOut)
 TEST_F(DownloadFaultTest, SavesIntoAFolderThatIsAMountOfItsOwn)
 {
     const fs::path year = target() / "2026";
-    if (!mountSmallDisk(year, "size=8m"))
+    if (!mountSmallDisk(year, "size=8m")) {
         GTEST_SKIP() << "mounting a disk needs root";
+    }
     const RunResult result = download({"--subfolders", "%Y"});
     EXPECT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(filesIn(year).size(), 3U);

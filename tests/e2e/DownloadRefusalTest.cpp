@@ -90,8 +90,9 @@ TEST_F(DownloadRefusalTest, PlacesInsideTheSourceEndWithFour)
 
 TEST_F(DownloadRefusalTest, PlacesWithoutPermissionEndWithFour)
 {
-    if (::geteuid() != 0)
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "needs root to drop to a user who may not write";
+    }
     fs::create_directories(root() / "locked");
     for (const char* folder : {"home", "run"})
         fs::permissions(root() / folder, fs::perms::all);

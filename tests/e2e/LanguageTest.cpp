@@ -90,6 +90,17 @@ TEST_F(LanguageTest, TellsADownloadInGerman)
     EXPECT_EQ(filesIn(target()).size(), 2U);
 }
 
+TEST_F(LanguageTest, SpeaksALanguageInEachOfItsTerritories)
+{
+    for (const char* territory :
+        {"de_AT.UTF-8", "de_CH", "de_IT.UTF-8", "nl_BE.UTF-8", "nl_SR.UTF-8", "it_SM.UTF-8"}) {
+        speak(territory);
+        EXPECT_THAT(downloadInWords().out, Not(HasSubstr("already present"))) << territory;
+    }
+    speak("sv_FI.UTF-8"); // no Swedish yet
+    EXPECT_THAT(downloadInWords().out, HasSubstr("already present"));
+}
+
 TEST_F(LanguageTest, TellsAListInGerman)
 {
     const timespec epoch[2] = {{0, 0}, {0, 0}};
@@ -203,8 +214,9 @@ TEST_F(LanguageTest, TellsProgramsTheSameInEveryLanguage)
         Json here = timelessEvents(german)[i];
         Json there = english[i];
         EXPECT_EQ(keysOf(here), keysOf(there));
-        if (there["event"] == "summary")
+        if (there["event"] == "summary") {
             EXPECT_NE(here["verdict"], there["verdict"]);
+        }
         for (const char* forPeople : {"verdict", "error", "title", "text"}) {
             here.erase(forPeople);
             there.erase(forPeople);
@@ -287,8 +299,9 @@ TEST_F(LanguageTest, IsEnglishWhereTheDictionaryIsDamaged)
 // A folder that one may not enter again, such as root's home after a change of user.
 TEST_F(LanguageTest, StaysWhereItHasNoWayBack)
 {
-    if (::geteuid() != 0)
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can start a program in a folder that is shut to it";
+    }
     fs::create_directories(data() / "shut");
     fs::permissions(data() / "shut", fs::perms::owner_all);
     setWorkingFolder(data() / "shut");

@@ -135,8 +135,9 @@ TEST_F(LostDiskTest, EndsWhenTheBackupIsMovedAway)
 
 TEST_F(LostDiskTest, EndsWhenTheImageOfTheTargetDies)
 {
-    if (!test::canMountImages())
+    if (!test::canMountImages()) {
         GTEST_SKIP() << "no devices for images";
+    }
     test::LoopMount dying(disk("target"), root() / "image", kDisk);
     const RunResult result = saveWhile([&] { dying.die(); }, dying.at() / "pictures", {});
     EXPECT_NE(result.code, 0) << told(result);
@@ -145,8 +146,9 @@ TEST_F(LostDiskTest, EndsWhenTheImageOfTheTargetDies)
 
 TEST_F(LostDiskTest, EndsWhenTheImageOfTheBackupDies)
 {
-    if (!test::canMountImages())
+    if (!test::canMountImages()) {
         GTEST_SKIP() << "no devices for images";
+    }
     test::LoopMount dying(disk("backup"), root() / "image", kDisk);
     const RunResult result =
         saveWhile([&] { dying.die(); }, target(), {"--backup", dying.at() / "copies"});

@@ -22,8 +22,9 @@ class PlaceTest : public MfxTest {
 protected:
     void SetUp() override
     {
-        if (!test::canMount())
+        if (!test::canMount()) {
             GTEST_SKIP() << "only root may mount, and not in every container";
+        }
         MfxTest::SetUp();
         test::enterOwnMounts();
     }

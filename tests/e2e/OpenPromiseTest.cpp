@@ -43,8 +43,9 @@ TEST_F(OpenPromiseTest, DoesNotLetTheCardGoWithAnOverlayThatWritesToIt)
 
 TEST_F(OpenPromiseTest, DoesNotLetTheCardGoWithAnImageOnIt)
 {
-    if (!test::canMountImages())
+    if (!test::canMountImages()) {
         GTEST_SKIP() << "no devices for images";
+    }
     {
         const test::LoopMount image(view("image"), device() / "image", 16 << 20);
         const RunResult result = saveTo(image.at() / "pictures");

@@ -63,9 +63,9 @@ void playOne(std::uint64_t seed, std::uint64_t number, Figures& figures, const C
 {
     try {
         Round round(seed, number, figures, tree.program());
-        if (!round.play().empty())
+        if (!round.play().empty()) {
             ADD_FAILURE() << round.story();
-        else if (std::getenv("HUNT_ROUND"))
+        } else if (std::getenv("HUNT_ROUND"))
             std::cout << round.story();
     } catch (const std::exception& error) {
         ADD_FAILURE() << "HUNT_SEED=" << seed << " HUNT_ROUND=" << number << ": " << error.what();
@@ -76,8 +76,9 @@ void playOne(std::uint64_t seed, std::uint64_t number, Figures& figures, const C
 
 void hunt(std::uint64_t seed, std::uint64_t rounds)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "mounting takes root, in no container that forbids it";
+    }
     seed = chosen("HUNT_SEED", seed);
     const std::uint64_t alone = chosen("HUNT_ROUND", 0);
     const std::uint64_t first = alone != 0 ? alone : chosen("HUNT_FIRST", 1);

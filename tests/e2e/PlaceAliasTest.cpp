@@ -152,8 +152,9 @@ TEST_F(PlaceAliasTest, RefusesOrMakesRealSecondCopiesWhereTheBackupShowsTheCard)
 // One image twice: the kernel lets the second be read-only, so it can only be the card.
 TEST_F(PlaceAliasTest, DeletesNothingWhereCardAndTargetAreOneImage)
 {
-    if (!test::canMountImages())
+    if (!test::canMountImages()) {
         GTEST_SKIP() << "no devices for images";
+    }
     const fs::path image = root() / "image";
     {
         const test::LoopMount first(view("first"), image, 16 << 20);

@@ -26,8 +26,9 @@ class MountsTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        if (!test::canMount())
+        if (!test::canMount()) {
             GTEST_SKIP() << "mounting takes root, in no container that forbids it";
+        }
         fs::create_directory(at());
     }
 
@@ -58,8 +59,9 @@ protected:
     void SetUp() override
     {
         MountsTest::SetUp();
-        if (!IsSkipped() && !test::canMountImages())
+        if (!IsSkipped() && !test::canMountImages()) {
             GTEST_SKIP() << "there are no devices for images of disks";
+        }
     }
 
     std::string image() const { return m_folder.path("image"); }

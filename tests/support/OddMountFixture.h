@@ -24,8 +24,9 @@ class OddMountFixture : public testing::Test {
 protected:
     void SetUp() override
     {
-        if (!canMount())
+        if (!canMount()) {
             GTEST_SKIP() << "mounting takes root, in no container that forbids it";
+        }
         for (const char* folder : {"at", "a", "b"})
             fs::create_directory(m_folder.path(folder));
     }

@@ -45,8 +45,8 @@ void addSource(CLI::App& command, CommandLine& line)
 
 void addSources(CLI::App& app, CommandLine& line)
 {
-    CLI::App* sources = addCommand(
-        app, "sources", text("$$$/Mfx/Help/Sources=List cards and cameras that are there"));
+    CLI::App* sources =
+        addCommand(app, "sources", text("$$$/Mfx/Help/Sources=List the cards that are there"));
     sources->add_flag("-j,--json", line.json, jsonText());
     sources->callback([&line] { line.command = Command::kSources; });
 }

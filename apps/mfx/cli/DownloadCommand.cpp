@@ -9,6 +9,7 @@
 #include "mfx/panel/OptionsPanel.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileCopy.h"
+#include "platform/common/services/ModuleLoader.h"
 #include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/text/NameText.h"
 
@@ -26,7 +27,8 @@ using namespace commandline;
 
 namespace {
 
-constexpr char kPluginPath[] = "../plugins/TevoroAppManager.so";
+constexpr char kPlugins[] = "../plugins/";
+constexpr char kPlugin[] = "TevoroAppManager";
 constexpr char kPreferenceLibrary[] = "../Frameworks/preference_xml_parser.framework";
 
 // A missing runtime folder is of no interest to somebody who saves photos.
@@ -180,7 +182,7 @@ private:
     DownloadSummary downloadWithSink()
     {
         std::unique_ptr<OptionsPanel> panel; // outlives the sink, which borrows it
-        SinkSession sink(kPluginPath, *m_events);
+        SinkSession sink(kPlugins + Pt::moduleFileName(kPlugin), *m_events);
         panel = std::make_unique<OptionsPanel>(QString::fromStdString(sink.panelFile()));
         sink.bindPanel(*panel);
         if (panel->isChecked("savecopies_checkbox") != m_request.backupFolder.has_value())

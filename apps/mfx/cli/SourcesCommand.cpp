@@ -17,8 +17,8 @@ ExitCode runSources(const CommandLine& line)
         else
             printLine(Pt::terminalText(source.name) + "\t" + Pt::terminalText(source.path));
     if (sources.empty() && !line.json)
-        printMessage(text(
-            "$$$/Mfx/Sources/None=no card or camera is there; a folder can be named by its path"));
+        printMessage(
+            text("$$$/Mfx/Sources/None=no card is there; a folder can be named by its path"));
     return ExitCode::kDone;
 }
 

@@ -2,6 +2,7 @@
 #include "platform/common/files/FileAccess.h"
 #include "platform/common/files/SmallFile.h"
 #include "platform/common/services/Clock.h"
+#include "platform/common/services/LocalTime.h"
 #include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/text/SystemLocale.h"
 #include "platform/common/threads/CurrentThread.h"
@@ -117,13 +118,12 @@ std::int64_t getTimeSeconds()
 
 SoString getTimeString(const std::int64_t* time)
 {
-    const std::time_t seconds = time == nullptr ? getTimeSeconds() : *time;
-    std::tm parts = {};
-    // A year that does not fit: there is no such time.
-    if (::localtime_r(&seconds, &parts) == nullptr)
+    const std::int64_t seconds = time == nullptr ? getTimeSeconds() : *time;
+    const auto parts = Pt::localTime(seconds);
+    if (!parts)
         return {};
     char text[16];
-    const std::size_t length = std::strftime(text, sizeof text, "%H:%M:%S", &parts);
+    const std::size_t length = std::strftime(text, sizeof text, "%H:%M:%S", &*parts);
     return SoString(text, static_cast<long>(length));
 }
 

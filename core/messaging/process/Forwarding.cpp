@@ -9,8 +9,8 @@
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/runtime/SoDebug.h"
+#include "platform/common/services/ProgramEnvironment.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
@@ -142,8 +142,7 @@ void TevoroTalkUtils::logText(const SoString& text)
 
 bool TevoroTalkUtils::isLoggingAskedFor()
 {
-    const char* const value = std::getenv("TEVOROTALK_LOG");
-    return value != nullptr && std::strcmp(value, "1") == 0;
+    return Pt::environmentVariable("TEVOROTALK_LOG") == "1";
 }
 
 } // namespace ScObjects

@@ -5,10 +5,10 @@
 #include "platform/common/files/SmallFile.h"
 #include "platform/common/ports/SecureRandom.h"
 #include "platform/common/ports/Sha1.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/threads/Lock.h"
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
 
 namespace ScObjects {
@@ -96,10 +96,10 @@ SoString createRandomValue()
 SoString getID(const char* name)
 {
     // The variable and nothing else: an account's own home folder is not asked for.
-    const char* const home = std::getenv("HOME");
-    if (home == nullptr || *home == '\0')
+    const std::string home = Pt::environmentVariable("HOME").value_or("");
+    if (home.empty())
         return {};
-    const std::string folder = std::string(home) + "/.velmo";
+    const std::string folder = home + "/.velmo";
     const std::string path = folder + "/" + name;
     return Pt::pathExists(path) ? readIdentity(path) : makeIdentity(folder, path);
 }

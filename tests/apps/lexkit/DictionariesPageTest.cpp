@@ -76,8 +76,9 @@ TEST_F(DictionariesPageTest, ShowsTheBytesOfVersion15)
 
 TEST_F(DictionariesPageTest, ShowsBytesOfVersion10ThatReadAsTheSameDictionary)
 {
-    if (std::endian::native != std::endian::little)
+    if (std::endian::native != std::endian::little) {
         GTEST_SKIP() << "the example is for little-endian machines";
+    }
     write("text.dct", block("dct binary"));
     write("a.dct", bytes("hex 1.0-little"));
     const RunResult run = lexkit("list a.dct");

@@ -185,13 +185,18 @@ TEST_F(LexkitCommandTest, TellsEntriesThatAFormCannotHold)
     EXPECT_EQ(lexkit("text a.txt b.txt").code, 0);
 }
 
-TEST_F(LexkitCommandTest, ConvertsAFileIntoItself)
+TEST_F(LexkitCommandTest, ReplacesNoFileThatItReads)
 {
     write("a.dct", "k=v\n");
-    ASSERT_EQ(lexkit("compile a.dct a.dct").code, 0);
-    EXPECT_THAT(read("a.dct"), StartsWith("ZString Binary Format"));
-    ASSERT_EQ(lexkit("text a.dct a.dct").code, 0);
-    EXPECT_EQ(read("a.dct"), utf16File(u"\"k=v\"\n"));
+    shell("ln a.dct hard.dct; ln -s a.dct soft.dct");
+    for (const std::string command : {"compile", "text"}) {
+        for (const std::string output : {"a.dct", "./a.dct", "hard.dct", "soft.dct"}) {
+            const RunResult run = lexkit(command + " a.dct " + output);
+            EXPECT_EQ(run.code, 4) << command << ' ' << output;
+            EXPECT_THAT(run.err, HasSubstr("write to another file"));
+            EXPECT_EQ(read("a.dct"), "k=v\n");
+        }
+    }
 }
 
 TEST_F(LexkitCommandTest, TouchesNoFileButTheOneItWrites)

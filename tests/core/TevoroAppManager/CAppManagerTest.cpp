@@ -88,8 +88,9 @@ TEST_F(CAppManagerTest, AnswersItsFourIdsAndNoOther)
         const bool isKnown = id == 0 || id == 1 || id == 2 || id == 13;
         EXPECT_EQ(m_plugin->QueryInterface(id, &out), isKnown ? 1U : 0U) << id;
         EXPECT_EQ(out != nullptr, isKnown) << id;
-        if (isKnown)
+        if (isKnown) {
             EXPECT_EQ(static_cast<IFxBase*>(out)->Release(), 2U) << id;
+        }
     }
 }
 
@@ -273,8 +274,9 @@ TEST_F(CAppManagerTest, ListAnswersItsThreeIdsAndNoOther)
         const bool isKnown = id == 0 || id == 8 || id == 10;
         EXPECT_EQ(list->QueryInterface(id, &out), isKnown ? 1U : 0U) << id;
         EXPECT_EQ(out, isKnown ? static_cast<void*>(list) : nullptr) << id;
-        if (isKnown)
+        if (isKnown) {
             EXPECT_EQ(list->Release(), 1U) << id;
+        }
     }
     EXPECT_EQ(list->AddRef(), 2U);
     EXPECT_EQ(list->Release(), 1U);

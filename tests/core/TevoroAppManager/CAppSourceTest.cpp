@@ -69,8 +69,9 @@ TEST_F(CAppSourceTest, StoresNullForUnknownIds)
         void* out = &id;
         EXPECT_EQ(m_source->QueryInterface(id, &out), isKnown(id) ? 1U : 0U) << id;
         EXPECT_EQ(out != nullptr, isKnown(id)) << id;
-        if (out)
+        if (out) {
             EXPECT_EQ(static_cast<IFxBase*>(out)->Release(), 1U) << id;
+        }
     }
     void* out = this;
     EXPECT_EQ(m_source->QueryInterface((1L << 32) + 3, &out), 0U);

@@ -48,8 +48,9 @@ TEST_F(CMOXFileFormatTest, AnswersItsThreeIdsAndNoOther)
         const bool isKnown = id == 0 || id == 8 || id == 12;
         EXPECT_EQ(m_list->QueryInterface(id, &out), isKnown ? 1U : 0U) << id;
         EXPECT_EQ(out, isKnown ? static_cast<void*>(m_list.get()) : nullptr) << id;
-        if (isKnown)
+        if (isKnown) {
             EXPECT_EQ(m_list->Release(), 1U) << id;
+        }
     }
 }
 

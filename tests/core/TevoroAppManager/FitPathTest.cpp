@@ -99,8 +99,9 @@ TEST(FitPathTest, IsStrictAboutWidthsButNotWithCutNames)
     const int name = metrics().horizontalAdvance(QStringLiteral("WWWWW"));
     EXPECT_EQ(fitted(path, name + 3), QStringLiteral("WWWWW"));
     EXPECT_NE(fitted(path, name + 2), QStringLiteral("WWWWW"));
-    if (all <= name)
+    if (all <= name) {
         EXPECT_EQ(fitted(path, all + 2), QStringLiteral("...WWWW"));
+    }
 }
 
 TEST(FitPathTest, EndsWithDotsAloneWhereNothingFits)

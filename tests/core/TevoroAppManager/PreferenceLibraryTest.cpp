@@ -13,8 +13,9 @@ class PreferenceLibraryTest : public test::PreferencesFixture {
 protected:
     void SetUp() override
     {
-        if (hasLoadedALibrary())
+        if (hasLoadedALibrary()) {
             GTEST_SKIP() << "needs a process of its own";
+        }
     }
 
     std::string file() const { return tree.path("data/Velmo/Tevoro NX/preferences-3.xml"); }

@@ -242,7 +242,8 @@ TEST(PreferenceProcessesTest, AFullDiskLeavesTheOldFileWhole)
         return ok && store.set(u"key", u"2") && store.save() ? 0 : 1;
     });
     const int status = child.wait();
-    if (status == kCannotTry)
+    if (status == kCannotTry) {
         GTEST_SKIP() << "a file system can be mounted by root only";
+    }
     EXPECT_EQ(status, 0);
 }

@@ -149,7 +149,8 @@ TEST(PreferenceTextTest, EscapedTextOfAnyUnitsComesBack)
         const std::string escaped = escapedText(text);
         ASSERT_EQ(unescapedText(escaped), text) << escaped;
         ASSERT_TRUE(isXmlText(escaped));
-        if (isPlainText(text))
+        if (isPlainText(text)) {
             ASSERT_EQ(utf16FromUtf8(utf8FromUtf16(text).value()), text);
+        }
     }
 }

@@ -1,8 +1,8 @@
 #include "mfx/engine/card/CardScan.h"
 
+#include "mfx/engine/card/AsideFolder.h"
 #include "mfx/engine/card/NameChoice.h"
 #include "mfx/engine/card/PictureSearch.h"
-#include "mfx/engine/saving/OriginalDeletion.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileAccess.h"
 #include "platform/common/files/FilePlacement.h"
@@ -148,8 +148,7 @@ bool Scan::toldToStop()
 void Scan::list(std::uint32_t folder)
 {
     std::vector<std::string> names = namesIn(folder);
-    if (m_options.putsBack
-        && std::find(names.begin(), names.end(), OriginalDeletion::kAsideFolder) != names.end()) {
+    if (m_options.putsBack && std::find(names.begin(), names.end(), kAsideFolder) != names.end()) {
         putBack(folder);
         names = namesIn(folder);
     }
@@ -184,7 +183,7 @@ std::vector<std::string> Scan::namesIn(std::uint32_t folder)
 void Scan::putBack(std::uint32_t folder)
 {
     const std::string path = m_contents.folderPath(folder);
-    const std::string aside = path + '/' + OriginalDeletion::kAsideFolder;
+    const std::string aside = path + '/' + kAsideFolder;
     std::error_code error;
     std::filesystem::directory_iterator entry(aside, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {

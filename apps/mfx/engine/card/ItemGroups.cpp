@@ -103,6 +103,14 @@ void FolderGroups::arrange(ItemGroup& group) const
         [&kindOf](std::uint32_t a, std::uint32_t b) { return kindOf(a) < kindOf(b); });
 }
 
+// Of the group's member: as it was read before, or read now.
+CaptureDate memberDate(const CardContents& card, const ItemGroup& group, std::size_t member)
+{
+    return member < group.ownDates.size()
+        ? group.ownDates[member]
+        : ownCaptureDate(card.pathOf(card.items[group.members[member]]));
+}
+
 } // namespace
 
 std::vector<ItemGroup> groupItems(const CardContents& card)
@@ -127,6 +135,22 @@ std::string_view memberExtension(
     const CardContents& card, const ItemGroup& group, std::size_t member)
 {
     return extensionOf(card.items[group.members[member]].name, group.stemBytes);
+}
+
+CaptureDate groupCaptureDate(const CardContents& card, const ItemGroup& group)
+{
+    bool readFailed = false;
+    for (std::size_t member = 0; member < group.members.size(); ++member) {
+        CaptureDate date = memberDate(card, group, member);
+        readFailed = readFailed || date.readFailed;
+        if (date.moment) {
+            date.readFailed = readFailed;
+            return date;
+        }
+    }
+    CaptureDate date = fileTimeDate(card.items[group.members.front()].status);
+    date.readFailed = readFailed;
+    return date;
 }
 
 } // namespace mfx

@@ -36,4 +36,8 @@ std::string_view groupStem(const CardContents& card, const ItemGroup& group);
 std::string_view memberExtension(
     const CardContents& card, const ItemGroup& group, std::size_t member);
 
+// From the first member with a date of its own; without one, from the primary's file time. Dates
+// that the group knows already are not read again.
+CaptureDate groupCaptureDate(const CardContents& card, const ItemGroup& group);
+
 } // namespace mfx

@@ -1,6 +1,5 @@
 #include "mfx/engine/dates/CaptureDate.h"
 
-#include "mfx/engine/card/ItemGroups.h"
 #include "mfx/engine/dates/CiffDate.h"
 #include "mfx/engine/dates/ExifDate.h"
 #include "mfx/engine/dates/MovieDate.h"
@@ -63,14 +62,6 @@ PhotoFacts factsByForm(std::istream& stream)
     return facts;
 }
 
-// Of the group's member: as it was read before, or read now.
-CaptureDate memberDate(const CardContents& card, const ItemGroup& group, std::size_t member)
-{
-    return member < group.ownDates.size()
-        ? group.ownDates[member]
-        : ownCaptureDate(card.pathOf(card.items[group.members[member]]));
-}
-
 } // namespace
 
 std::string_view dateSourceText(DateSource source)
@@ -125,22 +116,6 @@ CaptureDate fileTimeDate(const Pt::FileStatus& status)
     moment->nanosecond = static_cast<std::uint32_t>(status.modified % kNanosecondsPerSecond);
     moment->offsetMinutes = 0;
     return {moment, DateSource::kFileTime};
-}
-
-CaptureDate groupCaptureDate(const CardContents& card, const ItemGroup& group)
-{
-    bool readFailed = false;
-    for (std::size_t member = 0; member < group.members.size(); ++member) {
-        CaptureDate date = memberDate(card, group, member);
-        readFailed = readFailed || date.readFailed;
-        if (date.moment) {
-            date.readFailed = readFailed;
-            return date;
-        }
-    }
-    CaptureDate date = fileTimeDate(card.items[group.members.front()].status);
-    date.readFailed = readFailed;
-    return date;
 }
 
 } // namespace mfx

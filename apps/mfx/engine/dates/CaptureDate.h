@@ -1,4 +1,4 @@
-// When a photo, a movie or a group of files was taken, and how that is known.
+// When a photo or a movie was taken, and how that is known.
 //
 // The first source that holds a possible date wins: the photo's EXIF (original, digitized, image),
 // its XMP; the time record of a CRW raw file; a movie's creation-date key, then its header (UTC, as
@@ -17,9 +17,6 @@
 #include <string_view>
 
 namespace mfx {
-
-struct CardContents;
-struct ItemGroup;
 
 enum class DateSource : std::uint8_t {
     kNone,
@@ -65,9 +62,5 @@ CaptureDate ownCaptureDate(const std::string& path);
 // From the modification time, read as UTC. Up to 2 January 1980 it is unset: FAT's zero date is
 // 1 January 1980, and zones shift it by up to a day.
 CaptureDate fileTimeDate(const Pt::FileStatus& status);
-
-// From the first member with a date of its own; without one, from the primary's file time. Dates
-// that the group knows already are not read again.
-CaptureDate groupCaptureDate(const CardContents& card, const ItemGroup& group);
 
 } // namespace mfx

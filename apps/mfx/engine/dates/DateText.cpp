@@ -12,7 +12,7 @@ namespace mfx {
 
 namespace {
 
-constexpr int kFirstYear = 1971;
+constexpr int kFirstCountedYear = 1971;
 constexpr int kLastYear = 9999;
 constexpr int kWidestOffset = 14 * 60;
 
@@ -120,14 +120,21 @@ private:
     std::string_view m_rest;
 };
 
+// Where clocks begin to count, and what they say until somebody sets them.
+bool isClocksZero(const CaptureMoment& moment)
+{
+    return (moment.year == 1904 || moment.year == 1970) && moment.month == 1 && moment.day == 1
+        && moment.hour == 0 && moment.minute == 0 && moment.second == 0;
+}
+
 bool isPossible(const CaptureMoment& moment)
 {
     using namespace std::chrono;
     const year_month_day date{year{moment.year},
         month{static_cast<unsigned>(moment.month)},
         day{static_cast<unsigned>(moment.day)}};
-    return moment.year >= kFirstYear && moment.year <= kLastYear && date.ok() && moment.hour < 24
-        && moment.minute < 60 && moment.second < 60;
+    return moment.year > 0 && moment.year <= kLastYear && date.ok() && moment.hour < 24
+        && moment.minute < 60 && moment.second < 60 && !isClocksZero(moment);
 }
 
 bool readDate(TextCursor& cursor, CaptureMoment& moment)
@@ -265,7 +272,7 @@ std::optional<std::uint32_t> parseSubSeconds(std::string_view digits)
 std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
 {
     using namespace std::chrono;
-    constexpr sys_seconds kBegin{sys_days{year{kFirstYear} / January / 1}};
+    constexpr sys_seconds kBegin{sys_days{year{kFirstCountedYear} / January / 1}};
     constexpr sys_seconds kEnd{sys_days{year{kLastYear + 1} / January / 1}};
     if (seconds < kBegin.time_since_epoch().count() || seconds >= kEnd.time_since_epoch().count())
         return std::nullopt;

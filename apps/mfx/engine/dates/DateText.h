@@ -1,9 +1,9 @@
 // Dates as cameras write them, and the readers of their texts.
 //
 // A moment is a local date and time as it stands in the photo; the zone of this machine never
-// plays a part. Every reader gives nothing for a text that is empty, cut, impossible or before 1971
-// (the zero dates of clocks and containers, 1904 and 1970, say that nobody set the clock). Free
-// functions without state; any thread may call them.
+// plays a part. Every reader gives nothing for a text that is empty, cut or impossible, and for the
+// first moments of 1904 and 1970: clocks and containers count from there, and say so when nobody
+// set the clock. Free functions without state; any thread may call them.
 #pragma once
 
 #include <cstdint>
@@ -41,7 +41,8 @@ std::optional<int> parseOffset(std::string_view text);
 // dropped.
 std::optional<std::uint32_t> parseSubSeconds(std::string_view digits);
 
-// The UTC date of a count of seconds since 1970; nothing before 1971 or after 9999.
+// The UTC date of a count of seconds since 1970; nothing before 1971 or after 9999. Counts that
+// lead before 1971 come from writers who counted from elsewhere.
 std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds);
 
 // "2021-04-08T14:51:13.25+02:00", with what is known.

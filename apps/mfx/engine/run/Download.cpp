@@ -185,10 +185,12 @@ void Download::runGroups()
 
 void Download::tellRestored()
 {
-    for (const std::string& path : m_folders.takeRestored())
+    for (const std::string& path : m_folders.takeRestored()) {
+        m_putBack.insert(path);
         m_events.message("",
             text("$$$/Mfx/Download/PutBack=put back after an earlier run was cut off: %1",
                 {Pt::displayName(path)}));
+    }
 }
 
 // With sub-folders, numbers go on from one to the next.
@@ -297,7 +299,7 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
 {
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const MemberWork& member = work.members[i];
-        if (!member.isPlaced
+        if (!isToConvert(work, member)
             || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::kRaw)
             continue;
         if (!m_request.convertsToDNG) {
@@ -324,6 +326,12 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
                     ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
                     : error);
     }
+}
+
+// What stood there before stays as it is, unless an earlier run was cut off while converting it.
+bool Download::isToConvert(const GroupWork& work, const MemberWork& member) const
+{
+    return member.isPlaced || m_putBack.contains(work.folder->path + '/' + member.finalName);
 }
 
 // The sink says that it made a verified DNG. It took the raw file's place; a raw file that still

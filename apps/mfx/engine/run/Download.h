@@ -17,6 +17,7 @@
 #include "mfx/engine/saving/OriginalDeletion.h"
 #include "mfx/engine/saving/PlaceWatch.h"
 #include "mfx/engine/sink/DownloadEvents.h"
+#include "mfx/engine/sink/DownloadRequest.h"
 #include "mfx/engine/sink/GroupBackup.h"
 #include "mfx/engine/sink/SinkSession.h"
 
@@ -28,20 +29,6 @@
 #include <vector>
 
 namespace mfx {
-
-struct DownloadRequest {
-    std::string sourceName; // for people
-    std::string target; // absolute
-    NamingRules rules;
-    std::uint64_t firstSequence = 1; // where {seq} begins, or behind the last number in the target
-    bool beginsAtFirst = false; // whatever numbers the target has
-    std::optional<std::string> backupFolder; // absolute; where the sink makes its copies
-    bool convertsToDNG = false; // the sink will
-    bool wantsDNG = false; // the user does, whether or not the sink can
-    bool deletesOriginals = false;
-    bool dryRun = false;
-    std::function<bool()> wasInterrupted; // looked at often, from several threads
-};
 
 class Download {
 public:
@@ -75,6 +62,7 @@ private:
     void noteBackup(
         const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event);
     void convert(GroupWork& work, std::vector<ItemEvent>& events);
+    bool isToConvert(const GroupWork& work, const MemberWork& member) const;
     void noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event);
     void judge(GroupWork& work, std::vector<ItemEvent>& events);
     void keep(const GroupWork& work, const MemberWork& member, ItemEvent& event);
@@ -108,6 +96,7 @@ private:
     const CardContents& m_card;
     SinkSession& m_sink;
     DownloadEvents& m_events;
+    std::set<std::string> m_putBack; // paths of what an earlier run had in hand when it was cut off
     std::vector<ItemGroup> m_groups; // constant once the card was looked at
     PlaceWatch m_places;
     FinalFolders m_folders;

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "mfx/engine/card/CardScan.h"
-#include "mfx/engine/run/Download.h"
 #include "mfx/engine/saving/SpaceCheck.h"
+#include "mfx/engine/sink/DownloadRequest.h"
 
 #include <optional>
 

@@ -7,8 +7,8 @@
 
 #include "mfx/engine/saving/FinalFolders.h"
 #include "mfx/engine/saving/GroupWork.h"
+#include "mfx/engine/saving/ProgressPhase.h"
 #include "mfx/engine/saving/TargetSpot.h"
-#include "mfx/engine/sink/DownloadEvents.h"
 #include "platform/common/threads/Lock.h"
 
 #include <atomic>

@@ -1,5 +1,6 @@
 #include "mfx/engine/saving/OriginalDeletion.h"
 
+#include "mfx/engine/card/AsideFolder.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileAccess.h"
 #include "platform/common/files/FileCopy.h"

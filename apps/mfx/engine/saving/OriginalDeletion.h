@@ -20,9 +20,6 @@ namespace mfx {
 
 class OriginalDeletion {
 public:
-    // The folder in which an original stands aside, in the folder that it belongs to.
-    static constexpr char kAsideFolder[] = ".mfxdelete";
-
     OriginalDeletion(const CardContents& card, const PlaceWatch& places);
     ~OriginalDeletion();
     OriginalDeletion(const OriginalDeletion&) = delete;

@@ -5,6 +5,8 @@
 // Texts are UTF-8.
 #pragma once
 
+#include "mfx/engine/saving/ProgressPhase.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -26,9 +28,6 @@ struct ItemEvent {
     std::optional<std::string> error;
     bool isToldAlready = false; // the error: it is the same for many and was told at the start
 };
-
-// What is being done just now.
-enum class ProgressPhase : std::uint8_t { kCopy, kProve, kBackup, kConvert, kDelete };
 
 struct ProgressEvent {
     std::uint64_t bytesDone = 0; // the share of all work, in bytes of the card; never shrinks

@@ -1,13 +1,13 @@
 #include "platform/common/files/PtIoDeviceFile.h"
 
 #include "platform/common/files/FileAccess.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/text/PtUcs.h"
 #include "platform/common/text/PtUnicode.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <random>
@@ -44,9 +44,9 @@ bool isFolder(const std::string& path)
 
 std::string temporaryFolder(const std::string& wanted)
 {
-    const char* const overriding = std::getenv("TMPDIR");
-    if (overriding && isFolder(overriding))
-        return overriding;
+    const auto overriding = Pt::environmentVariable("TMPDIR");
+    if (overriding && isFolder(*overriding))
+        return *overriding;
     return isFolder(wanted) ? wanted : "/tmp";
 }
 

@@ -8,6 +8,9 @@ namespace Pt {
 
 using ModuleHandle = void*;
 
+// The file name of the module NAME, as the system has it.
+std::string moduleFileName(const std::string& name);
+
 // The file that holds the code of the module at path: path itself, or NAME.so in a folder NAME.*;
 // empty when it is not there.
 std::string moduleFile(const std::string& path);

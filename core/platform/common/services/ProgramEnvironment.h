@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -12,6 +13,9 @@ namespace Pt {
 std::string programFolder();
 
 long processId();
+
+// A variable of the environment, as it stands now; nothing where it is not set.
+std::optional<std::string> environmentVariable(const char* name);
 
 // Whether a person sits behind the stream.
 bool isTerminal(std::FILE* stream);

@@ -46,6 +46,10 @@ void ptucssprintf(unsigned short* dst, const unsigned short* format, ...);
 std::size_t ptucsmbstowcs(unsigned short* dst, const char* src, std::size_t n);
 std::size_t ptucswcstombs(char* dst, const unsigned short* src, std::size_t n);
 
+// What ptucsaccess() tests for.
+inline constexpr int kUcsExists = 0;
+inline constexpr int kUcsWrite = 2;
+
 // 0 when the file passes the system's access test for mode (0 exists, 1 execute, 2 write, 4 read),
 // 1 when it does not.
 int ptucsaccess(const unsigned short* path, int mode);

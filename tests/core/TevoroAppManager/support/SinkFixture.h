@@ -88,8 +88,9 @@ protected:
     // Lets go of the sink, which must have been its last reference.
     void close()
     {
-        if (m_source)
+        if (m_source) {
             EXPECT_EQ(std::exchange(m_source, nullptr)->Release(), 0U);
+        }
     }
 
     RuntimeTree tree;

@@ -222,8 +222,9 @@ TEST_F(PumpTest, LeavesWhatArrivesWhileItWorksToTheNext)
     const std::string text = "Target:self-1.0\nSender:other-1.0\nContent-Length:4\n\nbody";
     int handled = 0;
     startDoing([&](Message&) {
-        if (++handled < 50)
+        if (++handled < 50) {
             EXPECT_TRUE(other.send("self-1.0", test::soString(text)));
+        }
     });
     Message::setAuthentication(false);
     const Paused pause;

@@ -247,10 +247,11 @@ void BusSoakTest::addUp()
         // A second's time-out may be over before the target looks; its sender is told, if it lives.
         const bool hasTimedOut = sent.kind == kTimed && sent.handled == 0
             && (!isSenderWhole || sent.answers.count("timeout") != 0);
-        if (sent.kind == kForged)
+        if (sent.kind == kForged) {
             EXPECT_EQ(sent.handled, 0) << id << " was forged and handled";
-        else if (isTargetWhole && !hasTimedOut)
+        } else if (isTargetWhole && !hasTimedOut) {
             EXPECT_EQ(sent.handled, 1) << id << " was lost: " << story(sent);
+        }
         counts[sent.kind == kForged ? "rejected"
                 : sent.handled == 1 ? "handled"
                 : hasTimedOut       ? "timed out"
@@ -271,8 +272,9 @@ void BusSoakTest::addUp()
             EXPECT_EQ(answers, 1) << id << " of kind " << sent.kind
                                   << " was not answered: " << story(sent);
         }
-        if (isTargetWhole && sent.kind == kForged)
+        if (isTargetWhole && sent.kind == kForged) {
             EXPECT_EQ(sent.answers.count("error"), 1u) << id;
+        }
     }
     EXPECT_EQ(counts["delivered"],
         counts["handled"] + counts["rejected"] + counts["timed out"]

@@ -91,8 +91,9 @@ TEST_F(LibraryTest, LeavesNothingWhenItIsUnloaded)
 // What the compiler makes of a static object that needs code.
 TEST_F(LibraryTest, HasNoInitialiserOfItsOwn)
 {
-    if (!isThere("nm"))
+    if (!isThere("nm")) {
         GTEST_SKIP() << "nm is missing";
+    }
     const std::string symbols = outputOf("nm '" TEVOROTALK_LIBRARY "'");
     EXPECT_THAT(symbols, HasSubstr("TevoroTalk"));
     EXPECT_THAT(symbols, Not(HasSubstr("_GLOBAL__sub_I")));
@@ -101,10 +102,12 @@ TEST_F(LibraryTest, HasNoInitialiserOfItsOwn)
 
 TEST_F(LibraryTest, RunsNothingWhenItIsLoaded)
 {
-    if (test::kIsSanitized)
+    if (test::kIsSanitized) {
         GTEST_SKIP() << "the sanitizers add initialisers of their own";
-    if (!isThere("readelf"))
+    }
+    if (!isThere("readelf")) {
         GTEST_SKIP() << "readelf is missing";
+    }
     // The compiler's own entry, and no other: 8 bytes.
     const std::string sections = outputOf("readelf -SW '" TEVOROTALK_LIBRARY "'");
     const std::regex wanted(R"(\.init_array\s+INIT_ARRAY\s+\S+\s+\S+\s+(\S+))");
@@ -115,8 +118,9 @@ TEST_F(LibraryTest, RunsNothingWhenItIsLoaded)
 
 TEST_F(LibraryTest, ShowsNamesOfItsNamespaceOnly)
 {
-    if (!isThere("nm"))
+    if (!isThere("nm")) {
         GTEST_SKIP() << "nm is missing";
+    }
     const std::string symbols = outputOf("nm -D --defined-only -C '" TEVOROTALK_LIBRARY "'");
     const std::regex line(R"([0-9a-f]+ [A-Za-z] (.*))");
     const std::regex own("((vtable|typeinfo|typeinfo name) for )?ScObjects::.*");

@@ -158,8 +158,9 @@ TEST_F(RunningStateTest, StaysTrueToATargetThatStartsAndEndsAllTheTime)
         EXPECT_TRUE(waitUntil([&] { return questions > before; }));
         if (life % 2 == 0)
             peer.process().kill();
-        else
+        else {
             EXPECT_EQ(peer.process().finish(), 0);
+        }
         EXPECT_FALSE(isRunning("peer-1.0"));
     }
     isOver = true;

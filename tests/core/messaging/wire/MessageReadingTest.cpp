@@ -186,8 +186,9 @@ TEST_F(MessageReadingTest, ReadsEachBeginningOfAGoodText)
     for (std::size_t length = 0; length < text.size(); ++length) {
         SCOPED_TRACE(length);
         const test::ReadMessage cut = test::readMessage(text.substr(0, length));
-        if (length >= digestEnd)
+        if (length >= digestEnd) {
             EXPECT_TRUE(cut.message->isRejected());
+        }
         EXPECT_EQ(cut.rest, "");
         EXPECT_TRUE(message.body.view().starts_with(cut.message->body.view()));
         EXPECT_TRUE(message.target.view().starts_with(cut.message->target.view()));

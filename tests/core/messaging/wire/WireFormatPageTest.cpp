@@ -116,8 +116,9 @@ TEST_F(WireFormatPageTest, NamesTheFilesOfPorts)
         EXPECT_TRUE(std::filesystem::is_socket(path + ".sock"));
         std::string expected = example("lock file");
         expected.replace(0, expected.find('\n'), std::to_string(::getpid()));
-        if (name == "tevoro-2.0")
+        if (name == "tevoro-2.0") {
             EXPECT_EQ(test::read(path + ".lock"), expected);
+        }
     }
     EXPECT_NE(linesOf(example("port files")).size(), 0U);
 }

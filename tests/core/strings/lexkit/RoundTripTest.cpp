@@ -138,8 +138,9 @@ TEST_P(RoundTripTest, SerializesForReadersOnABigEndianHostAlone)
     readBlock(again, file.str());
     if (std::endian::native == std::endian::big)
         expectSame(again);
-    else
+    else {
         EXPECT_FALSE(again.IsValid());
+    }
 }
 
 // Any change of bytes gives a dictionary, valid or not, that can be asked and written.

@@ -19,7 +19,7 @@ std::string withoutSlashesAtEnd(std::string path)
 std::string fileInFolder(const std::string& folder)
 {
     const std::string name = folder.substr(folder.find_last_of('/') + 1);
-    return folder + "/" + name.substr(0, name.find_last_of('.')) + ".so";
+    return folder + "/" + moduleFileName(name.substr(0, name.find_last_of('.')));
 }
 
 // A name without a slash would be looked for in the system's library folders.
@@ -29,6 +29,11 @@ std::string asPath(const std::string& file)
 }
 
 } // namespace
+
+std::string moduleFileName(const std::string& name)
+{
+    return name + ".so";
+}
 
 std::string moduleFile(const std::string& path)
 {

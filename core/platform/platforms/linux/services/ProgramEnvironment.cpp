@@ -31,6 +31,12 @@ std::string programFolder()
     return error ? std::string() : program.parent_path().string();
 }
 
+std::optional<std::string> environmentVariable(const char* name)
+{
+    const char* const value = std::getenv(name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+}
+
 long processId()
 {
     return ::getpid();

@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <memory>
 
-#include <cxxabi.h>
 #include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
@@ -125,9 +124,7 @@ void Thread::run() noexcept(false)
                 applyPriority(ThreadSelf(), m_priority);
         }
         start();
-    } catch (const abi::__forced_unwind&) {
-        throw; // the system ends the thread this way, and insists
-    } catch (...) {
+    } catch (const std::exception&) { // what is neither ours nor of the library is thrown on
         SysLogEvent(kThreadTerminatedEvent, ThreadNumber(), currentExceptionText().c_str());
     }
 }

@@ -130,8 +130,9 @@ TEST(CardScanTest, PassesOverASocket)
 TEST(CardScanTest, PassesOverADevice)
 {
     const TestCard card;
-    if (mknod(card.path("d.jpg").c_str(), S_IFCHR | 0600, 0x103) != 0)
+    if (mknod(card.path("d.jpg").c_str(), S_IFCHR | 0600, 0x103) != 0) {
         GTEST_SKIP() << "this user may not make device files";
+    }
     EXPECT_THAT(
         passedOver(card.scan()), ElementsAre(std::pair("d.jpg", NotHandledReason::kDevice)));
 }
@@ -262,8 +263,9 @@ TEST(CardScanTest, EntersNoFolderTwice)
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status));
-    if (WEXITSTATUS(status) == 2)
+    if (WEXITSTATUS(status) == 2) {
         GTEST_SKIP() << "this user cannot bind folders";
+    }
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 

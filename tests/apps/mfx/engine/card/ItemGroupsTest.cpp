@@ -96,8 +96,9 @@ TEST(ItemGroupsTest, PairsTheSamples)
 {
     const std::string raw = tests::samplePath("raw");
     const std::string video = tests::samplePath("video");
-    if (raw.empty() || video.empty())
+    if (raw.empty() || video.empty()) {
         GTEST_SKIP() << "MFX_SAMPLES names no folder of sample media";
+    }
     EXPECT_THAT(groupNames(scanCard(raw)),
         testing::IsSupersetOf({std::vector<std::string>{"CRW_0101.CRW", "CRW_0101.THM"},
             {"CRW_0112.CRW", "CRW_0112.THM"},

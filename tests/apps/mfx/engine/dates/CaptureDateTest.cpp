@@ -293,8 +293,9 @@ TEST_F(CaptureDateTest, ReadsTheDatesOfTheSamples)
         {"video/MVI_0121.AVI", "2021-03-26T21:19:07"},
         {"video/MVI_0121.THM", "2021-03-26T21:19:08"},
         {"video/IMG_3589.mov", "2020-04-17T10:03:47-06:00"}};
-    if (samplePath(rows.front().first).empty())
+    if (samplePath(rows.front().first).empty()) {
         GTEST_SKIP() << "MFX_SAMPLES names no folder of sample media";
+    }
     const ZoneGuard guard("JST-9"); // no zone of this machine may show
     for (const auto& [name, expected] : rows)
         EXPECT_EQ(text(ownCaptureDate(samplePath(name))), expected) << name;

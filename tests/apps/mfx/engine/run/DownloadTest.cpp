@@ -294,8 +294,9 @@ TEST_F(DownloadTest, BeginsNothingWithoutTheBackupFolder)
 
 TEST_F(DownloadTest, KeepsAnOriginalWhoseBackupFailed)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "a small disk needs root to mount";
+    }
     const test::MemoryMount disk(backup, 64 << 10);
     card.add("IMG_1.CR2", std::string(200'000, 'r'));
     card.add("IMG_1.JPG", "jpeg");
@@ -311,8 +312,9 @@ TEST_F(DownloadTest, KeepsAnOriginalWhoseBackupFailed)
 // What becomes of the DNG says nothing about the backup.
 TEST_F(DownloadTest, KeepsAnOriginalWhoseBackupFailedThoughItsConversionFailedToo)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "a small disk needs root to mount";
+    }
     const test::MemoryMount disk(backup, 64 << 10);
     card.add("IMG_1.CR2", std::string(200'000, 'r'));
     wantBackup();

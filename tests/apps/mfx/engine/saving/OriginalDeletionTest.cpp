@@ -229,8 +229,9 @@ TEST_F(OriginalDeletionTest, PutsAnOriginalBackThatIsSeenThroughAHardLink)
 
 TEST_F(OriginalDeletionTest, PutsAnOriginalBackThatIsSeenThroughAnotherMount)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "mounting needs root";
+    }
     for (const char* mode : {"mirror", "forgetful", "cached"}) {
         const test::OddMount view(mode, target.path("view"), {card.path("DCIM")});
         kept.saved = copyAt(target.path("view/A.JPG"));
@@ -241,8 +242,9 @@ TEST_F(OriginalDeletionTest, PutsAnOriginalBackThatIsSeenThroughAnotherMount)
 
 TEST_F(OriginalDeletionTest, PutsAnOriginalBackThatIsSeenThroughAnOverlay)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "mounting needs root";
+    }
     const test::MemoryMount disk(backup.path("disk"), 1 << 20);
     const test::OverlayMount view(
         target.path("view"), card.path("DCIM"), disk.at() / "upper", disk.at() / "work");
@@ -253,8 +255,9 @@ TEST_F(OriginalDeletionTest, PutsAnOriginalBackThatIsSeenThroughAnOverlay)
 
 TEST_F(OriginalDeletionTest, SaysWhyTheCardLetsNothingGo)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "mounting needs root";
+    }
     const test::BindMount bound(card.path(), card.path());
     ASSERT_EQ(
         ::mount(nullptr, card.path().c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
@@ -266,8 +269,9 @@ TEST_F(OriginalDeletionTest, SaysWhyTheCardLetsNothingGo)
 // A full card has no room for the folder in which an original steps aside.
 TEST_F(OriginalDeletionTest, DeletesFromAFullCardWhatWasCopiedInThisRun)
 {
-    if (!test::canMountImages())
+    if (!test::canMountImages()) {
         GTEST_SKIP() << "mounting an image needs root";
+    }
     const test::LoopMount disk(card.path("full"), target.path("image"), 1 << 20);
     card.add("full/A.JPG", "picture");
     for (int i = 0; ::mkdir(card.path("full/" + std::to_string(i)).c_str(), 0700) == 0; ++i) { }

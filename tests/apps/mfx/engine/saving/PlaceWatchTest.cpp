@@ -59,8 +59,9 @@ class MountedPlaceWatchTest : public PlaceWatchTest {
 protected:
     void SetUp() override
     {
-        if (!test::canMount())
+        if (!test::canMount()) {
             GTEST_SKIP() << "mounting needs root";
+        }
     }
 };
 

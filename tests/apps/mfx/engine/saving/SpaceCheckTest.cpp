@@ -56,8 +56,9 @@ TEST_F(SpaceCheckTest, CountsALinkWhereItLeads)
 {
     const std::string other = "/dev/shm"; // a file system of its own nearly everywhere
     std::error_code error;
-    if (!std::filesystem::is_directory(other, error))
+    if (!std::filesystem::is_directory(other, error)) {
         GTEST_SKIP() << "there is no second file system";
+    }
     std::filesystem::create_directory_symlink(other, folder.path("link"));
     const std::uint64_t room = std::filesystem::space(other).available;
     const auto shortage = findShortage({{folder.path("link"), room * 2 + 1}});

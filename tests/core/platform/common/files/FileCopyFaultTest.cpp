@@ -89,8 +89,9 @@ TEST_F(FileCopyFaultTest, LeavesAWholeCopyOrNoneUnderTheNameWhenItIsKilled)
         const test::ProgramEnd end = program().at(n).with("FAULT_KILL", "1").run();
         EXPECT_EQ(end.status, SIGKILL);
         EXPECT_TRUE(isSourceUntouched());
-        if (fs::exists(m_folder.path("to/copy")))
+        if (fs::exists(m_folder.path("to/copy"))) {
             EXPECT_TRUE(isWhole()) << "call " << n;
+        }
         Pt::removeStaleCopies(m_folder.path("to"));
         fs::remove(m_folder.path("to/copy"));
         EXPECT_TRUE(isEmpty()) << "call " << n;

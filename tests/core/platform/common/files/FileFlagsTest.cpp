@@ -83,8 +83,9 @@ TEST(FileFlagsTest, SaysNothingAboutAMissingFile)
 
 TEST(FileFlagsTest, SaysNothingAboutAFileOfSomebodyElse)
 {
-    if (::geteuid() != 0)
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can make a file that belongs to somebody else";
+    }
     const test::TestFolder folder;
     const std::string file = folder.write("picture", "x");
     fs::permissions(folder.path(), fs::perms(0755));
@@ -101,8 +102,9 @@ TEST(FileFlagsTest, TakesAwayTheImmutableAttribute)
 {
     const test::TestFolder folder;
     const std::string file = folder.write("picture", "x");
-    if (!setImmutable(file, true))
+    if (!setImmutable(file, true)) {
         GTEST_SKIP() << "this user or this file system has no immutable attribute";
+    }
     Pt::clearLock(file);
     std::error_code error;
     const bool isRemoved = fs::remove(file, error);

@@ -16,8 +16,9 @@ class FileSystemFactsTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        if (!test::canMount())
+        if (!test::canMount()) {
             GTEST_SKIP() << "mounting needs root";
+        }
         std::filesystem::create_directory(folder.path("real"));
     }
     std::string real() const { return folder.path("real"); }
@@ -72,8 +73,9 @@ TEST_F(FileSystemFactsTest, FindsOneRoomBehindTwoViews)
 
 TEST_F(FileSystemFactsTest, KnowsTheDeviceOfAnImage)
 {
-    if (!test::canMountImages())
+    if (!test::canMountImages()) {
         GTEST_SKIP() << "mounting an image needs root";
+    }
     const auto deviceOf = [](const std::string& path) {
         struct stat found = {};
         EXPECT_EQ(::stat(path.c_str(), &found), 0);

@@ -21,8 +21,9 @@ protected:
     {
         std::error_code why;
         const bool isTaken = FolderLock::takeAlone(folder.path(), why).has_value();
-        if (!isTaken)
+        if (!isTaken) {
             EXPECT_EQ(why, std::errc::resource_unavailable_try_again);
+        }
         return isTaken;
     }
 

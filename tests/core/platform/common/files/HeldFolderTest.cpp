@@ -79,8 +79,9 @@ TEST_F(HeldFolderTest, SaysWhyAFolderCannotBeHeld)
 
 TEST_F(HeldFolderTest, SeesThatADiskWasPulledFromUnderIt)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "mounting needs root";
+    }
     std::optional<test::MemoryMount> disk(std::in_place, folder.path("disk"), 1 << 20);
     const HeldFolder held = hold();
     EXPECT_TRUE(held.isAtItsPath());
@@ -92,8 +93,9 @@ TEST_F(HeldFolderTest, SeesThatADiskWasPulledFromUnderIt)
 
 TEST_F(HeldFolderTest, KnowsItsFolderThoughInodeNumbersAreForgotten)
 {
-    if (!test::canMount())
+    if (!test::canMount()) {
         GTEST_SKIP() << "mounting needs root";
+    }
     const test::OddMount view("forgetful", folder.path("view"), {folder.path("disk")});
     const auto held = HeldFolder::open(folder.path("view"), error);
     ASSERT_TRUE(held);

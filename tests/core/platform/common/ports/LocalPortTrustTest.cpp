@@ -111,8 +111,9 @@ TEST_F(LocalPortTrustTest, RefusesAFolderThatIsOpenToOthers)
 
 TEST_F(LocalPortTrustTest, RefusesAFolderOfSomebodyElse)
 {
-    if (::geteuid() != 0)
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give a folder away";
+    }
     std::filesystem::create_directory(ports());
     std::filesystem::permissions(ports(), std::filesystem::perms::owner_all);
     ASSERT_EQ(::chown(ports().c_str(), kNobody, kNobody), 0);
@@ -163,8 +164,9 @@ TEST_F(LocalPortTrustTest, ListsNothingOfAMissingFolderWithoutAnError)
 // A process whose rights reach the folder, but which is another user's all the same.
 TEST_F(LocalPortTrustTest, ClosesTheConnectionOfAnotherUserUnread)
 {
-    if (::geteuid() != 0)
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
+    }
     const auto port = held("p");
     const std::string path = socketPath();
     const pid_t child = ::fork();
@@ -187,8 +189,9 @@ TEST_F(LocalPortTrustTest, ClosesTheConnectionOfAnotherUserUnread)
 
 TEST_F(LocalPortTrustTest, SendsNothingToAPortOfAnotherUser)
 {
-    if (::geteuid() != 0)
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
+    }
     auto port = held("p");
     const std::string path = socketPath();
     port.reset();
@@ -263,8 +266,9 @@ TEST_F(LocalPortPacketTest, DropsMemoryFilesOfHugePages)
 {
     constexpr std::size_t kHugePage = 2 * 1024 * 1024;
     const MemoryFile file(kHugePage, MemoryFile::kSeals, MFD_HUGETLB);
-    if (!file.isMade)
+    if (!file.isMade) {
         GTEST_SKIP() << "this system has no huge pages";
+    }
     expectDropped(asPacket(kHugePage), {file.number()});
 }
 

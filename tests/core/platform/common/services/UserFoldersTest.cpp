@@ -133,8 +133,9 @@ TEST_F(UserFoldersTest, DoesNotLookForMachineFilesBelowTheWorkingFolder)
 
 TEST_F(UserFoldersTest, KnowsTheUsualMachineFolders)
 {
-    if (!fs::is_regular_file("/usr/share/doc/base-files/copyright"))
+    if (!fs::is_regular_file("/usr/share/doc/base-files/copyright")) {
         GTEST_SKIP() << "the system has no documentation of its own to find";
+    }
     EXPECT_EQ(Pt::machineApplicationDataFile("doc/base-files/copyright"),
         "/usr/share/doc/base-files/copyright");
     m_environment.set("XDG_DATA_DIRS", "");

@@ -97,8 +97,9 @@ TEST(PtUcsLowerCaseTableTest, MapsTheGeorgianCapitalsOntoTheLettersInOrdinaryUse
 
 TEST(PtUcsLowerCaseTableTest, IsWhatTheScriptMakes)
 {
-    if (!std::filesystem::exists("/usr/share/unicode/UnicodeData.txt"))
+    if (!std::filesystem::exists("/usr/share/unicode/UnicodeData.txt")) {
         GTEST_SKIP() << "the package unicode-data is not installed";
+    }
     const test::TestFolder folder;
     const std::string source = TEVORO_SOURCE_DIR;
     const std::string made = folder.path("table");

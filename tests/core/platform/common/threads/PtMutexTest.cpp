@@ -65,8 +65,9 @@ TEST(PtMutexTest, BlocksTheThreadThatTakesItTwice)
 
 TEST(PtMutexTest, TellsThatItGoesWhileItIsLocked)
 {
-    if (kIsThreadChecked)
+    if (kIsThreadChecked) {
         GTEST_SKIP() << "the thread checker ends the process for it";
+    }
     auto* const mutex = new Pt::Mutex;
     std::mem_fn (&Pt::Mutex::lock)(mutex); // unseen by the compiler, which knows better
     try {

@@ -124,7 +124,12 @@ TEST(PtThreadTest, EndsWithALineInTheLogWhenStartThrows)
                      "our support Web site: .*\n"));
     EXPECT_THAT(logOf([] { throw Pt::ExSystem(ENOENT, Pt::ExWhere::here()); }),
         HasSubstr(std::string("\n ") + std::strerror(ENOENT) + " \n"));
-    EXPECT_THAT(logOf([] { throw 42; }), HasSubstr("unknown exception"));
+}
+
+TEST(PtThreadDeathTest, IsEndedByWhatIsNoExceptionOfOursNorOfTheLibrary)
+{
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_DEATH(logOf([] { throw 42; }), "");
 }
 
 TEST(PtThreadTest, TellsTheNewestReasonOfALayeredException)

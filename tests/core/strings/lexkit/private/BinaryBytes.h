@@ -1,7 +1,7 @@
 // Binary dictionaries made byte by byte, sound ones and wrong ones.
 #pragma once
 
-#include "../DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 #include "lexkit/private/ByteRunKey.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "lexkit/private/DictionaryReader.h"
 
-#include "../DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 #include "lexkit/private/DictionaryStream.h"
 
 #include <gmock/gmock.h>

@@ -82,8 +82,9 @@ TEST_F(PacketReaderTest, GivesTheMemoryOfLongPacketsBack)
         GTEST_SKIP() << "only root can send packets of that length";
     PacketReader wide;
     const std::string packet(kKept + 1, 'x');
-    if (::send(theirs.get(), packet.data(), packet.size(), MSG_DONTWAIT) == -1)
+    if (::send(theirs.get(), packet.data(), packet.size(), MSG_DONTWAIT) == -1) {
         GTEST_SKIP() << "the system has no room for a packet of that length in one piece";
+    }
     send("short");
     ASSERT_EQ(wide.read(ours.get()), PacketReader::Outcome::kText);
     ASSERT_EQ(wide.read(ours.get()), PacketReader::Outcome::kText);

@@ -1,6 +1,6 @@
 #include "lexkit/private/unicode/CharEntityReference.h"
 
-#include "../DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <gtest/gtest.h>
 

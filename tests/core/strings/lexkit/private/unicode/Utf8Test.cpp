@@ -1,6 +1,6 @@
 #include "lexkit/private/unicode/Utf8.h"
 
-#include "../DictionaryTexts.h"
+#include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +14,9 @@ std::u16string decoded(const std::string& bytes, unsigned long capacity = 1000)
     const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
     Units out(capacity, 0xBBBB);
     const unsigned long written = decodeUtf8(data, bytes.size(), out.data(), capacity);
-    if (capacity == 1000)
+    if (capacity == 1000) {
         EXPECT_EQ(decodedUtf8Size(data, bytes.size()), written);
+    }
     return textOf(out.data(), written);
 }
 
@@ -24,8 +25,9 @@ std::string encoded(std::u16string_view text, unsigned long capacity = 1000)
     const Units source = units(text);
     std::vector<unsigned char> out(capacity);
     const unsigned long written = encodeUtf8(source.data(), source.size(), out.data(), capacity);
-    if (capacity == 1000)
+    if (capacity == 1000) {
         EXPECT_EQ(encodedUtf8Size(source.data(), source.size()), written);
+    }
     return {out.begin(), out.begin() + static_cast<std::ptrdiff_t>(written)};
 }
 
