@@ -45,7 +45,12 @@ public:
     ScriptTree()
     {
         for (const std::string name : {"TextDictionary.pm", "collect-texts", "check-translations"})
-            write("scripts/" + name, read(TEVORO_SOURCE_DIR "/scripts/" + name));
+            addScript(name);
+    }
+
+    void addScript(const std::string& name)
+    {
+        write("scripts/" + name, read(TEVORO_SOURCE_DIR "/scripts/" + name));
     }
 
     static std::string dictionary(const std::string& locale)
