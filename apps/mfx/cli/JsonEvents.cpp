@@ -65,6 +65,14 @@ Json passedOverList(const DownloadSummary& summary)
     return list;
 }
 
+Json notHandledCounts(const DownloadSummary& summary)
+{
+    Json counts = Json::object();
+    for (const auto& [reason, count] : summary.notHandled)
+        counts[std::string(reasonWord(reason))] = count;
+    return counts;
+}
+
 } // namespace
 
 void JsonEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
@@ -138,7 +146,7 @@ void JsonEvents::summary(const DownloadSummary& summary)
         {"proven", summary.proven},
         {"dated_by_file_time", summary.datedByFile},
         {"not_deleted", summary.notDeleted},
-        {"not_handled", summary.notHandled},
+        {"not_handled", notHandledCounts(summary)},
         {"not_asked_for", summary.notAskedFor},
         {"passed_over", passedOverList(summary)},
         {"not_safe", notSafeList(summary)},

@@ -54,7 +54,7 @@ ExitCode tellRest(const CardContents& card)
     for (const NotHandled& entry : card.notHandled)
         printMessage(text("$$$/Mfx/List/NotHandled=not handled: %1 (%2)",
             {Pt::displayName(card.folderPath(entry.folder) + '/' + entry.name),
-                translatedReason(reasonText(entry.reason))}));
+                reasonText(entry.reason)}));
     for (const ScanProblem& problem : card.problems)
         printMessage(text("$$$/Mfx/List/CannotRead=%1 cannot be read: %2",
             {Pt::displayName(problem.path), problem.error.message()}));

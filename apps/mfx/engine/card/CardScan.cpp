@@ -3,7 +3,6 @@
 #include "mfx/engine/card/AsideFolder.h"
 #include "mfx/engine/card/NameChoice.h"
 #include "mfx/engine/card/PictureSearch.h"
-#include "mfx/texts/Texts.h"
 #include "platform/common/files/FileAccess.h"
 #include "platform/common/files/FilePlacement.h"
 #include "platform/common/files/FileSystemFacts.h"
@@ -283,57 +282,6 @@ void Scan::sort()
 }
 
 } // namespace
-
-std::string_view reasonText(NotHandledReason reason)
-{
-    switch (reason) {
-    case NotHandledReason::kLink:
-        return "symbolic link";
-    case NotHandledReason::kSocket:
-        return "socket";
-    case NotHandledReason::kPipe:
-        return "pipe";
-    case NotHandledReason::kDevice:
-        return "device";
-    case NotHandledReason::kHidden:
-        return "hidden";
-    case NotHandledReason::kSystemFolder:
-        return "system folder";
-    case NotHandledReason::kJunkFile:
-        return "system file";
-    case NotHandledReason::kSameFolder:
-        return "folder listed under another path already";
-    case NotHandledReason::kOther:
-        break;
-    }
-    return "unknown kind of file";
-}
-
-std::string translatedReason(std::string_view word)
-{
-    static constexpr auto kLiterals = std::to_array<const char*>({
-        "$$$/Mfx/NotHandled/Link=symbolic link",
-        "$$$/Mfx/NotHandled/Socket=socket",
-        "$$$/Mfx/NotHandled/Pipe=pipe",
-        "$$$/Mfx/NotHandled/Device=device",
-        "$$$/Mfx/NotHandled/Hidden=hidden",
-        "$$$/Mfx/NotHandled/SystemFolder=system folder",
-        "$$$/Mfx/NotHandled/JunkFile=system file",
-        "$$$/Mfx/NotHandled/SameFolder=folder listed under another path already",
-        "$$$/Mfx/NotHandled/Other=unknown kind of file",
-    });
-    for (std::size_t reason = 0; reason < kLiterals.size(); ++reason)
-        if (reasonText(static_cast<NotHandledReason>(reason)) == word)
-            return text(kLiterals[reason]);
-    return std::string(word);
-}
-
-bool isHarmless(NotHandledReason reason)
-{
-    return reason == NotHandledReason::kSystemFolder || reason == NotHandledReason::kJunkFile
-        || reason == NotHandledReason::kSameFolder || reason == NotHandledReason::kSocket
-        || reason == NotHandledReason::kPipe || reason == NotHandledReason::kDevice;
-}
 
 std::string CardContents::folderPath(std::uint32_t folder) const
 {

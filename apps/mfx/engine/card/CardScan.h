@@ -9,6 +9,7 @@
 
 #include "mfx/engine/card/MediaItem.h"
 #include "mfx/engine/card/NameFilter.h"
+#include "mfx/engine/card/NotHandledReason.h"
 
 #include <atomic>
 #include <cstddef>
@@ -20,27 +21,6 @@
 #include <vector>
 
 namespace mfx {
-
-enum class NotHandledReason : std::uint8_t {
-    kLink,
-    kSocket,
-    kPipe,
-    kDevice,
-    kHidden, // file or folder with a leading dot
-    kSystemFolder, // trash, indexes and thumbnails of systems and cameras
-    kJunkFile, // thumbnail caches and folder settings
-    kSameFolder, // a folder that was entered under another path already
-    kOther
-};
-
-// The word for programs, such as "symbolic link": the same in every language.
-std::string_view reasonText(NotHandledReason reason);
-
-// The same for people, in their language; a word that is none comes back as it is.
-std::string translatedReason(std::string_view word);
-
-// Whether what was passed over for this reason can hold no photo that would be missed.
-bool isHarmless(NotHandledReason reason);
 
 // A file or a folder; a folder that is not handled stands for all that is in it.
 struct NotHandled {

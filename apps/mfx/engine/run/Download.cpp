@@ -2,7 +2,6 @@
 
 #include "mfx/engine/card/TwinCheck.h"
 #include "mfx/engine/names/LastNumber.h"
-#include "mfx/engine/run/PassedOverList.h"
 #include "mfx/engine/run/Ticker.h"
 #include "mfx/engine/run/Verdict.h"
 #include "mfx/engine/saving/CopyIdentity.h"
@@ -23,7 +22,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t kToldNotSafe = 50; // the rest is counted
 constexpr std::chrono::milliseconds kProgressPause{500};
 
 // Bytes to work through for each byte of an item: written and read back, for each place.
@@ -69,9 +67,8 @@ Download::Download(
     , m_places(card, m_request.target, m_request.backupFolder, m_request.dryRun)
     , m_folders(m_request.target, m_places, m_request.dryRun)
     , m_backup(card, m_groups, sink, m_places)
-    , m_deletion(card, m_places)
-    , m_cardWatch(card)
-    , m_items(card.items.size())
+    , m_account(m_request, card)
+    , m_deletion(m_request, card, m_places, m_folders, m_account)
     , m_progress(card, passes(m_request))
 {
 }
@@ -80,38 +77,27 @@ DownloadSummary Download::run()
 {
     if (m_request.rules.useNumbers())
         m_folders.listNumbers(m_request.rules.rename->numberMatcher());
-    m_summary.items = m_card.items.size();
-    m_summary.folder = m_request.target;
-    m_summary.backupWanted = m_request.backupFolder.has_value();
-    m_summary.dryRun = m_request.dryRun;
-    m_summary.datesAreUsed = m_request.rules.useDates();
-    m_summary.notAskedFor = m_card.notAskedFor;
-    std::uint64_t bytes = 0;
-    for (const MediaItem& item : m_card.items)
-        bytes += item.status.size;
     openPlaces();
-    m_events.source(m_request.sourceName, m_card.items.size(), bytes);
+    m_events.source(m_request.sourceName, m_card.items.size(), m_account.bytesOnCard());
     warnOfPlaces();
-    addNotHandled();
-    addPassedOver();
     {
         const Ticker ticker(kProgressPause, [this] { tellProgress(); });
         m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
         m_nextNumber = firstNumber();
         runGroups();
-        m_summary.nextSequence = m_nextNumber;
+        m_account.summary.nextSequence = m_nextNumber;
         if (!m_request.dryRun)
             closeDownload();
         m_folders.leave();
         m_places.leave();
     }
     tellProgress();
-    m_summary.placeUnusable =
-        m_summary.placeUnusable || (m_targetRefused && m_summary.saved + m_summary.existing == 0);
-    m_summary.interrupted = m_summary.interrupted || m_request.wasInterrupted();
-    giveVerdict(m_summary);
-    m_events.summary(m_summary);
-    return m_summary;
+    m_account.summary.placeUnusable = m_account.summary.placeUnusable
+        || (m_targetRefused && m_account.summary.saved + m_account.summary.existing == 0);
+    m_account.summary.interrupted = m_account.summary.interrupted || m_request.wasInterrupted();
+    giveVerdict(m_account.summary);
+    m_events.summary(m_account.summary);
+    return m_account.summary;
 }
 
 // The target's own folder is compared although all may go into folders below it.
@@ -121,22 +107,22 @@ void Download::openPlaces()
     const FinalFolder& base = m_folders.open("");
     if (!base.objection.empty())
         throw PlaceError(base.objection);
-    m_summary.copiesOnCardsDevice = m_places.isBackupOnCardsDevice();
-    m_summary.copiesInOneFolder = base.kinship.toBackup == Kinship::kSameName;
-    m_summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
+    m_account.summary.copiesOnCardsDevice = m_places.isBackupOnCardsDevice();
+    m_account.summary.copiesInOneFolder = base.kinship.toBackup == Kinship::kSameName;
+    m_account.summary.copiesOnOneDisk = base.kinship.toBackup != Kinship::kApart;
     for (const FolderKinship& kinship : {base.kinship, m_places.backupKinship()})
         if (!kinship.cardFolder.empty())
-            m_cardWatch.passOver(kinship.cardFolder);
+            m_deletion.passOver(kinship.cardFolder);
 }
 
 void Download::warnOfPlaces()
 {
-    if (m_summary.copiesInOneFolder)
+    if (m_account.summary.copiesInOneFolder)
         m_events.message("",
             text(
                 "$$$/Mfx/Download/OneFolder=target and backup are one folder: both copies count as "
                 "one, and no original is deleted"));
-    else if (m_summary.copiesOnOneDisk)
+    else if (m_account.summary.copiesOnOneDisk)
         m_events.message("",
             text("$$$/Mfx/Download/OneDisk=both copies are on one disk: who loses it loses both"));
     if (m_request.wantsDNG && !m_request.convertsToDNG)
@@ -159,7 +145,7 @@ void Download::runGroups()
     GroupStager stager(std::move(plan), m_folders);
     for (std::size_t group = 0; group < m_groups.size(); ++group) {
         if (m_request.wasInterrupted()) {
-            m_summary.interrupted = true;
+            m_account.summary.interrupted = true;
             return;
         }
         if (m_stopReason) {
@@ -170,17 +156,17 @@ void Download::runGroups()
         tellRestored();
         if (work->problem == Pt::CopyProblem::kCancelled) {
             dropItemFolder(*work);
-            m_summary.interrupted = true;
+            m_account.summary.interrupted = true;
             return;
         }
         finishGroup(*work);
         if (!m_events.isHeard()) {
-            m_summary.outputFailed = true;
+            m_account.summary.outputFailed = true;
             stopAt(text("$$$/Mfx/Download/StoppedUnheard=not tried: what is told cannot be written "
                         "to standard output"));
         }
     }
-    m_summary.interrupted = m_request.wasInterrupted();
+    m_account.summary.interrupted = m_request.wasInterrupted();
 }
 
 void Download::tellRestored()
@@ -290,9 +276,9 @@ void Download::noteBackup(
         return;
     }
     event.backup = Pt::displayName(*m_request.backupFolder);
-    m_items[item].kept.backup = std::move(backup.copy);
-    m_items[item].kept.isFresh = !backup.wasThere;
-    ++m_summary.backups;
+    m_account.items[item].kept.backup = std::move(backup.copy);
+    m_account.items[item].kept.isFresh = !backup.wasThere;
+    ++m_account.summary.backups;
 }
 
 void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
@@ -339,14 +325,14 @@ bool Download::isToConvert(const GroupWork& work, const MemberWork& member) cons
 void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
 {
     std::error_code error;
-    ItemState& state = m_items[member.item];
+    SavedItem& state = m_account.items[member.item];
     const auto status = Pt::fileStatus(dng, error);
     const std::string raw = dng.substr(0, dng.rfind('/') + 1) + member.finalName;
     if (!status || Pt::fileStatus(raw, error))
         return;
     event.dng = Pt::displayName(m_places.nameOf(dng));
     state.kept.dng = KeptCopy{dng, *status};
-    ++m_summary.converted;
+    ++m_account.summary.converted;
 }
 
 // What became of each member; a group is proven only as a whole.
@@ -369,16 +355,16 @@ void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
                 keep(work, member, event);
         }
         allProven = allProven && !work.failed && event.status != ItemStatus::kBackupFailed
-            && m_items[member.item].kept.saved;
+            && m_account.items[member.item].kept.saved;
     }
     for (const MemberWork& member : work.members)
-        m_items[member.item].isProven = allProven;
+        m_account.items[member.item].isProven = allProven;
 }
 
 // Notes the saved copy as it is now, for the look at it before the original goes.
 void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& event)
 {
-    ItemState& state = m_items[member.item];
+    SavedItem& state = m_account.items[member.item];
     const Pt::FileStatus& original = m_card.items[member.item].status;
     state.folder = work.folder;
     state.finalName = member.finalName;
@@ -390,9 +376,9 @@ void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& 
         state.kept.reasonToKeep =
             text("$$$/Mfx/Delete/OneFolder=not deleted: target and backup are one folder");
     if (!work.folder->kinship.cardFolder.empty())
-        m_cardWatch.passOver(work.folder->kinship.cardFolder + '/' + member.finalName);
-    m_summary.copiesOnCardsDevice =
-        m_summary.copiesOnCardsDevice || work.folder->kinship.toCard != Kinship::kApart;
+        m_deletion.passOver(work.folder->kinship.cardFolder + '/' + member.finalName);
+    m_account.summary.copiesOnCardsDevice =
+        m_account.summary.copiesOnCardsDevice || work.folder->kinship.toCard != Kinship::kApart;
     const std::string path = work.folder->ownPath + '/' + member.finalName;
     std::error_code error;
     const auto saved = Pt::fileStatus(path, error);
@@ -415,18 +401,7 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const ItemEvent& event = events[i];
         const MemberWork& member = work.members[i];
-        if (!work.failed && member.stoodThere)
-            ++m_summary.existing;
-        else if (!work.failed)
-            ++m_summary.saved;
-        if (!work.failed && work.date.source == DateSource::kFileTime)
-            ++m_summary.datedByFile;
-        if (m_items[member.item].isProven)
-            ++m_summary.proven;
-        if (event.error && event.status == ItemStatus::kDNGFailed)
-            ++m_summary.failed; // not as asked for, and safe all the same
-        else if (event.error)
-            addUnsafe(event.name, *event.error);
+        m_account.countMember(work, member, event);
         m_progress.finish(member.item);
         m_events.item(event);
     }
@@ -436,7 +411,7 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
 void Download::noteFailure(const GroupWork& work)
 {
     if (work.problem == Pt::CopyProblem::kTargetFull) {
-        m_summary.placeUnusable = true;
+        m_account.summary.placeUnusable = true;
         m_stopReason = text("$$$/Mfx/Download/StoppedFull=not tried: no space is left in %1",
             {Pt::displayName(m_request.target)});
     } else if (work.problem == Pt::CopyProblem::kTargetUnusable) {
@@ -444,8 +419,9 @@ void Download::noteFailure(const GroupWork& work)
         m_targetRefused = true;
         if (work.folder && !work.folder->objection.empty())
             stopAt(work.folder->objection);
-    } else if (isSourceTrouble(work.problem) && (isCardGone() || isEmptyFolder(m_card.root))) {
-        m_summary.sourceGone = true;
+    } else if (isSourceTrouble(work.problem)
+        && (m_deletion.isCardGone() || isEmptyFolder(m_card.root))) {
+        m_account.summary.sourceGone = true;
         m_stopReason = text("$$$/Mfx/Download/StoppedCardGone=not tried: the card was taken out");
     }
 }
@@ -454,9 +430,9 @@ void Download::noteFailure(const GroupWork& work)
 // and nothing goes.
 void Download::stopAt(const std::string& reason)
 {
-    m_summary.placeUnusable = true;
+    m_account.summary.placeUnusable = true;
     m_stopReason = reason;
-    m_deletionObjection = reason;
+    m_deletion.refuse(reason);
 }
 
 void Download::failRest(std::size_t firstGroup, const std::string& reason)
@@ -474,7 +450,7 @@ void Download::failItem(std::uint32_t item, const std::string& reason)
     event.status = ItemStatus::kFailed;
     event.error = reason;
     m_progress.finish(item);
-    addUnsafe(event.name, reason);
+    m_account.addUnsafe(event.name, reason);
     m_events.item(event);
 }
 
@@ -494,48 +470,6 @@ std::string Download::deviceName(std::uint32_t item) const
     const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
     const std::string extension = stem < name.size() ? name.substr(stem + 1) : std::string();
     return GroupTarget({}, name.substr(0, stem), {extension}).fileName(0, 0);
-}
-
-void Download::addNotHandled()
-{
-    for (const NotHandled& entry : m_card.notHandled)
-        ++m_summary.notHandled[std::string(reasonText(entry.reason))];
-    m_summary.mayHoldPhotos = m_card.harmfulNotHandled();
-    for (const ScanProblem& problem : m_card.problems) {
-        addUnsafe(Pt::displayName(problem.path),
-            text("$$$/Mfx/Download/CannotRead=it cannot be read: %1", {problem.error.message()}));
-    }
-}
-
-// What wiping the card would cost beside the items that were saved.
-void Download::addPassedOver()
-{
-    PassedOverList list;
-    for (const NotHandled& entry : m_card.notHandled)
-        list.add(m_card, entry);
-    for (const MediaItem& item : m_card.items) {
-        if (item.status.size == 0)
-            list.add("empty file",
-                text("$$$/Mfx/Verdict/EmptyFile=files without bytes"),
-                Pt::displayName(m_card.pathBelow(item)));
-    }
-    for (const std::string& name : m_card.leftOut)
-        list.add(
-            "not asked for", text("$$$/Mfx/Verdict/LeftOut=not asked for"), Pt::displayName(name));
-    m_summary.passedOver = list.take();
-}
-
-void Download::addUnsafe(const std::string& name, const std::string& reason)
-{
-    ++m_summary.failed;
-    ++m_summary.unsafe;
-    addNotSafe(name, reason);
-}
-
-void Download::addNotSafe(const std::string& name, const std::string& reason)
-{
-    if (m_summary.notSafe.size() < kToldNotSafe)
-        m_summary.notSafe.push_back({name, reason});
 }
 
 void Download::tellProgress()

@@ -8,13 +8,12 @@
 #pragma once
 
 #include "mfx/engine/card/CardScan.h"
-#include "mfx/engine/card/CardWatch.h"
 #include "mfx/engine/names/TargetName.h"
+#include "mfx/engine/run/DownloadAccount.h"
+#include "mfx/engine/run/GuardedDeletion.h"
 #include "mfx/engine/run/ProgressMeter.h"
 #include "mfx/engine/saving/FinalFolders.h"
 #include "mfx/engine/saving/GroupWork.h"
-#include "mfx/engine/saving/KeptItem.h"
-#include "mfx/engine/saving/OriginalDeletion.h"
 #include "mfx/engine/saving/PlaceWatch.h"
 #include "mfx/engine/sink/DownloadEvents.h"
 #include "mfx/engine/sink/DownloadRequest.h"
@@ -44,13 +43,6 @@ public:
     DownloadSummary run();
 
 private:
-    struct ItemState {
-        bool isProven = false; // saved, and backed up if asked for, as far as its whole group is
-        FinalFolder* folder = nullptr; // null: not saved
-        std::string finalName;
-        KeptItem kept;
-    };
-
     void openPlaces();
     void warnOfPlaces();
     void runGroups();
@@ -75,21 +67,10 @@ private:
 
     void closeDownload();
     void flushNames();
-    void lookAgain();
-    void noteNews();
-    bool isCardGone() const;
-    void forbidDeletion(const std::string& reason);
-    std::vector<std::uint32_t> deletable() const;
-    std::string deletionQuestion(const std::vector<std::uint32_t>& items) const;
-    DeletionOutcome deleteOriginal(std::uint32_t item);
     SinkItem sinkItem(const GroupWork& work, std::size_t member, const std::string& folder) const;
     SinkItem finishedItem(std::uint32_t item) const;
     std::string deviceName(std::uint32_t item) const;
 
-    void addPassedOver();
-    void addNotHandled();
-    void addNotSafe(const std::string& name, const std::string& reason);
-    void addUnsafe(const std::string& name, const std::string& reason);
     void tellProgress();
 
     const DownloadRequest m_request;
@@ -101,15 +82,11 @@ private:
     PlaceWatch m_places;
     FinalFolders m_folders;
     GroupBackup m_backup;
-    OriginalDeletion m_deletion;
-    CardWatch m_cardWatch;
-    std::vector<ItemState> m_items;
-    DownloadSummary m_summary;
+    DownloadAccount m_account;
+    GuardedDeletion m_deletion;
     std::uint64_t m_nextNumber = 0; // that of the next group which is saved
     std::optional<std::string> m_stopReason; // why no further group is begun
-    std::string m_deletionObjection; // why no original may go; empty while they may
     bool m_targetRefused = false; // some folder of the target takes no files
-    bool m_hasLookedAgain = false; // since the question was answered
     ProgressMeter m_progress;
 };
 

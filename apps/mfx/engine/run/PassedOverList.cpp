@@ -24,8 +24,8 @@ void PassedOverList::add(const CardContents& card, const NotHandled& entry)
 {
     if (!entry.mayHoldPhotos())
         return;
-    const std::string kind(reasonText(entry.reason));
-    const std::string label = translatedReason(kind);
+    const std::string kind(reasonWord(entry.reason));
+    const std::string label = reasonText(entry.reason);
     if (entry.pictureCount == 0) {
         const std::string& folder = card.folders[entry.folder];
         add(kind, label, Pt::displayName(folder.empty() ? entry.name : folder + '/' + entry.name));

@@ -1,6 +1,5 @@
 #include "mfx/engine/run/Verdict.h"
 
-#include "mfx/engine/card/CardScan.h"
 #include "mfx/texts/Texts.h"
 
 namespace mfx {
@@ -58,9 +57,9 @@ std::string counts(const DownloadSummary& summary)
 std::string notHandledText(const DownloadSummary& summary)
 {
     std::string list;
-    for (const auto& [word, count] : summary.notHandled)
+    for (const auto& [reason, count] : summary.notHandled)
         list = joined(list,
-            text("$$$/Mfx/Verdict/Times=%1 x %2", {std::to_string(count), translatedReason(word)}));
+            text("$$$/Mfx/Verdict/Times=%1 x %2", {std::to_string(count), reasonText(reason)}));
     return list;
 }
 

@@ -5,6 +5,7 @@
 // Texts are UTF-8.
 #pragma once
 
+#include "mfx/engine/card/NotHandledReason.h"
 #include "mfx/engine/saving/ProgressPhase.h"
 
 #include <cstddef>
@@ -69,7 +70,7 @@ struct DownloadSummary {
     std::size_t notDeleted = 0; // originals that should have gone and did not
     std::uint64_t nextSequence = 0; // the number after the last one given
     std::string folder; // the target
-    std::map<std::string, std::size_t> notHandled; // by reasonText()
+    std::map<NotHandledReason, std::size_t> notHandled; // how many of each
     std::size_t mayHoldPhotos = 0; // how many of these might be missed
     std::size_t notAskedFor = 0; // left out by the choice of names
     std::vector<PassedOver> passedOver; // by kind

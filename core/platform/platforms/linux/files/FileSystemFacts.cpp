@@ -169,21 +169,13 @@ std::string incompressibleBytes(std::size_t count)
     return bytes;
 }
 
-// Whether a file of these bytes in the folder leaves less room elsewhere than there was.
-bool takesRoom(const std::string& folder,
-    const std::string& bytes,
-    const std::string& other,
-    std::int64_t room)
+// Whether these bytes, behind those that the file has, leave less room elsewhere than there was.
+bool takesRoom(const Descriptor& file, const std::string& bytes, const std::string& other)
 {
-    const std::string path = folder + '/' + kTrial + "room-" + std::to_string(::getpid());
-    const Descriptor file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
-    if (!file.isOpen())
-        return false;
+    const std::int64_t room = freeBytes(other);
     file.write(bytes.data(), bytes.size());
     file.flush();
-    const std::int64_t left = freeBytes(other);
-    ::unlink(path.c_str());
-    return room - left >= static_cast<std::int64_t>(bytes.size());
+    return room - freeBytes(other) >= static_cast<std::int64_t>(bytes.size());
 }
 
 } // namespace
@@ -228,16 +220,22 @@ std::optional<std::uint64_t> imageDevice(std::uint64_t device)
     return found.st_dev;
 }
 
-// A file that was removed may give its room back late: the room at the start is what counts.
+// Others may write and remove beside us, so that one round says little; two that lead there are
+// enough. One file grows: a file that was removed may give its room back late.
 bool sharesRoom(const std::string& folder, const std::string& other)
 {
-    constexpr int kRounds = 3;
+    constexpr int kRounds = 8;
+    constexpr int kEnough = 2;
+    const std::string path = folder + '/' + kTrial + "room-" + std::to_string(::getpid());
+    const Descriptor file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    if (!file.isOpen())
+        return false;
     const std::string bytes = incompressibleBytes(std::size_t{256} << 10U);
-    const std::int64_t room = freeBytes(other);
     int shared = 0;
-    for (int round = 0; round < kRounds; ++round)
-        shared += takesRoom(folder, bytes, other, room) ? 1 : 0;
-    return shared == kRounds;
+    for (int round = 0; round < kRounds && shared < kEnough; ++round)
+        shared += takesRoom(file, bytes, other) ? 1 : 0;
+    ::unlink(path.c_str());
+    return shared >= kEnough;
 }
 
 std::optional<std::string> refusedLetter(

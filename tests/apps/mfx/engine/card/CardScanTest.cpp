@@ -1,7 +1,6 @@
 #include "mfx/engine/card/CardScan.h"
 
 #include "apps/mfx/engine/CardFixture.h"
-#include "apps/mfx/texts/DictionaryFixture.h"
 #include "platform/common/text/NameText.h"
 
 #include <algorithm>
@@ -367,26 +366,6 @@ TEST(CardScanTest, KeepsAnItemSmall)
 {
     // Twenty thousand items stay below four million bytes, names of up to 60 bytes included.
     EXPECT_LE(sizeof(MediaItem), 128U);
-}
-
-TEST(CardScanTest, HasAWordForEveryReason)
-{
-    std::set<std::string_view> words;
-    for (int reason = 0; reason <= static_cast<int>(NotHandledReason::kOther); ++reason)
-        words.insert(reasonText(static_cast<NotHandledReason>(reason)));
-    EXPECT_THAT(words, SizeIs(static_cast<std::size_t>(NotHandledReason::kOther) + 1));
-}
-
-using TranslatedReasonTest = DictionaryFixture;
-
-TEST_F(TranslatedReasonTest, IsForPeopleAndLeavesTheWordForPrograms)
-{
-    EXPECT_EQ(translatedReason("symbolic link"), "symbolic link");
-    speak(u"\"$$$/Mfx/NotHandled/Link=Verweis\"\n\"$$$/Mfx/NotHandled/Other=Unbekannt\"\n");
-    EXPECT_EQ(translatedReason("symbolic link"), "Verweis");
-    EXPECT_EQ(translatedReason("unknown kind of file"), "Unbekannt");
-    EXPECT_EQ(translatedReason("something new"), "something new");
-    EXPECT_EQ(reasonText(NotHandledReason::kLink), "symbolic link");
 }
 
 } // namespace

@@ -71,6 +71,26 @@ TEST_F(FileSystemFactsTest, FindsOneRoomBehindTwoViews)
     EXPECT_TRUE(std::filesystem::is_empty(disk.at() / "branch"));
 }
 
+// Others make room while we look.
+TEST_F(FileSystemFactsTest, FindsOneRoomWhereOthersRemoveFiles)
+{
+    constexpr int kFiles = 40;
+    const test::MemoryMount disk(folder.path("disk"), 256 << 20);
+    std::filesystem::create_directory(disk.at() / "branch");
+    const test::OddMount mirror("mirror", view(), {disk.at() / "branch"});
+    for (int file = 0; file < kFiles; ++file)
+        std::ofstream(disk.at() / std::to_string(file)) << std::string(300'000, 'x');
+    std::thread remover([&disk] {
+        for (int file = 0; file < kFiles; ++file) {
+            std::filesystem::remove(disk.at() / std::to_string(file));
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    });
+    for (int look = 0; look < 20; ++look)
+        EXPECT_TRUE(sharesRoom(view(), disk.at())) << look;
+    remover.join();
+}
+
 TEST_F(FileSystemFactsTest, KnowsTheDeviceOfAnImage)
 {
     if (!test::canMountImages()) {
