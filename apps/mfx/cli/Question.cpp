@@ -57,7 +57,8 @@ Answer askYesOrNo(const std::string& question, Answering answering)
             text("$$$/Mfx/Question/Prompt=%1 [y/N]", {Pt::terminalText(question.substr(lastLine))});
         std::fprintf(stderr, "%s ", prompt.c_str());
         std::string answer;
-        if (Pt::wasInterrupted() || !std::getline(std::cin, answer) || Pt::wasInterrupted())
+        // An interrupt is an answer, too.
+        if (!Pt::waitForInput(stdin) || !std::getline(std::cin, answer) || Pt::wasInterrupted())
             return Answer::kNo;
         if (const auto meaning = meaningOf(answer))
             return *meaning ? Answer::kYes : Answer::kNo;

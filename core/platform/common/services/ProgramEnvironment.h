@@ -31,6 +31,11 @@ void noteInterrupts();
 // Whether one was noted.
 bool wasInterrupted();
 
+// Blocks until there is something to read from the stream, its end included, or an interrupt was
+// noted, before or meanwhile and in whichever thread; false for the latter. The stream's own buffer
+// is not looked at: for terminals, which give one line at a time.
+bool waitForInput(std::FILE* stream);
+
 // Takes the places of standard input, output and error where they are closed, so that no file that
 // is opened later becomes one of them; what is written there then fails. For the start of a
 // program.

@@ -1,11 +1,14 @@
 #include "platform/common/services/ProgramEnvironment.h"
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -17,9 +20,16 @@ namespace {
 std::atomic<bool> gInterrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
 
+// Readable once an interrupt was noted; -1 where none is noted, or no descriptor was left.
+int gInterruptEvent = -1;
+
 void onInterrupt(int)
 {
+    const int before = errno;
     gInterrupted = true;
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(gInterruptEvent, &one, sizeof one);
+    errno = before;
 }
 
 } // namespace
@@ -58,10 +68,11 @@ int terminalWidth(std::FILE* stream)
 
 void noteInterrupts()
 {
+    if (gInterruptEvent == -1)
+        gInterruptEvent = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     struct sigaction action = {};
     action.sa_handler = onInterrupt;
-    // The handler is taken off by its first use, so that a second interrupt ends the program. No
-    // SA_RESTART: an interrupt is the answer to a question that waits on the terminal.
+    // The handler is taken off by its first use, so that a second interrupt ends the program.
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     ::sigemptyset(&action.sa_mask);
     ::sigaction(SIGINT, &action, nullptr);
@@ -77,6 +88,21 @@ void noteInterrupts()
 bool wasInterrupted()
 {
     return gInterrupted;
+}
+
+bool waitForInput(std::FILE* stream)
+{
+    // poll() passes over the event's descriptor where it is -1; then we look from time to time.
+    constexpr int kGlance = 200; // ms
+    pollfd waited[] = {{::fileno(stream), POLLIN, 0}, {gInterruptEvent, POLLIN, 0}};
+    while (!gInterrupted) {
+        const int ready = ::poll(waited, 2, gInterruptEvent == -1 ? kGlance : -1);
+        if (ready > 0 && waited[0].revents != 0)
+            return !gInterrupted;
+        if (ready == -1 && errno != EINTR)
+            return true; // whoever reads is told why
+    }
+    return false;
 }
 
 // Open for the wrong direction: whoever uses it is told that it is closed.

@@ -63,6 +63,39 @@ TEST(ProgramEnvironmentTest, NotesTheFirstInterruptAndEndsAtTheSecond)
     }
 }
 
+TEST(ProgramEnvironmentTest, WaitsForInputOrAnInterrupt)
+{
+    const auto waiting = [](bool hasInput, bool isClosed, const std::function<void()>& before) {
+        return endOf([&] {
+            ::alarm(20);
+            Pt::noteInterrupts();
+            int ends[2] = {};
+            if (::pipe(ends) != 0)
+                return 2;
+            if (hasInput && ::write(ends[1], "x", 1) != 1)
+                return 3;
+            if (isClosed)
+                ::close(ends[1]);
+            before();
+            return Pt::waitForInput(::fdopen(ends[0], "r")) ? 1 : 0;
+        });
+    };
+    EXPECT_EQ(waiting(true, false, [] {}), 1);
+    EXPECT_EQ(waiting(false, true, [] {}), 1) << "the end is input, too";
+    EXPECT_EQ(waiting(false, false, [] { ::raise(SIGTERM); }), 0) << "before the wait";
+    EXPECT_EQ(waiting(false,
+                  false,
+                  [] {
+                      // Where another thread takes the signal, no call of this one is interrupted.
+                      std::thread([] {
+                          std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                          ::raise(SIGINT);
+                      }).detach();
+                  }),
+        0);
+    EXPECT_EQ(waiting(true, false, [] { ::raise(SIGINT); }), 0);
+}
+
 TEST(ProgramEnvironmentTest, IgnoresAHangUpThatWasIgnoredAtItsStart)
 {
     EXPECT_EQ(endOf([] {
