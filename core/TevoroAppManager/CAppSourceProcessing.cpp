@@ -68,6 +68,31 @@ bool isItemRecord(const CPropSinkMediaItem* item)
     return item && item->size == kFxSizeSinkMediaItem;
 }
 
+// Under a name that is free; one that somebody took in the meantime is looked for anew.
+FxStatus copyBesideOthers(
+    const CPropSinkMediaItem& item, const QString& backupFolder, const QString& target)
+{
+    const QString deviceName = toQString(item.deviceName);
+    const QString fileName = toQString(item.fileName);
+    CopyNumbering numbering;
+    if (target == backupFolder)
+        numbering = numberingBeside(deviceName, fileName);
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        QString name;
+        if (!generateUniqueFileName(
+                backupFolder, deviceName, name, numbering.firstIndex, numbering.forced))
+            return kFxErrNoUniqueName;
+        const auto problem =
+            copyProvenIntoTargetFolder(toQString(item.folder), fileName, backupFolder, name)
+                .problem;
+        if (problem == Pt::CopyProblem::kNone)
+            return kFxOk;
+        if (problem != Pt::CopyProblem::kTargetTaken)
+            break;
+    }
+    return kFxErrBackupFailed;
+}
+
 } // namespace
 
 FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
@@ -88,29 +113,13 @@ FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
         tell(detail, m_secondaryLocation);
         if (!mkdirFromAbsPath(m_secondaryLocation))
             return kFxErrBadArgument;
-        const QString itemFolder = toQString(item->folder);
-        const QString target = targetFolder(itemFolder);
-        const QString deviceName = toQString(item->deviceName);
-        const QString fileName = toQString(item->fileName);
-        CopyNumbering numbering;
-        if (target == m_secondaryLocation)
-            numbering = numberingBeside(deviceName, fileName);
-        auto result = Pt::CopyProblem::kTargetTaken;
-        for (int attempt = 0; attempt < kAttempts && result == Pt::CopyProblem::kTargetTaken;
-             ++attempt) {
-            QString name;
-            if (!generateUniqueFileName(
-                    m_secondaryLocation, deviceName, name, numbering.firstIndex, numbering.forced))
-                return kFxErrNoUniqueName;
-            result =
-                copyProvenIntoTargetFolder(itemFolder, fileName, m_secondaryLocation, name).problem;
-        }
-        if (result != Pt::CopyProblem::kNone) {
+        const QString target = targetFolder(toQString(item->folder));
+        const FxStatus status = copyBesideOthers(*item, m_secondaryLocation, target);
+        if (status == kFxErrBackupFailed)
             reportFailedBackup(display);
-            return kFxErrBackupFailed;
-        }
-        tell(detail, target);
-        return kFxOk;
+        if (status == kFxOk)
+            tell(detail, target);
+        return status;
     });
 }
 

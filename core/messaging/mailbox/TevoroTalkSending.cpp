@@ -102,6 +102,24 @@ bool holds(const SoVector<SoString>& texts, const SoString& wanted)
     return false;
 }
 
+// What a message has from its way: number, sender, whole target, time.
+void stamp(Message& message, const TevoroTalk::Specifier& target, const TevoroTalk& sender)
+{
+    TevoroTalkContext* const context = sender.getContext();
+    if (message.serialNumber == 0 && context != nullptr)
+        message.serialNumber = context->getNextSerialNumber();
+    if (message.sender.isEmpty())
+        message.sender = sender.getAppName();
+    message.target.assign(target.view());
+    message.timestamp = TevoroTalkUtils::getTimeSeconds();
+}
+
+void askForProcessed(Message& message)
+{
+    if (message.type != kIgnore && message.type != kDebug && !asksFor(message, kProcessed))
+        message.responseRequest << " " << kProcessed;
+}
+
 } // namespace
 
 bool TevoroTalk::send(
@@ -125,19 +143,12 @@ bool TevoroTalk::sendFrom(Message& message,
     if (message.type == QK_TIMEOUT && message.target != message.sender
         && message.getUserHeaderValue(kTimeoutDetector) == "SENDER")
         return false;
-    TevoroTalkContext* const context = getContext();
-    if (message.serialNumber == 0 && context != nullptr)
-        message.serialNumber = context->getNextSerialNumber();
-    if (message.sender.isEmpty())
-        message.sender = getAppName();
-    message.target.assign(target.view());
-    message.timestamp = TevoroTalkUtils::getTimeSeconds();
+    stamp(message, target, *this);
     // A handler of an answer's number is one of another message: numbers are each process's own.
     const bool isAwaited = !message.responseRequest.isEmpty()
         || (!isAnswer && m_data->findHandler("", message.serialNumber) != nullptr);
-    if (message.type != kIgnore && isAwaited && !asksFor(message, kProcessed)
-        && message.type != kDebug)
-        message.responseRequest << " " << kProcessed;
+    if (isAwaited)
+        askForProcessed(message);
     if (message.sender.isEmpty())
         return sendError(
             message, "ERROR: CAN'T STREAM MESSAGE TO STRING", kSendFailed, waitSeconds);
