@@ -3,6 +3,8 @@
 
 #include "e2e/MountFixture.h"
 
+#include <unistd.h>
+
 namespace e2e {
 
 class PlaceAliasTest : public PlaceTest {
@@ -165,6 +167,25 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereCardAndTargetAreOneImage)
     const RunResult result = saveFrom(first.at(), second.at(), {"--delete-originals", "--yes"});
     EXPECT_NE(result.code, 0) << told(result);
     EXPECT_EQ(contentOf(first.at() / "A.JPG"), "photo c");
+}
+
+// The second look is as old as its mount: what is made on the disk does not show there.
+TEST_F(PlaceAliasTest, LetsNoCardGoThatIsAnOlderLookAtTheTargetsImage)
+{
+    if (!test::canMountImages()) {
+        GTEST_SKIP() << "no devices for images";
+    }
+    const fs::path image = root() / "image";
+    const test::LoopMount disk(view("disk"), image, 16 << 20);
+    write(disk.at() / "A.JPG", "photo c");
+    fs::create_directory(disk.at() / "target");
+    ::sync();
+    const test::LoopMount look(view("look"), image, 16 << 20, true);
+    ASSERT_EQ(contentOf(look.at() / "A.JPG"), "photo c");
+    const RunResult result = saveFrom(look.at(), disk.at() / "target", {});
+    EXPECT_EQ(result.summary()["saved"], 1) << told(result);
+    EXPECT_EQ(result.summary()["copies_on_cards_device"], true) << told(result);
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false);
 }
 
 TEST_F(PlaceAliasTest, EndsWhereASubfolderOfTheTargetIsTheBackup)

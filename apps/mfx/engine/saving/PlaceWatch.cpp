@@ -65,6 +65,9 @@ PlaceWatch::PlaceWatch(
 {
     for (const CardFolderId& folder : card.folderIds)
         m_cardDevices.insert(folder.device);
+    for (const std::uint64_t device : m_cardDevices)
+        if (const auto image = Pt::imageFile(device))
+            m_cardImages.insert(*image);
 }
 
 void PlaceWatch::open()
@@ -195,7 +198,10 @@ bool PlaceWatch::isOnCardsDevice(std::uint64_t device) const
     for (int depth = 0; layer && depth < kLayers; ++depth) {
         if (m_cardDevices.contains(*layer))
             return true;
-        layer = Pt::imageDevice(*layer);
+        const auto image = Pt::imageFile(*layer);
+        if (image && m_cardImages.contains(*image))
+            return true; // one image, looked at through two devices
+        layer = image ? std::optional(image->device) : std::nullopt;
     }
     return false;
 }

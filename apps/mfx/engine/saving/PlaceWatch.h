@@ -9,6 +9,7 @@
 
 #include "mfx/engine/card/CardScan.h"
 #include "mfx/engine/saving/WorkFolder.h"
+#include "platform/common/files/FileSystemFacts.h"
 #include "platform/common/files/HeldFolder.h"
 
 #include <cstdint>
@@ -119,6 +120,7 @@ private:
     std::optional<Pt::HeldFolder> m_backup;
     std::unique_ptr<WorkFolder> m_backupWork; // none where the backup names the target
     std::set<std::uint64_t> m_cardDevices;
+    std::set<Pt::ImageFile> m_cardImages; // that these are images of
     std::set<std::string> m_backupDisks;
     bool m_backupKeepsOwnFiles = true;
 };

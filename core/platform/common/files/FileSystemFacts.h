@@ -2,6 +2,7 @@
 // of its files can be believed. Any thread may call; the calls may block on the disk.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <set>
@@ -18,8 +19,16 @@ std::set<std::string> disksOf(const std::string& path);
 // shares of other machines) may show a file that lies elsewhere, under numbers of their own.
 bool keepsItsOwnFiles(const std::string& path);
 
-// The device of the file that a disk is the image of; nothing where it is none.
-std::optional<std::uint64_t> imageDevice(std::uint64_t device);
+// The file that a disk is the image of, by its numbers.
+struct ImageFile {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+
+    friend auto operator<=>(const ImageFile&, const ImageFile&) = default;
+};
+
+// Of a disk, by its device; nothing where it is no image.
+std::optional<ImageFile> imageFile(std::uint64_t device);
 
 // Whether what is written to a folder takes room from the file system of another, through whatever
 // layers: writes a file of up to 2 MiB for a moment. Chance may say yes where others write in the

@@ -210,14 +210,14 @@ bool keepsItsOwnFiles(const std::string& path)
 
 // Each letter is asked for in a name of its own, which a file system that refuses it does not even
 // look up; FAT and its like look up any name, and are known by their type.
-std::optional<std::uint64_t> imageDevice(std::uint64_t device)
+std::optional<ImageFile> imageFile(std::uint64_t device)
 {
     std::ifstream file("/sys/dev/block/" + numberText(device) + "/loop/backing_file");
     std::string path;
     struct stat found = {};
     if (!std::getline(file, path) || ::stat(path.c_str(), &found) != 0)
         return std::nullopt;
-    return found.st_dev;
+    return ImageFile{found.st_dev, found.st_ino};
 }
 
 // Others may write and remove beside us, so that one round says little; two that lead there are

@@ -102,8 +102,8 @@ TEST_F(FileSystemFactsTest, KnowsTheDeviceOfAnImage)
         return found.st_dev;
     };
     const test::LoopMount disk(view(), folder.path("image"), 1 << 20);
-    EXPECT_EQ(imageDevice(deviceOf(view())), deviceOf(folder.path()));
-    EXPECT_EQ(imageDevice(deviceOf(folder.path())), std::nullopt);
+    EXPECT_EQ(imageFile(deviceOf(view()))->device, deviceOf(folder.path()));
+    EXPECT_EQ(imageFile(deviceOf(folder.path())), std::nullopt);
 }
 
 TEST_F(FileSystemFactsTest, NamesTheLetterThatIsNotTaken)
