@@ -173,7 +173,9 @@ void SituationMaker::setBefore(const Place& place, const Picture& picture)
     else
         writeFile(real, contents[kind]);
     if (kind < contents.size())
-        m_situation.priors.push_back({real, contents[kind]});
+        // A trap may lead from here to another disk, where the file really stands.
+        m_situation.priors.push_back(
+            {fs::canonical(real.parent_path()) / real.filename(), contents[kind]});
     m_story.push_back("before: " + quoted(real) + ' ' + kKinds[kind] + (error ? ", refused" : ""));
 }
 
