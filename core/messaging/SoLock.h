@@ -1,6 +1,7 @@
 // The locks of the bus. All are recursive: the thread that holds one may take it again, and must
 // let it go as often. An object that several threads use derives from SoLockable, and its public
-// operations hold an ObjectLock.
+// operations hold an ObjectLock; members that the lock guards are marked
+// TEVOROTALK_GUARDED_BY(this), so that clang refuses a use without it.
 #pragma once
 
 #include "messaging/SoHeap.h"
@@ -9,7 +10,7 @@
 
 namespace ScObjects {
 
-class TEVOROTALK_API SoLock : public SoHeap {
+class TEVOROTALK_THREAD_ATTRIBUTE(capability("mutex")) TEVOROTALK_API SoLock : public SoHeap {
 public:
     SoLock();
     // Nobody may hold it.
@@ -18,14 +19,14 @@ public:
     SoLock& operator=(const SoLock&) = delete;
 
     // Waits for as long as another thread holds it.
-    void acquire() { m_mutex.lock(); }
-    void release() { m_mutex.unlock(); }
+    void acquire() TEVOROTALK_THREAD_ATTRIBUTE(acquire_capability()) { m_mutex.lock(); }
+    void release() TEVOROTALK_THREAD_ATTRIBUTE(release_capability()) { m_mutex.unlock(); }
 
 private:
     std::recursive_mutex m_mutex;
 };
 
-class TEVOROTALK_API SoLockable : public SoHeap {
+class TEVOROTALK_THREAD_ATTRIBUTE(capability("mutex")) TEVOROTALK_API SoLockable : public SoHeap {
 public:
     SoLockable() = default;
     // A copy has a lock of its own.
@@ -35,22 +36,32 @@ public:
     }
     SoLockable& operator=(const SoLockable&) { return *this; }
 
-    void lock() const { m_lock.acquire(); }
-    void unlock() const { m_lock.release(); }
+    // To the analysis the object itself is the lock; how it is kept is not looked into.
+    void lock() const TEVOROTALK_THREAD_ATTRIBUTE(acquire_capability())
+        TEVOROTALK_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+    {
+        m_lock.acquire();
+    }
+    void unlock() const TEVOROTALK_THREAD_ATTRIBUTE(release_capability())
+        TEVOROTALK_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+    {
+        m_lock.release();
+    }
 
 private:
     mutable SoLock m_lock;
 };
 
 // Holds an object's lock for the length of a block.
-class TEVOROTALK_API ObjectLock final : public SoHeap {
+class TEVOROTALK_THREAD_ATTRIBUTE(scoped_lockable) TEVOROTALK_API ObjectLock final : public SoHeap {
 public:
     explicit ObjectLock(const SoLockable& object)
+        TEVOROTALK_THREAD_ATTRIBUTE(acquire_capability(object))
         : m_object(object)
     {
         m_object.lock();
     }
-    ~ObjectLock() override { m_object.unlock(); }
+    ~ObjectLock() override TEVOROTALK_THREAD_ATTRIBUTE(release_capability()) { m_object.unlock(); }
     ObjectLock(const ObjectLock&) = delete;
     ObjectLock& operator=(const ObjectLock&) = delete;
 

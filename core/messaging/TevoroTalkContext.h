@@ -75,12 +75,12 @@ private:
     void succeed(TevoroTalkContext* former);
 
     TevoroTalkThread* m_thread = nullptr; // constant after construction
-    std::uint32_t m_nextSerialNumber;
-    SoVector<TevoroTalk> m_instances;
+    std::uint32_t m_nextSerialNumber TEVOROTALK_GUARDED_BY(this);
+    SoVector<TevoroTalk> m_instances TEVOROTALK_GUARDED_BY(this);
     // Asked for several times by every message: without the lock.
     std::atomic<TevoroTalk*> m_mainInstance{nullptr};
     std::atomic<bool> m_logging{false};
-    mutable SoString m_signature;
+    mutable SoString m_signature TEVOROTALK_GUARDED_BY(this);
 };
 
 namespace TevoroTalkData {

@@ -3,10 +3,10 @@
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "platform/common/ports/LocalPort.h"
+#include "platform/common/threads/Lock.h"
 
 #include <chrono>
 #include <cstring>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
@@ -18,8 +18,8 @@ constexpr long kFirstBufferSize = 4096;
 constexpr std::chrono::milliseconds kSendPatience{10'000};
 constexpr int kMaxInstances = 8;
 
-constinit std::mutex gStreamLock;
-constinit InterAppStream* gInterAppStream = nullptr; // guarded by gStreamLock
+constinit Pt::Lock gStreamLock;
+constinit InterAppStream* gInterAppStream TEVORO_GUARDED_BY(gStreamLock) = nullptr;
 
 std::string portName(const SoString& prefix, const SoString& name)
 {
@@ -51,9 +51,9 @@ InterAppStream* goodOrNull(InterAppStream* stream)
 const char* const gPortName = R"(\\.\port\Ned_and_Olaf_)";
 
 BaseInterAppStream::BaseInterAppStream(const SoString& specifier, bool)
-    : m_specifier(specifier)
-    , m_buffer(mallocThis<char>(kFirstBufferSize))
+    : m_buffer(mallocThis<char>(kFirstBufferSize))
     , m_bufferSize(kFirstBufferSize)
+    , m_specifier(specifier)
     , m_portPrefix(gPortName)
     , m_queueName(specifier)
 {
@@ -160,9 +160,8 @@ bool MacInterAppStream::messagePending() const
     const ObjectLock lock(*this);
     if (m_port == nullptr)
         return false;
-    const auto take = [this](char* text, std::size_t size) {
-        m_msgQueue.append(new DataRef(text, static_cast<long>(size)));
-    };
+    const auto take = [this](char* text, std::size_t size) TEVOROTALK_REQUIRES(
+                          this) { m_msgQueue.append(new DataRef(text, static_cast<long>(size))); };
     if (m_port->receiveAwaited(take) == 0)
         m_port->receive(take);
     return m_msgQueue.length() != 0;
@@ -231,7 +230,7 @@ void InterAppStream::InitTerm::init(const SoString& appName)
 {
     TevoroTalk::Specifier specifier(appName, false);
     specifier.setSuffix("ping");
-    const std::lock_guard lock(gStreamLock);
+    const Pt::Locked lock(gStreamLock);
     // First the old one, whose name may be the same.
     delete std::exchange(gInterAppStream, nullptr);
     gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
@@ -239,13 +238,13 @@ void InterAppStream::InitTerm::init(const SoString& appName)
 
 void InterAppStream::InitTerm::exit()
 {
-    const std::lock_guard lock(gStreamLock);
+    const Pt::Locked lock(gStreamLock);
     delete std::exchange(gInterAppStream, nullptr);
 }
 
 InterAppStream* InterAppStream::get()
 {
-    const std::lock_guard lock(gStreamLock);
+    const Pt::Locked lock(gStreamLock);
     if (gInterAppStream == nullptr)
         gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
     return gInterAppStream;

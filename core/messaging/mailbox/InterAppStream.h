@@ -54,12 +54,13 @@ public:
 
 protected:
     // Puts a text behind the collected ones. Takes over the block that it lies in.
-    void collect(char* text, long length);
+    void collect(char* text, long length) TEVOROTALK_REQUIRES(this);
 
-    SoString m_messages;
+    SoString m_messages TEVOROTALK_GUARDED_BY(this);
+    char* m_buffer TEVOROTALK_GUARDED_BY(this);
+    long m_bufferSize TEVOROTALK_GUARDED_BY(this);
+    // Constant after construction.
     SoString m_specifier;
-    char* m_buffer;
-    long m_bufferSize;
     SoString m_portPrefix;
     SoString m_queueName;
 };
@@ -107,8 +108,9 @@ public:
 
 private:
     std::unique_ptr<Pt::LocalPort> m_port;
-    std::unique_ptr<Pt::LocalPortSender> m_sender;
-    mutable SoVector<DataRef> m_msgQueue;
+    std::unique_ptr<Pt::LocalPortSender> m_sender TEVOROTALK_THREAD_ATTRIBUTE(
+        pt_guarded_by(m_sendLock));
+    mutable SoVector<DataRef> m_msgQueue TEVOROTALK_GUARDED_BY(this);
     SoLockable m_sendLock;
 };
 

@@ -75,27 +75,27 @@ public:
 private:
     using Messages = SoVector<TevoroTalk::Message>;
 
-    void added(const TevoroTalk::Message& message);
-    void removed(const TevoroTalk::Message& message);
-    void showState();
-    void takeOut(long index, Messages& taken);
-    void arm(std::int64_t deadline);
-    void armForNearest();
+    void added(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    void removed(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    void showState() TEVOROTALK_REQUIRES(this);
+    void takeOut(long index, Messages& taken) TEVOROTALK_REQUIRES(this);
+    void arm(std::int64_t deadline) TEVOROTALK_REQUIRES(this);
+    void armForNearest() TEVOROTALK_REQUIRES(this);
     TevoroTalk::Message* nextAttempt(long& place) const;
     void takeDone(long place);
-    void notifyAndDelete(Messages& expired) const;
+    void notifyAndDelete(Messages& expired) const TEVOROTALK_EXCLUDES(this);
     SoString diagnosticsRoot() const;
 
-    Messages m_messages;
-    SoString m_diagnosticsRoot;
-    long m_watchers = 0;
+    Messages m_messages TEVOROTALK_GUARDED_BY(this);
+    SoString m_diagnosticsRoot TEVOROTALK_GUARDED_BY(this);
+    long m_watchers TEVOROTALK_GUARDED_BY(this) = 0;
     // At or before the nearest; the largest number when nothing runs out.
     std::atomic<std::int64_t> m_nearestDeadline{std::numeric_limits<std::int64_t>::max()};
-    Pt::WaitableFlag* m_flag = nullptr;
-    Pt::WallTimer* m_timer = nullptr;
-    bool m_isFlagUp = false;
+    Pt::WaitableFlag* m_flag TEVOROTALK_GUARDED_BY(this) = nullptr;
+    Pt::WallTimer* m_timer TEVOROTALK_GUARDED_BY(this) = nullptr;
+    bool m_isFlagUp TEVOROTALK_GUARDED_BY(this) = false;
     std::atomic<bool> m_isWorkedOff{false};
-    int m_pauses = 0;
+    int m_pauses TEVOROTALK_GUARDED_BY(this) = 0;
 };
 
 // Whether the message's time is over. One without a timeout never runs out, but for watchers, which

@@ -66,19 +66,22 @@ private:
     };
 
     void registerNumberedInstance();
-    long placeOf(const TevoroTalk::MsgHandler* handler) const; // -1 when it is not there
-    void addToHandlers(TevoroTalk::MsgHandler* handler);
-    TevoroTalk::MsgHandler* takeFromHandlers(long index);
+    // -1 when it is not there.
+    long placeOf(const TevoroTalk::MsgHandler* handler) const TEVOROTALK_REQUIRES(this);
+    void addToHandlers(TevoroTalk::MsgHandler* handler) TEVOROTALK_REQUIRES(this);
+    TevoroTalk::MsgHandler* takeFromHandlers(long index) TEVOROTALK_REQUIRES(this);
 
     std::unique_ptr<Signals> m_signals;
-    SoVector<TevoroTalk::MsgHandler> m_forwardHandlers; // those of the handlers that were counted
+    // Those of the handlers that were counted.
+    SoVector<TevoroTalk::MsgHandler> m_forwardHandlers TEVOROTALK_GUARDED_BY(this);
     bool m_streamWakes = false; // the stream's own wait ends for the signals, too
 
 public:
     // Destroyed before the signals that they hold up; outgoing first.
     MessageQueue incoming;
     MessageQueue outgoing;
-    SoVector<TevoroTalk::MsgHandler> handlers; // the last added is looked at first
+    // The last added is looked at first.
+    SoVector<TevoroTalk::MsgHandler> handlers TEVOROTALK_GUARDED_BY(this);
 };
 
 } // namespace ScObjects::TevoroTalkData

@@ -16,6 +16,7 @@ TevoroTalkThread::PingData::~PingData()
 
 void TevoroTalkThread::fillStore()
 {
+    const ObjectLock lock(*this);
     setKeyValuePair(QK_ECHO_REQUEST, QK_ECHO_RESPONSE);
     setKeyValuePair(QK_STATUS, QK_IDLE);
     m_lastPump = 0; // the state that it starts in was no pump

@@ -130,11 +130,17 @@ bool TevoroTalkThread::stop()
     return waitForRunExit();
 }
 
+bool TevoroTalkThread::openOwnStream()
+{
+    const ObjectLock lock(*this);
+    if (m_stream == nullptr)
+        openStream(SoString(m_threadSpecifier));
+    return m_stream != nullptr;
+}
+
 void TevoroTalkThread::run()
 {
-    if (m_stream == nullptr)
-        openStream(m_threadSpecifier);
-    if (m_stream == nullptr)
+    if (!openOwnStream())
         return;
     while (TevoroTalkSetupThread::isSetupThreadRunning() && !m_stopRequested)
         Thread::wait(kSetupTick);
@@ -234,6 +240,7 @@ SoString TevoroTalkThread::ping(const SoString& target,
 
 bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const SoString& reply)
 {
+    const ObjectLock lock(*this);
     TevoroTalk::Message message;
     message.target = incoming.sender;
     message.sender = getSpecifier();

@@ -103,26 +103,28 @@ private:
 
     void fillStore();
     void openStream(const SoString& name);
-    void runLocked();
-    void readPings();
-    void answerPing(TevoroTalk::Message& message);
-    void serveInstances();
+    // The one that it was made for; false when it cannot be had.
+    bool openOwnStream();
+    void runLocked() TEVOROTALK_REQUIRES(this);
+    void readPings() TEVOROTALK_REQUIRES(this);
+    void answerPing(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    void serveInstances() TEVOROTALK_REQUIRES(this);
     void removeExpiredPingData();
-    void beIdle();
-    void notePump(std::string_view value);
-    bool hasStalled() const;
-    PingData* find(std::string_view key) const;
+    void beIdle() TEVOROTALK_REQUIRES(this);
+    void notePump(std::string_view value) TEVOROTALK_REQUIRES(this);
+    bool hasStalled() const TEVOROTALK_REQUIRES(this);
+    PingData* find(std::string_view key) const TEVOROTALK_REQUIRES(this);
     bool hasUnreadTexts() const;
-    bool isPumpedByApplication() const;
-    void watchInstances();
+    bool isPumpedByApplication() const TEVOROTALK_REQUIRES(this);
+    void watchInstances() TEVOROTALK_REQUIRES(this);
 
     std::atomic<bool> m_stopRequested{false};
-    SoString m_threadSpecifier;
-    TevoroTalkContext* m_context;
-    InterAppStream* m_stream = nullptr;
-    SoVector<PingData> m_pingData;
-    double m_avgPumpInterval = 0; // milliseconds; 0 until measured
-    double m_lastPump = 0; // milliseconds since 1970; 0 until the first
+    SoString m_threadSpecifier TEVOROTALK_GUARDED_BY(this);
+    TevoroTalkContext* m_context TEVOROTALK_GUARDED_BY(this);
+    InterAppStream* m_stream TEVOROTALK_GUARDED_BY(this) = nullptr;
+    SoVector<PingData> m_pingData TEVOROTALK_GUARDED_BY(this);
+    double m_avgPumpInterval TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds; 0 until measured
+    double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
 
     // What the loop waits on, used by the thread itself; missing without descriptors.
     struct Waits;

@@ -97,17 +97,28 @@ TEST(SoLockTest, KeepsOtherThreadsOutUntilItIsReleased)
     EXPECT_TRUE(rival.cameAfterwards());
 }
 
+// Clang's analysis knows a lock as held or not; how often is beyond it.
+void acquireAgain(SoLock& lock) TEVOROTALK_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+{
+    lock.acquire();
+}
+
+void releaseOnce(SoLock& lock) TEVOROTALK_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+{
+    lock.release();
+}
+
 TEST(SoLockTest, IsReleasedAsOftenAsItWasAcquired)
 {
     SoLock lock;
     lock.acquire();
-    lock.acquire();
+    acquireAgain(lock);
     Rival rival([&](auto inside) {
         lock.acquire();
         inside();
         lock.release();
     });
-    lock.release();
+    releaseOnce(lock);
     rival.giveAChance();
     rival.announceLettingGo();
     lock.release();

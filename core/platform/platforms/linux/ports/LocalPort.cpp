@@ -4,6 +4,7 @@
 #include "platform/platforms/linux/ports/HeldName.h"
 #include "platform/platforms/linux/ports/LocalSocket.h"
 #include "platform/platforms/linux/ports/PacketReader.h"
+#include "platform/platforms/linux/ports/SenderTurn.h"
 
 #include <atomic>
 #include <optional>
@@ -16,7 +17,7 @@ namespace Pt {
 
 namespace {
 
-// No more newcomers wait than the system allows, whatever is asked for.
+// Asks for more than the kernel allows (net.core.somaxconn), which caps the backlog itself.
 constexpr int kBacklog = 4096;
 
 // More than the packets that find room in one connection: what was there when a call began is
@@ -27,12 +28,7 @@ constexpr int kMaxPackets = 16384;
 // leave their memory, still in the caches, to the next.
 constexpr std::size_t kMaxBytes = std::size_t{512} * 1024;
 
-// While a sender's texts that were there are taken in several calls, nobody else's are: whoever
-// sent after it is read after it. No buffer of a connection holds more, and beyond that others have
-// their turn.
-constexpr std::size_t kMaxInTurn = std::size_t{16} * 1024 * 1024;
-
-// Between two attempts to let newcomers in when the system has no descriptors left.
+// Between two attempts to accept connections when the system has no descriptors left.
 constexpr long kRetryNanoseconds = 100'000'000;
 
 } // namespace
@@ -46,18 +42,17 @@ struct LocalPort::State {
     bool open();
     bool watch(int descriptor);
     std::size_t receive(const Taker& take);
-    std::size_t letIn(const Taker& take);
+    std::size_t acceptConnections(const Taker& take);
     std::size_t receiveAwaited(const Taker& take);
-    bool isLongTurn() const { return takenInTurn > kMaxInTurn; }
     std::size_t finish(const Taker& take);
     std::size_t drain(int connection, int most, const Taker& take);
     void pauseListening();
     void resumeListening();
     void listenFor(unsigned int events);
-    DescriptorSet& everything();
+    DescriptorSet& waitSet();
 
-    HeldName
-        name; // freed last: nobody finds a new holder while an old connection still takes texts
+    // Freed last: nobody finds a new holder while an old connection still takes texts.
+    HeldName name;
     PacketReader reader;
     Descriptor watcher;
     Descriptor listener;
@@ -66,9 +61,8 @@ struct LocalPort::State {
     std::vector<epoll_event> events;
     bool isListening = true;
     std::atomic<int> awaited{-1}; // the connection that the last wait ended for
-    int unfinished = -1; // the connection of which more may be there than was taken
-    std::size_t takenInTurn = 0; // bytes, of that connection
-    bool isCut = false;
+    SenderTurn turn;
+    bool isCut = false; // the last receive() left texts of the sender that has the turn
     // Of whoever waits here: all that `watcher` has, and what was added. Made on first use.
     std::optional<DescriptorSet> waited;
 };
@@ -101,13 +95,13 @@ bool LocalPort::State::watch(int descriptor)
 
 std::size_t LocalPort::State::receive(const Taker& take)
 {
-    const bool isOthersTurn = isLongTurn();
+    const bool isOthersTurn = turn.isLong();
     std::size_t count = finish(take);
     if (isCut)
         return count;
     if (!isListening) {
         resumeListening();
-        count += letIn(take);
+        count += acceptConnections(take);
     }
     events.resize(connections.size() + 2);
     const int ready = retryInterrupted([this] {
@@ -116,14 +110,14 @@ std::size_t LocalPort::State::receive(const Taker& take)
     for (int i = 0; i < ready && (!isCut || isOthersTurn); ++i) {
         const int descriptor = events[static_cast<std::size_t>(i)].data.fd;
         if (descriptor == listener.get())
-            count += letIn(take);
+            count += acceptConnections(take);
         else if (descriptor != retryTimer.get())
             count += drain(descriptor, kMaxPackets, take);
     }
     return count;
 }
 
-std::size_t LocalPort::State::letIn(const Taker& take)
+std::size_t LocalPort::State::acceptConnections(const Taker& take)
 {
     std::size_t count = 0;
     for (int i = 0; i < kBacklog; ++i) {
@@ -152,13 +146,11 @@ std::size_t LocalPort::State::letIn(const Taker& take)
 std::size_t LocalPort::State::finish(const Taker& take)
 {
     isCut = false;
-    const int connection = unfinished;
-    if (isLongTurn() || !connections.contains(connection)) {
-        unfinished = -1;
-        takenInTurn = 0;
-        return 0;
-    }
-    return drain(connection, kMaxPackets, take);
+    const int connection = turn.owner();
+    if (connections.contains(connection))
+        return drain(connection, kMaxPackets, take);
+    turn.end();
+    return 0;
 }
 
 std::size_t LocalPort::State::receiveAwaited(const Taker& take)
@@ -166,7 +158,7 @@ std::size_t LocalPort::State::receiveAwaited(const Taker& take)
     const int connection = awaited.exchange(-1);
     if (!connections.contains(connection)) // it may have gone since
         return 0;
-    if (unfinished != -1 && unfinished != connection) {
+    if (turn.isAnothers(connection)) {
         if (const std::size_t count = finish(take))
             return count;
     }
@@ -177,23 +169,21 @@ std::size_t LocalPort::State::drain(int connection, int most, const Taker& take)
 {
     std::size_t count = 0;
     std::size_t bytes = 0;
-    if (unfinished != connection)
-        takenInTurn = 0;
-    unfinished = connection;
+    turn.begin(connection);
     isCut = most != 1;
     for (int i = 0; i < most && bytes < kMaxBytes; ++i) {
         const auto outcome = reader.read(connection);
         if (outcome == PacketReader::Outcome::kEnd)
             connections.erase(connection);
         if (outcome == PacketReader::Outcome::kEnd || outcome == PacketReader::Outcome::kNothing) {
-            unfinished = -1;
+            turn.end();
             isCut = false;
             break;
         }
         if (outcome == PacketReader::Outcome::kText) {
             ++count;
             bytes += reader.size();
-            takenInTurn += reader.size();
+            turn.took(reader.size());
             take(reader.text(), reader.size());
         }
     }
@@ -231,7 +221,7 @@ void LocalPort::State::resumeListening()
     isListening = true;
 }
 
-DescriptorSet& LocalPort::State::everything()
+DescriptorSet& LocalPort::State::waitSet()
 {
     if (!waited) {
         waited.emplace();
@@ -284,14 +274,14 @@ bool LocalPort::hasMore() const
 
 bool LocalPort::wait(std::chrono::milliseconds limit)
 {
-    const int fd = m_state->everything().waitForOne(limit);
+    const int fd = m_state->waitSet().waitForOne(limit);
     m_state->awaited = fd;
     return fd != -1;
 }
 
 void LocalPort::wakeOn(int other)
 {
-    m_state->everything().add(other);
+    m_state->waitSet().add(other);
 }
 
 int LocalPort::descriptor() const
