@@ -28,8 +28,6 @@ constexpr std::chrono::seconds kReachableLimit{5};
 
 } // namespace
 
-const std::string_view kPortPrefix = R"(\\.\port\Ned_and_Olaf_)";
-
 std::string ownName()
 {
     return "tevorotalk_" + std::to_string(Pt::processId()) + "-1.0";

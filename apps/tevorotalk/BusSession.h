@@ -3,6 +3,7 @@
 #pragma once
 
 #include "commandline/ExitCode.h"
+#include "messaging/BusWords.h"
 #include "messaging/MsgHandler.h"
 #include "messaging/TevoroTalk.h"
 
@@ -64,7 +65,7 @@ commandline::ExitCode exitCodeForAnswer(const ScObjects::SoString& answer);
 bool isPortFree(const std::string& target, const char* suffix);
 
 // What stands before every name of the bus in the name of its port.
-extern const std::string_view kPortPrefix;
+inline constexpr std::string_view kPortPrefix = ScObjects::TevoroTalkData::kPortPrefix;
 
 // The point in time that many seconds from now; nothing for no limit.
 std::optional<SteadyTime> deadlineAfter(std::optional<unsigned long> seconds);

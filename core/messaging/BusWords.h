@@ -48,6 +48,9 @@ inline constexpr const char* kIgnore = "Ignore";
 inline constexpr const char* kProcessed = "Processed";
 inline constexpr const char* kLaunchedType = "Launched";
 
+// What the name of every port begins with; the name on the bus follows.
+inline constexpr const char* kPortPrefix = R"(\\.\port\Ned_and_Olaf_)";
+
 // The version of the bus, which the version of a message is not.
 inline constexpr const char* kVersion = "2.0";
 inline constexpr const char* kBuild = "3.92.104";

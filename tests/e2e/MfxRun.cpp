@@ -243,7 +243,7 @@ void MfxTest::expectNoLeftovers() const
             const std::string name = entry.path().filename().string();
             EXPECT_NE(name, ".mfxdownload") << entry.path();
             EXPECT_NE(name, ".mfxdelete") << entry.path();
-            EXPECT_NE(name.rfind(".mfxcopy-", 0), 0U) << entry.path();
+            EXPECT_NE(name.rfind(".unfinished-", 0), 0U) << entry.path();
             EXPECT_NE(name.rfind("mfx-session", 0), 0U) << entry.path();
         }
     }

@@ -14,7 +14,7 @@ namespace {
 bool isPassing(const fs::path& path)
 {
     const bool isStaged = path.parent_path().parent_path().filename() == ".mfxdownload";
-    return isStaged || path.filename().string().starts_with(".mfxcopy-");
+    return isStaged || path.filename().string().starts_with(".unfinished-");
 }
 
 } // namespace
@@ -22,8 +22,7 @@ bool isPassing(const fs::path& path)
 bool isLeftover(const fs::path& path)
 {
     const std::string name = path.filename().string();
-    return name == ".mfxdownload" || name == ".mfxdelete" || name.starts_with(".mfxcopy-")
-        || name.starts_with(".mfxtry-");
+    return name == ".mfxdownload" || name == ".mfxdelete" || name.starts_with(".unfinished-");
 }
 
 Evidence::Evidence(const World& world)

@@ -2,7 +2,7 @@
 // There is a blank in its path.
 #pragma once
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <cstdlib>
 #include <string>

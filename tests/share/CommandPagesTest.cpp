@@ -1,6 +1,6 @@
 // The manual page and the completion name what the program takes, and nothing else.
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <algorithm>
 #include <cstdio>

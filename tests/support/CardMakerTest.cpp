@@ -1,9 +1,9 @@
 #include "support/CardMaker.h"
 
-#include "core/platform/TestFolder.h"
 #include "mfx/engine/card/CardScan.h"
 #include "mfx/engine/dates/CaptureDate.h"
 #include "support/CardPictures.h"
+#include "support/TestFolder.h"
 
 #include <QImage>
 #include <QString>

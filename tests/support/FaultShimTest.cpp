@@ -1,5 +1,5 @@
-#include "core/platform/TestFolder.h"
 #include "support/ShimmedProgram.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <QProcess>
 #include <QString>

@@ -1,6 +1,6 @@
 #include "support/Mounts.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 #include <filesystem>

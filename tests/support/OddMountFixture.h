@@ -1,8 +1,8 @@
 // For tests of file systems with an oddity: two folders, a and b, and a place to mount them at.
 #pragma once
 
-#include "core/platform/TestFolder.h"
 #include "support/Mounts.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 #include <filesystem>

@@ -1,5 +1,5 @@
-#include "core/platform/OrdinaryUser.h"
 #include "support/OddMountFixture.h"
+#include "support/OrdinaryUser.h"
 
 #include <csignal>
 #include <fstream>

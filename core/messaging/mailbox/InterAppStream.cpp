@@ -1,5 +1,6 @@
 #include "messaging/mailbox/InterAppStream.h"
 
+#include "messaging/BusWords.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "platform/common/ports/LocalPort.h"
@@ -48,7 +49,7 @@ InterAppStream* goodOrNull(InterAppStream* stream)
 
 } // namespace
 
-const char* const gPortName = R"(\\.\port\Ned_and_Olaf_)";
+const char* const gPortName = TevoroTalkData::kPortPrefix;
 
 BaseInterAppStream::BaseInterAppStream(const SoString& specifier, bool)
     : m_buffer(mallocThis<char>(kFirstBufferSize))

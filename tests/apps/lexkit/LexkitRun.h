@@ -1,7 +1,7 @@
 // Runs the program lexkit in a folder of its own.
 #pragma once
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <cstdio>
 #include <cstdlib>

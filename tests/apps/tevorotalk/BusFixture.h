@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
 #include "core/platform/support/PeerProcess.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <functional>
 #include <memory>

@@ -1,5 +1,5 @@
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <cstdio>
 #include <string>

@@ -1,8 +1,8 @@
 // The dialogs that the options panel really opens, answered as a user would.
 
 #include "TevoroAppManager/PanelDialogs.h"
-#include "core/platform/TestFolder.h"
 #include "dialogs/PtMessageBox.h"
+#include "support/TestFolder.h"
 
 #include <QApplication>
 #include <QCheckBox>

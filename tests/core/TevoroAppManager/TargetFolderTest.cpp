@@ -2,9 +2,9 @@
 
 #include "TevoroAppManager/ApplicationFolders.h"
 #include "TevoroAppManager/BackdropColour.h"
-#include "core/platform/Environment.h"
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
+#include "support/Environment.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <QString>
 

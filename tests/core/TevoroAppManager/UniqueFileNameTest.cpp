@@ -1,7 +1,7 @@
 #include "TevoroAppManager/UniqueFileName.h"
 
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <QString>
 

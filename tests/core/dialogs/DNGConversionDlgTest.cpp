@@ -2,7 +2,7 @@
 
 #include "core/dialogs/support/DialogUser.h"
 #include "core/dialogs/support/ScreenRun.h"
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>

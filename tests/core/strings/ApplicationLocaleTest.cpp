@@ -1,8 +1,8 @@
 #include "strings/ApplicationLocale.h"
 
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
 #include "platform/common/text/PtUnicode.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <QString>
 

@@ -1,9 +1,9 @@
 #include "strings/PtZString.h"
 
-#include "core/platform/Environment.h"
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
 #include "lexkit/Dictionary.h"
+#include "support/Environment.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <QString>
 

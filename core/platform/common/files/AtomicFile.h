@@ -6,12 +6,15 @@
 // from any thread; a FileLock belongs to one thread at a time.
 #pragma once
 
+#include "platform/common/services/OwnedDescriptor.h"
+
 #include <chrono>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace Pt {
 
@@ -49,19 +52,13 @@ public:
     static std::optional<FileLock> take(
         const std::string& path, std::chrono::milliseconds patience, std::error_code& error);
 
-    FileLock(FileLock&& other) noexcept;
-    FileLock& operator=(FileLock&& other) noexcept;
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
-    ~FileLock();
-
 private:
-    explicit FileLock(int descriptor)
-        : m_descriptor(descriptor)
+    explicit FileLock(OwnedDescriptor file)
+        : m_file(std::move(file))
     {
     }
 
-    int m_descriptor;
+    OwnedDescriptor m_file;
 };
 
 } // namespace Pt

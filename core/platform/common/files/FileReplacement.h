@@ -15,7 +15,7 @@ namespace Pt {
 // has mode 0666 less the process's mask. A link stays, and what it names is replaced; one to
 // nowhere gives std::errc::no_such_file_or_directory. A pipe or device is written to. No other name
 // in the folder is touched, but a process that is killed meanwhile may leave a file of the name
-// ".new-<process id>-<number>".
+// ".unfinished-<process id>-<number>".
 std::error_code replaceFile(const std::string& path, std::string_view bytes);
 
 } // namespace Pt

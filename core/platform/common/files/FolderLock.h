@@ -3,10 +3,12 @@
 #pragma once
 
 #include "platform/common/files/FileStatus.h"
+#include "platform/common/services/OwnedDescriptor.h"
 
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace Pt {
 
@@ -21,25 +23,19 @@ public:
     // Does not wait: nothing, with std::errc::resource_unavailable_try_again, when others have it.
     static std::optional<FolderLock> takeAlone(const std::string& folder, std::error_code& error);
 
-    FolderLock(FolderLock&& other) noexcept;
-    FolderLock& operator=(FolderLock&& other) noexcept;
-    FolderLock(const FolderLock&) = delete;
-    FolderLock& operator=(const FolderLock&) = delete;
-    ~FolderLock();
-
     // Whether the path still names the folder that is locked: a folder may be removed, and made
     // anew by another, while its lock is held.
     bool stillNames(const std::string& folder) const;
 
 private:
-    explicit FolderLock(int descriptor)
-        : m_descriptor(descriptor)
+    explicit FolderLock(OwnedDescriptor folder)
+        : m_folder(std::move(folder))
     {
     }
     static std::optional<FolderLock> take(
         const std::string& folder, int operation, std::error_code& error);
 
-    int m_descriptor;
+    OwnedDescriptor m_folder;
 };
 
 } // namespace Pt

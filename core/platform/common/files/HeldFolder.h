@@ -6,6 +6,8 @@
 // any thread may ask.
 #pragma once
 
+#include "platform/common/services/OwnedDescriptor.h"
+
 #include <optional>
 #include <string>
 #include <system_error>
@@ -20,12 +22,6 @@ public:
     // The same, found on a way of this process's own, and known to others by `path`.
     static std::optional<HeldFolder> open(
         const std::string& way, const std::string& path, std::error_code& error);
-
-    HeldFolder(HeldFolder&& other) noexcept;
-    HeldFolder& operator=(HeldFolder&& other) noexcept;
-    HeldFolder(const HeldFolder&) = delete;
-    HeldFolder& operator=(const HeldFolder&) = delete;
-    ~HeldFolder();
 
     // The path that it is known by.
     const std::string& path() const { return m_path; }
@@ -44,11 +40,11 @@ public:
     bool isNamedBy(const std::string& path) const;
 
 private:
-    HeldFolder(std::string path, int descriptor);
+    HeldFolder(std::string path, OwnedDescriptor folder);
 
     std::string m_path;
     std::string m_ownPath;
-    int m_descriptor;
+    OwnedDescriptor m_folder;
 };
 
 } // namespace Pt

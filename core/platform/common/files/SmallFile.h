@@ -21,7 +21,8 @@ std::error_code removeFolder(const std::string& path);
 // A file with these bytes, for its owner alone (mode 0600), flushed to the disk: at `path` it is
 // there whole or not at all. Of several who place one at the same time, one succeeds and the others
 // get std::errc::file_exists, as does everybody when something stands there before, a link to
-// nowhere too. A process that is killed meanwhile may leave a file of the name path + ".XXXXXX".
+// nowhere too. A process that is killed meanwhile may leave a file of the name
+// ".unfinished-<process id>-<number>" beside it.
 std::error_code placeNewFile(const std::string& path, std::string_view bytes);
 
 } // namespace Pt

@@ -4,6 +4,8 @@
 // std::system_error when the process has no descriptors left.
 #pragma once
 
+#include "platform/common/services/OwnedDescriptor.h"
+
 #include <chrono>
 #include <memory>
 
@@ -13,16 +15,13 @@ namespace Pt {
 class WaitableFlag {
 public:
     WaitableFlag();
-    ~WaitableFlag();
-    WaitableFlag(const WaitableFlag&) = delete;
-    WaitableFlag& operator=(const WaitableFlag&) = delete;
 
     void raise() noexcept;
     void lower() noexcept;
-    int descriptor() const { return m_descriptor; }
+    int descriptor() const { return m_descriptor.get(); }
 
 private:
-    int m_descriptor;
+    OwnedDescriptor m_descriptor;
 };
 
 // Readable from a point of the wall clock on, until it is set anew or cleared. The wall clock, as
@@ -30,25 +29,19 @@ private:
 class WallTimer {
 public:
     WallTimer();
-    ~WallTimer();
-    WallTimer(const WallTimer&) = delete;
-    WallTimer& operator=(const WallTimer&) = delete;
 
     void set(long long wallSeconds) noexcept;
     void clear() noexcept;
-    int descriptor() const { return m_descriptor; }
+    int descriptor() const { return m_descriptor.get(); }
 
 private:
-    int m_descriptor;
+    OwnedDescriptor m_descriptor;
 };
 
 // A set of borrowed descriptors; itself readable while one of them is.
 class DescriptorSet {
 public:
     DescriptorSet();
-    ~DescriptorSet();
-    DescriptorSet(const DescriptorSet&) = delete;
-    DescriptorSet& operator=(const DescriptorSet&) = delete;
 
     // A descriptor that is in the set is not added twice. Closing it takes it out. Throws
     // std::system_error.
@@ -60,10 +53,10 @@ public:
     bool wait(std::chrono::milliseconds limit) const { return waitForOne(limit) != -1; }
     // The same, and which one it is; -1 for none.
     int waitForOne(std::chrono::milliseconds limit) const;
-    int descriptor() const { return m_descriptor; }
+    int descriptor() const { return m_descriptor.get(); }
 
 private:
-    int m_descriptor;
+    OwnedDescriptor m_descriptor;
 };
 
 } // namespace Pt

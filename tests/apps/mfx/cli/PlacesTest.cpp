@@ -1,8 +1,8 @@
 #include "mfx/cli/Places.h"
 
 #include "commandline/ExitCode.h"
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

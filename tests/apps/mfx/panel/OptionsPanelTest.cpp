@@ -1,7 +1,7 @@
 #include "mfx/panel/OptionsPanel.h"
 
-#include "core/platform/TestFolder.h"
 #include "mfx/engine/sink/SinkModule.h"
+#include "support/TestFolder.h"
 
 #include <QCheckBox>
 

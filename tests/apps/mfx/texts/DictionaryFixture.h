@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/platform/TestFolder.h"
 #include "mfx/texts/Texts.h"
+#include "support/TestFolder.h"
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,8 @@
 #include "mfx/texts/Texts.h"
 
 #include "apps/mfx/texts/DictionaryFixture.h"
-#include "core/platform/OrdinaryUser.h"
 #include "lexkit/Dictionary.h"
+#include "support/OrdinaryUser.h"
 
 #include <atomic>
 #include <sstream>

@@ -3,8 +3,8 @@
 // environment are what they were.
 #pragma once
 
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <filesystem>
 #include <string>

@@ -2,7 +2,7 @@
 // belongs to a whole process.
 #pragma once
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <QApplication>
 #include <QProcess>

@@ -1,8 +1,8 @@
 #include "core/messaging/SignalInterruption.h"
-#include "core/platform/Environment.h"
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "support/Environment.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <chrono>
 #include <cmath>

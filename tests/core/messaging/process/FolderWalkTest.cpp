@@ -1,6 +1,6 @@
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,8 +1,8 @@
 // The shared library as a whole: what it shows, and that nothing of it stays when it is unloaded.
 // This program does not link it.
 #include "core/messaging/support/Sanitizers.h"
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <array>
 #include <cstdio>

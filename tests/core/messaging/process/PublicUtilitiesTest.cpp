@@ -1,9 +1,9 @@
 // What an application that has no more than the shared library and its headers can do with the
 // utilities. An operation that the library does not show keeps this program from being linked.
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
 #include "messaging/Message.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <string>
 #include <vector>

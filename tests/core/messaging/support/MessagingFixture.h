@@ -1,12 +1,12 @@
 #pragma once
 
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
 #include "messaging/TevoroTalk.h"
 #include "messaging/mailbox/InterAppStream.h"
 #include "messaging/wire/Identity.h"
 #include "messaging/wire/MessageGlobals.h"
 #include "registry/TevoroTalkConnector.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <chrono>
 #include <string>

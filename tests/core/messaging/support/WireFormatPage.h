@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/messaging/support/MessageText.h"
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <sstream>
 #include <stdexcept>

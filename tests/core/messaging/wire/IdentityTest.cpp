@@ -1,9 +1,9 @@
 #include "messaging/wire/Identity.h"
 
-#include "core/platform/Environment.h"
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "support/Environment.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
 #include "platform/common/ports/LocalPort.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <chrono>
 #include <filesystem>

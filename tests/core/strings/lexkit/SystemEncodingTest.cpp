@@ -1,7 +1,7 @@
 // A program of its own: the system's encoding is the one that the environment named at first.
 
-#include "core/platform/Environment.h"
 #include "core/strings/lexkit/DictionaryTexts.h"
+#include "support/Environment.h"
 
 #include <gtest/gtest.h>
 

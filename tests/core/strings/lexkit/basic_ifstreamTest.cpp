@@ -1,7 +1,7 @@
 #include "lexkit/basic_ifstream.h"
 
-#include "core/platform/TestFolder.h"
 #include "core/strings/lexkit/DictionaryTexts.h"
+#include "support/TestFolder.h"
 
 #include <gtest/gtest.h>
 

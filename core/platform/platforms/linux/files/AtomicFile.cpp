@@ -1,6 +1,7 @@
 #include "platform/common/files/AtomicFile.h"
 
 #include "platform/common/files/FilePlacement.h"
+#include "platform/platforms/linux/files/TemporaryFile.h"
 #include "platform/platforms/linux/services/Descriptor.h"
 
 #include <algorithm>
@@ -56,29 +57,10 @@ std::error_code readToEnd(int descriptor, std::size_t limit, std::string& bytes)
     }
 }
 
-// Writes, flushes and closes, each step looked at: some file systems tell of a full disk only at
-// the flush or the close.
 std::error_code fillNewFile(const std::string& path, std::string_view bytes, unsigned int mode)
 {
     Descriptor file = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, mode);
-    if (!file.isOpen())
-        return lastError();
-    if (const std::error_code error = file.write(bytes.data(), bytes.size()))
-        return error;
-    // The mode that open was given went through the process's mask.
-    if (retryInterrupted([&] { return ::fchmod(file.get(), mode); }) == -1)
-        return lastError();
-    if (const std::error_code error = file.flush())
-        return error;
-    return file.close();
-}
-
-std::string folderOf(const std::string& path)
-{
-    const std::size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos)
-        return ".";
-    return path.substr(0, std::max<std::size_t>(slash, 1));
+    return file.isOpen() ? writeAndClose(file, bytes, mode) : lastError();
 }
 
 } // namespace
@@ -142,24 +124,7 @@ std::optional<FileLock> FileLock::take(
         pause = std::min(pause * 2, kMaxLockPause);
     }
     error.clear();
-    return FileLock(file.release());
-}
-
-FileLock::FileLock(FileLock&& other) noexcept
-    : m_descriptor(std::exchange(other.m_descriptor, -1))
-{
-}
-
-FileLock& FileLock::operator=(FileLock&& other) noexcept
-{
-    std::swap(m_descriptor, other.m_descriptor);
-    return *this;
-}
-
-FileLock::~FileLock()
-{
-    if (m_descriptor != -1)
-        ::close(m_descriptor);
+    return FileLock(std::move(file));
 }
 
 } // namespace Pt

@@ -1,13 +1,10 @@
 #include "platform/common/files/FileCopy.h"
 
-#include "platform/common/files/FilePlacement.h"
+#include "platform/platforms/linux/files/TemporaryFile.h"
 #include "platform/platforms/linux/services/Descriptor.h"
 
-#include <atomic>
-#include <filesystem>
 #include <memory>
 
-#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace Pt {
@@ -16,7 +13,6 @@ namespace {
 
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 constexpr std::size_t kWriteBehind = std::size_t{8} << 20; // bytes between hints to the disk
-constexpr char kStalePrefix[] = ".mfxcopy-";
 
 using Buffer = std::unique_ptr<unsigned char[]>;
 
@@ -57,6 +53,32 @@ bool isSame(const struct stat& a, const struct stat& b)
         && nanoseconds(a.st_ctim) == nanoseconds(b.st_ctim);
 }
 
+// Reads from where the file stands to its end, a piece at a time, for the digest. `each` has every
+// piece before the next is read; a problem that it gives ends the reading, as `unreadable` does
+// when the system refuses.
+template <typename Each>
+CopyResult digestToEnd(const Descriptor& file,
+    const Buffer& buffer,
+    CopyProblem unreadable,
+    ContentDigest& digest,
+    Each each)
+{
+    ContentDigester digester;
+    for (;;) {
+        const ssize_t count =
+            retryInterrupted([&] { return ::read(file.get(), buffer.get(), kPiece); });
+        if (count < 0)
+            return failed(unreadable, lastError());
+        if (count == 0)
+            break;
+        digester.add(buffer.get(), static_cast<std::size_t>(count));
+        if (CopyResult result = each(static_cast<std::size_t>(count)); !result.isProven())
+            return result;
+    }
+    digest = digester.finish();
+    return {};
+}
+
 // One copy on its way from an open source to an open, new and empty target.
 class Transfer {
 public:
@@ -90,26 +112,14 @@ private:
     CopyResult write()
     {
         expectWholeFile(m_source);
-        ContentDigester digester;
-        off_t written = 0;
-        for (;;) {
-            const ssize_t count =
-                retryInterrupted([&] { return ::read(m_source.get(), m_buffer.get(), kPiece); });
-            if (count < 0)
-                return failed(CopyProblem::kSourceUnreadable, lastError());
-            if (count == 0)
-                break;
-            digester.add(m_buffer.get(), static_cast<std::size_t>(count));
-            if (const std::error_code error =
-                    m_target.write(m_buffer.get(), static_cast<std::size_t>(count)))
+        const auto copyPiece = [this](std::size_t count) {
+            if (const std::error_code error = m_target.write(m_buffer.get(), count))
                 return targetFailed(error);
-            written += count;
-            hintToDisk(written);
-            if (!goesOn(static_cast<std::uint64_t>(count)))
-                return failed(CopyProblem::kCancelled);
-        }
-        m_digest = digester.finish();
-        return {};
+            m_written += static_cast<off_t>(count);
+            hintToDisk();
+            return progress(count);
+        };
+        return digestToEnd(m_source, m_buffer, CopyProblem::kSourceUnreadable, m_digest, copyPiece);
     }
 
     // Worth its call only where one read does not take all.
@@ -120,15 +130,19 @@ private:
     }
 
     // Lets the disk work while more is read, so that the flush at the end has less to wait for.
-    void hintToDisk(off_t written)
+    void hintToDisk()
     {
-        if (written - m_hinted < static_cast<off_t>(kWriteBehind))
+        if (m_written - m_hinted < static_cast<off_t>(kWriteBehind))
             return;
-        ::sync_file_range(m_target.get(), m_hinted, written - m_hinted, SYNC_FILE_RANGE_WRITE);
-        m_hinted = written;
+        ::sync_file_range(m_target.get(), m_hinted, m_written - m_hinted, SYNC_FILE_RANGE_WRITE);
+        m_hinted = m_written;
     }
 
-    bool goesOn(std::uint64_t bytes) { return !m_options.progress || m_options.progress(bytes); }
+    CopyResult progress(std::uint64_t bytes) const
+    {
+        const bool goesOn = !m_options.progress || m_options.progress(bytes);
+        return goesOn ? CopyResult() : failed(CopyProblem::kCancelled);
+    }
 
     CopyResult checkSource()
     {
@@ -158,21 +172,14 @@ private:
         if (::lseek(m_target.get(), 0, SEEK_SET) != 0)
             return targetFailed(lastError());
         expectWholeFile(m_target);
-        ContentDigester digester;
-        for (;;) {
-            const ssize_t count =
-                retryInterrupted([&] { return ::read(m_target.get(), m_buffer.get(), kPiece); });
-            if (count < 0)
-                return failed(CopyProblem::kNotProven, lastError());
-            if (count == 0)
-                break;
-            digester.add(m_buffer.get(), static_cast<std::size_t>(count));
-            if (!goesOn(static_cast<std::uint64_t>(count)))
-                return failed(CopyProblem::kCancelled);
-        }
-        if (digester.finish() != m_digest)
-            return failed(CopyProblem::kNotProven);
-        return {};
+        ContentDigest onDisk;
+        CopyResult result = digestToEnd(
+            m_target, m_buffer, CopyProblem::kNotProven, onDisk, [this](std::size_t count) {
+                return progress(count);
+            });
+        if (result.isProven() && onDisk != m_digest)
+            result = failed(CopyProblem::kNotProven);
+        return result;
     }
 
     Descriptor& m_source;
@@ -181,7 +188,8 @@ private:
     const CopyOptions& m_options;
     Buffer m_buffer;
     ContentDigest m_digest;
-    off_t m_hinted = 0;
+    off_t m_written = 0;
+    off_t m_hinted = 0; // up to here the disk was told to begin
     bool m_timesKept = true;
 };
 
@@ -209,46 +217,24 @@ CopyResult openSource(
     return {};
 }
 
-// Writes into a new file; `locked` keeps others from taking it for stale.
-CopyResult writeNewFile(const std::string& source,
-    const std::string& target,
-    const CopyOptions& options,
-    bool locked,
-    Descriptor& file)
+} // namespace
+
+CopyResult writeProvenCopy(
+    const std::string& source, const std::string& target, const CopyOptions& options)
 {
     Descriptor from;
     struct stat status = {};
     CopyResult result = openSource(source, options, from, status);
     if (!result.isProven())
         return result;
-    file = Descriptor::open(target, O_RDWR | O_CREAT | O_EXCL, options.mode);
+    Descriptor file = Descriptor::open(target, O_RDWR | O_CREAT | O_EXCL, options.mode);
     if (!file.isOpen())
         return targetFailed(lastError());
-    if (locked)
-        ::flock(file.get(), LOCK_EX | LOCK_NB);
     result = Transfer(from, status, file, options).run();
+    if (const std::error_code error = file.close(); error && result.isProven())
+        result = targetFailed(error);
     if (!result.isProven())
         ::unlink(target.c_str());
-    return result;
-}
-
-std::string temporaryName()
-{
-    static std::atomic<unsigned long> counter{0};
-    return kStalePrefix + std::to_string(::getpid()) + '-' + std::to_string(++counter);
-}
-
-} // namespace
-
-CopyResult writeProvenCopy(
-    const std::string& source, const std::string& target, const CopyOptions& options)
-{
-    Descriptor file;
-    CopyResult result = writeNewFile(source, target, options, false, file);
-    if (const std::error_code error = file.close(); error && result.isProven()) {
-        ::unlink(target.c_str());
-        return targetFailed(error);
-    }
     return result;
 }
 
@@ -257,16 +243,22 @@ CopyResult copyFile(const std::string& source,
     const std::string& name,
     const CopyOptions& options)
 {
-    const std::string temporary = folder + '/' + temporaryName();
-    Descriptor file;
-    CopyResult result = writeNewFile(source, temporary, options, true, file);
+    Descriptor from;
+    struct stat status = {};
+    CopyResult result = openSource(source, options, from, status);
     if (!result.isProven())
         return result;
-    if (const std::error_code error = moveWithoutReplacing(temporary, folder + '/' + name)) {
-        ::unlink(temporary.c_str());
+    std::error_code error;
+    auto fresh = TemporaryFile::make(folder, options.mode, error);
+    if (!fresh)
         return targetFailed(error);
-    }
-    if (const std::error_code error = file.close()) {
+    result = Transfer(from, status, fresh->file(), options).run();
+    if (!result.isProven())
+        return result;
+    if ((error = fresh->place(folder + '/' + name)))
+        return targetFailed(error);
+    // Closed last, as its lock says until then that it is in use.
+    if ((error = fresh->file().close())) {
         ::unlink((folder + '/' + name).c_str());
         return targetFailed(error);
     }
@@ -275,20 +267,7 @@ CopyResult copyFile(const std::string& source,
 
 std::size_t removeStaleCopies(const std::string& folder)
 {
-    std::size_t removed = 0;
-    std::error_code error;
-    std::filesystem::directory_iterator entry(folder, error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        if (name.rfind(kStalePrefix, 0) != 0)
-            continue;
-        const std::string path = entry->path().string();
-        const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        const bool isStale = file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
-        if (isStale && ::unlink(path.c_str()) == 0)
-            ++removed;
-    }
-    return removed;
+    return removeStaleTemporaryFiles(folder);
 }
 
 std::optional<ContentDigest> digestOfFile(const std::string& path, std::error_code& error)
@@ -305,21 +284,14 @@ std::optional<ContentDigest> digestOfFile(const std::string& path, std::error_co
     }
     ::fdatasync(file.get()); // what is still dirty cannot be dropped
     ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED);
-    ContentDigester digester;
-    const Buffer buffer(new unsigned char[kPiece]);
-    for (;;) {
-        const ssize_t count =
-            retryInterrupted([&] { return ::read(file.get(), buffer.get(), kPiece); });
-        if (count < 0) {
-            error = lastError();
-            return std::nullopt;
-        }
-        if (count == 0)
-            break;
-        digester.add(buffer.get(), static_cast<std::size_t>(count));
-    }
-    error.clear();
-    return digester.finish();
+    ContentDigest digest;
+    const CopyResult result = digestToEnd(file,
+        Buffer(new unsigned char[kPiece]),
+        CopyProblem::kSourceUnreadable,
+        digest,
+        [](std::size_t) { return CopyResult(); });
+    error = result.error;
+    return result.isProven() ? std::optional(digest) : std::nullopt;
 }
 
 } // namespace Pt

@@ -1,5 +1,6 @@
 #include "platform/common/files/FilePlacement.h"
 
+#include "platform/platforms/linux/files/TemporaryFile.h"
 #include "platform/platforms/linux/services/Descriptor.h"
 
 #include <cerrno>
@@ -57,13 +58,9 @@ std::error_code makeEmptyFile(const std::string& path)
 
 std::error_code tryFolder(const std::string& folder)
 {
-    std::string path = folder + "/.mfxtry-XXXXXX";
-    const Descriptor file(::mkostemp(path.data(), O_CLOEXEC));
-    if (!file.isOpen())
-        return lastError();
-    const std::error_code error = file.write("x", 1);
-    ::unlink(path.c_str());
-    return error;
+    std::error_code error;
+    auto trial = TemporaryFile::make(folder, S_IRUSR | S_IWUSR, error);
+    return trial ? trial->file().write("x", 1) : error;
 }
 
 std::error_code makeFolders(const std::string& path, unsigned int mode)

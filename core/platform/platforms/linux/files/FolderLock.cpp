@@ -32,30 +32,13 @@ std::optional<FolderLock> FolderLock::take(
         return std::nullopt;
     }
     error.clear();
-    return FolderLock(opened.release());
-}
-
-FolderLock::FolderLock(FolderLock&& other) noexcept
-    : m_descriptor(std::exchange(other.m_descriptor, -1))
-{
-}
-
-FolderLock& FolderLock::operator=(FolderLock&& other) noexcept
-{
-    std::swap(m_descriptor, other.m_descriptor);
-    return *this;
-}
-
-FolderLock::~FolderLock()
-{
-    if (m_descriptor != -1)
-        ::close(m_descriptor);
+    return FolderLock(std::move(opened));
 }
 
 bool FolderLock::stillNames(const std::string& folder) const
 {
     struct stat named = {};
-    return ::lstat(folder.c_str(), &named) == 0 && isSameFile(m_descriptor, named);
+    return ::lstat(folder.c_str(), &named) == 0 && isSameFile(m_folder.get(), named);
 }
 
 } // namespace Pt

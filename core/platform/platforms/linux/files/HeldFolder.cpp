@@ -25,36 +25,15 @@ std::optional<HeldFolder> HeldFolder::open(
     error = folder.isOpen() ? std::error_code() : lastError();
     if (error)
         return std::nullopt;
-    return HeldFolder(path, folder.release());
+    return HeldFolder(path, std::move(folder));
 }
 
 // The last dot follows the system's link to the descriptor, also where links are not followed.
-HeldFolder::HeldFolder(std::string path, int descriptor)
+HeldFolder::HeldFolder(std::string path, OwnedDescriptor folder)
     : m_path(std::move(path))
-    , m_ownPath(kDescriptors + std::to_string(descriptor) + "/.")
-    , m_descriptor(descriptor)
+    , m_ownPath(kDescriptors + std::to_string(folder.get()) + "/.")
+    , m_folder(std::move(folder))
 {
-}
-
-HeldFolder::HeldFolder(HeldFolder&& other) noexcept
-    : m_path(std::move(other.m_path))
-    , m_ownPath(std::move(other.m_ownPath))
-    , m_descriptor(std::exchange(other.m_descriptor, -1))
-{
-}
-
-HeldFolder& HeldFolder::operator=(HeldFolder&& other) noexcept
-{
-    std::swap(m_path, other.m_path);
-    std::swap(m_ownPath, other.m_ownPath);
-    std::swap(m_descriptor, other.m_descriptor);
-    return *this;
-}
-
-HeldFolder::~HeldFolder()
-{
-    if (m_descriptor != -1)
-        ::close(m_descriptor);
 }
 
 std::string HeldFolder::nameOf(const std::string& ownPathBelow)
@@ -75,7 +54,7 @@ bool HeldFolder::isAtItsPath() const
 bool HeldFolder::isNamedBy(const std::string& path) const
 {
     struct stat named = {};
-    return ::stat(path.c_str(), &named) == 0 && isSameFile(m_descriptor, named);
+    return ::stat(path.c_str(), &named) == 0 && isSameFile(m_folder.get(), named);
 }
 
 } // namespace Pt

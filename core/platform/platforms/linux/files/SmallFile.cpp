@@ -1,9 +1,6 @@
 #include "platform/common/files/SmallFile.h"
 
-#include "platform/common/files/FilePlacement.h"
-#include "platform/platforms/linux/services/Descriptor.h"
-
-#include <cstdlib>
+#include "platform/platforms/linux/files/TemporaryFile.h"
 
 #include <sys/stat.h>
 
@@ -14,16 +11,6 @@ namespace {
 std::error_code resultOf(int call)
 {
     return call == -1 ? lastError() : std::error_code();
-}
-
-std::error_code fill(Descriptor& file, std::string_view bytes)
-{
-    if (const std::error_code error = file.write(bytes.data(), bytes.size()))
-        return error;
-    // Else a power cut may leave the name with an empty file.
-    if (const std::error_code error = file.flush())
-        return error;
-    return file.close();
 }
 
 } // namespace
@@ -46,16 +33,14 @@ std::error_code removeFolder(const std::string& path)
 
 std::error_code placeNewFile(const std::string& path, std::string_view bytes)
 {
-    std::string temporary = path + ".XXXXXX";
-    Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC)); // mode 0600
-    if (!file.isOpen())
-        return lastError();
-    std::error_code error = fill(file, bytes);
-    if (!error)
-        error = moveWithoutReplacing(temporary, path);
-    if (error)
-        ::unlink(temporary.c_str());
-    return error;
+    std::error_code error;
+    auto fresh = TemporaryFile::make(folderOf(path), S_IRUSR | S_IWUSR, error);
+    if (!fresh)
+        return error;
+    // Flushed before it gets its name: else a power cut may leave the name with an empty file.
+    if ((error = writeAndClose(fresh->file(), bytes)))
+        return error;
+    return fresh->place(path);
 }
 
 } // namespace Pt

@@ -35,17 +35,12 @@ WaitableFlag::WaitableFlag()
 {
 }
 
-WaitableFlag::~WaitableFlag()
-{
-    ::close(m_descriptor);
-}
-
 void WaitableFlag::raise() noexcept
 {
     // Refused only when it is up as far as it goes.
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written =
-        retryInterrupted([&] { return ::write(m_descriptor, &one, sizeof one); });
+        retryInterrupted([&] { return ::write(m_descriptor.get(), &one, sizeof one); });
 }
 
 void WaitableFlag::lower() noexcept
@@ -53,7 +48,7 @@ void WaitableFlag::lower() noexcept
     // Refused only when it is down.
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t got =
-        retryInterrupted([&] { return ::read(m_descriptor, &count, sizeof count); });
+        retryInterrupted([&] { return ::read(m_descriptor.get(), &count, sizeof count); });
 }
 
 WallTimer::WallTimer()
@@ -62,24 +57,19 @@ WallTimer::WallTimer()
 {
 }
 
-WallTimer::~WallTimer()
-{
-    ::close(m_descriptor);
-}
-
 void WallTimer::set(long long wallSeconds) noexcept
 {
     itimerspec point = {};
     point.it_value.tv_sec = std::max(0LL, wallSeconds);
     if (wallSeconds <= 0) // all zeros would clear it
         point.it_value.tv_nsec = 1;
-    ::timerfd_settime(m_descriptor, TFD_TIMER_ABSTIME, &point, nullptr);
+    ::timerfd_settime(m_descriptor.get(), TFD_TIMER_ABSTIME, &point, nullptr);
 }
 
 void WallTimer::clear() noexcept
 {
     const itimerspec never = {};
-    ::timerfd_settime(m_descriptor, 0, &never, nullptr);
+    ::timerfd_settime(m_descriptor.get(), 0, &never, nullptr);
 }
 
 DescriptorSet::DescriptorSet()
@@ -87,24 +77,19 @@ DescriptorSet::DescriptorSet()
 {
 }
 
-DescriptorSet::~DescriptorSet()
-{
-    ::close(m_descriptor);
-}
-
 void DescriptorSet::add(int descriptor)
 {
     epoll_event event = {};
     event.events = EPOLLIN;
     event.data.fd = descriptor;
-    if (::epoll_ctl(m_descriptor, EPOLL_CTL_ADD, descriptor, &event) != 0 && errno != EEXIST)
+    if (::epoll_ctl(m_descriptor.get(), EPOLL_CTL_ADD, descriptor, &event) != 0 && errno != EEXIST)
         throw std::system_error(lastError(), "epoll_ctl");
 }
 
 void DescriptorSet::remove(int descriptor) noexcept
 {
     epoll_event unused = {};
-    ::epoll_ctl(m_descriptor, EPOLL_CTL_DEL, descriptor, &unused);
+    ::epoll_ctl(m_descriptor.get(), EPOLL_CTL_DEL, descriptor, &unused);
 }
 
 int DescriptorSet::waitForOne(std::chrono::milliseconds limit) const
@@ -119,7 +104,7 @@ int DescriptorSet::waitForOne(std::chrono::milliseconds limit) const
     for (;;) {
         const int left = isForEver ? -1 : waitMilliseconds(deadline - steady_clock::now());
         epoll_event event = {};
-        const int ready = ::epoll_wait(m_descriptor, &event, 1, left);
+        const int ready = ::epoll_wait(m_descriptor.get(), &event, 1, left);
         if (ready > 0)
             return event.data.fd;
         if (ready == -1 && errno != EINTR)

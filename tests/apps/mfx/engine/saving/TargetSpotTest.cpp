@@ -1,7 +1,7 @@
 #include "mfx/engine/saving/TargetSpot.h"
 
 #include "apps/mfx/engine/SavingFixture.h"
-#include "core/platform/OrdinaryUser.h"
+#include "support/OrdinaryUser.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>

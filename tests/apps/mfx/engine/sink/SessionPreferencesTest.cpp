@@ -1,8 +1,8 @@
 #include "mfx/engine/sink/SessionPreferences.h"
 
 #include "apps/mfx/engine/SavingFixture.h"
-#include "core/platform/Environment.h"
 #include "mfx/engine/sink/SinkModule.h"
+#include "support/Environment.h"
 
 #include <cstdlib>
 

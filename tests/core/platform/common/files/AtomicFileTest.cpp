@@ -1,5 +1,6 @@
 #include "platform/common/files/AtomicFile.h"
 
+#include "core/platform/support/FileFixture.h"
 #include "platform/common/files/FilePlacement.h"
 
 #include <filesystem>
@@ -24,57 +25,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kNoPatience{0};
 
-class AtomicFileTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        std::string pattern = "/tmp/atomic-file-test-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
-        m_descriptors = openDescriptors();
-    }
-    void TearDown() override
-    {
-        EXPECT_EQ(openDescriptors(), m_descriptors);
-        std::filesystem::remove_all(m_folder);
-    }
-
-    std::string path(const std::string& name) const { return m_folder + "/" + name; }
-
-    void put(const std::string& name, const std::string& bytes) const
-    {
-        std::ofstream(path(name), std::ios::binary) << bytes;
-    }
-
-    std::string bytes(const std::string& name) const
-    {
-        std::ifstream file(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
-            found.push_back(entry.path().filename().string());
-        return found;
-    }
-
-    unsigned int modeOf(const std::string& name) const
-    {
-        struct stat status = {};
-        EXPECT_EQ(::stat(path(name).c_str(), &status), 0);
-        return status.st_mode & 07777U;
-    }
-
-    static std::ptrdiff_t openDescriptors()
-    {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    }
-
-    std::string m_folder;
-    std::ptrdiff_t m_descriptors = 0;
-};
+using AtomicFileTest = test::FileFixture;
 
 } // namespace
 
@@ -95,7 +46,7 @@ TEST_F(AtomicFileTest, TellsWhyThereIsNothingToRead)
 {
     EXPECT_EQ(Pt::readFile(path("none"), 9).state, State::kMissing);
     EXPECT_EQ(Pt::readFile(path("none/below"), 9).state, State::kMissing);
-    EXPECT_EQ(Pt::readFile(m_folder, 9).state, State::kNotAFile);
+    EXPECT_EQ(Pt::readFile(m_folder.path(), 9).state, State::kNotAFile);
     EXPECT_EQ(Pt::readFile("/dev/zero", 9).state, State::kNotAFile);
     ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
     EXPECT_EQ(Pt::readFile(path("pipe"), 9).state, State::kNotAFile);

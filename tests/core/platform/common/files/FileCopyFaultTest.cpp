@@ -1,9 +1,9 @@
 // What stands on the disk when any one file call of a copy fails, is cut short, lies, or is the
 // last of its process.
 
-#include "core/platform/TestFolder.h"
 #include "platform/common/files/FileCopy.h"
 #include "support/ShimmedProgram.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,6 +1,6 @@
 #include "platform/common/files/FileCopy.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <csignal>
 #include <filesystem>
@@ -282,19 +282,39 @@ TEST_F(FileCopyTest, WritesUnderTheNameItselfWhereAsked)
 
 TEST_F(FileCopyTest, RemovesStaleCopiesAndSparesThoseThatAreWritten)
 {
-    folder.write("to/.mfxcopy-1-1", "stale");
-    folder.write("to/.mfxcopy-1-2", "in use");
-    folder.write("to/mfxcopy-1-1", "a user's file");
-    fs::create_symlink("mfxcopy-1-1", folder.path("to/.mfxcopy-link"));
-    const int held = ::open(folder.path("to/.mfxcopy-1-2").c_str(), O_RDONLY | O_CLOEXEC);
+    folder.write("to/.unfinished-1-1", "stale");
+    folder.write("to/.unfinished-1-2", "in use");
+    folder.write("to/unfinished-1-1", "a user's file");
+    fs::create_symlink("unfinished-1-1", folder.path("to/.unfinished-link"));
+    const int held = ::open(folder.path("to/.unfinished-1-2").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(held, LOCK_EX), 0);
     EXPECT_EQ(Pt::removeStaleCopies(folder.path("to")), 1U);
-    EXPECT_FALSE(fs::exists(folder.path("to/.mfxcopy-1-1")));
-    EXPECT_TRUE(fs::exists(folder.path("to/.mfxcopy-1-2")));
-    EXPECT_TRUE(fs::exists(folder.path("to/mfxcopy-1-1")));
+    EXPECT_FALSE(fs::exists(folder.path("to/.unfinished-1-1")));
+    EXPECT_TRUE(fs::exists(folder.path("to/.unfinished-1-2")));
+    EXPECT_TRUE(fs::exists(folder.path("to/unfinished-1-1")));
     ::close(held);
     EXPECT_EQ(Pt::removeStaleCopies(folder.path("to")), 1U);
     EXPECT_EQ(Pt::removeStaleCopies(folder.path("missing")), 0U);
+}
+
+TEST_F(FileCopyTest, RemovesOnlyNamesOfTheExactFormOfItsOwn)
+{
+    const char* const theirs[] = {".unfinished-",
+        ".unfinished-1",
+        ".unfinished-1-",
+        ".unfinished--1",
+        ".unfinished-1-2x",
+        ".unfinished-a-1",
+        ".unfinished-1-2-3",
+        ".unfinished-1 -2",
+        "unfinished-1-2",
+        "x.unfinished-1-2",
+        ".unfinished novel"};
+    for (const char* const name : theirs)
+        folder.write(std::string("to/") + name, "a user's file");
+    EXPECT_EQ(Pt::removeStaleCopies(folder.path("to")), 0U);
+    for (const char* const name : theirs)
+        EXPECT_TRUE(fs::exists(folder.path(std::string("to/") + name))) << name;
 }
 
 TEST_F(FileCopyTest, SparesItsOwnCopyWhileItIsWritten)

@@ -1,7 +1,7 @@
 #include "platform/common/files/FileFlags.h"
 
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

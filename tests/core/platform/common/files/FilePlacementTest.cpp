@@ -1,8 +1,8 @@
 #include "platform/common/files/FilePlacement.h"
 
+#include "core/platform/support/FileFixture.h"
+
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -15,57 +15,7 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-class FilePlacementTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        std::string pattern = "/tmp/file-placement-test-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
-        m_descriptors = openDescriptors();
-    }
-    void TearDown() override
-    {
-        EXPECT_EQ(openDescriptors(), m_descriptors);
-        std::filesystem::remove_all(m_folder);
-    }
-
-    std::string path(const std::string& name) const { return m_folder + "/" + name; }
-
-    void put(const std::string& name, const std::string& bytes) const
-    {
-        std::ofstream(path(name), std::ios::binary) << bytes;
-    }
-
-    std::string bytes(const std::string& name) const
-    {
-        std::ifstream file(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    std::vector<std::string> names() const
-    {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(m_folder))
-            found.push_back(entry.path().filename().string());
-        return found;
-    }
-
-    unsigned int modeOf(const std::string& name) const
-    {
-        struct stat status = {};
-        EXPECT_EQ(::stat(path(name).c_str(), &status), 0);
-        return status.st_mode & 07777U;
-    }
-
-    static std::ptrdiff_t openDescriptors()
-    {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    }
-
-    std::string m_folder;
-    std::ptrdiff_t m_descriptors = 0;
-};
+using FilePlacementTest = test::FileFixture;
 
 } // namespace
 
@@ -96,7 +46,7 @@ TEST_F(FilePlacementTest, MakesFoldersWithTheirMode)
 
 TEST_F(FilePlacementTest, FlushesAFolderThatIsThere)
 {
-    EXPECT_FALSE(Pt::flushFolder(m_folder));
+    EXPECT_FALSE(Pt::flushFolder(m_folder.path()));
     EXPECT_EQ(Pt::flushFolder(path("none")), std::errc::no_such_file_or_directory);
     put("file", "");
     EXPECT_EQ(Pt::flushFolder(path("file")), std::errc::not_a_directory);
@@ -114,7 +64,7 @@ TEST_F(FilePlacementTest, MakesAnEmptyFileUnderAFreeName)
 
 TEST_F(FilePlacementTest, TellsWhyAFolderTakesNoFile)
 {
-    EXPECT_FALSE(Pt::tryFolder(m_folder));
+    EXPECT_FALSE(Pt::tryFolder(m_folder.path()));
     EXPECT_THAT(names(), UnorderedElementsAre());
     EXPECT_EQ(Pt::tryFolder(path("none")), std::errc::no_such_file_or_directory);
 }

@@ -1,6 +1,6 @@
 #include "platform/common/files/FileReplacement.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <csignal>
 #include <thread>

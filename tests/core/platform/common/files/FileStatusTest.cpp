@@ -1,5 +1,7 @@
 #include "platform/common/files/FileStatus.h"
 
+#include "support/TestFolder.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,14 +15,7 @@ namespace {
 
 class FileStatusTest : public testing::Test {
 protected:
-    FileStatusTest()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "status-XXXXXX").native();
-        m_folder = mkdtemp(pattern.data());
-    }
-    ~FileStatusTest() override { std::filesystem::remove_all(m_folder); }
-
-    std::string path(const std::string& name) const { return m_folder + '/' + name; }
+    std::string path(const std::string& name) const { return m_folder.path(name); }
 
     FileStatus statusOf(const std::string& name)
     {
@@ -29,7 +24,7 @@ protected:
         return status.value_or(FileStatus{});
     }
 
-    std::string m_folder;
+    test::TestFolder m_folder;
     std::error_code m_error;
 };
 
@@ -88,7 +83,7 @@ TEST_F(FileStatusTest, SaysWhyThereIsNothing)
     EXPECT_EQ(m_error, std::errc::no_such_file_or_directory);
     EXPECT_FALSE(fileStatus(path(std::string(300, 'x')), m_error));
     EXPECT_EQ(m_error, std::errc::filename_too_long);
-    EXPECT_TRUE(fileStatus(m_folder, m_error));
+    EXPECT_TRUE(fileStatus(m_folder.path(), m_error));
     EXPECT_FALSE(m_error);
 }
 

@@ -1,7 +1,7 @@
 #include "platform/common/files/FileSystemFacts.h"
 
-#include "core/platform/TestFolder.h"
 #include "support/Mounts.h"
+#include "support/TestFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 #include "platform/common/files/FolderLock.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <csignal>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "platform/common/files/NameJournal.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

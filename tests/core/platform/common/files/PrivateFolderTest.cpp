@@ -1,8 +1,8 @@
 #include "platform/common/files/PrivateFolder.h"
 
-#include "core/platform/Environment.h"
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
+#include "support/Environment.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <set>
 #include <string>

@@ -1,9 +1,9 @@
 // Transfers that a signal breaks off: this program stands in for the calls that read and write.
 
-#include "core/platform/TestFolder.h"
 #include "core/platform/WideLiteral.h"
 #include "core/platform/support/IoDevices.h"
 #include "platform/common/files/PtIoDeviceFile.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 

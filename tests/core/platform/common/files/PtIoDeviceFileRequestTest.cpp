@@ -1,7 +1,7 @@
-#include "core/platform/TestFolder.h"
 #include "core/platform/WideLiteral.h"
 #include "core/platform/support/IoDevices.h"
 #include "platform/common/files/PtIoDeviceFile.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 #include <thread>

@@ -1,11 +1,11 @@
 #include "platform/common/files/PtIoDeviceFile.h"
 
-#include "core/platform/Environment.h"
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
 #include "core/platform/WideLiteral.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/text/PtUcs.h"
+#include "support/Environment.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "platform/common/files/PtIoThread.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <thread>
 #include <vector>

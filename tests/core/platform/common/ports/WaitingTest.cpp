@@ -1,7 +1,7 @@
 #include "platform/common/ports/Waiting.h"
 
-#include "core/platform/TestFolder.h"
 #include "platform/common/services/Clock.h"
+#include "support/TestFolder.h"
 
 #include <atomic>
 #include <climits>

@@ -1,6 +1,6 @@
 #include "platform/common/services/ProgramEnvironment.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <csignal>
 #include <cstdio>

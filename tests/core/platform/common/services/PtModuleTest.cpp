@@ -1,7 +1,7 @@
 #include "platform/common/services/PtModule.h"
 
-#include "core/platform/TestFolder.h"
 #include "core/platform/WideLiteral.h"
+#include "support/TestFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
 #include "platform/common/services/PtPlatformInit.h"
 
-#include "core/platform/TestFolder.h"
 #include "core/platform/WideLiteral.h"
 #include "core/platform/support/OrdinarySignals.h"
 #include "platform/common/files/PtIoThread.h"
 #include "platform/common/services/PtExPost.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/text/PtUcs.h"
+#include "support/TestFolder.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 #include "platform/common/services/UserFolders.h"
 
-#include "core/platform/Environment.h"
-#include "core/platform/TestFolder.h"
+#include "support/Environment.h"
+#include "support/TestFolder.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

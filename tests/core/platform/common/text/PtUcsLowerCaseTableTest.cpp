@@ -1,7 +1,7 @@
 #include "platform/common/text/PtUcsLowerCaseTable.h"
 
-#include "core/platform/TestFolder.h"
 #include "platform/common/text/PtUcs.h"
+#include "support/TestFolder.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 #include "platform/common/text/PtUcs.h"
 
-#include "core/platform/OrdinaryUser.h"
-#include "core/platform/TestFolder.h"
 #include "core/platform/WideLiteral.h"
+#include "support/OrdinaryUser.h"
+#include "support/TestFolder.h"
 
 #include <vector>
 

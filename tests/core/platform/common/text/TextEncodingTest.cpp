@@ -1,6 +1,6 @@
 #include "platform/common/text/TextEncoding.h"
 
-#include "core/platform/Environment.h"
+#include "support/Environment.h"
 
 #include <thread>
 

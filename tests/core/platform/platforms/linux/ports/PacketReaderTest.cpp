@@ -1,6 +1,6 @@
 #include "platform/platforms/linux/ports/PacketReader.h"
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <string>
 #include <string_view>
