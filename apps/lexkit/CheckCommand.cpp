@@ -42,6 +42,7 @@ private:
     {
         lexkit_private::Dictionary dictionary;
         file.readInto(dictionary);
+        // A binary dictionary has no lines to name, so the whole file is reported.
         if (!dictionary.IsValid())
             tell(file.path(),
                 0,
@@ -53,6 +54,7 @@ private:
         const std::string bytes = file.bytes() + '\n'; // long enough to be a block
         const auto* const begin = reinterpret_cast<const unsigned char*>(bytes.data());
         const auto reader = DictionaryReader::Make(begin, begin + bytes.size());
+        // Only an empty file is that short, and it has no bad lines.
         if (!reader)
             return;
         unsigned long number = 0;
@@ -76,6 +78,8 @@ private:
         const DictionaryReader& reader)
     {
         lexkit_private::LiteralTag<unsigned short> tag;
+        // Only a reader of bytes can meet invalid UTF-8, and only while the line is still bytes:
+        // conversion replaces it.
         const auto* const multibyte = dynamic_cast<const MultibyteReader*>(&reader);
         const std::string_view bytes = multibyte
             ? std::string_view(reinterpret_cast<const char*>(multibyte->GetLineBytes().GetData()),

@@ -33,6 +33,8 @@ bool areAlike(const UnicodeRun& left, const UnicodeRun& right)
 bool holdsAll(Dictionary& dictionary, const std::string& written)
 {
     Dictionary again;
+    // Read by the library itself and not compared byte by byte: what counts is what programs will
+    // find.
     again.Read(written.data(), static_cast<int>(written.size()), false);
     bool isWhole = true;
     forEachEntry(dictionary, [&](const DictionaryEntry& entry) {
@@ -58,6 +60,7 @@ void requireTwoFiles(const CommandLine& line)
 
 ExitCode finish(const CommandLine& line, const std::string& written, bool isWhole)
 {
+    // Written even if an entry is missing: the user has been told, and the exit code says so.
     if (const std::error_code error = Pt::replaceFile(line.output, written))
         throw CommandError(ExitCode::kPlaceUnusable,
             line.output + ": the file cannot be written: " + error.message());
@@ -84,8 +87,11 @@ ExitCode runText(const CommandLine& line)
     requireTwoFiles(line);
     Dictionary dictionary;
     const bool isSound = DictionaryFile(line.file).readTelling(dictionary);
+    // In UTF-16 with a mark, so that the file means the same under every locale.
     std::vector<unsigned short> units{0xFEFF};
     forEachEntry(dictionary, [&](const DictionaryEntry& entry) {
+        // An entry that another one hides must not be written: in text form the later line would
+        // win.
         if (const auto text = entryLine(entry); text && dictionary.Find(entry) == &entry)
             units.insert(units.end(), text->begin(), text->end());
     });

@@ -12,6 +12,7 @@ namespace lexkit_cli {
 
 namespace {
 
+// Reading a block takes its size as an int.
 constexpr std::size_t kLargest = std::numeric_limits<int>::max(); // of a block
 
 [[noreturn]] void fail(const std::string& path, const Pt::FileContent& content)

@@ -41,11 +41,13 @@ bool isSpecial(unsigned short unit, unsigned short next)
     switch (unit) {
     case u'\\':
         return true;
+    // A hat at the very end is followed by 0 here, and becomes a reference to be safe.
     case u'^':
         return next < u'0' || next > u'9';
     case u'#':
         return next == u'{';
     default:
+        // The other line ends have no escape of their own.
         return unit != u'\n' && unit != u'\r' && endsLine(unit);
     }
 }
@@ -56,6 +58,7 @@ void appendByReferences(Units& to, const unsigned short* text, unsigned long len
         if (isSpecial(text[at], at + 1 < length ? text[at + 1] : 0))
             appendReference(to, text[at]);
         else
+            // One unit at a time: line ends and quote marks still get their backslash.
             appendPlainly(to, text + at, 1);
 }
 
@@ -75,6 +78,7 @@ Units lineOf(const DictionaryEntry& entry, AppendValue appendValue)
 
 bool readsBack(Units line, const DictionaryEntry& entry)
 {
+    // A line end in the key, or one in the value that the short form cannot express.
     if (std::any_of(line.begin(), line.end(), endsLine))
         return false;
     line.push_back(0);
@@ -98,6 +102,7 @@ bool readsBack(Units line, const DictionaryEntry& entry)
 std::optional<std::vector<unsigned short>> entryLine(const DictionaryEntry& entry)
 {
     Units line = lineOf(entry, appendPlainly);
+    // The short form first: translators find a text easier to read without references.
     if (!readsBack(line, entry)) {
         line = lineOf(entry, appendByReferences);
         if (!readsBack(line, entry))

@@ -30,6 +30,7 @@ std::string utf8Of(const lexkit_private::UnicodeRun& run)
 
 std::string oneLine(std::string_view text)
 {
+    // Each character has its letter at the same place in the second list.
     constexpr std::string_view kPlain = "\t\n\r\"\\";
     constexpr std::string_view kLetters = "tnr\"\\";
     std::string line;

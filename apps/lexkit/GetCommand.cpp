@@ -16,6 +16,7 @@ ExitCode runGet(const CommandLine& line)
         if (line.json)
             commandline::printJson({{"literal", Pt::displayName(literal)},
                 {"value", value},
+                // Told apart from the value, because a default may be the same text.
                 {"found", dictionary.HasKey(literal.c_str(), &utf8)}});
         else
             commandline::printLine(value);

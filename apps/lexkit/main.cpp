@@ -14,6 +14,7 @@ using lexkit_cli::ExitCode;
 ExitCode run(const lexkit_cli::CommandLine& line)
 {
     const lexkit::EncodingInfo utf8(lexkit::EncodingInfo::kUTF8);
+    // Before anything is read: the default encoding belongs to the process.
     if (line.utf8Input)
         lexkit::SetDefaultEncoding(&utf8);
     switch (line.command) {

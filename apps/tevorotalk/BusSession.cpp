@@ -23,6 +23,7 @@ namespace {
 // A signal is noticed that late.
 constexpr std::chrono::milliseconds kMaxPause{100};
 
+// A bus thread is up some milliseconds after its start; five seconds mean that it never will be.
 constexpr std::chrono::milliseconds kReachablePoll{5};
 constexpr std::chrono::seconds kReachableLimit{5};
 
@@ -30,11 +31,14 @@ constexpr std::chrono::seconds kReachableLimit{5};
 
 std::string ownName()
 {
+    // The process id is the instance, so that commands that run at once never meet at one name.
     return "tevorotalk_" + std::to_string(Pt::processId()) + "-1.0";
 }
 
 BusSession::BusSession(const std::string& name)
 {
+    // Started here and not by the instance, so that an unusable name can be told from one that is
+    // taken.
     if (!TevoroTalk::InitTerm::init(name.c_str(), true))
         throw CommandError(
             ExitCode::kUsage, "'" + name + "' is no name on the bus; take one like echo-1.0");
@@ -54,6 +58,7 @@ BusSession::~BusSession()
 
 void BusSession::end()
 {
+    // The instance first: the exit of the bus would delete it a second time.
     m_instance.reset();
     TevoroTalk::InitTerm::exit();
 }
@@ -66,6 +71,7 @@ std::string BusSession::name() const
 void BusSession::waitUntilReachable() const
 {
     const auto deadline = std::chrono::steady_clock::now() + kReachableLimit;
+    // Asks itself: the thread that answers is the one that others will ask.
     while (TevoroTalk::Thread::ping(name().c_str(), "", 1, nullptr) != "ECHO_RESPONSE"
         && !hasPassed(deadline))
         Pt::systemClock().sleepFor(kReachablePoll);
@@ -77,11 +83,13 @@ SoString BusSession::ask(const std::string& target,
     const std::string& body) const
 {
     const SoString text{std::string_view(body)};
+    // On a thread of its own, because a ping blocks and no signal interrupts it.
     auto answer = std::async(std::launch::async,
         [&] { return TevoroTalk::Thread::ping(target.c_str(), command.c_str(), seconds, &text); });
     while (answer.wait_for(kMaxPause) == std::future_status::timeout)
         if (Pt::wasInterrupted())
             endQuestion();
+    // Only after the other thread has ended: it refers to the arguments of this call.
     if (Pt::wasInterrupted())
         throw Interrupted();
     return answer.get();
@@ -92,6 +100,7 @@ void BusSession::endQuestion() const
 {
     TevoroTalk::Message message;
     message.target = (name() + "#ping").c_str();
+    // Every receiver drops a message of this type without an answer.
     message.type = "Ignore";
     m_instance->send(message, false, 0, nullptr);
 }
@@ -104,6 +113,7 @@ void BusSession::pumpOnce(std::optional<SteadyTime> deadline)
 
 void BusSession::takeOne(std::optional<SteadyTime> deadline)
 {
+    // Incoming messages are left to the next line, which takes one and no more.
     TevoroTalk::pump(TevoroTalk::kOutgoing, nullptr);
     if (!m_instance->processIncomingMessage(ScObjects::QK_INVALID_MESSAGE_NUMBER, true))
         pause(deadline);
@@ -111,8 +121,11 @@ void BusSession::takeOne(std::optional<SteadyTime> deadline)
 
 void BusSession::pause(std::optional<SteadyTime> deadline) const
 {
+    // Short rounds, because waitForMessage does not return for a signal.
     auto limit = kMaxPause;
     if (deadline)
+        // Rounded up: rounded down, the last fraction of a millisecond would be spent in a loop
+        // without any waiting.
         limit = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(
                                *deadline - std::chrono::steady_clock::now()),
             std::chrono::milliseconds(0),
@@ -123,6 +136,8 @@ void BusSession::pause(std::optional<SteadyTime> deadline) const
 ExitCode exitCodeForAnswer(const SoString& answer)
 {
     const std::string_view word = answer.view();
+    // A ping answers and fails in the same text, so a value that is one of these words is taken for
+    // a failure.
     if (word == "Timeout" || word == "UNDEFINED")
         return ExitCode::kPartly;
     if (word == "ISNOTRUNNING" || word == "ISNOTINSTALLED")

@@ -136,6 +136,8 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        // Help and version come as exceptions as well, with a code of 0. The codes of errors are
+        // the parser's own, and not ours.
         code = app.exit(error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
         return std::nullopt;
     }

@@ -30,6 +30,8 @@ void printReport(std::string_view report)
         std::string line;
         // Its indents are tabs.
         const std::size_t indent = std::min(report.find_first_not_of('\t'), length);
+        // Only the text behind them is made safe for the terminal, which would show a tab as an
+        // escape.
         line.append(report.substr(0, indent));
         line += Pt::terminalText(report.substr(indent, length - indent));
         commandline::printLine(line);

@@ -27,6 +27,7 @@ public:
     {
         printMessage(message, reason, m_line.json);
         ++m_count;
+        // There is no result to fill in for messages that no answer can go to.
         if (result != nullptr && m_line.reply)
             *result = SoString(std::string_view(*m_line.reply));
         return m_line.error.value_or(0);
@@ -49,13 +50,16 @@ ExitCode runListen(const CommandLine& line)
     if (types.empty())
         types.emplace_back("Quillscriber");
     for (const std::string& type : types)
+        // The instance owns the new handler, and hands back the one that was there for the type.
         delete session.instance().changeHandler(new Listener(line, type, count));
+    // Whoever reads the line below may ping this process at once.
     session.waitUntilReachable();
     std::fprintf(stderr, "listening as %s\n", session.name().c_str());
     const auto deadline = deadlineAfter(line.seconds);
     while (!hasPassed(deadline) && (!line.count || count < *line.count)) {
         if (Pt::wasInterrupted())
             return ExitCode::kInterrupted;
+        // With a count, one message at a time: those beyond it have to stay unanswered.
         if (line.count)
             session.takeOne(deadline);
         else

@@ -59,6 +59,7 @@ void printMessage(const TevoroTalk::Message& message, int reason, bool json)
         + ": ";
     line += message.body.view();
     commandline::printLine(Pt::terminalText(line));
+    // Whoever reads through a pipe sees each message when it comes.
     std::fflush(stdout);
 }
 

@@ -70,6 +70,7 @@ public:
         , m_subscriber(session.name())
     {
         const SoString answer = session.ask(m_target, m_key + "=" + m_subscriber, kLimit);
+        // A subscription is confirmed by the name of the new subscriber.
         if (answer == m_subscriber.c_str())
             return;
         throw CommandError(exitCodeForAnswer(answer) == ExitCode::kNotThere ? ExitCode::kNotThere
@@ -80,6 +81,7 @@ public:
     {
         // Another monitor may have taken its place.
         if (ask(m_key, kLimit) == m_subscriber.c_str())
+            // Nobody answers this, so nobody waits.
             ask(m_key + "=", 0);
     }
     Subscription(const Subscription&) = delete;
@@ -102,7 +104,9 @@ private:
 ExitCode runMonitor(const CommandLine& line)
 {
     BusSession session(ownName());
+    // Before the subscription: copies come as soon as the target has answered.
     delete session.instance().changeHandler(new ForwardHandler(line.json));
+    // After the session, so that they end while the bus can still be used.
     std::optional<Subscription> messages;
     std::optional<Subscription> logs;
     if (line.messages || !line.logs)
@@ -120,6 +124,7 @@ ExitCode runMonitor(const CommandLine& line)
             return ExitCode::kPlaceUnusable;
         if (!hasPassed(lookAgain))
             continue;
+        // An application that ends tells nobody; its port is all that can be looked at.
         if (isPortFree(line.target, "thread"))
             throw CommandError(ExitCode::kPartly, "'" + line.target + "' has ended");
         lookAgain = std::chrono::steady_clock::now() + kLookAgain;

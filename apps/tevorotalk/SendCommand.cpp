@@ -74,6 +74,7 @@ std::string requestOf(const CommandLine& line)
     std::string request = line.request;
     if (!line.wait)
         return request;
+    // A failure is an answer as well: without it, the wait would go on to its end.
     for (const char* word : {"Result", "Error"})
         if (!asksFor(request, word))
             request += (request.empty() ? "" : " ") + std::string(word);
@@ -128,6 +129,8 @@ void awaitAnswers(
     TevoroTalk& instance, const TevoroTalk::Message& message, bool json, Answers& answers)
 {
     for (const char* type : {"Received", "Result", "Error", "Timeout"})
+        // Before the message goes out: send looks for handlers of its number, and asks for
+        // "Processed" if there are any.
         delete instance.changeHandler(new AnswerHandler(type, message.serialNumber, json, answers));
 }
 

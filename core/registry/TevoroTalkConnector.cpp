@@ -6,6 +6,8 @@ namespace ScObjects {
 
 namespace {
 
+// Initialised at compile time, so that other static objects may ask at any moment. Atomic, because
+// get() is called by every thread and takes no lock.
 constinit std::atomic<TevoroTalkConnector*> gConnector{nullptr};
 constinit std::atomic<bool> gHasExited{false};
 
@@ -14,12 +16,14 @@ constinit std::atomic<bool> gHasExited{false};
 bool TevoroTalkConnector::InitTerm::init(const SoString&)
 {
     // No store of applications is read so far; an application may have set a connector itself.
+    // A bus that was ended may be started again, and then takes a connector again.
     gHasExited = false;
     return true;
 }
 
 bool TevoroTalkConnector::InitTerm::exit()
 {
+    // Taken out before it is deleted, so that no other thread is handed a dying object.
     delete gConnector.exchange(nullptr);
     gHasExited = true;
     return true;
@@ -32,6 +36,8 @@ TevoroTalkConnector* TevoroTalkConnector::get()
 
 void TevoroTalkConnector::set(TevoroTalkConnector* connector)
 {
+    // Nobody would delete a connector that was set after the exit. Setting the same one twice must
+    // not delete it.
     if (gHasExited || connector == gConnector)
         return;
     delete gConnector.exchange(connector);
@@ -42,6 +48,7 @@ TevoroTalkConnector::TevoroTalkConnector(const SoString& appName)
 {
 }
 
+// Here, so that the type's information has one home in the shared library.
 TevoroTalkConnector::~TevoroTalkConnector() = default;
 
 void TevoroTalkConnector::appendDiagnostics(SoString&, const SoString&) const { }
@@ -54,6 +61,7 @@ SoString TevoroTalkConnector::findPreferredApp(const SoString&, const SoString&,
 SoString TevoroTalkConnector::findGroupForSpecifier(const Specifier&, SoString* version)
 {
     if (version != nullptr)
+        // Callers read the version whatever the answer is.
         version->shrink(0);
     return {};
 }
@@ -81,6 +89,8 @@ int TevoroTalkConnector::getNumberOfRegisteredApplications() const
 
 SoString TevoroTalkConnector::getApplicationSpecifier(int index) const
 {
+    // The bus asks for the digests of the application itself by this index, with or without a
+    // registry.
     return index == -1 ? m_appName : SoString();
 }
 
@@ -110,6 +120,8 @@ bool TevoroTalkConnector::isShellTool(const SoString&) const
     return false;
 }
 
+// Without a registry that says otherwise, digests are checked and written. It is asked once, when
+// the switches are made; see MessageGlobals.
 bool TevoroTalkConnector::getMessageAuthentication(const SoString&) const
 {
     return true;

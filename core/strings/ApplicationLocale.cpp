@@ -22,6 +22,9 @@ struct TokenRow {
     QLatin1StringView locale;
 };
 
+// Languages without a dictionary have a row, too: their users see the default texts, and a folder
+// of that name is all that a new translation needs. Belgian Dutch and both names of Norwegian share
+// one dictionary each.
 constexpr std::array kTokens{
     TokenRow{"ja"_L1, "ja_jp"_L1},
     TokenRow{"de"_L1, "de_de"_L1},
@@ -52,6 +55,7 @@ constexpr std::array kTokens{
 
 constexpr qint64 kConfigurationLimit = 1 << 20; // bytes; a configuration is a few hundred
 
+// An empty setting counts as none, so that the next source is asked.
 std::optional<QString> normalised(const QString& text)
 {
     if (text.isEmpty())
@@ -74,6 +78,8 @@ std::optional<QString> configuredLocale()
     return language ? normalised(QString::fromStdString(*language)) : std::nullopt;
 }
 
+// The path is an entry of the dictionary, so a dictionary that is already open can name another
+// file.
 std::optional<QString> machineLocale()
 {
     const QString name = PtZString::getZString(
@@ -84,12 +90,16 @@ std::optional<QString> machineLocale()
     QFile file(QString::fromStdString(*path));
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
+    // A line that does not fit into the caller's buffer is cut here rather than rejected. The file
+    // may have been written with either kind of line end.
     QByteArray line = file.readLine(kApplicationLocaleCapacity);
     while (line.endsWith('\n') || line.endsWith('\r'))
         line.chop(1);
     return normalised(QString::fromUtf8(line));
 }
 
+// The system says "de_DE" or just "de"; the table and the folders of the dictionaries are in lower
+// case.
 std::optional<QString> currentLocale()
 {
     const auto locale = Pt::systemLocale();
@@ -100,6 +110,8 @@ std::optional<QString> currentLocale()
     return token;
 }
 
+// These three have one dictionary for all their territories. The two letters of the language are
+// enough to tell: en_gb, es_mx and fr_ca end up here.
 QString oneLocaleForEachLanguage(const QString& locale)
 {
     for (const auto whole : {"en_us"_L1, "es_es"_L1, "fr_fr"_L1})
@@ -122,6 +134,8 @@ void GetLocaleFromToken(QString& token)
 
 int getApplicationLocale(unsigned short* buffer)
 {
+    // From the most specific to the most general: what the user chose for this host, what the
+    // machine was set up for, what the session speaks.
     std::optional<QString> found = configuredLocale();
     if (!found)
         found = machineLocale();
@@ -130,6 +144,7 @@ int getApplicationLocale(unsigned short* buffer)
     const QString locale = found ? oneLocaleForEachLanguage(found->toLower()) : u"en_us"_s;
     ptucscpy(buffer,
         reinterpret_cast<const unsigned short*>(
+            // One unit is left for the terminator that ptucscpy writes.
             locale.left(kApplicationLocaleCapacity - 1).utf16()));
     return 1;
 }

@@ -21,11 +21,14 @@ namespace {
 QString dictionaryLocale()
 {
     std::array<unsigned short, kApplicationLocaleCapacity> buffer{};
+    // The contract lets this fail, although it never does.
     if (!getApplicationLocale(buffer.data()))
         return u"en_us"_s;
     return QString::fromUtf16(reinterpret_cast<const char16_t*>(buffer.data()));
 }
 
+// Relative to the working folder, like all data of the host: its programs run from a folder beside
+// shared_assets.
 QString dictionaryFile(const QString& locale)
 {
     return u"../shared_assets/locales"_s + QDir::separator() + locale + QDir::separator()
@@ -35,11 +38,15 @@ QString dictionaryFile(const QString& locale)
 bool readFile(lexkit::Dictionary& dictionary, const QString& path)
 {
     try {
+        // Binary, because the dictionary finds its line ends itself: in UTF-16 the byte 0x0A
+        // occurs inside other characters as well.
         lexkit::basic_ifstream<char> file(
             path.toLocal8Bit().constData(), std::ios::in | std::ios::binary);
         dictionary.Read(&file);
         return true;
     } catch (const std::exception&) {
+        // A damaged or unreadable dictionary must not stop the program: what was read so far stays,
+        // and default texts replace the rest.
         return false;
     }
 }
@@ -56,8 +63,10 @@ QString toQString(const lexkit::ZString& text)
 
 bool PtZString::openZStringDict(bool force)
 {
+    // Before the old dictionary is closed: finding the locale looks up a text itself.
     const QString locale = dictionaryLocale();
     closeZStringDict();
+    // The literals already are the English texts, so the English dictionary would only cost time.
     if (!force && locale.toLower() == "en_us"_L1)
         return true;
     try {
@@ -72,6 +81,7 @@ bool PtZString::appendZStringDict(const QString& path)
 {
     try {
         if (!smpDictionary)
+            // Appending works without a prior open: the file then is the whole dictionary.
             smpDictionary = new lexkit::Dictionary;
     } catch (const std::exception&) {
         return false;
@@ -87,6 +97,8 @@ void PtZString::closeZStringDict()
 QString PtZString::getZString(const QString& literal)
 {
     const qsizetype equals = literal.indexOf(u'=');
+    // A mistake in the source, not in a dictionary. It is shown as it stands, so that somebody
+    // notices.
     if (equals < 0) {
         const QString message =
             u"ERROR: getZString(\""_s + literal + u"\") HAS MISSING OR IMPROPER TOKEN!!"_s;
@@ -94,8 +106,12 @@ QString PtZString::getZString(const QString& literal)
         return literal;
     }
     if (!smpDictionary)
+        // Escapes in the default stay as they are, on purpose: converting them is left to the
+        // dictionary.
         return literal.mid(equals + 1);
     try {
+        // A null encoding: the bytes of a default are widened one by one. Keys are ASCII, so the
+        // encoding of the locale does not change them.
         return toQString(smpDictionary->Lookup(literal.toLocal8Bit().constData(), nullptr));
     } catch (const std::exception&) {
         return literal.mid(equals + 1);

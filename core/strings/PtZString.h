@@ -18,20 +18,20 @@ public:
 
     // Loads the dictionary of the application's locale, in place of the one that was open; none for
     // "en_us" unless `force` is true. The file is "../shared_assets/locales", the locale,
-    // "MFXStrings.dct", from the working folder. One that is not there is no failure: the
-    // dictionary is empty then, and default texts show.
+    // "MFXStrings.dct", relative to the working folder. A missing file is no failure: the
+    // dictionary is then empty, and default texts show.
     static bool openZStringDict(bool force);
 
-    // Reads one more dictionary file into the same table, where its texts replace those that are
-    // there; false when nothing stands at the path. A dictionary is open afterwards in any case.
+    // Reads one more dictionary file into the same table; its texts replace those of the same key.
+    // False if there is no file at the path. A dictionary is open afterwards in any case.
     static bool appendZStringDict(const QString& path);
 
     // Does nothing without a dictionary.
     static void closeZStringDict();
 
-    // The text for a literal. Without a dictionary it is the text behind the "=" as it stands; with
-    // one, a default text gets its escapes converted, and its bytes beyond ASCII are not decoded.
-    // A literal without "=" is logged and comes back unchanged.
+    // The text for a literal. Without a dictionary this is the default, unchanged. With one, the
+    // escapes of a default are converted; its bytes beyond ASCII are not decoded. A literal without
+    // "=" is logged and returned unchanged.
     static QString getZString(const QString& literal);
 
     static QString getCancelString();

@@ -36,6 +36,8 @@ std::string base64FromBytes(std::string_view bytes)
     for (std::size_t at = 0; at < bytes.size(); at += 3) {
         const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
         unsigned int bits = 0;
+        // The last group is filled up with zero bits: a reader knows from the padding that they
+        // mean nothing.
         for (std::size_t i = 0; i < 3; ++i)
             bits = (bits << 8U) | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
         for (std::size_t i = 0; i < 4; ++i)
@@ -47,6 +49,7 @@ std::string base64FromBytes(std::string_view bytes)
 std::optional<std::string> bytesFromBase64(std::string_view text)
 {
     std::string digits = withoutWhiteSpace(text);
+    // Padding is required, so that a text that was cut off does not pass for a shorter one.
     if (digits.size() % 4 != 0)
         return std::nullopt;
     for (int padding = 0; padding < 2 && !digits.empty() && digits.back() == '='; ++padding)
@@ -58,6 +61,7 @@ std::optional<std::string> bytesFromBase64(std::string_view text)
         const std::size_t value = digitValue(digit);
         if (value == std::string_view::npos)
             return std::nullopt;
+        // At most six bits are left over from before, so twelve are all that matter.
         bits = ((bits << 6U) | static_cast<unsigned int>(value)) & 0xfffU;
         held += 6;
         if (held >= 8) {
@@ -65,6 +69,8 @@ std::optional<std::string> bytesFromBase64(std::string_view text)
             bytes.push_back(static_cast<char>(static_cast<unsigned char>(bits >> held)));
         }
     }
+    // Bits that stand for no byte have to be 0, or two texts would mean the same bytes and a value
+    // would not come back as it was written.
     const bool bitsLeft = (bits & ((1U << held) - 1U)) != 0;
     return bitsLeft ? std::nullopt : std::optional(bytes);
 }

@@ -25,6 +25,7 @@ constexpr int kDeepestNode = 64;
 constexpr unsigned int kParsing =
     pugi::parse_full | pugi::parse_ws_pcdata_single | pugi::parse_fragment;
 
+// Empty elements get two tags, because an empty value is a value.
 constexpr unsigned int kFormatting = pugi::format_indent | pugi::format_no_empty_element_tags;
 
 // The parser library tells of a lack of memory by results.
@@ -107,11 +108,13 @@ bool isTopLevelSound(const pugi::xml_document& tree)
 
 bool parseTree(std::string_view bytes, pugi::xml_document& tree)
 {
+    // Checked before parsing: the parser library lets bytes pass that are no UTF-8.
     if (bytes.size() > kMaxFileLength || !isXmlText(bytes))
         return false;
     const std::string lines = withLineFeeds(bytes);
     const pugi::xml_parse_result result =
         tree.load_buffer(lines.data(), lines.size(), kParsing, pugi::encoding_utf8);
+    // A lack of memory must not look like a damaged file, which would be put aside.
     if (result.status == pugi::status_out_of_memory)
         throw std::bad_alloc();
     TreeCheck check;
@@ -139,6 +142,7 @@ std::optional<unsigned int> majorVersion(std::string_view text)
     return takeNumber(text) && text.empty() ? major : std::nullopt;
 }
 
+// An editor may have split the text, or have wrapped it as character data.
 std::string textOf(pugi::xml_node node)
 {
     std::string text;
@@ -151,6 +155,8 @@ std::string textOf(pugi::xml_node node)
 std::optional<std::u16string> keyOf(pugi::xml_node node)
 {
     const pugi::xml_attribute key = node.attribute("key");
+    // A key in an unknown encoding is left out of the index; its element stays in the tree and is
+    // written back.
     const std::string_view encoding = node.attribute("keyEncoding").value();
     if (!key || (!encoding.empty() && encoding != "escaped"))
         return std::nullopt;
@@ -194,6 +200,7 @@ void setContent(pugi::xml_node node, const std::string& text, const char* encodi
         setAttribute(node, "encoding", encoding);
     else
         node.remove_attribute("encoding");
+    // Comments inside the old value go with it.
     node.remove_children();
     if (!text.empty())
         allocated(allocated(node.append_child(pugi::node_pcdata)).set_value(text.c_str()));
@@ -201,6 +208,8 @@ void setContent(pugi::xml_node node, const std::string& text, const char* encodi
 
 void writeValue(pugi::xml_node node, const std::u16string& text)
 {
+    // The kind of a value may change from one set to the next, so the name of its element is set
+    // each time.
     allocated(node.set_name(kValueName));
     if (isPlainText(text))
         setContent(node, utf8FromUtf16(text).value(), nullptr);
@@ -211,6 +220,7 @@ void writeValue(pugi::xml_node node, const std::u16string& text)
 void writeValue(pugi::xml_node node, const std::string& bytes)
 {
     allocated(node.set_name(kBytesName));
+    // As text where that is exact, because people look into these files.
     const std::optional<std::u16string> text = utf16FromUtf8(bytes);
     if (text && isPlainText(*text))
         setContent(node, bytes, "text");
@@ -248,6 +258,7 @@ void PreferenceDocument::clear()
 PreferenceDocument::ReadResult PreferenceDocument::read(std::string_view bytes)
 {
     clear();
+    // Aside, so that anything but a whole file leaves the empty document in place.
     auto tree = std::make_unique<pugi::xml_document>();
     if (!parseTree(bytes, *tree))
         return ReadResult::kDamaged;
@@ -255,6 +266,7 @@ PreferenceDocument::ReadResult PreferenceDocument::read(std::string_view bytes)
         majorVersion(tree->child(kRootName).attribute("version").value());
     if (!major)
         return ReadResult::kDamaged;
+    // Not damaged: the file is whole and belongs to a later program, so nobody may replace it.
     if (*major > kMajorVersion)
         return ReadResult::kLaterFormat;
     m_tree = std::move(tree);
@@ -275,6 +287,7 @@ PreferenceDocument PreferenceDocument::copy() const
     PreferenceDocument copied;
     copied.m_tree->reset(*m_tree);
     copied.indexEntries();
+    // The index refers to nodes, and the copy has nodes of its own.
     return copied;
 }
 
@@ -286,6 +299,8 @@ const PreferenceValue* PreferenceDocument::find(std::u16string_view key) const
 
 void PreferenceDocument::set(const std::u16string& key, PreferenceValue value)
 {
+    // Known even if its value could not be read: the element is reused, and keeps attributes that
+    // we do not know.
     const auto known = m_entries.find(key);
     pugi::xml_node node;
     if (known != m_entries.end()) {
@@ -312,6 +327,8 @@ void PreferenceDocument::indexEntries()
 void PreferenceDocument::index(pugi::xml_node node)
 {
     if (std::optional<std::u16string> key = keyOf(node))
+        // An unreadable value is indexed as well, so that setting the key replaces it instead of
+        // adding a second one.
         m_entries.insert_or_assign(*std::move(key), Entry{node, valueOf(node)});
 }
 

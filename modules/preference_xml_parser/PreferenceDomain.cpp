@@ -34,6 +34,7 @@ Standing look(const PreferenceFile& file)
     case PreferenceDocument::ReadResult::kDamaged:
         standing.state = Standing::State::kDamaged;
         break;
+    // Stays untouchable, as it was from the start.
     case PreferenceDocument::ReadResult::kLaterFormat:
         break;
     }
@@ -74,6 +75,7 @@ bool PreferenceDomain::load(const PreferenceFile& file)
 
 bool PreferenceDomain::save(const PreferenceFile& file)
 {
+    // Before the file is read: between reading and renaming nobody else may save.
     const std::optional<Pt::FileLock> lock = file.lock();
     if (!lock)
         return false;
@@ -85,11 +87,14 @@ bool PreferenceDomain::save(const PreferenceFile& file)
     PreferenceDocument merged = whole ? std::move(standing.document) : m_saved.copy();
     for (const auto& [key, value] : m_changes)
         merged.set(key, value);
+    // Nothing changed and a whole file there: it is not written again, but its content is what we
+    // know from now on.
     if (!whole || !m_changes.empty()) {
         const std::string bytes = merged.written();
         if (bytes.size() > kMaxFileLength || !file.write(bytes))
             return false;
     }
+    // After the write, so that a failure leaves the changes for a later save.
     m_saved = std::move(merged);
     m_changes.clear();
     return true;
@@ -97,6 +102,7 @@ bool PreferenceDomain::save(const PreferenceFile& file)
 
 const PreferenceValue* PreferenceDomain::find(std::u16string_view key) const
 {
+    // A plain search: there are some thirty keys.
     for (const auto& [changedKey, value] : m_changes)
         if (changedKey == key)
             return &value;
@@ -107,6 +113,8 @@ void PreferenceDomain::set(const std::u16string& key, PreferenceValue value)
 {
     const auto change = findChange(key);
     const PreferenceValue* const saved = m_saved.find(key);
+    // A value that is set back to what the file holds stops being a change, so a save does not undo
+    // what another process has written meanwhile.
     const bool asSaved = saved != nullptr && *saved == value;
     if (change == m_changes.end()) {
         if (!asSaved)

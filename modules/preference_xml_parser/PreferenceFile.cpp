@@ -32,6 +32,7 @@ PreferenceFile::PreferenceFile(const std::string& folder, int domain)
 
 std::optional<Pt::FileLock> PreferenceFile::lock() const
 {
+    // The user may have removed the folder while the program ran.
     if (!makeStoreFolder(m_folder))
         return std::nullopt;
     std::error_code error;
@@ -47,6 +48,7 @@ bool PreferenceFile::write(std::string_view bytes) const
 {
     std::string target = m_base + ".xml";
     std::error_code error;
+    // A rename would replace the link. So the file that it leads to is replaced, in its own folder.
     if (std::filesystem::is_symlink(target, error)) {
         target = std::filesystem::canonical(target, error).string();
         if (error)
@@ -59,6 +61,7 @@ bool PreferenceFile::putAside() const
 {
     for (int number = 1; number <= kMaxDamagedFiles; ++number) {
         const std::string aside = m_base + ".damaged-" + std::to_string(number) + ".xml";
+        // Asking for a free name first would leave a gap in which somebody else takes it.
         const std::error_code error = Pt::moveWithoutReplacing(m_base + ".xml", aside);
         if (error != std::errc::file_exists)
             return !error;

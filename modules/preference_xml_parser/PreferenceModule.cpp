@@ -26,6 +26,8 @@ void PreferenceModule::Destroy() { }
 
 bool PtModuleMain(void** out)
 {
+    // Initialised at compile time: no guard is needed, and no destructor runs when the library is
+    // unloaded.
     static constinit preferences::PreferenceModule module;
     if (out == nullptr)
         return false;

@@ -11,6 +11,7 @@
 namespace preferences {
 namespace {
 
+// The one identifier that QueryInterface knows.
 constexpr long kStoreItself = 0;
 constexpr int kLastDomain = 255;
 
@@ -62,6 +63,7 @@ std::optional<std::string> absolutePath(const unsigned short* units, int length)
         utf8FromUtf16(textFrom(units, static_cast<std::size_t>(length)));
     if (!path || path->find('\0') != std::string::npos)
         return std::nullopt;
+    // The working folder may change later, and the store must not move with it.
     return std::filesystem::absolute(*path).string();
 }
 
@@ -116,6 +118,7 @@ bool PreferenceStore::InitStore(const unsigned short* path, int pathLength)
         if (!folder || !makeStoreFolder(*folder))
             return false;
         m_folder = *std::move(folder);
+        // Values of the old folder must not be saved into the new one.
         m_domains.clear();
         return true;
     });
@@ -146,6 +149,8 @@ bool PreferenceStore::GetValue(
         const auto* const text = find<std::u16string>(domain, key);
         if (text == nullptr)
             return false;
+        // A text that is too long is cut and still counts as found, on purpose: callers pass
+        // buffers of a fixed size.
         const std::size_t length = fittingLength(*text, static_cast<std::size_t>(capacity) - 1);
         std::copy_n(text->begin(), length, buffer);
         buffer[length] = 0;
@@ -162,6 +167,7 @@ bool PreferenceStore::GetBytes(
         const auto* const bytes = find<std::string>(domain, key);
         if (bytes == nullptr)
             return false;
+        // A shorter value leaves the rest of the buffer as it was.
         std::copy_n(
             bytes->begin(), std::min(bytes->size(), static_cast<std::size_t>(size)), *buffer);
         return true;

@@ -18,7 +18,9 @@ namespace ScObjects::TevoroTalkUtils {
 namespace {
 
 constexpr std::size_t kMaxLocaleLength = 15;
+// Less the umask, as the header says.
 constexpr unsigned int kFolderMode = 0771;
+// Of one folder; the header promises this limit.
 constexpr std::size_t kMaxEntries = 256;
 
 enum class Walk { kDone, kNothingThere, kEnded };
@@ -122,6 +124,7 @@ SoString getTimeString(const std::int64_t* time)
     const auto parts = Pt::localTime(seconds);
     if (!parts)
         return {};
+    // "%H:%M:%S" takes eight characters and a NUL.
     char text[16];
     const std::size_t length = std::strftime(text, sizeof text, "%H:%M:%S", &*parts);
     return SoString(text, static_cast<long>(length));
@@ -164,6 +167,7 @@ bool iterateFolder(const SoString& folder, FileFilter& filter)
 
 SoString getSenderID()
 {
+    // The word is part of the wire format and says nothing about this machine.
     SoString id("localhost:mac");
     id.append(Pt::processId());
     return id;

@@ -55,8 +55,10 @@ void appendReportLine(SoString& report,
     const SoString& value,
     bool hasChildren)
 {
+    // The first slash is the root's and counts for no level.
     const long depth = std::count(path.get() + 1, path.get() + path.length(), '/');
     if (hasChildren)
+        // An empty line above each branch, so that people see where it begins.
         report << "\n";
     for (long i = 0; i < depth; ++i)
         report << "\t";
@@ -79,6 +81,8 @@ SoString reportOf(const SoString& lines)
     SoString value;
     bool hasChildren = false;
     const char* at = lines;
+    // Nodes without a FLAG, such as that of missing headers, end the report, on purpose: readers
+    // have always stopped there.
     while ((at = TevoroTalkUtils::parseInfoLine(at, path, label, value, hasChildren)) != nullptr)
         appendReportLine(report, path, label, value, hasChildren);
     report << kRule;
@@ -91,6 +95,8 @@ void TevoroTalkContext::appendDiagnostics(SoString& out, const SoString& path) c
 {
     SoString node(path);
     node << "/context";
+    // Not completed: completion asks other processes, and this may run on the thread that answers
+    // theirs.
     const TevoroTalk::Specifier self(getAppSpecifier(), false);
     const SoString group = self.group(nullptr);
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
@@ -162,6 +168,7 @@ void TevoroTalk::appendDiagnostics(SoString& out, const SoString& path) const
     node << "/" << name;
     const char* role = "";
     if (get(getContext()) == this)
+        // A context that an instance made for itself: the application never called init.
         role = contextOfFirstInstance() != nullptr ? "(main, init() hasn't been called)" : "(main)";
     appendLine(out, node, "", "1", name, role);
     const auto appendQueue = [&](const MessageQueue& queue, const char* child, const char* label) {

@@ -27,6 +27,8 @@ constexpr const char* kLogTextType = "TevoroTalkUtils::logText";
 // Who gets what is forwarded under that key; null when nobody does.
 TevoroTalk::MsgHandler* findSubscriber(const char* key)
 {
+    // The counter first: every message of the process asks, and nearly always there is no
+    // subscriber.
     TevoroTalk* const instance = hasForwardHandlers() ? TevoroTalk::get(nullptr) : nullptr;
     return instance != nullptr ? instance->findHandler(key, QK_INVALID_MESSAGE_NUMBER) : nullptr;
 }
@@ -73,6 +75,8 @@ void publish(TevoroTalkContext& context,
     entry.serialNumber = context.getNextSerialNumber();
     context.setLogging(false); // or what follows would log itself
     SoString wire;
+    // An entry is a message to the process itself, sent from its second name: the port of the main
+    // instance queues it like any other.
     const InterAppStream* const stream = InterAppStream::get();
     if (stream != nullptr && entry.writeToString(wire))
         stream->send(name, wire);
@@ -86,6 +90,7 @@ void publish(TevoroTalkContext& context,
 
 std::recursive_mutex& TevoroTalkData::forwardingLock()
 {
+    // Recursive: a copy that is sent may be logged, and entries of the log are forwarded as well.
     static constinit std::recursive_mutex lock;
     return lock;
 }
@@ -98,9 +103,13 @@ bool TevoroTalkData::hasSubscriber(const char* key)
 bool TevoroTalkUtils::forwardMessage(
     const Message& message, const SoString& key, const SoString& path, const SoString& label)
 {
+    // Copies and log entries must not be copied again, and an empty script is only the question
+    // whether somebody runs.
     if (message.type == kDebug || message.type == kLog
         || (message.type == kQuillscriber && message.body.isEmpty()))
         return false;
+    // The subscriber must not be deleted while it is called. Taken before the instance's handlers
+    // are searched, in the order of docs/bus.md.
     const std::lock_guard lock(forwardingLock());
     TevoroTalk::MsgHandler* const subscriber = findSubscriber(key);
     if (subscriber == nullptr)
@@ -108,6 +117,7 @@ bool TevoroTalkUtils::forwardMessage(
     Message copy;
     copy.setHeader(kMsgRoot, path);
     message.appendDiagnostics(copy.body, path);
+    // The step goes last: a reader learns there what happened to the message above.
     if (!label.isEmpty())
         copy.body << path << "/msg" << message.serialNumber << ";1;msg["
                   << getTimeString(&message.timestamp) << "];" << label << ";\n";
@@ -142,6 +152,7 @@ void TevoroTalkUtils::logText(const SoString& text)
 
 bool TevoroTalkUtils::isLoggingAskedFor()
 {
+    // Exactly "1", so that other values stay free.
     return Pt::environmentVariable("TEVOROTALK_LOG") == "1";
 }
 

@@ -83,10 +83,13 @@ bool waitForAnswer(InterAppStream& stream, SteadyClock::time_point deadline)
 {
     const AnswerWait arrival(stream);
     for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
+        // Rounded up: rounded down, the last fraction of a millisecond would be spent in a loop
+        // without any waiting.
         arrival.wait(std::chrono::ceil<milliseconds>(deadline - now));
         if (takeAnswer(stream))
             return true;
     }
+    // Once more after the deadline, which sending may have used up.
     return takeAnswer(stream);
 }
 
@@ -94,22 +97,26 @@ SoString answerOf(const SoString& text)
 {
     Message message;
     message.readFromString(text, text.get() + text.length());
+    // Question and answer stand in the same header.
     const SoString answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
     return answer == Words::QK_SEEBODY ? message.body : answer;
 }
 
 SoString pingMsg(const Message& message, InterAppStream& stream)
 {
+    // The question would arrive at the port that waits for the answer.
     if (message.sender == message.target)
         return Words::QK_UNDEFINED;
     SoString text;
     if (!message.writeToString(text))
         return Words::QK_MSGTOSTRINGERROR;
+    // Asked before sending, so that "nobody there" is told from "does not answer" without waiting.
     if (stream.canOpen(message.target, stream.usesNX2Name())) {
         Specifier owner(message.target, true);
         owner.setSuffix("");
         return owner.isInstalled() ? Words::QK_ISNOTRUNNING : Words::QK_ISNOTINSTALLED;
     }
+    // Not before the cheap tests above: a question that waits holds this for its whole timeout.
     const std::lock_guard lock(gPingLock);
     dropLateAnswers(stream);
     const auto deadline = SteadyClock::now() + std::chrono::seconds(message.timeout);
@@ -122,6 +129,7 @@ SoString pingMsg(const Message& message, InterAppStream& stream)
     }
     if (!sent)
         return Words::QK_UNDEFINED;
+    // Without memory for the text the stream stays empty.
     if (!waitForAnswer(stream, deadline) || stream.isEmpty())
         return TevoroTalkData::QK_TIMEOUT;
     return answerOf(stream.getMessages());
@@ -149,6 +157,7 @@ SoString unusedSender(const InterAppStream& stream, const SoString& self, const 
 // Whether a port has an owner who takes a message.
 bool testTarget(const SoString& self, const SoString& port, const char* type, std::uint32_t serial)
 {
+    // Whoever asks is there, and must not be sent a message.
     if (self == port)
         return true;
     const InterAppStream* const stream = InterAppStream::get();
@@ -166,6 +175,7 @@ bool testTarget(const SoString& self, const SoString& port, const char* type, st
 bool launchedProcessRuns(const SoString& specifier)
 {
     const TevoroTalkContext* const context =
+        // Asking for the context would wait for the end of the set-up.
         TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalk::getSharedContext();
     TevoroTalkConnector* const connector = context != nullptr ? context->getConnector() : nullptr;
     return connector != nullptr && Pt::isProcessRunning(connector->getProcessID(specifier));
@@ -225,11 +235,14 @@ bool TevoroTalk::Specifier::isRunning() const
             self = context->getAppSpecifier();
             serial = context->getNextSerialNumber();
         } else {
+            // Without a context there is no name; the time makes one that nobody holds.
             self << "Unknown" << TevoroTalkUtils::getUTCTimeMilliSeconds();
         }
     }
     if (self == *this)
         return true;
+    // An application is running if its bus thread is, also when it does not pump. An address with a
+    // suffix means just that port.
     if (suffix().isEmpty()
         && (launchedProcessRuns(*this)
             || testTarget(self, Words::createThreadSpecifier(*this), Words::QK_PINGTYPE, serial)))

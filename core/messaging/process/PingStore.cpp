@@ -30,6 +30,7 @@ void TevoroTalkThread::removeExpiredPingData()
 {
     const ObjectLock lock(*this);
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
+    // From the back, so that removing one does not move those still to be looked at.
     for (long i = m_pingData.length() - 1; i >= 0; --i) {
         if (m_pingData[i]->expires == 0 || now < m_pingData[i]->expires)
             continue;
@@ -68,6 +69,7 @@ bool TevoroTalkThread::hasStalled() const
     if (m_lastPump <= 0 || m_avgPumpInterval <= 0)
         return false;
     const double passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
+    // Ten times, as docs/bus.md promises to whoever asks for the status.
     return passed > 10.0 * m_avgPumpInterval;
 }
 
@@ -77,6 +79,8 @@ SoString TevoroTalkThread::getValueForKey(const SoString& key) const
     const PingData* const entry = find(key.view());
     if (entry == nullptr)
         return {};
+    // Only an idle application can have stalled: one that is pumping is at work, however long it
+    // takes.
     if (key == QK_STATUS && entry->value == QK_IDLE && hasStalled())
         return QK_BUSY;
     return entry->value;
@@ -87,10 +91,13 @@ void TevoroTalkThread::notePump(std::string_view value)
     const double now = TevoroTalkUtils::getUTCTimeMilliSeconds();
     if (value == QK_PUMPING) {
         const double delta = now - m_lastPump;
+        // Pumps less than 10 ms apart belong to one burst, and would make the usual pace look
+        // faster than it is.
         if (m_lastPump > 0 && delta > 10.0) {
             if (m_avgPumpInterval == 0)
                 m_avgPumpInterval = delta;
             else if (10.0 * m_avgPumpInterval > delta) // else a stall, no pace
+                // Half of the latest: the pace follows an application that changes its habits.
                 m_avgPumpInterval = (m_avgPumpInterval + delta) / 2;
         }
         m_lastPump = now;
@@ -126,6 +133,7 @@ void TevoroTalkThread::setStatus(const char* value)
     PingData* const status = find(QK_STATUS);
     if (status == nullptr) {
         setKeyValuePair(QK_STATUS, value);
+        // The key was removed; made anew, it is there again for those who ask.
         return;
     }
     notePump(value);
@@ -140,6 +148,7 @@ bool TevoroTalkThread::setHandler(const SoString& key, TevoroTalk::MsgHandler* h
     PingData* const entry = find(key.view());
     if (entry == nullptr)
         return false;
+    // Setting the same handler again must not delete it.
     if (entry->handler != handler)
         delete std::exchange(entry->handler, handler);
     return true;
@@ -164,6 +173,7 @@ bool TevoroTalkThread::isIdle() const
 
 bool isPingReadOnly(const SoString& key)
 {
+    // A subscription is the one thing that another process may change here.
     return key != TevoroTalkThread::QK_FWDMESSAGES && key != TevoroTalkThread::QK_FWDLOGS
         && key != TevoroTalkThread::QK_FWDERRORS;
 }

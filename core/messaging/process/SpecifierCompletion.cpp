@@ -52,6 +52,7 @@ SoString getPreferredApp(const SoString& specifier, const SoString& appName)
     const TevoroTalkContext* const context = TevoroTalk::getSharedContext();
     if (connector == nullptr || context == nullptr)
         return specifier;
+    // Not completed, or completing would ask for the preference of the one who asks, without end.
     const Specifier asker(context->getAppSpecifier(), false);
     if (asker.isEmpty())
         return specifier;
@@ -80,6 +81,8 @@ public:
     void run(bool usePreferred)
     {
         if (!m_name.isEmpty() && m_version.isEmpty()) {
+            // What the registry says comes before what happens to run, and both before what is
+            // merely installed.
             if (usePreferred && takePreferred())
                 return;
             if (takeRunning())
@@ -117,6 +120,7 @@ private:
                 entry.setInstance(m_instance);
             if (!m_suffix.isEmpty())
                 entry.setSuffix(m_suffix);
+            // Costs a message to each candidate, which is why completion may take seconds.
             if (!entry.isRunning())
                 continue;
             m_specifier.assign(entry.view());
@@ -216,6 +220,7 @@ bool TevoroTalkData::findVersion(const SoString& appName, SoString& locale, SoSt
             continue;
         const SoString entryVersion = entry.version();
         const double number = numberOf(entryVersion);
+        // A positive number asks for exactly that version; a negative one never equals any.
         if (number == wanted) {
             version = entryVersion;
             locale = entry.locale();

@@ -72,6 +72,7 @@ SoString TevoroTalk::Specifier::preferred(const SoString& target, const SoString
     SoString result;
     if (!inGroup.isEmpty())
         result = connector->findPreferredApp(*this, target, inGroup);
+    // No preference means whatever was asked for.
     return result.isEmpty() ? target : result;
 }
 

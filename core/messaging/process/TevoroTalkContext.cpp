@@ -17,6 +17,8 @@ namespace ScObjects {
 namespace {
 
 constinit std::atomic<TevoroTalkContext*> gCurrentContext{nullptr};
+// Numbers go on over the contexts of a process: an answer to the former one must not match a
+// message of the new one.
 constinit std::atomic<std::uint32_t> gLastSerialNumber{1};
 constinit std::atomic<TevoroTalkContext*> gDeleteContextWithLastInstance{nullptr};
 constinit std::atomic<bool> gFirstCall{true};
@@ -58,9 +60,11 @@ TevoroTalkContext::TevoroTalkContext(const TevoroTalk::Specifier& specifier)
 
 TevoroTalkContext::~TevoroTalkContext()
 {
+    // First: the thread works on the instances that are deleted below.
     if (m_thread->stop())
         delete std::exchange(m_thread, nullptr);
     TevoroTalkContext* self = this;
+    // Only if it is still this one: a successor may be the current one by now.
     gCurrentContext.compare_exchange_strong(self, nullptr);
     self = this;
     gDeleteContextWithLastInstance.compare_exchange_strong(self, nullptr);
@@ -74,6 +78,8 @@ TevoroTalkContext::~TevoroTalkContext()
 
 TevoroTalkContext* TevoroTalkContext::getCurrentContext()
 {
+    // The first caller joins the set-up thread even if the context is there, so that its object is
+    // cleaned up.
     if (gCurrentContext == nullptr || gFirstCall.exchange(false))
         TevoroTalkSetupThread::syncWithSetupThread();
     return gCurrentContext;
@@ -101,6 +107,7 @@ void TevoroTalkContext::succeed(TevoroTalkContext* former)
     TevoroTalk* const ownMain = getMainInstance();
     SoVector<TevoroTalk> passing;
     {
+        // Threads before contexts: the lock order of docs/bus.md.
         const PausedThread formerPause(former);
         const ObjectLock lock(*this);
         for (long i = 0; i < former->getNumberOfInstances(); ++i)
@@ -108,6 +115,8 @@ void TevoroTalkContext::succeed(TevoroTalkContext* former)
         appendContext(*former);
         gLastSerialNumber = m_nextSerialNumber;
     }
+    // After the former thread's lock was released: that thread needs it to end, and the destructor
+    // waits for the end.
     delete former;
     while (const TevoroTalk* const gone = passing.removeAt(0))
         removeInstance(gone);

@@ -31,6 +31,7 @@ TevoroTalkContext* givenOrCurrent(TevoroTalkContext* context)
 void refreshConnector(const TevoroTalkContext& context)
 {
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
+    // At most once a minute, as pumps may come a thousand times a second.
     if (now < gConnectorLastChecked + kConnectorRefresh)
         return;
     if (TevoroTalkConnector* const connector = context.getConnector())
@@ -58,6 +59,8 @@ bool TevoroTalk::InitTerm::exit()
 {
     if (TevoroTalkContext::getCurrentContext() == nullptr)
         return false;
+    // The context first: instances and thread use everything below to their end. The rest goes in
+    // reverse order of init.
     TevoroTalkContext::setCurrentContext(nullptr);
     gConnectorLastChecked = 0;
     ScObjects::Thread::InitTerm::exit();
@@ -152,6 +155,7 @@ SoString TevoroTalk::getLaunchOptions()
     if (context == nullptr || context->getThread() == nullptr)
         return {};
     TevoroTalkSetupThread::syncWithSetupThread();
+    // The parameters are put into the store at the end of the set-up.
     return context->getThread()->getValueForKey("LAUNCHPARAMS");
 }
 
@@ -170,8 +174,11 @@ bool TevoroTalk::pump(EnabledOperations operations, TevoroTalkContext* context)
         return false;
     refreshConnector(*context);
     if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
+        // So that the bus's thread leaves the ports to this one, and others hear that the
+        // application is at work.
         thread->setStatus(TevoroTalkThread::QK_PUMPING);
     bool dispatched = false;
+    // By number and asked anew each time: a handler may make and delete instances.
     for (long i = 0; i < context->getNumberOfInstances(); ++i) {
         TevoroTalk* const instance = context->getNthInstance(i);
         if ((operations & kIncoming) != 0 && instance != nullptr && instance->dispatchIncoming())

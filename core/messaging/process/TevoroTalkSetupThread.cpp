@@ -28,6 +28,7 @@ constinit std::mutex gSyncLock;
 
 bool setIfUnset(std::atomic<double>& time)
 {
+    // Only the first time counts: several threads may come to need the context at once.
     double unset = 0.0;
     return time.compare_exchange_strong(unset, TevoroTalkUtils::getUTCTimeMilliSeconds());
 }
@@ -101,6 +102,8 @@ void runLocked(const SoString& appName, SoString& error)
     if (!parameters.isEmpty())
         applyLaunchOptions(parameters, specifier);
     auto* const context = new TevoroTalkContext(specifier);
+    // Before it becomes the current one: whoever finds it there may delete it, and that forgets it
+    // here.
     gTevoroTalkContext = context;
     TevoroTalkContext::setCurrentContext(context);
     if (!parameters.isEmpty())
@@ -134,6 +137,7 @@ void TevoroTalkSetupThread::run()
     }
     gSetupThreadId = 0;
     gSetupThreadDone = true;
+    // Last: whoever sees this one takes the set-up for done.
     m_done = true;
 }
 
@@ -146,6 +150,7 @@ bool TevoroTalkSetupThread::isSetupThreadRunning()
 
 bool TevoroTalkSetupThread::syncWithSetupThread()
 {
+    // The set-up itself asks for the context, and would wait for its own end.
     if (gSetupThreadId == Pt::currentThreadHandle())
         return true;
     // Without the lock, as the time is kept in the store of the bus's thread, which may be waiting

@@ -64,6 +64,7 @@ TevoroTalkThread::TevoroTalkThread(TevoroTalkContext* context, const SoString& s
         // No descriptors left: the loop sleeps instead, and looks every 100 milliseconds.
         m_waits.reset();
     }
+    // Before the thread runs, so that the first question finds its answer.
     fillStore();
 }
 
@@ -92,6 +93,8 @@ TevoroTalkThread* TevoroTalkThread::getMainThread()
 void TevoroTalkThread::openStream(const SoString& name)
 {
     const ObjectLock lock(*this);
+    // First the old one: the new name may be the same. Closing its descriptor takes it out of what
+    // is waited on.
     delete std::exchange(m_stream, nullptr);
     m_stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
     if (m_stream == nullptr)
@@ -125,6 +128,7 @@ bool TevoroTalkThread::stop()
 {
     m_stopRequested = true;
     if (m_waits != nullptr)
+        // After the flag is set: the thread looks at it when it wakes up.
         m_waits->wake.raise();
     Thread::stop();
     return waitForRunExit();
@@ -142,12 +146,15 @@ void TevoroTalkThread::run()
 {
     if (!openOwnStream())
         return;
+    // A round asks for the current context, which would wait for the set-up with this thread's lock
+    // held.
     while (TevoroTalkSetupThread::isSetupThreadRunning() && !m_stopRequested)
         Thread::wait(kSetupTick);
     while (!m_stopRequested) {
         {
             const ObjectLock lock(*this);
             runLocked();
+            // After the round, in which the application may have begun or ceased to pump.
             watchInstances();
         }
         if (!m_stopRequested)
@@ -182,6 +189,7 @@ void TevoroTalkThread::readPings()
     for (const char* at = text.get(); at != end;) {
         TevoroTalk::Message message;
         const char* const next = message.readFromString(at, end);
+        // A text that is no message would be read again and again.
         if (next == at)
             return;
         at = next;
@@ -211,6 +219,7 @@ void TevoroTalkThread::serveInstances()
         TevoroTalk* const instance = m_context->getNthInstance(i);
         if (instance == nullptr)
             return;
+        // Takes in without dispatching: handlers run on the thread that pumps, and nowhere else.
         instance->processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, false);
         instance->processOutgoingMessage();
     }
@@ -245,6 +254,7 @@ bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const S
     message.target = incoming.sender;
     message.sender = getSpecifier();
     message.type = QK_PINGTYPE;
+    // Handlers put long answers there; otherwise the question's own body comes back.
     message.body = incoming.body;
     // Question and answer stand in the same header.
     message.setHeader(QK_ECHO_REQUEST, reply);
@@ -295,6 +305,7 @@ void TevoroTalkThread::watchInstances()
         if (watches)
             m_waits->ports.add(port);
         else
+            // Taken out again, or each text would wake both threads.
             m_waits->ports.remove(port);
     }
 }

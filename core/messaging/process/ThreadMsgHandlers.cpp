@@ -19,6 +19,7 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
+// After a subscriber that takes nothing has held a send up for ten seconds.
 constexpr std::chrono::minutes kSilence{1};
 
 // One line of the tree for a node with children.
@@ -92,6 +93,7 @@ ThreadMainMsgHandler::ThreadMainMsgHandler(
 
 long ThreadMainMsgHandler::handleMessage(int, Message& message, SoString* result)
 {
+    // The port is for pings alone.
     if (message.type != pingType)
         return 0;
     const SoString request = message.getUserHeaderValue(echoRequestHeader);
@@ -142,6 +144,8 @@ void ThreadMainMsgHandler::subscribe(const SoString& key, const SoString& subscr
     TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
     if (instance == nullptr)
         return;
+    // The former subscriber may be in a call on another thread; it is deleted only after that has
+    // returned.
     const std::lock_guard lock(TevoroTalkData::forwardingLock());
     if (subscriber.isEmpty())
         delete instance->removeHandler(key, QK_INVALID_MESSAGE_NUMBER);
@@ -151,6 +155,7 @@ void ThreadMainMsgHandler::subscribe(const SoString& key, const SoString& subscr
 
 long ThreadLaunchedMsgHandler::handleMessage(int, Message& message, SoString* result)
 {
+    // The parameters were left under the name without instance and suffix.
     TevoroTalk::Specifier launched(message.sender, false);
     launched.setSuffix("");
     launched.setInstance("");
@@ -190,6 +195,7 @@ long ThreadInfoMsgHandler::handleMessage(int, Message& message, SoString* result
     const SoString specifier = context->getAppSpecifier();
     const SoString base = childPath("/", specifier);
     SoString what;
+    // The body is the question now and the answer afterwards.
     what.swap(message.body);
     if (what.isEmpty() || what == "all")
         what = "context,thread,messages,connector";
@@ -231,6 +237,7 @@ ThreadForwardMsgHandler::ThreadForwardMsgHandler(
 long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
 {
     const TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    // The cheap tests first; isRunning sends a message.
     if (instance == nullptr || target.isEmpty() || SteadyClock::now() < m_silentUntil
         || !TevoroTalk::Specifier(target, false).isRunning())
         return 0;

@@ -18,6 +18,7 @@ void SoHeap::operator delete(void* pointer) noexcept
 
 void* SoHeap::mallocHeap(std::size_t size) noexcept
 {
+    // malloc and not operator new: one heap for all modules, and a failure is a null pointer.
     return std::malloc(size);
 }
 

@@ -12,10 +12,12 @@ namespace ScObjects {
 
 namespace {
 
+// Units that are converted when the caller gives no length.
 constexpr unsigned long kMaxUtf16Text = 0x10000;
 
 SoString& appendUnsigned(SoString& out, unsigned long number)
 {
+    // A 64-bit number has at most 20 digits.
     char digits[24];
     const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     out.append(digits, static_cast<long>(end - digits));
@@ -38,6 +40,8 @@ SoString::SoString(const unsigned short* text, long n)
     // Never more than the text has, whatever the caller says.
     const unsigned long limit = n < 0 ? kMaxUtf16Text : static_cast<unsigned long>(n);
     unsigned long units = UTF16StrLenWithMax(text, limit);
+    // The length of the whole text, even if only its front is converted, on purpose: see the
+    // header.
     const long size = static_cast<long>(UTF8StrLen(text));
     makeRoom(size, 0);
     const long written = static_cast<long>(UTF16_UTF8(text, m_data, units));
@@ -63,6 +67,8 @@ SoString& SoString::operator=(SoString&& other) noexcept
 {
     if (this != &other) {
         swap(other);
+        // The other one keeps the old buffer for its next text, and is empty, as callers of a move
+        // expect.
         other.shrink(0);
     }
     return *this;
@@ -88,6 +94,7 @@ SoString& SoString::operator+=(char c)
 SoString& SoString::operator+=(const SoString& other)
 {
     if (this == &other) {
+        // Appending to itself may move the buffer that it reads from.
         const SoString copy(other);
         append(copy.m_data, copy.m_length);
     } else {
@@ -98,6 +105,7 @@ SoString& SoString::operator+=(const SoString& other)
 
 int SoString::compare(const char* other) const
 {
+    // Up to the first NUL, as the header says: names and types have none.
     return std::strcmp(m_data, other == nullptr ? "" : other);
 }
 
@@ -125,6 +133,7 @@ SoString SoString::uppercase() const
 {
     SoString result(*this);
     for (long i = 0; i < result.m_length; ++i)
+        // Through unsigned char: for a negative number toupper is undefined.
         result.m_data[i] =
             static_cast<char>(std::toupper(static_cast<unsigned char>(result.m_data[i])));
     return result;
@@ -154,6 +163,7 @@ void SoString::adopt(char* block, long length)
     if (!isInside())
         freeHeap(m_data);
     m_data = block;
+    // The block was made by mallocText, which rounds in the same way.
     m_capacity = roundedUp(length);
     terminate(length);
 }
@@ -162,6 +172,7 @@ void SoString::swap(SoString& other) noexcept
 {
     const bool wasInside = isInside();
     const bool otherWasInside = other.isInside();
+    // The short texts move with their bytes; a pointer to the own bytes must not move along.
     std::swap(m_inside, other.m_inside);
     std::swap(m_data, other.m_data);
     if (otherWasInside)
@@ -178,6 +189,8 @@ void SoString::makeRoom(long length, long kept)
     const bool isTooSmall = m_capacity < length + 1;
     if (isTooSmall)
         m_capacity = roundedUp(length);
+    // The capacity is announced before the block is there: a short text stays in the object until
+    // it outgrows that.
     if (isInside() ? length < kInside : !isTooSmall)
         return;
     char* const fresh = mallocThis<char>(static_cast<std::size_t>(m_capacity));
@@ -229,6 +242,7 @@ SoString& operator<<(SoString& out, double number)
 {
     // The longest double has 309 digits before its point.
     char digits[320];
+    // Rounded to the nearest whole number; halves go to the even one.
     out.append(digits, std::snprintf(digits, sizeof digits, "%.0f", number));
     return out;
 }

@@ -14,6 +14,7 @@ int lengthByLead(unsigned char lead)
 {
     if (lead < 0x80)
         return 1;
+    // A continuation byte cannot come first.
     if (lead < 0xC0)
         return 0;
     if (lead < 0xE0)
@@ -53,6 +54,7 @@ unsigned long codePointAt(
 
 unsigned long DecodeUTF8(const char* text, int& consumed)
 {
+    // The classic forms go up to six bytes, beyond what UTF-8 is today, on purpose: see the header.
     consumed = lengthByLead(static_cast<unsigned char>(*text));
     if (consumed == 0)
         return kReplacement;
@@ -63,6 +65,7 @@ unsigned long DecodeUTF8(const char* text, int& consumed)
             consumed = i;
             return kReplacement;
         }
+        // The marks of the bytes are added in and taken off at once at the end.
         value = (value << 6) + byte;
     }
     // On 64 bits the six-byte form does not lose its highest bits by itself.
@@ -78,6 +81,7 @@ int EncodeUTF8(unsigned long value, char* out)
         return 1;
     }
     int length = 2;
+    // Each further byte adds five bits: six of its own, less the one that the lead byte gives up.
     for (unsigned long limit = 0x800; value >= limit; limit <<= 5)
         ++length;
     for (int i = length - 1; i > 0; --i, value >>= 6)
@@ -97,6 +101,7 @@ unsigned long UTF8_UTF16(const char* source, unsigned short* out, unsigned long 
         if (value == 0)
             break;
         source += consumed;
+        // Beyond what a pair of surrogates can express.
         if (value >= 0x110000)
             value = kReplacement;
         if (value >= 0x10000) {
@@ -117,6 +122,7 @@ unsigned long UTF16_UTF8(const unsigned short* source, char* out, unsigned long&
     char* end = out;
     for (unsigned long at = 0, taken = 0; at < count; at += taken) {
         end += EncodeUTF8(codePointAt(source, at, count, taken), end);
+        // The caller learns the number of code points: a pair of units counts once.
         units -= taken - 1;
     }
     return static_cast<unsigned long>(end - out);

@@ -39,6 +39,8 @@ void SoVectorBase::grow()
 {
     const long larger = m_capacity + kStep;
     void** const data = mallocThis<void*>(static_cast<std::size_t>(larger));
+    // The ring was full, so both halves are: from the first element to the end, and from the start
+    // to the first element.
     const long upper = m_capacity - m_first;
     std::memcpy(data, m_data, bytesOf(m_first));
     std::memcpy(data + larger - upper, m_data + m_first, bytesOf(upper));
@@ -64,6 +66,7 @@ void* SoVectorBase::removeAt(long index)
         return nullptr;
     void* const element = slot(index);
     --m_length;
+    // Queues are emptied from here, without moving anything.
     if (index == 0) {
         m_first = m_first + 1 < m_capacity ? m_first + 1 : 0;
         return element;
@@ -78,6 +81,7 @@ void SoVectorBase::rotate(long count)
     if (count <= 0 || count >= m_length)
         return;
     for (long i = 0; i < count; ++i)
+        // A place is free after the removal, so this never grows the array.
         append(removeAt(0));
 }
 

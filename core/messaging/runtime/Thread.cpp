@@ -39,6 +39,8 @@ Thread::Thread()
 {
     InitTerm::init();
     try {
+        // Held until start(): the new thread waits at it, and never calls run() of an object that
+        // is still under construction.
         m_data->startMutex->lock();
         m_data->thread = std::thread([this] { go(); });
     } catch (const std::exception&) {
@@ -53,6 +55,7 @@ Thread::~Thread()
     if (m_data->startMutex != nullptr && m_data->thread.joinable() && !m_started) {
         m_data->isAbandoned = true;
         m_data->startMutex->unlock();
+        // The thread sees that it was abandoned and ends without a run, so it can be waited for.
         m_data->thread.join();
     }
     delete m_data;
@@ -81,6 +84,7 @@ void Thread::wait(unsigned int milliseconds)
 
 bool Thread::waitForRunExit()
 {
+    // A thread that waits for itself would wait for ever.
     if (m_data->thread.joinable() && !isCurrent())
         m_data->thread.join();
     return true;
@@ -108,15 +112,18 @@ unsigned long Thread::getCurrentID()
 
 void Thread::go()
 {
+    // Before the thread waits: isCurrent() may be asked from now on.
     m_threadId = Pt::currentThreadHandle();
     m_active = true;
     m_data->startMutex->lock();
+    // Read under the mutex that guards it.
     const bool isAbandoned = m_data->isAbandoned;
     m_data->startMutex->unlock();
     if (isAbandoned)
         return;
     {
         const ObjectLock lock(*this);
+        // Nobody waits here any more: start() came first, and is done only once.
         delete std::exchange(m_data->startMutex, nullptr);
         m_data->begin();
     }
@@ -124,6 +131,7 @@ void Thread::go()
     m_active = false;
     runExit();
     const ObjectLock lock(*this);
+    // Last, so that whoever is woken finds a thread that is through with its run.
     m_data->signalEnd();
 }
 
@@ -132,6 +140,7 @@ void Thread::runGuarded()
     try {
         runInit();
         run();
+        // An exception must not leave a thread; the codes are those of error().
     } catch (const std::bad_alloc&) {
         m_error = kOutOfMemory;
     } catch (...) {

@@ -13,6 +13,7 @@ ThreadData::~ThreadData()
 {
     delete startMutex;
     stop();
+    // A std::thread that is destroyed while joinable ends the process.
     if (thread.joinable())
         thread.detach();
 }

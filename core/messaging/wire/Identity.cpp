@@ -18,7 +18,10 @@ namespace TevoroTalkData {
 namespace {
 
 constexpr std::size_t kMaxKeptLength = 40;
+// A file of the bus has 32 bytes at most; a larger one is somebody else's, and no reason to fill
+// the memory.
 constexpr std::size_t kLargestIdentityFile = std::size_t{1024} * 1024;
+// Less the umask. The folder may be entered by others; the files in it are closed to them.
 constexpr unsigned int kFolderMode = 0771;
 
 // What was read once, kept in place: nothing is left to free when the library is unloaded.
@@ -28,6 +31,7 @@ struct KeptValue {
     std::size_t length TEVORO_GUARDED_BY(lock) = 0;
 };
 
+// Not made by a constructor: the first message may be written while static objects are still made.
 constinit KeptValue gUserID;
 constinit KeptValue gMD5ID;
 
@@ -37,6 +41,7 @@ template <std::size_t count>
 SoString hexadecimalDigits(const std::array<unsigned char, count>& bytes)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
+    // Left unfilled: only what was written is used.
     std::array<char, 2 * count> digits;
     char* end = digits.data();
     for (const unsigned int byte : bytes) {
@@ -58,6 +63,8 @@ SoString makeIdentity(const std::string& folder, const std::string& path)
     SoString value = createRandomValue();
     // Whether this went well shows in the next step.
     Pt::makeFolder(folder, kFolderMode);
+    // Put into place by a link, which fails where a file is: of two processes that make a value at
+    // once, both end up with the first one's.
     const bool wasLate = Pt::placeNewFile(path, value.view()) == std::errc::file_exists;
     // What cannot be written holds for this process.
     return wasLate && Pt::pathExists(path) ? readIdentity(path) : value;
@@ -71,6 +78,7 @@ SoString keptID(KeptValue& kept, const char* name)
     if (kept.length == 0) {
         SoString value = getID(name);
         const std::size_t length = value.view().size();
+        // A longer value is used as well, and read from the file each time.
         if (length == 0 || length > kMaxKeptLength)
             return value;
         std::memcpy(kept.bytes.data(), value.get(), length);
@@ -118,6 +126,7 @@ SoString getDigest(std::string_view text, std::string_view salt)
 SoString digestOf(std::string_view text, std::string_view rest)
 {
     const SoString salt = getMD5ID();
+    // Piece by piece, so that a body of many megabytes is not copied just to be hashed.
     const auto digest = Pt::sha1({salt.view(), "+", text, rest, "+", salt.view()});
     return digest ? hexadecimalDigits(*digest) : SoString();
 }

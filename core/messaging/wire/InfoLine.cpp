@@ -25,6 +25,7 @@ std::optional<std::string_view> takeField(std::string_view& line)
 const char* parseInfoLine(
     const char* text, SoString& path, SoString& label, SoString& value, bool& hasChildren)
 {
+    // The outputs are empty, or read in part, if the line turns out to be none.
     path.shrink(0);
     label.shrink(0);
     value.shrink(0);
@@ -36,6 +37,7 @@ const char* parseInfoLine(
         return nullptr;
     path.assign(*first);
     const auto flag = takeField(line);
+    // A missing field is neither.
     if (flag != "0" && flag != "1")
         return nullptr;
     hasChildren = flag == "1";

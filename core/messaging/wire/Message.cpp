@@ -12,6 +12,7 @@ using namespace TevoroTalkData;
 
 namespace {
 
+// The types of the wire format that belong to the bus; docs/wire-format.md lists them.
 constexpr const char* kRuntimeTypes[] = {kQuillscriber,
     kDebug,
     kReceive,
@@ -50,6 +51,7 @@ TevoroTalk::Message::Message(const Message& other)
     , target(other.target)
     , sender(other.sender)
     , timeout(other.timeout)
+    // A copy is what a handler sees, and handlers are found by the type.
     , type(other.type.isEmpty() ? SoString(kQuillscriber) : other.type)
     , responseRequest(other.responseRequest)
     , timestamp(other.timestamp)
@@ -63,6 +65,8 @@ TevoroTalk::Message::Message(const Message& other)
     , digestStatus(other.digestStatus)
 {
     for (const Header* header = other.headers; header != nullptr; header = header->next)
+        // Each goes to the front, which reverses the order, on purpose: reading does the same, so
+        // it is never reliable.
         addHeader(header->name.get(), header->value.get());
 }
 
@@ -146,6 +150,8 @@ bool TevoroTalk::Message::isUserType() const
 
 bool TevoroTalk::Message::isRejected() const
 {
+    // A message that came without a digest has an empty status. "NODIGEST" means that the digest
+    // was not looked at, as authentication was off.
     return digestStatus == "REJECTED" || digestStatus == "NODIGEST";
 }
 

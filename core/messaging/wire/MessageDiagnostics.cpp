@@ -30,6 +30,8 @@ SoString numberOrUndefined(std::uint32_t number)
 SoString expiryOf(const TevoroTalk::Message& message)
 {
     const std::int64_t expiry = message.timestamp + message.timeout;
+    // A message without a timeout gets one when it is queued; one that was not queued never
+    // expires.
     return message.timeout > 0 && message.timestamp > 0 ? TevoroTalkUtils::getTimeString(&expiry)
                                                         : SoString(kUndefined);
 }
@@ -85,6 +87,7 @@ public:
             return;
         }
         m_out << m_path << "/body;1;Body;" << text.length() << " bytes;\n";
+        // The first line only: a line feed in a value would begin another line of the tree.
         leaf("body/text", "Text", SoString(text.view().substr(0, text.view().find('\n'))));
     }
 

@@ -17,6 +17,7 @@ MessageGlobals::MessageGlobals()
     const TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     if (connector == nullptr)
         return;
+    // -1 is the application that made the connector: this one.
     const SoString self = connector->getApplicationSpecifier(-1);
     m_authentication = connector->getMessageAuthentication(self);
     m_createDigest = connector->getMessageDigest(self);
@@ -28,12 +29,14 @@ void MessageGlobals::init()
         return;
     auto* const fresh = new MessageGlobals;
     MessageGlobals* none = nullptr;
+    // Two threads may get here at once; the second one throws its object away.
     if (!gMessageGlobals.compare_exchange_strong(none, fresh))
         delete fresh;
 }
 
 void MessageGlobals::exit()
 {
+    // Made anew, with the defaults, if a message is written after the end of the bus.
     delete gMessageGlobals.exchange(nullptr);
 }
 

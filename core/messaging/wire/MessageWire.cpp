@@ -105,12 +105,16 @@ bool writeHead(const Message& message, SoString& out)
     writeLine(out, QK_VERSION, message.version);
     writeLine(out, QK_TARGET, message.target);
     writeLine(out, QK_SENDER, message.sender);
+    // Not a field of the message: it says which process wrote the text, also when that only passes
+    // it on.
     writeLine(out, QK_SENDER_ID, TevoroTalkUtils::getSenderID());
     if (message.timeout != 0)
         writeLine(out, QK_TIMEOUT, message.timeout);
     writeText(out, QK_TYPE, message.type);
     writeText(out, QK_RESPONSE_REQUEST, message.responseRequest);
     writeCustomHeaders(out, message);
+    // The time of writing, which the message's own time need not be. The blank after the colon is
+    // part of the format.
     out << "Timestamp: " << long{TevoroTalkUtils::getTimeSeconds()} << "\n";
     writeLine(out, QK_SERIAL_NUMBER, message.serialNumber);
     writeNumber(out, QK_RECEIVED, message.received);
@@ -131,6 +135,7 @@ unsigned long long numberOf(std::string_view value)
 {
     while (!value.empty() && isBlank(value.front()))
         value.remove_prefix(1);
+    // -1 and 4294967295 are the same number on the wire, so a sign is read and wraps around.
     const bool isNegative = value.starts_with('-');
     if (isNegative || value.starts_with('+'))
         value.remove_prefix(1);
@@ -208,6 +213,8 @@ private:
         const void* const found = std::memchr(m_at, mark, left);
         const char* stop = found != nullptr ? static_cast<const char*>(found) : m_end;
         const auto length = static_cast<std::size_t>(stop - m_at);
+        // A NUL ends the line, and in readHead the whole head. Streams have replaced it by then;
+        // other callers have not.
         if (const void* const nul = std::memchr(m_at, '\0', length))
             stop = static_cast<const char*>(nul);
         const std::string_view text(m_at, static_cast<std::size_t>(stop - m_at));
@@ -237,6 +244,8 @@ private:
         if (name != QK_VERSION)
             return false;
         m_message.version.assign(value);
+        // Only a line that says so switches the marks off. A text without a version line counts as
+        // 1.0, and its marks are removed all the same.
         if (isUnmarkedVersion(value))
             m_stripsPrefix = false;
         return true;
@@ -279,10 +288,12 @@ private:
             m_digest = value;
         else if (name != QK_MD5)
             return false;
+        // After an older digest line, which nobody checks, the newer one is not checked either.
         else if (!m_digest.empty())
             return true;
         else
             m_md5 = value;
+        // The digest covers what follows its own line.
         m_digestStart = m_at;
         return true;
     }
@@ -330,6 +341,7 @@ bool TevoroTalk::Message::writeToString(SoString& out) const
 
 bool TevoroTalk::Message::writeHeadToString(SoString& out) const
 {
+    // Written aside first: the digest stands in front of what it is computed from.
     SoString head;
     head.reserve(kUsualHead);
     if (!writeHead(*this, head))
@@ -375,6 +387,7 @@ long TevoroTalk::Message::readFrom(SoString& text, long place)
 // All but the body.
 void TevoroTalk::Message::readWith(WireReader& reader)
 {
+    // What a text without a version line means.
     version = "1.0";
     if (!target.isEmpty())
         forgetFormerContent();
@@ -383,8 +396,11 @@ void TevoroTalk::Message::readWith(WireReader& reader)
     reader.passBody();
     if (getAuthentication())
         digestStatus = reader.hasWrongDigest() ? "REJECTED" : "";
+    // A timeout counts from the timestamp, and the time of arrival is the nearest there is to it.
     if (timeout > 0 && timestamp == 0)
         timestamp = TevoroTalkUtils::getTimeSeconds();
+    // Only "debug" in lower case is left alone, on purpose; "Debug" is a type of the bus like the
+    // others.
     if (type != "debug")
         turnAnswerIntoType();
 }
@@ -402,6 +418,7 @@ void TevoroTalk::Message::forgetFormerContent()
 
 void TevoroTalk::Message::turnAnswerIntoType()
 {
+    // In this order: of several numbers in one text the last one stands.
     turnIntoType(*this, received, QK_RECEIVED);
     turnIntoType(*this, result, QK_RESULT);
     turnIntoType(*this, error, QK_ERROR);

@@ -7,6 +7,7 @@ namespace ScObjects {
 
 namespace {
 
+// Bytes; docs/wire-format.md has the limit.
 constexpr std::size_t kMaxLength = 255;
 constexpr auto kNowhere = std::string_view::npos;
 
@@ -66,6 +67,7 @@ SoString TevoroTalkData::getVersionOrGroup(const SoString& specifier)
     const std::size_t mark = text.find('-');
     if (mark == kNowhere)
         return {};
+    // Whichever comes first ends the component; a suffix may contain a "-".
     const std::size_t end = std::min(text.find('-', mark + 1), text.find('#'));
     SoString component = between(text, mark + 1, end);
     if (!component.isEmpty() && !isDigit(component.get()[0]))
@@ -93,6 +95,7 @@ SoString TevoroTalk::Specifier::instance() const
 {
     const std::size_t mark = view().find('_');
     const std::size_t end = view().find_first_of("-#");
+    // An "_" behind the first "-" or "#" belongs to the locale or the suffix, as in "en_us".
     if (mark == kNowhere || end < mark)
         return {};
     return between(view(), mark + 1, end);
@@ -109,6 +112,7 @@ SoString TevoroTalk::Specifier::locale() const
     std::size_t mark = view().find('-');
     if (mark == kNowhere || suffixMark < mark)
         return {};
+    // The first component is the version, so the locale is the next one.
     if (mark + 1 < view().size() && isDigit(view()[mark + 1])) {
         mark = view().find('-', mark + 1);
         if (mark == kNowhere || suffixMark < mark)
@@ -164,6 +168,7 @@ bool TevoroTalk::Specifier::setVersion(const SoString& wanted)
     if (!TevoroTalkData::findVersion(parts.name, parts.locale, parts.version))
         return false;
     SoString::operator=(parts.text());
+    // The version that was found may exist in another locale only.
     return locale() == parts.locale || setLocale(parts.locale);
 }
 
@@ -171,6 +176,7 @@ bool TevoroTalk::Specifier::setGroup(const SoString& name)
 {
     SoString text = appName();
     text << "-" << name;
+    // A group is written where a version stands, and completion chooses the member.
     SoString::operator=(Specifier(text, true));
     return !isEmpty();
 }

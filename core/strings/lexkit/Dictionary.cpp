@@ -2,6 +2,8 @@
 
 #include "lexkit/private/Dictionary.h"
 
+// The handle holds one pointer and nothing else, so that the class behind it can change without
+// breaking programs that were built against an older header.
 namespace lexkit {
 
 Dictionary::Dictionary()

@@ -1,9 +1,9 @@
 // A string dictionary: texts by key. A literal "$$$/Some/Key=Default text" carries its own default,
 // so that something shows when no dictionary or no entry is there.
 //
-// The object owns its entries; texts that were looked up live on without it. No locks: fill it,
-// then use it from one thread at a time. Bytes of any kind may be read: they give entries, or
-// clear the validity flag, which nothing else looks at.
+// The object owns its entries; texts that were looked up outlive it. No locks: fill it, then use it
+// from one thread at a time. Bytes of any kind may be read: they add entries or clear the validity
+// flag, which has no other effect.
 #pragma once
 
 #include "lexkit/EncodingInfo.h"
@@ -19,7 +19,7 @@ class Dictionary;
 
 namespace lexkit {
 
-// Whether "^e" stands for U+00E9. Looked at once, by the first conversion of escapes.
+// Whether "^e" means U+00E9. Read once, by the first conversion of escapes.
 LEXKIT_EXPORT extern bool EnableZQHatEscapes;
 
 class LEXKIT_EXPORT Dictionary {
@@ -29,13 +29,13 @@ public:
     Dictionary(const Dictionary&) = delete;
     Dictionary& operator=(const Dictionary&) = delete;
 
-    // Adds what a whole stream or block holds, in text or binary form. Of a key in text form that
-    // is there already, the new value stands. A stream that is not open holds nothing; a null
-    // one, and a null or empty block, clear the validity flag. `copyKeys` governs temporary keys
-    // alone: the dictionary never refers to the block afterwards.
+    // Adds the entries of a whole stream or block, in text or binary form. In text form, a new
+    // value replaces the old value of its key. A stream that is not open is empty. A null stream
+    // and a null or empty block clear the validity flag. `copyKeys` only affects temporary keys:
+    // the dictionary never refers to the block afterwards.
     void Read(std::istream* stream);
     void Read(const char* data, int size, bool copyKeys);
-    // The binary form alone, from a stream that stands at its id; it stands behind it afterwards.
+    // Reads the binary form only. The stream is at its id before, and behind its end afterwards.
     void Read(std::istream& stream);
 
     // The value for the literal's key here, else in the main dictionary, else the literal's own
@@ -49,29 +49,29 @@ public:
     unsigned long NumKeys() const;
 
     // Iteration in table order: call HasMoreKey before each NextKey. After false the next pass
-    // starts over; so does removing the current key by reading it anew.
+    // starts over; so it does when the current key is removed because it is read again.
     bool HasMoreKey();
-    // Copies the key and a NUL. When the buffer is too small: LXErrException or false.
+    // Copies the key and a NUL. If the buffer is too small, throws LXErrException or returns false.
     bool NextKey(char* buffer, unsigned long size, bool throwIfSmall);
 
-    // Makes this the main dictionary, to which every other one falls back, until it is destroyed.
+    // Makes this the main dictionary, the fallback of all others, until it is destroyed.
     void SetAsMain();
 
-    // False once a bad line or a failed read was met.
+    // False after a bad line or a failed read.
     bool IsValid() const;
 
     // Text form: UTF-16 in host order. Binary form 1.5: values in UTF-16 for a null encoding, else
-    // in that encoding, numbers in host order, so that only a big-endian host writes what readers
-    // take; see Compile. The bytes written, without the tables of the binary form. Whether the
-    // stream took them, the stream tells.
+    // in that encoding; numbers in host order, so only a big-endian host writes what readers accept
+    // (see Compile). Returns the number of bytes written, without the tables of the binary form.
+    // Check the stream for write errors.
     unsigned long Serialize(std::ostream& stream, bool binary, const EncodingInfo* encoding) const;
 
-    // The same for the dictionary that ZString looks up by its id. It is made when it is not there,
+    // The same for the dictionary with that id, as ZString looks it up. It is created on first use
     // and lives as long as the process.
     static void Read(std::istream* stream, unsigned long id);
     static void SetAsMain(unsigned long id);
 
-    // The binary form as readers on every machine expect it.
+    // Writes the big-endian binary form, which readers on every machine accept.
     unsigned long Compile(std::ostream& stream, const EncodingInfo* encoding) const;
 
 private:

@@ -24,9 +24,9 @@ private:
     std::uint32_t m_selector;
 };
 
-// The encoding that null stands for, of text dictionaries without a byte-order mark, too. Null
-// goes back to the start, where the default is the system's encoding. The object is copied.
-// Requires: no other thread uses the library meanwhile.
+// Sets the encoding that null stands for, also for text dictionaries without a byte-order mark.
+// Null restores the system's encoding. The object is copied. Requires: no other thread uses the
+// library meanwhile.
 LEXKIT_EXPORT void SetDefaultEncoding(const EncodingInfo* encoding);
 
 } // namespace lexkit

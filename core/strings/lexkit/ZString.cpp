@@ -55,6 +55,8 @@ ZString::ZString(const ZString& other)
 {
 }
 
+// Leaves null behind instead of a new empty text: a move must not allocate, because it must not
+// throw.
 ZString::ZString(ZString&& other) noexcept
     : m_text(std::exchange(other.m_text, nullptr))
 {
@@ -68,6 +70,8 @@ ZString::~ZString()
 ZString& ZString::operator=(const ZString& other)
 {
     if (m_text)
+        // A moved-from object may be assigned to, so it gets a new text here. Assigned to itself,
+        // it stays without one.
         *m_text = sound(other.m_text);
     else if (this != &other)
         m_text = new lexkit_private::ZString(sound(other.m_text));
@@ -76,6 +80,7 @@ ZString& ZString::operator=(const ZString& other)
 
 ZString& ZString::operator=(ZString&& other) noexcept
 {
+    // The old text goes to the other object and is destroyed with it.
     std::swap(m_text, other.m_text);
     return *this;
 }
@@ -152,6 +157,8 @@ void ZString::Replace(unsigned char digit, const ZString& with)
 
 void ZString::Validate() const
 {
+    // Without sound(): this is the one question that a moved-from object answers, with an
+    // exception.
     lexkit_private::ZString::Validate(m_text);
 }
 

@@ -2,8 +2,8 @@
 // that texts of menus and messages need. Operations that change give this object a new text and
 // leave its copies alone.
 //
-// An object and its copies belong to one thread at a time. A moved-from object has no text at all:
-// assign to it or destroy it; asking it anything else ends the process. Lengths count units, sizes
+// An object and its copies belong to one thread at a time. A moved-from object has no text: assign
+// to it or destroy it; any other use but Validate ends the process. Lengths count units, sizes
 // include the terminator.
 #pragma once
 
@@ -23,7 +23,7 @@ public:
     ZString();
     ZString(const unsigned short* units, unsigned long length);
     ZString(const unsigned char* bytes, unsigned long length, const EncodingInfo* encoding);
-    // What the dictionary with that id has for the literal "$$$/Key=Default".
+    // The text that the dictionary with that id has for the literal "$$$/Key=Default".
     ZString(const char* literal, unsigned long dictionaryId, const EncodingInfo* encoding);
     // The decimal text of the number.
     explicit ZString(long number);
@@ -33,7 +33,7 @@ public:
     ZString& operator=(const ZString& other);
     ZString& operator=(ZString&& other) noexcept;
 
-    // By code unit, not by the rules of a language: below, at or above 0.
+    // Negative, 0 or positive. Compares code units, not by the rules of a language.
     long CompareTo(const ZString& other) const;
     bool operator==(const ZString& other) const { return CompareTo(other) == 0; }
     bool operator!=(const ZString& other) const { return CompareTo(other) != 0; }
@@ -46,8 +46,8 @@ public:
     bool IsAllWhiteSpace() const; // true for the empty text
     void Clear();
 
-    // A sign and digits of any script. What is no digit is passed over and makes the result false;
-    // so does the empty text.
+    // Reads an ASCII sign and digits of any script. Other characters are skipped and make the
+    // result false; so does the empty text.
     bool ToInteger(long& value) const;
 
     void TrimBlanks(); // U+0020 alone, at both ends
@@ -62,7 +62,7 @@ public:
     bool WillReplace(unsigned char digit) const;
     void Replace(unsigned char digit, const ZString& with);
 
-    // Throws LXErrException (bad parameter) when the object has no sound text.
+    // Throws LXErrException (bad parameter) if the object has no valid text.
     void Validate() const;
 
     void MakeFromUnicode(const unsigned short* units, unsigned long length);
@@ -76,13 +76,13 @@ public:
 
     // Room for the text and its terminator, in units; for the empty text 1.
     unsigned long GetUnicodeSize() const;
-    // What does not fit is cut off; then LXErrException (buffer too small), when asked for.
+    // Truncates to fit, and then throws LXErrException (buffer too small) if asked to.
     void GetUnicode(unsigned short* buffer, unsigned long size, bool throwIfSmall) const;
 
     // In bytes, with the terminator or the length byte.
     unsigned long GetCStringSize(const EncodingInfo* encoding) const;
     unsigned long GetPascalStringSize(const EncodingInfo* encoding) const;
-    // Likewise cut at a whole character. A null buffer counts as too small.
+    // The same, truncated at a whole character. A null buffer counts as too small.
     void GetCString(
         char* buffer, unsigned long size, bool throwIfSmall, const EncodingInfo* encoding) const;
     // At most 255 bytes behind the length byte, no terminator.

@@ -1,6 +1,5 @@
-// The input stream through which dictionaries are opened: an istream that owns its file buffer. A
-// file that does not open sets the fail bit, and reads as an empty dictionary. One thread at a
-// time.
+// The input stream that opens dictionary files: an istream that owns its file buffer. A file that
+// cannot be opened sets the fail bit and reads as an empty dictionary. One thread at a time.
 #pragma once
 
 #include <fstream>

@@ -17,6 +17,7 @@ unsigned long zbfwrite_zbfid(std::ostream& stream, const zbfid_& id)
     head[kBinaryIdLength] = static_cast<char>(id.major);
     head[kBinaryIdLength + 1] = static_cast<char>(id.minor);
     head[kBinaryIdLength + 2] = static_cast<char>(id.selector);
+    // The buffer does not tell the stream about a short write, so we do.
     const auto written = stream.rdbuf()->sputn(head, sizeof head);
     if (written != sizeof head)
         stream.setstate(std::ios::badbit);

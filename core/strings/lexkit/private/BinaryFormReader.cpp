@@ -13,9 +13,12 @@ namespace {
 
 constexpr std::size_t kNumber = sizeof(std::uint32_t);
 constexpr std::size_t kShort = sizeof(std::uint16_t);
+// A row of version 1.0: the number of a bucket and a position.
 constexpr std::size_t kRow10 = kShort + kNumber;
+// Units for decoding a value; a longer value makes the buffer grow.
 constexpr unsigned long kFirstCapacity = 256;
 
+// Byte by byte: the tables lie at any address, and the byte order of the machine does not matter.
 std::uint32_t bigNumber(const unsigned char* at)
 {
     return std::uint32_t{at[0]} << 24 | std::uint32_t{at[1]} << 16 | std::uint32_t{at[2]} << 8
@@ -28,6 +31,7 @@ std::uint16_t bigShort(const unsigned char* at)
 }
 
 template <typename T>
+// Copied, because a number in a file is not aligned.
 T hostNumber(const unsigned char* at)
 {
     T number = 0;
@@ -77,6 +81,8 @@ UnicodeRun BinaryFormReader::decoded(const unsigned char* bytes, std::uint32_t l
 {
     if (length == 0)
         return {};
+    // The selector comes from the file and is not checked: UnicodeConversion knows what to do with
+    // an unknown one.
     const lexkit::EncodingInfo encoding(m_selector);
     UnicodeUtil::StringToUnicode(bytes, length, m_units, &encoding);
     return {m_units.GetData(), m_units.GetCount()};
@@ -85,6 +91,8 @@ UnicodeRun BinaryFormReader::decoded(const unsigned char* bytes, std::uint32_t l
 void BinaryFormReader::add(
     Chain& chain, const unsigned char* key, std::uint32_t keyLength, UnicodeRun value)
 {
+    // The entry copies the key into its own block in any case; the flag only decides about this
+    // temporary key.
     const ByteRunKey temporary(key, keyLength, m_copyKeys);
     chain.Add(DictionaryEntry::Make(temporary, std::move(value)));
 }
@@ -94,12 +102,15 @@ bool BinaryFormReader::ReadVersion15()
     const unsigned char* const count = m_source.Keep(kNumber);
     if (!count)
         return false;
+    // Counts have 32 bits, so the products below fit into a size_t. A count that lies makes Keep
+    // fail when the bytes run out.
     const std::size_t buckets = bigNumber(count);
     if (buckets == 0)
         return true;
     const unsigned char* const ends = m_source.Keep(buckets * kNumber);
     if (!ends)
         return false;
+    // Ends are running totals, so the last one is the size of the table of lengths.
     const std::size_t lengthCount = bigNumber(ends + (buckets - 1) * kNumber);
     const unsigned char* const lengths = m_source.Keep(lengthCount * kNumber);
     const unsigned char* const numbers = lengths ? m_source.Keep(buckets * kShort) : nullptr;
@@ -112,6 +123,8 @@ bool BinaryFormReader::ReadVersion15()
             return false;
         Chain chain(m_table, number);
         const std::size_t end = bigNumber(ends + bucket * kNumber);
+        // An end below the one before it gives an empty bucket. An end beyond the table, or an odd
+        // one at its end, is where the reading stops.
         for (; at < end; at += 2)
             if (at + 2 > lengthCount || !readItem15(chain, lengths + at * kNumber))
                 return false;
@@ -125,6 +138,8 @@ bool BinaryFormReader::readItem15(Chain& chain, const unsigned char* lengths)
     const std::uint32_t valueLength = bigNumber(lengths + kNumber);
     if (keyLength > ByteRunKey::kMaxLength)
         return false;
+    // Key and value in one piece: the next Take would invalidate the key. The sum is computed in 64
+    // bits and cannot wrap around.
     const unsigned char* const key = m_source.Take(std::size_t{keyLength} + valueLength);
     if (!key)
         return false;
@@ -148,6 +163,8 @@ bool BinaryFormReader::ReadVersion10()
         return false;
     if (rowCount == 0)
         return true;
+    // Positions are only compared with each other: the items follow the table, wherever the first
+    // row says that they begin. 64 bits, so that adding a length cannot wrap around.
     std::uint64_t position = hostNumber<std::uint32_t>(rows + kShort);
     for (std::size_t row = 0; row + 1 < rowCount; ++row) {
         const auto number = hostNumber<std::uint16_t>(rows + row * kRow10);

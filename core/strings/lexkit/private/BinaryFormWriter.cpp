@@ -48,6 +48,7 @@ void BinaryFormWriter::addItem(const HashItem& item)
     addNumber(m_lengths, length);
     std::string bytes = std::move(value).str();
     if (m_isSwapped && !m_encoding)
+        // Runs write their units in the order of the machine. UTF-8 has no order.
         for (std::size_t at = 0; at + 1 < bytes.size(); at += 2)
             std::swap(bytes[at], bytes[at + 1]);
     m_payload << bytes;
@@ -57,6 +58,8 @@ void BinaryFormWriter::addItem(const HashItem& item)
 unsigned long BinaryFormWriter::Write(const HashTableGeneric& table)
 {
     for (std::uint32_t bucket = 0; bucket < HashTableGeneric::kBuckets; ++bucket) {
+        // Readers search a chain from its start, so the order within a bucket decides which of two
+        // equal keys is found, and has to be kept.
         const HashItem* item = table.Head(bucket);
         if (!item)
             continue;
@@ -70,6 +73,7 @@ unsigned long BinaryFormWriter::Write(const HashTableGeneric& table)
     addNumber(count, m_bucketCount);
     const std::string payload = std::move(m_payload).str();
     m_stream << count << m_ends << m_lengths << m_buckets << payload;
+    // The other tables are not counted, on purpose: that is what callers of Serialize are told.
     return count.size() + payload.size();
 }
 

@@ -11,8 +11,11 @@ namespace lexkit_private {
 
 namespace {
 
+// The step is a fifth of the length. A length of nine still has a step of one, so a key has up to
+// nine samples. The file format depends on this number.
 constexpr std::uint32_t kSamples = 5;
 
+// The top bit of the word that holds the length says who owns the bytes.
 std::uint32_t checkedLength(unsigned long length)
 {
     if (length > ByteRunKey::kMaxLength)
@@ -27,6 +30,7 @@ const unsigned char* copyOf(const void* data, std::uint32_t length)
     return copy;
 }
 
+// Not the hash of the file format: this one spreads all bytes of a key, and is never stored.
 std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
 {
     constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // 2^64 over the golden ratio, odd
@@ -37,6 +41,7 @@ std::uint64_t mixed(std::uint64_t hash, std::uint64_t word)
 } // namespace
 
 ByteRunKey::ByteRunKey(const void* data, unsigned long length, bool copy)
+    // The mask changes nothing: it shows the compiler that the length fits into its 31 bits.
     : m_length(checkedLength(length) & kMaxLength)
     , m_ownsData(copy && length > 0)
     , m_data(nullptr)
@@ -46,6 +51,7 @@ ByteRunKey::ByteRunKey(const void* data, unsigned long length, bool copy)
 }
 
 ByteRunKey::ByteRunKey(const ByteRunKey& other)
+    // Always with bytes of its own: nobody knows how long the other key's bytes live.
     : ByteRunKey(other.m_data, other.m_length, true)
 {
 }
@@ -70,6 +76,7 @@ unsigned long ByteRunKey::SerializeKey(
     if (m_length == 0)
         return 0;
     if (binary) {
+        // Keys are bytes in every encoding, so they are not converted.
         stream.write(reinterpret_cast<const char*>(m_data), m_length);
         return m_length;
     }
@@ -95,6 +102,7 @@ std::uint32_t ByteRunKey::Hash(unsigned long size) const
     const auto buckets = static_cast<std::uint32_t>(size);
     std::uint32_t hash = 0;
     for (std::uint64_t at = 0; at < length; at += step)
+        // Reduced at each step: nine samples of five bits would not fit into 32.
         hash = ((hash << 5) + m_data[at]) % buckets;
     return hash;
 }
@@ -102,6 +110,7 @@ std::uint32_t ByteRunKey::Hash(unsigned long size) const
 bool ByteRunKey::operator==(const HashItem& other) const
 {
     const auto& key = static_cast<const ByteRunKey&>(other);
+    // memcmp must not be given null, which is what an empty key has.
     return m_length == key.m_length
         && (m_length == 0 || std::memcmp(m_data, key.m_data, m_length) == 0);
 }
@@ -114,6 +123,7 @@ std::uint32_t ByteRunKey::IndexHash(std::uint64_t seed) const
     std::uint32_t left = m_length;
     for (; left >= kWord; left -= kWord, at += kWord) {
         std::uint64_t word = 0;
+        // In the byte order of the machine, because the hash never leaves the process.
         std::memcpy(&word, at, kWord);
         hash = mixed(hash, word);
     }

@@ -21,6 +21,7 @@ ByteRunValue* ByteRunValue::FindOrMake(const void* data, std::uint32_t length, i
 
 void ByteRunValue::ValidatePointer(const ByteRunValue* value)
 {
+    // A count of 0 is what a value has before it is given to anybody and after its last reference.
     if (!value || !value->Exists())
         throw LXErrException(LXErrException::kBadParameter);
 }

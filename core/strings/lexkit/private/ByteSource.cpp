@@ -8,6 +8,7 @@ namespace lexkit_private {
 
 namespace {
 
+// Bytes taken on trust before the stream has shown that it has any.
 constexpr std::size_t kFirstStep = std::size_t{64} * 1024;
 
 } // namespace
@@ -47,6 +48,7 @@ const unsigned char* StreamSource::Take(std::size_t count)
 
 const unsigned char* StreamSource::Keep(std::size_t count)
 {
+    // One byte at least, so that an empty table has an address as well: null means failure.
     std::vector<unsigned char>& bytes = m_kept.emplace_back(1);
     return fill(bytes, count) ? bytes.data() : nullptr;
 }

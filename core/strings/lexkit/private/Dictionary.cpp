@@ -16,6 +16,7 @@ namespace lexkit_private {
 
 namespace {
 
+// The byte-order mark of a text dictionary, written in the order of the machine.
 constexpr unsigned short kMark = 0xFEFF;
 
 // Each byte by itself as a signed number, undecoded. Straight into its run, since most defaults
@@ -49,6 +50,7 @@ Dictionary* Dictionary::sMainDictionary = nullptr;
 
 Dictionary::~Dictionary()
 {
+    // Other dictionaries must not fall back to a destroyed one.
     if (sMainDictionary == this)
         sMainDictionary = nullptr;
 }
@@ -60,6 +62,9 @@ void Dictionary::Read(std::istream* stream)
         return;
     }
     DictionaryStream source(*stream);
+    // The reader looks at the mark first, and then everything is rewound to find out which form
+    // this is. So in a stream the mark is part of the first line; docs/dictionaries.md says what
+    // that means.
     const auto reader = DictionaryReader::Make(source);
     char head[kBinaryIdLength];
     const bool isBinary = source.Read(head, kBinaryIdLength) == kBinaryIdLength && isBinaryId(head);
@@ -70,6 +75,7 @@ void Dictionary::Read(std::istream* stream)
         source.StopKeeping();
         readLines(*reader);
     }
+    // After the reading: entries that came before the failure of a disk stay.
     if (source.HasFailed())
         m_isValid = false;
 }
@@ -82,6 +88,7 @@ void Dictionary::Read(std::istream& stream)
 
 void Dictionary::readBinary(DictionaryStream& source)
 {
+    // A binary dictionary is read once from front to back.
     source.StopKeeping();
     unsigned char head[kBinaryHeadLength];
     const bool isWhole = source.Read(head, kBinaryHeadLength) == kBinaryHeadLength;
@@ -90,6 +97,7 @@ void Dictionary::readBinary(DictionaryStream& source)
         return;
     }
     const unsigned char* const version = head + kBinaryIdLength;
+    // Other results, from an unknown version, count as an empty dictionary and not as a bad one.
     if (HashTable::Read(source, version[0], version[1], version[2]) == -1)
         m_isValid = false;
 }
@@ -107,6 +115,7 @@ void Dictionary::Read(const char* data, int size, bool copyKeys)
         return;
     }
     const auto reader = DictionaryReader::Make(begin, end);
+    // A block of one byte holds no line in either encoding.
     if (!reader) {
         m_isValid = false;
         return;
@@ -132,6 +141,7 @@ void Dictionary::readBinaryBlock(
 void Dictionary::readLines(DictionaryReader& reader)
 {
     while (const unsigned short* const line = reader.ReadALine())
+        // An empty line would otherwise become an entry with an empty key.
         if (*line != 0)
             AddEntry(line);
 }
@@ -143,11 +153,14 @@ void Dictionary::AddEntry(const unsigned short* line)
         m_isValid = false;
         return;
     }
+    // Keys are bytes: literals in programs have them that way, so only the low byte of a unit is
+    // kept.
     m_lineKey.resize(tag.keyLength);
     std::transform(tag.key, tag.key + tag.keyLength, m_lineKey.begin(), [](unsigned short unit) {
         return static_cast<unsigned char>(unit & 0xFF);
     });
     const ByteRunKey key(m_lineKey.data(), tag.keyLength, false);
+    // Made before the old entry goes, which therefore survives a failure here.
     auto entry = DictionaryEntry::Make(
         key, DictionaryEntry::ConvertEscapeSequences(tag.value, tag.valueLength));
     // A binary dictionary may have left the key more than once.
@@ -166,11 +179,14 @@ UnicodeRun Dictionary::Lookup(const char* literal, const lexkit::EncodingInfo* e
     if (!ParseLiteral(literal, tag))
         return {};
     const DictionaryEntry* entry = findTag(tag);
+    // One level only: the main dictionary has no fallback of its own but the default text.
     if (!entry && sMainDictionary && sMainDictionary != this)
         entry = sMainDictionary->findTag(tag);
     return entry ? entry->GetValue() : defaultText(tag, encoding);
 }
 
+// Keys are bytes, so the encoding does not matter. The main dictionary is not asked, on purpose:
+// the question is about this one.
 bool Dictionary::HasKey(const char* literal, const lexkit::EncodingInfo*)
 {
     LiteralTag<char> tag;
@@ -183,6 +199,7 @@ bool Dictionary::NextKey(char* buffer, unsigned long size, bool throwIfSmall) co
     const unsigned long length = entry ? entry->GetLength() : 0;
     if (buffer && size > length) {
         if (length > 0)
+            // An empty key has no bytes at all, and memcpy must not be given null.
             std::memcpy(buffer, entry->GetData(), length);
         buffer[length] = 0;
         return true;
@@ -205,6 +222,8 @@ unsigned long Dictionary::Serialize(
 
 unsigned long Dictionary::Compile(std::ostream& stream, const lexkit::EncodingInfo* encoding) const
 {
+    // The head says UTF-8 for every encoding that is not null: no other selector has a meaning in a
+    // file.
     const unsigned long head = zbfwrite_zbfid(stream, encoding ? zbfid_utf8 : zbfid);
     return head + BinaryFormWriter(stream, encoding, BinaryFormWriter::Order::kBig).Write(*this);
 }

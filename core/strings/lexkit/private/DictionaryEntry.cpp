@@ -29,6 +29,7 @@ DictionaryEntry::DictionaryEntry(const ByteRunKey& key, UnicodeRun value, InOneB
 
 std::unique_ptr<DictionaryEntry> DictionaryEntry::Make(const ByteRunKey& key, UnicodeRun value)
 {
+    // The constructor only points at the room behind the entry; its bytes are filled in afterwards.
     std::unique_ptr<DictionaryEntry> entry(
         new (KeyBytes{key.GetLength()}) DictionaryEntry(key, std::move(value), InOneBlock()));
     std::copy_n(key.GetData(), key.GetLength(), reinterpret_cast<unsigned char*>(entry.get() + 1));
@@ -45,6 +46,7 @@ unsigned long DictionaryEntry::SerializeValue(
     const unsigned short* const text = escaped ? escaped.get() : m_value.GetUnits();
     std::vector<unsigned short> units(text, text + length);
     units.push_back(u'"');
+    // The key has opened the quotes. Lines end with LF on every system.
     units.push_back(u'\n');
     const unsigned long size = units.size() * sizeof(unsigned short);
     stream.write(reinterpret_cast<const char*>(units.data()), static_cast<std::streamsize>(size));
@@ -55,6 +57,8 @@ namespace {
 
 unsigned short letterOfEscape(unsigned short unit)
 {
+    // The backslash, "^" and "#" stay, on purpose. The command lexkit writes them as references
+    // where they would be misread.
     switch (unit) {
     case u'\r':
         return u'r';
@@ -73,6 +77,7 @@ std::unique_ptr<unsigned short[]> do_escapes(const unsigned short* text, unsigne
 {
     const auto isEscaped = [](unsigned short unit) { return letterOfEscape(unit) != 0; };
     const auto count = static_cast<unsigned long>(std::count_if(text, text + length, isEscaped));
+    // Most texts have nothing to escape, and are written from where they are.
     if (count == 0)
         return nullptr;
     auto escaped = std::make_unique_for_overwrite<unsigned short[]>(length + count);

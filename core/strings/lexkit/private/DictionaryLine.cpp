@@ -9,6 +9,8 @@ const unsigned short* FindQuoteMark(
 {
     for (;; ++text) {
         text = std::find(text, end, u'"');
+        // Only the one unit before counts: after an escaped backslash, too, a quote mark is part of
+        // the tag.
         if (text == end || text == lineStart || text[-1] != u'\\')
             return text;
     }
@@ -16,6 +18,8 @@ const unsigned short* FindQuoteMark(
 
 bool ParseEntry(const unsigned short* terminated, LiteralTag<unsigned short>& tag)
 {
+    // Without any quote mark the whole line is the tag: comments become entries that nobody looks
+    // up.
     const unsigned short* start = terminated;
     const unsigned short* end = terminated + UnicodeUtil::StringLength(terminated);
     const unsigned short* const opening = FindQuoteMark(terminated, terminated, end);

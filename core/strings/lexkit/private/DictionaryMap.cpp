@@ -10,6 +10,7 @@ DictionaryMap& DictionaryMap::Instance()
 
 Dictionary& DictionaryMap::operator[](unsigned long id)
 {
+    // Identifiers have 32 bits, whatever the width of a long.
     const auto wanted = static_cast<std::uint32_t>(id);
     const auto found = std::find(m_ids.rbegin(), m_ids.rend(), wanted);
     if (found != m_ids.rend())

@@ -44,6 +44,7 @@ std::unique_ptr<DictionaryReader> makeFor(
 std::unique_ptr<DictionaryReader> DictionaryReader::Make(DictionaryStream& stream)
 {
     unsigned char bytes[kMarkLength] = {};
+    // A stream of one byte is a text without a mark.
     const bool isLong = stream.Read(bytes, kMarkLength) == kMarkLength;
     const unsigned short first = isLong ? hostUnit(bytes) : 0;
     if (!isMark(first))
@@ -70,8 +71,11 @@ DictionaryReader::~DictionaryReader() = default;
 
 bool DictionaryReader::fetch()
 {
+    // A block was all there from the beginning.
     if (!m_source.stream)
         return false;
+    // Only when the first line is wanted: a binary dictionary gets a reader as well, and never
+    // reads a line from it.
     if (!m_chunk)
         m_chunk = std::make_unique_for_overwrite<unsigned char[]>(kChunk);
     m_source.cursor = m_chunk.get();

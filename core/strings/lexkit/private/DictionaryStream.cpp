@@ -9,6 +9,8 @@ namespace {
 
 bool canSeek(std::istream& stream)
 {
+    // The buffer is asked, not the stream: a pipe says no without leaving a failure behind in the
+    // state.
     return stream.good() && stream.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in) != -1;
 }
 
@@ -23,6 +25,7 @@ DictionaryStream::DictionaryStream(std::istream& stream)
 
 std::size_t DictionaryStream::Read(void* to, std::size_t count)
 {
+    // First what was read before the rewind, then the stream itself.
     const std::size_t again = m_kept.copy(static_cast<char*>(to), count, m_keptAt);
     m_keptAt += again;
     if (again == count)
@@ -51,6 +54,8 @@ void DictionaryStream::Rewind()
 
 bool DictionaryStream::HasFailed() const
 {
+    // The end of the stream sets the fail bit as well, so only the bad bit tells a disk that
+    // failed.
     return m_stream.bad();
 }
 

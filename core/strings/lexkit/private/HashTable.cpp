@@ -16,10 +16,13 @@ int readVersion(HashTableGeneric& table,
     bool copyKeys,
     unsigned char selector)
 {
+    // The selector is no failure, on purpose: dictionaries of later versions are ignored, and
+    // default texts show.
     if (major != 1 || (minor != 0 && minor != 5))
         return selector;
     BinaryFormReader reader(table, source, selector, copyKeys);
     const bool isRead = minor == 5 ? reader.ReadVersion15() : reader.ReadVersion10();
+    // Also after a failure: what was read before it can be looked up.
     table.RefreshIndex();
     return isRead ? 0 : kFailed;
 }
@@ -46,6 +49,7 @@ int HashTable<Key, Entry>::Read(
     return readVersion(*this, source, major, minor, false, selector);
 }
 
+// The only kind there is, made here so that the header needs no reader.
 template class HashTable<ByteRunKey, DictionaryEntry>;
 
 } // namespace lexkit_private

@@ -26,6 +26,8 @@ void HashTableGeneric::link(std::uint32_t bucket, HashItem* predecessor, HashIte
 void HashTableGeneric::Insert(std::unique_ptr<HashItem> item)
 {
     RefreshIndex();
+    // The index takes the item first: if it runs out of memory, the item is still owned and the
+    // chains are as they were.
     if (m_index.Put(item.get()))
         m_hasHidden = true;
     const std::uint32_t bucket = item->Hash(kBuckets);
@@ -44,6 +46,8 @@ std::unique_ptr<HashItem> HashTableGeneric::Remove(const HashItem& key)
     if (!item)
         return nullptr;
     m_index.Erase(item);
+    // Unlinking clears the pointer, and a hidden item with the same key can only be further along
+    // the chain.
     HashItem* const behind = item->m_next;
     unlink(item);
     std::unique_ptr<HashItem> removed(item);
@@ -55,6 +59,8 @@ std::unique_ptr<HashItem> HashTableGeneric::Remove(const HashItem& key)
 void HashTableGeneric::unlink(HashItem* item)
 {
     HashItem*& place =
+        // Find only sees items in the bucket that their key belongs to, so this bucket is the
+        // item's own.
         item->m_previous ? item->m_previous->m_next : m_buckets[item->Hash(kBuckets)];
     place = item->m_next;
     if (item->m_next)
@@ -96,7 +102,10 @@ void HashTableGeneric::RefreshIndex()
 
 void HashTableGeneric::ChainBuilder::Add(std::unique_ptr<HashItem> item)
 {
+    // Rebuilt once the chains are complete. Adding one by one would let the last of two equal keys
+    // win, and the first has to.
     m_table.m_isIndexStale = true;
+    // Nothing below throws, and from here on the chain owns the item.
     HashItem* const added = item.release();
     m_table.link(m_bucket, m_predecessor, added);
     m_predecessor = added;
@@ -116,12 +125,14 @@ bool HashTableGeneric::HasMoreItem()
     std::uint32_t bucket = m_restart ? 0 : m_currentBucket + 1;
     HashItem* item = m_restart || !m_current ? nullptr : m_current->m_next;
     if (!item) {
+        // At the end of a chain, the next bucket that is not empty.
         while (bucket < kBuckets && !m_buckets[bucket])
             ++bucket;
         item = bucket < kBuckets ? m_buckets[bucket] : nullptr;
         m_currentBucket = bucket;
     }
     m_current = item;
+    // After the end the next call begins again, as callers loop until false and may loop once more.
     m_restart = !item;
     return item;
 }
@@ -130,6 +141,7 @@ unsigned long HashTableGeneric::Serialize(
     std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const
 {
     if (binary)
+        // In the order of the machine, as Serialize promises. Compile writes what readers take.
         return BinaryFormWriter(stream, encoding, BinaryFormWriter::Order::kHost).Write(*this);
     unsigned long count = 0;
     for (const HashItem* item : m_buckets)

@@ -8,11 +8,13 @@ namespace lexkit_private {
 namespace {
 
 constexpr std::size_t kFirstSize = 16;
+// Marks a free slot. No key has this hash: hashOf avoids it.
 constexpr std::uint32_t kFree = 0;
 
 // The share of slots that may be taken: 3 of 4.
 constexpr bool isCrowded(std::size_t count, std::size_t slots)
 {
+    // Linear probing gets slow beyond that, and never ends in a full table.
     return count > slots - slots / 4;
 }
 
@@ -25,6 +27,7 @@ KeyIndex::KeyIndex()
 
 std::uint32_t KeyIndex::hashOf(const HashItem& key) const
 {
+    // Zero marks a free slot, so such a key shares the hash 1 with others.
     const std::uint32_t hash = key.IndexHash(m_seed);
     return hash != kFree ? hash : 1;
 }
@@ -33,6 +36,7 @@ std::uint32_t KeyIndex::hashOf(const HashItem& key) const
 std::size_t KeyIndex::slotOf(const HashItem& key, std::uint32_t hash) const
 {
     const std::size_t mask = m_hashes.size() - 1;
+    // Ends, because a quarter of the slots is free. Items are only touched when all 32 bits agree.
     for (std::size_t at = hash & mask;; at = (at + 1) & mask)
         if (m_hashes[at] == kFree || (m_hashes[at] == hash && *m_items[at] == key))
             return at;
@@ -54,6 +58,8 @@ void KeyIndex::Reserve(std::size_t count)
 
 void KeyIndex::rehash(std::size_t size)
 {
+    // Beside the old tables, so that nothing is lost if memory runs out. No keys are compared: all
+    // of them are different.
     std::vector<std::uint32_t> hashes(size, kFree);
     std::vector<HashItem*> items(size);
     const std::size_t mask = size - 1;
@@ -73,6 +79,7 @@ void KeyIndex::rehash(std::size_t size)
 HashItem* KeyIndex::Put(HashItem* item)
 {
     Reserve(m_count + 1);
+    // Before the slot is looked for: growing moves every slot.
     const std::uint32_t hash = hashOf(*item);
     const std::size_t slot = slotOf(*item, hash);
     HashItem* const before = std::exchange(m_items[slot], item);
@@ -102,6 +109,8 @@ void KeyIndex::Erase(const HashItem* item)
     std::size_t hole = slotOf(*item, hashOf(*item));
     for (std::size_t at = (hole + 1) & mask; m_hashes[at] != kFree; at = (at + 1) & mask) {
         const std::size_t home = m_hashes[at] & mask;
+        // An item may move into the hole unless that would put it before its home slot, where no
+        // search begins. The mask makes the distances right across the end of the table.
         if (((at - home) & mask) >= ((at - hole) & mask)) {
             m_hashes[hole] = m_hashes[at];
             m_items[hole] = m_items[at];

@@ -18,6 +18,7 @@ namespace {
 UnicodeRun decoded(const void* bytes, unsigned long length, const lexkit::EncodingInfo* encoding)
 {
     if (length == 0)
+        // All empty texts share one value.
         return {};
     Buffer<unsigned short> units(0);
     UnicodeUtil::StringToUnicode(static_cast<const unsigned char*>(bytes), length, units, encoding);
@@ -62,12 +63,14 @@ ZString::ZString(
 
 ZString::ZString(long number)
 {
+    // Digits and the minus sign are ASCII, which every encoding of a locale reads the same way.
     const std::string digits = std::to_string(number);
     *this = ZString(decoded(digits.data(), digits.size(), nullptr));
 }
 
 long ZString::CompareTo(const ZString& other) const
 {
+    // Copies share their units: no need to compare them.
     if (UnicodeRun::operator==(other))
         return 0;
     return UnicodeUtil::Compare(GetUnits(), GetLength(), other.GetUnits(), other.GetLength());
@@ -112,6 +115,8 @@ void ZString::BackDoorAssignCString(const char* terminated, const lexkit::Encodi
 void ZString::BackDoorMakeFromPascalString(
     const unsigned char* text, unsigned long length, const lexkit::EncodingInfo* encoding)
 {
+    // The length is the caller's, not that of the length byte, on purpose: that is how the public
+    // function is described.
     *this = ZString(decoded(text + 1, length, encoding));
 }
 
@@ -125,6 +130,7 @@ void ZString::BackDoorGetUnicode(
     unsigned short* buffer, unsigned long size, bool throwIfSmall) const
 {
     const unsigned long needed = BackDoorGetUnicodeSize();
+    // What fits is written even when the exception follows.
     if (buffer && size > 0) {
         const unsigned long count = std::min(needed, size) - 1;
         std::copy_n(GetUnits(), count, buffer);
@@ -141,6 +147,7 @@ unsigned long ZString::BackDoorGetCStringSize(const lexkit::EncodingInfo* encodi
 
 unsigned long ZString::BackDoorGetPascalStringSize(const lexkit::EncodingInfo* encoding) const
 {
+    // The length byte takes the place of the terminator.
     return BackDoorGetCStringSize(encoding);
 }
 
@@ -163,6 +170,8 @@ void ZString::BackDoorGetPascalString(unsigned char* buffer,
 
 void ZString::BackDoorGetInternalData(const unsigned short** units, unsigned long* length) const
 {
+    // Not terminated: the units are the bytes of the value itself, which has no room for a
+    // terminator.
     *units = GetUnits();
     *length = GetLength();
 }

@@ -17,6 +17,8 @@ constexpr unsigned long kShortcutLength = 4; // "(&S)"
 
 using Units = std::vector<unsigned short>;
 
+// Scripts without Latin letters append the accelerator to the word, and there it is taken out as a
+// whole.
 bool isShortcut(const unsigned short* at, const unsigned short* end)
 {
     return end - at >= static_cast<std::ptrdiff_t>(kShortcutLength) && at[0] == u'('
@@ -52,6 +54,7 @@ Units withoutMarks(const unsigned short* at, const unsigned short* end)
 // Keeps the units from start up to end.
 void ZString::cut(unsigned long start, unsigned long end)
 {
+    // A text that loses nothing stays shared with its copies.
     if (start > 0 || end < GetLength())
         *this = ZString(GetUnits() + start, end - start);
 }
@@ -105,11 +108,14 @@ bool ZString::RemoveExtension()
 
 void ZString::RemoveAccelerators()
 {
+    // Behind a blank and a backspace stands the name of a key combination, which goes with the
+    // marks.
     static constexpr unsigned short kCutMark[] = {u' ', u'\b'};
     const unsigned short* const begin = GetUnits();
     const unsigned short* const end = begin + GetLength();
     const unsigned short* const cutAt =
         std::search(begin, end, std::begin(kCutMark), std::end(kCutMark));
+    // Nothing to remove: the text stays shared.
     if (cutAt == end && std::find(begin, end, u'&') == end)
         return;
     const Units units = withoutMarks(begin, cutAt);
@@ -130,6 +136,7 @@ unsigned long ZString::CountHatOccurrences(unsigned short c) const
 {
     const unsigned short* const units = GetUnits();
     unsigned long count = 0;
+    // Hats are not paired: values have had "^^" converted before they get here.
     for (unsigned long at = 1; at < GetLength(); ++at)
         if (units[at] == c && units[at - 1] == u'^')
             ++count;
@@ -150,6 +157,8 @@ void ZString::Replace(unsigned char digit, const ZString& with)
     bool isHeld = false; // a "^" that the next unit decides about
     for (const unsigned short* at = GetUnits(); at != GetUnits() + GetLength(); ++at) {
         if (isHeld && *at == wanted) {
+            // What is inserted is not searched again, so a file name with "^1" in it stays as it
+            // is.
             out.insert(out.end(), with.GetUnits(), with.GetUnits() + with.GetLength());
             isHeld = false;
             continue;

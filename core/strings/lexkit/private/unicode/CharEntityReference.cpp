@@ -10,6 +10,7 @@ namespace {
 
 constexpr unsigned short kCarriageReturn = 13;
 constexpr unsigned long kShortest = 4; // units of "#{a}"
+// A value is one UTF-16 unit.
 constexpr unsigned long kMaxDigits = 4;
 
 // The names of HTML 4, with four more in front. Lengths that are not those of the names: "yen",
@@ -168,6 +169,7 @@ constexpr std::array<unsigned char, 256> makeHexDigitTab()
     return table;
 }
 
+// Of the first 256 characters; no other is a hexadecimal digit.
 constexpr std::array<unsigned char, 256> hexDigitTab = makeHexDigitTab();
 
 bool isHexDigit(unsigned short unit)
@@ -188,6 +190,7 @@ bool startsWith(const unsigned short* text, const char* name, unsigned long leng
 const CharEntityReference* FindCharEntityReferencePair(
     const unsigned short* text, unsigned long length)
 {
+    // Letters count by case: "Auml" and "auml" are different characters.
     for (const CharEntityReference& row : charEntityReference)
         if (row.length <= length && startsWith(text, row.name, row.length))
             return &row;
@@ -209,6 +212,8 @@ bool FindCharEntityReferencePairCharByCodePoint(const unsigned short* text,
         return false;
     const unsigned long start = row->size();
     const unsigned long limit = std::min(length, start + kMaxDigits);
+    // Digits after the fourth are not consumed, so that referenceAt misses its brace and takes the
+    // whole for plain text.
     unsigned long at = start;
     unsigned int number = 0;
     for (; at < limit && isHexDigit(text[at]); ++at)
@@ -226,6 +231,7 @@ CharReference referenceAt(const unsigned short* text, unsigned long length)
     const unsigned long left = length - 2;
     unsigned short value = 0;
     unsigned long used = 0;
+    // Names before numbers: "deg" and "eacute" begin with hexadecimal digits.
     if (const CharEntityReference* const row = FindCharEntityReferencePair(name, left)) {
         // The first row, "endl", is the one line end that is written otherwise than it is stored.
         value = row == charEntityReference ? kCarriageReturn : row->value;
@@ -233,6 +239,7 @@ CharReference referenceAt(const unsigned short* text, unsigned long length)
     } else if (!FindCharEntityReferencePairCharByCodePoint(name, left, &value, &used)) {
         return {};
     }
+    // What has a name and no brace is no reference, even if a longer name would fit.
     if (used >= left || name[used] != u'}')
         return {};
     return {value, used + 3};

@@ -18,6 +18,7 @@ namespace lexkit_private {
 
 namespace {
 
+// A doubled backslash has no row: convertPrefixed turns any doubled prefix into a single one.
 constexpr std::array<EscapeTableEntry, 6> sBackslashEscapeTable{{
     {u'"', u'"'},
     {u'n', u'\n'},
@@ -27,6 +28,7 @@ constexpr std::array<EscapeTableEntry, 6> sBackslashEscapeTable{{
     {0, 0},
 }};
 
+// No digits: "^0" to "^9" are placeholders, and stay until Replace gets them.
 constexpr std::array<EscapeTableEntry, 18> HatEscapeTable{{
     {u'e', 0x00E9},
     {u'Q', u'"'},
@@ -87,6 +89,7 @@ std::vector<unsigned short> convertPrefixed(const unsigned short* text, unsigned
         }
         const EscapeTableEntry* const table =
             prefix == u'^' ? hatEscapeTable() : sBackslashEscapeTable.data();
+        // An unknown escape stays, with its prefix.
         const unsigned short replacement = DictionaryEntry::LookupEscape(table, *at);
         out.push_back(replacement != 0 ? replacement : prefix);
         if (replacement == 0 && *at != prefix)
@@ -100,6 +103,7 @@ std::vector<unsigned short> convertPrefixed(const unsigned short* text, unsigned
 
 UnicodeRun convertBoth(const unsigned short* text, unsigned long length)
 {
+    // In this order, so that a character that came from a reference never starts an escape.
     const std::vector<unsigned short> once = convertPrefixed(text, length);
     return DictionaryEntry::ConvertEscapeSequencesISO(once.data(), once.size());
 }
@@ -148,6 +152,8 @@ UnicodeRun DictionaryEntry::ConvertEscapeSequencesISO(
             break;
         const CharReference reference = referenceAt(sign, static_cast<unsigned long>(end - sign));
         out.push_back(reference.consumed > 0 ? reference.value : *sign);
+        // Only the sign itself is passed over when it starts no reference: the next one may stand
+        // right behind it.
         at = sign + std::max(reference.consumed, 1ul);
     }
     return {out.data(), out.size()};

@@ -52,6 +52,7 @@ bool isOneOf(const std::array<unsigned short, count>& units, unsigned short unit
 
 unsigned char UnicodeChar::GetDecimalDigit(unsigned short unit)
 {
+    // First, because the ranges below contain some of these characters.
     for (const DigitOverride& row : kOverrides)
         if (row.unit == unit)
             return row.digit;

@@ -30,6 +30,7 @@ std::int32_t fit(bool all)
 
 } // namespace
 
+// In a legacy encoding the length is known only after a conversion, so the text is converted twice.
 std::int32_t UnicodeConversion::ToUnicodeSize(const unsigned char* bytes,
     unsigned long count,
     unsigned long* size,
@@ -48,6 +49,8 @@ std::int32_t UnicodeConversion::ConvertToUnicode(const unsigned char* bytes,
     const lexkit::EncodingInfo* encoding)
 {
     if (selectorOf(encoding) == lexkit::EncodingInfo::kUTF8) {
+        // All or nothing here; a text in the system's encoding, below, is cut and reports a small
+        // buffer.
         if (decodedUtf8Size(bytes, count) > capacity)
             return LXErrException::kBadParameter;
         decodeUtf8(bytes, count, units, capacity);
@@ -68,6 +71,7 @@ std::int32_t UnicodeConversion::FromUnicodeSize(const unsigned short* units,
     const lexkit::EncodingInfo* encoding)
 {
     const bool isUtf8 = selectorOf(encoding) != 0 || Pt::TextEncoding::system().isUtf8();
+    // Room for the terminator, which the caller writes.
     *size = 1
         + (isUtf8 ? encodedUtf8Size(units, count)
                   : Pt::TextEncoding::system().encode(units, count).size());
@@ -90,6 +94,8 @@ std::int32_t UnicodeConversion::ConvertFromUnicode(const unsigned short* units,
     const std::string text = Pt::TextEncoding::system().encode(units, count, capacity);
     std::copy(text.begin(), text.end(), bytes);
     *written = text.size();
+    // Converted once more without a limit: that the text filled the room does not mean that it was
+    // cut.
     return fit(Pt::TextEncoding::system().encode(units, count).size() == text.size());
 }
 

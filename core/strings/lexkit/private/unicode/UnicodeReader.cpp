@@ -16,6 +16,7 @@ constexpr bool isLineEnd(unsigned short unit)
 bool UnicodeReader::ReadACharacter(unsigned short& unit)
 {
     unsigned char bytes[2];
+    // Half a unit at the end of the source is dropped.
     if (!takeByte(bytes[0]) || !takeByte(bytes[1]))
         return false;
     std::memcpy(&unit, bytes, sizeof unit);

@@ -32,6 +32,7 @@ unsigned long writeEncoded(
 {
     const unsigned long size =
         UnicodeUtil::FromUnicodeSize(run.GetUnits(), run.GetLength(), &encoding);
+    // The size has room for a terminator, which is not written to the stream.
     std::vector<char> text(size);
     const unsigned long count = UnicodeUtil::UnicodeToCString(
         run.GetUnits(), run.GetLength(), text.data(), size, &encoding);
@@ -47,6 +48,7 @@ UnicodeRun::UnicodeRun()
 }
 
 UnicodeRun::UnicodeRun(const unsigned short* units, unsigned long count)
+    // A count that would overflow becomes one that is refused.
     : ByteRun(units, checkedLength(count > ~0ul / 2 ? ~0ul : count * 2), true)
 {
 }

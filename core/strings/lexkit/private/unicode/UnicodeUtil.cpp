@@ -11,6 +11,7 @@ namespace lexkit_private {
 
 namespace {
 
+// As much as a length byte can say.
 constexpr unsigned long kMaxPascalStringLength = 255;
 
 struct Procedures {
@@ -22,6 +23,7 @@ struct Procedures {
     bool operator==(const Procedures&) const = default;
 };
 
+// Of the process, without a lock: they are set before other threads use the library.
 Procedures gProcedures;
 UnicodeUtil::CompareProc gCompare = UnicodeUtil::DefaultCompareProc;
 std::optional<lexkit::EncodingInfo> gDefaultEncoding;
@@ -40,6 +42,7 @@ void UnicodeUtil::SetConversionProcs(ToUnicodeSizeProc toUnicodeSize,
     ConvertFromUnicodeProc convertFromUnicode)
 {
     const Procedures defaults;
+    // Each falls back by itself, so that a caller may replace one direction only.
     gProcedures = {toUnicodeSize ? toUnicodeSize : defaults.toUnicodeSize,
         convertToUnicode ? convertToUnicode : defaults.convertToUnicode,
         fromUnicodeSize ? fromUnicodeSize : defaults.fromUnicodeSize,
@@ -105,8 +108,11 @@ bool UnicodeUtil::StringToInteger(const unsigned short* units, unsigned long cou
     value = 0;
     if (count == 0)
         return false;
+    // Only the ASCII signs: others count as something that is no digit.
     const bool isNegative = units[0] == u'-';
     const unsigned long start = isNegative || units[0] == u'+' ? 1 : 0;
+    // Unsigned, because a number that is too large wraps around, which is defined for this type
+    // alone.
     unsigned long magnitude = 0;
     bool areAllDigits = true;
     for (unsigned long at = start; at < count; ++at) {
@@ -134,6 +140,7 @@ void UnicodeUtil::StringToUnicode(const unsigned char* bytes,
     Buffer<unsigned short>& out,
     const lexkit::EncodingInfo* encoding)
 {
+    // Measured first: the procedures write into a room of known size and cannot make it grow.
     const unsigned long size = ToUnicodeSize(bytes, count, encoding);
     out.Clear();
     out.Grow(size);
@@ -168,6 +175,8 @@ unsigned long UnicodeUtil::UnicodeToCString(const unsigned short* units,
         &written,
         CheckForDefaultEncoding(encoding));
     buffer[written] = 0;
+    // Terminated before a failure is thrown: the text that fits is there for callers that ignore
+    // it.
     throwUnlessDone(status);
     return written;
 }

@@ -36,15 +36,18 @@ constexpr Lead leadOf(unsigned char byte)
 char32_t takeLong(const unsigned char*& at, const unsigned char* end)
 {
     const Lead lead = leadOf(*at);
+    // The more bytes follow, the fewer bits the lead byte has left.
     char32_t scalar = *at++ & (0x3Fu >> lead.following);
     if (lead.following == 0)
         return kReplacement;
     unsigned char low = lead.low;
     unsigned char high = lead.high;
     for (unsigned char left = lead.following; left > 0; --left) {
+        // The byte that does not fit is not consumed: it may begin the next character.
         if (at == end || *at < low || *at > high)
             return kReplacement;
         scalar = (scalar << 6) | (*at++ & 0x3Fu);
+        // Only the first of the following bytes has a narrower range.
         low = 0x80;
         high = 0xBF;
     }
@@ -68,6 +71,7 @@ char32_t takeUnits(const unsigned short*& at, const unsigned short* end)
         return isLowSurrogate(unit) ? U'?' : char32_t{unit};
     if (at == end || !isLowSurrogate(*at))
         return U'?';
+    // Ten bits from each half, counted from U+10000.
     return kFirstPaired + ((unit & 0x3FFu) << 10) + (*at++ & 0x3FFu);
 }
 
@@ -120,6 +124,7 @@ unsigned long decodeUtf8(
             units[written++] = static_cast<unsigned short>(scalar);
             continue;
         }
+        // Half a pair would be worse than nothing.
         if (capacity - written < 2)
             break;
         units[written++] = static_cast<unsigned short>(0xD800 + ((scalar - kFirstPaired) >> 10));
@@ -145,6 +150,7 @@ unsigned long encodeUtf8(
     while (units != end) {
         const char32_t scalar = takeUnits(units, end);
         const unsigned long size = encodedSize(scalar);
+        // A character is never cut: the rest of the text is.
         if (capacity - written < size)
             break;
         writeScalar(scalar, size, bytes + written);
