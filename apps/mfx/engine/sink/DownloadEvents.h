@@ -93,6 +93,9 @@ struct DownloadSummary {
 
 class DownloadEvents {
 public:
+    // Faces are made by choice at run time and owned through this interface.
+    virtual ~DownloadEvents() = default;
+
     virtual void source(const std::string& name, std::size_t items, std::uint64_t bytes) = 0;
     virtual void item(const ItemEvent& event) = 0;
     virtual void message(const std::string& title, const std::string& text) = 0;
@@ -105,9 +108,6 @@ public:
     virtual bool isHeard() const { return true; }
     virtual void progress(const ProgressEvent& event) = 0;
     virtual void summary(const DownloadSummary& summary) = 0;
-
-protected:
-    ~DownloadEvents() = default;
 };
 
 } // namespace mfx
