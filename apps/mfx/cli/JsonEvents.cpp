@@ -44,6 +44,19 @@ const char* phaseWord(ProgressPhase phase)
     return "copy";
 }
 
+std::string_view kindWord(const PassedOver& entry)
+{
+    switch (entry.kind) {
+    case PassedOverKind::kNotHandled:
+        break;
+    case PassedOverKind::kEmptyFile:
+        return "empty file";
+    case PassedOverKind::kNotAskedFor:
+        return "not asked for";
+    }
+    return reasonWord(entry.reason);
+}
+
 Json orNull(const std::optional<std::string>& text)
 {
     return text ? Json(*text) : Json(nullptr);
@@ -61,7 +74,7 @@ Json passedOverList(const DownloadSummary& summary)
 {
     Json list = Json::array();
     for (const PassedOver& entry : summary.passedOver)
-        list.push_back({{"kind", entry.kind}, {"count", entry.count}, {"names", entry.names}});
+        list.push_back({{"kind", kindWord(entry)}, {"count", entry.count}, {"names", entry.names}});
     return list;
 }
 

@@ -88,13 +88,10 @@ void DownloadAccount::listPassedOver()
         list.add(m_card, entry);
     for (const MediaItem& item : m_card.items) {
         if (item.status.size == 0)
-            list.add("empty file",
-                text("$$$/Mfx/Verdict/EmptyFile=files without bytes"),
-                Pt::displayName(m_card.pathBelow(item)));
+            list.add(PassedOverKind::kEmptyFile, Pt::displayName(m_card.pathBelow(item)));
     }
     for (const std::string& name : m_card.leftOut)
-        list.add(
-            "not asked for", text("$$$/Mfx/Verdict/LeftOut=not asked for"), Pt::displayName(name));
+        list.add(PassedOverKind::kNotAskedFor, Pt::displayName(name));
     summary.passedOver = list.take();
 }
 

@@ -40,10 +40,17 @@ struct ProgressEvent {
     std::optional<double> secondsLeft; // as it goes now; nothing while nothing moves
 };
 
-// What is on the card and was not taken, or must stay on it, and would be missed.
+enum class PassedOverKind : std::uint8_t {
+    kNotHandled, // not taken by the scan, for a reason of its own
+    kEmptyFile, // saved, but without bytes: what should be in it may still be on the card
+    kNotAskedFor, // left out by the choice of names
+};
+
+// What is on the card and was not taken, or must stay on it, and would be missed. Each face has
+// words of its own for the kinds.
 struct PassedOver {
-    std::string kind; // a word for programs
-    std::string label; // the same for people
+    PassedOverKind kind = PassedOverKind::kNotHandled;
+    NotHandledReason reason = NotHandledReason::kOther; // of kNotHandled
     std::size_t count = 0;
     std::vector<std::string> names; // the first few; paths on the card
 };

@@ -61,6 +61,20 @@ TEST(JsonEventsTest, HasAWordForEveryPhase)
     EXPECT_THAT(words, ElementsAre("copy", "prove", "backup", "convert", "delete"));
 }
 
+TEST(JsonEventsTest, HasAWordForEveryKindThatStaysOnTheCard)
+{
+    DownloadSummary summary;
+    summary.passedOver = {{PassedOverKind::kNotHandled, NotHandledReason::kLink, 7, {"a", "b"}},
+        {PassedOverKind::kEmptyFile, NotHandledReason::kOther, 1, {"c"}},
+        {PassedOverKind::kNotAskedFor, NotHandledReason::kOther, 1, {"d"}}};
+    JsonEvents events(Answering::kAsk, 0ms);
+    const auto reported = reportedBy([&] { events.summary(summary); });
+    EXPECT_EQ(reported.at(0)["passed_over"],
+        Json::parse(R"([{"kind":"symbolic link","count":7,"names":["a","b"]},
+            {"kind":"empty file","count":1,"names":["c"]},
+            {"kind":"not asked for","count":1,"names":["d"]}])"));
+}
+
 TEST(JsonEventsTest, TellsNoProgressOfAShortRun)
 {
     JsonEvents events(Answering::kAsk, 1h);
