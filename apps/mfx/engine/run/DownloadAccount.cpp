@@ -50,7 +50,7 @@ void DownloadAccount::countMember(
     const GroupWork& work, const MemberWork& member, const ItemEvent& event)
 {
     if (!work.failed) {
-        ++(member.stoodThere ? summary.existing : summary.saved);
+        ++(member.alreadyPresent() ? summary.existing : summary.saved);
         if (work.date.source == DateSource::kFileTime)
             ++summary.datedByFile;
     }

@@ -21,9 +21,9 @@ constexpr std::size_t kMaxFolderLength = 259 - std::size("/.mfxdownload/4194304-
 // Nothing is to be copied: the names are those of the files that stand there.
 void settle(GroupWork& work, const std::function<std::string(std::size_t member)>& nameOf)
 {
-    work.stoodThere = true;
+    work.alreadyPresent = true;
     for (std::size_t i = 0; i < work.members.size(); ++i) {
-        work.members[i].stoodThere = true;
+        work.members[i].state = MemberState::kAlreadyPresent;
         work.members[i].finalName = nameOf(i);
     }
 }
@@ -205,7 +205,7 @@ void GroupStager::copyMembers(GroupWork& work)
             return;
         }
         work.members[i].digest = result.digest;
-        work.members[i].isStaged = true;
+        work.members[i].state = MemberState::kStaged;
     }
 }
 

@@ -68,9 +68,24 @@ TEST_F(GroupPlacerTest, MakesNoTwinOfTheSameBytesThatAppearMeanwhile)
     place(*work);
     dropItemFolder(*work);
     EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
-    EXPECT_TRUE(work->members[0].isPlaced);
-    EXPECT_FALSE(work->members[1].isPlaced);
-    EXPECT_TRUE(work->members[1].stoodThere);
+    EXPECT_TRUE(work->members[0].isPlaced());
+    EXPECT_TRUE(work->members[1].alreadyPresent());
+}
+
+TEST_F(GroupPlacerTest, TakesTheStagedCopyWhenBytesThatAppearedGoAwayAgain)
+{
+    addPair();
+    const auto work = stageOne();
+    target.add("IMG_1.JPG", "jpeg");
+    decideNames(*work);
+    EXPECT_TRUE(work->members[1].alreadyPresent());
+    std::filesystem::remove(target.path("IMG_1.JPG"));
+    decideNames(*work);
+    EXPECT_EQ(work->members[1].state, MemberState::kStaged);
+    place(*work);
+    dropItemFolder(*work);
+    EXPECT_FALSE(work->failed);
+    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
 }
 
 TEST_F(GroupPlacerTest, TakesAllBackWhenOneMemberCannotBeMoved)
@@ -82,7 +97,7 @@ TEST_F(GroupPlacerTest, TakesAllBackWhenOneMemberCannotBeMoved)
     place(*work);
     EXPECT_TRUE(work->failed);
     for (const MemberWork& member : work->members) {
-        EXPECT_FALSE(member.isPlaced);
+        EXPECT_EQ(member.state, MemberState::kStaged);
         EXPECT_THAT(member.error, HasSubstr("No such file"));
     }
     EXPECT_EQ(bytesOf(work->itemFolder + "/IMG_1.CR2"), "raw");
@@ -110,14 +125,14 @@ TEST_F(GroupPlacerTest, SavesTheSameBytesFromTwoFoldersOnce)
 {
     card.add("100/IMG_1.JPG", "same");
     card.add("101/IMG_1.JPG", "same");
-    std::vector<bool> stood;
+    std::vector<bool> present;
     for (const auto& work : stageAll()) {
         decideNames(*work);
         place(*work);
         dropItemFolder(*work);
-        stood.push_back(work->members[0].stoodThere);
+        present.push_back(work->members[0].alreadyPresent());
     }
-    EXPECT_THAT(stood, ElementsAre(false, true));
+    EXPECT_THAT(present, ElementsAre(false, true));
     EXPECT_THAT(saved(), ElementsAre("IMG_1.JPG"));
 }
 
@@ -126,7 +141,7 @@ TEST_F(GroupPlacerTest, CompletesAGroupOfWhichAPartStands)
     addPair();
     target.add("IMG_1.CR2", "raw");
     const auto work = stageOne();
-    EXPECT_FALSE(work->members[0].isStaged);
+    EXPECT_EQ(work->members[0].state, MemberState::kPlanned);
     decideNames(*work);
     place(*work);
     dropItemFolder(*work);
