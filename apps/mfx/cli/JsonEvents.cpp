@@ -91,7 +91,7 @@ Json notHandledCounts(const DownloadSummary& summary)
 void JsonEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
 {
     Pt::Locked locked(m_lock);
-    m_told = Clock::now();
+    m_lastReport = Clock::now();
     printJson({{"event", "source"}, {"name", name}, {"items", items}, {"bytes", bytes}});
 }
 
@@ -130,11 +130,11 @@ void JsonEvents::progress(const ProgressEvent& event)
 {
     Pt::Locked locked(m_lock);
     const auto now = Clock::now();
-    const bool isLast = m_toldAny && event.itemsDone == event.itemsTotal;
-    if (m_told && now - *m_told < m_pause && !isLast)
+    const bool isLast = m_hasReported && event.itemsDone == event.itemsTotal;
+    if (m_lastReport && now - *m_lastReport < m_pause && !isLast)
         return;
-    m_told = now;
-    m_toldAny = true;
+    m_lastReport = now;
+    m_hasReported = true;
     printJson({{"event", "progress"},
         {"items", event.itemsDone},
         {"of", event.itemsTotal},

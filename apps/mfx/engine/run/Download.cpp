@@ -81,7 +81,7 @@ DownloadSummary Download::run()
     m_events.source(m_request.sourceName, m_card.items.size(), m_account.bytesOnCard());
     warnOfPlaces();
     {
-        const Ticker ticker(kProgressPause, [this] { tellProgress(); });
+        const Ticker ticker(kProgressPause, [this] { reportProgress(); });
         m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
         m_nextNumber = firstNumber();
         runGroups();
@@ -91,7 +91,7 @@ DownloadSummary Download::run()
         m_folders.leave();
         m_places.leave();
     }
-    tellProgress();
+    reportProgress();
     m_account.summary.placeUnusable = m_account.summary.placeUnusable
         || (m_targetRefused && m_account.summary.saved + m_account.summary.existing == 0);
     m_account.summary.interrupted = m_account.summary.interrupted || m_request.wasInterrupted();
@@ -153,7 +153,7 @@ void Download::runGroups()
             return;
         }
         const std::unique_ptr<GroupWork> work = stager.take();
-        tellRestored();
+        reportRestored();
         if (work->problem == Pt::CopyProblem::kCancelled) {
             dropItemFolder(*work);
             m_account.summary.interrupted = true;
@@ -169,7 +169,7 @@ void Download::runGroups()
     m_account.summary.interrupted = m_request.wasInterrupted();
 }
 
-void Download::tellRestored()
+void Download::reportRestored()
 {
     for (const std::string& path : m_folders.takeRestored()) {
         m_putBack.insert(path);
@@ -292,7 +292,7 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
             noteNoDNG(events[i],
                 text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
                      "not installed"));
-            events[i].isToldAlready = events[i].status == ItemStatus::kDNGFailed;
+            events[i].alreadyReported = events[i].status == ItemStatus::kDNGFailed;
             continue;
         }
         const auto lost = lostPlace(work);
@@ -473,7 +473,7 @@ std::string Download::deviceName(std::uint32_t item) const
     return GroupTarget({}, name.substr(0, stem), {extension}).fileName(0, 0);
 }
 
-void Download::tellProgress()
+void Download::reportProgress()
 {
     m_events.progress(m_progress.event());
 }

@@ -10,7 +10,7 @@ namespace mfx {
 
 namespace {
 
-constexpr std::size_t kToldNotSafe = 50; // the rest is counted
+constexpr std::size_t kReportedNotSafe = 50; // the rest is counted
 
 } // namespace
 
@@ -104,7 +104,7 @@ void DownloadAccount::addUnsafe(const std::string& name, const std::string& reas
 
 void DownloadAccount::addNotSafe(const std::string& name, const std::string& reason)
 {
-    if (summary.notSafe.size() < kToldNotSafe)
+    if (summary.notSafe.size() < kReportedNotSafe)
         summary.notSafe.push_back({name, reason});
 }
 

@@ -152,7 +152,7 @@ bool GroupStager::settleNumbered(GroupWork& work) const
     const auto stem = findNumberedCopies(work, m_plan.rules.rename->numberMatcher(fields));
     if (stem)
         settle(work, [&](std::size_t i) { return nameWithStem(work, i, *stem); });
-    tellCompared(work);
+    reportCompared(work);
     return stem.has_value();
 }
 
@@ -161,7 +161,7 @@ TargetSpot GroupStager::spotOf(GroupWork& work) const
 {
     if (!m_plan.rules.useNumbers()) {
         const TargetSpot spot = findSpot(work);
-        tellCompared(work);
+        reportCompared(work);
         return spot;
     }
     TargetSpot anywhere;
@@ -210,7 +210,7 @@ void GroupStager::copyMembers(GroupWork& work)
 }
 
 // What was read to be compared came off the card as well.
-void GroupStager::tellCompared(const GroupWork& work) const
+void GroupStager::reportCompared(const GroupWork& work) const
 {
     for (const MemberWork& member : work.members)
         if (member.digest)

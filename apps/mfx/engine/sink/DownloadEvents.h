@@ -27,7 +27,7 @@ struct ItemEvent {
     std::optional<std::string> dng; // path
     ItemStatus status = ItemStatus::kPending;
     std::optional<std::string> error;
-    bool isToldAlready = false; // the error: it is the same for many and was told at the start
+    bool alreadyReported = false; // the error: it is the same for many and was told at the start
 };
 
 struct ProgressEvent {
