@@ -1,5 +1,6 @@
 #include "mfx/engine/saving/PlaceWatch.h"
 
+#include "mfx/engine/saving/FolderStatus.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileStatus.h"
 #include "platform/common/files/FileSystemFacts.h"
@@ -36,12 +37,6 @@ bool stands(const std::string& path)
 {
     std::error_code error;
     return Pt::fileStatus(path, error).has_value();
-}
-
-std::optional<Pt::FileStatus> folderStatus(const std::string& path)
-{
-    std::error_code error;
-    return Pt::fileStatus(path + "/.", error);
 }
 
 Pt::HeldFolder held(const std::string& path)
