@@ -24,11 +24,6 @@ protected:
         card.add("IMG_1.CR2", "raw");
         card.add("IMG_1.JPG", "jpeg");
     }
-    std::vector<std::string> saved()
-    {
-        folders.leave();
-        return namesBelow(target.path());
-    }
 };
 
 TEST_F(GroupPlacerTest, MovesAGroupIntoPlaceAndLeavesNothingBehind)
@@ -40,7 +35,7 @@ TEST_F(GroupPlacerTest, MovesAGroupIntoPlaceAndLeavesNothingBehind)
     place(*work);
     dropItemFolder(*work);
     EXPECT_FALSE(work->failed);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
     EXPECT_EQ(bytesOf(target.path("IMG_1.CR2")), "raw");
 }
 
@@ -53,7 +48,7 @@ TEST_F(GroupPlacerTest, TakesAnotherNumberWhenANameIsTakenAtTheLastMoment)
     place(*work);
     dropItemFolder(*work);
     EXPECT_FALSE(work->failed);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1-1.CR2", "IMG_1-1.JPG", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1-1.CR2", "IMG_1-1.JPG", "IMG_1.JPG"));
     EXPECT_EQ(bytesOf(target.path("IMG_1.JPG")), "somebody else's");
     EXPECT_EQ(bytesOf(target.path("IMG_1-1.JPG")), "jpeg");
     EXPECT_THAT(finalNames(*work), ElementsAre("IMG_1-1.CR2", "IMG_1-1.JPG"));
@@ -67,7 +62,7 @@ TEST_F(GroupPlacerTest, MakesNoTwinOfTheSameBytesThatAppearMeanwhile)
     target.add("IMG_1.JPG", "jpeg");
     place(*work);
     dropItemFolder(*work);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
     EXPECT_TRUE(work->members[0].isPlaced());
     EXPECT_TRUE(work->members[1].alreadyPresent());
 }
@@ -85,7 +80,7 @@ TEST_F(GroupPlacerTest, TakesTheStagedCopyWhenBytesThatAppearedGoAwayAgain)
     place(*work);
     dropItemFolder(*work);
     EXPECT_FALSE(work->failed);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
 }
 
 TEST_F(GroupPlacerTest, TakesAllBackWhenOneMemberCannotBeMoved)
@@ -102,7 +97,7 @@ TEST_F(GroupPlacerTest, TakesAllBackWhenOneMemberCannotBeMoved)
     }
     EXPECT_EQ(bytesOf(work->itemFolder + "/IMG_1.CR2"), "raw");
     dropItemFolder(*work);
-    EXPECT_THAT(saved(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
     EXPECT_EQ(bytesOf(card.path("IMG_1.CR2")), "raw");
 }
 
@@ -116,7 +111,7 @@ TEST_F(GroupPlacerTest, NumbersTwinsFromSeveralFolders)
         place(*work);
         dropItemFolder(*work);
     }
-    EXPECT_THAT(saved(), ElementsAre("IMG_1-1.JPG", "IMG_1-2.JPG", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1-1.JPG", "IMG_1-2.JPG", "IMG_1.JPG"));
     EXPECT_EQ(bytesOf(target.path("IMG_1.JPG")), "first");
     EXPECT_EQ(bytesOf(target.path("IMG_1-2.JPG")), "third");
 }
@@ -133,7 +128,7 @@ TEST_F(GroupPlacerTest, SavesTheSameBytesFromTwoFoldersOnce)
         present.push_back(work->members[0].alreadyPresent());
     }
     EXPECT_THAT(present, ElementsAre(false, true));
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.JPG"));
 }
 
 TEST_F(GroupPlacerTest, CompletesAGroupOfWhichAPartStands)
@@ -146,7 +141,7 @@ TEST_F(GroupPlacerTest, CompletesAGroupOfWhichAPartStands)
     place(*work);
     dropItemFolder(*work);
     EXPECT_FALSE(work->failed);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
 }
 
 TEST_F(GroupPlacerTest, GivesUpWhenTheStandingPartGoesAway)
@@ -161,7 +156,7 @@ TEST_F(GroupPlacerTest, GivesUpWhenTheStandingPartGoesAway)
     EXPECT_THAT(work->members[1].error, HasSubstr("IMG_1.CR2 belongs to it"));
     place(*work);
     dropItemFolder(*work);
-    EXPECT_THAT(saved(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupPlacerTest, PreviewsTheNamesThatItGives)
@@ -177,7 +172,7 @@ TEST_F(GroupPlacerTest, PreviewsTheNamesThatItGives)
         previewNames(*work);
         previewed.push_back(finalNames(*work));
     }
-    EXPECT_THAT(saved(), ElementsAre("IMG_2.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_2.JPG"));
     dryRun = false;
     FinalFolders afresh(target.path(), places);
     std::vector<std::vector<std::string>> given;

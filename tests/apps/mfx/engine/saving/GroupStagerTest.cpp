@@ -26,11 +26,6 @@ protected:
         for (int i = 0; i < count; ++i)
             card.add("IMG_" + std::to_string(1000 + i) + ".JPG", "photo " + std::to_string(i));
     }
-    std::vector<std::string> leftBehind()
-    {
-        folders.leave();
-        return namesBelow(target.path());
-    }
 };
 
 TEST_F(GroupStagerTest, MakesProvenCopiesInTheOrderOfTheGroups)
@@ -108,7 +103,7 @@ TEST_F(GroupStagerTest, LeavesNothingOfGroupsThatNobodyTook)
         const auto work = stager.take();
         folders.open("").work.dropItemFolder(work->itemFolder);
     }
-    EXPECT_THAT(leftBehind(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupStagerTest, StopsAtAnyMoment)
@@ -127,7 +122,7 @@ TEST_F(GroupStagerTest, StopsAtAnyMoment)
         stager.reset();
         fresh.leave();
     }
-    EXPECT_THAT(leftBehind(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupStagerTest, KeepsNobodyWaitingOnceItWasStopped)
@@ -162,7 +157,7 @@ TEST_F(GroupStagerTest, GivesUpCopiesInHandWhenItShouldStop)
         EXPECT_EQ(work->problem, Pt::CopyProblem::kCancelled);
         work->folder->work.dropItemFolder(work->itemFolder);
     }
-    EXPECT_THAT(leftBehind(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupStagerTest, CopiesNothingThatStandsThere)
