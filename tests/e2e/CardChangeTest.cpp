@@ -6,12 +6,7 @@ namespace e2e {
 
 class CardChangeTest : public PlaceTest {
 protected:
-    void SetUp() override
-    {
-        PlaceTest::SetUp();
-        if (!IsSkipped())
-            addPictures(60, 5'000);
-    }
+    void arrange() override { addPictures(60, 5'000); }
 
     RunResult saveWhile(const std::function<void()>& happening)
     {

@@ -12,11 +12,8 @@ namespace e2e {
 
 class DeletionWordsTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
         addPicture("A.JPG", std::string(600'000, 'a'));
         addPicture("B.JPG", std::string(600'000, 'b'));
     }

@@ -11,15 +11,10 @@ namespace e2e {
 
 class ForeignFileTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
-        fs::create_directories(target());
-        fs::create_directories(backup());
+        addTwoPictures();
+        makePlaces();
     }
 
     // Runs that are killed before one call after the other, in a backup folder as it was, until one

@@ -7,15 +7,10 @@ namespace e2e {
 
 class LastLookTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
-        fs::create_directories(target());
-        fs::create_directories(backup());
+        addTwoPictures();
+        makePlaces();
     }
 
     // Answers yes after something has happened.
@@ -142,8 +137,7 @@ TEST_F(LastLookTest, KeepsTheOriginalWhoseBackupChanged)
             expectAKept(result);
             fs::remove_all(target());
             fs::remove_all(backup());
-            addPicture("A.JPG", "photo a");
-            addPicture("B.JPG", "photo b");
+            addTwoPictures();
         }
     }
 }

@@ -1,5 +1,7 @@
 #include "e2e/LiveRun.h"
 
+#include "support/ProgramWords.h"
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -17,15 +19,6 @@ namespace {
 
 constexpr int kPage = 4096; // the least that a pipe holds
 constexpr int kLimit = 60'000; // milliseconds
-
-std::vector<char*> pointersTo(std::vector<std::string>& words)
-{
-    std::vector<char*> pointers;
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 } // namespace
 
@@ -65,10 +58,8 @@ void LiveRun::become(std::vector<std::string>& words, int out, const LiveSetting
     ::close(terminal);
     if (settings.inChild)
         settings.inChild();
-    std::vector<std::string> variables;
-    for (const auto& [name, value] : settings.environment)
-        variables.push_back(name + '=' + value);
-    ::execve(words[0].c_str(), pointersTo(words).data(), pointersTo(variables).data());
+    std::vector<std::string> variables = test::assignments(settings.environment);
+    ::execve(words[0].c_str(), test::pointersTo(words).data(), test::pointersTo(variables).data());
     ::_exit(127);
 }
 

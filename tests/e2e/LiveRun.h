@@ -6,7 +6,6 @@
 #include "e2e/MfxRun.h"
 
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -16,7 +15,7 @@ namespace e2e {
 
 // What the program finds when it starts.
 struct LiveSettings {
-    std::map<std::string, std::string> environment;
+    test::Variables environment;
     bool hasTerminal = false; // for its input and its messages; standard output stays ours
     std::function<void()> inChild; // right before the program; must not allocate much
 };

@@ -14,14 +14,10 @@ protected:
     static constexpr int kPictures = 60;
     static constexpr std::uint64_t kDisk = 64 << 20;
 
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
         addPictures(kPictures, 5'000);
-        fs::create_directories(target());
-        fs::create_directories(backup());
+        makePlaces();
     }
 
     // The run waits behind the first items that it told of, then something happens.
@@ -206,11 +202,8 @@ TEST_F(LostDiskTest, KeepsOriginalsThatTheCardStopsToGive)
 
 class UnmountedDiskTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
         addPicture("A.JPG", "photo a");
         m_mounts.emplace("/mnt", 8 << 20);
     }

@@ -81,37 +81,30 @@ Json RunResult::item(const std::string& deviceName) const
     return Json::object();
 }
 
+test::Variables plainEnvironment(const fs::path& root)
+{
+    test::Variables variables{{"HOME", root / "home"},
+        {"XDG_RUNTIME_DIR", root / "run"},
+        {"TMPDIR", root / "run"},
+        {"PATH", "/usr/bin:/bin"},
+        {"LC_ALL", "C.UTF-8"},
+        {"QT_QPA_PLATFORM", "offscreen"}};
+    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
+        if (const char* value = std::getenv(inherited))
+            variables[inherited] = value;
+    return variables;
+}
+
 void MfxTest::SetUp()
 {
-    std::string name = (fs::temp_directory_path() / "mfx-e2e-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    m_root = fs::canonical(name);
-    fs::permissions(m_root, fs::perms::all);
-    std::string device = "/dev/shm/mfx-e2e-XXXXXX"; // copies on the card's own device are no proof
-    ASSERT_NE(::mkdtemp(device.data()), nullptr);
-    m_device = device;
-    fs::permissions(m_device, fs::perms::all);
+    for (const fs::path& folder : {m_root, m_device})
+        fs::permissions(folder, fs::perms::all); // some runs are those of an ordinary user
     fs::create_directories(card() / "DCIM/100MFX");
     for (const char* folder : {"data", "home", "run"})
         fs::create_directories(m_root / folder);
     fs::permissions(m_root / "run", fs::perms::owner_all);
     fs::permissions(data(), fs::perms::all);
-    m_environment = {{"HOME", m_root / "home"},
-        {"XDG_RUNTIME_DIR", m_root / "run"},
-        {"PATH", "/usr/bin:/bin"},
-        {"LC_ALL", "C.UTF-8"},
-        {"QT_QPA_PLATFORM", "offscreen"},
-        {"TMPDIR", m_root / "run"}};
-    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
-        if (const char* value = std::getenv(inherited))
-            m_environment[inherited] = value;
-}
-
-void MfxTest::TearDown()
-{
-    std::error_code error;
-    fs::remove_all(m_root, error);
-    fs::remove_all(m_device, error);
+    m_environment = plainEnvironment(m_root);
 }
 
 fs::path MfxTest::addFile(const std::string& name, const std::string& content)
@@ -147,18 +140,9 @@ RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
         if (m_asOrdinaryUser
             && (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
             ::_exit(126);
-        std::vector<char*> argv;
-        for (std::string& word : words)
-            argv.push_back(word.data());
-        argv.push_back(nullptr);
-        std::vector<std::string> variables;
-        for (const auto& [name, value] : m_environment)
-            variables.push_back(name + '=' + value);
-        std::vector<char*> envp;
-        for (std::string& variable : variables)
-            envp.push_back(variable.data());
-        envp.push_back(nullptr);
-        ::execve(argv[0], argv.data(), envp.data());
+        std::vector<std::string> variables = test::assignments(m_environment);
+        ::execve(
+            words[0].c_str(), test::pointersTo(words).data(), test::pointersTo(variables).data());
         ::_exit(127);
     }
     ::close(out.ends[1]);
@@ -232,8 +216,7 @@ std::map<std::string, std::string> MfxTest::filesIn(const fs::path& folder)
 
 std::string MfxTest::contentOf(const fs::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return test::read(path);
 }
 
 void MfxTest::expectNoLeftovers() const

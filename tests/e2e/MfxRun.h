@@ -2,6 +2,9 @@
 // folder and a home, and an environment in which nothing of the user's own is seen.
 #pragma once
 
+#include "core/platform/TestFolder.h"
+#include "support/ProgramWords.h"
+
 #include <filesystem>
 #include <map>
 #include <string>
@@ -27,10 +30,13 @@ struct RunResult {
     Json item(const std::string& deviceName) const;
 };
 
+// Of a program that is to see nothing of the user's own: home and temporary files lie in the
+// folders "home" and "run" of `root`, and the sanitizers are told what this process was told.
+test::Variables plainEnvironment(const fs::path& root);
+
 class MfxTest : public ::testing::Test {
 protected:
     void SetUp() override;
-    void TearDown() override;
 
     // Paths below the test's own tree.
     fs::path root() const { return m_root; }
@@ -70,7 +76,7 @@ protected:
 
     // For runs that a test starts by itself.
     const fs::path& program() const { return m_program; }
-    const std::map<std::string, std::string>& environment() const { return m_environment; }
+    const test::Variables& environment() const { return m_environment; }
 
     // As which user; root passes every permission.
     void asOrdinaryUser(bool yes) { m_asOrdinaryUser = yes; }
@@ -85,11 +91,13 @@ protected:
 private:
     void makeOwnTree();
 
-    fs::path m_root;
-    fs::path m_device;
+    const test::TestFolder m_rootFolder;
+    const test::TestFolder m_deviceFolder{"/dev/shm"}; // copies on the card's device are no proof
+    const fs::path m_root{fs::canonical(m_rootFolder.path())};
+    const fs::path m_device{m_deviceFolder.path()};
     fs::path m_program{MFX_PROGRAM};
     fs::path m_workingFolder;
-    std::map<std::string, std::string> m_environment;
+    test::Variables m_environment;
     bool m_asOrdinaryUser = false;
 };
 

@@ -27,6 +27,21 @@ protected:
         }
         MfxTest::SetUp();
         test::enterOwnMounts();
+        arrange();
+    }
+
+    // What each test of a fixture finds. Not called where its tests are skipped.
+    virtual void arrange() { }
+
+    void addTwoPictures()
+    {
+        addPicture("A.JPG", "photo a");
+        addPicture("B.JPG", "photo b");
+    }
+    void makePlaces() const
+    {
+        fs::create_directories(target());
+        fs::create_directories(backup());
     }
 
     fs::path view(const std::string& name) const { return root() / "views" / name; }

@@ -6,13 +6,9 @@ namespace e2e {
 
 class OpenPromiseTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
+        addTwoPictures();
         fs::create_directories(beside());
     }
 

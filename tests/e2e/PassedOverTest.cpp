@@ -8,12 +8,7 @@ class PassedOverTest : public PlaceTest {
 protected:
     static constexpr char kPhoto[] = "\xFF\xD8\xFF\xE0 a photo";
 
-    void SetUp() override
-    {
-        PlaceTest::SetUp();
-        if (!IsSkipped())
-            addPicture("A.JPG", "photo a");
-    }
+    void arrange() override { addPicture("A.JPG", "photo a"); }
 
     void expectHoldsMore(const RunResult& result, const std::string& named)
     {

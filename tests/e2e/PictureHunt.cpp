@@ -6,7 +6,6 @@
 #include <iostream>
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 namespace e2e::hunt {
 
@@ -22,26 +21,16 @@ std::uint64_t chosen(const char* variable, std::uint64_t otherwise)
 class ConvertingTree {
 public:
     ConvertingTree();
-    ~ConvertingTree()
-    {
-        std::error_code ignored;
-        fs::remove_all(m_home, ignored);
-    }
-    ConvertingTree(const ConvertingTree&) = delete;
-    ConvertingTree& operator=(const ConvertingTree&) = delete;
 
     fs::path program() const { return m_home / "bin/mfx"; }
 
 private:
-    fs::path m_home;
+    const test::TestFolder m_folder;
+    const fs::path m_home{fs::canonical(m_folder.path())};
 };
 
 ConvertingTree::ConvertingTree()
 {
-    std::string name = (fs::temp_directory_path() / "mfx-tree-XXXXXX").string();
-    if (!::mkdtemp(name.data()))
-        throw std::runtime_error("mkdtemp " + name);
-    m_home = fs::canonical(name);
     const fs::path stage = fs::path(MFX_PROGRAM).parent_path().parent_path();
     const fs::path library = m_home / "Frameworks/ZQPluginSupport.framework";
     fs::create_directories(m_home / "bin");

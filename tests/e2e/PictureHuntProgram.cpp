@@ -42,15 +42,6 @@ Ends makeTerminal()
     return {master, slave};
 }
 
-std::vector<char*> pointersTo(std::vector<std::string>& words)
-{
-    std::vector<char*> pointers;
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 struct Standard {
     int in;
     int out;
@@ -69,14 +60,6 @@ struct Standard {
     ::_exit(127);
 }
 
-std::vector<std::string> assignments(const Variables& variables)
-{
-    std::vector<std::string> words;
-    for (const auto& [name, value] : variables)
-        words.push_back(name + '=' + value);
-    return words;
-}
-
 } // namespace
 
 HuntProgram::HuntProgram(
@@ -85,9 +68,9 @@ HuntProgram::HuntProgram(
     const Ends out = makePipe();
     const Ends err = hasTerminal ? makeTerminal() : makePipe();
     const int nothing = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    std::vector<std::string> environment = assignments(variables);
-    const std::vector<char*> argv = pointersTo(words);
-    const std::vector<char*> envp = pointersTo(environment);
+    std::vector<std::string> environment = test::assignments(variables);
+    const std::vector<char*> argv = test::pointersTo(words);
+    const std::vector<char*> envp = test::pointersTo(environment);
     m_id = ::fork();
     if (m_id == 0)
         become(argv.data(), envp.data(), {hasTerminal ? err.write : nothing, out.write, err.write});

@@ -3,9 +3,10 @@
 // It does not outlive the test. One thread.
 #pragma once
 
+#include "support/ProgramWords.h"
+
 #include <chrono>
 #include <csignal>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,7 @@
 
 namespace e2e::hunt {
 
-using Variables = std::map<std::string, std::string>;
+using test::Variables;
 
 class HuntProgram {
 public:

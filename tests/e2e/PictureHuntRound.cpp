@@ -1,5 +1,6 @@
 #include "e2e/PictureHuntRound.h"
 
+#include "e2e/MfxRun.h"
 #include "e2e/PictureHuntBlows.h"
 #include "e2e/PictureHuntJudge.h"
 
@@ -156,16 +157,8 @@ std::vector<std::string> Round::words() const
 Variables Round::variables(bool hasFault) const
 {
     const fs::path root = m_situation.world.root();
-    Variables variables{{"HOME", root / "home"},
-        {"XDG_RUNTIME_DIR", root / "run"},
-        {"TMPDIR", root / "run"},
-        {"PATH", "/usr/bin:/bin"},
-        {"LC_ALL", "C.UTF-8"},
-        {"QT_QPA_PLATFORM", "offscreen"},
-        {"CONVERSION_LOG", root / "run/conversion"}};
-    for (const char* inherited : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"})
-        if (const char* value = std::getenv(inherited))
-            variables[inherited] = value;
+    Variables variables = plainEnvironment(root);
+    variables["CONVERSION_LOG"] = root / "run/conversion";
     if (hasFault)
         variables.insert(m_fault.begin(), m_fault.end());
     return variables;

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 namespace e2e::hunt {
@@ -14,15 +13,6 @@ namespace {
 
 constexpr std::uint64_t kMemory = std::uint64_t{64} << 20U;
 constexpr std::uint64_t kImage = std::uint64_t{16} << 20U;
-
-fs::path makeRoot()
-{
-    std::string name = (fs::temp_directory_path() / "mfx-hunt-XXXXXX").string();
-    if (!::mkdtemp(name.data()))
-        throw std::runtime_error("mkdtemp " + name);
-    fs::permissions(name, fs::perms::all);
-    return fs::canonical(name);
-}
 
 template <typename Kind>
 Mounted held(const std::shared_ptr<Kind>& mount)
@@ -35,7 +25,7 @@ Mounted held(const std::shared_ptr<Kind>& mount)
 World::World()
 {
     test::enterOwnMounts();
-    m_root = makeRoot();
+    fs::permissions(m_root, fs::perms::all);
     for (const char* folder : {"home", "run"})
         fs::create_directory(m_root / folder);
     fs::permissions(m_root / "run", fs::perms::owner_all);
@@ -49,8 +39,6 @@ World::~World()
     m_steps.clear();
     m_floor.reset();
     m_disks.clear();
-    std::error_code ignored;
-    fs::remove_all(m_root, ignored);
 }
 
 Disk& World::addDisk(const std::string& name)

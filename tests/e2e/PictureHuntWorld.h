@@ -5,6 +5,7 @@
 // `world`. Steps are mounted in their order and can be put right again. One thread.
 #pragma once
 
+#include "core/platform/TestFolder.h"
 #include "support/Mounts.h"
 
 #include <cstddef>
@@ -92,7 +93,8 @@ private:
     Disk& addDisk(const std::string& name);
     Disk* find(const std::string& name);
 
-    fs::path m_root;
+    const test::TestFolder m_folder; // removed last, when nothing is mounted in it any more
+    const fs::path m_root{fs::canonical(m_folder.path())};
     std::list<Disk> m_disks;
     std::unique_ptr<test::BindMount> m_floor; // the house, as the program sees it
     std::vector<MountStep> m_steps;

@@ -9,15 +9,10 @@ namespace e2e {
 
 class PlaceAliasTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
-        fs::create_directories(target());
-        fs::create_directories(backup());
+        addTwoPictures();
+        makePlaces();
         fs::create_directories(branch());
     }
 
@@ -265,8 +260,7 @@ TEST_F(PlaceAliasTest, LosesNothingWhereThePoolOfTheCardHoldsTheTarget)
             for (const char* bytes : {"photo a", "photo b"})
                 EXPECT_GE(copies(bytes), 1U) << folder;
         }
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
+        addTwoPictures();
     }
 }
 
@@ -318,8 +312,7 @@ TEST_F(PlaceAliasTest, DeletesNothingWhereACopyIsALinkToTheOriginal)
         fs::remove_all(backup());
         for (const fs::path& again : {target(), backup()})
             fs::create_directories(again);
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
+        addTwoPictures();
     }
 }
 
@@ -365,8 +358,7 @@ TEST_F(PlaceAliasTest, LosesNothingWhereADeletionIsKilled)
 {
     bool isThrough = false;
     for (int call = 1; call < 60 && !isThrough; ++call) {
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
+        addTwoPictures();
         setVariable("LD_PRELOAD", FAULT_SHIM);
         setVariable("FAULT_ROOT", card());
         setVariable("FAULT_ONLY", "rename,renameat2,unlink,mkdir,rmdir,link");

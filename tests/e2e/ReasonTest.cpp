@@ -8,15 +8,10 @@ namespace e2e {
 
 class ReasonTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
-        fs::create_directories(target());
-        fs::create_directories(backup());
+        addTwoPictures();
+        makePlaces();
         fs::create_directories(real());
     }
 
@@ -104,8 +99,7 @@ TEST_F(ReasonTest, NamesTheLetterThatATargetDoesNotTake)
         expectPromiseKept(result);
         fs::remove_all(real());
         fs::create_directories(real());
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
+        addTwoPictures();
     }
 }
 
@@ -142,8 +136,7 @@ TEST_F(ReasonTest, NamesTheLetterThatABackupDoesNotTake)
         fs::remove_all(real());
         fs::remove_all(target());
         fs::create_directories(real());
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
+        addTwoPictures();
     }
 }
 

@@ -13,11 +13,8 @@ namespace e2e {
 
 class RunEndsTest : public PlaceTest {
 protected:
-    void SetUp() override
+    void arrange() override
     {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
         addPictures(60, 5'000);
         m_originals = filesIn(pictures());
     }

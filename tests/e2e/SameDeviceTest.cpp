@@ -6,14 +6,7 @@ namespace e2e {
 
 class SameDeviceTest : public PlaceTest {
 protected:
-    void SetUp() override
-    {
-        PlaceTest::SetUp();
-        if (IsSkipped())
-            return;
-        addPicture("A.JPG", "photo a");
-        addPicture("B.JPG", "photo b");
-    }
+    void arrange() override { addTwoPictures(); }
 
     fs::path device() const { return card().parent_path(); }
     fs::path beside() const { return device() / "beside"; } // on the card's device, not below it

@@ -1,5 +1,7 @@
 #include "support/ChildProgram.h"
 
+#include "support/ProgramWords.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -33,15 +35,6 @@ using Clock = std::chrono::steady_clock;
     if (::write(STDERR_FILENO, reason, std::strlen(reason)) < 0)
         ::_exit(126);
     ::_exit(127);
-}
-
-std::vector<char*> pointersTo(std::vector<std::string>& words)
-{
-    std::vector<char*> pointers;
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 int millisecondsUntil(Clock::time_point deadline)

@@ -14,8 +14,13 @@ namespace test {
 class TestFolder {
 public:
     TestFolder()
+        : TestFolder(std::filesystem::temp_directory_path())
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "platform-XXXXXX").string();
+    }
+    // Below a folder of another device, say.
+    explicit TestFolder(const std::filesystem::path& above)
+    {
+        std::string pattern = (above / "test-XXXXXX").string();
         if (!::mkdtemp(pattern.data()))
             throw std::filesystem::filesystem_error("mkdtemp", pattern, std::error_code());
         m_path = pattern;

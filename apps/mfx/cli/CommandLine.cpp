@@ -224,7 +224,7 @@ std::vector<std::string> strangers(const CLI::App& app)
 
 // The parser complains of what is missing before it looks at what it did not expect. A mistyped
 // option is the reason more often than not, so that it is named first.
-int tellError(const CLI::App& app, const CLI::ParseError& error)
+int reportError(const CLI::App& app, const CLI::ParseError& error)
 {
     std::vector<std::string> words = strangers(app);
     const bool isOther = dynamic_cast<const CLI::RequiredError*>(&error) == nullptr
@@ -289,7 +289,7 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     try {
         app.parse(wordsOf(argc, argv));
     } catch (const CLI::ParseError& error) {
-        code = tellError(app, error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
+        code = reportError(app, error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
         return std::nullopt;
     }
     return line;

@@ -1,6 +1,7 @@
 #include "mfx/cli/Commands.h"
 #include "mfx/cli/JsonEvents.h"
 #include "mfx/cli/Places.h"
+#include "mfx/cli/RequestFromOptions.h"
 #include "mfx/cli/SourceArgument.h"
 #include "mfx/cli/TextEvents.h"
 #include "mfx/engine/run/Download.h"
@@ -38,67 +39,13 @@ void passOnMessage(QtMsgType, const QMessageLogContext&, const QString& text)
         std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
 }
 
-std::optional<int> previewSize(const std::string& word)
-{
-    if (word.empty())
-        return std::nullopt;
-    return word == "none" ? 0 : word == "medium" ? 1 : 2;
-}
-
-// Nothing: as remembered.
-std::optional<bool> choice(bool isWanted, bool isUndone)
-{
-    return isWanted || isUndone ? std::optional(isWanted) : std::nullopt;
-}
-
-Choices choicesOf(const CommandLine& line)
-{
-    Choices choices;
-    if (!line.backup.empty())
-        choices.backupFolder = absolutePath(line.backup);
-    choices.makesNoBackup = line.noBackup;
-    choices.deletesOriginals = line.deleteOriginals;
-    choices.opensBrowser = choice(line.open, line.noOpen);
-    choices.convertsToDNG = choice(line.dng, line.noDNG);
-    choices.dngPreview = previewSize(line.dngPreview);
-    choices.dngUncompressed = line.dngUncompressed;
-    choices.dngLinear = line.dngLinear;
-    choices.dngEmbedRaw = line.dngEmbedRaw;
-    return choices;
-}
-
-std::optional<std::string> storeOf(const CommandLine& line)
-{
-    if (line.preferences == "none")
-        return std::nullopt;
-    if (line.preferences.empty())
-        return SessionPreferences::userStoreFolder();
-    return SessionPreferences::storeFolderIn(absolutePath(line.preferences));
-}
-
-NamingRules rulesOf(const CommandLine& line)
-{
-    NamingRules rules;
-    try {
-        if (!line.rename.empty())
-            rules.rename = NamePattern(line.rename);
-        if (!line.subfolders.empty())
-            rules.subfolders = SubfolderPattern(line.subfolders);
-    } catch (const PatternError& error) {
-        throw CommandError(ExitCode::kUsage, error.what());
-    }
-    return rules;
-}
-
-std::unique_ptr<DownloadEvents, void (*)(DownloadEvents*)> makeEvents(const CommandLine& line)
+std::unique_ptr<DownloadEvents> makeEvents(const CommandLine& line)
 {
     // --yes answers only what was asked for on this command line, never a remembered choice.
     const auto answering = line.yes && line.deleteOriginals ? Answering::kYes : Answering::kAsk;
     if (line.json)
-        return {new JsonEvents(answering),
-            [](DownloadEvents* events) { delete static_cast<JsonEvents*>(events); }};
-    return {new TextEvents(line.quiet, line.dryRun, answering),
-        [](DownloadEvents* events) { delete static_cast<TextEvents*>(events); }};
+        return std::make_unique<JsonEvents>(answering);
+    return std::make_unique<TextEvents>(line.quiet, line.dryRun, answering);
 }
 
 // A folder of backups that was remembered may lie on a disk that is not there today: making it
@@ -118,40 +65,26 @@ public:
     explicit DownloadRun(const CommandLine& line)
         : m_line(line)
         , m_events(makeEvents(line))
+        , m_options(line)
+        , m_source(sourceArgument(line.source))
     {
-        m_request.rules = rulesOf(line);
-        m_request.dryRun = line.dryRun;
-        m_request.wasInterrupted = Pt::wasInterrupted;
-        m_request.target = absolutePath(line.target);
-        m_source = sourceArgument(line.source);
-        m_request.sourceName = m_source.name;
-        m_choices = choicesOf(line);
-        m_store = storeOf(line);
+        m_options.setSource(m_source.name);
     }
 
     ExitCode run(int argc, char** argv)
     {
-        requireUsablePlace(m_request.target, m_source.path, Purpose::kTarget);
-        if (m_choices.backupFolder)
-            requireUsablePlace(*m_choices.backupFolder, m_source.path, Purpose::kBackup);
+        requirePlaces();
         enterProgramFolder();
         makePlaces();
-        SessionPreferences session(kPreferenceLibrary, m_store, m_choices);
-        m_mayDelete = session.startedWhole();
-        if (!m_mayDelete)
-            m_events->message("",
-                text("$$$/Mfx/Download/PreferencesUnreadable=the preferences in %1 cannot be read: "
-                     "this run goes without them and deletes nothing",
-                    {Pt::displayName(*m_store)}));
-        m_request.backupFolder = session.backupFolder();
-        m_request.firstSequence = m_line.seqStart.value_or(session.firstSequence());
-        m_request.beginsAtFirst = m_line.seqStart.has_value();
-        requireRememberedBackup(m_line, m_request.backupFolder);
-        if (m_request.backupFolder)
-            requireUsablePlace(*m_request.backupFolder, m_source.path, Purpose::kBackup);
+        // Sets a variable of the process that the plug-in reads, and the store must be in place
+        // before the plug-in opens it: so this comes before Qt starts threads and the sink loads.
+        SessionPreferences session(
+            kPreferenceLibrary, m_options.storeFolder(), m_options.choices());
+        takeRemembered(session);
         qInstallMessageHandler(passOnMessage);
         const QApplication application(argc, argv);
-        std::setlocale(LC_NUMERIC, "C"); // sizes are written with points
+        // The application has set the locale of the user: sizes are written with points.
+        std::setlocale(LC_NUMERIC, "C");
         const DownloadSummary summary = downloadWithSink();
         const bool isRemembered =
             !m_line.remember || m_line.dryRun || rememberChoices(session, summary);
@@ -160,6 +93,16 @@ public:
     }
 
 private:
+    const DownloadRequest& request() const { return m_options.request(); }
+
+    // Before anything is made: a refused run leaves no folder behind.
+    void requirePlaces() const
+    {
+        requireUsablePlace(request().target, m_source.path, Purpose::kTarget);
+        if (const auto& backup = m_options.choices().backupFolder)
+            requireUsablePlace(*backup, m_source.path, Purpose::kBackup);
+    }
+
     static void enterProgramFolder()
     {
         // "../Frameworks" and "../shared_assets" lead from here, for us and for the plug-in.
@@ -171,12 +114,28 @@ private:
     {
         if (m_line.dryRun)
             return;
-        m_request.target = makePlace(m_request.target, Purpose::kTarget, m_line.makeFolders);
-        if (m_choices.backupFolder) {
-            m_choices.backupFolder =
-                makePlace(*m_choices.backupFolder, Purpose::kBackup, m_line.makeFolders);
-            Pt::removeStaleCopies(*m_choices.backupFolder);
+        const std::string target =
+            makePlace(request().target, Purpose::kTarget, m_line.makeFolders);
+        std::optional<std::string> backup = m_options.choices().backupFolder;
+        if (backup) {
+            backup = makePlace(*backup, Purpose::kBackup, m_line.makeFolders);
+            Pt::removeStaleCopies(*backup);
         }
+        m_options.setPlaces(target, backup);
+    }
+
+    void takeRemembered(const SessionPreferences& session)
+    {
+        if (!session.startedWhole())
+            m_events->message("",
+                text("$$$/Mfx/Download/PreferencesUnreadable=the preferences in %1 cannot be read: "
+                     "this run goes without them and deletes nothing",
+                    {Pt::displayName(*m_options.storeFolder())}));
+        m_options.addRemembered(
+            {session.startedWhole(), session.backupFolder(), session.firstSequence()});
+        requireRememberedBackup(m_line, request().backupFolder);
+        if (request().backupFolder)
+            requireUsablePlace(*request().backupFolder, m_source.path, Purpose::kBackup);
     }
 
     DownloadSummary downloadWithSink()
@@ -185,32 +144,41 @@ private:
         SinkSession sink(kPlugins + Pt::moduleFileName(kPlugin), *m_events);
         panel = std::make_unique<OptionsPanel>(QString::fromStdString(sink.panelFile()));
         sink.bindPanel(*panel);
-        if (panel->isChecked("savecopies_checkbox") != m_request.backupFolder.has_value())
-            throw SystemPartError(text("$$$/Mfx/System/PluginIgnoresBackup=the plug-in did not "
-                                       "take over the choice of a backup folder"));
-        m_request.wantsDNG = m_choices.convertsToDNG.value_or(false);
-        m_request.convertsToDNG = panel->isChecked("dng_checkbox");
-        // Never by a remembered choice alone.
-        m_request.deletesOriginals =
-            m_mayDelete && m_line.deleteOriginals && panel->isChecked("deletefiles_checkbox");
+        takePanel(*panel);
         const CardContents card = scanSource(m_source, m_line.only, !m_line.dryRun);
-        for (const std::string& path : card.putBack)
-            m_events->message("",
-                text("$$$/Mfx/Download/PutBackOnCard=put back on the card after an earlier run was "
-                     "cut off: %1",
-                    {Pt::displayName(path)}));
+        reportPutBack(card);
         requireSpace(card);
         try {
-            return Download(m_request, card, sink, *m_events).run();
+            return Download(request(), card, sink, *m_events).run();
         } catch (const PlaceError& error) {
             throw CommandError(ExitCode::kPlaceUnusable, error.what());
         }
     }
 
+    // What the plug-in made of the choices is what it will do: a second copy that it would not make
+    // must not be counted on when originals go.
+    void takePanel(const OptionsPanel& panel)
+    {
+        if (panel.isChecked("savecopies_checkbox") != request().backupFolder.has_value())
+            throw SystemPartError(text("$$$/Mfx/System/PluginIgnoresBackup=the plug-in did not "
+                                       "take over the choice of a backup folder"));
+        m_options.addPanel(
+            {panel.isChecked("dng_checkbox"), panel.isChecked("deletefiles_checkbox")});
+    }
+
+    void reportPutBack(const CardContents& card)
+    {
+        for (const std::string& path : card.putBack)
+            m_events->message("",
+                text("$$$/Mfx/Download/PutBackOnCard=put back on the card after an earlier run was "
+                     "cut off: %1",
+                    {Pt::displayName(path)}));
+    }
+
     void requireSpace(const CardContents& card) const
     {
         const DNGSizes sizes{m_line.dngUncompressed, m_line.dngEmbedRaw};
-        const auto shortage = findShortage(card, m_request, sizes);
+        const auto shortage = findShortage(card, request(), sizes);
         if (shortage)
             throw CommandError(ExitCode::kPlaceUnusable,
                 text("$$$/Mfx/Place/NotEnoughSpace=not enough space in %1: %2 are needed and %3 "
@@ -223,8 +191,8 @@ private:
     bool rememberChoices(SessionPreferences& session, const DownloadSummary& summary)
     {
         const std::uint64_t next =
-            m_request.rules.useNumbers() ? summary.nextSequence : m_request.firstSequence;
-        const bool isRemembered = session.remember(m_request.target, next);
+            request().rules.useNumbers() ? summary.nextSequence : request().firstSequence;
+        const bool isRemembered = session.remember(request().target, next);
         if (!isRemembered)
             m_events->message(
                 "", text("$$$/Mfx/Download/NotRemembered=the choices could not be remembered"));
@@ -243,12 +211,9 @@ private:
     }
 
     const CommandLine& m_line;
-    std::unique_ptr<DownloadEvents, void (*)(DownloadEvents*)> m_events;
-    DownloadRequest m_request;
-    MediaSource m_source;
-    Choices m_choices;
-    std::optional<std::string> m_store;
-    bool m_mayDelete = true; // no second copy was left out that a store may name
+    const std::unique_ptr<DownloadEvents> m_events;
+    RequestFromOptions m_options;
+    const MediaSource m_source;
 };
 
 } // namespace

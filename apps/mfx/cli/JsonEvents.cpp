@@ -44,6 +44,19 @@ const char* phaseWord(ProgressPhase phase)
     return "copy";
 }
 
+std::string_view kindWord(const PassedOver& entry)
+{
+    switch (entry.kind) {
+    case PassedOverKind::kNotHandled:
+        break;
+    case PassedOverKind::kEmptyFile:
+        return "empty file";
+    case PassedOverKind::kNotAskedFor:
+        return "not asked for";
+    }
+    return reasonWord(entry.reason);
+}
+
 Json orNull(const std::optional<std::string>& text)
 {
     return text ? Json(*text) : Json(nullptr);
@@ -61,7 +74,7 @@ Json passedOverList(const DownloadSummary& summary)
 {
     Json list = Json::array();
     for (const PassedOver& entry : summary.passedOver)
-        list.push_back({{"kind", entry.kind}, {"count", entry.count}, {"names", entry.names}});
+        list.push_back({{"kind", kindWord(entry)}, {"count", entry.count}, {"names", entry.names}});
     return list;
 }
 
@@ -78,7 +91,7 @@ Json notHandledCounts(const DownloadSummary& summary)
 void JsonEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
 {
     Pt::Locked locked(m_lock);
-    m_told = Clock::now();
+    m_lastReport = Clock::now();
     printJson({{"event", "source"}, {"name", name}, {"items", items}, {"bytes", bytes}});
 }
 
@@ -117,11 +130,11 @@ void JsonEvents::progress(const ProgressEvent& event)
 {
     Pt::Locked locked(m_lock);
     const auto now = Clock::now();
-    const bool isLast = m_toldAny && event.itemsDone == event.itemsTotal;
-    if (m_told && now - *m_told < m_pause && !isLast)
+    const bool isLast = m_hasReported && event.itemsDone == event.itemsTotal;
+    if (m_lastReport && now - *m_lastReport < m_pause && !isLast)
         return;
-    m_told = now;
-    m_toldAny = true;
+    m_lastReport = now;
+    m_hasReported = true;
     printJson({{"event", "progress"},
         {"items", event.itemsDone},
         {"of", event.itemsTotal},

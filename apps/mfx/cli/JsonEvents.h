@@ -34,8 +34,8 @@ private:
     const std::chrono::milliseconds m_pause; // between two tellings of progress
     mutable Pt::Lock m_lock; // held for the length of a line
     // The last progress, or the source.
-    std::optional<Clock::time_point> m_told TEVORO_GUARDED_BY(m_lock);
-    bool m_toldAny TEVORO_GUARDED_BY(m_lock) = false;
+    std::optional<Clock::time_point> m_lastReport TEVORO_GUARDED_BY(m_lock);
+    bool m_hasReported TEVORO_GUARDED_BY(m_lock) = false;
 };
 
 } // namespace mfx

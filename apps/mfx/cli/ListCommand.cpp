@@ -49,7 +49,7 @@ void printItem(const CardContents& card,
             + sizeText(file.status.size) + "\t" + dateText(date));
 }
 
-ExitCode tellRest(const CardContents& card)
+ExitCode reportRest(const CardContents& card)
 {
     for (const NotHandled& entry : card.notHandled)
         printMessage(text("$$$/Mfx/List/NotHandled=not handled: %1 (%2)",
@@ -74,7 +74,7 @@ ExitCode runList(const CommandLine& line)
         for (const std::uint32_t item : groups[group].members)
             printItem(card, item, group + 1, date, line.json);
     }
-    return tellRest(card);
+    return reportRest(card);
 }
 
 } // namespace mfx

@@ -1,11 +1,11 @@
 #include "mfx/cli/Places.h"
 
 #include "commandline/ExitCode.h"
+#include "mfx/engine/saving/FolderStatus.h"
 #include "mfx/engine/saving/GroupStager.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileAccess.h"
 #include "platform/common/files/FilePlacement.h"
-#include "platform/common/files/FileStatus.h"
 #include "platform/common/text/NameText.h"
 
 #include <algorithm>
@@ -74,13 +74,6 @@ bool isBelow(const fs::path& path, const fs::path& folder)
     return end == folder.end();
 }
 
-std::optional<std::uint64_t> deviceOf(const fs::path& folder)
-{
-    std::error_code error;
-    const auto status = Pt::fileStatus((folder / ".").string(), error);
-    return status ? std::optional(status->device) : std::nullopt;
-}
-
 // Where disks are mounted, a folder whose parents are missing is that of a disk that is not there,
 // and so is one that would be made beside the mount points instead of on a disk.
 bool isProbablyUnmounted(const fs::path& folder)
@@ -92,7 +85,7 @@ bool isProbablyUnmounted(const fs::path& folder)
         if (!isBelow(folder, mounts) || folder == fs::path(mounts))
             continue;
         const fs::path parent = folder.parent_path();
-        return !fs::exists(parent, error) || deviceOf(parent) == deviceOf(mounts);
+        return !fs::exists(parent, error) || deviceOf(parent.string()) == deviceOf(mounts);
     }
     return false;
 }

@@ -20,7 +20,7 @@ TextEvents::TextEvents(bool quiet, bool dryRun, Answering answering)
 {
 }
 
-void TextEvents::tell(const std::string& message)
+void TextEvents::report(const std::string& message)
 {
     Pt::Locked locked(m_lock);
     m_line.clear();
@@ -40,10 +40,10 @@ void TextEvents::source(const std::string& name, std::size_t items, std::uint64_
 
 void TextEvents::item(const ItemEvent& event)
 {
-    if (event.error && event.isToldAlready)
+    if (event.error && event.alreadyReported)
         return;
     if (event.error)
-        tell(text("$$$/Mfx/Download/ItemProblem=%1: %2", {event.name, *event.error}));
+        report(text("$$$/Mfx/Download/ItemProblem=%1: %2", {event.name, *event.error}));
     else if (m_dryRun && !m_quiet)
         printLine(text(event.status == ItemStatus::kExists
                 ? "$$$/Mfx/Download/ItemExists=%1 -> %2 (already present)"
@@ -54,7 +54,7 @@ void TextEvents::item(const ItemEvent& event)
 void TextEvents::message(const std::string& title, const std::string& body)
 {
     if (!m_quiet)
-        tell(title.empty() ? body : text("$$$/Mfx/Download/Titled=%1: %2", {title, body}));
+        report(title.empty() ? body : text("$$$/Mfx/Download/Titled=%1: %2", {title, body}));
 }
 
 Answer TextEvents::question(const std::string&, const std::string& body)

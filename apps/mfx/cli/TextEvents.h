@@ -22,7 +22,7 @@ public:
     void summary(const DownloadSummary& summary) override;
 
 private:
-    void tell(const std::string& message);
+    void report(const std::string& message);
     void clearLine(bool isAsking = false);
 
     const bool m_quiet;

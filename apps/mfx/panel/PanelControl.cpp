@@ -13,10 +13,10 @@ PanelControl::PanelControl(QWidget& widget)
 {
     // A click and nothing else: a state that the sink sets itself is no use of the widget.
     if (auto* button = qobject_cast<QAbstractButton*>(&widget))
-        QObject::connect(button, &QAbstractButton::clicked, this, [this] { tellSink(); });
+        QObject::connect(button, &QAbstractButton::clicked, this, [this] { notifySink(); });
 }
 
-void PanelControl::tellSink()
+void PanelControl::notifySink()
 {
     if (m_callback && m_widget)
         m_callback->handleUIEvent(m_widget->objectName().toUtf8().constData());

@@ -34,7 +34,7 @@ public:
     FxStatus SetChecked(bool checked) override;
 
 private:
-    void tellSink();
+    void notifySink();
 
     QPointer<QWidget> m_widget;
     IUICallback* m_callback = nullptr; // borrowed

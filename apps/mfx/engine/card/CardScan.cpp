@@ -110,7 +110,7 @@ private:
     void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
     void take(std::uint32_t folder, std::string name, const NameChoice& choice);
     void enter(std::uint32_t folder, std::string name, const Pt::FileStatus& status);
-    bool toldToStop();
+    bool mustStop();
     void sort();
 
     CardContents& m_contents;
@@ -129,7 +129,7 @@ void Scan::run()
     m_contents.folderIds.push_back({root->device, root->inode, 0});
     m_contents.keepsOwnFiles = Pt::keepsItsOwnFiles(m_contents.root);
     m_pending.push_back(0);
-    while (!m_pending.empty() && !toldToStop()) {
+    while (!m_pending.empty() && !mustStop()) {
         const std::uint32_t folder = m_pending.back();
         m_pending.pop_back();
         list(folder);
@@ -137,7 +137,7 @@ void Scan::run()
     sort();
 }
 
-bool Scan::toldToStop()
+bool Scan::mustStop()
 {
     m_contents.stopped = m_contents.stopped || (m_options.stop != nullptr && *m_options.stop);
     return m_contents.stopped;
@@ -154,7 +154,7 @@ void Scan::list(std::uint32_t folder)
     std::sort(names.begin(), names.end());
     const NameChoice choice(m_options.only, names);
     for (std::string& name : names) {
-        if (toldToStop())
+        if (mustStop())
             return;
         take(folder, std::move(name), choice);
     }

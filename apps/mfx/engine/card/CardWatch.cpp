@@ -23,7 +23,7 @@ bool CardWatch::isOwn(const std::string& path) const
 
 void CardWatch::note(const std::string& path, std::vector<std::string>& list)
 {
-    if (!isOwn(path) && m_told.insert(path).second)
+    if (!isOwn(path) && m_reported.insert(path).second)
         list.push_back(path);
 }
 

@@ -43,7 +43,7 @@ private:
 
     const CardContents& m_card;
     std::set<std::string> m_own; // absolute
-    std::set<std::string> m_told;
+    std::set<std::string> m_reported;
     std::unordered_map<std::string, std::uint32_t> m_items; // of the card as it was listed, by path
     std::unordered_map<std::string, std::size_t> m_passedOver; // likewise; pictures in each
 };

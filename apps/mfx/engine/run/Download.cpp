@@ -81,7 +81,7 @@ DownloadSummary Download::run()
     m_events.source(m_request.sourceName, m_card.items.size(), m_account.bytesOnCard());
     warnOfPlaces();
     {
-        const Ticker ticker(kProgressPause, [this] { tellProgress(); });
+        const Ticker ticker(kProgressPause, [this] { reportProgress(); });
         m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
         m_nextNumber = firstNumber();
         runGroups();
@@ -91,7 +91,7 @@ DownloadSummary Download::run()
         m_folders.leave();
         m_places.leave();
     }
-    tellProgress();
+    reportProgress();
     m_account.summary.placeUnusable = m_account.summary.placeUnusable
         || (m_targetRefused && m_account.summary.saved + m_account.summary.existing == 0);
     m_account.summary.interrupted = m_account.summary.interrupted || m_request.wasInterrupted();
@@ -153,7 +153,7 @@ void Download::runGroups()
             return;
         }
         const std::unique_ptr<GroupWork> work = stager.take();
-        tellRestored();
+        reportRestored();
         if (work->problem == Pt::CopyProblem::kCancelled) {
             dropItemFolder(*work);
             m_account.summary.interrupted = true;
@@ -169,7 +169,7 @@ void Download::runGroups()
     m_account.summary.interrupted = m_request.wasInterrupted();
 }
 
-void Download::tellRestored()
+void Download::reportRestored()
 {
     for (const std::string& path : m_folders.takeRestored()) {
         m_putBack.insert(path);
@@ -207,7 +207,7 @@ void Download::decide(GroupWork& work)
 void Download::finishGroup(GroupWork& work)
 {
     std::vector<ItemEvent> events(work.members.size());
-    if (!work.failed && !work.stoodThere)
+    if (!work.failed && !work.alreadyPresent)
         decide(work);
     if (const auto lost = work.failed ? std::nullopt : lostPlace(work)) {
         failGroup(work, work.members.size(), *lost);
@@ -224,7 +224,7 @@ void Download::finishGroup(GroupWork& work)
         convert(
             work, events); // the item folder keeps the work folder, and our lock on it, in being
     dropItemFolder(work);
-    if (!work.failed && !work.stoodThere)
+    if (!work.failed && !work.alreadyPresent)
         ++m_nextNumber;
     judge(work, events);
     conclude(work, events);
@@ -264,7 +264,7 @@ void Download::noteBackup(
 {
     const std::uint32_t item = work.members[member].item;
     const bool ownFiles = m_places.backupKeepsOwnFiles() && m_card.keepsOwnFiles;
-    if (backup.wasThere && backup.copy
+    if (backup.alreadyPresent && backup.copy
         && !isToldApart(backup.copy->status, m_card.items[item].status, ownFiles)) {
         backup.isMade = false;
         backup.error = text("$$$/Mfx/Backup/NotToldApart=its copy in the backup folder cannot be "
@@ -277,7 +277,7 @@ void Download::noteBackup(
     }
     event.backup = Pt::displayName(*m_request.backupFolder);
     m_account.items[item].kept.backup = std::move(backup.copy);
-    m_account.items[item].kept.isFresh = !backup.wasThere;
+    m_account.items[item].kept.isFresh = !backup.alreadyPresent;
     ++m_account.summary.backups;
 }
 
@@ -292,7 +292,7 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
             noteNoDNG(events[i],
                 text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
                      "not installed"));
-            events[i].isToldAlready = events[i].status == ItemStatus::kDNGFailed;
+            events[i].alreadyReported = events[i].status == ItemStatus::kDNGFailed;
             continue;
         }
         const auto lost = lostPlace(work);
@@ -317,7 +317,7 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
 // What stood there before stays as it is, unless an earlier run was cut off while converting it.
 bool Download::isToConvert(const GroupWork& work, const MemberWork& member) const
 {
-    return member.isPlaced || m_putBack.contains(work.folder->path + '/' + member.finalName);
+    return member.isPlaced() || m_putBack.contains(work.folder->path + '/' + member.finalName);
 }
 
 // The sink says that it made a verified DNG. It took the raw file's place; a raw file that still
@@ -350,7 +350,7 @@ void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
         } else {
             event.saved = Pt::displayName(work.folder->path + '/' + member.finalName);
             if (event.status == ItemStatus::kPending)
-                event.status = member.stoodThere ? ItemStatus::kExists : ItemStatus::kOk;
+                event.status = member.alreadyPresent() ? ItemStatus::kExists : ItemStatus::kOk;
             if (!m_request.dryRun)
                 keep(work, member, event);
         }
@@ -369,7 +369,8 @@ void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& 
     state.folder = work.folder;
     state.finalName = member.finalName;
     state.kept.digest = member.digest;
-    state.kept.isFresh = !member.stoodThere && (state.kept.isFresh || !m_request.backupFolder);
+    state.kept.isFresh =
+        !member.alreadyPresent() && (state.kept.isFresh || !m_request.backupFolder);
     if (original.size == 0)
         state.kept.reasonToKeep = text("$$$/Mfx/Delete/Empty=not deleted: it is empty");
     if (work.folder->kinship.toBackup == Kinship::kSameName)
@@ -383,7 +384,7 @@ void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& 
     std::error_code error;
     const auto saved = Pt::fileStatus(path, error);
     const bool ownFiles = work.folder->keepsOwnFiles && m_card.keepsOwnFiles;
-    if (saved && member.stoodThere && !isToldApart(*saved, original, ownFiles))
+    if (saved && member.alreadyPresent() && !isToldApart(*saved, original, ownFiles))
         event.error = text("$$$/Mfx/Download/NotToldApart=its copy in %1 cannot be told apart from "
                            "the original",
             {Pt::displayName(work.folder->path)});
@@ -472,7 +473,7 @@ std::string Download::deviceName(std::uint32_t item) const
     return GroupTarget({}, name.substr(0, stem), {extension}).fileName(0, 0);
 }
 
-void Download::tellProgress()
+void Download::reportProgress()
 {
     m_events.progress(m_progress.event());
 }

@@ -63,7 +63,7 @@ private:
     void stopAt(const std::string& reason);
     void failRest(std::size_t firstGroup, const std::string& reason);
     void failItem(std::uint32_t item, const std::string& reason);
-    void tellRestored();
+    void reportRestored();
 
     void closeDownload();
     void flushNames();
@@ -71,7 +71,7 @@ private:
     SinkItem finishedItem(std::uint32_t item) const;
     std::string deviceName(std::uint32_t item) const;
 
-    void tellProgress();
+    void reportProgress();
 
     const DownloadRequest m_request;
     const CardContents& m_card;

@@ -10,7 +10,7 @@ namespace mfx {
 
 namespace {
 
-constexpr std::size_t kToldNotSafe = 50; // the rest is counted
+constexpr std::size_t kReportedNotSafe = 50; // the rest is counted
 
 } // namespace
 
@@ -50,7 +50,7 @@ void DownloadAccount::countMember(
     const GroupWork& work, const MemberWork& member, const ItemEvent& event)
 {
     if (!work.failed) {
-        ++(member.stoodThere ? summary.existing : summary.saved);
+        ++(member.alreadyPresent() ? summary.existing : summary.saved);
         if (work.date.source == DateSource::kFileTime)
             ++summary.datedByFile;
     }
@@ -88,13 +88,10 @@ void DownloadAccount::listPassedOver()
         list.add(m_card, entry);
     for (const MediaItem& item : m_card.items) {
         if (item.status.size == 0)
-            list.add("empty file",
-                text("$$$/Mfx/Verdict/EmptyFile=files without bytes"),
-                Pt::displayName(m_card.pathBelow(item)));
+            list.add(PassedOverKind::kEmptyFile, Pt::displayName(m_card.pathBelow(item)));
     }
     for (const std::string& name : m_card.leftOut)
-        list.add(
-            "not asked for", text("$$$/Mfx/Verdict/LeftOut=not asked for"), Pt::displayName(name));
+        list.add(PassedOverKind::kNotAskedFor, Pt::displayName(name));
     summary.passedOver = list.take();
 }
 
@@ -107,7 +104,7 @@ void DownloadAccount::addUnsafe(const std::string& name, const std::string& reas
 
 void DownloadAccount::addNotSafe(const std::string& name, const std::string& reason)
 {
-    if (summary.notSafe.size() < kToldNotSafe)
+    if (summary.notSafe.size() < kReportedNotSafe)
         summary.notSafe.push_back({name, reason});
 }
 

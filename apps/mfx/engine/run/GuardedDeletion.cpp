@@ -1,9 +1,9 @@
 #include "mfx/engine/run/GuardedDeletion.h"
 
+#include "mfx/engine/saving/FolderStatus.h"
 #include "mfx/engine/saving/SpaceCheck.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileCopy.h"
-#include "platform/common/files/FileStatus.h"
 #include "platform/common/text/NameText.h"
 
 namespace mfx {
@@ -43,9 +43,7 @@ void GuardedDeletion::lookAgain()
 // Not there, or another device in its place.
 bool GuardedDeletion::isCardGone() const
 {
-    std::error_code error;
-    const auto root = Pt::fileStatus(m_card.root + "/.", error);
-    return !root || root->device != m_card.folderIds.front().device;
+    return deviceOf(m_card.root) != m_card.folderIds.front().device;
 }
 
 void GuardedDeletion::noteNews()

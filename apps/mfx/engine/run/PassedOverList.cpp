@@ -12,38 +12,43 @@ constexpr std::size_t kNames = 5;
 
 } // namespace
 
-void PassedOverList::add(const std::string& kind, const std::string& label, const std::string& name)
+void PassedOverList::add(PassedOverKind kind, const std::string& name)
 {
-    PassedOver& entry = kindOf(kind, label);
+    addName(entryOf(kind, NotHandledReason::kOther), name);
+}
+
+void PassedOverList::add(const CardContents& card, const NotHandled& notHandled)
+{
+    if (!notHandled.mayHoldPhotos())
+        return;
+    PassedOver& entry = entryOf(PassedOverKind::kNotHandled, notHandled.reason);
+    if (notHandled.pictureCount == 0) {
+        const std::string& folder = card.folders[notHandled.folder];
+        addName(entry,
+            Pt::displayName(folder.empty() ? notHandled.name : folder + '/' + notHandled.name));
+        return;
+    }
+    for (const std::string& picture : notHandled.pictures)
+        addName(entry, Pt::displayName(picture));
+    // The scan names the first few pictures of a folder, and counts them all.
+    entry.count += notHandled.pictureCount - notHandled.pictures.size();
+}
+
+void PassedOverList::addName(PassedOver& entry, const std::string& name)
+{
     ++entry.count;
     if (entry.names.size() < kNames)
         entry.names.push_back(name);
 }
 
-void PassedOverList::add(const CardContents& card, const NotHandled& entry)
+PassedOver& PassedOverList::entryOf(PassedOverKind kind, NotHandledReason reason)
 {
-    if (!entry.mayHoldPhotos())
-        return;
-    const std::string kind(reasonWord(entry.reason));
-    const std::string label = reasonText(entry.reason);
-    if (entry.pictureCount == 0) {
-        const std::string& folder = card.folders[entry.folder];
-        add(kind, label, Pt::displayName(folder.empty() ? entry.name : folder + '/' + entry.name));
-        return;
-    }
-    for (const std::string& picture : entry.pictures)
-        add(kind, label, Pt::displayName(picture));
-    kindOf(kind, label).count += entry.pictureCount - entry.pictures.size();
-}
-
-PassedOver& PassedOverList::kindOf(const std::string& kind, const std::string& label)
-{
-    const auto known = std::find_if(m_kinds.begin(),
-        m_kinds.end(),
-        [&kind](const PassedOver& entry) { return entry.kind == kind; });
+    const auto known = std::find_if(m_kinds.begin(), m_kinds.end(), [&](const PassedOver& entry) {
+        return entry.kind == kind && entry.reason == reason;
+    });
     if (known != m_kinds.end())
         return *known;
-    m_kinds.push_back({kind, label, 0, {}});
+    m_kinds.push_back({kind, reason, 0, {}});
     return m_kinds.back();
 }
 

@@ -12,17 +12,18 @@ namespace mfx {
 
 class PassedOverList {
 public:
-    // One that would be missed; `kind` is the word for programs, `label` the one for people.
-    void add(const std::string& kind, const std::string& label, const std::string& name);
+    // An item that would be missed, for something else than a reason of the scan.
+    void add(PassedOverKind kind, const std::string& name);
 
     // An entry of the card that was passed over: itself or the pictures in it; nothing where it is
     // harmless.
-    void add(const CardContents& card, const NotHandled& entry);
+    void add(const CardContents& card, const NotHandled& notHandled);
 
     std::vector<PassedOver> take() { return std::move(m_kinds); }
 
 private:
-    PassedOver& kindOf(const std::string& kind, const std::string& label);
+    PassedOver& entryOf(PassedOverKind kind, NotHandledReason reason);
+    static void addName(PassedOver& entry, const std::string& name);
 
     std::vector<PassedOver> m_kinds;
 };

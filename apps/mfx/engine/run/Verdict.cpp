@@ -78,6 +78,19 @@ std::string tally(const DownloadSummary& summary)
     return all;
 }
 
+std::string kindText(const PassedOver& entry)
+{
+    switch (entry.kind) {
+    case PassedOverKind::kNotHandled:
+        break;
+    case PassedOverKind::kEmptyFile:
+        return text("$$$/Mfx/Verdict/EmptyFile=files without bytes");
+    case PassedOverKind::kNotAskedFor:
+        return text("$$$/Mfx/Verdict/LeftOut=not asked for");
+    }
+    return reasonText(entry.reason);
+}
+
 // Up to five names of each kind that was left on the card.
 std::string passedOverText(const DownloadSummary& summary)
 {
@@ -90,7 +103,7 @@ std::string passedOverText(const DownloadSummary& summary)
             names = text("$$$/Mfx/Verdict/AndMore=%1 and %2 more",
                 {names, std::to_string(kind.count - kind.names.size())});
         const std::string entry =
-            text("$$$/Mfx/Verdict/PassedOverKind=%1: %2", {kind.label, names});
+            text("$$$/Mfx/Verdict/PassedOverKind=%1: %2", {kindText(kind), names});
         all = all.empty() ? entry : text("$$$/Mfx/Verdict/KindJoin=%1; %2", {all, entry});
     }
     return all;

@@ -37,18 +37,41 @@ bool renameStaged(GroupWork& work, MemberWork& member)
     return true;
 }
 
+// For a member whose final name is free: its staged copy gets that name while it is still in the
+// item folder, so that one rename brings it into place. The group fails where there is no copy.
+void stageUnderFinalName(GroupWork& work, std::size_t index)
+{
+    MemberWork& member = work.members[index];
+    if (member.stagedName.empty()) {
+        failGroup(work,
+            index,
+            text("$$$/Mfx/Download/CopyWentAway=a copy of it that stood in the folder went away; "
+                 "try again"));
+        return;
+    }
+    member.state = MemberState::kStaged;
+    if (!renameStaged(work, member))
+        failGroup(work,
+            index,
+            text("$$$/Mfx/Download/CannotRename=its copy in %1 cannot be renamed",
+                {work.folder->nameOf(work.itemFolder)}));
+}
+
 // Takes back what was moved; the originals are on the card whatever happens.
 void undo(GroupWork& work)
 {
-    for (MemberWork& member : work.members)
-        if (std::exchange(member.isPlaced, false))
-            Pt::moveWithoutReplacing(finalPath(work, member), stagedPath(work, member));
+    for (MemberWork& member : work.members) {
+        if (!member.isPlaced())
+            continue;
+        member.state = MemberState::kStaged;
+        Pt::moveWithoutReplacing(finalPath(work, member), stagedPath(work, member));
+    }
 }
 
 std::error_code moveAll(GroupWork& work)
 {
     for (MemberWork& member : work.members) {
-        if (member.stoodThere)
+        if (member.alreadyPresent())
             continue;
         const std::error_code error =
             Pt::moveWithoutReplacing(stagedPath(work, member), finalPath(work, member));
@@ -56,7 +79,7 @@ std::error_code moveAll(GroupWork& work)
             undo(work);
             return error;
         }
-        member.isPlaced = true;
+        member.state = MemberState::kPlaced;
     }
     return {};
 }
@@ -91,26 +114,13 @@ void decideNames(GroupWork& work)
         failUnreadable(work, spot.error);
         return;
     }
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
+    for (std::size_t i = 0; i < work.members.size() && !work.failed; ++i) {
         MemberWork& member = work.members[i];
         member.finalName = work.target->fileName(i, spot.number);
-        member.stoodThere = spot.occupants[i] == Occupant::kSameBytes;
-        if (member.stoodThere)
-            continue;
-        if (!member.isStaged) {
-            failGroup(work,
-                i,
-                text("$$$/Mfx/Download/CopyWentAway=a copy of it that stood in the folder went "
-                     "away; try again"));
-            return;
-        }
-        if (!renameStaged(work, member)) {
-            failGroup(work,
-                i,
-                text("$$$/Mfx/Download/CannotRename=its copy in %1 cannot be renamed",
-                    {work.folder->nameOf(work.itemFolder)}));
-            return;
-        }
+        if (spot.occupants[i] == Occupant::kSameBytes)
+            member.state = MemberState::kAlreadyPresent;
+        else
+            stageUnderFinalName(work, i);
     }
 }
 
@@ -125,7 +135,8 @@ void previewNames(GroupWork& work)
     }
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         work.members[i].finalName = work.target->fileName(i, spot.number);
-        work.members[i].stoodThere = spot.occupants[i] == Occupant::kSameBytes;
+        if (spot.occupants[i] == Occupant::kSameBytes)
+            work.members[i].state = MemberState::kAlreadyPresent;
         work.folder->stems.take(work.members[i].finalName);
     }
 }
@@ -157,7 +168,7 @@ void dropItemFolder(GroupWork& work)
         return;
     const bool isEmpty = std::all_of(work.members.begin(),
         work.members.end(),
-        [](const MemberWork& member) { return member.isPlaced || member.stagedName.empty(); });
+        [](const MemberWork& member) { return member.isPlaced() || member.stagedName.empty(); });
     const std::string folder = std::exchange(work.itemFolder, {});
     if (isEmpty)
         work.folder->work.releaseItemFolder(folder);

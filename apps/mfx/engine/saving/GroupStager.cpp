@@ -21,9 +21,9 @@ constexpr std::size_t kMaxFolderLength = 259 - std::size("/.mfxdownload/4194304-
 // Nothing is to be copied: the names are those of the files that stand there.
 void settle(GroupWork& work, const std::function<std::string(std::size_t member)>& nameOf)
 {
-    work.stoodThere = true;
+    work.alreadyPresent = true;
     for (std::size_t i = 0; i < work.members.size(); ++i) {
-        work.members[i].stoodThere = true;
+        work.members[i].state = MemberState::kAlreadyPresent;
         work.members[i].finalName = nameOf(i);
     }
 }
@@ -152,7 +152,7 @@ bool GroupStager::settleNumbered(GroupWork& work) const
     const auto stem = findNumberedCopies(work, m_plan.rules.rename->numberMatcher(fields));
     if (stem)
         settle(work, [&](std::size_t i) { return nameWithStem(work, i, *stem); });
-    tellCompared(work);
+    reportCompared(work);
     return stem.has_value();
 }
 
@@ -161,7 +161,7 @@ TargetSpot GroupStager::spotOf(GroupWork& work) const
 {
     if (!m_plan.rules.useNumbers()) {
         const TargetSpot spot = findSpot(work);
-        tellCompared(work);
+        reportCompared(work);
         return spot;
     }
     TargetSpot anywhere;
@@ -205,12 +205,12 @@ void GroupStager::copyMembers(GroupWork& work)
             return;
         }
         work.members[i].digest = result.digest;
-        work.members[i].isStaged = true;
+        work.members[i].state = MemberState::kStaged;
     }
 }
 
 // What was read to be compared came off the card as well.
-void GroupStager::tellCompared(const GroupWork& work) const
+void GroupStager::reportCompared(const GroupWork& work) const
 {
     for (const MemberWork& member : work.members)
         if (member.digest)

@@ -59,7 +59,7 @@ private:
     bool settleNumbered(GroupWork& work) const;
     TargetSpot spotOf(GroupWork& work) const;
     void copyMembers(GroupWork& work);
-    void tellCompared(const GroupWork& work) const;
+    void reportCompared(const GroupWork& work) const;
     Pt::CopyResult copyMember(GroupWork& work, std::size_t member);
     bool isStopped() const { return m_stopped || m_plan.shouldStop(); }
 

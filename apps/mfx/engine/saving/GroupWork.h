@@ -10,6 +10,7 @@
 #include "platform/common/files/FileCopy.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -17,16 +18,36 @@
 
 namespace mfx {
 
+// Where the bytes of a member are. One failed member ends the work on its group, whatever state the
+// others have: GroupWork::failed says so, and the states are not looked at any more.
+enum class MemberState : std::uint8_t {
+    // Nothing of it was copied. The stager makes it kStaged, or kAlreadyPresent with its whole
+    // group. It stays so where nothing is to be copied: in a plan, and while only some members of
+    // the group stand in the folder, of which those are judged when the names are decided.
+    kPlanned,
+    // A proven copy lies in the item folder, under `stagedName`. Goes on to kPlaced with the move
+    // into the final folder, or to kAlreadyPresent if somebody put the same bytes there meanwhile.
+    kStaged,
+    // That copy was moved under its final name in this run. Goes back to kStaged when another
+    // member cannot follow and the group is taken back.
+    kPlaced,
+    // Its bytes stand under the final name already, compared in this run; they are another's file
+    // and are neither moved nor removed. A copy that was staged before they were seen waits in the
+    // item folder: if they go away, it is kStaged again. Without one, the group fails then.
+    kAlreadyPresent,
+};
+
 struct MemberWork {
     std::uint32_t item = 0; // index of the card's items
     std::string source; // path on the card
     std::optional<Pt::ContentDigest> digest; // of the source, once it was read
-    bool isStaged = false; // a proven copy lies in the item folder
-    bool isPlaced = false; // moved into its final place in this run
-    bool stoodThere = false; // its bytes stand in their final place already, compared in this run
-    std::string stagedName; // in the item folder
+    MemberState state = MemberState::kPlanned;
+    std::string stagedName; // in the item folder; empty where no copy was begun
     std::string finalName; // in the final folder
     std::string error; // why it is not saved
+
+    bool isPlaced() const { return state == MemberState::kPlaced; }
+    bool alreadyPresent() const { return state == MemberState::kAlreadyPresent; }
 };
 
 struct GroupWork {
@@ -38,7 +59,7 @@ struct GroupWork {
     std::vector<MemberWork> members;
     Pt::CopyProblem problem = Pt::CopyProblem::kNone; // of the member that failed
     bool failed = false; // nothing of the group is saved: all members or none
-    bool stoodThere = false; // all members did, and their names are decided
+    bool alreadyPresent = false; // all members are, and their names are decided
 };
 
 // Gives the whole group up because of one member, or of none (an index past the end).

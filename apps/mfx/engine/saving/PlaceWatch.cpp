@@ -1,5 +1,6 @@
 #include "mfx/engine/saving/PlaceWatch.h"
 
+#include "mfx/engine/saving/FolderStatus.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileStatus.h"
 #include "platform/common/files/FileSystemFacts.h"
@@ -38,12 +39,6 @@ bool stands(const std::string& path)
     return Pt::fileStatus(path, error).has_value();
 }
 
-std::optional<Pt::FileStatus> folderStatus(const std::string& path)
-{
-    std::error_code error;
-    return Pt::fileStatus(path + "/.", error);
-}
-
 Pt::HeldFolder held(const std::string& path)
 {
     std::error_code error;
@@ -62,12 +57,8 @@ PlaceWatch::PlaceWatch(
     , m_backupPath(std::move(backup))
     , m_looksOnly(looksOnly)
     , m_marker(randomName("target-"))
+    , m_cardRoom(card, looksOnly)
 {
-    for (const CardFolderId& folder : card.folderIds)
-        m_cardDevices.insert(folder.device);
-    for (const std::uint64_t device : m_cardDevices)
-        if (const auto image = Pt::imageFile(device))
-            m_cardImages.insert(*image);
 }
 
 void PlaceWatch::open()
@@ -180,37 +171,15 @@ Kinship PlaceWatch::kinshipToCard(const std::string& path,
         const bool isBelowTarget = cardFolder == path && path.starts_with(m_targetPath + '/');
         return holdsItems(folder) && !isBelowTarget ? Kinship::kAlias : Kinship::kSameDevice;
     }
-    const bool isOnDevice = status && isOnCardsDevice(status->device);
+    const bool isOnDevice = status && m_cardRoom.isOnDevice(status->device);
     return isOnDevice || isSeenAboveCard(path, markerBelow) ? Kinship::kSameDevice
                                                             : Kinship::kApart;
 }
 
 Kinship PlaceWatch::withTrial(Kinship kinship, const std::string& folder) const
 {
-    return kinship == Kinship::kApart && sharesCardsRoom(folder) ? Kinship::kSameDevice : kinship;
-}
-
-// An image may lie on the card's device, and the card in an image.
-bool PlaceWatch::isOnCardsDevice(std::uint64_t device) const
-{
-    constexpr int kLayers = 8;
-    std::optional<std::uint64_t> layer = device;
-    for (int depth = 0; layer && depth < kLayers; ++depth) {
-        if (m_cardDevices.contains(*layer))
-            return true;
-        const auto image = Pt::imageFile(*layer);
-        if (image && m_cardImages.contains(*image))
-            return true; // one image, looked at through two devices
-        layer = image ? std::optional(image->device) : std::nullopt;
-    }
-    return false;
-}
-
-// Behind pools, overlays and views, devices say nothing.
-bool PlaceWatch::sharesCardsRoom(const std::string& folder) const
-{
-    const bool isLayered = !m_card.keepsOwnFiles || !Pt::keepsItsOwnFiles(folder);
-    return isLayered && !m_looksOnly && Pt::sharesRoom(folder, m_card.root);
+    return kinship == Kinship::kApart && m_cardRoom.isTakenBy(folder) ? Kinship::kSameDevice
+                                                                      : kinship;
 }
 
 // The end of the path may lead to the folder from one above the card too, on another mount of the

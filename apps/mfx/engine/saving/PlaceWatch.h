@@ -8,8 +8,8 @@
 #pragma once
 
 #include "mfx/engine/card/CardScan.h"
+#include "mfx/engine/saving/CardRoom.h"
 #include "mfx/engine/saving/WorkFolder.h"
-#include "platform/common/files/FileSystemFacts.h"
 #include "platform/common/files/HeldFolder.h"
 
 #include <cstdint>
@@ -106,8 +106,6 @@ private:
     Kinship kinshipToBackup(
         const std::string& path, const std::string& ownPath, const WorkFolder& work) const;
     bool holdsItems(std::uint32_t folder) const;
-    bool isOnCardsDevice(std::uint64_t device) const;
-    bool sharesCardsRoom(const std::string& folder) const;
     Kinship withTrial(Kinship kinship, const std::string& folder) const;
     bool isSeenAboveCard(const std::string& path, const std::string& markerBelow) const;
 
@@ -116,11 +114,10 @@ private:
     const std::optional<std::string> m_backupPath;
     const bool m_looksOnly;
     const std::string m_marker;
+    const CardRoom m_cardRoom;
     std::optional<Pt::HeldFolder> m_target;
     std::optional<Pt::HeldFolder> m_backup;
     std::unique_ptr<WorkFolder> m_backupWork; // none where the backup names the target
-    std::set<std::uint64_t> m_cardDevices;
-    std::set<Pt::ImageFile> m_cardImages; // that these are images of
     std::set<std::string> m_backupDisks;
     bool m_backupKeepsOwnFiles = true;
 };

@@ -1,7 +1,7 @@
 #include "mfx/engine/saving/SpaceCheck.h"
 
+#include "mfx/engine/saving/FolderStatus.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/files/FileStatus.h"
 
 #include <array>
 #include <cstdio>
@@ -19,21 +19,13 @@ struct Volume {
     std::uint64_t needed = 0;
 };
 
-// The folder itself or the nearest one above it that stands.
-fs::path standing(fs::path folder)
+// The folder itself or the nearest one above it that is there: what will be made below it takes its
+// room, for a new folder begins on the file system of the one that it is made in.
+fs::path existing(fs::path folder)
 {
-    std::error_code error;
-    while (!fs::exists(folder, error) && folder.has_relative_path())
+    while (!deviceOf(folder.string()) && folder.has_relative_path())
         folder = folder.parent_path();
     return folder;
-}
-
-std::optional<std::uint64_t> deviceOf(const fs::path& folder)
-{
-    std::error_code error;
-    const fs::path whole = fs::canonical(folder, error); // the device of what a link leads to
-    const auto status = Pt::fileStatus(error ? folder.string() : whole.string(), error);
-    return status ? std::optional(status->device) : std::nullopt;
 }
 
 // With one decimal. Which mark stands before it is a matter of the texts' language; numbers are
@@ -53,8 +45,8 @@ std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
 {
     std::map<std::uint64_t, Volume> volumes;
     for (const SpaceNeed& need : needs) {
-        const fs::path folder = standing(need.folder);
-        const auto device = deviceOf(folder);
+        const fs::path folder = existing(need.folder);
+        const auto device = deviceOf(folder.string());
         if (!device)
             continue;
         Volume& volume = volumes[*device];

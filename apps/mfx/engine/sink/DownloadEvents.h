@@ -27,7 +27,7 @@ struct ItemEvent {
     std::optional<std::string> dng; // path
     ItemStatus status = ItemStatus::kPending;
     std::optional<std::string> error;
-    bool isToldAlready = false; // the error: it is the same for many and was told at the start
+    bool alreadyReported = false; // the error: it is the same for many and was told at the start
 };
 
 struct ProgressEvent {
@@ -40,10 +40,17 @@ struct ProgressEvent {
     std::optional<double> secondsLeft; // as it goes now; nothing while nothing moves
 };
 
-// What is on the card and was not taken, or must stay on it, and would be missed.
+enum class PassedOverKind : std::uint8_t {
+    kNotHandled, // not taken by the scan, for a reason of its own
+    kEmptyFile, // saved, but without bytes: what should be in it may still be on the card
+    kNotAskedFor, // left out by the choice of names
+};
+
+// What is on the card and was not taken, or must stay on it, and would be missed. Each face has
+// words of its own for the kinds.
 struct PassedOver {
-    std::string kind; // a word for programs
-    std::string label; // the same for people
+    PassedOverKind kind = PassedOverKind::kNotHandled;
+    NotHandledReason reason = NotHandledReason::kOther; // of kNotHandled
     std::size_t count = 0;
     std::vector<std::string> names; // the first few; paths on the card
 };
@@ -93,6 +100,9 @@ struct DownloadSummary {
 
 class DownloadEvents {
 public:
+    // Faces are made by choice at run time and owned through this interface.
+    virtual ~DownloadEvents() = default;
+
     virtual void source(const std::string& name, std::size_t items, std::uint64_t bytes) = 0;
     virtual void item(const ItemEvent& event) = 0;
     virtual void message(const std::string& title, const std::string& text) = 0;
@@ -105,9 +115,6 @@ public:
     virtual bool isHeard() const { return true; }
     virtual void progress(const ProgressEvent& event) = 0;
     virtual void summary(const DownloadSummary& summary) = 0;
-
-protected:
-    ~DownloadEvents() = default;
 };
 
 } // namespace mfx

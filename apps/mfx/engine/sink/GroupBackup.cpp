@@ -24,8 +24,8 @@ constexpr std::int64_t kClockStep = 20 * kNanosecondsPerMillisecond;
 // Where the member's proven copy lies now: in its item folder, or in its final place already.
 std::string savedPath(const GroupWork& work, const MemberWork& member)
 {
-    return member.stoodThere ? work.folder->ownPath + '/' + member.finalName
-                             : work.itemFolder + '/' + member.stagedName;
+    return member.alreadyPresent() ? work.folder->ownPath + '/' + member.finalName
+                                   : work.itemFolder + '/' + member.stagedName;
 }
 
 std::vector<std::optional<Pt::FileStatus>> savedCopies(const GroupWork& work)
@@ -120,7 +120,7 @@ MemberBackup GroupBackup::backUpMember(
     GroupWork& work, std::size_t member, const std::string& name, bool isThere)
 {
     MemberBackup backup;
-    backup.wasThere = isThere;
+    backup.alreadyPresent = isThere;
     std::error_code error;
     const std::string path = m_places.backupOwnPath() + '/' + name;
     const MemberWork& file = work.members[member];
@@ -148,9 +148,9 @@ MemberBackup GroupBackup::backUpBeside(GroupWork& work, std::size_t member, cons
     const MemberWork& file = work.members[member];
     std::error_code error;
     const auto saved = Pt::fileStatus(savedPath(work, file), error);
-    backup.wasThere =
+    backup.alreadyPresent =
         file.digest && findBackup(m_places.backupOwnPath(), name, *file.digest, saved).has_value();
-    backup.isMade = backup.wasThere || callSink(work, member, name, backup.error);
+    backup.isMade = backup.alreadyPresent || callSink(work, member, name, backup.error);
     return backup;
 }
 
@@ -165,7 +165,7 @@ bool GroupBackup::callSink(
     if (m_lost)
         return false;
     const std::string folder =
-        file.stoodThere ? work.folder->path : work.folder->nameOf(work.itemFolder);
+        file.alreadyPresent() ? work.folder->path : work.folder->nameOf(work.itemFolder);
     std::string sinksReason;
     const SinkItem item{static_cast<long>(file.item) + 1, name, file.finalName, folder};
     const bool isMade = m_sink.makeBackup(item, sinksReason);

@@ -23,7 +23,7 @@ namespace mfx {
 
 struct MemberBackup {
     bool isMade = false; // a proven copy stands in the backup folder
-    bool wasThere = false; // before this run
+    bool alreadyPresent = false; // before this run
     std::optional<KeptCopy> copy; // where it lies; nothing beside the saved copies themselves
     std::string error; // why there is none
 };

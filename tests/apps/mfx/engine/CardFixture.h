@@ -1,6 +1,7 @@
 // A folder that stands for a card, made for one test and removed with it.
 #pragma once
 
+#include "core/platform/TestFolder.h"
 #include "mfx/engine/card/CardScan.h"
 #include "mfx/engine/card/ItemGroups.h"
 
@@ -23,21 +24,9 @@ public:
 
     // Another device than that of other test folders is one in memory.
     explicit TestCard(Device device = Device::kOfTests)
+        : m_folder(device == Device::kOther ? "/dev/shm" : std::filesystem::temp_directory_path())
     {
-        const std::filesystem::path above =
-            device == Device::kOther ? "/dev/shm" : std::filesystem::temp_directory_path();
-        std::string pattern = (above / "card-XXXXXX").native();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("no temporary folder");
-        m_path = std::filesystem::canonical(pattern).native();
     }
-    ~TestCard()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    TestCard(const TestCard&) = delete;
-    TestCard& operator=(const TestCard&) = delete;
 
     const std::string& path() const { return m_path; }
     std::string path(const std::string& name) const { return m_path + '/' + name; }
@@ -74,7 +63,8 @@ public:
     }
 
 private:
-    std::string m_path;
+    const test::TestFolder m_folder;
+    const std::string m_path{std::filesystem::canonical(m_folder.path()).native()};
 };
 
 // Paths of the items below the card, in the order of the scan.

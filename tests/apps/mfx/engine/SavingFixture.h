@@ -6,7 +6,6 @@
 #include "mfx/engine/saving/GroupStager.h"
 #include "mfx/engine/saving/GroupWork.h"
 
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,8 +16,7 @@ namespace mfx::tests {
 
 inline std::string bytesOf(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return test::read(path);
 }
 
 // Names of all that lies below a folder, folders included, sorted.
@@ -74,6 +72,13 @@ protected:
         for (const MemberWork& member : work.members)
             names.push_back(member.finalName);
         return names;
+    }
+
+    // Without what the run itself has there while it lasts.
+    std::vector<std::string> namesInTarget()
+    {
+        folders.leave();
+        return namesBelow(target.path());
     }
 
     TestCard card;

@@ -35,7 +35,7 @@ TEST(PassedOverListTest, NamesPicturesInFoldersOfSystems)
     card.add(".Trash-1000/files/A.JPG");
     const auto kinds = passedOver(card.scan());
     ASSERT_THAT(kinds, SizeIs(1));
-    EXPECT_EQ(kinds[0].kind, "system folder");
+    EXPECT_EQ(kinds[0].reason, NotHandledReason::kSystemFolder);
     EXPECT_EQ(kinds[0].count, 2U);
     EXPECT_THAT(kinds[0].names, ElementsAre(".Trash-1000/files/A.JPG", "LOST.DIR/0001"));
 }
@@ -50,7 +50,7 @@ TEST(PassedOverListTest, NamesFiveOfAKindAndCountsTheRest)
     const auto kinds = passedOver(card.scan());
     ASSERT_THAT(kinds, SizeIs(2));
     for (const PassedOver& kind : kinds)
-        EXPECT_THAT(kind.names, SizeIs(5)) << kind.kind;
+        EXPECT_THAT(kind.names, SizeIs(5)) << reasonWord(kind.reason);
     EXPECT_EQ(kinds[0].count, 6U); // hidden
     EXPECT_EQ(kinds[1].count, 7U);
 }
@@ -62,8 +62,22 @@ TEST(PassedOverListTest, TellsAPictureWithTheNameOfASystemsFile)
     card.add("DCIM/._B.JPG", std::string("\0\5\26\7", 4));
     const auto kinds = passedOver(card.scan());
     ASSERT_THAT(kinds, SizeIs(1));
-    EXPECT_EQ(kinds[0].kind, "hidden");
+    EXPECT_EQ(kinds[0].reason, NotHandledReason::kHidden);
     EXPECT_THAT(kinds[0].names, ElementsAre("DCIM/._A.JPG"));
+}
+
+TEST(PassedOverListTest, KeepsKindsApartThatTheScanDidNotMake)
+{
+    PassedOverList list;
+    list.add(PassedOverKind::kEmptyFile, "A.JPG");
+    list.add(PassedOverKind::kNotAskedFor, "B.JPG");
+    list.add(PassedOverKind::kEmptyFile, "C.JPG");
+    const auto kinds = list.take();
+    ASSERT_THAT(kinds, SizeIs(2));
+    EXPECT_EQ(kinds[0].kind, PassedOverKind::kEmptyFile);
+    EXPECT_THAT(kinds[0].names, ElementsAre("A.JPG", "C.JPG"));
+    EXPECT_EQ(kinds[1].kind, PassedOverKind::kNotAskedFor);
+    EXPECT_THAT(kinds[1].names, ElementsAre("B.JPG"));
 }
 
 } // namespace

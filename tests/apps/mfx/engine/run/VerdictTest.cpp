@@ -126,7 +126,7 @@ constexpr UnsafeCase kUnsafe[] = {
         "on the same device as the originals: do not wipe it"},
     {"FilesWithoutBytes",
         [](DownloadSummary& s) {
-            s.passedOver = {{"empty file", "files without bytes", 1, {"A.JPG"}}};
+            s.passedOver = {{PassedOverKind::kEmptyFile, NotHandledReason::kOther, 1, {"A.JPG"}}};
         },
         "the card holds more than these: files without bytes: A.JPG."},
 };
@@ -155,8 +155,11 @@ TEST(VerdictTest, TakesAFailedConversionForNoDanger)
 TEST(VerdictTest, NamesUpToFiveOfEachKindThatItLeavesOnTheCard)
 {
     DownloadSummary summary = allSaved();
-    summary.passedOver = {{"system folder", "system folder", 7, {"a", "b", "c", "d", "e"}},
-        {"not asked for", "not asked for", 1, {"x.JPG"}}};
+    summary.passedOver = {{PassedOverKind::kNotHandled,
+                              NotHandledReason::kSystemFolder,
+                              7,
+                              {"a", "b", "c", "d", "e"}},
+        {PassedOverKind::kNotAskedFor, NotHandledReason::kOther, 1, {"x.JPG"}}};
     giveVerdict(summary);
     EXPECT_THAT(summary.verdict,
         HasSubstr("the card holds more than these: system folder: a, b, c, d, e and 2 more; not "

@@ -24,11 +24,6 @@ protected:
         card.add("IMG_1.CR2", "raw");
         card.add("IMG_1.JPG", "jpeg");
     }
-    std::vector<std::string> saved()
-    {
-        folders.leave();
-        return namesBelow(target.path());
-    }
 };
 
 TEST_F(GroupPlacerTest, MovesAGroupIntoPlaceAndLeavesNothingBehind)
@@ -40,7 +35,7 @@ TEST_F(GroupPlacerTest, MovesAGroupIntoPlaceAndLeavesNothingBehind)
     place(*work);
     dropItemFolder(*work);
     EXPECT_FALSE(work->failed);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
     EXPECT_EQ(bytesOf(target.path("IMG_1.CR2")), "raw");
 }
 
@@ -53,7 +48,7 @@ TEST_F(GroupPlacerTest, TakesAnotherNumberWhenANameIsTakenAtTheLastMoment)
     place(*work);
     dropItemFolder(*work);
     EXPECT_FALSE(work->failed);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1-1.CR2", "IMG_1-1.JPG", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1-1.CR2", "IMG_1-1.JPG", "IMG_1.JPG"));
     EXPECT_EQ(bytesOf(target.path("IMG_1.JPG")), "somebody else's");
     EXPECT_EQ(bytesOf(target.path("IMG_1-1.JPG")), "jpeg");
     EXPECT_THAT(finalNames(*work), ElementsAre("IMG_1-1.CR2", "IMG_1-1.JPG"));
@@ -67,10 +62,25 @@ TEST_F(GroupPlacerTest, MakesNoTwinOfTheSameBytesThatAppearMeanwhile)
     target.add("IMG_1.JPG", "jpeg");
     place(*work);
     dropItemFolder(*work);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
-    EXPECT_TRUE(work->members[0].isPlaced);
-    EXPECT_FALSE(work->members[1].isPlaced);
-    EXPECT_TRUE(work->members[1].stoodThere);
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
+    EXPECT_TRUE(work->members[0].isPlaced());
+    EXPECT_TRUE(work->members[1].alreadyPresent());
+}
+
+TEST_F(GroupPlacerTest, TakesTheStagedCopyWhenBytesThatAppearedGoAwayAgain)
+{
+    addPair();
+    const auto work = stageOne();
+    target.add("IMG_1.JPG", "jpeg");
+    decideNames(*work);
+    EXPECT_TRUE(work->members[1].alreadyPresent());
+    std::filesystem::remove(target.path("IMG_1.JPG"));
+    decideNames(*work);
+    EXPECT_EQ(work->members[1].state, MemberState::kStaged);
+    place(*work);
+    dropItemFolder(*work);
+    EXPECT_FALSE(work->failed);
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
 }
 
 TEST_F(GroupPlacerTest, TakesAllBackWhenOneMemberCannotBeMoved)
@@ -82,12 +92,12 @@ TEST_F(GroupPlacerTest, TakesAllBackWhenOneMemberCannotBeMoved)
     place(*work);
     EXPECT_TRUE(work->failed);
     for (const MemberWork& member : work->members) {
-        EXPECT_FALSE(member.isPlaced);
+        EXPECT_EQ(member.state, MemberState::kStaged);
         EXPECT_THAT(member.error, HasSubstr("No such file"));
     }
     EXPECT_EQ(bytesOf(work->itemFolder + "/IMG_1.CR2"), "raw");
     dropItemFolder(*work);
-    EXPECT_THAT(saved(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
     EXPECT_EQ(bytesOf(card.path("IMG_1.CR2")), "raw");
 }
 
@@ -101,7 +111,7 @@ TEST_F(GroupPlacerTest, NumbersTwinsFromSeveralFolders)
         place(*work);
         dropItemFolder(*work);
     }
-    EXPECT_THAT(saved(), ElementsAre("IMG_1-1.JPG", "IMG_1-2.JPG", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1-1.JPG", "IMG_1-2.JPG", "IMG_1.JPG"));
     EXPECT_EQ(bytesOf(target.path("IMG_1.JPG")), "first");
     EXPECT_EQ(bytesOf(target.path("IMG_1-2.JPG")), "third");
 }
@@ -110,15 +120,15 @@ TEST_F(GroupPlacerTest, SavesTheSameBytesFromTwoFoldersOnce)
 {
     card.add("100/IMG_1.JPG", "same");
     card.add("101/IMG_1.JPG", "same");
-    std::vector<bool> stood;
+    std::vector<bool> present;
     for (const auto& work : stageAll()) {
         decideNames(*work);
         place(*work);
         dropItemFolder(*work);
-        stood.push_back(work->members[0].stoodThere);
+        present.push_back(work->members[0].alreadyPresent());
     }
-    EXPECT_THAT(stood, ElementsAre(false, true));
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.JPG"));
+    EXPECT_THAT(present, ElementsAre(false, true));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.JPG"));
 }
 
 TEST_F(GroupPlacerTest, CompletesAGroupOfWhichAPartStands)
@@ -126,12 +136,12 @@ TEST_F(GroupPlacerTest, CompletesAGroupOfWhichAPartStands)
     addPair();
     target.add("IMG_1.CR2", "raw");
     const auto work = stageOne();
-    EXPECT_FALSE(work->members[0].isStaged);
+    EXPECT_EQ(work->members[0].state, MemberState::kPlanned);
     decideNames(*work);
     place(*work);
     dropItemFolder(*work);
     EXPECT_FALSE(work->failed);
-    EXPECT_THAT(saved(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
 }
 
 TEST_F(GroupPlacerTest, GivesUpWhenTheStandingPartGoesAway)
@@ -146,7 +156,7 @@ TEST_F(GroupPlacerTest, GivesUpWhenTheStandingPartGoesAway)
     EXPECT_THAT(work->members[1].error, HasSubstr("IMG_1.CR2 belongs to it"));
     place(*work);
     dropItemFolder(*work);
-    EXPECT_THAT(saved(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupPlacerTest, PreviewsTheNamesThatItGives)
@@ -162,7 +172,7 @@ TEST_F(GroupPlacerTest, PreviewsTheNamesThatItGives)
         previewNames(*work);
         previewed.push_back(finalNames(*work));
     }
-    EXPECT_THAT(saved(), ElementsAre("IMG_2.JPG"));
+    EXPECT_THAT(namesInTarget(), ElementsAre("IMG_2.JPG"));
     dryRun = false;
     FinalFolders afresh(target.path(), places);
     std::vector<std::vector<std::string>> given;

@@ -26,11 +26,6 @@ protected:
         for (int i = 0; i < count; ++i)
             card.add("IMG_" + std::to_string(1000 + i) + ".JPG", "photo " + std::to_string(i));
     }
-    std::vector<std::string> leftBehind()
-    {
-        folders.leave();
-        return namesBelow(target.path());
-    }
 };
 
 TEST_F(GroupStagerTest, MakesProvenCopiesInTheOrderOfTheGroups)
@@ -41,7 +36,7 @@ TEST_F(GroupStagerTest, MakesProvenCopiesInTheOrderOfTheGroups)
         EXPECT_EQ(work->group, next++);
         ASSERT_FALSE(work->failed) << work->members[0].error;
         const MemberWork& member = work->members[0];
-        EXPECT_TRUE(member.isStaged);
+        EXPECT_EQ(member.state, MemberState::kStaged);
         EXPECT_EQ(bytesOf(work->itemFolder + '/' + member.stagedName), bytesOf(member.source));
         std::error_code error;
         EXPECT_EQ(member.digest, Pt::digestOfFile(member.source, error));
@@ -108,7 +103,7 @@ TEST_F(GroupStagerTest, LeavesNothingOfGroupsThatNobodyTook)
         const auto work = stager.take();
         folders.open("").work.dropItemFolder(work->itemFolder);
     }
-    EXPECT_THAT(leftBehind(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupStagerTest, StopsAtAnyMoment)
@@ -127,7 +122,7 @@ TEST_F(GroupStagerTest, StopsAtAnyMoment)
         stager.reset();
         fresh.leave();
     }
-    EXPECT_THAT(leftBehind(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupStagerTest, KeepsNobodyWaitingOnceItWasStopped)
@@ -162,7 +157,7 @@ TEST_F(GroupStagerTest, GivesUpCopiesInHandWhenItShouldStop)
         EXPECT_EQ(work->problem, Pt::CopyProblem::kCancelled);
         work->folder->work.dropItemFolder(work->itemFolder);
     }
-    EXPECT_THAT(leftBehind(), IsEmpty());
+    EXPECT_THAT(namesInTarget(), IsEmpty());
 }
 
 TEST_F(GroupStagerTest, CopiesNothingThatStandsThere)
@@ -172,10 +167,10 @@ TEST_F(GroupStagerTest, CopiesNothingThatStandsThere)
     target.add("IMG_1.CR2", "raw");
     target.add("IMG_1.JPG", "jpeg");
     const auto work = stageOne();
-    EXPECT_TRUE(work->stoodThere);
+    EXPECT_TRUE(work->alreadyPresent);
     EXPECT_TRUE(work->itemFolder.empty());
     EXPECT_THAT(finalNames(*work), ElementsAre("IMG_1.CR2", "IMG_1.JPG"));
-    EXPECT_TRUE(work->members[1].stoodThere);
+    EXPECT_TRUE(work->members[1].alreadyPresent());
 }
 
 TEST_F(GroupStagerTest, OnlyPlansInADryRun)
@@ -184,7 +179,7 @@ TEST_F(GroupStagerTest, OnlyPlansInADryRun)
     dryRun = true;
     for (const auto& work : stageAll()) {
         EXPECT_FALSE(work->failed);
-        EXPECT_FALSE(work->members[0].isStaged);
+        EXPECT_EQ(work->members[0].state, MemberState::kPlanned);
         EXPECT_TRUE(work->itemFolder.empty());
     }
     folders.leave(); // these were made for a run that copies

@@ -30,7 +30,7 @@ protected:
     std::vector<std::string> found()
     {
         const auto work = stage();
-        return work->stoodThere ? finalNames(*work) : std::vector<std::string>();
+        return work->alreadyPresent ? finalNames(*work) : std::vector<std::string>();
     }
 };
 
@@ -66,7 +66,7 @@ TEST_F(NumberedCopiesTest, FindsAGroupWholeUnderOneStemOrNotAtAll)
     insertCard();
     GroupStager stager(plan(), later);
     const auto work = stager.take();
-    EXPECT_TRUE(work->stoodThere);
+    EXPECT_TRUE(work->alreadyPresent);
     EXPECT_THAT(finalNames(*work), ElementsAre("P03-1.CR2", "P03-1.JPG"));
 }
 
