@@ -8,8 +8,6 @@
 #pragma once
 
 #include "TevoroAppManager/CAppInfo.h"
-#include "TevoroAppManager/PanelControls.h"
-#include "TevoroAppManager/PanelDialogs.h"
 #include "TevoroAppManager/PtTevoroTalk.h"
 #include "TevoroAppManager/contract/CPropAppPreferences.h"
 #include "TevoroAppManager/contract/IMFXLogCallbacks.h"
@@ -23,6 +21,8 @@
 #include "TevoroAppManager/contract/sink/ISinkProgressDialog.h"
 #include "TevoroAppManager/contract/sink/ISinkUICapabilities.h"
 #include "TevoroAppManager/contract/sink/ISinkUtilHandler.h"
+#include "TevoroAppManager/panel/PanelControls.h"
+#include "TevoroAppManager/panel/PanelDialogs.h"
 
 #include <QString>
 

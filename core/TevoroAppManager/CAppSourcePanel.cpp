@@ -2,9 +2,9 @@
 
 #include "TevoroAppManager/ApplicationFolders.h"
 #include "TevoroAppManager/CAppSource.h"
-#include "TevoroAppManager/FitPath.h"
 #include "TevoroAppManager/FxGuard.h"
 #include "TevoroAppManager/TargetFolder.h"
+#include "TevoroAppManager/panel/FitPath.h"
 #include "strings/ApplicationLocale.h"
 #include "strings/PtZString.h"
 

@@ -1,11 +1,11 @@
 // The sink's preferences: the store behind them, reading and writing.
 
 #include "TevoroAppManager/ApplicationFolders.h"
-#include "TevoroAppManager/BackdropColour.h"
 #include "TevoroAppManager/CAppSource.h"
 #include "TevoroAppManager/FxGuard.h"
-#include "TevoroAppManager/PreferenceReader.h"
-#include "TevoroAppManager/PreferenceWriter.h"
+#include "TevoroAppManager/panel/BackdropColour.h"
+#include "TevoroAppManager/preferences/PreferenceReader.h"
+#include "TevoroAppManager/preferences/PreferenceWriter.h"
 #include "platform/common/services/PtModule.h"
 #include "platform/common/text/PtConstString.h"
 #include "strings/PtZString.h"

@@ -1,7 +1,7 @@
 #include "TevoroAppManager/TargetFolder.h"
 
 #include "TevoroAppManager/ApplicationFolders.h"
-#include "TevoroAppManager/BackdropColour.h"
+#include "TevoroAppManager/panel/BackdropColour.h"
 #include "core/platform/Environment.h"
 #include "core/platform/OrdinaryUser.h"
 #include "core/platform/TestFolder.h"
