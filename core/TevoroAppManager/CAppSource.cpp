@@ -32,17 +32,20 @@ void closeDictionaryForLast()
         PtZString::closeZStringDict();
 }
 
-void release(IClientUIControl* control)
+// Text for the user into the host's buffer, cut at its capacity.
+FxStatus giveText(const QString& literal, unsigned short* buffer, int capacity) noexcept
 {
-    if (control)
-        control->Release();
+    return fxGuard([&] {
+        copyBounded(PtZString::getZString(literal), buffer, capacity);
+        return kFxOk;
+    });
 }
 
 } // namespace
 
 CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
     : m_info(info)
-    , m_dialogs(dialogs)
+    , m_panel(*this, dialogs)
 {
     m_bus.Initialize();
     initilizePreferences();
@@ -64,15 +67,9 @@ void CAppSource::bindDNGConverter()
     }
 }
 
-// The reference on deletefiles_checkbox is left alone: hosts count on that.
 CAppSource::~CAppSource()
 {
-    release(m_controls.secondaryBackupLabel);
-    release(m_controls.browseButton);
-    release(m_controls.settingsButton);
-    release(m_controls.dngCheckbox);
-    release(m_controls.launchTevoroCheckbox);
-    release(m_controls.saveCopiesCheckbox);
+    m_panel.releaseControls();
     closeDictionaryForLast();
     m_bus.Terminate();
 }
@@ -249,11 +246,57 @@ FxStatus CAppSource::GetSeperatorChar(char& out)
 
 FxStatus CAppSource::GetCopyProgressLongestLabelString(unsigned short* buffer, int capacity)
 {
+    return giveText(
+        u"$$$/AppSource/CreatingBackupCopy=Creating Backup Copy..."_s, buffer, capacity);
+}
+
+FxStatus CAppSource::GetUIFilename(unsigned short* buffer, int capacity)
+{
     return fxGuard([buffer, capacity] {
-        copyBounded(
-            PtZString::getZString(u"$$$/AppSource/CreatingBackupCopy=Creating Backup Copy..."_s),
-            buffer,
-            capacity);
+        copyBounded(SinkPanel::descriptionPath(), buffer, capacity);
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::GetCustomUICaption(unsigned short* buffer, int capacity)
+{
+    return giveText(u"$$$/AppSource/AdvancedOptionsOpen=Advanced Options"_s, buffer, capacity);
+}
+
+FxStatus CAppSource::GetCustomUISummary(unsigned short* buffer, int capacity)
+{
+    return giveText(
+        u"$$$/AppSource/AdvancedOptionsSummary=Open to view advanced options"_s, buffer, capacity);
+}
+
+FxStatus CAppSource::GetUIControlOrder(IUIOrderingOptionsEnum& order)
+{
+    return fxGuard([&order] {
+        SinkPanel::orderHostControls(order);
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::SetClientUIHandler(IClientUIHandler* handler)
+{
+    return fxGuard([this, handler] {
+        m_panel.bind(handler);
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::HandleUIModeChange(void*, eMFXUIMode mode, int& value)
+{
+    return fxGuard([this, mode, &value] {
+        m_panel.changeMode(mode, value);
+        return kFxOk;
+    });
+}
+
+FxStatus CAppSource::handleUIEvent(const char* name)
+{
+    return fxGuard([this, name] {
+        m_panel.handleEvent(name ? name : "");
         return kFxOk;
     });
 }

@@ -21,8 +21,7 @@
 #include "TevoroAppManager/contract/sink/ISinkProgressDialog.h"
 #include "TevoroAppManager/contract/sink/ISinkUICapabilities.h"
 #include "TevoroAppManager/contract/sink/ISinkUtilHandler.h"
-#include "TevoroAppManager/panel/PanelControls.h"
-#include "TevoroAppManager/panel/PanelDialogs.h"
+#include "TevoroAppManager/panel/SinkPanel.h"
 
 #include <QString>
 
@@ -180,17 +179,11 @@ private:
     void writeRecord(PreferenceWriter& writer, const CPropAppPreferences3& record);
     void writeControls(PreferenceWriter& writer);
 
-    // Panel
-    IClientUIControl* bindControl(const char* name);
-    void refreshBackupLabel();
-    void enableBackupControls(bool enabled);
-    void chooseBackupFolder();
-
     // Conversion
     bool isCameraRAWFile(const QString& path) const;
     bool convertToDNG(const QString& path, FxStatusTextCallback label, FxStatusTextCallback error);
 
-    bool convertToDNGThruRDX(const QString& source, const QString& destination) const;
+    bool convertToDNGThruRDX(const QString& source, const QString& destination);
 
     // Completion
     QString commonFolder(ISinkEnumMediaItem& items);
@@ -206,16 +199,12 @@ private:
     IPtPreferences* m_preferences = nullptr; // one reference a fetch; never released
     std::uint32_t m_references = 0;
     CAppInfo m_info;
-    PanelDialogs& m_dialogs;
+    SinkPanel m_panel;
     CMOXFileFormat* m_formats = nullptr; // owned; built on first demand
     ISinkUtilHandler* m_utilHandler = nullptr; // the last one handed out; not counted
-    IClientUIHandler* m_uiHandler = nullptr; // borrowed
     IProgressHandler* m_progress = nullptr; // borrowed from the caller, released at the end
-    PanelControls m_controls;
-    DNGSettings m_dng;
     std::int32_t m_dngFailures = 0; // of the whole session
     void* m_hostHandle = nullptr;
-    QString m_secondaryLocation;
     PtTevoroTalk m_bus;
     FxString m_rdxExtensions;
     FxString m_zqExtensions;

@@ -146,8 +146,8 @@ FxStatus CAppSource::PushAllMediaItems(ISinkEnumMediaItem& items,
         items.GetCount(count);
         if (source.tag != kFxTagSource || source.size != kFxSizeSource)
             return kFxErrBadRecord;
-        const bool launch = isChecked(m_controls.launchTevoroCheckbox);
-        const bool deletes = isChecked(m_controls.deleteFilesCheckbox);
+        const bool launch = isChecked(m_panel.controls().launchTevoroCheckbox);
+        const bool deletes = isChecked(m_panel.controls().deleteFilesCheckbox);
         const QString folder = commonFolder(items);
         reportFailedConversions(display, folder);
         if (deletes)

@@ -104,7 +104,7 @@ FxStatus CAppSource::GetPreferences(CProp& record)
 
 void CAppSource::disableDNGControls()
 {
-    IClientUIControl* checkbox = m_controls.dngCheckbox;
+    IClientUIControl* checkbox = m_panel.controls().dngCheckbox;
     if (!checkbox)
         return;
     const QString toolTip = PtZString::getZString(
@@ -112,7 +112,7 @@ void CAppSource::disableDNGControls()
     checkbox->SetChecked(false);
     checkbox->SetEnabled(false);
     checkbox->SetToolTip(toolTip.toUtf8().constData());
-    setEnabled(m_controls.settingsButton, false);
+    setEnabled(m_panel.controls().settingsButton, false);
 }
 
 // The order of the keys matters: see PreferenceReader.
@@ -164,30 +164,30 @@ void CAppSource::readRecordStrings(PreferenceReader& reader, CPropAppPreferences
 
 void CAppSource::readCheckboxes(PreferenceReader& reader)
 {
-    if (m_controls.launchTevoroCheckbox)
-        m_controls.launchTevoroCheckbox->SetChecked(reader.boolean("OpenTevoro"));
-    if (m_controls.deleteFilesCheckbox)
-        m_controls.deleteFilesCheckbox->SetChecked(reader.boolean("DeleteOriginals"));
-    if (m_controls.dngCheckbox)
+    if (m_panel.controls().launchTevoroCheckbox)
+        m_panel.controls().launchTevoroCheckbox->SetChecked(reader.boolean("OpenTevoro"));
+    if (m_panel.controls().deleteFilesCheckbox)
+        m_panel.controls().deleteFilesCheckbox->SetChecked(reader.boolean("DeleteOriginals"));
+    if (m_panel.controls().dngCheckbox)
         readDNGOptions(reader);
-    if (m_controls.saveCopiesCheckbox) {
+    if (m_panel.controls().saveCopiesCheckbox) {
         const bool savesCopies = reader.boolean("SaveToSecondaryLocation");
-        m_controls.saveCopiesCheckbox->SetChecked(savesCopies);
-        enableBackupControls(savesCopies);
+        m_panel.controls().saveCopiesCheckbox->SetChecked(savesCopies);
+        m_panel.enableBackupControls(savesCopies);
     }
-    if (m_controls.secondaryBackupLabel)
+    if (m_panel.controls().secondaryBackupLabel)
         readSecondaryLocation(reader);
 }
 
 void CAppSource::readDNGOptions(PreferenceReader& reader)
 {
     const bool converts = reader.boolean("ConvertToDNG");
-    m_controls.dngCheckbox->SetChecked(converts);
-    setEnabled(m_controls.settingsButton, converts);
-    m_dng.uncompressed = reader.boolean("DNGOutputUncompressed");
-    m_dng.linear = reader.boolean("DNGOutputLinear");
-    m_dng.embedRaw = reader.boolean("DNGEmbeddRAW");
-    m_dng.jpegPreviewSize = reader.integer("DNGJpegPreviewSize");
+    m_panel.controls().dngCheckbox->SetChecked(converts);
+    setEnabled(m_panel.controls().settingsButton, converts);
+    m_panel.settings().uncompressed = reader.boolean("DNGOutputUncompressed");
+    m_panel.settings().linear = reader.boolean("DNGOutputLinear");
+    m_panel.settings().embedRaw = reader.boolean("DNGEmbeddRAW");
+    m_panel.settings().jpegPreviewSize = reader.integer("DNGJpegPreviewSize");
 }
 
 // A stored folder that has gone is passed over: the folder chosen at binding stays.
@@ -196,8 +196,7 @@ void CAppSource::readSecondaryLocation(PreferenceReader& reader)
     const QString folder = reader.text("SecondaryLocation");
     if (folder.isEmpty() || !QDir(folder).exists())
         return;
-    m_secondaryLocation = QDir::toNativeSeparators(folder);
-    refreshBackupLabel();
+    m_panel.setBackupFolder(folder);
 }
 
 void CAppSource::applyFixedDefaults(CPropAppPreferences3& record)
@@ -211,12 +210,12 @@ void CAppSource::applyFixedDefaults(CPropAppPreferences3& record)
     record.customGroupOpen = true;
     record.renameSequenceNumber = 1;
     record.keepDeviceName = 0;
-    setChecked(m_controls.launchTevoroCheckbox, true);
-    setChecked(m_controls.dngCheckbox, false);
-    setChecked(m_controls.saveCopiesCheckbox, false);
-    setChecked(m_controls.deleteFilesCheckbox, false);
-    if (m_controls.secondaryBackupLabel)
-        m_controls.secondaryBackupLabel->SetText("");
+    setChecked(m_panel.controls().launchTevoroCheckbox, true);
+    setChecked(m_panel.controls().dngCheckbox, false);
+    setChecked(m_panel.controls().saveCopiesCheckbox, false);
+    setChecked(m_panel.controls().deleteFilesCheckbox, false);
+    if (m_panel.controls().secondaryBackupLabel)
+        m_panel.controls().secondaryBackupLabel->SetText("");
     record.quickViewerMode = 1;
     record.backdropColour = 0xffd2d2d2;
     record.textColour = 0xff646464;
@@ -267,22 +266,23 @@ void CAppSource::writeRecord(PreferenceWriter& writer, const CPropAppPreferences
 
 void CAppSource::writeControls(PreferenceWriter& writer)
 {
-    if (m_controls.launchTevoroCheckbox)
-        writer.boolean("OpenTevoro", m_controls.launchTevoroCheckbox->IsChecked());
-    if (m_controls.deleteFilesCheckbox)
-        writer.boolean("DeleteOriginals", m_controls.deleteFilesCheckbox->IsChecked());
-    if (m_controls.dngCheckbox) {
-        const bool converts = m_controls.dngCheckbox->IsChecked();
+    if (m_panel.controls().launchTevoroCheckbox)
+        writer.boolean("OpenTevoro", m_panel.controls().launchTevoroCheckbox->IsChecked());
+    if (m_panel.controls().deleteFilesCheckbox)
+        writer.boolean("DeleteOriginals", m_panel.controls().deleteFilesCheckbox->IsChecked());
+    if (m_panel.controls().dngCheckbox) {
+        const bool converts = m_panel.controls().dngCheckbox->IsChecked();
         writer.boolean("ConvertToDNG", converts);
         if (converts) {
-            writer.boolean("DNGOutputUncompressed", m_dng.uncompressed);
-            writer.boolean("DNGOutputLinear", m_dng.linear);
-            writer.boolean("DNGEmbeddRAW", m_dng.embedRaw);
-            writer.integer("DNGJpegPreviewSize", m_dng.jpegPreviewSize);
+            writer.boolean("DNGOutputUncompressed", m_panel.settings().uncompressed);
+            writer.boolean("DNGOutputLinear", m_panel.settings().linear);
+            writer.boolean("DNGEmbeddRAW", m_panel.settings().embedRaw);
+            writer.integer("DNGJpegPreviewSize", m_panel.settings().jpegPreviewSize);
         }
     }
-    if (m_controls.saveCopiesCheckbox)
-        writer.boolean("SaveToSecondaryLocation", m_controls.saveCopiesCheckbox->IsChecked());
-    if (m_controls.secondaryBackupLabel)
-        writer.text("SecondaryLocation", m_secondaryLocation);
+    if (m_panel.controls().saveCopiesCheckbox)
+        writer.boolean(
+            "SaveToSecondaryLocation", m_panel.controls().saveCopiesCheckbox->IsChecked());
+    if (m_panel.controls().secondaryBackupLabel)
+        writer.text("SecondaryLocation", m_panel.backupFolder());
 }

@@ -102,19 +102,18 @@ FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
     FxPerItemCallback,
     IDisplayMsgHandler* display)
 {
-    if (!isChecked(m_controls.saveCopiesCheckbox))
+    if (!isChecked(m_panel.controls().saveCopiesCheckbox))
         return kFxOk;
     if (!isItemRecord(item))
         return kFxErrBadArgument;
     return fxGuard([=, this] {
         tell(label,
             PtZString::getZString(u"$$$/AppSource/CreatingBackupCopy=Creating Backup Copy..."_s));
-        m_secondaryLocation = QDir::toNativeSeparators(m_secondaryLocation);
-        tell(detail, m_secondaryLocation);
-        if (!mkdirFromAbsPath(m_secondaryLocation))
+        tell(detail, m_panel.backupFolder());
+        if (!mkdirFromAbsPath(m_panel.backupFolder()))
             return kFxErrBadArgument;
         const QString target = targetFolder(toQString(item->folder));
-        const FxStatus status = copyBesideOthers(*item, m_secondaryLocation, target);
+        const FxStatus status = copyBesideOthers(*item, m_panel.backupFolder(), target);
         if (status == kFxErrBackupFailed)
             reportFailedBackup(display);
         if (status == kFxOk)
@@ -130,7 +129,7 @@ FxStatus CAppSource::DoPostProcessing(CPropSinkMediaItem* item,
     FxPerItemCallback,
     IDisplayMsgHandler*)
 {
-    if (!isChecked(m_controls.dngCheckbox))
+    if (!isChecked(m_panel.controls().dngCheckbox))
         return kFxOk;
     if (!isItemRecord(item))
         return kFxWarnPostProcess;
@@ -186,17 +185,18 @@ bool CAppSource::convertToDNG(
 }
 
 // Whatever the library throws is a failure like any other: the raw file must get back.
-bool CAppSource::convertToDNGThruRDX(const QString& source, const QString& destination) const
+bool CAppSource::convertToDNGThruRDX(const QString& source, const QString& destination)
 {
     if (!m_convertToDNG)
         return false;
+    const DNGSettings& settings = m_panel.settings();
     try {
         return m_convertToDNG(QFile::encodeName(source).constData(),
                    QFile::encodeName(destination).constData(),
-                   m_dng.jpegPreviewSize,
-                   m_dng.uncompressed ? 0 : 1,
-                   m_dng.linear ? 1 : 0,
-                   m_dng.embedRaw ? 1 : 0)
+                   settings.jpegPreviewSize,
+                   settings.uncompressed ? 0 : 1,
+                   settings.linear ? 1 : 0,
+                   settings.embedRaw ? 1 : 0)
             == 0;
     } catch (...) {
         return false;
