@@ -48,7 +48,7 @@ CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
     , m_panel(*this, dialogs)
 {
     m_bus.Initialize();
-    initilizePreferences();
+    m_preferences.initilizePreferences();
     openDictionaryForFirst();
     bindDNGConverter();
 }
@@ -330,6 +330,16 @@ FxStatus CAppSource::GetSessionEndParams(IEnumArbitraryData**)
 FxStatus CAppSource::DisplayHelp(void*)
 {
     return kFxErrNotSupported;
+}
+
+FxStatus CAppSource::GetPreferences(CProp& record)
+{
+    return fxGuard([this, &record] { return m_preferences.read(record, isDNGConverterPresent()); });
+}
+
+FxStatus CAppSource::SetPreferences(CProp& record)
+{
+    return fxGuard([this, &record] { return m_preferences.write(record); });
 }
 
 FxStatus CAppSource::GetDisplayString(eDisplayStringType, unsigned short*, unsigned int)

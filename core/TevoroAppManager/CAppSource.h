@@ -9,10 +9,8 @@
 
 #include "TevoroAppManager/CAppInfo.h"
 #include "TevoroAppManager/PtTevoroTalk.h"
-#include "TevoroAppManager/contract/CPropAppPreferences.h"
 #include "TevoroAppManager/contract/IMFXLogCallbacks.h"
 #include "TevoroAppManager/contract/IMFXPostProcessing.h"
-#include "TevoroAppManager/contract/IPtPreferences.h"
 #include "TevoroAppManager/contract/ISource.h"
 #include "TevoroAppManager/contract/IUICallback.h"
 #include "TevoroAppManager/contract/sink/ISink.h"
@@ -22,14 +20,13 @@
 #include "TevoroAppManager/contract/sink/ISinkUICapabilities.h"
 #include "TevoroAppManager/contract/sink/ISinkUtilHandler.h"
 #include "TevoroAppManager/panel/SinkPanel.h"
+#include "TevoroAppManager/preferences/SinkPreferences.h"
 
 #include <QString>
 
 #include <cstdint>
 
 class CMOXFileFormat;
-class PreferenceReader;
-class PreferenceWriter;
 
 // ZQPlugin_ConvertToDNG: source and destination path in the file system's encoding, size of the
 // JPEG preview, compressed, linear, embed the raw file. 0 on success.
@@ -165,20 +162,6 @@ private:
     void bindDNGConverter();
     void* faceFor(long id);
 
-    // Preferences
-    IPtPreferences* getIPtPreferences();
-    bool loadPreferenceModule();
-    void initilizePreferences();
-    void readStore(CPropAppPreferences3& record);
-    void readRecordStrings(PreferenceReader& reader, CPropAppPreferences3& record);
-    void readCheckboxes(PreferenceReader& reader);
-    void readDNGOptions(PreferenceReader& reader);
-    void readSecondaryLocation(PreferenceReader& reader);
-    void applyFixedDefaults(CPropAppPreferences3& record);
-    void disableDNGControls();
-    void writeRecord(PreferenceWriter& writer, const CPropAppPreferences3& record);
-    void writeControls(PreferenceWriter& writer);
-
     // Conversion
     bool isCameraRAWFile(const QString& path) const;
     bool convertToDNG(const QString& path, FxStatusTextCallback label, FxStatusTextCallback error);
@@ -196,10 +179,10 @@ private:
     void deleteOriginals(ISinkEnumMediaItem& items, FxPerItemCallback deleteItem);
     void handOff(const QString& folder, bool launch, const QString& caption);
 
-    IPtPreferences* m_preferences = nullptr; // one reference a fetch; never released
     std::uint32_t m_references = 0;
     CAppInfo m_info;
     SinkPanel m_panel;
+    SinkPreferences m_preferences{m_panel};
     CMOXFileFormat* m_formats = nullptr; // owned; built on first demand
     ISinkUtilHandler* m_utilHandler = nullptr; // the last one handed out; not counted
     IProgressHandler* m_progress = nullptr; // borrowed from the caller, released at the end
