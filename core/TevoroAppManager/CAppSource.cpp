@@ -1,12 +1,14 @@
 #include "TevoroAppManager/CAppSource.h"
 
+#include "TevoroAppManager/BackupCopy.h"
 #include "TevoroAppManager/CMOXFileFormat.h"
 #include "TevoroAppManager/FxGuard.h"
 #include "TevoroAppManager/SupportedFormats.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
-#include "platform/common/services/PtModule.h"
-#include "platform/common/text/PtConstString.h"
 #include "strings/PtZString.h"
+
+#include <QDir>
+#include <QFile>
 
 #include <algorithm>
 
@@ -32,6 +34,17 @@ void closeDictionaryForLast()
         PtZString::closeZStringDict();
 }
 
+// By its size alone; the tag is not looked at.
+bool isItemRecord(const CPropSinkMediaItem* item)
+{
+    return item && item->size == kFxSizeSinkMediaItem;
+}
+
+QString pathOf(const CPropSinkMediaItem& item)
+{
+    return toQString(item.folder) + QDir::separator() + toQString(item.fileName);
+}
+
 // Text for the user into the host's buffer, cut at its capacity.
 FxStatus giveText(const QString& literal, unsigned short* buffer, int capacity) noexcept
 {
@@ -50,21 +63,7 @@ CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
     m_bus.Initialize();
     m_preferences.initilizePreferences();
     openDictionaryForFirst();
-    bindDNGConverter();
-}
-
-void CAppSource::bindDNGConverter()
-{
-    static const Pt::ConstString kLibrary("../Frameworks/ZQPluginSupport.framework");
-    const PtModuleRef library = PtLoadLibrary(kLibrary);
-    if (!library)
-        return;
-    const auto canConvert =
-        reinterpret_cast<bool (*)()>(PtGetProcAddress(library, "ZQPlugin_CanConvertToDNG"));
-    if (canConvert && canConvert()) {
-        m_convertToDNG = reinterpret_cast<ConvertToDNGFunction>(
-            PtGetProcAddress(library, "ZQPlugin_ConvertToDNG"));
-    }
+    m_converter.bindLibrary();
 }
 
 CAppSource::~CAppSource()
@@ -177,7 +176,7 @@ FxStatus CAppSource::GetSupportedFileFormatList(IFileFormat*& out)
 {
     return fxGuard([this, &out] {
         if (!m_formats)
-            m_formats = makeSupportedFormats(toQString(m_zqExtensions.c_str())).detach();
+            m_formats = makeSupportedFormats(m_zqExtensions).detach();
         if (m_formats) {
             m_formats->AddRef();
             out = m_formats;
@@ -213,7 +212,7 @@ FxStatus CAppSource::GetSinkUtilHandler(ISinkUtilHandler*& out)
 FxStatus CAppSource::SetRDXSupportedExtensions(unsigned short* text)
 {
     return fxGuard([this, text] {
-        m_rdxExtensions = toFxString(toQString(text));
+        m_converter.setRawExtensions(toQString(text));
         return kFxOk;
     });
 }
@@ -221,7 +220,7 @@ FxStatus CAppSource::SetRDXSupportedExtensions(unsigned short* text)
 FxStatus CAppSource::SetZQPluginSupportedExtensions(unsigned short* text)
 {
     return fxGuard([this, text] {
-        m_zqExtensions = toFxString(toQString(text));
+        m_zqExtensions = toQString(text);
         return kFxOk;
     });
 }
@@ -347,9 +346,46 @@ FxStatus CAppSource::GetDisplayString(eDisplayStringType, unsigned short*, unsig
     return kFxErrNotSupported;
 }
 
+FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
+    FxStatusTextCallback label,
+    FxStatusTextCallback detail,
+    FxStatusTextCallback,
+    FxPerItemCallback,
+    IDisplayMsgHandler* display)
+{
+    if (!isChecked(m_panel.controls().saveCopiesCheckbox))
+        return kFxOk;
+    if (!isItemRecord(item))
+        return kFxErrBadArgument;
+    return fxGuard([=, this] {
+        return makeBackupCopy(*item, m_panel.backupFolder(), {label, detail, display});
+    });
+}
+
+// A file that is missing counts as a failed conversion, even when it was no raw file.
+FxStatus CAppSource::DoPostProcessing(CPropSinkMediaItem* item,
+    FxStatusTextCallback label,
+    FxStatusTextCallback,
+    FxStatusTextCallback error,
+    FxPerItemCallback,
+    IDisplayMsgHandler*)
+{
+    if (!isChecked(m_panel.controls().dngCheckbox))
+        return kFxOk;
+    if (!isItemRecord(item))
+        return kFxWarnPostProcess;
+    return fxGuard([=, this] {
+        const QString path = pathOf(*item);
+        if (QFile::exists(path) && m_converter.convertToDNG(path, label, error))
+            return kFxOk;
+        ++m_dngFailures;
+        return kFxWarnPostProcess;
+    });
+}
+
 FxStatus CAppSource::deleteXMPData(bool flag)
 {
-    m_deleteXMP = flag;
+    m_converter.deleteXMPData(flag);
     return kFxOk;
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "TevoroAppManager/CAppInfo.h"
+#include "TevoroAppManager/DNGConverter.h"
 #include "TevoroAppManager/PtTevoroTalk.h"
 #include "TevoroAppManager/contract/IMFXLogCallbacks.h"
 #include "TevoroAppManager/contract/IMFXPostProcessing.h"
@@ -27,15 +28,6 @@
 #include <cstdint>
 
 class CMOXFileFormat;
-
-// ZQPlugin_ConvertToDNG: source and destination path in the file system's encoding, size of the
-// JPEG preview, compressed, linear, embed the raw file. 0 on success.
-using ConvertToDNGFunction = int (*)(const char* source,
-    const char* destination,
-    int jpegPreviewSize,
-    int compressed,
-    int linear,
-    int embedRaw);
 
 class CAppSource final : public ISource,
                          public ISink3,
@@ -154,19 +146,12 @@ public:
 
     // Returns 0 and does nothing.
     int getMFXLogFolderPath(unsigned short* path);
-    bool isDNGConverterPresent() const { return m_convertToDNG != nullptr; }
+    bool isDNGConverterPresent() const { return m_converter.isPresent(); }
 
 private:
     ~CAppSource();
 
-    void bindDNGConverter();
     void* faceFor(long id);
-
-    // Conversion
-    bool isCameraRAWFile(const QString& path) const;
-    bool convertToDNG(const QString& path, FxStatusTextCallback label, FxStatusTextCallback error);
-
-    bool convertToDNGThruRDX(const QString& source, const QString& destination);
 
     // Completion
     QString commonFolder(ISinkEnumMediaItem& items);
@@ -183,14 +168,12 @@ private:
     CAppInfo m_info;
     SinkPanel m_panel;
     SinkPreferences m_preferences{m_panel};
+    DNGConverter m_converter{m_panel.settings()};
     CMOXFileFormat* m_formats = nullptr; // owned; built on first demand
     ISinkUtilHandler* m_utilHandler = nullptr; // the last one handed out; not counted
     IProgressHandler* m_progress = nullptr; // borrowed from the caller, released at the end
     std::int32_t m_dngFailures = 0; // of the whole session
     void* m_hostHandle = nullptr;
     PtTevoroTalk m_bus;
-    FxString m_rdxExtensions;
-    FxString m_zqExtensions;
-    ConvertToDNGFunction m_convertToDNG = nullptr;
-    bool m_deleteXMP = false;
+    QString m_zqExtensions;
 };
