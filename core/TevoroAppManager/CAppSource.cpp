@@ -3,6 +3,7 @@
 #include "TevoroAppManager/BackupCopy.h"
 #include "TevoroAppManager/CMOXFileFormat.h"
 #include "TevoroAppManager/FxGuard.h"
+#include "TevoroAppManager/FxText.h"
 #include "TevoroAppManager/SupportedFormats.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
 #include "strings/PtZString.h"
@@ -10,14 +11,7 @@
 #include <QDir>
 #include <QFile>
 
-#include <algorithm>
-
-using namespace Qt::StringLiterals;
-
 namespace {
-
-constexpr long kHostNameCapacity = 260;
-constexpr long kAdvancedCapability = 14;
 
 // Sinks alive in this process: they share one dictionary, which the last one closes.
 int gLiveSinks = 0;
@@ -34,7 +28,7 @@ void closeDictionaryForLast()
         PtZString::closeZStringDict();
 }
 
-// By its size alone; the tag is not looked at.
+// By its size alone: hosts leave what they like in the tag.
 bool isItemRecord(const CPropSinkMediaItem* item)
 {
     return item && item->size == kFxSizeSinkMediaItem;
@@ -45,17 +39,10 @@ QString pathOf(const CPropSinkMediaItem& item)
     return toQString(item.folder) + QDir::separator() + toQString(item.fileName);
 }
 
-// Text for the user into the host's buffer, cut at its capacity.
-FxStatus giveText(const QString& literal, unsigned short* buffer, int capacity) noexcept
-{
-    return fxGuard([&] {
-        copyBounded(PtZString::getZString(literal), buffer, capacity);
-        return kFxOk;
-    });
-}
-
 } // namespace
 
+// The bus comes first: it alone can fail, and then nothing else has been taken that would have to
+// be given back. What the later steps do not find stays null, which is a state to run in.
 CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
     : m_info(info)
     , m_panel(*this, dialogs)
@@ -66,6 +53,8 @@ CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
     m_converter.bindLibrary();
 }
 
+// The other way round, and the widgets before all: the host's code runs when they are let go, and
+// finds texts and bus as they were.
 CAppSource::~CAppSource()
 {
     m_panel.releaseControls();
@@ -78,18 +67,21 @@ std::uint32_t CAppSource::AddRef()
     return ++m_references;
 }
 
+// What is counted goes first, while the object still stands: a handler that ends may call back.
 std::uint32_t CAppSource::Release()
 {
     if (--m_references != 0)
         return m_references;
     if (m_formats)
         m_formats->Release();
-    if (m_progress)
-        m_progress->Release();
+    m_completion.releaseProgressHandler();
     delete this;
     return 0;
 }
 
+// Each face has an address of its own inside the object, which a void pointer no longer tells
+// apart: hence a cast in every case. The identity, id 0, is the sink and not the first of the
+// bases.
 void* CAppSource::faceFor(long id)
 {
     switch (id) {
@@ -134,44 +126,18 @@ std::uint32_t CAppSource::QueryInterface(long id, void** out)
     return 1;
 }
 
-FxStatus CAppSource::EnumMediaItems(eMediaItemType, IEnumMediaItem**, bool)
+FxStatus CAppSource::PushAllMediaItems(ISinkEnumMediaItem& items,
+    IDisplayMsgHandler& display,
+    unsigned long&,
+    void*,
+    FxPerItemCallback deleteItem)
 {
-    return kFxErrNotSupported;
+    return fxGuard(
+        [&, this] { return m_completion.run(items, display, deleteItem, m_dngFailures); });
 }
 
-FxStatus CAppSource::AcquireAllMediaItems(
-    eMediaItemType, const unsigned short*, unsigned long&, bool, FxPerItemCallback)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::DeleteAllMediaItems(eMediaItemType, unsigned long&, FxPerItemCallback)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::ShowUI(void*, IEnumMediaItem**)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::PushAllMediaItems(
-    ISinkEnumMediaItem&, unsigned long&, void*, FxPerItemCallback)
-{
-    return kFxOk;
-}
-
-FxStatus CAppSource::ShowSinkUI(void*, ISinkEnumMediaItem&)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::PushOneMediaItem(
-    const unsigned short*, const unsigned short*, FxPerItemCallback, eUploadAction)
-{
-    return kFxErrNotSupported;
-}
-
+// Built once: extensions that the host sets later are not in it. The caller gets a reference, and
+// the sink keeps one.
 FxStatus CAppSource::GetSupportedFileFormatList(IFileFormat*& out)
 {
     return fxGuard([this, &out] {
@@ -183,22 +149,6 @@ FxStatus CAppSource::GetSupportedFileFormatList(IFileFormat*& out)
         }
         return kFxOk;
     });
-}
-
-FxStatus CAppSource::GetSinkStateInformation(ISinkStateInfo*&)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::GetSinkMediaHandler(ISinkMediaHandler*&)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::GetSinkSupportInfo(long& out)
-{
-    out = 0;
-    return kFxOk;
 }
 
 FxStatus CAppSource::GetSinkUtilHandler(ISinkUtilHandler*& out)
@@ -225,47 +175,12 @@ FxStatus CAppSource::SetZQPluginSupportedExtensions(unsigned short* text)
     });
 }
 
-FxStatus CAppSource::GetForceFourDigitSequenceNumber(bool& out)
-{
-    out = true;
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetDateSeperatorChar(char& out)
-{
-    out = '\0';
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetSeperatorChar(char& out)
-{
-    out = '_';
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetCopyProgressLongestLabelString(unsigned short* buffer, int capacity)
-{
-    return giveText(
-        u"$$$/AppSource/CreatingBackupCopy=Creating Backup Copy..."_s, buffer, capacity);
-}
-
 FxStatus CAppSource::GetUIFilename(unsigned short* buffer, int capacity)
 {
     return fxGuard([buffer, capacity] {
         copyBounded(SinkPanel::descriptionPath(), buffer, capacity);
         return kFxOk;
     });
-}
-
-FxStatus CAppSource::GetCustomUICaption(unsigned short* buffer, int capacity)
-{
-    return giveText(u"$$$/AppSource/AdvancedOptionsOpen=Advanced Options"_s, buffer, capacity);
-}
-
-FxStatus CAppSource::GetCustomUISummary(unsigned short* buffer, int capacity)
-{
-    return giveText(
-        u"$$$/AppSource/AdvancedOptionsSummary=Open to view advanced options"_s, buffer, capacity);
 }
 
 FxStatus CAppSource::GetUIControlOrder(IUIOrderingOptionsEnum& order)
@@ -300,37 +215,6 @@ FxStatus CAppSource::handleUIEvent(const char* name)
     });
 }
 
-FxStatus CAppSource::GetSinkAdvancedCapability(long& out)
-{
-    out = kAdvancedCapability;
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetLogParams(unsigned short*, unsigned int, long&)
-{
-    return kFxErrNotImplemented;
-}
-
-FxStatus CAppSource::GetDeviceEntryParams(CPropSource*, IEnumArbitraryData**)
-{
-    return kFxErrNotImplemented;
-}
-
-FxStatus CAppSource::GetMediaEntryParams(CPropSinkMediaItem*, IEnumArbitraryData**)
-{
-    return kFxErrNotImplemented;
-}
-
-FxStatus CAppSource::GetSessionEndParams(IEnumArbitraryData**)
-{
-    return kFxErrNotImplemented;
-}
-
-FxStatus CAppSource::DisplayHelp(void*)
-{
-    return kFxErrNotSupported;
-}
-
 FxStatus CAppSource::GetPreferences(CProp& record)
 {
     return fxGuard([this, &record] { return m_preferences.read(record, isDNGConverterPresent()); });
@@ -339,11 +223,6 @@ FxStatus CAppSource::GetPreferences(CProp& record)
 FxStatus CAppSource::SetPreferences(CProp& record)
 {
     return fxGuard([this, &record] { return m_preferences.write(record); });
-}
-
-FxStatus CAppSource::GetDisplayString(eDisplayStringType, unsigned short*, unsigned int)
-{
-    return kFxErrNotSupported;
 }
 
 FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
@@ -362,7 +241,8 @@ FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
     });
 }
 
-// A file that is missing counts as a failed conversion, even when it was no raw file.
+// Each of the two hooks refuses a bad record in its own way. A file that is missing counts as a
+// failed conversion, even when it was no raw file.
 FxStatus CAppSource::DoPostProcessing(CPropSinkMediaItem* item,
     FxStatusTextCallback label,
     FxStatusTextCallback,
@@ -389,33 +269,8 @@ FxStatus CAppSource::deleteXMPData(bool flag)
     return kFxOk;
 }
 
-FxStatus CAppSource::GetHostAppName(unsigned short* buffer, unsigned int capacity)
-{
-    if (!buffer)
-        return kFxErrBadArgument;
-    return fxGuard([buffer, capacity] {
-        copyBounded(u"Tevoro"_s, buffer, std::min<long>(capacity, kHostNameCapacity));
-        return kFxOk;
-    });
-}
-
-FxStatus CAppSource::GetHostAppPath(unsigned short* buffer, unsigned int)
-{
-    return buffer ? kFxOk : kFxErrBadArgument;
-}
-
-FxStatus CAppSource::SetMFXHandle(void* handle)
-{
-    m_hostHandle = handle;
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetIsHostAppRunning(unsigned int& running, void*&)
-{
-    running = 0;
-    return kFxOk;
-}
-
+// A busy application is left in peace. No answer in time counts as success; only an application
+// that is not there at all does not.
 FxStatus CAppSource::InvokeHostApp(void*, unsigned int, unsigned short*)
 {
     return fxGuard([this] {
@@ -429,11 +284,6 @@ FxStatus CAppSource::InvokeHostApp(void*, unsigned int, unsigned short*)
 
 FxStatus CAppSource::SetProgressHandler(IProgressHandler* handler)
 {
-    m_progress = handler;
+    m_completion.setProgressHandler(handler);
     return kFxOk;
-}
-
-int CAppSource::getMFXLogFolderPath(unsigned short*)
-{
-    return 0;
 }

@@ -1,13 +1,14 @@
 // The sink of a download, despite its name: the object that a host works with once it has opened
-// the source. Gathers eleven faces in one object, behind one plain reference count, and holds the
-// state of a session: the options panel's controls, the DNG options, the backup folder, the count
-// of failed conversions and the connection to the message bus.
+// the source. Gathers eleven faces in one object, behind one plain reference count, and passes on
+// what they are asked to what it owns: the options panel, the preferences, the conversion of raw
+// files, the completion of a download, and the connection to the message bus.
 //
-// Every operation is called on the host's main thread. The client UI handler is borrowed; the
-// progress handler's one reference is taken over; control references are owned.
+// Every operation is called on the host's main thread, and throws nothing. The client UI handler is
+// borrowed; the progress handler's one reference is taken over; control references are owned.
 #pragma once
 
 #include "TevoroAppManager/CAppInfo.h"
+#include "TevoroAppManager/Completion.h"
 #include "TevoroAppManager/DNGConverter.h"
 #include "TevoroAppManager/PtTevoroTalk.h"
 #include "TevoroAppManager/contract/IMFXLogCallbacks.h"
@@ -153,27 +154,19 @@ private:
 
     void* faceFor(long id);
 
-    // Completion
-    QString commonFolder(ISinkEnumMediaItem& items);
-    void reportFailedConversions(IDisplayMsgHandler& display, const QString& folder);
-    void displayFilesCopied(IDisplayMsgHandler& display, const QString& folder);
-    void offerDeletion(ISinkEnumMediaItem& items,
-        IDisplayMsgHandler& display,
-        FxPerItemCallback deleteItem,
-        const QString& folder);
-    void deleteOriginals(ISinkEnumMediaItem& items, FxPerItemCallback deleteItem);
-    void handOff(const QString& folder, bool launch, const QString& caption);
-
     std::uint32_t m_references = 0;
     CAppInfo m_info;
+
+    // Each borrows from those above it.
+    PtTevoroTalk m_bus;
     SinkPanel m_panel;
     SinkPreferences m_preferences{m_panel};
     DNGConverter m_converter{m_panel.settings()};
+    Completion m_completion{m_panel, m_bus};
+
     CMOXFileFormat* m_formats = nullptr; // owned; built on first demand
     ISinkUtilHandler* m_utilHandler = nullptr; // the last one handed out; not counted
-    IProgressHandler* m_progress = nullptr; // borrowed from the caller, released at the end
     std::int32_t m_dngFailures = 0; // of the whole session
     void* m_hostHandle = nullptr;
-    PtTevoroTalk m_bus;
     QString m_zqExtensions;
 };
