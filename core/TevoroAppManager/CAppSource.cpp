@@ -1,21 +1,17 @@
 #include "TevoroAppManager/CAppSource.h"
 
+#include "TevoroAppManager/BackupCopy.h"
 #include "TevoroAppManager/CMOXFileFormat.h"
 #include "TevoroAppManager/FxGuard.h"
+#include "TevoroAppManager/FxText.h"
 #include "TevoroAppManager/SupportedFormats.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
-#include "platform/common/services/PtModule.h"
-#include "platform/common/text/PtConstString.h"
 #include "strings/PtZString.h"
 
-#include <algorithm>
-
-using namespace Qt::StringLiterals;
+#include <QDir>
+#include <QFile>
 
 namespace {
-
-constexpr long kHostNameCapacity = 260;
-constexpr long kAdvancedCapability = 14;
 
 // Sinks alive in this process: they share one dictionary, which the last one closes.
 int gLiveSinks = 0;
@@ -32,47 +28,36 @@ void closeDictionaryForLast()
         PtZString::closeZStringDict();
 }
 
-void release(IClientUIControl* control)
+// By its size alone: hosts leave what they like in the tag.
+bool isItemRecord(const CPropSinkMediaItem* item)
 {
-    if (control)
-        control->Release();
+    return item && item->size == kFxSizeSinkMediaItem;
+}
+
+QString pathOf(const CPropSinkMediaItem& item)
+{
+    return toQString(item.folder) + QDir::separator() + toQString(item.fileName);
 }
 
 } // namespace
 
+// The bus comes first: it alone can fail, and then nothing else has been taken that would have to
+// be given back. What the later steps do not find stays null, which is a state to run in.
 CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
     : m_info(info)
-    , m_dialogs(dialogs)
+    , m_panel(*this, dialogs)
 {
     m_bus.Initialize();
-    initilizePreferences();
+    m_preferences.initilizePreferences();
     openDictionaryForFirst();
-    bindDNGConverter();
+    m_converter.bindLibrary();
 }
 
-void CAppSource::bindDNGConverter()
-{
-    static const Pt::ConstString kLibrary("../Frameworks/ZQPluginSupport.framework");
-    const PtModuleRef library = PtLoadLibrary(kLibrary);
-    if (!library)
-        return;
-    const auto canConvert =
-        reinterpret_cast<bool (*)()>(PtGetProcAddress(library, "ZQPlugin_CanConvertToDNG"));
-    if (canConvert && canConvert()) {
-        m_convertToDNG = reinterpret_cast<ConvertToDNGFunction>(
-            PtGetProcAddress(library, "ZQPlugin_ConvertToDNG"));
-    }
-}
-
-// The reference on deletefiles_checkbox is left alone: hosts count on that.
+// The other way round, and the widgets before all: the host's code runs when they are let go, and
+// finds texts and bus as they were.
 CAppSource::~CAppSource()
 {
-    release(m_controls.secondaryBackupLabel);
-    release(m_controls.browseButton);
-    release(m_controls.settingsButton);
-    release(m_controls.dngCheckbox);
-    release(m_controls.launchTevoroCheckbox);
-    release(m_controls.saveCopiesCheckbox);
+    m_panel.releaseControls();
     closeDictionaryForLast();
     m_bus.Terminate();
 }
@@ -82,18 +67,21 @@ std::uint32_t CAppSource::AddRef()
     return ++m_references;
 }
 
+// What is counted goes first, while the object still stands: a handler that ends may call back.
 std::uint32_t CAppSource::Release()
 {
     if (--m_references != 0)
         return m_references;
     if (m_formats)
         m_formats->Release();
-    if (m_progress)
-        m_progress->Release();
+    m_completion.releaseProgressHandler();
     delete this;
     return 0;
 }
 
+// Each face has an address of its own inside the object, which a void pointer no longer tells
+// apart: hence a cast in every case. The identity, id 0, is the sink and not the first of the
+// bases.
 void* CAppSource::faceFor(long id)
 {
     switch (id) {
@@ -138,71 +126,29 @@ std::uint32_t CAppSource::QueryInterface(long id, void** out)
     return 1;
 }
 
-FxStatus CAppSource::EnumMediaItems(eMediaItemType, IEnumMediaItem**, bool)
+FxStatus CAppSource::PushAllMediaItems(ISinkEnumMediaItem& items,
+    IDisplayMsgHandler& display,
+    unsigned long&,
+    void*,
+    FxPerItemCallback deleteItem)
 {
-    return kFxErrNotSupported;
+    return fxGuard(
+        [&, this] { return m_completion.run(items, display, deleteItem, m_dngFailures); });
 }
 
-FxStatus CAppSource::AcquireAllMediaItems(
-    eMediaItemType, const unsigned short*, unsigned long&, bool, FxPerItemCallback)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::DeleteAllMediaItems(eMediaItemType, unsigned long&, FxPerItemCallback)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::ShowUI(void*, IEnumMediaItem**)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::PushAllMediaItems(
-    ISinkEnumMediaItem&, unsigned long&, void*, FxPerItemCallback)
-{
-    return kFxOk;
-}
-
-FxStatus CAppSource::ShowSinkUI(void*, ISinkEnumMediaItem&)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::PushOneMediaItem(
-    const unsigned short*, const unsigned short*, FxPerItemCallback, eUploadAction)
-{
-    return kFxErrNotSupported;
-}
-
+// Built once: extensions that the host sets later are not in it. The caller gets a reference, and
+// the sink keeps one.
 FxStatus CAppSource::GetSupportedFileFormatList(IFileFormat*& out)
 {
     return fxGuard([this, &out] {
         if (!m_formats)
-            m_formats = makeSupportedFormats(toQString(m_zqExtensions.c_str())).detach();
+            m_formats = makeSupportedFormats(m_zqExtensions).detach();
         if (m_formats) {
             m_formats->AddRef();
             out = m_formats;
         }
         return kFxOk;
     });
-}
-
-FxStatus CAppSource::GetSinkStateInformation(ISinkStateInfo*&)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::GetSinkMediaHandler(ISinkMediaHandler*&)
-{
-    return kFxErrNotSupported;
-}
-
-FxStatus CAppSource::GetSinkSupportInfo(long& out)
-{
-    out = 0;
-    return kFxOk;
 }
 
 FxStatus CAppSource::GetSinkUtilHandler(ISinkUtilHandler*& out)
@@ -216,7 +162,7 @@ FxStatus CAppSource::GetSinkUtilHandler(ISinkUtilHandler*& out)
 FxStatus CAppSource::SetRDXSupportedExtensions(unsigned short* text)
 {
     return fxGuard([this, text] {
-        m_rdxExtensions = toFxString(toQString(text));
+        m_converter.setRawExtensions(toQString(text));
         return kFxOk;
     });
 }
@@ -224,109 +170,107 @@ FxStatus CAppSource::SetRDXSupportedExtensions(unsigned short* text)
 FxStatus CAppSource::SetZQPluginSupportedExtensions(unsigned short* text)
 {
     return fxGuard([this, text] {
-        m_zqExtensions = toFxString(toQString(text));
+        m_zqExtensions = toQString(text);
         return kFxOk;
     });
 }
 
-FxStatus CAppSource::GetForceFourDigitSequenceNumber(bool& out)
-{
-    out = true;
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetDateSeperatorChar(char& out)
-{
-    out = '\0';
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetSeperatorChar(char& out)
-{
-    out = '_';
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetCopyProgressLongestLabelString(unsigned short* buffer, int capacity)
+FxStatus CAppSource::GetUIFilename(unsigned short* buffer, int capacity)
 {
     return fxGuard([buffer, capacity] {
-        copyBounded(
-            PtZString::getZString(u"$$$/AppSource/CreatingBackupCopy=Creating Backup Copy..."_s),
-            buffer,
-            capacity);
+        copyBounded(SinkPanel::descriptionPath(), buffer, capacity);
         return kFxOk;
     });
 }
 
-FxStatus CAppSource::GetSinkAdvancedCapability(long& out)
+FxStatus CAppSource::GetUIControlOrder(IUIOrderingOptionsEnum& order)
 {
-    out = kAdvancedCapability;
-    return kFxOk;
+    return fxGuard([&order] {
+        SinkPanel::orderHostControls(order);
+        return kFxOk;
+    });
 }
 
-FxStatus CAppSource::GetLogParams(unsigned short*, unsigned int, long&)
+FxStatus CAppSource::SetClientUIHandler(IClientUIHandler* handler)
 {
-    return kFxErrNotImplemented;
+    return fxGuard([this, handler] {
+        m_panel.bind(handler);
+        return kFxOk;
+    });
 }
 
-FxStatus CAppSource::GetDeviceEntryParams(CPropSource*, IEnumArbitraryData**)
+FxStatus CAppSource::HandleUIModeChange(void*, eMFXUIMode mode, int& value)
 {
-    return kFxErrNotImplemented;
+    return fxGuard([this, mode, &value] {
+        m_panel.changeMode(mode, value);
+        return kFxOk;
+    });
 }
 
-FxStatus CAppSource::GetMediaEntryParams(CPropSinkMediaItem*, IEnumArbitraryData**)
+FxStatus CAppSource::handleUIEvent(const char* name)
 {
-    return kFxErrNotImplemented;
+    return fxGuard([this, name] {
+        m_panel.handleEvent(name ? name : "");
+        return kFxOk;
+    });
 }
 
-FxStatus CAppSource::GetSessionEndParams(IEnumArbitraryData**)
+FxStatus CAppSource::GetPreferences(CProp& record)
 {
-    return kFxErrNotImplemented;
+    return fxGuard([this, &record] { return m_preferences.read(record, isDNGConverterPresent()); });
 }
 
-FxStatus CAppSource::DisplayHelp(void*)
+FxStatus CAppSource::SetPreferences(CProp& record)
 {
-    return kFxErrNotSupported;
+    return fxGuard([this, &record] { return m_preferences.write(record); });
 }
 
-FxStatus CAppSource::GetDisplayString(eDisplayStringType, unsigned short*, unsigned int)
+FxStatus CAppSource::DoPreProcessing(CPropSinkMediaItem* item,
+    FxStatusTextCallback label,
+    FxStatusTextCallback detail,
+    FxStatusTextCallback,
+    FxPerItemCallback,
+    IDisplayMsgHandler* display)
 {
-    return kFxErrNotSupported;
+    if (!isChecked(m_panel.controls().saveCopiesCheckbox))
+        return kFxOk;
+    if (!isItemRecord(item))
+        return kFxErrBadArgument;
+    return fxGuard([=, this] {
+        return makeBackupCopy(*item, m_panel.backupFolder(), {label, detail, display});
+    });
+}
+
+// Each of the two hooks refuses a bad record in its own way. A file that is missing counts as a
+// failed conversion, even when it was no raw file.
+FxStatus CAppSource::DoPostProcessing(CPropSinkMediaItem* item,
+    FxStatusTextCallback label,
+    FxStatusTextCallback,
+    FxStatusTextCallback error,
+    FxPerItemCallback,
+    IDisplayMsgHandler*)
+{
+    if (!isChecked(m_panel.controls().dngCheckbox))
+        return kFxOk;
+    if (!isItemRecord(item))
+        return kFxWarnPostProcess;
+    return fxGuard([=, this] {
+        const QString path = pathOf(*item);
+        if (QFile::exists(path) && m_converter.convertToDNG(path, label, error))
+            return kFxOk;
+        ++m_dngFailures;
+        return kFxWarnPostProcess;
+    });
 }
 
 FxStatus CAppSource::deleteXMPData(bool flag)
 {
-    m_deleteXMP = flag;
+    m_converter.deleteXMPData(flag);
     return kFxOk;
 }
 
-FxStatus CAppSource::GetHostAppName(unsigned short* buffer, unsigned int capacity)
-{
-    if (!buffer)
-        return kFxErrBadArgument;
-    return fxGuard([buffer, capacity] {
-        copyBounded(u"Tevoro"_s, buffer, std::min<long>(capacity, kHostNameCapacity));
-        return kFxOk;
-    });
-}
-
-FxStatus CAppSource::GetHostAppPath(unsigned short* buffer, unsigned int)
-{
-    return buffer ? kFxOk : kFxErrBadArgument;
-}
-
-FxStatus CAppSource::SetMFXHandle(void* handle)
-{
-    m_hostHandle = handle;
-    return kFxOk;
-}
-
-FxStatus CAppSource::GetIsHostAppRunning(unsigned int& running, void*&)
-{
-    running = 0;
-    return kFxOk;
-}
-
+// A busy application is left in peace. No answer in time counts as success; only an application
+// that is not there at all does not.
 FxStatus CAppSource::InvokeHostApp(void*, unsigned int, unsigned short*)
 {
     return fxGuard([this] {
@@ -340,11 +284,6 @@ FxStatus CAppSource::InvokeHostApp(void*, unsigned int, unsigned short*)
 
 FxStatus CAppSource::SetProgressHandler(IProgressHandler* handler)
 {
-    m_progress = handler;
+    m_completion.setProgressHandler(handler);
     return kFxOk;
-}
-
-int CAppSource::getMFXLogFolderPath(unsigned short*)
-{
-    return 0;
 }

@@ -1,20 +1,18 @@
 // The sink of a download, despite its name: the object that a host works with once it has opened
-// the source. Gathers eleven faces in one object, behind one plain reference count, and holds the
-// state of a session: the options panel's controls, the DNG options, the backup folder, the count
-// of failed conversions and the connection to the message bus.
+// the source. Gathers eleven faces in one object, behind one plain reference count, and passes on
+// what they are asked to what it owns: the options panel, the preferences, the conversion of raw
+// files, the completion of a download, and the connection to the message bus.
 //
-// Every operation is called on the host's main thread. The client UI handler is borrowed; the
-// progress handler's one reference is taken over; control references are owned.
+// Every operation is called on the host's main thread, and throws nothing. The client UI handler is
+// borrowed; the progress handler's one reference is taken over; control references are owned.
 #pragma once
 
 #include "TevoroAppManager/CAppInfo.h"
-#include "TevoroAppManager/PanelControls.h"
-#include "TevoroAppManager/PanelDialogs.h"
+#include "TevoroAppManager/Completion.h"
+#include "TevoroAppManager/DNGConverter.h"
 #include "TevoroAppManager/PtTevoroTalk.h"
-#include "TevoroAppManager/contract/CPropAppPreferences.h"
 #include "TevoroAppManager/contract/IMFXLogCallbacks.h"
 #include "TevoroAppManager/contract/IMFXPostProcessing.h"
-#include "TevoroAppManager/contract/IPtPreferences.h"
 #include "TevoroAppManager/contract/ISource.h"
 #include "TevoroAppManager/contract/IUICallback.h"
 #include "TevoroAppManager/contract/sink/ISink.h"
@@ -23,23 +21,14 @@
 #include "TevoroAppManager/contract/sink/ISinkProgressDialog.h"
 #include "TevoroAppManager/contract/sink/ISinkUICapabilities.h"
 #include "TevoroAppManager/contract/sink/ISinkUtilHandler.h"
+#include "TevoroAppManager/panel/SinkPanel.h"
+#include "TevoroAppManager/preferences/SinkPreferences.h"
 
 #include <QString>
 
 #include <cstdint>
 
 class CMOXFileFormat;
-class PreferenceReader;
-class PreferenceWriter;
-
-// ZQPlugin_ConvertToDNG: source and destination path in the file system's encoding, size of the
-// JPEG preview, compressed, linear, embed the raw file. 0 on success.
-using ConvertToDNGFunction = int (*)(const char* source,
-    const char* destination,
-    int jpegPreviewSize,
-    int compressed,
-    int linear,
-    int embedRaw);
 
 class CAppSource final : public ISource,
                          public ISink3,
@@ -158,67 +147,26 @@ public:
 
     // Returns 0 and does nothing.
     int getMFXLogFolderPath(unsigned short* path);
-    bool isDNGConverterPresent() const { return m_convertToDNG != nullptr; }
+    bool isDNGConverterPresent() const { return m_converter.isPresent(); }
 
 private:
     ~CAppSource();
 
-    void bindDNGConverter();
     void* faceFor(long id);
 
-    // Preferences
-    IPtPreferences* getIPtPreferences();
-    bool loadPreferenceModule();
-    void initilizePreferences();
-    void readStore(CPropAppPreferences3& record);
-    void readRecordStrings(PreferenceReader& reader, CPropAppPreferences3& record);
-    void readCheckboxes(PreferenceReader& reader);
-    void readDNGOptions(PreferenceReader& reader);
-    void readSecondaryLocation(PreferenceReader& reader);
-    void applyFixedDefaults(CPropAppPreferences3& record);
-    void disableDNGControls();
-    void writeRecord(PreferenceWriter& writer, const CPropAppPreferences3& record);
-    void writeControls(PreferenceWriter& writer);
-
-    // Panel
-    IClientUIControl* bindControl(const char* name);
-    void refreshBackupLabel();
-    void enableBackupControls(bool enabled);
-    void chooseBackupFolder();
-
-    // Conversion
-    bool isCameraRAWFile(const QString& path) const;
-    bool convertToDNG(const QString& path, FxStatusTextCallback label, FxStatusTextCallback error);
-
-    bool convertToDNGThruRDX(const QString& source, const QString& destination) const;
-
-    // Completion
-    QString commonFolder(ISinkEnumMediaItem& items);
-    void reportFailedConversions(IDisplayMsgHandler& display, const QString& folder);
-    void displayFilesCopied(IDisplayMsgHandler& display, const QString& folder);
-    void offerDeletion(ISinkEnumMediaItem& items,
-        IDisplayMsgHandler& display,
-        FxPerItemCallback deleteItem,
-        const QString& folder);
-    void deleteOriginals(ISinkEnumMediaItem& items, FxPerItemCallback deleteItem);
-    void handOff(const QString& folder, bool launch, const QString& caption);
-
-    IPtPreferences* m_preferences = nullptr; // one reference a fetch; never released
     std::uint32_t m_references = 0;
     CAppInfo m_info;
-    PanelDialogs& m_dialogs;
+
+    // Each borrows from those above it.
+    PtTevoroTalk m_bus;
+    SinkPanel m_panel;
+    SinkPreferences m_preferences{m_panel};
+    DNGConverter m_converter{m_panel.settings()};
+    Completion m_completion{m_panel, m_bus};
+
     CMOXFileFormat* m_formats = nullptr; // owned; built on first demand
     ISinkUtilHandler* m_utilHandler = nullptr; // the last one handed out; not counted
-    IClientUIHandler* m_uiHandler = nullptr; // borrowed
-    IProgressHandler* m_progress = nullptr; // borrowed from the caller, released at the end
-    PanelControls m_controls;
-    DNGSettings m_dng;
     std::int32_t m_dngFailures = 0; // of the whole session
     void* m_hostHandle = nullptr;
-    QString m_secondaryLocation;
-    PtTevoroTalk m_bus;
-    FxString m_rdxExtensions;
-    FxString m_zqExtensions;
-    ConvertToDNGFunction m_convertToDNG = nullptr;
-    bool m_deleteXMP = false;
+    QString m_zqExtensions;
 };

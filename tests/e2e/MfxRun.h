@@ -2,7 +2,7 @@
 // folder and a home, and an environment in which nothing of the user's own is seen.
 #pragma once
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 #include "support/ProgramWords.h"
 
 #include <filesystem>

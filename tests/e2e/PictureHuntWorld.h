@@ -5,7 +5,7 @@
 // `world`. Steps are mounted in their order and can be put right again. One thread.
 #pragma once
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 #include "support/Mounts.h"
 
 #include <cstddef>

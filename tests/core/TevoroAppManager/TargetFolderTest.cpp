@@ -1,7 +1,7 @@
 #include "TevoroAppManager/TargetFolder.h"
 
 #include "TevoroAppManager/ApplicationFolders.h"
-#include "TevoroAppManager/BackdropColour.h"
+#include "TevoroAppManager/panel/BackdropColour.h"
 #include "support/Environment.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestFolder.h"

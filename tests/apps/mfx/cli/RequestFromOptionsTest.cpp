@@ -1,7 +1,7 @@
 #include "mfx/cli/RequestFromOptions.h"
 
 #include "commandline/ExitCode.h"
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 
 #include <filesystem>
 

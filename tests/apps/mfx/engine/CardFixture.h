@@ -1,7 +1,7 @@
 // A folder that stands for a card, made for one test and removed with it.
 #pragma once
 
-#include "core/platform/TestFolder.h"
+#include "support/TestFolder.h"
 #include "mfx/engine/card/CardScan.h"
 #include "mfx/engine/card/ItemGroups.h"
 

@@ -31,7 +31,7 @@ unsigned long error(const unsigned short* text, long)
 }
 
 // A sink with the conversion on, a library that does as it is told, and a folder of saved files.
-class CAppSourceConversionTest : public test::SinkFixture {
+class DNGConverterTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
@@ -94,7 +94,7 @@ protected:
 
 } // namespace
 
-TEST_F(CAppSourceConversionTest, PutsTheDNGInThePlaceOfTheRawFile)
+TEST_F(DNGConverterTest, PutsTheDNGInThePlaceOfTheRawFile)
 {
     start();
     save("photo.CR2");
@@ -104,7 +104,7 @@ TEST_F(CAppSourceConversionTest, PutsTheDNGInThePlaceOfTheRawFile)
     EXPECT_FALSE(hasTemporaryFolder());
 }
 
-TEST_F(CAppSourceConversionTest, HandsTheLibraryTheTemporaryPathsAndTheOptions)
+TEST_F(DNGConverterTest, HandsTheLibraryTheTemporaryPathsAndTheOptions)
 {
     start();
     save("photo.cr2");
@@ -113,7 +113,7 @@ TEST_F(CAppSourceConversionTest, HandsTheLibraryTheTemporaryPathsAndTheOptions)
     EXPECT_EQ(log(), work + ".cr2 " + work + ".dng 1100\n");
 }
 
-TEST_F(CAppSourceConversionTest, PassesADNGOverAsDone)
+TEST_F(DNGConverterTest, PassesADNGOverAsDone)
 {
     start();
     save("photo.dng");
@@ -124,7 +124,7 @@ TEST_F(CAppSourceConversionTest, PassesADNGOverAsDone)
     EXPECT_FALSE(fs::exists(tree.path("log")));
 }
 
-TEST_F(CAppSourceConversionTest, NumbersTheDNGWhenItsNameIsTaken)
+TEST_F(DNGConverterTest, NumbersTheDNGWhenItsNameIsTaken)
 {
     start();
     save("photo.dng", "first");
@@ -138,7 +138,7 @@ TEST_F(CAppSourceConversionTest, NumbersTheDNGWhenItsNameIsTaken)
             Pair("photo_2.dng", "DNG of b")));
 }
 
-TEST_F(CAppSourceConversionTest, TakesAFileWithoutSuffixForNoRawFile)
+TEST_F(DNGConverterTest, TakesAFileWithoutSuffixForNoRawFile)
 {
     start();
     save("photo");
@@ -146,7 +146,7 @@ TEST_F(CAppSourceConversionTest, TakesAFileWithoutSuffixForNoRawFile)
     EXPECT_THAT(files(), ElementsAre(Pair("photo", "raw")));
 }
 
-TEST_F(CAppSourceConversionTest, KeepsAllOfANameBeforeItsLastDot)
+TEST_F(DNGConverterTest, KeepsAllOfANameBeforeItsLastDot)
 {
     start();
     save("a.b.cr2");
@@ -154,7 +154,7 @@ TEST_F(CAppSourceConversionTest, KeepsAllOfANameBeforeItsLastDot)
     EXPECT_THAT(files(), ElementsAre(Pair("a.b.dng", "DNG of raw")));
 }
 
-TEST_F(CAppSourceConversionTest, PutsTheRawFileBackWhenTheLibraryFails)
+TEST_F(DNGConverterTest, PutsTheRawFileBackWhenTheLibraryFails)
 {
     tree.environment.set("CONVERSION_RESULT", "3");
     start();
@@ -167,7 +167,7 @@ TEST_F(CAppSourceConversionTest, PutsTheRawFileBackWhenTheLibraryFails)
     EXPECT_TRUE(hasTemporaryFolder()) << "what the library left keeps the folder";
 }
 
-TEST_F(CAppSourceConversionTest, ClearsWhatAFailedConversionLeft)
+TEST_F(DNGConverterTest, ClearsWhatAFailedConversionLeft)
 {
     tree.environment.set("CONVERSION_RESULT", "3");
     start();
@@ -179,7 +179,7 @@ TEST_F(CAppSourceConversionTest, ClearsWhatAFailedConversionLeft)
     EXPECT_FALSE(hasTemporaryFolder());
 }
 
-TEST_F(CAppSourceConversionTest, PutsTheRawFileBackWhenTheLibraryOnlySaysThatItConverted)
+TEST_F(DNGConverterTest, PutsTheRawFileBackWhenTheLibraryOnlySaysThatItConverted)
 {
     tree.environment.set("CONVERSION_WRITES", "0");
     start();
@@ -189,7 +189,7 @@ TEST_F(CAppSourceConversionTest, PutsTheRawFileBackWhenTheLibraryOnlySaysThatItC
     EXPECT_FALSE(hasTemporaryFolder());
 }
 
-TEST_F(CAppSourceConversionTest, RemovesStaleTemporaryFilesOfTheSameName)
+TEST_F(DNGConverterTest, RemovesStaleTemporaryFilesOfTheSameName)
 {
     start();
     save(".mfxdownload/photo.cr2", "stale");
@@ -200,7 +200,7 @@ TEST_F(CAppSourceConversionTest, RemovesStaleTemporaryFilesOfTheSameName)
     EXPECT_THAT(files(), ElementsAre(Pair("photo.dng", "DNG of raw")));
 }
 
-TEST_F(CAppSourceConversionTest, LeavesTheSidecarWithoutTheFlag)
+TEST_F(DNGConverterTest, LeavesTheSidecarWithoutTheFlag)
 {
     start();
     save("photo.cr2");
@@ -210,7 +210,7 @@ TEST_F(CAppSourceConversionTest, LeavesTheSidecarWithoutTheFlag)
         UnorderedElementsAre(Pair("photo.dng", "DNG of raw"), Pair("photo.xmp", "settings")));
 }
 
-TEST_F(CAppSourceConversionTest, TakesTheSidecarOfOneConversionWithTheFlag)
+TEST_F(DNGConverterTest, TakesTheSidecarOfOneConversionWithTheFlag)
 {
     start();
     for (const char* name : {"a", "b"}) {
@@ -225,7 +225,7 @@ TEST_F(CAppSourceConversionTest, TakesTheSidecarOfOneConversionWithTheFlag)
             Pair("a.dng", "DNG of raw"), Pair("b.dng", "DNG of raw"), Pair("b.xmp", "settings")));
 }
 
-TEST_F(CAppSourceConversionTest, PutsTheSidecarBackWhenTheLibraryFails)
+TEST_F(DNGConverterTest, PutsTheSidecarBackWhenTheLibraryFails)
 {
     tree.environment.set("CONVERSION_RESULT", "1");
     tree.environment.set("CONVERSION_WRITES", "0");
@@ -242,7 +242,7 @@ TEST_F(CAppSourceConversionTest, PutsTheSidecarBackWhenTheLibraryFails)
     EXPECT_TRUE(fs::exists(tree.path("t/photo.xmp"))) << "the flag stays cleared";
 }
 
-TEST_F(CAppSourceConversionTest, KeepsTheFlagForTheNextFileThatNeedsAConversion)
+TEST_F(DNGConverterTest, KeepsTheFlagForTheNextFileThatNeedsAConversion)
 {
     start();
     save("photo.jpg");
@@ -254,7 +254,7 @@ TEST_F(CAppSourceConversionTest, KeepsTheFlagForTheNextFileThatNeedsAConversion)
     EXPECT_FALSE(fs::exists(tree.path("t/photo.xmp")));
 }
 
-TEST_F(CAppSourceConversionTest, LeavesTheRawFileWhereItIsWithoutTheLibrary)
+TEST_F(DNGConverterTest, LeavesTheRawFileWhereItIsWithoutTheLibrary)
 {
     openWithPanel();
     panel.check("dng_checkbox");
@@ -265,7 +265,7 @@ TEST_F(CAppSourceConversionTest, LeavesTheRawFileWhereItIsWithoutTheLibrary)
     EXPECT_THAT(gTold, ElementsAre("error Cannot find the DNG converter."));
 }
 
-TEST_F(CAppSourceConversionTest, LeavesALibraryAloneThatCannotConvert)
+TEST_F(DNGConverterTest, LeavesALibraryAloneThatCannotConvert)
 {
     tree.environment.set("CONVERSION_CAN", "0");
     start();
@@ -274,7 +274,7 @@ TEST_F(CAppSourceConversionTest, LeavesALibraryAloneThatCannotConvert)
     EXPECT_THAT(files(), ElementsAre(Pair("photo.cr2", "raw")));
 }
 
-TEST_F(CAppSourceConversionTest, FindsARawSuffixAnywhereInTheList)
+TEST_F(DNGConverterTest, FindsARawSuffixAnywhereInTheList)
 {
     start();
     setRawExtensions("CR2,nef,sr2");
@@ -289,7 +289,7 @@ TEST_F(CAppSourceConversionTest, FindsARawSuffixAnywhereInTheList)
     EXPECT_TRUE(fs::exists(tree.path("t/c.dng")));
 }
 
-TEST_F(CAppSourceConversionTest, ConvertsNamesWithLettersOfAnyLanguage)
+TEST_F(DNGConverterTest, ConvertsNamesWithLettersOfAnyLanguage)
 {
     start();
     save("Gr\xc3\xbc\xc3\x9f"
@@ -303,7 +303,7 @@ TEST_F(CAppSourceConversionTest, ConvertsNamesWithLettersOfAnyLanguage)
             "DNG of raw")));
 }
 
-TEST_F(CAppSourceConversionTest, KeepsTheRawFileWhenTheTemporaryFolderCannotBeMade)
+TEST_F(DNGConverterTest, KeepsTheRawFileWhenTheTemporaryFolderCannotBeMade)
 {
     start();
     save("photo.cr2");

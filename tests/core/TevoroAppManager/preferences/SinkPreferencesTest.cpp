@@ -63,7 +63,7 @@ const Lines kReadLast = {"Location",
     "Option3Pref",
     "GridFilterPref"};
 
-class CAppSourcePreferencesTest : public test::PreferencesFixture {
+class SinkPreferencesTest : public test::PreferencesFixture {
 protected:
     // The store asked once, with the texts given; what was asked is then in store->calls.
     void getWith(std::map<std::string, std::string> texts)
@@ -80,7 +80,7 @@ protected:
 
 } // namespace
 
-TEST_F(CAppSourcePreferencesTest, AsksForTheStoreOnceAndNamesItsFolder)
+TEST_F(SinkPreferencesTest, AsksForTheStoreOnceAndNamesItsFolder)
 {
     script();
     open();
@@ -89,7 +89,7 @@ TEST_F(CAppSourcePreferencesTest, AsksForTheStoreOnceAndNamesItsFolder)
     EXPECT_THAT(store->calls, Not(Contains("release")));
 }
 
-TEST_F(CAppSourcePreferencesTest, ReadsTheKeysInTheirOrder)
+TEST_F(SinkPreferencesTest, ReadsTheKeysInTheirOrder)
 {
     getWith({});
     EXPECT_THAT(store->calls,
@@ -97,7 +97,7 @@ TEST_F(CAppSourcePreferencesTest, ReadsTheKeysInTheirOrder)
             joined({{"load 3"}, gets(kReadFirst), gets(kReadOfPanel), gets(kReadLast)})));
 }
 
-TEST_F(CAppSourcePreferencesTest, ReadsNoKeysOfControlsThatAreMissing)
+TEST_F(SinkPreferencesTest, ReadsNoKeysOfControlsThatAreMissing)
 {
     panel.removeAll();
     getWith({});
@@ -105,7 +105,7 @@ TEST_F(CAppSourcePreferencesTest, ReadsNoKeysOfControlsThatAreMissing)
         store->calls, ElementsAreArray(joined({{"load 3"}, gets(kReadFirst), gets(kReadLast)})));
 }
 
-TEST_F(CAppSourcePreferencesTest, ReadsTheKeysOfEachControlThatIsThere)
+TEST_F(SinkPreferencesTest, ReadsTheKeysOfEachControlThatIsThere)
 {
     const std::map<std::string, Lines> keys = {{"launchtevoro_checkbox", {"OpenTevoro"}},
         {"deletefiles_checkbox", {"DeleteOriginals"}},
@@ -134,7 +134,7 @@ TEST_F(CAppSourcePreferencesTest, ReadsTheKeysOfEachControlThatIsThere)
     }
 }
 
-TEST_F(CAppSourcePreferencesTest, FillsTheRecordFromTheStore)
+TEST_F(SinkPreferencesTest, FillsTheRecordFromTheStore)
 {
     script();
     store->byteStrings = {{"BatchRenamePreference", "rule"},
@@ -183,7 +183,7 @@ TEST_F(CAppSourcePreferencesTest, FillsTheRecordFromTheStore)
     EXPECT_EQ(record->gridFilter, 3);
 }
 
-TEST_F(CAppSourcePreferencesTest, AsksForAsManyBytesAsTheStoreNames)
+TEST_F(SinkPreferencesTest, AsksForAsManyBytesAsTheStoreNames)
 {
     getWith({{"BatchRenamePreferenceSize", "50"},
         {"ApplyMetadataAuthorNameSize", "7"},
@@ -200,13 +200,13 @@ TEST_F(CAppSourcePreferencesTest, AsksForAsManyBytesAsTheStoreNames)
     EXPECT_EQ(record->getApplyMetadataAuthorName(), "");
 }
 
-TEST_F(CAppSourcePreferencesTest, SurvivesASizeThatIsAbsurd)
+TEST_F(SinkPreferencesTest, SurvivesASizeThatIsAbsurd)
 {
     getWith({{"ApplyMetadataAuthorNameSize", "2147483647"}});
     EXPECT_EQ(record->getApplyMetadataAuthorName(), "");
 }
 
-TEST_F(CAppSourcePreferencesTest, TakesTheDefaultRenameRuleWhenNoneIsStored)
+TEST_F(SinkPreferencesTest, TakesTheDefaultRenameRuleWhenNoneIsStored)
 {
     getWith({});
     EXPECT_EQ(record->getBatchRenamePreference(), kDefaultRename);
@@ -218,7 +218,7 @@ TEST_F(CAppSourcePreferencesTest, TakesTheDefaultRenameRuleWhenNoneIsStored)
         EXPECT_THAT(call, Not(testing::StartsWith("bytes 3 BatchRename")));
 }
 
-TEST_F(CAppSourcePreferencesTest, CarriesATextOverToTheKeysThatAreLeftOut)
+TEST_F(SinkPreferencesTest, CarriesATextOverToTheKeysThatAreLeftOut)
 {
     getWith({{"CreateSubfoldersComboIndex", "9"}});
     EXPECT_EQ(record->renameIndex, 9);
@@ -230,13 +230,13 @@ TEST_F(CAppSourcePreferencesTest, CarriesATextOverToTheKeysThatAreLeftOut)
     EXPECT_EQ(record->gridFilter, 9);
 }
 
-TEST_F(CAppSourcePreferencesTest, CarriesTheVersionOverToo)
+TEST_F(SinkPreferencesTest, CarriesTheVersionOverToo)
 {
     getWith({{"XMLFileVersion", "6"}});
     EXPECT_THAT(store->calls, Contains("bytes 3 BatchRenamePreference 6"));
 }
 
-TEST_F(CAppSourcePreferencesTest, CarriesNothingOverToTheTwoKeysThatHaveDefaults)
+TEST_F(SinkPreferencesTest, CarriesNothingOverToTheTwoKeysThatHaveDefaults)
 {
     getWith({{"CustomGroupOpen", "8"}});
     EXPECT_EQ(record->renameSequenceNumber, 1);
@@ -244,7 +244,7 @@ TEST_F(CAppSourcePreferencesTest, CarriesNothingOverToTheTwoKeysThatHaveDefaults
     EXPECT_EQ(record->quickViewerMode, 8);
 }
 
-TEST_F(CAppSourcePreferencesTest, ReadsTextThatIsNoNumberAsZero)
+TEST_F(SinkPreferencesTest, ReadsTextThatIsNoNumberAsZero)
 {
     getWith({{"CreateSubfoldersComboIndex", "abc"},
         {"RenameSequenceNumber", "x"},
@@ -254,7 +254,7 @@ TEST_F(CAppSourcePreferencesTest, ReadsTextThatIsNoNumberAsZero)
     EXPECT_EQ(record->quickViewerMode, 0);
 }
 
-TEST_F(CAppSourcePreferencesTest, SetsTheControlsFromTheStore)
+TEST_F(SinkPreferencesTest, SetsTheControlsFromTheStore)
 {
     std::filesystem::create_directory(tree.path("copies"));
     getWith({{"OpenTevoro", "1"},
@@ -270,7 +270,7 @@ TEST_F(CAppSourcePreferencesTest, SetsTheControlsFromTheStore)
     EXPECT_EQ(panel.control("secondary_backup_label").toolTip, tree.path("copies"));
 }
 
-TEST_F(CAppSourcePreferencesTest, DisablesTheBackupControlsWhenNoCopiesAreWanted)
+TEST_F(SinkPreferencesTest, DisablesTheBackupControlsWhenNoCopiesAreWanted)
 {
     getWith({{"SaveToSecondaryLocation", "0"}});
     EXPECT_FALSE(panel.control("savecopies_checkbox").checked);
@@ -278,7 +278,7 @@ TEST_F(CAppSourcePreferencesTest, DisablesTheBackupControlsWhenNoCopiesAreWanted
     EXPECT_FALSE(panel.control("browse_button").enabled);
 }
 
-TEST_F(CAppSourcePreferencesTest, PassesOverAStoredFolderThatHasGone)
+TEST_F(SinkPreferencesTest, PassesOverAStoredFolderThatHasGone)
 {
     for (const std::string& folder : {tree.path("gone"), std::string()}) {
         getWith({{"SecondaryLocation", folder}});
@@ -286,7 +286,7 @@ TEST_F(CAppSourcePreferencesTest, PassesOverAStoredFolderThatHasGone)
     }
 }
 
-TEST_F(CAppSourcePreferencesTest, SwitchesConversionOffWhereNoConverterIs)
+TEST_F(SinkPreferencesTest, SwitchesConversionOffWhereNoConverterIs)
 {
     getWith({{"ConvertToDNG", "1"}});
     EXPECT_EQ(journal.about("dng_checkbox"),
@@ -298,7 +298,7 @@ TEST_F(CAppSourcePreferencesTest, SwitchesConversionOffWhereNoConverterIs)
         (Lines{"settings_button.SetEnabled 1", "settings_button.SetEnabled 0"}));
 }
 
-TEST_F(CAppSourcePreferencesTest, LeavesTheCallersFieldsThatItDoesNotAssign)
+TEST_F(SinkPreferencesTest, LeavesTheCallersFieldsThatItDoesNotAssign)
 {
     script();
     store->loads = false;
@@ -320,7 +320,7 @@ TEST_F(CAppSourcePreferencesTest, LeavesTheCallersFieldsThatItDoesNotAssign)
     EXPECT_EQ(record->hostWords[2], 0);
 }
 
-TEST_F(CAppSourcePreferencesTest, GivesFixedDefaultsWhenTheStoreDoesNotLoad)
+TEST_F(SinkPreferencesTest, GivesFixedDefaultsWhenTheStoreDoesNotLoad)
 {
     script();
     store->loads = false;
@@ -359,7 +359,7 @@ TEST_F(CAppSourcePreferencesTest, GivesFixedDefaultsWhenTheStoreDoesNotLoad)
     EXPECT_EQ(panel.control("secondary_backup_label").text, "");
 }
 
-TEST_F(CAppSourcePreferencesTest, RefusesARecordOfAnotherTagOrSizeBeforeItTouchesAnything)
+TEST_F(SinkPreferencesTest, RefusesARecordOfAnotherTagOrSizeBeforeItTouchesAnything)
 {
     script();
     openWithPanel();
@@ -374,7 +374,7 @@ TEST_F(CAppSourcePreferencesTest, RefusesARecordOfAnotherTagOrSizeBeforeItTouche
     EXPECT_THAT(store->calls, testing::IsEmpty());
 }
 
-TEST_F(CAppSourcePreferencesTest, WritesTheKeysInTheirOrder)
+TEST_F(SinkPreferencesTest, WritesTheKeysInTheirOrder)
 {
     std::filesystem::create_directory(tree.path("copies"));
     getWith({{"DNGOutputUncompressed", "1"},
@@ -435,7 +435,7 @@ TEST_F(CAppSourcePreferencesTest, WritesTheKeysInTheirOrder)
             "save 3"));
 }
 
-TEST_F(CAppSourcePreferencesTest, WritesNoOptionsOfAConversionThatIsOff)
+TEST_F(SinkPreferencesTest, WritesNoOptionsOfAConversionThatIsOff)
 {
     getWith({});
     panel.check("dng_checkbox", false);
@@ -446,7 +446,7 @@ TEST_F(CAppSourcePreferencesTest, WritesNoOptionsOfAConversionThatIsOff)
         EXPECT_THAT(call, Not(testing::StartsWith("set 3 DNG")));
 }
 
-TEST_F(CAppSourcePreferencesTest, WritesNoKeysOfControlsThatAreMissing)
+TEST_F(SinkPreferencesTest, WritesNoKeysOfControlsThatAreMissing)
 {
     panel.removeAll();
     getWith({});
@@ -457,7 +457,7 @@ TEST_F(CAppSourcePreferencesTest, WritesNoKeysOfControlsThatAreMissing)
     EXPECT_EQ(store->calls.size(), 17U + 6 + 1);
 }
 
-TEST_F(CAppSourcePreferencesTest, WritesAMissingStringAsAnEmptyOne)
+TEST_F(SinkPreferencesTest, WritesAMissingStringAsAnEmptyOne)
 {
     script();
     open();
@@ -468,7 +468,7 @@ TEST_F(CAppSourcePreferencesTest, WritesAMissingStringAsAnEmptyOne)
             {"set 3 BatchRenamePreferenceSize=0", "setbytes 3 BatchRenamePreference="}));
 }
 
-TEST_F(CAppSourcePreferencesTest, PaintsLikeTheBrowser)
+TEST_F(SinkPreferencesTest, PaintsLikeTheBrowser)
 {
     struct Row {
         const char* level;
@@ -490,7 +490,7 @@ TEST_F(CAppSourcePreferencesTest, PaintsLikeTheBrowser)
     }
 }
 
-TEST_F(CAppSourcePreferencesTest, PaintsGreyWithoutTheBrowsersSetting)
+TEST_F(SinkPreferencesTest, PaintsGreyWithoutTheBrowsersSetting)
 {
     getWith({});
     EXPECT_EQ(record->backdropColour, 0xff828282U);

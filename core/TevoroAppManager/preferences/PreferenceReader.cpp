@@ -1,4 +1,4 @@
-#include "TevoroAppManager/PreferenceReader.h"
+#include "TevoroAppManager/preferences/PreferenceReader.h"
 
 #include "TevoroAppManager/FxText.h"
 

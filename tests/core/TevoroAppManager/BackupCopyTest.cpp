@@ -38,7 +38,7 @@ bool unexpectedItemCall(long&)
 }
 
 // A panel that saves copies into home/Pictures, and a target folder with one saved file.
-class CAppSourceProcessingTest : public test::SinkFixture {
+class BackupCopyTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
@@ -87,7 +87,7 @@ protected:
 
 } // namespace
 
-TEST_F(CAppSourceProcessingTest, CopiesTheFileUnderItsDeviceName)
+TEST_F(BackupCopyTest, CopiesTheFileUnderItsDeviceName)
 {
     tree.write("t/renamed.jpg", "bytes");
     EXPECT_EQ(before(item(tree.path("t"), "renamed.jpg", "IMG_1.jpg")), kFxOk);
@@ -98,7 +98,7 @@ TEST_F(CAppSourceProcessingTest, CopiesTheFileUnderItsDeviceName)
     EXPECT_THAT(journal.lines(), IsEmpty());
 }
 
-TEST_F(CAppSourceProcessingTest, CopiesForThisUserAlone)
+TEST_F(BackupCopyTest, CopiesForThisUserAlone)
 {
     tree.write("t/a.jpg", "bytes");
     EXPECT_EQ(before(item(tree.path("t"), "a.jpg")), kFxOk);
@@ -107,7 +107,7 @@ TEST_F(CAppSourceProcessingTest, CopiesForThisUserAlone)
     EXPECT_EQ(status.st_mode & 07777, 0600U);
 }
 
-TEST_F(CAppSourceProcessingTest, MakesTheBackupFolder)
+TEST_F(BackupCopyTest, MakesTheBackupFolder)
 {
     std::filesystem::remove(backups());
     tree.write("t/a.jpg", "bytes");
@@ -115,7 +115,7 @@ TEST_F(CAppSourceProcessingTest, MakesTheBackupFolder)
     EXPECT_EQ(test::read(backup("a.jpg")), "bytes");
 }
 
-TEST_F(CAppSourceProcessingTest, NumbersACopyWhoseNameIsTaken)
+TEST_F(BackupCopyTest, NumbersACopyWhoseNameIsTaken)
 {
     tree.write("t/a.jpg", "bytes");
     tree.write("home/Pictures/a.jpg", "older");
@@ -125,7 +125,7 @@ TEST_F(CAppSourceProcessingTest, NumbersACopyWhoseNameIsTaken)
     EXPECT_EQ(test::read(backup("a.jpg")), "older");
 }
 
-TEST_F(CAppSourceProcessingTest, DoesNothingWithoutItsCheckBox)
+TEST_F(BackupCopyTest, DoesNothingWithoutItsCheckBox)
 {
     panel.check("savecopies_checkbox", false);
     EXPECT_EQ(before(item("/nowhere", "a.jpg")), kFxOk);
@@ -139,7 +139,7 @@ TEST_F(CAppSourceProcessingTest, DoesNothingWithoutItsCheckBox)
     EXPECT_THAT(gTold, IsEmpty());
 }
 
-TEST_F(CAppSourceProcessingTest, RefusesRecordsOfAnotherSizeEachInItsWay)
+TEST_F(BackupCopyTest, RefusesRecordsOfAnotherSizeEachInItsWay)
 {
     panel.check("dng_checkbox");
     tree.write("t/a.jpg", "bytes");
@@ -155,7 +155,7 @@ TEST_F(CAppSourceProcessingTest, RefusesRecordsOfAnotherSizeEachInItsWay)
     EXPECT_THAT(std::filesystem::is_empty(backups()), true);
 }
 
-TEST_F(CAppSourceProcessingTest, DoesNotLookAtTheTag)
+TEST_F(BackupCopyTest, DoesNotLookAtTheTag)
 {
     tree.write("t/a.jpg", "bytes");
     CPropSinkMediaItem record = item(tree.path("t"), "a.jpg");
@@ -163,7 +163,7 @@ TEST_F(CAppSourceProcessingTest, DoesNotLookAtTheTag)
     EXPECT_EQ(before(record), kFxOk);
 }
 
-TEST_F(CAppSourceProcessingTest, GoesOnWithoutCallbacks)
+TEST_F(BackupCopyTest, GoesOnWithoutCallbacks)
 {
     tree.write("t/a.jpg", "bytes");
     CPropSinkMediaItem record = item(tree.path("t"), "a.jpg");
@@ -173,7 +173,7 @@ TEST_F(CAppSourceProcessingTest, GoesOnWithoutCallbacks)
         kFxErrBackupFailed);
 }
 
-TEST_F(CAppSourceProcessingTest, RefusesABackupFolderThatCannotBeMade)
+TEST_F(BackupCopyTest, RefusesABackupFolderThatCannotBeMade)
 {
     std::filesystem::remove(backups());
     tree.write("home/Pictures", "a file stands there");
@@ -183,7 +183,7 @@ TEST_F(CAppSourceProcessingTest, RefusesABackupFolderThatCannotBeMade)
     EXPECT_THAT(gTold, ElementsAre("label Creating Backup Copy...", "detail " + backups()));
 }
 
-TEST_F(CAppSourceProcessingTest, TellsOfLowSpaceForEveryFailedCopy)
+TEST_F(BackupCopyTest, TellsOfLowSpaceForEveryFailedCopy)
 {
     EXPECT_EQ(before(item(tree.path("t"), "missing.jpg")), kFxErrBackupFailed);
     EXPECT_THAT(journal.lines(),
@@ -195,7 +195,7 @@ TEST_F(CAppSourceProcessingTest, TellsOfLowSpaceForEveryFailedCopy)
     EXPECT_EQ(gTold.size(), 2U);
 }
 
-TEST_F(CAppSourceProcessingTest, RefusesANameThatNoFileCanHave)
+TEST_F(BackupCopyTest, RefusesANameThatNoFileCanHave)
 {
     tree.write("t/a.jpg", "bytes");
     EXPECT_EQ(before(item(tree.path("t"), "a.jpg", std::string(256, 'n'))), kFxErrNoUniqueName);
@@ -203,38 +203,38 @@ TEST_F(CAppSourceProcessingTest, RefusesANameThatNoFileCanHave)
     EXPECT_TRUE(std::filesystem::is_empty(backups()));
 }
 
-TEST_F(CAppSourceProcessingTest, GoesOnFromTheHigherNumberBesideTheOriginal)
+TEST_F(BackupCopyTest, GoesOnFromTheHigherNumberBesideTheOriginal)
 {
     EXPECT_EQ(backUpBeside("IMG_1-3.jpg", "IMG_1.jpg"), kFxOk);
     EXPECT_EQ(test::read(backup("IMG_1-4.jpg")), "bytes");
 }
 
-TEST_F(CAppSourceProcessingTest, TakesTheDevicesNumberWhereItIsTheHigher)
+TEST_F(BackupCopyTest, TakesTheDevicesNumberWhereItIsTheHigher)
 {
     EXPECT_EQ(backUpBeside("IMG_1-3.jpg", "IMG_1-8.jpg"), kFxOk);
     EXPECT_EQ(test::read(backup("IMG_1-8-9.jpg")), "bytes");
 }
 
-TEST_F(CAppSourceProcessingTest, NumbersBesideTheOriginalThoughItsNameIsFree)
+TEST_F(BackupCopyTest, NumbersBesideTheOriginalThoughItsNameIsFree)
 {
     EXPECT_EQ(backUpBeside("IMG.jpg", "IMG.tif"), kFxOk);
     EXPECT_EQ(test::read(backup("IMG-1.tif")), "bytes");
     EXPECT_FALSE(std::filesystem::exists(backup("IMG.tif")));
 }
 
-TEST_F(CAppSourceProcessingTest, DoesNotNumberBesideAnOriginalOfAnotherStem)
+TEST_F(BackupCopyTest, DoesNotNumberBesideAnOriginalOfAnotherStem)
 {
     EXPECT_EQ(backUpBeside("holiday.jpg", "IMG-7.jpg"), kFxOk);
     EXPECT_EQ(test::read(backup("IMG-7.jpg")), "bytes");
 }
 
-TEST_F(CAppSourceProcessingTest, SurvivesTheHighestNumberInAName)
+TEST_F(BackupCopyTest, SurvivesTheHighestNumberInAName)
 {
     EXPECT_EQ(backUpBeside("IMG-2147483647.jpg", "IMG.jpg"), kFxOk);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(backups()), {}), 2);
 }
 
-TEST_F(CAppSourceProcessingTest, KnowsTheTargetFolderAboveTheTemporaryOne)
+TEST_F(BackupCopyTest, KnowsTheTargetFolderAboveTheTemporaryOne)
 {
     const std::string work = backups() + "/.mfxdownload";
     tree.write("home/Pictures/.mfxdownload/IMG_1.jpg", "bytes");
@@ -243,21 +243,21 @@ TEST_F(CAppSourceProcessingTest, KnowsTheTargetFolderAboveTheTemporaryOne)
     EXPECT_EQ(gTold.back(), "detail " + backups());
 }
 
-TEST_F(CAppSourceProcessingTest, KnowsTheTargetFolderAboveADeeperTemporaryOne)
+TEST_F(BackupCopyTest, KnowsTheTargetFolderAboveADeeperTemporaryOne)
 {
     tree.write("home/Pictures/.mfxdownload/12-1/IMG_1.jpg", "bytes");
     EXPECT_EQ(before(item(backups() + "/.mfxdownload/12-1", "IMG_1.jpg")), kFxOk);
     EXPECT_EQ(test::read(backup("IMG_1-1.jpg")), "bytes");
 }
 
-TEST_F(CAppSourceProcessingTest, CutsAtTheLastTemporaryFolder)
+TEST_F(BackupCopyTest, CutsAtTheLastTemporaryFolder)
 {
     tree.write("a/.mfxdownload/b/.mfxdownload/c.jpg", "bytes");
     EXPECT_EQ(before(item(tree.path("a/.mfxdownload/b/.mfxdownload"), "c.jpg")), kFxOk);
     EXPECT_EQ(gTold.back(), "detail " + tree.path("a/.mfxdownload/b"));
 }
 
-TEST_F(CAppSourceProcessingTest, PassesAFileThatIsNoRawFile)
+TEST_F(BackupCopyTest, PassesAFileThatIsNoRawFile)
 {
     panel.check("dng_checkbox");
     tree.write("t/a.jpg", "bytes");
@@ -266,7 +266,7 @@ TEST_F(CAppSourceProcessingTest, PassesAFileThatIsNoRawFile)
     EXPECT_EQ(test::read(tree.path("t/a.jpg")), "bytes");
 }
 
-TEST_F(CAppSourceProcessingTest, CountsAMissingFileOfAnyKind)
+TEST_F(BackupCopyTest, CountsAMissingFileOfAnyKind)
 {
     panel.check("dng_checkbox");
     EXPECT_EQ(after(item(tree.path("t"), "a.jpg")), kFxWarnPostProcess);
@@ -277,7 +277,7 @@ TEST_F(CAppSourceProcessingTest, CountsAMissingFileOfAnyKind)
     EXPECT_THAT(journal.lines(), ElementsAre(testing::HasSubstr("failed for 1 file(s)")));
 }
 
-TEST_F(CAppSourceProcessingTest, LeavesARawFileWhereItIsWithoutAConverter)
+TEST_F(BackupCopyTest, LeavesARawFileWhereItIsWithoutAConverter)
 {
     test::FxText raw = test::units("cr2,nef");
     face<ISinkCapabilities2>(49).SetRDXSupportedExtensions(raw.data());

@@ -1,4 +1,4 @@
-#include "TevoroAppManager/PanelDialogs.h"
+#include "TevoroAppManager/panel/PanelDialogs.h"
 
 #include "dialogs/DNGConversionDlg.h"
 #include "dialogs/PtMessageBox.h"

@@ -1,6 +1,6 @@
 // The dialogs that the options panel really opens, answered as a user would.
 
-#include "TevoroAppManager/PanelDialogs.h"
+#include "TevoroAppManager/panel/PanelDialogs.h"
 #include "dialogs/PtMessageBox.h"
 #include "support/TestFolder.h"
 

@@ -1,4 +1,4 @@
-#include "TevoroAppManager/FitPath.h"
+#include "TevoroAppManager/panel/FitPath.h"
 
 #include <QFont>
 #include <QFontMetrics>

@@ -36,7 +36,7 @@ bool deleteItem(long& key)
     return false; // the plug-in does not read the result
 }
 
-class CAppSourceCompletionTest : public test::SinkFixture {
+class CompletionTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
@@ -95,38 +95,38 @@ protected:
 
 } // namespace
 
-TEST_F(CAppSourceCompletionTest, NamesTheOneFolderOfAllItems)
+TEST_F(CompletionTest, NamesTheOneFolderOfAllItems)
 {
     EXPECT_THAT(pushed({"/t/a", "/t/a", "/t/a"}), ElementsAre(std::string(kCopied) + "/t/a"));
 }
 
-TEST_F(CAppSourceCompletionTest, NamesTheParentOfTheFirstOfSeveralFolders)
+TEST_F(CompletionTest, NamesTheParentOfTheFirstOfSeveralFolders)
 {
     EXPECT_THAT(pushed({"/t/2024/a", "/t/2024/b"}), ElementsAre(std::string(kCopied) + "/t/2024"));
 }
 
-TEST_F(CAppSourceCompletionTest, NamesTheParentOfTheFirstHoweverDeepTheOtherLies)
+TEST_F(CompletionTest, NamesTheParentOfTheFirstHoweverDeepTheOtherLies)
 {
     EXPECT_THAT(pushed({"/t/a", "/t/a/b/c/d"}), ElementsAre(std::string(kCopied) + "/t"));
     EXPECT_THAT(pushed({"/t/a/b/c", "/u"}), ElementsAre(std::string(kCopied) + "/t/a/b"));
 }
 
-TEST_F(CAppSourceCompletionTest, TakesFoldersInAnotherCaseForOthers)
+TEST_F(CompletionTest, TakesFoldersInAnotherCaseForOthers)
 {
     EXPECT_THAT(pushed({"/t/a", "/t/A"}), ElementsAre(std::string(kCopied) + "/t"));
 }
 
-TEST_F(CAppSourceCompletionTest, StopsItsWalkAtTheFirstOtherFolder)
+TEST_F(CompletionTest, StopsItsWalkAtTheFirstOtherFolder)
 {
     EXPECT_THAT(pushed({"/t/a", "/t/a", "/t/b", "/u/c"}), ElementsAre(std::string(kCopied) + "/t"));
 }
 
-TEST_F(CAppSourceCompletionTest, NamesNoFolderForNoItems)
+TEST_F(CompletionTest, NamesNoFolderForNoItems)
 {
     EXPECT_THAT(pushed({}), ElementsAre(kCopied));
 }
 
-TEST_F(CAppSourceCompletionTest, NamesTheParentWhenTheFirstFolderIsEmptyText)
+TEST_F(CompletionTest, NamesTheParentWhenTheFirstFolderIsEmptyText)
 {
     // The folder above the empty path is the working folder's own.
     const auto lines = pushed({"", "/t"});
@@ -134,7 +134,7 @@ TEST_F(CAppSourceCompletionTest, NamesTheParentWhenTheFirstFolderIsEmptyText)
     EXPECT_THAT(lines[0], testing::StartsWith(kCopied));
 }
 
-TEST_F(CAppSourceCompletionTest, TellsOfFailedConversionsInsteadOfCopiedFiles)
+TEST_F(CompletionTest, TellsOfFailedConversionsInsteadOfCopiedFiles)
 {
     failConversions(3);
     EXPECT_THAT(pushed({"/t"}),
@@ -142,7 +142,7 @@ TEST_F(CAppSourceCompletionTest, TellsOfFailedConversionsInsteadOfCopiedFiles)
                     "However, DNG Conversion failed for 3 file(s)."));
 }
 
-TEST_F(CAppSourceCompletionTest, ShowsAFolderWithPlaceMarksAsItStands)
+TEST_F(CompletionTest, ShowsAFolderWithPlaceMarksAsItStands)
 {
     failConversions(3);
     EXPECT_THAT(pushed({"/%1/%2/%L1"}),
@@ -150,7 +150,7 @@ TEST_F(CAppSourceCompletionTest, ShowsAFolderWithPlaceMarksAsItStands)
                                        "3 file(s).")));
 }
 
-TEST_F(CAppSourceCompletionTest, GoesOnCountingFailuresInTheNextDownload)
+TEST_F(CompletionTest, GoesOnCountingFailuresInTheNextDownload)
 {
     failConversions(2);
     pushed({"/t"});
@@ -158,20 +158,20 @@ TEST_F(CAppSourceCompletionTest, GoesOnCountingFailuresInTheNextDownload)
     EXPECT_THAT(pushed({"/t"}), ElementsAre(testing::HasSubstr("failed for 3 file(s)")));
 }
 
-TEST_F(CAppSourceCompletionTest, TellsOfFailedConversionsBeforeItAsksForDeletion)
+TEST_F(CompletionTest, TellsOfFailedConversionsBeforeItAsksForDeletion)
 {
     failConversions(1);
     wantDeletion(1);
     EXPECT_THAT(pushed({"/t"}), ElementsAre(testing::StartsWith("message 33"), kAsked));
 }
 
-TEST_F(CAppSourceCompletionTest, KeepsSilentWhenTheApplicationIsToBeLaunched)
+TEST_F(CompletionTest, KeepsSilentWhenTheApplicationIsToBeLaunched)
 {
     panel.check("launchtevoro_checkbox");
     EXPECT_THAT(pushed({"/t"}), IsEmpty());
 }
 
-TEST_F(CAppSourceCompletionTest, AsksForDeletionWhetherOrNotItLaunches)
+TEST_F(CompletionTest, AsksForDeletionWhetherOrNotItLaunches)
 {
     wantDeletion(1);
     EXPECT_THAT(pushed({"/t"}), ElementsAre(kAsked));
@@ -179,7 +179,7 @@ TEST_F(CAppSourceCompletionTest, AsksForDeletionWhetherOrNotItLaunches)
     EXPECT_THAT(pushed({"/t"}), ElementsAre(kAsked));
 }
 
-TEST_F(CAppSourceCompletionTest, TakesMissingCheckBoxesForOff)
+TEST_F(CompletionTest, TakesMissingCheckBoxesForOff)
 {
     close();
     panel.removeAll();
@@ -187,7 +187,7 @@ TEST_F(CAppSourceCompletionTest, TakesMissingCheckBoxesForOff)
     EXPECT_THAT(pushed({"/t"}), ElementsAre(std::string(kCopied) + "/t"));
 }
 
-TEST_F(CAppSourceCompletionTest, RefusesASourceRecordThatTheHostHasChanged)
+TEST_F(CompletionTest, RefusesASourceRecordThatTheHostHasChanged)
 {
     const std::vector<std::function<void(CPropSource&)>> changes = {
         [](CPropSource& record) { record.tag = 3; },
@@ -201,7 +201,7 @@ TEST_F(CAppSourceCompletionTest, RefusesASourceRecordThatTheHostHasChanged)
     }
 }
 
-TEST_F(CAppSourceCompletionTest, PassesOverWhatTheHostAnswersOtherwise)
+TEST_F(CompletionTest, PassesOverWhatTheHostAnswersOtherwise)
 {
     test::HostItems items({"/t"});
     items.sourceStatus = kFxErrException;
@@ -210,7 +210,7 @@ TEST_F(CAppSourceCompletionTest, PassesOverWhatTheHostAnswersOtherwise)
     EXPECT_THAT(journal.take(), ElementsAre(std::string(kCopied) + "/t"));
 }
 
-TEST_F(CAppSourceCompletionTest, KeepsNoReferenceOnWhatTheHostHandsIn)
+TEST_F(CompletionTest, KeepsNoReferenceOnWhatTheHostHandsIn)
 {
     test::HostItems items({"/t", "/u"});
     EXPECT_EQ(push(items), kFxOk);
@@ -218,7 +218,7 @@ TEST_F(CAppSourceCompletionTest, KeepsNoReferenceOnWhatTheHostHandsIn)
     EXPECT_EQ(m_display.references, 0);
 }
 
-TEST_F(CAppSourceCompletionTest, DoesNothingWithoutAMessageHandler)
+TEST_F(CompletionTest, DoesNothingWithoutAMessageHandler)
 {
     wantDeletion();
     test::HostItems items({"/t"});
@@ -228,14 +228,14 @@ TEST_F(CAppSourceCompletionTest, DoesNothingWithoutAMessageHandler)
     EXPECT_THAT(gDeleted, IsEmpty());
 }
 
-TEST_F(CAppSourceCompletionTest, DeletesNothingOnANo)
+TEST_F(CompletionTest, DeletesNothingOnANo)
 {
     wantDeletion(1);
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked));
     EXPECT_THAT(gDeleted, IsEmpty());
 }
 
-TEST_F(CAppSourceCompletionTest, TakesAnyOtherAnswerForAYes)
+TEST_F(CompletionTest, TakesAnyOtherAnswerForAYes)
 {
     for (const int answer : {0, 2, -1}) {
         gDeleted.clear();
@@ -245,7 +245,7 @@ TEST_F(CAppSourceCompletionTest, TakesAnyOtherAnswerForAYes)
     }
 }
 
-TEST_F(CAppSourceCompletionTest, RunsToTheEndWithoutACallback)
+TEST_F(CompletionTest, RunsToTheEndWithoutACallback)
 {
     wantDeletion();
     test::HostItems items({"/t", "/t"});
@@ -253,7 +253,7 @@ TEST_F(CAppSourceCompletionTest, RunsToTheEndWithoutACallback)
     EXPECT_THAT(journal.take(), ElementsAre(kAsked, kBegun2, kDone));
 }
 
-TEST_F(CAppSourceCompletionTest, EndsWhenTheDeviceHasGone)
+TEST_F(CompletionTest, EndsWhenTheDeviceHasGone)
 {
     wantDeletion();
     gOutcomes = {2};
@@ -261,14 +261,14 @@ TEST_F(CAppSourceCompletionTest, EndsWhenTheDeviceHasGone)
     EXPECT_THAT(gDeleted, ElementsAre(100));
 }
 
-TEST_F(CAppSourceCompletionTest, TellsOfTheGoneDeviceAloneAfterARefusal)
+TEST_F(CompletionTest, TellsOfTheGoneDeviceAloneAfterARefusal)
 {
     wantDeletion();
     gOutcomes = {1, 2};
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step", kGone));
 }
 
-TEST_F(CAppSourceCompletionTest, TriesAllItemsThoughSomeAreRefused)
+TEST_F(CompletionTest, TriesAllItemsThoughSomeAreRefused)
 {
     wantDeletion();
     for (const auto& outcomes : {std::vector<long>{1}, {0, 1}, {1, 0}, {-1, 0}, {3, 0}}) {
@@ -279,7 +279,7 @@ TEST_F(CAppSourceCompletionTest, TriesAllItemsThoughSomeAreRefused)
     }
 }
 
-TEST_F(CAppSourceCompletionTest, StopsWhereTheUserCancelsAndSaysNoMore)
+TEST_F(CompletionTest, StopsWhereTheUserCancelsAndSaysNoMore)
 {
     wantDeletion();
     m_progress.cancelAtStep = 1;
@@ -287,14 +287,14 @@ TEST_F(CAppSourceCompletionTest, StopsWhereTheUserCancelsAndSaysNoMore)
     EXPECT_THAT(gDeleted, ElementsAre(100));
 }
 
-TEST_F(CAppSourceCompletionTest, SaysNoMoreWhenTheLastStepIsCancelled)
+TEST_F(CompletionTest, SaysNoMoreWhenTheLastStepIsCancelled)
 {
     wantDeletion();
     m_progress.cancelAtStep = 2;
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step", "step"));
 }
 
-TEST_F(CAppSourceCompletionTest, DeletesTheFirstItemThoughItWasCancelledAtOnce)
+TEST_F(CompletionTest, DeletesTheFirstItemThoughItWasCancelledAtOnce)
 {
     wantDeletion();
     m_progress.cancelAtStep = 0;
@@ -302,7 +302,7 @@ TEST_F(CAppSourceCompletionTest, DeletesTheFirstItemThoughItWasCancelledAtOnce)
     EXPECT_THAT(gDeleted, ElementsAre(100));
 }
 
-TEST_F(CAppSourceCompletionTest, TellsOfARefusalThoughItWasCancelled)
+TEST_F(CompletionTest, TellsOfARefusalThoughItWasCancelled)
 {
     wantDeletion();
     gOutcomes = {1};
@@ -310,7 +310,7 @@ TEST_F(CAppSourceCompletionTest, TellsOfARefusalThoughItWasCancelled)
     EXPECT_THAT(pushed({"/t", "/t"}), ElementsAre(kAsked, kBegun2, "step", kRefused));
 }
 
-TEST_F(CAppSourceCompletionTest, TellsOfSuccessWhenThereIsNothingToDelete)
+TEST_F(CompletionTest, TellsOfSuccessWhenThereIsNothingToDelete)
 {
     wantDeletion();
     const auto lines = pushed({});
@@ -319,7 +319,7 @@ TEST_F(CAppSourceCompletionTest, TellsOfSuccessWhenThereIsNothingToDelete)
     EXPECT_EQ(lines[2], kDone);
 }
 
-TEST_F(CAppSourceCompletionTest, DeletesNothingWhereNoProgressCanBeShown)
+TEST_F(CompletionTest, DeletesNothingWhereNoProgressCanBeShown)
 {
     wantDeletion();
     face<ISinkProgressDialog>(64).SetProgressHandler(nullptr);
@@ -327,7 +327,7 @@ TEST_F(CAppSourceCompletionTest, DeletesNothingWhereNoProgressCanBeShown)
     EXPECT_THAT(gDeleted, IsEmpty());
 }
 
-TEST_F(CAppSourceCompletionTest, NamesTheSourceFolderOfSeveralInTheQuestion)
+TEST_F(CompletionTest, NamesTheSourceFolderOfSeveralInTheQuestion)
 {
     wantDeletion(1);
     EXPECT_THAT(pushed({"/t/a", "/t/b"}), ElementsAre(kAsked));

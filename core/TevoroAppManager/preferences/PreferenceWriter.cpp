@@ -1,7 +1,7 @@
-#include "TevoroAppManager/PreferenceWriter.h"
+#include "TevoroAppManager/preferences/PreferenceWriter.h"
 
 #include "TevoroAppManager/FxText.h"
-#include "TevoroAppManager/PreferenceReader.h"
+#include "TevoroAppManager/preferences/PreferenceReader.h"
 
 void PreferenceWriter::text(const char* key, const QString& value)
 {

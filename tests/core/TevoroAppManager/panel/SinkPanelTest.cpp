@@ -61,7 +61,7 @@ private:
     std::size_t m_cursor = 1000; // until Reset
 };
 
-class CAppSourcePanelTest : public test::SinkFixture {
+class SinkPanelTest : public test::SinkFixture {
 protected:
     ISinkUICapabilities& capabilities() { return face<ISinkUICapabilities>(25); }
     std::string uiFile(int capacity = 200)
@@ -86,7 +86,7 @@ protected:
 
 } // namespace
 
-TEST_F(CAppSourcePanelTest, NamesTheFileOfTheLocale)
+TEST_F(SinkPanelTest, NamesTheFileOfTheLocale)
 {
     ownAssets("de_de");
     tree.environment.set("LC_ALL", "de_DE.UTF-8");
@@ -94,7 +94,7 @@ TEST_F(CAppSourcePanelTest, NamesTheFileOfTheLocale)
     EXPECT_EQ(uiFile(), "../shared_assets/locales/de_de/Tevoro_custom_options.ui|");
 }
 
-TEST_F(CAppSourcePanelTest, NamesTheEnglishFileForALocaleWithoutOne)
+TEST_F(SinkPanelTest, NamesTheEnglishFileForALocaleWithoutOne)
 {
     tree.environment.set("LC_ALL", "fr_FR.UTF-8");
     ownAssets("en_us");
@@ -102,14 +102,14 @@ TEST_F(CAppSourcePanelTest, NamesTheEnglishFileForALocaleWithoutOne)
     EXPECT_EQ(uiFile(), "../shared_assets/locales/en_us/Tevoro_custom_options.ui|");
 }
 
-TEST_F(CAppSourcePanelTest, NamesTheEnglishFileThoughItIsNotThere)
+TEST_F(SinkPanelTest, NamesTheEnglishFileThoughItIsNotThere)
 {
     ownAssets("de_de");
     open();
     EXPECT_EQ(uiFile(), "../shared_assets/locales/en_us/Tevoro_custom_options.ui|");
 }
 
-TEST_F(CAppSourcePanelTest, CutsItsTextsAtTheCapacity)
+TEST_F(SinkPanelTest, CutsItsTextsAtTheCapacity)
 {
     open();
     auto buffer = untouchedBuffer<64>();
@@ -122,7 +122,7 @@ TEST_F(CAppSourcePanelTest, CutsItsTextsAtTheCapacity)
     EXPECT_EQ(written(buffer), "Open to view advanced options|");
 }
 
-TEST_F(CAppSourcePanelTest, OrdersTheHostsControls)
+TEST_F(SinkPanelTest, OrdersTheHostsControls)
 {
     open();
     HostOrder order({{0, 50}, {1, 51}, {2, 52}, {3, 53}, {7, 57}, {4, 54}, {0xffffffffU, 58}});
@@ -131,7 +131,7 @@ TEST_F(CAppSourcePanelTest, OrdersTheHostsControls)
     EXPECT_TRUE(order.isRecordWellMade);
 }
 
-TEST_F(CAppSourcePanelTest, BindsItsControlsInOrder)
+TEST_F(SinkPanelTest, BindsItsControlsInOrder)
 {
     tree.environment.set("HOME", "/h");
     open();
@@ -160,13 +160,13 @@ TEST_F(CAppSourcePanelTest, BindsItsControlsInOrder)
     EXPECT_EQ(panel.references, 0);
 }
 
-TEST_F(CAppSourcePanelTest, SubscribesItsCallbackFace)
+TEST_F(SinkPanelTest, SubscribesItsCallbackFace)
 {
     openWithPanel();
     EXPECT_EQ(static_cast<void*>(panel.control("dng_checkbox").callback), faceAddress(26));
 }
 
-TEST_F(CAppSourcePanelTest, GoesOnWithoutAnyOneControl)
+TEST_F(SinkPanelTest, GoesOnWithoutAnyOneControl)
 {
     for (const char* missing : test::HostPanel::kAll) {
         test::Journal apart;
@@ -180,7 +180,7 @@ TEST_F(CAppSourcePanelTest, GoesOnWithoutAnyOneControl)
     }
 }
 
-TEST_F(CAppSourcePanelTest, TakesNoPanelForNone)
+TEST_F(SinkPanelTest, TakesNoPanelForNone)
 {
     open();
     EXPECT_EQ(capabilities().SetClientUIHandler(nullptr), kFxOk);
@@ -189,7 +189,7 @@ TEST_F(CAppSourcePanelTest, TakesNoPanelForNone)
         capabilities().HandleUIModeChange(nullptr, ISinkUICapabilities::kFxUIMode1, value), kFxOk);
 }
 
-TEST_F(CAppSourcePanelTest, BindsAgainWithoutLettingGoOfTheFirstPanel)
+TEST_F(SinkPanelTest, BindsAgainWithoutLettingGoOfTheFirstPanel)
 {
     openWithPanel();
     bind();
@@ -198,7 +198,7 @@ TEST_F(CAppSourcePanelTest, BindsAgainWithoutLettingGoOfTheFirstPanel)
     EXPECT_EQ(panel.control("dng_checkbox").references, 1);
 }
 
-TEST_F(CAppSourcePanelTest, ShortensTheBackupFolderAndShowsItWholeAsToolTip)
+TEST_F(SinkPanelTest, ShortensTheBackupFolderAndShowsItWholeAsToolTip)
 {
     const std::string deep = "/a/" + std::string(60, 'm') + "/Pictures";
     tree.environment.set("HOME", deep.substr(0, deep.rfind('/')));
@@ -208,7 +208,7 @@ TEST_F(CAppSourcePanelTest, ShortensTheBackupFolderAndShowsItWholeAsToolTip)
     EXPECT_EQ(panel.control("secondary_backup_label").toolTip, deep);
 }
 
-TEST_F(CAppSourcePanelTest, EnablesTheBackupControlsWithTheirCheckBox)
+TEST_F(SinkPanelTest, EnablesTheBackupControlsWithTheirCheckBox)
 {
     openWithPanel();
     EXPECT_FALSE(panel.control("browse_button").enabled);
@@ -220,7 +220,7 @@ TEST_F(CAppSourcePanelTest, EnablesTheBackupControlsWithTheirCheckBox)
         ElementsAre("secondary_backup_label.SetEnabled 0", "browse_button.SetEnabled 0"));
 }
 
-TEST_F(CAppSourcePanelTest, EnablesTheSettingsWithTheConversion)
+TEST_F(SinkPanelTest, EnablesTheSettingsWithTheConversion)
 {
     openWithPanel();
     panel.check("dng_checkbox");
@@ -229,7 +229,7 @@ TEST_F(CAppSourcePanelTest, EnablesTheSettingsWithTheConversion)
     EXPECT_THAT(event("dng_checkbox"), ElementsAre("settings_button.SetEnabled 0"));
 }
 
-TEST_F(CAppSourcePanelTest, PassesOverOtherNames)
+TEST_F(SinkPanelTest, PassesOverOtherNames)
 {
     openWithPanel();
     for (const char* name : {"",
@@ -243,7 +243,7 @@ TEST_F(CAppSourcePanelTest, PassesOverOtherNames)
     EXPECT_THAT(event(nullptr), IsEmpty());
 }
 
-TEST_F(CAppSourcePanelTest, TellsTheLabelOfDeletionOfModes)
+TEST_F(SinkPanelTest, TellsTheLabelOfDeletionOfModes)
 {
     openWithPanel();
     int value = 42;
@@ -264,7 +264,7 @@ TEST_F(CAppSourcePanelTest, TellsTheLabelOfDeletionOfModes)
     EXPECT_EQ(value, 42);
 }
 
-TEST_F(CAppSourcePanelTest, GoesOnWithoutTheLabelOfDeletion)
+TEST_F(SinkPanelTest, GoesOnWithoutTheLabelOfDeletion)
 {
     panel.remove("delete_options_label_minimum_ui");
     openWithPanel();

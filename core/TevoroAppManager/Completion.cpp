@@ -1,8 +1,7 @@
-// How the sink closes a download: the folder, the notices, the deletion of the originals, and the
-// word to the browser application.
+#include "TevoroAppManager/Completion.h"
 
-#include "TevoroAppManager/CAppSource.h"
-#include "TevoroAppManager/FxGuard.h"
+#include "TevoroAppManager/FxNotice.h"
+#include "TevoroAppManager/FxText.h"
 #include "strings/PtZString.h"
 
 #include <QFileInfo>
@@ -19,11 +18,6 @@ QString filesCopiedCaption()
     return PtZString::getZString(u"$$$/AppSource/FilesCopiedCaption=Files Successfully Copied"_s);
 }
 
-void show(IDisplayMsgHandler& display, const QString& title, const QString& text, int style)
-{
-    display.DisplayMessage(fxUnits(title), fxUnits(text), &style, nullptr, nullptr);
-}
-
 CPropSinkMediaItem emptyItem()
 {
     CPropSinkMediaItem item;
@@ -31,6 +25,60 @@ CPropSinkMediaItem emptyItem()
     item.size = kFxSizeSinkMediaItem;
     item.lastWord = 0;
     return item;
+}
+
+// Whether the host's items come from a source at all. The count is asked for as it always was, and
+// not used.
+bool hasSource(ISinkEnumMediaItem& items)
+{
+    CPropSource source;
+    source.tag = kFxTagSource;
+    source.size = kFxSizeSource;
+    items.GetSource(source);
+    long count = 0;
+    items.GetCount(count);
+    return source.tag == kFxTagSource && source.size == kFxSizeSource;
+}
+
+// Items in one folder give that folder. Items in several are taken to lie one level below a common
+// parent: that of the first.
+QString commonFolder(ISinkEnumMediaItem& items)
+{
+    CPropSinkMediaItem item = emptyItem();
+    QString first;
+    bool isSet = false; // a first folder may well be an empty text
+    items.Reset();
+    while (items.Next(item) == kFxOk) {
+        const QString current = toQString(item.folder);
+        if (!isSet)
+            first = current;
+        else if (current != first)
+            return QFileInfo(first).absolutePath();
+        isSet = true;
+    }
+    return first;
+}
+
+void reportFailedConversions(IDisplayMsgHandler& display, const QString& folder, int failures)
+{
+    if (failures == 0)
+        return;
+    // Both at once: a "%2" in the folder's name must stay as it is.
+    const QString text = PtZString::getZString(
+        u"$$$/AppSource/DNGConversionFailed=Files Successfully Copied to %1. However, DNG Conversion failed for %2 file(s)."_s)
+                             .arg(folder, QString::number(failures));
+    notify(display, filesCopiedCaption(), text, kFxStyleFailure);
+}
+
+// After a notice of failed conversions the user knows already.
+void displayFilesCopied(IDisplayMsgHandler& display, const QString& folder, int failures)
+{
+    if (failures != 0)
+        return;
+    const QString text =
+        PtZString::getZString(u"$$$/AppSource/DumpAndRun=Files have been successfully copied to "_s)
+        + folder;
+    notify(display, filesCopiedCaption(), text, kFxStyleFilesCopied);
 }
 
 enum class Deletion { kDone, kSomeRefused, kCancelled, kDeviceGone };
@@ -42,19 +90,21 @@ Deletion deleteEach(ISinkEnumMediaItem& items,
 {
     bool refused = false;
     CPropSinkMediaItem item = emptyItem();
-    items.Reset();
+    items.Reset(); // the walk for the folder has left the host somewhere in the middle
     while (items.Next(item) == kFxOk) {
         if (!deleteItem)
             continue;
-        long outcome = item.itemKey;
+        long outcome = item.itemKey; // the callback takes the key and gives the outcome in it
         deleteItem(outcome);
         if (outcome == kOutcomeDeviceGone)
             return Deletion::kDeviceGone;
         refused = refused || outcome != kOutcomeDeleted;
         progress.StepProgress();
+        // Looked at behind the step alone: a cancel before the first item still costs that item.
         if (cancelled)
             break;
     }
+    // What was refused is told even after a cancel: those files are still on the card.
     if (refused)
         return Deletion::kSomeRefused;
     return cancelled ? Deletion::kCancelled : Deletion::kDone;
@@ -97,7 +147,7 @@ bool confirmDeletion(IDisplayMsgHandler& display, const QString& folder)
             u"$$$/AppSource/VerifyDelete/Text2=. Do you want to delete these files from your camera, or card reader?"_s);
     const QString title =
         PtZString::getZString(u"$$$/AppSource/VerifyDelete/Caption=Velmo Tevoro NX"_s);
-    constexpr int kNo = 1;
+    constexpr int kNo = 1; // also what stands there when the host shows nothing
     int style = kFxStyleDeleteQuestion;
     int answer = kNo;
     display.DisplayQuestion(fxUnits(title),
@@ -130,77 +180,35 @@ QString handOffScript(QString folder, bool running, bool launch, const QString& 
 
 } // namespace
 
-FxStatus CAppSource::PushAllMediaItems(ISinkEnumMediaItem& items,
+void Completion::releaseProgressHandler()
+{
+    if (m_progress)
+        m_progress->Release();
+}
+
+// The choices are read once, before any dialogue: what the user changes while one is open is for
+// the next download.
+FxStatus Completion::run(ISinkEnumMediaItem& items,
     IDisplayMsgHandler& display,
-    unsigned long&,
-    void*,
-    FxPerItemCallback deleteItem)
+    FxPerItemCallback deleteItem,
+    std::int32_t failedConversions)
 {
-    return fxGuard([&, this] {
-        const QString caption = filesCopiedCaption();
-        CPropSource source;
-        source.tag = kFxTagSource;
-        source.size = kFxSizeSource;
-        items.GetSource(source);
-        long count = 0;
-        items.GetCount(count);
-        if (source.tag != kFxTagSource || source.size != kFxSizeSource)
-            return kFxErrBadRecord;
-        const bool launch = isChecked(m_controls.launchTevoroCheckbox);
-        const bool deletes = isChecked(m_controls.deleteFilesCheckbox);
-        const QString folder = commonFolder(items);
-        reportFailedConversions(display, folder);
-        if (deletes)
-            offerDeletion(items, display, deleteItem, folder);
-        else if (!m_bus.targetIsRunning() && !launch)
-            displayFilesCopied(display, folder);
-        handOff(folder, launch, caption);
-        return kFxOk;
-    });
+    const QString caption = filesCopiedCaption();
+    if (!hasSource(items))
+        return kFxErrBadRecord;
+    const bool launch = isChecked(m_panel.controls().launchTevoroCheckbox);
+    const bool deletes = isChecked(m_panel.controls().deleteFilesCheckbox);
+    const QString folder = commonFolder(items);
+    reportFailedConversions(display, folder, failedConversions);
+    if (deletes)
+        offerDeletion(items, display, deleteItem, folder);
+    else if (!m_bus.targetIsRunning() && !launch)
+        displayFilesCopied(display, folder, failedConversions);
+    handOff(folder, launch, caption);
+    return kFxOk;
 }
 
-// Items in one folder give that folder. Items in several are taken to lie one level below a common
-// parent: that of the first.
-QString CAppSource::commonFolder(ISinkEnumMediaItem& items)
-{
-    CPropSinkMediaItem item = emptyItem();
-    QString first;
-    bool isSet = false;
-    items.Reset();
-    while (items.Next(item) == kFxOk) {
-        const QString current = toQString(item.folder);
-        if (!isSet) {
-            first = current;
-            isSet = true;
-        } else if (current != first) {
-            return QFileInfo(first).absolutePath();
-        }
-    }
-    return first;
-}
-
-void CAppSource::reportFailedConversions(IDisplayMsgHandler& display, const QString& folder)
-{
-    if (m_dngFailures == 0)
-        return;
-    const QString text = PtZString::getZString(
-        u"$$$/AppSource/DNGConversionFailed=Files Successfully Copied to %1. However, DNG Conversion failed for %2 file(s)."_s)
-                             .arg(folder, QString::number(m_dngFailures));
-    show(display, filesCopiedCaption(), text, kFxStyleFailure);
-}
-
-// After a notice of failed conversions the user knows already.
-void CAppSource::displayFilesCopied(IDisplayMsgHandler& display, const QString& folder)
-{
-    if (m_dngFailures != 0)
-        return;
-    const QString text =
-        PtZString::getZString(u"$$$/AppSource/DumpAndRun=Files have been successfully copied to "_s)
-        + folder;
-    show(display, filesCopiedCaption(), text, kFxStyleFilesCopied);
-}
-
-void CAppSource::offerDeletion(ISinkEnumMediaItem& items,
+void Completion::offerDeletion(ISinkEnumMediaItem& items,
     IDisplayMsgHandler& display,
     FxPerItemCallback deleteItem,
     const QString& folder)
@@ -209,19 +217,20 @@ void CAppSource::offerDeletion(ISinkEnumMediaItem& items,
         deleteOriginals(items, deleteItem);
 }
 
-void CAppSource::deleteOriginals(ISinkEnumMediaItem& items, FxPerItemCallback deleteItem)
+void Completion::deleteOriginals(ISinkEnumMediaItem& items, FxPerItemCallback deleteItem)
 {
     const QString caption =
         PtZString::getZString(u"$$$/AppSource/DeleteProgress/DeleteCaption=Deleting Photos..."_s);
     const QString cancel = PtZString::getZString(u"$$$/AppSource/DeleteProgress/Cancel=Cancel"_s);
     long count = 0;
     items.GetCount(count);
-    bool cancelled = false;
-    m_progress->BeginProgress(count, &cancelled, fxUnits(caption), fxUnits(cancel));
-    finishDeletion(*m_progress, deleteEach(items, deleteItem, *m_progress, cancelled));
+    m_cancelled = false;
+    m_progress->BeginProgress(count, &m_cancelled, fxUnits(caption), fxUnits(cancel));
+    finishDeletion(*m_progress, deleteEach(items, deleteItem, *m_progress, m_cancelled));
 }
 
-void CAppSource::handOff(const QString& folder, bool launch, const QString& caption)
+// Whether the application runs is asked anew: the user may have taken long over the deletion.
+void Completion::handOff(const QString& folder, bool launch, const QString& caption)
 {
     const QString script = handOffScript(folder, m_bus.targetIsRunning(), launch, caption);
     if (!script.isEmpty())

@@ -1,4 +1,4 @@
-#include "TevoroAppManager/BackdropColour.h"
+#include "TevoroAppManager/panel/BackdropColour.h"
 
 #include "platform/common/text/AppPreferences.h"
 
