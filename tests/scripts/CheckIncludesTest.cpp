@@ -104,6 +104,34 @@ TEST_F(CheckIncludesTest, KeepsQtAndTheSystemInTheirRooms)
     }
 }
 
+TEST_F(CheckIncludesTest, RefusesCallsOfTheSystemOutsideItsRoom)
+{
+    const auto checkLine = [this](const std::string& file, const std::string& line) {
+        m_tree.write(file, "#include <cstdlib>\n" + line + "\n");
+        const test::ScriptEnd end = m_tree.run("check-includes");
+        m_tree.write(file, "");
+        return end;
+    };
+    const std::string file = "apps/mfx/engine/run/Download.cpp";
+    for (const char* line : {"int n = ::getpid();",
+             "auto* home = std::getenv(\"HOME\");",
+             "::setenv(\"A\", \"b\", 1);",
+             "localtime_r(&now, &parts);",
+             "return strerror(errno);",
+             "if (::strnlen(text, 5) > 4)"}) {
+        const test::ScriptEnd end = checkLine(file, line);
+        EXPECT_EQ(end.code, 1) << line;
+        EXPECT_THAT(end.err, HasSubstr(file + ":2 calls ")) << line;
+        EXPECT_EQ(checkLine("core/platform/platforms/linux/files/A.cpp", line).code, 0) << line;
+    }
+    for (const char* line : {"Pt::localTime(now);",
+             "std::filesystem::remove(path);",
+             "Thread::sleep(5);",
+             "// ::unlink(path) would follow",
+             "say(\"call ::getpid() or getenv() yourself\");"})
+        EXPECT_EQ(checkLine(file, line).code, 0) << line;
+}
+
 TEST_F(CheckIncludesTest, RefusesAHeaderThatIsNotThere)
 {
     EXPECT_EQ(check("core/messaging/wire/Message.cpp", "\"messaging/Gone.h\"").code, 1);

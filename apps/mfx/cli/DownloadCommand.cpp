@@ -18,7 +18,6 @@
 
 #include <clocale>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 
@@ -107,7 +106,8 @@ private:
     {
         // "../Frameworks" and "../shared_assets" lead from here, for us and for the plug-in.
         std::filesystem::current_path(Pt::programFolder());
-        ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+        if (!Pt::environmentVariable("QT_QPA_PLATFORM"))
+            Pt::setEnvironmentVariable("QT_QPA_PLATFORM", "offscreen");
     }
 
     void makePlaces()

@@ -77,7 +77,7 @@ SoString TevoroTalkData::getVersionOrGroup(const SoString& specifier)
 
 TevoroTalk::Specifier::Specifier(const char* text, bool fixUpToo)
 {
-    if (text == nullptr || ::strnlen(text, kMaxLength + 1) > kMaxLength)
+    if (text == nullptr || std::memchr(text, '\0', kMaxLength + 1) == nullptr)
         return;
     assign(text);
     if (fixUpToo)

@@ -2,10 +2,10 @@
 
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/PrivateFolder.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/services/UserFolders.h"
 
 #include <charconv>
-#include <cstdlib>
 #include <filesystem>
 
 namespace mfx {
@@ -87,7 +87,7 @@ SessionPreferences::SessionPreferences(const std::string& libraryPath,
     }
     write(*client, m_values);
     readBack(*client);
-    ::setenv("MFX_APPLICATION_DATA", m_session.path.c_str(), 1);
+    Pt::setEnvironmentVariable("MFX_APPLICATION_DATA", m_session.path);
 }
 
 SessionPreferences::Folder::Folder()

@@ -47,6 +47,11 @@ std::optional<std::string> environmentVariable(const char* name)
     return value ? std::optional<std::string>(value) : std::nullopt;
 }
 
+void setEnvironmentVariable(const char* name, const std::string& value)
+{
+    ::setenv(name, value.c_str(), 1);
+}
+
 long processId()
 {
     return ::getpid();

@@ -1,5 +1,6 @@
 #include "platform/common/services/ProgramEnvironment.h"
 
+#include "support/Environment.h"
 #include "support/TestFolder.h"
 
 #include <csignal>
@@ -230,6 +231,16 @@ TEST(ProgramEnvironmentTest, TakesAFileForNoTerminal)
     EXPECT_FALSE(Pt::isTerminal(file));
     EXPECT_EQ(Pt::terminalWidth(file), 80);
     std::fclose(file);
+}
+
+TEST(ProgramEnvironmentTest, SetsAVariableOverWhatItWas)
+{
+    test::Environment environment;
+    environment.unset("MFX_TEST_VARIABLE");
+    EXPECT_EQ(Pt::environmentVariable("MFX_TEST_VARIABLE"), std::nullopt);
+    Pt::setEnvironmentVariable("MFX_TEST_VARIABLE", "a");
+    Pt::setEnvironmentVariable("MFX_TEST_VARIABLE", "b c");
+    EXPECT_EQ(Pt::environmentVariable("MFX_TEST_VARIABLE"), "b c");
 }
 
 } // namespace
