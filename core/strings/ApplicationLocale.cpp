@@ -142,9 +142,9 @@ int getApplicationLocale(unsigned short* buffer)
     if (!found)
         found = currentLocale();
     const QString locale = found ? oneLocaleForEachLanguage(found->toLower()) : u"en_us"_s;
+    // One unit is left for the terminator that ptucscpy writes.
     ptucscpy(buffer,
         reinterpret_cast<const unsigned short*>(
-            // One unit is left for the terminator that ptucscpy writes.
             locale.left(kApplicationLocaleCapacity - 1).utf16()));
     return 1;
 }

@@ -80,8 +80,8 @@ bool PtZString::openZStringDict(bool force)
 bool PtZString::appendZStringDict(const QString& path)
 {
     try {
+        // Appending works without a prior open: the file then is the whole dictionary.
         if (!smpDictionary)
-            // Appending works without a prior open: the file then is the whole dictionary.
             smpDictionary = new lexkit::Dictionary;
     } catch (const std::exception&) {
         return false;
@@ -105,9 +105,9 @@ QString PtZString::getZString(const QString& literal)
         qDebug("%s", message.toLocal8Bit().constData());
         return literal;
     }
+    // Escapes in the default stay as they are, on purpose: converting them is left to the
+    // dictionary.
     if (!smpDictionary)
-        // Escapes in the default stay as they are, on purpose: converting them is left to the
-        // dictionary.
         return literal.mid(equals + 1);
     try {
         // A null encoding: the bytes of a default are widened one by one. Keys are ASCII, so the

@@ -70,9 +70,9 @@ ZString::~ZString()
 ZString& ZString::operator=(const ZString& other)
 {
     if (m_text)
-        // A moved-from object may be assigned to, so it gets a new text here. Assigned to itself,
-        // it stays without one.
         *m_text = sound(other.m_text);
+    // A moved-from object may be assigned to, so it gets a new text. Assigned to itself, it stays
+    // without one.
     else if (this != &other)
         m_text = new lexkit_private::ZString(sound(other.m_text));
     return *this;

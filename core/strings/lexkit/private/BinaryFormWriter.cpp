@@ -47,8 +47,8 @@ void BinaryFormWriter::addItem(const HashItem& item)
     const unsigned long length = item.SerializeValue(value, true, m_encoding);
     addNumber(m_lengths, length);
     std::string bytes = std::move(value).str();
+    // Runs write their units in the order of the machine. UTF-8 has no order.
     if (m_isSwapped && !m_encoding)
-        // Runs write their units in the order of the machine. UTF-8 has no order.
         for (std::size_t at = 0; at + 1 < bytes.size(); at += 2)
             std::swap(bytes[at], bytes[at + 1]);
     m_payload << bytes;

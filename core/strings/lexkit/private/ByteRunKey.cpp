@@ -101,8 +101,8 @@ std::uint32_t ByteRunKey::Hash(unsigned long size) const
     const std::uint32_t step = std::max(m_length / kSamples, 1u);
     const auto buckets = static_cast<std::uint32_t>(size);
     std::uint32_t hash = 0;
+    // Reduced at each step: nine samples of five bits would not fit into 32.
     for (std::uint64_t at = 0; at < length; at += step)
-        // Reduced at each step: nine samples of five bits would not fit into 32.
         hash = ((hash << 5) + m_data[at]) % buckets;
     return hash;
 }

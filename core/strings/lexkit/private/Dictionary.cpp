@@ -140,8 +140,8 @@ void Dictionary::readBinaryBlock(
 
 void Dictionary::readLines(DictionaryReader& reader)
 {
+    // An empty line would otherwise become an entry with an empty key.
     while (const unsigned short* const line = reader.ReadALine())
-        // An empty line would otherwise become an entry with an empty key.
         if (*line != 0)
             AddEntry(line);
 }
@@ -198,8 +198,8 @@ bool Dictionary::NextKey(char* buffer, unsigned long size, bool throwIfSmall) co
     const auto* const entry = static_cast<const DictionaryEntry*>(NextItem());
     const unsigned long length = entry ? entry->GetLength() : 0;
     if (buffer && size > length) {
+        // An empty key has no bytes at all, and memcpy must not be given null.
         if (length > 0)
-            // An empty key has no bytes at all, and memcpy must not be given null.
             std::memcpy(buffer, entry->GetData(), length);
         buffer[length] = 0;
         return true;

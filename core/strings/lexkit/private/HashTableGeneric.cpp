@@ -58,9 +58,9 @@ std::unique_ptr<HashItem> HashTableGeneric::Remove(const HashItem& key)
 
 void HashTableGeneric::unlink(HashItem* item)
 {
+    // Find only sees items in the bucket that their key belongs to, so this bucket is the item's
+    // own.
     HashItem*& place =
-        // Find only sees items in the bucket that their key belongs to, so this bucket is the
-        // item's own.
         item->m_previous ? item->m_previous->m_next : m_buckets[item->Hash(kBuckets)];
     place = item->m_next;
     if (item->m_next)
@@ -140,8 +140,8 @@ bool HashTableGeneric::HasMoreItem()
 unsigned long HashTableGeneric::Serialize(
     std::ostream& stream, bool binary, const lexkit::EncodingInfo* encoding) const
 {
+    // In the order of the machine, as Serialize promises. Compile writes what readers take.
     if (binary)
-        // In the order of the machine, as Serialize promises. Compile writes what readers take.
         return BinaryFormWriter(stream, encoding, BinaryFormWriter::Order::kHost).Write(*this);
     unsigned long count = 0;
     for (const HashItem* item : m_buckets)

@@ -17,8 +17,8 @@ namespace {
 
 UnicodeRun decoded(const void* bytes, unsigned long length, const lexkit::EncodingInfo* encoding)
 {
+    // All empty texts share one value.
     if (length == 0)
-        // All empty texts share one value.
         return {};
     Buffer<unsigned short> units(0);
     UnicodeUtil::StringToUnicode(static_cast<const unsigned char*>(bytes), length, units, encoding);
