@@ -286,8 +286,8 @@ PreferenceDocument PreferenceDocument::copy() const
 {
     PreferenceDocument copied;
     copied.m_tree->reset(*m_tree);
-    copied.indexEntries();
     // The index refers to nodes, and the copy has nodes of its own.
+    copied.indexEntries();
     return copied;
 }
 
@@ -326,9 +326,9 @@ void PreferenceDocument::indexEntries()
 
 void PreferenceDocument::index(pugi::xml_node node)
 {
+    // An unreadable value is indexed as well, so that setting the key replaces it instead of adding
+    // a second one.
     if (std::optional<std::u16string> key = keyOf(node))
-        // An unreadable value is indexed as well, so that setting the key replaces it instead of
-        // adding a second one.
         m_entries.insert_or_assign(*std::move(key), Entry{node, valueOf(node)});
 }
 
