@@ -123,9 +123,9 @@ void BusSession::pause(std::optional<SteadyTime> deadline) const
 {
     // Short rounds, because waitForMessage does not return for a signal.
     auto limit = kMaxPause;
+    // Rounded up: rounded down, the last fraction of a millisecond would be spent in a loop without
+    // any waiting.
     if (deadline)
-        // Rounded up: rounded down, the last fraction of a millisecond would be spent in a loop
-        // without any waiting.
         limit = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(
                                *deadline - std::chrono::steady_clock::now()),
             std::chrono::milliseconds(0),

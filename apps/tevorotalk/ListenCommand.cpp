@@ -49,8 +49,8 @@ ExitCode runListen(const CommandLine& line)
     std::vector<std::string> types = line.types;
     if (types.empty())
         types.emplace_back("Quillscriber");
+    // The instance owns the new handler, and hands back the one that was there for the type.
     for (const std::string& type : types)
-        // The instance owns the new handler, and hands back the one that was there for the type.
         delete session.instance().changeHandler(new Listener(line, type, count));
     // Whoever reads the line below may ping this process at once.
     session.waitUntilReachable();

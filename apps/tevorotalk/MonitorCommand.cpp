@@ -79,9 +79,9 @@ public:
     }
     ~Subscription()
     {
-        // Another monitor may have taken its place.
+        // Another monitor may have taken its place. Nobody answers the second question, so nobody
+        // waits for an answer.
         if (ask(m_key, kLimit) == m_subscriber.c_str())
-            // Nobody answers this, so nobody waits.
             ask(m_key + "=", 0);
     }
     Subscription(const Subscription&) = delete;

@@ -128,9 +128,9 @@ void fill(TevoroTalk::Message& message, const CommandLine& line)
 void awaitAnswers(
     TevoroTalk& instance, const TevoroTalk::Message& message, bool json, Answers& answers)
 {
+    // Before the message goes out: send looks for handlers of its number, and asks for "Processed"
+    // if there are any.
     for (const char* type : {"Received", "Result", "Error", "Timeout"})
-        // Before the message goes out: send looks for handlers of its number, and asks for
-        // "Processed" if there are any.
         delete instance.changeHandler(new AnswerHandler(type, message.serialNumber, json, answers));
 }
 
