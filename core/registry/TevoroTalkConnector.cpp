@@ -60,8 +60,8 @@ SoString TevoroTalkConnector::findPreferredApp(const SoString&, const SoString&,
 
 SoString TevoroTalkConnector::findGroupForSpecifier(const Specifier&, SoString* version)
 {
+    // Callers read the version whatever the answer is.
     if (version != nullptr)
-        // Callers read the version whatever the answer is.
         version->shrink(0);
     return {};
 }

@@ -57,8 +57,8 @@ void appendReportLine(SoString& report,
 {
     // The first slash is the root's and counts for no level.
     const long depth = std::count(path.get() + 1, path.get() + path.length(), '/');
+    // An empty line above each branch, so that people see where it begins.
     if (hasChildren)
-        // An empty line above each branch, so that people see where it begins.
         report << "\n";
     for (long i = 0; i < depth; ++i)
         report << "\t";
@@ -167,8 +167,8 @@ void TevoroTalk::appendDiagnostics(SoString& out, const SoString& path) const
     SoString node(path);
     node << "/" << name;
     const char* role = "";
+    // A context that an instance made for itself: the application never called init.
     if (get(getContext()) == this)
-        // A context that an instance made for itself: the application never called init.
         role = contextOfFirstInstance() != nullptr ? "(main, init() hasn't been called)" : "(main)";
     appendLine(out, node, "", "1", name, role);
     const auto appendQueue = [&](const MessageQueue& queue, const char* child, const char* label) {

@@ -174,8 +174,8 @@ bool testTarget(const SoString& self, const SoString& port, const char* type, st
 
 bool launchedProcessRuns(const SoString& specifier)
 {
+    // Asking for the context would wait for the end of the set-up.
     const TevoroTalkContext* const context =
-        // Asking for the context would wait for the end of the set-up.
         TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalk::getSharedContext();
     TevoroTalkConnector* const connector = context != nullptr ? context->getConnector() : nullptr;
     return connector != nullptr && Pt::isProcessRunning(connector->getProcessID(specifier));

@@ -132,8 +132,8 @@ void TevoroTalkThread::setStatus(const char* value)
     const ObjectLock lock(*this);
     PingData* const status = find(QK_STATUS);
     if (status == nullptr) {
-        setKeyValuePair(QK_STATUS, value);
         // The key was removed; made anew, it is there again for those who ask.
+        setKeyValuePair(QK_STATUS, value);
         return;
     }
     notePump(value);

@@ -154,8 +154,8 @@ SoString TevoroTalk::getLaunchOptions()
     const TevoroTalkContext* const context = TevoroTalkContext::getCurrentContext();
     if (context == nullptr || context->getThread() == nullptr)
         return {};
-    TevoroTalkSetupThread::syncWithSetupThread();
     // The parameters are put into the store at the end of the set-up.
+    TevoroTalkSetupThread::syncWithSetupThread();
     return context->getThread()->getValueForKey("LAUNCHPARAMS");
 }
 
@@ -173,9 +173,9 @@ bool TevoroTalk::pump(EnabledOperations operations, TevoroTalkContext* context)
     if (context == nullptr)
         return false;
     refreshConnector(*context);
+    // So that the bus's thread leaves the ports to this one, and others hear that the application
+    // is at work.
     if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
-        // So that the bus's thread leaves the ports to this one, and others hear that the
-        // application is at work.
         thread->setStatus(TevoroTalkThread::QK_PUMPING);
     bool dispatched = false;
     // By number and asked anew each time: a handler may make and delete instances.

@@ -127,8 +127,8 @@ SoString TevoroTalkThread::getSpecifier() const
 bool TevoroTalkThread::stop()
 {
     m_stopRequested = true;
+    // After the flag is set: the thread looks at it when it wakes up.
     if (m_waits != nullptr)
-        // After the flag is set: the thread looks at it when it wakes up.
         m_waits->wake.raise();
     Thread::stop();
     return waitForRunExit();

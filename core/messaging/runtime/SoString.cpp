@@ -132,8 +132,8 @@ void SoString::reserve(long n)
 SoString SoString::uppercase() const
 {
     SoString result(*this);
+    // Through unsigned char: for a negative number toupper is undefined.
     for (long i = 0; i < result.m_length; ++i)
-        // Through unsigned char: for a negative number toupper is undefined.
         result.m_data[i] =
             static_cast<char>(std::toupper(static_cast<unsigned char>(result.m_data[i])));
     return result;

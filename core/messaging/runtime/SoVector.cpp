@@ -80,8 +80,8 @@ void SoVectorBase::rotate(long count)
 {
     if (count <= 0 || count >= m_length)
         return;
+    // A place is free after the removal, so this never grows the array.
     for (long i = 0; i < count; ++i)
-        // A place is free after the removal, so this never grows the array.
         append(removeAt(0));
 }
 

@@ -64,9 +64,9 @@ TevoroTalk::Message::Message(const Message& other)
     , version(other.version)
     , digestStatus(other.digestStatus)
 {
+    // Each goes to the front, which reverses the order, on purpose: reading does the same, so it is
+    // never reliable.
     for (const Header* header = other.headers; header != nullptr; header = header->next)
-        // Each goes to the front, which reverses the order, on purpose: reading does the same, so
-        // it is never reliable.
         addHeader(header->name.get(), header->value.get());
 }
 
