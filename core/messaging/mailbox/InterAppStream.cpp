@@ -15,8 +15,11 @@ namespace ScObjects {
 
 namespace {
 
+// Bytes; grows to the largest text.
 constexpr long kFirstBufferSize = 4096;
+// As long as docs/bus.md says that a send waits for a process that does not read.
 constexpr std::chrono::milliseconds kSendPatience{10'000};
+// A second copy of an application is instance 1, and there are nine copies at most.
 constexpr int kMaxInstances = 8;
 
 constinit Pt::Lock gStreamLock;
@@ -74,9 +77,11 @@ long BaseInterAppStream::bufferSize() const
 
 void BaseInterAppStream::collect(char* text, long length)
 {
+    // Before anybody reads it: to readers of messages a NUL is the end of the text.
     replaceNuls(text, length);
     if (m_bufferSize < length) {
         freeThis(m_buffer);
+        // A size of 0 says that there was no memory, so the next text tries again.
         m_buffer = mallocThis<char>(static_cast<std::size_t>(length));
         m_bufferSize = m_buffer != nullptr ? length : 0;
     }
@@ -93,6 +98,7 @@ void BaseInterAppStream::collect(char* text, long length)
 
 MacInterAppStream::DataRef::DataRef(const char* text, long textLength)
     : data(SoString::mallocText(textLength))
+    // receive() drops what has no length.
     , length(data != nullptr ? textLength : 0)
 {
     if (data != nullptr)
@@ -152,6 +158,8 @@ bool MacInterAppStream::send(
 {
     if (!isGood())
         return false;
+    // Not the lock of the stream: a send may block for ten seconds, and receiving must go on
+    // meanwhile.
     const ObjectLock lock(m_sendLock);
     return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), kSendPatience);
 }
@@ -163,6 +171,8 @@ bool MacInterAppStream::messagePending() const
         return false;
     const auto take = [this](char* text, std::size_t size) TEVOROTALK_REQUIRES(
                           this) { m_msgQueue.append(new DataRef(text, static_cast<long>(size))); };
+    // The text that ended a wait first, alone: an answer is dispatched before the notices behind it
+    // are read.
     if (m_port->receiveAwaited(take) == 0)
         m_port->receive(take);
     return m_msgQueue.length() != 0;
@@ -185,10 +195,12 @@ bool MacInterAppStream::receive()
     const ObjectLock lock(*this);
     if (m_port == nullptr)
         return false;
+    // The oldest first: texts of one sender stay in their order.
     const autoPtr<DataRef> text(m_msgQueue.removeAt(0));
     if (text.get() == nullptr || text->length == 0)
         return false;
     const long length = text->length;
+    // Hands the block over, so that a large text is not copied.
     collect(text->release(), length);
     return true;
 }
@@ -212,6 +224,7 @@ bool MacInterAppStream::wakeOn(int descriptor)
             m_port->wakeOn(descriptor);
         return m_port != nullptr;
     } catch (const std::system_error&) {
+        // No descriptors left; the caller then waits in another way.
         return false;
     }
 }
@@ -254,10 +267,12 @@ InterAppStream* InterAppStream::get()
 InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(const SoString& text)
 {
     TevoroTalk::Specifier specifier(nullptr, false);
+    // As it stands: the constructor would change it to lower case, and refuse a long one.
     specifier.assign(text.view());
     if (specifier.isEmpty())
         return nullptr;
     InterAppStream* stream = goodOrNull(new InterAppStream(specifier, true));
+    // A name with an instance means that one and no other.
     if (stream != nullptr || !specifier.instance().isEmpty())
         return stream;
     for (int n = 1; n <= kMaxInstances && stream == nullptr; ++n) {

@@ -72,6 +72,7 @@ bool hasTimedOut(const Message& message, std::int64_t now)
 
 bool notifySender(const Message& message, const SoString& word, const SoString& diagnosticsRoot)
 {
+    // Words are searched for: what is between them does not matter.
     if (std::strstr(message.responseRequest, word) == nullptr)
         return false;
     if (message.getUserHeaderValue(kTimeoutDetector) == "SENDER")
@@ -108,6 +109,7 @@ void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
     m_timer = timer;
     m_isFlagUp = false;
     showState();
+    // The new timer knows nothing of the deadlines that are here already.
     arm(m_nearestDeadline);
 }
 
@@ -162,6 +164,8 @@ bool MessageQueue::append(Message* message)
 Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
 {
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
+    // Collected under the lock and notified after it: a notice is a send, which may need the lock
+    // of another queue.
     Messages expired;
     Message* result = nullptr;
     {
@@ -178,6 +182,8 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
                 removed(message);
             }
         }
+        // Watchers that were stepped over go behind the others, so that the next call does not meet
+        // them first.
         m_messages.rotate(deferred);
         if (expired.length() != 0)
             armForNearest();
@@ -210,7 +216,7 @@ bool MessageQueue::removeMessage(std::uint32_t serialNumber)
 
 void MessageQueue::removeExpiredMessages()
 {
-    // All deadlines lie at or behind the noted one; who adds one meanwhile came a moment later.
+    // m_nearestDeadline is a lower bound; concurrent additions wait for the next pass.
     if (m_nearestDeadline == kNever)
         return;
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
@@ -231,6 +237,7 @@ void MessageQueue::removeExpiredMessages()
 void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
     const std::function<void(Message&)>& postpone)
 {
+    // Two threads at once would send messages to one target out of order.
     if (m_isWorkedOff.exchange(true))
         return;
     const Lowered atTheEnd(m_isWorkedOff);
@@ -238,6 +245,7 @@ void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
     removeExpiredMessages();
     long place = 0;
     while (Message* const message = nextAttempt(place)) {
+        // Without the lock: an attempt is a send, which may block for ten seconds.
         if (attempt(*message)) {
             takeDone(place);
             continue;
@@ -336,6 +344,7 @@ void MessageQueue::showState()
     const bool isUp = m_messages.length() > m_watchers;
     if (m_flag == nullptr || m_pauses != 0 || isUp == m_isFlagUp)
         return;
+    // Known here, so that the descriptor is touched only when the state changes.
     m_isFlagUp = isUp;
     if (isUp)
         m_flag->raise();

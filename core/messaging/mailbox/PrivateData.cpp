@@ -13,6 +13,7 @@ namespace {
 
 using MsgHandler = TevoroTalk::MsgHandler;
 
+// Of the whole process, so that a message learns by one look that nobody subscribed.
 constinit std::atomic<int> gForwardHandlers{0};
 
 bool isForwardHandler(const MsgHandler& handler)
@@ -29,6 +30,7 @@ bool hasForwardHandlers()
 
 long callHandler(MsgHandler& handler, int reason, TevoroTalk::Message& message, SoString* result)
 {
+    // The code that docs/bus.md gives for an exception in a handler.
     constexpr long kException = -29;
     try {
         return handler.handleMessage(reason, message, result);
@@ -51,6 +53,7 @@ PrivateData::PrivateData(const TevoroTalk::Specifier& specifier)
         // waited on.
         m_signals.reset();
     }
+    // After the signals: the stream's wait is to end for them as well.
     openStream(specifier);
     registerNumberedInstance();
 }
@@ -58,6 +61,7 @@ PrivateData::PrivateData(const TevoroTalk::Specifier& specifier)
 PrivateData::~PrivateData()
 {
     const ObjectLock lock(*this);
+    // The name is given up first: nothing may arrive for handlers that are going.
     delete std::exchange(stream, nullptr);
     for (long i = handlers.length() - 1; i >= 0; --i)
         delete takeFromHandlers(i);
@@ -66,10 +70,12 @@ PrivateData::~PrivateData()
 void PrivateData::openStream(const SoString& name)
 {
     const ObjectLock lock(*this);
+    // The old name goes first: the new one may be the same.
     delete std::exchange(stream, nullptr);
     stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
     if (stream != nullptr && m_signals != nullptr)
         m_signals->all.add(stream->waitDescriptor());
+    // If one of them cannot be added, the slower set of descriptors is waited on instead.
     m_streamWakes = stream != nullptr && m_signals != nullptr
         && stream->wakeOn(m_signals->flag.descriptor())
         && stream->wakeOn(m_signals->timer.descriptor());
@@ -80,6 +86,7 @@ void PrivateData::registerNumberedInstance()
     if (stream == nullptr)
         return;
     TevoroTalk::Specifier numbered(stream->getSpecifier(), false);
+    // A second copy of an application is not in the registry, and others find it only there.
     if (numbered.instance().isEmpty() || numbered.isInstalled())
         return;
     TevoroTalk::Specifier base(numbered);
@@ -138,6 +145,7 @@ MsgHandler* PrivateData::findHandler(const char* type, std::uint32_t serialNumbe
         MsgHandler* const handler = handlers[i];
         const bool hasType = std::strcmp(type, handler->getMsgType()) == 0;
         const bool hasNumber = handler->getSerialNumber() == serialNumber;
+        // A handler for just this message comes before one for all of its type, wherever it stands.
         if (hasNumber && (hasType || *type == '\0'))
             return handler;
         if (hasType && handler->getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
@@ -170,6 +178,7 @@ MsgHandler* PrivateData::removeHandler(const SoString& type, std::uint32_t seria
 {
     const ObjectLock lock(*this);
     MsgHandler* const handler = findHandler(type, serialNumber);
+    // No handler has the place -1, and nothing is taken.
     return takeFromHandlers(placeOf(handler));
 }
 
@@ -193,6 +202,8 @@ bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
         delete takeFromHandlers(i);
         found = true;
     }
+    // The exchange is over, so nobody is to be told any more that it took too long. Handlers before
+    // queues: the lock order of docs/bus.md.
     incoming.removeTimeoutMessage(serialNumber);
     return found;
 }

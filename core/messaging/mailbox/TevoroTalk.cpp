@@ -24,6 +24,7 @@ TevoroTalk::Specifier canonical(const char* appName)
 TevoroTalk::TevoroTalk(
     const char* appName, MsgHandler* handler, bool mainInstance, TevoroTalkContext* context)
 {
+    // The instance belongs to the context that is being made.
     if (TevoroTalkSetupThread::isSetupThreadRunning())
         TevoroTalkSetupThread::syncWithSetupThread();
     if (mainInstance && context == nullptr && TevoroTalkContext::getCurrentContext() == nullptr) {
@@ -31,10 +32,15 @@ TevoroTalk::TevoroTalk(
         setContextOfFirstInstance(TevoroTalkContext::getCurrentContext());
     }
     m_data = new PrivateData(canonical(appName));
+    // An instance of the current context asks for it anew each time, and so follows a change of
+    // contexts.
     if (context != TevoroTalkContext::getCurrentContext())
         m_data->context = context;
+    // After the stream is open: the path has the name that was really taken.
     m_data->incoming.setDiagnosticsRoot(getInfoRoot("in"));
     m_data->outgoing.setDiagnosticsRoot(getInfoRoot("out"));
+    // From here on the bus's thread serves the instance: its stream and its queues are there by
+    // now.
     if (TevoroTalkContext* const ours = getContext()) {
         ours->appendInstance(this);
         if (mainInstance)
@@ -52,6 +58,7 @@ TevoroTalk::~TevoroTalk()
         Specifier specifier(getAppName(), true);
         specifier.unregisterApplication(nullptr);
     }
+    // Out of the context before anything is deleted: the bus's thread may be at work on it.
     setContext(nullptr);
     delete m_data;
 }
@@ -70,6 +77,7 @@ void TevoroTalk::setContext(TevoroTalkContext* context)
     if (former != nullptr && former != context) {
         bool wasLast = false;
         {
+            // The thread first, then the context: the lock order of docs/bus.md.
             const TevoroTalkContext::PausedThread pause(former);
             const ObjectLock lock(*former);
             if (former->getMainInstance() == this)
@@ -78,6 +86,7 @@ void TevoroTalk::setContext(TevoroTalkContext* context)
             // Not a context that somebody else made, and owns.
             wasLast = contextOfFirstInstance() == former && former->getNumberOfInstances() == 0;
         }
+        // After both locks were released: it waits for its thread, which needs them.
         if (wasLast)
             delete former;
     }
@@ -94,6 +103,7 @@ void TevoroTalk::setAppName(const char* name)
 {
     if (getAppName() == name)
         return;
+    // The thread of the bus must not use the stream that is being replaced.
     const TevoroTalkContext::PausedThread pause(getContext());
     m_data->openStream(name);
 }
@@ -132,6 +142,7 @@ bool TevoroTalk::messagePending() const
 {
     if (incomingMessagePending() || outgoingMessagePending())
         return true;
+    // An application that asks and finds nothing counts as one that pumps.
     if (TevoroTalkThread* const thread = TevoroTalkThread::getMainThread())
         thread->setStatus(TevoroTalkThread::QK_IDLE);
     return false;
@@ -146,6 +157,7 @@ bool TevoroTalk::incomingMessagePending() const
 bool TevoroTalk::textPending() const
 {
     const InterAppStream* const stream = m_data->stream;
+    // messagePending() also looks into the port; what was collected before is still to be read.
     return stream != nullptr && (stream->messagePending() || !stream->isEmpty());
 }
 
@@ -189,6 +201,7 @@ SoString TevoroTalk::getInfoRoot(const char* queue) const
 {
     const SoString name = getAppName();
     Specifier specifier(name, false);
+    // The tree has one node for an application, and below it one for each of its names.
     specifier.setSuffix("");
     SoString root = "/messages/";
     root << specifier << "/" << name << "/" << queue;

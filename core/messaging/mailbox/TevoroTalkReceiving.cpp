@@ -18,6 +18,7 @@ namespace {
 using Message = TevoroTalk::Message;
 using MsgHandler = TevoroTalk::MsgHandler;
 
+// The code that docs/bus.md gives for a wrong digest.
 constexpr long kRejected = 53;
 
 // Of one pump, at a port whose texts are large, or hold nothing for anybody.
@@ -71,6 +72,8 @@ bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatc
 {
     MessageQueue& incoming = m_data->incoming;
     incoming.removeExpiredMessages();
+    // A message that is put in and taken out at once would raise and lower the flag, which costs
+    // two calls of the system.
     if (dispatch)
         incoming.pauseSignals();
     if (incomingMessagePending())
@@ -83,6 +86,7 @@ bool TevoroTalk::dispatchNext(std::uint32_t serialNumber)
 {
     MessageQueue& incoming = m_data->incoming;
     const autoPtr<Message> message(incoming.getNextMessage(serialNumber));
+    // Before the handler runs: it may wait for messages itself.
     incoming.resumeSignals();
     if (message.get() == nullptr || message->target.isEmpty())
         return false;
@@ -99,6 +103,8 @@ bool TevoroTalk::dispatchIncoming()
     bool dispatched = false;
     for (int looks = 0; looks < kMaxLooks; ++looks) {
         const bool arrived = dispatchArrived(dispatched);
+        // The port hands out one sender's texts in portions; those that were there are read to
+        // their end.
         if (!arrived || (dispatched && !m_data->stream->hasMore()))
             return dispatched;
     }
@@ -128,6 +134,7 @@ bool TevoroTalk::dispatchArrived(bool& dispatched)
 void TevoroTalk::takeIn(bool mustWait)
 {
     std::unique_lock lock(m_data->intake, std::defer_lock);
+    // A text that another thread is taking in came first, and has to be in the queue first.
     if (mustWait)
         lock.lock();
     else if (!lock.try_lock())
@@ -184,6 +191,8 @@ void TevoroTalk::handleMessage(Message& message)
 
 void TevoroTalk::handleCopy(const Message& message, Message& copy)
 {
+    // Only the question whether somebody runs; finishMessage still sends the completion, if it was
+    // asked for.
     if (copy.type == kQuillscriber && copy.body.isEmpty() && !hasAnswerNumber(copy))
         return;
     if (Message::getAuthentication() && copy.isRejected()) {
@@ -191,11 +200,13 @@ void TevoroTalk::handleCopy(const Message& message, Message& copy)
         return;
     }
     MsgHandler* handler = findHandler(copy.type, copy.serialNumber);
+    // The handler for scripts takes what nobody else does.
     if (handler == nullptr)
         handler = findHandler(kQuillscriber, QK_INVALID_MESSAGE_NUMBER);
     if (handler == nullptr)
         return;
     turnAnswerIntoScript(copy);
+    // Noted before the call, in which the handler may remove itself.
     const SoString handlerType = handler->getMsgType();
     const std::uint32_t handlerNumber = handler->getSerialNumber();
     SoString text;
@@ -203,6 +214,8 @@ void TevoroTalk::handleCopy(const Message& message, Message& copy)
     // A handler for one message does not outlive it.
     if (isValid(message.serialNumber) && message.serialNumber == handlerNumber)
         delete removeHandler(handlerType, handlerNumber);
+    // A result or an error, never both, and before the completion that finishMessage sends: a
+    // sender stops waiting at that.
     if (code == 0)
         sendResult(copy, text);
     else if (std::strstr(copy.responseRequest, QK_ERROR) != nullptr)

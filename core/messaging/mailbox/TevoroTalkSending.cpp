@@ -23,8 +23,10 @@ namespace {
 using Message = TevoroTalk::Message;
 using SteadyClock = std::chrono::steady_clock;
 
+// The code that docs/bus.md gives for a send that fails.
 constexpr long kSendFailed = 59;
 constexpr std::chrono::milliseconds kPoll{100};
+// An application may take that long to start before its name is held.
 constexpr std::chrono::seconds kMaxLaunch{300};
 constexpr std::int32_t kDefaultWatch = 60; // seconds
 constexpr std::int32_t kMaxTimeout = std::numeric_limits<std::int32_t>::max();
@@ -80,14 +82,19 @@ void restamp(Message& message)
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
     std::int64_t stamp = std::strtoll(message.getUserHeaderValue(kQueueStamp), nullptr, 10);
     if (stamp <= 0 || stamp > now) { // none yet, or no time in which it was queued
+        // The first time that it was queued; it travels with the message, as later attempts change
+        // the timestamp.
         stamp = message.timestamp;
         message.setHeader(kQueueStamp, static_cast<long>(stamp));
     }
+    // Still within its time: the new timestamp keeps its own timeout from counting while the target
+    // is not there.
     if (stamp + kQueueLifetime > now) {
         message.timestamp = now;
         return;
     }
     message.timestamp = stamp;
+    // A timeout of 0 would never expire.
     if (message.timeout == 0)
         message.timeout = 1;
     else if (message.timeout > kQueueLifetime - 1)
@@ -106,6 +113,7 @@ bool holds(const SoVector<SoString>& texts, const SoString& wanted)
 void stamp(Message& message, const TevoroTalk::Specifier& target, const TevoroTalk& sender)
 {
     TevoroTalkContext* const context = sender.getContext();
+    // A caller that has installed handlers for the message has numbered it already.
     if (message.serialNumber == 0 && context != nullptr)
         message.serialNumber = context->getNextSerialNumber();
     if (message.sender.isEmpty())
@@ -134,6 +142,7 @@ bool TevoroTalk::sendFrom(Message& message,
     const SoString* launchOptions,
     bool isAnswer) const
 {
+    // An empty script is the probe whether somebody runs, and handlers never see it.
     if (isEmptyRequest(message))
         return false;
     const Specifier target(message.target, true);
@@ -152,6 +161,7 @@ bool TevoroTalk::sendFrom(Message& message,
     if (message.sender.isEmpty())
         return sendError(
             message, "ERROR: CAN'T STREAM MESSAGE TO STRING", kSendFailed, waitSeconds);
+    // A target in this process first: it needs no port, and no text.
     bool delivered = deliverHere(message);
     if (!delivered) {
         const char* failure = nullptr;
@@ -159,6 +169,7 @@ bool TevoroTalk::sendFrom(Message& message,
         if (failure != nullptr)
             return sendError(message, failure, kSendFailed, waitSeconds);
     }
+    // Even for a message that waits for its target: its sender has asked how long.
     watchForTimeout(message);
     if (waitSeconds == 0)
         return delivered;
@@ -175,6 +186,7 @@ bool TevoroTalk::deliverHere(const Message& message) const
         context != nullptr ? context->findInstance(message.target) : nullptr;
     if (instance == nullptr)
         return false;
+    // The receipt goes in front of the message, as it does when it comes from another process.
     if (asksFor(message, QK_RECEIVED))
         enqueue(instance->m_data->incoming, makeReceipt(message));
     logMessage("RECEIVED", message, true);
@@ -218,10 +230,13 @@ void TevoroTalk::watchForTimeout(const Message& message) const
     if (!asksFor(message, QK_TIMEOUT) || message.getUserHeaderValue(kTimeoutDetector) == "TARGET")
         return;
     auto* const watcher = new Message;
+    // From the sender to itself: when the watcher expires, the notice goes to the one who asked.
     watcher->target = message.sender;
     watcher->sender = message.sender;
     watcher->type = kIgnore;
     watcher->responseRequest = QK_TIMEOUT;
+    // One second more than the receiver has: it compares whole seconds, and its own notice comes
+    // first.
     watcher->timeout =
         message.timeout > 0 ? std::min(message.timeout, kMaxTimeout - 1) + 1 : kDefaultWatch;
     watcher->serialNumber = message.serialNumber;
@@ -244,8 +259,11 @@ bool TevoroTalk::waitForResponse(const Message& message, unsigned long seconds) 
     TevoroTalkContext* const context = getContext();
     for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
         pump(kBoth, context);
+        // The completion, an error or a time-out has removed the handlers of this number: the
+        // exchange is over.
         if (m_data->findHandler("", message.serialNumber) == nullptr)
             return true;
+        // Short waits, as another thread may pump and take what would end this one.
         const auto pause = std::min(std::chrono::ceil<milliseconds>(deadline - now), kPoll);
         if (context != nullptr)
             m_data->waitForMessage(pause);
@@ -262,6 +280,7 @@ bool TevoroTalk::sendResponse(const Message& message, const char* word, Message*
     std::optional<Message> bare;
     Message& answer = reply != nullptr ? *reply : bare.emplace();
     answer.target = message.sender;
+    // As the asker called it, so that it recognises the answer.
     answer.sender = message.target.isEmpty() ? getAppName() : message.target;
     answer.responseRequest = "";
     answer.timeout = 0;
@@ -289,6 +308,7 @@ bool TevoroTalk::sendError(
         answer.setHeader(QK_ERROR_CODE, code);
         sendResponse(message, QK_ERROR, &answer);
     }
+    // The error answer is in the own queue now; the caller's handler gets it before send returns.
     if (waitSeconds != 0 && m_data->findHandler(QK_ERROR, message.serialNumber) != nullptr)
         waitForResponse(message, waitSeconds);
     logMessage(text, message, false);
@@ -299,6 +319,7 @@ bool TevoroTalk::sendResult(const Message& message, const SoString& result) cons
 {
     if (!asksFor(message, QK_RESULT))
         return false;
+    // A copy of the request: a result carries its custom headers.
     Message answer(message);
     answer.result = message.serialNumber;
     answer.body = result;
@@ -307,6 +328,8 @@ bool TevoroTalk::sendResult(const Message& message, const SoString& result) cons
 
 bool TevoroTalk::processOutgoingMessage()
 {
+    // Targets that failed in this pass: what else waits for them would fail, too, after ten seconds
+    // each.
     SoVector<SoString> failedTargets;
     const auto attempt = [&](const Message& message) {
         // A later message does not overtake an earlier one.
