@@ -1,12 +1,12 @@
-// The words of the bus: header names, message types, commands and replies of pings. They go over
-// the wire and into the diagnostics as they stand here.
+// The words of the bus: header names, message types, commands and replies of pings. They are part
+// of the wire format and of the diagnostics.
 #pragma once
 
 #include <cstdint>
 
 namespace ScObjects {
 
-// No such number; as a handler's or a search's number, any.
+// No number. As the number of a handler or of a search: any number.
 inline constexpr std::uint32_t QK_INVALID_MESSAGE_NUMBER = 0xFFFFFFFF;
 
 namespace TevoroTalkData {
@@ -38,7 +38,7 @@ inline constexpr const char* kQueueStamp = "QUEUESTAMP";
 inline constexpr const char* kMsgRoot = "MsgRoot";
 inline constexpr const char* kCommand = "Command";
 
-// Message types of the bus beside the answers, which are called as their header lines
+// Message types of the bus; those of the answers are the names of their header lines
 inline constexpr const char* kQuillscriber = "Quillscriber";
 inline constexpr const char* kDebug = "Debug";
 inline constexpr const char* kReceive = "Receive";
@@ -48,14 +48,14 @@ inline constexpr const char* kIgnore = "Ignore";
 inline constexpr const char* kProcessed = "Processed";
 inline constexpr const char* kLaunchedType = "Launched";
 
-// What the name of every port begins with; the name on the bus follows.
+// The prefix of all port names; the name on the bus follows.
 inline constexpr const char* kPortPrefix = R"(\\.\port\Ned_and_Olaf_)";
 
-// The version of the bus, which the version of a message is not.
+// The version of the bus; messages have a version of their own.
 inline constexpr const char* kVersion = "2.0";
 inline constexpr const char* kBuild = "3.92.104";
 
-// A queued message lives that long unless it says otherwise, in seconds.
+// Default lifetime of a queued message, in seconds.
 inline constexpr std::int32_t kQueueLifetime = 600;
 
 } // namespace TevoroTalkData

@@ -1,7 +1,7 @@
 // A message of the bus: a few fixed fields, any number of custom headers, and a body of any bytes.
 //
-// Its text form is written and read here; docs/wire-format.md tells it line by line. Names with a
-// colon and values with a line feed cannot be carried. A message must not be changed while another
+// Reads and writes the text form, which docs/wire-format.md describes line by line. Names cannot
+// contain a colon, values cannot contain a line feed. A message must not be changed while another
 // thread writes it; readFromString, setHeader and removeHeader take its lock.
 #pragma once
 
@@ -27,15 +27,15 @@ public:
 class TEVOROTALK_API TevoroTalk::Message : public SoLockable {
 public:
     Message();
-    // Custom headers come out in reverse order; an empty type becomes "Quillscriber".
+    // Reverses the order of custom headers; an empty type becomes "Quillscriber".
     Message(const Message& other);
     Message& operator=(const Message&) = delete;
     ~Message() override;
 
     const SoString& getVersion() const { return version; }
 
-    // A header of that name keeps its place, a new one goes to the front. Nothing for an empty
-    // name.
+    // Replaces the value of an existing header in place, or adds a new one at the front. An empty
+    // name is ignored.
     void setHeader(const char* name, const char* value);
     void setHeader(const char* name, long value);
     void setHeader(const char* name, unsigned long value);
@@ -43,31 +43,31 @@ public:
     // Empty when there is none.
     SoString getUserHeaderValue(const char* name) const;
 
-    // Whether the type is none of those that the bus keeps for itself.
+    // Whether the type is not one of those reserved for the bus.
     bool isUserType() const;
     static std::uint32_t getNextSerialNumber(TevoroTalkContext* context);
 
-    // Appends the text form, with its digest in front unless digests are off. False, and nothing
-    // appended, when target or sender is empty.
+    // Appends the text form, preceded by its digest unless digests are off. False if target or
+    // sender is empty; nothing is appended then.
     bool writeToString(SoString& out) const;
-    // The same without the body, which follows right behind.
+    // The same without the body, which follows immediately in the text form.
     bool writeHeadToString(SoString& out) const;
-    // Reads one message and gives the first byte behind it and the line feeds that follow. Reads as
-    // far as the text goes: a text that ends early gives what was there.
+    // Reads one message. Returns the position after it and after the line feeds that follow. A
+    // truncated text is read as far as it goes.
     const char* readFromString(const char* text);
-    // The same of a text that may hold NULs, which end at `end`.
+    // The same for a text up to `end`, which may contain NULs.
     const char* readFromString(const char* text, const char* end);
-    // The same of all of `text` from that place on. A large body that ends with the text takes over
-    // the text's buffer, and leaves `text` empty; the result is the place behind the message.
+    // The same for `text` from offset `place` to its end. A large body at the end of the text takes
+    // over the text's buffer and leaves `text` empty. Returns the offset after the message.
     long readFrom(SoString& text, long place);
-    // Whether the digest was wrong, or was not looked at.
+    // Whether the digest was wrong or was not checked.
     bool isRejected() const;
 
-    // A description for the log; replaces `out`.
+    // Writes a description for the log; replaces `out`.
     bool logToString(const char* label, SoString& out, bool withBody) const;
     void appendDiagnostics(SoString& out, const SoString& path) const;
 
-    // For all messages of the process.
+    // Process-wide settings.
     static void setAuthentication(bool on);
     static bool getAuthentication();
     static void setCreateDigest(bool on);
@@ -79,7 +79,7 @@ public:
     SoString type;
     SoString responseRequest; // words "Received", "Result", "Error", "Processed", "Timeout"
     std::int64_t timestamp; // seconds since 1970
-    std::uint32_t contentLength = 0; // as read; writing goes by the body
+    std::uint32_t contentLength = 0; // as read; writing uses the length of the body
     std::uint32_t serialNumber = 0; // 0 for not yet numbered
     std::uint32_t received = QK_INVALID_MESSAGE_NUMBER;
     std::uint32_t result = QK_INVALID_MESSAGE_NUMBER;

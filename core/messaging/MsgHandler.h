@@ -1,6 +1,6 @@
-// The receiver that an application puts on the bus. Owned by the instance it is added to. Called on
-// the thread that pumps, with no lock held, so that it may send; it must not remove handlers of its
-// instance from another thread.
+// The callback interface for messages. The instance owns the handlers that are added to it. They
+// are called on the thread that pumps, with no lock held, so they may send. A handler must not
+// remove handlers of its instance from another thread.
 #pragma once
 
 #include "messaging/TevoroTalk.h"
@@ -9,29 +9,29 @@ namespace ScObjects {
 
 class TEVOROTALK_API TevoroTalk::MsgHandler : public SoHeap {
 public:
-    // What a message is to its receiver.
+    // What the message is. For the three answers the handler sees the type "Quillscriber".
     enum Reason : int {
-        kOther = 0,
-        kRequest = 1,
-        kReceived = 2,
-        kResult = 3,
-        kError = 4,
-        kTimeout = 5,
-        kLog = 6,
-        kIdle = 7
+        kOther = 0, // a type of the application's own, or the completion notice "Processed"
+        kRequest = 1, // a request of type "Quillscriber" (a script) or "Debug"
+        kReceived = 2, // answer: the message arrived in the target's queue
+        kResult = 3, // answer: the body is what the target's handler left in `result`
+        kError = 4, // answer: the message failed; the header "Error-Code" says why
+        kTimeout = 5, // the request was not answered in time; the type stays "Timeout"
+        kLog = 6, // an entry of the log
+        kIdle = 7 // an idle round of the bus's thread
     };
 
-    // Called once it was added by the constructor of an instance.
+    // Called after the constructor of an instance has added the handler.
     virtual void initialize(TevoroTalk* instance);
-    // 0 for success, and then `result` goes back to a sender who asked for it; any other number
-    // goes back as an error with `result` as its text. `result` may be null when nothing can go
-    // back. An exception counts as the error -29.
+    // Returns 0 for success: `result` is then sent to a sender that asked for it. Any other number
+    // is sent as an error code, with `result` as its text. `result` is null if nothing can be sent
+    // back. An exception counts as error -29.
     virtual long handleMessage(int reason, Message& message, SoString* result) = 0;
-    // The type of messages it takes; "Quillscriber" unless overridden. Valid, and the same, as long
-    // as the handler.
+    // The message type it handles; "Quillscriber" unless overridden. The text must not change and
+    // must live as long as the handler.
     virtual const char* getMsgType() const;
-    // The one message it belongs to, with which it goes; 0xFFFFFFFF (the default) takes all of its
-    // type and stays.
+    // The number of the one message it handles; it is deleted after that message. 0xFFFFFFFF (the
+    // default) handles all messages of its type, and stays.
     virtual std::uint32_t getSerialNumber() const;
 };
 

@@ -1,5 +1,5 @@
-// Root of the objects of the message bus: they live on the C heap of the library, so that one
-// module may make an object and another one delete it.
+// Base class of the objects of the message bus. They are allocated on the C heap of the library, so
+// one module may create an object and another one delete it.
 #pragma once
 
 #include "messaging/TevoroTalkApi.h"
@@ -15,13 +15,13 @@ public:
     SoHeap& operator=(const SoHeap&) = default;
     virtual ~SoHeap();
 
-    // By malloc and free. Not checked: out of memory is a null pointer.
+    // malloc and free, unchecked: null if there is no memory.
     static void* operator new(std::size_t size) noexcept;
     static void operator delete(void* pointer) noexcept;
     static void* mallocHeap(std::size_t size) noexcept;
     static void freeHeap(void* pointer) noexcept;
 
-    // Raw room for `count` elements; nothing is constructed or destroyed.
+    // Raw memory for `count` elements; nothing is constructed or destroyed.
     template <typename T>
     static T* mallocThis(std::size_t count) noexcept
     {

@@ -1,6 +1,6 @@
 // The locks of the bus. All are recursive: the thread that holds one may take it again, and must
-// let it go as often. An object that several threads use derives from SoLockable, and its public
-// operations hold an ObjectLock; members that the lock guards are marked
+// release it as often. Objects that several threads use derive from SoLockable; their public
+// operations hold an ObjectLock. Members that the lock guards are marked
 // TEVOROTALK_GUARDED_BY(this), so that clang refuses a use without it.
 #pragma once
 
@@ -13,12 +13,12 @@ namespace ScObjects {
 class TEVOROTALK_THREAD_ATTRIBUTE(capability("mutex")) TEVOROTALK_API SoLock : public SoHeap {
 public:
     SoLock();
-    // Nobody may hold it.
+    // Requires: nobody holds it.
     ~SoLock() override;
     SoLock(const SoLock&) = delete;
     SoLock& operator=(const SoLock&) = delete;
 
-    // Waits for as long as another thread holds it.
+    // Blocks while another thread holds it.
     void acquire() TEVOROTALK_THREAD_ATTRIBUTE(acquire_capability()) { m_mutex.lock(); }
     void release() TEVOROTALK_THREAD_ATTRIBUTE(release_capability()) { m_mutex.unlock(); }
 
@@ -52,7 +52,7 @@ private:
     mutable SoLock m_lock;
 };
 
-// Holds an object's lock for the length of a block.
+// Scoped lock of an object.
 class TEVOROTALK_THREAD_ATTRIBUTE(scoped_lockable) TEVOROTALK_API ObjectLock final : public SoHeap {
 public:
     explicit ObjectLock(const SoLockable& object)

@@ -1,8 +1,8 @@
-// The text of the bus: a mutable byte string, by convention UTF-8, that may hold any bytes. Always
-// terminated by a NUL that does not count. Not safe by itself: one thread at a time.
+// The text of the bus: a mutable byte string, by convention UTF-8, that may contain any bytes.
+// Always terminated by a NUL that is not counted. Not thread-safe: one thread at a time.
 //
-// Buffers come in multiples of 128 bytes and never shrink. A short text lies in the object itself
-// until it outgrows that: names, types and numbers are what most strings hold.
+// Buffers are multiples of 128 bytes and never shrink. Short texts (names, types, numbers) are
+// stored in the object itself, without an allocation.
 #pragma once
 
 #include "messaging/SoHeap.h"
@@ -21,7 +21,7 @@ public:
     {
     }
     explicit SoString(char c);
-    // A null text is the empty one; a negative length means up to the NUL.
+    // Null counts as the empty text; a negative length means up to the NUL.
     SoString(const char* text, // NOLINT(google-explicit-constructor): texts pass freely
         long n = -1)
         : SoString(whole(text, n))
@@ -32,8 +32,8 @@ public:
     {
         assign(text);
     }
-    // All of a terminated text of 16-bit units; `n` is -1 or its whole length. With a smaller `n`
-    // the length is still that of the whole text, and only the front holds what it should.
+    // From a terminated text of 16-bit units; `n` is -1 or its whole length. With a smaller `n` the
+    // length is still that of the whole text, and only the beginning is converted.
     explicit SoString(const unsigned short* text, long n = -1);
     SoString(const SoString& other)
         : SoHeap(other)
@@ -63,7 +63,7 @@ public:
             std::memcpy(m_data, text.data(), text.size());
         terminate(size);
     }
-    // Adds at the end; here, too, the text must not lie in this string's own buffer.
+    // Adds at the end. Again, the text must not lie in this string's own buffer.
     void append(const char* text, long n = -1) { append(whole(text, n)); }
     void append(std::string_view text)
     {
@@ -75,7 +75,7 @@ public:
         std::memcpy(m_data + m_length, text.data(), text.size());
         terminate(m_length + added);
     }
-    // The number in decimal, a negative one as its unsigned value.
+    // Appends the number in decimal, a negative one as its unsigned value.
     void append(long number);
 
     // Never null; valid until the string changes.
@@ -89,14 +89,14 @@ public:
     SoString& operator+=(char c);
     SoString& operator+=(const SoString& other);
 
-    // As strcmp does, up to the first NUL; a null text counts as the empty one.
+    // Like strcmp, up to the first NUL; null counts as the empty text.
     int compare(const char* other) const;
 
-    // Cuts to n bytes; nothing when n is negative or not below the length.
+    // Truncates to n bytes. Does nothing if n is negative or not below the length.
     void shrink(long n);
-    // Takes away the first n bytes; as shrink().
+    // Removes the first n bytes. Does nothing if n is not positive or above the length.
     void removeFront(long n);
-    // Room for that many bytes and the terminator.
+    // Makes room for that many bytes and the terminator.
     void reserve(long n);
 
     // By the system's toupper and tolower, byte for byte.
@@ -106,9 +106,9 @@ public:
     // See UTF8_UTF16.
     unsigned long convertToUtf16(unsigned short* out, unsigned long max) const;
 
-    // A block for a text of that length, as this class makes them; null without memory.
+    // Allocates a block for a text of that length, for adopt(); null if there is no memory.
     static char* mallocText(long length);
-    // Takes such a block over, with the text that was written to it.
+    // Takes ownership of such a block, with the text that was written to it.
     void adopt(char* block, long length);
 
     // Exchanges the contents without copying them.
@@ -158,8 +158,8 @@ inline bool operator!=(const SoString& a, const SoString& b)
     return a.compare(b.get()) != 0;
 }
 
-// Each appends and gives the string back. Whole numbers are written without a sign: a negative one
-// comes out as the unsigned number of its width. A double has no fraction and is rounded.
+// Each appends and returns the string. Integers are written without a sign: a negative one appears
+// as the unsigned number of its width. A double is rounded to a whole number.
 TEVOROTALK_API SoString& operator<<(SoString& out, const char* text);
 TEVOROTALK_API SoString& operator<<(SoString& out, char c);
 TEVOROTALK_API SoString& operator<<(SoString& out, const SoString& text);

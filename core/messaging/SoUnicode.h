@@ -1,5 +1,5 @@
-// UTF-8 and UTF-16 as the bus converts them. Units are 16 bits in host order. Nothing here
-// allocates or fails; malformed text gives U+FFFD.
+// Conversion between UTF-8 and UTF-16. Units are 16 bits in host order. Nothing here allocates or
+// fails; malformed text gives U+FFFD.
 #pragma once
 
 #include "messaging/TevoroTalkApi.h"
@@ -11,7 +11,7 @@ namespace ScObjects {
 // read. A byte that cannot come first gives U+FFFD and consumes 0.
 TEVOROTALK_API unsigned long DecodeUTF8(const char* text, int& consumed);
 
-// Writes one to six bytes and says how many; from 0x7FFFFFFF on U+FFFD.
+// Writes one to six bytes and returns how many; values from 0x7FFFFFFF on become U+FFFD.
 TEVOROTALK_API int EncodeUTF8(unsigned long value, char* out);
 
 // Converts at most `max` code points (a pair of surrogates counts once, so that `out` takes up to
@@ -19,15 +19,15 @@ TEVOROTALK_API int EncodeUTF8(unsigned long value, char* out);
 // included. A byte that cannot come first does not advance: U+FFFD until `max` is used up.
 TEVOROTALK_API unsigned long UTF8_UTF16(const char* source, unsigned short* out, unsigned long max);
 
-// Converts `units` units, without a terminator; `units` then holds the number of code points.
-// A surrogate that stands alone becomes three bytes. The bytes written.
+// Converts `units` units, without a terminator; sets `units` to the number of code points. A lone
+// surrogate becomes three bytes. Returns the number of bytes written.
 TEVOROTALK_API unsigned long UTF16_UTF8(
     const unsigned short* source, char* out, unsigned long& units);
 
-// The bytes that a terminated text takes as UTF-8, without a terminator.
+// The length of a terminated text in UTF-8, in bytes, without a terminator.
 TEVOROTALK_API unsigned long UTF8StrLen(const unsigned short* text);
 
-// The units before the terminator, at most `max`.
+// The number of units before the terminator, at most `max`.
 TEVOROTALK_API unsigned long UTF16StrLenWithMax(const unsigned short* text, unsigned long max);
 
 } // namespace ScObjects

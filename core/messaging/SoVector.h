@@ -1,6 +1,6 @@
-// A growable array of pointers that owns none of them: whoever fills it deletes the elements. Keeps
-// their order. Taking from the front costs as little as adding at the end: most of these arrays are
-// queues. Not safe by itself: one thread at a time.
+// A growable array of pointers. It does not own them: whoever fills it deletes the elements. Keeps
+// their order. Removing from the front is as cheap as appending: most of these arrays are queues.
+// Not thread-safe: one thread at a time.
 //
 // Starts with room for 32 and grows by 32; never shrinks.
 #pragma once
@@ -19,15 +19,15 @@ public:
     long length() const { return m_length; }
     long capacity() const { return m_capacity; }
 
-    // At the end; the same pointer may stand there twice.
+    // Adds at the end; duplicates are allowed.
     void append(void* element);
-    // Takes out the first that is equal; nothing when none is.
+    // Removes the first equal element, if there is one.
     void remove(const void* element);
-    // Takes out and gives back; null, and nothing changed, when there is no such place.
+    // Removes and returns the element; null if the index is out of range.
     void* removeAt(long index);
-    // Puts the first `count` behind all others, in their order.
+    // Moves the first `count` elements to the end, in their order.
     void rotate(long count);
-    // Not checked.
+    // Unchecked.
     void* operator[](long index) const { return slot(index); }
 
 private:

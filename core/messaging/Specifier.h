@@ -1,10 +1,10 @@
 // The address of an application on the bus: NAME_INSTANCE-VERSION-LOCALE#SUFFIX, of which all but
-// the name may be missing. A component behind a "-" that begins with a digit is the version, any
-// other the locale. A value with no lock of its own.
+// the name may be missing. A component after a "-" is the version if it begins with a digit, else
+// the locale. A value type without a lock.
 //
-// The text is all there is: readers look at it at each call, setters write it anew. Completion
-// (fixUp, setVersion, setLocale, setGroup) walks the list of registered applications, and fixUp and
-// the questions about a running application may ask other processes and wait for seconds.
+// Only the text is stored: readers parse it at each call, setters rebuild it. Completion (fixUp,
+// setVersion, setLocale, setGroup) walks the list of registered applications. fixUp and the
+// questions about running applications may ask other processes, and may block for seconds.
 #pragma once
 
 #include "messaging/TevoroTalk.h"
@@ -13,7 +13,7 @@ namespace ScObjects {
 
 class TEVOROTALK_API TevoroTalk::Specifier : public SoString {
 public:
-    // In lower case; a null text, or one of 256 bytes or more, gives the empty specifier.
+    // Converts to lower case. Null, and a text of 256 bytes or more, give the empty specifier.
     Specifier(const char* text, bool fixUp);
 
     SoString appName() const;
@@ -21,24 +21,24 @@ public:
     SoString version() const;
     SoString locale() const;
     SoString suffix() const;
-    // The group that holds this application in its newest generation, and in `version` which; empty
-    // without a registry.
+    // The group of this application in its newest generation; `version` receives the generation.
+    // Empty without a registry.
     SoString group(SoString* version) const;
 
-    // Texts are taken as given. Always true.
+    // Unchecked. Always true.
     bool setAppName(const SoString& name);
     bool setInstance(const SoString& instance);
     bool setSuffix(const SoString& suffix);
-    // Only what is registered, see findLocale and findVersion; false, and nothing changed,
-    // otherwise. A negative version asks for the highest one up to that number.
+    // Accept only what is registered, see findLocale and findVersion; else false, and no change. A
+    // negative version asks for the highest one up to that number.
     bool setLocale(const SoString& locale);
     bool setVersion(const SoString& version);
-    // Replaces all but the name, which the group's name follows, and completes that.
+    // Keeps only the name, appends the group's name, and completes the result.
     bool setGroup(const SoString& name);
 
-    // Completes the text in place: what the registry prefers for this process (with
-    // `usePreferred`), what runs, the locale and the highest version. Stays as it is, in lower
-    // case, when nothing is known of it.
+    // Completes the text in place: with what the registry prefers for this process (if
+    // `usePreferred`), what is running, the locale and the highest version. An unknown name is only
+    // converted to lower case.
     void fixUp(bool usePreferred);
 
     static SoString getApplicationPath(const char* text);
@@ -50,28 +50,27 @@ public:
     // The application that this one should talk to when it asks for `target`.
     SoString preferred(const SoString& target, const SoString& group) const;
 
-    // Whether the application has an owner of its ports. Leaves a message there that nobody acts
-    // on.
+    // Whether somebody holds the application's ports. Sends it a message that has no effect.
     bool isRunning() const;
-    // Whether it says so within a second.
+    // Whether it answers that it is busy; waits up to one second.
     bool isBusy() const;
-    // "IDLE", "PUMPING" or "BUSY" within two seconds, or the word that says why not.
+    // "IDLE", "PUMPING" or "BUSY", or the word that says why there is no answer; waits up to two
+    // seconds.
     SoString status() const;
 };
 
 namespace TevoroTalkData {
 
-// The component behind the first "-", if it begins with a digit; a version, or the version of a
-// group.
+// The component after the first "-", if it begins with a digit: a version, or that of a group.
 SoString getVersionOrGroup(const SoString& specifier);
 
-// The first registered entry of that name and exactly that version whose locale is `locale` (the
-// current one when that is empty) or none; `locale` becomes that entry's, or empty.
+// Finds the first registered entry of that name and exactly that version, whose locale is `locale`
+// (if empty, the current one) or none. Sets `locale` to that of the entry; to empty if none fits.
 bool findLocale(const SoString& appName, const SoString& version, SoString& locale);
 
-// A registered entry of that name in that locale (the current one when it is empty): of exactly
-// that version or, for a negative number, of the highest up to it. `version` and `locale` become
-// that entry's.
+// Finds a registered entry of that name in that locale (if empty, the current one): of exactly that
+// version or, for a negative number, of the highest up to it. Sets `version` and `locale` to those
+// of the entry.
 bool findVersion(const SoString& appName, SoString& locale, SoString& version);
 
 } // namespace TevoroTalkData

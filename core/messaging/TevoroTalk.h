@@ -1,13 +1,13 @@
-// The message bus, as an application holds it: one named mailbox with its queues and handlers.
+// The message bus as an application sees it: one named mailbox with its queues and handlers.
 //
-// An application makes one instance, hands it a handler, and calls pump() whenever the instance's
-// waitDescriptor() is readable; handlers run inside pump(), on the thread that calls it. Any thread
-// may send. A thread of the bus answers questions of other processes meanwhile, also while the
+// An application creates one instance, gives it a handler, and calls pump() whenever the instance's
+// waitDescriptor() is readable. Handlers run inside pump(), on the thread that calls it. Any thread
+// may send. Meanwhile a thread of the bus answers questions of other processes, even while the
 // application is busy.
 //
-// An instance belongs to whoever makes it, until its context ends (InitTerm::exit), which deletes
-// what is left. Deleting an instance sends the time-out notices that others asked for, and does not
-// wait for anything else. A handler must not delete the instance that calls it.
+// An instance belongs to whoever creates it, until its context ends (InitTerm::exit) and deletes
+// the remaining ones. Deleting an instance sends the timeout notices that others asked for, and
+// waits for nothing else. A handler must not delete the instance that calls it.
 #pragma once
 
 #include "messaging/SoLock.h"
@@ -31,35 +31,35 @@ public:
     class Thread; // TevoroTalkPing.h
     class MsgHandler; // MsgHandler.h
 
-    // Which queues a pump works off. Values are bits.
+    // Which queues pump() processes. Bit values.
     enum EnabledOperations { kIncoming = 1, kOutgoing = 2, kBoth = 3 };
     enum Focus { kTakeFocus = 0, kKeepFocus = 1 };
 
     // Starts and ends the bus in this process.
     class TEVOROTALK_API InitTerm {
     public:
-        // In the background, unless `synchronous`: the first operation that needs the bus then
-        // waits for the rest. False when the bus runs already, or (synchronous) when the name is
-        // unusable.
+        // Sets up in the background, unless `synchronous`; the first operation that needs the bus
+        // waits until the set-up is done. False if the bus is running already, or (synchronous) if
+        // the name is unusable.
         static bool init(const SoString& appName, bool synchronous);
-        // Deletes all instances and stops the thread of the bus. False when it does not run.
+        // Deletes all instances and stops the thread of the bus. False if the bus is not running.
         static bool exit();
     };
 
-    // Takes the name, or that name with an instance number from 1 to 8 when it is held; see
-    // getAppName() for which. Takes ownership of the handler, which may be null. With
-    // `mainInstance`, no context and no bus yet, starts the bus, which ends with its last instance.
+    // Takes the name or, if it is held already, that name with an instance number from 1 to 8; see
+    // getAppName(). Takes ownership of the handler, which may be null. With `mainInstance`, without
+    // a context, and if the bus is not running, starts the bus, which ends with its last instance.
     TevoroTalk(
         const char* appName, MsgHandler* handler, bool mainInstance, TevoroTalkContext* context);
     ~TevoroTalk() override;
     TevoroTalk(const TevoroTalk&) = delete;
     TevoroTalk& operator=(const TevoroTalk&) = delete;
 
-    // Sends a message; it gets a serial number, a sender and its full target. True when it was
-    // delivered or, with `waitSeconds`, when it was worked off in that time (or answered by an
-    // error or a time-out). A target that does not run is started with `launch`, and the message
-    // waits for it in the outgoing queue for up to 600 seconds; false without. Blocks for up to 10
-    // seconds when the target does not read, and for `waitSeconds`, pumping meanwhile.
+    // Sends a message, and sets its serial number, sender and full target. True if it was delivered
+    // or, with `waitSeconds`, if processing ended in that time (also by an error or a timeout). If
+    // the target is not running, `launch` starts it, and the message waits in the outgoing queue
+    // for up to 600 seconds; without `launch`, returns false. Blocks for up to 10 seconds if the
+    // target does not read, and for `waitSeconds`, pumping meanwhile.
     bool send(Message& message,
         bool launch,
         unsigned long waitSeconds,
@@ -67,49 +67,50 @@ public:
     // Answers a message that asked for "Result".
     bool sendResult(const Message& message, const SoString& result) const;
 
-    // One step of the incoming side: takes in one text of the port, and with `dispatch` hands one
+    // One step of the incoming side: reads one text from the port and, with `dispatch`, passes one
     // message to its handler. True if a message was dispatched.
     bool processIncomingMessage(std::uint32_t serialNumber, bool dispatch);
-    // Tries all that waits in the outgoing queue once, in order. Always false.
+    // Tries to send each message of the outgoing queue once, in order. Always false.
     bool processOutgoingMessage();
 
     bool messagePending() const;
     bool incomingMessagePending() const;
     bool outgoingMessagePending() const;
-    // Also one with another number may go: see MessageQueue::getNextMessage.
+    // May remove a message with another number: see MessageQueue::getNextMessage.
     bool removeIncomingMessage(std::uint32_t serialNumber);
 
     TevoroTalkContext* getContext() const;
-    // Leaves the context it is in; null for the current one.
+    // Leaves its context, and uses that one from then on; null means the current one.
     void setContext(TevoroTalkContext* context);
     SoString getAppName() const;
     void setAppName(const char* name);
 
-    // The handler of a type and number, else of the type alone; null when there is none. With an
-    // empty type any handler of that number.
+    // The handler for that type and number, else the one for the type with any number; else null.
+    // With an empty type, any handler for that number.
     MsgHandler* findHandler(const SoString& type, std::uint32_t serialNumber);
     MsgHandler* findHandler(const char* type, std::uint32_t serialNumber);
-    // Takes ownership of the handler; what it replaces, or null, is the caller's to delete.
+    // Takes ownership of the handler. Returns the one it replaces, for the caller to delete, or
+    // null.
     MsgHandler* changeHandler(MsgHandler* handler);
-    // Takes a handler out; the caller's to delete, or null.
+    // Removes a handler and returns it, for the caller to delete, or null.
     MsgHandler* removeHandler(const SoString& type, std::uint32_t serialNumber);
     bool deleteHandler(const MsgHandler* handler);
     bool deleteHandlers(std::uint32_t serialNumber);
 
-    // One descriptor for an event loop (poll, epoll, QSocketNotifier): readable while pump() has
-    // something to do for this instance, messages to take in or to dispatch, or a deadline that
-    // passed. Belongs to the instance and stays the same for its life; do not read or close it. -1
-    // when the process has no descriptors left.
+    // A descriptor for an event loop (poll, epoll, QSocketNotifier). Readable while pump() has
+    // something to do for this instance: messages to read or to dispatch, or a deadline that has
+    // passed. Belongs to the instance and never changes; do not read or close it. -1 if the process
+    // has no descriptors left.
     int waitDescriptor() const;
-    // Waits until waitDescriptor() is readable, at most that long; negative for ever.
+    // Waits until waitDescriptor() is readable, up to that timeout; negative waits for ever.
     bool waitForMessage(int milliseconds) const;
 
     static TevoroTalkContext* getSharedContext();
     static void setSharedContext(TevoroTalkContext* context);
-    // The main instance of that context, or of the current one when it is null; null without.
+    // The main instance of that context (null: the current one), or null.
     static TevoroTalk* get(TevoroTalkContext* context);
     static void set(TevoroTalk* instance, TevoroTalkContext* context);
-    // The instance of exactly that name.
+    // The instance with exactly that name, or null.
     static TevoroTalk* get(const char* name, TevoroTalkContext* context);
     // May ask other processes; see Specifier::isRunning.
     static bool targetIsRunning(const char* specifier);
@@ -124,12 +125,12 @@ public:
     static SoString getLaunchOptions();
     static bool suppressStartupScreen();
 
-    // Works off what waits in all instances of the context (null: the current one, and without
-    // waiting nothing while that is being set up) when it is called; right after waitForMessage()
-    // the text that ended the wait. True if a message was dispatched: then more may be there.
+    // Processes what is waiting in all instances of the context when it is called; right after
+    // waitForMessage(), only the text that ended the wait. True if a message was dispatched: more
+    // may be waiting. null means the current context; returns false at once during set-up.
     static bool pump(EnabledOperations operations, TevoroTalkContext* context);
 
-    // The tree that describes this process, as lines or as a report for people; replaces `out`.
+    // Writes the diagnostics of this process, as lines or as a readable report; replaces `out`.
     static void getDiagnostics(SoString& out, bool readable);
     // This instance's part of it, below `path`.
     void appendDiagnostics(SoString& out, const SoString& path) const;

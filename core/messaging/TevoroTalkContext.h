@@ -1,9 +1,9 @@
-// What one process has on the bus: its instances, the thread that serves them, the counter of
-// message numbers, and the main instance, which is meant when a caller names none. One context is
-// the current one; it is made in the background (see TevoroTalkSetupThread), and whoever asks for
-// it first waits for that.
+// The state of one process on the bus: its instances, the thread that serves them, the counter of
+// message numbers, and the main instance, which is the default where a caller names none. One
+// context is the current one. It is set up in the background (see TevoroTalkSetupThread); the first
+// caller that needs it waits for that.
 //
-// Any thread may call. The context owns its thread, and what instances are left at its end.
+// Any thread may call. The context owns its thread, and the instances that are left at its end.
 #pragma once
 
 #include "messaging/SoVector.h"
@@ -21,29 +21,29 @@ class TEVOROTALK_API TevoroTalkContext : public SoLockable {
 public:
     // Starts the thread of the bus under that name.
     explicit TevoroTalkContext(const TevoroTalk::Specifier& specifier);
-    // Waits for the thread to end, up to ten seconds if it is sending to a peer that does not read.
+    // Waits for the thread to end: up to ten seconds if it is sending to a peer that does not read.
     ~TevoroTalkContext() override;
     TevoroTalkContext(const TevoroTalkContext&) = delete;
     TevoroTalkContext& operator=(const TevoroTalkContext&) = delete;
 
-    // Waits for the set-up; null when the bus was not started.
+    // Waits for the set-up. Null if the bus was not started.
     static TevoroTalkContext* getCurrentContext();
-    // The new one takes over the instances of the current one, which is then deleted, and they with
-    // it: whoever changes contexts does not use them afterwards.
+    // Replaces the current context, which is deleted together with its instances: do not use them
+    // afterwards. The new context continues its message numbers.
     static void setCurrentContext(TevoroTalkContext* context);
 
-    // 1, 2, 3 ... over all contexts of the process.
+    // Counts 1, 2, 3 ... over all contexts of the process.
     std::uint32_t getNextSerialNumber();
-    // The one that comes next; takes nothing.
+    // The next number, without taking it.
     std::uint32_t nextSerialNumber() const;
 
     TevoroTalk* getMainInstance() const;
     void setMainInstance(TevoroTalk* instance);
     long getNumberOfInstances() const;
-    // Null beyond the last.
+    // Null if n is beyond the last.
     TevoroTalk* getNthInstance(long n) const;
     TevoroTalk* findInstance(TevoroTalk* instance) const;
-    // By exactly that name.
+    // The instance with exactly that name, or null.
     TevoroTalk* findInstance(const SoString& name) const;
     void appendInstance(TevoroTalk* instance);
     void removeInstance(const TevoroTalk* instance);
@@ -60,9 +60,8 @@ public:
 
     void appendDiagnostics(SoString& out, const SoString& path) const;
 
-    // Keeps the thread of the bus from working as long as this lives: what instances are there, and
-    // what they consist of, may change meanwhile. Must not be made with other locks of the bus
-    // held.
+    // Pauses the thread of the bus while this object lives, so that instances and their parts can
+    // be changed. Must not be created while other locks of the bus are held.
     class PausedThread {
     public:
         explicit PausedThread(const TevoroTalkContext* context);
@@ -77,7 +76,7 @@ private:
     TevoroTalkThread* m_thread = nullptr; // constant after construction
     std::uint32_t m_nextSerialNumber TEVOROTALK_GUARDED_BY(this);
     SoVector<TevoroTalk> m_instances TEVOROTALK_GUARDED_BY(this);
-    // Asked for several times by every message: without the lock.
+    // Atomic, not under the lock: every message reads it several times.
     std::atomic<TevoroTalk*> m_mainInstance{nullptr};
     std::atomic<bool> m_logging{false};
     mutable SoString m_signature TEVOROTALK_GUARDED_BY(this);
@@ -85,8 +84,8 @@ private:
 
 namespace TevoroTalkData {
 
-// The context that was made on behalf of a first instance, and dies with the last one; null for
-// none.
+// The context that a first instance created for itself, and which ends with the last instance; or
+// null.
 TevoroTalkContext* contextOfFirstInstance();
 void setContextOfFirstInstance(TevoroTalkContext* context);
 

@@ -1,9 +1,8 @@
-// A thread that exists before it may run: the constructor makes it, start() lets it go on to run(),
-// so that run() of a derived class is never called before that class is whole.
+// A thread that is created before it runs: the constructor creates it, and start() lets it proceed
+// to run(). So run() of a derived class is never called before that class is constructed.
 //
-// The owner starts it once, makes its run() end, waits for that with waitForRunExit(), and then
-// deletes it. Deleting neither stops nor waits; only a thread that was never started is ended by
-// the destructor.
+// The owner starts it once, makes run() return, waits with waitForRunExit(), and then deletes it.
+// The destructor neither stops nor waits; it only ends a thread that was never started.
 #pragma once
 
 #include "messaging/SoLock.h"
@@ -16,36 +15,37 @@ class ThreadData;
 
 class TEVOROTALK_API Thread : public SoLockable {
 public:
-    // Counts the users of threads and locks. The thread of the first one is taken for the main
-    // thread. Both answer true only on the first and on the last step.
+    // Counts the users of threads and locks. The thread of the first user counts as the main
+    // thread. init() is true only for the first user, exit() only for the last.
     class TEVOROTALK_API InitTerm {
     public:
         static bool init();
         static bool exit();
     };
 
-    // error() is 32 when the system gives no thread.
+    // error() is 32 if the system refuses a thread.
     Thread();
     ~Thread() override;
     Thread(const Thread&) = delete;
     Thread& operator=(const Thread&) = delete;
 
     virtual void run() = 0;
-    // Waits for the end of the thread. Not to be called by the thread itself, nor by two at once.
+    // Waits for the end of the thread. Must not be called by the thread itself, nor by two threads
+    // at once.
     virtual bool waitForRunExit();
-    // Called on the thread before run(), and after it has ended or thrown.
+    // Called on the thread before run(), and after run() has returned or thrown.
     virtual void runInit();
     virtual void runExit();
     virtual void wait(unsigned int milliseconds);
-    // Gives up what others may wait for. Does not end run(): a class whose run() loops overrides
+    // Releases what others may wait for. Does not end run(): a class whose run() loops overrides
     // it.
     virtual bool stop();
-    // 0, or what hinders. A second call does nothing.
+    // Returns 0, or error(). A second call does nothing.
     virtual long start();
 
     // True while the thread is inside its run.
     bool isActive() const { return m_active; }
-    // 0; 32 when there is no thread; -28 when run() ended out of memory, -29 by another exception.
+    // 0; 32: no thread; -28: run() ran out of memory; -29: run() threw another exception.
     long error() const { return m_error; }
     bool isCurrent() const;
 
