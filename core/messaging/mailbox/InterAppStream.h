@@ -1,11 +1,9 @@
-// A stream is a named mailbox of this process and, through it, the way to the mailboxes of others.
-// Whole texts travel, one at a time, without a reply on the same way. The name belongs to one
-// stream on the machine for this user; a stream that could not get its name is not good, and sends
-// and receives nothing.
+// A stream is a named mailbox of this process, and sends to the mailboxes of others. It transfers
+// whole texts, one at a time and one way. Each name belongs to one stream per user and machine. A
+// stream that could not get its name is not good: it neither sends nor receives.
 //
-// Any thread may use a stream. Sending has a lock of its own, so that it does not hold up
-// receiving; it may block for ten seconds. Deleting a stream frees its name and loses the texts
-// that were not taken.
+// Any thread may use a stream. Sending has a lock of its own, so that it does not block receiving;
+// it may block for ten seconds. Deleting a stream releases its name and drops unread texts.
 #pragma once
 
 #include "messaging/SoLock.h"
@@ -22,7 +20,7 @@ class LocalPortSender;
 
 namespace ScObjects {
 
-// What the name of every port begins with.
+// The prefix of all port names.
 extern const char* const gPortName;
 
 class BaseInterAppStream : public SoLockable {
@@ -32,28 +30,29 @@ public:
     BaseInterAppStream(const BaseInterAppStream&) = delete;
     BaseInterAppStream& operator=(const BaseInterAppStream&) = delete;
 
-    // Whether there is no text that was received and not collected.
+    // Whether there is no received text that getMessages() would return.
     virtual bool isEmpty() const = 0;
-    // The texts received so far, one right behind the other; empties the stream.
+    // Returns the texts received so far, concatenated; empties the stream.
     virtual SoString getMessages() = 0;
     virtual bool isGood() const = 0;
-    // True once the text lies in the mailbox of `target`; false at once when nobody holds it, and
-    // after ten seconds when its holder makes no room.
+    // True once the text is in the mailbox of `target`. False at once if nobody holds that name,
+    // and after a timeout of ten seconds if its holder does not read.
     virtual bool send(const SoString& target, const SoString& text) const = 0;
-    // Moves the oldest text that arrived to those to be collected. A NUL in it becomes a line feed.
+    // Moves the oldest text that arrived to those that getMessages() returns. Replaces each NUL
+    // with a line feed.
     virtual bool receive() = 0;
-    // Looks what has arrived, without waiting; whether there is something to receive.
+    // Reads what has arrived, without waiting. Whether there is something to receive.
     virtual bool messagePending() const = 0;
     // Whether nobody holds that name.
     virtual bool canOpen(const SoString& name, bool flag) const = 0;
 
     const SoString& getSpecifier() const { return m_specifier; }
     bool usesNX2Name() const { return true; }
-    // Room for one text; grows to the size of the largest.
+    // The buffer for one text; grows to the size of the largest.
     long bufferSize() const;
 
 protected:
-    // Puts a text behind the collected ones. Takes over the block that it lies in.
+    // Appends a text to the collected ones. Takes ownership of its block.
     void collect(char* text, long length) TEVOROTALK_REQUIRES(this);
 
     SoString m_messages TEVOROTALK_GUARDED_BY(this);
@@ -67,7 +66,7 @@ protected:
 
 class MacInterAppStream : public BaseInterAppStream {
 public:
-    // One text that arrived; the block belongs to whoever takes it.
+    // One text that arrived. release() gives up ownership of its block.
     class DataRef final : public SoHeap {
     public:
         DataRef(const char* text, long textLength);
@@ -76,7 +75,7 @@ public:
         DataRef& operator=(const DataRef&) = delete;
         char* release();
 
-        char* data; // null when there was no memory for it
+        char* data; // null if there was no memory
         long length;
     };
 
@@ -87,23 +86,23 @@ public:
     SoString getMessages() override;
     bool isGood() const override;
     bool send(const SoString& target, const SoString& text) const override;
-    // The same of a text that lies in two pieces.
+    // The same for a text in two pieces.
     bool send(const SoString& target, const SoString& head, const SoString& rest) const;
     bool receive() override;
     bool messagePending() const override;
     bool canOpen(const SoString& name, bool flag) const override;
 
     SoVector<DataRef>& getMsgQueue() { return m_msgQueue; }
-    // Whether a text arrived that was looked at by messagePending() and not received yet.
+    // Whether messagePending() has read a text that was not received yet.
     bool hasUnreadTexts() const;
-    // Whether the last look left texts of a sender in the port.
+    // Whether the last messagePending() left texts of a sender in the port.
     bool hasMore() const;
-    // Readable while messagePending() has something to look at; -1 without a port.
+    // Readable while messagePending() has something to read; -1 without a port.
     int waitDescriptor() const;
-    // From now on wait() ends for that descriptor too; before the first wait. False when the
+    // Makes wait() also end for that descriptor; call it before the first wait. False if the
     // process has no descriptors left, and always without a port.
     bool wakeOn(int descriptor);
-    // Waits for a text, at most that long. Needs a port, and wakeOn(); one thread at a time.
+    // Waits for a text, up to that timeout. Requires a port, and wakeOn(); one thread at a time.
     bool wait(std::chrono::milliseconds limit) const;
 
 private:

@@ -1,12 +1,12 @@
-// A list of messages that wait, in order, each until its deadline: timestamp plus timeout, 600
-// seconds unless the message says otherwise. Messages that run out go, and their senders are told
+// A queue of messages, in order, each with a deadline: timestamp plus timeout, which is 600 seconds
+// unless the message says otherwise. Expired messages are removed, and their senders are notified
 // if they asked for "Timeout".
 //
-// The queue owns what is in it: append() takes a message over, getNextMessage() hands it out. Any
-// thread may call. Senders are told after the queue's lock was let go, so that two queues whose
-// notices meet do not wait for each other.
+// The queue owns its messages: append() takes ownership, getNextMessage() gives it up. Any thread
+// may call. Senders are notified after the queue's lock was released, so that two queues that
+// notify each other cannot deadlock.
 //
-// Watchers, messages of type "Ignore", stand among the others only to run out.
+// Watchers, messages of type "Ignore", are in the queue only to expire.
 #pragma once
 
 #include "messaging/Message.h"
@@ -26,49 +26,49 @@ namespace ScObjects::TevoroTalkData {
 class MessageQueue final : public SoLockable {
 public:
     MessageQueue() = default;
-    // Tells the senders of all that is left, run out or not.
+    // Notifies the senders of all remaining messages, expired or not.
     ~MessageQueue() override;
     MessageQueue(const MessageQueue&) = delete;
     MessageQueue& operator=(const MessageQueue&) = delete;
 
-    // From now on `flag` is up while a message other than a watcher is here, and `timer` runs out
+    // From now on `flag` is up while there is a message other than a watcher, and `timer` expires
     // at the nearest deadline or before. Borrowed; null for none.
     void setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer);
 
-    // Between these two the flag stays as it is; then it shows the state again. For whoever takes a
-    // message out right after it was put in: the flag costs two calls of the system otherwise.
+    // Between these two calls the flag is not updated. For a caller that takes a message out right
+    // after it was put in: saves two system calls.
     void pauseSignals();
     void resumeSignals();
 
     bool isEmpty() const;
-    // Whether there is a message that getNextMessage(QK_INVALID_MESSAGE_NUMBER) would hand out.
+    // Whether there is a message that getNextMessage(QK_INVALID_MESSAGE_NUMBER) would return.
     bool hasMessage() const;
     long length() const;
 
-    // False, and the message stays the caller's, when it is null or without sender or target.
+    // Takes ownership. False, and no change, if the message is null or has no sender or target.
     bool append(TevoroTalk::Message* message);
-    // The first message that has not run out; null when there is none. Watchers are stepped over if
-    // they match: the number is QK_INVALID_MESSAGE_NUMBER, or one of the message's three answer
-    // numbers. The caller's to delete.
+    // Removes and returns the first message that has not expired, for the caller to delete; null if
+    // there is none. Skips watchers that match: the number is QK_INVALID_MESSAGE_NUMBER, or one of
+    // the message's three answer numbers.
     TevoroTalk::Message* getNextMessage(std::uint32_t serialNumber);
-    // Tries all messages but watchers in their order, and those too that come meanwhile. `attempt`
-    // is called without the lock; a message that it answers true for goes. The others stay in their
-    // places, after `postpone` changed them, which is called with the lock. One thread at a time:
-    // for a second one there is nothing to do.
+    // Tries all messages but watchers in order, also those that are added meanwhile. Calls
+    // `attempt` without the lock; true removes the message. The others keep their places and are
+    // changed by `postpone`, which is called with the lock. One thread at a time: a second caller
+    // returns at once.
     void workOff(const std::function<bool(const TevoroTalk::Message&)>& attempt,
         const std::function<void(TevoroTalk::Message&)>& postpone);
-    // To be tested for null only.
+    // Only compare the result with null: another thread may delete the message.
     const TevoroTalk::Message* findMessageForTarget(const SoString& target) const;
-    // Deletes what getNextMessage gives, which may be a message with another number. False for
+    // Deletes what getNextMessage returns, which may be a message with another number. False for
     // QK_INVALID_MESSAGE_NUMBER.
     bool removeMessage(std::uint32_t serialNumber);
     void removeExpiredMessages();
     // Deletes the watchers for an answer to that message. Always false.
     bool removeTimeoutMessage(std::uint32_t serialNumber);
 
-    // The path of this queue in the diagnostics tree; while it is empty nothing is forwarded.
+    // Sets the path of this queue in the diagnostics tree. While it is empty, nothing is forwarded.
     void setDiagnosticsRoot(const SoString& path);
-    // Appends each message and gives their number: only those of type "Log" if `out` begins with
+    // Appends each message and returns their number: only those of type "Log" if `out` begins with
     // "/log", else only the others.
     long appendDiagnostics(SoString& out, const SoString& path) const;
 
@@ -89,7 +89,7 @@ private:
     Messages m_messages TEVOROTALK_GUARDED_BY(this);
     SoString m_diagnosticsRoot TEVOROTALK_GUARDED_BY(this);
     long m_watchers TEVOROTALK_GUARDED_BY(this) = 0;
-    // At or before the nearest; the largest number when nothing runs out.
+    // A lower bound of all deadlines; the largest number if nothing expires.
     std::atomic<std::int64_t> m_nearestDeadline{std::numeric_limits<std::int64_t>::max()};
     Pt::WaitableFlag* m_flag TEVOROTALK_GUARDED_BY(this) = nullptr;
     Pt::WallTimer* m_timer TEVOROTALK_GUARDED_BY(this) = nullptr;
@@ -98,11 +98,12 @@ private:
     int m_pauses TEVOROTALK_GUARDED_BY(this) = 0;
 };
 
-// Whether the message's time is over. One without a timeout never runs out, but for watchers, which
-// do at once.
+// Whether the message has expired. Without a timeout it never expires, except for watchers, which
+// expire at once.
 bool hasTimedOut(const TevoroTalk::Message& message, std::int64_t now);
 
-// Tells the sender of a message that left a queue, if it asked for `word`. True if it was sent.
+// Notifies the sender of a message that left a queue, if it asked for `word`. True if the notice
+// was sent.
 bool notifySender(
     const TevoroTalk::Message& message, const SoString& word, const SoString& diagnosticsRoot);
 

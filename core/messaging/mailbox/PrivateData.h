@@ -1,8 +1,8 @@
-// What an instance of the bus owns: its stream, its two queues, its handlers, and the descriptor
+// The parts of an instance of the bus: its stream, its two queues, its handlers, and the descriptor
 // that an application waits on.
 //
-// Handlers are guarded by this object's lock. The stream is replaced only while the thread of the
-// bus stands still (see TevoroTalkContext::PausedThread) and by the thread that owns the instance.
+// The handlers are guarded by this object's lock. The stream is replaced only by the thread that
+// owns the instance, while the thread of the bus is paused (see TevoroTalkContext::PausedThread).
 #pragma once
 
 #include "messaging/MsgHandler.h"
@@ -16,10 +16,12 @@
 
 namespace ScObjects::TevoroTalkData {
 
-// Whether an instance of this process has a handler for copies of messages. Every message asks.
+// Whether an instance of this process has a handler for copies of messages. Every message checks
+// this, so it is cheap.
 bool hasForwardHandlers();
 
-// Calls a handler. Its return; for an exception -29, and `result`, which may be null, says so.
+// Calls a handler and returns its code; -29 for an exception, with `result` (which may be null)
+// saying so.
 long callHandler(
     TevoroTalk::MsgHandler& handler, int reason, TevoroTalk::Message& message, SoString* result);
 
@@ -39,7 +41,7 @@ public:
     // Deletes the one it replaces.
     void addHandler(TevoroTalk::MsgHandler* handler);
 
-    // Deletes the stream and takes a new name.
+    // Replaces the stream by one with a new name.
     void openStream(const SoString& name);
 
     void appendDiagnostics(SoString& out, const SoString& path) const;
@@ -50,15 +52,15 @@ public:
     // Set only for a context other than the current one.
     std::atomic<TevoroTalkContext*> context{nullptr};
     InterAppStream* stream = nullptr;
-    // A numbered instance of the application was registered, and has to be taken away again.
+    // A numbered instance of the application was registered, and has to be unregistered at the end.
     bool unregisterApp = false;
-    // Held from the moment a text is taken from the stream until its messages are in the queue:
-    // two threads that take in would let one text overtake the other. The thread of the bus only
-    // tries it, as it holds its own lock, which sending a receipt may need.
+    // Held from taking a text from the stream until its messages are in the queue, so that texts
+    // cannot overtake each other. The thread of the bus only tries this lock, because it holds its
+    // own, which sending a receipt may need.
     std::recursive_mutex intake;
 
 private:
-    // What can be waited on; missing when the process has no descriptors left.
+    // What can be waited on; missing if the process has no descriptors left.
     struct Signals {
         Pt::WaitableFlag flag;
         Pt::WallTimer timer;
@@ -77,7 +79,7 @@ private:
     bool m_streamWakes = false; // the stream's own wait ends for the signals, too
 
 public:
-    // Destroyed before the signals that they hold up; outgoing first.
+    // Destroyed before the signals that they use; outgoing first.
     MessageQueue incoming;
     MessageQueue outgoing;
     // The last added is looked at first.

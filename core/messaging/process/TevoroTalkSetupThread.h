@@ -1,5 +1,5 @@
-// Makes the context of the process in the background, so that the start of an application does not
-// wait for the bus. The first operation that needs the context joins it.
+// Creates the context of the process in the background, so that the start of an application does
+// not wait for the bus. The first operation that needs the context joins this thread.
 #pragma once
 
 #include "messaging/SoString.h"
@@ -17,16 +17,17 @@ public:
     void run() override;
 
     static bool isSetupThreadRunning();
-    // Waits until the set-up is done, if it was begun in the background. Always true; at once on
-    // the set-up thread itself.
+    // Waits until a set-up in the background is done. Always true. Returns at once on the set-up
+    // thread itself.
     static bool syncWithSetupThread();
-    // Each false when a set-up was done already. runSetup also when the name is unusable.
+    // Both return false if a set-up was done already; runSetup also if the name is unusable.
     static bool startSetupThread(const SoString& appName);
     static bool runSetup(const SoString& appName);
 
-    // A context that goes. If it is the one that was set up, the next set-up begins anew.
+    // Called when a context is deleted. If it is the one that was set up, another set-up may
+    // follow.
     static void forgetContext(const TevoroTalkContext* context);
-    // All is as at the start of the process.
+    // Resets the state to that of a new process.
     static void startOver();
 
 private:

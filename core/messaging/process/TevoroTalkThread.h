@@ -1,11 +1,11 @@
-// The thread of the bus: it holds a port of its own, answers the questions that arrive there
-// (pings) also while the application is busy, moves the messages of all instances in and out, and
+// The thread of the bus. It holds a port of its own, answers the questions that arrive there
+// (pings) even while the application is busy, moves the messages of all instances in and out, and
 // keeps the ping store: keys and values that other processes can read.
 //
 // Owned by its context. Its lock guards the store, the pump times and the stream, and is held for a
-// whole round, so that a handler called from there may call back; any thread may call its
-// operations, and waits for the round to end. It waits on its own port, and on those of the
-// instances that nobody has pumped for a while, for at most 100 milliseconds.
+// whole round, so that a handler called from there may call back. Any thread may call; it waits for
+// the round to end. The thread waits on its own port, and on those of instances that nobody has
+// pumped for a while, with a timeout of 100 milliseconds.
 #pragma once
 
 #include "messaging/Message.h"
@@ -58,30 +58,30 @@ public:
     // The thread of the current context; null without.
     static TevoroTalkThread* getMainThread();
 
-    // Serves another context; takes a new name if that is called otherwise. Always true.
+    // Serves another context; takes a new name if that context has another one. Always true.
     bool setContext(TevoroTalkContext* context);
     // The name of its port; empty while it has none.
     SoString getSpecifier() const;
 
-    // -1 when there is none.
+    // -1 if there is no such key.
     long locateKey(const SoString& key) const;
-    // Valid until the key goes.
+    // Valid until the key is removed.
     TevoroTalk::MsgHandler* findHandler(const SoString& key) const;
-    // Empty when the key is missing. For "STATUS" it says "BUSY" for an application that has not
-    // pumped for ten times its usual pace.
+    // Empty if the key is missing. "STATUS" is "BUSY" if the application has not pumped for ten
+    // times its usual interval.
     SoString getValueForKey(const SoString& key) const;
-    // An empty value takes the key out, handler included. False for an empty key.
+    // An empty value removes the key and its handler. False for an empty key.
     bool setKeyValuePair(const SoString& key, const SoString& value);
     // The same for "STATUS", which every pump sets twice.
     void setStatus(const char* value);
-    // Takes ownership if it answers true. A missing key is made, with its own text as value.
+    // Takes ownership if it returns true. A missing key is added, with its own text as value.
     bool setHandler(const SoString& key, TevoroTalk::MsgHandler* handler);
-    // The key goes that many seconds from now, and its handler is the caller's again; 0 for never.
-    // False when the key is missing.
+    // Removes the key after that many seconds (0: never), and gives its handler back to the caller.
+    // False if the key is missing.
     bool setTimeout(const SoString& key, std::int32_t seconds);
     bool isIdle() const;
 
-    // One question to another process, and its answer or the word that says why there is none.
+    // Asks another process. Returns its answer, or the word that says why there is none.
     SoString ping(const SoString& target,
         const SoString& command,
         std::int32_t timeout,
@@ -126,7 +126,7 @@ private:
     double m_avgPumpInterval TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds; 0 until measured
     double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
 
-    // What the loop waits on, used by the thread itself; missing without descriptors.
+    // What the loop waits on, used by the thread itself; missing if there are no descriptors left.
     struct Waits;
     std::unique_ptr<Waits> m_waits;
 };

@@ -1,8 +1,8 @@
-// The handlers behind the keys of the ping store. A question names a key; what one process may ask
-// of another is exactly what is in the other's store.
+// The handlers of the keys in the ping store. A question names a key: a process can ask another one
+// only for what is in its store.
 //
-// They run on the thread of the bus, under its lock, and write their answer to `result`; an empty
-// answer is not sent. "SEE BODY" says that the answer is in the message's body.
+// They run on the thread of the bus, under its lock, and write their answer to `result`. An empty
+// answer is not sent. "SEE BODY" means that the answer is in the message's body.
 #pragma once
 
 #include "messaging/Message.h"
@@ -18,7 +18,7 @@ class ThreadMsgHandler : public TevoroTalk::MsgHandler {
 public:
     explicit ThreadMsgHandler(TevoroTalkContext* context);
 
-    // Answers with the type of the handler, and hands the message to the application.
+    // Answers with the type of the handler, and passes the message to the application.
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override;
 
 protected:
@@ -28,7 +28,7 @@ protected:
     TevoroTalkContext* context; // borrowed
 };
 
-// Every message that arrives at the thread's port.
+// Handles every message that arrives at the thread's port.
 class ThreadMainMsgHandler final : public ThreadMsgHandler {
 public:
     ThreadMainMsgHandler(TevoroTalkContext* context, TevoroTalkThread* thread);
@@ -46,7 +46,7 @@ private:
     TevoroTalkThread* thread; // borrowed: it owns this
 };
 
-// A launched application says that it has come up.
+// Handles the notice of a launched application that it is up.
 class ThreadLaunchedMsgHandler final : public ThreadMsgHandler {
 public:
     using ThreadMsgHandler::ThreadMsgHandler;
@@ -54,7 +54,7 @@ public:
     const char* getMsgType() const override;
 };
 
-// The whole tree as a report for people.
+// Answers with the whole tree, as a report for people.
 class ThreadDiagnosticsMsgHandler final : public ThreadMsgHandler {
 public:
     using ThreadMsgHandler::ThreadMsgHandler;
@@ -62,8 +62,8 @@ public:
     const char* getMsgType() const override;
 };
 
-// Parts of the tree as lines: those whose names ("context", "thread", "messages", "log",
-// "connector") occur in the message's body; all but the log for an empty one and for "all".
+// Answers with parts of the tree as lines: those whose names ("context", "thread", "messages",
+// "log", "connector") occur in the message's body. An empty body and "all" mean all but the log.
 class ThreadInfoMsgHandler final : public ThreadMsgHandler {
 public:
     using ThreadMsgHandler::ThreadMsgHandler;
@@ -71,9 +71,8 @@ public:
     const char* getMsgType() const override;
 };
 
-// Hangs on the main instance, and sends to a subscriber what is forwarded under its key. One that
-// takes nothing holds its sender up for as long as a send may take, and then gets nothing for a
-// minute.
+// Added to the main instance; sends to a subscriber what is forwarded under its key. A subscriber
+// that does not read blocks a send until its timeout, and then gets nothing for a minute.
 class ThreadForwardMsgHandler final : public ThreadMsgHandler {
 public:
     ThreadForwardMsgHandler(

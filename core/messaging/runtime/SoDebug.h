@@ -1,4 +1,4 @@
-// Hooks for a debugger. None is served: they do nothing.
+// Hooks for a debugger. Not implemented: they do nothing.
 #pragma once
 
 #include "messaging/SoString.h"

@@ -1,5 +1,5 @@
-// What a Thread keeps beside itself: the mutex that holds the new thread back, and the condition
-// that it signals at its end.
+// The private part of a Thread: the mutex that holds the new thread back, and the condition that is
+// signalled at its end.
 #pragma once
 
 #include "messaging/SoHeap.h"
@@ -13,14 +13,14 @@ namespace ScObjects {
 class ThreadData final : public SoHeap {
 public:
     ThreadData();
-    // Ends a thread that was held back to this moment, without a run; lets a running one go.
+    // Detaches a thread that is still running.
     ~ThreadData() override;
     ThreadData(const ThreadData&) = delete;
     ThreadData& operator=(const ThreadData&) = delete;
 
-    // Tears down what others may wait for. Always true.
+    // Destroys what others may wait for. Always true.
     bool stop();
-    // Called by the thread itself once it may run; `startMutex` is gone then.
+    // Called by the thread itself once it may run; `startMutex` is already deleted.
     void begin();
     void signalEnd();
 

@@ -1,15 +1,15 @@
-// What keeps a subscriber alive while a message is forwarded to it.
+// Keeps a subscriber alive while a message is forwarded to it.
 #pragma once
 
 #include <mutex>
 
 namespace ScObjects::TevoroTalkData {
 
-// Held while a subscriber is called and while subscribers change, which happens on other threads.
+// Held while a subscriber is called, and while subscribers change, which happens on other threads.
 // Taken after the lock of the bus's thread, never before it.
 std::recursive_mutex& forwardingLock();
 
-// Whether somebody gets what is forwarded under that key; asked first, for every message.
+// Whether there is a subscriber for that key. Checked first, for every message.
 bool hasSubscriber(const char* key);
 
 } // namespace ScObjects::TevoroTalkData

@@ -1,31 +1,31 @@
-// Values that prove who wrote a message: random texts in the folder .velmo of the user's home that
-// only this user can read, and digests salted with one of them. A digest shows that a message was
-// written by a process of the same user on the same machine; it is no signature.
+// Values that prove who wrote a message: random texts in the folder .velmo of the user's home,
+// which only this user can read, and digests salted with one of them. A digest shows that a message
+// was written by a process of the same user on the same machine; it is not a signature.
 #pragma once
 
 #include "messaging/SoString.h"
 
 namespace ScObjects::TevoroTalkData {
 
-// 16 random bytes in hexadecimal digits without leading zeros: 16 to 32 digits. Empty when the
+// 16 random bytes in hexadecimal digits, each without leading zeros: 16 to 32 digits. Empty if the
 // system gives none.
 SoString createRandomValue();
 
-// What the identity file of that name holds; made on the first call. All processes of the user get
-// the same value, also when two make it at once. Empty without a home folder.
+// The content of the identity file of that name, which the first call creates. All processes of the
+// user get the same value, even if two create it at once. Empty without a home folder.
 SoString getID(const char* name);
 
-// The salt of digests. Kept for the process once it was read, if it has 1 to 40 characters.
+// The salt of digests. Read once and cached for the process, if it has 1 to 40 characters.
 SoString getMD5ID();
 
 // SHA-1 over salt, "+", text, "+", salt, each byte in hexadecimal digits without leading zeros: 20
-// to 40 digits. Empty when there is no digest to be had.
+// to 40 digits. Empty if the digest cannot be computed.
 SoString getDigest(std::string_view text, std::string_view salt);
 
-// As TevoroTalkUtils::getMD5, of a text that lies in two pieces and inside of longer ones.
+// Like TevoroTalkUtils::getMD5, for a text in two pieces that may be parts of longer texts.
 SoString digestOf(std::string_view text, std::string_view rest = {});
 
-// Forgets the values kept for the process, so that they are read anew.
+// Clears the cached values, so that they are read again.
 void forgetIdentity();
 
 } // namespace ScObjects::TevoroTalkData

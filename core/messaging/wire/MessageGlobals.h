@@ -1,4 +1,4 @@
-// The switches for digests, one set for the process. Any thread may use them.
+// The process-wide switches for digests. Any thread may use them.
 #pragma once
 
 #include "messaging/SoHeap.h"
@@ -14,7 +14,7 @@ public:
 
     static void init();
     static void exit();
-    // Made on first use.
+    // Created on first use.
     static MessageGlobals& get();
 
     // Whether a message without the right digest is rejected.
