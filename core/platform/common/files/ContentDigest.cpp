@@ -45,6 +45,7 @@ ContentDigest ContentDigester::finish()
     ContentDigest digest;
     digest.size = m_size;
     require(EVP_DigestFinal_ex(m_state->context.get(), digest.sha256.data(), nullptr));
+    // Ready for the next content: the library takes no more bytes after the final step.
     require(EVP_DigestInit_ex(m_state->context.get(), EVP_sha256(), nullptr));
     m_size = 0;
     return digest;

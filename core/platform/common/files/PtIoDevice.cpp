@@ -76,13 +76,17 @@ void IoDevice::control(IoRequest& request)
 
 bool IoDevice::submit_(IoRequest& request, Kind kind)
 {
+    // Before anything is counted: a request that another device has must stay as it is.
     if (!request.take(kind))
         throw ExSystem(EBUSY, ExWhere::here());
+    // For this call. The next two references are those of the transfer, which release_ gives up.
     const HeldForCall held(*this, request);
     incRefCount();
     request.incRefCount();
     request.m_device = this;
     {
+        // Released before the issue: a blocking device completes in it, and a completion may call
+        // this device.
         const MutexHeld locked(m_mutex);
         if (!admit_L(request, kind))
             return false;
@@ -101,6 +105,8 @@ bool IoDevice::admit_L(IoRequest& request, Kind kind)
 {
     if (kind == IoRequest::kControl) {
         request.mark(IoRequest::kIssued);
+        // Control requests have no limit and never wait; they are listed so that cancelAll finds
+        // them.
         m_controls.push_back(request.m_link);
         return true;
     }
@@ -158,10 +164,12 @@ IoRequest* IoDevice::chooseNext_L(bool read, bool write)
         return nullptr;
     Lane& lane = write ? m_writes : m_reads;
     for (std::size_t each = IoRequest::kPriorities; each-- > 0;) {
+        // The highest priority first.
         IoRequest* const first = lane.waiting[each].pop_front();
         if (!first)
             continue;
         first->mark(IoRequest::kIssued);
+        // Still under the mutex, so that no request that comes now takes the place.
         lane.inFlight.push_back(first->m_link);
         return first;
     }
@@ -170,6 +178,7 @@ IoRequest* IoDevice::chooseNext_L(bool read, bool write)
 
 void IoDevice::issueWaiting_(IoRequest& request) noexcept
 {
+    // For failures that have no error number of their own.
     int error = EIO;
     try {
         issue_(request);
@@ -186,6 +195,7 @@ void IoDevice::priority(IoRequest& request, IoRequest::ReqPri newPriority)
 {
     const MutexHeld held(m_mutex);
     for (Lane* const lane : {&m_reads, &m_writes}) {
+        // Found first: at() throws for a priority that is none, and nothing has changed by then.
         IoQueue& wanted = lane->waiting.at(static_cast<std::size_t>(newPriority));
         for (IoQueue& each : lane->waiting) {
             if (request.m_link.queue != &each)
@@ -200,6 +210,7 @@ void IoDevice::priority(IoRequest& request, IoRequest::ReqPri newPriority)
 
 void IoDevice::cancelAll()
 {
+    // Collected under the mutex and completed after it, because completions may call this device.
     FinishedRequests cancelled;
     {
         const MutexHeld held(m_mutex);
@@ -218,6 +229,7 @@ void IoDevice::cancel_L(IoRequest& request, FinishedRequests& cancelled)
 {
     if (request.isDone())
         return;
+    // A transfer in flight cannot be stopped: it ends by itself, and is then told cancelled.
     request.mark(IoRequest::kCancelled);
     if (request.is(IoRequest::kIssued))
         return;
@@ -227,6 +239,8 @@ void IoDevice::cancel_L(IoRequest& request, FinishedRequests& cancelled)
 
 void IoDevice::completeRequest_(IoRequest& request, int error, std::uint32_t bytes) noexcept
 {
+    // Without the mutex: between the end of the transfer and that of the completion the request
+    // belongs to this thread.
     request.m_error = error;
     request.m_transferred = bytes;
     FinishedRequests finished;
@@ -243,6 +257,8 @@ void IoDevice::completeAll_(FinishedRequests& finished) noexcept
             gCompleting->append(*each);
         return;
     }
+    // From here on, what completions finish is appended to this list instead of being nested: a
+    // long queue does not use up the stack.
     gCompleting = &finished;
     while (IoRequest* const each = finished.pop())
         each->m_device->finish_(*each);
@@ -254,6 +270,7 @@ void IoDevice::finish_(IoRequest& request) noexcept
     // What was cancelled while it waited has held no place.
     if (request.is(IoRequest::kIssued))
         issueNext_(request.is(IoRequest::kRead), request.is(IoRequest::kWrite), request);
+    // After the next transfer was issued: no place stays empty while a completion runs.
     tell_(request);
     release_(request);
 }

@@ -16,8 +16,10 @@
 namespace {
 
 constexpr unsigned int kFileMode = 0666;
+// Bytes; the header promises that much of a prefix.
 constexpr std::size_t kMaxTemporaryPrefix = 5;
 constexpr std::size_t kTemporaryRandomPart = 6;
+// With 36 letters at six places, that many collisions in a row are no accident.
 constexpr int kTemporaryAttempts = 100;
 
 Pt::FileOpening openingOf(int flags)
@@ -44,6 +46,7 @@ bool isFolder(const std::string& path)
 
 std::string temporaryFolder(const std::string& wanted)
 {
+    // TMPDIR comes before the caller's folder, on purpose: it is the user's choice.
     const auto overriding = Pt::environmentVariable("TMPDIR");
     if (overriding && isFolder(*overriding))
         return *overriding;
@@ -64,6 +67,7 @@ std::string temporaryPrefix(std::string prefix)
 std::string randomName()
 {
     constexpr std::string_view kLetters = "0123456789abcdefghijklmnopqrstuvwxyz";
+    // Asked anew for each name: names that a program could foretell could be taken before it.
     std::random_device source;
     std::uniform_int_distribution<std::size_t> letter(0, kLetters.size() - 1);
     std::string name;
@@ -88,6 +92,7 @@ PtIoDeviceFile::Pointer PtIoDeviceFile::CreateTemp(
         try {
             return Pointer(new PtIoDeviceFile(start + randomName(), kPtIoTemporary));
         } catch (const Pt::ExSystem& failure) {
+            // Only a taken name is worth another try.
             if (failure.errorCode() != EEXIST || attempt == kTemporaryAttempts)
                 throw;
         }
@@ -99,16 +104,19 @@ PtIoDeviceFile::PtIoDeviceFile(std::string wholePath, int flags)
     , m_removesOnClose(flags == kPtIoTemporary)
     , m_wholePath(std::move(wholePath))
 {
+    // Cut to what is stored; the whole path is kept beside it, for removing the file.
     ptucsncpy(m_path.data(), Pt::toUtf16(m_wholePath).c_str(), kMaxStoredPath);
     m_descriptor = Pt::openPath(m_wholePath, openingOf(flags), kFileMode);
     if (m_descriptor < 0)
         throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
+    // From here on release() closes and removes what was opened, also after a failure below.
     m_isOpen = true;
     if (m_removesOnClose)
         Pt::lockDescriptor(m_descriptor);
     m_fileSize = Pt::seekToEnd(m_descriptor);
     if (m_fileSize < 0 || Pt::seekToStart(m_descriptor) != 0) {
         const int error = Pt::ErrorCode();
+        // Kept, because closing and removing change errno.
         release();
         throw Pt::ExSystem(error, Pt::ExWhere::here());
     }
@@ -152,6 +160,8 @@ void PtIoDeviceFile::doTransfer(Pt::IoRequest& request, Transfer transfer)
         return;
     }
     const std::int64_t bytes = transfer(m_descriptor, request.bytes(), request.length());
+    // Thrown while the request is being issued: the caller gets it, or the device turns it into a
+    // failed completion.
     if (bytes < 0)
         throw Pt::ExSystem(Pt::ErrorCode(), Pt::ExWhere::here());
     completeRequest_(request, 0, static_cast<std::uint32_t>(bytes));

@@ -18,6 +18,7 @@ void IoQueue::push_back(Link& link)
 IoRequest* IoQueue::pop_front()
 {
     Link& first = *m_sentinel.next;
+    // In an empty queue this is the sentinel, which is in no queue and has no request.
     remove(first);
     return first.request;
 }
@@ -28,6 +29,7 @@ void IoQueue::remove(Link& link)
         return;
     link.previous->next = link.next;
     link.next->previous = link.previous;
+    // A ring of its own, as a link has it from the start.
     link.previous = link.next = &link;
     --link.queue->m_count;
     link.queue = nullptr;

@@ -30,6 +30,8 @@ bool IoRequest::take(StatusBit kind)
 {
     const Status fresh = Status().set(kind);
     Status seen = status();
+    // Fresh or done; two devices that are given the request at once cannot both get it. A weak
+    // exchange may fail for nothing, so it is tried again.
     while (seen.none() || seen[kDone])
         if (m_status.compare_exchange_weak(seen, fresh))
             return true;

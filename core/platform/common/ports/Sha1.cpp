@@ -39,11 +39,14 @@ public:
     KeptContext& operator=(const KeptContext&) = delete;
     ~KeptContext() { EVP_MD_CTX_free(m_context); }
 
+    // Taken out while it is used, so that two threads never have the same one; the second makes its
+    // own.
     Context take()
     {
         EVP_MD_CTX* const context = m_context.exchange(nullptr);
         return Context(context ? context : EVP_MD_CTX_new());
     }
+    // Of several that come back one is kept, the latest.
     void giveBack(Context context) { const Context former(m_context.exchange(context.release())); }
 
 private:
@@ -75,6 +78,7 @@ public:
     std::string_view whole() const { return m_whole; }
 
 private:
+    // As much as the head of a usual message takes, with some room. Left unfilled.
     std::array<char, 1024> m_bytes;
     std::string_view m_whole;
 };
@@ -100,6 +104,7 @@ std::optional<Sha1Digest> sha1(std::initializer_list<std::string_view> pieces)
                 return std::nullopt;
     }
     Sha1Digest digest{};
+    // After a failure the context is not given back: nobody knows its state.
     if (EVP_DigestFinal_ex(context.get(), digest.data(), nullptr) != 1)
         return std::nullopt;
     keptContext().giveBack(std::move(context));

@@ -9,8 +9,10 @@ namespace {
 std::string toldText()
 {
     try {
+        // The only way to look at an exception of unknown type is to throw it once more.
         throw;
     } catch (const Exception& exception) {
+        // Its what() is empty; see PtException.h.
         return toUtf8(exception.reasons().front().text());
     } catch (const std::exception& exception) {
         return exception.what();

@@ -13,6 +13,7 @@ std::atomic<ExPost*> gQueue{nullptr};
 
 void ExceptionInit()
 {
+    // A second start keeps the queue, and what was posted there.
     if (!gQueue.load())
         gQueue = new ExPost;
 }
@@ -37,6 +38,7 @@ void ExPost::post(const Exception& exception)
 {
     std::unique_ptr<Exception> copy(exception.clone());
     const Locked locked(m_lock);
+    // The copy lets go only afterwards: the queue may fail to grow.
     m_queue.push_back(copy.get());
     static_cast<void>(copy.release());
 }

@@ -79,6 +79,7 @@ int ExSystem::genericErrorCode() const
 
 const unsigned short* ExSystem::getErrorString(int error)
 {
+    // The pointer that is returned stays valid until another error is asked for.
     if (error != m_textError) {
         m_text = toUtf16(systemErrorText(error));
         m_textError = error;

@@ -32,9 +32,12 @@ public:
     std::unique_ptr<PtModule> take(PtModuleRef reference)
     {
         const Pt::Locked locked(m_lock);
+        // Looked up instead of trusted: a reference that was ended twice is ignored.
         const auto found = m_modules.find(reference);
         if (found == m_modules.end())
             return nullptr;
+        // The module is closed by the caller, without the lock: its destructors may use modules
+        // themselves.
         std::unique_ptr<PtModule> taken = std::move(found->second);
         m_modules.erase(found);
         return taken;
@@ -72,6 +75,7 @@ void closeIfLoaded(const PtModule& module)
 PtModuleRef PtCreateBundle(const unsigned short* path)
 {
     std::string file = fileAt(path);
+    // Nothing is loaded: the reference only stands for the file.
     return file.empty() ? nullptr : modules().add({std::move(file), nullptr, false});
 }
 
@@ -99,6 +103,8 @@ bool PtUnloadLibrary(PtModuleRef module)
 void PtReleaseModuleRef(PtModuleRef module)
 {
     const auto ended = modules().take(module);
+    // A module that was loaded stays loaded, on purpose; only the reference ends. Finding a loaded
+    // one had counted it once more.
     if (ended && !ended->hasLoaded)
         closeIfLoaded(*ended);
 }

@@ -29,6 +29,7 @@ bool always(const Config&)
     return true;
 }
 
+// In the order of their start; they are stopped in reverse, so each may use those above it.
 std::vector<PlatformService> allServices()
 {
     return {

@@ -10,14 +10,17 @@ PlatformStart::PlatformStart(std::vector<PlatformService> services)
     : m_services(std::move(services))
 {
     const Locked locked(m_lock);
+    // So that noting a service that has started cannot fail.
     m_running.reserve(m_services.size());
 }
 
 void PlatformStart::init(const Config& config)
 {
     const Locked locked(m_lock);
+    // The first call decides; later ones only add services that are not running yet.
     if (m_uses == 0)
         m_config = config;
+    // Only what this call has started is stopped again when it fails.
     const std::size_t runningBefore = m_running.size();
     try {
         for (std::size_t each = 0; each < m_services.size(); ++each) {
@@ -60,10 +63,12 @@ void PlatformStart::stopDownTo(std::size_t running)
     std::exception_ptr first;
     while (m_running.size() > running) {
         const std::size_t last = m_running.back();
+        // Before the stop, which may throw: no service is stopped twice.
         m_running.pop_back();
         try {
             m_services[last].stop();
         } catch (...) {
+            // All services are stopped whatever happens; the first failure is the one that is told.
             if (!first)
                 first = std::current_exception();
         }

@@ -6,6 +6,7 @@ namespace Pt {
 
 namespace {
 
+// A few for all objects, so that none has to carry a mutex of its own.
 constexpr std::size_t kSharedMutexes = 3;
 
 // Never destroyed: objects that live as long as the process drop their references at its end.
@@ -27,6 +28,7 @@ void SmartPointerBaseTwo::decRefCount()
 {
     if (!loseStrong())
         return;
+    // Without the mutex: it may use other objects, and drop references on this one.
     cleanUp();
     decSoftRef();
 }
@@ -35,6 +37,7 @@ void SmartPointerBaseTwo::decRefCount()
 bool SmartPointerBaseTwo::loseStrong()
 {
     const MutexHeld held(mutexOf(this));
+    // An object that gets strong references again during its clean-up is not cleaned up twice.
     if (--m_strong != 0 || m_isDead)
         return false;
     ++m_soft;
@@ -58,6 +61,7 @@ void SmartPointerBaseTwo::decSoftRef()
 bool SmartPointerBaseTwo::loseSoft()
 {
     const MutexHeld held(mutexOf(this));
+    // An object that had no strong reference yet does not go with its last soft one.
     return --m_soft == 0 && m_isDead;
 }
 

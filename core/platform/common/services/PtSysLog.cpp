@@ -49,6 +49,7 @@ struct Severity {
 };
 
 constexpr std::array<Severity, 4> kSeverities = {{
+    // Notice, information, warning and error of the system's log.
     {SysLogSuccessMsg, 5},
     {SysLogInfoMsg, 6},
     {SysLogWarningMsg, 4},
@@ -87,6 +88,8 @@ void SysLogUninit()
 
 const char* LookupMessage(std::uint32_t id, int* priority)
 {
+    // The two highest bits are the severity. The low half is the place in its table, counted from
+    // 1000 for a success, from 2000 for information, and so on.
     const std::uint32_t severity = id >> 30U;
     const Severity& row = kSeverities[severity];
     *priority = row.priority;
@@ -99,6 +102,7 @@ void SysLogEvent(std::uint32_t id, ...) noexcept
 {
     std::va_list arguments;
     va_start(arguments, id);
+    // A configuration by default, on purpose: not the one that PlatformInit was given.
     SysLogEventWith(Config(), id, arguments);
     va_end(arguments);
 }

@@ -25,6 +25,7 @@ std::size_t sequenceLength(char32_t first)
 
 bool isScalarOfLength(char32_t code, std::size_t length)
 {
+    // A longer form than necessary could smuggle in a character that is looked for.
     constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
     return code >= kSmallest[length] && code <= 0x10FFFF && !surrogate;
@@ -62,6 +63,7 @@ bool disturbsTerminal(char32_t code)
 {
     const bool control = code < 0x20 || (code >= 0x7F && code <= 0x9F);
     const bool lineEnd = code == 0x2028 || code == 0x2029;
+    // Marks of writing direction: with them a name could be shown as another one.
     const bool direction = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069)
         || code == 0x200E || code == 0x200F || code == 0x061C;
     return control || lineEnd || direction;
@@ -127,6 +129,7 @@ std::string_view cutName(std::string_view text, std::size_t limit)
         return text;
     std::size_t end = 0;
     while (end < text.size()) {
+        // A %XX is one unit: half of it would read as other text.
         const std::size_t length = isEscapeAt(text, end) ? 3 : nameCharacterAt(text, end).length;
         if (length > limit - end)
             break;

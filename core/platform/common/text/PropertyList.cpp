@@ -13,8 +13,10 @@ std::optional<std::string> propertyListText(std::string_view bytes, std::string_
         if (key != name.child_value())
             continue;
         pugi::xml_node value = name.next_sibling();
+        // White space and comments stand between a key and its value.
         while (value && value.type() != pugi::node_element)
             value = value.next_sibling();
+        // A value of another kind means that the key is not set as a text.
         if (std::string_view(value.name()) != "string")
             return std::nullopt;
         return value.child_value();

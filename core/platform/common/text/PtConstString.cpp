@@ -36,6 +36,7 @@ Texts& texts()
 const unsigned short* keep(const char* text)
 {
     const std::size_t length = text ? std::strlen(text) : 0;
+    // UTF-16 never has more units than UTF-8 has bytes.
     auto copy = std::make_unique<unsigned short[]>(length + 1);
     UTF8ToUTF16HostEndian(text, length, copy.get());
     return texts().add(std::move(copy));

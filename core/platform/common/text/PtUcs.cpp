@@ -43,6 +43,7 @@ unsigned short* ptucscat(unsigned short* dst, const unsigned short* src)
 
 int ptucscmp(const unsigned short* a, const unsigned short* b)
 {
+    // Null is below every text, and equal to itself.
     if (!a || !b)
         return (a ? 1 : 0) - (b ? 1 : 0);
     for (; *a == *b; ++a, ++b)
@@ -53,6 +54,7 @@ int ptucscmp(const unsigned short* a, const unsigned short* b)
 
 int ptucsicmp(const unsigned short* a, const unsigned short* b)
 {
+    // Case counts, on purpose: see PtUcs.h.
     return ptucscmp(a, b);
 }
 
@@ -105,6 +107,7 @@ bool ptucslowerCase(unsigned short c, unsigned short* out)
     return hasLowerCase;
 }
 
+// Does nothing, on purpose: see PtUcs.h.
 void ptucssprintf(unsigned short*, const unsigned short*, ...) { }
 
 std::size_t ptucsmbstowcs(unsigned short* dst, const char* src, std::size_t n)
@@ -119,6 +122,7 @@ std::size_t ptucswcstombs(char* dst, const unsigned short* src, std::size_t n)
 
 int ptucsaccess(const unsigned short* path, int mode)
 {
+    // The contract's own results: 0 for yes and 1 for no.
     return Pt::accessPath(Pt::toUtf8(path), mode) == 0 ? 0 : 1;
 }
 

@@ -85,6 +85,7 @@ public:
         ++m_position;
         if (!isSurrogate(unit))
             return unit;
+        // Only the lone half is dropped; what follows is read as a character of its own.
         if (!isHighSurrogate(unit) || !isLowSurrogate(peek()))
             return kInvalid;
         const char32_t low = peek();
@@ -152,6 +153,7 @@ std::size_t convert(Decoder decoder, Unit* destination)
         const char32_t c = decoder.next();
         if (c != kInvalid)
             encode(out, c);
+        // The terminator is written and counted as well.
         if (c == 0)
             return out.bytes();
     }
@@ -174,6 +176,8 @@ namespace Pt {
 std::string toUtf8(const unsigned short* text)
 {
     const std::size_t byteCount = ptucslen(text) * sizeof(unsigned short);
+    // Measured by a first pass without an output. The size has the terminator, which the string has
+    // anyway.
     std::string result(UTF16HostEndianToUTF8(text, byteCount, nullptr) - 1, '\0');
     UTF16HostEndianToUTF8(text, byteCount, result.data());
     return result;

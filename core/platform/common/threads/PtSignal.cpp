@@ -38,6 +38,7 @@ public:
     {
         const Locked locked(handlers().lock);
         m_handler = handlers().current;
+        // Also for none: a call without a handler is waited for like others.
         handlers().called.push_back(m_handler);
         ++gCalls;
     }
@@ -80,6 +81,8 @@ bool isHandled(int kind)
 {
     if (argument != 0)
         std::abort();
+    // Before the exit: handlers and static destructors may ask for the end of the service that this
+    // thread belongs to.
     gIsProcessEnding = true;
     std::exit(0);
 }
@@ -94,8 +97,10 @@ void Signal::EstablishHandler(Signal* newHandler, Signal** oldHandler)
     all.current = newHandler;
     if (oldHandler)
         *oldHandler = old;
+    // A handler that replaces itself must not wait for its own end.
     if (gCalls > 0 || old == newHandler)
         return;
+    // So that the caller may delete the old handler when this returns.
     while (std::find(all.called.begin(), all.called.end(), old) != all.called.end())
         all.returned.wait(all.lock);
 }
