@@ -19,6 +19,7 @@ namespace Pt {
 namespace {
 
 constexpr std::size_t kReadStep = std::size_t{64} * 1024;
+// Short beside the writing of a file, long beside a call of the system.
 constexpr std::chrono::milliseconds kMaxLockPause{20};
 
 FileContent withoutBytes(FileContent::State state, std::error_code error)
@@ -45,6 +46,8 @@ std::error_code readToEnd(int descriptor, std::size_t limit, std::string& bytes)
 {
     for (;;) {
         const std::size_t before = bytes.size();
+        // One byte more than the limit, so that a file that is too long shows by that byte. Its
+        // size is not asked: it may grow while it is read.
         const std::size_t step = std::min(kReadStep, limit + 1 - before);
         bytes.resize(before + step);
         const ssize_t count =
@@ -90,6 +93,8 @@ std::error_code writeFileAtomically(
     const std::string& path, std::string_view bytes, unsigned int mode)
 {
     const std::string beside = path + ".new";
+    // What a killed writer left. A link that somebody puts there meanwhile is refused by O_EXCL,
+    // and not followed.
     if (::unlink(beside.c_str()) == -1 && errno != ENOENT)
         return lastError();
     std::error_code error = fillNewFile(beside, bytes, mode);
@@ -99,6 +104,7 @@ std::error_code writeFileAtomically(
         ::unlink(beside.c_str());
         return error;
     }
+    // Without this, a power cut may bring the old file back.
     return flushFolder(folderOf(path));
 }
 
@@ -106,6 +112,8 @@ std::optional<FileLock> FileLock::take(
     const std::string& path, std::chrono::milliseconds patience, std::error_code& error)
 {
     const auto deadline = std::chrono::steady_clock::now() + patience;
+    // The lock file is never removed: whoever waits for a file that has gone would hold a lock that
+    // nobody else sees.
     Descriptor file = Descriptor::open(path, O_RDWR | O_CREAT | O_NONBLOCK | O_NOFOLLOW, 0600);
     if (!file.isOpen()) {
         error = lastError();

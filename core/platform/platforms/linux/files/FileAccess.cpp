@@ -58,6 +58,7 @@ int unlinkPath(const std::string& path)
 
 void lockDescriptor(int descriptor)
 {
+    // A mark for whoever clears away; a file system without locks is no failure.
     ::flock(descriptor, LOCK_EX | LOCK_NB);
 }
 

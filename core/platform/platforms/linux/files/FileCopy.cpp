@@ -11,11 +11,13 @@ namespace Pt {
 
 namespace {
 
+// Bytes read and written at a time.
 constexpr std::size_t kPiece = std::size_t{1} << 20;
 constexpr std::size_t kWriteBehind = std::size_t{8} << 20; // bytes between hints to the disk
 
 using Buffer = std::unique_ptr<unsigned char[]>;
 
+// A quota that is used up is a full disk to its user.
 bool isFull(const std::error_code& error)
 {
     return error.value() == ENOSPC || error.value() == EDQUOT;
@@ -47,6 +49,7 @@ bool isExpected(const struct stat& found, const FileStatus& expected)
         && nanoseconds(found.st_mtim) == expected.modified;
 }
 
+// The time of change as well: a program may set the time of modification back, but not this one.
 bool isSame(const struct stat& a, const struct stat& b)
 {
     return a.st_size == b.st_size && nanoseconds(a.st_mtim) == nanoseconds(b.st_mtim)
@@ -96,6 +99,8 @@ public:
 
     CopyResult run()
     {
+        // In this order: a source that changed while it was read makes the rest pointless, and only
+        // what the disk has can be read back from it.
         CopyResult result = write();
         if (result.isProven())
             result = checkSource();
@@ -149,6 +154,8 @@ private:
         struct stat now = {};
         if (::fstat(m_source.get(), &now) != 0)
             return failed(CopyProblem::kSourceUnreadable, lastError());
+        // The size is compared with the bytes that were read, too: a file may be longer than the
+        // system said.
         if (!isSame(m_status, now) || m_digest.size != static_cast<std::uint64_t>(now.st_size))
             return failed(CopyProblem::kSourceChanged);
         return {};
@@ -158,11 +165,14 @@ private:
     {
         if (m_options.exactMode && ::fchmod(m_target.get(), m_options.mode) != 0)
             m_timesKept = false; // FAT and its like: a note, no failure
+        // After the last write, which would change the times again.
         const timespec times[2] = {m_status.st_atim, m_status.st_mtim};
         if (::futimens(m_target.get(), times) != 0)
             m_timesKept = false;
         if (const std::error_code error = m_target.flush())
             return targetFailed(error);
+        // Out of the cache, so that reading back asks the disk and not the memory that was just
+        // written.
         ::posix_fadvise(m_target.get(), 0, 0, POSIX_FADV_DONTNEED);
         return {};
     }
@@ -197,6 +207,7 @@ private:
 CopyResult openSource(
     const std::string& path, const CopyOptions& options, Descriptor& source, struct stat& status)
 {
+    // The file that was looked at before was none; a link in its place is a change.
     const int links = options.expected ? O_NOFOLLOW : 0;
     source = Descriptor::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | links);
     if (!source.isOpen()) {

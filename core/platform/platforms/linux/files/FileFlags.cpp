@@ -17,6 +17,7 @@ void clearImmutableAttribute(int descriptor)
     int attributes = 0;
     if (::ioctl(descriptor, FS_IOC_GETFLAGS, &attributes) != 0 || !(attributes & FS_IMMUTABLE_FL))
         return;
+    // Needs a privilege that users seldom have; whoever deletes the file finds out.
     attributes &= ~FS_IMMUTABLE_FL;
     static_cast<void>(::ioctl(descriptor, FS_IOC_SETFLAGS, &attributes));
 }

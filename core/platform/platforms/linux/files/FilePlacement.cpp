@@ -19,6 +19,7 @@ std::error_code reserveAndRename(const std::string& from, const std::string& to)
     const Descriptor reserved = Descriptor::open(to, O_WRONLY | O_CREAT | O_EXCL, 0600);
     if (!reserved.isOpen())
         return lastError();
+    // A rename replaces what is there, and by now that is our own empty file.
     if (::rename(from.c_str(), to.c_str()) == 0)
         return {};
     const std::error_code error = lastError();
@@ -32,6 +33,7 @@ std::error_code linkAndUnlink(const std::string& from, const std::string& to)
         const bool hasNoLinks = errno == EPERM || errno == EOPNOTSUPP || errno == ENOSYS;
         return hasNoLinks ? reserveAndRename(from, to) : lastError();
     }
+    // For a moment the file has both names, which harms nobody; the other order would lose it.
     return ::unlink(from.c_str()) == -1 ? lastError() : std::error_code();
 }
 
@@ -47,6 +49,7 @@ std::error_code moveWithoutReplacing(const std::string& from, const std::string&
 {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
         return {};
+    // File systems without RENAME_NOREPLACE say so with EINVAL, old kernels with ENOSYS.
     return errno == EINVAL || errno == ENOSYS ? linkAndUnlink(from, to) : lastError();
 }
 
@@ -70,6 +73,8 @@ std::error_code makeFolders(const std::string& path, unsigned int mode)
         const std::string part = path.substr(0, end);
         if (::mkdir(part.c_str(), mode) == -1) {
             const std::error_code error = lastError();
+            // Only a folder that is there is no failure, however mkdir refused: on a read-only file
+            // system it does not say EEXIST.
             if (!isFolder(part))
                 return error;
         }
@@ -84,6 +89,7 @@ std::error_code flushFolder(const std::string& path)
     if (!folder.isOpen())
         return lastError();
     const bool flushed = retryInterrupted([&] { return ::fsync(folder.get()); }) == 0;
+    // Some file systems cannot flush a folder, and say so with EINVAL.
     return flushed || errno == EINVAL ? std::error_code() : lastError();
 }
 

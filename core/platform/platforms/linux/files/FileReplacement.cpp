@@ -31,6 +31,8 @@ std::error_code exchange(
         mode = replaced->st_mode & kRights;
     if ((error = writeAndClose(fresh->file(), bytes, mode)))
         return error;
+    // Flushed before the rename: the other way round, a power cut may leave the new name with an
+    // empty file.
     if ((error = fresh->replace(path)))
         return error;
     return flushFolder(folder);
@@ -52,11 +54,13 @@ std::error_code replaceFile(const std::string& path, std::string_view bytes)
     struct stat status = {};
     if (::stat(path.c_str(), &status) == -1) {
         const std::error_code error = lastError();
+        // Nothing at all, as against a link to nowhere.
         const bool isFree = ::lstat(path.c_str(), &status) == -1 && errno == ENOENT;
         return isFree ? exchange(path, bytes, nullptr) : error;
     }
     if (!S_ISREG(status.st_mode))
         return writeInto(path, bytes); // a folder refuses
+    // Links are resolved first: a rename would replace the link and not what it names.
     const std::unique_ptr<char, decltype(&std::free)> file(
         ::realpath(path.c_str(), nullptr), &std::free);
     return file ? exchange(file.get(), bytes, &status) : lastError();

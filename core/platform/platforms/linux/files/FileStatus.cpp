@@ -48,6 +48,7 @@ FileStatus statusFrom(const struct stat& found)
     FileStatus status;
     status.device = found.st_dev;
     status.inode = found.st_ino;
+    // A broken file system can report a negative size.
     status.size = found.st_size > 0 ? static_cast<std::uint64_t>(found.st_size) : 0;
     status.modified = nanoseconds(found.st_mtim);
     status.changed = nanoseconds(found.st_ctim);
@@ -80,6 +81,8 @@ std::optional<std::int64_t> birthTime(const std::string& path)
 
 std::optional<FileStatus> openedFileStatus(const std::string& path, std::error_code& error)
 {
+    // O_NONBLOCK and O_NOCTTY: the path may lead to a pipe or a terminal by now, and neither must
+    // hold us up.
     const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
     struct stat found { };
     if (!file.isOpen() || ::fstat(file.get(), &found) != 0) {

@@ -73,9 +73,11 @@ void addDisks(const fs::path& block, std::set<std::string>& disks)
     bool isLayer = false;
     for (fs::directory_iterator it(device / "slaves", error), end; !error && it != end;
          it.increment(error)) {
+        // Encrypted disks, volumes and arrays: the disks below count.
         isLayer = true;
         addDisks(it->path(), disks);
     }
+    // A partition lies below its disk in the tree.
     if (!isLayer)
         disks.insert(fs::exists(device / "partition", error)
                 ? device.parent_path().filename().string()
@@ -97,6 +99,7 @@ fs::path mountedDevice(dev_t device)
         std::string parent;
         std::string number;
         words >> id >> parent >> number;
+        // Before the dash stands a list of fields that may grow.
         const std::size_t dash = line.find(" - ");
         if (number != numberText(device) || dash == std::string::npos)
             continue;
@@ -120,6 +123,7 @@ bool isRefused(const std::string& folder, const std::string& name, LetterTest te
     struct stat found = {};
     if (::lstat(path.c_str(), &found) == 0)
         return false;
+    // Some file systems refuse a bad name already when it is looked up.
     if (isRefusal() || test == LetterTest::kLooksOnly)
         return isRefusal();
     const Descriptor made = Descriptor::open(path, O_WRONLY | O_CREAT | O_EXCL, 0600);
@@ -173,6 +177,7 @@ std::string incompressibleBytes(std::size_t count)
 bool takesRoom(const Descriptor& file, const std::string& bytes, const std::string& other)
 {
     const std::int64_t room = freeBytes(other);
+    // A failure shows below: nothing has been taken then.
     file.write(bytes.data(), bytes.size());
     file.flush();
     return room - freeBytes(other) >= static_cast<std::int64_t>(bytes.size());
@@ -187,6 +192,7 @@ std::set<std::string> disksOf(const std::string& path)
         return {};
     std::set<std::string> disks;
     dev_t device = found.st_dev;
+    // Number 0 belongs to file systems without a disk of their own, and to some with several.
     if (major(device) == 0) {
         struct stat source = {};
         const fs::path mounted = mountedDevice(device);
@@ -195,6 +201,7 @@ std::set<std::string> disksOf(const std::string& path)
             device = source.st_rdev;
     }
     addDisks("/sys/dev/block/" + numberText(device), disks);
+    // A name that equals only itself: two places on the same unknown device are on one disk.
     if (disks.empty())
         disks.insert("device " + numberText(device));
     return disks;
@@ -205,6 +212,8 @@ bool keepsItsOwnFiles(const std::string& path)
     struct stat found = {};
     const std::uint32_t type = typeOf(path);
     const bool isOnDisk = ::stat(path.c_str(), &found) == 0 && major(found.st_dev) != 0;
+    // FUSE with a disk below it keeps its own files; FUSE without one may show those of another
+    // machine.
     return isOneOf(type, kOwnFiles) || (type == kUserSpace && isOnDisk);
 }
 
@@ -215,6 +224,7 @@ std::optional<ImageFile> imageFile(std::uint64_t device)
     std::ifstream file("/sys/dev/block/" + numberText(device) + "/loop/backing_file");
     std::string path;
     struct stat found = {};
+    // A device that is no loop has no such file.
     if (!std::getline(file, path) || ::stat(path.c_str(), &found) != 0)
         return std::nullopt;
     return ImageFile{found.st_dev, found.st_ino};

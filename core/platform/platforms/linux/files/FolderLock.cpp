@@ -25,6 +25,7 @@ std::optional<FolderLock> FolderLock::takeAlone(const std::string& folder, std::
 std::optional<FolderLock> FolderLock::take(
     const std::string& folder, int operation, std::error_code& error)
 {
+    // A lock belongs to what is open: the folder keeps it when it is renamed.
     Descriptor opened = Descriptor::open(folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
     if (!opened.isOpen()
         || retryInterrupted([&] { return ::flock(opened.get(), operation); }) != 0) {

@@ -21,6 +21,7 @@ std::optional<HeldFolder> HeldFolder::open(const std::string& path, std::error_c
 std::optional<HeldFolder> HeldFolder::open(
     const std::string& way, const std::string& path, std::error_code& error)
 {
+    // Kept open: this descriptor, and not the path, is the way to the folder.
     Descriptor folder = Descriptor::open(way, O_RDONLY | O_DIRECTORY);
     error = folder.isOpen() ? std::error_code() : lastError();
     if (error)
@@ -42,6 +43,7 @@ std::string HeldFolder::nameOf(const std::string& ownPathBelow)
     std::error_code error;
     if (!ownPathBelow.starts_with(kDescriptors) || end == std::string::npos)
         return ownPathBelow;
+    // Where the folder is now, which may not be where it was opened.
     const auto name = std::filesystem::read_symlink(ownPathBelow.substr(0, end), error);
     return error ? ownPathBelow : name.string() + ownPathBelow.substr(end + 2);
 }

@@ -20,6 +20,8 @@ struct Mount {
     std::string device;
 };
 
+// The system's own, which hold no pictures, and those of other machines, whose answer may never
+// come.
 constexpr std::array<std::string_view, 26> kPassedOver{"autofs",
     "binfmt_misc",
     "bpf",
@@ -79,6 +81,7 @@ bool readMount(const std::string& line, Mount& mount)
     for (std::string& word : fixed)
         words >> word;
     std::string word;
+    // Any number of optional fields; the dash ends them.
     while (words >> word && word != "-") { }
     std::string type;
     std::string device;
@@ -122,6 +125,7 @@ std::vector<MountedVolume> mountedVolumes()
 {
     std::ifstream file("/proc/self/mountinfo");
     const std::string table{std::istreambuf_iterator<char>(file), {}};
+    // Once for all mounts, as each label is a link to be followed.
     const std::map<std::string, std::string> labels = labelsByDevice();
     std::vector<MountedVolume> volumes;
     for (Mount& mount : readMounts(table)) {

@@ -69,10 +69,14 @@ void removeTriedName(const std::string& runFolder, const std::string& folder)
 {
     timespec when = {};
     const std::string name = notedName(runFolder + kFileName, when);
+    // The journal may have been written by anybody: a name with a slash would lead out of the
+    // folder.
     if (name.empty() || name.find('/') != std::string::npos)
         return;
     const std::string path = folder + '/' + name;
     const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    // An empty file with that name may be the user's own; only one that was made as the journal was
+    // written goes.
     if (file.isOpen() && isLeftover(file, when))
         ::unlink(path.c_str());
 }

@@ -58,6 +58,7 @@ std::optional<std::string> makeIn(
         }
         Descriptor folder = Descriptor::open(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
         error = lastError();
+        // Gone again means that another process has taken it for stale, as it was not locked yet.
         if (!folder.isOpen() && error != std::errc::no_such_file_or_directory)
             return std::nullopt;
         if (!folder.isOpen())

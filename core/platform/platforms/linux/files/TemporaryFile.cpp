@@ -20,6 +20,7 @@ constexpr std::string_view kDigits = "0123456789";
 
 std::string nextName()
 {
+    // The process id keeps processes apart, the counter the files of one.
     static std::atomic<unsigned long> counter{0};
     return std::string(kPrefix) + std::to_string(::getpid()) + '-' + std::to_string(++counter);
 }
@@ -59,6 +60,7 @@ std::optional<TemporaryFile> TemporaryFile::make(
     for (;;) {
         const std::string path = folder + '/' + nextName();
         Descriptor file = Descriptor::open(path, O_RDWR | O_CREAT | O_EXCL, mode);
+        // Left by a killed process that had the same id.
         if (!file.isOpen() && errno == EEXIST)
             continue;
         error = file.isOpen() ? std::error_code() : lastError();
@@ -86,6 +88,7 @@ TemporaryFile::TemporaryFile(TemporaryFile&& other) noexcept
 
 TemporaryFile::~TemporaryFile()
 {
+    // Without its final name it is of no use to anybody.
     if (!m_path.empty())
         ::unlink(m_path.c_str());
 }
@@ -117,6 +120,7 @@ std::size_t removeStaleTemporaryFiles(const std::string& folder)
             continue;
         const std::string path = entry->path().string();
         const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+        // A lock that can be had means that its writer has ended.
         if (file.isOpen() && tryLock(file) && ::unlink(path.c_str()) == 0)
             ++removed;
     }

@@ -26,6 +26,7 @@ std::vector<std::string> readSettingsLines(const std::string& path)
         return lines;
     std::ifstream file(path, std::ios::binary);
     for (std::string line; std::getline(file, line);) {
+        // Files that came from another system.
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
         lines.push_back(line);

@@ -27,12 +27,15 @@ HeldName::~HeldName()
     if (!m_lock.isOpen() || m_process != ::getpid() || !stillNames())
         return;
     ::unlinkat(m_folder.descriptor(), socketFile().c_str(), 0);
+    // The lock file last: as long as it is there and locked, nobody binds a new socket whose file
+    // would be removed here.
     ::unlinkat(m_folder.descriptor(), lockFile().c_str(), 0);
 }
 
 bool HeldName::lock()
 {
     for (;;) {
+        // O_NOFOLLOW and O_NONBLOCK: somebody may have put a link or a pipe in its place.
         Descriptor file(retryInterrupted([&] {
             return ::openat(m_folder.descriptor(),
                 lockFile().c_str(),
@@ -79,6 +82,8 @@ bool HeldName::describe() const
 
 bool HeldName::removeStaleSocket() const
 {
+    // Left by a killed holder; bind refuses a path that is there. The lock is ours, so no socket
+    // that is in use is removed.
     return ::unlinkat(m_folder.descriptor(), socketFile().c_str(), 0) == 0 || errno == ENOENT;
 }
 

@@ -72,6 +72,7 @@ bool LocalPort::State::open()
     watcher = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
     listener = makeLocalSocket(SOCK_NONBLOCK);
     retryTimer = Descriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    // The lock is held by now, so the path is free to bind.
     const LocalAddress address = name.socketAddress();
     return watcher.isOpen() && listener.isOpen() && retryTimer.isOpen()
         && ::bind(listener.get(), address.get(), address.size) == 0
@@ -99,10 +100,12 @@ std::size_t LocalPort::State::receive(const Taker& take)
     std::size_t count = finish(take);
     if (isCut)
         return count;
+    // Tried at each call, as descriptors may be free again; the timer only wakes whoever waits.
     if (!isListening) {
         resumeListening();
         count += acceptConnections(take);
     }
+    // All that can be ready at once: the connections, the listener and the timer.
     events.resize(connections.size() + 2);
     const int ready = retryInterrupted([this] {
         return ::epoll_wait(watcher.get(), events.data(), static_cast<int>(events.size()), 0);
@@ -124,14 +127,17 @@ std::size_t LocalPort::State::acceptConnections(const Taker& take)
         Descriptor connection(retryInterrupted([this] {
             return ::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         }));
+        // That sender has left again; the next one may be there.
         if (!connection.isOpen() && errno == ECONNABORTED)
             continue;
         if (!connection.isOpen()) {
+            // No descriptors or no memory left; EAGAIN only says that nobody waits.
             if (errno != EAGAIN)
                 pauseListening();
             break;
         }
         const int number = connection.get();
+        // The folder keeps strangers out; this holds also if it was opened to them for a moment.
         if (!isPeerOfThisUser(number) || !watch(number))
             continue;
         connections[number] = std::move(connection);
@@ -155,6 +161,7 @@ std::size_t LocalPort::State::finish(const Taker& take)
 
 std::size_t LocalPort::State::receiveAwaited(const Taker& take)
 {
+    // Once only: the next call looks at everything again.
     const int connection = awaited.exchange(-1);
     if (!connections.contains(connection)) // it may have gone since
         return 0;
@@ -170,9 +177,12 @@ std::size_t LocalPort::State::drain(int connection, int most, const Taker& take)
     std::size_t count = 0;
     std::size_t bytes = 0;
     turn.begin(connection);
+    // Until the end of the connection's texts is seen, more may be there. A call for one text says
+    // nothing about it.
     isCut = most != 1;
     for (int i = 0; i < most && bytes < kMaxBytes; ++i) {
         const auto outcome = reader.read(connection);
+        // Closing takes it out of both sets as well.
         if (outcome == PacketReader::Outcome::kEnd)
             connections.erase(connection);
         if (outcome == PacketReader::Outcome::kEnd || outcome == PacketReader::Outcome::kNothing) {

@@ -20,6 +20,7 @@ std::atomic_flag gIsRefusalTold;
 
 void tellRefusal(const std::string& folder, const std::string& why)
 {
+    // Ports are asked for again and again, and the reason stays the same.
     if (gIsRefusalTold.test_and_set())
         return;
     const std::string message = "The folder of the local ports, " + folder + ", is not used: " + why
@@ -63,6 +64,7 @@ std::string whyRefused(int folder)
         return "it is no folder";
     if (status.st_uid != ::geteuid())
         return "it belongs to another user";
+    // The group as well: its members could put sockets there.
     constexpr mode_t kOthers = S_IRWXG | S_IRWXO;
     return status.st_mode & kOthers ? "it is open to other users" : "";
 }
@@ -96,6 +98,7 @@ std::optional<LocalPortFolder> LocalPortFolder::open(std::error_code& error)
             tellRefusal(path, error.message());
         return std::nullopt;
     }
+    // What was opened is looked at, and not the path, which may lead elsewhere a moment later.
     if (const std::string why = whyRefused(folder.get()); !why.empty()) {
         error = std::make_error_code(std::errc::permission_denied);
         tellRefusal(path, why);
@@ -108,6 +111,7 @@ std::optional<LocalPortFolder> LocalPortFolder::open(std::error_code& error)
 std::optional<LocalPortFolder> LocalPortFolder::openOrMake(std::error_code& error)
 {
     const std::string path = localPortFolder();
+    // One folder only: the one above belongs to the system or to whoever set the variable.
     if (::mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         error = lastError();
         tellRefusal(path, "it cannot be made: " + error.message());
@@ -122,6 +126,7 @@ LocalAddress LocalPortFolder::addressOf(const std::string& file) const
     sockaddr_un& address = result.address;
     address.sun_family = AF_UNIX;
     std::string path = m_path + '/' + file;
+    // A socket address has 108 bytes; by way of the open folder any path is short enough.
     if (path.size() >= sizeof address.sun_path)
         path = "/proc/self/fd/" + std::to_string(m_folder.get()) + '/' + file;
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
@@ -131,6 +136,7 @@ LocalAddress LocalPortFolder::addressOf(const std::string& file) const
 
 std::string localPortStem(std::string_view name)
 {
+    // Half of the digest: file names stay short, and two ports still never meet.
     constexpr std::size_t kBytes = 16;
     constexpr char kDigits[] = "0123456789abcdef";
     ContentDigester digester;

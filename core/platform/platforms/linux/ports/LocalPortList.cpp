@@ -17,6 +17,7 @@ bool isHeld(const LocalPortFolder& folder, const std::string& stem)
 {
     std::error_code error;
     const Descriptor connection = connectToLocalPort(folder, stem, error);
+    // A full queue of newcomers and a stranger's socket are held as well.
     return connection.isOpen() || error == std::errc::resource_unavailable_try_again
         || error == std::errc::permission_denied;
 }
@@ -48,6 +49,7 @@ std::optional<HeldPort> heldPortIn(const std::string& text, const std::string& s
     const char* const first = text.data();
     const auto [stop, error] = std::from_chars(first, first + end, port.processId);
     port.name = text.substr(end + 1, text.size() - end - 2);
+    // A text that does not fit its file was written by somebody else, or is just being written.
     const bool holds = error == std::errc() && stop == first + end && port.processId > 0
         && localPortStem(port.name) == stem;
     return holds ? std::optional(std::move(port)) : std::nullopt;

@@ -39,6 +39,7 @@ Delivery deliveryAfter(int error)
     case ECONNREFUSED: // on some systems, when the holder leaves at this very moment
     case ENOTCONN:
         return Delivery::kGone;
+    // The buffer of the socket cannot hold the packet, so the text goes as a memory file.
     case EMSGSIZE:
     case ENOBUFS:
         return Delivery::kTooLarge;
@@ -49,12 +50,15 @@ Delivery deliveryAfter(int error)
 
 Delivery sendMessage(int socket, const msghdr& message, int flags)
 {
+    // MSG_NOSIGNAL: a holder that has left must not end this process by SIGPIPE. An interrupted
+    // send has sent nothing and counts as no room, so that the deadline is looked at again.
     const ssize_t sent = ::sendmsg(socket, &message, MSG_NOSIGNAL | flags);
     return sent == -1 ? deliveryAfter(errno == EINTR ? EAGAIN : errno) : Delivery::kDone;
 }
 
 Delivery sendMessageBefore(SteadyTime deadline, int socket, const msghdr& message)
 {
+    // First without waiting: that needs no limit to be set, and nearly always there is room.
     Delivery result = sendMessage(socket, message, MSG_DONTWAIT);
     while (result == Delivery::kNoRoom && limitWait(socket, deadline))
         result = sendMessage(socket, message, 0);
@@ -98,6 +102,8 @@ Delivery sendMemoryText(int socket, const Text& text, SteadyTime deadline)
     rights->cmsg_level = SOL_SOCKET;
     rights->cmsg_type = SCM_RIGHTS;
     rights->cmsg_len = CMSG_LEN(sizeof(int));
+    // The system gives the receiver a descriptor of its own; ours is closed at the end of this
+    // call.
     const int number = file.get();
     std::memcpy(CMSG_DATA(rights), &number, sizeof number);
     return sendMessageBefore(deadline, socket, message);
@@ -114,6 +120,7 @@ Delivery sendText(int socket, const Text& text, SteadyTime deadline)
 // Packets may be as large as the buffer, and are several times faster than memory files.
 void widenSendBuffer(int socket)
 {
+    // Beyond the system's limit, which needs a privilege; else as much as that limit allows.
     if (::setsockopt(socket, SOL_SOCKET, SO_SNDBUFFORCE, &kSendBuffer, sizeof kSendBuffer) != 0)
         ::setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendBuffer, sizeof kSendBuffer);
 }
@@ -136,6 +143,7 @@ public:
         };
         const std::string_view chosen = value("TEVOROTALK_PORT_DIR");
         const std::string_view runtime = value("XDG_RUNTIME_DIR");
+        // A relative folder depends on the working folder, which changes unnoticed.
         const bool isRelative = !chosen.empty() && chosen[0] != '/';
         if (m_folder.empty() || isRelative || chosen != m_chosen || runtime != m_runtime) {
             m_folder = localPortFolder();
@@ -182,6 +190,8 @@ bool LocalPortSender::send(std::string_view name,
     std::chrono::milliseconds patience)
 {
     const Text text = {head, rest};
+    // Compared by subtraction, so that two huge sizes cannot wrap around. An empty packet would
+    // look like the end of the connection.
     return text.size() != 0 && head.size() <= LocalPort::kLargestText
         && rest.size() <= LocalPort::kLargestText - head.size()
         && m_state->send(name, text, deadlineAfter(patience));
@@ -194,6 +204,8 @@ bool LocalPortSender::State::send(std::string_view name, const Text& text, Stead
     const auto kept = connections.find(key);
     if (kept != connections.end()) {
         const Delivery result = sendText(kept->second.get(), text, deadline);
+        // A holder that has left may have a successor under the same name; every other outcome is
+        // final.
         if (result != Delivery::kGone)
             return result == Delivery::kDone;
         connections.erase(kept);

@@ -31,6 +31,8 @@ Descriptor makeLocalSocket(int flags)
 
 bool isPeerOfThisUser(int socket)
 {
+    // The user of the other end when it was made: a process that has changed its user since then
+    // counts as before.
     ucred peer = {};
     socklen_t size = sizeof peer;
     return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0
@@ -62,6 +64,7 @@ Descriptor connectToLocalPort(const LocalPortFolder& folder,
         if (connectOnce(socket.get(), folder, stem) == 0)
             return checked(std::move(socket), error);
         error = lastError();
+        // A signal, or the limit that was set, ends one wait; the deadline ends all of them.
         if (error != std::errc::interrupted && error != std::errc::resource_unavailable_try_again)
             return {};
     }

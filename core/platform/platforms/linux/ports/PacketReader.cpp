@@ -32,6 +32,8 @@ ReceivedDescriptors descriptorsIn(msghdr& message)
     for (cmsghdr* part = CMSG_FIRSTHDR(&message); part; part = CMSG_NXTHDR(&message, part)) {
         if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS)
             continue;
+        // Each is taken over, also those that are too many: a descriptor that is not closed stays
+        // open in this process.
         const std::size_t count = (part->cmsg_len - CMSG_LEN(0)) / sizeof(int);
         for (std::size_t i = 0; i < count; ++i) {
             int number = -1;
@@ -69,6 +71,7 @@ PacketReader::Outcome PacketReader::read(int socket)
         [&] { return ::recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC); });
     if (got == -1)
         return errno == EAGAIN ? Outcome::kNothing : Outcome::kEnd;
+    // Before anything is rejected, so that what came along is closed.
     const ReceivedDescriptors received = descriptorsIn(message);
     if (got == 0) // also a packet of no bytes, which no port sends
         return Outcome::kEnd;
@@ -76,6 +79,7 @@ PacketReader::Outcome PacketReader::read(int socket)
     m_touched = std::max(m_touched, m_size);
     if (message.msg_flags & MSG_TRUNC)
         return Outcome::kDropped;
+    // More descriptors than there is room for: none of our senders does that.
     const bool isControlCut = (message.msg_flags & MSG_CTRUNC) != 0;
     if (received.count == 1 && !isControlCut)
         return takeMemoryText(received.files[0], m_size);
@@ -100,6 +104,7 @@ void PacketReader::trim()
     m_memoryText = MemoryMapping();
     if (m_touched <= kKept || m_buffer.size() <= kKept)
         return;
+    // The pages go back to the system, the address space stays.
     ::madvise(m_buffer.bytes() + kKept, m_buffer.size() - kKept, MADV_DONTNEED);
     m_touched = kKept;
 }

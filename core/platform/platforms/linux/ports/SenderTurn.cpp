@@ -17,6 +17,7 @@ void SenderTurn::end()
 
 int SenderTurn::owner()
 {
+    // A long turn ends where the next sender is chosen, so that a call finishes what it has begun.
     if (isLong())
         end();
     return m_owner;

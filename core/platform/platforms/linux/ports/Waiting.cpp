@@ -60,6 +60,7 @@ WallTimer::WallTimer()
 void WallTimer::set(long long wallSeconds) noexcept
 {
     itimerspec point = {};
+    // The system refuses times before 1970.
     point.it_value.tv_sec = std::max(0LL, wallSeconds);
     if (wallSeconds <= 0) // all zeros would clear it
         point.it_value.tv_nsec = 1;
@@ -98,6 +99,7 @@ int DescriptorSet::waitForOne(std::chrono::milliseconds limit) const
     using std::chrono::steady_clock;
     constexpr milliseconds kMaxLength = std::chrono::hours(24 * 365);
     const bool isForEver = limit.count() < 0;
+    // A point in time, so that signals do not lengthen the wait.
     const auto deadline = isForEver
         ? steady_clock::time_point()
         : steady_clock::now() + std::clamp(limit, milliseconds(0), kMaxLength);
@@ -109,6 +111,7 @@ int DescriptorSet::waitForOne(std::chrono::milliseconds limit) const
             return event.data.fd;
         if (ready == -1 && errno != EINTR)
             throw std::system_error(lastError(), "epoll_wait");
+        // Asked again instead of trusting the return: it may come a little early.
         if (!isForEver && steady_clock::now() >= deadline)
             return -1;
     }

@@ -15,6 +15,7 @@ std::int64_t nanosecondsOf(clockid_t clock)
 {
     timespec now = {};
     ::clock_gettime(clock, &now);
+    // 64 bits of nanoseconds reach to the year 2262.
     return now.tv_sec * kNanosecondsPerSecond + now.tv_nsec;
 }
 

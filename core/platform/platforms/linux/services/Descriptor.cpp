@@ -17,6 +17,7 @@ Descriptor Descriptor::open(const std::string& path, int flags, unsigned int mod
 std::error_code Descriptor::write(const void* bytes, std::size_t count) const
 {
     const auto* const start = static_cast<const char*>(bytes);
+    // The system may take a part only, near the end of the disk or for a pipe.
     for (std::size_t done = 0; done < count;) {
         const ssize_t step =
             retryInterrupted([&] { return ::write(get(), start + done, count - done); });
@@ -34,6 +35,7 @@ std::error_code Descriptor::flush() const
 
 std::error_code Descriptor::close()
 {
+    // Given up first: whatever close says, the number may belong to somebody else afterwards.
     const int number = release();
     if (number != -1 && ::close(number) == -1 && errno != EINTR)
         return lastError();

@@ -39,11 +39,14 @@ std::string moduleFile(const std::string& path)
 {
     const std::string plain = withoutSlashesAtEnd(path);
     std::string file = hasType(plain, S_IFDIR) ? fileInFolder(plain) : plain;
+    // Asked before loading: opening a device or a pipe by mistake may block.
     return hasType(file, S_IFREG) ? file : std::string();
 }
 
 ModuleHandle openModule(const std::string& file)
 {
+    // RTLD_NOW: a module that lacks a symbol fails here and not in the middle of its work.
+    // RTLD_LOCAL: modules do not see each other's symbols.
     return ::dlopen(asPath(file).c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 

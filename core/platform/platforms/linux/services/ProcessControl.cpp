@@ -15,6 +15,7 @@ bool isProcessRunning(unsigned long processId)
         return false;
     // PID (NAME) STATE ...; the name may have brackets of its own.
     const std::size_t end = line.rfind(") ");
+    // Zombies and the dead keep their entry until somebody asks for their end; they do not run.
     return end != std::string::npos && end + 2 < line.size() && line[end + 2] != 'Z'
         && line[end + 2] != 'X';
 }

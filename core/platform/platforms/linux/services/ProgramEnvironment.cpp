@@ -25,8 +25,11 @@ int gInterruptEvent = -1;
 
 void onInterrupt(int)
 {
+    // The handler may run between a failed call and the look at its error.
     const int before = errno;
     gInterrupted = true;
+    // A descriptor, as poll can wait for it: the flag alone might be set just before poll begins to
+    // wait.
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = ::write(gInterruptEvent, &one, sizeof one);
     errno = before;
@@ -84,8 +87,12 @@ void noteInterrupts()
     ::sigaction(SIGTERM, &action, nullptr);
     struct sigaction before = {};
     ::sigaction(SIGHUP, nullptr, &before);
+    // nohup has the signal ignored; a program that takes it back would end with the terminal after
+    // all.
     if (before.sa_handler != SIG_IGN)
         ::sigaction(SIGHUP, &action, nullptr);
+    // Writing to a closed pipe or beyond a limit of size is then an error of the call, which is
+    // told like others.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
@@ -113,6 +120,8 @@ bool waitForInput(std::FILE* stream)
 // Open for the wrong direction: whoever uses it is told that it is closed.
 void holdStandardStreams()
 {
+    // Otherwise the next file that is opened would get the number, and messages would be written
+    // into it. The system gives the lowest free number, so going upwards fills each gap in turn.
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (::fcntl(stream, F_GETFD) == -1)
             ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
@@ -125,6 +134,7 @@ std::error_code writeObstacle(std::FILE* stream)
     if (flags == -1 || (flags & O_ACCMODE) == O_RDONLY)
         return std::make_error_code(std::errc::bad_file_descriptor);
     pollfd end{descriptor, POLLOUT, 0};
+    // A pipe whose reader has left shows this before anything is written.
     const bool isBroken = ::poll(&end, 1, 0) == 1 && (end.revents & POLLERR) != 0;
     return isBroken ? std::make_error_code(std::errc::broken_pipe) : std::error_code();
 }
@@ -134,6 +144,7 @@ std::size_t raiseDescriptorLimit()
     rlimit limit = {};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
         return 0;
+    // The soft limit is low for the sake of old programs; raising it needs no privilege.
     limit.rlim_cur = limit.rlim_max;
     ::setrlimit(RLIMIT_NOFILE, &limit);
     ::getrlimit(RLIMIT_NOFILE, &limit);

@@ -32,6 +32,7 @@ void closeSystemLog()
 
 void writeSystemLog(int priority, const char* text) noexcept
 {
+    // Never as the format itself: texts contain percent signs.
     ::syslog(priority, "%s", text);
 }
 

@@ -36,6 +36,8 @@ std::string folderFromEnvironment(const char* variable)
 
 std::string homeFromAccount()
 {
+    // Room for the texts of an account; the system's own advice is 1024, and directory services
+    // need more.
     std::array<char, 16384> buffer{};
     passwd entry = {};
     passwd* found = nullptr;
@@ -71,6 +73,7 @@ std::string unquoted(std::string_view text)
     for (std::size_t i = 1; i < text.size(); ++i) {
         if (text[i] == '"')
             return result;
+        // A backslash takes the next character as it is, a quote mark too.
         if (text[i] == '\\' && i + 1 < text.size())
             ++i;
         result += text[i];
@@ -87,6 +90,7 @@ std::string userFolder(std::string_view value)
         return isAbsolute(path) ? withoutSlashAtEnd(path) : std::string();
     const std::string home = homeFolder();
     const std::string rest = path.substr(kHome.size());
+    // "$HOMEdir" is another variable, and not one that is known here.
     if (home.empty() || !(rest.empty() || isAbsolute(rest)))
         return {};
     return withoutSlashAtEnd(home == "/" && !rest.empty() ? rest : home + rest);
@@ -135,11 +139,13 @@ std::string userConfigFolder()
 std::optional<std::string> machineApplicationDataFile(const std::string& relative)
 {
     const char* const value = std::getenv("XDG_DATA_DIRS");
+    // What the desktop's rules say where the variable is not set.
     std::string_view folders = value && *value ? value : "/usr/local/share:/usr/share";
     while (!folders.empty()) {
         const std::string folder(folders.substr(0, folders.find(':')));
         folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
         const std::string file = joined(withoutSlashAtEnd(folder), relative);
+        // Relative folders are to be ignored, by the same rules.
         if (isAbsolute(folder) && hasType(file, S_IFREG))
             return file;
     }
@@ -151,6 +157,7 @@ std::optional<std::string> runtimeFolder()
     std::string folder = folderFromEnvironment("XDG_RUNTIME_DIR");
     if (!folder.empty())
         return folder;
+    // Where a login puts it, for programs that are started without the login's environment.
     folder = "/run/user/" + std::to_string(::getuid());
     return hasType(folder, S_IFDIR) ? std::optional(folder) : std::nullopt;
 }

@@ -20,6 +20,7 @@ std::optional<std::string> valueIn(std::string_view line, std::string_view key)
 
 bool isFileName(const std::string& domain)
 {
+    // The domain comes from a file: a slash in it would lead to another folder.
     return !domain.empty() && domain.find_first_of(std::string("/\0", 2)) == std::string::npos;
 }
 
@@ -38,6 +39,7 @@ std::optional<std::string> appPreference(const std::string& domain, const std::s
             continue;
         if (line.front() == '[')
             isGeneral = line == "[General]";
+        // The last line with the key counts.
         else if (const auto found = isGeneral ? valueIn(line, key) : std::nullopt)
             value = found;
     }

@@ -31,6 +31,7 @@ std::optional<std::string> systemLocale()
 {
     const std::string value = firstSet({"LC_ALL", "LC_MESSAGES", "LANG"});
     const std::string locale = value.substr(0, value.find_first_of(".@"));
+    // "C" and "POSIX" name no language.
     const bool isNone = locale.empty() || locale == "C" || locale == "POSIX";
     if (isNone || !std::all_of(locale.begin(), locale.end(), isPlain))
         return std::nullopt;

@@ -105,10 +105,12 @@ int replaceCharacter(
     Converter& encoder, char*& in, std::size_t& inLeft, char*& out, std::size_t& outLeft)
 {
     const auto* const at = reinterpret_cast<const unsigned short*>(in);
+    // Both halves go together: one character, one question mark.
     const bool isPair = inLeft > 2 && isHighSurrogate(at[0]) && isLowSurrogate(at[1]);
     unsigned short question = u'?';
     char* replacement = reinterpret_cast<char*>(&question);
     std::size_t replacementLeft = sizeof question;
+    // Through the encoder, because in an encoding with shifts "?" takes more than its byte.
     if (encoder.convert(replacement, replacementLeft, out, outLeft) == E2BIG)
         return E2BIG;
     const std::size_t size = isPair ? 2 * sizeof question : sizeof question;
@@ -128,6 +130,7 @@ std::string systemTextEncodingName()
         return locale.substr(dot + 1);
     if (locale.empty() || locale == "C" || locale == "POSIX")
         return kUtf8;
+    // With what follows the "@": the euro has made some locales another encoding.
     return codesetOfLocale(value);
 }
 
@@ -150,6 +153,7 @@ TextEncoding::TextEncoding(const std::string& name)
 {
     if (m_converters->areOpen())
         return;
+    // UTF-8 is what nearly all texts are, and every system can convert it.
     m_converters = std::make_unique<Converters>(kUtf8);
     m_isUtf8 = true;
 }
@@ -158,6 +162,7 @@ TextEncoding::~TextEncoding() = default;
 
 TextEncoding& TextEncoding::system()
 {
+    // One for each thread: a converter keeps its state between two calls.
     thread_local TextEncoding encoding(systemTextEncodingName());
     return encoding;
 }
@@ -169,6 +174,7 @@ WideText TextEncoding::decode(std::string_view bytes)
     char* in = const_cast<char*>(bytes.data()); // the system does not write there
     std::size_t inLeft = bytes.size();
     Converter& decoder = m_converters->decoder;
+    // An earlier text may have ended in the middle of a shift.
     decoder.reset();
     while (inLeft > 0) {
         char* out = reinterpret_cast<char*>(step);
@@ -184,6 +190,7 @@ WideText TextEncoding::decode(std::string_view bytes)
     }
     char* out = reinterpret_cast<char*>(step);
     std::size_t outLeft = sizeof step;
+    // Some decoders hold a character back until they know that no accent follows.
     decoder.finish(out, outLeft);
     return text.append(step, (sizeof step - outLeft) / sizeof *step);
 }

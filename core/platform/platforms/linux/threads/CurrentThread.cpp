@@ -14,6 +14,7 @@ unsigned long currentThreadHandle()
 void sleepOnce(std::chrono::milliseconds duration)
 {
     const timespec time{duration.count() / 1000, (duration.count() % 1000) * 1'000'000};
+    // Not made again after a signal, as the header says.
     ::nanosleep(&time, nullptr);
 }
 

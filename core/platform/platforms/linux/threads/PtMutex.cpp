@@ -16,6 +16,7 @@ public:
     NormalKind()
     {
         requireSuccess(::pthread_mutexattr_init(&m_attributes));
+        // Locking twice stops the thread at the mistake, instead of counting.
         requireSuccess(::pthread_mutexattr_settype(&m_attributes, PTHREAD_MUTEX_NORMAL));
     }
     ~NormalKind() { ::pthread_mutexattr_destroy(&m_attributes); }

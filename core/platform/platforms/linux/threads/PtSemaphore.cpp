@@ -68,6 +68,7 @@ Semaphore::Semaphore(int initialCount)
 {
     for (int attempt = 1; m_semaphore == SEM_FAILED; ++attempt) {
         m_name = newName();
+        // O_EXCL: a semaphore that is there belongs to somebody else. The count always starts at 0.
         m_semaphore = ::sem_open(m_name.c_str(), O_CREAT | O_EXCL, kEveryone, 0U);
         if (m_semaphore == SEM_FAILED && (ErrorCode() != EEXIST || attempt == kAttempts))
             throw ExSystem(ErrorCode(), ExWhere::here());

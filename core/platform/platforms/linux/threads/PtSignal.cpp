@@ -88,9 +88,11 @@ void SignalInitWith(const Config& config)
     try {
         service->thread.begin();
     } catch (...) {
+        // Nothing is changed when this fails.
         ::pthread_sigmask(SIG_SETMASK, &old, nullptr);
         throw;
     }
+    // Only what this call has blocked is unblocked at the end.
     service->unblocked = without(blocked, old);
     gService = service.release();
 }
@@ -104,8 +106,10 @@ void SignalUninit()
     const Locked locked(gLock);
     if (!gService)
         return;
+    // While the service is still there: when this throws, it can be tried again.
     gService->thread.shutDown();
     const std::unique_ptr<SignalService> ended(std::exchange(gService, nullptr));
+    // Before they are unblocked: what is pending would end the process at that moment.
     discardHarmless(ended->unblocked);
     changeMask(SIG_UNBLOCK, ended->unblocked, nullptr);
 }

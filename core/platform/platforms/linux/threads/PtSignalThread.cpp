@@ -46,6 +46,7 @@ void PtSignalThread::start()
     for (;;) {
         int number = 0;
         requireSuccess(::sigwait(&m_awaited, &number));
+        // Shut down while waiting: the signal is kept, for the owner to send again.
         if (!beginHandling()) {
             m_undelivered = number;
             return;
@@ -89,6 +90,7 @@ void PtSignalThread::shutDown()
 {
     {
         const Locked locked(m_lock);
+        // A handler is never broken off.
         while (m_inProgress)
             m_idle.wait(m_lock);
         m_isShutDown = true;

@@ -47,6 +47,7 @@ std::atomic<bool> Thread::IsThreadInitialized_{false};
 Thread::Thread(bool detached)
     : m_isDetached(detached)
 {
+    // Objects are counted and not running threads: a detached one deletes itself at its end.
     ++ThreadsCreated_;
 }
 
@@ -98,6 +99,7 @@ void Thread::join()
             throw ExSystem(EINVAL, ExWhere::here());
         m_handle = 0; // it may be gone at any time from here on
     }
+    // Without the lock: the thread may need it until it has ended.
     requireSuccess(::pthread_join(joined, &m_exitValue));
     const Locked locked(m_lock);
     m_joinHandle = 0;
@@ -106,6 +108,7 @@ void Thread::join()
 void* Thread::ThreadStartInternal(void* argument)
 {
     auto* const thread = static_cast<Thread*>(argument);
+    // Also when run() throws: a detached object belongs to its thread.
     const std::unique_ptr<Thread> owner(thread->m_isDetached ? thread : nullptr);
     if (owner) {
         const Locked locked(thread->m_lock);
@@ -158,6 +161,7 @@ int Thread::systemPriority(Priority priority, int minimum, int maximum)
     case Priority::kNormal:
         break;
     }
+    // With this policy the system has a single priority, so all of these are 0.
     return middle;
 }
 
@@ -198,6 +202,7 @@ int ThreadNumber()
     return ::gettid();
 }
 
+// Always 1, as PtThread.h says: the numbers of workers are computed from it.
 int ProcessorCount()
 {
     return 1;
