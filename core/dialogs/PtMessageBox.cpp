@@ -150,7 +150,7 @@ QLabel* PtMessageBox::addMessage(QBoxLayout& outer, QMessageBox::Icon icon, cons
     return textLabel;
 }
 
-// A window without a frame cannot be moved: rather the end of an endless text is not seen.
+// A window without a frame cannot be moved: truncate long text rather than push buttons off screen.
 void PtMessageBox::keepButtonsOnScreen(QLabel& text)
 {
     const int beyond = heightBeyondScreen(*this);
