@@ -4,9 +4,9 @@
 
 namespace Pt {
 
-// Makes a locked file changeable as far as this process may: takes away its immutable attribute
-// and gives the owner back a missing right to write. Folders, and what is no regular file, stay as
-// they are. Failures are not reported: whoever changes the file next meets them. Any thread.
+// Makes a locked file writable as far as this process may: removes its immutable attribute and
+// restores the owner's write permission. Leaves everything but regular files alone. Failures are
+// not reported: the next change of the file will fail. Any thread may call.
 void clearLock(const std::string& path);
 
 } // namespace Pt

@@ -1,5 +1,5 @@
-// Names of files and folders: moving a file to a name that is free, making folders, and making
-// names last. Paths are bytes, as the system takes them; failures come back as the system's error
+// Names of files and folders: renaming without replacing, creating folders, and flushing names to
+// the disk. Paths are bytes, as the system takes them; failures are returned as the system's error
 // codes. Any thread may call; the calls may block on the disk.
 #pragma once
 
@@ -8,24 +8,23 @@
 
 namespace Pt {
 
-// Renames a file within a file system; whatever stands at the target stays, and gives
-// std::errc::file_exists. On file systems that cannot rename so, the file is linked and the old
-// name removed; on those without links, the name is reserved first by an empty file.
+// Renames a file within a file system, without replacing: an existing target gives
+// std::errc::file_exists. On file systems that lack such a rename, links the file and removes the
+// old name; on those without links, first reserves the name with an empty file.
 std::error_code moveWithoutReplacing(const std::string& from, const std::string& to);
 
-// Makes an empty file for this user alone, under a name that must be free.
+// Creates an empty file for this user alone (mode 0600). The path must not exist.
 std::error_code makeEmptyFile(const std::string& path);
 
-// Why a folder takes no file: makes one under a name of its own for a moment. No error where it
-// does.
+// Tests whether files can be created in a folder, by creating a temporary one. Returns why not.
 std::error_code tryFolder(const std::string& folder);
 
-// Makes the folder and those above it, each new one with this mode. Folders that are there stay
-// as they are.
+// Creates the folder and its missing parents, each with this mode. Existing folders stay as they
+// are.
 std::error_code makeFolders(const std::string& path, unsigned int mode);
 
-// Makes the names in a folder last on the disk. File systems that cannot do that have done what
-// they can: no error.
+// Flushes a folder, so that the names in it are on the disk. No error on file systems that cannot
+// do that.
 std::error_code flushFolder(const std::string& path);
 
 } // namespace Pt

@@ -1,5 +1,5 @@
-// Writes what a user names as an output: a file there whole or not at all, anything else as it
-// stands.
+// Writes to the output that a user names: a file is replaced atomically, anything else is written
+// to.
 //
 // Paths are bytes, as the system takes them. Any thread may call; it blocks on the disk, and on a
 // pipe until somebody reads.
@@ -11,11 +11,10 @@
 
 namespace Pt {
 
-// Puts a file with these bytes in the place of the one at `path`, whose mode it keeps; a new one
-// has mode 0666 less the process's mask. A link stays, and what it names is replaced; one to
-// nowhere gives std::errc::no_such_file_or_directory. A pipe or device is written to. No other name
-// in the folder is touched, but a process that is killed meanwhile may leave a file of the name
-// ".unfinished-<process id>-<number>".
+// Replaces the file at `path` and keeps its mode; a new file has mode 0666 less the process's mask.
+// If `path` is a link, its target is replaced; a dangling link gives
+// std::errc::no_such_file_or_directory. A pipe or device is written to. A process that is killed
+// meanwhile may leave a file ".unfinished-<process id>-<number>" in the folder.
 std::error_code replaceFile(const std::string& path, std::string_view bytes);
 
 } // namespace Pt

@@ -26,15 +26,14 @@ struct FileStatus {
     friend bool operator==(const FileStatus&, const FileStatus&) = default;
 };
 
-// Nothing when the path cannot be asked; `error` then says why (and is cleared otherwise).
+// Nothing if the system refuses; `error` then says why (and is cleared otherwise).
 std::optional<FileStatus> fileStatus(const std::string& path, std::error_code& error);
 
-// When what a path names was made, in nanoseconds since 1970; nothing where the file system does
-// not know.
+// The time of creation, in nanoseconds since 1970; nothing if the file system does not know it.
 std::optional<std::int64_t> birthTime(const std::string& path);
 
-// The status of a file that is opened to be asked: file systems that remember what they said of a
-// name a while ago have to look for the file itself. Requires: a regular file, or nothing is told.
+// The same, but opens the file first: file systems that cache what they know of a name then have to
+// look at the file itself. Nothing for anything but a regular file.
 std::optional<FileStatus> openedFileStatus(const std::string& path, std::error_code& error);
 
 } // namespace Pt

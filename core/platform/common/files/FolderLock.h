@@ -1,5 +1,5 @@
-// A lock between processes on a folder that exists: many may share it, or one have it alone. Ends
-// with the object or the process; children do not inherit it. Belongs to one thread at a time.
+// A lock between processes on an existing folder: shared by many, or exclusive. Ends with the
+// object or the process; children do not inherit it. Belongs to one thread at a time.
 #pragma once
 
 #include "platform/common/files/FileStatus.h"
@@ -14,17 +14,17 @@ namespace Pt {
 
 class FolderLock {
 public:
-    // Waits while another has the folder alone. Nothing when the folder cannot be opened.
+    // Shared. Waits while another holds the exclusive lock. Nothing if the folder cannot be opened.
     static std::optional<FolderLock> share(const std::string& folder, std::error_code& error);
 
-    // Waits while others have it. Nothing when the folder cannot be opened.
+    // Exclusive. Waits while others hold a lock. Nothing if the folder cannot be opened.
     static std::optional<FolderLock> waitAlone(const std::string& folder, std::error_code& error);
 
-    // Does not wait: nothing, with std::errc::resource_unavailable_try_again, when others have it.
+    // Exclusive, without waiting: std::errc::resource_unavailable_try_again if others hold a lock.
     static std::optional<FolderLock> takeAlone(const std::string& folder, std::error_code& error);
 
-    // Whether the path still names the folder that is locked: a folder may be removed, and made
-    // anew by another, while its lock is held.
+    // Whether the path still names the locked folder: a folder may be removed, and created again by
+    // another process, while its lock is held.
     bool stillNames(const std::string& folder) const;
 
 private:

@@ -9,14 +9,15 @@ namespace Pt {
 
 struct MountedVolume {
     std::string folder; // where it is mounted
-    std::string label; // its own name; empty where it has none
+    std::string label; // the volume's name; empty if it has none
 };
 
-// Those that can hold a card's files: no kernel file systems, and no network ones, which may hang.
+// The mounts that can hold a card's files: no kernel file systems, and no network ones, which may
+// hang.
 std::vector<MountedVolume> mountedVolumes();
 
-// The same from the text of the system's table of mounts, without labels. Lines that cannot be
-// read are passed over.
+// Parses the text of the system's table of mounts, without labels. Skips lines that it cannot
+// parse.
 std::vector<MountedVolume> parseMounts(std::string_view table);
 
 } // namespace Pt

@@ -1,14 +1,15 @@
-// Local ports: named mailboxes of the processes of one user on one machine. A name is held by one
-// process at a time; whoever knows it can put whole texts into the mailbox. A port knows nothing of
-// what the texts say.
+// Local ports: named mailboxes for the processes of one user on one machine. A name is held by one
+// process at a time; whoever knows it can send whole texts to the mailbox. A port does not
+// interpret the texts.
 //
-// A name may have any bytes and any length; a text any bytes, from 1 byte to kLargestText. No text
-// arrives cut, doubled or, from one sender object, out of order. The name is free the moment its
-// holder is gone, also by a kill. Processes of other users are kept out on both sides.
+// Names may contain any bytes and have any length. Texts may contain any bytes, from 1 byte to
+// kLargestText. No text arrives truncated, duplicated or, from one sender object, out of order. The
+// name becomes free the moment its holder ends, even if it is killed. Both sides refuse processes
+// of other users.
 //
 // The folder of the ports is TEVOROTALK_PORT_DIR, else "tevorotalk" in the runtime folder, else
 // /tmp/tevorotalk-<user id>; it is looked up at each call. A folder that cannot be trusted (a link,
-// somebody else's, open to others) is refused with one message on standard error a process.
+// somebody else's, open to others) is refused, with one message per process on standard error.
 #pragma once
 
 #include <chrono>
@@ -23,47 +24,46 @@
 
 namespace Pt {
 
-// The receiving side. An object is used by one thread at a time, but for descriptor(), which any
-// thread may ask and wait on, and for wait() after wakeOn(), in which one thread may be meanwhile.
+// The receiving side. One thread at a time, except for descriptor(), which any thread may call and
+// wait on, and for wait() after wakeOn(), in which one other thread may be at the same time.
 class LocalPort {
 public:
     // A longer text is neither sent nor received.
     static constexpr std::size_t kLargestText = std::size_t{256} * 1024 * 1024;
 
-    // Takes the name, without waiting. Nothing when it is held, or when the folder cannot be used.
+    // Takes the name, without waiting. Null if it is held, or if the folder cannot be used.
     static std::unique_ptr<LocalPort> hold(std::string_view name);
 
-    // Lets the name go; texts that were not taken are lost.
+    // Releases the name; unread texts are lost.
     ~LocalPort();
     LocalPort(const LocalPort&) = delete;
     LocalPort& operator=(const LocalPort&) = delete;
 
-    // Called once for each text; the bytes are valid during the call only, and may be changed in
-    // place. May throw: the text counts as taken, and receive() passes the exception on.
+    // Called once per text. The bytes are valid during the call only, and may be modified in place.
+    // May throw: the text counts as taken, and receive() passes the exception on.
     using Taker = std::function<void(char* text, std::size_t size)>;
 
-    // Gives the texts that are there to `take`, without waiting. The number given. Of one sender no
-    // more than half a megabyte and one text at a time: large texts that are handled one by one
-    // leave their memory to the next, and meanwhile nobody else's are taken. While the process has
-    // no descriptors left, new senders wait, and a text too long for a packet is lost. Not to be
-    // called by `take`.
+    // Passes the texts that have arrived to `take`, without waiting. Returns their number. Stops
+    // after half a megabyte and one text of one sender, so that large texts can be handled one by
+    // one and reuse their memory; the rest of that sender's backlog comes next, before other
+    // senders. While the process has no descriptors left, new senders wait, and a text too long for
+    // a packet is lost. Must not be called from `take`.
     std::size_t receive(const Taker& take);
-    // Whether the last receive() left texts of a sender to the next.
+    // Whether the last receive() left texts of a sender for the next one.
     bool hasMore() const;
 
-    // The text that the last wait() ended for, without another look at what is there: one at most,
-    // and none when the wait ended for something else. Whoever waits for an answer has it sooner.
-    // When another sender's texts were begun in this way, the rest of those instead.
+    // Passes on only the text that ended the last wait(), without looking for others: one at most,
+    // and none if the wait ended for something else. So whoever waits for an answer gets it sooner.
+    // If another sender's backlog was begun in this way, continues with that instead.
     std::size_t receiveAwaited(const Taker& take);
 
-    // Readable (poll, epoll, select) while receive() has something to do, which may be no more than
-    // a sender that left. Belongs to the port: wait on it, do not read or close it.
+    // Readable (poll, epoll, select) while receive() has something to do, which may be just a
+    // sender that disconnected. Belongs to the port: wait on it, do not read or close it.
     int descriptor() const;
 
-    // Waits until descriptor() is readable, or a descriptor that was added here, at the latest
-    // after `limit`; a negative one waits for ever. Does without the detour over a set of
-    // descriptors, which costs time at every text. Added descriptors are borrowed, and do not show
-    // in descriptor().
+    // Waits until descriptor(), or a descriptor added by wakeOn(), is readable, with a timeout; a
+    // negative limit waits for ever. Faster than waiting on descriptor(), which is a set of
+    // descriptors. Added descriptors are borrowed, and do not make descriptor() readable.
     bool wait(std::chrono::milliseconds limit);
     void wakeOn(int other);
 
@@ -75,7 +75,7 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-// The sending side. Keeps its connections and uses them again. One thread at a time.
+// The sending side. Caches its connections and reuses them. One thread at a time.
 class LocalPortSender {
 public:
     LocalPortSender();
@@ -83,11 +83,11 @@ public:
     LocalPortSender(const LocalPortSender&) = delete;
     LocalPortSender& operator=(const LocalPortSender&) = delete;
 
-    // Puts a text into the mailbox of that name. False, and nothing of the text delivered: at once
-    // when nobody holds the name, after `patience` when the holder does not make room; and for an
-    // empty or too long text.
+    // Sends a text to the mailbox of that name. On false no part of it was delivered: at once if
+    // nobody holds the name, or if the text is empty or too long; after the timeout `patience` if
+    // the holder does not read.
     bool send(std::string_view name, std::string_view text, std::chrono::milliseconds patience);
-    // The same of a text that lies in two pieces.
+    // The same for a text in two pieces.
     bool send(std::string_view name,
         std::string_view head,
         std::string_view rest,
@@ -98,7 +98,7 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-// Whether nobody holds the name. Takes nothing: the name stays open to others while this asks.
+// Whether nobody holds the name. Does not take the name, not even for a moment.
 bool isLocalPortFree(std::string_view name);
 
 struct HeldPort {
@@ -106,12 +106,12 @@ struct HeldPort {
     long processId = 0;
 };
 
-// The ports that are held at this moment in this user's folder, in the order of their names.
+// The ports in this user's folder that are held now, sorted by name.
 std::vector<HeldPort> heldLocalPorts();
-// The same; `error` says why the folder was not read to its end. A missing folder is none.
+// The same; `error` says why the folder was not read completely. A missing folder is no error.
 std::vector<HeldPort> heldLocalPorts(std::error_code& error);
 
-// The folder that ports lie in, whether it is there or not.
+// The folder of the ports, whether it exists or not.
 std::string localPortFolder();
 
 } // namespace Pt

@@ -1,7 +1,7 @@
-// What a thread waits on: a flag that another thread raises, a point in time, and any number of
-// descriptors at once. Each can itself be waited on by its descriptor (poll, epoll, an event loop),
-// which belongs to the object: do not read or close it. Any thread may call. The constructors throw
-// std::system_error when the process has no descriptors left.
+// Things that a thread can wait on: a flag that another thread raises, a point in time, and a set
+// of descriptors. Each has a descriptor of its own for poll, epoll or an event loop, which belongs
+// to the object: do not read or close it. Any thread may call. The constructors throw
+// std::system_error if the process has no descriptors left.
 #pragma once
 
 #include "platform/common/services/OwnedDescriptor.h"
@@ -24,8 +24,8 @@ private:
     OwnedDescriptor m_descriptor;
 };
 
-// Readable from a point of the wall clock on, until it is set anew or cleared. The wall clock, as
-// deadlines of messages are points of it; a clock that is set moves them.
+// Readable from a point of the wall clock on, until it is set again or cleared. Uses the wall clock
+// because deadlines of messages do; setting the clock moves them.
 class WallTimer {
 public:
     WallTimer();
@@ -43,15 +43,14 @@ class DescriptorSet {
 public:
     DescriptorSet();
 
-    // A descriptor that is in the set is not added twice. Closing it takes it out. Throws
-    // std::system_error.
+    // Adding a descriptor twice has no effect. Closing it removes it. Throws std::system_error.
     void add(int descriptor);
     void remove(int descriptor) noexcept;
 
-    // True when one of them is readable, at the latest after `limit`; a negative limit waits for
-    // ever. Signals do not end the wait.
+    // Waits until one of them is readable: true, or false after the timeout. A negative limit waits
+    // for ever. Signals do not end the wait.
     bool wait(std::chrono::milliseconds limit) const { return waitForOne(limit) != -1; }
-    // The same, and which one it is; -1 for none.
+    // The same; returns the descriptor, -1 after the timeout.
     int waitForOne(std::chrono::milliseconds limit) const;
     int descriptor() const { return m_descriptor.get(); }
 

@@ -5,8 +5,8 @@
 
 namespace Pt {
 
-// The time, and waiting for it to pass. What needs a time takes a Clock from outside, so that a
-// test can move it. Whoever takes one borrows it. Any thread may call the system's clock.
+// The time, and sleeping. Code that needs the time is given a Clock, so that a test can move it; it
+// borrows the Clock. Any thread may call the system's clock.
 class Clock {
 public:
     // Since the beginning of 1970, UTC; may jump when the clock is set.

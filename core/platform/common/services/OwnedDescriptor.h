@@ -1,5 +1,5 @@
-// Owner of one open descriptor of the system, which it closes when it goes. Whatever keeps a
-// descriptor keeps it in one of these. Moved, not copied; one thread at a time.
+// Owns one open descriptor and closes it in its destructor. Whatever keeps a descriptor keeps it in
+// one of these. Movable, not copyable; one thread at a time.
 #pragma once
 
 #include <utility>
@@ -29,7 +29,7 @@ public:
 
     int get() const { return m_number; }
     bool isOpen() const { return m_number != -1; }
-    // The caller's from now on.
+    // Gives up ownership to the caller.
     int release() { return std::exchange(m_number, -1); }
 
 private:

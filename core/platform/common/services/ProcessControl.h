@@ -3,8 +3,7 @@
 
 namespace Pt {
 
-// Whether a process of that number runs; false for 0, and for one that has ended and was not
-// waited for yet.
+// Whether the process with that id is running; false for 0 and for a zombie.
 bool isProcessRunning(unsigned long processId);
 
 } // namespace Pt

@@ -8,7 +8,7 @@ namespace Pt {
 // The system's text for an error number, never empty. Any thread.
 std::string systemErrorText(int error);
 
-// The error number that the system's last call left in this thread.
+// The error of the last system call in this thread.
 std::error_code lastSystemError();
 
 } // namespace Pt

@@ -29,7 +29,7 @@ private:
     std::mutex m_mutex;
 };
 
-// Holds a Lock for the length of a block.
+// Scoped lock of a Lock.
 class TEVORO_THREAD_ATTRIBUTE(scoped_lockable) Locked {
 public:
     explicit Locked(Lock& lock) TEVORO_THREAD_ATTRIBUTE(acquire_capability(lock))

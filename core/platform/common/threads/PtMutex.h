@@ -25,7 +25,7 @@ private:
     const std::unique_ptr<Native> m_native;
 };
 
-// Holds a Mutex for the length of a block.
+// Scoped lock of a Mutex.
 class TEVORO_THREAD_ATTRIBUTE(scoped_lockable) MutexHeld {
 public:
     explicit MutexHeld(Mutex& mutex) TEVORO_THREAD_ATTRIBUTE(acquire_capability(mutex))

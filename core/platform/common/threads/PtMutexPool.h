@@ -8,9 +8,9 @@
 
 namespace Pt {
 
-// N mutexes for objects that are too many for a mutex each: each object has its row by its address,
-// and shares it with others. So whoever holds a row must not call out: what it calls may need the
-// same one. The pool owns its mutexes; any thread may ask.
+// N mutexes shared by many objects: an object's address selects its mutex. So whoever holds one
+// must not call other code, which may need the same one. The pool owns its mutexes; any thread may
+// call.
 template <std::size_t N>
 class MutexPool {
 public:

@@ -4,11 +4,11 @@
 
 namespace Pt {
 
-// A counter that threads wait on. It is a named one of the system, so that it also works where
-// there are no others; the name, unique on this machine, is made here and gone with the object (a
-// process that is killed leaves it behind). Any thread may post and wait; nobody may wait any more
-// when it goes. Failures of the system are thrown as ExSystem, also by the destructor, which tells
-// them on standard error first.
+// A counting semaphore. It uses a named semaphore of the system, for systems that have no others.
+// The name, unique on this machine, is made here and removed with the object (a killed process
+// leaves it behind). Any thread may post and wait; nobody may be waiting when it is destroyed.
+// Failures of the system are thrown as ExSystem, also by the destructor, which first reports them
+// on standard error.
 class Semaphore {
 public:
     // Always starts at 0: the initial count is kept and not used.
