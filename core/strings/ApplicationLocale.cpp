@@ -135,7 +135,7 @@ void GetLocaleFromToken(QString& token)
 int getApplicationLocale(unsigned short* buffer)
 {
     // From the most specific to the most general: what the user chose for this host, what the
-    // machine was set up for, what the session speaks.
+    // machine was set up for, what the environment says.
     std::optional<QString> found = configuredLocale();
     if (!found)
         found = machineLocale();
