@@ -43,10 +43,10 @@ public:
     {
         return tell("SetModeValue " + std::to_string(value));
     }
-    int GetFontSize() override { return 10; }
-    const char* GetFontFamily() override { return "DejaVu Sans"; }
+    int GetFontSize() override { return fontSize; }
+    const char* GetFontFamily() override { return family.c_str(); }
     bool IsFontBold() override { return isBold; }
-    bool IsFontItalic() override { return false; }
+    bool IsFontItalic() override { return isItalic; }
     FxStatus SetCallback(IUICallback* value) override
     {
         callback = value;
@@ -71,7 +71,10 @@ public:
 
     int references = 0; // those that the sink holds
     int width = 400;
+    std::string family = "DejaVu Sans";
+    int fontSize = 10;
     bool isBold = false;
+    bool isItalic = false;
     bool enabled = true;
     bool checked = false;
     std::string text;
