@@ -49,6 +49,14 @@ QPixmap pixmapOf(QMessageBox::Icon icon, const QWidget& widget)
         .pixmap(QSize(side, side), widget.devicePixelRatioF());
 }
 
+QHBoxLayout* makeRow(int spacing)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing);
+    row->setContentsMargins(0, 0, 0, 0);
+    return row;
+}
+
 // The width of the widest text; an accelerator's mark counts, as texts are measured as stored.
 template <typename Buttons>
 int widestText(const Buttons& buttons, const QFontMetrics& metrics)
@@ -141,9 +149,7 @@ PtMessageBox::PtMessageBox(const MessageBoxRequest& request)
 
 QLabel* PtMessageBox::addMessage(QBoxLayout& outer, QMessageBox::Icon icon, const QString& text)
 {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(kOuterSpacing);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = makeRow(kOuterSpacing);
     row->addWidget(makeIconLabel(icon));
     QLabel* textLabel = makeTextLabel(text);
     row->addWidget(textLabel);
@@ -206,9 +212,7 @@ void PtMessageBox::addCheckBox(QBoxLayout& outer, const QString& text, bool chec
 void PtMessageBox::addButtons(
     QBoxLayout& outer, const std::array<QString, kButtonCount>& texts, int defaultButton)
 {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(kButtonSpacing);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = makeRow(kButtonSpacing);
     outer.addLayout(row);
     row->addItem(makeSpacer(QSizePolicy::Minimum, QSizePolicy::Minimum));
     Buttons buttons{};

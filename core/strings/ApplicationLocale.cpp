@@ -22,6 +22,8 @@ struct TokenRow {
     QLatin1StringView locale;
 };
 
+// Languages as people write them in a setting, without their territory. Some that are near to each
+// other share one set of texts.
 constexpr std::array kTokens{
     TokenRow{"ja"_L1, "ja_jp"_L1},
     TokenRow{"de"_L1, "de_de"_L1},
@@ -52,6 +54,7 @@ constexpr std::array kTokens{
 
 constexpr qint64 kConfigurationLimit = 1 << 20; // bytes; a configuration is a few hundred
 
+// An empty text counts as none, and the next source is asked. One of blanks counts.
 std::optional<QString> normalised(const QString& text)
 {
     if (text.isEmpty())
@@ -61,7 +64,8 @@ std::optional<QString> normalised(const QString& text)
     return token;
 }
 
-// The host's configuration names the application whose language setting holds.
+// The host's configuration, in its working folder, names the application whose language setting
+// holds.
 std::optional<QString> configuredLocale()
 {
     QFile file(u"./mfx_common_config.xml"_s);
@@ -74,6 +78,8 @@ std::optional<QString> configuredLocale()
     return language ? normalised(QString::fromStdString(*language)) : std::nullopt;
 }
 
+// The file's name is itself a text with a key. While the first dictionary is being chosen none is
+// open, and the name is the one that stands here.
 std::optional<QString> machineLocale()
 {
     const QString name = PtZString::getZString(
@@ -90,6 +96,7 @@ std::optional<QString> machineLocale()
     return normalised(QString::fromUtf8(line));
 }
 
+// Not trimmed, unlike the other two: the system's locale is no text that people type.
 std::optional<QString> currentLocale()
 {
     const auto locale = Pt::systemLocale();
@@ -100,6 +107,8 @@ std::optional<QString> currentLocale()
     return token;
 }
 
+// By the first two letters, whatever follows: "en", "en_gb" and "english" are one. "en_gb" is no
+// token and comes here as it is.
 QString oneLocaleForEachLanguage(const QString& locale)
 {
     for (const auto whole : {"en_us"_L1, "es_es"_L1, "fr_fr"_L1})
@@ -120,6 +129,8 @@ void GetLocaleFromToken(QString& token)
     }
 }
 
+// What somebody has chosen for this application goes before what holds for the machine, and that
+// before what the system says of its own.
 int getApplicationLocale(unsigned short* buffer)
 {
     std::optional<QString> found = configuredLocale();

@@ -32,6 +32,8 @@ QString dictionaryFile(const QString& locale)
         + u"MFXStrings.dct"_s;
 }
 
+// A file that is not there is read as an empty one; what fails is a damaged file. The dictionary
+// stays with what it has by then.
 bool readFile(lexkit::Dictionary& dictionary, const QString& path)
 {
     try {
@@ -44,6 +46,7 @@ bool readFile(lexkit::Dictionary& dictionary, const QString& path)
     }
 }
 
+// Copies the units: they belong to the look-up's result, which is gone at the end of the statement.
 QString toQString(const lexkit::ZString& text)
 {
     const unsigned short* units = nullptr;
@@ -56,8 +59,10 @@ QString toQString(const lexkit::ZString& text)
 
 bool PtZString::openZStringDict(bool force)
 {
+    // While the old dictionary is still open: the look-up of the locale takes a text from it.
     const QString locale = dictionaryLocale();
     closeZStringDict();
+    // English stands in the program itself, and shows as it stands there.
     if (!force && locale.toLower() == "en_us"_L1)
         return true;
     try {
@@ -84,6 +89,8 @@ void PtZString::closeZStringDict()
     delete std::exchange(smpDictionary, nullptr);
 }
 
+// The first "=" ends the key; those behind it are part of the text. Where a look-up fails, the text
+// that stands in the program shows.
 QString PtZString::getZString(const QString& literal)
 {
     const qsizetype equals = literal.indexOf(u'=');
