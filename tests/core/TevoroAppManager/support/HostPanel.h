@@ -5,6 +5,7 @@
 #include "TevoroAppManager/contract/IUICallback.h"
 #include "core/TevoroAppManager/support/Journal.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -28,6 +29,8 @@ public:
     std::uint32_t Release() override
     {
         m_journal.add(m_name + ".Release");
+        if (whenReleased)
+            whenReleased();
         return static_cast<std::uint32_t>(--references);
     }
     FxStatus SetEnabled(bool value) override
@@ -80,6 +83,7 @@ public:
     std::string text;
     std::string toolTip;
     IUICallback* callback = nullptr;
+    std::function<void()> whenReleased;
 
 private:
     FxStatus tell(const std::string& what)
