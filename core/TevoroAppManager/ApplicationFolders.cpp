@@ -12,6 +12,7 @@ QString getApplicationDataFolderPath()
     return QString::fromStdString(Pt::userApplicationData());
 }
 
+// These three are questions of another system. They keep their names and have fixed answers here.
 int getApplicationPath(unsigned short*)
 {
     return 1;

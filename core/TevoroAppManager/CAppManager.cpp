@@ -24,6 +24,7 @@ FxString fromLiteral(const char* text)
     return toFxString(QString::fromUtf8(text));
 }
 
+// The name is what a host gives back to open the source; the other three texts are for people.
 CPropSource describeSource(const CAppInfo& info)
 {
     CPropSource source;
@@ -38,6 +39,8 @@ CPropSource describeSource(const CAppInfo& info)
 
 } // namespace
 
+// Id 0 is the source manager, though the plug-in's face is the first of the bases: a host that asks
+// for no face in particular wants to see sources.
 std::uint32_t CAppManager::QueryInterface(long id, void** out)
 {
     switch (id) {
@@ -101,6 +104,8 @@ FxStatus CAppManager::OnUnload()
     return kFxOk;
 }
 
+// Set to initialised last: after an exception the manager is not. Nobody in this system reads the
+// short name and the two paths.
 FxStatus CAppManager::Init()
 {
     return fxGuard([this] {
@@ -118,12 +123,13 @@ FxStatus CAppManager::EnumSources(IEnumSource** out)
 {
     if (m_initialised == 0)
         return kFxErrNotInitialised;
-    if (!out || *out)
+    if (!out || *out) // an enumerator that is there already would be lost
         return kFxErrBadRecord;
     return fxGuard([this, out] {
         auto* sources = new (std::nothrow) CEnumSource;
         if (!sources)
             return kFxErrOutOfMemory;
+        // Held until it is handed out: what throws before that takes the enumerator with it.
         auto reference = FxRef<CEnumSource>::share(sources);
         sources->append(describeSource(m_info));
         *out = reference.detach();
@@ -135,18 +141,22 @@ FxStatus CAppManager::CreateSource(const unsigned short* name, ISource** out)
 {
     if (!name || !out || *out)
         return kFxErrBadRecord;
+    // Letter by letter, in this case: only the name that EnumSources has published opens. Before
+    // Init that is the empty text.
     if (ptucscmp(name, m_info.sourceName.c_str()) != 0)
         return kFxErrBadRecord;
     return fxGuard([this, out] {
         auto* source = new (std::nothrow) CAppSource(m_info);
         if (!source)
             return kFxErrOutOfMemory;
-        source->AddRef();
+        source->AddRef(); // the host's; the manager keeps none, and a source outlives it
         *out = source;
         return kFxOk;
     });
 }
 
+// The one source never comes or goes, so that there are no events to be told of; formats and name
+// are the sink's to know.
 FxStatus CAppManager::RegisterEventCallbackFunc(ICallbackInterface*, eSourceEventType)
 {
     return kFxErrNotImplemented;

@@ -25,6 +25,8 @@ FxStatus giveText(const QString& literal, unsigned short* buffer, int capacity) 
 
 } // namespace
 
+// The four operations of the source's face: nothing is fetched from the application, only brought
+// to it.
 FxStatus CAppSource::EnumMediaItems(eMediaItemType, IEnumMediaItem**, bool)
 {
     return kFxErrNotSupported;
@@ -46,6 +48,7 @@ FxStatus CAppSource::ShowUI(void*, IEnumMediaItem**)
     return kFxErrNotSupported;
 }
 
+// A host that cannot show messages gets no completion at all, and hears that all is well.
 FxStatus CAppSource::PushAllMediaItems(
     ISinkEnumMediaItem&, unsigned long&, void*, FxPerItemCallback)
 {
@@ -79,13 +82,13 @@ FxStatus CAppSource::GetSinkSupportInfo(long& out)
     return kFxOk;
 }
 
+// How the host is to build names: numbers of four digits, nothing inside a date, "_" between parts.
 FxStatus CAppSource::GetForceFourDigitSequenceNumber(bool& out)
 {
     out = true;
     return kFxOk;
 }
 
-// None inside a date, "_" between the parts of a name.
 FxStatus CAppSource::GetDateSeperatorChar(char& out)
 {
     out = '\0';
@@ -98,6 +101,7 @@ FxStatus CAppSource::GetSeperatorChar(char& out)
     return kFxOk;
 }
 
+// The host makes room for this label before the copying starts.
 FxStatus CAppSource::GetCopyProgressLongestLabelString(unsigned short* buffer, int capacity)
 {
     return giveText(
@@ -167,6 +171,7 @@ FxStatus CAppSource::GetHostAppPath(unsigned short* buffer, unsigned int)
     return buffer ? kFxOk : kFxErrBadArgument;
 }
 
+// Kept and never read.
 FxStatus CAppSource::SetMFXHandle(void* handle)
 {
     m_hostHandle = handle;

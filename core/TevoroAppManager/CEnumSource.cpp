@@ -8,6 +8,8 @@
 
 namespace {
 
+// A host may use one record for many sources: a short text must not leave the end of a longer one
+// behind it.
 template <std::size_t N>
 void copyText(unsigned short (&to)[N], const unsigned short (&from)[N])
 {
@@ -55,12 +57,14 @@ FxStatus CEnumSource::Next(CProp* record)
         return kFxErrBadRecord;
     if (m_cursor == m_sources.size())
         return kFxEndOfList;
+    // Field by field and not as a whole: the record's other fields are the host's.
     const CPropSource& source = m_sources[m_cursor++];
     auto& to = *static_cast<CPropSource*>(record);
     copyText(to.longName, source.longName);
     copyText(to.description, source.description);
     copyText(to.application, source.application);
     copyText(to.name, source.name);
+    // Stamped in here and not stored: every source of this plug-in says which plug-in opens it.
     std::copy_n(CAppManager::m_appManagerUID, 16, to.identifier);
     to.flags = source.flags;
     to.kind = source.kind;

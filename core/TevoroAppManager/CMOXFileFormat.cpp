@@ -52,6 +52,8 @@ std::uint32_t CMOXFileFormat::AddRef()
     return ++m_references;
 }
 
+// The count is taken once: to read it again after the decrement might be to read an object that
+// another thread has deleted.
 std::uint32_t CMOXFileFormat::Release()
 {
     const std::uint32_t left = --m_references;
@@ -104,6 +106,7 @@ FxStatus CMOXFileFormat::GetFormat(CPropFileFormat& record)
     return kFxOk;
 }
 
+// A record that is refused is passed over; the caller sees it from the count alone.
 FxStatus CMOXFileFormat::SetMultipleFormat(
     CPropFileFormat*& records, unsigned long count, unsigned long& added)
 {
@@ -120,6 +123,8 @@ FxStatus CMOXFileFormat::SetMultipleFormat(
     return kFxOk;
 }
 
+// A call that fails is tried again into the same element: the records stand side by side at the
+// front, and behind the end of the list the rest of the array is left alone.
 FxStatus CMOXFileFormat::GetMultipleFormat(
     CPropFileFormat*& records, unsigned long count, unsigned long& got)
 {

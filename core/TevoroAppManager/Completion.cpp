@@ -81,8 +81,11 @@ void displayFilesCopied(IDisplayMsgHandler& display, const QString& folder, int 
     notify(display, filesCopiedCaption(), text, kFxStyleFilesCopied);
 }
 
+// A device that has gone takes precedence over refusals, and a refusal over a cancel: the user gets
+// one notice, of what matters most.
 enum class Deletion { kDone, kSomeRefused, kCancelled, kDeviceGone };
 
+// Without a callback the walk still goes to its end, and counts as done.
 Deletion deleteEach(ISinkEnumMediaItem& items,
     FxPerItemCallback deleteItem,
     IProgressHandler& progress,
@@ -137,14 +140,19 @@ void finishDeletion(IProgressHandler& progress, Deletion outcome)
     }
 }
 
-bool confirmDeletion(IDisplayMsgHandler& display, const QString& folder)
+// In two parts around the folder: a place mark in one text would be found in a folder's name too.
+QString deletionQuestion(const QString& folder)
 {
-    const QString text =
-        PtZString::getZString(
-            u"$$$/AppSource/VerifyDelete/Text=Files have been successfully copied to "_s)
+    return PtZString::getZString(
+               u"$$$/AppSource/VerifyDelete/Text=Files have been successfully copied to "_s)
         + folder
         + PtZString::getZString(
             u"$$$/AppSource/VerifyDelete/Text2=. Do you want to delete these files from your camera, or card reader?"_s);
+}
+
+bool confirmDeletion(IDisplayMsgHandler& display, const QString& folder)
+{
+    const QString text = deletionQuestion(folder);
     const QString title =
         PtZString::getZString(u"$$$/AppSource/VerifyDelete/Caption=Velmo Tevoro NX"_s);
     constexpr int kNo = 1; // also what stands there when the host shows nothing

@@ -14,6 +14,17 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+void giveUp(RawConversion& conversion, FxStatusTextCallback error)
+{
+    tell(error,
+        PtZString::getZString(u"$$$/AppSource/CouldNotConvertDNG=Could not convert to DNG..."_s));
+    conversion.restore();
+}
+
+} // namespace
+
 // A library may be there and still say that it cannot convert: its entry is not even looked up
 // then.
 void DNGConverter::bindLibrary()
@@ -67,14 +78,10 @@ bool DNGConverter::convertAside(const QString& path, FxStatusTextCallback error)
     const bool isConverted = isAside
         && convertToDNGThruRDX(conversion.temporaryRaw(), conversion.temporaryDNG())
         && conversion.placeDNG();
-    if (isConverted) {
+    if (isConverted)
         conversion.dropRaw();
-    } else {
-        tell(error,
-            PtZString::getZString(
-                u"$$$/AppSource/CouldNotConvertDNG=Could not convert to DNG..."_s));
-        conversion.restore();
-    }
+    else
+        giveUp(conversion, error);
     conversion.leave();
     return isConverted;
 }

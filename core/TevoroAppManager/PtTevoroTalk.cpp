@@ -17,6 +17,7 @@ bool PtTevoroTalk::isTevoroBusy() const
     return false;
 }
 
+// As for an application that neither runs nor is installed: the sink goes on without a word to it.
 int PtTevoroTalk::DoLaunchTevoro(const QByteArray&, bool)
 {
     return -1;

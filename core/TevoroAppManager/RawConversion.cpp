@@ -13,12 +13,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+// Never over another file: whatever took the name in the meantime is somebody's picture.
 bool move(const QString& from, const QString& to)
 {
     return !Pt::moveWithoutReplacing(
         QFile::encodeName(from).toStdString(), QFile::encodeName(to).toStdString());
 }
 
+// A failure here is the only word that a full or broken disk may give of a file just written.
 bool flushFile(const QString& path)
 {
     try {
@@ -49,6 +51,8 @@ RawConversion::RawConversion(const QString& path)
 bool RawConversion::setRawAside()
 {
     QDir(m_folder).mkdir(u".mfxdownload"_s); // an existing one is as good
+    // What lies here under these names is left from a conversion that failed: a raw file that a
+    // crash left here has been put back by the host when its run began.
     for (const QString& stale : {m_temporaryRaw, m_temporaryDNG, m_temporarySidecar})
         QFile::remove(stale);
     return move(m_raw, m_temporaryRaw);
@@ -75,18 +79,22 @@ bool RawConversion::placeDNG()
         && !Pt::flushFolder(QFile::encodeName(m_folder).toStdString());
 }
 
+// The raw file before its sidecar: a crash in between leaves edits without a picture, never a
+// picture without its edits.
 void RawConversion::dropRaw()
 {
     QFile::remove(m_temporaryRaw);
     QFile::remove(m_temporarySidecar);
 }
 
+// A move that fails leaves its file where the host's next run looks for it.
 void RawConversion::restore()
 {
     move(m_temporaryRaw, m_raw);
     move(m_temporarySidecar, m_sidecar);
 }
 
+// Only when it is empty: the library may have left half a DNG, which the next conversion clears.
 void RawConversion::leave()
 {
     QDir(m_folder).rmdir(u".mfxdownload"_s);

@@ -22,6 +22,8 @@ constexpr char16_t kVideoExtensions[] =
     u"dvr-ms,mts,m2ts,flv,flm,swf,m1v,avc";
 constexpr char16_t kAnyExtension[] = u"*";
 
+// A part counts as there when it is found anywhere in the list, inside a longer extension too: "jp"
+// is never added. An empty part is always found.
 QString extendedImageList(const QString& zqExtensions)
 {
     QString list = QString::fromUtf16(kImageExtensions);
@@ -37,6 +39,8 @@ void addExtensions(CMOXFileFormat& formats, const QString& extensions, std::uint
     record.tag = kFxTagFileFormat;
     record.size = kFxSizeFileFormat;
     record.mediaMask = mask;
+    // The answer of SetFormat is passed over: a repeat is refused, and the list is right without
+    // it.
     for (const QString& extension : extensions.split(u',')) {
         ptucsncpy(record.extension, fxUnits(extension), std::size(record.extension) - 1);
         record.extension[std::size(record.extension) - 1] = 0;
@@ -46,6 +50,7 @@ void addExtensions(CMOXFileFormat& formats, const QString& extensions, std::uint
 
 } // namespace
 
+// The order is part of the answer: GetFormat walks the records in it, and ends with "*".
 FxRef<CMOXFileFormat> makeSupportedFormats(const QString& zqExtensions)
 {
     auto formats = FxRef<CMOXFileFormat>::share(new (std::nothrow) CMOXFileFormat);

@@ -31,6 +31,7 @@ bool isFolderWritable(const QString& path)
     return ptucsaccess(fxUnits(path), kUcsWrite) == 0;
 }
 
+// From the top down, by calling itself. A path without a slash counts as made.
 bool mkdirFromAbsPath(const QString& path)
 {
     const QDir folder(path);
@@ -40,7 +41,7 @@ bool mkdirFromAbsPath(const QString& path)
     const qsizetype slash = absolute.lastIndexOf(u'/', -1, Qt::CaseSensitive);
     if (slash < 0)
         return true;
-    constexpr qsizetype kRootLength = 2;
+    constexpr qsizetype kRootLength = 2; // a parent this short counts as a root, which nobody makes
     if (slash > kRootLength && !mkdirFromAbsPath(absolute.left(slash)))
         return false;
     return QDir().mkdir(absolute) || QDir(absolute).exists(); // somebody else may have been first
@@ -59,6 +60,7 @@ bool copyFileIntoTargetFolder(const QString& sourceFolder,
     return copyProvenIntoTargetFolder(sourceFolder, sourceName, destFolder, destName).isProven();
 }
 
+// The user's own permissions and no others, whatever the card's files have: backups are private.
 Pt::CopyResult copyProvenIntoTargetFolder(const QString& sourceFolder,
     const QString& sourceName,
     const QString& destFolder,

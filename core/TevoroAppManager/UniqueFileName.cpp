@@ -16,6 +16,7 @@ namespace {
 constexpr int kRounds = 10000;
 constexpr qsizetype kLongName = 253; // characters
 
+// "IMG_1.jpg" gives "IMG_1-1.jpg". Only the last dot parts the extension.
 QString numbered(const QString& base, qint64 index)
 {
     const qsizetype dot = base.lastIndexOf(u'.');
@@ -49,12 +50,14 @@ enum class Probe { kFree, kTaken, kRefused };
 Probe probe(const QString& folder, const QString& name)
 {
     const QString path = folder + QDir::separator() + name;
+    // Asked first although making the file would tell as well: a test is cheap, and where there are
+    // many numbered copies most names are taken.
     if (ptucsaccess(fxUnits(path), kUcsExists) == 0)
         return Probe::kTaken;
     const JournalEntry entry(folder, name);
     try {
         PtIoDeviceFile::Pointer file = PtIoDeviceFile::Create(fxUnits(path), kPtIoTemporary);
-        file->flush();
+        file->flush(); // a file system may take a name and only now find itself full
         file = 0; // closes the file, which removes it
         return Probe::kFree;
     } catch (const Pt::ExSystem& failure) {
@@ -71,6 +74,8 @@ bool generateUniqueFileName(
     qint64 index = firstIndex; // the rounds may count beyond the highest int
     for (int round = 0; round < kRounds; ++round) {
         out = round == 0 && !forceNumber ? base : numbered(base, index++);
+        // Anything but a taken name ends the search: a folder that takes no file takes none of the
+        // other names either.
         const Probe result = probe(folder.trimmed(), out);
         if (result != Probe::kTaken)
             return result == Probe::kFree;
@@ -78,6 +83,8 @@ bool generateUniqueFileName(
     return false;
 }
 
+// Without a dash the whole name goes to the number, extension and all: "123" is a number, and
+// "IMG_0012.jpg" is none and gives 0.
 int utilBaseFilename(const QString& name, QString& base)
 {
     QString digits = name;

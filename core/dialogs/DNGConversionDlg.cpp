@@ -30,22 +30,35 @@ struct HelpRow {
     QLabel* text;
 };
 
-// A wrapped text behind the information icon.
-HelpRow makeHelpRow(const QString& text, const QPixmap& pixmap, QWidget* parent)
+// Over a spacer: the icon stays at the top, beside the first line of the text.
+QVBoxLayout* makeIconColumn(QLabel* icon)
 {
-    auto* icon = new QLabel(parent);
-    icon->setPixmap(pixmap);
-    auto* iconColumn = new QVBoxLayout;
-    iconColumn->addWidget(icon);
-    iconColumn->addItem(makeSpacer(QSizePolicy::Minimum, QSizePolicy::Minimum));
+    auto* column = new QVBoxLayout;
+    column->addWidget(icon);
+    column->addItem(makeSpacer(QSizePolicy::Minimum, QSizePolicy::Minimum));
+    return column;
+}
 
+// A wrapped text is content with the width of its longest word: the least width keeps it, and with
+// it the dialog, readable.
+QLabel* makeHelpText(const QString& text, QWidget* parent)
+{
     auto* help = new QLabel(text, parent);
     help->setMinimumWidth(kHelpWidth);
     help->setWordWrap(true);
     help->setAlignment(Qt::AlignLeft | Qt::AlignJustify);
+    return help;
+}
 
+// A wrapped text behind the information icon. Without the picture the icon's label is empty, and
+// nobody is told.
+HelpRow makeHelpRow(const QString& text, const QPixmap& pixmap, QWidget* parent)
+{
+    auto* icon = new QLabel(parent);
+    icon->setPixmap(pixmap);
+    auto* help = makeHelpText(text, parent);
     auto* row = new QHBoxLayout;
-    row->addLayout(iconColumn);
+    row->addLayout(makeIconColumn(icon));
     row->addSpacing(kSpacing);
     row->addWidget(help);
     return {row, icon, help};
@@ -74,6 +87,7 @@ DNGConversionDlg::DNGConversionDlg(
     setModal(true);
     setWindowTitle(
         PtZString::getZString(u"$$$/DngConversion/SettingsCaption=DNG Conversion Settings"_s));
+    // Before the groups, which take their font from it.
     m_previewLabel = new QLabel(
         PtZString::getZString(u"$$$/DngConversion/JPEGPreview=&JPEG Preview: "_s), m_controlParent);
 
@@ -86,6 +100,7 @@ DNGConversionDlg::DNGConversionDlg(
     outer->addWidget(makeMethodGroup(convertToLinear));
     outer->addWidget(makeRawFileGroup(embedOriginal));
     outer->addLayout(makeButtonRow());
+    // Sized last: what a low screen makes the dialog give up counts already.
     if (heightBeyondScreen(*this) > 0)
         giveUpRoomBelowHelp();
     fitToContents(*this);
@@ -96,6 +111,7 @@ void DNGConversionDlg::giveUpRoomBelowHelp()
 {
     for (QSpacerItem* room : m_roomBelowHelp)
         room->changeSize(0, 0, QSizePolicy::Fixed, QSizePolicy::Expanding);
+    // The layouts around the spacers keep the sizes that they once worked out.
     for (auto* group : findChildren<QGroupBox*>()) {
         group->layout()->invalidate();
         group->updateGeometry();
@@ -114,6 +130,8 @@ QGroupBox* DNGConversionDlg::makeGroup(const QString& title)
     return group;
 }
 
+// Like all controls here it takes the focus from the tab key alone: a click changes the setting and
+// leaves the keyboard where it was.
 QCheckBox* DNGConversionDlg::makeCheckBox(const QString& text, bool checked, QWidget* parent)
 {
     auto* box = new QCheckBox(text, parent);
@@ -132,10 +150,10 @@ QRadioButton* DNGConversionDlg::makeRadio(const QString& text, QWidget* parent)
     return radio;
 }
 
-QGroupBox* DNGConversionDlg::makePreviewGroup(int previewSize)
+// An item's place is the size that it stands for. Another number chooses none of them, and comes
+// back as -1.
+void DNGConversionDlg::makePreviewCombo(QWidget* group, int previewSize)
 {
-    auto* group = makeGroup(PtZString::getZString(u"$$$/DngConversion/Preview=Preview"_s));
-    m_previewLabel->setParent(group);
     m_previewCombo = new QComboBox(group);
     m_previewCombo->setObjectName(u"preview_options_combo"_s);
     m_previewCombo->insertItem(0, PtZString::getZString(u"$$$/DngConversion/None=None"_s));
@@ -144,8 +162,14 @@ QGroupBox* DNGConversionDlg::makePreviewGroup(int previewSize)
     m_previewCombo->insertItem(2, PtZString::getZString(u"$$$/DngConversion/FullSize=Full Size"_s));
     m_previewCombo->setCurrentIndex(previewSize);
     m_previewCombo->setFocusPolicy(Qt::TabFocus);
-    m_previewLabel->setBuddy(m_previewCombo);
+}
 
+QGroupBox* DNGConversionDlg::makePreviewGroup(int previewSize)
+{
+    auto* group = makeGroup(PtZString::getZString(u"$$$/DngConversion/Preview=Preview"_s));
+    m_previewLabel->setParent(group); // the label is older than its group
+    makePreviewCombo(group, previewSize);
+    m_previewLabel->setBuddy(m_previewCombo);
     auto* layout = new QHBoxLayout(group);
     layout->addWidget(m_previewLabel);
     layout->setSpacing(kPreviewSpacing);
@@ -166,10 +190,9 @@ QGroupBox* DNGConversionDlg::makeCompressionGroup(bool compressed)
     return group;
 }
 
-QGroupBox* DNGConversionDlg::makeMethodGroup(bool convertToLinear)
+// To check a button is no click: a dialog that starts with "linear" shows the help all the same.
+void DNGConversionDlg::makeMethodRadios(QWidget* group, bool convertToLinear)
 {
-    auto* group = makeGroup(PtZString::getZString(
-        u"$$$/DngConversion/ImageConversionMethod=Image Conversion Method"_s));
     m_preserveRadio = makeRadio(
         PtZString::getZString(u"$$$/DngConversion/PreserveRawImage=&Preserve Raw Image"_s), group);
     m_linearRadio = makeRadio(
@@ -178,7 +201,13 @@ QGroupBox* DNGConversionDlg::makeMethodGroup(bool convertToLinear)
     connect(
         &m_methods, &QButtonGroup::idClicked, this, &DNGConversionDlg::slotConversionOptionClicked);
     (convertToLinear ? m_linearRadio : m_preserveRadio)->setChecked(true);
+}
 
+QGroupBox* DNGConversionDlg::makeMethodGroup(bool convertToLinear)
+{
+    auto* group = makeGroup(PtZString::getZString(
+        u"$$$/DngConversion/ImageConversionMethod=Image Conversion Method"_s));
+    makeMethodRadios(group, convertToLinear);
     const HelpRow help = makeHelpRow(
         PtZString::getZString(
             u"$$$/DngConversion/HelpOne=The image data is stored in the original \"mosaic\" format,"
@@ -196,6 +225,7 @@ QGroupBox* DNGConversionDlg::makeMethodGroup(bool convertToLinear)
     return group;
 }
 
+// This help holds whether or not the box is checked, and so always shows.
 QGroupBox* DNGConversionDlg::makeRawFileGroup(bool embedOriginal)
 {
     auto* group =
@@ -217,6 +247,7 @@ QGroupBox* DNGConversionDlg::makeRawFileGroup(bool embedOriginal)
     return group;
 }
 
+// Cancel is made first and so comes first for the tab key, as it does on screen.
 QHBoxLayout* DNGConversionDlg::makeButtonRow()
 {
     m_cancelButton = new QPushButton(PtZString::getCancelString(), m_controlParent);
@@ -254,6 +285,8 @@ bool DNGConversionDlg::getImageConversionMethod() const
     return m_linearRadio->isChecked();
 }
 
+// The button's state counts and not the id: a group that numbers its own buttons gives ids that say
+// nothing.
 void DNGConversionDlg::slotConversionOptionClicked(int)
 {
     const bool preserves = !m_linearRadio->isChecked();

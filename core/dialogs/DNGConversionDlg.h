@@ -49,6 +49,8 @@ public Q_SLOTS:
     void slotConversionOptionClicked(int id);
 
 private:
+    void makePreviewCombo(QWidget* group, int previewSize);
+    void makeMethodRadios(QWidget* group, bool convertToLinear);
     QGroupBox* makePreviewGroup(int previewSize);
     QGroupBox* makeCompressionGroup(bool compressed);
     QGroupBox* makeMethodGroup(bool convertToLinear);

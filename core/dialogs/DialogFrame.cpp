@@ -7,6 +7,7 @@
 
 namespace {
 
+// A wrapped text tells its height only for a given width: the plain hint guesses at one of its own.
 QSize wantedSize(const QDialog& dialog)
 {
     const QLayout& layout = *dialog.layout();
@@ -15,6 +16,7 @@ QSize wantedSize(const QDialog& dialog)
     return {width, layout.hasHeightForWidth() ? layout.totalHeightForWidth(width) : hint.height()};
 }
 
+// Of the screen that the dialog would open on, without what the desktop keeps for itself.
 int screenHeight(const QDialog& dialog)
 {
     return dialog.screen()->availableGeometry().height();
@@ -27,6 +29,8 @@ QSpacerItem* makeSpacer(QSizePolicy::Policy horizontal, QSizePolicy::Policy vert
     return new QSpacerItem(0, 0, horizontal, vertical);
 }
 
+// Only the height gives way: a dialog as narrow as its screen would wrap its texts anew, and need
+// more height again.
 void fitToContents(QDialog& dialog)
 {
     const QSize wanted = wantedSize(dialog);

@@ -1,6 +1,7 @@
 #include "dialogs/PtMessageBox.h"
 
 #include "dialogs/DialogFrame.h"
+#include "dialogs/MessageBoxRequest.h"
 
 #include <QCheckBox>
 #include <QFontMetrics>
@@ -39,12 +40,21 @@ QStyle::StandardPixmap standardPixmapOf(QMessageBox::Icon icon)
     return QStyle::SP_MessageBoxInformation;
 }
 
+// As the toolkit's own message boxes draw theirs, sharp on a screen with a scale of its own.
 QPixmap pixmapOf(QMessageBox::Icon icon, const QWidget& widget)
 {
     const QStyle& style = *widget.style();
     const int side = style.pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, &widget);
     return style.standardIcon(standardPixmapOf(icon), nullptr, &widget)
         .pixmap(QSize(side, side), widget.devicePixelRatioF());
+}
+
+QHBoxLayout* makeRow(int spacing)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(spacing);
+    row->setContentsMargins(0, 0, 0, 0);
+    return row;
 }
 
 // The width of the widest text; an accelerator's mark counts, as texts are measured as stored.
@@ -103,54 +113,82 @@ PtMessageBox::PtMessageBox(const QWidget* parent,
     const QString& checkBoxText,
     bool checkBoxChecked,
     int defaultButton)
-    : QDialog(
-        const_cast<QWidget*>(parent), kDialogFlags) // the toolkit knows no parent that is const
-    , m_escapeResult(escapeResult)
+    : PtMessageBox(MessageBoxRequest{parent,
+        icon,
+        caption,
+        text,
+        {button0, button1, button2, button3, button4},
+        escapeResult,
+        defaultButton,
+        checkBoxText,
+        checkBoxChecked})
+{
+}
+
+// Texts are measured and widgets sized while the box is still hidden: whoever shows it first gets
+// it as it will stay.
+PtMessageBox::PtMessageBox(const MessageBoxRequest& request)
+    // The toolkit knows no parent that is const; the contract promises not to change it.
+    : QDialog(const_cast<QWidget*>(request.parent), kDialogFlags)
+    , m_escapeResult(request.escapeResult)
 {
     setObjectName(QString());
     setModal(true);
-    if (!caption.isEmpty())
-        setWindowTitle(caption);
+    if (!request.caption.isEmpty())
+        setWindowTitle(request.caption);
     auto* outer = new QVBoxLayout(this);
     outer->setSpacing(kOuterSpacing);
     outer->setContentsMargins(kOuterMargin, kOuterMargin, kOuterMargin, kOuterMargin);
-    QLabel* textLabel = addMessage(*outer, icon, text);
-    if (!checkBoxText.isEmpty())
-        addCheckBox(*outer, checkBoxText, checkBoxChecked);
-    addButtons(*outer, {button0, button1, button2, button3, button4}, defaultButton);
+    QLabel* textLabel = addMessage(*outer, request.icon, request.text);
+    if (!request.checkBoxText.isEmpty())
+        addCheckBox(*outer, request.checkBoxText, request.isChecked);
+    addButtons(*outer, request.buttons, request.defaultButton);
+    // Last, when all that shares the height with the text is there.
     keepButtonsOnScreen(*textLabel);
 }
 
 QLabel* PtMessageBox::addMessage(QBoxLayout& outer, QMessageBox::Icon icon, const QString& text)
 {
-    auto* iconLabel = new QLabel(this);
-    iconLabel->setObjectName(u"messageBox.icon"_s);
-    if (icon == QMessageBox::NoIcon)
-        iconLabel->hide();
-    else
-        iconLabel->setPixmap(pixmapOf(icon, *this));
-    iconLabel->setFixedWidth(iconLabel->sizeHint().width());
-
-    auto* textLabel = new QLabel(this);
-    textLabel->setObjectName(u"messageBox.label"_s);
-    textLabel->setTextFormat(Qt::PlainText);
-    textLabel->setText(text);
-    const int width = QFontMetrics(font()).horizontalAdvance(text);
-    textLabel->setFixedWidth(std::min(width, kWrapWidth) + kTextMargin);
-    textLabel->setAlignment(Qt::AlignVCenter);
-    textLabel->setWordWrap(true);
-
-    auto* row = new QHBoxLayout;
-    row->setSpacing(kOuterSpacing);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->addWidget(iconLabel);
+    auto* row = makeRow(kOuterSpacing);
+    row->addWidget(makeIconLabel(icon));
+    QLabel* textLabel = makeTextLabel(text);
     row->addWidget(textLabel);
+    // Takes what the row has left, so that icon and text stay together on the left.
     row->addItem(makeSpacer(QSizePolicy::Expanding, QSizePolicy::Minimum));
     outer.addLayout(row);
     return textLabel;
 }
 
+// Without an icon the label is there all the same, hidden: the row has the same three places.
+QLabel* PtMessageBox::makeIconLabel(QMessageBox::Icon icon)
+{
+    auto* label = new QLabel(this);
+    label->setObjectName(u"messageBox.icon"_s);
+    if (icon == QMessageBox::NoIcon)
+        label->hide();
+    else
+        label->setPixmap(pixmapOf(icon, *this));
+    label->setFixedWidth(label->sizeHint().width());
+    return label;
+}
+
+// Measured in the dialog's font and as one line: a text with line breaks is taken for as wide as
+// all of its lines together, up to where it wraps.
+QLabel* PtMessageBox::makeTextLabel(const QString& text)
+{
+    auto* label = new QLabel(this);
+    label->setObjectName(u"messageBox.label"_s);
+    label->setTextFormat(Qt::PlainText); // texts hold names of files, which may look like markup
+    label->setText(text);
+    const int width = QFontMetrics(font()).horizontalAdvance(text);
+    label->setFixedWidth(std::min(width, kWrapWidth) + kTextMargin);
+    label->setAlignment(Qt::AlignVCenter);
+    label->setWordWrap(true);
+    return label;
+}
+
 // A window without a frame cannot be moved: truncate long text rather than push buttons off screen.
+// Cut at the end, so that the alignment changes too; centred it would lose its first lines as well.
 void PtMessageBox::keepButtonsOnScreen(QLabel& text)
 {
     const int beyond = heightBeyondScreen(*this);
@@ -174,23 +212,23 @@ void PtMessageBox::addCheckBox(QBoxLayout& outer, const QString& text, bool chec
 void PtMessageBox::addButtons(
     QBoxLayout& outer, const std::array<QString, kButtonCount>& texts, int defaultButton)
 {
-    auto* row = new QHBoxLayout;
-    row->setSpacing(kButtonSpacing);
-    row->setContentsMargins(0, 0, 0, 0);
+    auto* row = makeRow(kButtonSpacing);
     outer.addLayout(row);
     row->addItem(makeSpacer(QSizePolicy::Minimum, QSizePolicy::Minimum));
     Buttons buttons{};
-    for (int number = 0; number < kButtonCount; ++number) {
+    for (int number = 0; number < kButtonCount; ++number) { // in this order the tab key visits them
         const auto index = static_cast<std::size_t>(number);
         if (texts[index].isEmpty())
             continue;
         buttons[index] = makeButton(number, texts[index]);
         row->addWidget(buttons[index]);
     }
+    // The default first: some styles draw it larger, and the height is that of a button as drawn.
     markDefault(buttons, defaultButton);
     sizeAlike(buttons, kMinimumButtonWidth);
 }
 
+// A slot for each number, as the contract has them: no button carries its number in itself.
 QPushButton* PtMessageBox::makeButton(int number, const QString& text)
 {
     static constexpr std::array<Slot, kButtonCount> kSlots{&PtMessageBox::slotBtn0,
@@ -209,6 +247,7 @@ bool PtMessageBox::getCheckBoxStatus() const
     return m_checkBox->isChecked();
 }
 
+// Escape and the window's closing both come here.
 void PtMessageBox::reject()
 {
     done(m_escapeResult);

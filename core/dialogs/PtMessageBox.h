@@ -17,6 +17,7 @@ class QBoxLayout;
 class QCheckBox;
 class QLabel;
 class QPushButton;
+struct MessageBoxRequest;
 
 class PtMessageBox : public QDialog {
     Q_OBJECT
@@ -136,7 +137,14 @@ private:
     using Slot = void (PtMessageBox::*)();
     using Buttons = std::array<QPushButton*, kButtonCount>; // null where there is none
 
+    explicit PtMessageBox(const MessageBoxRequest& request);
+
+    static int answer(const MessageBoxRequest& request);
+    static int answerWithCheckBox(MessageBoxRequest request, bool& checked);
+
     QLabel* addMessage(QBoxLayout& outer, QMessageBox::Icon icon, const QString& text);
+    QLabel* makeIconLabel(QMessageBox::Icon icon);
+    QLabel* makeTextLabel(const QString& text);
     void addCheckBox(QBoxLayout& outer, const QString& text, bool checked);
     void addButtons(
         QBoxLayout& outer, const std::array<QString, kButtonCount>& texts, int defaultButton);

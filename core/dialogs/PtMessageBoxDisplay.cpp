@@ -1,11 +1,14 @@
 // The message box's static functions: each shows a box and waits for its answer.
 
+#include "dialogs/MessageBoxRequest.h"
 #include "dialogs/PtMessageBox.h"
 #include "strings/PtZString.h"
 
 #include <QCoreApplication>
 
 namespace {
+
+constexpr std::size_t kCancelButton = 1;
 
 // Runs the box, and sees to it that it is gone from the screen before the caller goes on.
 int answerOf(PtMessageBox& box)
@@ -16,6 +19,23 @@ int answerOf(PtMessageBox& box)
 }
 
 } // namespace
+
+int PtMessageBox::answer(const MessageBoxRequest& request)
+{
+    PtMessageBox box(request);
+    return answerOf(box);
+}
+
+// The check box starts from `checked`. Its state is read before the box goes, however it was left:
+// an escape keeps it too.
+int PtMessageBox::answerWithCheckBox(MessageBoxRequest request, bool& checked)
+{
+    request.isChecked = checked;
+    PtMessageBox box(request);
+    const int result = answerOf(box);
+    checked = box.getCheckBoxStatus();
+    return result;
+}
 
 int PtMessageBox::display(const QWidget* parent,
     QMessageBox::Icon icon,
@@ -29,20 +49,13 @@ int PtMessageBox::display(const QWidget* parent,
     int escapeResult,
     int defaultButton)
 {
-    PtMessageBox box(parent,
+    return answer({parent,
         icon,
         caption,
         text,
-        button0,
-        button1,
-        button2,
-        button3,
-        button4,
+        {button0, button1, button2, button3, button4},
         escapeResult,
-        QString(),
-        false,
-        defaultButton);
-    return answerOf(box);
+        defaultButton});
 }
 
 int PtMessageBox::dialog(const QWidget* parent,
@@ -56,17 +69,13 @@ int PtMessageBox::dialog(const QWidget* parent,
     int escapeResult,
     int defaultButton)
 {
-    return display(parent,
+    return answer({parent,
         QMessageBox::NoIcon,
         caption,
         text,
-        button0,
-        button1,
-        button2,
-        button3,
-        button4,
+        {button0, button1, button2, button3, button4},
         escapeResult,
-        defaultButton);
+        defaultButton});
 }
 
 int PtMessageBox::warning(const QWidget* parent,
@@ -78,17 +87,13 @@ int PtMessageBox::warning(const QWidget* parent,
     int escapeResult,
     int defaultButton)
 {
-    return display(parent,
+    return answer({parent,
         QMessageBox::Warning,
         caption,
         text,
-        button0,
-        button1,
-        button2,
-        QString(),
-        QString(),
+        {button0, button1, button2},
         escapeResult,
-        defaultButton);
+        defaultButton});
 }
 
 int PtMessageBox::critical(const QWidget* parent,
@@ -100,17 +105,13 @@ int PtMessageBox::critical(const QWidget* parent,
     int escapeResult,
     int defaultButton)
 {
-    return display(parent,
+    return answer({parent,
         QMessageBox::Critical,
         caption,
         text,
-        button0,
-        button1,
-        button2,
-        QString(),
-        QString(),
+        {button0, button1, button2},
         escapeResult,
-        defaultButton);
+        defaultButton});
 }
 
 int PtMessageBox::information(const QWidget* parent,
@@ -122,17 +123,13 @@ int PtMessageBox::information(const QWidget* parent,
     int escapeResult,
     int defaultButton)
 {
-    return display(parent,
+    return answer({parent,
         QMessageBox::Information,
         caption,
         text,
-        button0,
-        button1,
-        button2,
-        QString(),
-        QString(),
+        {button0, button1, button2},
         escapeResult,
-        defaultButton);
+        defaultButton});
 }
 
 int PtMessageBox::dialogWithCB(const QWidget* parent,
@@ -143,19 +140,13 @@ int PtMessageBox::dialogWithCB(const QWidget* parent,
     bool showCancel,
     QMessageBox::Icon icon)
 {
-    constexpr int kCancelButton = 1;
-    return dialogWithCB(parent,
-        caption,
-        text,
-        checkBoxText,
-        checked,
-        icon,
-        PtZString::getOKString(),
-        showCancel ? PtZString::getCancelString() : QString(),
-        QString(),
-        QString(),
-        QString(),
-        kCancelButton);
+    MessageBoxRequest request{parent, icon, caption, text};
+    request.buttons[0] = PtZString::getOKString();
+    if (showCancel)
+        request.buttons[kCancelButton] = PtZString::getCancelString();
+    request.escapeResult = static_cast<int>(kCancelButton); // whether or not there is such a button
+    request.checkBoxText = checkBoxText;
+    return answerWithCheckBox(request, checked);
 }
 
 int PtMessageBox::dialogWithCB(const QWidget* parent,
@@ -171,20 +162,9 @@ int PtMessageBox::dialogWithCB(const QWidget* parent,
     const QString& button4,
     int escapeResult)
 {
-    PtMessageBox box(parent,
-        icon,
-        caption,
-        text,
-        button0,
-        button1,
-        button2,
-        button3,
-        button4,
-        escapeResult,
-        checkBoxText,
-        checked,
-        -1);
-    const int answer = answerOf(box);
-    checked = box.getCheckBoxStatus();
-    return answer;
+    MessageBoxRequest request{parent, icon, caption, text};
+    request.buttons = {button0, button1, button2, button3, button4};
+    request.escapeResult = escapeResult;
+    request.checkBoxText = checkBoxText;
+    return answerWithCheckBox(request, checked);
 }

@@ -21,7 +21,8 @@ QString withEllipsis(const QString& label)
     return label.isEmpty() || label.contains(dots) ? label : label + dots;
 }
 
-// Steps far below zero lead beyond what an int holds, where a conversion has no defined result.
+// Below zero is a state like any other: a caller may take back more than it did. Steps far below
+// lead beyond what an int holds, where a conversion has no defined result.
 int toUnits(float value)
 {
     constexpr float kLimit = 2147483648.0F; // 2^31, exact in single precision
@@ -49,11 +50,13 @@ PtProgressDialog::PtProgressDialog(
     pushLevel(totalSteps);
 }
 
+// A job that ends early leaves its levels open.
 PtProgressDialog::~PtProgressDialog()
 {
     qDeleteAll(m_levels);
 }
 
+// The new level is worth a step of the one that is still the deepest: that is asked first.
 void PtProgressDialog::pushLevel(int steps)
 {
     m_levels.append(new PtProgressStep(steps, getNewCoefficient(steps)));
@@ -86,6 +89,8 @@ float PtProgressDialog::getNewCoefficient(int steps)
     return m_currentLevel ? share * m_currentLevel->coefficient() : share;
 }
 
+// In single precision and from the first level on: another order or a wider type gives another unit
+// here and there. No level at all means that the job is done.
 int PtProgressDialog::calculateMasterProgress()
 {
     if (m_levels.isEmpty())
@@ -96,6 +101,7 @@ int PtProgressDialog::calculateMasterProgress()
     return toUnits(std::floor(done * static_cast<float>(kUnits)));
 }
 
+// Slots of a dialog with one job and one total: connections to them do no harm.
 void PtProgressDialog::setProgress(int, int) { }
 
 void PtProgressDialog::setTotalSteps(int) { }
@@ -108,6 +114,8 @@ void PtProgressDialog::setProgress(int nAmountDone)
         QProgressDialog::setValue(units);
         Q_EMIT signalProgressChanged(units);
     }
+    // Last, and without a level too: the bar is drawn and the Cancel button heard before the job
+    // goes on to its next step.
     QCoreApplication::processEvents();
 }
 
@@ -115,7 +123,7 @@ bool PtProgressDialog::progressCallback(
     void* dialog, int progress, int newLevelSteps, bool levelFinished)
 {
     constexpr int kNotGiven = -1;
-    QCoreApplication::processEvents();
+    QCoreApplication::processEvents(); // first: a press that waits counts for this step
     if (!dialog)
         return true;
     auto& self = *static_cast<PtProgressDialog*>(dialog);

@@ -65,7 +65,8 @@ std::optional<QString> normalised(const QString& text)
     return token;
 }
 
-// The host's configuration names the application whose language setting holds.
+// The host's configuration, in its working folder, names the application whose language setting
+// holds.
 std::optional<QString> configuredLocale()
 {
     QFile file(u"./mfx_common_config.xml"_s);
@@ -80,6 +81,8 @@ std::optional<QString> configuredLocale()
 
 // The path is an entry of the dictionary, so a dictionary that is already open can name another
 // file.
+// The file's name is itself a text with a key. While the first dictionary is being chosen none is
+// open, and the name is the one that stands here.
 std::optional<QString> machineLocale()
 {
     const QString name = PtZString::getZString(
@@ -98,8 +101,7 @@ std::optional<QString> machineLocale()
     return normalised(QString::fromUtf8(line));
 }
 
-// The system says "de_DE" or just "de"; the table and the folders of the dictionaries are in lower
-// case.
+// Not trimmed, unlike the other two: the system's locale is no text that people type.
 std::optional<QString> currentLocale()
 {
     const auto locale = Pt::systemLocale();

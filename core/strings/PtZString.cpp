@@ -35,6 +35,8 @@ QString dictionaryFile(const QString& locale)
         + u"MFXStrings.dct"_s;
 }
 
+// A file that is not there is read as an empty one; what fails is a damaged file. The dictionary
+// stays with what it has by then.
 bool readFile(lexkit::Dictionary& dictionary, const QString& path)
 {
     try {
@@ -51,6 +53,7 @@ bool readFile(lexkit::Dictionary& dictionary, const QString& path)
     }
 }
 
+// Copies the units: they belong to the look-up's result, which is gone at the end of the statement.
 QString toQString(const lexkit::ZString& text)
 {
     const unsigned short* units = nullptr;
@@ -94,6 +97,8 @@ void PtZString::closeZStringDict()
     delete std::exchange(smpDictionary, nullptr);
 }
 
+// The first "=" ends the key; those behind it are part of the text. Where a look-up fails, the text
+// that stands in the program shows.
 QString PtZString::getZString(const QString& literal)
 {
     const qsizetype equals = literal.indexOf(u'=');

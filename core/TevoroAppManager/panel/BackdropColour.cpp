@@ -7,7 +7,7 @@
 namespace {
 
 constexpr float kDefaultLevel = 130;
-constexpr float kDarkBelow = 0.47F;
+constexpr float kDarkBelow = 0.47F; // between the levels 119 and 120
 
 } // namespace
 

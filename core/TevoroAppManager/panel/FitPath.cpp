@@ -10,6 +10,11 @@ namespace {
 
 const QString kDots = u"..."_s;
 
+bool isNarrower(const QString& text, const QFontMetrics& metrics, int width)
+{
+    return metrics.horizontalAdvance(text) < width;
+}
+
 // Tries "/...", then ever fewer components behind it. Leaves the place of the last separator.
 bool fitsBehindRoot(const QString& path,
     QString& out,
@@ -24,14 +29,15 @@ bool fitsBehindRoot(const QString& path,
     for (qsizetype n = path.indexOf(separator, first + 1); n >= 0;
          n = path.indexOf(separator, n + 1)) {
         out = head + path.mid(n);
-        if (metrics.horizontalAdvance(out) < width)
+        if (isNarrower(out, metrics, width))
             return true;
         lastSeparator = n;
     }
     return false;
 }
 
-// The strict comparisons elsewhere and this one that is not are meant so.
+// Up to the width itself: the strict comparisons elsewhere and this one that is not are meant so.
+// The first letter goes unmeasured, as the whole name has just proved too wide.
 void cutFromTheFront(QString& out, const QFontMetrics& metrics, int width)
 {
     const int dots = metrics.horizontalAdvance(kDots);
@@ -39,6 +45,16 @@ void cutFromTheFront(QString& out, const QFontMetrics& metrics, int width)
     while (!out.isEmpty() && metrics.horizontalAdvance(out) + dots > width)
         out.remove(0, 1);
     out.prepend(kDots);
+}
+
+void fitName(const QString& name, QString& out, const QFontMetrics& metrics, int width)
+{
+    out = kDots + name;
+    if (isNarrower(out, metrics, width))
+        return;
+    out = name; // without dots: a whole name says more than dots and a part of it
+    if (!isNarrower(out, metrics, width))
+        cutFromTheFront(out, metrics, width);
 }
 
 } // namespace
@@ -49,20 +65,12 @@ void fitPath(const QString& path, QString& out, const QFontMetrics& metrics, con
     QString whole = path;
     whole.replace(u'/', QDir::separator());
     out = whole;
-    if (metrics.horizontalAdvance(whole) < width || !whole.contains(QDir::separator()))
+    if (isNarrower(out, metrics, width) || !whole.contains(QDir::separator()))
         return;
     qsizetype lastSeparator = 0;
     if (fitsBehindRoot(whole, out, metrics, width, lastSeparator))
         return;
     out = kDots + whole.mid(lastSeparator);
-    if (metrics.horizontalAdvance(out) < width)
-        return;
-    const QString name = whole.mid(whole.lastIndexOf(QDir::separator()) + 1);
-    out = kDots + name;
-    if (metrics.horizontalAdvance(out) < width)
-        return;
-    out = name;
-    if (metrics.horizontalAdvance(out) < width)
-        return;
-    cutFromTheFront(out, metrics, width);
+    if (!isNarrower(out, metrics, width))
+        fitName(whole.mid(whole.lastIndexOf(QDir::separator()) + 1), out, metrics, width);
 }

@@ -17,8 +17,11 @@ bool canAsk()
     return qobject_cast<QApplication*>(QCoreApplication::instance()) != nullptr;
 }
 
+// Each dialog belongs to the window that is active when it opens, which is the host's: the sink
+// knows of no other.
 class ScreenDialogs final : public PanelDialogs {
 public:
+    // Asked again, after a warning, it has no parent and follows symbolic links: so the contract.
     QString askFolder(const QString& start, bool isFirst) override
     {
         if (!canAsk())

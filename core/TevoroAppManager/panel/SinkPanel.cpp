@@ -3,16 +3,12 @@
 #include "TevoroAppManager/ApplicationFolders.h"
 #include "TevoroAppManager/FxText.h"
 #include "TevoroAppManager/TargetFolder.h"
-#include "TevoroAppManager/panel/FitPath.h"
+#include "TevoroAppManager/panel/BackupLabel.h"
 #include "strings/ApplicationLocale.h"
 #include "strings/PtZString.h"
 
 #include <QDir>
 #include <QFile>
-#include <QFont>
-#include <QFontMetrics>
-#include <QGuiApplication>
-#include <QRect>
 
 #include <array>
 
@@ -25,29 +21,16 @@ QString descriptionFor(const QString& locale)
     return u"../shared_assets/locales/"_s + locale + u"/Tevoro_custom_options.ui"_s;
 }
 
+void setText(IClientUIControl* control, const QString& text)
+{
+    if (control)
+        control->SetText(text.toUtf8().constData());
+}
+
 void release(IClientUIControl* control)
 {
     if (control)
         control->Release();
-}
-
-QFont fontOf(IClientUIControl& control)
-{
-    QFont font(QString::fromUtf8(control.GetFontFamily()),
-        control.GetFontSize(),
-        control.IsFontBold() ? QFont::Bold : QFont::Normal);
-    font.setItalic(control.IsFontItalic());
-    return font;
-}
-
-// The host draws the label, so that its own numbers count and not those of a widget of ours.
-QString fittedTo(IClientUIControl& label, const QString& path)
-{
-    const QRect rect(
-        QPoint(0, 0), QPoint(label.GetControlWidth() - 1, label.GetControlHeight() - 1));
-    QString fitted;
-    fitPath(path, fitted, QFontMetrics(fontOf(label)), rect);
-    return fitted;
 }
 
 } // namespace
@@ -98,10 +81,7 @@ void SinkPanel::bindBackupControls()
     m_controls.secondaryBackupLabel = bindControl("secondary_backup_label");
     showBackupFolder();
     m_controls.browseButton = bindControl("browse_button");
-    if (m_controls.browseButton) {
-        const QString text = PtZString::getZString(u"$$$/AppSource/Choose=Choose..."_s);
-        m_controls.browseButton->SetText(text.toUtf8().constData());
-    }
+    setText(m_controls.browseButton, PtZString::getZString(u"$$$/AppSource/Choose=Choose..."_s));
     // Asked, not remembered: a host may keep a check box on, whatever it was told.
     if (m_controls.saveCopiesCheckbox && !m_controls.saveCopiesCheckbox->IsChecked())
         enableBackupControls(false);
@@ -138,10 +118,7 @@ void SinkPanel::showBackupFolder()
     IClientUIControl* label = m_controls.secondaryBackupLabel;
     if (!label)
         return;
-    // Fonts can be measured only in an application with a screen, real or not. A host without one
-    // gets the whole path.
-    const QString shown = qGuiApp ? fittedTo(*label, m_backupFolder) : m_backupFolder;
-    label->SetText(shown.toUtf8().constData());
+    setText(label, fittedTo(*label, m_backupFolder));
     label->SetToolTip(m_backupFolder.toUtf8().constData());
 }
 
@@ -158,15 +135,11 @@ void SinkPanel::changeMode(ISinkUICapabilities::eMFXUIMode mode, int value)
         return;
     IClientUIControl* label = nullptr;
     m_handler->FindControl("delete_options_label_minimum_ui", &label);
-    if (!label)
+    const bool isFirst = mode == ISinkUICapabilities::kFxUIMode1;
+    if (!label || (!isFirst && mode != ISinkUICapabilities::kFxUIMode2))
         return;
-    if (mode == ISinkUICapabilities::kFxUIMode1) {
-        label->SetModeValue(value);
-        label->ApplyMode1();
-    } else if (mode == ISinkUICapabilities::kFxUIMode2) {
-        label->SetModeValue(value);
-        label->ApplyMode2();
-    }
+    label->SetModeValue(value);
+    isFirst ? label->ApplyMode1() : label->ApplyMode2();
 }
 
 // Using the settings button while the conversion is off disables it first, and still opens the

@@ -15,12 +15,14 @@ std::optional<QString> PreferenceReader::textIfThere(const char* key)
 {
     const bool isThere = m_store.GetValue(
         kPreferenceDomain, fxUnits(QString::fromLatin1(key)), m_buffer.data(), kValueCapacity);
-    m_buffer.back() = 0;
+    m_buffer.back() = 0; // a store that forgets its terminator is not read beyond the buffer
     if (!isThere)
         return std::nullopt;
     return toQString(m_buffer.data());
 }
 
+// Whether the key was there is deliberately not looked at: if not, the buffer still holds the text
+// of the key before it.
 QString PreferenceReader::text(const char* key)
 {
     textIfThere(key);
@@ -29,6 +31,7 @@ QString PreferenceReader::text(const char* key)
 
 QByteArray PreferenceReader::bytes(const char* key, int size)
 {
+    // One byte more than asked for, and zeroed: what the store writes always has an end.
     const int asked = std::clamp(size, 0, kMaxBytes);
     QByteArray block(asked + 1, '\0');
     auto* start = reinterpret_cast<unsigned char*>(block.data());

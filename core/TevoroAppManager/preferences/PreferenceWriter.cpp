@@ -11,6 +11,7 @@ void PreferenceWriter::text(const char* key, const QString& value)
         static_cast<int>(value.size()));
 }
 
+// Numbers go out as decimal text: the store knows texts and byte strings only.
 void PreferenceWriter::integer(const char* key, int value)
 {
     text(key, QString::number(value));

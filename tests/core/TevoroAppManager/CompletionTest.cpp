@@ -302,6 +302,16 @@ TEST_F(CompletionTest, DeletesTheFirstItemThoughItWasCancelledAtOnce)
     EXPECT_THAT(gDeleted, ElementsAre(100));
 }
 
+TEST_F(CompletionTest, BeginsTheNextDeletionUncancelled)
+{
+    wantDeletion();
+    m_progress.cancelAtStep = 1;
+    pushed({"/t", "/t"});
+    m_progress.cancelAtStep = -1;
+    const std::vector<std::string> lines = pushed({"/t", "/t"});
+    EXPECT_THAT(lines, ElementsAre(kAsked, kBegun2, "step", "step", kDone));
+}
+
 TEST_F(CompletionTest, TellsOfARefusalThoughItWasCancelled)
 {
     wantDeletion();

@@ -1,7 +1,9 @@
 #include "dialogs/DNGConversionDlg.h"
 
 #include "core/dialogs/support/DialogUser.h"
+#include "core/dialogs/support/LayoutParts.h"
 #include "core/dialogs/support/ScreenRun.h"
+#include "strings/PtZString.h"
 #include "support/TestFolder.h"
 
 #include <QButtonGroup>
@@ -22,6 +24,7 @@
 
 using namespace Qt::StringLiterals;
 using test::childOf;
+using test::expectSpacer;
 using test::onNextDialog;
 
 namespace {
@@ -337,10 +340,88 @@ TEST_F(DNGConversionDlgTest, SpacesItsRows)
     ASSERT_TRUE(row);
     EXPECT_EQ(row->spacing(), 10);
     EXPECT_EQ(row->contentsMargins(), QMargins(10, 10, 10, 10));
-    EXPECT_TRUE(row->itemAt(0)->spacerItem());
+    expectSpacer(*row, 0, QSize(0, 0), QSizePolicy::Expanding, QSizePolicy::Fixed);
     EXPECT_EQ(row->itemAt(1)->widget(), &pushButton(dialog, u"Cancel"_s));
     EXPECT_EQ(row->itemAt(2)->widget(), &pushButton(dialog, u"OK"_s));
-    EXPECT_EQ(combo(dialog).parentWidget()->layout()->spacing(), 3);
+    const QLayout& preview = *combo(dialog).parentWidget()->layout();
+    EXPECT_EQ(preview.spacing(), 3);
+    expectSpacer(preview, 2, QSize(0, 0), QSizePolicy::Expanding, QSizePolicy::Minimum);
+}
+
+// Two radio buttons stand above the one help, and one check box above the other.
+TEST_F(DNGConversionDlgTest, KeepsTheHelpApartFromWhatStandsAroundIt)
+{
+    const DNGConversionDlg dialog(nullptr, false, false, true, 0);
+    for (const auto& [group, above] : {std::pair(2, 2), {3, 1}}) {
+        const QLayout& rows = *helpOf(dialog, group).text->parentWidget()->layout();
+        ASSERT_EQ(rows.count(), above + 3) << group;
+        expectSpacer(rows, above, QSize(0, 10), QSizePolicy::Minimum, QSizePolicy::Fixed);
+        expectSpacer(rows, above + 2, QSize(0, 25), QSizePolicy::Fixed, QSizePolicy::Expanding);
+        const QLayout* help = rows.itemAt(above + 1)->layout();
+        ASSERT_TRUE(help) << group;
+        ASSERT_EQ(help->count(), 3) << "icon, room, text";
+        expectSpacer(*help, 1, QSize(10, 0), QSizePolicy::Fixed, QSizePolicy::Minimum);
+        EXPECT_EQ(help->itemAt(2)->widget(), helpOf(dialog, group).text);
+    }
+}
+
+TEST_F(DNGConversionDlgTest, KeepsTheIconAtTheTopOfItsColumn)
+{
+    const DNGConversionDlg dialog(nullptr, false, false, true, 0);
+    for (const int group : {2, 3}) {
+        const Help help = helpOf(dialog, group);
+        const QLayout& rows = *help.icon->parentWidget()->layout();
+        const QLayout* row = rows.itemAt(rows.count() - 2)->layout();
+        ASSERT_TRUE(row) << group;
+        const auto* column = qobject_cast<QVBoxLayout*>(row->itemAt(0)->layout());
+        ASSERT_TRUE(column) << group;
+        ASSERT_EQ(column->count(), 2) << group;
+        EXPECT_EQ(column->itemAt(0)->widget(), help.icon);
+        expectSpacer(*column, 1, QSize(0, 0), QSizePolicy::Minimum, QSizePolicy::Minimum);
+    }
+}
+
+// A dictionary of these keys and no others: a text whose key differs by a letter stays English.
+TEST_F(DNGConversionDlgTest, TakesEachTextByItsKey)
+{
+    const QStringList keys{u"SettingsCaption"_s,
+        u"Preview"_s,
+        u"Compression"_s,
+        u"ImageConversionMethod"_s,
+        u"OriginalRawFile"_s,
+        u"JPEGPreview"_s,
+        u"HelpOne"_s,
+        u"HelpTwo"_s,
+        u"None"_s,
+        u"MediumSize"_s,
+        u"FullSize"_s,
+        u"LossLess"_s,
+        u"EmbedOriginalRawFile"_s,
+        u"PreserveRawImage"_s,
+        u"ConverttoLinearImage"_s};
+    QString lines{QChar(0xFEFF)};
+    for (const QString& key : keys)
+        lines += u"\"$$$/DngConversion/"_s + key + u'=' + key + u" found\"\n"_s;
+    const std::string file = folder.write("keys.dct",
+        std::string(reinterpret_cast<const char*>(lines.utf16()),
+            static_cast<std::size_t>(lines.size()) * sizeof(QChar)));
+    ASSERT_TRUE(PtZString::appendZStringDict(QString::fromStdString(file)));
+    const DNGConversionDlg dialog(nullptr, false, false, true, 0);
+    PtZString::closeZStringDict();
+
+    QStringList shown{dialog.windowTitle()};
+    for (const auto* group : dialog.findChildren<QGroupBox*>())
+        shown << group->title();
+    for (const QLabel* label :
+        {dialog.findChildren<QLabel*>().first(), methodHelp(dialog).text, helpOf(dialog, 3).text})
+        shown << label->text();
+    for (int item = 0; item < combo(dialog).count(); ++item)
+        shown << combo(dialog).itemText(item);
+    shown << checkBox(dialog, 0).text() << checkBox(dialog, 1).text() << radio(dialog, 0).text()
+          << radio(dialog, 1).text();
+    ASSERT_EQ(shown.size(), keys.size());
+    for (qsizetype i = 0; i < keys.size(); ++i)
+        EXPECT_EQ(shown[i], keys[i] + u" found"_s);
 }
 
 TEST_F(DNGConversionDlgTest, GivesItsGroupsTheFontOfTheLabel)

@@ -1,5 +1,6 @@
 #include "dialogs/PtMessageBox.h"
 
+#include "core/dialogs/support/LayoutParts.h"
 #include "core/dialogs/support/MessageBoxUser.h"
 
 #include <QCheckBox>
@@ -20,6 +21,7 @@ using test::button;
 using test::childOf;
 using test::clickOnNextDialog;
 using test::displayButtons;
+using test::expectSpacer;
 using test::hasChild;
 using test::kFive;
 using test::kStillOpen;
@@ -174,7 +176,7 @@ TEST(PtMessageBoxTest, ShowsMarkupAsItStands)
     const auto& label = childOf<QLabel>(*box, "messageBox.label");
     EXPECT_EQ(label.text(), u"<b>R&D</b>"_s);
     EXPECT_EQ(label.textFormat(), Qt::PlainText);
-    EXPECT_TRUE(label.alignment() & Qt::AlignVCenter);
+    EXPECT_EQ(label.alignment(), Qt::AlignVCenter) << "and nothing sideways";
 }
 
 class PtMessageBoxWidthTest : public testing::TestWithParam<std::pair<int, int>> { };
@@ -232,6 +234,7 @@ TEST(PtMessageBoxTest, KeepsItsButtonsOnTheScreenWhateverTheText)
     const auto box = makeBox(parts);
     box->show();
     EXPECT_LE(box->height(), QApplication::primaryScreen()->availableGeometry().height());
+    EXPECT_EQ(childOf<QLabel>(*box, "messageBox.label").alignment(), Qt::AlignTop);
     EXPECT_TRUE(box->rect().contains(button(*box, 0).geometry()));
     EXPECT_EQ(button(*box, 0).visibleRegion().boundingRect(), button(*box, 0).rect());
 }
@@ -254,12 +257,24 @@ TEST(PtMessageBoxTest, SpacesItsRows)
     EXPECT_EQ(message->contentsMargins(), QMargins());
     EXPECT_EQ(message->itemAt(0)->widget(), &childOf<QLabel>(*box, "messageBox.icon"));
     EXPECT_EQ(message->itemAt(1)->widget(), &childOf<QLabel>(*box, "messageBox.label"));
-    EXPECT_TRUE(message->itemAt(2)->spacerItem());
+    expectSpacer(*message, 2, QSize(0, 0), QSizePolicy::Expanding, QSizePolicy::Minimum);
     EXPECT_EQ(buttons->spacing(), 10);
     EXPECT_EQ(buttons->contentsMargins(), QMargins());
-    EXPECT_TRUE(buttons->itemAt(0)->spacerItem());
+    expectSpacer(*buttons, 0, QSize(0, 0), QSizePolicy::Minimum, QSizePolicy::Minimum);
     for (int number = 0; number < 5; ++number)
         EXPECT_EQ(buttons->itemAt(number + 1)->widget(), &button(*box, number));
+}
+
+TEST(PtMessageBoxTest, PutsTheCheckBoxIntoARowOfItsOwnWithASpacerBehindIt)
+{
+    BoxParts parts;
+    parts.checkBoxText = u"again"_s;
+    const auto box = makeBox(parts);
+    const auto* row = qobject_cast<QHBoxLayout*>(box->layout()->itemAt(1)->layout());
+    ASSERT_TRUE(row);
+    ASSERT_EQ(row->count(), 2);
+    EXPECT_EQ(row->itemAt(0)->widget(), &childOf<QCheckBox>(*box, "messageBox.checkBox"));
+    expectSpacer(*row, 1, QSize(0, 0), QSizePolicy::Expanding, QSizePolicy::Minimum);
 }
 
 TEST(PtMessageBoxTest, KeepsTheNumbersOfButtonsBehindAGap)
@@ -281,6 +296,19 @@ TEST(PtMessageBoxTest, MarksAndFocusesTheDefaultButton)
     for (int number = 0; number < 5; ++number)
         EXPECT_EQ(button(*box, number).isDefault(), number == 2) << number;
     EXPECT_EQ(box->focusWidget(), &button(*box, 2));
+}
+
+// Not the check box, which comes before it and would have the focus by itself.
+TEST(PtMessageBoxTest, FocusesTheDefaultButtonBeforeItIsShown)
+{
+    BoxParts parts;
+    parts.buttons = kFive;
+    parts.checkBoxText = u"again"_s;
+    parts.defaultButton = 3;
+    const auto box = makeBox(parts);
+    EXPECT_EQ(box->focusWidget(), &button(*box, 3));
+    parts.defaultButton = -1;
+    EXPECT_EQ(makeBox(parts)->focusWidget(), nullptr);
 }
 
 TEST(PtMessageBoxTest, MarksButtonZeroWhenThatIsTheDefault)

@@ -1,6 +1,7 @@
 #include "dialogs/PtProgressDialog.h"
 
 #include "core/dialogs/support/DialogUser.h"
+#include "core/dialogs/support/WatchedBlocks.h"
 
 #include <QLabel>
 #include <QProgressBar>
@@ -109,6 +110,13 @@ TEST_F(PtProgressDialogTest, GoesBackwardsAndBelowZeroWhenTold)
     EXPECT_EQ(bar.getCurrentLevelProgress(), -3);
 }
 
+TEST_F(PtProgressDialogTest, RoundsDownBelowZeroToo)
+{
+    Bar bar(3);
+    EXPECT_EQ(bar.at(-1), -167) << "not -166, to which a conversion alone would cut it";
+    EXPECT_EQ(bar.at(1), 166);
+}
+
 TEST_F(PtProgressDialogTest, StaysWithinWhatANumberHoldsFarBelowZero)
 {
     Bar bar(1);
@@ -123,6 +131,31 @@ TEST_F(PtProgressDialogTest, SharesOneStepAmongTheStepsOfALevelBelow)
     EXPECT_EQ(bar.getCurrentLevelProgress(), 0);
     EXPECT_EQ(bar.at(5), 187);
     EXPECT_EQ(bar.at(10), 250);
+}
+
+TEST_F(PtProgressDialogTest, DeletesALevelThatIsFinished)
+{
+    Bar bar(4);
+    const test::WatchedBlocks levels(sizeof(PtProgressStep));
+    bar.createProgressLevel(10);
+    bar.createProgressLevel(10);
+    EXPECT_EQ(levels.alive(), 2);
+    bar.setCurrentLevelFinished();
+    EXPECT_EQ(levels.alive(), 1);
+    bar.setCurrentLevelFinished();
+    EXPECT_EQ(levels.alive(), 0);
+}
+
+TEST_F(PtProgressDialogTest, DeletesTheLevelsThatAreStillOpenAtItsEnd)
+{
+    const test::WatchedBlocks levels(sizeof(PtProgressStep));
+    {
+        Bar bar(4);
+        bar.createProgressLevel(10);
+        bar.createProgressLevel(10);
+        EXPECT_GE(levels.alive(), 3);
+    }
+    EXPECT_EQ(levels.alive(), 0);
 }
 
 TEST_F(PtProgressDialogTest, LeavesTheBarUntilTheNextStepWhenALevelOpens)

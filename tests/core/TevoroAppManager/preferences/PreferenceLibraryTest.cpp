@@ -2,10 +2,12 @@
 
 #include "core/TevoroAppManager/support/PreferencesFixture.h"
 
+#include <algorithm>
 #include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <link.h>
 
 namespace {
 
@@ -30,7 +32,33 @@ protected:
     }
 };
 
+// The file names of this process's libraries, in the order in which it has loaded them.
+std::vector<std::string> loadedLibraries()
+{
+    std::vector<std::string> names;
+    ::dl_iterate_phdr(
+        [](dl_phdr_info* library, std::size_t, void* out) {
+            static_cast<std::vector<std::string>*>(out)->push_back(
+                std::filesystem::path(library->dlpi_name).filename());
+            return 0;
+        },
+        &names);
+    return names;
+}
+
 } // namespace
+
+TEST_F(PreferenceLibraryTest, TakesTheStoreBeforeItLooksForAConverter)
+{
+    tree.addPreferenceStore();
+    tree.addLibrary("ZQPluginSupport", CONVERSION_LIBRARY);
+    open();
+    const std::vector<std::string> names = loadedLibraries();
+    const auto first = std::find(names.begin(), names.end(), "preference_xml_parser.so");
+    const auto second = std::find(names.begin(), names.end(), "ZQPluginSupport.so");
+    ASSERT_NE(second, names.end());
+    EXPECT_LT(first, second);
+}
 
 TEST_F(PreferenceLibraryTest, GoesOnWithoutTheLibrary)
 {

@@ -94,6 +94,9 @@ public:
         return kFxOk;
     }
 
+    // Where to write that the user has cancelled; null before a display was opened.
+    const bool* cancelFlag() const { return m_cancelled; }
+
     int cancelAtStep = -1; // 0: as soon as the display opens
     int references = 1; // the one that the sink takes over
 

@@ -5,6 +5,7 @@
 #include "TevoroAppManager/contract/IUICallback.h"
 #include "core/TevoroAppManager/support/Journal.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -28,6 +29,8 @@ public:
     std::uint32_t Release() override
     {
         m_journal.add(m_name + ".Release");
+        if (whenReleased)
+            whenReleased();
         return static_cast<std::uint32_t>(--references);
     }
     FxStatus SetEnabled(bool value) override
@@ -43,10 +46,10 @@ public:
     {
         return tell("SetModeValue " + std::to_string(value));
     }
-    int GetFontSize() override { return 10; }
-    const char* GetFontFamily() override { return "DejaVu Sans"; }
+    int GetFontSize() override { return fontSize; }
+    const char* GetFontFamily() override { return family.c_str(); }
     bool IsFontBold() override { return isBold; }
-    bool IsFontItalic() override { return false; }
+    bool IsFontItalic() override { return isItalic; }
     FxStatus SetCallback(IUICallback* value) override
     {
         callback = value;
@@ -71,12 +74,16 @@ public:
 
     int references = 0; // those that the sink holds
     int width = 400;
+    std::string family = "DejaVu Sans";
+    int fontSize = 10;
     bool isBold = false;
+    bool isItalic = false;
     bool enabled = true;
     bool checked = false;
     std::string text;
     std::string toolTip;
     IUICallback* callback = nullptr;
+    std::function<void()> whenReleased;
 
 private:
     FxStatus tell(const std::string& what)
