@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::chrono::milliseconds kProgressPause{500};
+constexpr std::chrono::milliseconds kProgressPause{500}; // JSON promises twice a second
 
 // Bytes to work through for each byte of an item: written and read back, for each place.
 std::uint64_t passes(const DownloadRequest& request)
@@ -48,7 +48,8 @@ void noteNoDNG(ItemEvent& event, const std::string& reason)
     event.error = reason;
 }
 
-// The folder beneath a card that was taken out.
+// The folder beneath a card that was taken out: the mount point is still there, and has nothing in
+// it. A folder that cannot be listed counts as well, for a pulled disk answers so.
 bool isEmptyFolder(const std::string& path)
 {
     std::error_code error;
@@ -73,6 +74,9 @@ Download::Download(
 {
 }
 
+// Each step rests on the ones before it. Places are opened and compared before a single byte is
+// written into them. All groups are through before names are flushed and originals may go. Folders
+// are left last: the locks in them keep other programs from taking our staged copies for leftovers.
 DownloadSummary Download::run()
 {
     if (m_request.rules.useNumbers())
@@ -80,27 +84,42 @@ DownloadSummary Download::run()
     openPlaces();
     m_events.source(m_request.sourceName, m_card.items.size(), m_account.bytesOnCard());
     warnOfPlaces();
-    {
-        const Ticker ticker(kProgressPause, [this] { reportProgress(); });
-        m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
-        m_nextNumber = firstNumber();
-        runGroups();
-        m_account.summary.nextSequence = m_nextNumber;
-        if (!m_request.dryRun)
-            closeDownload();
-        m_folders.leave();
-        m_places.leave();
-    }
+    saveAll();
     reportProgress();
-    m_account.summary.placeUnusable = m_account.summary.placeUnusable
-        || (m_targetRefused && m_account.summary.saved + m_account.summary.existing == 0);
-    m_account.summary.interrupted = m_account.summary.interrupted || m_request.wasInterrupted();
-    giveVerdict(m_account.summary);
+    sumUp();
     m_events.summary(m_account.summary);
     return m_account.summary;
 }
 
-// The target's own folder is compared although all may go into folders below it.
+void Download::saveAll()
+{
+    // From here on there is a second thread: it reports progress, also while the sink or a question
+    // holds this one up, and has ended when this function returns. Nothing is reported behind the
+    // summary.
+    const Ticker ticker(kProgressPause, [this] { reportProgress(); });
+    m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
+    m_nextNumber = firstNumber();
+    runGroups();
+    m_account.summary.nextSequence = m_nextNumber;
+    if (!m_request.dryRun)
+        closeDownload();
+    m_folders.leave();
+    m_places.leave();
+}
+
+// A target that refused some files is unusable only where it took none at all: one sub-folder that
+// is shut does not make the others so.
+void Download::sumUp()
+{
+    DownloadSummary& summary = m_account.summary;
+    summary.placeUnusable =
+        summary.placeUnusable || (m_targetRefused && summary.saved + summary.existing == 0);
+    summary.interrupted = summary.interrupted || m_request.wasInterrupted();
+    giveVerdict(summary);
+}
+
+// The target's own folder is compared although all may go into folders below it: its sub-folders
+// come into being one by one, when half of the card may be copied.
 void Download::openPlaces()
 {
     m_places.open();
@@ -131,9 +150,9 @@ void Download::warnOfPlaces()
                  "conversion library is not installed"));
 }
 
-void Download::runGroups()
+StagingPlan Download::stagingPlan()
 {
-    StagingPlan plan{m_card,
+    return {m_card,
         m_groups,
         m_request.rules,
         m_nextNumber,
@@ -142,31 +161,45 @@ void Download::runGroups()
             m_progress.add(item, phase, bytes);
         },
         m_request.wasInterrupted};
-    GroupStager stager(std::move(plan), m_folders);
+}
+
+// An interrupt counts more than a reason to stop: what was not begun is then not reported as
+// failed, for nothing is wrong with it.
+void Download::runGroups()
+{
+    GroupStager stager(stagingPlan(), m_folders);
     for (std::size_t group = 0; group < m_groups.size(); ++group) {
-        if (m_request.wasInterrupted()) {
-            m_account.summary.interrupted = true;
-            return;
-        }
-        if (m_stopReason) {
+        if (m_stopReason && !m_request.wasInterrupted()) {
             failRest(group, *m_stopReason);
             return;
         }
-        const std::unique_ptr<GroupWork> work = stager.take();
-        reportRestored();
-        if (work->problem == Pt::CopyProblem::kCancelled) {
-            dropItemFolder(*work);
+        if (m_request.wasInterrupted() || !runNextGroup(stager)) {
             m_account.summary.interrupted = true;
             return;
         }
-        finishGroup(*work);
-        if (!m_events.isHeard()) {
-            m_account.summary.outputFailed = true;
-            stopAt(text("$$$/Mfx/Download/StoppedUnheard=not tried: what is told cannot be written "
-                        "to standard output"));
-        }
     }
     m_account.summary.interrupted = m_request.wasInterrupted();
+}
+
+// False when its copying was broken off by an interrupt.
+bool Download::runNextGroup(GroupStager& stager)
+{
+    const std::unique_ptr<GroupWork> work = stager.take();
+    // The stager may just have opened a folder in which an earlier run was cut off.
+    reportRestored();
+    if (work->problem == Pt::CopyProblem::kCancelled) {
+        dropItemFolder(*work);
+        return false;
+    }
+    finishGroup(*work);
+    // A reader that went away would never learn which copies failed: copying on for nobody could
+    // end with a card that is wiped on the word of an incomplete list.
+    if (!m_events.isHeard()) {
+        m_account.summary.outputFailed = true;
+        stopAt(text("$$$/Mfx/Download/StoppedUnheard=not tried: what is told cannot be written "
+                    "to standard output"));
+    }
+    return true;
 }
 
 void Download::reportRestored()
@@ -204,25 +237,19 @@ void Download::decide(GroupWork& work)
         decideNames(work);
 }
 
+// What a group goes through once its copies are staged. It may fail at each step, and is reported
+// in any case.
 void Download::finishGroup(GroupWork& work)
 {
     std::vector<ItemEvent> events(work.members.size());
     if (!work.failed && !work.alreadyPresent)
         decide(work);
-    if (const auto lost = work.failed ? std::nullopt : lostPlace(work)) {
-        failGroup(work, work.members.size(), *lost);
-        stopAt(*lost);
-    }
-    if (!work.failed && m_request.backupFolder && !m_request.dryRun)
-        backUp(work, events);
-    if (m_backup.lost())
-        stopAt(*m_backup.lost());
+    failWherePlaceIsLost(work);
     if (!work.failed && !m_request.dryRun)
-        place(work);
-    const bool asksForDNG = m_request.convertsToDNG || m_request.wantsDNG;
-    if (!work.failed && asksForDNG && !m_request.dryRun)
-        convert(
-            work, events); // the item folder keeps the work folder, and our lock on it, in being
+        save(work, events);
+    // Not before the conversion: the item folder keeps the work folder in being, and our lock on
+    // it. Without the lock, another run would put back the raw file that the converter has set
+    // aside there.
     dropItemFolder(work);
     if (!work.failed && !work.alreadyPresent)
         ++m_nextNumber;
@@ -230,6 +257,28 @@ void Download::finishGroup(GroupWork& work)
     conclude(work, events);
     if (work.failed)
         noteFailure(work);
+}
+
+void Download::failWherePlaceIsLost(GroupWork& work)
+{
+    const auto lost = work.failed ? std::nullopt : lostPlace(work);
+    if (!lost)
+        return;
+    failGroup(work, work.members.size(), *lost);
+    stopAt(*lost);
+}
+
+// The second copy is made while the first is still in its item folder. A run that is cut off
+// between the two leaves a backup too many, which is recognised next time, and no saved file whose
+// backup is missing and that seems to be done.
+void Download::save(GroupWork& work, std::vector<ItemEvent>& events)
+{
+    if (m_request.backupFolder)
+        backUp(work, events);
+    if (!work.failed)
+        place(work);
+    if (!work.failed && (m_request.convertsToDNG || m_request.wantsDNG))
+        convert(work, events);
 }
 
 // Why the run cannot go on with a group: a place is no longer where it was.
@@ -252,20 +301,27 @@ void Download::backUp(GroupWork& work, std::vector<ItemEvent>& events)
     });
     if (m_backup.lost()) {
         failGroup(work, work.members.size(), *m_backup.lost());
+        stopAt(*m_backup.lost());
         return;
     }
     for (std::size_t i = 0; i < backups.size(); ++i)
         noteBackup(work, i, backups[i], events[i]);
 }
 
-// A copy that stood in the backup before counts only where it is no other view of the original.
+// A copy that stood in the backup before counts only where it is no other view of the original:
+// deleting the original would delete both.
+bool Download::isOriginalItself(const MemberBackup& backup, std::uint32_t item) const
+{
+    const bool ownFiles = m_places.backupKeepsOwnFiles() && m_card.keepsOwnFiles;
+    return backup.alreadyPresent && backup.copy
+        && !isToldApart(backup.copy->status, m_card.items[item].status, ownFiles);
+}
+
 void Download::noteBackup(
     const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event)
 {
     const std::uint32_t item = work.members[member].item;
-    const bool ownFiles = m_places.backupKeepsOwnFiles() && m_card.keepsOwnFiles;
-    if (backup.alreadyPresent && backup.copy
-        && !isToldApart(backup.copy->status, m_card.items[item].status, ownFiles)) {
+    if (isOriginalItself(backup, item)) {
         backup.isMade = false;
         backup.error = text("$$$/Mfx/Backup/NotToldApart=its copy in the backup folder cannot be "
                             "told apart from the original");
@@ -284,44 +340,52 @@ void Download::noteBackup(
 void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
 {
     for (std::size_t i = 0; i < work.members.size(); ++i) {
-        const MemberWork& member = work.members[i];
-        if (!isToConvert(work, member)
+        if (!isToConvert(work, work.members[i])
             || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::kRaw)
             continue;
-        if (!m_request.convertsToDNG) {
-            noteNoDNG(events[i],
-                text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
-                     "not installed"));
-            events[i].alreadyReported = events[i].status == ItemStatus::kDNGFailed;
+        if (m_request.convertsToDNG) {
+            convertMember(work, i, events[i]);
             continue;
         }
-        const auto lost = lostPlace(work);
-        if (lost) {
-            stopAt(*lost);
-            noteNoDNG(events[i], *lost);
-            continue;
-        }
-        const PhaseScope phase(m_progress, ProgressPhase::kConvert);
-        const std::string dng = nextDNGPath(work.folder->ownPath + '/' + member.finalName);
-        std::string error;
-        if (m_sink.convert(sinkItem(work, i, work.folder->path), error))
-            noteDNG(member, dng, events[i]);
-        else
-            noteNoDNG(events[i],
-                error.empty()
-                    ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
-                    : error);
+        noteNoDNG(events[i],
+            text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
+                 "not installed"));
+        events[i].alreadyReported = events[i].status == ItemStatus::kDNGFailed;
     }
 }
 
-// What stood there before stays as it is, unless an earlier run was cut off while converting it.
+// The sink takes paths, and is about to replace a raw file: it must not do so beneath a mount point
+// whose disk has just been pulled.
+void Download::convertMember(GroupWork& work, std::size_t member, ItemEvent& event)
+{
+    if (const auto lost = lostPlace(work)) {
+        stopAt(*lost);
+        noteNoDNG(event, *lost);
+        return;
+    }
+    const PhaseScope phase(m_progress, ProgressPhase::kConvert);
+    const MemberWork& file = work.members[member];
+    const std::string dng = nextDNGPath(work.folder->ownPath + '/' + file.finalName);
+    std::string error;
+    if (m_sink.convert(sinkItem(work, member, work.folder->path), error))
+        noteDNG(file, dng, event);
+    else
+        noteNoDNG(event,
+            error.empty() ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
+                          : error);
+}
+
+// A raw file that was there before the run stays as it is, for it may be somebody's. But one that
+// was put back just now was in the hands of a run that was cut off while converting it, and that
+// conversion is done now.
 bool Download::isToConvert(const GroupWork& work, const MemberWork& member) const
 {
     return member.isPlaced() || m_putBack.contains(work.folder->path + '/' + member.finalName);
 }
 
-// The sink says that it made a verified DNG. It took the raw file's place; a raw file that still
-// stands was none to convert.
+// The sink says that it made a verified DNG. `dng` is the name that was free before the call. If
+// the raw file is still there, it was none to convert, and what has the name now is not believed to
+// be its DNG: the raw file is what was proven.
 void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
 {
     std::error_code error;
@@ -335,63 +399,85 @@ void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEve
     ++m_account.summary.converted;
 }
 
-// What became of each member; a group is proven only as a whole.
+// What became of each member. A group is proven only as a whole: an original whose partner is not
+// safe stays beside it.
 void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
 {
     bool allProven = !m_request.dryRun;
     for (std::size_t i = 0; i < work.members.size(); ++i) {
-        const MemberWork& member = work.members[i];
-        ItemEvent& event = events[i];
-        event.key = static_cast<long>(member.item) + 1;
-        event.name = Pt::displayName(m_card.items[member.item].name);
-        if (work.failed) {
-            event.status = ItemStatus::kFailed;
-            event.error = member.error;
-        } else {
-            event.saved = Pt::displayName(work.folder->path + '/' + member.finalName);
-            if (event.status == ItemStatus::kPending)
-                event.status = member.alreadyPresent() ? ItemStatus::kExists : ItemStatus::kOk;
-            if (!m_request.dryRun)
-                keep(work, member, event);
-        }
-        allProven = allProven && !work.failed && event.status != ItemStatus::kBackupFailed
-            && m_account.items[member.item].kept.saved;
+        judgeMember(work, work.members[i], events[i]);
+        allProven = allProven && !work.failed && events[i].status != ItemStatus::kBackupFailed
+            && m_account.items[work.members[i].item].kept.saved;
     }
     for (const MemberWork& member : work.members)
         m_account.items[member.item].isProven = allProven;
 }
 
-// Notes the saved copy as it is now, for the look at it before the original goes.
+void Download::judgeMember(const GroupWork& work, const MemberWork& member, ItemEvent& event)
+{
+    event.key = static_cast<long>(member.item) + 1;
+    event.name = Pt::displayName(m_card.items[member.item].name);
+    if (work.failed) {
+        event.status = ItemStatus::kFailed;
+        event.error = member.error;
+        return;
+    }
+    event.saved = Pt::displayName(work.folder->path + '/' + member.finalName);
+    if (event.status == ItemStatus::kPending)
+        event.status = member.alreadyPresent() ? ItemStatus::kExists : ItemStatus::kOk;
+    if (!m_request.dryRun)
+        keep(work, member, event);
+}
+
+// Why the original stays whatever is answered later; empty where it may go.
+std::string Download::reasonToKeep(const GroupWork& work, const MemberWork& member) const
+{
+    if (work.folder->kinship.toBackup == Kinship::kSameName)
+        return text("$$$/Mfx/Delete/OneFolder=not deleted: target and backup are one folder");
+    // All empty files are alike, so that their copies prove nothing. One may be the stub of a
+    // picture that a repair of the card brings back.
+    if (m_card.items[member.item].status.size == 0)
+        return text("$$$/Mfx/Delete/Empty=not deleted: it is empty");
+    return {};
+}
+
+// Notes what is known of the saved copy, for the last look before the original goes.
 void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& event)
 {
     SavedItem& state = m_account.items[member.item];
-    const Pt::FileStatus& original = m_card.items[member.item].status;
     state.folder = work.folder;
     state.finalName = member.finalName;
     state.kept.digest = member.digest;
+    // `isFresh` was set by the backup, where there is one: both copies have to be.
     state.kept.isFresh =
         !member.alreadyPresent() && (state.kept.isFresh || !m_request.backupFolder);
-    if (original.size == 0)
-        state.kept.reasonToKeep = text("$$$/Mfx/Delete/Empty=not deleted: it is empty");
-    if (work.folder->kinship.toBackup == Kinship::kSameName)
-        state.kept.reasonToKeep =
-            text("$$$/Mfx/Delete/OneFolder=not deleted: target and backup are one folder");
-    if (!work.folder->kinship.cardFolder.empty())
-        m_deletion.passOver(work.folder->kinship.cardFolder + '/' + member.finalName);
+    state.kept.reasonToKeep = reasonToKeep(work, member);
+    const FolderKinship& kinship = work.folder->kinship;
+    if (!kinship.cardFolder.empty())
+        m_deletion.passOver(kinship.cardFolder + '/' + member.finalName);
     m_account.summary.copiesOnCardsDevice =
-        m_account.summary.copiesOnCardsDevice || work.folder->kinship.toCard != Kinship::kApart;
+        m_account.summary.copiesOnCardsDevice || kinship.toCard != Kinship::kApart;
+    keepSaved(work, member, event);
+}
+
+// The saved copy as it is now, after the conversion. Its status is what the deletion compares with.
+// Without one the item is not proven, and its original stays.
+void Download::keepSaved(const GroupWork& work, const MemberWork& member, ItemEvent& event)
+{
+    KeptItem& kept = m_account.items[member.item].kept;
     const std::string path = work.folder->ownPath + '/' + member.finalName;
     std::error_code error;
     const auto saved = Pt::fileStatus(path, error);
     const bool ownFiles = work.folder->keepsOwnFiles && m_card.keepsOwnFiles;
-    if (saved && member.alreadyPresent() && !isToldApart(*saved, original, ownFiles))
+    if (saved && member.alreadyPresent()
+        && !isToldApart(*saved, m_card.items[member.item].status, ownFiles))
         event.error = text("$$$/Mfx/Download/NotToldApart=its copy in %1 cannot be told apart from "
                            "the original",
             {Pt::displayName(work.folder->path)});
     else if (saved)
-        state.kept.saved = KeptCopy{path, *saved};
-    else if (state.kept.dng)
-        state.kept.saved = state.kept.dng; // the raw file went when its DNG was verified
+        kept.saved = KeptCopy{path, *saved};
+    else if (kept.dng)
+        kept.saved = kept.dng; // the raw file went when its DNG was verified
     else
         event.error = text("$$$/Mfx/Download/SavedCopyGone=its copy is no longer at %1",
             {Pt::displayName(work.folder->path + '/' + member.finalName)});
@@ -408,7 +494,8 @@ void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& eve
     }
 }
 
-// Some failures are about one file; others mean that nothing more can succeed.
+// Some failures are about one file; others mean that nothing more can succeed: then the rest
+// is not tried, and each item of it is reported with the one reason.
 void Download::noteFailure(const GroupWork& work)
 {
     if (work.problem == Pt::CopyProblem::kTargetFull) {
@@ -462,7 +549,8 @@ SinkItem Download::sinkItem(
     return {static_cast<long>(file.item) + 1, deviceName(file.item), file.finalName, folder};
 }
 
-// Fits a file name, as the saved names do.
+// Fits a file name, as the saved names do: a byte that is no UTF-8 takes three as displayed, so
+// that the name of a file may grow past what a file system takes.
 std::string Download::deviceName(std::uint32_t item) const
 {
     const std::string name = Pt::displayName(m_card.items[item].name);
