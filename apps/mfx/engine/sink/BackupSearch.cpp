@@ -36,7 +36,9 @@ std::uint64_t ownNumber(const std::string& name)
     return number;
 }
 
-// Looks at the forms from a number on, up to the first that is missing.
+// Looks at the forms from a number on, up to the first that is missing: the sink fills numbers
+// without a gap. Sizes are compared before bytes are read, and the saved copy itself, which may lie
+// in the same folder, is no backup of itself.
 std::optional<std::string> findFrom(std::uint64_t first,
     const std::string& folder,
     const std::string& deviceName,
