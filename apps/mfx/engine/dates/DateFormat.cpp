@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::string_view kLetters = "aAbBcCdDeFgGhHIjmMprRSTuUVwWxXyY%";
 
+// Refused when the pattern is read, and not at the first picture: half a card would be named by
+// then.
 void checkLetters(std::string_view format)
 {
     for (std::size_t at = format.find('%'); at != std::string_view::npos;
@@ -95,6 +97,8 @@ DateFormat::DateFormat(std::string_view format)
     checkLetters(format);
 }
 
+// In the classic locale, whatever the user's: names of months would otherwise depend on who runs
+// it, and a second run under another locale would save every picture again.
 std::string DateFormat::render(const CaptureMoment& moment) const
 {
     const std::tm time = brokenDownTime(moment);
@@ -117,6 +121,8 @@ std::vector<DatePiece> DateFormat::shape() const
     return shape;
 }
 
+// A line feed in a file name breaks the scripts that list files, and bytes that are no UTF-8 cannot
+// be handed to the sink.
 void requirePlainText(std::string_view pattern)
 {
     const auto isControl = [](char c) {
