@@ -81,6 +81,7 @@ std::optional<std::uint32_t> sequenceNumber(const std::string& word)
                                                               : std::nullopt;
 }
 
+// The parser prints what this returns, and takes an empty text for no complaint.
 std::string sequenceProblem(const std::string& word)
 {
     if (sequenceNumber(word))
@@ -89,6 +90,8 @@ std::string sequenceProblem(const std::string& word)
         {word, std::to_string(kLastSequence)});
 }
 
+// The second copy and its absence exclude each other: of two wishes, neither is the safe one to
+// guess.
 void addFolders(CLI::App& download, CommandLine& line)
 {
     requireFolder(
@@ -235,6 +238,7 @@ int reportError(const CLI::App& app, const CLI::ParseError& error)
     return app.exit(CLI::ExtrasError(words));
 }
 
+// In the user's language, as far as the parser's own words are recognised.
 std::string failureText(const CLI::App* app, const CLI::Error& error)
 {
     return usageText(error.what()) + '\n'
@@ -279,6 +283,8 @@ std::vector<std::string> wordsOf(int argc, char** argv)
 
 } // namespace
 
+// The options write into `line` while the parser runs, so that it must outlive the parser's
+// objects.
 std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
 {
     CommandLine line;
