@@ -36,6 +36,14 @@ bool isOwnLeftover(const fs::path& path)
         && isNumber(name.substr(0, dash)) && isNumber(name.substr(dash + 1));
 }
 
+// The name that the killed run was trying may stand in the final folder, empty. It is found by the
+// journal in the leftover, and so goes first.
+void removeLeftover(const fs::path& leftover, const std::string& folder, std::error_code& error)
+{
+    Pt::removeTriedName(leftover.string(), folder);
+    fs::remove_all(leftover, error);
+}
+
 // A file that a conversion set aside goes back under its name, or under a numbered form of it,
 // which is returned.
 std::string putBack(const fs::path& from, const fs::path& folder, std::error_code& error)
@@ -136,17 +144,14 @@ std::vector<std::string> WorkFolder::clear(
     std::vector<std::string> restored;
     for (const fs::path& entry : entries) {
         std::error_code step;
-        if (isOwnLeftover(entry)) {
-            // The name that the killed run was trying may stand in the final folder, empty.
-            Pt::removeTriedName(entry.string(), m_finalFolder);
-            fs::remove_all(entry, step);
-        } else if (!isFile(entry)) {
+        if (isOwnLeftover(entry))
+            removeLeftover(entry, m_finalFolder, step);
+        else if (!isFile(entry))
             continue; // none of ours
-        } else if (isUnfinishedConversion(entry, files, standing)) {
+        else if (isUnfinishedConversion(entry, files, standing))
             fs::remove(entry, step);
-        } else if (const std::string back = putBack(entry, m_finalFolder, step); !step) {
+        else if (const std::string back = putBack(entry, m_finalFolder, step); !step)
             restored.push_back(back);
-        }
         if (step)
             error = step;
     }
