@@ -92,12 +92,8 @@ std::string sequenceProblem(const std::string& word)
 
 // The second copy and its absence exclude each other: of two wishes, neither is the safe one to
 // guess.
-void addFolders(CLI::App& download, CommandLine& line)
+void addBackup(CLI::App& download, CommandLine& line)
 {
-    requireFolder(
-        download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into")),
-        "DIR")
-        ->required();
     CLI::Option* backup = requireFolder(download.add_option("-b,--backup",
                                             line.backup,
                                             text("$$$/Mfx/Help/Backup=Second copy of every saved "
@@ -108,6 +104,15 @@ void addFolders(CLI::App& download, CommandLine& line)
             line.noBackup,
             text("$$$/Mfx/Help/NoBackup=No second copy, whatever is remembered"))
         ->excludes(backup);
+}
+
+void addFolders(CLI::App& download, CommandLine& line)
+{
+    requireFolder(
+        download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into")),
+        "DIR")
+        ->required();
+    addBackup(download, line);
     download.add_flag("--make-folders",
         line.makeFolders,
         text("$$$/Mfx/Help/MakeFolders=Make missing folders below /media, /run/media and /mnt "
@@ -133,6 +138,10 @@ void addNaming(CLI::App& download, CommandLine& line)
             text("$$$/Mfx/Help/SeqStart=Number where {seq} begins"))
         ->type_name("N")
         ->check(sequenceProblem);
+}
+
+void addOnly(CLI::App& download, CommandLine& line)
+{
     download
         .add_option("-O,--only",
             line.only,
@@ -197,6 +206,7 @@ void addDownload(CLI::App& app, CommandLine& line)
     addSource(*download, line);
     addFolders(*download, line);
     addNaming(*download, line);
+    addOnly(*download, line);
     addDNG(*download, line);
     addEnding(*download, line);
     download->add_flag("-n,--dry-run",
