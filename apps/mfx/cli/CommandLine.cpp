@@ -152,15 +152,8 @@ void addOnly(CLI::App& download, CommandLine& line)
         ->allow_extra_args(false);
 }
 
-void addDNG(CLI::App& download, CommandLine& line)
+void addDNGForm(CLI::App& download, CommandLine& line)
 {
-    CLI::Option* dng = download.add_flag(
-        "-d,--dng", line.dng, text("$$$/Mfx/Help/Dng=Convert camera raw files to DNG"));
-    download
-        .add_flag("--no-dng",
-            line.noDNG,
-            text("$$$/Mfx/Help/NoDng=No conversion to DNG, whatever is remembered"))
-        ->excludes(dng);
     download
         .add_option("--dng-preview",
             line.dngPreview,
@@ -175,6 +168,18 @@ void addDNG(CLI::App& download, CommandLine& line)
     download.add_flag("--dng-embed-raw",
         line.dngEmbedRaw,
         text("$$$/Mfx/Help/DngEmbedRaw=DNG with the raw file inside"));
+}
+
+void addDNG(CLI::App& download, CommandLine& line)
+{
+    CLI::Option* dng = download.add_flag(
+        "-d,--dng", line.dng, text("$$$/Mfx/Help/Dng=Convert camera raw files to DNG"));
+    download
+        .add_flag("--no-dng",
+            line.noDNG,
+            text("$$$/Mfx/Help/NoDng=No conversion to DNG, whatever is remembered"))
+        ->excludes(dng);
+    addDNGForm(download, line);
 }
 
 void addEnding(CLI::App& download, CommandLine& line)

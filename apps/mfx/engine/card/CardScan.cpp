@@ -121,6 +121,7 @@ private:
     void putBack(std::uint32_t folder);
     void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
     void take(std::uint32_t folder, std::string name, const NameChoice& choice);
+    void leaveOut(std::uint32_t folder, std::string name);
     void enter(std::uint32_t folder, std::string name, const Pt::FileStatus& status);
     bool mustStop();
     std::vector<std::uint32_t> sortedPlaces() const;
@@ -228,10 +229,16 @@ void Scan::take(std::uint32_t folder, std::string name, const NameChoice& choice
         m_contents.items.push_back({std::move(name), *status, folder});
         ++m_contents.folderIds[folder].items;
     } else {
-        ++m_contents.notAskedFor;
-        const std::string& below = m_contents.folders[folder];
-        m_contents.leftOut.insert(below.empty() ? std::move(name) : below + '/' + name);
+        leaveOut(folder, std::move(name));
     }
+}
+
+// By path, so that a later look at the card does not take it for a picture that came meanwhile.
+void Scan::leaveOut(std::uint32_t folder, std::string name)
+{
+    ++m_contents.notAskedFor;
+    const std::string& below = m_contents.folders[folder];
+    m_contents.leftOut.insert(below.empty() ? std::move(name) : below + '/' + name);
 }
 
 // Pictures are looked for by their first bytes, too: systems that repair a card or empty a trash

@@ -14,26 +14,28 @@ namespace {
 
 constexpr std::string_view kLetters = "aAbBcCdDeFgGhHIjmMprRSTuUVwWxXyY%";
 
+[[noreturn]] void refuseLetter(std::string_view rest)
+{
+    const std::string_view letter = Pt::cutName(rest, 4);
+    const std::size_t length = Pt::nameCharacterAt(letter, 0).length;
+    throw PatternError(text("$$$/Mfx/Pattern/NoDateLetter=\"%1\" is no date letter that file "
+                            "names can have; use such as %Y, %m, %d, %H, %M, %S.",
+        {'%' + std::string(letter.substr(0, length))}));
+}
+
 // Refused when the pattern is read, and not at the first picture: half a card would be named by
 // then.
 void checkLetters(std::string_view format)
 {
     for (std::size_t at = format.find('%'); at != std::string_view::npos;
          at = format.find('%', at + 2)) {
-        if (at + 1 == format.size()) {
+        if (at + 1 == format.size())
             throw PatternError(
                 text("$$$/Mfx/Pattern/PercentAtEnd=The date format \"%1\" ends with \"%\"; "
                      "write \"%%\" for a percent sign.",
                     {std::string(format)}));
-        }
-        if (kLetters.find(format[at + 1]) == std::string_view::npos) {
-            const std::string_view letter = Pt::cutName(format.substr(at + 1), 4);
-            const std::size_t length = Pt::nameCharacterAt(letter, 0).length;
-            throw PatternError(
-                text("$$$/Mfx/Pattern/NoDateLetter=\"%1\" is no date letter that file "
-                     "names can have; use such as %Y, %m, %d, %H, %M, %S.",
-                    {'%' + std::string(letter.substr(0, length))}));
-        }
+        if (kLetters.find(format[at + 1]) == std::string_view::npos)
+            refuseLetter(format.substr(at + 1));
     }
 }
 

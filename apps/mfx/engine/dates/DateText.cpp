@@ -231,6 +231,22 @@ std::chrono::sys_days dayOf(const CaptureMoment& moment)
     / day{static_cast<unsigned>(moment.day)};
 }
 
+CaptureMoment momentAt(std::chrono::sys_seconds time)
+{
+    using namespace std::chrono;
+    const sys_days today = floor<days>(time);
+    const year_month_day date{today};
+    const hh_mm_ss clock{time - today};
+    CaptureMoment moment;
+    moment.year = static_cast<int>(date.year());
+    moment.month = static_cast<int>(static_cast<unsigned>(date.month()));
+    moment.day = static_cast<int>(static_cast<unsigned>(date.day()));
+    moment.hour = static_cast<int>(clock.hours().count());
+    moment.minute = static_cast<int>(clock.minutes().count());
+    moment.second = static_cast<int>(clock.seconds().count());
+    return moment;
+}
+
 // As many digits as are needed, but one at least: ".0" says that the camera knew fractions.
 std::string fractionText(std::uint32_t nanosecond)
 {
@@ -309,18 +325,7 @@ std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
     constexpr sys_seconds kEnd{sys_days{year{kLastYear + 1} / January / 1}};
     if (seconds < kBegin.time_since_epoch().count() || seconds >= kEnd.time_since_epoch().count())
         return std::nullopt;
-    const sys_seconds time{std::chrono::seconds{seconds}};
-    const sys_days today = floor<days>(time);
-    const year_month_day date{today};
-    const hh_mm_ss clock{time - today};
-    CaptureMoment moment;
-    moment.year = static_cast<int>(date.year());
-    moment.month = static_cast<int>(static_cast<unsigned>(date.month()));
-    moment.day = static_cast<int>(static_cast<unsigned>(date.day()));
-    moment.hour = static_cast<int>(clock.hours().count());
-    moment.minute = static_cast<int>(clock.minutes().count());
-    moment.second = static_cast<int>(clock.seconds().count());
-    return moment;
+    return momentAt(sys_seconds{std::chrono::seconds{seconds}});
 }
 
 std::string isoText(const CaptureMoment& moment)
