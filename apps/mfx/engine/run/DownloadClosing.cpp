@@ -50,8 +50,8 @@ void Download::finishSink(const std::vector<std::uint32_t>& listed, bool deletes
         m_deletion.lookAgain(); // while the question was open, and while originals went
 }
 
-// A rename is in the cache of the directory until that is flushed. A disk that does not take the
-// flush has not promised to keep any name, so that not one item counts as proven.
+// A rename may live in the kernel's cache alone until its folder is flushed. A disk that does not
+// take the flush has not promised to keep any name, so that not one item counts as proven.
 void Download::flushNames()
 {
     std::error_code error = m_folders.flush();

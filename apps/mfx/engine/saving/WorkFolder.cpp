@@ -24,8 +24,8 @@ bool isNumber(const std::string& text)
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// A group's folder, "<process id>-<number>". What has another name was put here by somebody else,
-// and is never removed.
+// A group's folder, "<process id>-<number>". A folder with another name was put here by somebody
+// else, and is never removed.
 bool isOwnLeftover(const fs::path& path)
 {
     std::error_code error;

@@ -109,8 +109,8 @@ SessionPreferences::Folder::~Folder()
     fs::remove_all(path, ignored);
 }
 
-// Only what was said on the command line. A flag that was not given says nothing about what is
-// remembered, but for the deletion, which is never switched on by a store alone.
+// Only what was said on the command line: a flag that was not given leaves what is remembered
+// alone.
 SessionPreferences::Values SessionPreferences::chosenValues(const Choices& choices)
 {
     Values values;
