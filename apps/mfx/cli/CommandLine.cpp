@@ -81,6 +81,7 @@ std::optional<std::uint32_t> sequenceNumber(const std::string& word)
                                                               : std::nullopt;
 }
 
+// The parser prints what this returns, and takes an empty text for no complaint.
 std::string sequenceProblem(const std::string& word)
 {
     if (sequenceNumber(word))
@@ -89,12 +90,10 @@ std::string sequenceProblem(const std::string& word)
         {word, std::to_string(kLastSequence)});
 }
 
-void addFolders(CLI::App& download, CommandLine& line)
+// The second copy and its absence exclude each other: of two wishes, neither is the safe one to
+// guess.
+void addBackup(CLI::App& download, CommandLine& line)
 {
-    requireFolder(
-        download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into")),
-        "DIR")
-        ->required();
     CLI::Option* backup = requireFolder(download.add_option("-b,--backup",
                                             line.backup,
                                             text("$$$/Mfx/Help/Backup=Second copy of every saved "
@@ -105,6 +104,15 @@ void addFolders(CLI::App& download, CommandLine& line)
             line.noBackup,
             text("$$$/Mfx/Help/NoBackup=No second copy, whatever is remembered"))
         ->excludes(backup);
+}
+
+void addFolders(CLI::App& download, CommandLine& line)
+{
+    requireFolder(
+        download.add_option("-t,--to", line.target, text("$$$/Mfx/Help/To=Folder to save into")),
+        "DIR")
+        ->required();
+    addBackup(download, line);
     download.add_flag("--make-folders",
         line.makeFolders,
         text("$$$/Mfx/Help/MakeFolders=Make missing folders below /media, /run/media and /mnt "
@@ -130,6 +138,10 @@ void addNaming(CLI::App& download, CommandLine& line)
             text("$$$/Mfx/Help/SeqStart=Number where {seq} begins"))
         ->type_name("N")
         ->check(sequenceProblem);
+}
+
+void addOnly(CLI::App& download, CommandLine& line)
+{
     download
         .add_option("-O,--only",
             line.only,
@@ -140,15 +152,8 @@ void addNaming(CLI::App& download, CommandLine& line)
         ->allow_extra_args(false);
 }
 
-void addDNG(CLI::App& download, CommandLine& line)
+void addDNGForm(CLI::App& download, CommandLine& line)
 {
-    CLI::Option* dng = download.add_flag(
-        "-d,--dng", line.dng, text("$$$/Mfx/Help/Dng=Convert camera raw files to DNG"));
-    download
-        .add_flag("--no-dng",
-            line.noDNG,
-            text("$$$/Mfx/Help/NoDng=No conversion to DNG, whatever is remembered"))
-        ->excludes(dng);
     download
         .add_option("--dng-preview",
             line.dngPreview,
@@ -163,6 +168,18 @@ void addDNG(CLI::App& download, CommandLine& line)
     download.add_flag("--dng-embed-raw",
         line.dngEmbedRaw,
         text("$$$/Mfx/Help/DngEmbedRaw=DNG with the raw file inside"));
+}
+
+void addDNG(CLI::App& download, CommandLine& line)
+{
+    CLI::Option* dng = download.add_flag(
+        "-d,--dng", line.dng, text("$$$/Mfx/Help/Dng=Convert camera raw files to DNG"));
+    download
+        .add_flag("--no-dng",
+            line.noDNG,
+            text("$$$/Mfx/Help/NoDng=No conversion to DNG, whatever is remembered"))
+        ->excludes(dng);
+    addDNGForm(download, line);
 }
 
 void addEnding(CLI::App& download, CommandLine& line)
@@ -194,6 +211,7 @@ void addDownload(CLI::App& app, CommandLine& line)
     addSource(*download, line);
     addFolders(*download, line);
     addNaming(*download, line);
+    addOnly(*download, line);
     addDNG(*download, line);
     addEnding(*download, line);
     download->add_flag("-n,--dry-run",
@@ -235,6 +253,7 @@ int reportError(const CLI::App& app, const CLI::ParseError& error)
     return app.exit(CLI::ExtrasError(words));
 }
 
+// In the user's language, as far as the parser's own words are recognised.
 std::string failureText(const CLI::App* app, const CLI::Error& error)
 {
     return usageText(error.what()) + '\n'
@@ -279,6 +298,8 @@ std::vector<std::string> wordsOf(int argc, char** argv)
 
 } // namespace
 
+// The options write into `line` while the parser runs, so that it must outlive the parser's
+// objects.
 std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
 {
     CommandLine line;

@@ -16,6 +16,8 @@ HelpFormatter::HelpFormatter()
     label("REQUIRED", text("$$$/Mfx/Help/Required=REQUIRED"));
 }
 
+// The parser pads by bytes. Letters of more than one byte would pull their descriptions to the
+// left.
 std::string HelpFormatter::make_option(const CLI::Option* option, bool isPositional) const
 {
     const std::string name = make_option_name(option, isPositional) + make_option_opts(option);
@@ -25,6 +27,8 @@ std::string HelpFormatter::make_option(const CLI::Option* option, bool isPositio
     return out.str();
 }
 
+// What excludes what is said in the texts where it matters. The parser's own list of it is in
+// English.
 std::string HelpFormatter::make_option_opts(const CLI::Option* option) const
 {
     const std::string all = CLI::Formatter::make_option_opts(option);

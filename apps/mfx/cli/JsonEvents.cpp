@@ -8,6 +8,7 @@ using namespace commandline;
 
 namespace {
 
+// The words are a promise to programs, and the same in every language.
 const char* statusWord(ItemStatus status)
 {
     switch (status) {
@@ -114,18 +115,21 @@ void JsonEvents::message(const std::string& title, const std::string& text)
     printJson({{"event", "message"}, {"title", title}, {"text", text}});
 }
 
+// Without the lock: a question may wait for hours, and progress goes on being told beside it.
 Answer JsonEvents::question(const std::string&, const std::string& text)
 {
     return askYesOrNo(text, m_answering);
 }
 
+// Under the lock, since asking flushes: a line that is just being written must not be cut in two.
 bool JsonEvents::isHeard() const
 {
     Pt::Locked locked(m_lock);
     return !outputError();
 }
 
-// The last one comes whenever all is done: whoever followed sees the end.
+// The last one comes whenever all is done: whoever followed sees the end. A run that is over before
+// the first pause has told no progress, and then tells no end of it either.
 void JsonEvents::progress(const ProgressEvent& event)
 {
     Pt::Locked locked(m_lock);

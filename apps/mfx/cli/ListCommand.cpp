@@ -14,6 +14,7 @@ using namespace commandline;
 
 namespace {
 
+// Relative to the source, as the person named it.
 std::string below(const std::string& folder, const std::string& name)
 {
     return folder.empty() ? name : folder + '/' + name;
@@ -49,6 +50,7 @@ void printItem(const CardContents& card,
             + sizeText(file.status.size) + "\t" + dateText(date));
 }
 
+// To standard error also with --json: the list has one object for each item and nothing else.
 ExitCode reportRest(const CardContents& card)
 {
     for (const NotHandled& entry : card.notHandled)
@@ -63,6 +65,8 @@ ExitCode reportRest(const CardContents& card)
 
 } // namespace
 
+// Items are printed as they are dated, group by group: the dates of a large card take minutes, and
+// a reader that wants the first page should not wait for the last.
 ExitCode runList(const CommandLine& line)
 {
     const CardContents card = scanSource(sourceArgument(line.source));

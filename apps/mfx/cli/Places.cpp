@@ -74,8 +74,9 @@ bool isBelow(const fs::path& path, const fs::path& folder)
     return end == folder.end();
 }
 
-// Where disks are mounted, a folder whose parents are missing is that of a disk that is not there,
-// and so is one that would be made beside the mount points instead of on a disk.
+// A second copy on the system's own disk, in a folder that a later mount hides, would be worse than
+// none. Where disks are mounted, a folder whose parents are missing is that of a disk that is not
+// there, and so is one that would be made beside the mount points instead of on a disk.
 bool isProbablyUnmounted(const fs::path& folder)
 {
     std::error_code error;
@@ -92,6 +93,8 @@ bool isProbablyUnmounted(const fs::path& folder)
 
 } // namespace
 
+// By the text alone: a link is resolved when the folder is made, and may point elsewhere until
+// then.
 std::string absolutePath(const std::string& path)
 {
     if (path.empty())
@@ -101,6 +104,8 @@ std::string absolutePath(const std::string& path)
                                                               : whole.parent_path().string();
 }
 
+// The source may lie in the target (a card's image in the pictures folder), but not the other way
+// round: the copies would be found as new pictures by the next run.
 void requireUsablePlace(const std::string& folder, const std::string& source, Purpose purpose)
 {
     std::error_code error;
@@ -116,6 +121,8 @@ void requireUsablePlace(const std::string& folder, const std::string& source, Pu
         refuse(kTooDeep, purpose, folder);
 }
 
+// Permission is asked for here and not found out at the first file: the message names the folder
+// then, and nothing has been read from the card.
 std::string makePlace(const std::string& folder, Purpose purpose, bool mayMakeOnMounts)
 {
     if (!mayMakeOnMounts && isProbablyUnmounted(folder))

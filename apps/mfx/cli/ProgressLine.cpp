@@ -46,6 +46,7 @@ std::string phaseText(ProgressPhase phase)
     return text("$$$/Mfx/Progress/Copying=copying");
 }
 
+// An empty card is done from the beginning.
 std::string shareText(const ProgressEvent& event)
 {
     const auto done = static_cast<double>(event.bytesDone);
@@ -75,6 +76,8 @@ ProgressLine::ProgressLine(bool shown)
 {
 }
 
+// One column less than the terminal has: in the last one, some terminals begin a new line, and the
+// carriage return would then not lead back to the beginning of this one.
 void ProgressLine::show(const ProgressEvent& event)
 {
     const auto now = Clock::now();

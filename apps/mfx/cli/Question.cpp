@@ -37,12 +37,31 @@ std::optional<bool> meaningOf(const std::string& answer)
     return std::nullopt;
 }
 
+bool promptFor(const std::string& line)
+{
+    for (;;) {
+        const std::string prompt =
+            text("$$$/Mfx/Question/Prompt=%1 [y/N]", {Pt::terminalText(line)});
+        std::fprintf(stderr, "%s ", prompt.c_str());
+        std::string answer;
+        // An interrupt is an answer, too.
+        if (!Pt::waitForInput(stdin) || !std::getline(std::cin, answer) || Pt::wasInterrupted())
+            return false;
+        if (const auto meaning = meaningOf(answer))
+            return *meaning;
+    }
+}
+
 } // namespace
 
+// An answer that nobody could read as the one that was meant deletes nothing: end of input, a
+// signal and an empty line are all no, and anything else is asked again.
 Answer askYesOrNo(const std::string& question, Answering answering)
 {
     if (answering == Answering::kYes)
         return Answer::kYes;
+    // Both ends have to be a person's: a script may have the terminal for its input and none for
+    // the question.
     if (!Pt::isTerminal(stdin) || !Pt::isTerminal(stderr)) {
         printMessage(text("$$$/Mfx/Question/NobodyToAsk=nothing is deleted: there is nobody to ask "
                           "(--yes answers beforehand)"));
@@ -52,17 +71,7 @@ Answer askYesOrNo(const std::string& question, Answering answering)
     std::istringstream before(question.substr(0, lastLine));
     for (std::string line; std::getline(before, line);)
         printMessage(line);
-    for (;;) {
-        const std::string prompt =
-            text("$$$/Mfx/Question/Prompt=%1 [y/N]", {Pt::terminalText(question.substr(lastLine))});
-        std::fprintf(stderr, "%s ", prompt.c_str());
-        std::string answer;
-        // An interrupt is an answer, too.
-        if (!Pt::waitForInput(stdin) || !std::getline(std::cin, answer) || Pt::wasInterrupted())
-            return Answer::kNo;
-        if (const auto meaning = meaningOf(answer))
-            return *meaning ? Answer::kYes : Answer::kNo;
-    }
+    return promptFor(question.substr(lastLine)) ? Answer::kYes : Answer::kNo;
 }
 
 } // namespace mfx

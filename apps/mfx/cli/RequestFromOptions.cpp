@@ -97,7 +97,8 @@ void RequestFromOptions::addRemembered(const RememberedChoices& remembered)
 void RequestFromOptions::addPanel(const PanelChoices& panel)
 {
     m_request.convertsToDNG = panel.convertsToDNG;
-    // Never by a remembered choice alone: --delete has to stand on this very command line.
+    // Never by a remembered choice alone: --delete-originals has to stand on this very
+    // command line.
     m_request.deletesOriginals = m_mayDelete && m_line.deleteOriginals && panel.deletesOriginals;
 }
 

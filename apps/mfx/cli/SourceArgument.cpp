@@ -20,6 +20,8 @@ MediaSource sourceArgument(const std::string& name)
     return std::move(*source);
 }
 
+// What cannot be read at all is refused here. Folders below it that cannot be read are reported
+// with the summary, for the rest of the card may well be saved.
 CardContents scanSource(
     const MediaSource& source, const std::vector<std::string>& only, bool putsBack)
 {

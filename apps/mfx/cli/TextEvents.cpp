@@ -12,6 +12,7 @@ namespace mfx {
 
 using namespace commandline;
 
+// Progress is for somebody who watches. In a file or a pipe it would be one endless line.
 TextEvents::TextEvents(bool quiet, bool dryRun, Answering answering)
     : m_quiet(quiet)
     , m_dryRun(dryRun)
@@ -20,6 +21,7 @@ TextEvents::TextEvents(bool quiet, bool dryRun, Answering answering)
 {
 }
 
+// The progress line is taken away first: a message behind half of it could not be read.
 void TextEvents::report(const std::string& message)
 {
     Pt::Locked locked(m_lock);
@@ -38,6 +40,8 @@ void TextEvents::source(const std::string& name, std::size_t items, std::uint64_
     commandline::outputError(); // before what goes to standard error
 }
 
+// But for a plan, what goes well is not told one by one: thousands would hide the one that does
+// not.
 void TextEvents::item(const ItemEvent& event)
 {
     if (event.error && event.alreadyReported)
@@ -57,6 +61,9 @@ void TextEvents::message(const std::string& title, const std::string& body)
         report(title.empty() ? body : text("$$$/Mfx/Download/Titled=%1: %2", {title, body}));
 }
 
+// While the question is open the line stays away, which would write over the answer that is being
+// typed. The lock is not held meanwhile: the thread that reports progress must not wait for a
+// person.
 Answer TextEvents::question(const std::string&, const std::string& body)
 {
     clearLine(true);
@@ -85,6 +92,7 @@ void TextEvents::progress(const ProgressEvent& event)
         m_line.show(event);
 }
 
+// Quiet means no news where all is well. Whoever asked for quiet still has to see what is not safe.
 void TextEvents::summary(const DownloadSummary& summary)
 {
     clearLine();

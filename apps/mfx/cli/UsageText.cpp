@@ -25,7 +25,8 @@ constexpr auto kForms = std::to_array<const char*>({
     "$$$/Mfx/Usage/Required=%1 is required", // last: what a person typed may end so
 });
 
-// What stands for %1, %2 and so on in the message; nothing when it is of another form.
+// What stands for %1, %2 and so on in the message; nothing when it is of another form. Each place
+// takes as little as it can, up to the words between it and the next; the last one takes the rest.
 std::optional<std::vector<std::string>> fit(std::string_view form, std::string_view message)
 {
     const std::size_t first = form.find('%');

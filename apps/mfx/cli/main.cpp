@@ -25,6 +25,8 @@ mfx::ExitCode run(const mfx::CommandLine& line)
     return mfx::ExitCode::kUsage;
 }
 
+// Whatever ends a command early is told in one line and becomes an exit code that scripts can rely
+// on.
 mfx::ExitCode runReporting(int argc, char** argv)
 {
     try {
@@ -47,6 +49,9 @@ mfx::ExitCode runReporting(int argc, char** argv)
 
 } // namespace
 
+// Standard streams first: a program that is started with one of them closed would give its number
+// to the next file that it opens, a picture, and write its messages into it. The signals next, so
+// that an interrupt during the start ends the run in good order too.
 int main(int argc, char** argv)
 {
     Pt::holdStandardStreams();

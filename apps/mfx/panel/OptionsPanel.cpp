@@ -27,6 +27,8 @@ OptionsPanel::OptionsPanel(const QString& descriptionFile)
     m_widget->adjustSize();
 }
 
+// A name that the panel does not have is no failure by the contract: there is no control then. One
+// wrapper for each widget, however often it is asked for.
 FxStatus OptionsPanel::FindControl(const char* name, IClientUIControl** out)
 {
     *out = nullptr;
@@ -42,6 +44,7 @@ FxStatus OptionsPanel::FindControl(const char* name, IClientUIControl** out)
     return kFxOk;
 }
 
+// Of the widget and not of its wrapper: also of a box that the sink never asked for.
 bool OptionsPanel::isChecked(const char* name) const
 {
     const auto* button = m_widget->findChild<QAbstractButton*>(QString::fromUtf8(name));

@@ -16,6 +16,8 @@ PanelControl::PanelControl(QWidget& widget)
         QObject::connect(button, &QAbstractButton::clicked, this, [this] { notifySink(); });
 }
 
+// The panel's description names the widget as the sink knows it. A widget may go before its
+// wrapper, which the sink holds.
 void PanelControl::notifySink()
 {
     if (m_callback && m_widget)
@@ -66,6 +68,7 @@ int PanelControl::GetFontSize()
     return m_widget ? QFontInfo(m_widget->font()).pointSize() : 0;
 }
 
+// The caller gets a pointer into the member, which is good until it asks again.
 const char* PanelControl::GetFontFamily()
 {
     m_fontFamily = m_widget ? m_widget->font().family().toUtf8() : QByteArray();
@@ -95,6 +98,7 @@ FxStatus PanelControl::SetToolTip(const char* utf8)
     return kFxOk;
 }
 
+// By the kind of widget, for Qt has no common base of those with a text.
 FxStatus PanelControl::SetText(const char* utf8)
 {
     const QString text = QString::fromUtf8(utf8);

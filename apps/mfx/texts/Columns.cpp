@@ -55,6 +55,7 @@ bool holds(const Ranges& ranges, char32_t code)
     });
 }
 
+// A byte that is no UTF-8 is shown as one sign of replacement.
 std::size_t widthOf(const Pt::NameCharacter& character)
 {
     if (!character.valid)
@@ -77,6 +78,8 @@ std::size_t columnsOf(std::string_view text)
     return columns;
 }
 
+// A letter of two columns that does not fit any more leaves one blank: half of it would shift the
+// line.
 std::string fittedTo(std::string_view text, std::size_t columns)
 {
     std::size_t used = 0;

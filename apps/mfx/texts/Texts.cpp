@@ -42,12 +42,14 @@ private:
     std::shared_ptr<const Entries> m_entries TEVORO_GUARDED_BY(m_lock);
 };
 
+// A function's static: there is no order of globals to get wrong.
 Language& language()
 {
     static Language language;
     return language;
 }
 
+// The library looks keys up by a literal in its own form, marks and default included.
 std::string valueOf(lexkit::Dictionary& dictionary, const std::string& key)
 {
     constexpr lexkit::EncodingInfo kUtf8(lexkit::EncodingInfo::kUTF8);
@@ -89,6 +91,7 @@ try {
     return nullptr; // the English texts serve as well
 }
 
+// In one pass, so that a file name with "%1" in it is not filled in its turn.
 std::string filled(const std::string& pattern, std::span<const std::string> arguments)
 {
     std::string result;
@@ -112,6 +115,8 @@ void openTexts(const std::string& localesFolder, const std::string& locale)
     language().set(locale == "en_us" ? nullptr : readFileOf(localesFolder, locale));
 }
 
+// The English text is in the literal itself: a key that a dictionary lacks, or a dictionary that is
+// damaged, costs the translation and never the message.
 std::string text(const char* literal)
 {
     const std::string_view whole = literal;

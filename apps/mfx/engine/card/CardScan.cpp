@@ -87,10 +87,22 @@ std::optional<NotHandledReason> reasonAgainst(std::string_view name, Kind kind)
     return name.front() == '.' ? std::optional(NotHandledReason::kHidden) : std::nullopt;
 }
 
+// Two names of one file: a rename that is made of link and unlink was killed between the two.
 bool isOneFile(const std::string& a, const std::string& b)
 {
     std::error_code error;
     return std::filesystem::equivalent(a, b, error) && !error;
+}
+
+template <typename Entries>
+void arrange(Entries& entries, const std::vector<std::uint32_t>& place)
+{
+    for (auto& entry : entries)
+        entry.folder = place[entry.folder];
+    std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
+        return std::tie(a.folder, a.name) < std::tie(b.folder, b.name);
+    });
+    entries.shrink_to_fit();
 }
 
 class Scan {
@@ -109,8 +121,10 @@ private:
     void putBack(std::uint32_t folder);
     void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
     void take(std::uint32_t folder, std::string name, const NameChoice& choice);
+    void leaveOut(std::uint32_t folder, std::string name);
     void enter(std::uint32_t folder, std::string name, const Pt::FileStatus& status);
     bool mustStop();
+    std::vector<std::uint32_t> sortedPlaces() const;
     void sort();
 
     CardContents& m_contents;
@@ -119,6 +133,7 @@ private:
     std::set<std::pair<std::uint64_t, std::uint64_t>> m_entered; // device and inode
 };
 
+// A stack instead of a recursion: how deep folders lie is up to whoever made the card.
 void Scan::run()
 {
     const auto root = Pt::fileStatus(m_contents.root, m_contents.rootError);
@@ -160,6 +175,8 @@ void Scan::list(std::uint32_t folder)
     }
 }
 
+// What was listed before an error is kept: of a damaged directory, half of the pictures are better
+// than none. The error is noted, and keeps the card from being called safe.
 std::vector<std::string> Scan::namesIn(std::uint32_t folder)
 {
     const std::string path = m_contents.folderPath(folder);
@@ -195,6 +212,8 @@ void Scan::putBack(std::uint32_t folder)
     std::filesystem::remove(aside, error);
 }
 
+// By the status of the name itself, never through a link: what a link leads to is listed where it
+// lies, or is not on the card.
 void Scan::take(std::uint32_t folder, std::string name, const NameChoice& choice)
 {
     const std::string path = m_contents.folderPath(folder) + '/' + name;
@@ -210,12 +229,20 @@ void Scan::take(std::uint32_t folder, std::string name, const NameChoice& choice
         m_contents.items.push_back({std::move(name), *status, folder});
         ++m_contents.folderIds[folder].items;
     } else {
-        ++m_contents.notAskedFor;
-        const std::string& below = m_contents.folders[folder];
-        m_contents.leftOut.insert(below.empty() ? std::move(name) : below + '/' + name);
+        leaveOut(folder, std::move(name));
     }
 }
 
+// By path, so that a later look at the card does not take it for a picture that came meanwhile.
+void Scan::leaveOut(std::uint32_t folder, std::string name)
+{
+    ++m_contents.notAskedFor;
+    const std::string& below = m_contents.folders[folder];
+    m_contents.leftOut.insert(below.empty() ? std::move(name) : below + '/' + name);
+}
+
+// Pictures are looked for by their first bytes, too: systems that repair a card or empty a trash
+// name them as they like.
 void Scan::passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind)
 {
     NotHandled entry{std::move(name), folder, reason, {}, 0};
@@ -234,6 +261,8 @@ void Scan::passOver(std::uint32_t folder, std::string name, NotHandledReason rea
     m_contents.notHandled.push_back(std::move(entry));
 }
 
+// Each folder once, by device and inode: a folder that is bound to a place below itself would have
+// no end, and pictures that are listed twice would be saved twice.
 void Scan::enter(std::uint32_t folder, std::string name, const Pt::FileStatus& status)
 {
     if (!m_entered.emplace(status.device, status.inode).second) {
@@ -251,34 +280,36 @@ void Scan::enter(std::uint32_t folder, std::string name, const Pt::FileStatus& s
     }
 }
 
-void Scan::sort()
+// The places that the folders get when they are sorted, by their present ones.
+std::vector<std::uint32_t> Scan::sortedPlaces() const
 {
-    auto& folders = m_contents.folders;
+    const auto& folders = m_contents.folders;
     std::vector<std::uint32_t> order(folders.size());
     std::iota(order.begin(), order.end(), 0U);
     std::sort(
         order.begin(), order.end(), [&folders](auto a, auto b) { return folders[a] < folders[b]; });
     std::vector<std::uint32_t> place(order.size());
-    std::vector<std::string> sorted;
-    std::vector<CardFolderId> ids;
-    sorted.reserve(order.size());
-    for (const std::uint32_t folder : order) {
-        place[folder] = static_cast<std::uint32_t>(sorted.size());
-        sorted.push_back(std::move(folders[folder]));
-        ids.push_back(m_contents.folderIds[folder]);
+    for (std::uint32_t i = 0; i < order.size(); ++i)
+        place[order[i]] = i;
+    return place;
+}
+
+// Bytewise, and the same on each run: the order of a directory is that in which files were made, or
+// of hashes, and numbers are given to pictures in the order of this list. Entries refer to folders
+// by their index, so that these move together.
+void Scan::sort()
+{
+    const std::vector<std::uint32_t> place = sortedPlaces();
+    std::vector<std::string> folders(place.size());
+    std::vector<CardFolderId> ids(place.size());
+    for (std::uint32_t folder = 0; folder < place.size(); ++folder) {
+        folders[place[folder]] = std::move(m_contents.folders[folder]);
+        ids[place[folder]] = m_contents.folderIds[folder];
     }
-    folders = std::move(sorted);
+    m_contents.folders = std::move(folders);
     m_contents.folderIds = std::move(ids);
-    const auto arrange = [&place](auto& entries) {
-        for (auto& entry : entries)
-            entry.folder = place[entry.folder];
-        std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
-            return std::tie(a.folder, a.name) < std::tie(b.folder, b.name);
-        });
-        entries.shrink_to_fit();
-    };
-    arrange(m_contents.items);
-    arrange(m_contents.notHandled);
+    arrange(m_contents.items, place);
+    arrange(m_contents.notHandled, place);
 }
 
 } // namespace

@@ -13,6 +13,7 @@ std::string below(const CardContents& card, std::uint32_t folder, const std::str
 
 } // namespace
 
+// The target may lie on the card, where all that a run saves would be news.
 bool CardWatch::isOwn(const std::string& path) const
 {
     const std::string whole = m_card.root + '/' + path;
@@ -55,7 +56,9 @@ CardWatch::News CardWatch::look()
     return news;
 }
 
-// A file may be written anew under its old size and time.
+// A file may be written anew under its old size and time. What cannot be seen by size and time of
+// content is left to whoever can read the file: a time of change that differs, or that the file
+// system does not keep, proves nothing by itself.
 void CardWatch::lookAt(const MediaItem& item, const CardContents& now, News& news)
 {
     const std::string path = now.pathBelow(item);

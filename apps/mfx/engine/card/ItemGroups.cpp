@@ -63,6 +63,7 @@ std::vector<ItemGroup> FolderGroups::take()
     return std::move(m_groups);
 }
 
+// By halving: the items of a folder are sorted by name.
 bool FolderGroups::contains(std::string_view name) const
 {
     const auto first = m_card.items.begin() + m_begin;
@@ -74,6 +75,9 @@ bool FolderGroups::contains(std::string_view name) const
     return found != last && found->name == name;
 }
 
+// The first group of the stem in which the extension is still free. Two members that differ in the
+// case of their extension only would be one file on a disk that folds case, and one of them would
+// be lost.
 ItemGroup& FolderGroups::groupFor(std::string_view name, std::size_t stemBytes)
 {
     const std::string extension = comparedExtension(name, stemBytes);
@@ -93,6 +97,7 @@ bool FolderGroups::hasExtension(const ItemGroup& group, const std::string& exten
     });
 }
 
+// Stable: within a kind the order by name stays.
 void FolderGroups::arrange(ItemGroup& group) const
 {
     const auto kindOf = [&](std::uint32_t member) {
@@ -137,6 +142,8 @@ std::string_view memberExtension(
     return extensionOf(card.items[group.members[member]].name, group.stemBytes);
 }
 
+// One date for all members, so that a raw file and its JPEG go into the same sub-folder though the
+// movie beside them ended after midnight.
 CaptureDate groupCaptureDate(const CardContents& card, const ItemGroup& group)
 {
     bool readFailed = false;

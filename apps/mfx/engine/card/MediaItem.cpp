@@ -14,6 +14,8 @@ namespace {
 constexpr std::size_t kMaxExtensionLength = 32;
 constexpr std::size_t kMaxChainedLength = 5;
 
+// Blanks around each extension, also the first and the last: a search for " nef " finds whole
+// words.
 constexpr auto kKinds = std::to_array<std::pair<MediaKind, std::string_view>>({
     {MediaKind::kRaw,
         " 3fr arw bay cap cr2 cr3 crw dcr dcs dng drf eip erf fff gpr iiq k25 kdc mdc mef mos mrw "
@@ -71,6 +73,7 @@ MediaKind mediaKind(std::string_view extension)
     return knownKind(last).value_or(MediaKind::kOther);
 }
 
+// Unknown extensions are of the kind Other for everybody else; companions are the known ones of it.
 bool isMovieCompanion(std::string_view extension)
 {
     return knownKind(extension) == MediaKind::kOther;
@@ -86,6 +89,8 @@ std::string extensionList(MediaKind kind)
     return list;
 }
 
+// The rule for chained sidecars is in the header. A name that looks chained and is none
+// (my.trip.xmp) would otherwise take the sidecar from the picture it belongs to.
 std::size_t stemLength(std::string_view name, const SiblingCheck& hasSibling)
 {
     const auto dot = extensionDot(name);

@@ -21,6 +21,7 @@ struct File {
 
 using Files = std::vector<File>; // of one stem
 
+// The views are of `names`, which outlives the choice.
 std::unordered_map<std::string_view, Files> filesByStem(
     const NameFilter& only, const std::vector<std::string>& names)
 {
@@ -56,6 +57,8 @@ bool hasMovie(const Files& files)
     });
 }
 
+// A leader brings what stands behind it in the order of kinds. A movie's thumbnail goes with the
+// movie alone where there is one: a photo of the same stem was taken by chance.
 bool brings(const File& leader, const File& follower, const Files& all)
 {
     if (!leader.isTaken || leader.isCompanion || leader.kind >= follower.kind)

@@ -20,8 +20,10 @@ namespace {
 
 constexpr std::size_t kNames = 5; // told by name; the rest is counted
 constexpr std::uint64_t kThumbnail = 128 * 1024; // bytes; what cameras make takes a tenth of it
+// A system writes such a file beside each of another's, with the same extension and "._" in front.
 constexpr auto kSystemNotes = "\x00\x05\x16\x07"sv;
 
+// Enough for the longest signature below, in one read of the card.
 std::string firstBytes(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -63,6 +65,8 @@ bool isMediaName(const std::string& name)
     return kind != MediaKind::kOther && kind != MediaKind::kSidecar;
 }
 
+// The folder of thumbnails that some cameras keep beside their movies. A larger file in it is no
+// thumbnail, and may be a picture that was moved there.
 bool isThumbnail(const fs::path& path, std::uint64_t size)
 {
     return Pt::equalIgnoringAsciiCase(path.parent_path().filename().string(), "THMBNL")
@@ -71,6 +75,8 @@ bool isThumbnail(const fs::path& path, std::uint64_t size)
 
 } // namespace
 
+// Either of the two is enough: a camera's raw file may begin with bytes that we do not know, and a
+// picture that was recovered has no extension.
 bool isPicture(const std::string& path)
 {
     const std::string bytes = firstBytes(path);

@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// By the folders that cameras make: photos, movies of two kinds. A disk with "DCIM" on it, a
+// telephone's say, is a source as well.
 bool isCard(const std::string& folder)
 {
     for (const char* name : {"DCIM", "PRIVATE", "MP_ROOT"}) {
@@ -32,6 +34,7 @@ std::string nameOf(const Pt::MountedVolume& volume)
     return Pt::displayName(last.empty() ? volume.folder : last);
 }
 
+// Cards out of one packet have the same label, and each must be told from the other.
 std::string unusedName(const std::string& name, const std::vector<MediaSource>& sources)
 {
     const auto isUsed = [&sources](const std::string& wanted) {
@@ -47,6 +50,7 @@ std::string unusedName(const std::string& name, const std::vector<MediaSource>& 
 
 } // namespace
 
+// A volume that is mounted at several places is listed once, at the first of them.
 std::vector<MediaSource> findSources()
 {
     std::vector<MediaSource> sources;
@@ -61,6 +65,8 @@ std::vector<MediaSource> findSources()
     return sources;
 }
 
+// A folder before a name: what is in the working folder is nearer than a card that happens to have
+// this label.
 std::optional<MediaSource> resolveSource(const std::string& text)
 {
     std::error_code error;

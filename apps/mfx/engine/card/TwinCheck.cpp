@@ -27,6 +27,8 @@ bool areApart(const CaptureDate& a, const CaptureDate& b)
     return std::abs(clockSeconds(*a.moment) - clockSeconds(*b.moment)) > kTwinSeconds;
 }
 
+// A raw file may name its camera with blanks around or NULs behind, where the JPEG of the same shot
+// does not.
 std::string plainName(std::string_view name)
 {
     std::string plain;
@@ -84,6 +86,8 @@ std::size_t setOfFollower(
 
 } // namespace
 
+// Parts of a group that was taken apart may begin with a later item than the group that follows:
+// the order is made anew, since numbers are given in it.
 std::vector<ItemGroup> TwinCheck::groups() const
 {
     std::vector<ItemGroup> checked;
@@ -112,7 +116,16 @@ std::vector<ItemGroup> TwinCheck::takenApart(ItemGroup group) const
         extensions.push_back(memberExtension(m_card, group, photo));
         rawCount += mediaKind(extensions.back()) == MediaKind::kRaw ? 1 : 0;
     }
-    const Sets sets = setsOf(photos, rawCount);
+    return split(group, photos, extensions, setsOf(photos, rawCount));
+}
+
+// The order of members within a part is that of the group, so that the primary stays in front.
+// Dates go along: the headers of photos are not read a second time for the names.
+std::vector<ItemGroup> TwinCheck::split(const ItemGroup& group,
+    const std::vector<PhotoFacts>& photos,
+    const std::vector<std::string_view>& extensions,
+    const std::vector<std::size_t>& sets) const
+{
     std::vector<ItemGroup> parts(*std::max_element(sets.begin(), sets.end()) + 1);
     for (std::size_t member = 0; member < group.members.size(); ++member) {
         const bool isPhoto = member < photos.size();
@@ -127,7 +140,8 @@ std::vector<ItemGroup> TwinCheck::takenApart(ItemGroup group) const
     return parts;
 }
 
-// Raw files and images come first in a group.
+// Raw files and images come first in a group. Nothing is read where there are no two that could be
+// strangers: for most cards that is every group, and reading headers is what takes time.
 std::vector<PhotoFacts> TwinCheck::readPhotos(const ItemGroup& group) const
 {
     const auto kindOf = [&](std::size_t member) {

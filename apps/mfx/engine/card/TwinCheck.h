@@ -9,7 +9,9 @@
 
 #include "mfx/engine/card/ItemGroups.h"
 
+#include <cstddef>
 #include <functional>
+#include <string_view>
 #include <vector>
 
 namespace mfx {
@@ -30,6 +32,10 @@ public:
 
 private:
     std::vector<ItemGroup> takenApart(ItemGroup group) const;
+    std::vector<ItemGroup> split(const ItemGroup& group,
+        const std::vector<PhotoFacts>& photos,
+        const std::vector<std::string_view>& extensions,
+        const std::vector<std::size_t>& sets) const; // for each photo the number of its set
     std::vector<PhotoFacts> readPhotos(const ItemGroup& group) const;
 
     const CardContents& m_card;

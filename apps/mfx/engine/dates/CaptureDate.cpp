@@ -50,6 +50,8 @@ std::string beginning(std::istream& stream)
     return std::string(head.data(), static_cast<std::size_t>(stream.gcount()));
 }
 
+// A still brand does not make a still: telephones use it for a picture with a movie in it, whose
+// date may be in the movie's header alone.
 PhotoFacts factsByForm(std::istream& stream)
 {
     const FileForm form = formOf(beginning(stream));
@@ -91,6 +93,8 @@ std::string_view dateSourceText(DateSource source)
     return "unknown";
 }
 
+// A card that went bad reads as a file without a date. Whether the read failed is told along, so
+// that nobody sorts pictures of a dying card by their file times without knowing.
 PhotoFacts ownFacts(const std::string& path)
 {
     std::ifstream stream(path, std::ios::binary);
@@ -104,6 +108,8 @@ CaptureDate ownCaptureDate(const std::string& path)
     return ownFacts(path).date;
 }
 
+// FAT counts from the first of January 1980, and cameras without a set clock begin there: with a
+// day or two for time zones, what is older than the third is no date.
 CaptureDate fileTimeDate(const Pt::FileStatus& status)
 {
     constexpr std::int64_t kThirdOfJanuary1980 = 315'705'600;

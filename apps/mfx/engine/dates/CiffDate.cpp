@@ -37,6 +37,7 @@ std::string directory(HeaderReader& reader, const Heap& heap)
 {
     const std::uint64_t length = heap.end - heap.begin;
     const auto place = length >= 6 ? reader.bytes(heap.end - 4, 4) : std::nullopt;
+    // What cannot be read counts as lying past the end, which the next test refuses.
     const std::uint64_t offset = place ? littleEndian32(*place) : length;
     const auto count = offset <= length - 2 ? reader.bytes(heap.begin + offset, 2) : std::nullopt;
     const std::uint32_t entries = count ? littleEndian16(*count) : 0;
@@ -63,6 +64,7 @@ bool isHeap(std::uint32_t tag)
     return (tag & kKindBits) == kHeapKinds[0] || (tag & kKindBits) == kHeapKinds[1];
 }
 
+// Seconds since 1970 by the camera's clock, without an offset: they are its local time.
 std::optional<CaptureMoment> recordDate(HeaderReader& reader, const Heap& record)
 {
     const auto seconds =
@@ -70,6 +72,8 @@ std::optional<CaptureMoment> recordDate(HeaderReader& reader, const Heap& record
     return seconds ? momentFromUnixTime(littleEndian32(*seconds)) : std::nullopt;
 }
 
+// Heaps within heaps: the time is two levels down in files that cameras write. A heap that names
+// itself as its own part ends at the depth.
 std::optional<CaptureMoment> heapDate(HeaderReader& reader, const Heap& heap, int depth)
 {
     const std::string entries = directory(reader, heap);

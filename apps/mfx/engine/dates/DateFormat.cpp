@@ -14,24 +14,28 @@ namespace {
 
 constexpr std::string_view kLetters = "aAbBcCdDeFgGhHIjmMprRSTuUVwWxXyY%";
 
+[[noreturn]] void refuseLetter(std::string_view rest)
+{
+    const std::string_view letter = Pt::cutName(rest, 4);
+    const std::size_t length = Pt::nameCharacterAt(letter, 0).length;
+    throw PatternError(text("$$$/Mfx/Pattern/NoDateLetter=\"%1\" is no date letter that file "
+                            "names can have; use such as %Y, %m, %d, %H, %M, %S.",
+        {'%' + std::string(letter.substr(0, length))}));
+}
+
+// Refused when the pattern is read, and not at the first picture: half a card would be named by
+// then.
 void checkLetters(std::string_view format)
 {
     for (std::size_t at = format.find('%'); at != std::string_view::npos;
          at = format.find('%', at + 2)) {
-        if (at + 1 == format.size()) {
+        if (at + 1 == format.size())
             throw PatternError(
                 text("$$$/Mfx/Pattern/PercentAtEnd=The date format \"%1\" ends with \"%\"; "
                      "write \"%%\" for a percent sign.",
                     {std::string(format)}));
-        }
-        if (kLetters.find(format[at + 1]) == std::string_view::npos) {
-            const std::string_view letter = Pt::cutName(format.substr(at + 1), 4);
-            const std::size_t length = Pt::nameCharacterAt(letter, 0).length;
-            throw PatternError(
-                text("$$$/Mfx/Pattern/NoDateLetter=\"%1\" is no date letter that file "
-                     "names can have; use such as %Y, %m, %d, %H, %M, %S.",
-                    {'%' + std::string(letter.substr(0, length))}));
-        }
+        if (kLetters.find(format[at + 1]) == std::string_view::npos)
+            refuseLetter(format.substr(at + 1));
     }
 }
 
@@ -95,6 +99,8 @@ DateFormat::DateFormat(std::string_view format)
     checkLetters(format);
 }
 
+// In the classic locale, whatever the user's: names of months would otherwise depend on who runs
+// it, and a second run under another locale would save every picture again.
 std::string DateFormat::render(const CaptureMoment& moment) const
 {
     const std::tm time = brokenDownTime(moment);
@@ -117,6 +123,8 @@ std::vector<DatePiece> DateFormat::shape() const
     return shape;
 }
 
+// A line feed in a file name breaks the scripts that list files, and bytes that are no UTF-8 cannot
+// be handed to the sink.
 void requirePlainText(std::string_view pattern)
 {
     const auto isControl = [](char c) {

@@ -12,7 +12,7 @@ namespace mfx {
 
 namespace {
 
-constexpr int kFirstCountedYear = 1971;
+constexpr int kFirstCountedYear = 1971; // a clock that was never set is in its first year still
 constexpr int kLastYear = 9999;
 constexpr int kWidestOffset = 14 * 60;
 
@@ -120,13 +120,16 @@ private:
     std::string_view m_rest;
 };
 
-// Where clocks begin to count, and what they say until somebody sets them.
+// Where clocks begin to count, and what they say until somebody sets them: the epoch of movies,
+// 1904, and that of Unix, 1970. A picture dated so has no date.
 bool isClocksZero(const CaptureMoment& moment)
 {
     return (moment.year == 1904 || moment.year == 1970) && moment.month == 1 && moment.day == 1
         && moment.hour == 0 && moment.minute == 0 && moment.second == 0;
 }
 
+// Cameras without a date write zeros or blanks, and broken ones a thirtieth of February. What
+// cannot be a moment is no date: the next source is asked, and in the end the file's time.
 bool isPossible(const CaptureMoment& moment)
 {
     using namespace std::chrono;
@@ -137,6 +140,7 @@ bool isPossible(const CaptureMoment& moment)
         && moment.minute < 60 && moment.second < 60 && !isClocksZero(moment);
 }
 
+// The standard wants colons; programs that repair dates write dashes, slashes and dots.
 bool readDate(TextCursor& cursor, CaptureMoment& moment)
 {
     constexpr std::string_view kSeparators = ":-/.";
@@ -170,6 +174,7 @@ bool readTime(TextCursor& cursor, CaptureMoment& moment, bool shortHour)
     return second.has_value();
 }
 
+// "Z", "+02:00", "+0200", "+02". The widest in use is fourteen hours: more is a misread field.
 std::optional<int> readOffset(TextCursor& cursor)
 {
     if (cursor.takeAny("Zz"))
@@ -218,11 +223,52 @@ std::optional<CaptureMoment> readSpelledDate(TextCursor& cursor)
     return cursor.atEnd() && isPossible(moment) ? std::optional(moment) : std::nullopt;
 }
 
+// Requires: a possible moment, which all that are made here are.
 std::chrono::sys_days dayOf(const CaptureMoment& moment)
 {
     using namespace std::chrono;
     return year{moment.year} / month{static_cast<unsigned>(moment.month)}
     / day{static_cast<unsigned>(moment.day)};
+}
+
+CaptureMoment momentAt(std::chrono::sys_seconds time)
+{
+    using namespace std::chrono;
+    const sys_days today = floor<days>(time);
+    const year_month_day date{today};
+    const hh_mm_ss clock{time - today};
+    CaptureMoment moment;
+    moment.year = static_cast<int>(date.year());
+    moment.month = static_cast<int>(static_cast<unsigned>(date.month()));
+    moment.day = static_cast<int>(static_cast<unsigned>(date.day()));
+    moment.hour = static_cast<int>(clock.hours().count());
+    moment.minute = static_cast<int>(clock.minutes().count());
+    moment.second = static_cast<int>(clock.seconds().count());
+    return moment;
+}
+
+// As many digits as are needed, but one at least: ".0" says that the camera knew fractions.
+std::string fractionText(std::uint32_t nanosecond)
+{
+    std::array<char, 16> buffer{};
+    std::snprintf(buffer.data(), buffer.size(), ".%09u", nanosecond);
+    const std::string text = buffer.data();
+    const std::size_t last = text.find_last_not_of('0');
+    return text.substr(0, text[last] == '.' ? last + 2 : last + 1);
+}
+
+// The sign stands apart: an offset of minus half an hour has no negative number of hours.
+std::string offsetText(int minutes)
+{
+    const int distance = std::abs(minutes);
+    std::array<char, 48> buffer{};
+    std::snprintf(buffer.data(),
+        buffer.size(),
+        "%c%02d:%02d",
+        minutes < 0 ? '-' : '+',
+        distance / 60,
+        distance % 60);
+    return buffer.data();
 }
 
 } // namespace
@@ -256,6 +302,7 @@ std::optional<int> parseOffset(std::string_view text)
     return cursor.atEnd() ? offset : std::nullopt;
 }
 
+// A fraction without its point: "5" is half a second, and what goes beyond nanoseconds is cut off.
 std::optional<std::uint32_t> parseSubSeconds(std::string_view digits)
 {
     TextCursor cursor(digits);
@@ -269,6 +316,8 @@ std::optional<std::uint32_t> parseSubSeconds(std::string_view digits)
     return value;
 }
 
+// Done by the calendar of the library and not by gmtime(), which is not safe with threads and knows
+// leap seconds on some systems.
 std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
 {
     using namespace std::chrono;
@@ -276,18 +325,7 @@ std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
     constexpr sys_seconds kEnd{sys_days{year{kLastYear + 1} / January / 1}};
     if (seconds < kBegin.time_since_epoch().count() || seconds >= kEnd.time_since_epoch().count())
         return std::nullopt;
-    const sys_seconds time{std::chrono::seconds{seconds}};
-    const sys_days today = floor<days>(time);
-    const year_month_day date{today};
-    const hh_mm_ss clock{time - today};
-    CaptureMoment moment;
-    moment.year = static_cast<int>(date.year());
-    moment.month = static_cast<int>(static_cast<unsigned>(date.month()));
-    moment.day = static_cast<int>(static_cast<unsigned>(date.day()));
-    moment.hour = static_cast<int>(clock.hours().count());
-    moment.minute = static_cast<int>(clock.minutes().count());
-    moment.second = static_cast<int>(clock.seconds().count());
-    return moment;
+    return momentAt(sys_seconds{std::chrono::seconds{seconds}});
 }
 
 std::string isoText(const CaptureMoment& moment)
@@ -303,25 +341,15 @@ std::string isoText(const CaptureMoment& moment)
         moment.minute,
         moment.second);
     std::string text = buffer.data();
-    if (moment.nanosecond) {
-        std::snprintf(buffer.data(), buffer.size(), ".%09u", *moment.nanosecond);
-        text += buffer.data();
-        const std::size_t last = text.find_last_not_of('0');
-        text.resize(text[last] == '.' ? last + 2 : last + 1); // one digit stays
-    }
-    if (moment.offsetMinutes) {
-        const int distance = std::abs(*moment.offsetMinutes);
-        std::snprintf(buffer.data(),
-            buffer.size(),
-            "%c%02d:%02d",
-            *moment.offsetMinutes < 0 ? '-' : '+',
-            distance / 60,
-            distance % 60);
-        text += buffer.data();
-    }
+    if (moment.nanosecond)
+        text += fractionText(*moment.nanosecond);
+    if (moment.offsetMinutes)
+        text += offsetText(*moment.offsetMinutes);
     return text;
 }
 
+// As the clock on the camera showed it, whatever its offset: two shots are compared by it that were
+// made with one camera, or with two whose clocks were set alike.
 std::int64_t clockSeconds(const CaptureMoment& moment)
 {
     constexpr std::int64_t kSecondsPerDay = 86'400;
@@ -329,6 +357,8 @@ std::int64_t clockSeconds(const CaptureMoment& moment)
     return days * kSecondsPerDay + moment.hour * 3600 + moment.minute * 60 + moment.second;
 }
 
+// Day of week and day of year are set as well: formats may ask for them, and the formatter takes
+// them from here without reckoning.
 std::tm brokenDownTime(const CaptureMoment& moment)
 {
     using namespace std::chrono;

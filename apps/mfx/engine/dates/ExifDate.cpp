@@ -54,6 +54,8 @@ std::string exifText(const Exiv2::ExifData& exif, const char* key)
     return found == exif.end() ? std::string() : found->toString();
 }
 
+// The first field that is a date holds, in the order of what it is worth: the moment of the shot,
+// that of the scan, that of the last change. Fraction and offset are those of the same field.
 CaptureDate dateOfExif(const Exiv2::ExifData& exif)
 {
     for (const ExifKeys& keys : kExifKeys) {
@@ -114,6 +116,9 @@ bool understood(Exiv2::Image& image)
     }
 }
 
+// With a JPEG all tags are in front, so that a whole reading of its first piece is final. Of other
+// forms a piece may lack a directory that lies behind the pixels: only the date of the shot is
+// final there, since no other field would come before it.
 Reading readPiece(const std::vector<unsigned char>& bytes)
 {
     try {
@@ -130,6 +135,7 @@ Reading readPiece(const std::vector<unsigned char>& bytes)
     }
 }
 
+// Muted: the library writes its warnings to standard error, beside what the run reports.
 void startLibrary()
 {
     Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
@@ -150,6 +156,8 @@ void readUpTo(std::istream& stream, std::size_t size, std::vector<unsigned char>
 
 } // namespace
 
+// Piece by piece, each four times the last or more: most files need the first only, and from a card
+// that matters more than the time it takes to understand a piece again.
 PhotoFacts exifFacts(std::istream& stream)
 {
     static std::mutex lock; // the library's XMP parser serves one thread

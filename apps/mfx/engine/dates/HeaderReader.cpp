@@ -31,8 +31,11 @@ HeaderReader::HeaderReader(std::istream& stream)
 {
 }
 
+// Nothing beyond the limits, and nothing any more once they were reached: a file that was made to
+// keep us busy ends as one without a date.
 std::optional<std::string> HeaderReader::bytes(std::uint64_t offset, std::size_t count)
 {
+    // Subtracted, not added: both numbers come from the file, and their sum may overflow.
     if (offset > m_size || count > m_size - offset)
         return std::nullopt;
     if (m_readsLeft == 0 || count > m_bytesLeft) {

@@ -44,7 +44,8 @@ std::optional<Box> boxAt(HeaderReader& reader, std::uint64_t offset, std::uint64
     return Box{head->substr(4), offset + headSize, end, end};
 }
 
-// The chunk at `offset`; chunks begin at even offsets.
+// The chunk at `offset`. Chunks begin at even offsets: an odd one is followed by a byte of padding,
+// which its size does not count.
 std::optional<Box> chunkAt(HeaderReader& reader, std::uint64_t offset, std::uint64_t limit)
 {
     const auto head = limit - offset >= 8 ? reader.bytes(offset, 8) : std::nullopt;
@@ -55,6 +56,8 @@ std::optional<Box> chunkAt(HeaderReader& reader, std::uint64_t offset, std::uint
     return Box{head->substr(0, 4), offset + 8, end, std::min(limit, end + (size & 1U))};
 }
 
+// Boxes and chunks are walked alike; each step ends beyond the head that it read, so that every
+// walk comes to an end.
 using BoxReader = std::optional<Box> (*)(HeaderReader&, std::uint64_t, std::uint64_t);
 
 // Calls `visit` for each box of a range until it returns true or the range ends.
@@ -88,7 +91,8 @@ std::optional<std::string> shortText(HeaderReader& reader, std::uint64_t begin, 
         begin, static_cast<std::size_t>(std::min<std::uint64_t>(length, kMaxTextLength)));
 }
 
-// 1-based place of the date among the names in a "keys" box; 0 when it is not there.
+// 1-based, as values refer to it. Place of the date among the names in a "keys" box; 0 when it is
+// not there.
 std::uint32_t dateKeyIndex(HeaderReader& reader, const Box& keys)
 {
     const auto head = keys.end - keys.begin >= 8 ? reader.bytes(keys.begin, 8) : std::nullopt;
@@ -117,6 +121,8 @@ Box metaContents(HeaderReader& reader, Box meta)
     return meta;
 }
 
+// Telephones write the local time with its offset under a key of its own. The list of keys gives it
+// a number, and the value is the box in the list of values whose type is that number.
 std::optional<CaptureMoment> keyDate(HeaderReader& reader, const Box& movie)
 {
     const auto meta = findBox(reader, movie, "meta");
@@ -136,6 +142,8 @@ std::optional<CaptureMoment> keyDate(HeaderReader& reader, const Box& movie)
     return bytes ? parseDateText(*bytes) : std::nullopt;
 }
 
+// Seconds since 1904 in UTC, by the standard. Many cameras put their local time there all the same,
+// which nothing in the file gives away: it is taken at its word, and is the last resort.
 std::optional<CaptureMoment> headerDate(HeaderReader& reader, const Box& movie)
 {
     constexpr std::uint64_t kFrom1904To1970 = 2'082'844'800;
@@ -168,6 +176,8 @@ CaptureDate boxMovieDate(HeaderReader& reader)
     return {};
 }
 
+// The depth is limited, for lists may hold lists, and what the file says of their sizes is not to
+// be trusted.
 std::optional<CaptureMoment> chunkDate(HeaderReader& reader, const Box& parent, int depth)
 {
     std::optional<CaptureMoment> moment;

@@ -7,6 +7,8 @@ namespace mfx {
 
 namespace fs = std::filesystem;
 
+// Folders with a dot in front are not entered: work folders of runs are among them, whose numbers
+// may never be given.
 std::optional<std::uint64_t> lastNumberIn(const std::string& folder,
     const NumberMatcher& allNames,
     bool looksBelow,

@@ -21,6 +21,24 @@ void requireNoSlash(std::string_view name)
     }
 }
 
+// What the device's name brings into a stem is not known when the pattern is read. A dot in front
+// would hide the picture from everybody who looks for it.
+void requireFileStem(const std::string& stem, const NameFields& fields)
+{
+    requireNoSlash(stem);
+    if (stem.find('\0') != std::string::npos)
+        throw PatternError(
+            text("$$$/Mfx/Pattern/NulInName=The device's name holds a NUL character."));
+    if (stem.empty())
+        throw PatternError(
+            text("$$$/Mfx/Pattern/EmptyName=The name pattern gives an empty name for \"%1\".",
+                {fields.name}));
+    if (stem.front() == '.')
+        throw PatternError(
+            text("$$$/Mfx/Pattern/HiddenName=The name pattern gives \"%1\", which would be hidden.",
+                {stem}));
+}
+
 NumberMatcher::Part textPart(std::string text)
 {
     return {NumberMatcher::Part::Kind::kText, std::move(text), 0};
@@ -71,19 +89,22 @@ void NamePattern::readPiece(std::string_view& rest)
             text("$$$/Mfx/Pattern/BraceClosesNothing=\"}\" closes nothing in the name "
                  "pattern; write \"}}\" for a brace."));
     } else if (first == '{') {
-        const std::size_t end = rest.find('}');
-        if (end == std::string_view::npos) {
-            throw PatternError(
-                text("$$$/Mfx/Pattern/BraceStaysOpen=\"%1\" has no \"}\" in the name "
-                     "pattern; write \"{{\" for a brace.",
-                    {std::string(rest)}));
-        }
-        m_pieces.push_back(fieldPiece(rest.substr(1, end - 1)));
-        rest.remove_prefix(end + 1);
+        readField(rest);
     } else {
         addText(first);
         rest.remove_prefix(1);
     }
+}
+
+void NamePattern::readField(std::string_view& rest)
+{
+    const std::size_t end = rest.find('}');
+    if (end == std::string_view::npos)
+        throw PatternError(text("$$$/Mfx/Pattern/BraceStaysOpen=\"%1\" has no \"}\" in the name "
+                                "pattern; write \"{{\" for a brace.",
+            {std::string(rest)}));
+    m_pieces.push_back(fieldPiece(rest.substr(1, end - 1)));
+    rest.remove_prefix(end + 1);
 }
 
 void NamePattern::addText(char c)
@@ -122,6 +143,7 @@ NamePattern::Piece NamePattern::datePiece(std::string_view format)
     Piece piece;
     piece.kind = Piece::Kind::kDate;
     piece.format.emplace(format);
+    // Of the finished text, since a letter of the format may stand for one with slashes.
     requireNoSlash(piece.format->longestExample());
     return piece;
 }
@@ -138,7 +160,8 @@ NamePattern::Piece NamePattern::sequencePiece(std::string_view digits)
     return piece;
 }
 
-// Takes off the ".{ext}" at the end, which every member has of its own.
+// Takes off the ".{ext}" at the end, which every member has of its own: the pattern makes the stem,
+// and the field would put the primary's extension into the names of its sidecars.
 void NamePattern::dropOwnExtension()
 {
     const std::size_t count = m_pieces.size();
@@ -158,6 +181,8 @@ bool NamePattern::uses(Piece::Kind kind) const
     });
 }
 
+// All names that the pattern can give, whoever took the picture and when: by them numbers go on
+// behind the last one. A picture without a date has a fixed word for it, and so a form of its own.
 NumberMatcher NamePattern::numberMatcher() const
 {
     if (!usesDate())
@@ -167,33 +192,43 @@ NumberMatcher NamePattern::numberMatcher() const
 
 NumberMatcher::Parts NamePattern::numberParts(bool isDated) const
 {
-    using Kind = NumberMatcher::Part::Kind;
     NumberMatcher::Parts parts;
-    for (const Piece& piece : m_pieces) {
-        switch (piece.kind) {
-        case Piece::Kind::kText:
-            parts.push_back(textPart(piece.text));
-            break;
-        case Piece::Kind::kName:
-        case Piece::Kind::kExtension:
-            parts.push_back({Kind::kAnything, {}, 0});
-            break;
-        case Piece::Kind::kDate:
-            if (isDated) {
-                const std::vector<DatePiece> shape = piece.format->shape();
-                std::transform(shape.begin(), shape.end(), std::back_inserter(parts), datePart);
-            } else {
-                parts.push_back(textPart(std::string(kUndated)));
-            }
-            break;
-        case Piece::Kind::kSequence:
-            parts.push_back({Kind::kNumber, {}, piece.digits});
-            break;
-        }
-    }
+    for (const Piece& piece : m_pieces)
+        addParts(piece, isDated, parts);
     return parts;
 }
 
+void NamePattern::addParts(const Piece& piece, bool isDated, NumberMatcher::Parts& parts)
+{
+    using Kind = NumberMatcher::Part::Kind;
+    switch (piece.kind) {
+    case Piece::Kind::kText:
+        parts.push_back(textPart(piece.text));
+        break;
+    case Piece::Kind::kName:
+    case Piece::Kind::kExtension:
+        parts.push_back({Kind::kAnything, {}, 0});
+        break;
+    case Piece::Kind::kDate:
+        addDateParts(piece, isDated, parts);
+        break;
+    case Piece::Kind::kSequence:
+        parts.push_back({Kind::kNumber, {}, piece.digits});
+        break;
+    }
+}
+
+void NamePattern::addDateParts(const Piece& piece, bool isDated, NumberMatcher::Parts& parts)
+{
+    if (!isDated) {
+        parts.push_back(textPart(std::string(kUndated)));
+        return;
+    }
+    const std::vector<DatePiece> shape = piece.format->shape();
+    std::transform(shape.begin(), shape.end(), std::back_inserter(parts), datePart);
+}
+
+// The names that one group can have had: only its number is open.
 NumberMatcher NamePattern::numberMatcher(const NameFields& fields) const
 {
     NumberMatcher::Parts parts;
@@ -230,21 +265,7 @@ std::string NamePattern::stem(const NameFields& fields) const
     std::string stem;
     for (const Piece& piece : m_pieces)
         stem += rendered(piece, fields);
-    requireNoSlash(stem);
-    if (stem.find('\0') != std::string::npos) {
-        throw PatternError(
-            text("$$$/Mfx/Pattern/NulInName=The device's name holds a NUL character."));
-    }
-    if (stem.empty()) {
-        throw PatternError(
-            text("$$$/Mfx/Pattern/EmptyName=The name pattern gives an empty name for \"%1\".",
-                {fields.name}));
-    }
-    if (stem.front() == '.') {
-        throw PatternError(
-            text("$$$/Mfx/Pattern/HiddenName=The name pattern gives \"%1\", which would be hidden.",
-                {stem}));
-    }
+    requireFileStem(stem, fields);
     return stem;
 }
 

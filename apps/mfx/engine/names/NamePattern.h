@@ -59,7 +59,10 @@ private:
 
     bool uses(Piece::Kind kind) const;
     NumberMatcher::Parts numberParts(bool isDated) const;
+    static void addParts(const Piece& piece, bool isDated, NumberMatcher::Parts& parts);
+    static void addDateParts(const Piece& piece, bool isDated, NumberMatcher::Parts& parts);
     void readPiece(std::string_view& rest);
+    void readField(std::string_view& rest);
     void addText(char c);
     static Piece fieldPiece(std::string_view field);
     static Piece datePiece(std::string_view format);

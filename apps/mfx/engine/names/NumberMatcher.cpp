@@ -53,6 +53,8 @@ private:
     std::optional<Match> m_match;
 };
 
+// Tries one part after the other and goes back where the rest does not fit. Names are short and
+// patterns have few open parts, so that this ends soon.
 bool Reading::fits(std::size_t part, std::size_t at)
 {
     if (part == m_parts.size())
@@ -86,6 +88,8 @@ bool Reading::fitsLength(std::size_t part, std::size_t at, std::size_t length)
     return false;
 }
 
+// A number has at least the digits of the pattern, and zeros in front only to fill these up: "0042"
+// is no way in which {seq:3} writes forty-two. Where {seq} comes twice, both say the same.
 bool Reading::fitsNumber(std::size_t part, std::size_t at)
 {
     const std::string_view rest = m_name.substr(at);
@@ -103,6 +107,7 @@ bool Reading::fitsNumber(std::size_t part, std::size_t at)
     return false;
 }
 
+// A clash may have added "-1" and so on behind the stem; a sidecar's extension may have two parts.
 bool Reading::fitsEnd(std::size_t at)
 {
     std::string_view rest = m_name.substr(at);

@@ -10,6 +10,8 @@ namespace mfx {
 
 namespace fs = std::filesystem;
 
+// Once for a run, so that each group is looked up by size instead of asking for every number in
+// turn.
 void NumberedFiles::read(const std::string& folder, const NumberMatcher& allNames)
 {
     m_folder = folder;
@@ -27,6 +29,7 @@ void NumberedFiles::read(const std::string& folder, const NumberMatcher& allName
     }
 }
 
+// The lowest number first: of several copies, the oldest is the one that people know.
 std::vector<std::string> NumberedFiles::stemsOf(
     std::uint64_t size, const std::string& extension, const NumberMatcher& names) const
 {
@@ -50,6 +53,8 @@ std::optional<Pt::FileStatus> NumberedFiles::statusOf(const std::string& name) c
     return found == m_files.end() ? std::nullopt : std::optional(found->second);
 }
 
+// Read without the lock: two threads may read one file at the same time, which costs less than that
+// one waits for the other's gigabyte. A file that changed since the listing is no copy to rely on.
 std::optional<Pt::ContentDigest> NumberedFiles::digestOf(const std::string& name)
 {
     const std::string path = m_folder + '/' + name;

@@ -32,6 +32,8 @@ void requireFolderName(std::string_view component, std::string_view pattern)
 
 } // namespace
 
+// Checked on the longest text that the format can give: each part of it is one folder. ".." begins
+// with a dot, so that no pattern leads out of the target.
 SubfolderPattern::SubfolderPattern(std::string_view pattern)
     : m_format(pattern)
 {

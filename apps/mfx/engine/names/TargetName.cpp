@@ -15,6 +15,7 @@ std::string numberedStem(std::string_view stem, std::uint64_t number)
     return numbered;
 }
 
+// For names that a card has and no file can: its file system may be another, or damaged.
 std::string safeStem(std::string_view stem)
 {
     std::string safe(stem.empty() ? std::string_view("_") : stem);
@@ -37,6 +38,8 @@ GroupTarget::GroupTarget(
     }
 }
 
+// The stem is cut to what the longest extension of the group leaves over, so that all members keep
+// one stem, also where only one of them is too long.
 std::string GroupTarget::fileName(std::size_t member, std::uint64_t number) const
 {
     const std::size_t taken = m_longestExtension + numberedStem("", number).size();

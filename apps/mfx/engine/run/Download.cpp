@@ -4,56 +4,23 @@
 #include "mfx/engine/names/LastNumber.h"
 #include "mfx/engine/run/Ticker.h"
 #include "mfx/engine/run/Verdict.h"
-#include "mfx/engine/saving/CopyIdentity.h"
 #include "mfx/engine/saving/GroupPlacer.h"
 #include "mfx/engine/saving/GroupStager.h"
-#include "mfx/engine/saving/TargetSpot.h"
-#include "mfx/engine/sink/DNGSearch.h"
 #include "mfx/texts/Texts.h"
-#include "platform/common/files/FilePlacement.h"
 #include "platform/common/text/NameText.h"
 
 #include <algorithm>
-#include <filesystem>
 
 namespace mfx {
 
-namespace fs = std::filesystem;
-
 namespace {
 
-constexpr std::chrono::milliseconds kProgressPause{500};
+constexpr std::chrono::milliseconds kProgressPause{500}; // JSON promises twice a second
 
 // Bytes to work through for each byte of an item: written and read back, for each place.
 std::uint64_t passes(const DownloadRequest& request)
 {
     return request.backupFolder ? 4 : 2;
-}
-
-bool isSourceTrouble(Pt::CopyProblem problem)
-{
-    return problem == Pt::CopyProblem::kSourceMissing
-        || problem == Pt::CopyProblem::kSourceUnreadable;
-}
-
-// A failed backup keeps its status: an original without its second copy is not to be deleted,
-// whatever else fails.
-void noteNoDNG(ItemEvent& event, const std::string& reason)
-{
-    if (event.status == ItemStatus::kBackupFailed) {
-        event.error = text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason});
-        return;
-    }
-    event.status = ItemStatus::kDNGFailed;
-    event.error = reason;
-}
-
-// The folder beneath a card that was taken out.
-bool isEmptyFolder(const std::string& path)
-{
-    std::error_code error;
-    const fs::directory_iterator first(path, error);
-    return error || first == fs::directory_iterator();
 }
 
 } // namespace
@@ -73,6 +40,9 @@ Download::Download(
 {
 }
 
+// Each step rests on the ones before it. Places are opened and compared before a single byte is
+// written into them. All groups are through before names are flushed and originals may go. Folders
+// are left last: the locks in them keep other programs from taking our staged copies for leftovers.
 DownloadSummary Download::run()
 {
     if (m_request.rules.useNumbers())
@@ -80,27 +50,42 @@ DownloadSummary Download::run()
     openPlaces();
     m_events.source(m_request.sourceName, m_card.items.size(), m_account.bytesOnCard());
     warnOfPlaces();
-    {
-        const Ticker ticker(kProgressPause, [this] { reportProgress(); });
-        m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
-        m_nextNumber = firstNumber();
-        runGroups();
-        m_account.summary.nextSequence = m_nextNumber;
-        if (!m_request.dryRun)
-            closeDownload();
-        m_folders.leave();
-        m_places.leave();
-    }
+    saveAll();
     reportProgress();
-    m_account.summary.placeUnusable = m_account.summary.placeUnusable
-        || (m_targetRefused && m_account.summary.saved + m_account.summary.existing == 0);
-    m_account.summary.interrupted = m_account.summary.interrupted || m_request.wasInterrupted();
-    giveVerdict(m_account.summary);
+    sumUp();
     m_events.summary(m_account.summary);
     return m_account.summary;
 }
 
-// The target's own folder is compared although all may go into folders below it.
+void Download::saveAll()
+{
+    // From here on there is a second thread: it reports progress, also while the sink or a question
+    // holds this one up, and has ended when this function returns. Nothing is reported behind the
+    // summary.
+    const Ticker ticker(kProgressPause, [this] { reportProgress(); });
+    m_groups = TwinCheck(m_card, m_request.wasInterrupted).groups();
+    m_nextNumber = firstNumber();
+    runGroups();
+    m_account.summary.nextSequence = m_nextNumber;
+    if (!m_request.dryRun)
+        closeDownload();
+    m_folders.leave();
+    m_places.leave();
+}
+
+// A target that refused some files is unusable only where it took none at all: one sub-folder that
+// is shut does not make the others so.
+void Download::sumUp()
+{
+    DownloadSummary& summary = m_account.summary;
+    summary.placeUnusable =
+        summary.placeUnusable || (m_targetRefused && summary.saved + summary.existing == 0);
+    summary.interrupted = summary.interrupted || m_request.wasInterrupted();
+    giveVerdict(summary);
+}
+
+// The target's own folder is compared although all may go into folders below it: its sub-folders
+// come into being one by one, when half of the card may be copied.
 void Download::openPlaces()
 {
     m_places.open();
@@ -131,9 +116,9 @@ void Download::warnOfPlaces()
                  "conversion library is not installed"));
 }
 
-void Download::runGroups()
+StagingPlan Download::stagingPlan()
 {
-    StagingPlan plan{m_card,
+    return {m_card,
         m_groups,
         m_request.rules,
         m_nextNumber,
@@ -142,31 +127,45 @@ void Download::runGroups()
             m_progress.add(item, phase, bytes);
         },
         m_request.wasInterrupted};
-    GroupStager stager(std::move(plan), m_folders);
+}
+
+// An interrupt counts more than a reason to stop: what was not begun is then not reported as
+// failed, for nothing is wrong with it.
+void Download::runGroups()
+{
+    GroupStager stager(stagingPlan(), m_folders);
     for (std::size_t group = 0; group < m_groups.size(); ++group) {
-        if (m_request.wasInterrupted()) {
-            m_account.summary.interrupted = true;
-            return;
-        }
-        if (m_stopReason) {
+        if (m_stopReason && !m_request.wasInterrupted()) {
             failRest(group, *m_stopReason);
             return;
         }
-        const std::unique_ptr<GroupWork> work = stager.take();
-        reportRestored();
-        if (work->problem == Pt::CopyProblem::kCancelled) {
-            dropItemFolder(*work);
+        if (m_request.wasInterrupted() || !runNextGroup(stager)) {
             m_account.summary.interrupted = true;
             return;
         }
-        finishGroup(*work);
-        if (!m_events.isHeard()) {
-            m_account.summary.outputFailed = true;
-            stopAt(text("$$$/Mfx/Download/StoppedUnheard=not tried: what is told cannot be written "
-                        "to standard output"));
-        }
     }
     m_account.summary.interrupted = m_request.wasInterrupted();
+}
+
+// False when its copying was broken off by an interrupt.
+bool Download::runNextGroup(GroupStager& stager)
+{
+    const std::unique_ptr<GroupWork> work = stager.take();
+    // The stager may just have opened a folder in which an earlier run was cut off.
+    reportRestored();
+    if (work->problem == Pt::CopyProblem::kCancelled) {
+        dropItemFolder(*work);
+        return false;
+    }
+    finishGroup(*work);
+    // A reader that went away would never learn which copies failed: copying on for nobody could
+    // end with a card that is wiped on the word of an incomplete list.
+    if (!m_events.isHeard()) {
+        m_account.summary.outputFailed = true;
+        stopAt(text("$$$/Mfx/Download/StoppedUnheard=not tried: what is told cannot be written "
+                    "to standard output"));
+    }
+    return true;
 }
 
 void Download::reportRestored()
@@ -189,242 +188,6 @@ std::uint64_t Download::firstNumber() const
         m_request.rules.subfolders.has_value(),
         m_request.wasInterrupted);
     return last ? std::max(m_request.firstSequence, *last + 1) : m_request.firstSequence;
-}
-
-// Numbers are given here, in the order of the groups, to those that are saved: a group that stands
-// there already, or that failed, leaves no gap.
-void Download::decide(GroupWork& work)
-{
-    if (m_request.rules.useNumbers())
-        work.target =
-            groupTarget(m_card, m_groups[work.group], work.date, m_request.rules, m_nextNumber);
-    if (m_request.dryRun)
-        previewNames(work);
-    else
-        decideNames(work);
-}
-
-void Download::finishGroup(GroupWork& work)
-{
-    std::vector<ItemEvent> events(work.members.size());
-    if (!work.failed && !work.alreadyPresent)
-        decide(work);
-    if (const auto lost = work.failed ? std::nullopt : lostPlace(work)) {
-        failGroup(work, work.members.size(), *lost);
-        stopAt(*lost);
-    }
-    if (!work.failed && m_request.backupFolder && !m_request.dryRun)
-        backUp(work, events);
-    if (m_backup.lost())
-        stopAt(*m_backup.lost());
-    if (!work.failed && !m_request.dryRun)
-        place(work);
-    const bool asksForDNG = m_request.convertsToDNG || m_request.wantsDNG;
-    if (!work.failed && asksForDNG && !m_request.dryRun)
-        convert(
-            work, events); // the item folder keeps the work folder, and our lock on it, in being
-    dropItemFolder(work);
-    if (!work.failed && !work.alreadyPresent)
-        ++m_nextNumber;
-    judge(work, events);
-    conclude(work, events);
-    if (work.failed)
-        noteFailure(work);
-}
-
-// Why the run cannot go on with a group: a place is no longer where it was.
-std::optional<std::string> Download::lostPlace(const GroupWork& work) const
-{
-    if (m_request.dryRun)
-        return std::nullopt;
-    auto lost = m_places.lostPlace();
-    if (!lost && work.folder && !work.folder->isAtItsPath())
-        lost = work.folder->lostText();
-    return lost;
-}
-
-void Download::backUp(GroupWork& work, std::vector<ItemEvent>& events)
-{
-    const PhaseScope phase(m_progress, ProgressPhase::kBackup);
-    const auto backups = m_backup.backUp(work, [&](std::size_t member) {
-        const std::uint32_t item = work.members[member].item;
-        m_progress.add(item, ProgressPhase::kBackup, 2 * m_card.items[item].status.size);
-    });
-    if (m_backup.lost()) {
-        failGroup(work, work.members.size(), *m_backup.lost());
-        return;
-    }
-    for (std::size_t i = 0; i < backups.size(); ++i)
-        noteBackup(work, i, backups[i], events[i]);
-}
-
-// A copy that stood in the backup before counts only where it is no other view of the original.
-void Download::noteBackup(
-    const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event)
-{
-    const std::uint32_t item = work.members[member].item;
-    const bool ownFiles = m_places.backupKeepsOwnFiles() && m_card.keepsOwnFiles;
-    if (backup.alreadyPresent && backup.copy
-        && !isToldApart(backup.copy->status, m_card.items[item].status, ownFiles)) {
-        backup.isMade = false;
-        backup.error = text("$$$/Mfx/Backup/NotToldApart=its copy in the backup folder cannot be "
-                            "told apart from the original");
-    }
-    if (!backup.isMade) {
-        event.status = ItemStatus::kBackupFailed;
-        event.error = backup.error;
-        return;
-    }
-    event.backup = Pt::displayName(*m_request.backupFolder);
-    m_account.items[item].kept.backup = std::move(backup.copy);
-    m_account.items[item].kept.isFresh = !backup.alreadyPresent;
-    ++m_account.summary.backups;
-}
-
-void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
-{
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
-        const MemberWork& member = work.members[i];
-        if (!isToConvert(work, member)
-            || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::kRaw)
-            continue;
-        if (!m_request.convertsToDNG) {
-            noteNoDNG(events[i],
-                text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
-                     "not installed"));
-            events[i].alreadyReported = events[i].status == ItemStatus::kDNGFailed;
-            continue;
-        }
-        const auto lost = lostPlace(work);
-        if (lost) {
-            stopAt(*lost);
-            noteNoDNG(events[i], *lost);
-            continue;
-        }
-        const PhaseScope phase(m_progress, ProgressPhase::kConvert);
-        const std::string dng = nextDNGPath(work.folder->ownPath + '/' + member.finalName);
-        std::string error;
-        if (m_sink.convert(sinkItem(work, i, work.folder->path), error))
-            noteDNG(member, dng, events[i]);
-        else
-            noteNoDNG(events[i],
-                error.empty()
-                    ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
-                    : error);
-    }
-}
-
-// What stood there before stays as it is, unless an earlier run was cut off while converting it.
-bool Download::isToConvert(const GroupWork& work, const MemberWork& member) const
-{
-    return member.isPlaced() || m_putBack.contains(work.folder->path + '/' + member.finalName);
-}
-
-// The sink says that it made a verified DNG. It took the raw file's place; a raw file that still
-// stands was none to convert.
-void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
-{
-    std::error_code error;
-    SavedItem& state = m_account.items[member.item];
-    const auto status = Pt::fileStatus(dng, error);
-    const std::string raw = dng.substr(0, dng.rfind('/') + 1) + member.finalName;
-    if (!status || Pt::fileStatus(raw, error))
-        return;
-    event.dng = Pt::displayName(m_places.nameOf(dng));
-    state.kept.dng = KeptCopy{dng, *status};
-    ++m_account.summary.converted;
-}
-
-// What became of each member; a group is proven only as a whole.
-void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
-{
-    bool allProven = !m_request.dryRun;
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
-        const MemberWork& member = work.members[i];
-        ItemEvent& event = events[i];
-        event.key = static_cast<long>(member.item) + 1;
-        event.name = Pt::displayName(m_card.items[member.item].name);
-        if (work.failed) {
-            event.status = ItemStatus::kFailed;
-            event.error = member.error;
-        } else {
-            event.saved = Pt::displayName(work.folder->path + '/' + member.finalName);
-            if (event.status == ItemStatus::kPending)
-                event.status = member.alreadyPresent() ? ItemStatus::kExists : ItemStatus::kOk;
-            if (!m_request.dryRun)
-                keep(work, member, event);
-        }
-        allProven = allProven && !work.failed && event.status != ItemStatus::kBackupFailed
-            && m_account.items[member.item].kept.saved;
-    }
-    for (const MemberWork& member : work.members)
-        m_account.items[member.item].isProven = allProven;
-}
-
-// Notes the saved copy as it is now, for the look at it before the original goes.
-void Download::keep(const GroupWork& work, const MemberWork& member, ItemEvent& event)
-{
-    SavedItem& state = m_account.items[member.item];
-    const Pt::FileStatus& original = m_card.items[member.item].status;
-    state.folder = work.folder;
-    state.finalName = member.finalName;
-    state.kept.digest = member.digest;
-    state.kept.isFresh =
-        !member.alreadyPresent() && (state.kept.isFresh || !m_request.backupFolder);
-    if (original.size == 0)
-        state.kept.reasonToKeep = text("$$$/Mfx/Delete/Empty=not deleted: it is empty");
-    if (work.folder->kinship.toBackup == Kinship::kSameName)
-        state.kept.reasonToKeep =
-            text("$$$/Mfx/Delete/OneFolder=not deleted: target and backup are one folder");
-    if (!work.folder->kinship.cardFolder.empty())
-        m_deletion.passOver(work.folder->kinship.cardFolder + '/' + member.finalName);
-    m_account.summary.copiesOnCardsDevice =
-        m_account.summary.copiesOnCardsDevice || work.folder->kinship.toCard != Kinship::kApart;
-    const std::string path = work.folder->ownPath + '/' + member.finalName;
-    std::error_code error;
-    const auto saved = Pt::fileStatus(path, error);
-    const bool ownFiles = work.folder->keepsOwnFiles && m_card.keepsOwnFiles;
-    if (saved && member.alreadyPresent() && !isToldApart(*saved, original, ownFiles))
-        event.error = text("$$$/Mfx/Download/NotToldApart=its copy in %1 cannot be told apart from "
-                           "the original",
-            {Pt::displayName(work.folder->path)});
-    else if (saved)
-        state.kept.saved = KeptCopy{path, *saved};
-    else if (state.kept.dng)
-        state.kept.saved = state.kept.dng; // the raw file went when its DNG was verified
-    else
-        event.error = text("$$$/Mfx/Download/SavedCopyGone=its copy is no longer at %1",
-            {Pt::displayName(work.folder->path + '/' + member.finalName)});
-}
-
-void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& events)
-{
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
-        const ItemEvent& event = events[i];
-        const MemberWork& member = work.members[i];
-        m_account.countMember(work, member, event);
-        m_progress.finish(member.item);
-        m_events.item(event);
-    }
-}
-
-// Some failures are about one file; others mean that nothing more can succeed.
-void Download::noteFailure(const GroupWork& work)
-{
-    if (work.problem == Pt::CopyProblem::kTargetFull) {
-        m_account.summary.placeUnusable = true;
-        m_stopReason = text("$$$/Mfx/Download/StoppedFull=not tried: no space is left in %1",
-            {Pt::displayName(m_request.target)});
-    } else if (work.problem == Pt::CopyProblem::kTargetUnusable) {
-        // One sub-folder may refuse what others take: the rest is tried.
-        m_targetRefused = true;
-        if (work.folder && !work.folder->objection.empty())
-            stopAt(work.folder->objection);
-    } else if (isSourceTrouble(work.problem)
-        && (m_deletion.isCardGone() || isEmptyFolder(m_card.root))) {
-        m_account.summary.sourceGone = true;
-        m_stopReason = text("$$$/Mfx/Download/StoppedCardGone=not tried: the card was taken out");
-    }
 }
 
 // A place is lost, or is another under two names, or nobody hears what is told: the run ends here,
@@ -455,14 +218,8 @@ void Download::failItem(std::uint32_t item, const std::string& reason)
     m_events.item(event);
 }
 
-SinkItem Download::sinkItem(
-    const GroupWork& work, std::size_t member, const std::string& folder) const
-{
-    const MemberWork& file = work.members[member];
-    return {static_cast<long>(file.item) + 1, deviceName(file.item), file.finalName, folder};
-}
-
-// Fits a file name, as the saved names do.
+// Fits a file name, as the saved names do: a byte that is no UTF-8 takes three as displayed, so
+// that the name of a file may grow past what a file system takes.
 std::string Download::deviceName(std::uint32_t item) const
 {
     const std::string name = Pt::displayName(m_card.items[item].name);

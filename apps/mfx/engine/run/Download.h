@@ -29,6 +29,9 @@
 
 namespace mfx {
 
+class GroupStager;
+struct StagingPlan;
+
 class Download {
 public:
     // Borrows all but the request.
@@ -45,18 +48,29 @@ public:
 private:
     void openPlaces();
     void warnOfPlaces();
+    void saveAll();
+    StagingPlan stagingPlan();
     void runGroups();
+    bool runNextGroup(GroupStager& stager);
+    void sumUp();
     std::uint64_t firstNumber() const;
     void finishGroup(GroupWork& work);
     void decide(GroupWork& work);
     std::optional<std::string> lostPlace(const GroupWork& work) const;
+    void failWherePlaceIsLost(GroupWork& work);
+    void save(GroupWork& work, std::vector<ItemEvent>& events);
     void backUp(GroupWork& work, std::vector<ItemEvent>& events);
+    bool isOriginalItself(const MemberBackup& backup, std::uint32_t item) const;
     void noteBackup(
         const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event);
     void convert(GroupWork& work, std::vector<ItemEvent>& events);
+    void convertMember(GroupWork& work, std::size_t member, ItemEvent& event);
     bool isToConvert(const GroupWork& work, const MemberWork& member) const;
     void noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event);
     void judge(GroupWork& work, std::vector<ItemEvent>& events);
+    void judgeMember(const GroupWork& work, const MemberWork& member, ItemEvent& event);
+    std::string reasonToKeep(const GroupWork& work, const MemberWork& member) const;
+    void keepSaved(const GroupWork& work, const MemberWork& member, ItemEvent& event);
     void keep(const GroupWork& work, const MemberWork& member, ItemEvent& event);
     void conclude(const GroupWork& work, const std::vector<ItemEvent>& events);
     void noteFailure(const GroupWork& work);
@@ -66,6 +80,7 @@ private:
     void reportRestored();
 
     void closeDownload();
+    void finishSink(const std::vector<std::uint32_t>& listed, bool deletes);
     void flushNames();
     SinkItem sinkItem(const GroupWork& work, std::size_t member, const std::string& folder) const;
     SinkItem finishedItem(std::uint32_t item) const;

@@ -46,6 +46,8 @@ std::vector<std::uint32_t> DownloadAccount::savedItems() const
     return saved;
 }
 
+// A conversion that failed leaves the proven raw file: the run did not do all that it was asked, so
+// that its exit code says so, but the card may be wiped.
 void DownloadAccount::countMember(
     const GroupWork& work, const MemberWork& member, const ItemEvent& event)
 {
@@ -69,6 +71,8 @@ void DownloadAccount::distrustAll()
     summary.proven = 0;
 }
 
+// A folder that could not be listed may be full of pictures: it counts as something that is not
+// safe for as long as nobody knows.
 void DownloadAccount::countNotHandled()
 {
     for (const NotHandled& entry : m_card.notHandled)

@@ -12,6 +12,8 @@
 
 namespace mfx {
 
+// First the names reach the disk, then the originals may go: after a power cut between the two, a
+// copy without a name would be all that is left of a picture.
 void Download::closeDownload()
 {
     flushNames();
@@ -22,17 +24,22 @@ void Download::closeDownload()
     const std::vector<std::uint32_t> saved = m_account.savedItems();
     if (saved.empty())
         return;
-    // With nothing to delete, the sink still shows what was saved; its question is answered no.
     const std::vector<std::uint32_t> candidates =
         m_request.deletesOriginals ? m_deletion.deletable() : std::vector<std::uint32_t>();
-    const bool deletes = !candidates.empty();
     m_account.summary.deletionForbidden = m_request.deletesOriginals
         && (m_account.summary.copiesInOneFolder || m_deletion.isRefused());
-    const std::vector<std::uint32_t>& listed = deletes ? candidates : saved;
+    finishSink(candidates.empty() ? saved : candidates, !candidates.empty());
+}
+
+// The sink's closing operation: it asks, and calls back for each original that is to go. With
+// nothing to delete it is run all the same, for it also shows what was saved; its question is then
+// answered no without anybody being asked.
+void Download::finishSink(const std::vector<std::uint32_t>& listed, bool deletes)
+{
     std::optional<PhaseScope> phase;
     if (deletes)
         phase.emplace(m_progress, ProgressPhase::kDelete);
-    m_sink.askWith(deletes ? std::optional(m_deletion.question(candidates)) : std::nullopt);
+    m_sink.askWith(deletes ? std::optional(m_deletion.question(listed)) : std::nullopt);
     m_sink.finish(
         m_request.sourceName,
         {listed.size(), [this, &listed](std::size_t i) { return finishedItem(listed[i]); }},
@@ -43,6 +50,8 @@ void Download::closeDownload()
         m_deletion.lookAgain(); // while the question was open, and while originals went
 }
 
+// A rename may live in the kernel's cache alone until its folder is flushed. A disk that does not
+// take the flush has not promised to keep any name, so that not one item counts as proven.
 void Download::flushNames()
 {
     std::error_code error = m_folders.flush();

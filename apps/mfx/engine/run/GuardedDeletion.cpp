@@ -40,12 +40,15 @@ void GuardedDeletion::lookAgain()
         noteNews();
 }
 
-// Not there, or another device in its place.
+// Not there, or another device in its place: the empty folder beneath a mount point is on the disk
+// of the system.
 bool GuardedDeletion::isCardGone() const
 {
     return deviceOf(m_card.root) != m_card.folderIds.front().device;
 }
 
+// What came or changed is on the card and nowhere else. It does not forbid the deletion of others,
+// whose copies are proven, but the card must not be wiped.
 void GuardedDeletion::noteNews()
 {
     const CardWatch::News news = m_cardWatch.look();
@@ -57,15 +60,20 @@ void GuardedDeletion::noteNews()
         text("$$$/Mfx/Download/ChangedLater=it changed on the card after it was copied");
     for (const std::string& path : news.changed)
         m_account.addUnsafe(Pt::displayName(path), reason);
-    for (const std::uint32_t item : news.touched) {
-        const std::string path = m_card.pathOf(m_card.items[item]);
-        const auto& digest = m_account.items[item].kept.digest;
-        std::error_code error;
-        if (digest && Pt::digestOfFile(path, error) != digest)
+    for (const std::uint32_t item : news.touched)
+        if (hasOtherBytes(item))
             m_account.addUnsafe(Pt::displayName(m_card.pathBelow(m_card.items[item])), reason);
-    }
 }
 
+// Read anew: its size and time are as they were, but a program may have set the time back.
+bool GuardedDeletion::hasOtherBytes(std::uint32_t item) const
+{
+    const auto& digest = m_account.items[item].kept.digest;
+    std::error_code error;
+    return digest && Pt::digestOfFile(m_card.pathOf(m_card.items[item]), error) != digest;
+}
+
+// The first reason counts; it is told once, as something that is not safe.
 void GuardedDeletion::forbid(const std::string& reason)
 {
     if (!m_objection.empty())
@@ -86,17 +94,21 @@ std::vector<std::uint32_t> GuardedDeletion::deletable() const
     return items;
 }
 
-// Says what would go, from where, and what would be left.
+std::string GuardedDeletion::copiesText() const
+{
+    return m_request.backupFolder
+        ? text("$$$/Mfx/Delete/TwoCopies=two proven copies, in %1 and in %2",
+            {Pt::displayName(m_request.target), Pt::displayName(*m_request.backupFolder)})
+        : text(
+            "$$$/Mfx/Delete/OneCopy=one proven copy, in %1", {Pt::displayName(m_request.target)});
+}
+
+// Says what would go, from where, and what would be left: the answer cannot be taken back.
 std::string GuardedDeletion::question(const std::vector<std::uint32_t>& items) const
 {
     std::uint64_t bytes = 0;
     for (const std::uint32_t item : items)
         bytes += m_card.items[item].status.size;
-    const std::string copies = m_request.backupFolder
-        ? text("$$$/Mfx/Delete/TwoCopies=two proven copies, in %1 and in %2",
-            {Pt::displayName(m_request.target), Pt::displayName(*m_request.backupFolder)})
-        : text(
-            "$$$/Mfx/Delete/OneCopy=one proven copy, in %1", {Pt::displayName(m_request.target)});
     std::string question = countedText(items.size(),
         "$$$/Mfx/Delete/QuestionOne=Delete %1 file (%2) from %3? It has %4. Each copy was read "
         "back "
@@ -104,7 +116,7 @@ std::string GuardedDeletion::question(const std::vector<std::uint32_t>& items) c
         "$$$/Mfx/Delete/Question=Delete %1 files (%2) from %3? Each has %4. Each copy was read "
         "back "
         "from the disk and compared.",
-        {sizeText(bytes), Pt::displayName(m_request.sourceName), copies});
+        {sizeText(bytes), Pt::displayName(m_request.sourceName), copiesText()});
     if (m_request.backupFolder && m_account.summary.copiesOnOneDisk)
         question += ' ' + text("$$$/Mfx/Delete/OneDisk=Both copies are on one disk.");
     if (m_account.summary.copiesOnCardsDevice)
@@ -125,6 +137,9 @@ std::string GuardedDeletion::objectionTo(const SavedItem& item) const
                          : text("$$$/Mfx/Delete/NotProven=not deleted: its copy is not proven");
 }
 
+// The sink calls this for the first original right after the answer: the question may have been
+// open for an hour, and all is looked at once more. Later ones only see whether the places are
+// still there.
 DeletionOutcome GuardedDeletion::remove(std::uint32_t item)
 {
     if (!m_hasLookedAgain) {
@@ -139,11 +154,18 @@ DeletionOutcome GuardedDeletion::remove(std::uint32_t item)
         ++m_account.summary.deleted;
         return DeletionOutcome::kDeleted;
     }
+    noteKept(item, reason);
+    return isCardGone() ? DeletionOutcome::kDeviceGone : DeletionOutcome::kRefused;
+}
+
+// Where one original turned out to be its own copy, no device or inode of these places can be
+// believed: no further one goes.
+void GuardedDeletion::noteKept(std::uint32_t item, const std::string& reason)
+{
     if (m_originals.foundAlias())
         forbid(reason);
     ++m_account.summary.notDeleted;
     m_account.addNotSafe(Pt::displayName(m_card.items[item].name), reason);
-    return isCardGone() ? DeletionOutcome::kDeviceGone : DeletionOutcome::kRefused;
 }
 
 } // namespace mfx

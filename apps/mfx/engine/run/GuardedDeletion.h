@@ -47,6 +47,9 @@ public:
 
 private:
     void noteNews();
+    bool hasOtherBytes(std::uint32_t item) const;
+    void noteKept(std::uint32_t item, const std::string& reason);
+    std::string copiesText() const;
     void forbid(const std::string& reason);
     std::string objectionTo(const SavedItem& item) const;
 

@@ -42,7 +42,8 @@ void ProgressMeter::finish(std::uint32_t item)
     ++m_itemsDone;
 }
 
-// What is done twice, because a file went away or grew, counts once.
+// What is done twice, because a file went away or grew, counts once: the share that is done never
+// goes beyond the whole, and never back.
 void ProgressMeter::credit(std::uint32_t item, std::uint64_t bytes)
 {
     const std::uint64_t spent = std::min(bytes, workOf(item) - m_credits[item]);
@@ -68,12 +69,16 @@ void ProgressMeter::leave()
     m_entered.reset();
 }
 
+// Copying and proving go on ahead on other threads while the main one is in a phase of its own.
+// What was reported in the last second is what the disk is busy with, and wins.
 ProgressPhase ProgressMeter::phaseAt(Clock::time_point now) const
 {
     const bool isStaging = now - m_reported.time < kMoving;
     return m_entered && !isStaging ? m_entered->phase : m_reported.phase;
 }
 
+// Two rates: people want to know how fast the card is read, while the time that is left depends on
+// all the work, backups included, which goes on when the card is read through.
 ProgressEvent ProgressMeter::event(Clock::time_point now)
 {
     Pt::Locked locked(m_lock);

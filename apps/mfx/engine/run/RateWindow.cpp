@@ -2,6 +2,8 @@
 
 namespace mfx {
 
+// The oldest sample that is kept is the last one that is at least a span old, so that the window is
+// never shorter than the span once it was full. Two always stay: a rate needs a distance.
 double RateWindow::add(Clock::time_point now, std::uint64_t count)
 {
     m_samples.push_back({now, count});

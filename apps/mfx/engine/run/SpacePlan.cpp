@@ -28,7 +28,9 @@ std::uint64_t extraForDNG(std::uint64_t raw, const DNGSizes& sizes)
     return (sizes.uncompressed ? raw * 3 : raw / 2) + (sizes.embedsRaw ? raw : 0);
 }
 
-// Which items stand in their place already, by name and size.
+// Which items are in their place already, by name and size. That is a guess, and a cheap one:
+// nothing is read. Where it is wrong, the run finds the disk full in the middle, and loses nothing
+// by it.
 struct Standing {
     explicit Standing(std::size_t items)
         : inTarget(items)
@@ -40,6 +42,14 @@ struct Standing {
     std::vector<bool> inBackup;
 };
 
+bool isRaw(const std::string& name)
+{
+    const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
+    return stem < name.size() && mediaKind(name.substr(stem + 1)) == MediaKind::kRaw;
+}
+
+// The DNG is made beside its raw file, which goes when the DNG is verified: for a while both are
+// there, one pair at a time, so that the largest raw file is needed once on top of all.
 Needs needsOf(const CardContents& card,
     const DownloadRequest& request,
     const DNGSizes& sizes,
@@ -48,20 +58,16 @@ Needs needsOf(const CardContents& card,
     Needs needs;
     std::uint64_t largestRaw = 0;
     for (std::size_t i = 0; i < card.items.size(); ++i) {
-        const std::string& name = card.items[i].name;
         const std::uint64_t size = card.items[i].status.size;
         if (request.backupFolder && !standing.inBackup[i])
             needs.backup += size;
         if (standing.inTarget[i])
             continue;
         needs.target += size;
-        const std::size_t stem = stemLength(name, [](std::string_view) { return false; });
-        const bool isRaw =
-            stem < name.size() && mediaKind(name.substr(stem + 1)) == MediaKind::kRaw;
-        if (!request.convertsToDNG || !isRaw)
+        if (!request.convertsToDNG || !isRaw(card.items[i].name))
             continue;
         needs.dng += extraForDNG(size, sizes);
-        largestRaw = std::max(largestRaw, size); // stands beside its DNG for a while
+        largestRaw = std::max(largestRaw, size);
     }
     needs.dng += largestRaw;
     return needs;
@@ -132,28 +138,35 @@ try {
     return std::nullopt;
 }
 
-void findInTarget(
-    const CardContents& card, const DownloadRequest& request, StandingFiles& files, Standing& found)
+void findGroupInTarget(const CardContents& card,
+    const DownloadRequest& request,
+    const ItemGroup& group,
+    const GroupNames& names,
+    StandingFiles& files,
+    Standing& found)
 {
-    for (const ItemGroup& group : TwinCheck(card).groups()) {
-        const auto names = namesOf(card, group, request);
-        if (!names)
-            continue;
-        const GroupTarget& target = names->target;
-        const std::string folder =
-            target.subfolder().empty() ? request.target : request.target + '/' + target.subfolder();
-        for (std::size_t i = 0; i < group.members.size(); ++i) {
-            const std::uint32_t item = group.members[i];
-            const std::uint64_t size = card.items[item].status.size;
-            found.inTarget[item] = names->numbered
-                ? files.takeNumbered(size, folder, target.extension(i), *names->numbered)
-                : files.take(size, [&](std::uint64_t number) {
-                      return folder + '/' + target.fileName(i, number);
-                  });
-        }
+    const GroupTarget& target = names.target;
+    const std::string folder =
+        target.subfolder().empty() ? request.target : request.target + '/' + target.subfolder();
+    for (std::size_t i = 0; i < group.members.size(); ++i) {
+        const std::uint32_t item = group.members[i];
+        const std::uint64_t size = card.items[item].status.size;
+        found.inTarget[item] = names.numbered
+            ? files.takeNumbered(size, folder, target.extension(i), *names.numbered)
+            : files.take(size,
+                [&](std::uint64_t number) { return folder + '/' + target.fileName(i, number); });
     }
 }
 
+void findInTarget(
+    const CardContents& card, const DownloadRequest& request, StandingFiles& files, Standing& found)
+{
+    for (const ItemGroup& group : TwinCheck(card).groups())
+        if (const auto names = namesOf(card, group, request))
+            findGroupInTarget(card, request, group, *names, files, found);
+}
+
+// By the names that the sink gives in the backup: the device's own, numbered from 1.
 void findInBackup(
     const CardContents& card, const std::string& folder, StandingFiles& files, Standing& found)
 {
@@ -188,6 +201,8 @@ std::optional<SpaceShortage> compare(const DownloadRequest& request, const Needs
 
 } // namespace
 
+// In two steps: where all of the card fits, nobody has to look for what is there already, which
+// means to date and name each group and so to read into each file.
 std::optional<SpaceShortage> findShortage(
     const CardContents& card, const DownloadRequest& request, const DNGSizes& dng)
 {

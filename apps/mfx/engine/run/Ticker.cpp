@@ -31,7 +31,8 @@ void Ticker::run()
     }
 }
 
-// False when there is to be none.
+// False when there is to be none. A wait may end without cause, and the stop may come before it is
+// begun: the flag is asked under the lock each time.
 bool Ticker::waitForTurn()
 {
     const auto due = std::chrono::steady_clock::now() + m_interval;

@@ -21,37 +21,58 @@ std::string savedText(const DownloadSummary& summary)
         summary.saved, "$$$/Mfx/Verdict/SavedOne=%1 saved", "$$$/Mfx/Verdict/Saved=%1 saved");
 }
 
+// One count after the other, joined as the language joins a list.
+class CountList {
+public:
+    explicit CountList(std::string first)
+        : m_text(std::move(first))
+    {
+    }
+
+    void add(std::size_t count, const char* one, const char* several)
+    {
+        m_text = joined(m_text, countedText(count, one, several));
+    }
+    void addUnlessNone(std::size_t count, const char* one, const char* several)
+    {
+        if (count != 0)
+            add(count, one, several);
+    }
+
+    const std::string& text() const { return m_text; }
+
+private:
+    std::string m_text;
+};
+
+// Nought is said where its absence would be a question: of backups that were asked for, of proofs
+// and of problems. Other counts are left out where there is nothing to count.
 std::string counts(const DownloadSummary& summary)
 {
-    std::string list = savedText(summary);
-    const auto add = [&list](std::size_t count, const char* one, const char* several) {
-        list = joined(list, countedText(count, one, several));
-    };
-    if (summary.existing != 0)
-        add(summary.existing,
-            "$$$/Mfx/Verdict/ExistingOne=%1 already present",
-            "$$$/Mfx/Verdict/Existing=%1 already present");
+    CountList list(savedText(summary));
+    list.addUnlessNone(summary.existing,
+        "$$$/Mfx/Verdict/ExistingOne=%1 already present",
+        "$$$/Mfx/Verdict/Existing=%1 already present");
     if (summary.backupWanted)
-        add(summary.backups,
+        list.add(summary.backups,
             "$$$/Mfx/Verdict/BackedUpOne=%1 backed up",
             "$$$/Mfx/Verdict/BackedUp=%1 backed up");
-    if (summary.converted != 0)
-        add(summary.converted,
-            "$$$/Mfx/Verdict/ConvertedOne=%1 converted",
-            "$$$/Mfx/Verdict/Converted=%1 converted");
-    if (summary.datedByFile != 0 && summary.datesAreUsed)
-        add(summary.datedByFile,
+    list.addUnlessNone(summary.converted,
+        "$$$/Mfx/Verdict/ConvertedOne=%1 converted",
+        "$$$/Mfx/Verdict/Converted=%1 converted");
+    if (summary.datesAreUsed)
+        list.addUnlessNone(summary.datedByFile,
             "$$$/Mfx/Verdict/DatedByFileOne=%1 dated by the file's time",
             "$$$/Mfx/Verdict/DatedByFile=%1 dated by the file's time");
-    add(summary.proven, "$$$/Mfx/Verdict/ProvenOne=%1 proven", "$$$/Mfx/Verdict/Proven=%1 proven");
-    add(summary.failed,
+    list.add(
+        summary.proven, "$$$/Mfx/Verdict/ProvenOne=%1 proven", "$$$/Mfx/Verdict/Proven=%1 proven");
+    list.add(summary.failed,
         "$$$/Mfx/Verdict/ProblemsOne=%1 problem",
         "$$$/Mfx/Verdict/Problems=%1 problems");
-    if (summary.deleted != 0)
-        add(summary.deleted,
-            "$$$/Mfx/Verdict/DeletedOne=%1 deleted from the card",
-            "$$$/Mfx/Verdict/Deleted=%1 deleted from the card");
-    return list;
+    list.addUnlessNone(summary.deleted,
+        "$$$/Mfx/Verdict/DeletedOne=%1 deleted from the card",
+        "$$$/Mfx/Verdict/Deleted=%1 deleted from the card");
+    return list.text();
 }
 
 std::string notHandledText(const DownloadSummary& summary)
@@ -114,7 +135,10 @@ bool holdsMore(const DownloadSummary& summary)
     return !summary.passedOver.empty() || summary.mayHoldPhotos != 0 || summary.notAskedFor != 0;
 }
 
-// The sentence around the tally, %1, and what the card holds besides, %2.
+// The sentence around the tally, %1, and what the card holds besides, %2. The first that fits
+// holds. Their order is that of what matters most to somebody who is about to format the card: an
+// interrupted run says so before it says that something is not safe, and a card that was pulled out
+// is never called safe, for nobody saw what came onto it last.
 const char* sentence(const DownloadSummary& summary, bool allProven)
 {
     if (summary.dryRun)

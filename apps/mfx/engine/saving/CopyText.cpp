@@ -45,6 +45,8 @@ std::string copyText(const Pt::CopyResult& result)
     return text("$$$/Mfx/Copy/Unknown=unknown");
 }
 
+// "Invalid argument" from a FAT or a share usually means a letter of the name, which the
+// system does not say. It is found out by trying, but only once a copy has failed for it.
 std::string copyText(
     const Pt::CopyResult& result, const std::string& folder, const std::string& name)
 {

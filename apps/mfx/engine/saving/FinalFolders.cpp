@@ -61,6 +61,9 @@ FinalFolders::FinalFolders(std::string target, const PlaceWatch& places, bool lo
 {
 }
 
+// The lock is held all the while: of two threads that want the same folder, one must find it
+// cleared and read. What a crash left is put back before the stems are read, for it takes names as
+// well.
 FinalFolder& FinalFolders::open(const std::string& subfolder)
 {
     Pt::Locked locked(m_lock);
@@ -78,7 +81,8 @@ FinalFolder& FinalFolders::open(const std::string& subfolder)
     return *folder;
 }
 
-// Once it is there, it is held open: what is saved goes into it and no other.
+// Once it is there, it is held open: what is saved goes into it and no other, whatever is mounted
+// on its path later. The way there leads through the descriptor of the target for the same reason.
 std::unique_ptr<FinalFolder> FinalFolders::make(const std::string& below) const
 {
     const std::string path = m_target + below;
@@ -97,6 +101,8 @@ std::unique_ptr<FinalFolder> FinalFolders::make(const std::string& below) const
 
 void FinalFolders::prepare(FinalFolder& folder)
 {
+    // With a journal of tried names where this is the backup folder, too: the sink tries names
+    // there, and after a kill the next run must know which empty files are ours to remove.
     std::error_code recovery; // what could be neither put back nor removed stays where it is
     for (const std::string& name : folder.work.recover(recovery))
         m_restored.push_back(folder.path + '/' + name);
@@ -110,6 +116,8 @@ void FinalFolders::compare(FinalFolder& folder, const FolderKinship* known) cons
     folder.objection = m_places.objectionTo(folder.path, folder.kinship).value_or("");
 }
 
+// Right before originals go. All folders are looked at though one objection is enough to forbid the
+// deletion: each keeps its own, by which items in it are judged.
 std::optional<std::string> FinalFolders::compareAgain()
 {
     Pt::Locked locked(m_lock);
@@ -148,7 +156,10 @@ void FinalFolders::leave()
         folder->work.leave();
 }
 
-// Each folder and those above it up to the target's own, and the one that holds its name.
+// Each folder and those above it up to the target's own, and the one that holds its name. A file's
+// bytes were flushed when it was copied. Its name is an entry of a folder, that folder's name is an
+// entry of the one above, and after a power cut the file is found only if all of them are there.
+// Once at the end of the run, since each flush waits for the disk.
 std::error_code FinalFolders::flush()
 {
     Pt::Locked locked(m_lock);

@@ -57,7 +57,9 @@ void stageUnderFinalName(GroupWork& work, std::size_t index)
                 {work.folder->nameOf(work.itemFolder)}));
 }
 
-// Takes back what was moved; the originals are on the card whatever happens.
+// Takes back what was moved: half a group in the final folder would look like a whole one to the
+// next run. A member that cannot go back stays under its final name. That costs a file too many and
+// no picture: the group counts as failed, and its originals stay on the card.
 void undo(GroupWork& work)
 {
     for (MemberWork& member : work.members) {
@@ -68,6 +70,9 @@ void undo(GroupWork& work)
     }
 }
 
+// Never over a file, by a rename that refuses to replace: between the decision on a name and the
+// move, another program may have taken it. Both ends are on one file system, so that a file is
+// either here or there after a power cut, and never in part.
 std::error_code moveAll(GroupWork& work)
 {
     for (MemberWork& member : work.members) {
@@ -84,14 +89,19 @@ std::error_code moveAll(GroupWork& work)
     return {};
 }
 
+// The folder itself or the nearest one above it that is there.
+std::filesystem::path existingFolder(std::filesystem::path folder)
+{
+    std::error_code error;
+    while (!std::filesystem::exists(folder, error) && folder.has_relative_path())
+        folder = folder.parent_path();
+    return folder;
+}
+
 // Where nothing is written, nothing says that the file system does not take a name: it is asked.
 bool failRefusedName(GroupWork& work)
 {
-    namespace fs = std::filesystem;
-    fs::path folder = work.folder->path;
-    std::error_code error;
-    while (!fs::exists(folder, error) && folder.has_relative_path())
-        folder = folder.parent_path();
+    const std::filesystem::path folder = existingFolder(work.folder->path);
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const auto letter = letterText(folder.string(),
             work.target->fileName(i, 0),
@@ -105,8 +115,17 @@ bool failRefusedName(GroupWork& work)
     return false;
 }
 
+// From now on the stems are those of this group, and no other takes them.
+void noteNames(GroupWork& work)
+{
+    for (const MemberWork& member : work.members)
+        work.folder->stems.take(member.finalName);
+}
+
 } // namespace
 
+// All members get one stem: the number of the form is that of the group, so that raw file, JPEG and
+// sidecar find each other by name in the target as they did on the card.
 void decideNames(GroupWork& work)
 {
     const TargetSpot spot = findSpot(work, work.folder->stems);
@@ -141,14 +160,15 @@ void previewNames(GroupWork& work)
     }
 }
 
+// The names were free when they were decided on. If one is taken by the time of the move, all are
+// decided anew: each round either succeeds, or somebody else has gained a name in it.
 void place(GroupWork& work)
 {
     std::error_code error;
     for (int attempt = 0; attempt < kAttempts && !work.failed; ++attempt) {
         error = moveAll(work);
         if (!error) {
-            for (const MemberWork& member : work.members)
-                work.folder->stems.take(member.finalName);
+            noteNames(work);
             return;
         }
         if (error != std::errc::file_exists)
@@ -162,6 +182,8 @@ void place(GroupWork& work)
                 {work.folder->path, error.message()}));
 }
 
+// A folder that is empty is kept for the next group. One that still holds copies of a failed group
+// is removed with them: nobody will ask for them again, and their originals are on the card.
 void dropItemFolder(GroupWork& work)
 {
     if (work.itemFolder.empty())

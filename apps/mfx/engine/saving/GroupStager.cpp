@@ -39,6 +39,7 @@ GroupStager::GroupStager(StagingPlan plan, FinalFolders& folders)
         m_threads.emplace_back([this] { run(); });
 }
 
+// The threads are joined before anything is undone: one may be about to add its group to m_staged.
 GroupStager::~GroupStager()
 {
     stop();
@@ -58,6 +59,9 @@ void GroupStager::stop()
     m_groupStaged.notify_all();
 }
 
+// In the order of the groups, though a later one may be staged sooner: numbers and free names are
+// given in that order, and would depend on the speed of threads otherwise. Taking makes room for
+// one more, so that the threads are woken before the wait and not after it.
 std::unique_ptr<GroupWork> GroupStager::take()
 {
     Pt::Locked locked(m_lock);
@@ -72,35 +76,34 @@ std::unique_ptr<GroupWork> GroupStager::take()
     return work;
 }
 
+// The next group to stage, once there is room; nothing when all are begun or it was stopped. The
+// room is limited, for staged copies take space in the target before they are placed.
+std::optional<std::size_t> GroupStager::nextGroup()
+{
+    Pt::Locked locked(m_lock);
+    while (!m_stopped && m_nextToStage >= m_nextToTake + kAhead)
+        m_roomMade.wait(m_lock);
+    if (m_nextToStage == m_plan.groups.size() || m_stopped)
+        return std::nullopt;
+    return m_nextToStage++;
+}
+
+// The lock is held only between groups, never while a file is read or written.
 void GroupStager::run()
 {
-    for (;;) {
-        std::size_t group = 0;
-        {
-            Pt::Locked locked(m_lock);
-            while (!m_stopped && m_nextToStage >= m_nextToTake + kAhead)
-                m_roomMade.wait(m_lock);
-            if (m_nextToStage == m_plan.groups.size() || m_stopped)
-                break;
-            group = m_nextToStage++;
-        }
-        std::unique_ptr<GroupWork> work = stage(group);
+    while (const auto group = nextGroup()) {
+        std::unique_ptr<GroupWork> work = stage(*group);
         Pt::Locked locked(m_lock);
-        m_staged[group] = std::move(work);
+        m_staged[*group] = std::move(work);
         m_groupStaged.notify_one();
     }
 }
 
+// What is thrown on the way (a name that the pattern cannot give, no memory) fails this group and
+// no other: the thread goes on, and take() waits for each group in turn.
 std::unique_ptr<GroupWork> GroupStager::stage(std::size_t group)
 {
-    auto work = std::make_unique<GroupWork>();
-    work->group = group;
-    for (const std::uint32_t item : m_plan.groups[group].members) {
-        MemberWork member;
-        member.item = item;
-        member.source = m_plan.card.pathOf(m_plan.card.items[item]);
-        work->members.push_back(std::move(member));
-    }
+    std::unique_ptr<GroupWork> work = begin(group);
     try {
         plan(*work);
         if (!work->failed)
@@ -111,29 +114,49 @@ std::unique_ptr<GroupWork> GroupStager::stage(std::size_t group)
     return work;
 }
 
+std::unique_ptr<GroupWork> GroupStager::begin(std::size_t group) const
+{
+    auto work = std::make_unique<GroupWork>();
+    work->group = group;
+    for (const std::uint32_t item : m_plan.groups[group].members) {
+        MemberWork member;
+        member.item = item;
+        member.source = m_plan.card.pathOf(m_plan.card.items[item]);
+        work->members.push_back(std::move(member));
+    }
+    return work;
+}
+
 void GroupStager::plan(GroupWork& work)
 {
     const ItemGroup& group = m_plan.groups[work.group];
     work.date = groupCaptureDate(m_plan.card, group);
+    // With {seq}, this name is one for the item folder only. The number that counts is given when
+    // the group is placed, for groups before it may turn out to be there already.
     work.target =
         groupTarget(m_plan.card, group, work.date, m_plan.rules, m_plan.firstSequence + work.group);
     work.folder = &m_folders.open(work.target->subfolder());
-    if (isTooDeep(work.folder->path)) {
-        failGroup(work,
-            work.members.size(),
-            text(
-                "$$$/Mfx/Download/FolderTooDeep=the folder %1 lies too deep", {work.folder->path}));
-    } else if (!work.folder->objection.empty()) {
+    requireUsableFolder(work);
+}
+
+void GroupStager::requireUsableFolder(GroupWork& work)
+{
+    const FinalFolder& folder = *work.folder;
+    const auto fail = [&work](const std::string& reason) {
+        failGroup(work, work.members.size(), reason);
+    };
+    if (isTooDeep(folder.path)) {
+        fail(text("$$$/Mfx/Download/FolderTooDeep=the folder %1 lies too deep", {folder.path}));
+    } else if (!folder.objection.empty()) {
         work.problem = Pt::CopyProblem::kTargetUnusable;
-        failGroup(work, work.members.size(), work.folder->objection);
-    } else if (work.folder->error) {
-        work.problem = work.folder->error == std::errc::no_space_on_device
+        fail(folder.objection);
+    } else if (folder.error) {
+        // A full disk ends the run; one sub-folder that refuses does not.
+        work.problem = folder.error == std::errc::no_space_on_device
             ? Pt::CopyProblem::kTargetFull
             : Pt::CopyProblem::kTargetUnusable;
-        failGroup(work,
-            work.members.size(),
-            text("$$$/Mfx/Download/FolderUnusable=the folder %1 cannot be used: %2",
-                {work.folder->path, work.folder->error.message()}));
+        fail(text("$$$/Mfx/Download/FolderUnusable=the folder %1 cannot be used: %2",
+            {folder.path, folder.error.message()}));
     }
 }
 
@@ -142,7 +165,8 @@ bool isTooDeep(const std::string& folder)
     return Pt::toUtf16(folder).size() > kMaxFolderLength;
 }
 
-// Under whatever number the group stands there, it is not copied once more.
+// Under whatever number the group stands there, it is not copied once more. With {seq}, a second
+// run over the same card would otherwise save every picture again under the next free numbers.
 bool GroupStager::settleNumbered(GroupWork& work) const
 {
     if (!m_plan.rules.useNumbers())
@@ -181,32 +205,44 @@ void GroupStager::copyMembers(GroupWork& work)
     }
     if (spot.holdsAll())
         settle(work, [&](std::size_t i) { return work.target->fileName(i, spot.number); });
-    if (spot.holdsAll() || m_plan.dryRun)
+    if (spot.holdsAll() || m_plan.dryRun || !openItemFolder(work))
         return;
+    for (std::size_t i = 0; i < work.members.size() && !work.failed; ++i)
+        if (spot.occupants[i] != Occupant::kSameBytes)
+            stageMember(work, i, work.target->fileName(i, spot.number));
+}
+
+// False when the group failed for want of a folder.
+bool GroupStager::openItemFolder(GroupWork& work) const
+{
     std::error_code error;
     const auto itemFolder = work.folder->work.makeItemFolder(error);
-    if (!itemFolder) {
-        work.problem = Pt::CopyProblem::kTargetUnusable;
-        failGroup(work,
-            work.members.size(),
-            text("$$$/Mfx/Download/FolderTakesNoFiles=the folder %1 takes no files: %2",
-                {work.folder->path, error.message()}));
+    if (itemFolder) {
+        work.itemFolder = *itemFolder;
+        return true;
+    }
+    work.problem = Pt::CopyProblem::kTargetUnusable;
+    failGroup(work,
+        work.members.size(),
+        text("$$$/Mfx/Download/FolderTakesNoFiles=the folder %1 takes no files: %2",
+            {work.folder->path, error.message()}));
+    return false;
+}
+
+// The name is set before the copy is begun: where copying fails, the item folder may hold a part of
+// the file, and is then not taken for empty.
+void GroupStager::stageMember(GroupWork& work, std::size_t index, const std::string& name)
+{
+    MemberWork& member = work.members[index];
+    member.stagedName = name;
+    const Pt::CopyResult result = copyMember(work, index);
+    if (!result.isProven()) {
+        work.problem = result.problem;
+        failGroup(work, index, copyText(result, work.itemFolder, name));
         return;
     }
-    work.itemFolder = *itemFolder;
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
-        if (spot.occupants[i] == Occupant::kSameBytes)
-            continue;
-        work.members[i].stagedName = work.target->fileName(i, spot.number);
-        const Pt::CopyResult result = copyMember(work, i);
-        if (!result.isProven()) {
-            work.problem = result.problem;
-            failGroup(work, i, copyText(result, work.itemFolder, work.members[i].stagedName));
-            return;
-        }
-        work.members[i].digest = result.digest;
-        work.members[i].state = MemberState::kStaged;
-    }
+    member.digest = result.digest;
+    member.state = MemberState::kStaged;
 }
 
 // What was read to be compared came off the card as well.
@@ -222,7 +258,8 @@ Pt::CopyResult GroupStager::copyMember(GroupWork& work, std::size_t member)
     const std::uint32_t item = work.members[member].item;
     Pt::CopyOptions options;
     options.expected = m_plan.card.items[item].status;
-    // All of the file is written before any of it is read back.
+    // All of the file is written before any of it is read back, so that the first bytes that are
+    // reported are those of the copy and the rest those of the proof.
     std::uint64_t unread = options.expected->size;
     options.progress = [this, item, unread](std::uint64_t bytes) mutable {
         m_plan.progress(item, unread != 0 ? ProgressPhase::kCopy : ProgressPhase::kProve, bytes);

@@ -18,6 +18,8 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -54,11 +56,16 @@ public:
 
 private:
     void run();
+    std::optional<std::size_t> nextGroup();
     std::unique_ptr<GroupWork> stage(std::size_t group);
+    std::unique_ptr<GroupWork> begin(std::size_t group) const;
     void plan(GroupWork& work);
+    static void requireUsableFolder(GroupWork& work);
     bool settleNumbered(GroupWork& work) const;
     TargetSpot spotOf(GroupWork& work) const;
     void copyMembers(GroupWork& work);
+    bool openItemFolder(GroupWork& work) const;
+    void stageMember(GroupWork& work, std::size_t index, const std::string& name);
     void reportCompared(const GroupWork& work) const;
     Pt::CopyResult copyMember(GroupWork& work, std::size_t member);
     bool isStopped() const { return m_stopped || m_plan.shouldStop(); }

@@ -8,6 +8,8 @@
 
 namespace mfx {
 
+// The reason is that of the culprit; the others are told whose fault it is and how to get them all
+// the same, for their own copies may well be sound.
 void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
 {
     work.failed = true;
@@ -26,6 +28,8 @@ void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
     }
 }
 
+// A look at a name that the file system cannot have ends with an error as well: then the letter is
+// the reason, and of one member alone.
 void failUnreadable(GroupWork& work, const std::error_code& error)
 {
     for (std::size_t i = 0; i < work.members.size(); ++i) {

@@ -11,6 +11,7 @@ namespace {
 
 using Sources = std::vector<Pt::FileStatus>; // one for each member
 
+// Nothing when one is gone: the copying will say so.
 std::optional<Sources> sourcesOf(const GroupWork& work)
 {
     Sources sources;
@@ -24,6 +25,8 @@ std::optional<Sources> sourcesOf(const GroupWork& work)
     return sources;
 }
 
+// From the listing of the folder, without a look at the card: most stems are refused here. A member
+// that is the source itself, seen on another way, is no copy.
 bool hasSizes(const GroupWork& work, const std::string& stem, const Sources& sources)
 {
     for (std::size_t i = 0; i < sources.size(); ++i) {
@@ -36,6 +39,8 @@ bool hasSizes(const GroupWork& work, const std::string& stem, const Sources& sou
     return true;
 }
 
+// All members under one stem. A raw file under one number and its JPEG under another would be no
+// group that anybody could tell as such.
 bool hasBytes(GroupWork& work, const std::string& stem)
 {
     for (std::size_t i = 0; i < work.members.size(); ++i) {

@@ -24,7 +24,8 @@ bool hasSameTimes(const Pt::FileStatus& a, const Pt::FileStatus& b)
     return a.size == b.size && a.modified == b.modified && a.changed == b.changed;
 }
 
-// Without a time of change, the other times can be set back: only reading tells.
+// Without a time of change, the other times can be set back: only reading tells. The inode's time
+// of change is set by the kernel at each write and rename, and no program can choose it.
 bool isProvablyUnchanged(const Pt::FileStatus& then, const Pt::FileStatus& now)
 {
     return hasSameTimes(then, now) && now.changed != 0 && then.device == now.device;
@@ -41,7 +42,9 @@ bool hasBytes(const std::string& path, const std::optional<Pt::ContentDigest>& d
     return digest && Pt::digestOfFile(path, error) == digest;
 }
 
-// As it was when it was proven, or read anew and found to be the same.
+// As it was when it was proven, or read anew and found to be the same. The status of an opened file
+// is asked for: a file system that answers from a cache would vouch for a copy that another machine
+// has deleted.
 bool isStillProven(KeptCopy& copy, const std::optional<Pt::ContentDigest>& digest)
 {
     std::error_code error;
@@ -54,6 +57,7 @@ bool isStillProven(KeptCopy& copy, const std::optional<Pt::ContentDigest>& diges
     return hasBytes(copy.path, digest);
 }
 
+// Not empty: a converter that was killed may have left a name without bytes.
 bool isFile(const std::string& path)
 {
     std::error_code error;
@@ -69,7 +73,7 @@ bool standsAsBefore(const std::optional<KeptCopy>& copy)
     return !copy || (now && hasSameTimes(copy->status, *now));
 }
 
-// It cannot be read anew: nobody knows its bytes.
+// It cannot be read anew: the sink made and verified it, and nobody else knows its bytes.
 bool isDNGAsBefore(const KeptCopy& dng)
 {
     return dng.status.changed != 0 && standsAsBefore(dng);
@@ -80,7 +84,6 @@ std::string refused(const std::error_code& error)
     return text("$$$/Mfx/Delete/Refused=not deleted: it cannot be deleted: %1", {error.message()});
 }
 
-// A full card may have no room for a folder, though it has for deletions.
 std::string removeAtOnce(const std::string& path)
 {
     return Pt::unlinkPath(path) == 0 ? std::string() : refused(Pt::lastSystemError());
@@ -107,7 +110,8 @@ std::string OriginalDeletion::remove(std::uint32_t item, KeptItem& kept)
     return reason.empty() ? removeAside(m_card.pathOf(m_card.items[item]), kept) : reason;
 }
 
-// Why the original may not go, as far as can be seen without touching it.
+// Why the original may not go, as far as can be seen without touching it: it must be the file that
+// was listed and copied. A camera may have written another picture under its name since.
 std::string OriginalDeletion::objection(std::uint32_t item, KeptItem& kept) const
 {
     if (!kept.reasonToKeep.empty())
@@ -125,6 +129,8 @@ std::string OriginalDeletion::objection(std::uint32_t item, KeptItem& kept) cons
     return copyObjection(kept);
 }
 
+// The backup is looked at first: it is the raw file's own bytes, and can make good for a DNG that
+// somebody has edited meanwhile.
 std::string OriginalDeletion::copyObjection(KeptItem& kept) const
 {
     const bool hasBackup = kept.backup && isStillProven(*kept.backup, kept.digest);
@@ -149,6 +155,8 @@ std::string OriginalDeletion::copyGone(const std::optional<KeptCopy>& copy) cons
         {copy ? Pt::displayName(m_places.nameOf(copy->path)) : std::string()});
 }
 
+// After the original was moved aside. Only status is asked, for the bytes were proven right before,
+// and an original of a gigabyte must not stay aside for minutes.
 bool OriginalDeletion::copiesStand(const KeptItem& kept) const
 {
     const bool isSaved =
@@ -166,28 +174,37 @@ std::error_code OriginalDeletion::makeAsideFolder(const std::string& folder)
     return error;
 }
 
+// The original is moved aside first, and its copies are looked at then. If one of them vanishes or
+// changes with it, that copy was the original itself under another name, whatever devices and
+// inodes had said: it goes back, and nothing is lost. Only then is it deleted.
 std::string OriginalDeletion::removeAside(const std::string& path, const KeptItem& kept)
 {
     const fs::path original = path;
     const std::string folder = (original.parent_path() / kAsideFolder).string();
     const std::string aside = folder + '/' + original.filename().string();
     std::error_code error = makeAsideFolder(folder);
+    // On a full card there is no room for the folder. Copies that were both written in this run are
+    // no view of the original, so that it may go without the test.
     if (error == std::errc::no_space_on_device && kept.isFresh)
         return removeAtOnce(path);
     if (!error)
         error = Pt::moveWithoutReplacing(path, aside);
     if (error)
         return refused(error);
-    if (!copiesStand(kept)) {
-        m_foundAlias = true;
-        Pt::moveWithoutReplacing(aside, path);
-        return text("$$$/Mfx/Delete/IsItsCopy=not deleted: its copy is the original itself under "
-                    "another name");
-    }
-    std::string reason = removeAtOnce(aside);
+    std::string reason = removeWhereCopiesStand(aside, kept);
+    // A file that stays behind in the folder is put back by the next run.
     if (!reason.empty())
         Pt::moveWithoutReplacing(aside, path);
     return reason;
+}
+
+std::string OriginalDeletion::removeWhereCopiesStand(const std::string& aside, const KeptItem& kept)
+{
+    if (copiesStand(kept))
+        return removeAtOnce(aside);
+    m_foundAlias = true;
+    return text("$$$/Mfx/Delete/IsItsCopy=not deleted: its copy is the original itself under "
+                "another name");
 }
 
 } // namespace mfx

@@ -38,6 +38,7 @@ private:
     std::string copyGone(const std::optional<KeptCopy>& copy) const;
     std::error_code makeAsideFolder(const std::string& folder);
     bool copiesStand(const KeptItem& kept) const;
+    std::string removeWhereCopiesStand(const std::string& aside, const KeptItem& kept);
     std::string removeAside(const std::string& path, const KeptItem& kept);
 
     const CardContents& m_card;

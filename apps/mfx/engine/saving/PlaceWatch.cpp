@@ -19,6 +19,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// By chance, so that a marker that is seen elsewhere is this run's: one that a killed run left in a
+// copied folder must not be taken for it.
 std::string randomName(const std::string& prefix)
 {
     constexpr char kDigits[] = "0123456789abcdef";
@@ -33,7 +35,7 @@ std::string randomName(const std::string& prefix)
     return name;
 }
 
-bool stands(const std::string& path)
+bool exists(const std::string& path)
 {
     std::error_code error;
     return Pt::fileStatus(path, error).has_value();
@@ -61,6 +63,8 @@ PlaceWatch::PlaceWatch(
 {
 }
 
+// The folders are held first and compared then: what is compared is what will be written into, even
+// if somebody mounts a disk over one of them in between.
 void PlaceWatch::open()
 {
     if (!m_looksOnly)
@@ -69,22 +73,27 @@ void PlaceWatch::open()
         return;
     m_backupDisks = Pt::disksOf(*m_backupPath);
     m_backupKeepsOwnFiles = Pt::keepsItsOwnFiles(*m_backupPath);
-    if (!m_looksOnly) {
-        m_backup = held(*m_backupPath);
-        if (*m_backupPath != m_targetPath) {
-            m_backupWork = std::make_unique<WorkFolder>(m_backup->ownPath());
-            std::error_code error;
-            m_backupWork->recover(error);
-            error = m_backupWork->layMarker(randomName("backup-"), true);
-            if (error)
-                throw std::system_error(error, Pt::displayName(*m_backupPath));
-        }
-    }
+    if (!m_looksOnly)
+        openBackup();
     if (const FolderKinship kinship = backupKinship(); kinship.toCard == Kinship::kAlias)
         throw PlaceError(text("$$$/Mfx/Place/BackupIsCardFolder=the backup folder %1 and the "
                               "card's folder %2 are one folder under two names: choose another "
                               "backup folder",
             {Pt::displayName(*m_backupPath), Pt::displayName(kinship.cardFolder)}));
+}
+
+// Where the backup names the target, the final folder's own work folder serves: a marker is in it.
+void PlaceWatch::openBackup()
+{
+    m_backup = held(*m_backupPath);
+    if (*m_backupPath == m_targetPath)
+        return;
+    m_backupWork = std::make_unique<WorkFolder>(m_backup->ownPath());
+    std::error_code error;
+    m_backupWork->recover(error); // what could not be cleared is no reason to make no backup
+    error = m_backupWork->layMarker(randomName("backup-"), true);
+    if (error)
+        throw std::system_error(error, Pt::displayName(*m_backupPath));
 }
 
 std::string PlaceWatch::ownPath(
@@ -93,6 +102,7 @@ std::string PlaceWatch::ownPath(
     return held ? held->ownPath() : otherwise;
 }
 
+// Paths below a held folder lead through its descriptor, and mean nothing to people.
 std::string PlaceWatch::nameOf(const std::string& ownPathBelow) const
 {
     for (const auto* folder : {&m_target, &m_backup})
@@ -108,6 +118,8 @@ FolderKinship PlaceWatch::kinshipOf(const std::string& path,
 {
     FolderKinship kinship;
     kinship.toCard = kinshipToCard(path, ownPath, work.markerBelow(), kinship.cardFolder);
+    // A trial writes a file and takes its time: once for each folder, and not again at the last
+    // look, where a device that was found shared then still counts.
     if (!known)
         kinship.toCard = withTrial(kinship.toCard, work.trialFolder());
     else if (kinship.toCard == Kinship::kApart)
@@ -150,6 +162,17 @@ bool PlaceWatch::holdsItems(std::uint32_t folder) const
     return false;
 }
 
+// Two tests, for each alone can be fooled: a file system may make up numbers of devices and inodes,
+// and a marker is not seen where a view shows only a part of a folder.
+bool PlaceWatch::isCardFolder(std::uint32_t folder,
+    const std::optional<Pt::FileStatus>& status,
+    const std::string& markerBelow) const
+{
+    const CardFolderId& id = m_card.folderIds[folder];
+    return (status && status->device == id.device && status->inode == id.inode)
+        || (!markerBelow.empty() && exists(m_card.folderPath(folder) + '/' + markerBelow));
+}
+
 // A folder of the card with items in it would be "copied" onto itself. One without is a place of
 // its own, on the card's device.
 Kinship PlaceWatch::kinshipToCard(const std::string& path,
@@ -159,11 +182,7 @@ Kinship PlaceWatch::kinshipToCard(const std::string& path,
 {
     const auto status = folderStatus(ownPath);
     for (std::uint32_t folder = 0; folder < m_card.folders.size(); ++folder) {
-        const CardFolderId& id = m_card.folderIds[folder];
-        const bool isSame = status && status->device == id.device && status->inode == id.inode;
-        const bool isMarked =
-            !markerBelow.empty() && stands(m_card.folderPath(folder) + '/' + markerBelow);
-        if (!isSame && !isMarked)
+        if (!isCardFolder(folder, status, markerBelow))
             continue;
         cardFolder = m_card.folderPath(folder);
         // Photos may be sorted into the folder in which they lie: below the target, by its own
@@ -189,12 +208,13 @@ bool PlaceWatch::isSeenAboveCard(const std::string& path, const std::string& mar
     if (markerBelow.empty())
         return false;
     const fs::path parts = fs::path(path).relative_path();
+    // Each end of the path, from its last name to all of it, below each folder above the card.
     for (fs::path above = m_card.root;; above = above.parent_path()) {
         fs::path end;
         for (auto part = parts.end(); part != parts.begin();) {
             end = end.empty() ? *--part : *--part / end;
             const std::string other = (above / end).string();
-            if (other != path && stands(other + '/' + markerBelow))
+            if (other != path && exists(other + '/' + markerBelow))
                 return true;
         }
         if (!above.has_relative_path())
@@ -202,25 +222,33 @@ bool PlaceWatch::isSeenAboveCard(const std::string& path, const std::string& mar
     }
 }
 
+// A folder that is named twice was chosen so, and its copies count as one. Under two names it is
+// more likely a mistake, by which no second copy would come into being: that is refused.
 Kinship PlaceWatch::kinshipToBackup(
     const std::string& path, const std::string& ownPath, const WorkFolder& work) const
 {
     if (path == *m_backupPath || m_targetPath == *m_backupPath)
         return Kinship::kSameName;
-    const auto here = folderStatus(ownPath);
-    const auto there = folderStatus(backupOwnPath());
-    if (here && there && here->device == there->device && here->inode == there->inode)
-        return Kinship::kAlias;
-    const bool isMarked = m_backupWork && !work.markerBelow().empty()
-        && (stands(backupOwnPath() + '/' + work.markerBelow())
-            || stands(ownPath + '/' + m_backupWork->markerBelow()));
-    if (isMarked)
+    if (isBackup(ownPath, work))
         return Kinship::kAlias;
     const std::set<std::string> disks = Pt::disksOf(ownPath);
     const bool isShared = std::any_of(disks.begin(), disks.end(), [this](const std::string& disk) {
         return m_backupDisks.contains(disk);
     });
     return isShared ? Kinship::kSameDevice : Kinship::kApart;
+}
+
+// By its number, or by the marker of the one that is seen in the other. Both ways round: of two
+// views of one folder, one may answer from a cache that does not know yet of a file just made.
+bool PlaceWatch::isBackup(const std::string& ownPath, const WorkFolder& work) const
+{
+    const auto here = folderStatus(ownPath);
+    const auto there = folderStatus(backupOwnPath());
+    if (here && there && here->device == there->device && here->inode == there->inode)
+        return true;
+    return m_backupWork && !work.markerBelow().empty()
+        && (exists(backupOwnPath() + '/' + work.markerBelow())
+            || exists(ownPath + '/' + m_backupWork->markerBelow()));
 }
 
 std::optional<std::string> PlaceWatch::objectionTo(
@@ -237,6 +265,8 @@ std::optional<std::string> PlaceWatch::objectionTo(
     return std::nullopt;
 }
 
+// The descriptors would still write to a disk that was unmounted lazily, or that lies beneath
+// another by now: the copies would be where nobody finds them.
 std::optional<std::string> PlaceWatch::lostPlace() const
 {
     if (m_target && !m_target->isAtItsPath())

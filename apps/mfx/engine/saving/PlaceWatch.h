@@ -105,6 +105,11 @@ private:
         std::string& cardFolder) const;
     Kinship kinshipToBackup(
         const std::string& path, const std::string& ownPath, const WorkFolder& work) const;
+    void openBackup();
+    bool isCardFolder(std::uint32_t folder,
+        const std::optional<Pt::FileStatus>& status,
+        const std::string& markerBelow) const;
+    bool isBackup(const std::string& ownPath, const WorkFolder& work) const;
     bool holdsItems(std::uint32_t folder) const;
     Kinship withTrial(Kinship kinship, const std::string& folder) const;
     bool isSeenAboveCard(const std::string& path, const std::string& markerBelow) const;

@@ -28,6 +28,23 @@ fs::path existing(fs::path folder)
     return folder;
 }
 
+// Target and backup may be two folders of one disk, where each would fit alone.
+std::map<std::uint64_t, Volume> volumesOf(const std::vector<SpaceNeed>& needs)
+{
+    std::map<std::uint64_t, Volume> volumes;
+    for (const SpaceNeed& need : needs) {
+        const fs::path folder = existing(need.folder);
+        const auto device = deviceOf(folder.string());
+        if (!device)
+            continue;
+        Volume& volume = volumes[*device];
+        if (volume.folder.empty())
+            volume.folder = folder.string();
+        volume.needed += need.bytes;
+    }
+    return volumes;
+}
+
 // With one decimal. Which mark stands before it is a matter of the texts' language; numbers are
 // written with points, whatever the locale.
 std::string numberText(double value)
@@ -41,20 +58,11 @@ std::string numberText(double value)
 
 } // namespace
 
+// A file system that has no capacity to tell of (some network shares) does not tell its free space
+// either: the run begins, and ends in good order should the disk be full.
 std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
 {
-    std::map<std::uint64_t, Volume> volumes;
-    for (const SpaceNeed& need : needs) {
-        const fs::path folder = existing(need.folder);
-        const auto device = deviceOf(folder.string());
-        if (!device)
-            continue;
-        Volume& volume = volumes[*device];
-        if (volume.folder.empty())
-            volume.folder = folder.string();
-        volume.needed += need.bytes;
-    }
-    for (const auto& [device, volume] : volumes) {
+    for (const auto& [device, volume] : volumesOf(needs)) {
         std::error_code error;
         const fs::space_info space = fs::space(volume.folder, error);
         const bool tells = !error && space.capacity != 0;

@@ -8,22 +8,28 @@ namespace mfx {
 
 namespace {
 
+// The digest of the member's source, read now where it was not before; nothing where that cannot be
+// read. The sizes are compared first: a card is read through only for a file that may be a copy.
+const std::optional<Pt::ContentDigest>& sourceDigest(
+    MemberWork& member, const std::optional<Pt::FileStatus>& source, std::uint64_t wantedSize)
+{
+    std::error_code error;
+    if (!member.digest && source && source->size == wantedSize)
+        member.digest = Pt::digestOfFile(member.source, error);
+    return member.digest;
+}
+
 bool holdsSameBytes(MemberWork& member, const std::string& path, const Pt::FileStatus& there)
 {
     std::error_code error;
     if (there.kind != Pt::FileStatus::Kind::kRegular)
         return false;
     const auto source = Pt::fileStatus(member.source, error);
+    // The original seen on another way has its bytes, of course, and is no copy of it.
     if (source && source->device == there.device && source->inode == there.inode)
         return false;
-    if (!member.digest) {
-        if (!source || source->size != there.size)
-            return false;
-        member.digest = Pt::digestOfFile(member.source, error);
-    }
-    if (!member.digest || member.digest->size != there.size)
-        return false;
-    return Pt::digestOfFile(path, error) == member.digest;
+    const auto& digest = sourceDigest(member, source, there.size);
+    return digest && digest->size == there.size && Pt::digestOfFile(path, error) == digest;
 }
 
 // In its final folder a group takes what holds its bytes; the download judges it later.
@@ -39,29 +45,39 @@ struct Place {
     const NoCopyTest& isNoCopy;
 };
 
+// What stands under the member's name. An error is told and not taken for a free name: the move
+// would fail, or a folder that answers again by then would get the picture a second time.
+Occupant occupantOf(GroupWork& work,
+    const Place& place,
+    std::size_t member,
+    const std::string& path,
+    std::error_code& error)
+{
+    const auto there = Pt::fileStatus(path, error);
+    if (!there) {
+        if (error == std::errc::no_such_file_or_directory)
+            error.clear();
+        return Occupant::kNone;
+    }
+    const bool isNoCopy = place.isNoCopy(member, *there);
+    return !isNoCopy && holdsSameBytes(work.members[member], path, *there) ? Occupant::kSameBytes
+                                                                           : Occupant::kOther;
+}
+
 TargetSpot look(GroupWork& work, const Place& place, std::uint64_t number)
 {
     TargetSpot spot;
     spot.number = number;
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
+    for (std::size_t i = 0; i < work.members.size() && !spot.error; ++i) {
         const std::string path = place.folder + '/' + place.names.fileName(i, number);
-        std::error_code error;
-        const auto there = Pt::fileStatus(path, error);
-        if (!there && error != std::errc::no_such_file_or_directory) {
-            spot.error = error;
-            return spot;
-        }
-        const bool isNoCopy = there && place.isNoCopy(i, *there);
-        if (!there)
-            spot.occupants.push_back(Occupant::kNone);
-        else if (!isNoCopy && holdsSameBytes(work.members[i], path, *there))
-            spot.occupants.push_back(Occupant::kSameBytes);
-        else
-            spot.occupants.push_back(Occupant::kOther);
+        const Occupant occupant = occupantOf(work, place, i, path, spot.error);
+        if (!spot.error)
+            spot.occupants.push_back(occupant);
     }
     return spot;
 }
 
+// Ends at the first form that nobody has: there are as many numbers as a folder can have files.
 template <typename StemTest>
 TargetSpot find(GroupWork& work, const Place& place, StemTest isTaken)
 {

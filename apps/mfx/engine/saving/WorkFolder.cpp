@@ -19,15 +19,29 @@ namespace {
 
 constexpr int kAttempts = 1000; // another process may remove the folder as often as we make it
 
-bool isOwnLeftover(const std::string& name, Pt::FileStatus::Kind kind)
+bool isNumber(const std::string& text)
 {
-    // A group's folder: "<process id>-<number>".
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// A group's folder, "<process id>-<number>". A folder with another name was put here by somebody
+// else, and is never removed.
+bool isOwnLeftover(const fs::path& path)
+{
+    std::error_code error;
+    const auto status = Pt::fileStatus(path.string(), error);
+    const std::string name = path.filename().string();
     const std::size_t dash = name.find('-');
-    const auto isNumber = [](const std::string& text) {
-        return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    };
-    return kind == Pt::FileStatus::Kind::kFolder && dash != std::string::npos
+    return status && status->kind == Pt::FileStatus::Kind::kFolder && dash != std::string::npos
         && isNumber(name.substr(0, dash)) && isNumber(name.substr(dash + 1));
+}
+
+// The name that the killed run was trying may stand in the final folder, empty. It is found by the
+// journal in the leftover, and so goes first.
+void removeLeftover(const fs::path& leftover, const std::string& folder, std::error_code& error)
+{
+    Pt::removeTriedName(leftover.string(), folder);
+    fs::remove_all(leftover, error);
 }
 
 // A file that a conversion set aside goes back under its name, or under a numbered form of it,
@@ -97,33 +111,42 @@ WorkFolder::WorkFolder(std::string finalFolder)
 {
 }
 
+// Whoever is at work in the folder shares the lock on it. Who has it alone knows that all that lies
+// in it was left by a run that was cut off.
 std::vector<std::string> WorkFolder::recover(std::error_code& error)
 {
     error.clear();
-    std::vector<std::string> restored;
     std::error_code lockError;
     const auto alone = Pt::FolderLock::takeAlone(m_path, lockError);
     if (!alone) // not there, or somebody is at work in it
-        return restored;
+        return {};
     const std::vector<fs::path> entries = entriesOf(m_path);
     // Until we had the lock, others may have removed the folder and made another, in which they
     // work now. While something lies in ours, nobody can.
     if (!alone->stillNames(m_path))
-        return restored;
+        return {};
+    std::vector<std::string> restored = clear(entries, error);
+    std::error_code ignored; // not empty: what could not be put back is still in it
+    fs::remove(m_path, ignored);
+    return restored;
+}
+
+// Removes what is a copy, and puts back what may be the only one: a raw file whose DNG is not
+// whole. Both lists are made before the first file is moved, for the fate of a DNG depends on which
+// files lie beside it.
+std::vector<std::string> WorkFolder::clear(
+    const std::vector<fs::path>& entries, std::error_code& error) const
+{
     std::vector<fs::path> files;
     std::copy_if(entries.begin(), entries.end(), std::back_inserter(files), isFile);
     const std::vector<fs::path> standing =
         entries.empty() ? std::vector<fs::path>() : entriesOf(m_finalFolder);
+    std::vector<std::string> restored;
     for (const fs::path& entry : entries) {
         std::error_code step;
-        const std::string name = entry.filename().string();
-        const auto status = Pt::fileStatus(entry.string(), step);
-        if (!status)
-            continue;
-        if (isOwnLeftover(name, status->kind)) {
-            Pt::removeTriedName(entry.string(), m_finalFolder);
-            fs::remove_all(entry, step);
-        } else if (status->kind != Pt::FileStatus::Kind::kRegular)
+        if (isOwnLeftover(entry))
+            removeLeftover(entry, m_finalFolder, step);
+        else if (!isFile(entry))
             continue; // none of ours
         else if (isUnfinishedConversion(entry, files, standing))
             fs::remove(entry, step);
@@ -132,11 +155,11 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
         if (step)
             error = step;
     }
-    std::error_code ignored; // not empty: what could not be put back is still in it
-    fs::remove(m_path, ignored);
     return restored;
 }
 
+// The marker lies in an item folder, which the next run removes if this one is killed. In the final
+// folder itself, an empty file with a name of chance would stay for good.
 std::error_code WorkFolder::layMarker(const std::string& marker, bool withJournal)
 {
     std::error_code error;
@@ -157,7 +180,9 @@ std::string WorkFolder::trialFolder() const
         : fs::path(m_finalFolder + '/' + m_markerBelow).parent_path().string();
 }
 
-// Makes the folder and shares the lock on it, until both are of one and the same folder.
+// Makes the folder and shares the lock on it, until both are of one and the same folder: between
+// the two steps, a run that leaves may remove the empty folder. A lock on a folder without a name
+// would protect nothing, for the next run makes another and finds that one without a lock.
 std::error_code WorkFolder::enter()
 {
     if (m_share && m_share->stillNames(m_path))
@@ -180,13 +205,8 @@ std::error_code WorkFolder::enter()
 std::optional<std::string> WorkFolder::makeItemFolder(std::error_code& error)
 {
     Pt::Locked locked(m_lock);
-    while (!m_idle.empty()) {
-        std::string path = std::move(m_idle.back());
-        m_idle.pop_back();
-        std::error_code gone; // somebody may have taken it away, or put something into it
-        if (m_share && m_share->stillNames(m_path) && fs::is_empty(path, gone) && !gone)
-            return path;
-    }
+    if (auto idle = takeIdleFolder())
+        return idle;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         error = enter();
         if (error)
@@ -210,6 +230,20 @@ std::optional<std::string> WorkFolder::makeItemFolder(std::error_code& error)
     return std::nullopt;
 }
 
+// One that a group is done with: a new folder may take a file system longer than a small file does.
+// Nothing where none is left that is empty and under our lock.
+std::optional<std::string> WorkFolder::takeIdleFolder()
+{
+    while (!m_idle.empty()) {
+        std::string path = std::move(m_idle.back());
+        m_idle.pop_back();
+        std::error_code gone; // somebody may have taken it away, or put something into it
+        if (m_share && m_share->stillNames(m_path) && fs::is_empty(path, gone) && !gone)
+            return path;
+    }
+    return std::nullopt;
+}
+
 void WorkFolder::releaseItemFolder(const std::string& itemFolder)
 {
     Pt::Locked locked(m_lock);
@@ -222,6 +256,7 @@ void WorkFolder::dropItemFolder(const std::string& itemFolder)
     fs::remove_all(itemFolder, ignored);
 }
 
+// The lock goes last: without it, another run would take what is still here for leftovers.
 void WorkFolder::leave()
 {
     Pt::Locked locked(m_lock);

@@ -11,6 +11,7 @@
 #include "platform/common/threads/Lock.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -62,7 +63,10 @@ public:
     const std::string& finalFolder() const { return m_finalFolder; }
 
 private:
+    std::vector<std::string> clear(
+        const std::vector<std::filesystem::path>& entries, std::error_code& error) const;
     std::error_code enter() TEVORO_REQUIRES(m_lock);
+    std::optional<std::string> takeIdleFolder() TEVORO_REQUIRES(m_lock);
 
     const std::string m_finalFolder;
     const std::string m_path;

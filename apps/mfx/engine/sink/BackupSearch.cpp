@@ -36,7 +36,18 @@ std::uint64_t ownNumber(const std::string& name)
     return number;
 }
 
-// Looks at the forms from a number on, up to the first that is missing.
+// Of the wanted size, and another file than the saved copy, which may lie in the same folder and is
+// no backup of itself. Sizes are compared before bytes are read.
+bool mayBeBackup(const std::optional<Pt::FileStatus>& there,
+    const Pt::ContentDigest& digest,
+    const std::optional<Pt::FileStatus>& saved)
+{
+    return there && there->kind == Pt::FileStatus::Kind::kRegular && there->size == digest.size
+        && !isSameFile(*there, saved);
+}
+
+// Looks at the forms from a number on, up to the first that is missing: the sink fills numbers
+// without a gap.
 std::optional<std::string> findFrom(std::uint64_t first,
     const std::string& folder,
     const std::string& deviceName,
@@ -50,10 +61,7 @@ std::optional<std::string> findFrom(std::uint64_t first,
         const auto there = Pt::fileStatus(path, error);
         if (!there && number > 0) // beside its original, a copy begins with "-1"
             return std::nullopt;
-        if (!there || there->kind != Pt::FileStatus::Kind::kRegular || there->size != digest.size
-            || isSameFile(*there, saved))
-            continue;
-        if (Pt::digestOfFile(path, error) == digest)
+        if (mayBeBackup(there, digest, saved) && Pt::digestOfFile(path, error) == digest)
             return name;
     }
 }

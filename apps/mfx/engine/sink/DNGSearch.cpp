@@ -6,6 +6,8 @@
 
 namespace mfx {
 
+// The sink tells whether it made a DNG and not under which name: its rule for names is followed
+// here before the call, while the name is still free.
 std::string nextDNGPath(const std::string& rawPath)
 {
     const std::filesystem::path raw(rawPath);

@@ -37,7 +37,8 @@ std::vector<std::optional<Pt::FileStatus>> savedCopies(const GroupWork& work)
     return all;
 }
 
-// Another file, with size and time of the saved one; FAT keeps even seconds.
+// Another file, with size and time of the saved one; FAT keeps even seconds. The bytes were proven
+// by the sink, so that this only has to tell its copy from a stranger's file of that name.
 bool isCopyOf(const Pt::FileStatus& copy, const Pt::FileStatus& saved)
 {
     constexpr std::int64_t kTimeStep = 2'000 * kNanosecondsPerMillisecond;
@@ -46,7 +47,8 @@ bool isCopyOf(const Pt::FileStatus& copy, const Pt::FileStatus& saved)
         && (copy.device != saved.device || copy.inode != saved.inode);
 }
 
-// In the file system's own time, which may lag behind the clock.
+// In the file system's own time, which may lag behind the clock: the kernel stamps files with the
+// time of its last tick.
 std::int64_t now()
 {
     return Pt::systemClock().wallMilliseconds() * kNanosecondsPerMillisecond - kClockStep;
@@ -65,6 +67,9 @@ GroupBackup::GroupBackup(const CardContents& card,
 {
 }
 
+// The lock on the folder is held from the look for a free stem to the last copy of the group: of
+// two programs, the second looks when the first has its files in place. Where nothing can be locked
+// (some shares), the sink still never writes over a file; two groups might then share a stem.
 std::vector<MemberBackup> GroupBackup::backUp(
     GroupWork& work, const std::function<void(std::size_t member)>& done)
 {
@@ -74,23 +79,37 @@ std::vector<MemberBackup> GroupBackup::backUp(
     std::error_code noTurns; // where nothing can be locked, there are no turns
     const auto turn = Pt::FolderLock::waitAlone(m_places.backupOwnPath(), noTurns);
     const GroupTarget names = deviceNames(work);
-    const bool isBeside = work.folder->kinship.toBackup == Kinship::kSameName
-        && work.folder->path == *m_places.backupPath();
+    const bool isBeside = isBesideSaved(work);
     TargetSpot spot;
     if (!isBeside)
         spot = findSpotIn(m_places.backupOwnPath(), names, work, m_stems, noCopyTest(work));
     std::vector<MemberBackup> backups(work.members.size());
     for (std::size_t i = 0; i < work.members.size() && !m_lost; ++i) {
-        if (isBeside)
-            backups[i] = backUpBeside(work, i, names.fileName(i, 0));
-        else if (spot.error)
-            backups[i].error = lookReason(names.fileName(i, 0), spot.error);
-        else
-            backups[i] = backUpMember(
-                work, i, names.fileName(i, spot.number), spot.occupants[i] == Occupant::kSameBytes);
+        backups[i] =
+            isBeside ? backUpBeside(work, i, names.fileName(i, 0)) : backUpAt(spot, work, i, names);
         done(i);
     }
     return backups;
+}
+
+// Whether the second copies go into the very folder of the saved ones.
+bool GroupBackup::isBesideSaved(const GroupWork& work) const
+{
+    return work.folder->kinship.toBackup == Kinship::kSameName
+        && work.folder->path == *m_places.backupPath();
+}
+
+MemberBackup GroupBackup::backUpAt(
+    const TargetSpot& spot, GroupWork& work, std::size_t member, const GroupTarget& names)
+{
+    if (!spot.error)
+        return backUpMember(work,
+            member,
+            names.fileName(member, spot.number),
+            spot.occupants[member] == Occupant::kSameBytes);
+    MemberBackup backup;
+    backup.error = lookReason(names.fileName(member, 0), spot.error);
+    return backup;
 }
 
 // The saved copy or the original, seen through an overlay or a pool, is no second copy.
@@ -106,7 +125,8 @@ NoCopyTest GroupBackup::noCopyTest(const GroupWork& work) const
     };
 }
 
-// The names that the card gave, fit for a file.
+// The names that the card gave, fit for a file: the backup is the card as it was, whatever the
+// saved copies are called.
 GroupTarget GroupBackup::deviceNames(const GroupWork& work) const
 {
     const ItemGroup& group = m_groups[work.group];
@@ -121,18 +141,12 @@ MemberBackup GroupBackup::backUpMember(
 {
     MemberBackup backup;
     backup.alreadyPresent = isThere;
-    std::error_code error;
     const std::string path = m_places.backupOwnPath() + '/' + name;
-    const MemberWork& file = work.members[member];
-    if (isThere) {
-        if (const auto status = Pt::fileStatus(path, error))
-            backup.copy = KeptCopy{path, *status};
-    } else {
-        const std::int64_t since = now();
-        const auto saved = Pt::fileStatus(savedPath(work, file), error);
-        if (saved && callSink(work, member, name, backup.error))
-            backup.copy = madeCopy(file, name, *saved, since);
-    }
+    std::error_code error;
+    if (!isThere)
+        backup.copy = makeMember(work, member, name, backup.error);
+    else if (const auto status = Pt::fileStatus(path, error))
+        backup.copy = KeptCopy{path, *status};
     backup.isMade = backup.copy.has_value();
     if (backup.isMade)
         m_stems.take(name);
@@ -141,7 +155,21 @@ MemberBackup GroupBackup::backUpMember(
     return backup;
 }
 
-// In the very folder of the saved copies the sink numbers the second copy by rules of its own.
+// The moment before the call is taken first: what has the name and was changed before it was not
+// made by this call.
+std::optional<KeptCopy> GroupBackup::makeMember(
+    const GroupWork& work, std::size_t member, const std::string& name, std::string& why)
+{
+    const MemberWork& file = work.members[member];
+    const std::int64_t since = now();
+    std::error_code error;
+    const auto saved = Pt::fileStatus(savedPath(work, file), error);
+    return saved && callSink(work, member, name, why) ? madeCopy(file, name, *saved, since)
+                                                      : std::nullopt;
+}
+
+// In the very folder of the saved copies the sink numbers the second copy by rules of its own. It
+// counts as made, but no original goes for it: both would be lost with one folder.
 MemberBackup GroupBackup::backUpBeside(GroupWork& work, std::size_t member, const std::string& name)
 {
     MemberBackup backup;
@@ -154,6 +182,8 @@ MemberBackup GroupBackup::backUpBeside(GroupWork& work, std::size_t member, cons
     return backup;
 }
 
+// The sink takes paths. The places are looked at before the call, so that it does not write beneath
+// a mount point, and after it: a disk that went in between makes whatever it says worthless.
 bool GroupBackup::callSink(
     const GroupWork& work, std::size_t member, const std::string& name, std::string& error)
 {
@@ -164,11 +194,8 @@ bool GroupBackup::callSink(
     m_lost = m_places.lostPlace();
     if (m_lost)
         return false;
-    const std::string folder =
-        file.alreadyPresent() ? work.folder->path : work.folder->nameOf(work.itemFolder);
     std::string sinksReason;
-    const SinkItem item{static_cast<long>(file.item) + 1, name, file.finalName, folder};
-    const bool isMade = m_sink.makeBackup(item, sinksReason);
+    const bool isMade = m_sink.makeBackup(itemFor(work, file, name), sinksReason);
     m_lost = m_places.lostPlace();
     if (m_lost) {
         if (isMade && saved && !m_places.isBackupThere())
@@ -178,6 +205,15 @@ bool GroupBackup::callSink(
     if (!isMade)
         error = reason(name, sinksReason);
     return isMade;
+}
+
+// With a folder as others understand it: the sink resolves paths in its own way.
+SinkItem GroupBackup::itemFor(
+    const GroupWork& work, const MemberWork& file, const std::string& name)
+{
+    const std::string folder =
+        file.alreadyPresent() ? work.folder->path : work.folder->nameOf(work.itemFolder);
+    return {static_cast<long>(file.item) + 1, name, file.finalName, folder};
 }
 
 // The sink says that it made a proven copy, and was given a name that was free. If somebody took
@@ -218,7 +254,8 @@ void GroupBackup::removeStray(
         std::filesystem::remove(folder, error);
 }
 
-// Why the folder does not tell what stands under a name.
+// Why the folder does not tell what is under a name. Nothing is made to find out: the sink has not
+// been called.
 std::string GroupBackup::lookReason(const std::string& name, const std::error_code& error) const
 {
     const auto letter =

@@ -45,6 +45,12 @@ public:
 private:
     NoCopyTest noCopyTest(const GroupWork& work) const;
     GroupTarget deviceNames(const GroupWork& work) const;
+    bool isBesideSaved(const GroupWork& work) const;
+    MemberBackup backUpAt(
+        const TargetSpot& spot, GroupWork& work, std::size_t member, const GroupTarget& names);
+    std::optional<KeptCopy> makeMember(
+        const GroupWork& work, std::size_t member, const std::string& name, std::string& why);
+    static SinkItem itemFor(const GroupWork& work, const MemberWork& file, const std::string& name);
     MemberBackup backUpMember(
         GroupWork& work, std::size_t member, const std::string& name, bool isThere);
     MemberBackup backUpBeside(GroupWork& work, std::size_t member, const std::string& name);

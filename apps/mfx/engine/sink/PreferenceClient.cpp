@@ -13,6 +13,7 @@ namespace {
 constexpr int kDomain = 3; // the sink's
 constexpr int kMaxTextLength = 4096; // units; a folder's path is the longest there is
 
+// The library is never unloaded: the store that is returned lives in it.
 FxRef<IPtPreferences> openStore(const std::string& libraryPath)
 {
     void* module = nullptr;
@@ -40,6 +41,8 @@ PreferenceClient::PreferenceClient(const std::string& libraryPath, const std::st
         && m_store->LoadStore(kDomain);
 }
 
+// A store that may not be looked at counts as there: whoever takes it for missing would go on as if
+// nothing had ever been remembered, a second copy perhaps.
 bool PreferenceClient::standsIn(const std::string& folder)
 {
     std::error_code error;

@@ -47,6 +47,7 @@ const std::pair<const char*, const char*> kFirstValues[] = {
     {"GridFilterPref", "7"},
 };
 
+// Of the store's own files, and no others: the folder may be one that was named by mistake.
 void copyStore(const std::string& from, const std::string& to)
 {
     std::error_code error; // no store is no failure: the run begins with first values
@@ -64,6 +65,8 @@ const char* flagText(bool isOn)
 
 } // namespace
 
+// The plug-in is loaded later and finds the copy by the variable, which is set last: a run that
+// fails before has changed nothing of this process.
 SessionPreferences::SessionPreferences(const std::string& libraryPath,
     const std::optional<std::string>& storeFolder,
     const Choices& choices)
@@ -71,23 +74,28 @@ SessionPreferences::SessionPreferences(const std::string& libraryPath,
     , m_storeFolder(storeFolder)
     , m_values(chosenValues(choices))
 {
-    const std::string store = m_session.path + kStoreBelowData;
-    fs::create_directories(store);
-    if (storeFolder)
-        copyStore(*storeFolder, store);
-    auto client = std::make_unique<PreferenceClient>(libraryPath, store);
-    m_startedWhole =
-        !storeFolder || client->wasLoaded() || !PreferenceClient::standsIn(*storeFolder);
-    if (!m_startedWhole) {
-        // One of a later version would not be saved over.
-        client.reset();
-        fs::remove_all(store);
-        fs::create_directories(store);
-        client = std::make_unique<PreferenceClient>(libraryPath, store);
-    }
+    const auto client = openCopy(m_session.path + kStoreBelowData);
     write(*client, m_values);
     readBack(*client);
     Pt::setEnvironmentVariable("MFX_APPLICATION_DATA", m_session.path);
+}
+
+// A store that is there and cannot be read is not copied over: a later version may have written it.
+// The run goes on with first values then, and deletes nothing.
+std::unique_ptr<PreferenceClient> SessionPreferences::openCopy(const std::string& store)
+{
+    fs::create_directories(store);
+    if (m_storeFolder)
+        copyStore(*m_storeFolder, store);
+    auto client = std::make_unique<PreferenceClient>(m_libraryPath, store);
+    m_startedWhole =
+        !m_storeFolder || client->wasLoaded() || !PreferenceClient::standsIn(*m_storeFolder);
+    if (m_startedWhole)
+        return client;
+    client.reset(); // the library would not save over a store of a later version
+    fs::remove_all(store);
+    fs::create_directories(store);
+    return std::make_unique<PreferenceClient>(m_libraryPath, store);
 }
 
 SessionPreferences::Folder::Folder()
@@ -101,6 +109,8 @@ SessionPreferences::Folder::~Folder()
     fs::remove_all(path, ignored);
 }
 
+// Only what was said on the command line: a flag that was not given leaves what is remembered
+// alone.
 SessionPreferences::Values SessionPreferences::chosenValues(const Choices& choices)
 {
     Values values;
@@ -127,6 +137,7 @@ SessionPreferences::Values SessionPreferences::chosenValues(const Choices& choic
     return values;
 }
 
+// First values only where a key is missing: what the user has chosen once stays.
 void SessionPreferences::write(PreferenceClient& client, const Values& values)
 {
     for (const auto& [key, value] : kFirstValues)
@@ -141,6 +152,8 @@ void SessionPreferences::write(PreferenceClient& client, const Values& values)
                 {m_session.path}));
 }
 
+// What the plug-in will read, read in its own way: a backup that is switched on without a folder
+// goes where the plug-in would put it, and not where we should like it.
 void SessionPreferences::readBack(PreferenceClient& client)
 {
     const auto isOn = [&client](const char* key) { return client.text(key) == "1"; };
@@ -156,6 +169,8 @@ void SessionPreferences::readBack(PreferenceClient& client)
         m_firstSequence = number; // what is no number leaves it at its first one
 }
 
+// The choices are written into the user's store afresh, and the copy is not copied back: another
+// run may have changed the store meanwhile.
 bool SessionPreferences::remember(const std::string& target, std::uint64_t nextSequence)
 {
     if (!m_storeFolder)

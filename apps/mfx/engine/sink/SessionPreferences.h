@@ -69,6 +69,7 @@ private:
         const std::string path;
     };
 
+    std::unique_ptr<PreferenceClient> openCopy(const std::string& store);
     static Values chosenValues(const Choices& choices);
     void write(PreferenceClient& client, const Values& values);
     void readBack(PreferenceClient& client);

@@ -18,6 +18,7 @@ FxStatus SinkItemList::GetCount(long& out)
     return kFxOk;
 }
 
+// One record at a time into memory of the sink: a card may have ten thousand items.
 FxStatus SinkItemList::Next(CPropSinkMediaItem& record)
 {
     if (m_next == m_items.count)

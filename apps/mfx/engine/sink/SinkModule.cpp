@@ -8,6 +8,8 @@ namespace mfx {
 
 namespace {
 
+// The library stays loaded to the end of the process, also when what follows throws: objects of the
+// plug-in may be referred to until then.
 FxPluginMainFunction loadEntry(const std::string& path)
 {
     const PtModuleRef module = PtLoadLibrary(Pt::toUtf16(path).c_str());
@@ -33,6 +35,8 @@ void require(bool holds, const char* step)
 
 } // namespace
 
+// Each step of the contract is checked by itself and named when it fails: a plug-in of another
+// version most often stops at one of them, and the name is all that a report of it can say.
 SinkModule::SinkModule(const std::string& path)
 {
     void* plugin = nullptr;

@@ -19,7 +19,9 @@ struct CallbackContext {
     const std::function<DeletionOutcome(long)>* deleteOriginal = nullptr;
 };
 
-CallbackContext gContext; // one session at a time, on one thread
+// The contract's callbacks have no parameter for a context, so that there is one for the process:
+// one session at a time, on one thread.
+CallbackContext gContext;
 
 unsigned long noteError(const unsigned short* text, long)
 {
@@ -27,6 +29,8 @@ unsigned long noteError(const unsigned short* text, long)
     return 0;
 }
 
+// The contract passes the key in and the outcome out by the same word: it tells a refusal, after
+// which the sink goes on, from a device that is gone, after which it stops.
 bool deleteOne(long& key)
 {
     key = static_cast<long>((*gContext.deleteOriginal)(key));
@@ -72,7 +76,7 @@ public:
         void*,
         void*) override
     {
-        constexpr int kNo = 1;
+        constexpr int kNo = 1; // the index of the button
         constexpr int kYes = 0;
         auto said = Answer::kNo;
         if (m_words)
@@ -150,6 +154,8 @@ SinkSession::SinkSession(const std::string& modulePath, DownloadEvents& events)
         ->SetProgressHandler(m_progress.get());
 }
 
+// The strings of the record are the sink's objects and are released while it is still loaded; the
+// module is a member, and goes after this body.
 SinkSession::~SinkSession()
 {
     releaseRecordStrings();
@@ -173,6 +179,8 @@ std::string SinkSession::panelFile()
     return Pt::toUtf8(path);
 }
 
+// The sink fills the panel while it reads the preferences, so that it needs the panel before. The
+// record may hold strings of an earlier call.
 void SinkSession::bindPanel(IClientUIHandler& panel)
 {
     m_panel->SetClientUIHandler(&panel);
@@ -180,6 +188,7 @@ void SinkSession::bindPanel(IClientUIHandler& panel)
     m_preferences->GetPreferences(m_record);
 }
 
+// The text of an earlier item is cleared first: a hook that succeeds sets none.
 FxStatus SinkSession::process(const SinkItem& item,
     std::string& error,
     FxStatus (IMFXPostProcessing::*hook)(CPropSinkMediaItem*,
@@ -197,6 +206,7 @@ FxStatus SinkSession::process(const SinkItem& item,
     return status;
 }
 
+// The status tells apart what the sink's own text does not: it has one text for all failures.
 bool SinkSession::makeBackup(const SinkItem& item, std::string& error)
 {
     const FxStatus status = process(item, error, &IMFXPostProcessing::DoPreProcessing);
@@ -231,6 +241,8 @@ bool SinkSession::foundNobody() const
     return m_messages->foundNobody();
 }
 
+// The callback is set for the length of the call and no longer: after it, the function that it
+// leads to may be gone.
 void SinkSession::finish(const std::string& source,
     const SinkItems& items,
     const std::function<DeletionOutcome(long key)>& deleteOriginal,
