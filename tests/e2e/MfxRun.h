@@ -2,8 +2,8 @@
 // folder and a home, and an environment in which nothing of the user's own is seen.
 #pragma once
 
-#include "support/TestFolder.h"
 #include "support/ProgramWords.h"
+#include "support/TestFolder.h"
 
 #include <filesystem>
 #include <map>

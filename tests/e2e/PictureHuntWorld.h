@@ -5,8 +5,8 @@
 // `world`. Steps are mounted in their order and can be put right again. One thread.
 #pragma once
 
-#include "support/TestFolder.h"
 #include "support/Mounts.h"
+#include "support/TestFolder.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -17,7 +17,8 @@ long processId();
 // A variable of the environment, as it stands now; nothing where it is not set.
 std::optional<std::string> environmentVariable(const char* name);
 
-// Sets one, for this process and those it starts; no other thread may use the environment meanwhile.
+// Sets one, for this process and those it starts; no other thread may use the environment
+// meanwhile.
 void setEnvironmentVariable(const char* name, const std::string& value);
 
 // Whether a person sits behind the stream.

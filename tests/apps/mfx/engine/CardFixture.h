@@ -1,9 +1,9 @@
 // A folder that stands for a card, made for one test and removed with it.
 #pragma once
 
-#include "support/TestFolder.h"
 #include "mfx/engine/card/CardScan.h"
 #include "mfx/engine/card/ItemGroups.h"
+#include "support/TestFolder.h"
 
 #include <cstdint>
 #include <cstdlib>
