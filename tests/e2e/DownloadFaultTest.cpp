@@ -80,7 +80,8 @@ protected:
     void expectWholeFiles(const fs::path& folder, const std::string& when)
     {
         for (const auto& [name, content] : filesIn(folder)) {
-            const bool isWorkInProgress = name.rfind(".mfx", 0) == 0;
+            const bool isWorkInProgress =
+                name.starts_with(".mfx") || name.starts_with(".unfinished-");
             const bool isProbe = folder == backup() && content.empty();
             if (!isWorkInProgress && !isProbe) {
                 EXPECT_TRUE(content == m_contents.at(name)) << name << ' ' << when;

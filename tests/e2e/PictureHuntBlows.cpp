@@ -47,8 +47,9 @@ std::vector<fs::path> copiesIn(const Situation& situation, const fs::path& folde
     std::error_code error;
     fs::recursive_directory_iterator entry(folder, error);
     for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        if (!entry->is_regular_file(error)
-            || entry->path().string().find("/.mfx") != std::string::npos)
+        const std::string path = entry->path().string();
+        if (!entry->is_regular_file(error) || path.find("/.mfx") != std::string::npos
+            || path.find("/.unfinished-") != std::string::npos)
             continue;
         const std::string bytes = readFile(entry->path());
         const bool isPicture = std::any_of(situation.pictures.begin(),

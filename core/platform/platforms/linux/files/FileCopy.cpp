@@ -1,5 +1,6 @@
 #include "platform/common/files/FileCopy.h"
 
+#include "platform/platforms/linux/files/FileTime.h"
 #include "platform/platforms/linux/files/TemporaryFile.h"
 #include "platform/platforms/linux/services/Descriptor.h"
 
@@ -36,11 +37,6 @@ CopyResult targetFailed(const std::error_code& error)
     if (error.value() == EEXIST)
         return failed(CopyProblem::kTargetTaken, error);
     return failed(isFull(error) ? CopyProblem::kTargetFull : CopyProblem::kTargetUnusable, error);
-}
-
-std::int64_t nanoseconds(const timespec& time)
-{
-    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
 bool isExpected(const struct stat& found, const FileStatus& expected)

@@ -1,8 +1,7 @@
 #include "platform/common/files/FileStatus.h"
 
+#include "platform/platforms/linux/files/FileTime.h"
 #include "platform/platforms/linux/services/Descriptor.h"
-
-#include <limits>
 
 #include <sys/stat.h>
 
@@ -29,18 +28,6 @@ FileStatus::Kind kindOf(mode_t mode)
     default:
         return FileStatus::Kind::kOther;
     }
-}
-
-// A broken file system can hold times that do not fit into nanoseconds: they end at the edge.
-std::int64_t nanoseconds(const timespec& time)
-{
-    constexpr std::int64_t kSecond = 1'000'000'000;
-    constexpr std::int64_t kEdge = std::numeric_limits<std::int64_t>::max() / kSecond - 1;
-    if (time.tv_sec > kEdge)
-        return kEdge * kSecond;
-    if (time.tv_sec < -kEdge)
-        return -kEdge * kSecond;
-    return time.tv_sec * kSecond + time.tv_nsec;
 }
 
 FileStatus statusFrom(const struct stat& found)

@@ -47,7 +47,7 @@ constexpr auto kWithForbiddenLetters = std::to_array<std::uint32_t>({
     0x2011BAB0, // exFAT
     0x7366746E, // NTFS
 });
-const std::string kTrial = ".mfxtry-"; // begins the names that letters are tried in
+const std::string kTrial = ".trial-"; // begins the names that letters are tried in
 constexpr std::string_view kForbiddenLetters = "\"*:<>?\\|";
 
 template <typename Numbers>
@@ -217,8 +217,6 @@ bool keepsItsOwnFiles(const std::string& path)
     return isOneOf(type, kOwnFiles) || (type == kUserSpace && isOnDisk);
 }
 
-// Each letter is asked for in a name of its own, which a file system that refuses it does not even
-// look up; FAT and its like look up any name, and are known by their type.
 std::optional<ImageFile> imageFile(std::uint64_t device)
 {
     std::ifstream file("/sys/dev/block/" + numberText(device) + "/loop/backing_file");
@@ -248,6 +246,8 @@ bool sharesRoom(const std::string& folder, const std::string& other)
     return shared >= kEnough;
 }
 
+// Each letter is asked for in a name of its own, which a file system that refuses it does not even
+// look up; FAT and its like look up any name, and are known by their type.
 std::optional<std::string> refusedLetter(
     const std::string& folder, const std::string& name, LetterTest test)
 {

@@ -280,6 +280,23 @@ TEST_F(FileCopyTest, WritesUnderTheNameItselfWhereAsked)
     EXPECT_FALSE(fs::exists(folder.path("to/other")));
 }
 
+// Some tools and broken clocks leave times that nanoseconds since 1970 cannot hold.
+TEST_F(FileCopyTest, KnowsASourceOfTheFarFutureAgain)
+{
+    const test::TestFolder memory("/dev/shm"); // it keeps 64 bits of seconds
+    const std::string source = memory.write("source", "picture");
+    for (const time_t seconds : {time_t{100'000'000'000}, time_t{-100'000'000'000}}) {
+        const timespec times[]{{0, UTIME_OMIT}, {seconds, 5}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, source.c_str(), times, 0), 0);
+        std::error_code error;
+        Pt::CopyOptions options;
+        options.expected = Pt::fileStatus(source, error);
+        ASSERT_TRUE(options.expected) << error.message();
+        const std::string target = folder.path("to/" + std::to_string(seconds));
+        EXPECT_EQ(Pt::writeProvenCopy(source, target, options).problem, CopyProblem::kNone);
+    }
+}
+
 TEST_F(FileCopyTest, RemovesStaleCopiesAndSparesThoseThatAreWritten)
 {
     folder.write("to/.unfinished-1-1", "stale");
