@@ -39,8 +39,8 @@ CPropSource describeSource(const CAppInfo& info)
 
 } // namespace
 
-// Id 0 is the source manager, though the plug-in's face is the first of the bases: a host that asks
-// for no face in particular wants to see sources.
+// Id 0 is the source manager, though the plug-in's interface is the first of the bases: a host that
+// asks for no interface in particular wants to see sources.
 std::uint32_t CAppManager::QueryInterface(long id, void** out)
 {
     switch (id) {

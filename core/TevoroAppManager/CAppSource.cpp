@@ -79,10 +79,10 @@ std::uint32_t CAppSource::Release()
     return 0;
 }
 
-// Each face has an address of its own inside the object, which a void pointer no longer tells
+// Each interface has an address of its own inside the object, which a void pointer no longer tells
 // apart: hence a cast in every case. The identity, id 0, is the sink and not the first of the
 // bases.
-void* CAppSource::faceFor(long id)
+void* CAppSource::interfaceFor(long id)
 {
     switch (id) {
     case kFxIdSource:
@@ -119,7 +119,7 @@ void* CAppSource::faceFor(long id)
 
 std::uint32_t CAppSource::QueryInterface(long id, void** out)
 {
-    *out = faceFor(id);
+    *out = interfaceFor(id);
     if (!*out)
         return 0;
     AddRef();

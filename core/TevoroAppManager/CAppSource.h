@@ -1,6 +1,6 @@
 // The sink of a download, despite its name: the object that a host works with once it has opened
-// the source. Gathers eleven faces in one object, behind one plain reference count, and passes on
-// what they are asked to what it owns: the options panel, the preferences, the conversion of raw
+// the source. Gathers eleven interfaces in one object, behind one plain reference count, and passes
+// on what they are asked to what it owns: the options panel, the preferences, the conversion of raw
 // files, the completion of a download, and the connection to the message bus.
 //
 // Every operation is called on the host's main thread, and throws nothing. The client UI handler is
@@ -152,7 +152,7 @@ public:
 private:
     ~CAppSource();
 
-    void* faceFor(long id);
+    void* interfaceFor(long id);
 
     std::uint32_t m_references = 0;
     CAppInfo m_info;

@@ -25,8 +25,8 @@ FxStatus giveText(const QString& literal, unsigned short* buffer, int capacity) 
 
 } // namespace
 
-// The four operations of the source's face: nothing is fetched from the application, only brought
-// to it.
+// The four operations of the source's interface: nothing is fetched from the application, only
+// brought to it.
 FxStatus CAppSource::EnumMediaItems(eMediaItemType, IEnumMediaItem**, bool)
 {
     return kFxErrNotSupported;

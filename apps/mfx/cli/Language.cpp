@@ -33,7 +33,7 @@ std::string localeInFolder(const fs::path& program)
     if (error) // paths on the command line count from here, so it is not left without a way back
         return localeOfUser();
     fs::current_path(program, error);
-    const std::string locale = localeOfUser();
+    std::string locale = localeOfUser();
     fs::current_path(here);
     return locale;
 }

@@ -6,6 +6,7 @@
 #include "platform/common/services/ProgramEnvironment.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <vector>
 
@@ -18,7 +19,7 @@ constexpr double kShortestTimeLeft = 1; // seconds
 
 std::string timeText(double seconds)
 {
-    const auto whole = static_cast<long>(seconds + 0.5);
+    const auto whole = std::lround(seconds);
     const long minutes = whole / 60;
     if (minutes >= 60)
         return text("$$$/Mfx/Time/HoursMinutes=%1 h %2 min",

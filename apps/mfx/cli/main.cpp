@@ -1,4 +1,4 @@
-// The program mfx: one face of the download engine, on the command line.
+// The program mfx: one front end of the download engine, on the command line.
 
 #include "commandline/Output.h"
 #include "mfx/cli/Commands.h"

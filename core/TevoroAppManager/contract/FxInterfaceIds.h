@@ -1,7 +1,7 @@
 // Numbers by which IFxBase::QueryInterface knows the interfaces of the contract.
 #pragma once
 
-// The object's default face: ISourceManager for the manager, ISink3 for the sink, the object
+// The object's default interface: ISourceManager for the manager, ISink3 for the sink, the object
 // itself for the lists.
 inline constexpr long kFxIdDefault = 0;
 

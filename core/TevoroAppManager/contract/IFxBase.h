@@ -1,14 +1,14 @@
 // Root of all interfaces of the contract. An interface is a pure table: no data, no virtual
 // destructor, operations in the order written, these three first. A class with several interfaces
-// has a separate face for each and one reference count behind all of them; references are counted
-// with plain integers unless a class says otherwise, so calls come from one thread.
+// has a separate interface for each and one reference count behind all of them; references are
+// counted with plain integers unless a class says otherwise, so calls come from one thread.
 #pragma once
 
 #include <cstdint>
 
 class IFxBase {
 public:
-    // Stores the face with number `id` through `out`, with a reference added that the caller
+    // Stores the interface with number `id` through `out`, with a reference added that the caller
     // releases, and returns 1. An unknown id stores null and returns 0.
     virtual std::uint32_t QueryInterface(long id, void** out) = 0;
 

@@ -1,5 +1,5 @@
-// The face under which CreateSource gives the sink out. The sink offers nothing of a source: all
-// four operations give kFxErrNotSupported. Ask it for its other faces with QueryInterface.
+// The interface under which CreateSource gives the sink out. The sink offers nothing of a source:
+// all four operations give kFxErrNotSupported. Ask it for its other interfaces with QueryInterface.
 #pragma once
 
 #include "TevoroAppManager/contract/FxEnums.h"

@@ -20,13 +20,13 @@ void require(bool holds, const char* what)
         throw std::runtime_error(what);
 }
 
-// Asks an object for another of its faces.
-template <typename Face, typename Object>
-FxRef<Face> face(Object& object, long id)
+// Asks an object for another of its interfaces.
+template <typename Interface, typename Object>
+FxRef<Interface> query(Object& object, long id)
 {
     void* out = nullptr;
     require(object.QueryInterface(id, &out) == 1, "the plug-in lacks an interface");
-    return FxRef<Face>(static_cast<Face*>(out));
+    return FxRef<Interface>(static_cast<Interface*>(out));
 }
 
 void print(const unsigned short* text) // names and extensions here are ASCII
@@ -63,7 +63,7 @@ FxRef<ISource> openSink(ISourceManager& manager)
 void printFormats(ISource& sink)
 {
     unsigned short rawExtensions[] = {'n', 'e', 'f', ',', 'c', 'r', '3', 0};
-    const auto capabilities = face<ISinkCapabilities2>(sink, kFxIdSinkCapabilities2);
+    const auto capabilities = query<ISinkCapabilities2>(sink, kFxIdSinkCapabilities2);
     capabilities->SetRDXSupportedExtensions(rawExtensions);
     capabilities->SetZQPluginSupportedExtensions(rawExtensions);
     IFileFormat* list = nullptr;
@@ -86,7 +86,7 @@ try {
     unsigned short name[261] = {}; // one more than is ever written: always terminated
     plugin->GetPluginName(name, 260);
     print(name);
-    const auto manager = face<ISourceManager>(*plugin, kFxIdSourceManager);
+    const auto manager = query<ISourceManager>(*plugin, kFxIdSourceManager);
     printFormats(*openSink(*manager));
     return 0;
 } catch (const std::exception& error) {

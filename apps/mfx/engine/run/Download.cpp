@@ -222,7 +222,7 @@ void Download::failItem(std::uint32_t item, const std::string& reason)
 // that the name of a file may grow past what a file system takes.
 std::string Download::deviceName(std::uint32_t item) const
 {
-    const std::string name = Pt::displayName(m_card.items[item].name);
+    std::string name = Pt::displayName(m_card.items[item].name);
     if (name.size() <= kMaxNameLength)
         return name;
     const std::size_t stem = stemLength(name, [](std::string_view) { return false; });

@@ -1,8 +1,8 @@
-// What a download tells while it runs, and what it asks. Implemented by each face of the engine:
-// the command line in text and in JSON, a window later. All calls come on the thread that runs the
-// download, but for `progress`, which comes from another at the same time, twice a second, even
-// while a question waits for its answer; once more when all is done, and never after the summary.
-// Texts are UTF-8.
+// What a download tells while it runs, and what it asks. Implemented by each front end of the
+// engine: the command line in text and in JSON, a window later. All calls come on the thread that
+// runs the download, but for `progress`, which comes from another at the same time, twice a second,
+// even while a question waits for its answer; once more when all is done, and never after the
+// summary. Texts are UTF-8.
 #pragma once
 
 #include "mfx/engine/card/NotHandledReason.h"
@@ -46,8 +46,8 @@ enum class PassedOverKind : std::uint8_t {
     kNotAskedFor, // left out by the choice of names
 };
 
-// What is on the card and was not taken, or must stay on it, and would be missed. Each face has
-// words of its own for the kinds.
+// What is on the card and was not taken, or must stay on it, and would be missed. Each front end
+// has words of its own for the kinds.
 struct PassedOver {
     PassedOverKind kind = PassedOverKind::kNotHandled;
     NotHandledReason reason = NotHandledReason::kOther; // of kNotHandled
@@ -100,7 +100,7 @@ struct DownloadSummary {
 
 class DownloadEvents {
 public:
-    // Faces are made by choice at run time and owned through this interface.
+    // Front ends are made by choice at run time and owned through this interface.
     virtual ~DownloadEvents() = default;
 
     virtual void source(const std::string& name, std::size_t items, std::uint64_t bytes) = 0;

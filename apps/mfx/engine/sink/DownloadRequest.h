@@ -1,4 +1,4 @@
-// What a download is asked for. Filled by one of the engine's faces.
+// What a download is asked for. Filled by one of the engine's front ends.
 #pragma once
 
 #include "mfx/engine/names/TargetName.h"

@@ -57,14 +57,14 @@ SinkModule::SinkModule(const std::string& path)
         "CreateSource");
 }
 
-void* SinkModule::queryFace(long id) const
+void* SinkModule::queryInterface(long id) const
 {
-    void* face = nullptr;
-    m_sink->QueryInterface(id, &face);
-    if (!face)
+    void* out = nullptr;
+    m_sink->QueryInterface(id, &out);
+    if (!out)
         throw SystemPartError(text("$$$/Mfx/System/PluginWithoutInterface=the plug-in refuses to "
                                    "work: it lacks an interface"));
-    return face;
+    return out;
 }
 
 } // namespace mfx

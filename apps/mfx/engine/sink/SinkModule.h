@@ -25,18 +25,18 @@ public:
     // Loads the module at a path and opens its first source. Throws SystemPartError.
     explicit SinkModule(const std::string& path);
 
-    // Another face of the sink, with a reference of its own. Throws SystemPartError when the sink
-    // does not have it.
-    template <typename Face>
-    FxRef<Face> face(long id) const
+    // Another interface of the sink, with a reference of its own. Throws SystemPartError when the
+    // sink does not have it.
+    template <typename Interface>
+    FxRef<Interface> query(long id) const
     {
-        return FxRef<Face>(static_cast<Face*>(queryFace(id)));
+        return FxRef<Interface>(static_cast<Interface*>(queryInterface(id)));
     }
 
     const CPropSource& source() const { return m_source; }
 
 private:
-    void* queryFace(long id) const;
+    void* queryInterface(long id) const;
 
     CPropSource m_source;
     FxRef<IFxPlugin> m_plugin;

@@ -138,11 +138,11 @@ SinkSession::SinkSession(const std::string& modulePath, DownloadEvents& events)
     , m_messages(std::make_unique<Messages>(events))
     , m_progress(std::make_unique<Progress>(events))
     , m_module(modulePath)
-    , m_sink(m_module.face<ISink3>(kFxIdSink3))
-    , m_capabilities(m_module.face<ISinkCapabilities2>(kFxIdSinkCapabilities2))
-    , m_panel(m_module.face<ISinkUICapabilities>(kFxIdSinkUICapabilities))
-    , m_preferences(m_module.face<ISinkUtilHandler2>(kFxIdSinkUtilHandler2))
-    , m_processing(m_module.face<IMFXPostProcessing2>(kFxIdPostProcessing2))
+    , m_sink(m_module.query<ISink3>(kFxIdSink3))
+    , m_capabilities(m_module.query<ISinkCapabilities2>(kFxIdSinkCapabilities2))
+    , m_panel(m_module.query<ISinkUICapabilities>(kFxIdSinkUICapabilities))
+    , m_preferences(m_module.query<ISinkUtilHandler2>(kFxIdSinkUtilHandler2))
+    , m_processing(m_module.query<IMFXPostProcessing2>(kFxIdPostProcessing2))
 {
     m_record.tag = kFxTagAppPreferences;
     m_record.size = kFxSizeAppPreferences;
@@ -150,7 +150,7 @@ SinkSession::SinkSession(const std::string& modulePath, DownloadEvents& events)
     m_capabilities->SetRDXSupportedExtensions(rawExtensions.data());
     m_capabilities->SetZQPluginSupportedExtensions(rawExtensions.data());
     m_progress->AddRef(); // the sink takes this one over
-    m_module.face<ISinkProgressDialog>(kFxIdSinkProgressDialog)
+    m_module.query<ISinkProgressDialog>(kFxIdSinkProgressDialog)
         ->SetProgressHandler(m_progress.get());
 }
 

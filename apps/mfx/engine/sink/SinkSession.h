@@ -1,4 +1,4 @@
-// The host's side of one session with the sink: its faces, its dialogue with the user, and its
+// The host's side of one session with the sink: its interfaces, its dialogue with the user, and its
 // calls in the order in which the sink wants them. Owns its references; borrows the panel and the
 // events. One thread, and one session at a time, since callbacks of the contract carry no context.
 #pragma once

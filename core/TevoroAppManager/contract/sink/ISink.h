@@ -1,4 +1,4 @@
-// The sink's main face: what closes a download.
+// The sink's main interface: what closes a download.
 #pragma once
 
 #include "TevoroAppManager/contract/FxEnums.h"

@@ -23,7 +23,7 @@ public:
     virtual FxStatus GetSinkMediaHandler(ISinkMediaHandler*& out) = 0; // kFxErrNotSupported
     virtual FxStatus GetSinkSupportInfo(long& out) = 0; // 0
 
-    // Stores the sink's ISinkUtilHandler face with one reference for the caller.
+    // Stores the sink's ISinkUtilHandler interface with one reference for the caller.
     virtual FxStatus GetSinkUtilHandler(ISinkUtilHandler*& out) = 0;
 
 protected:

@@ -51,7 +51,7 @@ bool ParseTag(const Char* text, unsigned long length, LiteralTag<Char>& tag)
 // The same for a terminated literal; false for null and for an empty one, too.
 inline bool ParseLiteral(const char* literal, LiteralTag<char>& tag)
 {
-    return literal && *literal != 0 && ParseTag(literal, std::strlen(literal), tag);
+    return literal != nullptr && *literal != 0 && ParseTag(literal, std::strlen(literal), tag);
 }
 
 } // namespace lexkit_private

@@ -30,8 +30,8 @@ TEST(SinkModuleTest, OpensTheOneSink)
 {
     const SinkModule module(kPlugin);
     EXPECT_EQ(Pt::toUtf8(module.source().name), "Velmo Tevoro NX");
-    EXPECT_TRUE(module.face<ISink3>(kFxIdSink3));
-    EXPECT_THROW(module.face<ISink3>(-4711), SystemPartError);
+    EXPECT_TRUE(module.query<ISink3>(kFxIdSink3));
+    EXPECT_THROW(module.query<ISink3>(-4711), SystemPartError);
 }
 
 TEST(SinkModuleTest, NamesAFileThatIsNoModule)
