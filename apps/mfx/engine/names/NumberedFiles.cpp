@@ -42,6 +42,7 @@ std::vector<std::string> NumberedFiles::stemsOf(
     }
     std::sort(found.begin(), found.end());
     std::vector<std::string> stems;
+    stems.reserve(found.size());
     for (auto& [number, stem] : found)
         stems.push_back(std::move(stem));
     return stems;
