@@ -29,8 +29,10 @@ bool always(const Config&)
     return true;
 }
 
-// In the order of their start; they are stopped in reverse, so each may use those above it.
-std::vector<PlatformService> allServices()
+} // namespace
+
+// They are stopped in reverse, so each may use those above it.
+std::vector<PlatformService> platformServices()
 {
     return {
         {always, [](const Config&) { ExceptionInit(); }, ExceptionUninit},
@@ -46,10 +48,12 @@ std::vector<PlatformService> allServices()
     };
 }
 
+namespace {
+
 // Never destroyed: a signal may end the process from another thread at any time.
 PlatformStart& platform()
 {
-    static auto& start = *new PlatformStart(allServices());
+    static auto& start = *new PlatformStart(platformServices());
     return start;
 }
 

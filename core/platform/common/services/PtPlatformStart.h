@@ -16,6 +16,9 @@ struct PlatformService {
     std::function<void()> stop;
 };
 
+// Those that PlatformInit starts, in the order of their start.
+std::vector<PlatformService> platformServices();
+
 // Starts services in their order and stops them in the reverse of the order in which they were
 // started, with a count of uses; PlatformInit and its like stand on the one of the process. Any
 // thread may call; calls wait for each other, so a service must not call back.

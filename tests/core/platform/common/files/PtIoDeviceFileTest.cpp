@@ -85,6 +85,28 @@ TEST_F(PtIoDeviceFileTest, EmptiesTheFileThatItCreatesNew)
     EXPECT_EQ(fs::file_size(path), 0u);
 }
 
+TEST_F(PtIoDeviceFileTest, MakesFilesForEverybodyLessTheMask)
+{
+    const mode_t before = ::umask(0);
+    for (const mode_t mask : {0000U, 0027U}) {
+        ::umask(mask);
+        for (const int flags : {kPtIoOpenOrCreate, kPtIoCreateNew, kPtIoTemporary}) {
+            const std::string path = m_folder.path(std::to_string(mask) + std::to_string(flags));
+            const PtIoDeviceFile::Pointer file = create(path, flags);
+            EXPECT_EQ(fs::status(path).permissions(), fs::perms(0666 & ~mask)) << flags;
+        }
+    }
+    ::umask(before);
+}
+
+TEST_F(PtIoDeviceFileTest, MakesNamedTemporaryFilesWithTheSameMode)
+{
+    const mode_t before = ::umask(0022);
+    const auto file = PtIoDeviceFile::CreateTemp(wide(m_folder.path()).c_str(), nullptr);
+    ::umask(before);
+    EXPECT_EQ(fs::status(Pt::toUtf8(file->path())).permissions(), fs::perms(0644));
+}
+
 TEST_F(PtIoDeviceFileTest, RemovesATemporaryFileWithItsLastPointer)
 {
     const std::string path = m_folder.path("b\u00E4r.probe");
@@ -140,6 +162,19 @@ TEST_F(PtIoDeviceFileTest, TellsThatRemovingFailed)
     fs::remove(m_folder.path("gone"));
     EXPECT_EQ(failureOf([&] { file = 0; }), ENOENT);
     EXPECT_FALSE(file);
+}
+
+// The descriptor is closed behind its back, and the name is gone as well.
+TEST_F(PtIoDeviceFileTest, TellsOfTheCloseWhereRemovingFailedToo)
+{
+    PtIoDeviceFile::Pointer file = create(m_folder.path("gone"), kPtIoTemporary);
+    for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;
+        if (fs::read_symlink(entry, ignored) == m_folder.path("gone"))
+            ::close(std::stoi(entry.path().filename().string()));
+    }
+    fs::remove(m_folder.path("gone"));
+    EXPECT_EQ(failureOf([&] { file = 0; }), EBADF);
 }
 
 TEST_F(PtIoDeviceFileTest, DoesNotAddAFailureToAnExceptionOnItsWayOut)

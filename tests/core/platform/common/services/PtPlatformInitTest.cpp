@@ -5,7 +5,10 @@
 #include "platform/common/files/PtIoThread.h"
 #include "platform/common/services/PtExPost.h"
 #include "platform/common/services/PtExSystem.h"
+#include "platform/common/services/PtPlatformStart.h"
+#include "platform/common/services/PtSysLog.h"
 #include "platform/common/text/PtUcs.h"
+#include "platform/common/threads/PtSignal.h"
 #include "support/TestFolder.h"
 
 #include <cerrno>
@@ -83,6 +86,24 @@ TEST_F(PtPlatformInitTest, HasTheseDefaults)
     EXPECT_FALSE(config.fourthFlag);
     EXPECT_FALSE(config.handlesConsoleSignals);
     EXPECT_FALSE(config.usesSystemLog);
+}
+
+// Each of them may use those before it, and is stopped before they are.
+TEST_F(PtPlatformInitTest, KnowsTheServicesInTheOrderOfTheirStart)
+{
+    using Stop = void (*)();
+    std::vector<Stop> stops;
+    for (const Pt::PlatformService& service : Pt::platformServices()) {
+        ASSERT_NE(service.stop.target<Stop>(), nullptr);
+        stops.push_back(*service.stop.target<Stop>());
+    }
+    EXPECT_EQ(stops,
+        (std::vector<Stop>{Pt::ExceptionUninit,
+            Pt::ThreadUninit,
+            Pt::SignalUninit,
+            Pt::SysLogUninit,
+            Pt::IoFileUninit,
+            Pt::IoSocketUninit}));
 }
 
 TEST_F(PtPlatformInitTest, StartsTheServices)

@@ -135,6 +135,17 @@ TEST(PtSemaphoreTest, HasANameOfItsOwn)
     EXPECT_THAT(many[0]->name(), testing::HasSubstr('_' + std::to_string(::getpid()) + '_'));
 }
 
+TEST(PtSemaphoreTest, IsForEverybodyLessTheMask)
+{
+    const mode_t before = ::umask(0);
+    const Pt::Semaphore semaphore;
+    ::umask(before);
+    struct stat status = {};
+    ASSERT_EQ(::stat(("/dev/shm/sem." + semaphore.name().substr(1)).c_str(), &status), 0)
+        << semaphore.name();
+    EXPECT_EQ(status.st_mode & 07777U, 0777U);
+}
+
 TEST(PtSemaphoreTest, TakesItsNameWithIt)
 {
     std::string name;
