@@ -51,7 +51,7 @@ void appendInstances(
             instance->appendDiagnostics(out, path);
 }
 
-// The subscriber gets it as the message of one who asked for copies of this kind.
+// Makes it a copy for the subscriber, with the key that it asked for.
 void address(Message& message, const SoString& target, const SoString& sender, const SoString& key)
 {
     message.target = target;
