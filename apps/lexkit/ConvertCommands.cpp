@@ -29,6 +29,12 @@ bool areAlike(const UnicodeRun& left, const UnicodeRun& right)
         right.GetUnits() + right.GetLength());
 }
 
+bool holdsAlike(Dictionary& dictionary, const DictionaryEntry& entry)
+{
+    const DictionaryEntry* const found = dictionary.Find(entry);
+    return found && areAlike(found->GetValue(), entry.GetValue());
+}
+
 // Whether all that lookups find in the dictionary, they find in the written form, too.
 bool holdsAll(Dictionary& dictionary, const std::string& written)
 {
@@ -40,8 +46,7 @@ bool holdsAll(Dictionary& dictionary, const std::string& written)
     forEachEntry(dictionary, [&](const DictionaryEntry& entry) {
         if (dictionary.Find(entry) != &entry)
             return; // another entry hides it
-        const DictionaryEntry* const copy = again.Find(entry);
-        if (copy && areAlike(copy->GetValue(), entry.GetValue()))
+        if (holdsAlike(again, entry))
             return;
         commandline::printMessage(kProgram, keyText(entry) + ": this form cannot hold the entry");
         isWhole = false;
@@ -67,6 +72,19 @@ ExitCode finish(const CommandLine& line, const std::string& written, bool isWhol
     return isWhole ? ExitCode::kDone : ExitCode::kPartly;
 }
 
+// In UTF-16 with a mark, so that the file means the same under every locale.
+std::string textForm(Dictionary& dictionary)
+{
+    std::vector<unsigned short> units{0xFEFF};
+    forEachEntry(dictionary, [&](const DictionaryEntry& entry) {
+        // An entry that another one hides must not be written: in text form the later line would
+        // win.
+        if (const auto text = entryLine(entry); text && dictionary.Find(entry) == &entry)
+            units.insert(units.end(), text->begin(), text->end());
+    });
+    return {reinterpret_cast<const char*>(units.data()), units.size() * sizeof units.front()};
+}
+
 } // namespace
 
 ExitCode runCompile(const CommandLine& line)
@@ -87,16 +105,7 @@ ExitCode runText(const CommandLine& line)
     requireTwoFiles(line);
     Dictionary dictionary;
     const bool isSound = DictionaryFile(line.file).readTelling(dictionary);
-    // In UTF-16 with a mark, so that the file means the same under every locale.
-    std::vector<unsigned short> units{0xFEFF};
-    forEachEntry(dictionary, [&](const DictionaryEntry& entry) {
-        // An entry that another one hides must not be written: in text form the later line would
-        // win.
-        if (const auto text = entryLine(entry); text && dictionary.Find(entry) == &entry)
-            units.insert(units.end(), text->begin(), text->end());
-    });
-    const std::string written(
-        reinterpret_cast<const char*>(units.data()), units.size() * sizeof units.front());
+    const std::string written = textForm(dictionary);
     const bool isWhole = holdsAll(dictionary, written);
     return finish(line, written, isSound && isWhole);
 }

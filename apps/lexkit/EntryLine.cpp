@@ -76,15 +76,9 @@ Units lineOf(const DictionaryEntry& entry, AppendValue appendValue)
     return line;
 }
 
-bool readsBack(Units line, const DictionaryEntry& entry)
+bool holdsKeyAndValue(
+    const lexkit_private::LiteralTag<unsigned short>& tag, const DictionaryEntry& entry)
 {
-    // A line end in the key, or one in the value that the short form cannot express.
-    if (std::any_of(line.begin(), line.end(), endsLine))
-        return false;
-    line.push_back(0);
-    lexkit_private::LiteralTag<unsigned short> tag;
-    if (!lexkit_private::ParseEntry(line.data(), tag))
-        return false;
     const UnicodeRun value = DictionaryEntry::ConvertEscapeSequences(tag.value, tag.valueLength);
     const UnicodeRun& wanted = entry.GetValue();
     return std::equal(tag.key,
@@ -95,6 +89,16 @@ bool readsBack(Units line, const DictionaryEntry& entry)
             value.GetUnits() + value.GetLength(),
             wanted.GetUnits(),
             wanted.GetUnits() + wanted.GetLength());
+}
+
+bool readsBack(Units line, const DictionaryEntry& entry)
+{
+    // A line end in the key, or one in the value that the short form cannot express.
+    if (std::any_of(line.begin(), line.end(), endsLine))
+        return false;
+    line.push_back(0);
+    lexkit_private::LiteralTag<unsigned short> tag;
+    return lexkit_private::ParseEntry(line.data(), tag) && holdsKeyAndValue(tag, entry);
 }
 
 } // namespace

@@ -5,6 +5,18 @@
 
 namespace lexkit_cli {
 
+namespace {
+
+void printRecord(const std::string& literal, const std::string& value, bool isFound)
+{
+    commandline::printJson({{"literal", Pt::displayName(literal)},
+        {"value", value},
+        // Told apart from the value, because a default may be the same text.
+        {"found", isFound}});
+}
+
+} // namespace
+
 // A lookup answers whatever the state of the file, so faults are told and change no result.
 ExitCode runGet(const CommandLine& line)
 {
@@ -14,10 +26,7 @@ ExitCode runGet(const CommandLine& line)
     for (const std::string& literal : line.literals) {
         const std::string value = utf8Of(dictionary.Lookup(literal.c_str(), &utf8));
         if (line.json)
-            commandline::printJson({{"literal", Pt::displayName(literal)},
-                {"value", value},
-                // Told apart from the value, because a default may be the same text.
-                {"found", dictionary.HasKey(literal.c_str(), &utf8)}});
+            printRecord(literal, value, dictionary.HasKey(literal.c_str(), &utf8));
         else
             commandline::printLine(value);
     }

@@ -27,6 +27,13 @@ struct Answers {
     bool hasFailed = false;
 };
 
+std::string failureText(int reason, const TevoroTalk::Message& message)
+{
+    return reason == TevoroTalk::MsgHandler::kTimeout
+        ? "the message timed out"
+        : "the target answers with an error: " + std::string(message.body.view());
+}
+
 // Takes the answers of one type to one message.
 class AnswerHandler final : public TevoroTalk::MsgHandler {
 public:
@@ -46,10 +53,7 @@ public:
         else if (reason == kResult)
             commandline::printLine(std::string(message.body.view()));
         else if (isError)
-            commandline::printMessage("tevorotalk",
-                reason == kTimeout
-                    ? "the message timed out"
-                    : "the target answers with an error: " + std::string(message.body.view()));
+            commandline::printMessage("tevorotalk", failureText(reason, message));
         m_answers.hasResult |= reason == kResult;
         m_answers.hasFailed |= isError;
         return 0;
@@ -108,10 +112,15 @@ std::string bodyOf(const CommandLine& line)
     return body;
 }
 
+void requireName(const std::string& target)
+{
+    if (TevoroTalk::Specifier(target.c_str(), false).isEmpty())
+        throw CommandError(ExitCode::kUsage, "'" + target + "' is no name on the bus");
+}
+
 void fill(TevoroTalk::Message& message, const CommandLine& line)
 {
-    if (TevoroTalk::Specifier(line.target.c_str(), false).isEmpty())
-        throw CommandError(ExitCode::kUsage, "'" + line.target + "' is no name on the bus");
+    requireName(line.target);
     message.target = line.target.c_str();
     message.body = SoString(std::string_view(bodyOf(line)));
     message.responseRequest = requestOf(line).c_str();

@@ -47,14 +47,8 @@ private:
 
 enum class Probe { kFree, kTaken, kRefused };
 
-Probe probe(const QString& folder, const QString& name)
+Probe tryToMake(const QString& path)
 {
-    const QString path = folder + QDir::separator() + name;
-    // Asked first although making the file would tell as well: a test is cheap, and where there are
-    // many numbered copies most names are taken.
-    if (ptucsaccess(fxUnits(path), kUcsExists) == 0)
-        return Probe::kTaken;
-    const JournalEntry entry(folder, name);
     try {
         PtIoDeviceFile::Pointer file = PtIoDeviceFile::Create(fxUnits(path), kPtIoTemporary);
         file->flush(); // a file system may take a name and only now find itself full
@@ -63,6 +57,17 @@ Probe probe(const QString& folder, const QString& name)
     } catch (const Pt::ExSystem& failure) {
         return failure.errorCode() == EEXIST ? Probe::kTaken : Probe::kRefused;
     }
+}
+
+Probe probe(const QString& folder, const QString& name)
+{
+    const QString path = folder + QDir::separator() + name;
+    // Asked first although making the file would tell as well: a test is cheap, and where there are
+    // many numbered copies most names are taken.
+    if (ptucsaccess(fxUnits(path), kUcsExists) == 0)
+        return Probe::kTaken;
+    const JournalEntry entry(folder, name);
+    return tryToMake(path);
 }
 
 } // namespace

@@ -75,6 +75,17 @@ QSpacerItem* addHelpRow(QVBoxLayout& layout, const HelpRow& help)
     return roomBelow;
 }
 
+QHBoxLayout* makeRowOf(QPushButton* left, QPushButton* right)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(kSpacing);
+    row->setContentsMargins(kButtonMargin, kButtonMargin, kButtonMargin, kButtonMargin);
+    row->addItem(makeSpacer(QSizePolicy::Expanding, QSizePolicy::Fixed));
+    row->addWidget(left);
+    row->addWidget(right);
+    return row;
+}
+
 } // namespace
 
 DNGConversionDlg::DNGConversionDlg(
@@ -255,14 +266,7 @@ QHBoxLayout* DNGConversionDlg::makeButtonRow()
     connect(m_cancelButton, &QPushButton::clicked, this, &QDialog::reject);
     connect(m_okButton, &QPushButton::clicked, this, &QDialog::accept);
     m_okButton->setDefault(true);
-
-    auto* row = new QHBoxLayout;
-    row->setSpacing(kSpacing);
-    row->setContentsMargins(kButtonMargin, kButtonMargin, kButtonMargin, kButtonMargin);
-    row->addItem(makeSpacer(QSizePolicy::Expanding, QSizePolicy::Fixed));
-    row->addWidget(m_cancelButton);
-    row->addWidget(m_okButton);
-    return row;
+    return makeRowOf(m_cancelButton, m_okButton);
 }
 
 bool DNGConversionDlg::getCompressionState() const

@@ -79,6 +79,14 @@ std::optional<QString> configuredLocale()
     return language ? normalised(QString::fromStdString(*language)) : std::nullopt;
 }
 
+QByteArray withoutLineEnd(QByteArray line)
+{
+    // The file may have been written with either kind of line end.
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
+    return line;
+}
+
 // The path is an entry of the dictionary, so a dictionary that is already open can name another
 // file.
 // The file's name is itself a text with a key. While the first dictionary is being chosen none is
@@ -93,11 +101,8 @@ std::optional<QString> machineLocale()
     QFile file(QString::fromStdString(*path));
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    // A line that does not fit into the caller's buffer is cut here rather than rejected. The file
-    // may have been written with either kind of line end.
-    QByteArray line = file.readLine(kApplicationLocaleCapacity);
-    while (line.endsWith('\n') || line.endsWith('\r'))
-        line.chop(1);
+    // A line that does not fit into the caller's buffer is cut here rather than rejected.
+    const QByteArray line = withoutLineEnd(file.readLine(kApplicationLocaleCapacity));
     return normalised(QString::fromUtf8(line));
 }
 
@@ -122,6 +127,16 @@ QString oneLocaleForEachLanguage(const QString& locale)
     return locale;
 }
 
+// From the most specific to the most general: what the user chose for this host, what the machine
+// was set up for, what the environment says.
+std::optional<QString> chosenLocale()
+{
+    std::optional<QString> found = configuredLocale();
+    if (!found)
+        found = machineLocale();
+    return found ? found : currentLocale();
+}
+
 } // namespace
 
 void GetLocaleFromToken(QString& token)
@@ -136,13 +151,7 @@ void GetLocaleFromToken(QString& token)
 
 int getApplicationLocale(unsigned short* buffer)
 {
-    // From the most specific to the most general: what the user chose for this host, what the
-    // machine was set up for, what the environment says.
-    std::optional<QString> found = configuredLocale();
-    if (!found)
-        found = machineLocale();
-    if (!found)
-        found = currentLocale();
+    const std::optional<QString> found = chosenLocale();
     const QString locale = found ? oneLocaleForEachLanguage(found->toLower()) : u"en_us"_s;
     // One unit is left for the terminator that ptucscpy writes.
     ptucscpy(buffer,

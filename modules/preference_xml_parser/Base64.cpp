@@ -27,6 +27,16 @@ std::size_t digitValue(char digit)
     return kDigits.find(digit);
 }
 
+// The next three bytes as one number. The last group is filled up with zero bits: a reader knows
+// from the padding that they mean nothing.
+unsigned int bitsOf(std::string_view group)
+{
+    unsigned int bits = 0;
+    for (std::size_t i = 0; i < 3; ++i)
+        bits = (bits << 8U) | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0U);
+    return bits;
+}
+
 } // namespace
 
 std::string base64FromBytes(std::string_view bytes)
@@ -34,14 +44,10 @@ std::string base64FromBytes(std::string_view bytes)
     std::string text;
     text.reserve((bytes.size() / 3 + 1) * 4);
     for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
-        unsigned int bits = 0;
-        // The last group is filled up with zero bits: a reader knows from the padding that they
-        // mean nothing.
-        for (std::size_t i = 0; i < 3; ++i)
-            bits = (bits << 8U) | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0U);
+        const std::string_view group = bytes.substr(at, 3);
+        const unsigned int bits = bitsOf(group);
         for (std::size_t i = 0; i < 4; ++i)
-            text.push_back(i <= count ? kDigits[(bits >> (18U - 6U * i)) & 0x3fU] : '=');
+            text.push_back(i <= group.size() ? kDigits[(bits >> (18U - 6U * i)) & 0x3fU] : '=');
     }
     return text;
 }

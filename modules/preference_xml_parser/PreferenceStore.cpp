@@ -67,6 +67,14 @@ std::optional<std::string> absolutePath(const unsigned short* units, int length)
     return std::filesystem::absolute(*path).string();
 }
 
+// A text that is too long is cut.
+void copyTerminated(const std::u16string& text, unsigned short* buffer, int capacity)
+{
+    const std::size_t length = fittingLength(text, static_cast<std::size_t>(capacity) - 1);
+    std::copy_n(text.begin(), length, buffer);
+    buffer[length] = 0;
+}
+
 } // namespace
 
 PreferenceStore::PreferenceStore(StoreChain& chain)
@@ -149,11 +157,9 @@ bool PreferenceStore::GetValue(
         const auto* const text = find<std::u16string>(domain, key);
         if (text == nullptr)
             return false;
-        // A text that is too long is cut and still counts as found, on purpose: callers pass
-        // buffers of a fixed size.
-        const std::size_t length = fittingLength(*text, static_cast<std::size_t>(capacity) - 1);
-        std::copy_n(text->begin(), length, buffer);
-        buffer[length] = 0;
+        // A text that was cut still counts as found, on purpose: callers pass buffers of a fixed
+        // size.
+        copyTerminated(*text, buffer, capacity);
         return true;
     });
 }

@@ -135,6 +135,18 @@ int hexDigit(char digit)
     return digit >= 'A' && digit <= 'F' ? digit - 'A' + 10 : -1;
 }
 
+char32_t unitOfDigits(std::string_view digits)
+{
+    char32_t unit = 0;
+    for (const char each : digits) {
+        const int digit = hexDigit(each);
+        if (digit < 0)
+            return kNoCharacter;
+        unit = unit * 16 + static_cast<char32_t>(digit);
+    }
+    return unit;
+}
+
 // What stands behind a backslash; takes it off the front of rest.
 char32_t takeEscape(std::string_view& rest)
 {
@@ -144,14 +156,9 @@ char32_t takeEscape(std::string_view& rest)
     }
     if (rest.size() < 5 || rest.front() != 'u')
         return kNoCharacter;
-    char32_t unit = 0;
-    for (std::size_t i = 1; i < 5; ++i) {
-        const int digit = hexDigit(rest[i]);
-        if (digit < 0)
-            return kNoCharacter;
-        unit = unit * 16 + static_cast<char32_t>(digit);
-    }
-    rest.remove_prefix(5);
+    const char32_t unit = unitOfDigits(rest.substr(1, 4));
+    if (unit != kNoCharacter)
+        rest.remove_prefix(5);
     return unit;
 }
 

@@ -119,6 +119,17 @@ void addFolders(CLI::App& download, CommandLine& line)
              "too"));
 }
 
+void addSequenceStart(CLI::App& download, CommandLine& line)
+{
+    download
+        .add_option_function<std::string>(
+            "--seq-start",
+            [&line](const std::string& word) { line.seqStart = sequenceNumber(word); },
+            text("$$$/Mfx/Help/SeqStart=Number where {seq} begins"))
+        ->type_name("N")
+        ->check(sequenceProblem);
+}
+
 void addNaming(CLI::App& download, CommandLine& line)
 {
     download
@@ -131,13 +142,7 @@ void addNaming(CLI::App& download, CommandLine& line)
             line.rename,
             text("$$$/Mfx/Help/Rename=New names from {name} {ext} {date:FORMAT} {seq:DIGITS}"))
         ->type_name("PATTERN");
-    download
-        .add_option_function<std::string>(
-            "--seq-start",
-            [&line](const std::string& word) { line.seqStart = sequenceNumber(word); },
-            text("$$$/Mfx/Help/SeqStart=Number where {seq} begins"))
-        ->type_name("N")
-        ->check(sequenceProblem);
+    addSequenceStart(download, line);
 }
 
 void addOnly(CLI::App& download, CommandLine& line)

@@ -87,6 +87,17 @@ Json notHandledCounts(const DownloadSummary& summary)
     return counts;
 }
 
+Json progressRecord(const ProgressEvent& event)
+{
+    return {{"event", "progress"},
+        {"items", event.itemsDone},
+        {"of", event.itemsTotal},
+        {"bytes", event.bytesDone},
+        {"of_bytes", event.bytesTotal},
+        {"phase", phaseWord(event.phase)},
+        {"rate", event.rate}};
+}
+
 } // namespace
 
 void JsonEvents::source(const std::string& name, std::size_t items, std::uint64_t bytes)
@@ -139,13 +150,7 @@ void JsonEvents::progress(const ProgressEvent& event)
         return;
     m_lastReport = now;
     m_hasReported = true;
-    printJson({{"event", "progress"},
-        {"items", event.itemsDone},
-        {"of", event.itemsTotal},
-        {"bytes", event.bytesDone},
-        {"of_bytes", event.bytesTotal},
-        {"phase", phaseWord(event.phase)},
-        {"rate", event.rate}});
+    printJson(progressRecord(event));
 }
 
 void JsonEvents::summary(const DownloadSummary& summary)

@@ -31,6 +31,17 @@ std::string dateText(const CaptureDate& date)
         : when;
 }
 
+Json itemRecord(
+    const CardContents& card, const MediaItem& file, std::size_t group, const CaptureDate& date)
+{
+    return {{"name", Pt::displayName(file.name)},
+        {"path", Pt::displayName(card.pathOf(file))},
+        {"bytes", file.status.size},
+        {"date", date.moment ? Json(isoText(*date.moment)) : Json(nullptr)},
+        {"date_source", std::string(dateSourceText(date.source))},
+        {"group", group}};
+}
+
 void printItem(const CardContents& card,
     std::uint32_t item,
     std::size_t group,
@@ -39,12 +50,7 @@ void printItem(const CardContents& card,
 {
     const MediaItem& file = card.items[item];
     if (json)
-        printJson({{"name", Pt::displayName(file.name)},
-            {"path", Pt::displayName(card.pathOf(file))},
-            {"bytes", file.status.size},
-            {"date", date.moment ? Json(isoText(*date.moment)) : Json(nullptr)},
-            {"date_source", std::string(dateSourceText(date.source))},
-            {"group", group}});
+        printJson(itemRecord(card, file, group, date));
     else
         printLine(Pt::terminalText(below(card.folders[file.folder], file.name)) + "\t"
             + sizeText(file.status.size) + "\t" + dateText(date));

@@ -52,6 +52,13 @@ bool promptFor(const std::string& line)
     }
 }
 
+void printLines(const std::string& lines)
+{
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);)
+        printMessage(line);
+}
+
 } // namespace
 
 // An answer that nobody could read as the one that was meant deletes nothing: end of input, a
@@ -68,9 +75,7 @@ Answer askYesOrNo(const std::string& question, Answering answering)
         return Answer::kNobody;
     }
     const std::size_t lastLine = question.rfind('\n') + 1; // npos + 1 is the beginning
-    std::istringstream before(question.substr(0, lastLine));
-    for (std::string line; std::getline(before, line);)
-        printMessage(line);
+    printLines(question.substr(0, lastLine));
     return promptFor(question.substr(lastLine)) ? Answer::kYes : Answer::kNo;
 }
 

@@ -9,13 +9,22 @@
 
 namespace mfx {
 
+namespace {
+
+void openForReading(QFile& description)
+{
+    if (!description.open(QIODevice::ReadOnly))
+        throw SystemPartError(
+            text("$$$/Mfx/System/PanelUnreadable=cannot read the options panel %1: %2",
+                {description.fileName().toStdString(), description.errorString().toStdString()}));
+}
+
+} // namespace
+
 OptionsPanel::OptionsPanel(const QString& descriptionFile)
 {
     QFile file(descriptionFile);
-    if (!file.open(QIODevice::ReadOnly))
-        throw SystemPartError(
-            text("$$$/Mfx/System/PanelUnreadable=cannot read the options panel %1: %2",
-                {descriptionFile.toStdString(), file.errorString().toStdString()}));
+    openForReading(file);
     QUiLoader loader;
     m_widget.reset(loader.load(&file));
     if (!m_widget)

@@ -182,6 +182,13 @@ void writeOptions(PreferenceWriter& writer, const CPropAppPreferences3& record)
     writer.integer("GridFilterPref", record.gridFilter);
 }
 
+void applyFixedDefaultsToMetadata(CPropAppPreferences3& record)
+{
+    record.applyMetadataGroupOpen = true;
+    record.setApplyMetadataAuthorName("", 0);
+    record.setApplyMetadataCopyright("", 0);
+}
+
 } // namespace
 
 // The store is told its folder once, when it is made; every fetch, the first one too, adds a
@@ -306,9 +313,7 @@ void SinkPreferences::applyFixedDefaults(CPropAppPreferences3& record)
     setLocation(record, QString());
     record.createSubfoldersIndex = 3;
     record.renameIndex = 0;
-    record.applyMetadataGroupOpen = true;
-    record.setApplyMetadataAuthorName("", 0);
-    record.setApplyMetadataCopyright("", 0);
+    applyFixedDefaultsToMetadata(record);
     record.customGroupOpen = true;
     record.renameSequenceNumber = 1;
     record.keepDeviceName = 0;

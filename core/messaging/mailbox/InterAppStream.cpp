@@ -50,6 +50,17 @@ InterAppStream* goodOrNull(InterAppStream* stream)
     return nullptr;
 }
 
+// Of the numbered instances the first whose name is free; nullptr when all are taken.
+InterAppStream* firstFreeInstance(TevoroTalk::Specifier& specifier)
+{
+    InterAppStream* stream = nullptr;
+    for (int n = 1; n <= kMaxInstances && stream == nullptr; ++n) {
+        specifier.setInstance(std::to_string(n).c_str());
+        stream = goodOrNull(new InterAppStream(specifier, true));
+    }
+    return stream;
+}
+
 } // namespace
 
 const char* const gPortName = TevoroTalkData::kPortPrefix;
@@ -271,15 +282,11 @@ InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(const SoStrin
     specifier.assign(text.view());
     if (specifier.isEmpty())
         return nullptr;
-    InterAppStream* stream = goodOrNull(new InterAppStream(specifier, true));
+    InterAppStream* const stream = goodOrNull(new InterAppStream(specifier, true));
     // A name with an instance means that one and no other.
     if (stream != nullptr || !specifier.instance().isEmpty())
         return stream;
-    for (int n = 1; n <= kMaxInstances && stream == nullptr; ++n) {
-        specifier.setInstance(std::to_string(n).c_str());
-        stream = goodOrNull(new InterAppStream(specifier, true));
-    }
-    return stream;
+    return firstFreeInstance(specifier);
 }
 
 SoString TevoroTalkUtils::getLaunchMsgQueueName(const SoString& specifier)

@@ -63,6 +63,22 @@ void forward(const Message& message, const Root& rootOf, const char* label)
         TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, label);
 }
 
+// What the sender has left open: when the message came about and how long it may wait.
+void completeTimes(Message& message)
+{
+    if (message.timestamp == 0)
+        message.timestamp = TevoroTalkUtils::getTimeSeconds();
+    if (message.timeout == 0)
+        message.timeout = kQueueLifetime;
+}
+
+// From a sender to itself, to tell it that no answer to this number has come.
+bool watchesFor(const Message& message, std::uint32_t serialNumber)
+{
+    return message.serialNumber == serialNumber && message.timeout > 0 && isWatcher(message)
+        && message.responseRequest == QK_TIMEOUT && message.target == message.sender;
+}
+
 } // namespace
 
 bool hasTimedOut(const Message& message, std::int64_t now)
@@ -148,10 +164,7 @@ bool MessageQueue::append(Message* message)
 {
     if (message == nullptr || message->sender.isEmpty() || message->target.isEmpty())
         return false;
-    if (message->timestamp == 0)
-        message->timestamp = TevoroTalkUtils::getTimeSeconds();
-    if (message->timeout == 0)
-        message->timeout = kQueueLifetime;
+    completeTimes(*message);
     // While it is still nobody else's: a reader of the queue may delete it at any moment.
     forward(
         *message, [this] { return diagnosticsRoot(); }, "added");
@@ -288,8 +301,7 @@ bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
     const ObjectLock lock(*this);
     for (long i = m_messages.length() - 1; i >= 0; --i) {
         const Message* const message = m_messages[i];
-        if (message->serialNumber != serialNumber || message->timeout <= 0 || !isWatcher(*message)
-            || message->responseRequest != QK_TIMEOUT || message->target != message->sender)
+        if (!watchesFor(*message, serialNumber))
             continue;
         m_messages.removeAt(i);
         removed(*message);

@@ -21,6 +21,16 @@ bool isForwardHandler(const MsgHandler& handler)
     return std::string_view(handler.getMsgType()).starts_with("FWD");
 }
 
+void appendHandler(SoString& out, const SoString& node, const MsgHandler& handler)
+{
+    out << node << "/" << handler.getMsgType() << ";0;" << handler.getMsgType() << ";";
+    if (handler.getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
+        out << "for all messages";
+    else
+        out << "for only msg #" << handler.getSerialNumber();
+    out << ";\n";
+}
+
 } // namespace
 
 bool hasForwardHandlers()
@@ -214,15 +224,8 @@ void PrivateData::appendDiagnostics(SoString& out, const SoString& path) const
     SoString node(path);
     node << "/" << (stream != nullptr ? stream->getSpecifier() : SoString()) << "/handler";
     out << node << ";1;Handler;" << handlers.length() << ";\n";
-    for (long i = 0; i < handlers.length(); ++i) {
-        const MsgHandler& handler = *handlers[i];
-        out << node << "/" << handler.getMsgType() << ";0;" << handler.getMsgType() << ";";
-        if (handler.getSerialNumber() == QK_INVALID_MESSAGE_NUMBER)
-            out << "for all messages";
-        else
-            out << "for only msg #" << handler.getSerialNumber();
-        out << ";\n";
-    }
+    for (long i = 0; i < handlers.length(); ++i)
+        appendHandler(out, node, *handlers[i]);
 }
 
 } // namespace ScObjects::TevoroTalkData

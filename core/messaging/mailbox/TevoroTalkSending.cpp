@@ -75,6 +75,30 @@ Message* makeReceipt(const Message& message)
     return receipt;
 }
 
+// The message whose running out tells the sender that no answer has come.
+Message* makeWatcher(const Message& message)
+{
+    auto* const watcher = new Message;
+    // From the sender to itself: when the watcher expires, the notice goes to the one who asked.
+    watcher->target = message.sender;
+    watcher->sender = message.sender;
+    watcher->type = kIgnore;
+    watcher->responseRequest = QK_TIMEOUT;
+    // One second more than the receiver has: it compares whole seconds, and its own notice comes
+    // first.
+    watcher->timeout =
+        message.timeout > 0 ? std::min(message.timeout, kMaxTimeout - 1) + 1 : kDefaultWatch;
+    watcher->serialNumber = message.serialNumber;
+    return watcher;
+}
+
+// The sender watches by itself; its notice is not for others.
+bool isNoticeOfSender(const Message& message)
+{
+    return message.type == QK_TIMEOUT && message.target != message.sender
+        && message.getUserHeaderValue(kTimeoutDetector) == "SENDER";
+}
+
 // An undeliverable message stays alive until 600 seconds after it was first queued; then its
 // timeout is what lets it run out.
 void restamp(Message& message)
@@ -128,6 +152,13 @@ void askForProcessed(Message& message)
         message.responseRequest << " " << kProcessed;
 }
 
+void fillErrorAnswer(Message& answer, const Message& question, const char* text, long code)
+{
+    answer.error = question.serialNumber;
+    answer.body = text;
+    answer.setHeader(QK_ERROR_CODE, code);
+}
+
 } // namespace
 
 bool TevoroTalk::send(
@@ -148,9 +179,7 @@ bool TevoroTalk::sendFrom(Message& message,
     const Specifier target(message.target, true);
     if (target.isEmpty())
         return sendError(message, "ERROR: INVALID SPECIFIER", kSendFailed, waitSeconds);
-    // The sender watches by itself; its notice is not for others.
-    if (message.type == QK_TIMEOUT && message.target != message.sender
-        && message.getUserHeaderValue(kTimeoutDetector) == "SENDER")
+    if (isNoticeOfSender(message))
         return false;
     stamp(message, target, *this);
     // A handler of an answer's number is one of another message: numbers are each process's own.
@@ -229,18 +258,7 @@ void TevoroTalk::watchForTimeout(const Message& message) const
 {
     if (!asksFor(message, QK_TIMEOUT) || message.getUserHeaderValue(kTimeoutDetector) == "TARGET")
         return;
-    auto* const watcher = new Message;
-    // From the sender to itself: when the watcher expires, the notice goes to the one who asked.
-    watcher->target = message.sender;
-    watcher->sender = message.sender;
-    watcher->type = kIgnore;
-    watcher->responseRequest = QK_TIMEOUT;
-    // One second more than the receiver has: it compares whole seconds, and its own notice comes
-    // first.
-    watcher->timeout =
-        message.timeout > 0 ? std::min(message.timeout, kMaxTimeout - 1) + 1 : kDefaultWatch;
-    watcher->serialNumber = message.serialNumber;
-    enqueue(m_data->incoming, watcher);
+    enqueue(m_data->incoming, makeWatcher(message));
 }
 
 void TevoroTalk::waitForTarget(const SoString& target) const
@@ -303,9 +321,7 @@ bool TevoroTalk::sendError(
 {
     if (asksFor(message, QK_ERROR)) {
         Message answer;
-        answer.error = message.serialNumber;
-        answer.body = text;
-        answer.setHeader(QK_ERROR_CODE, code);
+        fillErrorAnswer(answer, message, text, code);
         sendResponse(message, QK_ERROR, &answer);
     }
     // The error answer is in the own queue now; the caller's handler gets it before send returns.

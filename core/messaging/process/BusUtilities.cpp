@@ -30,19 +30,23 @@ struct Entry {
     bool isFolder;
 };
 
+Entry entryOf(const SoString& folder, const std::filesystem::directory_entry& found)
+{
+    SoString path(folder);
+    path << getFolderSeparator() << found.path().filename().c_str();
+    // A link to a folder counts as a file, so that the walk comes to an end.
+    std::error_code unknown;
+    return {std::move(path), is_directory(found.symlink_status(unknown))};
+}
+
 // The first entries of a folder. Nothing when it cannot be read to the end of these.
 std::optional<std::vector<Entry>> entriesOf(const SoString& folder)
 {
     std::vector<Entry> entries;
     std::error_code error;
     std::filesystem::directory_iterator entry(folder.get(), error);
-    for (; !error && entry != end(entry) && entries.size() < kMaxEntries; entry.increment(error)) {
-        SoString path(folder);
-        path << getFolderSeparator() << entry->path().filename().c_str();
-        // A link to a folder counts as a file, so that the walk comes to an end.
-        std::error_code unknown;
-        entries.push_back({std::move(path), is_directory(entry->symlink_status(unknown))});
-    }
+    for (; !error && entry != end(entry) && entries.size() < kMaxEntries; entry.increment(error))
+        entries.push_back(entryOf(folder, *entry));
     if (error)
         return std::nullopt;
     return entries;

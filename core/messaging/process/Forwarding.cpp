@@ -86,6 +86,16 @@ void publish(TevoroTalkContext& context,
     context.setLogging(true);
 }
 
+// An entry of the log as it stands, any other message with what is known of it.
+SoString textOf(const char* reason, const Message& message, bool withBody)
+{
+    if (message.type == kLogTextType)
+        return message.body;
+    SoString text;
+    message.logToString(reason != nullptr ? reason : "", text, withBody);
+    return text;
+}
+
 } // namespace
 
 std::recursive_mutex& TevoroTalkData::forwardingLock()
@@ -130,11 +140,7 @@ void TevoroTalkUtils::logMessage(const char* reason, const Message& message, boo
     if (context == nullptr || !context->isLogging() || message.type == kLog
         || (message.type == kQuillscriber && message.body.isEmpty()))
         return;
-    SoString text;
-    if (message.type == kLogTextType)
-        text = message.body;
-    else
-        message.logToString(reason != nullptr ? reason : "", text, withBody);
+    const SoString text = textOf(reason, message, withBody);
     if (isDebugging())
         debugStr(text);
     if (const TevoroTalk* const instance = context->getMainInstance())

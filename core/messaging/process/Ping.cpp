@@ -154,6 +154,12 @@ SoString unusedSender(const InterAppStream& stream, const SoString& self, const 
     return sender;
 }
 
+bool sendTest(const InterAppStream& stream, const Message& message)
+{
+    SoString text;
+    return stream.isGood() && message.writeToString(text) && stream.send(message.target, text);
+}
+
 // Whether a port has an owner who takes a message.
 bool testTarget(const SoString& self, const SoString& port, const char* type, std::uint32_t serial)
 {
@@ -168,8 +174,7 @@ bool testTarget(const SoString& self, const SoString& port, const char* type, st
     message.target = port;
     message.type = type;
     message.serialNumber = serial;
-    SoString text;
-    return stream->isGood() && message.writeToString(text) && stream->send(port, text);
+    return sendTest(*stream, message);
 }
 
 bool launchedProcessRuns(const SoString& specifier)

@@ -35,11 +35,8 @@ bool setIfUnset(std::atomic<double>& time)
 
 // How long the set-up took, and how much earlier it was done than it was needed or how long
 // somebody had to wait for it.
-void SaveSetupTime()
+SoString setupTimes()
 {
-    const TevoroTalkContext* const context = gTevoroTalkContext;
-    if (gSetupThreadEnded == 0.0 || context == nullptr)
-        return;
     SoString text = "thread=";
     text << gSetupThreadEnded - gSetupThreadStarted << "ms, ";
     const double left = gSetupThreadSynced - gSetupThreadEnded;
@@ -49,6 +46,15 @@ void SaveSetupTime()
         text << "left=" << left << "ms";
     else
         text << "lost=" << -left << "ms";
+    return text;
+}
+
+void SaveSetupTime()
+{
+    const TevoroTalkContext* const context = gTevoroTalkContext;
+    if (gSetupThreadEnded == 0.0 || context == nullptr)
+        return;
+    const SoString text = setupTimes();
     context->getThread()->setKeyValuePair("SETUPTIME", text);
 }
 
@@ -70,6 +76,17 @@ void deleteWords(SoVector<SoString>& words)
         delete words.removeAt(i);
 }
 
+bool applyOption(const SoString& name, const SoString& value, TevoroTalk::Specifier& specifier)
+{
+    if (name == "-specifier")
+        specifier = TevoroTalk::Specifier(value, false);
+    else if (name == "-instance")
+        specifier.setInstance(value);
+    else
+        return false;
+    return true;
+}
+
 // A process may be told by its launcher which specifier or instance it is. The last word is no
 // option, as nothing follows it; of the two options the first counts.
 void applyLaunchOptions(const SoString& parameters, TevoroTalk::Specifier& specifier)
@@ -77,14 +94,8 @@ void applyLaunchOptions(const SoString& parameters, TevoroTalk::Specifier& speci
     SoVector<SoString> words;
     TevoroTalkUtils::parseOptions(parameters, words);
     for (long i = 0; i + 1 < words.length(); ++i) {
-        if (*words[i] == "-specifier") {
-            specifier = TevoroTalk::Specifier(*words[i + 1], false);
+        if (applyOption(*words[i], *words[i + 1], specifier))
             break;
-        }
-        if (*words[i] == "-instance") {
-            specifier.setInstance(*words[i + 1]);
-            break;
-        }
     }
     deleteWords(words);
 }

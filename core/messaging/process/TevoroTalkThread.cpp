@@ -22,6 +22,12 @@ constexpr unsigned int kSetupTick = 10;
 // The handler of the store that is called in every round without work.
 constexpr const char* kIdleKey = "Idle";
 
+bool sendText(const InterAppStream* stream, const TevoroTalk::Message& message)
+{
+    SoString text;
+    return stream != nullptr && message.writeToString(text) && stream->send(message.target, text);
+}
+
 } // namespace
 
 const char* const TevoroTalkThread::QK_FWDMESSAGES = "FWDMESSAGES";
@@ -259,9 +265,7 @@ bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const S
     // Question and answer stand in the same header.
     message.setHeader(QK_ECHO_REQUEST, reply);
     message.serialNumber = TevoroTalk::Message::getNextSerialNumber(m_context);
-    SoString text;
-    return m_stream != nullptr && message.writeToString(text)
-        && m_stream->send(message.target, text);
+    return sendText(m_stream, message);
 }
 
 // Texts that were looked at and not taken in do not make a port readable any more.

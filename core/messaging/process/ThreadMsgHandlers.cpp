@@ -51,6 +51,16 @@ void appendInstances(
             instance->appendDiagnostics(out, path);
 }
 
+// Makes it a copy for the subscriber, with the key that it asked for.
+void address(Message& message, const SoString& target, const SoString& sender, const SoString& key)
+{
+    message.target = target;
+    message.sender = sender;
+    message.type = kDebug;
+    message.timeout = 0;
+    message.setHeader(kCommand, key);
+}
+
 } // namespace
 
 ThreadMsgHandler::ThreadMsgHandler(TevoroTalkContext* servedContext)
@@ -241,11 +251,7 @@ long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
     if (instance == nullptr || target.isEmpty() || SteadyClock::now() < m_silentUntil
         || !TevoroTalk::Specifier(target, false).isRunning())
         return 0;
-    message.target = target;
-    message.sender = instance->getAppName();
-    message.type = kDebug;
-    message.timeout = 0;
-    message.setHeader(kCommand, key);
+    address(message, target, instance->getAppName(), key);
     if (!instance->send(message, false, 0, nullptr))
         m_silentUntil = SteadyClock::now() + kSilence;
     return 0;

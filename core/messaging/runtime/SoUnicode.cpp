@@ -50,6 +50,16 @@ unsigned long codePointAt(
     return 0x10000 + ((unit - 0xD800) << 10) + (text[at + 1] - 0xDC00UL);
 }
 
+// Of what takes more than one byte. Each further byte adds five bits: six of its own, less the one
+// that the lead byte gives up.
+int encodedLength(unsigned long value)
+{
+    int length = 2;
+    for (unsigned long limit = 0x800; value >= limit; limit <<= 5)
+        ++length;
+    return length;
+}
+
 } // namespace
 
 unsigned long DecodeUTF8(const char* text, int& consumed)
@@ -80,10 +90,7 @@ int EncodeUTF8(unsigned long value, char* out)
         *out = static_cast<char>(value);
         return 1;
     }
-    int length = 2;
-    // Each further byte adds five bits: six of its own, less the one that the lead byte gives up.
-    for (unsigned long limit = 0x800; value >= limit; limit <<= 5)
-        ++length;
+    const int length = encodedLength(value);
     for (int i = length - 1; i > 0; --i, value >>= 6)
         out[i] = static_cast<char>(0x80 | (value & 0x3F));
     *out = static_cast<char>((0xFF00U >> length) | value);

@@ -263,15 +263,19 @@ private:
         return field != nullptr;
     }
 
+    std::uint32_t* numberField(std::string_view name)
+    {
+        return name == QK_CONTENT_LENGTH ? &m_message.contentLength
+            : name == QK_SERIAL_NUMBER   ? &m_message.serialNumber
+            : name == QK_RECEIVED        ? &m_message.received
+            : name == QK_RESULT          ? &m_message.result
+            : name == QK_ERROR           ? &m_message.error
+                                         : nullptr;
+    }
+
     bool takeNumber(std::string_view name, std::string_view value)
     {
-        std::uint32_t* const field = name == QK_CONTENT_LENGTH ? &m_message.contentLength
-            : name == QK_SERIAL_NUMBER                         ? &m_message.serialNumber
-            : name == QK_RECEIVED                              ? &m_message.received
-            : name == QK_RESULT                                ? &m_message.result
-            : name == QK_ERROR                                 ? &m_message.error
-                                                               : nullptr;
-        if (field != nullptr)
+        if (std::uint32_t* const field = numberField(name))
             *field = number32(value);
         else if (name == QK_TIMEOUT)
             m_message.timeout = static_cast<std::int32_t>(number32(value));

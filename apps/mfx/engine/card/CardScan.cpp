@@ -94,6 +94,23 @@ bool isOneFile(const std::string& a, const std::string& b)
     return std::filesystem::equivalent(a, b, error) && !error;
 }
 
+// The path of a name in a folder of the card, whose own folder is the empty text.
+std::string below(const std::string& folder, const std::string& name)
+{
+    return folder.empty() ? name : folder + '/' + name;
+}
+
+std::vector<std::string> entryNames(const std::string& folder, std::error_code& error)
+{
+    std::vector<std::string> names;
+    std::filesystem::directory_iterator entry(folder, error);
+    while (!error && entry != std::filesystem::directory_iterator()) {
+        names.push_back(entry->path().filename().native());
+        entry.increment(error);
+    }
+    return names;
+}
+
 template <typename Entries>
 void arrange(Entries& entries, const std::vector<std::uint32_t>& place)
 {
@@ -116,6 +133,7 @@ public:
     void run();
 
 private:
+    void enterRoot(const Pt::FileStatus& root);
     void list(std::uint32_t folder);
     std::vector<std::string> namesIn(std::uint32_t folder);
     void putBack(std::uint32_t folder);
@@ -133,17 +151,22 @@ private:
     std::set<std::pair<std::uint64_t, std::uint64_t>> m_entered; // device and inode
 };
 
+void Scan::enterRoot(const Pt::FileStatus& root)
+{
+    m_entered.emplace(root.device, root.inode);
+    m_contents.folders.emplace_back();
+    m_contents.folderIds.push_back({root.device, root.inode, 0});
+    m_contents.keepsOwnFiles = Pt::keepsItsOwnFiles(m_contents.root);
+    m_pending.push_back(0);
+}
+
 // A stack instead of a recursion: how deep folders lie is up to whoever made the card.
 void Scan::run()
 {
     const auto root = Pt::fileStatus(m_contents.root, m_contents.rootError);
     if (!root)
         return;
-    m_entered.emplace(root->device, root->inode);
-    m_contents.folders.emplace_back();
-    m_contents.folderIds.push_back({root->device, root->inode, 0});
-    m_contents.keepsOwnFiles = Pt::keepsItsOwnFiles(m_contents.root);
-    m_pending.push_back(0);
+    enterRoot(*root);
     while (!m_pending.empty() && !mustStop()) {
         const std::uint32_t folder = m_pending.back();
         m_pending.pop_back();
@@ -180,13 +203,8 @@ void Scan::list(std::uint32_t folder)
 std::vector<std::string> Scan::namesIn(std::uint32_t folder)
 {
     const std::string path = m_contents.folderPath(folder);
-    std::vector<std::string> names;
     std::error_code error;
-    std::filesystem::directory_iterator entry(path, error);
-    while (!error && entry != std::filesystem::directory_iterator()) {
-        names.push_back(entry->path().filename().native());
-        entry.increment(error);
-    }
+    std::vector<std::string> names = entryNames(path, error);
     if (error) {
         m_contents.problems.push_back({path, error});
         if (folder == 0)
@@ -246,8 +264,7 @@ void Scan::leaveOut(std::uint32_t folder, std::string name)
 void Scan::passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind)
 {
     NotHandled entry{std::move(name), folder, reason, {}, 0};
-    const std::string below = m_contents.folders[folder];
-    const std::string path = below.empty() ? entry.name : below + '/' + entry.name;
+    const std::string path = below(m_contents.folders[folder], entry.name);
     FoundPictures found;
     if (kind == Kind::kFolder) {
         found = picturesBelow(m_contents.root, path);
@@ -270,9 +287,8 @@ void Scan::enter(std::uint32_t folder, std::string name, const Pt::FileStatus& s
             {std::move(name), folder, NotHandledReason::kSameFolder, {}, 0});
         return;
     }
-    const std::string& parent = m_contents.folders[folder];
     m_pending.push_back(static_cast<std::uint32_t>(m_contents.folders.size()));
-    m_contents.folders.push_back(parent.empty() ? std::move(name) : parent + '/' + name);
+    m_contents.folders.push_back(below(m_contents.folders[folder], name));
     m_contents.folderIds.push_back({status.device, status.inode, 0});
     if (status.device != m_contents.folderIds[folder].device) {
         m_contents.keepsOwnFiles = m_contents.keepsOwnFiles

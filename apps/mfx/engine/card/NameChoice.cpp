@@ -21,6 +21,15 @@ struct File {
 
 using Files = std::vector<File>; // of one stem
 
+File fileOf(std::string_view name, std::size_t stem, bool isTaken)
+{
+    File file{name, name.substr(std::min(stem + 1, name.size()))};
+    file.kind = mediaKind(file.extension);
+    file.isCompanion = isMovieCompanion(file.extension);
+    file.isTaken = isTaken;
+    return file;
+}
+
 // The views are of `names`, which outlives the choice.
 std::unordered_map<std::string_view, Files> filesByStem(
     const NameFilter& only, const std::vector<std::string>& names)
@@ -31,11 +40,7 @@ std::unordered_map<std::string_view, Files> filesByStem(
     for (const std::string& name : names) {
         const std::string_view whole = name;
         const std::size_t stem = stemLength(name, isThere);
-        File file{whole, whole.substr(std::min(stem + 1, whole.size()))};
-        file.kind = mediaKind(file.extension);
-        file.isCompanion = isMovieCompanion(file.extension);
-        file.isTaken = only.accepts(name);
-        files[whole.substr(0, stem)].push_back(file);
+        files[whole.substr(0, stem)].push_back(fileOf(whole, stem, only.accepts(name)));
     }
     return files;
 }

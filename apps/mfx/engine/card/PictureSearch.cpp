@@ -73,6 +73,14 @@ bool isThumbnail(const fs::path& path, std::uint64_t size)
         && size <= kThumbnail;
 }
 
+bool isPictureFile(const fs::path& path)
+{
+    std::error_code unknown;
+    const auto status = Pt::fileStatus(path.string(), unknown);
+    return status && status->kind == Pt::FileStatus::Kind::kRegular
+        && !isThumbnail(path, status->size) && isPicture(path.string());
+}
+
 } // namespace
 
 // Either of the two is enough: a camera's raw file may begin with bytes that we do not know, and a
@@ -92,10 +100,7 @@ FoundPictures picturesBelow(const std::string& root, const std::string& folder)
     fs::recursive_directory_iterator it(
         fs::path(root) / folder, fs::directory_options::skip_permission_denied, error);
     for (const fs::recursive_directory_iterator end; !error && it != end; it.increment(error)) {
-        std::error_code unknown;
-        const auto status = Pt::fileStatus(it->path().string(), unknown);
-        if (!status || status->kind != Pt::FileStatus::Kind::kRegular
-            || isThumbnail(it->path(), status->size) || !isPicture(it->path().string()))
+        if (!isPictureFile(it->path()))
             continue;
         if (++found.count <= kNames)
             found.names.push_back(it->path().lexically_relative(root).string());

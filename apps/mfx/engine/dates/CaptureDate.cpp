@@ -14,6 +14,11 @@ namespace {
 
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
+constexpr auto kMovieBoxes =
+    std::to_array<std::string_view>({"moov", "mdat", "wide", "free", "skip", "pnot"});
+constexpr auto kStillBrands = std::to_array<std::string_view>(
+    {"heic", "heix", "heim", "heis", "hevc", "mif1", "msf1", "avif", "avis", "crx "});
+
 enum class FileForm { kCiff, kStill, kMovie, kStillOrMovie };
 
 template <typename Words>
@@ -29,10 +34,6 @@ FileForm formOf(std::string_view head)
 {
     if (isCiff(head))
         return FileForm::kCiff;
-    constexpr auto kMovieBoxes =
-        std::to_array<std::string_view>({"moov", "mdat", "wide", "free", "skip", "pnot"});
-    constexpr auto kStillBrands = std::to_array<std::string_view>(
-        {"heic", "heix", "heim", "heis", "hevc", "mif1", "msf1", "avif", "avis", "crx "});
     const std::string_view type = head.size() >= 12 ? head.substr(4, 4) : std::string_view();
     if (type == "ftyp") {
         return beginsWithOneOf(head.substr(8), kStillBrands) ? FileForm::kStillOrMovie

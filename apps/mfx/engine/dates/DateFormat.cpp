@@ -91,6 +91,11 @@ void addShape(std::string_view format, std::vector<DatePiece>& shape)
     }
 }
 
+bool isControl(char c)
+{
+    return static_cast<unsigned char>(c) < 0x20 || c == '\x7F';
+}
+
 } // namespace
 
 DateFormat::DateFormat(std::string_view format)
@@ -127,9 +132,6 @@ std::vector<DatePiece> DateFormat::shape() const
 // be handed to the sink.
 void requirePlainText(std::string_view pattern)
 {
-    const auto isControl = [](char c) {
-        return static_cast<unsigned char>(c) < 0x20 || c == '\x7F';
-    };
     if (std::any_of(pattern.begin(), pattern.end(), isControl)) {
         throw PatternError(
             text("$$$/Mfx/Pattern/ControlCharacter=The pattern \"%1\" holds a control "

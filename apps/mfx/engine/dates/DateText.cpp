@@ -174,6 +174,14 @@ bool readTime(TextCursor& cursor, CaptureMoment& moment, bool shortHour)
     return second.has_value();
 }
 
+// The minutes may be left out, but not behind a colon.
+std::optional<int> readOffsetMinutes(TextCursor& cursor)
+{
+    const bool colon = cursor.takeAny(":");
+    const bool minutesFollow = colon || isDigit(cursor.front());
+    return minutesFollow ? cursor.number(2) : std::optional(0);
+}
+
 // "Z", "+02:00", "+0200", "+02". The widest in use is fourteen hours: more is a misread field.
 std::optional<int> readOffset(TextCursor& cursor)
 {
@@ -183,9 +191,7 @@ std::optional<int> readOffset(TextCursor& cursor)
     if (!cursor.takeAny("+-"))
         return std::nullopt;
     const auto hours = cursor.number(2);
-    const bool colon = cursor.takeAny(":");
-    const bool minutesFollow = colon || isDigit(cursor.front());
-    const auto minutes = minutesFollow ? cursor.number(2) : std::optional(0);
+    const auto minutes = readOffsetMinutes(cursor);
     if (!hours || !minutes || *minutes > 59 || *hours * 60 + *minutes > kWidestOffset)
         return std::nullopt;
     const int offset = *hours * 60 + *minutes;
@@ -271,6 +277,29 @@ std::string offsetText(int minutes)
     return buffer.data();
 }
 
+// The first day is 0.
+int dayOfYear(const CaptureMoment& moment)
+{
+    using namespace std::chrono;
+    const sys_days newYear{year{moment.year} / January / 1};
+    return static_cast<int>((dayOf(moment) - newYear).count());
+}
+
+std::string wholeSecondsText(const CaptureMoment& moment)
+{
+    std::array<char, 96> buffer{};
+    std::snprintf(buffer.data(),
+        buffer.size(),
+        "%04d-%02d-%02dT%02d:%02d:%02d",
+        moment.year,
+        moment.month,
+        moment.day,
+        moment.hour,
+        moment.minute,
+        moment.second);
+    return buffer.data();
+}
+
 } // namespace
 
 std::optional<CaptureMoment> parseDateText(std::string_view text)
@@ -330,17 +359,7 @@ std::optional<CaptureMoment> momentFromUnixTime(std::int64_t seconds)
 
 std::string isoText(const CaptureMoment& moment)
 {
-    std::array<char, 96> buffer{};
-    std::snprintf(buffer.data(),
-        buffer.size(),
-        "%04d-%02d-%02dT%02d:%02d:%02d",
-        moment.year,
-        moment.month,
-        moment.day,
-        moment.hour,
-        moment.minute,
-        moment.second);
-    std::string text = buffer.data();
+    std::string text = wholeSecondsText(moment);
     if (moment.nanosecond)
         text += fractionText(*moment.nanosecond);
     if (moment.offsetMinutes)
@@ -363,7 +382,6 @@ std::tm brokenDownTime(const CaptureMoment& moment)
 {
     using namespace std::chrono;
     const sys_days today = dayOf(moment);
-    const sys_days newYear{year{moment.year} / January / 1};
     std::tm time{};
     time.tm_year = moment.year - 1900;
     time.tm_mon = moment.month - 1;
@@ -372,7 +390,7 @@ std::tm brokenDownTime(const CaptureMoment& moment)
     time.tm_min = moment.minute;
     time.tm_sec = moment.second;
     time.tm_wday = static_cast<int>(weekday{today}.c_encoding());
-    time.tm_yday = static_cast<int>((today - newYear).count());
+    time.tm_yday = dayOfYear(moment);
     return time;
 }
 

@@ -21,6 +21,14 @@ std::uint64_t byteValue(char c)
     return static_cast<unsigned char>(c);
 }
 
+std::optional<std::string> readAt(std::istream& stream, std::uint64_t offset, std::size_t count)
+{
+    std::string found(count, '\0');
+    stream.seekg(static_cast<std::streamoff>(offset));
+    stream.read(found.data(), static_cast<std::streamsize>(count));
+    return stream ? std::optional(std::move(found)) : std::nullopt;
+}
+
 } // namespace
 
 HeaderReader::HeaderReader(std::istream& stream)
@@ -44,10 +52,7 @@ std::optional<std::string> HeaderReader::bytes(std::uint64_t offset, std::size_t
     }
     --m_readsLeft;
     m_bytesLeft -= count;
-    std::string found(count, '\0');
-    m_stream.seekg(static_cast<std::streamoff>(offset));
-    m_stream.read(found.data(), static_cast<std::streamsize>(count));
-    return m_stream ? std::optional(std::move(found)) : std::nullopt;
+    return readAt(m_stream, offset, count);
 }
 
 std::uint64_t bigEndian64(std::string_view bytes)

@@ -121,6 +121,15 @@ Box metaContents(HeaderReader& reader, Box meta)
     return meta;
 }
 
+std::optional<std::string> textOfKey(HeaderReader& reader, const Box& values, std::uint32_t index)
+{
+    const std::string type{0, 0, static_cast<char>(index >> 8U), static_cast<char>(index & 0xFFU)};
+    const auto value = findBox(reader, values, type);
+    const auto text = value ? findBox(reader, *value, "data") : std::nullopt;
+    // Type and locale come before the text.
+    return text ? shortText(reader, text->begin + 8, text->end) : std::nullopt;
+}
+
 // Telephones write the local time with its offset under a key of its own. The list of keys gives it
 // a number, and the value is the box in the list of values whose type is that number.
 std::optional<CaptureMoment> keyDate(HeaderReader& reader, const Box& movie)
@@ -134,19 +143,25 @@ std::optional<CaptureMoment> keyDate(HeaderReader& reader, const Box& movie)
     const std::uint32_t index = keys && values ? dateKeyIndex(reader, *keys) : 0;
     if (index == 0)
         return std::nullopt;
-    const std::string type{0, 0, static_cast<char>(index >> 8U), static_cast<char>(index & 0xFFU)};
-    const auto value = findBox(reader, *values, type);
-    const auto text = value ? findBox(reader, *value, "data") : std::nullopt;
-    // Type and locale come before the text.
-    const auto bytes = text ? shortText(reader, text->begin + 8, text->end) : std::nullopt;
+    const auto bytes = textOfKey(reader, *values, index);
     return bytes ? parseDateText(*bytes) : std::nullopt;
+}
+
+std::optional<CaptureMoment> momentFrom1904(std::uint64_t seconds)
+{
+    constexpr std::int64_t kFrom1904To1970 = 2'082'844'800;
+    if (seconds > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+        return std::nullopt;
+    auto moment = momentFromUnixTime(static_cast<std::int64_t>(seconds) - kFrom1904To1970);
+    if (moment)
+        moment->offsetMinutes = 0;
+    return moment;
 }
 
 // Seconds since 1904 in UTC, by the standard. Many cameras put their local time there all the same,
 // which nothing in the file gives away: it is taken at its word, and is the last resort.
 std::optional<CaptureMoment> headerDate(HeaderReader& reader, const Box& movie)
 {
-    constexpr std::uint64_t kFrom1904To1970 = 2'082'844'800;
     const auto header = findBox(reader, movie, "mvhd");
     if (!header || header->end - header->begin < 12)
         return std::nullopt;
@@ -155,13 +170,7 @@ std::optional<CaptureMoment> headerDate(HeaderReader& reader, const Box& movie)
         return std::nullopt;
     const std::string_view time = std::string_view(*bytes).substr(4);
     const std::uint64_t seconds = bytes->front() == 1 ? bigEndian64(time) : bigEndian32(time);
-    if (seconds > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
-        return std::nullopt;
-    auto moment = momentFromUnixTime(
-        static_cast<std::int64_t>(seconds) - static_cast<std::int64_t>(kFrom1904To1970));
-    if (moment)
-        moment->offsetMinutes = 0;
-    return moment;
+    return momentFrom1904(seconds);
 }
 
 CaptureDate boxMovieDate(HeaderReader& reader)

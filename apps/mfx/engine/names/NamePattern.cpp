@@ -58,15 +58,25 @@ NumberMatcher::Part datePart(const DatePiece& piece)
     return textPart(piece.text);
 }
 
+PatternError emptyPattern()
+{
+    return PatternError(
+        text("$$$/Mfx/Pattern/Empty=The name pattern is empty; {name} is the device's name."));
+}
+
+PatternError strayBrace()
+{
+    return PatternError(text("$$$/Mfx/Pattern/BraceClosesNothing=\"}\" closes nothing in the name "
+                             "pattern; write \"}}\" for a brace."));
+}
+
 } // namespace
 
 NamePattern::NamePattern(std::string_view pattern)
 {
     requirePlainText(pattern);
-    if (pattern.empty()) {
-        throw PatternError(
-            text("$$$/Mfx/Pattern/Empty=The name pattern is empty; {name} is the device's name."));
-    }
+    if (pattern.empty())
+        throw emptyPattern();
     for (std::string_view rest = pattern; !rest.empty();)
         readPiece(rest);
     dropOwnExtension();
@@ -85,9 +95,7 @@ void NamePattern::readPiece(std::string_view& rest)
         addText(first);
         rest.remove_prefix(2);
     } else if (first == '}') {
-        throw PatternError(
-            text("$$$/Mfx/Pattern/BraceClosesNothing=\"}\" closes nothing in the name "
-                 "pattern; write \"}}\" for a brace."));
+        throw strayBrace();
     } else if (first == '{') {
         readField(rest);
     } else {

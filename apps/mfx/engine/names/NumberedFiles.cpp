@@ -10,6 +10,18 @@ namespace mfx {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// Nothing for what is no file, or cannot be asked.
+std::optional<Pt::FileStatus> regularFile(const std::string& path)
+{
+    std::error_code unknown;
+    const auto status = Pt::fileStatus(path, unknown);
+    return status && status->kind == Pt::FileStatus::Kind::kRegular ? status : std::nullopt;
+}
+
+} // namespace
+
 // Once for a run, so that each group is looked up by size instead of asking for every number in
 // turn.
 void NumberedFiles::read(const std::string& folder, const NumberMatcher& allNames)
@@ -20,9 +32,8 @@ void NumberedFiles::read(const std::string& folder, const NumberMatcher& allName
         const std::string name = it->path().filename().string();
         if (!allNames.match(name))
             continue;
-        std::error_code unknown;
-        const auto status = Pt::fileStatus(it->path().string(), unknown);
-        if (!status || status->kind != Pt::FileStatus::Kind::kRegular)
+        const auto status = regularFile(it->path().string());
+        if (!status)
             continue;
         m_files.emplace(name, *status);
         m_bySize.emplace(status->size, name);

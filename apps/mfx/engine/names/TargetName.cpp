@@ -62,16 +62,26 @@ NameFields nameFields(const CardContents& card,
         sequence};
 }
 
+namespace {
+
+std::vector<std::string> shownExtensions(const CardContents& card, const ItemGroup& group)
+{
+    std::vector<std::string> extensions;
+    extensions.reserve(group.members.size());
+    for (std::size_t member = 0; member < group.members.size(); ++member)
+        extensions.push_back(Pt::displayName(memberExtension(card, group, member)));
+    return extensions;
+}
+
+} // namespace
+
 GroupTarget groupTarget(const CardContents& card,
     const ItemGroup& group,
     const CaptureDate& date,
     const NamingRules& rules,
     std::uint64_t sequence)
 {
-    std::vector<std::string> extensions;
-    extensions.reserve(group.members.size());
-    for (std::size_t member = 0; member < group.members.size(); ++member)
-        extensions.push_back(Pt::displayName(memberExtension(card, group, member)));
+    std::vector<std::string> extensions = shownExtensions(card, group);
     const NameFields fields = nameFields(card, group, date, sequence);
     std::string stem = rules.rename ? rules.rename->stem(fields) : fields.name;
     return {rules.subfolders ? rules.subfolders->folder(date.moment) : std::string(),

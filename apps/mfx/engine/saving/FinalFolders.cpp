@@ -25,6 +25,14 @@ std::string_view stemOf(std::string_view name)
     return name.substr(0, stemLength(name, [](std::string_view) { return false; }));
 }
 
+// A sub-folder, those above it that are not there yet, and the folder below which they lie.
+void addFolders(std::set<std::string>& paths, const std::string& base, fs::path below)
+{
+    while (!below.empty() && paths.insert(base + '/' + below.string()).second)
+        below = below.parent_path();
+    paths.insert(base);
+}
+
 } // namespace
 
 void StemRegister::read(const std::string& folder)
@@ -168,10 +176,7 @@ std::error_code FinalFolders::flush()
     for (const auto& [subfolder, folder] : m_folders) {
         if (folder->error)
             continue;
-        fs::path below = subfolder;
-        while (!below.empty() && paths.insert(base + '/' + below.string()).second)
-            below = below.parent_path();
-        paths.insert(base);
+        addFolders(paths, base, subfolder);
     }
     for (const std::string& path : paths)
         if (const std::error_code error = Pt::flushFolder(path))

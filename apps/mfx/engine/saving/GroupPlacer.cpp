@@ -37,16 +37,19 @@ bool renameStaged(GroupWork& work, MemberWork& member)
     return true;
 }
 
+std::string copyWentAway()
+{
+    return text("$$$/Mfx/Download/CopyWentAway=a copy of it that stood in the folder went away; "
+                "try again");
+}
+
 // For a member whose final name is free: its staged copy gets that name while it is still in the
 // item folder, so that one rename brings it into place. The group fails where there is no copy.
 void stageUnderFinalName(GroupWork& work, std::size_t index)
 {
     MemberWork& member = work.members[index];
     if (member.stagedName.empty()) {
-        failGroup(work,
-            index,
-            text("$$$/Mfx/Download/CopyWentAway=a copy of it that stood in the folder went away; "
-                 "try again"));
+        failGroup(work, index, copyWentAway());
         return;
     }
     member.state = MemberState::kStaged;
@@ -122,21 +125,29 @@ void noteNames(GroupWork& work)
         work.folder->stems.take(member.finalName);
 }
 
+// Nothing where the folder cannot be looked at; the group has failed then.
+std::optional<TargetSpot> findSpotOrFail(GroupWork& work)
+{
+    TargetSpot spot = findSpot(work, work.folder->stems);
+    if (!spot.error)
+        return spot;
+    failUnreadable(work, spot.error);
+    return std::nullopt;
+}
+
 } // namespace
 
 // All members get one stem: the number of the form is that of the group, so that raw file, JPEG and
 // sidecar find each other by name in the target as they did on the card.
 void decideNames(GroupWork& work)
 {
-    const TargetSpot spot = findSpot(work, work.folder->stems);
-    if (spot.error) {
-        failUnreadable(work, spot.error);
+    const auto spot = findSpotOrFail(work);
+    if (!spot)
         return;
-    }
     for (std::size_t i = 0; i < work.members.size() && !work.failed; ++i) {
         MemberWork& member = work.members[i];
-        member.finalName = work.target->fileName(i, spot.number);
-        if (spot.occupants[i] == Occupant::kSameBytes)
+        member.finalName = work.target->fileName(i, spot->number);
+        if (spot->occupants[i] == Occupant::kSameBytes)
             member.state = MemberState::kAlreadyPresent;
         else
             stageUnderFinalName(work, i);
@@ -147,14 +158,12 @@ void previewNames(GroupWork& work)
 {
     if (failRefusedName(work))
         return;
-    const TargetSpot spot = findSpot(work, work.folder->stems);
-    if (spot.error) {
-        failUnreadable(work, spot.error);
+    const auto spot = findSpotOrFail(work);
+    if (!spot)
         return;
-    }
     for (std::size_t i = 0; i < work.members.size(); ++i) {
-        work.members[i].finalName = work.target->fileName(i, spot.number);
-        if (spot.occupants[i] == Occupant::kSameBytes)
+        work.members[i].finalName = work.target->fileName(i, spot->number);
+        if (spot->occupants[i] == Occupant::kSameBytes)
             work.members[i].state = MemberState::kAlreadyPresent;
         work.folder->stems.take(work.members[i].finalName);
     }

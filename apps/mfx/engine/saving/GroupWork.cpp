@@ -8,6 +8,25 @@
 
 namespace mfx {
 
+namespace {
+
+std::string partnerFailed(const MemberWork& culprit, const std::string& reason)
+{
+    const std::string name =
+        Pt::displayName(std::filesystem::path(culprit.source).filename().string());
+    return text("$$$/Mfx/Download/PartnerFailed=not saved, because %1 belongs to it and failed "
+                "(%2); --only can take it alone",
+        {name, reason});
+}
+
+std::string folderUnreadable(const FinalFolder& folder, const std::error_code& error)
+{
+    return text("$$$/Mfx/Download/FolderUnreadable=the folder %1 cannot be looked at: %2",
+        {folder.path, systemReason(error)});
+}
+
+} // namespace
+
 // The reason is that of the culprit; the others are told whose fault it is and how to get them all
 // the same, for their own copies may well be sound.
 void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
@@ -15,16 +34,7 @@ void failGroup(GroupWork& work, std::size_t member, const std::string& reason)
     work.failed = true;
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const bool isCulprit = member >= work.members.size() || i == member;
-        if (isCulprit) {
-            work.members[i].error = reason;
-        } else {
-            const std::string name = Pt::displayName(
-                std::filesystem::path(work.members[member].source).filename().string());
-            work.members[i].error = text(
-                "$$$/Mfx/Download/PartnerFailed=not saved, because %1 belongs to it and failed "
-                "(%2); --only can take it alone",
-                {name, reason});
-        }
+        work.members[i].error = isCulprit ? reason : partnerFailed(work.members[member], reason);
     }
 }
 
@@ -41,10 +51,7 @@ void failUnreadable(GroupWork& work, const std::error_code& error)
             return;
         }
     }
-    failGroup(work,
-        work.members.size(),
-        text("$$$/Mfx/Download/FolderUnreadable=the folder %1 cannot be looked at: %2",
-            {work.folder->path, systemReason(error)}));
+    failGroup(work, work.members.size(), folderUnreadable(*work.folder, error));
 }
 
 } // namespace mfx

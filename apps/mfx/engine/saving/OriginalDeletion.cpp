@@ -89,6 +89,27 @@ std::string removeAtOnce(const std::string& path)
     return Pt::unlinkPath(path) == 0 ? std::string() : refused(Pt::lastSystemError());
 }
 
+// By its status where that proves it, else by its bytes.
+bool isStillOriginal(const std::string& path,
+    const Pt::FileStatus& listed,
+    const Pt::FileStatus& now,
+    const std::optional<Pt::ContentDigest>& digest)
+{
+    const bool isAsListed = isProvablyUnchanged(listed, now);
+    return now.kind == Pt::FileStatus::Kind::kRegular && (isAsListed || hasBytes(path, digest));
+}
+
+bool areOneFile(const Pt::FileStatus& a, const Pt::FileStatus& b)
+{
+    return a.device == b.device && a.inode == b.inode;
+}
+
+// A DNG that changed cannot be proven again; with the raw file in the backup it need not be.
+bool isEnough(const KeptCopy& dng, bool hasBackup)
+{
+    return isDNGAsBefore(dng) || (hasBackup && isFile(dng.path));
+}
+
 } // namespace
 
 OriginalDeletion::OriginalDeletion(const CardContents& card, const PlaceWatch& places)
@@ -122,9 +143,7 @@ std::string OriginalDeletion::objection(std::uint32_t item, KeptItem& kept) cons
     const auto original = Pt::fileStatus(path, error);
     if (!original)
         return text("$$$/Mfx/Delete/Missing=not deleted: it is no longer there");
-    const bool isAsListed = isProvablyUnchanged(listed.status, *original);
-    if (original->kind != Pt::FileStatus::Kind::kRegular
-        || (!isAsListed && !hasBytes(path, kept.digest)))
+    if (!isStillOriginal(path, listed.status, *original, kept.digest))
         return text("$$$/Mfx/Delete/Changed=not deleted: it changed after it was copied");
     return copyObjection(kept);
 }
@@ -136,15 +155,11 @@ std::string OriginalDeletion::copyObjection(KeptItem& kept) const
     const bool hasBackup = kept.backup && isStillProven(*kept.backup, kept.digest);
     if (m_places.backupPath() && !hasBackup)
         return copyGone(kept.backup);
-    // A DNG that changed cannot be proven again; with the raw file in the backup it need not be.
     if (kept.dng)
-        return isDNGAsBefore(*kept.dng) || (hasBackup && isFile(kept.dng->path))
-            ? std::string()
-            : copyGone(kept.dng);
+        return isEnough(*kept.dng, hasBackup) ? std::string() : copyGone(kept.dng);
     if (!kept.saved || !isStillProven(*kept.saved, kept.digest))
         return copyGone(kept.saved);
-    const bool isOneFile = kept.backup && kept.backup->status.device == kept.saved->status.device
-        && kept.backup->status.inode == kept.saved->status.inode;
+    const bool isOneFile = kept.backup && areOneFile(kept.backup->status, kept.saved->status);
     return isOneFile ? text("$$$/Mfx/Delete/OneFile=not deleted: its two copies are one file")
                      : std::string();
 }

@@ -50,6 +50,14 @@ Pt::HeldFolder held(const std::string& path)
     return std::move(*folder);
 }
 
+PlaceError backupIsCardFolder(const std::string& backup, const std::string& cardFolder)
+{
+    return PlaceError(text("$$$/Mfx/Place/BackupIsCardFolder=the backup folder %1 and the "
+                           "card's folder %2 are one folder under two names: choose another "
+                           "backup folder",
+        {Pt::displayName(backup), Pt::displayName(cardFolder)}));
+}
+
 } // namespace
 
 PlaceWatch::PlaceWatch(
@@ -76,10 +84,7 @@ void PlaceWatch::open()
     if (!m_looksOnly)
         openBackup();
     if (const FolderKinship kinship = backupKinship(); kinship.toCard == Kinship::kAlias)
-        throw PlaceError(text("$$$/Mfx/Place/BackupIsCardFolder=the backup folder %1 and the "
-                              "card's folder %2 are one folder under two names: choose another "
-                              "backup folder",
-            {Pt::displayName(*m_backupPath), Pt::displayName(kinship.cardFolder)}));
+        throw backupIsCardFolder(*m_backupPath, kinship.cardFolder);
 }
 
 // Where the backup names the target, the final folder's own work folder serves: a marker is in it.

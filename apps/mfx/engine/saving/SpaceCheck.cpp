@@ -14,6 +14,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::array kUnits{"$$$/Mfx/Size/Bytes=%1 bytes",
+    "$$$/Mfx/Size/Kilobytes=%1 kB",
+    "$$$/Mfx/Size/Megabytes=%1 MB",
+    "$$$/Mfx/Size/Gigabytes=%1 GB",
+    "$$$/Mfx/Size/Terabytes=%1 TB"};
+
 struct Volume {
     std::string folder;
     std::uint64_t needed = 0;
@@ -74,11 +80,6 @@ std::optional<SpaceShortage> findShortage(const std::vector<SpaceNeed>& needs)
 
 std::string sizeText(std::uint64_t bytes)
 {
-    constexpr std::array kUnits{"$$$/Mfx/Size/Bytes=%1 bytes",
-        "$$$/Mfx/Size/Kilobytes=%1 kB",
-        "$$$/Mfx/Size/Megabytes=%1 MB",
-        "$$$/Mfx/Size/Gigabytes=%1 GB",
-        "$$$/Mfx/Size/Terabytes=%1 TB"};
     constexpr double kStep = 1000;
     std::size_t unit = 0;
     auto value = static_cast<double>(bytes);

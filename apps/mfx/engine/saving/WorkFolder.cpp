@@ -68,6 +68,13 @@ bool isFile(const fs::path& path)
     return status && status->kind == Pt::FileStatus::Kind::kRegular;
 }
 
+bool isRawFile(const fs::path& path)
+{
+    const std::string extension = path.extension().string();
+    return extension != ".dng" && !extension.empty()
+        && mediaKind(extension.substr(1)) == MediaKind::kRaw && isFile(path);
+}
+
 // A DNG beside the raw file that it was to replace, or one whose raw file is back in its place,
 // since the conversion failed: the raw file is whole, the DNG may not be.
 bool isUnfinishedConversion(
@@ -79,9 +86,7 @@ bool isUnfinishedConversion(
         return other.stem() == path.stem() && other != path && other.extension() != ".xmp";
     };
     const auto isBack = [&path](const fs::path& other) {
-        const std::string extension = other.extension().string();
-        return other.stem() == path.stem() && extension != ".dng" && !extension.empty()
-            && mediaKind(extension.substr(1)) == MediaKind::kRaw && isFile(other);
+        return other.stem() == path.stem() && isRawFile(other);
     };
     return std::any_of(files.begin(), files.end(), isSetAside)
         || std::any_of(standing.begin(), standing.end(), isBack);

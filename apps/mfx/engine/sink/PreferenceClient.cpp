@@ -13,15 +13,20 @@ namespace {
 constexpr int kDomain = 3; // the sink's
 constexpr int kMaxTextLength = 4096; // units; a folder's path is the longest there is
 
-// The library is never unloaded: the store that is returned lives in it.
+// nullptr when it cannot be loaded. It is never unloaded: the store that is asked for lives in it.
+PtModuleMainFunction libraryEntry(const std::string& libraryPath)
+{
+    const PtModuleRef library = PtLoadLibrary(Pt::toUtf16(libraryPath).c_str());
+    return library
+        ? reinterpret_cast<PtModuleMainFunction>(PtGetProcAddress(library, kPtModuleMainName))
+        : nullptr;
+}
+
 FxRef<IPtPreferences> openStore(const std::string& libraryPath)
 {
     void* module = nullptr;
     void* store = nullptr;
-    const PtModuleRef library = PtLoadLibrary(Pt::toUtf16(libraryPath).c_str());
-    const auto entry = library
-        ? reinterpret_cast<PtModuleMainFunction>(PtGetProcAddress(library, kPtModuleMainName))
-        : nullptr;
+    const auto entry = libraryEntry(libraryPath);
     if (entry && entry(&module) && module)
         static_cast<IPtPreferencesModule*>(module)->GetInterface(kIPtPreferencesID, &store);
     if (!store)

@@ -1,6 +1,7 @@
 #include "platform/common/text/NameText.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace Pt {
 
@@ -81,6 +82,20 @@ bool isEscapeAt(std::string_view text, std::size_t start)
         && isUpperHex(text[start + 2]);
 }
 
+// What the bytes of a sequence say together; nothing when one after the first continues none.
+std::optional<char32_t> joinedBits(std::string_view sequence)
+{
+    constexpr char32_t kFirstMask[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    char32_t code = byteAt(sequence, 0) & kFirstMask[sequence.size()];
+    for (std::size_t i = 1; i < sequence.size(); ++i) {
+        const char32_t next = byteAt(sequence, i);
+        if ((next & 0xC0U) != 0x80U)
+            return std::nullopt;
+        code = (code << 6U) | (next & 0x3FU);
+    }
+    return code;
+}
+
 } // namespace
 
 NameCharacter nameCharacterAt(std::string_view text, std::size_t position)
@@ -90,15 +105,8 @@ NameCharacter nameCharacterAt(std::string_view text, std::size_t position)
     const std::size_t length = sequenceLength(first);
     if (length == 0 || length > text.size() - position)
         return invalid;
-    constexpr char32_t kFirstMask[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
-    char32_t code = first & kFirstMask[length];
-    for (std::size_t i = 1; i < length; ++i) {
-        const char32_t next = byteAt(text, position + i);
-        if ((next & 0xC0U) != 0x80U)
-            return invalid;
-        code = (code << 6U) | (next & 0x3FU);
-    }
-    return isScalarOfLength(code, length) ? NameCharacter{code, length, true} : invalid;
+    const auto code = joinedBits(text.substr(position, length));
+    return code && isScalarOfLength(*code, length) ? NameCharacter{*code, length, true} : invalid;
 }
 
 bool isUtf8(std::string_view text)

@@ -7,6 +7,49 @@
 
 namespace lexkit_private {
 
+namespace {
+
+unsigned short letterOfEscape(unsigned short unit)
+{
+    // The backslash, "^" and "#" stay, on purpose. The command lexkit writes them as references
+    // where they would be misread.
+    switch (unit) {
+    case u'\r':
+        return u'r';
+    case u'\n':
+        return u'n';
+    case u'"':
+        return u'"';
+    default:
+        return 0;
+    }
+}
+
+void copyEscaped(const unsigned short* text, unsigned long length, unsigned short* out)
+{
+    for (unsigned long at = 0; at < length; ++at) {
+        const unsigned short letter = letterOfEscape(text[at]);
+        if (letter != 0)
+            *out++ = u'\\';
+        *out++ = letter != 0 ? letter : text[at];
+    }
+}
+
+// Up to the end of the line. The key has opened the quotes.
+std::vector<unsigned short> escapedAndClosed(const UnicodeRun& value)
+{
+    unsigned long length = value.GetLength();
+    const auto escaped = do_escapes(value.GetUnits(), length);
+    const unsigned short* const text = escaped ? escaped.get() : value.GetUnits();
+    std::vector<unsigned short> units(text, text + length);
+    units.push_back(u'"');
+    // Lines end with LF on every system.
+    units.push_back(u'\n');
+    return units;
+}
+
+} // namespace
+
 DictionaryEntry::DictionaryEntry(
     const ByteRunKey& key, const unsigned short* value, unsigned long length)
     : ByteRunKey(key)
@@ -41,37 +84,11 @@ unsigned long DictionaryEntry::SerializeValue(
 {
     if (binary)
         return m_value.Serialize(stream, binary, encoding);
-    unsigned long length = m_value.GetLength();
-    const auto escaped = do_escapes(m_value.GetUnits(), length);
-    const unsigned short* const text = escaped ? escaped.get() : m_value.GetUnits();
-    std::vector<unsigned short> units(text, text + length);
-    units.push_back(u'"');
-    // The key has opened the quotes. Lines end with LF on every system.
-    units.push_back(u'\n');
+    const std::vector<unsigned short> units = escapedAndClosed(m_value);
     const unsigned long size = units.size() * sizeof(unsigned short);
     stream.write(reinterpret_cast<const char*>(units.data()), static_cast<std::streamsize>(size));
     return size;
 }
-
-namespace {
-
-unsigned short letterOfEscape(unsigned short unit)
-{
-    // The backslash, "^" and "#" stay, on purpose. The command lexkit writes them as references
-    // where they would be misread.
-    switch (unit) {
-    case u'\r':
-        return u'r';
-    case u'\n':
-        return u'n';
-    case u'"':
-        return u'"';
-    default:
-        return 0;
-    }
-}
-
-} // namespace
 
 std::unique_ptr<unsigned short[]> do_escapes(const unsigned short* text, unsigned long& length)
 {
@@ -81,13 +98,7 @@ std::unique_ptr<unsigned short[]> do_escapes(const unsigned short* text, unsigne
     if (count == 0)
         return nullptr;
     auto escaped = std::make_unique_for_overwrite<unsigned short[]>(length + count);
-    unsigned short* out = escaped.get();
-    for (unsigned long at = 0; at < length; ++at) {
-        const unsigned short letter = letterOfEscape(text[at]);
-        if (letter != 0)
-            *out++ = u'\\';
-        *out++ = letter != 0 ? letter : text[at];
-    }
+    copyEscaped(text, length, escaped.get());
     length += count;
     return escaped;
 }

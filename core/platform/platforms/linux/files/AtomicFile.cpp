@@ -66,6 +66,18 @@ std::error_code fillNewFile(const std::string& path, std::string_view bytes, uns
     return file.isOpen() ? writeAndClose(file, bytes, mode) : lastError();
 }
 
+// With the help of a file beside it, which stays after no failure.
+std::error_code writeBesideAndRename(
+    const std::string& beside, const std::string& path, std::string_view bytes, unsigned int mode)
+{
+    std::error_code error = fillNewFile(beside, bytes, mode);
+    if (!error && ::rename(beside.c_str(), path.c_str()) == -1)
+        error = lastError();
+    if (error)
+        ::unlink(beside.c_str());
+    return error;
+}
+
 } // namespace
 
 FileContent readFile(const std::string& path, std::size_t limit)
@@ -97,13 +109,8 @@ std::error_code writeFileAtomically(
     // and not followed.
     if (::unlink(beside.c_str()) == -1 && errno != ENOENT)
         return lastError();
-    std::error_code error = fillNewFile(beside, bytes, mode);
-    if (!error && ::rename(beside.c_str(), path.c_str()) == -1)
-        error = lastError();
-    if (error) {
-        ::unlink(beside.c_str());
+    if (const std::error_code error = writeBesideAndRename(beside, path, bytes, mode))
         return error;
-    }
     // Without this, a power cut may bring the old file back.
     return flushFolder(folderOf(path));
 }

@@ -22,6 +22,16 @@ void clearImmutableAttribute(int descriptor)
     static_cast<void>(::ioctl(descriptor, FS_IOC_SETFLAGS, &attributes));
 }
 
+void clearImmutableAttribute(const std::string& path)
+{
+    const int descriptor = retryInterrupted(
+        [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
+    if (descriptor >= 0) {
+        clearImmutableAttribute(descriptor);
+        ::close(descriptor);
+    }
+}
+
 } // namespace
 
 void clearLock(const std::string& path)
@@ -30,12 +40,7 @@ void clearLock(const std::string& path)
     // Asked before opening: opening a device or a pipe may have effects of its own.
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return;
-    const int descriptor = retryInterrupted(
-        [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
-    if (descriptor >= 0) {
-        clearImmutableAttribute(descriptor);
-        ::close(descriptor);
-    }
+    clearImmutableAttribute(path);
     // By the path, because a file that its owner may not read cannot be opened.
     if (!(status.st_mode & S_IWUSR))
         static_cast<void>(::chmod(path.c_str(), (status.st_mode & 07777) | S_IWUSR));

@@ -43,6 +43,16 @@ bool isFolder(const std::string& path)
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+std::error_code makeFolder(const std::string& path, unsigned int mode)
+{
+    if (::mkdir(path.c_str(), mode) != -1)
+        return {};
+    const std::error_code error = lastError();
+    // Only a folder that is there is no failure, however mkdir refused: on a read-only file system
+    // it does not say EEXIST.
+    return isFolder(path) ? std::error_code() : error;
+}
+
 } // namespace
 
 std::error_code moveWithoutReplacing(const std::string& from, const std::string& to)
@@ -70,14 +80,8 @@ std::error_code makeFolders(const std::string& path, unsigned int mode)
 {
     // From the left: each part up to the next slash, then the whole.
     for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
-        const std::string part = path.substr(0, end);
-        if (::mkdir(part.c_str(), mode) == -1) {
-            const std::error_code error = lastError();
-            // Only a folder that is there is no failure, however mkdir refused: on a read-only file
-            // system it does not say EEXIST.
-            if (!isFolder(part))
-                return error;
-        }
+        if (const std::error_code error = makeFolder(path.substr(0, end), mode))
+            return error;
         if (end == std::string::npos)
             return {};
     }

@@ -47,17 +47,23 @@ std::error_code writeInto(const std::string& path, std::string_view bytes)
     return error ? error : file.close();
 }
 
+// Where the path leads nowhere, which is told by `error`.
+std::error_code makeFile(
+    const std::string& path, std::string_view bytes, const std::error_code& error)
+{
+    struct stat status = {};
+    // Nothing at all, as against a link to nowhere.
+    const bool isFree = ::lstat(path.c_str(), &status) == -1 && errno == ENOENT;
+    return isFree ? exchange(path, bytes, nullptr) : error;
+}
+
 } // namespace
 
 std::error_code replaceFile(const std::string& path, std::string_view bytes)
 {
     struct stat status = {};
-    if (::stat(path.c_str(), &status) == -1) {
-        const std::error_code error = lastError();
-        // Nothing at all, as against a link to nowhere.
-        const bool isFree = ::lstat(path.c_str(), &status) == -1 && errno == ENOENT;
-        return isFree ? exchange(path, bytes, nullptr) : error;
-    }
+    if (::stat(path.c_str(), &status) == -1)
+        return makeFile(path, bytes, lastError());
     if (!S_ISREG(status.st_mode))
         return writeInto(path, bytes); // a folder refuses
     // Links are resolved first: a rename would replace the link and not what it names.

@@ -52,6 +52,13 @@ bool isGone(const std::string& path)
     return ::lstat(path.c_str(), &status) == -1 && errno == ENOENT;
 }
 
+// A lock that can be had means that its writer has ended.
+bool removeIfStale(const std::string& path)
+{
+    const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    return file.isOpen() && tryLock(file) && ::unlink(path.c_str()) == 0;
+}
+
 } // namespace
 
 std::optional<TemporaryFile> TemporaryFile::make(
@@ -118,10 +125,7 @@ std::size_t removeStaleTemporaryFiles(const std::string& folder)
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         if (!isTemporaryName(entry->path().filename().string()))
             continue;
-        const std::string path = entry->path().string();
-        const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        // A lock that can be had means that its writer has ended.
-        if (file.isOpen() && tryLock(file) && ::unlink(path.c_str()) == 0)
+        if (removeIfStale(entry->path().string()))
             ++removed;
     }
     return removed;

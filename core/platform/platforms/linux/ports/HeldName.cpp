@@ -5,6 +5,24 @@
 
 namespace Pt {
 
+namespace {
+
+bool writeFromStart(const Descriptor& file, std::string_view text)
+{
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t written = retryInterrupted([&] {
+            return ::pwrite(
+                file.get(), text.data() + done, text.size() - done, static_cast<off_t>(done));
+        });
+        if (written <= 0)
+            return false;
+        done += static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+} // namespace
+
 HeldName::HeldName(LocalPortFolder folder, std::string_view name)
     : m_folder(std::move(folder))
     , m_name(name)
@@ -66,18 +84,7 @@ bool HeldName::stillNames() const
 bool HeldName::describe() const
 {
     const std::string text = std::to_string(m_process) + '\n' + m_name + '\n';
-    if (::ftruncate(m_lock.get(), 0) != 0)
-        return false;
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t written = retryInterrupted([&] {
-            return ::pwrite(
-                m_lock.get(), text.data() + done, text.size() - done, static_cast<off_t>(done));
-        });
-        if (written <= 0)
-            return false;
-        done += static_cast<std::size_t>(written);
-    }
-    return true;
+    return ::ftruncate(m_lock.get(), 0) == 0 && writeFromStart(m_lock, text);
 }
 
 bool HeldName::removeStaleSocket() const

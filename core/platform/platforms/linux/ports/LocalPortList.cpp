@@ -22,12 +22,17 @@ bool isHeld(const LocalPortFolder& folder, const std::string& stem)
         || error == std::errc::permission_denied;
 }
 
-std::string readRegular(const LocalPortFolder& folder, const std::string& file)
+Descriptor openIn(const LocalPortFolder& folder, const std::string& file)
 {
-    const Descriptor opened(retryInterrupted([&] {
+    return Descriptor(retryInterrupted([&] {
         return ::openat(
             folder.descriptor(), file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     }));
+}
+
+std::string readRegular(const LocalPortFolder& folder, const std::string& file)
+{
+    const Descriptor opened = openIn(folder, file);
     struct stat status = {};
     std::string text;
     if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0 || !S_ISREG(status.st_mode))

@@ -131,18 +131,20 @@ bool hasHolderLeft(int socket)
     return ::poll(&question, 1, 0) == 1 && (question.revents & (POLLHUP | POLLERR)) != 0;
 }
 
+std::string_view environmentText(const char* name)
+{
+    const char* const text = std::getenv(name);
+    return {text != nullptr ? text : ""};
+}
+
 // Where ports lie, found out anew only when the environment says something else: a user's folders
 // are looked for with several calls of the system.
 class LocalPortPlace {
 public:
     const std::string& folder()
     {
-        const auto value = [](const char* name) {
-            const char* const text = std::getenv(name);
-            return std::string_view(text != nullptr ? text : "");
-        };
-        const std::string_view chosen = value("TEVOROTALK_PORT_DIR");
-        const std::string_view runtime = value("XDG_RUNTIME_DIR");
+        const std::string_view chosen = environmentText("TEVOROTALK_PORT_DIR");
+        const std::string_view runtime = environmentText("XDG_RUNTIME_DIR");
         // A relative folder depends on the working folder, which changes unnoticed.
         const bool isRelative = !chosen.empty() && chosen[0] != '/';
         if (m_folder.empty() || isRelative || chosen != m_chosen || runtime != m_runtime) {
