@@ -31,7 +31,7 @@ void closeDictionaryForLast()
 // By its size alone: hosts leave what they like in the tag.
 bool isItemRecord(const CPropSinkMediaItem* item)
 {
-    return item && item->size == kFxSizeSinkMediaItem;
+    return item != nullptr && item->size == kFxSizeSinkMediaItem;
 }
 
 QString pathOf(const CPropSinkMediaItem& item)

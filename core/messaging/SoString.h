@@ -80,6 +80,7 @@ public:
 
     // Never null; valid until the string changes.
     const char* get() const { return m_data; }
+    // NOLINTNEXTLINE(google-explicit-constructor): the contract has texts pass for plain ones
     operator const char*() const { return m_data; }
     std::string_view view() const { return {m_data, static_cast<std::size_t>(m_length)}; }
     long length() const { return m_length; }

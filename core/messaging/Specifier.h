@@ -45,10 +45,10 @@ public:
     bool isInstalled() const;
     bool registerApplication(const SoString& path, const SoString* displayName, bool flag) const;
     bool unregisterApplication(const SoString* displayName) const;
-    bool addToGroup(const SoString& group, const SoString* version) const;
-    bool removeFromGroup(const SoString& group, const SoString* version) const;
+    bool addToGroup(const SoString& name, const SoString* groupVersion) const;
+    bool removeFromGroup(const SoString& name, const SoString* groupVersion) const;
     // The application that this one should talk to when it asks for `target`.
-    SoString preferred(const SoString& target, const SoString& group) const;
+    SoString preferred(const SoString& target, const SoString& groupName) const;
 
     // Whether somebody holds the application's ports. Sends it a message that has no effect.
     bool isRunning() const;

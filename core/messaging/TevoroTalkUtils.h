@@ -98,7 +98,7 @@ TEVOROTALK_API SoString ping(const SoString& target,
 
 // Opens a stream with that name, or with one of its instances 1 to 8; the caller deletes it. Null
 // if all are held, or if the name is empty. Not for applications: streams are internal.
-InterAppStream* createNextAvailableInterAppStream(const SoString& specifier);
+InterAppStream* createNextAvailableInterAppStream(const SoString& text);
 
 // The name under which a process that is being started looks for its parameters.
 TEVOROTALK_API SoString getLaunchMsgQueueName(const SoString& specifier);

@@ -57,7 +57,7 @@ FxStatus OptionsPanel::FindControl(const char* name, IClientUIControl** out)
 bool OptionsPanel::isChecked(const char* name) const
 {
     const auto* button = m_widget->findChild<QAbstractButton*>(QString::fromUtf8(name));
-    return button && button->isChecked();
+    return button != nullptr && button->isChecked();
 }
 
 } // namespace mfx

@@ -77,12 +77,12 @@ const char* PanelControl::GetFontFamily()
 
 bool PanelControl::IsFontBold()
 {
-    return m_widget && m_widget->font().bold();
+    return m_widget != nullptr && m_widget->font().bold();
 }
 
 bool PanelControl::IsFontItalic()
 {
-    return m_widget && m_widget->font().italic();
+    return m_widget != nullptr && m_widget->font().italic();
 }
 
 FxStatus PanelControl::SetCallback(IUICallback* callback)
@@ -112,7 +112,7 @@ FxStatus PanelControl::SetText(const char* utf8)
 bool PanelControl::IsChecked()
 {
     const auto* button = qobject_cast<QAbstractButton*>(m_widget.data());
-    return button && button->isChecked();
+    return button != nullptr && button->isChecked();
 }
 
 FxStatus PanelControl::SetChecked(bool checked)

@@ -16,7 +16,7 @@ struct PanelControls {
 // What a check box says; false when the panel has none.
 inline bool isChecked(IClientUIControl* control)
 {
-    return control && control->IsChecked();
+    return control != nullptr && control->IsChecked();
 }
 
 inline void setChecked(IClientUIControl* control, bool checked)

@@ -64,7 +64,7 @@ void address(Message& message, const SoString& target, const SoString& sender, c
 } // namespace
 
 ThreadMsgHandler::ThreadMsgHandler(TevoroTalkContext* servedContext)
-    : context(servedContext)
+    : m_context(servedContext)
 {
 }
 
@@ -77,7 +77,8 @@ long ThreadMsgHandler::handleMessage(int, Message& message, SoString* result)
 
 long ThreadMsgHandler::sendToMainInstance(Message& message) const
 {
-    const TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    const TevoroTalk* const instance =
+        m_context != nullptr ? m_context->getMainInstance() : nullptr;
     if (instance == nullptr)
         return 0;
     message.target = instance->getAppName();
@@ -94,24 +95,24 @@ long ThreadMsgHandler::sendToMainInstance(Message& message) const
 ThreadMainMsgHandler::ThreadMainMsgHandler(
     TevoroTalkContext* servedContext, TevoroTalkThread* owner)
     : ThreadMsgHandler(servedContext)
-    , pingType(Words::QK_PINGTYPE)
-    , echoRequestHeader(Words::QK_ECHO_REQUEST)
-    , echoResponseHeader(Words::QK_ECHO_RESPONSE)
-    , thread(owner)
+    , m_pingType(Words::QK_PINGTYPE)
+    , m_echoRequestHeader(Words::QK_ECHO_REQUEST)
+    , m_echoResponseHeader(Words::QK_ECHO_RESPONSE)
+    , m_thread(owner)
 {
 }
 
 long ThreadMainMsgHandler::handleMessage(int, Message& message, SoString* result)
 {
     // The port is for pings alone.
-    if (message.type != pingType)
+    if (message.type != m_pingType)
         return 0;
-    const SoString request = message.getUserHeaderValue(echoRequestHeader);
+    const SoString request = message.getUserHeaderValue(m_echoRequestHeader);
     if (!request.isEmpty())
         return answerRequest(request, message, result);
     // An answer that came back on this port.
-    const SoString response = message.getUserHeaderValue(echoResponseHeader);
-    MsgHandler* const handler = response.isEmpty() ? nullptr : thread->findHandler(response);
+    const SoString response = message.getUserHeaderValue(m_echoResponseHeader);
+    MsgHandler* const handler = response.isEmpty() ? nullptr : m_thread->findHandler(response);
     return handler != nullptr && handler != this ? handler->handleMessage(kResult, message, nullptr)
                                                  : 0;
 }
@@ -125,12 +126,12 @@ long ThreadMainMsgHandler::answerRequest(
         reply = writeKey(
             SoString(request.view().substr(0, mark)), SoString(request.view().substr(mark + 1)));
     } else {
-        MsgHandler* const handler = thread->findHandler(request);
+        MsgHandler* const handler = m_thread->findHandler(request);
         // This handler itself has no answer of its own.
         if (handler != nullptr && handler != this)
             return handler->handleMessage(kRequest, message, result);
         if (handler == nullptr)
-            reply = thread->getValueForKey(request);
+            reply = m_thread->getValueForKey(request);
         if (reply.isEmpty())
             reply = Words::QK_UNDEFINED;
     }
@@ -145,13 +146,13 @@ SoString ThreadMainMsgHandler::writeKey(const SoString& key, const SoString& val
     if (isPingReadOnly(key))
         return {};
     subscribe(key, value);
-    thread->setKeyValuePair(key, value);
+    m_thread->setKeyValuePair(key, value);
     return value;
 }
 
 void ThreadMainMsgHandler::subscribe(const SoString& key, const SoString& subscriber) const
 {
-    TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    TevoroTalk* const instance = m_context != nullptr ? m_context->getMainInstance() : nullptr;
     if (instance == nullptr)
         return;
     // The former subscriber may be in a call on another thread; it is deleted only after that has
@@ -160,7 +161,7 @@ void ThreadMainMsgHandler::subscribe(const SoString& key, const SoString& subscr
     if (subscriber.isEmpty())
         delete instance->removeHandler(key, QK_INVALID_MESSAGE_NUMBER);
     else
-        delete instance->changeHandler(new ThreadForwardMsgHandler(context, key, subscriber));
+        delete instance->changeHandler(new ThreadForwardMsgHandler(m_context, key, subscriber));
 }
 
 long ThreadLaunchedMsgHandler::handleMessage(int, Message& message, SoString* result)
@@ -171,8 +172,8 @@ long ThreadLaunchedMsgHandler::handleMessage(int, Message& message, SoString* re
     launched.setInstance("");
     SoString key = "LAUNCHPARAMS:";
     key << launched;
-    if (context != nullptr && context->getThread() != nullptr)
-        context->getThread()->setKeyValuePair(key, "");
+    if (m_context != nullptr && m_context->getThread() != nullptr)
+        m_context->getThread()->setKeyValuePair(key, "");
     if (result != nullptr)
         *result = Words::QK_LAUNCHED;
     return 0;
@@ -199,10 +200,10 @@ const char* ThreadDiagnosticsMsgHandler::getMsgType() const
 
 long ThreadInfoMsgHandler::handleMessage(int, Message& message, SoString* result)
 {
-    if (result == nullptr || context == nullptr)
+    if (result == nullptr || m_context == nullptr)
         return 0;
     *result = Words::QK_SEEBODY;
-    const SoString specifier = context->getAppSpecifier();
+    const SoString specifier = m_context->getAppSpecifier();
     const SoString base = childPath("/", specifier);
     SoString what;
     // The body is the question now and the answer afterwards.
@@ -211,21 +212,21 @@ long ThreadInfoMsgHandler::handleMessage(int, Message& message, SoString* result
         what = "context,thread,messages,connector";
     const auto isAsked = [&what](const char* word) { return std::strstr(what, word) != nullptr; };
     SoString& out = message.body;
-    const TevoroTalkThread& thread = *context->getThread();
+    const TevoroTalkThread& thread = *m_context->getThread();
     const SoString status = thread.getValueForKey(Words::QK_STATUS);
     if (isAsked("context")) {
         appendNode(out, base, specifier, status);
-        context->appendDiagnostics(out, base);
+        m_context->appendDiagnostics(out, base);
     }
     if (isAsked("thread")) {
         appendNode(out, base, specifier, status);
         thread.appendDiagnostics(out, base);
     }
     if (isAsked("messages"))
-        appendInstances(out, *context, "/messages", "Messages");
+        appendInstances(out, *m_context, "/messages", "Messages");
     if (isAsked("log"))
-        appendInstances(out, *context, "/log", "Log");
-    const TevoroTalkConnector* const connector = context->getConnector();
+        appendInstances(out, *m_context, "/log", "Log");
+    const TevoroTalkConnector* const connector = m_context->getConnector();
     if (isAsked("connector") && connector != nullptr)
         connector->appendDiagnostics(out, "");
     return 0;
@@ -239,19 +240,20 @@ const char* ThreadInfoMsgHandler::getMsgType() const
 ThreadForwardMsgHandler::ThreadForwardMsgHandler(
     TevoroTalkContext* servedContext, const SoString& forwardKey, const SoString& subscriber)
     : ThreadMsgHandler(servedContext)
-    , target(subscriber)
-    , key(forwardKey)
+    , m_target(subscriber)
+    , m_key(forwardKey)
 {
 }
 
 long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
 {
-    const TevoroTalk* const instance = context != nullptr ? context->getMainInstance() : nullptr;
+    const TevoroTalk* const instance =
+        m_context != nullptr ? m_context->getMainInstance() : nullptr;
     // The cheap tests first; isRunning sends a message.
-    if (instance == nullptr || target.isEmpty() || SteadyClock::now() < m_silentUntil
-        || !TevoroTalk::Specifier(target, false).isRunning())
+    if (instance == nullptr || m_target.isEmpty() || SteadyClock::now() < m_silentUntil
+        || !TevoroTalk::Specifier(m_target, false).isRunning())
         return 0;
-    address(message, target, instance->getAppName(), key);
+    address(message, m_target, instance->getAppName(), m_key);
     if (!instance->send(message, false, 0, nullptr))
         m_silentUntil = SteadyClock::now() + kSilence;
     return 0;
@@ -259,7 +261,7 @@ long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
 
 const char* ThreadForwardMsgHandler::getMsgType() const
 {
-    return key;
+    return m_key;
 }
 
 } // namespace ScObjects

@@ -25,7 +25,7 @@ protected:
     // Sends the message on to the main instance, as a message of this handler's type. Always 0.
     long sendToMainInstance(TevoroTalk::Message& message) const;
 
-    TevoroTalkContext* context; // borrowed
+    TevoroTalkContext* m_context; // borrowed
 };
 
 // Handles every message that arrives at the thread's port.
@@ -40,10 +40,10 @@ private:
     SoString writeKey(const SoString& key, const SoString& value);
     void subscribe(const SoString& key, const SoString& subscriber) const;
 
-    SoString pingType;
-    SoString echoRequestHeader;
-    SoString echoResponseHeader;
-    TevoroTalkThread* thread; // borrowed: it owns this
+    SoString m_pingType;
+    SoString m_echoRequestHeader;
+    SoString m_echoResponseHeader;
+    TevoroTalkThread* m_thread; // borrowed: it owns this
 };
 
 // Handles the notice of a launched application that it is up.
@@ -82,8 +82,8 @@ public:
     const char* getMsgType() const override;
 
 private:
-    SoString target;
-    SoString key;
+    SoString m_target;
+    SoString m_key;
     std::chrono::steady_clock::time_point m_silentUntil; // calls come one after another
 };
 

@@ -48,7 +48,8 @@ public:
 
     bool takeAny(std::string_view characters)
     {
-        const bool found = !m_rest.empty() && characters.find(m_rest.front()) != characters.npos;
+        const bool found =
+            !m_rest.empty() && characters.find(m_rest.front()) != std::string_view::npos;
         m_rest.remove_prefix(found ? 1 : 0);
         return found;
     }

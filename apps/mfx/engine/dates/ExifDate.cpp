@@ -86,7 +86,7 @@ CaptureDate dateOfXmp(const Exiv2::XmpData& xmp)
 std::string firstText(const Exiv2::ExifData& exif, std::initializer_list<const char*> keys)
 {
     for (const char* key : keys) {
-        const std::string text = exifText(exif, key);
+        std::string text = exifText(exif, key);
         if (!text.empty())
             return text;
     }

@@ -184,7 +184,7 @@ bool GroupStager::settleNumbered(GroupWork& work) const
 TargetSpot GroupStager::spotOf(GroupWork& work) const
 {
     if (!m_plan.rules.useNumbers()) {
-        const TargetSpot spot = findSpot(work);
+        TargetSpot spot = findSpot(work);
         reportCompared(work);
         return spot;
     }

@@ -40,7 +40,7 @@ void require(bool holds, const char* step)
 SinkModule::SinkModule(const std::string& path)
 {
     void* plugin = nullptr;
-    require(loadEntry(path)(&plugin) == 1 && plugin, kFxPluginMainName);
+    require(loadEntry(path)(&plugin) == 1 && plugin != nullptr, kFxPluginMainName);
     m_plugin.reset(static_cast<IFxPlugin*>(plugin));
     void* manager = nullptr;
     m_plugin->QueryInterface(kFxIdSourceManager, &manager);

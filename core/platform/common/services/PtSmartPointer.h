@@ -71,6 +71,7 @@ public:
         return *this;
     }
     SmartPointer& operator=(const SmartPointer& other) { return *this = other.m_object; }
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): the end of what it drops may throw
     SmartPointer& operator=(SmartPointer&& other)
     {
         SmartPointer incoming(std::move(other));

@@ -13,6 +13,7 @@ public:
 
     // Never null.
     const unsigned short* text() const { return m_text; }
+    // NOLINTNEXTLINE(google-explicit-constructor): it stands where such a text is wanted
     operator const unsigned short*() const { return m_text; }
 
 private:
