@@ -62,7 +62,7 @@ KeptContext& keptContext()
 // Pieces that are short together, as one: taking each by itself costs more than to copy them.
 class Gathered {
 public:
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): to clear the bytes would cost the gain
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): clearing would cost the gain
     Gathered(std::initializer_list<std::string_view> pieces)
     {
         std::size_t size = 0;

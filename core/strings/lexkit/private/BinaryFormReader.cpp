@@ -39,7 +39,7 @@ T hostNumber(const unsigned char* at)
     return number;
 }
 
-constexpr bool isHostBig = std::endian::native == std::endian::big;
+constexpr bool kIsHostBig = std::endian::native == std::endian::big;
 
 // UTF-16 of another program: big-endian, unless a mark says otherwise. The mark is no part of the
 // text, the length is kept all the same, and zeros fill it up; so they do for half a unit.
@@ -55,7 +55,7 @@ UnicodeRun externalUnits(const unsigned char* bytes, std::uint32_t length)
     const bool isBig = first != 0xFFFE;
     const std::uint32_t skipped = hasMark ? 1 : 0;
     std::memcpy(units, bytes + skipped * kShort, (count - skipped) * kShort);
-    if (isBig != isHostBig)
+    if (isBig != kIsHostBig)
         for (std::uint32_t at = 0; at < count - skipped; ++at)
             units[at] = UnicodeChar::ByteSwap(units[at]);
     if (hasMark)

@@ -48,7 +48,7 @@ struct LocalPort::State {
     std::size_t drain(int connection, int most, const Taker& take);
     void pauseListening();
     void resumeListening();
-    void listenFor(unsigned int events);
+    void listenFor(unsigned int wanted);
     DescriptorSet& waitSet();
 
     // Freed last: nobody finds a new holder while an old connection still takes texts.

@@ -61,7 +61,7 @@ PacketReader::Outcome PacketReader::read(int socket)
 {
     m_memoryText = MemoryMapping();
     iovec room = {m_buffer.bytes(), m_buffer.size()};
-    Control control;
+    Control control = {};
     msghdr message = {};
     message.msg_iov = &room;
     message.msg_iovlen = 1;

@@ -26,7 +26,7 @@ public:
     const pthread_mutexattr_t* get() const { return &m_attributes; }
 
 private:
-    pthread_mutexattr_t m_attributes;
+    pthread_mutexattr_t m_attributes = {};
 };
 
 } // namespace

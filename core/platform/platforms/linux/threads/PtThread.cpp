@@ -34,7 +34,7 @@ public:
     const pthread_attr_t* get() const { return &m_attributes; }
 
 private:
-    pthread_attr_t m_attributes;
+    pthread_attr_t m_attributes = {};
 };
 
 } // namespace
