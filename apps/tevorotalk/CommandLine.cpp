@@ -45,10 +45,9 @@ void addPing(CLI::App& app, CommandLine& line)
         "Ask an application's bus thread for a key, such as STATUS, INFO or DIAGNOSTICS");
     addTarget(*ping, line);
     ping->add_option("COMMAND", line.pingCommand, "The key; without one, whether somebody answers");
-    ping->add_option("-t,--timeout", line.timeout, "How long to wait for the answer")
+    ping->add_option("-t,--timeout", line.timeout, "How long to wait for the answer; 2 by default")
         ->check(CLI::Range(0L, kMaxWait))
-        ->type_name("SECONDS")
-        ->capture_default_str();
+        ->type_name("SECONDS");
     ping->add_option("-b,--body", line.text, "Text to go with the question")->type_name("TEXT");
     ping->footer("Exit codes: 0 answered; 1 no answer; 3 it does not run or is not installed;\n"
                  "5 the bus cannot be used.");
@@ -63,7 +62,8 @@ void addSend(CLI::App& app, CommandLine& line)
         ->type_name("SPECIFIER");
     send->add_option("-T,--type", line.types, "Type of the message; Quillscriber by default")
         ->type_name("TYPE")
-        ->expected(1);
+        ->expected(1)
+        ->allow_extra_args(false);
     send->add_option("-r,--request",
             line.request,
             "Answers to ask for: Received, Result, Error, Processed, Timeout")
@@ -132,6 +132,9 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     CLI::App* const info =
         add(app, line, Command::kInfo, "info", "Print an application's diagnostics tree");
     addTarget(*info, line);
+    info->add_option("-t,--timeout", line.timeout, "How long to wait for it; 30 by default")
+        ->check(CLI::Range(1L, kMaxWait))
+        ->type_name("SECONDS");
     addJson(*info, line);
     try {
         app.parse(argc, argv);

@@ -28,7 +28,7 @@ struct CommandLine {
     std::optional<unsigned long> wait; // seconds
     std::optional<unsigned long> seconds;
     std::optional<unsigned long> count;
-    long timeout = 2; // seconds
+    std::optional<long> timeout; // seconds
     bool messages = false;
     bool logs = false;
     bool launch = false;

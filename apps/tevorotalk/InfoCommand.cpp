@@ -11,7 +11,7 @@ using ScObjects::SoString;
 namespace {
 
 // An application may ask others meanwhile.
-constexpr std::int32_t kLimit = 30; // seconds
+constexpr long kDefaultLimit = 30; // seconds
 
 void printJsonLines(const SoString& lines)
 {
@@ -44,8 +44,9 @@ void printReport(std::string_view report)
 ExitCode runInfo(const CommandLine& line)
 {
     const BusSession session(ownName());
+    const auto limit = static_cast<std::int32_t>(line.timeout.value_or(kDefaultLimit));
     const SoString answer =
-        session.ask(line.target, line.json ? "INFO" : "DIAGNOSTICS", kLimit, "all");
+        session.ask(line.target, line.json ? "INFO" : "DIAGNOSTICS", limit, "all");
     const ExitCode code = exitCodeForAnswer(answer);
     if (code != ExitCode::kDone)
         throw CommandError(code,

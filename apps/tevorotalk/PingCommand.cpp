@@ -6,11 +6,17 @@ namespace tevorotalk {
 
 using ScObjects::SoString;
 
+namespace {
+
+constexpr long kDefaultLimit = 2; // seconds
+
+} // namespace
+
 ExitCode runPing(const CommandLine& line)
 {
     const BusSession session(ownName());
-    const SoString answer = session.ask(
-        line.target, line.pingCommand, static_cast<std::int32_t>(line.timeout), line.text);
+    const auto limit = static_cast<std::int32_t>(line.timeout.value_or(kDefaultLimit));
+    const SoString answer = session.ask(line.target, line.pingCommand, limit, line.text);
     commandline::printLine(std::string(answer.view()));
     return exitCodeForAnswer(answer);
 }

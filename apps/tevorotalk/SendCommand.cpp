@@ -109,6 +109,10 @@ std::string bodyOf(const CommandLine& line)
         throw Interrupted();
     if (std::ferror(stdin) != 0)
         throw CommandError(ExitCode::kPlaceUnusable, "standard input cannot be read");
+    // The wire ends at a NUL or changes it; either way the receiver would get something else.
+    if (body.find('\0') != std::string::npos)
+        throw CommandError(
+            ExitCode::kUsage, "the text has NUL bytes, which do not go over the bus; encode it");
     return body;
 }
 
@@ -127,7 +131,9 @@ void fill(TevoroTalk::Message& message, const CommandLine& line)
     if (!line.types.empty())
         message.type = line.types.front().c_str();
     if (line.wait)
-        message.timeout = static_cast<std::int32_t>(*line.wait);
+        // The wire has whole seconds, rounded down: a message that is written late in a second
+        // would have one less.
+        message.timeout = static_cast<std::int32_t>(*line.wait) + 1;
     setHeaders(message, line);
     if (message.type == "Quillscriber" && message.body.isEmpty())
         throw CommandError(
@@ -155,13 +161,26 @@ CommandError undeliverable(const CommandLine& line, const TevoroTalk::Message& m
             + (line.launch ? " and cannot be started" : "; --launch starts it if it is installed")};
 }
 
-ExitCode waitForAnswers(BusSession& session, const CommandLine& line, const Answers& answers)
+// The completion takes away the handlers of its message; answers come before it.
+bool isOver(TevoroTalk& instance, const TevoroTalk::Message& message)
+{
+    return instance.findHandler("", message.serialNumber) == nullptr;
+}
+
+ExitCode waitForAnswers(BusSession& session,
+    const CommandLine& line,
+    const TevoroTalk::Message& message,
+    const Answers& answers)
 {
     const unsigned long seconds = line.wait.value_or(kDefaultWait);
     const auto deadline = deadlineAfter(seconds);
     while (!answers.hasResult && !answers.hasFailed && !hasPassed(deadline)) {
         if (Pt::wasInterrupted())
             return ExitCode::kInterrupted;
+        if (isOver(session.instance(), message))
+            throw CommandError(ExitCode::kPartly,
+                "'" + line.target + "' has no handler for messages of the type "
+                    + std::string(message.type.view()) + ": it answers nothing");
         session.pumpOnce(deadline);
     }
     if (answers.hasFailed)
@@ -198,7 +217,7 @@ ExitCode runSend(const CommandLine& line)
         awaitAnswers(instance, message, line.json, answers);
     if (!instance.send(message, line.launch, 0, nullptr) && !instance.outgoingMessagePending())
         throw undeliverable(line, message);
-    return waits ? waitForAnswers(session, line, answers) : waitForDelivery(session);
+    return waits ? waitForAnswers(session, line, message, answers) : waitForDelivery(session);
 }
 
 } // namespace tevorotalk

@@ -167,12 +167,20 @@ bool MacInterAppStream::send(const SoString& target, const SoString& text) const
 bool MacInterAppStream::send(
     const SoString& target, const SoString& head, const SoString& rest) const
 {
+    return sendWithin(kSendPatience, target, head, rest);
+}
+
+bool MacInterAppStream::sendWithin(std::chrono::milliseconds patience,
+    const SoString& target,
+    const SoString& head,
+    const SoString& rest) const
+{
     if (!isGood())
         return false;
     // Not the lock of the stream: a send may block for ten seconds, and receiving must go on
     // meanwhile.
     const ObjectLock lock(m_sendLock);
-    return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), kSendPatience);
+    return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), patience);
 }
 
 bool MacInterAppStream::messagePending() const

@@ -88,6 +88,11 @@ public:
     bool send(const SoString& target, const SoString& text) const override;
     // The same for a text in two pieces.
     bool send(const SoString& target, const SoString& head, const SoString& rest) const;
+    // The same, but waits that long for a holder that makes no room, not ten seconds.
+    bool sendWithin(std::chrono::milliseconds patience,
+        const SoString& target,
+        const SoString& head,
+        const SoString& rest = SoString()) const;
     bool receive() override;
     bool messagePending() const override;
     bool canOpen(const SoString& name, bool flag) const override;

@@ -66,6 +66,54 @@ void turnAnswerIntoScript(Message& message)
     message.type = kQuillscriber;
 }
 
+// What a handler said of a message.
+struct Outcome {
+    bool wasHandled = false;
+    long code = 0;
+    SoString text;
+};
+
+Outcome callOne(TevoroTalk& instance, MsgHandler& handler, const Message& message, Message& copy)
+{
+    turnAnswerIntoScript(copy);
+    // Noted before the call, in which the handler may remove itself.
+    const SoString handlerType = handler.getMsgType();
+    const std::uint32_t handlerNumber = handler.getSerialNumber();
+    Outcome outcome;
+    outcome.wasHandled = true;
+    outcome.code = callHandler(handler, getReason(message), copy, &outcome.text);
+    // A handler for one message does not outlive it.
+    if (isValid(message.serialNumber) && message.serialNumber == handlerNumber)
+        delete instance.removeHandler(handlerType, handlerNumber);
+    return outcome;
+}
+
+// A message whose type is a key of the forwarding goes to that subscriber, which a ping may replace
+// meanwhile. The lock ends before answers are sent, and is not held for anybody else's handler:
+// that one may need the thread of the bus, which may be waiting for this lock.
+Outcome callSubscriber(TevoroTalk& instance, const Message& message, Message& copy)
+{
+    const std::lock_guard lock(forwardingLock());
+    MsgHandler* const handler = instance.findHandler(copy.type, copy.serialNumber);
+    return handler != nullptr ? callOne(instance, *handler, message, copy) : Outcome();
+}
+
+Outcome callHandlerFor(TevoroTalk& instance, const Message& message, Message& copy)
+{
+    MsgHandler* handler = nullptr;
+    if (isForwardingKey(copy.type.view())) {
+        Outcome outcome = callSubscriber(instance, message, copy);
+        if (outcome.wasHandled)
+            return outcome;
+    } else {
+        handler = instance.findHandler(copy.type, copy.serialNumber);
+    }
+    // The handler for scripts takes what nobody else does.
+    if (handler == nullptr)
+        handler = instance.findHandler(kQuillscriber, QK_INVALID_MESSAGE_NUMBER);
+    return handler != nullptr ? callOne(instance, *handler, message, copy) : Outcome();
+}
+
 } // namespace
 
 bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatch)
@@ -199,27 +247,15 @@ void TevoroTalk::handleCopy(const Message& message, Message& copy)
         sendError(copy, "ERROR: MESSAGE REJECTED", kRejected, 0);
         return;
     }
-    MsgHandler* handler = findHandler(copy.type, copy.serialNumber);
-    // The handler for scripts takes what nobody else does.
-    if (handler == nullptr)
-        handler = findHandler(kQuillscriber, QK_INVALID_MESSAGE_NUMBER);
-    if (handler == nullptr)
+    const Outcome outcome = callHandlerFor(*this, message, copy);
+    if (!outcome.wasHandled)
         return;
-    turnAnswerIntoScript(copy);
-    // Noted before the call, in which the handler may remove itself.
-    const SoString handlerType = handler->getMsgType();
-    const std::uint32_t handlerNumber = handler->getSerialNumber();
-    SoString text;
-    const long code = callHandler(*handler, getReason(message), copy, &text);
-    // A handler for one message does not outlive it.
-    if (isValid(message.serialNumber) && message.serialNumber == handlerNumber)
-        delete removeHandler(handlerType, handlerNumber);
     // A result or an error, never both, and before the completion that finishMessage sends: a
     // sender stops waiting at that.
-    if (code == 0)
-        sendResult(copy, text);
+    if (outcome.code == 0)
+        sendResult(copy, outcome.text);
     else if (std::strstr(copy.responseRequest, QK_ERROR) != nullptr)
-        sendError(copy, text, code, 0);
+        sendError(copy, outcome.text, outcome.code, 0);
 }
 
 void TevoroTalk::finishMessage(const Message& message)

@@ -105,6 +105,12 @@ std::recursive_mutex& TevoroTalkData::forwardingLock()
     return lock;
 }
 
+bool TevoroTalkData::isForwardingKey(std::string_view key)
+{
+    return key == TevoroTalkThread::QK_FWDMESSAGES || key == TevoroTalkThread::QK_FWDLOGS
+        || key == TevoroTalkThread::QK_FWDERRORS;
+}
+
 bool TevoroTalkData::hasSubscriber(const char* key)
 {
     return findSubscriber(key) != nullptr;

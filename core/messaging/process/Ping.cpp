@@ -33,6 +33,7 @@ using std::chrono::milliseconds;
 constexpr const char* kAllRunningApps = "allRunningApps";
 constexpr int kMaxSenderNames = 10;
 constexpr milliseconds kRetry{10};
+constexpr milliseconds kMaxPatience{10'000};
 
 // Answers are told apart only by when they come: one question at a time.
 constinit std::mutex gPingLock;
@@ -79,27 +80,58 @@ private:
     std::optional<Pt::DescriptorSet> m_ports;
 };
 
-bool waitForAnswer(InterAppStream& stream, SteadyClock::time_point deadline)
+// What the process that was asked says; nothing when no text of its own is there. Serial numbers
+// say nothing about answers, and a sender may leave its name out.
+std::optional<SoString> answerFrom(const SoString& asked, InterAppStream& stream)
+{
+    while (takeAnswer(stream)) {
+        // Without memory for the text the stream stays empty.
+        const SoString text = stream.getMessages();
+        Message message;
+        message.readFromString(text, text.get() + text.length());
+        if (message.type == TevoroTalkData::kIgnore)
+            return SoString(); // the process itself gives the question up
+        if (text.isEmpty() || (!message.sender.isEmpty() && message.sender != asked))
+            continue; // a late answer of somebody else
+        // Question and answer stand in the same header.
+        const SoString answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
+        return answer == Words::QK_SEEBODY ? message.body : answer;
+    }
+    return std::nullopt;
+}
+
+SoString waitForAnswer(
+    const SoString& asked, InterAppStream& stream, SteadyClock::time_point deadline)
 {
     const AnswerWait arrival(stream);
     for (auto now = SteadyClock::now(); now < deadline; now = SteadyClock::now()) {
         // Rounded up: rounded down, the last fraction of a millisecond would be spent in a loop
         // without any waiting.
         arrival.wait(std::chrono::ceil<milliseconds>(deadline - now));
-        if (takeAnswer(stream))
-            return true;
+        if (const std::optional<SoString> answer = answerFrom(asked, stream))
+            return *answer;
     }
     // Once more after the deadline, which sending may have used up.
-    return takeAnswer(stream);
+    return answerFrom(asked, stream).value_or(TevoroTalkData::QK_TIMEOUT);
 }
 
-SoString answerOf(const SoString& text)
+// Within the question's own time, and no longer than any other send.
+bool sendQuestion(const InterAppStream& stream,
+    const Message& message,
+    const SoString& text,
+    SteadyClock::time_point deadline)
 {
-    Message message;
-    message.readFromString(text, text.get() + text.length());
-    // Question and answer stand in the same header.
-    const SoString answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
-    return answer == Words::QK_SEEBODY ? message.body : answer;
+    if (message.timeout <= 0)
+        return stream.send(message.target, text);
+    for (;;) {
+        const auto left = std::chrono::ceil<milliseconds>(deadline - SteadyClock::now());
+        const auto patience = std::clamp(left, milliseconds(0), kMaxPatience);
+        if (stream.sendWithin(patience, message.target, text))
+            return true;
+        if (SteadyClock::now() >= deadline)
+            return false;
+        TevoroTalkUtils::sleep(static_cast<unsigned int>(kRetry.count()));
+    }
 }
 
 SoString pingMsg(const Message& message, InterAppStream& stream)
@@ -120,19 +152,10 @@ SoString pingMsg(const Message& message, InterAppStream& stream)
     const std::lock_guard lock(gPingLock);
     dropLateAnswers(stream);
     const auto deadline = SteadyClock::now() + std::chrono::seconds(message.timeout);
-    bool sent = stream.send(message.target, text);
-    if (message.timeout <= 0)
-        return sent ? Words::QK_NOERROR : Words::QK_UNDEFINED;
-    while (!sent && SteadyClock::now() < deadline) {
-        TevoroTalkUtils::sleep(static_cast<unsigned int>(kRetry.count()));
-        sent = stream.send(message.target, text);
-    }
-    if (!sent)
+    if (!sendQuestion(stream, message, text, deadline))
         return Words::QK_UNDEFINED;
-    // Without memory for the text the stream stays empty.
-    if (!waitForAnswer(stream, deadline) || stream.isEmpty())
-        return TevoroTalkData::QK_TIMEOUT;
-    return answerOf(stream.getMessages());
+    return message.timeout > 0 ? waitForAnswer(message.target, stream, deadline)
+                               : SoString(Words::QK_NOERROR);
 }
 
 SoString withSuffix(const SoString& name, const SoString& suffix)

@@ -2,6 +2,7 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/process/ThreadMsgHandlers.h"
+#include "messaging/wire/Forwarding.h"
 
 #include <utility>
 
@@ -174,8 +175,7 @@ bool TevoroTalkThread::isIdle() const
 bool isPingReadOnly(const SoString& key)
 {
     // A subscription is the one thing that another process may change here.
-    return key != TevoroTalkThread::QK_FWDMESSAGES && key != TevoroTalkThread::QK_FWDLOGS
-        && key != TevoroTalkThread::QK_FWDERRORS;
+    return !isForwardingKey(key.view());
 }
 
 } // namespace ScObjects

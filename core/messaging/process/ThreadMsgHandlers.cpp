@@ -22,6 +22,10 @@ using SteadyClock = std::chrono::steady_clock;
 // After a subscriber that takes nothing has held a send up for ten seconds.
 constexpr std::chrono::minutes kSilence{1};
 
+// Whether somebody is there is known in far less; a process that was stopped with a full port holds
+// the question up for as long as a send may take, and its silence counts from then on.
+constexpr std::chrono::seconds kSlowAnswer{1};
+
 // One line of the tree for a node with children.
 void appendNode(SoString& out, const SoString& path, const SoString& label, const SoString& value)
 {
@@ -249,12 +253,17 @@ long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
 {
     const TevoroTalk* const instance =
         m_context != nullptr ? m_context->getMainInstance() : nullptr;
+    const auto now = SteadyClock::now();
     // The cheap tests first; isRunning sends a message.
-    if (instance == nullptr || m_target.isEmpty() || SteadyClock::now() < m_silentUntil
-        || !TevoroTalk::Specifier(m_target, false).isRunning())
+    if (instance == nullptr || m_target.isEmpty() || now < m_silentUntil)
         return 0;
-    address(message, m_target, instance->getAppName(), m_key);
-    if (!instance->send(message, false, 0, nullptr))
+    const bool isRunning = TevoroTalk::Specifier(m_target, false).isRunning();
+    bool isSilent = SteadyClock::now() - now >= kSlowAnswer;
+    if (isRunning && !isSilent) {
+        address(message, m_target, instance->getAppName(), m_key);
+        isSilent = !instance->send(message, false, 0, nullptr);
+    }
+    if (isSilent)
         m_silentUntil = SteadyClock::now() + kSilence;
     return 0;
 }

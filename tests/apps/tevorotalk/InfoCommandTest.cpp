@@ -1,5 +1,9 @@
 #include "apps/tevorotalk/BusFixture.h"
 
+#include <chrono>
+
+#include <signal.h>
+
 namespace test {
 namespace {
 
@@ -37,6 +41,16 @@ TEST_F(InfoCommandTest, EndsWithThreeForATargetThatIsNotThere)
     EXPECT_EQ(result.out, "");
     EXPECT_THAT(result.err, HasSubstr("nobody-1.0"));
     EXPECT_EQ(result.code, 3);
+}
+
+TEST_F(InfoCommandTest, GivesUpWhenItIsTold)
+{
+    ::kill(listen("frozen-1.0").id(), SIGSTOP);
+    const auto begin = std::chrono::steady_clock::now();
+    const CommandResult result = run({"info", "frozen-1.0", "--timeout", "1"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("Timeout"));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
 }
 
 } // namespace

@@ -181,6 +181,40 @@ TEST_F(SendCommandTest, PrintsTheAnswersAsObjects)
     EXPECT_EQ(answers[1]["serial"], answers[0]["serial"]);
 }
 
+TEST_F(SendCommandTest, SaysAtOnceThatTheTargetHasNoHandlerForTheType)
+{
+    listen("echo-1.0", {"--reply", "hello", "--type", "Picture"});
+    const auto begin = std::chrono::steady_clock::now();
+    const CommandResult result = run({"send", "echo-1.0", "x", "--type", "Movie", "--wait", "60"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("'echo-1.0' has no handler for messages of the type Movie"));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+}
+
+TEST_F(SendCommandTest, GivesTheMessageTheWholeOfTheWait)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--json", "--reply", "hello"});
+    EXPECT_EQ(run({"send", "echo-1.0", "x", "--wait", "20"}).code, 0);
+    EXPECT_EQ(Json::parse(echo.line())["timeout"], 21);
+}
+
+TEST_F(SendCommandTest, TakesOneWordForTheType)
+{
+    PeerProcess& echo = listen("echo-1.0", {"--json", "--type", "Picture"});
+    EXPECT_EQ(run({"send", "-T", "Picture", "echo-1.0", "the text"}).code, 0);
+    const Json message = Json::parse(echo.line());
+    EXPECT_EQ(message["type"], "Picture");
+    EXPECT_EQ(message["body"], "the text");
+}
+
+TEST_F(SendCommandTest, RefusesATextWithANul)
+{
+    listen("echo-1.0");
+    const CommandResult result = run({"send", "echo-1.0", "-"}, std::string("a\0b", 3));
+    EXPECT_EQ(result.code, 2);
+    EXPECT_THAT(result.err, HasSubstr("NUL"));
+}
+
 TEST_F(SendCommandTest, RefusesAMessageThatWouldNotGoOut)
 {
     listen("echo-1.0");

@@ -25,7 +25,8 @@ std::string userConfigFolder();
 // that holds it as a file.
 std::optional<std::string> machineApplicationDataFile(const std::string& relative);
 
-// XDG_RUNTIME_DIR, else /run/user/<user id> where that is a folder.
+// XDG_RUNTIME_DIR, else /run/user/<user id>: the first that is a folder of this user. For root the
+// folder of another user is none.
 std::optional<std::string> runtimeFolder();
 
 } // namespace Pt

@@ -2,6 +2,7 @@
 #include "core/messaging/support/BusProcessFixture.h"
 #include "core/platform/support/PortText.h"
 #include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkPing.h"
 #include "messaging/process/ThreadMsgHandlers.h"
 
 #include <chrono>
@@ -27,6 +28,16 @@ protected:
             std::vector<std::string>{PORT_PEER, "sit", test::hexOf(std::string(gPortName) + name)});
         EXPECT_EQ(peer->line(), "held");
         return peer;
+    }
+
+    // With texts of the stream that this process asks its questions over.
+    static void fillPortOf(const std::string& name)
+    {
+        const SoString large{std::string_view(std::string(30000, 'x'))};
+        const SoString small("x");
+        for (const SoString& text : {large, small})
+            while (InterAppStream::get()->sendWithin(
+                std::chrono::milliseconds(0), name.c_str(), text)) { }
     }
 
     // Does it until it takes as long as a send that fails; whether that came.
@@ -62,6 +73,41 @@ TEST_F(TevoroTalkSlowHolderTest, HoldsUpOneSendForTenSecondsAndTheBusNotAtAll)
     await(2);
     EXPECT_EQ(other->finish(), 0);
     EXPECT_EQ(holder->finish(), 0);
+}
+
+TEST_F(TevoroTalkSlowHolderTest, HoldsUpAQuestionForItsOwnTimeAndNoLonger)
+{
+    const Peer holder = sleeper("sleeper-1.0#thread");
+    start();
+    fillPortOf("sleeper-1.0#thread");
+    const auto begin = SteadyClock::now();
+    const SoString answer = TevoroTalk::Thread::ping("sleeper-1.0", "STATUS", 1, nullptr);
+    EXPECT_EQ(answer, "UNDEFINED");
+    EXPECT_GE(SteadyClock::now() - begin, std::chrono::seconds(1));
+    EXPECT_LT(SteadyClock::now() - begin, std::chrono::seconds(4));
+    EXPECT_EQ(holder->finish(), 0);
+}
+
+// The question whether it runs goes to its thread's port, which is full as well.
+TEST_F(TevoroTalkSlowHolderTest, HoldsUpThoseThatItWatchesForOneQuestionAMinute)
+{
+    const Peer watcher = sleeper("watcher-1.0");
+    const Peer watchersThread = sleeper("watcher-1.0#thread");
+    start();
+    fillPortOf("watcher-1.0#thread");
+    ThreadForwardMsgHandler forwarder(
+        TevoroTalkContext::getCurrentContext(), "FWDMESSAGES", "watcher-1.0");
+    const auto forward = [&forwarder] {
+        TevoroTalk::Message copy;
+        copy.body = "copy";
+        const auto begin = SteadyClock::now();
+        EXPECT_EQ(forwarder.handleMessage(0, copy, nullptr), 0);
+        return SteadyClock::now() - begin;
+    };
+    EXPECT_GE(forward(), kLimit);
+    EXPECT_LT(forward(), std::chrono::seconds(1));
+    EXPECT_EQ(watcher->finish(), 0);
+    EXPECT_EQ(watchersThread->finish(), 0);
 }
 
 // A watcher that was stopped, say, at its terminal.

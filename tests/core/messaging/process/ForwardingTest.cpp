@@ -247,6 +247,32 @@ TEST_F(ForwardingTest, ShowsNoLogOfAProcessThatDoesNotLog)
     EXPECT_EQ(ask("peer-1.0", "INFO", kLong, "log").find(";Type;Log;"), std::string::npos);
 }
 
+// A message that names a key as its type goes to the subscriber itself, which pings change.
+TEST_F(ForwardingTest, MayChangeASubscriberWhileMessagesOfItsTypeArrive)
+{
+    constexpr int kChanges = 1000;
+    start();
+    ASSERT_TRUE(waitUntil([] { return !thread().getSpecifier().isEmpty(); }));
+    std::atomic<bool> isOver{false};
+    std::thread changer([&] {
+        for (int i = 0; i < kChanges; i += 2) {
+            EXPECT_EQ(ask("self-1.0", "FWDMESSAGES=nobody-1.0"), "nobody-1.0");
+            EXPECT_EQ(ask("self-1.0", "FWDMESSAGES=", 0), "NOERROR");
+        }
+        isOver = true;
+    });
+    std::size_t handled = 0;
+    while (!isOver) {
+        auto message = request("self-1.0", "hello", "Result");
+        message->type = "FWDMESSAGES";
+        EXPECT_TRUE(send(*self, *message));
+        handled += pump() ? 1U : 0U;
+    }
+    changer.join();
+    EXPECT_GT(handled, 0U);
+    EXPECT_EQ(ask("self-1.0", "FWDMESSAGES"), "UNDEFINED");
+}
+
 TEST_F(ForwardingTest, MayChangeSubscribersAThousandTimesWhileMessagesPass)
 {
     constexpr int kChanges = 1000;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <list>
 #include <memory>
 #include <string>
@@ -132,6 +133,23 @@ TEST_F(PingTest, IsNotAnsweredByALateAnswerToAnEarlierOne)
         EXPECT_TRUE(waitForLateAnswer());
         EXPECT_EQ(ask("peer-1.0", "KEY2"), "value2");
     }
+}
+
+TEST_F(PingTest, IsNotAnsweredByALateAnswerOfSomebodyElse)
+{
+    Peer slow("slow-1.0");
+    Peer peer("peer-1.0");
+    EXPECT_EQ(slow.tell("value KEY late 0"), "set");
+    EXPECT_EQ(peer.tell("value KEY right 0"), "set");
+    slow.freeze();
+    EXPECT_EQ(ask("slow-1.0", "KEY", 1), "Timeout");
+    peer.freeze();
+    auto answer = std::async(std::launch::async, [] { return ask("peer-1.0", "KEY"); });
+    // The late answer comes while the other question waits.
+    slow.goOn();
+    EXPECT_EQ(answer.wait_for(500ms), std::future_status::timeout);
+    peer.goOn();
+    EXPECT_EQ(answer.get(), "right");
 }
 
 TEST_F(PingTest, GetsNoAnswerWhenItWritesAKeyThatOthersMayRead)

@@ -13,6 +13,10 @@ namespace Pt {
 
 namespace {
 
+// Far more than any name on the bus has. A file of our own form may be of any size: whoever else
+// writes there, it costs a listing no more than this.
+constexpr off_t kMaxNote = off_t{1} << 20;
+
 bool isHeld(const LocalPortFolder& folder, const std::string& stem)
 {
     std::error_code error;
@@ -35,7 +39,8 @@ std::string readRegular(const LocalPortFolder& folder, const std::string& file)
     const Descriptor opened = openIn(folder, file);
     struct stat status = {};
     std::string text;
-    if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0 || !S_ISREG(status.st_mode)
+        || status.st_size > kMaxNote)
         return text;
     text.resize(static_cast<std::size_t>(status.st_size));
     const ssize_t got =

@@ -111,6 +111,14 @@ std::string userFolderFromList(std::string_view name)
     return folder;
 }
 
+// Root may write into everybody's folder, and what it makes there locks the owner out.
+bool isOwnFolder(const std::string& path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)
+        && status.st_uid == ::geteuid();
+}
+
 } // namespace
 
 std::string homeFolder()
@@ -154,12 +162,13 @@ std::optional<std::string> machineApplicationDataFile(const std::string& relativ
 
 std::optional<std::string> runtimeFolder()
 {
-    std::string folder = folderFromEnvironment("XDG_RUNTIME_DIR");
-    if (!folder.empty())
-        return folder;
-    // Where a login puts it, for programs that are started without the login's environment.
-    folder = "/run/user/" + std::to_string(::getuid());
-    return hasType(folder, S_IFDIR) ? std::optional(folder) : std::nullopt;
+    const std::string folders[] = {folderFromEnvironment("XDG_RUNTIME_DIR"),
+        // Where a login puts it, for programs that are started without the login's environment.
+        "/run/user/" + std::to_string(::geteuid())};
+    for (const std::string& folder : folders)
+        if (!folder.empty() && isOwnFolder(folder))
+            return folder;
+    return std::nullopt;
 }
 
 } // namespace Pt

@@ -436,9 +436,19 @@ TEST_F(LocalPortTest, IsNotListedUnderANameThatItsLockFileDoesNotProve)
     EXPECT_EQ(Pt::heldLocalPorts().size(), 1U);
 }
 
+TEST_F(LocalPortTest, ListsNothingOfAFileThatIsLongerThanAnyName)
+{
+    const auto port = held("p");
+    ASSERT_EQ(Pt::heldLocalPorts().size(), 1U);
+    std::filesystem::resize_file(lockPath(), std::uintmax_t{1} << 40U); // a terabyte of nothing
+    EXPECT_THAT(Pt::heldLocalPorts(), IsEmpty());
+}
+
 TEST_F(LocalPortTest, LiesInTheFolderThatTheEnvironmentTells)
 {
-    environment.set("XDG_RUNTIME_DIR", "/runtime");
+    const std::string session = folder.path("session");
+    std::filesystem::create_directory(session);
+    environment.set("XDG_RUNTIME_DIR", session);
     EXPECT_EQ(Pt::localPortFolder(), folder.path("ports"));
     environment.set("TEVOROTALK_PORT_DIR", "/a/b///");
     EXPECT_EQ(Pt::localPortFolder(), "/a/b");
@@ -447,10 +457,10 @@ TEST_F(LocalPortTest, LiesInTheFolderThatTheEnvironmentTells)
     environment.set("TEVOROTALK_PORT_DIR", "relative");
     EXPECT_EQ(Pt::localPortFolder(), (std::filesystem::current_path() / "relative").string());
     environment.set("TEVOROTALK_PORT_DIR", "");
-    EXPECT_EQ(Pt::localPortFolder(), "/runtime/tevorotalk");
+    EXPECT_EQ(Pt::localPortFolder(), session + "/tevorotalk");
     environment.unset("TEVOROTALK_PORT_DIR");
-    EXPECT_EQ(Pt::localPortFolder(), "/runtime/tevorotalk");
-    environment.unset("XDG_RUNTIME_DIR");
+    EXPECT_EQ(Pt::localPortFolder(), session + "/tevorotalk");
+    environment.set("XDG_RUNTIME_DIR", "/missing");
     const std::string user = std::to_string(::geteuid());
     const std::string runtime = "/run/user/" + user;
     EXPECT_EQ(Pt::localPortFolder(),

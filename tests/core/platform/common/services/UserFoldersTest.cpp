@@ -144,8 +144,29 @@ TEST_F(UserFoldersTest, KnowsTheUsualMachineFolders)
 
 TEST_F(UserFoldersTest, TakesTheRuntimeFolderOfTheSession)
 {
+    fs::create_directory(m_home.path("run"));
     m_environment.set("XDG_RUNTIME_DIR", m_home.path("run"));
     EXPECT_EQ(Pt::runtimeFolder(), m_home.path("run"));
+}
+
+TEST_F(UserFoldersTest, PassesOverARuntimeFolderThatIsMissingOrNoFolder)
+{
+    const std::optional<std::string> others = Pt::runtimeFolder(); // without the variable
+    m_environment.set("XDG_RUNTIME_DIR", m_home.path("run"));
+    EXPECT_EQ(Pt::runtimeFolder(), others);
+    m_home.write("run", "a file");
+    EXPECT_EQ(Pt::runtimeFolder(), others);
+}
+
+// As root with the environment of a user, by sudo -E for example.
+TEST_F(UserFoldersTest, PassesOverARuntimeFolderOfSomebodyElse)
+{
+    const std::optional<std::string> others = Pt::runtimeFolder();
+    fs::create_directory(m_home.path("run"));
+    if (::chown(m_home.path("run").c_str(), 65534, 65534) != 0)
+        GTEST_SKIP() << "this user may not give a folder away";
+    m_environment.set("XDG_RUNTIME_DIR", m_home.path("run"));
+    EXPECT_EQ(Pt::runtimeFolder(), others);
 }
 
 TEST_F(UserFoldersTest, FallsBackToTheSystemsRuntimeFolderWhereThatIsThere)
