@@ -5,11 +5,13 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
 #include "messaging/process/TevoroTalkThread.h"
+#include "platform/common/ports/Sha1.h"
 #include "platform/common/services/ProgramEnvironment.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <utility>
 
 namespace ScObjects {
@@ -22,6 +24,28 @@ constinit std::atomic<TevoroTalkContext*> gCurrentContext{nullptr};
 constinit std::atomic<std::uint32_t> gLastSerialNumber{1};
 constinit std::atomic<TevoroTalkContext*> gDeleteContextWithLastInstance{nullptr};
 constinit std::atomic<bool> gFirstCall{true};
+
+// A process may end, by exit() or by the end of its main function, with the bus up. What is static
+// in this library and in those below it is destroyed then, so the thread that uses it ends before.
+class EndsThreadAtExit {
+public:
+    // Statics are destroyed in the reverse of the order in which they came: the digest's come
+    // first.
+    EndsThreadAtExit() { Pt::sha1({}); }
+    ~EndsThreadAtExit()
+    {
+        constexpr std::chrono::seconds kLimit{2};
+        const TevoroTalkContext* const context = gCurrentContext;
+        // A child that was forked has the context, and not the thread.
+        if (context != nullptr && m_process == Pt::processId())
+            context->getThread()->stopWithin(kLimit);
+    }
+    EndsThreadAtExit(const EndsThreadAtExit&) = delete;
+    EndsThreadAtExit& operator=(const EndsThreadAtExit&) = delete;
+
+private:
+    const long m_process = Pt::processId();
+};
 
 SoString withoutSuffix(const SoString& name)
 {
@@ -54,6 +78,7 @@ TevoroTalkContext::TevoroTalkContext(const TevoroTalk::Specifier& specifier)
 {
     // Without a lock: nobody else knows the context before its thread starts, and the thread's own
     // lock is taken before the context's.
+    static const EndsThreadAtExit atExit;
     m_thread = new TevoroTalkThread(this, specifier);
     m_thread->start();
 }

@@ -18,6 +18,7 @@ namespace {
 
 constexpr unsigned int kTick = 100; // milliseconds
 constexpr unsigned int kSetupTick = 10;
+constexpr unsigned int kEndTick = 1;
 
 // The handler of the store that is called in every round without work.
 constexpr const char* kIdleKey = "Idle";
@@ -130,14 +131,27 @@ SoString TevoroTalkThread::getSpecifier() const
     return m_stream != nullptr && m_stream->isGood() ? m_stream->getSpecifier() : SoString();
 }
 
-bool TevoroTalkThread::stop()
+void TevoroTalkThread::requestStop()
 {
     m_stopRequested = true;
     // After the flag is set: the thread looks at it when it wakes up.
     if (m_waits != nullptr)
         m_waits->wake.raise();
+}
+
+bool TevoroTalkThread::stop()
+{
+    requestStop();
     Thread::stop();
     return waitForRunExit();
+}
+
+void TevoroTalkThread::stopWithin(std::chrono::milliseconds limit)
+{
+    requestStop();
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (isActive() && !isCurrent() && std::chrono::steady_clock::now() < deadline)
+        Thread::sleep(kEndTick);
 }
 
 bool TevoroTalkThread::openOwnStream()
@@ -150,7 +164,7 @@ bool TevoroTalkThread::openOwnStream()
 
 void TevoroTalkThread::run()
 {
-    if (!openOwnStream())
+    if (m_stopRequested || !openOwnStream())
         return;
     // A round asks for the current context, which would wait for the set-up with this thread's lock
     // held.

@@ -14,6 +14,7 @@
 #include "messaging/mailbox/InterAppStream.h"
 #include "platform/common/ports/Waiting.h"
 
+#include <chrono>
 #include <memory>
 #include <string_view>
 
@@ -52,6 +53,9 @@ public:
     void wait(unsigned int milliseconds) override;
     // Ends the loop and waits for it.
     bool stop() override;
+    // The same, for at most that long. For the end of the process, where whoever waits may hold
+    // what the thread needs.
+    void stopWithin(std::chrono::milliseconds limit);
 
     // The specifier without its suffix, and "#thread".
     static SoString createThreadSpecifier(const SoString& specifier);
@@ -102,6 +106,7 @@ private:
     };
 
     void fillStore();
+    void requestStop();
     void openStream(const SoString& name);
     // The one that it was made for; false when it cannot be had.
     bool openOwnStream();

@@ -262,6 +262,18 @@ TEST_F(PingTest, TellsThatItWasLaunched)
     EXPECT_EQ(ask("peer-1.0", "LAUNCHPARAMS:asker-1.0"), "UNDEFINED");
 }
 
+// With the bus up, while its thread has answers to give.
+TEST_F(PingTest, MayComeWhileTheProcessEnds)
+{
+    for (int round = 0; round < 40; ++round) {
+        Peer peer("peer-1.0");
+        for (int i = 0; i < 50; ++i)
+            EXPECT_EQ(ask("peer-1.0", "INFO", 0), "NOERROR");
+        peer.process().tell("exit");
+        EXPECT_EQ(peer.process().finish(), 0);
+    }
+}
+
 TEST_F(PingTest, FindsNobodyAfterAKill)
 {
     Peer peer("peer-1.0");

@@ -9,6 +9,7 @@
 //   storm TARGET COUNT            asks for KEY0 to KEY9 in turn; the number of right answers
 //   log TEXT                      logs a text
 //   send TARGET TEXT              sends a message
+//   exit                          ends at once, with the bus up; says nothing
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 #include "messaging/TevoroTalk.h"
@@ -17,6 +18,7 @@
 #include "messaging/process/TevoroTalkThread.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <sstream>
@@ -157,6 +159,8 @@ int main(int count, char** words)
         std::istringstream rest(line);
         std::string command;
         rest >> command;
+        if (command == "exit")
+            std::exit(0);
         if (command == "serve")
             serve(bus);
         else
