@@ -67,8 +67,8 @@ void address(Message& message, const SoString& target, const SoString& sender, c
 
 } // namespace
 
-ThreadMsgHandler::ThreadMsgHandler(TevoroTalkContext* servedContext)
-    : m_context(servedContext)
+ThreadMsgHandler::ThreadMsgHandler(TevoroTalkContext* context)
+    : m_context(context)
 {
 }
 
@@ -97,12 +97,12 @@ long ThreadMsgHandler::sendToMainInstance(Message& message) const
 }
 
 ThreadMainMsgHandler::ThreadMainMsgHandler(
-    TevoroTalkContext* servedContext, TevoroTalkThread* owner)
-    : ThreadMsgHandler(servedContext)
+    TevoroTalkContext* context, TevoroTalkThread* thread)
+    : ThreadMsgHandler(context)
     , m_pingType(Words::QK_PINGTYPE)
     , m_echoRequestHeader(Words::QK_ECHO_REQUEST)
     , m_echoResponseHeader(Words::QK_ECHO_RESPONSE)
-    , m_thread(owner)
+    , m_thread(thread)
 {
 }
 
@@ -242,8 +242,8 @@ const char* ThreadInfoMsgHandler::getMsgType() const
 }
 
 ThreadForwardMsgHandler::ThreadForwardMsgHandler(
-    TevoroTalkContext* servedContext, const SoString& forwardKey, const SoString& subscriber)
-    : ThreadMsgHandler(servedContext)
+    TevoroTalkContext* context, const SoString& forwardKey, const SoString& subscriber)
+    : ThreadMsgHandler(context)
     , m_target(subscriber)
     , m_key(forwardKey)
 {

@@ -59,7 +59,7 @@ private:
     friend void ThreadInit();
     friend void ThreadUninit();
 
-    static void* ThreadStartInternal(void* thread);
+    static void* ThreadStartInternal(void* argument);
     ThreadHandle create();
     void run() noexcept(false);
     static void applyPriority(ThreadHandle handle, Priority priority);
