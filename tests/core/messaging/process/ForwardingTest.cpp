@@ -51,6 +51,35 @@ private:
     std::vector<std::string>& m_copies;
 };
 
+// A subscriber that takes its time, and says whether it was deleted meanwhile.
+class SlowSubscriber final : public TevoroTalk::MsgHandler {
+public:
+    struct Story {
+        std::atomic<bool> hasBegun{false};
+        std::atomic<bool> isGone{false};
+        std::atomic<bool> wasGoneInTheCall{false};
+    };
+    explicit SlowSubscriber(Story& story)
+        : m_story(story)
+    {
+    }
+    ~SlowSubscriber() override { m_story.isGone = true; }
+
+    long handleMessage(int, TevoroTalk::Message&, SoString*) override
+    {
+        Story& story = m_story; // outlives this object
+        story.hasBegun = true;
+        for (int i = 0; i < 500 && !story.isGone; ++i)
+            TevoroTalkUtils::sleep(1);
+        story.wasGoneInTheCall = story.isGone.load();
+        return 0;
+    }
+    const char* getMsgType() const override { return "FWDMESSAGES"; }
+
+private:
+    Story& m_story;
+};
+
 class ForwardingTest : public test::PingFixture {
 protected:
     // This process watches, and `debug` gets what is forwarded to it.
@@ -245,6 +274,24 @@ TEST_F(ForwardingTest, ShowsNoLogOfAProcessThatDoesNotLog)
     while (pump()) { }
     EXPECT_THAT(debug.bodies(), IsEmpty());
     EXPECT_EQ(ask("peer-1.0", "INFO", kLong, "log").find(";Type;Log;"), std::string::npos);
+}
+
+TEST_F(ForwardingTest, DeletesASubscriberOnlyAfterItHasHandledAMessageOfItsType)
+{
+    start();
+    ASSERT_TRUE(waitUntil([] { return !thread().getSpecifier().isEmpty(); }));
+    SlowSubscriber::Story story;
+    delete self->changeHandler(new SlowSubscriber(story));
+    std::thread changer([&story] {
+        EXPECT_TRUE(waitUntil([&story] { return story.hasBegun.load(); }));
+        EXPECT_EQ(ask("self-1.0", "FWDMESSAGES=", 0), "NOERROR");
+    });
+    auto message = request("self-1.0", "hello", "Result");
+    message->type = "FWDMESSAGES";
+    EXPECT_TRUE(send(*self, *message));
+    EXPECT_TRUE(pumpUntil([&story] { return story.isGone.load(); }));
+    changer.join();
+    EXPECT_FALSE(story.wasGoneInTheCall);
 }
 
 // A message that names a key as its type goes to the subscriber itself, which pings change.
