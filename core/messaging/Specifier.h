@@ -31,8 +31,8 @@ public:
     bool setSuffix(const SoString& suffix);
     // Accept only what is registered, see findLocale and findVersion; else false, and no change. A
     // negative version asks for the highest one up to that number.
-    bool setLocale(const SoString& locale);
-    bool setVersion(const SoString& version);
+    bool setLocale(const SoString& wanted);
+    bool setVersion(const SoString& wanted);
     // Keeps only the name, appends the group's name, and completes the result.
     bool setGroup(const SoString& name);
 

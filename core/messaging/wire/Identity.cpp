@@ -41,8 +41,7 @@ template <std::size_t count>
 SoString hexadecimalDigits(const std::array<unsigned char, count>& bytes)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
-    // Left unfilled: only what was written is used.
-    std::array<char, 2 * count> digits;
+    std::array<char, 2 * count> digits{};
     char* end = digits.data();
     for (const unsigned int byte : bytes) {
         if (byte >= 0x10)
