@@ -96,8 +96,7 @@ long ThreadMsgHandler::sendToMainInstance(Message& message) const
     return 0;
 }
 
-ThreadMainMsgHandler::ThreadMainMsgHandler(
-    TevoroTalkContext* context, TevoroTalkThread* thread)
+ThreadMainMsgHandler::ThreadMainMsgHandler(TevoroTalkContext* context, TevoroTalkThread* thread)
     : ThreadMsgHandler(context)
     , m_pingType(Words::QK_PINGTYPE)
     , m_echoRequestHeader(Words::QK_ECHO_REQUEST)
