@@ -152,6 +152,8 @@ void TevoroTalkThread::stopWithin(std::chrono::milliseconds limit)
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (isActive() && !isCurrent() && std::chrono::steady_clock::now() < deadline)
         Thread::sleep(kEndTick);
+    if (!isActive())
+        waitForRunExit(); // what is left of it takes no time
 }
 
 bool TevoroTalkThread::openOwnStream()
