@@ -91,7 +91,8 @@ TEST_F(PtIoDeviceFileTest, MakesFilesForEverybodyLessTheMask)
     for (const mode_t mask : {0000U, 0027U}) {
         ::umask(mask);
         for (const int flags : {kPtIoOpenOrCreate, kPtIoCreateNew, kPtIoTemporary}) {
-            const std::string path = m_folder.path(std::to_string(mask) + std::to_string(flags));
+            std::string path = m_folder.path("file");
+            path.append(std::to_string(mask)).append(std::to_string(flags));
             const PtIoDeviceFile::Pointer file = create(path, flags);
             EXPECT_EQ(fs::status(path).permissions(), fs::perms(0666 & ~mask)) << flags;
         }
