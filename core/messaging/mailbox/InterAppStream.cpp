@@ -17,8 +17,6 @@ namespace {
 
 // Bytes; grows to the largest text.
 constexpr long kFirstBufferSize = 4096;
-// As long as docs/bus.md says that a send waits for a process that does not read.
-constexpr std::chrono::milliseconds kSendPatience{10'000};
 // A second copy of an application is instance 1, and there are nine copies at most.
 constexpr int kMaxInstances = 8;
 

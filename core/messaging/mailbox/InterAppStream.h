@@ -23,6 +23,9 @@ namespace ScObjects {
 // The prefix of all port names.
 extern const char* const gPortName;
 
+// How long a send waits for a process that does not read (docs/bus.md).
+inline constexpr std::chrono::milliseconds kSendPatience{10'000};
+
 class BaseInterAppStream : public SoLockable {
 public:
     BaseInterAppStream(const SoString& specifier, bool flag);

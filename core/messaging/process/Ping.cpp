@@ -33,7 +33,6 @@ using std::chrono::milliseconds;
 constexpr const char* kAllRunningApps = "allRunningApps";
 constexpr int kMaxSenderNames = 10;
 constexpr milliseconds kRetry{10};
-constexpr milliseconds kMaxPatience{10'000};
 
 // Answers are told apart only by when they come: one question at a time.
 constinit std::mutex gPingLock;
@@ -125,7 +124,7 @@ bool sendQuestion(const InterAppStream& stream,
         return stream.send(message.target, text);
     for (;;) {
         const auto left = std::chrono::ceil<milliseconds>(deadline - SteadyClock::now());
-        const auto patience = std::clamp(left, milliseconds(0), kMaxPatience);
+        const auto patience = std::clamp(left, milliseconds(0), kSendPatience);
         if (stream.sendWithin(patience, message.target, text))
             return true;
         if (SteadyClock::now() >= deadline)
