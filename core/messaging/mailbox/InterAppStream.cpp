@@ -1,6 +1,7 @@
 #include "messaging/mailbox/InterAppStream.h"
 
 #include "messaging/BusWords.h"
+#include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "platform/common/ports/LocalPort.h"
@@ -179,6 +180,14 @@ bool MacInterAppStream::sendWithin(std::chrono::milliseconds patience,
     // meanwhile.
     const ObjectLock lock(m_sendLock);
     return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), patience);
+}
+
+bool MacInterAppStream::sendMessage(const TevoroTalk::Message& message) const
+{
+    // The body, which may be large, goes as it lies there. Without a port a digest would be for
+    // nothing.
+    SoString head;
+    return isGood() && message.writeHeadToString(head) && send(message.target, head, message.body);
 }
 
 bool MacInterAppStream::messagePending() const

@@ -9,6 +9,7 @@
 #include "messaging/SoLock.h"
 #include "messaging/SoString.h"
 #include "messaging/SoVector.h"
+#include "messaging/TevoroTalk.h"
 
 #include <chrono>
 #include <memory>
@@ -96,6 +97,8 @@ public:
         const SoString& target,
         const SoString& head,
         const SoString& rest = SoString()) const;
+    // A message as its text goes, to its target. False, too, when it has no target or no sender.
+    bool sendMessage(const TevoroTalk::Message& message) const;
     bool receive() override;
     bool messagePending() const override;
     bool canOpen(const SoString& name, bool flag) const override;

@@ -74,12 +74,11 @@ void publish(TevoroTalkContext& context,
     describe(entry, reason, message);
     entry.serialNumber = context.getNextSerialNumber();
     context.setLogging(false); // or what follows would log itself
-    SoString wire;
     // An entry is a message to the process itself, sent from its second name: the port of the main
     // instance queues it like any other.
     const InterAppStream* const stream = InterAppStream::get();
-    if (stream != nullptr && entry.writeToString(wire))
-        stream->send(name, wire);
+    if (stream != nullptr)
+        stream->sendMessage(entry);
     SoString path = "/log/";
     path << name;
     TevoroTalkUtils::forwardMessage(message, "FWDLOGS", path, reason);

@@ -176,12 +176,6 @@ SoString unusedSender(const InterAppStream& stream, const SoString& self, const 
     return sender;
 }
 
-bool sendTest(const InterAppStream& stream, const Message& message)
-{
-    SoString text;
-    return stream.isGood() && message.writeToString(text) && stream.send(message.target, text);
-}
-
 // Whether a port has an owner who takes a message.
 bool testTarget(const SoString& self, const SoString& port, const char* type, std::uint32_t serial)
 {
@@ -196,7 +190,7 @@ bool testTarget(const SoString& self, const SoString& port, const char* type, st
     message.target = port;
     message.type = type;
     message.serialNumber = serial;
-    return sendTest(*stream, message);
+    return stream->sendMessage(message);
 }
 
 bool launchedProcessRuns(const SoString& specifier)

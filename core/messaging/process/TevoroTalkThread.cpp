@@ -23,12 +23,6 @@ constexpr unsigned int kEndTick = 1;
 // The handler of the store that is called in every round without work.
 constexpr const char* kIdleKey = "Idle";
 
-bool sendText(const InterAppStream* stream, const TevoroTalk::Message& message)
-{
-    SoString text;
-    return stream != nullptr && message.writeToString(text) && stream->send(message.target, text);
-}
-
 } // namespace
 
 const char* const TevoroTalkThread::QK_FWDMESSAGES = "FWDMESSAGES";
@@ -281,7 +275,7 @@ bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const S
     // Question and answer stand in the same header.
     message.setHeader(QK_ECHO_REQUEST, reply);
     message.serialNumber = TevoroTalk::Message::getNextSerialNumber(m_context);
-    return sendText(m_stream, message);
+    return m_stream != nullptr && m_stream->sendMessage(message);
 }
 
 // Texts that were looked at and not taken in do not make a port readable any more.
