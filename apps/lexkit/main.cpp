@@ -3,6 +3,7 @@
 #include "commandline/Output.h"
 #include "lexkit/Commands.h"
 #include "lexkit/EncodingInfo.h"
+#include "platform/common/services/ProgramEnvironment.h"
 
 #include <cstdio>
 #include <exception>
@@ -50,6 +51,8 @@ ExitCode runReporting(const lexkit_cli::CommandLine& line)
 
 int main(int argc, char** argv)
 {
+    // Else a limit of size would end it with its temporary file left behind.
+    Pt::failBeyondSizeLimit();
     auto code = ExitCode::kDone;
     if (const auto line = lexkit_cli::readCommandLine(argc, argv, code))
         code = runReporting(*line);

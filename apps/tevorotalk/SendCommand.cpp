@@ -122,8 +122,25 @@ void requireName(const std::string& target)
         throw CommandError(ExitCode::kUsage, "'" + target + "' is no name on the bus");
 }
 
+// A line feed would end the header line that the text goes into, and begin another.
+void requireOneLine(const std::string& text)
+{
+    if (text.find('\n') != std::string::npos)
+        throw CommandError(ExitCode::kUsage, "'" + text + "' has line feeds; only the text may");
+}
+
+void requireOneLineEach(const CommandLine& line)
+{
+    requireOneLine(line.target);
+    requireOneLine(line.sender);
+    requireOneLine(line.request);
+    for (const std::string& type : line.types)
+        requireOneLine(type);
+}
+
 void fill(TevoroTalk::Message& message, const CommandLine& line)
 {
+    requireOneLineEach(line);
     requireName(line.target);
     message.target = line.target.c_str();
     message.body = SoString(std::string_view(bodyOf(line)));

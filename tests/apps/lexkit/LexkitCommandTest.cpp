@@ -2,6 +2,7 @@
 #include "core/strings/lexkit/DictionaryTexts.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <regex>
 #include <set>
 
@@ -206,6 +207,20 @@ TEST_F(LexkitCommandTest, TouchesNoFileButTheOneItWrites)
     EXPECT_EQ(read("a.dct.new"), "k=v\n");
     EXPECT_EQ(shell("sh -c 'mkfifo pipe; cat pipe & \"" LEXKIT "\" text a.dct pipe; wait'").out,
         utf16File(u"\"k=v\"\n"));
+}
+
+TEST_F(LexkitCommandTest, LeavesNothingBehindWhereFilesMayNotBeSoLarge)
+{
+    std::string entries;
+    for (int i = 0; i < 3000; ++i)
+        entries += "key" + std::to_string(i) + "=" + std::string(40, 'v') + "\n";
+    write("big.dct", entries);
+    write("out/old", "old");
+    const RunResult run = shell("(ulimit -f 8; \"" LEXKIT "\" compile big.dct out/old)");
+    EXPECT_EQ(run.code, 4) << run.err;
+    EXPECT_EQ(read("out/old"), "old");
+    const std::filesystem::directory_iterator left(path("out"));
+    EXPECT_EQ(std::distance(begin(left), end(left)), 1);
 }
 
 TEST_F(LexkitCommandTest, EndsWithThreeForAFileThatIsNotThere)

@@ -222,6 +222,9 @@ TEST_F(SendCommandTest, RefusesAMessageThatWouldNotGoOut)
     EXPECT_EQ(run({"send", "", "x"}).code, 2);
     EXPECT_EQ(run({"send", "echo-1.0", "x", "--header", "NoValue"}).code, 2);
     EXPECT_EQ(run({"send", "echo-1.0", "x", "--header", "a:b=c"}).code, 2);
+    EXPECT_EQ(run({"send", "echo-1.0", "x", "--type", "a\nFoo: 1"}).code, 2);
+    EXPECT_EQ(run({"send", "echo-1.0", "x", "--request", "Result\nFoo: 1"}).code, 2);
+    EXPECT_EQ(run({"send", "echo-1.0", "x", "--as", "asker-1.0\nFoo: 1"}).code, 2);
 }
 
 TEST_F(SendCommandTest, RejectsAMessageWithTheDigestOfAnother)

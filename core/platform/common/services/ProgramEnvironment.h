@@ -32,7 +32,10 @@ int terminalWidth(std::FILE* stream);
 // closed pipe, or beyond the limit of a file's size, fails instead of ending the program.
 void noteInterrupts();
 
-// Whether one was noted.
+// From now on a write beyond the limit of a file's size fails instead of ending the program.
+void failBeyondSizeLimit();
+
+// Whether an interrupt was noted.
 bool wasInterrupted();
 
 // Blocks until there is something to read from the stream, its end included, or an interrupt was

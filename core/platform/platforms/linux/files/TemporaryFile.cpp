@@ -1,9 +1,12 @@
 #include "platform/platforms/linux/files/TemporaryFile.h"
 
 #include "platform/common/files/FilePlacement.h"
+#include "platform/common/services/ProcessControl.h"
+#include "platform/platforms/linux/files/SameFile.h"
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <filesystem>
 #include <utility>
 
@@ -16,7 +19,6 @@ namespace Pt {
 namespace {
 
 constexpr std::string_view kPrefix = ".unfinished-";
-constexpr std::string_view kDigits = "0123456789";
 
 std::string nextName()
 {
@@ -25,19 +27,32 @@ std::string nextName()
     return std::string(kPrefix) + std::to_string(::getpid()) + '-' + std::to_string(++counter);
 }
 
-bool isNumber(std::string_view text)
+// As std::to_string writes one that is not 0; nothing for all else.
+std::optional<unsigned long> numberIn(std::string_view text)
 {
-    return !text.empty() && text.find_first_not_of(kDigits) == std::string_view::npos;
+    unsigned long number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isWhole = error == std::errc() && end == text.data() + text.size();
+    return isWhole && text.front() != '0' ? std::optional(number) : std::nullopt;
 }
 
-// Only the exact form: anything else in somebody's folder is theirs.
-bool isTemporaryName(std::string_view name)
+// The process that made a file of that name. Only the exact form: anything else in somebody's
+// folder is theirs.
+std::optional<unsigned long> makerOf(std::string_view name)
 {
     if (!name.starts_with(kPrefix))
-        return false;
+        return std::nullopt;
     const std::string_view numbers = name.substr(kPrefix.size());
-    const std::size_t hyphen = std::min(numbers.find('-'), numbers.size() - 1);
-    return isNumber(numbers.substr(0, hyphen)) && isNumber(numbers.substr(hyphen + 1));
+    const std::size_t hyphen = numbers.find('-');
+    if (hyphen == std::string_view::npos || !numberIn(numbers.substr(hyphen + 1)))
+        return std::nullopt;
+    return numberIn(numbers.substr(0, hyphen));
+}
+
+// What this user's processes could have made: no pipe or device, and no second name of a file.
+bool isPlainOwnFile(const struct stat& status)
+{
+    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid() && status.st_nlink <= 1;
 }
 
 bool tryLock(const Descriptor& file)
@@ -52,11 +67,16 @@ bool isGone(const std::string& path)
     return ::lstat(path.c_str(), &status) == -1 && errno == ENOENT;
 }
 
-// A lock that can be had means that its writer has ended.
-bool removeIfStale(const std::string& path)
+// Its maker has ended, and a lock that can be had says so for makers on other machines too. Looked
+// at before it is opened: opening a pipe or a device has effects of its own.
+bool removeIfStale(const std::string& path, unsigned long maker)
 {
+    struct stat status = {};
+    if (isProcessRunning(maker) || ::lstat(path.c_str(), &status) != 0 || !isPlainOwnFile(status))
+        return false;
     const Descriptor file = Descriptor::open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-    return file.isOpen() && tryLock(file) && ::unlink(path.c_str()) == 0;
+    return file.isOpen() && isSameFile(file.get(), status) && tryLock(file)
+        && ::unlink(path.c_str()) == 0;
 }
 
 } // namespace
@@ -73,11 +93,13 @@ std::optional<TemporaryFile> TemporaryFile::make(
         error = file.isOpen() ? std::error_code() : lastError();
         if (error)
             return std::nullopt;
-        // Between the two calls somebody who clears away may have taken it for stale. A file system
-        // without locks has nobody who clears away.
-        tryLock(file);
-        if (!isGone(path))
-            return TemporaryFile(path, std::move(file));
+        TemporaryFile fresh(path, std::move(file));
+        // Between the two calls somebody on another machine who clears away may have taken it for
+        // stale: the lock is theirs, or the name has gone. A file system without locks has nobody
+        // who clears away.
+        const bool isTaken = !tryLock(fresh.m_file) && errno == EWOULDBLOCK;
+        if (!isTaken && !isGone(path))
+            return fresh;
     }
 }
 
@@ -123,9 +145,8 @@ std::size_t removeStaleTemporaryFiles(const std::string& folder)
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        if (!isTemporaryName(entry->path().filename().string()))
-            continue;
-        if (removeIfStale(entry->path().string()))
+        const auto maker = makerOf(entry->path().filename().string());
+        if (maker && removeIfStale(entry->path().string(), *maker))
             ++removed;
     }
     return removed;

@@ -1,7 +1,7 @@
 // A new file on its way to its final name. Until then it bears one of the one form that all
 // temporary files of ours have, ".unfinished-<process id>-<number>", in the folder that it is meant
 // for; there it is removed again unless it was given its name. It is locked (flock) while it is
-// being written, so that what a killed process left behind can be told and cleared away.
+// being written: with the process id, that tells what a killed process left behind.
 //
 // One thread at a time. Failures come back as the system's error codes.
 #pragma once
@@ -44,8 +44,8 @@ private:
     Descriptor m_file;
 };
 
-// Removes from a folder what killed processes left of these; those being written stay. Returns how
-// many were removed.
+// Removes from a folder what killed processes of this user left of these; those being written stay,
+// and so does what none of our processes could have made. Returns how many were removed.
 std::size_t removeStaleTemporaryFiles(const std::string& folder);
 
 // Writes, sets the mode if there is one, flushes and closes, each step looked at: some file systems

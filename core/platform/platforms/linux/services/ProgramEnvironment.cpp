@@ -91,9 +91,13 @@ void noteInterrupts()
     // all.
     if (before.sa_handler != SIG_IGN)
         ::sigaction(SIGHUP, &action, nullptr);
-    // Writing to a closed pipe or beyond a limit of size is then an error of the call, which is
-    // told like others.
+    // Writing to a closed pipe is then an error of the call, which is told like others.
     std::signal(SIGPIPE, SIG_IGN);
+    failBeyondSizeLimit();
+}
+
+void failBeyondSizeLimit()
+{
     std::signal(SIGXFSZ, SIG_IGN);
 }
 

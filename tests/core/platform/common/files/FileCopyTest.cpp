@@ -297,21 +297,50 @@ TEST_F(FileCopyTest, KnowsASourceOfTheFarFutureAgain)
     }
 }
 
+// No process has a number like that.
 TEST_F(FileCopyTest, RemovesStaleCopiesAndSparesThoseThatAreWritten)
 {
-    folder.write("to/.unfinished-1-1", "stale");
-    folder.write("to/.unfinished-1-2", "in use");
-    folder.write("to/unfinished-1-1", "a user's file");
-    fs::create_symlink("unfinished-1-1", folder.path("to/.unfinished-link"));
-    const int held = ::open(folder.path("to/.unfinished-1-2").c_str(), O_RDONLY | O_CLOEXEC);
+    folder.write("to/.unfinished-99999999-1", "stale");
+    folder.write("to/.unfinished-99999999-2", "in use");
+    folder.write("to/unfinished-99999999-1", "a user's file");
+    fs::create_symlink("unfinished-99999999-1", folder.path("to/.unfinished-link"));
+    const int held = ::open(folder.path("to/.unfinished-99999999-2").c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(held, LOCK_EX), 0);
     EXPECT_EQ(Pt::removeStaleCopies(folder.path("to")), 1U);
-    EXPECT_FALSE(fs::exists(folder.path("to/.unfinished-1-1")));
-    EXPECT_TRUE(fs::exists(folder.path("to/.unfinished-1-2")));
-    EXPECT_TRUE(fs::exists(folder.path("to/unfinished-1-1")));
+    EXPECT_FALSE(fs::exists(folder.path("to/.unfinished-99999999-1")));
+    EXPECT_TRUE(fs::exists(folder.path("to/.unfinished-99999999-2")));
+    EXPECT_TRUE(fs::exists(folder.path("to/unfinished-99999999-1")));
     ::close(held);
     EXPECT_EQ(Pt::removeStaleCopies(folder.path("to")), 1U);
     EXPECT_EQ(Pt::removeStaleCopies(folder.path("missing")), 0U);
+}
+
+// What bears such a name and cannot be ours: all of it stays.
+TEST_F(FileCopyTest, RemovesNothingThatNoneOfItsProcessesMade)
+{
+    const auto path = [this](const char* number) {
+        return folder.path("to/.unfinished-99999999-") + number;
+    };
+    folder.write("precious", "one file with two names");
+    fs::create_hard_link(folder.path("precious"), path("1"));
+    ASSERT_EQ(::mkfifo(path("2").c_str(), 0600), 0);
+    fs::create_symlink(folder.path("precious"), path("3"));
+    fs::create_directory(path("4"));
+    const std::string ofLiving =
+        folder.write("to/.unfinished-" + std::to_string(::getpid()) + "-900", "being written");
+    EXPECT_EQ(Pt::removeStaleCopies(folder.path("to")), 0U);
+    for (const char* const number : {"1", "2", "3", "4"})
+        EXPECT_TRUE(fs::exists(fs::symlink_status(path(number)))) << number;
+    EXPECT_TRUE(fs::exists(ofLiving));
+}
+
+TEST_F(FileCopyTest, RemovesNothingOfAnotherUser)
+{
+    const std::string path = folder.write("to/.unfinished-99999999-1", "somebody's");
+    if (::chown(path.c_str(), 65534, 65534) != 0)
+        GTEST_SKIP() << "this user may not give a file away";
+    EXPECT_EQ(Pt::removeStaleCopies(folder.path("to")), 0U);
+    EXPECT_TRUE(fs::exists(path));
 }
 
 TEST_F(FileCopyTest, RemovesOnlyNamesOfTheExactFormOfItsOwn)
@@ -320,9 +349,13 @@ TEST_F(FileCopyTest, RemovesOnlyNamesOfTheExactFormOfItsOwn)
         ".unfinished-1",
         ".unfinished-1-",
         ".unfinished--1",
-        ".unfinished-1-2x",
+        ".unfinished-99999999-2x",
         ".unfinished-a-1",
-        ".unfinished-1-2-3",
+        ".unfinished-99999999-2-3",
+        ".unfinished-00-00",
+        ".unfinished-99999999-01",
+        ".unfinished-099999999-1",
+        ".unfinished-99999999999999999999999-1",
         ".unfinished-1 -2",
         "unfinished-1-2",
         "x.unfinished-1-2",
