@@ -138,12 +138,19 @@ public:
 private:
     friend class TevoroTalkContext;
     friend class TevoroTalkThread;
+    friend class ThreadForwardMsgHandler;
+
+    // What kind of message is sent: that says how long it waits for a target that does not read.
+    enum class Kind { kMessage, kAnswer, kRetry, kCopy };
 
     bool sendFrom(Message& message,
         bool launch,
         unsigned long waitSeconds,
         const SoString* launchOptions,
-        bool isAnswer) const;
+        Kind kind) const;
+    bool transmit(const Message& message, Kind kind) const;
+    bool sendCopy(Message& message) const;
+    bool isOnBusThread() const;
     bool sendResponse(const Message& message, const char* word, Message* reply) const;
     bool sendError(
         const Message& message, const char* text, long code, unsigned long waitSeconds) const;
@@ -152,6 +159,7 @@ private:
     bool deliverThere(const Message& message,
         bool launch,
         const SoString* launchOptions,
+        Kind kind,
         const char*& failure) const;
     void watchForTimeout(const Message& message) const;
     void waitForTarget(const SoString& target) const;

@@ -19,8 +19,9 @@ class TevoroTalkThread;
 
 class TEVOROTALK_API TevoroTalkContext : public SoLockable {
 public:
-    // Starts the thread of the bus under that name.
-    explicit TevoroTalkContext(const TevoroTalk::Specifier& specifier);
+    // Starts the thread of the bus under that name; with `awaitsInstance` not before the main
+    // instance has got its name.
+    explicit TevoroTalkContext(const TevoroTalk::Specifier& specifier, bool awaitsInstance = false);
     // Waits for the thread to end: up to ten seconds if it is sending to a peer that does not read.
     ~TevoroTalkContext() override;
     TevoroTalkContext(const TevoroTalkContext&) = delete;
@@ -39,6 +40,9 @@ public:
 
     TevoroTalk* getMainInstance() const;
     void setMainInstance(TevoroTalk* instance);
+    // A copy of an application has one number: the thread and the stream for questions take the
+    // number that the main instance got, if they are called like it otherwise.
+    void followMainInstance();
     long getNumberOfInstances() const;
     // Null if n is beyond the last.
     TevoroTalk* getNthInstance(long n) const;
@@ -88,6 +92,9 @@ namespace TevoroTalkData {
 // null.
 TevoroTalkContext* contextOfFirstInstance();
 void setContextOfFirstInstance(TevoroTalkContext* context);
+// Starts the bus for it, without a port: the instance takes its name first, and then
+// followMainInstance() lets the others have theirs.
+void startForInstance(const SoString& appName);
 
 } // namespace TevoroTalkData
 } // namespace ScObjects

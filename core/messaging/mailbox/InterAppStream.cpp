@@ -4,6 +4,7 @@
 #include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/MainStream.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/threads/Lock.h"
 
@@ -18,8 +19,6 @@ namespace {
 
 // Bytes; grows to the largest text.
 constexpr long kFirstBufferSize = 4096;
-// A second copy of an application is instance 1, and there are nine copies at most.
-constexpr int kMaxInstances = 8;
 
 constinit Pt::Lock gStreamLock;
 constinit InterAppStream* gInterAppStream TEVORO_GUARDED_BY(gStreamLock) = nullptr;
@@ -182,6 +181,30 @@ bool MacInterAppStream::sendWithin(std::chrono::milliseconds patience,
     return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), patience);
 }
 
+bool MacInterAppStream::sendUnlessSilent(std::chrono::milliseconds patience,
+    const SoString& target,
+    const SoString& head,
+    const SoString& rest) const
+{
+    const auto start = std::chrono::steady_clock::now();
+    const auto allowed = m_silentTargets.patienceFor(target.view(), patience);
+    const bool isSent = sendWithin(allowed, target, head, rest);
+    if (isSent)
+        m_silentTargets.hasRead(target.view());
+    // Whoever is not there at all says so at once.
+    else if (allowed.count() > 0 && std::chrono::steady_clock::now() - start >= allowed)
+        m_silentTargets.hasNotRead(target.view(), allowed);
+    return isSent;
+}
+
+bool MacInterAppStream::sendMessageUnlessSilent(
+    std::chrono::milliseconds patience, const TevoroTalk::Message& message) const
+{
+    SoString head;
+    return isGood() && message.writeHeadToString(head)
+        && sendUnlessSilent(patience, message.target, head, message.body);
+}
+
 bool MacInterAppStream::sendMessage(const TevoroTalk::Message& message) const
 {
     // The body, which may be large, goes as it lies there. Without a port a digest would be for
@@ -274,6 +297,27 @@ void InterAppStream::InitTerm::init(const SoString& appName)
     // First the old one, whose name may be the same.
     delete std::exchange(gInterAppStream, nullptr);
     gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
+}
+
+bool InterAppStream::InitTerm::follow(const SoString& appName)
+{
+    TevoroTalk::Specifier wanted(appName, false);
+    wanted.setSuffix("ping");
+    {
+        const Pt::Locked lock(gStreamLock);
+        if (gInterAppStream != nullptr
+            && !TevoroTalkData::isSameButForNumber(wanted, gInterAppStream->getSpecifier()))
+            return true;
+    }
+    if (!isCalled(wanted))
+        init(appName);
+    return isCalled(wanted);
+}
+
+bool InterAppStream::InitTerm::isCalled(const SoString& name)
+{
+    const Pt::Locked lock(gStreamLock);
+    return gInterAppStream != nullptr && gInterAppStream->getSpecifier() == name;
 }
 
 void InterAppStream::InitTerm::exit()

@@ -10,6 +10,7 @@
 #include "messaging/SoString.h"
 #include "messaging/SoVector.h"
 #include "messaging/TevoroTalk.h"
+#include "messaging/mailbox/SilentTargets.h"
 
 #include <chrono>
 #include <memory>
@@ -26,6 +27,12 @@ extern const char* const gPortName;
 
 // How long a send waits for a process that does not read (docs/bus.md).
 inline constexpr std::chrono::milliseconds kSendPatience{10'000};
+
+// The same where somebody else's question may wait behind the send.
+inline constexpr std::chrono::milliseconds kBriefPatience{100};
+
+// A second copy of an application is instance 1, and there are nine copies at most.
+inline constexpr int kMaxInstances = 8;
 
 class BaseInterAppStream : public SoLockable {
 public:
@@ -97,8 +104,17 @@ public:
         const SoString& target,
         const SoString& head,
         const SoString& rest = SoString()) const;
+    // The same, but does not wait for a target that has let such a send wait for nothing, until it
+    // has read something.
+    bool sendUnlessSilent(std::chrono::milliseconds patience,
+        const SoString& target,
+        const SoString& head,
+        const SoString& rest = SoString()) const;
     // A message as its text goes, to its target. False, too, when it has no target or no sender.
     bool sendMessage(const TevoroTalk::Message& message) const;
+    bool sendMessageUnlessSilent(
+        std::chrono::milliseconds patience, const TevoroTalk::Message& message) const;
+    TevoroTalkData::SilentTargets& silentTargets() const { return m_silentTargets; }
     bool receive() override;
     bool messagePending() const override;
     bool canOpen(const SoString& name, bool flag) const override;
@@ -122,6 +138,7 @@ private:
         pt_guarded_by(m_sendLock));
     mutable SoVector<DataRef> m_msgQueue TEVOROTALK_GUARDED_BY(this);
     SoLockable m_sendLock;
+    mutable TevoroTalkData::SilentTargets m_silentTargets;
 };
 
 class InterAppStream final : public MacInterAppStream {
@@ -132,6 +149,11 @@ public:
         // Replaces it by one of that name with the suffix "ping".
         static void init(const SoString& appName);
         static void exit();
+        // Takes the number that `appName` has, if it is called like it otherwise; made if it is
+        // missing. False if somebody else has that name.
+        static bool follow(const SoString& appName);
+        // Whether it is there under that name.
+        static bool isCalled(const SoString& name);
     };
 
     InterAppStream(const SoString& specifier, bool flag);

@@ -51,7 +51,7 @@ long callHandler(MsgHandler& handler, int reason, TevoroTalk::Message& message, 
     }
 }
 
-PrivateData::PrivateData(const TevoroTalk::Specifier& specifier)
+PrivateData::PrivateData(InterAppStream* itsStream)
 {
     try {
         m_signals = std::make_unique<Signals>();
@@ -64,7 +64,7 @@ PrivateData::PrivateData(const TevoroTalk::Specifier& specifier)
         m_signals.reset();
     }
     // After the signals: the stream's wait is to end for them as well.
-    openStream(specifier);
+    adopt(itsStream);
     registerNumberedInstance();
 }
 
@@ -82,7 +82,12 @@ void PrivateData::openStream(const SoString& name)
     const ObjectLock lock(*this);
     // The old name goes first: the new one may be the same.
     delete std::exchange(stream, nullptr);
-    stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
+    adopt(TevoroTalkUtils::createNextAvailableInterAppStream(name));
+}
+
+void PrivateData::adopt(InterAppStream* itsStream)
+{
+    stream = itsStream;
     if (stream != nullptr && m_signals != nullptr)
         m_signals->all.add(stream->waitDescriptor());
     // If one of them cannot be added, the slower set of descriptors is waited on instead.
@@ -103,6 +108,38 @@ void PrivateData::registerNumberedInstance()
     base.setInstance("");
     const SoString path = TevoroTalk::Specifier::getApplicationPath(base);
     unregisterApp = numbered.registerApplication(path, nullptr, false);
+}
+
+bool PrivateData::sendAnswer(const TevoroTalk::Message& message, const SoString& head, bool mayWait)
+{
+    using std::chrono::milliseconds;
+    if (stream == nullptr)
+        return false;
+    retryLateAnswers();
+    // Answers to one target keep their order.
+    if (!m_lateAnswers.holdsFor(message.target)
+        && stream->sendUnlessSilent(
+            mayWait ? kSendPatience : milliseconds(0), message.target, head, message.body))
+        return true;
+    if (stream->silentTargets().isSilent(message.target.view())
+        || stream->canOpen(message.target, true))
+        return false;
+    SoString text(head);
+    text << message.body;
+    return m_lateAnswers.keep(message.target, text, kSendPatience);
+}
+
+void PrivateData::retryLateAnswers()
+{
+    if (m_lateAnswers.isEmpty() || stream == nullptr)
+        return;
+    m_lateAnswers.retry(
+        [this](const SoString& target, const SoString& text) {
+            return stream->sendUnlessSilent(std::chrono::milliseconds(0), target, text);
+        },
+        [this](const SoString& target) {
+            stream->silentTargets().hasNotRead(target.view(), kSendPatience);
+        });
 }
 
 int PrivateData::waitDescriptor() const

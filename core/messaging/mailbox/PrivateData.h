@@ -7,6 +7,7 @@
 
 #include "messaging/MsgHandler.h"
 #include "messaging/mailbox/InterAppStream.h"
+#include "messaging/mailbox/LateAnswers.h"
 #include "messaging/mailbox/MessageQueue.h"
 #include "platform/common/ports/Waiting.h"
 
@@ -27,7 +28,8 @@ long callHandler(
 
 class PrivateData final : public SoLockable {
 public:
-    explicit PrivateData(const TevoroTalk::Specifier& specifier);
+    // Takes ownership of the stream; null for an instance that got no name.
+    explicit PrivateData(InterAppStream* itsStream);
     ~PrivateData() override;
     PrivateData(const PrivateData&) = delete;
     PrivateData& operator=(const PrivateData&) = delete;
@@ -45,6 +47,12 @@ public:
     void openStream(const SoString& name);
 
     void appendDiagnostics(SoString& out, const SoString& path) const;
+
+    // An answer, which waits for a target that does not read ten seconds once, and not again until
+    // it has read something. Without `mayWait` it waits among the late answers, as it does behind
+    // those. True if it was sent or is kept.
+    bool sendAnswer(const TevoroTalk::Message& message, const SoString& head, bool mayWait);
+    void retryLateAnswers();
 
     int waitDescriptor() const;
     bool waitForMessage(std::chrono::milliseconds limit) const;
@@ -67,6 +75,7 @@ private:
         Pt::DescriptorSet all;
     };
 
+    void adopt(InterAppStream* itsStream);
     void registerNumberedInstance();
     // -1 when it is not there.
     long placeOf(const TevoroTalk::MsgHandler* handler) const TEVOROTALK_REQUIRES(this);
@@ -77,6 +86,7 @@ private:
     // Those of the handlers that were counted.
     SoVector<TevoroTalk::MsgHandler> m_forwardHandlers TEVOROTALK_GUARDED_BY(this);
     bool m_streamWakes = false; // the stream's own wait ends for the signals, too
+    LateAnswers m_lateAnswers;
 
 public:
     // Destroyed before the signals that they use; outgoing first.

@@ -1,6 +1,8 @@
 #include "messaging/TevoroTalk.h"
 
 #include "messaging/TevoroTalkContext.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/MainStream.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
 #include "messaging/process/TevoroTalkThread.h"
@@ -19,6 +21,16 @@ TevoroTalk::Specifier canonical(const char* appName)
     return specifier;
 }
 
+InterAppStream* openStreamFor(const TevoroTalk::Specifier& name, bool isMain)
+{
+    if (!isMain)
+        return TevoroTalkUtils::createNextAvailableInterAppStream(name);
+    const TevoroTalkContext* const context = TevoroTalkContext::getCurrentContext();
+    // The thread may be just about to open its own port.
+    const TevoroTalkContext::PausedThread pause(context);
+    return openMainStream(name, context != nullptr ? context->getThread()->getSpecifier() : "");
+}
+
 } // namespace
 
 TevoroTalk::TevoroTalk(
@@ -27,11 +39,9 @@ TevoroTalk::TevoroTalk(
     // The instance belongs to the context that is being made.
     if (TevoroTalkSetupThread::isSetupThreadRunning())
         TevoroTalkSetupThread::syncWithSetupThread();
-    if (mainInstance && context == nullptr && TevoroTalkContext::getCurrentContext() == nullptr) {
-        InitTerm::init(appName, true);
-        setContextOfFirstInstance(TevoroTalkContext::getCurrentContext());
-    }
-    m_data = new PrivateData(canonical(appName));
+    if (mainInstance && context == nullptr && TevoroTalkContext::getCurrentContext() == nullptr)
+        startForInstance(appName);
+    m_data = new PrivateData(openStreamFor(canonical(appName), mainInstance));
     // An instance of the current context asks for it anew each time, and so follows a change of
     // contexts.
     if (context != TevoroTalkContext::getCurrentContext())
@@ -43,8 +53,10 @@ TevoroTalk::TevoroTalk(
     // now.
     if (TevoroTalkContext* const ours = getContext()) {
         ours->appendInstance(this);
-        if (mainInstance)
+        if (mainInstance) {
             ours->setMainInstance(this);
+            ours->followMainInstance();
+        }
     }
     if (handler != nullptr) {
         m_data->addHandler(handler);

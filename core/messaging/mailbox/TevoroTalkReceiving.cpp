@@ -119,6 +119,7 @@ Outcome callHandlerFor(TevoroTalk& instance, const Message& message, Message& co
 bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatch)
 {
     MessageQueue& incoming = m_data->incoming;
+    m_data->retryLateAnswers();
     incoming.removeExpiredMessages();
     // A message that is put in and taken out at once would raise and lower the flag, which costs
     // two calls of the system.
@@ -163,6 +164,7 @@ bool TevoroTalk::dispatchIncoming()
 bool TevoroTalk::dispatchArrived(bool& dispatched)
 {
     MessageQueue& incoming = m_data->incoming;
+    m_data->retryLateAnswers();
     incoming.removeExpiredMessages();
     incoming.pauseSignals();
     const bool arrived = textPending();

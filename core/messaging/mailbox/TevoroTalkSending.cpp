@@ -5,6 +5,7 @@
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/PrivateData.h"
+#include "messaging/process/TevoroTalkThread.h"
 
 #include <algorithm>
 #include <chrono>
@@ -54,12 +55,6 @@ bool enqueue(MessageQueue& queue, Message* message)
         return true;
     delete message;
     return false;
-}
-
-// The body, which may be large, goes as it lies there.
-bool sendMessage(const InterAppStream* stream, const SoString& head, const Message& message)
-{
-    return stream != nullptr && stream->send(message.target, head, message.body);
 }
 
 // The receipt of a message that does not leave the process.
@@ -164,14 +159,19 @@ void fillErrorAnswer(Message& answer, const Message& question, const char* text,
 bool TevoroTalk::send(
     Message& message, bool launch, unsigned long waitSeconds, const SoString* launchOptions) const
 {
-    return sendFrom(message, launch, waitSeconds, launchOptions, false);
+    return sendFrom(message, launch, waitSeconds, launchOptions, Kind::kMessage);
+}
+
+bool TevoroTalk::sendCopy(Message& message) const
+{
+    return sendFrom(message, false, 0, nullptr, Kind::kCopy);
 }
 
 bool TevoroTalk::sendFrom(Message& message,
     bool launch,
     unsigned long waitSeconds,
     const SoString* launchOptions,
-    bool isAnswer) const
+    Kind kind) const
 {
     // An empty script is the probe whether somebody runs, and handlers never see it.
     if (isEmptyRequest(message))
@@ -184,7 +184,7 @@ bool TevoroTalk::sendFrom(Message& message,
     stamp(message, target, *this);
     // A handler of an answer's number is one of another message: numbers are each process's own.
     const bool isAwaited = !message.responseRequest.isEmpty()
-        || (!isAnswer && m_data->findHandler("", message.serialNumber) != nullptr);
+        || (kind != Kind::kAnswer && m_data->findHandler("", message.serialNumber) != nullptr);
     if (isAwaited)
         askForProcessed(message);
     if (message.sender.isEmpty())
@@ -194,7 +194,7 @@ bool TevoroTalk::sendFrom(Message& message,
     bool delivered = deliverHere(message);
     if (!delivered) {
         const char* failure = nullptr;
-        delivered = deliverThere(message, launch, launchOptions, failure);
+        delivered = deliverThere(message, launch, launchOptions, kind, failure);
         if (failure != nullptr)
             return sendError(message, failure, kSendFailed, waitSeconds);
     }
@@ -224,17 +224,17 @@ bool TevoroTalk::deliverHere(const Message& message) const
 }
 
 // To another process, or into the outgoing queue. With a failure the message is in neither.
-bool TevoroTalk::deliverThere(
-    const Message& message, bool launch, const SoString* launchOptions, const char*& failure) const
+bool TevoroTalk::deliverThere(const Message& message,
+    bool launch,
+    const SoString* launchOptions,
+    Kind kind,
+    const char*& failure) const
 {
     // What waits for this target goes first.
-    if (m_data->outgoing.findMessageForTarget(message.target) == nullptr) {
-        SoString head;
-        message.writeHeadToString(head);
-        if (sendMessage(m_data->stream, head, message)) {
-            logMessage("SEND", message, true);
-            return true;
-        }
+    if (m_data->outgoing.findMessageForTarget(message.target) == nullptr
+        && transmit(message, kind)) {
+        logMessage("SEND", message, true);
+        return true;
     }
     if (!launch) {
         failure = "ERROR: LAUNCHING IS SUPPRESSED";
@@ -252,6 +252,43 @@ bool TevoroTalk::deliverThere(
     logMessage("ENQUEUED OUTGOING MESSAGE", message, true);
     enqueue(m_data->outgoing, new Message(message));
     return false;
+}
+
+bool TevoroTalk::isOnBusThread() const
+{
+    const TevoroTalkContext* const context = getContext();
+    return context != nullptr && context->getThread() != nullptr
+        && context->getThread()->isCurrent();
+}
+
+// The text of a message, to its target. The thread of the bus waits for nobody, as questions of
+// other processes wait for it.
+bool TevoroTalk::transmit(const Message& message, Kind kind) const
+{
+    const InterAppStream* const stream = m_data->stream;
+    SoString head;
+    if (stream == nullptr || !message.writeHeadToString(head))
+        return false;
+    const bool mayWait = !isOnBusThread();
+    // The body, which may be large, goes as it lies there.
+    const auto sendUnlessSilent = [&](std::chrono::milliseconds patience) {
+        return stream->sendUnlessSilent(patience, message.target, head, message.body);
+    };
+    switch (kind) {
+    case Kind::kMessage:
+        // A notice that an answer has not come is an answer itself.
+        if (message.type == QK_TIMEOUT)
+            break;
+        return stream->sendWithin(
+            mayWait ? kSendPatience : kBriefPatience, message.target, head, message.body);
+    case Kind::kRetry:
+        return sendUnlessSilent(mayWait ? kSendPatience : std::chrono::milliseconds(0));
+    case Kind::kCopy:
+        return sendUnlessSilent(kBriefPatience);
+    case Kind::kAnswer:
+        break;
+    }
+    return m_data->sendAnswer(message, head, mayWait);
 }
 
 void TevoroTalk::watchForTimeout(const Message& message) const
@@ -313,7 +350,7 @@ bool TevoroTalk::sendResponse(const Message& message, const char* word, Message*
         if (answer.isUserType())
             answer.type << message.type;
     }
-    return sendFrom(answer, false, 0, nullptr, true);
+    return sendFrom(answer, false, 0, nullptr, Kind::kAnswer);
 }
 
 bool TevoroTalk::sendError(
@@ -344,16 +381,14 @@ bool TevoroTalk::sendResult(const Message& message, const SoString& result) cons
 
 bool TevoroTalk::processOutgoingMessage()
 {
-    // Targets that failed in this pass: what else waits for them would fail, too, after ten seconds
-    // each.
+    // Targets that failed in this pass: what else waits for them would fail, too.
     SoVector<SoString> failedTargets;
     const auto attempt = [&](const Message& message) {
         // A later message does not overtake an earlier one.
         const bool isHeldUp = holds(failedTargets, message.target);
-        SoString head;
-        if (m_data->stream == nullptr || (!isHeldUp && !message.writeHeadToString(head)))
+        if (m_data->stream == nullptr || message.target.isEmpty() || message.sender.isEmpty())
             return true; // it can never be sent
-        if (!isHeldUp && sendMessage(m_data->stream, head, message)) {
+        if (!isHeldUp && transmit(message, Kind::kRetry)) {
             logMessage("SEND ENQUEUED MESSAGE", message, true);
             return true;
         }

@@ -78,7 +78,7 @@ void publish(TevoroTalkContext& context,
     // instance queues it like any other.
     const InterAppStream* const stream = InterAppStream::get();
     if (stream != nullptr)
-        stream->sendMessage(entry);
+        stream->sendMessageUnlessSilent(kBriefPatience, entry);
     SoString path = "/log/";
     path << name;
     TevoroTalkUtils::forwardMessage(message, "FWDLOGS", path, reason);

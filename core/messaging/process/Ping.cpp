@@ -6,6 +6,7 @@
 #include "messaging/TevoroTalkPing.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/InterAppStream.h"
+#include "messaging/process/RunningState.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "platform/common/ports/Waiting.h"
@@ -47,10 +48,16 @@ bool takeAnswer(InterAppStream& stream)
     return stream.messagePending() && stream.receive();
 }
 
-// Answers to questions that were given up.
+// Answers to questions that were given up: what was there when this began. Whoever goes on writing
+// to the port does not hold a question up.
 void dropLateAnswers(InterAppStream& stream)
 {
-    while (takeAnswer(stream)) { }
+    const auto deadline = SteadyClock::now() + kRetry;
+    for (bool more = stream.messagePending(); more;) {
+        while (stream.hasUnreadTexts() && stream.receive())
+            stream.getMessages();
+        more = stream.hasMore() && SteadyClock::now() < deadline && stream.messagePending();
+    }
     stream.getMessages();
 }
 
@@ -81,9 +88,13 @@ private:
 
 // What the process that was asked says; nothing when no text of its own is there. Serial numbers
 // say nothing about answers, and a sender may leave its name out.
-std::optional<SoString> answerFrom(const SoString& asked, InterAppStream& stream)
+std::optional<SoString> answerFrom(
+    const SoString& asked, InterAppStream& stream, SteadyClock::time_point deadline)
 {
-    while (takeAnswer(stream)) {
+    // At least one look; not for ever, when others keep writing.
+    for (bool isFirst = true; takeAnswer(stream); isFirst = false) {
+        if (!isFirst && SteadyClock::now() >= deadline + kRetry)
+            break;
         // Without memory for the text the stream stays empty.
         const SoString text = stream.getMessages();
         Message message;
@@ -107,11 +118,11 @@ SoString waitForAnswer(
         // Rounded up: rounded down, the last fraction of a millisecond would be spent in a loop
         // without any waiting.
         arrival.wait(std::chrono::ceil<milliseconds>(deadline - now));
-        if (const std::optional<SoString> answer = answerFrom(asked, stream))
+        if (const std::optional<SoString> answer = answerFrom(asked, stream, deadline))
             return *answer;
     }
     // Once more after the deadline, which sending may have used up.
-    return answerFrom(asked, stream).value_or(TevoroTalkData::QK_TIMEOUT);
+    return answerFrom(asked, stream, deadline).value_or(TevoroTalkData::QK_TIMEOUT);
 }
 
 // Within the question's own time, and no longer than any other send.
@@ -177,7 +188,11 @@ SoString unusedSender(const InterAppStream& stream, const SoString& self, const 
 }
 
 // Whether a port has an owner who takes a message.
-bool testTarget(const SoString& self, const SoString& port, const char* type, std::uint32_t serial)
+bool testTarget(const SoString& self,
+    const SoString& port,
+    const char* type,
+    std::uint32_t serial,
+    milliseconds patience)
 {
     // Whoever asks is there, and must not be sent a message.
     if (self == port)
@@ -190,7 +205,7 @@ bool testTarget(const SoString& self, const SoString& port, const char* type, st
     message.target = port;
     message.type = type;
     message.serialNumber = serial;
-    return stream->sendMessage(message);
+    return stream->sendMessageUnlessSilent(patience, message);
 }
 
 bool launchedProcessRuns(const SoString& specifier)
@@ -245,14 +260,14 @@ SoString TevoroTalkUtils::ping(const SoString& target,
     return result;
 }
 
-bool TevoroTalk::Specifier::isRunning() const
+bool TevoroTalkData::isRunningWithin(std::chrono::milliseconds patience, const Specifier& specifier)
 {
-    if (isEmpty())
+    if (specifier.isEmpty())
         return false;
     SoString self;
     std::uint32_t serial = 0;
     if (!TevoroTalkSetupThread::isSetupThreadRunning()) {
-        if (TevoroTalkContext* const context = getSharedContext()) {
+        if (TevoroTalkContext* const context = TevoroTalk::getSharedContext()) {
             self = context->getAppSpecifier();
             serial = context->getNextSerialNumber();
         } else {
@@ -260,15 +275,27 @@ bool TevoroTalk::Specifier::isRunning() const
             self << "Unknown" << TevoroTalkUtils::getUTCTimeMilliSeconds();
         }
     }
-    if (self == *this)
+    if (self == specifier)
         return true;
+    const auto takes = [&](const SoString& port, const char* type) {
+        return testTarget(self, port, type, serial, patience);
+    };
     // An application is running if its bus thread is, also when it does not pump. An address with a
     // suffix means just that port.
-    if (suffix().isEmpty()
-        && (launchedProcessRuns(*this)
-            || testTarget(self, Words::createThreadSpecifier(*this), Words::QK_PINGTYPE, serial)))
+    if (specifier.suffix().isEmpty()
+        && (launchedProcessRuns(specifier)
+            || takes(Words::createThreadSpecifier(specifier), Words::QK_PINGTYPE)))
         return true;
-    return testTarget(self, *this, TevoroTalkData::kQuillscriber, serial);
+    return takes(specifier, TevoroTalkData::kQuillscriber);
+}
+
+bool TevoroTalk::Specifier::isRunning() const
+{
+    // The thread of the bus waits for nobody for long.
+    const TevoroTalkThread* const thread =
+        TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalkThread::getMainThread();
+    const bool mayWait = thread == nullptr || !thread->isCurrent();
+    return TevoroTalkData::isRunningWithin(mayWait ? kSendPatience : kBriefPatience, *this);
 }
 
 bool TevoroTalk::Specifier::isBusy() const

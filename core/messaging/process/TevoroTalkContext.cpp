@@ -3,6 +3,7 @@
 #include "messaging/BusWords.h"
 #include "messaging/Message.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/InterAppStream.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "platform/common/ports/Sha1.h"
@@ -72,7 +73,7 @@ TevoroTalkContext::PausedThread::PausedThread(const TevoroTalkContext* context)
         m_lock.emplace(*context->m_thread);
 }
 
-TevoroTalkContext::TevoroTalkContext(const TevoroTalk::Specifier& specifier)
+TevoroTalkContext::TevoroTalkContext(const TevoroTalk::Specifier& specifier, bool awaitsInstance)
     : m_nextSerialNumber(gLastSerialNumber)
     , m_logging(TevoroTalkUtils::isLoggingAskedFor())
 {
@@ -80,7 +81,8 @@ TevoroTalkContext::TevoroTalkContext(const TevoroTalk::Specifier& specifier)
     // lock is taken before the context's.
     static const EndsThreadAtExit atExit;
     m_thread = new TevoroTalkThread(this, specifier);
-    m_thread->start();
+    if (!awaitsInstance)
+        m_thread->start();
 }
 
 TevoroTalkContext::~TevoroTalkContext()
@@ -180,6 +182,22 @@ void TevoroTalkContext::setMainInstance(TevoroTalk* instance)
 {
     const ObjectLock lock(*this);
     m_mainInstance = instance;
+}
+
+void TevoroTalkContext::followMainInstance()
+{
+    // A copy that is just starting may hold one of the names until it has found its own number.
+    constexpr int kAttempts = 10;
+    constexpr unsigned int kPause = 50; // milliseconds
+    const SoString name = getAppSpecifier();
+    for (int i = 0; i < kAttempts && !name.isEmpty(); ++i) {
+        const bool hasThread = m_thread->follow(name);
+        if (InterAppStream::InitTerm::follow(name) && hasThread)
+            break;
+        TevoroTalkUtils::sleep(kPause);
+    }
+    // Does nothing if it was started before.
+    m_thread->start();
 }
 
 long TevoroTalkContext::getNumberOfInstances() const

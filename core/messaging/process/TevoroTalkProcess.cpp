@@ -28,6 +28,13 @@ TevoroTalkContext* givenOrCurrent(TevoroTalkContext* context)
     return context != nullptr ? context : TevoroTalkContext::getCurrentContext();
 }
 
+void initParts(const SoString& appName)
+{
+    TevoroTalkConnector::InitTerm::init(appName);
+    TevoroTalkData::MessageGlobals::init();
+    Thread::InitTerm::init();
+}
+
 void refreshConnector(const TevoroTalkContext& context)
 {
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
@@ -45,14 +52,22 @@ bool TevoroTalk::InitTerm::init(const SoString& appName, bool synchronous)
 {
     TevoroTalkUtils::init();
     InterAppStream::InitTerm::init(appName);
-    TevoroTalkConnector::InitTerm::init(appName);
-    TevoroTalkData::MessageGlobals::init();
-    ScObjects::Thread::InitTerm::init();
+    initParts(appName);
     if (TevoroTalkContext::getCurrentContext() != nullptr)
         return false;
     TevoroTalkSetupThread::startOver(); // after one that failed
     return synchronous ? TevoroTalkSetupThread::runSetup(appName)
                        : TevoroTalkSetupThread::startSetupThread(appName);
+}
+
+void TevoroTalkData::startForInstance(const SoString& appName)
+{
+    // The stream of a former bus of this process is not this one's.
+    InterAppStream::InitTerm::exit();
+    initParts(appName);
+    TevoroTalkSetupThread::startOver();
+    TevoroTalkSetupThread::runSetup(appName, true);
+    setContextOfFirstInstance(TevoroTalkContext::getCurrentContext());
 }
 
 bool TevoroTalk::InitTerm::exit()

@@ -100,7 +100,7 @@ void applyLaunchOptions(const SoString& parameters, TevoroTalk::Specifier& speci
     deleteWords(words);
 }
 
-void runLocked(const SoString& appName, SoString& error)
+void runLocked(const SoString& appName, bool awaitsInstance, SoString& error)
 {
     if (const TevoroTalkConnector* const connector = TevoroTalkConnector::get())
         connector->getNumberOfRegisteredApplications(); // makes it load
@@ -112,7 +112,7 @@ void runLocked(const SoString& appName, SoString& error)
     }
     if (!parameters.isEmpty())
         applyLaunchOptions(parameters, specifier);
-    auto* const context = new TevoroTalkContext(specifier);
+    auto* const context = new TevoroTalkContext(specifier, awaitsInstance);
     // Before it becomes the current one: whoever finds it there may delete it, and that forgets it
     // here.
     gTevoroTalkContext = context;
@@ -144,7 +144,7 @@ void TevoroTalkSetupThread::run()
     gSetupThreadId = Pt::currentThreadHandle();
     {
         const TrackSetupTime time;
-        runLocked(m_appName, m_errorText);
+        runLocked(m_appName, false, m_errorText);
     }
     gSetupThreadId = 0;
     gSetupThreadDone = true;
@@ -193,14 +193,14 @@ bool TevoroTalkSetupThread::startSetupThread(const SoString& appName)
     return true;
 }
 
-bool TevoroTalkSetupThread::runSetup(const SoString& appName)
+bool TevoroTalkSetupThread::runSetup(const SoString& appName, bool awaitsInstance)
 {
     if (gSetupThreadDone)
         return false;
     SoString error;
     {
         const TrackSetupTime time;
-        runLocked(appName, error);
+        runLocked(appName, awaitsInstance, error);
     }
     gSetupThreadDone = true;
     return error.isEmpty();

@@ -22,7 +22,8 @@ public:
     static bool syncWithSetupThread();
     // Both return false if a set-up was done already; runSetup also if the name is unusable.
     static bool startSetupThread(const SoString& appName);
-    static bool runSetup(const SoString& appName);
+    // With `awaitsInstance`, the thread of the bus starts when the main instance is there.
+    static bool runSetup(const SoString& appName, bool awaitsInstance = false);
 
     // Called when a context is deleted. If it is the one that was set up, another set-up may
     // follow.

@@ -2,6 +2,7 @@
 
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/MainStream.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
 
@@ -119,6 +120,19 @@ bool TevoroTalkThread::setContext(TevoroTalkContext* context)
     return true;
 }
 
+bool TevoroTalkThread::follow(const SoString& appSpecifier)
+{
+    const ObjectLock lock(*this);
+    const SoString wanted = createThreadSpecifier(appSpecifier);
+    const SoString former = m_threadSpecifier;
+    if (!isSameButForNumber(wanted, former) || (m_stream != nullptr && wanted == former))
+        return true;
+    openStream(wanted);
+    if (m_stream == nullptr) // somebody else was faster
+        openStream(former);
+    return m_threadSpecifier == wanted;
+}
+
 SoString TevoroTalkThread::getSpecifier() const
 {
     const ObjectLock lock(*this);
@@ -205,8 +219,9 @@ void TevoroTalkThread::readPings()
     for (const char* at = text.get(); at != end;) {
         TevoroTalk::Message message;
         const char* const next = message.readFromString(at, end);
-        // A text that is no message would be read again and again.
-        if (next == at)
+        // A text that is no message would be read again and again. Whoever ends the thread does not
+        // wait for the rest of a text.
+        if (next == at || m_stopRequested)
             return;
         at = next;
         message.timestamp = TevoroTalkUtils::getTimeSeconds();
@@ -275,7 +290,22 @@ bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const S
     // Question and answer stand in the same header.
     message.setHeader(QK_ECHO_REQUEST, reply);
     message.serialNumber = TevoroTalk::Message::getNextSerialNumber(m_context);
-    return m_stream != nullptr && m_stream->sendMessage(message);
+    return m_stream != nullptr && sendAnswer(message);
+}
+
+// Other questions wait behind an answer for which there is no room: it waits briefly, and only one
+// a second does, however many askers do not read.
+bool TevoroTalkThread::sendAnswer(const TevoroTalk::Message& message)
+{
+    using std::chrono::steady_clock;
+    constexpr std::chrono::seconds kBetween{1};
+    const auto start = steady_clock::now();
+    const bool mayWait = start - m_lastSlowAnswer >= kBetween;
+    const auto patience = mayWait ? kBriefPatience : std::chrono::milliseconds(0);
+    const bool isSent = m_stream->sendMessageUnlessSilent(patience, message);
+    if (mayWait && steady_clock::now() - start >= patience)
+        m_lastSlowAnswer = start;
+    return isSent;
 }
 
 // Texts that were looked at and not taken in do not make a port readable any more.

@@ -64,6 +64,9 @@ public:
 
     // Serves another context; takes a new name if that context has another one. Always true.
     bool setContext(TevoroTalkContext* context);
+    // Takes the number that `appSpecifier` has, if its port is called like it otherwise. False if
+    // somebody else has that name.
+    bool follow(const SoString& appSpecifier);
     // The name of its port; empty while it has none.
     SoString getSpecifier() const;
 
@@ -113,6 +116,7 @@ private:
     void runLocked() TEVOROTALK_REQUIRES(this);
     void readPings() TEVOROTALK_REQUIRES(this);
     void answerPing(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    bool sendAnswer(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void serveInstances() TEVOROTALK_REQUIRES(this);
     void removeExpiredPingData();
     void beIdle() TEVOROTALK_REQUIRES(this);
@@ -130,6 +134,8 @@ private:
     SoVector<PingData> m_pingData TEVOROTALK_GUARDED_BY(this);
     double m_avgPumpInterval TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds; 0 until measured
     double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
+
+    std::chrono::steady_clock::time_point m_lastSlowAnswer TEVOROTALK_GUARDED_BY(this);
 
     // What the loop waits on, used by the thread itself; missing if there are no descriptors left.
     struct Waits;

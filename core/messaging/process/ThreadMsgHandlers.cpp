@@ -3,10 +3,13 @@
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "messaging/process/RunningState.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/wire/Forwarding.h"
 #include "registry/TevoroTalkConnector.h"
 
+#include <chrono>
 #include <cstring>
 
 namespace ScObjects {
@@ -16,15 +19,6 @@ using Message = TevoroTalk::Message;
 using Words = TevoroTalkThread;
 
 namespace {
-
-using SteadyClock = std::chrono::steady_clock;
-
-// After a subscriber that takes nothing has held a send up for ten seconds.
-constexpr std::chrono::minutes kSilence{1};
-
-// Whether somebody is there is known in far less; a process that was stopped with a full port holds
-// the question up for as long as a send may take, and its silence counts from then on.
-constexpr std::chrono::seconds kSlowAnswer{1};
 
 // One line of the tree for a node with children.
 void appendNode(SoString& out, const SoString& path, const SoString& label, const SoString& value)
@@ -252,19 +246,23 @@ long ThreadForwardMsgHandler::handleMessage(int, Message& message, SoString*)
 {
     const TevoroTalk* const instance =
         m_context != nullptr ? m_context->getMainInstance() : nullptr;
-    const auto now = SteadyClock::now();
-    // The cheap tests first; isRunning sends a message.
-    if (instance == nullptr || m_target.isEmpty() || now < m_silentUntil)
+    if (instance == nullptr || m_target.isEmpty() || !isThere())
         return 0;
-    const bool isRunning = TevoroTalk::Specifier(m_target, false).isRunning();
-    bool isSilent = SteadyClock::now() - now >= kSlowAnswer;
-    if (isRunning && !isSilent) {
-        address(message, m_target, instance->getAppName(), m_key);
-        isSilent = !instance->send(message, false, 0, nullptr);
-    }
-    if (isSilent)
-        m_silentUntil = SteadyClock::now() + kSilence;
+    address(message, m_target, instance->getAppName(), m_key);
+    m_isSilent = !instance->sendCopy(message);
     return 0;
+}
+
+// The test leaves a text at the subscriber's port. One that does not read is sent to without it,
+// and without waiting: what finds room there shows that it reads again.
+bool ThreadForwardMsgHandler::isThere()
+{
+    if (m_isSilent)
+        return true;
+    const auto start = std::chrono::steady_clock::now();
+    const bool isRunning = isRunningWithin(kBriefPatience, TevoroTalk::Specifier(m_target, false));
+    m_isSilent = std::chrono::steady_clock::now() - start >= kBriefPatience;
+    return isRunning;
 }
 
 const char* ThreadForwardMsgHandler::getMsgType() const

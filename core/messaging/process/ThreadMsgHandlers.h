@@ -8,8 +8,6 @@
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 
-#include <chrono>
-
 namespace ScObjects {
 
 class TevoroTalkThread;
@@ -72,7 +70,7 @@ public:
 };
 
 // Added to the main instance; sends to a subscriber what is forwarded under its key. A subscriber
-// that does not read blocks a send until its timeout, and then gets nothing for a minute.
+// that does not read holds a send up for a moment, and then loses what finds no room at its port.
 class ThreadForwardMsgHandler final : public ThreadMsgHandler {
 public:
     ThreadForwardMsgHandler(
@@ -82,9 +80,11 @@ public:
     const char* getMsgType() const override;
 
 private:
+    bool isThere();
+
     SoString m_target;
     SoString m_key;
-    std::chrono::steady_clock::time_point m_silentUntil; // calls come one after another
+    bool m_isSilent = false; // calls come one after another
 };
 
 } // namespace ScObjects

@@ -1,6 +1,10 @@
 // Names and numbers between processes.
 #include "core/messaging/support/BusProcessFixture.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "platform/common/ports/LocalPort.h"
 
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,7 +14,39 @@ using namespace ScObjects;
 using test::bytes;
 using test::PeerProcess;
 
-class TevoroTalkNamesTest : public test::BusProcessFixture { };
+class TevoroTalkNamesTest : public test::BusProcessFixture {
+protected:
+    // The names that each process holds, without the prefix of the bus.
+    static std::map<long, std::set<std::string>> namesByProcess()
+    {
+        std::map<long, std::set<std::string>> names;
+        for (const Pt::HeldPort& port : Pt::heldLocalPorts())
+            names[port.processId].insert(port.name.substr(std::string(gPortName).size()));
+        return names;
+    }
+
+    // Starts copies of an application at once, and sees that each has one number for all its names.
+    static void startTogether(int copies, const std::vector<std::string>& words)
+    {
+        std::vector<Peer> peers;
+        for (int i = 0; i < copies; ++i)
+            peers.push_back(std::make_unique<PeerProcess>(words));
+        std::set<std::string> got;
+        for (const Peer& peer : peers)
+            got.insert(peer->line());
+        EXPECT_EQ(got.size(), static_cast<std::size_t>(copies));
+        EXPECT_FALSE(got.contains("-"));
+        std::set<std::set<std::string>> expected;
+        for (const std::string& name : got)
+            expected.insert({name, name + "#ping", name + "#thread"});
+        std::set<std::set<std::string>> held;
+        for (const auto& [process, names] : namesByProcess())
+            held.insert(names);
+        EXPECT_EQ(held, expected);
+        for (const Peer& peer : peers)
+            EXPECT_EQ(peer->finish(), 0);
+    }
+};
 
 } // namespace
 
@@ -84,4 +120,25 @@ TEST_F(TevoroTalkNamesTest, OfMessagesAreNumbersThatBeginWith1)
     first->tell("send nobody-1.0 - 0 text");
     EXPECT_EQ(first->line(), "not 4");
     EXPECT_EQ(first->finish(), 0);
+}
+
+TEST_F(TevoroTalkNamesTest, HaveOneNumberEachInCopiesThatAreStartedTogether)
+{
+    for (int round = 0; round < 5; ++round)
+        startTogether(4, {BUS_PEER, "peer-1.0"});
+}
+
+TEST_F(TevoroTalkNamesTest, HaveOneNumberEachWhereTheInstanceStartsTheBus)
+{
+    for (int round = 0; round < 5; ++round)
+        startTogether(4, {BUS_PEER, "peer-1.0", "alone"});
+}
+
+TEST_F(TevoroTalkNamesTest, SkipANumberOfWhichAnotherProcessHasAPart)
+{
+    const InterAppStream thread("peer-1.0#thread", true);
+    const InterAppStream questions("peer_1-1.0#ping", true);
+    auto [copy, name] = peerAndName("peer-1.0");
+    EXPECT_EQ(name, "peer_2-1.0");
+    EXPECT_EQ(copy->finish(), 0);
 }

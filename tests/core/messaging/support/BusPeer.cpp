@@ -1,5 +1,6 @@
-// An application in a process of its own. Usage: bus_peer NAME [COUNT]. Starts the bus under that
-// name and says which it got, or "-"; with COUNT it counts from the beginning. Then it pumps
+// An application in a process of its own. Usage: bus_peer NAME [COUNT|alone]. Starts the bus under
+// that name, with "alone" by its instance alone, and says which it got, or "-"; with COUNT it
+// counts from the beginning. Then it pumps
 // whenever there is something to do, and does what each line of its input asks for, until that
 // ends:
 //
@@ -83,8 +84,8 @@ private:
 
 class Peer {
 public:
-    Peer(const char* name, long expected)
-        : m_instance((TevoroTalk::InitTerm::init(name, true),
+    Peer(const char* name, long expected, bool isAlone)
+        : m_instance((isAlone || TevoroTalk::InitTerm::init(name, true),
             m_handler = new PeerHandler,
             new TevoroTalk(name, m_handler, true, nullptr)))
     {
@@ -206,6 +207,7 @@ int main(int count, char** words)
 {
     if (count != 2 && count != 3)
         return 2;
-    Peer peer(words[1], count == 3 ? std::stol(words[2]) : -1);
+    const bool isAlone = count == 3 && std::string(words[2]) == "alone";
+    Peer peer(words[1], count == 3 && !isAlone ? std::stol(words[2]) : -1, isAlone);
     return peer.run() ? 0 : 2;
 }

@@ -1,0 +1,44 @@
+// Which targets do not read what they are sent. A process that is stopped, or never looks at its
+// port, holds a sender up once, and not again before it has read something.
+//
+// A target may take up at most the whole patience in a minute, so that one that reads a text now
+// and then does not hold every send up. Any thread may call.
+#pragma once
+
+#include <chrono>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace ScObjects::TevoroTalkData {
+
+class SilentTargets {
+public:
+    using Milliseconds = std::chrono::milliseconds;
+
+    // How long to wait for room at that target: up to `whole`, and not at all while it is silent.
+    Milliseconds patienceFor(std::string_view target, Milliseconds whole) const;
+
+    // It took a text.
+    void hasRead(std::string_view target);
+    // It made no room in that time, which is what patienceFor() allowed.
+    void hasNotRead(std::string_view target, Milliseconds waited);
+
+    bool isSilent(std::string_view target) const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Record {
+        bool isSilent = true;
+        Milliseconds waited{0};
+        Clock::time_point since; // begins the minute that `waited` counts for
+    };
+
+    mutable std::mutex m_lock;
+    // Only targets that have held a send up; those are few, and each has cost its time.
+    std::unordered_map<std::string, Record> m_records;
+};
+
+} // namespace ScObjects::TevoroTalkData
