@@ -3,9 +3,9 @@
 // interpret the texts.
 //
 // Names may contain any bytes and have any length. Texts may contain any bytes, from 1 byte to
-// kLargestText. No text arrives truncated, duplicated or, from one sender object, out of order. The
-// name becomes free the moment its holder ends, even if it is killed. Both sides refuse processes
-// of other users.
+// kLargestText. No text arrives truncated or duplicated, nor out of order if one thread sent them
+// by one sender object. The name becomes free the moment its holder ends, even if it is killed.
+// Both sides refuse processes of other users.
 //
 // The folder of the ports is TEVOROTALK_PORT_DIR, else "tevorotalk" in the runtime folder, else
 // /tmp/tevorotalk-<user id>; it is looked up at each call. A folder that cannot be trusted (a link,
@@ -14,6 +14,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -43,19 +44,33 @@ public:
     // May throw: the text counts as taken, and receive() passes the exception on.
     using Taker = std::function<void(char* text, std::size_t size)>;
 
+    // How much one call passes on: it ends as soon as that many texts, or that many bytes, have
+    // been taken. The last text may be longer than what is left of the bytes. Nothing of either is
+    // room for nothing.
+    struct Bound {
+        std::size_t texts = SIZE_MAX;
+        std::size_t bytes = SIZE_MAX;
+    };
+
     // Passes the texts that have arrived to `take`, without waiting. Returns their number. Stops
     // after half a megabyte and one text of one sender, so that large texts can be handled one by
     // one and reuse their memory; the rest of that sender's backlog comes next, before other
     // senders. While the process has no descriptors left, new senders wait, and a text too long for
     // a packet is lost. Must not be called from `take`.
     std::size_t receive(const Taker& take);
-    // Whether the last receive() left texts of a sender for the next one.
+    // The same up to a bound. What finds no room stays where it is, in its order, keeps
+    // descriptor() readable, and lets its senders wait once their buffers are full.
+    std::size_t receive(const Taker& take, const Bound& room);
+    // Whether the last receive() left texts of a sender for the next one, or may have left some
+    // because it came to its bound.
     bool hasMore() const;
 
     // Passes on only the text that ended the last wait(), without looking for others: one at most,
     // and none if the wait ended for something else. So whoever waits for an answer gets it sooner.
     // If another sender's backlog was begun in this way, continues with that instead.
     std::size_t receiveAwaited(const Taker& take);
+    // The same; with room for nothing it takes nothing, and the wait counts as still unanswered.
+    std::size_t receiveAwaited(const Taker& take, const Bound& room);
 
     // Readable (poll, epoll, select) while receive() has something to do, which may be just a
     // sender that disconnected. Belongs to the port: wait on it, do not read or close it.
@@ -75,7 +90,8 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-// The sending side. Caches its connections and reuses them. One thread at a time.
+// The sending side. Caches its connections and reuses them. Any number of threads may send at once;
+// one that waits holds up no other, whatever the targets.
 class LocalPortSender {
 public:
     LocalPortSender();
@@ -85,7 +101,7 @@ public:
 
     // Sends a text to the mailbox of that name. On false no part of it was delivered: at once if
     // nobody holds the name, or if the text is empty or too long; after the timeout `patience` if
-    // the holder does not read.
+    // the holder does not read. With no patience it tries once and never waits.
     bool send(std::string_view name, std::string_view text, std::chrono::milliseconds patience);
     // The same for a text in two pieces.
     bool send(std::string_view name,

@@ -6,6 +6,7 @@
 #include "platform/platforms/linux/ports/PacketReader.h"
 #include "platform/platforms/linux/ports/SenderTurn.h"
 
+#include <algorithm>
 #include <atomic>
 #include <optional>
 #include <unordered_map>
@@ -41,9 +42,11 @@ struct LocalPort::State {
 
     bool open();
     bool watch(int descriptor);
-    std::size_t receive(const Taker& take);
+    bool hasRoom() const { return room.texts != 0 && room.bytes != 0; }
+    std::size_t receive(const Taker& take, const Bound& bound);
+    std::size_t receiveReady(const Taker& take);
     std::size_t acceptConnections(const Taker& take);
-    std::size_t receiveAwaited(const Taker& take);
+    std::size_t receiveAwaited(const Taker& take, const Bound& bound);
     std::size_t finish(const Taker& take);
     std::size_t drain(int connection, int most, const Taker& take);
     void pauseListening();
@@ -63,6 +66,7 @@ struct LocalPort::State {
     std::atomic<int> awaited{-1}; // the connection that the last wait ended for
     SenderTurn turn;
     bool isCut = false; // the last receive() left texts of the sender that has the turn
+    Bound room; // what is left of the bound of the call
     // Of whoever waits here: all that `watcher` has, and what was added. Made on first use.
     std::optional<DescriptorSet> waited;
 };
@@ -94,7 +98,15 @@ bool LocalPort::State::watch(int descriptor)
     return ::epoll_ctl(watcher.get(), EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
-std::size_t LocalPort::State::receive(const Taker& take)
+std::size_t LocalPort::State::receive(const Taker& take, const Bound& bound)
+{
+    room = bound;
+    const std::size_t count = hasRoom() ? receiveReady(take) : 0;
+    isCut = isCut || !hasRoom();
+    return count;
+}
+
+std::size_t LocalPort::State::receiveReady(const Taker& take)
 {
     const bool isOthersTurn = turn.isLong();
     std::size_t count = finish(take);
@@ -110,7 +122,7 @@ std::size_t LocalPort::State::receive(const Taker& take)
     const int ready = retryInterrupted([this] {
         return ::epoll_wait(watcher.get(), events.data(), static_cast<int>(events.size()), 0);
     });
-    for (int i = 0; i < ready && (!isCut || isOthersTurn); ++i) {
+    for (int i = 0; i < ready && hasRoom() && (!isCut || isOthersTurn); ++i) {
         const int descriptor = events[static_cast<std::size_t>(i)].data.fd;
         if (descriptor == listener.get())
             count += acceptConnections(take);
@@ -142,7 +154,7 @@ std::size_t LocalPort::State::acceptConnections(const Taker& take)
             continue;
         connections[number] = std::move(connection);
         count += drain(number, kMaxPackets, take);
-        if (isCut)
+        if (isCut || !hasRoom())
             break;
     }
     return count;
@@ -159,8 +171,11 @@ std::size_t LocalPort::State::finish(const Taker& take)
     return 0;
 }
 
-std::size_t LocalPort::State::receiveAwaited(const Taker& take)
+std::size_t LocalPort::State::receiveAwaited(const Taker& take, const Bound& bound)
 {
+    room = bound;
+    if (!hasRoom())
+        return 0;
     // Once only: the next call looks at everything again.
     const int connection = awaited.exchange(-1);
     if (!connections.contains(connection)) // it may have gone since
@@ -180,7 +195,7 @@ std::size_t LocalPort::State::drain(int connection, int most, const Taker& take)
     // Until the end of the connection's texts is seen, more may be there. A call for one text says
     // nothing about it.
     isCut = most != 1;
-    for (int i = 0; i < most && bytes < kMaxBytes; ++i) {
+    for (int i = 0; i < most && bytes < kMaxBytes && hasRoom(); ++i) {
         const auto outcome = reader.read(connection);
         // Closing takes it out of both sets as well.
         if (outcome == PacketReader::Outcome::kEnd)
@@ -194,6 +209,8 @@ std::size_t LocalPort::State::drain(int connection, int most, const Taker& take)
             ++count;
             bytes += reader.size();
             turn.took(reader.size());
+            room.texts -= 1;
+            room.bytes -= std::min(room.bytes, reader.size());
             take(reader.text(), reader.size());
         }
     }
@@ -265,14 +282,24 @@ LocalPort::~LocalPort() = default;
 
 std::size_t LocalPort::receive(const Taker& take)
 {
-    const std::size_t count = m_state->receive(take);
+    return receive(take, Bound());
+}
+
+std::size_t LocalPort::receive(const Taker& take, const Bound& room)
+{
+    const std::size_t count = m_state->receive(take, room);
     m_state->reader.trim();
     return count;
 }
 
 std::size_t LocalPort::receiveAwaited(const Taker& take)
 {
-    const std::size_t count = m_state->receiveAwaited(take);
+    return receiveAwaited(take, Bound());
+}
+
+std::size_t LocalPort::receiveAwaited(const Taker& take, const Bound& room)
+{
+    const std::size_t count = m_state->receiveAwaited(take, room);
     m_state->reader.trim();
     return count;
 }

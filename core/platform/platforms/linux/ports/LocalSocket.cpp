@@ -1,5 +1,9 @@
 #include "platform/platforms/linux/ports/LocalSocket.h"
 
+#include <algorithm>
+#include <climits>
+
+#include <poll.h>
 #include <sys/time.h>
 
 namespace Pt {
@@ -48,6 +52,24 @@ bool limitWait(int socket, SteadyTime deadline)
         return false;
     const timeval limit = {left / 1'000'000, left % 1'000'000};
     return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
+}
+
+bool waitFor(int socket, short events, SteadyTime deadline)
+{
+    using std::chrono::milliseconds;
+    for (;;) {
+        const auto left =
+            std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+        if (left <= 0)
+            return false;
+        pollfd question = {socket, events, 0};
+        const int most = static_cast<int>(std::min<decltype(left)>(left, INT_MAX));
+        const int ready = ::poll(&question, 1, most);
+        if (ready > 0)
+            return true;
+        if (ready == -1 && errno != EINTR)
+            return false;
+    }
 }
 
 Descriptor connectToLocalPort(const LocalPortFolder& folder,
