@@ -11,6 +11,7 @@
 namespace ScObjects {
 
 namespace TevoroTalkData {
+class MessageQueue;
 class WireReader;
 } // namespace TevoroTalkData
 
@@ -90,12 +91,20 @@ public:
     SoString digestStatus; // "NODIGEST", "REJECTED" or empty
 
 private:
+    friend class TevoroTalkData::MessageQueue;
+
     Header* findHeader(const char* name) const;
     void addHeader(const char* name, const char* value);
     void deleteHeaders();
     void readWith(TevoroTalkData::WireReader& reader);
     void forgetFormerContent();
     void turnAnswerIntoType();
+
+    // What the queue that holds the message has noted of it; not copied.
+    struct QueueNote {
+        std::size_t bytes = 0;
+    };
+    QueueNote m_note;
 };
 
 } // namespace ScObjects

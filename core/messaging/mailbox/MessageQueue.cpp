@@ -72,6 +72,22 @@ void completeTimes(Message& message)
         message.timeout = kQueueLifetime;
 }
 
+// All texts that the message keeps.
+std::size_t bytesOf(const Message& message)
+{
+    std::size_t bytes = 0;
+    for (const SoString* text : {&message.target,
+             &message.sender,
+             &message.type,
+             &message.responseRequest,
+             &message.version,
+             &message.body})
+        bytes += text->view().size();
+    for (const auto* header = message.headers; header != nullptr; header = header->next)
+        bytes += header->name.view().size() + header->value.view().size();
+    return bytes;
+}
+
 // From a sender to itself, to tell it that no answer to this number has come.
 bool watchesFor(const Message& message, std::uint32_t serialNumber)
 {
@@ -158,6 +174,12 @@ long MessageQueue::length() const
 {
     const ObjectLock lock(*this);
     return m_messages.length();
+}
+
+std::size_t MessageQueue::bytes() const
+{
+    const ObjectLock lock(*this);
+    return m_bytes;
 }
 
 bool MessageQueue::append(Message* message)
@@ -264,7 +286,9 @@ void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
             continue;
         }
         const ObjectLock lock(*this);
+        m_bytes -= message->m_note.bytes;
         postpone(*message);
+        noteSize(*message);
         if (deadlineOf(*message) < m_nearestDeadline)
             arm(deadlineOf(*message));
         ++place;
@@ -336,8 +360,16 @@ long MessageQueue::appendDiagnostics(SoString& out, const SoString& path) const
     return count;
 }
 
-void MessageQueue::added(const Message& message)
+void MessageQueue::noteSize(Message& message)
 {
+    // Noted in the message: whoever changes it while it waits does not change what it counted for.
+    message.m_note.bytes = bytesOf(message);
+    m_bytes += message.m_note.bytes;
+}
+
+void MessageQueue::added(Message& message)
+{
+    noteSize(message);
     if (isWatcher(message))
         ++m_watchers;
     if (deadlineOf(message) < m_nearestDeadline)
@@ -349,6 +381,7 @@ void MessageQueue::removed(const Message& message)
 {
     if (isWatcher(message))
         --m_watchers;
+    m_bytes -= message.m_note.bytes;
 }
 
 void MessageQueue::showState()

@@ -44,6 +44,8 @@ public:
     // Whether there is a message that getNextMessage(QK_INVALID_MESSAGE_NUMBER) would return.
     bool hasMessage() const;
     long length() const;
+    // Of all texts of the messages that wait here: bodies, heads and custom headers.
+    std::size_t bytes() const;
 
     // Takes ownership. False, and no change, if the message is null or has no sender or target.
     bool append(TevoroTalk::Message* message);
@@ -75,7 +77,8 @@ public:
 private:
     using Messages = SoVector<TevoroTalk::Message>;
 
-    void added(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    void noteSize(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    void added(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void removed(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void showState() TEVOROTALK_REQUIRES(this);
     void takeOut(long index, Messages& taken) TEVOROTALK_REQUIRES(this);
@@ -89,6 +92,7 @@ private:
     Messages m_messages TEVOROTALK_GUARDED_BY(this);
     SoString m_diagnosticsRoot TEVOROTALK_GUARDED_BY(this);
     long m_watchers TEVOROTALK_GUARDED_BY(this) = 0;
+    std::size_t m_bytes TEVOROTALK_GUARDED_BY(this) = 0;
     // A lower bound of all deadlines; the largest number if nothing expires.
     std::atomic<std::int64_t> m_nearestDeadline{std::numeric_limits<std::int64_t>::max()};
     Pt::WaitableFlag* m_flag TEVOROTALK_GUARDED_BY(this) = nullptr;
