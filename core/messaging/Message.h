@@ -92,9 +92,11 @@ public:
 
 private:
     friend class TevoroTalkData::MessageQueue;
+    friend class TevoroTalkData::WireReader;
 
-    Header* findHeader(const char* name) const;
-    void addHeader(const char* name, const char* value);
+    Header* findHeader(std::string_view name) const;
+    // Null if there was no memory.
+    Header* addHeader(std::string_view name, std::string_view value);
     void deleteHeaders();
     void readWith(TevoroTalkData::WireReader& reader);
     void forgetFormerContent();
