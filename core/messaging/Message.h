@@ -11,6 +11,7 @@
 namespace ScObjects {
 
 namespace TevoroTalkData {
+class MessageQueue;
 class WireReader;
 } // namespace TevoroTalkData
 
@@ -90,12 +91,22 @@ public:
     SoString digestStatus; // "NODIGEST", "REJECTED" or empty
 
 private:
-    Header* findHeader(const char* name) const;
-    void addHeader(const char* name, const char* value);
+    friend class TevoroTalkData::MessageQueue;
+    friend class TevoroTalkData::WireReader;
+
+    Header* findHeader(std::string_view name) const;
+    // Null if there was no memory.
+    Header* addHeader(std::string_view name, std::string_view value);
     void deleteHeaders();
     void readWith(TevoroTalkData::WireReader& reader);
     void forgetFormerContent();
     void turnAnswerIntoType();
+
+    // What the queue that holds the message has noted of it; not copied.
+    struct QueueNote {
+        std::size_t bytes = 0;
+    };
+    QueueNote m_note;
 };
 
 } // namespace ScObjects

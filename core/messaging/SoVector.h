@@ -2,7 +2,7 @@
 // their order. Removing from the front is as cheap as appending: most of these arrays are queues.
 // Not thread-safe: one thread at a time.
 //
-// Starts with room for 32 and grows by 32; never shrinks.
+// Starts with room for 32 and grows by 32; never shrinks. Whoever expects many elements reserves.
 #pragma once
 
 #include "messaging/SoHeap.h"
@@ -19,8 +19,10 @@ public:
     long length() const { return m_length; }
     long capacity() const { return m_capacity; }
 
-    // Adds at the end; duplicates are allowed.
-    void append(void* element);
+    // Adds at the end; duplicates are allowed. False, and no change, if there is no memory.
+    bool append(void* element);
+    // Makes room for that many elements. False, and no change, if there is no memory.
+    bool reserve(long count);
     // Removes the first equal element, if there is one.
     void remove(const void* element);
     // Removes and returns the element; null if the index is out of range.
@@ -37,7 +39,7 @@ private:
         const long place = m_first + index;
         return m_data[place < m_capacity ? place : place - m_capacity];
     }
-    void grow();
+    bool growTo(long larger);
 
     void** m_data = nullptr;
     long m_first = 0;
@@ -48,7 +50,7 @@ private:
 template <typename T>
 class SoVector : public SoVectorBase {
 public:
-    void append(T* element) { SoVectorBase::append(element); }
+    bool append(T* element) { return SoVectorBase::append(element); }
     void remove(const T* element) { SoVectorBase::remove(element); }
     T* removeAt(long index) { return static_cast<T*>(SoVectorBase::removeAt(index)); }
     T* operator[](long index) const { return static_cast<T*>(SoVectorBase::operator[](index)); }

@@ -1,12 +1,8 @@
 #include "messaging/mailbox/MessageQueue.h"
 
-#include "messaging/TevoroTalkUtils.h"
-#include "messaging/wire/Forwarding.h"
 #include "platform/common/ports/Waiting.h"
 
 #include <algorithm>
-#include <cstring>
-#include <limits>
 
 namespace ScObjects::TevoroTalkData {
 
@@ -14,15 +10,23 @@ namespace {
 
 using Message = TevoroTalk::Message;
 
-bool isWatcher(const Message& message)
+// Up to this length a queue is walked whenever something may have expired.
+constexpr long kShortQueue = 1024;
+
+// The array itself would grow by a constant, and take ever longer for a long queue.
+bool add(SoVector<Message>& messages, Message* message)
 {
-    return message.type == kIgnore;
+    const long capacity = messages.capacity();
+    if (messages.length() == capacity)
+        messages.reserve(2 * capacity); // without the memory for it, one by one
+    return messages.append(message);
 }
 
-bool matches(const Message& message, std::uint32_t number)
+// Without the memory to remember it, its sender is not told.
+void release(SoVector<Message>& expired, Message* message)
 {
-    return number == QK_INVALID_MESSAGE_NUMBER || message.received == number
-        || message.result == number || message.error == number;
+    if (!add(expired, message))
+        delete message;
 }
 
 // Lets a flag down at the end of a block.
@@ -40,82 +44,14 @@ private:
     std::atomic<bool>& m_flag;
 };
 
-constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
-
-// Times and timeouts of messages are whatever their senders wrote.
-std::int64_t deadlineOf(const Message& message)
-{
-    if (message.timeout <= 0 || message.timestamp <= 0
-        || message.timestamp > kNever - message.timeout)
-        return kNever;
-    return message.timestamp + message.timeout;
-}
-
-// The root is asked for only when somebody subscribed: this is passed several times by every
-// message.
-template <typename Root>
-void forward(const Message& message, const Root& rootOf, const char* label)
-{
-    if (!hasSubscriber("FWDMESSAGES"))
-        return;
-    const SoString root = rootOf();
-    if (!root.isEmpty() && message.type != kDebug)
-        TevoroTalkUtils::forwardMessage(message, "FWDMESSAGES", root, label);
-}
-
-// What the sender has left open: when the message came about and how long it may wait.
-void completeTimes(Message& message)
-{
-    if (message.timestamp == 0)
-        message.timestamp = TevoroTalkUtils::getTimeSeconds();
-    if (message.timeout == 0)
-        message.timeout = kQueueLifetime;
-}
-
-// From a sender to itself, to tell it that no answer to this number has come.
-bool watchesFor(const Message& message, std::uint32_t serialNumber)
-{
-    return message.serialNumber == serialNumber && message.timeout > 0 && isWatcher(message)
-        && message.responseRequest == QK_TIMEOUT && message.target == message.sender;
-}
-
 } // namespace
-
-bool hasTimedOut(const Message& message, std::int64_t now)
-{
-    return message.timeout == 0 ? isWatcher(message) : now >= deadlineOf(message);
-}
-
-bool notifySender(const Message& message, const SoString& word, const SoString& diagnosticsRoot)
-{
-    // Words are searched for: what is between them does not matter.
-    if (std::strstr(message.responseRequest, word) == nullptr)
-        return false;
-    if (message.getUserHeaderValue(kTimeoutDetector) == "SENDER")
-        return false;
-    Message notice;
-    notice.target = message.sender;
-    notice.sender = message.target;
-    if (message.version.isEmpty() || message.version == "1.0") {
-        notice.type = message.type;
-        notice.serialNumber = Message::getNextSerialNumber(nullptr);
-    } else {
-        notice.serialNumber = message.serialNumber;
-        notice.type = word;
-        if (notice.isUserType())
-            notice.type << message.type;
-    }
-    TevoroTalkUtils::logMessage("REMOVING MSG - NOTIFYING SENDER", notice, false);
-    forward(
-        message, [&] { return diagnosticsRoot; }, "timed out");
-    const TevoroTalk* const instance = TevoroTalk::get(nullptr);
-    return instance != nullptr && instance->send(notice, false, 0, nullptr);
-}
 
 MessageQueue::~MessageQueue()
 {
     // Nobody else uses a queue that goes, and the flag may be gone already.
-    notifyAndDelete(m_messages);
+    // A notice may be answered at once, which looks for watchers.
+    while (m_watchers.removeAt(0) != nullptr) { }
+    notifyAndDelete(m_messages, Order::kAsTaken);
 }
 
 void MessageQueue::setSignals(Pt::WaitableFlag* flag, Pt::WallTimer* timer)
@@ -151,7 +87,7 @@ bool MessageQueue::isEmpty() const
 bool MessageQueue::hasMessage() const
 {
     const ObjectLock lock(*this);
-    return m_messages.length() > m_watchers;
+    return m_messages.length() > m_watchers.length();
 }
 
 long MessageQueue::length() const
@@ -160,16 +96,27 @@ long MessageQueue::length() const
     return m_messages.length();
 }
 
+std::size_t MessageQueue::bytes() const
+{
+    const ObjectLock lock(*this);
+    return m_bytes;
+}
+
 bool MessageQueue::append(Message* message)
 {
     if (message == nullptr || message->sender.isEmpty() || message->target.isEmpty())
         return false;
     completeTimes(*message);
     // While it is still nobody else's: a reader of the queue may delete it at any moment.
-    forward(
+    forwardStep(
         *message, [this] { return diagnosticsRoot(); }, "added");
     const ObjectLock lock(*this);
-    m_messages.append(message);
+    if (isWatcher(*message) && !add(m_watchers, message))
+        return false;
+    if (!add(m_messages, message)) {
+        m_watchers.remove(message);
+        return false;
+    }
     added(*message);
     return true;
 }
@@ -183,30 +130,36 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
     Message* result = nullptr;
     {
         const ObjectLock lock(*this);
-        long deferred = 0;
-        while (result == nullptr && deferred < m_messages.length()) {
-            Message& message = *m_messages[deferred];
-            if (hasTimedOut(message, now)) {
-                takeOut(deferred, expired);
-            } else if (matches(message, serialNumber) && isWatcher(message)) {
-                ++deferred;
-            } else {
-                result = m_messages.removeAt(deferred);
-                removed(message);
-            }
-        }
-        // Watchers that were stepped over go behind the others, so that the next call does not meet
-        // them first.
-        m_messages.rotate(deferred);
-        if (expired.length() != 0)
+        result = takeNext(serialNumber, now, expired);
+        if (expired.length() != 0 && mayWalk(now))
             armForNearest();
         showState();
     }
-    notifyAndDelete(expired);
+    notifyAndDelete(expired, Order::kAsTaken);
     if (result != nullptr)
-        forward(
+        forwardStep(
             *result, [this] { return diagnosticsRoot(); }, "picked");
     return result;
+}
+
+// Only ever takes from the front, so that no message behind it is moved.
+Message* MessageQueue::takeNext(std::uint32_t serialNumber, std::int64_t now, Messages& expired)
+{
+    for (long left = m_messages.length(); left > 0; --left) {
+        Message* const message = m_messages.removeAt(0);
+        const bool isExpired = hasTimedOut(*message, now);
+        if (!isExpired && matches(*message, serialNumber) && isWatcher(*message)) {
+            // Behind the others, so that the next call does not meet it first. There is room, as a
+            // place has just become free.
+            m_messages.append(message);
+            continue;
+        }
+        removed(*message);
+        if (!isExpired)
+            return message;
+        release(expired, message);
+    }
+    return nullptr;
 }
 
 const Message* MessageQueue::findMessageForTarget(const SoString& target) const
@@ -238,13 +191,41 @@ void MessageQueue::removeExpiredMessages()
     Messages expired;
     {
         const ObjectLock lock(*this);
-        for (long i = m_messages.length() - 1; i >= 0; --i)
-            if (hasTimedOut(*m_messages[i], now))
-                takeOut(i, expired);
-        armForNearest();
+        if (!mayWalk(now))
+            return;
+        takeExpired(now, expired);
         showState();
     }
-    notifyAndDelete(expired);
+    notifyAndDelete(expired, Order::kReverse);
+}
+
+// Each message in turn goes from the front to the end, or out.
+void MessageQueue::takeExpired(std::int64_t now, Messages& expired)
+{
+    std::int64_t nearest = kNever;
+    for (long left = m_messages.length(); left > 0; --left) {
+        Message* const message = m_messages.removeAt(0);
+        if (hasTimedOut(*message, now)) {
+            removed(*message);
+            release(expired, message);
+        } else {
+            m_messages.append(message); // in the place that has just become free
+            nearest = std::min(nearest, deadlineOf(*message));
+        }
+    }
+    arm(nearest);
+}
+
+// Whether it may take the time to look at each message. A long queue is walked once a second, or
+// when most of it is new: what has expired meanwhile is found when its turn comes.
+bool MessageQueue::mayWalk(std::int64_t now)
+{
+    if (m_messages.length() > kShortQueue && now == m_lastWalk
+        && m_addedSinceWalk < m_messages.length() / 2)
+        return false;
+    m_lastWalk = now;
+    m_addedSinceWalk = 0;
+    return true;
 }
 
 void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
@@ -264,7 +245,9 @@ void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
             continue;
         }
         const ObjectLock lock(*this);
+        m_bytes -= message->m_note.bytes;
         postpone(*message);
+        noteSize(*message);
         if (deadlineOf(*message) < m_nearestDeadline)
             arm(deadlineOf(*message));
         ++place;
@@ -289,7 +272,7 @@ void MessageQueue::takeDone(long place)
         removed(*message);
         showState();
     }
-    forward(
+    forwardStep(
         *message, [this] { return diagnosticsRoot(); }, "picked");
     delete message;
 }
@@ -299,6 +282,9 @@ bool MessageQueue::removeTimeoutMessage(std::uint32_t serialNumber)
     if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
         return false;
     const ObjectLock lock(*this);
+    // Every answer asks, and hardly ever is there such a watcher among many messages.
+    if (!isWatched(serialNumber))
+        return false;
     for (long i = m_messages.length() - 1; i >= 0; --i) {
         const Message* const message = m_messages[i];
         if (!watchesFor(*message, serialNumber))
@@ -336,10 +322,17 @@ long MessageQueue::appendDiagnostics(SoString& out, const SoString& path) const
     return count;
 }
 
-void MessageQueue::added(const Message& message)
+void MessageQueue::noteSize(Message& message)
 {
-    if (isWatcher(message))
-        ++m_watchers;
+    // Noted in the message: whoever changes it while it waits does not change what it counted for.
+    message.m_note.bytes = bytesOf(message);
+    m_bytes += message.m_note.bytes;
+}
+
+void MessageQueue::added(Message& message)
+{
+    noteSize(message);
+    ++m_addedSinceWalk;
     if (deadlineOf(message) < m_nearestDeadline)
         arm(deadlineOf(message));
     showState();
@@ -348,12 +341,13 @@ void MessageQueue::added(const Message& message)
 void MessageQueue::removed(const Message& message)
 {
     if (isWatcher(message))
-        --m_watchers;
+        m_watchers.remove(&message);
+    m_bytes -= message.m_note.bytes;
 }
 
 void MessageQueue::showState()
 {
-    const bool isUp = m_messages.length() > m_watchers;
+    const bool isUp = m_messages.length() > m_watchers.length();
     if (m_flag == nullptr || m_pauses != 0 || isUp == m_isFlagUp)
         return;
     // Known here, so that the descriptor is touched only when the state changes.
@@ -364,10 +358,12 @@ void MessageQueue::showState()
         m_flag->lower();
 }
 
-void MessageQueue::takeOut(long index, Messages& taken)
+bool MessageQueue::isWatched(std::uint32_t serialNumber) const
 {
-    removed(*m_messages[index]);
-    taken.append(m_messages.removeAt(index));
+    for (long i = 0; i < m_watchers.length(); ++i)
+        if (watchesFor(*m_watchers[i], serialNumber))
+            return true;
+    return false;
 }
 
 void MessageQueue::armForNearest()
@@ -389,12 +385,15 @@ void MessageQueue::arm(std::int64_t deadline)
         m_timer->set(deadline);
 }
 
-void MessageQueue::notifyAndDelete(Messages& expired) const
+void MessageQueue::notifyAndDelete(Messages& expired, Order order) const
 {
     if (expired.length() == 0)
         return;
     const SoString root = diagnosticsRoot();
-    while (const Message* const message = expired.removeAt(0)) {
+    const auto take = [&] {
+        return expired.removeAt(order == Order::kReverse ? expired.length() - 1 : 0);
+    };
+    while (const Message* const message = take()) {
         notifySender(*message, QK_TIMEOUT, root);
         delete message;
     }

@@ -11,6 +11,7 @@
 
 #include "messaging/Message.h"
 #include "messaging/SoVector.h"
+#include "messaging/mailbox/QueuedMessage.h"
 
 #include <atomic>
 #include <functional>
@@ -44,6 +45,8 @@ public:
     // Whether there is a message that getNextMessage(QK_INVALID_MESSAGE_NUMBER) would return.
     bool hasMessage() const;
     long length() const;
+    // Of all texts of the messages that wait here: bodies, heads and custom headers.
+    std::size_t bytes() const;
 
     // Takes ownership. False, and no change, if the message is null or has no sender or target.
     bool append(TevoroTalk::Message* message);
@@ -75,36 +78,36 @@ public:
 private:
     using Messages = SoVector<TevoroTalk::Message>;
 
-    void added(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    void noteSize(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
+    void added(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void removed(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void showState() TEVOROTALK_REQUIRES(this);
-    void takeOut(long index, Messages& taken) TEVOROTALK_REQUIRES(this);
+    bool isWatched(std::uint32_t serialNumber) const TEVOROTALK_REQUIRES(this);
+    TevoroTalk::Message* takeNext(std::uint32_t serialNumber, std::int64_t now, Messages& expired)
+        TEVOROTALK_REQUIRES(this);
+    void takeExpired(std::int64_t now, Messages& expired) TEVOROTALK_REQUIRES(this);
+    bool mayWalk(std::int64_t now) TEVOROTALK_REQUIRES(this);
     void arm(std::int64_t deadline) TEVOROTALK_REQUIRES(this);
     void armForNearest() TEVOROTALK_REQUIRES(this);
     TevoroTalk::Message* nextAttempt(long& place) const;
     void takeDone(long place);
-    void notifyAndDelete(Messages& expired) const TEVOROTALK_EXCLUDES(this);
+    enum class Order { kAsTaken, kReverse };
+    void notifyAndDelete(Messages& expired, Order order) const TEVOROTALK_EXCLUDES(this);
     SoString diagnosticsRoot() const;
 
     Messages m_messages TEVOROTALK_GUARDED_BY(this);
     SoString m_diagnosticsRoot TEVOROTALK_GUARDED_BY(this);
-    long m_watchers TEVOROTALK_GUARDED_BY(this) = 0;
+    Messages m_watchers TEVOROTALK_GUARDED_BY(this); // those of the messages; not owned
+    std::size_t m_bytes TEVOROTALK_GUARDED_BY(this) = 0;
     // A lower bound of all deadlines; the largest number if nothing expires.
     std::atomic<std::int64_t> m_nearestDeadline{std::numeric_limits<std::int64_t>::max()};
     Pt::WaitableFlag* m_flag TEVOROTALK_GUARDED_BY(this) = nullptr;
     Pt::WallTimer* m_timer TEVOROTALK_GUARDED_BY(this) = nullptr;
+    std::int64_t m_lastWalk TEVOROTALK_GUARDED_BY(this) = 0; // seconds since 1970
+    long m_addedSinceWalk TEVOROTALK_GUARDED_BY(this) = 0;
     bool m_isFlagUp TEVOROTALK_GUARDED_BY(this) = false;
     std::atomic<bool> m_isWorkedOff{false};
     int m_pauses TEVOROTALK_GUARDED_BY(this) = 0;
 };
-
-// Whether the message has expired. Without a timeout it never expires, except for watchers, which
-// expire at once.
-bool hasTimedOut(const TevoroTalk::Message& message, std::int64_t now);
-
-// Notifies the sender of a message that left a queue, if it asked for `word`. True if the notice
-// was sent.
-bool notifySender(
-    const TevoroTalk::Message& message, const SoString& word, const SoString& diagnosticsRoot);
 
 } // namespace ScObjects::TevoroTalkData

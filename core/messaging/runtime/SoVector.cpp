@@ -1,5 +1,6 @@
 #include "messaging/SoVector.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace ScObjects {
@@ -25,29 +26,38 @@ SoVectorBase::~SoVectorBase()
     freeThis(m_data);
 }
 
-void SoVectorBase::append(void* element)
+bool SoVectorBase::append(void* element)
 {
-    if (m_data == nullptr) // most of these arrays never get an element
-        m_data = mallocThis<void*>(static_cast<std::size_t>(m_capacity));
-    else if (m_length == m_capacity)
-        grow();
+    // At the first element only: most of these arrays never get one.
+    const bool isFull = m_data == nullptr || m_length == m_capacity;
+    if (isFull && !growTo(m_data == nullptr ? m_capacity : m_capacity + kStep))
+        return false;
     slot(m_length++) = element;
+    return true;
 }
 
-// Moves the elements from the first to the end of the old array to the end of the new one.
-void SoVectorBase::grow()
+bool SoVectorBase::reserve(long count)
 {
-    const long larger = m_capacity + kStep;
+    return count <= m_capacity || growTo(count);
+}
+
+// Moves the elements to the start of a new array.
+bool SoVectorBase::growTo(long larger)
+{
     void** const data = mallocThis<void*>(static_cast<std::size_t>(larger));
-    // The ring was full, so both halves are: from the first element to the end, and from the start
-    // to the first element.
-    const long upper = m_capacity - m_first;
-    std::memcpy(data, m_data, bytesOf(m_first));
-    std::memcpy(data + larger - upper, m_data + m_first, bytesOf(upper));
+    if (data == nullptr)
+        return false;
+    if (m_length != 0) {
+        // The elements up to the end of the ring, then those that go on at its start.
+        const long upper = std::min(m_length, m_capacity - m_first);
+        std::memcpy(data, m_data + m_first, bytesOf(upper));
+        std::memcpy(data + upper, m_data, bytesOf(m_length - upper));
+    }
     freeThis(m_data);
     m_data = data;
-    m_first = (larger - upper) % larger;
+    m_first = 0;
     m_capacity = larger;
+    return true;
 }
 
 void SoVectorBase::remove(const void* element)
@@ -66,8 +76,10 @@ void* SoVectorBase::removeAt(long index)
         return nullptr;
     void* const element = slot(index);
     --m_length;
-    // Queues are emptied from here, without moving anything.
-    if (index == 0) {
+    // The fewer elements move: none for a queue that is emptied from its front.
+    if (index < m_length / 2 || index == 0) {
+        for (long i = index; i > 0; --i)
+            slot(i) = slot(i - 1);
         m_first = m_first + 1 < m_capacity ? m_first + 1 : 0;
         return element;
     }

@@ -67,7 +67,7 @@ TevoroTalk::Message::Message(const Message& other)
     // Each goes to the front, which reverses the order, on purpose: reading does the same, so it is
     // never reliable.
     for (const Header* header = other.headers; header != nullptr; header = header->next)
-        addHeader(header->name.get(), header->value.get());
+        addHeader(header->name.view(), header->value.view());
 }
 
 TevoroTalk::Message::~Message()
@@ -84,10 +84,10 @@ void TevoroTalk::Message::deleteHeaders()
     }
 }
 
-TevoroTalk::Header* TevoroTalk::Message::findHeader(const char* name) const
+TevoroTalk::Header* TevoroTalk::Message::findHeader(std::string_view name) const
 {
     Header* header = headers;
-    while (header != nullptr && header->name != name)
+    while (header != nullptr && header->name.view() != name)
         header = header->next;
     return header;
 }
@@ -102,14 +102,19 @@ void TevoroTalk::Message::setHeader(const char* name, const char* value)
         present->value = value;
         return;
     }
-    addHeader(name, value);
+    addHeader(name, value != nullptr ? value : "");
 }
 
-void TevoroTalk::Message::addHeader(const char* name, const char* value)
+TevoroTalk::Header* TevoroTalk::Message::addHeader(std::string_view name, std::string_view value)
 {
-    auto* const header = new Header(name, value);
+    auto* const header = new Header("", "");
+    if (header == nullptr)
+        return nullptr;
+    header->name.assign(name);
+    header->value.assign(value);
     header->next = headers;
     headers = header;
+    return header;
 }
 
 void TevoroTalk::Message::setHeader(const char* name, long value)
@@ -137,7 +142,7 @@ void TevoroTalk::Message::removeHeader(const char* name)
 
 SoString TevoroTalk::Message::getUserHeaderValue(const char* name) const
 {
-    const Header* const header = findHeader(name);
+    const Header* const header = name != nullptr ? findHeader(name) : nullptr;
     return header != nullptr ? header->value : SoString();
 }
 

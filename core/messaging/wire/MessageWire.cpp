@@ -2,11 +2,10 @@
 #include "messaging/Message.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/wire/Identity.h"
+#include "messaging/wire/WireReader.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
-#include <limits>
 
 namespace ScObjects {
 
@@ -16,15 +15,8 @@ namespace {
 
 using Message = TevoroTalk::Message;
 
-// More custom headers than any program sends; what follows is not kept, so that a text of many
-// short lines costs neither memory nor time beyond its own size.
-constexpr int kMaxHeaders = 4096;
-
 // Bytes; longer ones take longer.
 constexpr long kUsualHead = 500;
-
-// A later time counts as this one, so that deadlines, times plus time-outs, stay numbers.
-constexpr unsigned long long kLatestTime = 1ULL << 53U;
 
 constexpr const char* kMessageTags[] = {QK_SENDER,
     QK_SENDER_ID,
@@ -46,12 +38,6 @@ bool isMessageTag(const SoString& name)
     return std::any_of(std::begin(kMessageTags), std::end(kMessageTags), [&name](const char* tag) {
         return name == tag;
     });
-}
-
-// Versions before the mark for custom headers that are called like tags.
-bool isUnmarkedVersion(std::string_view version)
-{
-    return version.empty() || version == "1.0" || version == "2.0";
 }
 
 void appendValue(SoString& out, const SoString& value)
@@ -125,193 +111,7 @@ bool writeHead(const Message& message, SoString& out)
     return true;
 }
 
-bool isBlank(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-// As strtoull reads it, which wants a terminated copy.
-unsigned long long numberOf(std::string_view value)
-{
-    while (!value.empty() && isBlank(value.front()))
-        value.remove_prefix(1);
-    // -1 and 4294967295 are the same number on the wire, so a sign is read and wraps around.
-    const bool isNegative = value.starts_with('-');
-    if (isNegative || value.starts_with('+'))
-        value.remove_prefix(1);
-    unsigned long long number = 0;
-    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-    if (error == std::errc::result_out_of_range)
-        return std::numeric_limits<unsigned long long>::max();
-    return isNegative ? 0 - number : number;
-}
-
-std::uint32_t number32(std::string_view value)
-{
-    return static_cast<std::uint32_t>(numberOf(value));
-}
-
 } // namespace
-
-// Reads the lines of one message; never past `end`, which need not be terminated.
-class TevoroTalkData::WireReader {
-public:
-    WireReader(Message& message, const char* text, const char* end)
-        : m_message(message)
-        , m_at(text)
-        , m_end(end)
-        , m_digestStart(text)
-    {
-    }
-
-    void readHead()
-    {
-        while (m_at != m_end && *m_at != '\0') {
-            if (*m_at == '\n') {
-                ++m_at;
-                return;
-            }
-            const std::string_view name = readUpTo(':');
-            const std::string_view value = readUpTo('\n');
-            takeLine(name, value);
-        }
-    }
-
-    void passBody()
-    {
-        const auto there = static_cast<std::size_t>(m_end - m_at);
-        m_body = {m_at, std::min<std::size_t>(m_message.contentLength, there)};
-        m_at += m_body.size();
-    }
-    // The body, valid as long as the text.
-    std::string_view body() const { return m_body; }
-    // Whether nothing follows the body.
-    bool isAtEnd() const { return m_at == m_end; }
-
-    // The digest that the text came with does not match it.
-    bool hasWrongDigest() const
-    {
-        if (m_md5.empty())
-            return false;
-        const std::string_view checked(
-            m_digestStart, static_cast<std::size_t>(m_at - m_digestStart));
-        return digestOf(checked).view() != m_md5;
-    }
-
-    const char* skipLineFeeds()
-    {
-        while (m_at != m_end && *m_at == '\n')
-            ++m_at;
-        return m_at;
-    }
-
-private:
-    // The text up to a mark or a NUL; steps over the mark.
-    std::string_view readUpTo(char mark)
-    {
-        const auto left = static_cast<std::size_t>(m_end - m_at);
-        const void* const found = std::memchr(m_at, mark, left);
-        const char* stop = found != nullptr ? static_cast<const char*>(found) : m_end;
-        const auto length = static_cast<std::size_t>(stop - m_at);
-        // A NUL ends the line, and in readHead the whole head. Streams have replaced it by then;
-        // other callers have not.
-        if (const void* const nul = std::memchr(m_at, '\0', length))
-            stop = static_cast<const char*>(nul);
-        const std::string_view text(m_at, static_cast<std::size_t>(stop - m_at));
-        m_at = stop != m_end && *stop == mark ? stop + 1 : stop;
-        return text;
-    }
-
-    void takeLine(std::string_view name, std::string_view value)
-    {
-        if (takeVersion(name, value) || takeText(name, value) || takeNumber(name, value)
-            || takeDigest(name, value))
-            return;
-        if (m_stripsPrefix && name.starts_with(kHeaderPrefix))
-            name.remove_prefix(std::strlen(kHeaderPrefix));
-        if (m_headerCount++ < kMaxHeaders)
-            m_message.setHeader(SoString(name).get(), SoString(value).get());
-    }
-
-    bool takeVersion(std::string_view name, std::string_view value)
-    {
-        if (name == "Version") {
-            // With the prefix it is never one of the unmarked versions.
-            m_message.version = kQKPrefix;
-            m_message.version.append(value);
-            return true;
-        }
-        if (name != QK_VERSION)
-            return false;
-        m_message.version.assign(value);
-        // Only a line that says so switches the marks off. A text without a version line counts as
-        // 1.0, and its marks are removed all the same.
-        if (isUnmarkedVersion(value))
-            m_stripsPrefix = false;
-        return true;
-    }
-
-    bool takeText(std::string_view name, std::string_view value)
-    {
-        SoString* const field = name == QK_SENDER ? &m_message.sender
-            : name == QK_TARGET                   ? &m_message.target
-            : name == QK_TYPE                     ? &m_message.type
-            : name == QK_RESPONSE_REQUEST         ? &m_message.responseRequest
-                                                  : nullptr;
-        if (field != nullptr)
-            field->assign(value);
-        return field != nullptr;
-    }
-
-    std::uint32_t* numberField(std::string_view name)
-    {
-        return name == QK_CONTENT_LENGTH ? &m_message.contentLength
-            : name == QK_SERIAL_NUMBER   ? &m_message.serialNumber
-            : name == QK_RECEIVED        ? &m_message.received
-            : name == QK_RESULT          ? &m_message.result
-            : name == QK_ERROR           ? &m_message.error
-                                         : nullptr;
-    }
-
-    bool takeNumber(std::string_view name, std::string_view value)
-    {
-        if (std::uint32_t* const field = numberField(name))
-            *field = number32(value);
-        else if (name == QK_TIMEOUT)
-            m_message.timeout = static_cast<std::int32_t>(number32(value));
-        else if (name == QK_TIMESTAMP)
-            m_message.timestamp = static_cast<std::int64_t>(std::min(numberOf(value), kLatestTime));
-        else
-            return false;
-        return true;
-    }
-
-    bool takeDigest(std::string_view name, std::string_view value)
-    {
-        if (name == QK_DIGEST)
-            m_digest = value;
-        else if (name != QK_MD5)
-            return false;
-        // After an older digest line, which nobody checks, the newer one is not checked either.
-        else if (!m_digest.empty())
-            return true;
-        else
-            m_md5 = value;
-        // The digest covers what follows its own line.
-        m_digestStart = m_at;
-        return true;
-    }
-
-    Message& m_message;
-    const char* m_at;
-    const char* const m_end;
-    const char* m_digestStart;
-    std::string_view m_digest;
-    std::string_view m_md5;
-    std::string_view m_body;
-    bool m_stripsPrefix = true;
-    int m_headerCount = 0;
-};
 
 namespace {
 

@@ -40,6 +40,56 @@ TEST_F(MessageQueueTest, HandsOutInTheOrderOfComing)
     EXPECT_TRUE(queue.isEmpty());
 }
 
+TEST_F(MessageQueueTest, KnowsHowManyBytesWait)
+{
+    EXPECT_EQ(queue.bytes(), 0U);
+    queue.append(newMessage(1));
+    const std::size_t empty = queue.bytes();
+    EXPECT_GT(empty, 0U); // addresses and type
+    Message* const large = newMessage(2);
+    large->body = "twelve bytes";
+    large->setHeader("Name", "value");
+    queue.append(large);
+    EXPECT_EQ(queue.bytes(), 2 * empty + 12 + 4 + 5);
+    // What is changed meanwhile does not count otherwise on the way out.
+    large->body = "";
+    next(queue);
+    EXPECT_EQ(queue.bytes(), empty + 12 + 4 + 5);
+    next(queue);
+    EXPECT_EQ(queue.bytes(), 0U);
+}
+
+TEST_F(MessageQueueTest, CountsNoBytesOfWhatIsTakenOutInAnyWay)
+{
+    queue.append(newExpired(1));
+    queue.removeExpiredMessages();
+    EXPECT_EQ(queue.bytes(), 0U);
+    queue.append(newWatcher(2));
+    Message* const watcher = newWatcher(3);
+    watcher->sender = watcher->target;
+    queue.append(watcher);
+    const std::size_t both = queue.bytes();
+    queue.removeTimeoutMessage(3);
+    EXPECT_LT(queue.bytes(), both);
+    queue.removeMessage(12345);
+    EXPECT_EQ(queue.bytes(), 0U);
+    queue.append(newMessage(4));
+    queue.workOff([](const Message&) { return true; }, [](Message&) {});
+    EXPECT_EQ(queue.bytes(), 0U);
+}
+
+TEST_F(MessageQueueTest, CountsTheHeaderThatAMessageGetsWhileItWaits)
+{
+    queue.append(newMessage(1));
+    const std::size_t before = queue.bytes();
+    for (int i = 0; i < 3; ++i)
+        queue.workOff([](const Message&) { return false; },
+            [](Message& message) { message.setHeader("QUEUESTAMP", "1234"); });
+    EXPECT_EQ(queue.bytes(), before + 10 + 4);
+    next(queue);
+    EXPECT_EQ(queue.bytes(), 0U);
+}
+
 TEST_F(MessageQueueTest, RefusesWhatHasNoSenderOrTarget)
 {
     Message message;

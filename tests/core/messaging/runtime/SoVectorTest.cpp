@@ -55,6 +55,29 @@ TEST_F(SoVectorTest, GrowsByAConstant)
     EXPECT_EQ(m_vector.capacity(), 96);
 }
 
+TEST_F(SoVectorTest, MakesRoomForAsManyAsItIsTold)
+{
+    EXPECT_TRUE(m_vector.reserve(10));
+    EXPECT_EQ(m_vector.capacity(), 32); // it has more
+    EXPECT_TRUE(m_vector.reserve(99));
+    EXPECT_EQ(m_vector.capacity(), 99);
+    appendTimes(99);
+    EXPECT_EQ(m_vector.capacity(), 99);
+    appendTimes(1);
+    EXPECT_EQ(m_vector.capacity(), 131);
+    EXPECT_EQ(m_vector.length(), 100);
+}
+
+TEST_F(SoVectorTest, KeepsTheOrderWhenRoomIsMadeForARingThatGoesRoundItsEnd)
+{
+    appendTimes(32);
+    for (int i = 0; i < 20; ++i)
+        m_vector.removeAt(0);
+    appendTimes(5);
+    EXPECT_TRUE(m_vector.reserve(50));
+    EXPECT_EQ(places(), (Places{20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 0, 1, 2, 3, 4}));
+}
+
 TEST_F(SoVectorTest, KeepsTheOrderWhenItGrows)
 {
     appendTimes(70);
