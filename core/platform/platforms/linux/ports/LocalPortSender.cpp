@@ -141,30 +141,50 @@ std::string_view environmentText(const char* name)
 // are looked for with several calls of the system.
 class LocalPortPlace {
 public:
-    const std::string& folder()
+    // All places, each with a zero byte behind it.
+    const std::string& folders()
     {
         const std::string_view chosen = environmentText("TEVOROTALK_PORT_DIR");
         const std::string_view runtime = environmentText("XDG_RUNTIME_DIR");
+        const std::string_view home = environmentText("HOME");
         // A relative folder depends on the working folder, which changes unnoticed.
         const bool isRelative = !chosen.empty() && chosen[0] != '/';
-        if (m_folder.empty() || isRelative || chosen != m_chosen || runtime != m_runtime) {
-            m_folder = localPortFolder();
+        if (m_folders.empty() || isRelative || chosen != m_chosen || runtime != m_runtime
+            || home != m_home) {
+            m_folders.clear();
+            for (const std::string& place : localPortPlaces())
+                m_folders.append(place).append(1, '\0');
             m_chosen = chosen;
             m_runtime = runtime;
+            m_home = home;
         }
-        return m_folder;
+        return m_folders;
     }
 
 private:
-    std::string m_folder;
+    std::string m_folders;
     std::string m_chosen;
     std::string m_runtime;
+    std::string m_home;
 };
+
+// Of the folders that somebody holds the name in, the first.
+Descriptor connectToHolder(std::string_view name, SteadyTime deadline)
+{
+    std::error_code error;
+    const std::string stem = localPortStem(name);
+    for (const LocalPortFolder& folder : openLocalPortFolders(error)) {
+        Descriptor connection = connectToLocalPort(folder, stem, deadline, error);
+        if (connection.isOpen() || !isHolderMissing(error))
+            return connection;
+    }
+    return {};
+}
 
 } // namespace
 
 struct LocalPortSender::State {
-    // By folder and name; a folder has no zero byte.
+    // By folders and name; a folder has no zero byte.
     std::unordered_map<std::string, Descriptor> connections;
     LocalPortPlace place;
 
@@ -201,8 +221,8 @@ bool LocalPortSender::send(std::string_view name,
 
 bool LocalPortSender::State::send(std::string_view name, const Text& text, SteadyTime deadline)
 {
-    std::string key = place.folder();
-    key.append(1, '\0').append(name);
+    std::string key = place.folders();
+    key.append(name);
     const auto kept = connections.find(key);
     if (kept != connections.end()) {
         const Delivery result = sendText(kept->second.get(), text, deadline);
@@ -221,11 +241,7 @@ bool LocalPortSender::State::sendAfresh(
     // Connections that are still held stay, whatever their number: a text sent on a second one
     // could overtake one that waits in the first.
     std::erase_if(connections, [](const auto& kept) { return hasHolderLeft(kept.second.get()); });
-    std::error_code error;
-    const auto folder = LocalPortFolder::open(error);
-    if (!folder)
-        return false;
-    Descriptor connection = connectToLocalPort(*folder, localPortStem(name), deadline, error);
+    Descriptor connection = connectToHolder(name, deadline);
     if (!connection.isOpen())
         return false;
     widenSendBuffer(connection.get());
