@@ -122,6 +122,7 @@ private:
     bool hasUnreadTexts() const;
     bool isPumpedByApplication() const TEVOROTALK_REQUIRES(this);
     void watchInstances() TEVOROTALK_REQUIRES(this);
+    void keepNames() TEVOROTALK_REQUIRES(this);
 
     std::atomic<bool> m_stopRequested{false};
     SoString m_threadSpecifier TEVOROTALK_GUARDED_BY(this);
@@ -130,6 +131,8 @@ private:
     SoVector<PingData> m_pingData TEVOROTALK_GUARDED_BY(this);
     double m_avgPumpInterval TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds; 0 until measured
     double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
+
+    std::chrono::steady_clock::time_point m_nextKeeping TEVOROTALK_GUARDED_BY(this);
 
     // What the loop waits on, used by the thread itself; missing if there are no descriptors left.
     struct Waits;
