@@ -176,6 +176,7 @@ private:
     bool isCalled(const SoString& name) const;
     bool hasUnreadTexts() const;
     int portDescriptor() const;
+    void keepName() const;
     SoString getInfoRoot(const char* queue) const;
 
     TevoroTalkData::PrivateData* m_data;

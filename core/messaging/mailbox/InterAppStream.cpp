@@ -278,6 +278,13 @@ bool MacInterAppStream::wakeOn(int descriptor)
     }
 }
 
+void MacInterAppStream::keepName() const
+{
+    const ObjectLock lock(*this);
+    if (m_port != nullptr)
+        m_port->keepName(); // what cannot be had now is asked for again in a while
+}
+
 bool MacInterAppStream::wait(std::chrono::milliseconds limit) const
 {
     // Without the lock, which others need meanwhile.
@@ -324,6 +331,13 @@ void InterAppStream::InitTerm::exit()
 {
     const Pt::Locked lock(gStreamLock);
     delete std::exchange(gInterAppStream, nullptr);
+}
+
+void InterAppStream::InitTerm::keepName()
+{
+    const Pt::Locked lock(gStreamLock);
+    if (gInterAppStream != nullptr)
+        gInterAppStream->keepName();
 }
 
 InterAppStream* InterAppStream::get()

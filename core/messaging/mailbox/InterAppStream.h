@@ -129,6 +129,8 @@ public:
     // Makes wait() also end for that descriptor; call it before the first wait. False if the
     // process has no descriptors left, and always without a port.
     bool wakeOn(int descriptor);
+    // Puts the files of the name back if something has removed them: see LocalPort::keepName.
+    void keepName() const;
     // Waits for a text, up to that timeout. Requires a port, and wakeOn(); one thread at a time.
     bool wait(std::chrono::milliseconds limit) const;
 
@@ -154,6 +156,8 @@ public:
         static bool follow(const SoString& appName);
         // Whether it is there under that name.
         static bool isCalled(const SoString& name);
+        // See keepName(); nothing when there is none.
+        static void keepName();
     };
 
     InterAppStream(const SoString& specifier, bool flag);

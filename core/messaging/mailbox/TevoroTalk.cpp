@@ -209,6 +209,12 @@ int TevoroTalk::portDescriptor() const
     return m_data->stream != nullptr ? m_data->stream->waitDescriptor() : -1;
 }
 
+void TevoroTalk::keepName() const
+{
+    if (m_data->stream != nullptr)
+        m_data->stream->keepName();
+}
+
 SoString TevoroTalk::getInfoRoot(const char* queue) const
 {
     const SoString name = getAppName();

@@ -20,6 +20,8 @@ namespace {
 constexpr unsigned int kTick = 100; // milliseconds
 constexpr unsigned int kSetupTick = 10;
 constexpr unsigned int kEndTick = 1;
+// Between two looks whether the files of the ports are there.
+constexpr std::chrono::seconds kKeepingInterval{1};
 
 // The handler of the store that is called in every round without work.
 constexpr const char* kIdleKey = "Idle";
@@ -186,6 +188,7 @@ void TevoroTalkThread::run()
             runLocked();
             // After the round, in which the application may have begun or ceased to pump.
             watchInstances();
+            keepNames();
         }
         if (!m_stopRequested)
             wait(kTick);
@@ -254,6 +257,23 @@ void TevoroTalkThread::serveInstances()
         instance->processIncomingMessage(QK_INVALID_MESSAGE_NUMBER, false);
         instance->processOutgoingMessage();
     }
+}
+
+// Whatever clears old files away may have removed those of a port, and then nobody finds it.
+void TevoroTalkThread::keepNames()
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (now < m_nextKeeping)
+        return;
+    m_nextKeeping = now + kKeepingInterval;
+    if (m_stream != nullptr)
+        m_stream->keepName();
+    InterAppStream::InitTerm::keepName();
+    if (m_context == nullptr)
+        return;
+    for (long i = 0; i < m_context->getNumberOfInstances(); ++i)
+        if (const TevoroTalk* const instance = m_context->getNthInstance(i))
+            instance->keepName();
 }
 
 void TevoroTalkThread::beIdle()

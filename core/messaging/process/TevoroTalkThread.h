@@ -126,6 +126,7 @@ private:
     bool hasUnreadTexts() const;
     bool isPumpedByApplication() const TEVOROTALK_REQUIRES(this);
     void watchInstances() TEVOROTALK_REQUIRES(this);
+    void keepNames() TEVOROTALK_REQUIRES(this);
 
     std::atomic<bool> m_stopRequested{false};
     SoString m_threadSpecifier TEVOROTALK_GUARDED_BY(this);
@@ -136,6 +137,7 @@ private:
     double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
 
     std::chrono::steady_clock::time_point m_lastSlowAnswer TEVOROTALK_GUARDED_BY(this);
+    std::chrono::steady_clock::time_point m_nextKeeping TEVOROTALK_GUARDED_BY(this);
 
     // What the loop waits on, used by the thread itself; missing if there are no descriptors left.
     struct Waits;

@@ -7,9 +7,11 @@
 // by one sender object. The name becomes free the moment its holder ends, even if it is killed.
 // Both sides refuse processes of other users.
 //
-// The folder of the ports is TEVOROTALK_PORT_DIR, else "tevorotalk" in the runtime folder, else
-// /tmp/tevorotalk-<user id>; it is looked up at each call. A folder that cannot be trusted (a link,
-// somebody else's, open to others) is refused, with one message per process on standard error.
+// The folder of the ports is TEVOROTALK_PORT_DIR alone if that is set. Else there are several
+// places: "tevorotalk" in the runtime folder, /tmp/tevorotalk-<user id>, .velmo/ports in the home
+// folder. A name is taken in the first that can be used and looked for in all; they are looked up
+// at each call. A folder that cannot be trusted (a link, somebody else's, open to others) is not
+// used, with one message per process on standard error.
 #pragma once
 
 #include <chrono>
@@ -84,6 +86,13 @@ public:
 
     const std::string& name() const;
 
+    // Looks whether the files that make the name this port's are still there, which costs three
+    // calls of the system, and puts them back if something has removed them, or their folder; for
+    // now and then. Texts that were accepted are not lost. False if somebody else has taken the
+    // name meanwhile, or the system refuses: senders do not reach the port then, except over
+    // connections that they have; a later call may succeed.
+    bool keepName();
+
 private:
     struct State;
     explicit LocalPort(std::unique_ptr<State> state);
@@ -122,12 +131,13 @@ struct HeldPort {
     long processId = 0;
 };
 
-// The ports in this user's folder that are held now, sorted by name.
+// The ports in this user's folders that are held now, sorted by name.
 std::vector<HeldPort> heldLocalPorts();
-// The same; `error` says why the folder was not read completely. A missing folder is no error.
+// The same; `error` says why the folders were not read completely. A missing folder is no error.
 std::vector<HeldPort> heldLocalPorts(std::error_code& error);
 
-// The folder of the ports, whether it exists or not.
+// The folder that a port is held in next: the first place that can be used, whether it exists or
+// not; the first of all when none can.
 std::string localPortFolder();
 
 } // namespace Pt

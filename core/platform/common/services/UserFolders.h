@@ -12,6 +12,11 @@ namespace Pt {
 
 std::string homeFolder();
 
+// The folder in a user's home that is these programs' own, and the mode that it is made with, less
+// the process's mask: others may pass through it.
+inline constexpr const char* kOwnFolderName = ".velmo";
+inline constexpr unsigned int kOwnFolderMode = 0771;
+
 // XDG_PICTURES_DIR of the user's list of folders, else Pictures in the home folder.
 std::string picturesFolder();
 
@@ -28,5 +33,9 @@ std::optional<std::string> machineApplicationDataFile(const std::string& relativ
 // XDG_RUNTIME_DIR, else /run/user/<user id>: the first that is a folder of this user. For root the
 // folder of another user is none.
 std::optional<std::string> runtimeFolder();
+
+// Whether it is a folder, or a link to one, that belongs to this user. Root may write into
+// everybody's folder, and what it makes there locks the owner out.
+bool isOwnFolder(const std::string& path);
 
 } // namespace Pt

@@ -103,6 +103,29 @@ TEST_F(TevoroTalkNamesTest, OfAKilledTargetFailAtOnceAndWorkAgainWithTheNext)
     }
 }
 
+// An application and this process hold three each: their own, their threads', their questions'.
+TEST_F(TevoroTalkNamesTest, ComeBackSoonWhenTheirFilesAreRemoved)
+{
+    constexpr std::chrono::seconds kSoon{4}; // two, and what a busy machine needs
+    start();
+    const Peer target = peer("peer-1.0");
+    const auto areAllHeld = [] { return Pt::heldLocalPorts().size() == 6; };
+    ASSERT_TRUE(waitUntil(areAllHeld));
+    for (const bool withFolder : {false, true}) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path("ports")))
+            std::filesystem::remove(entry.path());
+        if (withFolder)
+            std::filesystem::remove(folder.path("ports"));
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_TRUE(waitUntil(areAllHeld));
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, kSoon);
+        const auto message = request("peer-1.0", "text");
+        EXPECT_TRUE(send(*self, *message));
+        EXPECT_THAT(target->line(), testing::EndsWith(" text"));
+        EXPECT_TRUE(TevoroTalk::targetIsRunning("peer-1.0"));
+    }
+}
+
 TEST_F(TevoroTalkNamesTest, LeaveNoFilesBehind)
 {
     const Peer first = peer("peer-1.0");

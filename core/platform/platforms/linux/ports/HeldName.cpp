@@ -1,5 +1,10 @@
 #include "platform/platforms/linux/ports/HeldName.h"
 
+#include "platform/platforms/linux/ports/LocalSocket.h"
+
+#include <algorithm>
+#include <utility>
+
 #include <sys/file.h>
 #include <sys/stat.h>
 
@@ -34,7 +39,7 @@ HeldName::HeldName(LocalPortFolder folder, std::string_view name)
 std::optional<HeldName> HeldName::take(LocalPortFolder folder, std::string_view name)
 {
     HeldName held(std::move(folder), name);
-    if (!held.lock() || !held.describe() || !held.removeStaleSocket())
+    if (!held.lock() || held.isHeldElsewhere() || !held.clearSocket() || !held.describe())
         return std::nullopt;
     return held;
 }
@@ -42,9 +47,10 @@ std::optional<HeldName> HeldName::take(LocalPortFolder folder, std::string_view 
 HeldName::~HeldName()
 {
     // The files of another holder stay: somebody may have emptied the folder meanwhile.
-    if (!m_lock.isOpen() || m_process != ::getpid() || !stillNames())
+    if (!m_lock.isOpen() || m_process != ::getpid() || !hasLock())
         return;
-    ::unlinkat(m_folder.descriptor(), socketFile().c_str(), 0);
+    if (hasSocket())
+        dropSocket();
     // The lock file last: as long as it is there and locked, nobody binds a new socket whose file
     // would be removed here.
     ::unlinkat(m_folder.descriptor(), lockFile().c_str(), 0);
@@ -60,24 +66,35 @@ bool HeldName::lock()
                 O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
                 S_IRUSR | S_IWUSR);
         }));
+        struct stat status = {};
         if (!file.isOpen()
-            || retryInterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0)
+            || retryInterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); }) != 0
+            || ::fstat(file.get(), &status) != 0)
             return false;
         m_lock = std::move(file);
-        if (stillNames())
+        m_lockId = {status.st_dev, status.st_ino};
+        if (hasLock())
             return true;
-        // Its holder took it away between the two calls; another may be making it anew.
+        // Its holder took it away between the two calls; another may be making it anew. The folder
+        // may be gone as well, and then there is nothing to begin again with.
         m_lock = Descriptor();
+        if (!m_folder.isStillThere())
+            return false;
     }
 }
 
-bool HeldName::stillNames() const
+bool HeldName::hasLock() const
 {
-    struct stat held = {};
-    struct stat named = {};
-    return ::fstat(m_lock.get(), &held) == 0
-        && ::fstatat(m_folder.descriptor(), lockFile().c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0
-        && held.st_dev == named.st_dev && held.st_ino == named.st_ino;
+    return idOf(lockFile()) == m_lockId;
+}
+
+// By the path, not the open folder: that may have been removed and made anew by others.
+std::optional<HeldName::FileId> HeldName::idOf(const std::string& file) const
+{
+    struct stat status = {};
+    if (::lstat((m_folder.path() + '/' + file).c_str(), &status) != 0)
+        return std::nullopt;
+    return FileId{status.st_dev, status.st_ino};
 }
 
 // For people and for the list of held ports.
@@ -87,11 +104,73 @@ bool HeldName::describe() const
     return ::ftruncate(m_lock.get(), 0) == 0 && writeFromStart(m_lock, text);
 }
 
-bool HeldName::removeStaleSocket() const
+// By a holder that found the places before this one unusable, or this one.
+bool HeldName::isHeldElsewhere() const
 {
-    // Left by a killed holder; bind refuses a path that is there. The lock is ours, so no socket
-    // that is in use is removed.
+    std::error_code error;
+    const std::vector<LocalPortFolder> folders = openLocalPortFolders(error);
+    return error || std::ranges::any_of(folders, [&](const LocalPortFolder& folder) {
+        std::error_code answer;
+        return folder.path() != m_folder.path() && isLocalPortHeld(folder, m_stem, answer);
+    });
+}
+
+// A killed holder leaves its socket behind, and bind refuses a path that is there. But the lock
+// that was had does not say yet that nobody uses it: the file with the holder's own lock may have
+// been removed.
+bool HeldName::clearSocket() const
+{
+    std::error_code error;
+    const Descriptor living = connectToLocalPort(m_folder, m_stem, error);
+    if (living.isOpen() || error == std::errc::resource_unavailable_try_again || isShortage(error))
+        return false;
     return ::unlinkat(m_folder.descriptor(), socketFile().c_str(), 0) == 0 || errno == ENOENT;
+}
+
+bool HeldName::bind(int socket)
+{
+    const LocalAddress address = m_folder.addressOf(socketFile());
+    if (::bind(socket, address.get(), address.size) != 0)
+        return false;
+    m_socketId = idOf(socketFile());
+    return m_socketId.has_value();
+}
+
+bool HeldName::hasSocket() const
+{
+    return m_socketId && idOf(socketFile()) == m_socketId;
+}
+
+void HeldName::dropSocket()
+{
+    m_socketId.reset();
+    ::unlinkat(m_folder.descriptor(), socketFile().c_str(), 0);
+}
+
+bool HeldName::keep()
+{
+    return m_process == ::getpid() && (hasLock() || takeAgain()) && (hasSocket() || clearSocket());
+}
+
+// In the folder that the name lay in, whatever the environment says now, or else in the first place
+// that can be used.
+bool HeldName::takeAgain()
+{
+    std::error_code error;
+    auto folder = LocalPortFolder::openOrMake(m_folder.path(), error);
+    if (!folder && !isShortage(error))
+        folder = LocalPortFolder::openOrMake(error);
+    if (!folder)
+        return false;
+    // Our own socket may still be there, and is as good under a new lock.
+    const bool isSocketThere = folder->path() == m_folder.path() && hasSocket();
+    HeldName again(std::move(*folder), m_name);
+    if (!again.lock() || (!isSocketThere && !again.clearSocket()) || !again.describe())
+        return false;
+    if (isSocketThere)
+        again.m_socketId = m_socketId;
+    std::swap(*this, again);
+    return true;
 }
 
 } // namespace Pt

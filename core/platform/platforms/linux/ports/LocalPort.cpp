@@ -53,6 +53,9 @@ struct LocalPort::State {
     void resumeListening();
     void listenFor(unsigned int wanted);
     DescriptorSet& waitSet();
+    bool keepName();
+    bool listenAnew();
+    bool letIn();
 
     // Freed last: nobody finds a new holder while an old connection still takes texts.
     HeldName name;
@@ -76,10 +79,7 @@ bool LocalPort::State::open()
     watcher = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
     listener = makeLocalSocket(SOCK_NONBLOCK);
     retryTimer = Descriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
-    // The lock is held by now, so the path is free to bind.
-    const LocalAddress address = name.socketAddress();
-    return watcher.isOpen() && listener.isOpen() && retryTimer.isOpen()
-        && ::bind(listener.get(), address.get(), address.size) == 0
+    return watcher.isOpen() && listener.isOpen() && retryTimer.isOpen() && name.bind(listener.get())
         && ::listen(listener.get(), kBacklog) == 0 && watch(listener.get())
         && watch(retryTimer.get());
 }
@@ -260,6 +260,44 @@ DescriptorSet& LocalPort::State::waitSet()
     return *waited;
 }
 
+bool LocalPort::State::keepName()
+{
+    return name.keep() && (name.hasSocket() || listenAnew());
+}
+
+// A socket gets its path only by bind, and only once.
+bool LocalPort::State::listenAnew()
+{
+    Descriptor fresh = makeLocalSocket(SOCK_NONBLOCK);
+    if (!fresh.isOpen() || !letIn() || !name.bind(fresh.get()))
+        return false;
+    if (::listen(fresh.get(), kBacklog) != 0 || !watch(fresh.get())) {
+        name.dropSocket();
+        return false;
+    }
+    listener = std::move(fresh);
+    if (!isListening)
+        resumeListening();
+    return true;
+}
+
+// All who wait at the listener: they may have sent already, and nobody finds it any more. False
+// when the system refuses; some may be in then.
+bool LocalPort::State::letIn()
+{
+    for (;;) {
+        Descriptor connection(retryInterrupted([this] {
+            return ::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        }));
+        const int number = connection.get();
+        if (!connection.isOpen() && errno != ECONNABORTED)
+            return errno == EAGAIN;
+        // Read by the next receive(), for which it is ready.
+        if (connection.isOpen() && isPeerOfThisUser(number) && watch(number))
+            connections[number] = std::move(connection);
+    }
+}
+
 std::unique_ptr<LocalPort> LocalPort::hold(std::string_view name)
 {
     std::error_code error;
@@ -324,6 +362,11 @@ void LocalPort::wakeOn(int other)
 int LocalPort::descriptor() const
 {
     return m_state->watcher.get();
+}
+
+bool LocalPort::keepName()
+{
+    return m_state->keepName();
 }
 
 const std::string& LocalPort::name() const

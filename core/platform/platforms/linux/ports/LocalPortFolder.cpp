@@ -3,7 +3,9 @@
 #include "platform/common/files/ContentDigest.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/services/UserFolders.h"
+#include "platform/platforms/linux/files/SameFile.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -23,10 +25,14 @@ void tellRefusal(const std::string& folder, const std::string& why)
     // Ports are asked for again and again, and the reason stays the same.
     if (gIsRefusalTold.test_and_set())
         return;
-    const std::string message = "The folder of the local ports, " + folder + ", is not used: " + why
+    std::string message = "The folder of the local ports, " + folder + ", is not used: " + why
         + ". It has to be a folder of this user with mode 0700; mend or remove it, or set"
-          " TEVOROTALK_PORT_DIR to another.\n";
-    std::fputs(message.c_str(), stderr);
+          " TEVOROTALK_PORT_DIR to another.";
+    const std::vector<std::string> places = localPortPlaces();
+    const auto place = std::ranges::find(places, folder);
+    if (place != places.end() && place + 1 != places.end())
+        message += " Until then ports lie in " + *(place + 1) + ".";
+    std::fputs((message + '\n').c_str(), stderr);
 }
 
 // Empty when the working folder is gone.
@@ -44,20 +50,9 @@ std::string withoutEmptyNamesAtEnd(std::string path)
     return path;
 }
 
-// Passes, and says nothing about the folder.
-bool isShortage(const std::error_code& error)
-{
-    return error == std::errc::too_many_files_open
-        || error == std::errc::too_many_files_open_in_system
-        || error == std::errc::not_enough_memory;
-}
-
 // Empty when the folder can be trusted.
-std::string whyRefused(int folder)
+std::string whyRefused(const struct stat& status)
 {
-    struct stat status = {};
-    if (::fstat(folder, &status) != 0)
-        return lastError().message();
     if (S_ISLNK(status.st_mode))
         return "it is a link";
     if (!S_ISDIR(status.st_mode))
@@ -69,16 +64,74 @@ std::string whyRefused(int folder)
     return status.st_mode & kOthers ? "it is open to other users" : "";
 }
 
+std::string whyRefused(int folder)
+{
+    struct stat status = {};
+    return ::fstat(folder, &status) == 0 ? whyRefused(status) : lastError().message();
+}
+
+// The user's own folder, as the identity of the bus has it; empty without a home of this user.
+std::string folderOfHome()
+{
+    const char* const home = std::getenv("HOME");
+    return home && *home == '/' && isOwnFolder(home) ? std::string(home) + '/' + kOwnFolderName
+                                                     : std::string();
+}
+
+constexpr std::string_view kBelowHome = "/ports";
+
+// Only the last folder of a path is made, as those above belong to the system or to whoever set the
+// variable; but the one in the user's home is ours, too.
+std::error_code makePlace(const std::string& path)
+{
+    const std::string own = folderOfHome();
+    const bool isBelowHome = !own.empty() && path == own + std::string(kBelowHome);
+    if (isBelowHome && ::mkdir(own.c_str(), kOwnFolderMode) != 0 && errno != EEXIST)
+        return lastError();
+    // Root could make it in a folder of somebody else, whom it would lock out.
+    if (isBelowHome && !isOwnFolder(own))
+        return std::make_error_code(std::errc::permission_denied);
+    return ::mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST ? lastError() : std::error_code();
+}
+
+bool canBeUsed(const std::string& path)
+{
+    struct stat status = {};
+    if (::lstat(path.c_str(), &status) != 0)
+        return errno == ENOENT;
+    return whyRefused(status).empty();
+}
+
 } // namespace
+
+bool isShortage(const std::error_code& error)
+{
+    return error == std::errc::too_many_files_open
+        || error == std::errc::too_many_files_open_in_system
+        || error == std::errc::not_enough_memory || error == std::errc::no_buffer_space;
+}
+
+std::vector<std::string> localPortPlaces()
+{
+    const char* const chosen = std::getenv("TEVOROTALK_PORT_DIR");
+    // Never another: whoever sets it wants these ports apart.
+    if (chosen && *chosen)
+        return {withoutEmptyNamesAtEnd(absolute(chosen))};
+    std::vector<std::string> places;
+    if (const auto runtime = runtimeFolder())
+        places.push_back(*runtime + "/tevorotalk");
+    places.push_back("/tmp/tevorotalk-" + std::to_string(::geteuid()));
+    // Anybody may have made the one before; nobody else can make this one.
+    if (const std::string own = folderOfHome(); !own.empty())
+        places.push_back(own + std::string(kBelowHome));
+    return places;
+}
 
 std::string localPortFolder()
 {
-    const char* const chosen = std::getenv("TEVOROTALK_PORT_DIR");
-    if (chosen && *chosen)
-        return withoutEmptyNamesAtEnd(absolute(chosen));
-    if (const auto runtime = runtimeFolder())
-        return *runtime + "/tevorotalk";
-    return "/tmp/tevorotalk-" + std::to_string(::geteuid());
+    std::vector<std::string> places = localPortPlaces();
+    const auto usable = std::ranges::find_if(places, canBeUsed);
+    return usable != places.end() ? *usable : places.front();
 }
 
 LocalPortFolder::LocalPortFolder(std::string path, Descriptor folder)
@@ -87,37 +140,73 @@ LocalPortFolder::LocalPortFolder(std::string path, Descriptor folder)
 {
 }
 
-std::optional<LocalPortFolder> LocalPortFolder::open(std::error_code& error)
+std::optional<LocalPortFolder> LocalPortFolder::open(
+    const std::string& path, std::error_code& error, std::string& why)
 {
-    std::string path = localPortFolder();
     // As it stands: a link is opened, not followed.
     Descriptor folder = Descriptor::open(path, O_PATH | O_NOFOLLOW);
     if (!folder.isOpen()) {
         error = lastError();
-        if (error != std::errc::no_such_file_or_directory && !isShortage(error))
-            tellRefusal(path, error.message());
+        const bool isRefused = error != std::errc::no_such_file_or_directory && !isShortage(error);
+        why = isRefused ? error.message() : "";
         return std::nullopt;
     }
     // What was opened is looked at, and not the path, which may lead elsewhere a moment later.
-    if (const std::string why = whyRefused(folder.get()); !why.empty()) {
-        error = std::make_error_code(std::errc::permission_denied);
+    why = whyRefused(folder.get());
+    error = why.empty() ? std::error_code() : std::make_error_code(std::errc::permission_denied);
+    return error ? std::nullopt : std::optional(LocalPortFolder(path, std::move(folder)));
+}
+
+std::optional<LocalPortFolder> LocalPortFolder::openOrMake(
+    const std::string& path, std::error_code& error)
+{
+    std::string why;
+    std::optional<LocalPortFolder> folder;
+    if (!(error = makePlace(path)))
+        folder = open(path, error, why);
+    else if (!isShortage(error))
+        why = "it cannot be made: " + error.message();
+    if (!why.empty())
         tellRefusal(path, why);
-        return std::nullopt;
-    }
-    error.clear();
-    return LocalPortFolder(std::move(path), std::move(folder));
+    return folder;
 }
 
 std::optional<LocalPortFolder> LocalPortFolder::openOrMake(std::error_code& error)
 {
-    const std::string path = localPortFolder();
-    // One folder only: the one above belongs to the system or to whoever set the variable.
-    if (::mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-        error = lastError();
-        tellRefusal(path, "it cannot be made: " + error.message());
-        return std::nullopt;
+    for (const std::string& path : localPortPlaces()) {
+        auto folder = openOrMake(path, error);
+        if (folder || isShortage(error))
+            return folder;
     }
-    return open(error);
+    return std::nullopt;
+}
+
+std::vector<LocalPortFolder> openLocalPortFolders(std::error_code& error)
+{
+    std::vector<LocalPortFolder> folders;
+    std::error_code refusal;
+    bool isFirst = true; // of those that names would be taken in
+    for (const std::string& path : localPortPlaces()) {
+        std::string why;
+        if (auto folder = LocalPortFolder::open(path, error, why))
+            folders.push_back(std::move(*folder));
+        else if (isShortage(error))
+            return {};
+        if (why.empty()) {
+            isFirst = false;
+        } else if (isFirst) {
+            refusal = error;
+            tellRefusal(path, why);
+        }
+    }
+    error = isFirst ? refusal : std::error_code();
+    return folders;
+}
+
+bool LocalPortFolder::isStillThere() const
+{
+    struct stat named = {};
+    return ::lstat(m_path.c_str(), &named) == 0 && isSameFile(m_folder.get(), named);
 }
 
 LocalAddress LocalPortFolder::addressOf(const std::string& file) const

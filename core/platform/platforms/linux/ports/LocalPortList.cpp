@@ -17,15 +17,6 @@ namespace {
 // writes there, it costs a listing no more than this.
 constexpr off_t kMaxNote = off_t{1} << 20;
 
-bool isHeld(const LocalPortFolder& folder, const std::string& stem)
-{
-    std::error_code error;
-    const Descriptor connection = connectToLocalPort(folder, stem, error);
-    // A full queue of newcomers and a stranger's socket are held as well.
-    return connection.isOpen() || error == std::errc::resource_unavailable_try_again
-        || error == std::errc::permission_denied;
-}
-
 Descriptor openIn(const LocalPortFolder& folder, const std::string& file)
 {
     return Descriptor(retryInterrupted([&] {
@@ -65,15 +56,37 @@ std::optional<HeldPort> heldPortIn(const std::string& text, const std::string& s
     return holds ? std::optional(std::move(port)) : std::nullopt;
 }
 
+void appendHeldPorts(
+    const LocalPortFolder& folder, std::vector<HeldPort>& ports, std::error_code& error)
+{
+    namespace fs = std::filesystem;
+    for (fs::directory_iterator it(folder.path(), error), end; !error && it != end;
+         it.increment(error)) {
+        const std::string stem = it->path().stem().string();
+        std::error_code answer;
+        // Held first, read then: a holder has described itself before it can be reached.
+        if (it->path().extension() != kLockEnding || !isLocalPortHeld(folder, stem, answer))
+            continue;
+        if (isShortage(answer)) {
+            error = answer;
+            return;
+        }
+        if (auto port = heldPortIn(readRegular(folder, stem + std::string(kLockEnding)), stem))
+            ports.push_back(std::move(*port));
+    }
+}
+
 } // namespace
 
 bool isLocalPortFree(std::string_view name)
 {
     std::error_code error;
-    const auto folder = LocalPortFolder::open(error);
-    if (!folder)
-        return error == std::errc::no_such_file_or_directory;
-    return !isHeld(*folder, localPortStem(name));
+    const std::vector<LocalPortFolder> folders = openLocalPortFolders(error);
+    const std::string stem = localPortStem(name);
+    return !error && std::ranges::none_of(folders, [&](const LocalPortFolder& folder) {
+        std::error_code answer;
+        return isLocalPortHeld(folder, stem, answer);
+    });
 }
 
 std::vector<HeldPort> heldLocalPorts()
@@ -85,21 +98,9 @@ std::vector<HeldPort> heldLocalPorts()
 std::vector<HeldPort> heldLocalPorts(std::error_code& error)
 {
     std::vector<HeldPort> ports;
-    const auto folder = LocalPortFolder::open(error);
-    if (error == std::errc::no_such_file_or_directory)
-        error.clear();
-    if (!folder)
-        return ports;
-    namespace fs = std::filesystem;
-    for (fs::directory_iterator it(folder->path(), error), end; !error && it != end;
-         it.increment(error)) {
-        const std::string stem = it->path().stem().string();
-        // Held first, read then: a holder has described itself before it can be reached.
-        if (it->path().extension() != kLockEnding || !isHeld(*folder, stem))
-            continue;
-        if (auto port = heldPortIn(readRegular(*folder, stem + std::string(kLockEnding)), stem))
-            ports.push_back(std::move(*port));
-    }
+    for (const LocalPortFolder& folder : openLocalPortFolders(error))
+        if (!error)
+            appendHeldPorts(folder, ports, error);
     std::ranges::sort(ports, {}, &HeldPort::name);
     return ports;
 }

@@ -30,25 +30,45 @@ std::string_view environmentText(const char* name)
 // are looked for with several calls of the system.
 class LocalPortPlace {
 public:
-    const std::string& folder()
+    // All places, each with a zero byte behind it.
+    const std::string& folders()
     {
         const std::string_view chosen = environmentText("TEVOROTALK_PORT_DIR");
         const std::string_view runtime = environmentText("XDG_RUNTIME_DIR");
+        const std::string_view home = environmentText("HOME");
         // A relative folder depends on the working folder, which changes unnoticed.
         const bool isRelative = !chosen.empty() && chosen[0] != '/';
-        if (m_folder.empty() || isRelative || chosen != m_chosen || runtime != m_runtime) {
-            m_folder = localPortFolder();
+        if (m_folders.empty() || isRelative || chosen != m_chosen || runtime != m_runtime
+            || home != m_home) {
+            m_folders.clear();
+            for (const std::string& place : localPortPlaces())
+                m_folders.append(place).append(1, '\0');
             m_chosen = chosen;
             m_runtime = runtime;
+            m_home = home;
         }
-        return m_folder;
+        return m_folders;
     }
 
 private:
-    std::string m_folder;
+    std::string m_folders;
     std::string m_chosen;
     std::string m_runtime;
+    std::string m_home;
 };
+
+// Of the folders that somebody holds the name in, the first.
+Descriptor connectToHolder(std::string_view name, SteadyTime deadline)
+{
+    std::error_code error;
+    const std::string stem = localPortStem(name);
+    for (const LocalPortFolder& folder : openLocalPortFolders(error)) {
+        Descriptor connection = connectToLocalPort(folder, stem, deadline, error);
+        if (connection.isOpen() || !isHolderMissing(error))
+            return connection;
+    }
+    return {};
+}
 
 } // namespace
 
@@ -63,7 +83,7 @@ struct LocalPortSender::State {
 
     // Never held while a thread waits for anything.
     Lock lock;
-    // By folder and name; a folder has no zero byte.
+    // By folders and name; a folder has no zero byte.
     std::unordered_map<std::string, Kept> connections TEVORO_GUARDED_BY(lock);
     LocalPortPlace place TEVORO_GUARDED_BY(lock);
 };
@@ -117,8 +137,8 @@ bool LocalPortSender::State::send(std::string_view name, const SplitText& text, 
 
 std::string LocalPortSender::State::keyOf(std::string_view name)
 {
-    std::string key = place.folder();
-    key.append(1, '\0').append(name);
+    std::string key = place.folders();
+    key.append(name);
     return key;
 }
 
@@ -137,11 +157,7 @@ LocalPortSender::State::Kept LocalPortSender::State::connectionTo(
 LocalPortSender::State::Kept LocalPortSender::State::connect(
     const std::string& key, std::string_view name, SteadyTime deadline)
 {
-    std::error_code error;
-    const auto folder = LocalPortFolder::open(error);
-    if (!folder)
-        return nullptr;
-    Descriptor socket = connectToLocalPort(*folder, localPortStem(name), deadline, error);
+    Descriptor socket = connectToHolder(name, deadline);
     if (!socket.isOpen())
         return nullptr;
     auto fresh = std::make_shared<SenderConnection>(std::move(socket));

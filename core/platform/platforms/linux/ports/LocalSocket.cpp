@@ -106,4 +106,15 @@ Descriptor connectToLocalPort(
     return checked(std::move(socket), error);
 }
 
+bool isHolderMissing(const std::error_code& error)
+{
+    return error == std::errc::no_such_file_or_directory || error == std::errc::connection_refused;
+}
+
+bool isLocalPortHeld(const LocalPortFolder& folder, const std::string& stem, std::error_code& error)
+{
+    connectToLocalPort(folder, stem, error);
+    return !isHolderMissing(error);
+}
+
 } // namespace Pt

@@ -37,4 +37,12 @@ Descriptor connectToLocalPort(const LocalPortFolder& folder,
 Descriptor connectToLocalPort(
     const LocalPortFolder& folder, const std::string& stem, std::error_code& error);
 
+// Whether a connect failed because nobody holds the port: "no such file" or "connection refused",
+// and nothing else. For want of a descriptor, say, an application that runs would be called gone.
+bool isHolderMissing(const std::error_code& error);
+
+// Whether somebody holds the port; what hinders the question counts as held.
+bool isLocalPortHeld(
+    const LocalPortFolder& folder, const std::string& stem, std::error_code& error);
+
 } // namespace Pt

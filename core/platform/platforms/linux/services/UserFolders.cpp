@@ -111,14 +111,6 @@ std::string userFolderFromList(std::string_view name)
     return folder;
 }
 
-// Root may write into everybody's folder, and what it makes there locks the owner out.
-bool isOwnFolder(const std::string& path)
-{
-    struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)
-        && status.st_uid == ::geteuid();
-}
-
 } // namespace
 
 std::string homeFolder()
@@ -169,6 +161,13 @@ std::optional<std::string> runtimeFolder()
         if (!folder.empty() && isOwnFolder(folder))
             return folder;
     return std::nullopt;
+}
+
+bool isOwnFolder(const std::string& path)
+{
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)
+        && status.st_uid == ::geteuid();
 }
 
 } // namespace Pt

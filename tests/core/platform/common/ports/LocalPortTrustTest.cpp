@@ -1,16 +1,17 @@
 // Who is kept out, and what is dropped: folders, processes of other users, packets.
 
+#include "core/platform/support/NoMoreDescriptors.h"
 #include "core/platform/support/PeerProcess.h"
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
 #include "core/platform/support/RogueSender.h"
 #include "platform/common/ports/LocalPort.h"
+#include "support/OrdinaryUser.h"
 
 #include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/fsuid.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,15 +19,15 @@
 using Pt::LocalPort;
 using Pt::LocalPortSender;
 using test::asPacket;
+using test::kNobody;
 using test::MemoryFile;
+using test::NoMoreDescriptors;
 using test::RogueSender;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
-
-constexpr unsigned int kNobody = 65534;
 
 class LocalPortTrustTest : public test::PortFixture {
 protected:
@@ -323,33 +324,6 @@ TEST_F(LocalPortPacketTest, ClosesWhatCameWithATextWhoseTakerThrows)
     EXPECT_EQ(test::openDescriptors(), before);
 }
 
-namespace {
-
-// As many descriptors as are open now, those to spare, and no more.
-class NoMoreDescriptors {
-public:
-    explicit NoMoreDescriptors(rlim_t spare = 0)
-    {
-        // The sanitizers look at each class of object once, by way of a pipe: at those of errors
-        // they must have looked before.
-        Pt::isLocalPortFree("nobody's");
-        ::getrlimit(RLIMIT_NOFILE, &m_before);
-        rlimit tight = m_before;
-        const int next = ::dup(STDIN_FILENO);
-        ::close(next);
-        tight.rlim_cur = static_cast<rlim_t>(next) + spare;
-        ::setrlimit(RLIMIT_NOFILE, &tight);
-    }
-    ~NoMoreDescriptors() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
-    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
-    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
-
-private:
-    rlimit m_before = {};
-};
-
-} // namespace
-
 TEST_F(LocalPortTrustTest, DoesNotKeepItsWaiterBusyWhileDescriptorsAreShort)
 {
     const auto port = held("p");
@@ -395,6 +369,26 @@ TEST_F(LocalPortTrustTest, IsNotHeldWithoutDescriptors)
         testing::internal::GetCapturedStderr(), IsEmpty()); // nothing is wrong with the folder
     EXPECT_TRUE(LocalPort::hold("p"));
     EXPECT_THAT(files(), IsEmpty());
+}
+
+// A descriptor for the folder, and then one for the socket.
+TEST_F(LocalPortTrustTest, DoesNotCallAHeldNameFreeWithoutDescriptors)
+{
+    const auto port = held("p");
+    for (const rlim_t spare : {0U, 1U}) {
+        bool isFree = true;
+        std::error_code error;
+        {
+            const NoMoreDescriptors shortage(spare);
+            isFree = Pt::isLocalPortFree("p");
+            Pt::heldLocalPorts(error);
+        }
+        EXPECT_FALSE(isFree) << spare;
+        EXPECT_EQ(error, std::errc::too_many_files_open) << spare;
+    }
+    const NoMoreDescriptors enough(2);
+    EXPECT_FALSE(Pt::isLocalPortFree("p"));
+    EXPECT_TRUE(Pt::isLocalPortFree("another"));
 }
 
 // Lost, as the system leaves no way to ask for it later; but its eight bytes are not taken for a
