@@ -175,6 +175,8 @@ private:
     void finishMessage(const Message& message);
     bool isCalled(const SoString& name) const;
     bool hasUnreadTexts() const;
+    bool canTakeIn() const;
+    bool canReadPort() const;
     int portDescriptor() const;
     void keepName() const;
     SoString getInfoRoot(const char* queue) const;

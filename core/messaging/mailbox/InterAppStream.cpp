@@ -8,8 +8,11 @@
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/threads/Lock.h"
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -22,6 +25,20 @@ constexpr long kFirstBufferSize = 4096;
 
 constinit Pt::Lock gStreamLock;
 constinit InterAppStream* gInterAppStream TEVORO_GUARDED_BY(gStreamLock) = nullptr;
+
+constexpr UnreadBound kUnread{4096, std::size_t{8} << 20};
+constexpr UnreadBound kUnreadWhileSending{8 * kUnread.texts, 8 * kUnread.bytes};
+
+// Of the whole process, those that may have to wait.
+constinit std::atomic<int> gSendsUnderWay{0};
+
+class SendUnderWay {
+public:
+    SendUnderWay() { ++gSendsUnderWay; }
+    ~SendUnderWay() { --gSendsUnderWay; }
+    SendUnderWay(const SendUnderWay&) = delete;
+    SendUnderWay& operator=(const SendUnderWay&) = delete;
+};
 
 std::string portName(const SoString& prefix, const SoString& name)
 {
@@ -60,6 +77,11 @@ InterAppStream* firstFreeInstance(TevoroTalk::Specifier& specifier)
 }
 
 } // namespace
+
+UnreadBound UnreadBound::now()
+{
+    return gSendsUnderWay == 0 ? kUnread : kUnreadWhileSending;
+}
 
 const char* const gPortName = TevoroTalkData::kPortPrefix;
 
@@ -175,9 +197,10 @@ bool MacInterAppStream::sendWithin(std::chrono::milliseconds patience,
 {
     if (!isGood())
         return false;
-    // Not the lock of the stream: a send may block for ten seconds, and receiving must go on
-    // meanwhile.
-    const ObjectLock lock(m_sendLock);
+    // Without a lock of the stream: a send may wait for ten seconds, and others go on meanwhile.
+    std::optional<SendUnderWay> underWay;
+    if (patience.count() > 0)
+        underWay.emplace();
     return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), patience);
 }
 
@@ -218,13 +241,32 @@ bool MacInterAppStream::messagePending() const
     const ObjectLock lock(*this);
     if (m_port == nullptr)
         return false;
-    const auto take = [this](char* text, std::size_t size) TEVOROTALK_REQUIRES(
-                          this) { m_msgQueue.append(new DataRef(text, static_cast<long>(size))); };
+    const auto take = [this](char* text, std::size_t size) TEVOROTALK_REQUIRES(this) {
+        auto* const unread = new DataRef(text, static_cast<long>(size));
+        m_msgQueue.append(unread);
+        m_unreadBytes += static_cast<std::size_t>(unread->length);
+    };
     // The text that ended a wait first, alone: an answer is dispatched before the notices behind it
     // are read.
-    if (m_port->receiveAwaited(take) == 0)
-        m_port->receive(take);
+    const Pt::LocalPort::Bound room = roomLeft();
+    if (m_port->receiveAwaited(take, room) == 0)
+        m_port->receive(take, room);
     return m_msgQueue.length() != 0;
+}
+
+Pt::LocalPort::Bound MacInterAppStream::roomLeft() const
+{
+    const UnreadBound bound = UnreadBound::now();
+    const auto texts = static_cast<std::size_t>(m_msgQueue.length());
+    return {bound.texts - std::min(texts, bound.texts),
+        bound.bytes - std::min(m_unreadBytes, bound.bytes)};
+}
+
+bool MacInterAppStream::hasRoom() const
+{
+    const ObjectLock lock(*this);
+    const Pt::LocalPort::Bound room = roomLeft();
+    return room.texts != 0 && room.bytes != 0;
 }
 
 bool MacInterAppStream::hasUnreadTexts() const
@@ -246,9 +288,12 @@ bool MacInterAppStream::receive()
         return false;
     // The oldest first: texts of one sender stay in their order.
     const autoPtr<DataRef> text(m_msgQueue.removeAt(0));
-    if (text.get() == nullptr || text->length == 0)
+    if (text.get() == nullptr)
         return false;
     const long length = text->length;
+    m_unreadBytes -= static_cast<std::size_t>(length);
+    if (length == 0)
+        return false;
     // Hands the block over, so that a large text is not copied.
     collect(text->release(), length);
     return true;

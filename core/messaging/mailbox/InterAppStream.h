@@ -2,8 +2,8 @@
 // whole texts, one at a time and one way. Each name belongs to one stream per user and machine. A
 // stream that could not get its name is not good: it neither sends nor receives.
 //
-// Any thread may use a stream. Sending has a lock of its own, so that it does not block receiving;
-// it may block for ten seconds. Deleting a stream releases its name and drops unread texts.
+// Any thread may use a stream. A send may wait for ten seconds, and holds up neither receiving nor
+// the sends of other threads. Deleting a stream releases its name and drops unread texts.
 #pragma once
 
 #include "messaging/SoLock.h"
@@ -11,14 +11,10 @@
 #include "messaging/SoVector.h"
 #include "messaging/TevoroTalk.h"
 #include "messaging/mailbox/SilentTargets.h"
+#include "platform/common/ports/LocalPort.h"
 
 #include <chrono>
 #include <memory>
-
-namespace Pt {
-class LocalPort;
-class LocalPortSender;
-} // namespace Pt
 
 namespace ScObjects {
 
@@ -33,6 +29,17 @@ inline constexpr std::chrono::milliseconds kBriefPatience{100};
 
 // A second copy of an application is instance 1, and there are nine copies at most.
 inline constexpr int kMaxInstances = 8;
+
+// What may wait unread, in a stream and again in a queue behind it: that many texts, or bytes and
+// one text. The rest stays in the port, and its senders wait (docs/bus.md).
+struct UnreadBound {
+    std::size_t texts;
+    std::size_t bytes;
+
+    // The bound now: eight times as large while a send of this process is under way, which may wait
+    // for somebody who waits for this process.
+    static UnreadBound now();
+};
 
 class BaseInterAppStream : public SoLockable {
 public:
@@ -122,6 +129,8 @@ public:
     SoVector<DataRef>& getMsgQueue() { return m_msgQueue; }
     // Whether messagePending() has read a text that was not received yet.
     bool hasUnreadTexts() const;
+    // Whether messagePending() would read another text. If not, the port stays readable.
+    bool hasRoom() const;
     // Whether the last messagePending() left texts of a sender in the port.
     bool hasMore() const;
     // Readable while messagePending() has something to read; -1 without a port.
@@ -136,10 +145,11 @@ public:
 
 private:
     std::unique_ptr<Pt::LocalPort> m_port;
-    std::unique_ptr<Pt::LocalPortSender> m_sender TEVOROTALK_THREAD_ATTRIBUTE(
-        pt_guarded_by(m_sendLock));
+    std::unique_ptr<Pt::LocalPortSender> m_sender; // its own locks guard it
+    Pt::LocalPort::Bound roomLeft() const TEVOROTALK_REQUIRES(this);
+
     mutable SoVector<DataRef> m_msgQueue TEVOROTALK_GUARDED_BY(this);
-    SoLockable m_sendLock;
+    mutable std::size_t m_unreadBytes TEVOROTALK_GUARDED_BY(this) = 0;
     mutable TevoroTalkData::SilentTargets m_silentTargets;
 };
 

@@ -204,6 +204,19 @@ bool TevoroTalk::hasUnreadTexts() const
     return m_data->stream != nullptr && m_data->stream->hasUnreadTexts();
 }
 
+// Whether the queue has room for what the thread of the bus takes in for it.
+bool TevoroTalk::canTakeIn() const
+{
+    const UnreadBound bound = UnreadBound::now();
+    return static_cast<std::size_t>(m_data->incoming.length()) < bound.texts
+        && m_data->incoming.bytes() < bound.bytes;
+}
+
+bool TevoroTalk::canReadPort() const
+{
+    return m_data->stream != nullptr && m_data->stream->hasRoom();
+}
+
 int TevoroTalk::portDescriptor() const
 {
     return m_data->stream != nullptr ? m_data->stream->waitDescriptor() : -1;

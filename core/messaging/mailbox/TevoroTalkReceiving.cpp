@@ -125,7 +125,9 @@ bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatc
     // two calls of the system.
     if (dispatch)
         incoming.pauseSignals();
-    if (incomingMessagePending())
+    // The thread of the bus takes nothing in for a queue that is full, and looks all the same: a
+    // text that waits in the stream leaves room in the port.
+    if (incomingMessagePending() && (dispatch || !isOnBusThread() || canTakeIn()))
         takeIn(dispatch);
     return dispatch && dispatchNext(serialNumber);
 }

@@ -6,6 +6,7 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkThread.h"
+#include "messaging/runtime/GrowingText.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
@@ -16,6 +17,8 @@ namespace ScObjects {
 using namespace TevoroTalkData;
 
 namespace {
+
+constexpr long kMarks = 16; // what a line of the report has beside its texts, with room to spare
 
 const char* onOrOff(bool on)
 {
@@ -58,6 +61,7 @@ void appendReportLine(SoString& report,
     // The first slash is the root's and counts for no level.
     const long depth = std::count(path.get() + 1, path.get() + path.length(), '/');
     // An empty line above each branch, so that people see where it begins.
+    growFor(report, depth + label.length() + value.length() + kMarks);
     if (hasChildren)
         report << "\n";
     for (long i = 0; i < depth; ++i)

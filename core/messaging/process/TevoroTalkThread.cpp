@@ -338,7 +338,7 @@ bool TevoroTalkThread::hasUnreadTexts() const
         return false;
     for (long i = 0; i < m_context->getNumberOfInstances(); ++i) {
         const TevoroTalk* const instance = m_context->getNthInstance(i);
-        if (instance != nullptr && instance->hasUnreadTexts())
+        if (instance != nullptr && instance->hasUnreadTexts() && instance->canTakeIn())
             return true;
     }
     return false;
@@ -366,7 +366,8 @@ void TevoroTalkThread::watchInstances()
         const int port = instance != nullptr ? instance->portDescriptor() : -1;
         if (port == -1)
             continue;
-        if (watches)
+        // A port that is not read stays readable.
+        if (watches && instance->canReadPort())
             m_waits->ports.add(port);
         else
             // Taken out again, or each text would wake both threads.

@@ -1,6 +1,7 @@
 // A message as lines of the diagnostics tree.
 #include "messaging/Message.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/runtime/GrowingText.h"
 
 #include <cstdio>
 
@@ -11,6 +12,7 @@ using namespace TevoroTalkData;
 namespace {
 
 constexpr const char* kUndefined = "undefined";
+constexpr long kLabels = 64; // what else a line has, with room to spare
 
 SoString orUndefined(const SoString& text)
 {
@@ -47,6 +49,7 @@ public:
 
     void leaf(const char* child, const char* label, const SoString& value)
     {
+        growFor(m_out, m_path.length() + value.length() + kLabels);
         m_out << m_path << "/" << child << ";0;" << label << ";" << value << ";\n";
     }
 
@@ -67,9 +70,12 @@ public:
             return;
         }
         m_out << m_path << "/headers;1;Headers;;\n";
-        for (const auto* header = first; header != nullptr; header = header->next)
+        for (const auto* header = first; header != nullptr; header = header->next) {
+            growFor(m_out,
+                m_path.length() + 2 * header->name.length() + header->value.length() + kLabels);
             m_out << m_path << "/headers/" << header->name << ";0;" << header->name << ";"
                   << header->value << ";\n";
+        }
     }
 
     void timestamp(std::int64_t time)

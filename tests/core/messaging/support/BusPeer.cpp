@@ -9,11 +9,15 @@
 //                  "not" and its number
 //   stream TARGET COUNT
 //                  sends as many messages with the bodies 0, 1, 2 ...; says "streamed" and how many
+//   exchange TARGET COUNT BYTES
+//                  sends as many requests of that size that want a result, and then waits for the
+//                  result of one more; says "exchanged", how many were sent and "answered" or "not"
 //   answer CODE TEXT
 //                  what its handler returns from now on; CODE "throw" throws
 //   count COUNT    from now on expects the bodies 0, 1, 2 ...; says "counted COUNT" when it had as
 //                  many, or "wrong" and the body
 //   pump off|on    whether it pumps
+//   quiet          says nothing of the messages any more
 //   serial         says the number that a message would get
 //
 // For each message that is handled, unless they are counted, it says "got" and the reason, the
@@ -49,7 +53,7 @@ public:
     {
         if (expected >= 0)
             count(message);
-        else
+        else if (!isQuiet)
             tell(reason, message);
         if (throws)
             throw std::runtime_error("as asked for");
@@ -58,6 +62,7 @@ public:
         return code;
     }
 
+    bool isQuiet = false; // says nothing
     long code = 0;
     std::string answer = "done";
     bool throws = false;
@@ -80,6 +85,20 @@ private:
         else if (++counted == expected)
             say("counted " + std::to_string(counted));
     }
+};
+
+// For the answers to one message.
+class LastHandler final : public TevoroTalk::MsgHandler {
+public:
+    explicit LastHandler(std::uint32_t number)
+        : m_number(number)
+    {
+    }
+    long handleMessage(int, Message&, SoString*) override { return 0; }
+    std::uint32_t getSerialNumber() const override { return m_number; }
+
+private:
+    std::uint32_t m_number;
 };
 
 class Peer {
@@ -131,6 +150,10 @@ private:
             return send(words);
         if (command == "stream")
             return stream(words);
+        if (command == "quiet")
+            return m_handler->isQuiet = true;
+        if (command == "exchange")
+            return exchange(words);
         if (command == "answer")
             return setAnswer(words);
         if (command == "pump")
@@ -178,6 +201,33 @@ private:
         return true;
     }
 
+    bool exchange(std::istringstream& words) const
+    {
+        std::string target;
+        long count = 0;
+        std::size_t bytes = 0;
+        if (!(words >> target >> count >> bytes))
+            return false;
+        const std::string body(bytes, 'x');
+        long sent = 0;
+        for (long i = 0; i < count; ++i) {
+            Message message;
+            message.target = target.c_str();
+            message.responseRequest = "Result";
+            message.body = body.c_str();
+            sent += m_instance->send(message, false, 0, nullptr) ? 1 : 0;
+        }
+        Message last;
+        last.target = target.c_str();
+        last.responseRequest = "Result";
+        last.body = "last";
+        last.serialNumber = Message::getNextSerialNumber(nullptr);
+        delete m_instance->changeHandler(new LastHandler(last.serialNumber));
+        const bool isAnswered = m_instance->send(last, false, kLong, nullptr);
+        say("exchanged " + std::to_string(sent) + (isAnswered ? " answered" : " not"));
+        return true;
+    }
+
     bool setAnswer(std::istringstream& words) const
     {
         std::string code;
@@ -195,6 +245,8 @@ private:
         m_pumps = state == "on";
         return m_pumps || state == "off";
     }
+
+    static constexpr unsigned long kLong = 60; // seconds
 
     PeerHandler* m_handler = nullptr; // owned by the instance
     TevoroTalk* m_instance; // owned by the bus
