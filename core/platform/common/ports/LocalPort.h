@@ -110,7 +110,9 @@ public:
 
     // Sends a text to the mailbox of that name. On false no part of it was delivered: at once if
     // nobody holds the name, or if the text is empty or too long; after the timeout `patience` if
-    // the holder does not read. With no patience it tries once and never waits.
+    // the holder does not read. With no patience it tries once and never waits. A holder that does
+    // not read gets as many short texts as its buffer holds, and 16 MiB of those too long for a
+    // packet, or one that is longer, on each connection.
     bool send(std::string_view name, std::string_view text, std::chrono::milliseconds patience);
     // The same for a text in two pieces.
     bool send(std::string_view name,

@@ -39,12 +39,20 @@ bool hasSize(int file, std::uint64_t size)
 Descriptor makeMemoryText(std::string_view head, std::string_view rest)
 {
     Descriptor file(::memfd_create("local-port-text", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!file.isOpen())
+        return file;
+    std::error_code error = file.write(head.data(), head.size());
+    if (!error)
+        error = file.write(rest.data(), rest.size());
     // Sealed last: a sealed file takes no more bytes, and an unsealed one is refused by the
     // receiver.
-    if (!file.isOpen() || file.write(head.data(), head.size())
-        || file.write(rest.data(), rest.size()) || ::fcntl(file.get(), F_ADD_SEALS, kSeals) != 0)
-        return {};
-    return file;
+    if (!error && ::fcntl(file.get(), F_ADD_SEALS, kSeals) != 0)
+        error = lastError();
+    if (!error)
+        return file;
+    file.close();
+    errno = error.value();
+    return {};
 }
 
 MemoryMapping mapMemoryText(int file, std::uint64_t size)

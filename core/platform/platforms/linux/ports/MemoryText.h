@@ -11,7 +11,7 @@
 namespace Pt {
 
 // A sealed memory file that holds the text, which lies in two pieces. Not open when the system
-// refuses.
+// refuses; errno then says why.
 Descriptor makeMemoryText(std::string_view head, std::string_view rest);
 
 // The text as private, writable bytes. Empty unless the file is a sealed memory file of exactly

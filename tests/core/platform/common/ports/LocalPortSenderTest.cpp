@@ -80,7 +80,7 @@ TEST_F(LocalPortSenderTest, KeepsTheOrderOfShortAndLongTexts)
     const auto port = held("p");
     Texts sent;
     for (std::size_t number = 0; number < 60; ++number) {
-        const std::size_t size = number % 10 == 5 ? 5 * kMegabyte : 1 + number * 100;
+        const std::size_t size = number % 20 == 5 ? 5 * kMegabyte : 1 + number * 100;
         sent.push_back(test::numberedText(number, size));
         ASSERT_TRUE(sender.send("p", sent.back(), kPatience));
     }
