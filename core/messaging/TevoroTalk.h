@@ -169,6 +169,7 @@ private:
     bool hasUnreadTexts() const;
     int portDescriptor() const;
     void keepName() const;
+    void giveUpName() const;
     SoString getInfoRoot(const char* queue) const;
 
     TevoroTalkData::PrivateData* m_data;
