@@ -5,11 +5,14 @@
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkPing.h"
 #include "platform/common/ports/LocalPort.h"
+#include "platform/common/ports/Waiting.h"
 #include "platform/common/services/Clock.h"
 #include "platform/common/services/ProgramEnvironment.h"
 
 #include <algorithm>
+#include <array>
 #include <future>
+#include <system_error>
 
 namespace tevorotalk {
 
@@ -26,6 +29,19 @@ constexpr std::chrono::milliseconds kMaxPause{100};
 // A bus thread is up some milliseconds after its start; five seconds mean that it never will be.
 constexpr std::chrono::milliseconds kReachablePoll{5};
 constexpr std::chrono::seconds kReachableLimit{5};
+
+// Each sender takes one, and those who ask something more.
+void requireDescriptors()
+{
+    constexpr std::size_t kSpare = 8;
+    try {
+        const std::array<Pt::WaitableFlag, kSpare> spare;
+    } catch (const std::system_error& error) {
+        throw CommandError(ExitCode::kSystemPart,
+            std::string("it could not be reached, as it may not open enough files (ulimit -n): ")
+                + error.code().message());
+    }
+}
 
 } // namespace
 
@@ -70,11 +86,16 @@ std::string BusSession::name() const
 
 void BusSession::waitUntilReachable() const
 {
+    requireDescriptors(); // without them the answer would never come
     const auto deadline = std::chrono::steady_clock::now() + kReachableLimit;
     // Asks itself: the thread that answers is the one that others will ask.
-    while (TevoroTalk::Thread::ping(name().c_str(), "", 1, nullptr) != "ECHO_RESPONSE"
-        && !hasPassed(deadline))
+    while (TevoroTalk::Thread::ping(name().c_str(), "", 1, nullptr) != "ECHO_RESPONSE") {
+        if (hasPassed(deadline))
+            throw CommandError(ExitCode::kSystemPart,
+                "'" + name() + "' cannot be reached: its port for questions does not answer");
         Pt::systemClock().sleepFor(kReachablePoll);
+    }
+    requireDescriptors(); // the question and its answer have taken some
 }
 
 SoString BusSession::ask(const std::string& target,

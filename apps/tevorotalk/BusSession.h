@@ -35,7 +35,7 @@ public:
     std::string name() const;
 
     // Returns once others can ask this process questions, which is some milliseconds after its
-    // start.
+    // start. Throws a CommandError when they never will, or the next senders would not be let in.
     void waitUntilReachable() const;
 
     // Asks the bus's thread of the target: see TevoroTalk::Thread::ping. Throws Interrupted.

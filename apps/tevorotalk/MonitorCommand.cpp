@@ -8,6 +8,7 @@
 #include "tevorotalk/InfoLines.h"
 #include "tevorotalk/MessagePrinter.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 
@@ -18,7 +19,9 @@ using ScObjects::TevoroTalk;
 
 namespace {
 
-constexpr std::int32_t kLimit = 5; // seconds, for the target to take the subscription
+// Seconds, for the target to take the subscription, and to say whose it is at the end.
+constexpr std::int32_t kLimit = 5;
+constexpr std::int32_t kEndLimit = 1;
 constexpr std::chrono::seconds kLookAgain{1};
 
 // "EVENT SENDER -> TARGET TYPE #SERIAL: FIRST LINE"
@@ -61,15 +64,31 @@ private:
     bool m_json;
 };
 
+// What is left of the command's own time, but at least one second: a question that may take none is
+// not answered.
+std::int32_t limitBefore(std::optional<SteadyTime> deadline)
+{
+    if (!deadline)
+        return kLimit;
+    const auto left =
+        std::chrono::ceil<std::chrono::seconds>(*deadline - std::chrono::steady_clock::now());
+    return static_cast<std::int32_t>(
+        std::clamp(left, std::chrono::seconds(1), std::chrono::seconds(kLimit)).count());
+}
+
 // For as long as it lives, copies of what passes through the target come to this process.
 class Subscription {
 public:
-    Subscription(const BusSession& session, const std::string& target, const char* key)
+    Subscription(const BusSession& session,
+        const std::string& target,
+        const char* key,
+        std::optional<SteadyTime> deadline)
         : m_target(target)
         , m_key(key)
         , m_subscriber(session.name())
     {
-        const SoString answer = session.ask(m_target, m_key + "=" + m_subscriber, kLimit);
+        const SoString answer =
+            session.ask(m_target, m_key + "=" + m_subscriber, limitBefore(deadline));
         // A subscription is confirmed by the name of the new subscriber.
         if (answer == m_subscriber.c_str())
             return;
@@ -81,7 +100,7 @@ public:
     {
         // Another monitor may have taken its place. Nobody answers the second question, so nobody
         // waits for an answer.
-        if (ask(m_key, kLimit) == m_subscriber.c_str())
+        if (ask(m_key, kEndLimit) == m_subscriber.c_str())
             ask(m_key + "=", 0);
     }
     Subscription(const Subscription&) = delete;
@@ -103,6 +122,7 @@ private:
 
 ExitCode runMonitor(const CommandLine& line)
 {
+    const auto deadline = deadlineAfter(line.seconds);
     BusSession session(ownName());
     // Before the subscription: copies come as soon as the target has answered.
     delete session.instance().changeHandler(new ForwardHandler(line.json));
@@ -110,11 +130,10 @@ ExitCode runMonitor(const CommandLine& line)
     std::optional<Subscription> messages;
     std::optional<Subscription> logs;
     if (line.messages || !line.logs)
-        messages.emplace(session, line.target, "FWDMESSAGES");
+        messages.emplace(session, line.target, "FWDMESSAGES", deadline);
     if (line.logs)
-        logs.emplace(session, line.target, "FWDLOGS");
+        logs.emplace(session, line.target, "FWDLOGS", deadline);
     std::fprintf(stderr, "monitoring %s\n", Pt::terminalText(line.target).c_str());
-    const auto deadline = deadlineAfter(line.seconds);
     auto lookAgain = std::chrono::steady_clock::now() + kLookAgain;
     while (!hasPassed(deadline)) {
         if (Pt::wasInterrupted())

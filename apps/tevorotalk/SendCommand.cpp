@@ -27,11 +27,18 @@ struct Answers {
     bool hasFailed = false;
 };
 
+// What the bus itself answers to a message whose digest does not match.
+constexpr const char* kRejected = "53";
+
 std::string failureText(int reason, const TevoroTalk::Message& message)
 {
-    return reason == TevoroTalk::MsgHandler::kTimeout
-        ? "the message timed out"
-        : "the target answers with an error: " + std::string(message.body.view());
+    if (reason == TevoroTalk::MsgHandler::kTimeout)
+        return "the message timed out";
+    std::string text = "the target answers with an error: " + std::string(message.body.view());
+    if (message.getUserHeaderValue("Error-Code") == kRejected)
+        text += " (error 53). Probably it has another salt for digests: both have to have the same"
+                " home folder, with a file .velmo/md5 in it that they can read, or a place for it";
+    return text;
 }
 
 // Takes the answers of one type to one message.
@@ -230,8 +237,12 @@ ExitCode runSend(const CommandLine& line)
     TevoroTalk& instance = session.instance();
     message.serialNumber = TevoroTalk::Message::getNextSerialNumber(nullptr);
     const bool waits = line.wait || asksFor(line.request, "Result");
-    if (waits)
+    if (waits) {
         awaitAnswers(instance, message, line.json, answers);
+        // Whoever rejects the message has another salt, and says so with a digest that is wrong to
+        // us. Answers need none, so this lets nobody in.
+        TevoroTalk::Message::setAuthentication(false);
+    }
     if (!instance.send(message, line.launch, 0, nullptr) && !instance.outgoingMessagePending())
         throw undeliverable(line, message);
     return waits ? waitForAnswers(session, line, message, answers) : waitForDelivery(session);

@@ -179,6 +179,7 @@ private:
     bool canReadPort() const;
     int portDescriptor() const;
     void keepName() const;
+    void giveUpName() const;
     SoString getInfoRoot(const char* queue) const;
 
     TevoroTalkData::PrivateData* m_data;

@@ -330,6 +330,13 @@ void MacInterAppStream::keepName() const
         m_port->keepName(); // what cannot be had now is asked for again in a while
 }
 
+void MacInterAppStream::giveUpName() const
+{
+    const ObjectLock lock(*this);
+    if (m_port != nullptr)
+        m_port->giveUpName();
+}
+
 bool MacInterAppStream::wait(std::chrono::milliseconds limit) const
 {
     // Without the lock, which others need meanwhile.
@@ -383,6 +390,13 @@ void InterAppStream::InitTerm::keepName()
     const Pt::Locked lock(gStreamLock);
     if (gInterAppStream != nullptr)
         gInterAppStream->keepName();
+}
+
+void InterAppStream::InitTerm::giveUpName()
+{
+    const Pt::Locked lock(gStreamLock);
+    if (gInterAppStream != nullptr)
+        gInterAppStream->giveUpName();
 }
 
 InterAppStream* InterAppStream::get()

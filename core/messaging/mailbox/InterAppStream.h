@@ -140,6 +140,8 @@ public:
     bool wakeOn(int descriptor);
     // Puts the files of the name back if something has removed them: see LocalPort::keepName.
     void keepName() const;
+    // Removes them, for good: see LocalPort::giveUpName.
+    void giveUpName() const;
     // Waits for a text, up to that timeout. Requires a port, and wakeOn(); one thread at a time.
     bool wait(std::chrono::milliseconds limit) const;
 
@@ -166,8 +168,9 @@ public:
         static bool follow(const SoString& appName);
         // Whether it is there under that name.
         static bool isCalled(const SoString& name);
-        // See keepName(); nothing when there is none.
+        // See keepName() and giveUpName(); nothing when there is none.
         static void keepName();
+        static void giveUpName();
     };
 
     InterAppStream(const SoString& specifier, bool flag);

@@ -228,6 +228,12 @@ void TevoroTalk::keepName() const
         m_data->stream->keepName();
 }
 
+void TevoroTalk::giveUpName() const
+{
+    if (m_data->stream != nullptr)
+        m_data->stream->giveUpName();
+}
+
 SoString TevoroTalk::getInfoRoot(const char* queue) const
 {
     const SoString name = getAppName();

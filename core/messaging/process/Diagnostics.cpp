@@ -7,6 +7,7 @@
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/runtime/GrowingText.h"
+#include "messaging/wire/Identity.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
@@ -126,6 +127,9 @@ void TevoroTalkContext::appendDiagnostics(SoString& out, const SoString& path) c
         "Authentication",
         onOrOff(TevoroTalk::Message::getAuthentication()));
     appendLeaf(out, node, "/digest", "Digest", onOrOff(TevoroTalk::Message::getCreateDigest()));
+    if (isSaltOwn())
+        appendLeaf(
+            out, node, "/salt", "Salt", "of this process alone, as its file cannot be written");
 }
 
 void TevoroTalkThread::appendDiagnostics(SoString& out, const SoString& path) const

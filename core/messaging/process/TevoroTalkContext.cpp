@@ -28,6 +28,7 @@ constinit std::atomic<bool> gFirstCall{true};
 
 // A process may end, by exit() or by the end of its main function, with the bus up. What is static
 // in this library and in those below it is destroyed then, so the thread that uses it ends before.
+// The objects of the bus are not, as others may still use them; but the files of their ports go.
 class EndsThreadAtExit {
 public:
     // Statics are destroyed in the reverse of the order in which they came: the digest's come
@@ -36,10 +37,16 @@ public:
     ~EndsThreadAtExit()
     {
         constexpr std::chrono::seconds kLimit{2};
+        // A child that was forked has the context, and not the thread, and the names are not its
+        // own.
+        if (m_process != Pt::processId())
+            return;
         const TevoroTalkContext* const context = gCurrentContext;
-        // A child that was forked has the context, and not the thread.
-        if (context != nullptr && m_process == Pt::processId())
-            context->getThread()->stopWithin(kLimit);
+        // Its lock is the thread's own as long as that works: the files then stay for the next
+        // holder.
+        if (context != nullptr && context->getThread()->stopWithin(kLimit))
+            context->getThread()->giveUpNames();
+        InterAppStream::InitTerm::giveUpName();
     }
     EndsThreadAtExit(const EndsThreadAtExit&) = delete;
     EndsThreadAtExit& operator=(const EndsThreadAtExit&) = delete;

@@ -156,7 +156,7 @@ bool TevoroTalkThread::stop()
     return waitForRunExit();
 }
 
-void TevoroTalkThread::stopWithin(std::chrono::milliseconds limit)
+bool TevoroTalkThread::stopWithin(std::chrono::milliseconds limit)
 {
     requestStop();
     const auto deadline = std::chrono::steady_clock::now() + limit;
@@ -164,6 +164,19 @@ void TevoroTalkThread::stopWithin(std::chrono::milliseconds limit)
         Thread::sleep(kEndTick);
     if (!isActive())
         waitForRunExit(); // what is left of it takes no time
+    return !isActive() || isCurrent();
+}
+
+void TevoroTalkThread::giveUpNames()
+{
+    const ObjectLock lock(*this);
+    if (m_stream != nullptr)
+        m_stream->giveUpName();
+    if (m_context == nullptr)
+        return;
+    for (long i = 0; i < m_context->getNumberOfInstances(); ++i)
+        if (const TevoroTalk* const instance = m_context->getNthInstance(i))
+            instance->giveUpName();
 }
 
 bool TevoroTalkThread::openOwnStream()

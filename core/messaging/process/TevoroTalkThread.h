@@ -53,9 +53,12 @@ public:
     void wait(unsigned int milliseconds) override;
     // Ends the loop and waits for it.
     bool stop() override;
-    // The same, for at most that long. For the end of the process, where whoever waits may hold
-    // what the thread needs.
-    void stopWithin(std::chrono::milliseconds limit);
+    // The same, for at most that long; whether it has ended. For the end of the process, where
+    // whoever waits may hold what the thread needs.
+    bool stopWithin(std::chrono::milliseconds limit);
+    // Removes the files of its port and of those of the instances, which may be used on. For the
+    // end of the process.
+    void giveUpNames();
 
     // The specifier without its suffix, and "#thread".
     static SoString createThreadSpecifier(const SoString& specifier);

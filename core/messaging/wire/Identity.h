@@ -15,8 +15,17 @@ SoString createRandomValue();
 // user get the same value, even if two create it at once. Empty without a home folder.
 SoString getID(const char* name);
 
-// The salt of digests. Read once and cached for the process, if it has 1 to 40 characters.
+// The salt of digests. Read once and cached for the process, if it has 1 to 40 characters. A value
+// that could not be written is this process's alone, which is said once on standard error.
 SoString getMD5ID();
+
+// Whether the salt is this process's alone: nobody else can have its digests.
+bool isSaltOwn();
+
+// For when a digest does not match: if the salt is this process's alone, looks for the file again,
+// at most once a second, and takes over what it holds, or writes the own value into it. Whether the
+// salt is another one now. A salt that came from the file, or was written to it, never changes.
+bool lookForSaltAgain();
 
 // SHA-1 over salt, "+", text, "+", salt, each byte in hexadecimal digits without leading zeros: 20
 // to 40 digits. Empty if the digest cannot be computed.

@@ -1,5 +1,7 @@
 #include "apps/tevorotalk/BusFixture.h"
 
+#include <sys/resource.h>
+
 namespace test {
 namespace {
 
@@ -80,6 +82,37 @@ TEST_F(ListenCommandTest, EndsWhenItIsInterruptedAndFreesItsNames)
     PeerProcess& echo = listen("echo-1.0");
     EXPECT_EQ(echo.interrupt(), 130);
     EXPECT_EQ(run({"ports"}).out, "");
+}
+
+TEST_F(ListenCommandTest, EndsInOrderByEverySignalThatAsksForIt)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        PeerProcess& echo = listen("echo-1.0");
+        ::kill(echo.id(), signal);
+        EXPECT_EQ(echo.finish(), 130) << signal;
+        EXPECT_TRUE(std::filesystem::is_empty(folder.path("ports"))) << signal;
+    }
+}
+
+TEST_F(ListenCommandTest, DoesNotListenWhereNobodyCouldReachIt)
+{
+    PeerProcess& echo = listen("echo-1.0");
+    const std::filesystem::directory_iterator open("/proc/" + std::to_string(echo.id()) + "/fd");
+    const auto needed = static_cast<rlim_t>(std::distance(begin(open), end(open)));
+    EXPECT_EQ(echo.interrupt(), 130);
+    rlimit before = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    // Enough to hold the name, and none for its senders.
+    const rlimit tight = {needed + 4, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &tight), 0);
+    const CommandResult result = run({"listen", "echo-1.0", "--seconds", "0"});
+    const rlimit enough = {needed + 20, before.rlim_max};
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &enough), 0);
+    EXPECT_EQ(run({"listen", "echo-1.0", "--seconds", "0"}).code, 0);
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(result.code, 5);
+    EXPECT_THAT(result.err, HasSubstr("ulimit -n"));
+    EXPECT_THAT(result.err, testing::Not(HasSubstr("listening")));
 }
 
 TEST_F(ListenCommandTest, TakesOnlyTheTypesThatItIsTold)

@@ -6,7 +6,15 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-using MonitorCommandTest = BusFixture;
+class MonitorCommandTest : public BusFixture {
+protected:
+    const std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+
+    std::chrono::steady_clock::duration passed() const
+    {
+        return std::chrono::steady_clock::now() - begin;
+    }
+};
 
 TEST_F(MonitorCommandTest, ShowsWhatBecomesOfAMessage)
 {
@@ -83,6 +91,27 @@ TEST_F(MonitorCommandTest, EndsAfterSoManySeconds)
 {
     listen("echo-1.0");
     EXPECT_EQ(run({"monitor", "echo-1.0", "--seconds", "0"}).code, 0);
+}
+
+TEST_F(MonitorCommandTest, WaitsNoLongerForAStoppedTargetThanItIsTold)
+{
+    PeerProcess& echo = listen("echo-1.0");
+    ::kill(echo.id(), SIGSTOP);
+    const CommandResult result = run({"monitor", "echo-1.0", "--seconds", "1"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("cannot be monitored: Timeout"));
+    EXPECT_LT(passed(), std::chrono::seconds(4));
+    ::kill(echo.id(), SIGCONT);
+}
+
+TEST_F(MonitorCommandTest, EndsSoonWhereItsTargetHasStoppedMeanwhile)
+{
+    PeerProcess& echo = listen("echo-1.0");
+    PeerProcess& monitor = start({"monitor", "echo-1.0", "--messages", "--logs"});
+    ::kill(echo.id(), SIGSTOP);
+    EXPECT_EQ(monitor.interrupt(), 130);
+    EXPECT_LT(passed(), std::chrono::seconds(6)); // it would be more than ten with the usual limit
+    ::kill(echo.id(), SIGCONT);
 }
 
 } // namespace

@@ -238,5 +238,36 @@ TEST_F(SendCommandTest, RejectsAMessageWithTheDigestOfAnother)
     EXPECT_EQ(result.code, 1);
 }
 
+// Whoever reads another salt rejects the message, and its answer is rejected as well.
+TEST_F(SendCommandTest, SaysWhyAMessageIsRejectedByOneWithAnotherSalt)
+{
+    folder.write("others/.velmo/md5", "S");
+    environment.set("HOME", folder.path("others"));
+    listen("echo-1.0", {"--reply", "hello"});
+    environment.set("HOME", folder.path("home"));
+    const CommandResult result = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, HasSubstr("MESSAGE REJECTED (error 53)"));
+    EXPECT_THAT(result.err, HasSubstr(".velmo/md5"));
+}
+
+TEST_F(SendCommandTest, IsUnderstoodSoonAfterTheHomeCanBeWritten)
+{
+    environment.set("HOME", folder.path("later"));
+    PeerProcess& echo = listen("echo-1.0", {"--reply", "hello"});
+    EXPECT_THAT(greeting(), HasSubstr(folder.path("later/.velmo/md5") + " cannot be written"));
+    const CommandResult rejected = run({"send", "echo-1.0", "1+1;", "--wait", "20"});
+    EXPECT_EQ(rejected.code, 1);
+    EXPECT_THAT(rejected.err, HasSubstr("cannot be written"));
+    EXPECT_THAT(run({"info", "echo-1.0"}).out, HasSubstr("Salt = of this process alone"));
+    std::filesystem::create_directory(folder.path("later"));
+    const auto begin = std::chrono::steady_clock::now();
+    while (run({"send", "echo-1.0", "1+1;", "--wait", "20"}).out != "hello\n")
+        ASSERT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_THAT(run({"info", "echo-1.0"}).out, testing::Not(HasSubstr("Salt")));
+    EXPECT_EQ(echo.interrupt(), 130);
+}
+
 } // namespace
 } // namespace test

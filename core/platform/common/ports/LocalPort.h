@@ -93,6 +93,11 @@ public:
     // connections that they have; a later call may succeed.
     bool keepName();
 
+    // Releases the name before the port itself goes: the files are removed, and nobody finds the
+    // port any more. Texts still come over the connections that are there. For the end of a process
+    // that does not destroy its objects.
+    void giveUpName();
+
 private:
     struct State;
     explicit LocalPort(std::unique_ptr<State> state);

@@ -27,8 +27,9 @@ bool isTerminal(std::FILE* stream);
 // Columns of the terminal behind the stream; 80 where it does not tell.
 int terminalWidth(std::FILE* stream);
 
-// From now on the first SIGINT, SIGTERM or SIGHUP is noted and the program goes on; the second ends
-// it at once. A SIGHUP that was ignored at the start stays so, as nohup wants it. A write into a
+// From now on the first SIGINT, SIGTERM, SIGHUP or SIGQUIT is noted and the program goes on; the
+// second ends it at once. A SIGHUP or SIGQUIT that was ignored at the start stays so, as nohup and
+// shells that start programs in the background want it. A write into a
 // closed pipe, or beyond the limit of a file's size, fails instead of ending the program.
 void noteInterrupts();
 

@@ -58,6 +58,19 @@ protected:
 
 } // namespace
 
+TEST_F(DiagnosticsTest, TellsOfASaltThatIsTheProcesssAlone)
+{
+    start();
+    TevoroTalkData::getMD5ID();
+    EXPECT_THAT(ofContext(), Not(HasSubstr("salt")));
+    environment.set("HOME", folder.path("missing"));
+    TevoroTalkData::forgetIdentity();
+    TevoroTalkData::getMD5ID();
+    EXPECT_THAT(ofContext(),
+        testing::EndsWith("/p/context/messages/salt;0;Salt;of this process alone, as its file cannot"
+                          " be written;\n"));
+}
+
 TEST_F(DiagnosticsTest, TellsOfTheContext)
 {
     start();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <future>
 #include <list>
 #include <memory>
@@ -272,6 +273,35 @@ TEST_F(PingTest, MayComeWhileTheProcessEnds)
         peer.process().tell("exit");
         EXPECT_EQ(peer.process().finish(), 0);
     }
+}
+
+TEST_F(PingTest, FindsNoFilesOfAProcessThatEndedWithTheBusUp)
+{
+    const auto files = [this] {
+        return std::distance(std::filesystem::directory_iterator(folder.path("ports")), {});
+    };
+    EXPECT_EQ(ask("peer-1.0", ""), "ISNOTINSTALLED"); // opens the port of this process
+    const auto before = files();
+    Peer peer("peer-1.0");
+    EXPECT_EQ(files(), before + 6);
+    // A child has the bus, too, but not as its own.
+    peer.tell("fork");
+    EXPECT_EQ(files(), before + 6);
+    EXPECT_EQ(ask("peer-1.0", ""), kEcho);
+    peer.process().tell("exit");
+    EXPECT_EQ(peer.process().finish(), 0);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(PingTest, FindsNoFilesOfAProcessWhoseMainFunctionEnded)
+{
+    EXPECT_EQ(ask("peer-1.0", ""), "ISNOTINSTALLED");
+    const auto files = [this] {
+        return std::distance(std::filesystem::directory_iterator(folder.path("ports")), {});
+    };
+    const auto before = files();
+    EXPECT_EQ(Peer("peer-1.0").process().finish(), 0);
+    EXPECT_EQ(files(), before);
 }
 
 TEST_F(PingTest, FindsNobodyAfterAKill)

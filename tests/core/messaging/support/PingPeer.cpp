@@ -9,6 +9,7 @@
 //   storm TARGET COUNT            asks for KEY0 to KEY9 in turn; the number of right answers
 //   log TEXT                      logs a text
 //   send TARGET TEXT              sends a message
+//   fork                          lets a child process end with the bus up; its exit status
 //   exit                          ends at once, with the bus up; says nothing
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
@@ -25,6 +26,7 @@
 #include <string>
 
 #include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -136,6 +138,16 @@ void waitForThread()
         sleep(1);
 }
 
+std::string forkChild(std::istream&)
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        std::exit(0);
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    return std::to_string(status);
+}
+
 } // namespace
 
 int main(int count, char** words)
@@ -153,6 +165,7 @@ int main(int count, char** words)
         {"ping", ping},
         {"storm", storm},
         {"log", log},
+        {"fork", forkChild},
         {"send", [&bus](std::istream& rest) { return send(bus, rest); }},
     };
     for (std::string line; readLine(line);) {

@@ -46,14 +46,20 @@ std::optional<HeldName> HeldName::take(LocalPortFolder folder, std::string_view 
 
 HeldName::~HeldName()
 {
+    giveUp();
+}
+
+void HeldName::giveUp()
+{
     // The files of another holder stay: somebody may have emptied the folder meanwhile.
-    if (!m_lock.isOpen() || m_process != ::getpid() || !hasLock())
-        return;
-    if (hasSocket())
-        dropSocket();
-    // The lock file last: as long as it is there and locked, nobody binds a new socket whose file
-    // would be removed here.
-    ::unlinkat(m_folder.descriptor(), lockFile().c_str(), 0);
+    if (m_lock.isOpen() && m_process == ::getpid() && hasLock()) {
+        if (hasSocket())
+            dropSocket();
+        // The lock file last: as long as it is there and locked, nobody binds a new socket whose
+        // file would be removed here.
+        ::unlinkat(m_folder.descriptor(), lockFile().c_str(), 0);
+    }
+    m_lock = Descriptor();
 }
 
 bool HeldName::lock()
@@ -149,7 +155,8 @@ void HeldName::dropSocket()
 
 bool HeldName::keep()
 {
-    return m_process == ::getpid() && (hasLock() || takeAgain()) && (hasSocket() || clearSocket());
+    return m_lock.isOpen() && m_process == ::getpid() && (hasLock() || takeAgain())
+        && (hasSocket() || clearSocket());
 }
 
 // In the folder that the name lay in, whatever the environment says now, or else in the first place

@@ -25,8 +25,11 @@ public:
     HeldName(const HeldName&) = delete;
     HeldName& operator=(const HeldName&) = delete;
 
-    // Takes the socket file and the lock file away, and frees the name.
+    // As giveUp().
     ~HeldName();
+
+    // Takes the socket file and the lock file away, and frees the name, for good.
+    void giveUp();
 
     const std::string& name() const { return m_name; }
 

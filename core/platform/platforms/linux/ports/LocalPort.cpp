@@ -369,6 +369,11 @@ bool LocalPort::keepName()
     return m_state->keepName();
 }
 
+void LocalPort::giveUpName()
+{
+    m_state->name.giveUp();
+}
+
 const std::string& LocalPort::name() const
 {
     return m_state->name.name();

@@ -85,12 +85,14 @@ void noteInterrupts()
     ::sigemptyset(&action.sa_mask);
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);
-    struct sigaction before = {};
-    ::sigaction(SIGHUP, nullptr, &before);
-    // nohup has the signal ignored; a program that takes it back would end with the terminal after
-    // all.
-    if (before.sa_handler != SIG_IGN)
-        ::sigaction(SIGHUP, &action, nullptr);
+    for (const int signal : {SIGHUP, SIGQUIT}) {
+        struct sigaction before = {};
+        ::sigaction(signal, nullptr, &before);
+        // nohup has the first ignored; a program that takes it back would end with the terminal
+        // after all.
+        if (before.sa_handler != SIG_IGN)
+            ::sigaction(signal, &action, nullptr);
+    }
     // Writing to a closed pipe is then an error of the call, which is told like others.
     std::signal(SIGPIPE, SIG_IGN);
     failBeyondSizeLimit();

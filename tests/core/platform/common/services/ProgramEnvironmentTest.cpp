@@ -45,7 +45,7 @@ TEST(ProgramEnvironmentTest, TellsTheProcessItRunsIn)
 
 TEST(ProgramEnvironmentTest, NotesTheFirstInterruptAndEndsAtTheSecond)
 {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         EXPECT_EQ(endOf([signal] {
             Pt::noteInterrupts();
             if (Pt::wasInterrupted())
@@ -97,16 +97,17 @@ TEST(ProgramEnvironmentTest, WaitsForInputOrAnInterrupt)
     EXPECT_EQ(waiting(true, false, [] { ::raise(SIGINT); }), 0);
 }
 
-TEST(ProgramEnvironmentTest, IgnoresAHangUpThatWasIgnoredAtItsStart)
+TEST(ProgramEnvironmentTest, IgnoresASignalThatWasIgnoredAtItsStart)
 {
-    EXPECT_EQ(endOf([] {
-        std::signal(SIGHUP, SIG_IGN);
-        Pt::noteInterrupts();
-        ::raise(SIGHUP);
-        ::raise(SIGHUP);
-        return Pt::wasInterrupted() ? 1 : 0;
-    }),
-        0);
+    for (const int signal : {SIGHUP, SIGQUIT})
+        EXPECT_EQ(endOf([signal] {
+            std::signal(signal, SIG_IGN);
+            Pt::noteInterrupts();
+            ::raise(signal);
+            ::raise(signal);
+            return Pt::wasInterrupted() ? 1 : 0;
+        }),
+            0);
 }
 
 TEST(ProgramEnvironmentTest, FailsAWriteBeyondTheLimitOfAFilesSize)
