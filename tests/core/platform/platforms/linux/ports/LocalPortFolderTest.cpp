@@ -209,6 +209,23 @@ TEST_F(SquattedFolderTest, HoldsNamesInTheNextPlace)
     EXPECT_TRUE(fs::is_empty(inTmp(user)));
 }
 
+// The second place is no better than the first.
+TEST_F(SquattedFolderTest, NamesThePlaceThatIsUsedInTheEnd)
+{
+    const std::string program = folder.path("peer"); // where that user may run it
+    fs::copy_file(PORT_PEER, program);
+    const int answer = test::askedAsUser(user, [&] {
+        environment.set("XDG_RUNTIME_DIR", home());
+        fs::create_directory_symlink(home(), home() + "/tevorotalk");
+        test::PeerProcess peer({program, "hold", test::hexOf("p")});
+        const bool isHeld = peer.line() == "held";
+        return peer.finish() == 0 && isHeld && peer.errors().ends_with("lie in " + inHome() + ".\n")
+            ? 1
+            : 0;
+    });
+    EXPECT_EQ(answer, 1);
+}
+
 TEST_F(SquattedFolderTest, TakesNoNameThatIsHeldInTheNextPlace)
 {
     const int answer = test::askedAsUser(user, [&] {
