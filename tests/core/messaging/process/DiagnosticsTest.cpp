@@ -67,8 +67,9 @@ TEST_F(DiagnosticsTest, TellsOfASaltThatIsTheProcesssAlone)
     TevoroTalkData::forgetIdentity();
     TevoroTalkData::getMD5ID();
     EXPECT_THAT(ofContext(),
-        testing::EndsWith("/p/context/messages/salt;0;Salt;of this process alone, as its file cannot"
-                          " be written;\n"));
+        testing::EndsWith(
+            "/p/context/messages/salt;0;Salt;of this process alone, as its file cannot"
+            " be written;\n"));
 }
 
 TEST_F(DiagnosticsTest, TellsOfTheContext)

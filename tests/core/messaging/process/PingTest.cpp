@@ -275,33 +275,42 @@ TEST_F(PingTest, MayComeWhileTheProcessEnds)
     }
 }
 
-TEST_F(PingTest, FindsNoFilesOfAProcessThatEndedWithTheBusUp)
-{
-    const auto files = [this] {
+namespace {
+
+// Three ports of this process, and as many of each other: a name, its thread, its questions.
+constexpr std::ptrdiff_t kFilesOfOne = 6;
+
+class EndedProcessTest : public PingTest {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(waitUntil([this] { return files() == kFilesOfOne; }));
+    }
+    std::ptrdiff_t files() const
+    {
         return std::distance(std::filesystem::directory_iterator(folder.path("ports")), {});
-    };
-    EXPECT_EQ(ask("peer-1.0", ""), "ISNOTINSTALLED"); // opens the port of this process
-    const auto before = files();
+    }
+};
+
+} // namespace
+
+TEST_F(EndedProcessTest, LeavesNoFilesWhenItExitsWithTheBusUp)
+{
     Peer peer("peer-1.0");
-    EXPECT_EQ(files(), before + 6);
+    EXPECT_EQ(files(), 2 * kFilesOfOne);
     // A child has the bus, too, but not as its own.
     peer.tell("fork");
-    EXPECT_EQ(files(), before + 6);
+    EXPECT_EQ(files(), 2 * kFilesOfOne);
     EXPECT_EQ(ask("peer-1.0", ""), kEcho);
     peer.process().tell("exit");
     EXPECT_EQ(peer.process().finish(), 0);
-    EXPECT_EQ(files(), before);
+    EXPECT_EQ(files(), kFilesOfOne);
 }
 
-TEST_F(PingTest, FindsNoFilesOfAProcessWhoseMainFunctionEnded)
+TEST_F(EndedProcessTest, LeavesNoFilesWhenItsMainFunctionEnds)
 {
-    EXPECT_EQ(ask("peer-1.0", ""), "ISNOTINSTALLED");
-    const auto files = [this] {
-        return std::distance(std::filesystem::directory_iterator(folder.path("ports")), {});
-    };
-    const auto before = files();
     EXPECT_EQ(Peer("peer-1.0").process().finish(), 0);
-    EXPECT_EQ(files(), before);
+    EXPECT_EQ(files(), kFilesOfOne);
 }
 
 TEST_F(PingTest, FindsNobodyAfterAKill)

@@ -20,21 +20,6 @@ namespace {
 
 std::atomic_flag gIsRefusalTold;
 
-void tellRefusal(const std::string& folder, const std::string& why)
-{
-    // Ports are asked for again and again, and the reason stays the same.
-    if (gIsRefusalTold.test_and_set())
-        return;
-    std::string message = "The folder of the local ports, " + folder + ", is not used: " + why
-        + ". It has to be a folder of this user with mode 0700; mend or remove it, or set"
-          " TEVOROTALK_PORT_DIR to another.";
-    const std::vector<std::string> places = localPortPlaces();
-    const auto place = std::ranges::find(places, folder);
-    if (place != places.end() && place + 1 != places.end())
-        message += " Until then ports lie in " + *(place + 1) + ".";
-    std::fputs((message + '\n').c_str(), stderr);
-}
-
 // Empty when the working folder is gone.
 std::string absolute(const char* path)
 {
@@ -100,6 +85,21 @@ bool canBeUsed(const std::string& path)
     if (::lstat(path.c_str(), &status) != 0)
         return errno == ENOENT;
     return whyRefused(status).empty();
+}
+
+void tellRefusal(const std::string& folder, const std::string& why)
+{
+    // Ports are asked for again and again, and the reason stays the same.
+    if (gIsRefusalTold.test_and_set())
+        return;
+    std::string message = "The folder of the local ports, " + folder + ", is not used: " + why
+        + ". It has to be a folder of this user with mode 0700; mend or remove it, or set"
+          " TEVOROTALK_PORT_DIR to another.";
+    const std::vector<std::string> places = localPortPlaces();
+    const auto next = std::find_if(std::ranges::find(places, folder), places.end(), canBeUsed);
+    if (next != places.end())
+        message += " Until then ports lie in " + *next + ".";
+    std::fputs((message + '\n').c_str(), stderr);
 }
 
 } // namespace

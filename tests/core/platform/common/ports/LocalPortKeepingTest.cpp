@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -199,6 +200,35 @@ TEST_F(LocalPortKeepingTest, TriesAgainAfterAShortageOfDescriptors)
     }
     EXPECT_TRUE(port->keepName());
     EXPECT_THAT(received(*port), ElementsAre("text"));
+    expectHeld(*port);
+}
+
+TEST_F(LocalPortKeepingTest, FreesItsNameWhenItGivesItUpAndNoSooner)
+{
+    ASSERT_TRUE(sender.send("p", "over a connection", kPatience));
+    port->giveUpName();
+    EXPECT_THAT(files(), IsEmpty());
+    EXPECT_TRUE(Pt::isLocalPortFree("p"));
+    EXPECT_FALSE(port->keepName());
+    EXPECT_THAT(received(*port), ElementsAre("over a connection"));
+    const auto next = held("p");
+    port->giveUpName();
+    port.reset();
+    expectHeld(*next);
+}
+
+TEST_F(LocalPortKeepingTest, IsNotTheNameOfAForkedChild)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool isKept = port->keepName();
+        port->giveUpName();
+        port.reset();
+        ::_exit(isKept ? 1 : 0);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
     expectHeld(*port);
 }
 

@@ -48,6 +48,18 @@ protected:
         return "/tmp/tevorotalk-" + std::to_string(user);
     }
 
+    // By a process that twice looks for one who holds a name.
+    static std::string saidOnSending()
+    {
+        test::PeerProcess peer({PORT_PEER, "send", test::hexOf("p"), "0", "10", "0"});
+        for (int i = 0; i < 2; ++i) {
+            peer.tell("send");
+            EXPECT_EQ(peer.line(), "not");
+        }
+        EXPECT_EQ(peer.finish(), 0);
+        return peer.errors();
+    }
+
     test::TestFolder folder;
     test::Environment environment;
 };
@@ -176,10 +188,7 @@ TEST_F(LocalPortFolderTest, LooksIntoEachPlaceThatIsThere)
 TEST_F(LocalPortFolderTest, SaysOnceWhichPlaceIsNotUsedAndWhichIsInstead)
 {
     fs::create_directory_symlink(home(), inRuntime());
-    test::PeerProcess peer({PORT_PEER, "ask", test::hexOf("p")});
-    EXPECT_EQ(peer.line(), "asking");
-    EXPECT_EQ(peer.finish(), 0);
-    const std::string said = peer.errors();
+    const std::string said = saidOnSending();
     EXPECT_THAT(said, HasSubstr(inRuntime() + ", is not used: it is a link"));
     EXPECT_THAT(said, HasSubstr("ports lie in " + inTmp()));
     EXPECT_EQ(std::ranges::count(said, '\n'), 1);
@@ -189,10 +198,7 @@ TEST_F(LocalPortFolderTest, SaysNothingOfPlacesThatAreNotNeeded)
 {
     fs::create_directory(folder.path("home/.velmo"));
     fs::create_directory_symlink(home(), inHome());
-    test::PeerProcess peer({PORT_PEER, "ask", test::hexOf("p")});
-    EXPECT_EQ(peer.line(), "asking");
-    EXPECT_EQ(peer.finish(), 0);
-    EXPECT_THAT(peer.errors(), IsEmpty());
+    EXPECT_THAT(saidOnSending(), IsEmpty());
 }
 
 TEST_F(SquattedFolderTest, HoldsNamesInTheNextPlace)
@@ -207,6 +213,23 @@ TEST_F(SquattedFolderTest, HoldsNamesInTheNextPlace)
     });
     EXPECT_EQ(answer, 1);
     EXPECT_TRUE(fs::is_empty(inTmp(user)));
+}
+
+// The second place is no better than the first.
+TEST_F(SquattedFolderTest, NamesThePlaceThatIsUsedInTheEnd)
+{
+    const std::string program = folder.path("peer"); // where that user may run it
+    fs::copy_file(PORT_PEER, program);
+    const int answer = test::askedAsUser(user, [&] {
+        environment.set("XDG_RUNTIME_DIR", home());
+        fs::create_directory_symlink(home(), home() + "/tevorotalk");
+        test::PeerProcess peer({program, "hold", test::hexOf("p")});
+        const bool isHeld = peer.line() == "held";
+        return peer.finish() == 0 && isHeld && peer.errors().ends_with("lie in " + inHome() + ".\n")
+            ? 1
+            : 0;
+    });
+    EXPECT_EQ(answer, 1);
 }
 
 TEST_F(SquattedFolderTest, TakesNoNameThatIsHeldInTheNextPlace)
