@@ -1,5 +1,6 @@
 // Who is kept out, and what is dropped: folders, processes of other users, packets.
 
+#include "core/platform/support/NoMoreDescriptors.h"
 #include "core/platform/support/PeerProcess.h"
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
@@ -10,7 +11,6 @@
 
 #include <fcntl.h>
 #include <sys/fsuid.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,6 +19,7 @@ using Pt::LocalPort;
 using Pt::LocalPortSender;
 using test::asPacket;
 using test::MemoryFile;
+using test::NoMoreDescriptors;
 using test::RogueSender;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -322,33 +323,6 @@ TEST_F(LocalPortPacketTest, ClosesWhatCameWithATextWhoseTakerThrows)
     EXPECT_THROW(port->receive(refuse), std::runtime_error);
     EXPECT_EQ(test::openDescriptors(), before);
 }
-
-namespace {
-
-// As many descriptors as are open now, those to spare, and no more.
-class NoMoreDescriptors {
-public:
-    explicit NoMoreDescriptors(rlim_t spare = 0)
-    {
-        // The sanitizers look at each class of object once, by way of a pipe: at those of errors
-        // they must have looked before.
-        Pt::isLocalPortFree("nobody's");
-        ::getrlimit(RLIMIT_NOFILE, &m_before);
-        rlimit tight = m_before;
-        const int next = ::dup(STDIN_FILENO);
-        ::close(next);
-        tight.rlim_cur = static_cast<rlim_t>(next) + spare;
-        ::setrlimit(RLIMIT_NOFILE, &tight);
-    }
-    ~NoMoreDescriptors() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
-    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
-    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
-
-private:
-    rlimit m_before = {};
-};
-
-} // namespace
 
 TEST_F(LocalPortTrustTest, DoesNotKeepItsWaiterBusyWhileDescriptorsAreShort)
 {
