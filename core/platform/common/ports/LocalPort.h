@@ -43,7 +43,9 @@ public:
     LocalPort& operator=(const LocalPort&) = delete;
 
     // Called once per text. The bytes are valid during the call only, and may be modified in place.
-    // May throw: the text counts as taken, and receive() passes the exception on.
+    // May throw: the text counts as taken, and receive() passes the exception on. Only after
+    // std::bad_alloc, with the bytes as they were, it counts as not taken: the port keeps it, has
+    // more, becomes readable within a tenth of a second, and passes it on first in the next call.
     using Taker = std::function<void(char* text, std::size_t size)>;
 
     // How much one call passes on: it ends as soon as that many texts, or that many bytes, have
@@ -57,8 +59,12 @@ public:
     // Passes the texts that have arrived to `take`, without waiting. Returns their number. Stops
     // after half a megabyte and one text of one sender, so that large texts can be handled one by
     // one and reuse their memory; the rest of that sender's backlog comes next, before other
-    // senders. While the process has no descriptors left, new senders wait, and a text too long for
-    // a packet is lost. Must not be called from `take`.
+    // senders. Must not be called from `take`.
+    //
+    // Before the process comes to the end of its descriptors, the connections that were idle for
+    // longest are closed; their senders connect afresh, and no text is lost or overtaken by that.
+    // While no descriptor is left at all, new senders wait, and a text too long for a packet is
+    // lost.
     std::size_t receive(const Taker& take);
     // The same up to a bound. What finds no room stays where it is, in its order, keeps
     // descriptor() readable, and lets its senders wait once their buffers are full.
@@ -104,8 +110,9 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-// The sending side. Caches its connections and reuses them. Any number of threads may send at once;
-// one that waits holds up no other, whatever the targets.
+// The sending side. Caches its connections and reuses them; when descriptors are short, it closes
+// those without unread texts, and a send waits for descriptors as it does for room. Any number of
+// threads may send at once; one that waits holds up no other, whatever the targets.
 class LocalPortSender {
 public:
     LocalPortSender();

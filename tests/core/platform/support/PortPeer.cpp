@@ -9,6 +9,12 @@
 //                  for each line of input sends a text, the next number each; says "sent" or "not"
 //   stream COUNT SIZE
 //                  waits for a line, sends as many numbered texts and says "done" or "failed"
+//   answer DESCRIPTORS
+//                  with no more descriptors than that, says "held" and sends "answer" to each port
+//                  that a text names
+//   crowd COUNT TIMES
+//                  as many processes at once, each of which holds a port of its own and that many
+//                  times sends its name and waits for an answer; says "answered COUNT"
 #include "core/platform/support/PortText.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/ports/Waiting.h"
@@ -19,7 +25,10 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -114,6 +123,72 @@ int stream(const Words& words)
     return 0;
 }
 
+int answer(const Words& words)
+{
+    const rlim_t most = std::stoul(words[2]);
+    const rlimit limit = {most, most};
+    const auto port = Pt::LocalPort::hold(test::bytesOf(words[1]));
+    Pt::DescriptorSet waited;
+    waited.add(STDIN_FILENO);
+    waited.add(port->descriptor());
+    if (::setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return 1;
+    Pt::LocalPortSender sender;
+    say("held");
+    while (!hasInputEnded()) {
+        waited.wait(kLong);
+        std::vector<std::string> names;
+        port->receive([&](char* text, std::size_t size) { names.emplace_back(text, size); });
+        for (const std::string& name : names)
+            if (!sender.send(name, "answer", kLong))
+                say("not answered " + name);
+    }
+    return 0;
+}
+
+bool isAnswered(const std::string& target, std::size_t times)
+{
+    const std::string own = target + std::to_string(::getpid());
+    const auto port = Pt::LocalPort::hold(own);
+    Pt::LocalPortSender sender;
+    std::size_t answers = 0;
+    for (std::size_t asked = 0; port && asked < times; ++asked) {
+        if (!sender.send(target, own, kLong))
+            return false;
+        while (answers <= asked && port->wait(kLong))
+            answers += port->receive([](char*, std::size_t) {});
+    }
+    return answers == times;
+}
+
+int crowd(const Words& words)
+{
+    const std::string target = test::bytesOf(words[1]);
+    int start[2] = {};
+    if (::pipe2(start, O_CLOEXEC) != 0)
+        return 1;
+    std::vector<pid_t> children;
+    for (std::size_t i = 0; i < std::stoul(words[2]); ++i) {
+        children.push_back(::fork());
+        if (children.back() != 0)
+            continue;
+        char byte = 0;
+        ::close(start[1]);
+        // The end of the pipe starts all of them.
+        const bool isStarted = ::read(start[0], &byte, 1) == 0;
+        ::_exit(isStarted && isAnswered(target, std::stoul(words[3])) ? 0 : 1);
+    }
+    ::close(start[1]);
+    int answered = 0;
+    for (const pid_t child : children) {
+        int status = 1;
+        answered += ::waitpid(child, &status, 0) == child && status == 0 ? 1 : 0;
+    }
+    say("answered " + std::to_string(answered));
+    ::close(start[0]);
+    return 0;
+}
+
 int run(const Words& words)
 {
     struct Command {
@@ -126,7 +201,9 @@ int run(const Words& words)
         {"compete", 2, compete},
         {"ask", 2, ask},
         {"send", 5, send},
-        {"stream", 4, stream}};
+        {"stream", 4, stream},
+        {"answer", 3, answer},
+        {"crowd", 4, crowd}};
     for (const Command& command : commands)
         if (!words.empty() && words[0] == command.name && words.size() == command.words)
             return command.run(words);

@@ -1,10 +1,13 @@
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/threads/Lock.h"
+#include "platform/platforms/linux/ports/DescriptorBound.h"
 #include "platform/platforms/linux/ports/LocalSocket.h"
 #include "platform/platforms/linux/ports/SenderConnection.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <thread>
 #include <unordered_map>
 
 namespace Pt {
@@ -18,6 +21,17 @@ SteadyTime deadlineAfter(milliseconds patience)
 {
     constexpr milliseconds kMaxLength = std::chrono::hours(24 * 365);
     return steady_clock::now() + std::clamp(patience, milliseconds(0), kMaxLength);
+}
+
+// A moment, in which others can go on; false when the point has passed.
+bool pauseBefore(SteadyTime deadline)
+{
+    constexpr milliseconds kPause{1};
+    const auto left = deadline - steady_clock::now();
+    if (left <= left.zero())
+        return false;
+    std::this_thread::sleep_for(std::min<steady_clock::duration>(left, kPause));
+    return true;
 }
 
 std::string_view environmentText(const char* name)
@@ -58,9 +72,8 @@ private:
 };
 
 // Of the folders that somebody holds the name in, the first.
-Descriptor connectToHolder(std::string_view name, SteadyTime deadline)
+Descriptor connectToHolder(std::string_view name, SteadyTime deadline, std::error_code& error)
 {
-    std::error_code error;
     const std::string stem = localPortStem(name);
     for (const LocalPortFolder& folder : openLocalPortFolders(error)) {
         Descriptor connection = connectToLocalPort(folder, stem, deadline, error);
@@ -73,18 +86,26 @@ Descriptor connectToHolder(std::string_view name, SteadyTime deadline)
 } // namespace
 
 struct LocalPortSender::State {
-    using Kept = std::shared_ptr<SenderConnection>; // a thread that sends on it keeps it open
+    using Shared = std::shared_ptr<SenderConnection>; // a thread that sends on it keeps it open
+
+    struct Kept {
+        Shared connection;
+        std::uint64_t lastUse = 0;
+    };
 
     bool send(std::string_view name, const SplitText& text, SteadyTime deadline);
     std::string keyOf(std::string_view name) TEVORO_REQUIRES(lock);
-    Kept connectionTo(std::string_view name, std::string& key);
-    Kept connect(const std::string& key, std::string_view name, SteadyTime deadline);
-    void letGo(const std::string& key, const Kept& connection);
+    Shared connectionTo(std::string_view name, std::string& key);
+    Shared connect(const std::string& key, std::string_view name, SteadyTime deadline);
+    Shared keep(const std::string& key, Descriptor socket);
+    void letGo(const std::string& key, const Shared& connection);
+    bool letGoOfIdle() TEVORO_REQUIRES(lock);
 
     // Never held while a thread waits for anything.
     Lock lock;
     // By folders and name; a folder has no zero byte.
     std::unordered_map<std::string, Kept> connections TEVORO_GUARDED_BY(lock);
+    std::uint64_t uses TEVORO_GUARDED_BY(lock) = 0;
     LocalPortPlace place TEVORO_GUARDED_BY(lock);
 };
 
@@ -118,21 +139,22 @@ bool LocalPortSender::State::send(std::string_view name, const SplitText& text, 
 {
     using Delivery = SenderConnection::Delivery;
     std::string key;
-    if (const Kept kept = connectionTo(name, key)) {
-        const Delivery result = kept->send(text, deadline);
-        // A holder that has left may have a successor under the same name; every other outcome is
-        // final.
+    Shared connection = connectionTo(name, key);
+    if (!connection)
+        connection = connect(key, name, deadline);
+    for (bool isFirst = true; connection; isFirst = false) {
+        const Delivery result = connection->send(text, deadline);
         if (result != Delivery::kGone)
             return result == Delivery::kDone;
-        letGo(key, kept);
+        letGo(key, connection);
+        // A holder that has left may have a successor under the same name. One that is there may
+        // have closed the connection, and again before anything was sent, when its descriptors are
+        // short.
+        if (!isFirst && !pauseBefore(deadline))
+            return false;
+        connection = connect(key, name, deadline);
     }
-    const Kept fresh = connect(key, name, deadline);
-    if (!fresh)
-        return false;
-    const Delivery result = fresh->send(text, deadline);
-    if (result == Delivery::kGone)
-        letGo(key, fresh);
-    return result == Delivery::kDone;
+    return false;
 }
 
 std::string LocalPortSender::State::keyOf(std::string_view name)
@@ -143,38 +165,77 @@ std::string LocalPortSender::State::keyOf(std::string_view name)
 }
 
 // The one that is there, if any; with the key of the place that the environment tells now.
-LocalPortSender::State::Kept LocalPortSender::State::connectionTo(
+LocalPortSender::State::Shared LocalPortSender::State::connectionTo(
     std::string_view name, std::string& key)
 {
     const Locked locked(lock);
     key = keyOf(name);
     const auto kept = connections.find(key);
-    return kept != connections.end() ? kept->second : nullptr;
+    if (kept == connections.end())
+        return nullptr;
+    kept->second.lastUse = ++uses;
+    return kept->second.connection;
 }
 
-// Connects without the lock. When another thread was first, its connection is the one: on two,
-// texts could overtake each other.
-LocalPortSender::State::Kept LocalPortSender::State::connect(
+LocalPortSender::State::Shared LocalPortSender::State::connect(
     const std::string& key, std::string_view name, SteadyTime deadline)
 {
-    Descriptor socket = connectToHolder(name, deadline);
-    if (!socket.isOpen())
-        return nullptr;
-    auto fresh = std::make_shared<SenderConnection>(std::move(socket));
-    const Locked locked(lock);
-    // Connections that are still held stay, whatever their number: a text sent on a second one
-    // could overtake one that waits in the first.
-    std::erase_if(connections, [](const auto& kept) { return kept.second->hasHolderLeft(); });
-    return connections.try_emplace(key, std::move(fresh)).first->second;
+    for (;;) {
+        std::error_code error;
+        Descriptor socket = connectToHolder(name, deadline, error);
+        if (socket.isOpen())
+            return keep(key, std::move(socket));
+        if (!isShortage(error))
+            return nullptr;
+        bool isRoomMade = false;
+        {
+            const Locked locked(lock);
+            isRoomMade = letGoOfIdle();
+        }
+        if (!isRoomMade && !pauseBefore(deadline))
+            return nullptr;
+    }
 }
 
-void LocalPortSender::State::letGo(const std::string& key, const Kept& connection)
+// When another thread was first, its connection is the one: on two, texts could overtake each
+// other.
+LocalPortSender::State::Shared LocalPortSender::State::keep(
+    const std::string& key, Descriptor socket)
+{
+    const bool isAmongLast = isAmongLastDescriptors(socket.get());
+    auto fresh = std::make_shared<SenderConnection>(std::move(socket));
+    const Locked locked(lock);
+    std::erase_if(
+        connections, [](const auto& kept) { return kept.second.connection->hasHolderLeft(); });
+    if (isAmongLast)
+        letGoOfIdle();
+    return connections.try_emplace(key, Kept{std::move(fresh), ++uses}).first->second.connection;
+}
+
+void LocalPortSender::State::letGo(const std::string& key, const Shared& connection)
 {
     const Locked locked(lock);
     const auto kept = connections.find(key);
     // Another thread may have put a new one there already.
-    if (kept != connections.end() && kept->second == connection)
+    if (kept != connections.end() && kept->second.connection == connection)
         connections.erase(kept);
+}
+
+// Of the connections that no thread sends on, and on which nothing is unread, the one that was used
+// least lately: a text sent on a second one could overtake one that waits in the first.
+bool LocalPortSender::State::letGoOfIdle()
+{
+    auto idle = connections.end();
+    for (auto kept = connections.begin(); kept != connections.end(); ++kept) {
+        const auto& [connection, lastUse] = kept->second;
+        const bool isOlder = idle == connections.end() || lastUse < idle->second.lastUse;
+        if (isOlder && connection.use_count() == 1 && connection->isAllRead())
+            idle = kept;
+    }
+    if (idle == connections.end())
+        return false;
+    connections.erase(idle);
+    return true;
 }
 
 } // namespace Pt

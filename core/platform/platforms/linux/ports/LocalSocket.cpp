@@ -82,6 +82,8 @@ Descriptor connectToLocalPort(const LocalPortFolder& folder,
     if (error != std::errc::resource_unavailable_try_again)
         return socket;
     socket = makeLocalSocket();
+    if (!socket.isOpen())
+        error = lastError();
     while (socket.isOpen() && limitWait(socket.get(), deadline)) {
         if (connectOnce(socket.get(), folder, stem) == 0)
             return checked(std::move(socket), error);

@@ -46,6 +46,12 @@ ReceivedDescriptors descriptorsIn(msghdr& message)
     return received;
 }
 
+// Anything else passes, or the next look finds the end.
+bool isEnd(int error)
+{
+    return error == ECONNRESET || error == EPIPE || error == ENOTCONN || error == EBADF;
+}
+
 } // namespace
 
 PacketReader::PacketReader(std::size_t room)
@@ -70,9 +76,9 @@ PacketReader::Outcome PacketReader::read(int socket)
     const ssize_t got = retryInterrupted(
         [&] { return ::recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC); });
     if (got == -1)
-        return errno == EAGAIN ? Outcome::kNothing : Outcome::kEnd;
+        return isEnd(errno) ? Outcome::kEnd : Outcome::kNothing;
     // Before anything is rejected, so that what came along is closed.
-    const ReceivedDescriptors received = descriptorsIn(message);
+    ReceivedDescriptors received = descriptorsIn(message);
     if (got == 0) // also a packet of no bytes, which no port sends
         return Outcome::kEnd;
     m_size = static_cast<std::size_t>(got);
@@ -82,20 +88,29 @@ PacketReader::Outcome PacketReader::read(int socket)
     // More descriptors than there is room for: none of our senders does that.
     const bool isControlCut = (message.msg_flags & MSG_CTRUNC) != 0;
     if (received.count == 1 && !isControlCut)
-        return takeMemoryText(received.files[0], m_size);
+        return takeMemoryText(std::move(received.files[0]), m_size);
     m_text = m_buffer.bytes();
     return received.count == 0 && !isControlCut ? Outcome::kText : Outcome::kDropped;
 }
 
-PacketReader::Outcome PacketReader::takeMemoryText(const Descriptor& file, std::size_t packetSize)
+PacketReader::Outcome PacketReader::takeMemoryText(Descriptor file, std::size_t packetSize)
 {
-    std::uint64_t size = 0;
-    if (packetSize != sizeof size)
+    if (packetSize != sizeof m_waitingSize)
         return Outcome::kDropped;
-    std::memcpy(&size, m_buffer.bytes(), sizeof size);
-    m_memoryText = mapMemoryText(file.get(), size);
+    std::memcpy(&m_waitingSize, m_buffer.bytes(), sizeof m_waitingSize);
+    m_waiting = std::move(file);
+    return readAgain();
+}
+
+PacketReader::Outcome PacketReader::readAgain()
+{
+    errno = 0;
+    m_memoryText = mapMemoryText(m_waiting.get(), m_waitingSize);
     m_text = m_memoryText.bytes();
     m_size = m_memoryText.size();
+    if (!m_text && errno == ENOMEM)
+        return Outcome::kNoMemory;
+    m_waiting = Descriptor();
     return m_text ? Outcome::kText : Outcome::kDropped;
 }
 

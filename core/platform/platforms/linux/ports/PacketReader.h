@@ -7,12 +7,13 @@
 #include "platform/platforms/linux/services/Descriptor.h"
 
 #include <cstddef>
+#include <cstdint>
 
 namespace Pt {
 
 class PacketReader {
 public:
-    enum class Outcome { kText, kDropped, kNothing, kEnd };
+    enum class Outcome { kText, kDropped, kNothing, kNoMemory, kEnd };
 
     // A send buffer of 4 MiB, which the system doubles, holds no larger packet. The buffer is
     // address space until it is written to, so that one call takes a packet of any size: asking for
@@ -23,8 +24,12 @@ public:
     // for the buffer.
     explicit PacketReader(std::size_t room = kLargestPacket);
 
-    // Without waiting. After kText, text() and size() are what came in, until the next call.
+    // Without waiting. After kText, text() and size() are what came in, until the next call. A
+    // passing refusal of the system counts as kNothing. kNoMemory: a text is there that cannot be
+    // given for want of memory.
     Outcome read(int socket);
+    // After kNoMemory: the same text, again kNoMemory, or kDropped.
+    Outcome readAgain();
     char* text() const { return m_text; }
     std::size_t size() const { return m_size; }
 
@@ -35,10 +40,12 @@ private:
     // Kept between calls, so that a stream of texts of a megabyte is not one of page faults.
     static constexpr std::size_t kKept = std::size_t{2} * 1024 * 1024;
 
-    Outcome takeMemoryText(const Descriptor& file, std::size_t packetSize);
+    Outcome takeMemoryText(Descriptor file, std::size_t packetSize);
 
     MemoryMapping m_buffer;
     MemoryMapping m_memoryText;
+    Descriptor m_waiting; // the file of a text for which there is no memory, and its length
+    std::uint64_t m_waitingSize = 0;
     char* m_text = nullptr;
     std::size_t m_size = 0;
     std::size_t m_touched = 0;

@@ -44,6 +44,8 @@ public:
     Delivery send(const SplitText& text, SteadyTime deadline);
 
     bool hasHolderLeft() const;
+    // Whether the holder has read all that was sent so far.
+    bool isAllRead() const { return unreadBuffer() == 0; }
 
 private:
     struct MemoryText {

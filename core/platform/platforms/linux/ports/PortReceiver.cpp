@@ -1,0 +1,376 @@
+#include "platform/platforms/linux/ports/PortReceiver.h"
+
+#include "platform/platforms/linux/ports/DescriptorBound.h"
+#include "platform/platforms/linux/ports/LocalSocket.h"
+
+#include <algorithm>
+#include <new>
+
+#include <sys/timerfd.h>
+
+namespace Pt {
+
+namespace {
+
+// Newcomers that wait to be let in. Each may fill its buffer and send large texts before that, so a
+// holder that has stopped keeps as many times that memory; whoever finds the queue full waits.
+constexpr int kBacklog = 128;
+
+// Let in in one call, so that newcomers who never pause do not hold it for ever.
+constexpr int kMaxNewcomers = 4096;
+
+// More than the packets that find room in one connection: what was there when a call began is
+// taken, and a sender that never pauses does not hold the call for ever.
+constexpr int kMaxPackets = 16384;
+
+// From one connection in one call, but for its last text: large texts that were handled one by one
+// leave their memory, still in the caches, to the next.
+constexpr std::size_t kMaxBytes = std::size_t{512} * 1024;
+
+// Between two attempts at what the system has no descriptors or no memory for.
+constexpr long kRetryNanoseconds = 100'000'000;
+
+bool addTo(DescriptorSet& set, int descriptor)
+{
+    try {
+        set.add(descriptor);
+        return true;
+    } catch (const std::system_error&) {
+        return false;
+    }
+}
+
+} // namespace
+
+bool PortReceiver::open()
+{
+    m_watcher = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
+    m_listener = makeLocalSocket(SOCK_NONBLOCK);
+    m_retryTimer = Descriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+    return m_watcher.isOpen() && m_listener.isOpen() && m_retryTimer.isOpen()
+        && m_name.bind(m_listener.get()) && ::listen(m_listener.get(), kBacklog) == 0
+        && watch(m_listener.get()) && watch(m_retryTimer.get());
+}
+
+bool PortReceiver::watch(int descriptor)
+{
+    if (m_waited && !addTo(*m_waited, descriptor))
+        return false;
+    epoll_event event = {};
+    event.events = EPOLLIN;
+    event.data.fd = descriptor;
+    return ::epoll_ctl(m_watcher.get(), EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+std::size_t PortReceiver::receive(const Taker& take, const Bound& bound)
+{
+    m_room = bound;
+    const std::size_t count = hasRoom() ? receiveReady(take) : 0;
+    m_isCut = m_isCut || !hasRoom();
+    trim();
+    return count;
+}
+
+std::size_t PortReceiver::receiveReady(const Taker& take)
+{
+    const bool isOthersTurn = m_turn.isLong();
+    std::size_t count = finish(take);
+    if (m_isCut)
+        return count;
+    // Tried at each call, as descriptors may be free again; the timer only wakes whoever waits.
+    if (m_isTimerSet)
+        stopTimer();
+    if (!m_isListening) {
+        resumeListening();
+        count += acceptConnections(take);
+    }
+    // All that can be ready at once: the connections, the listener and the timer.
+    m_events.resize(m_connections.size() + 2);
+    const int ready = retryInterrupted([this] {
+        return ::epoll_wait(m_watcher.get(), m_events.data(), static_cast<int>(m_events.size()), 0);
+    });
+    const auto goesOn = [&] { return hasRoom() && !isHeldUp() && (!m_isCut || isOthersTurn); };
+    for (int i = 0; i < ready && goesOn(); ++i) {
+        const int descriptor = m_events[static_cast<std::size_t>(i)].data.fd;
+        if (descriptor == m_listener.get())
+            count += acceptConnections(take);
+        else if (descriptor != m_retryTimer.get())
+            count += drain(descriptor, kMaxPackets, take);
+    }
+    return count;
+}
+
+// The rest of what was begun, before anything else.
+std::size_t PortReceiver::finish(const Taker& take)
+{
+    m_isCut = false;
+    std::size_t count = passKept(take);
+    if (!m_isCut && m_retired != ReceiverConnections::kNone)
+        count += drainRetired(take);
+    if (m_isCut)
+        return count;
+    const int connection = m_turn.owner();
+    if (m_connections.contains(connection))
+        return count + drain(connection, kMaxPackets, take);
+    m_turn.end();
+    return count;
+}
+
+std::size_t PortReceiver::receiveAwaited(const Taker& take, const Bound& bound)
+{
+    m_room = bound;
+    if (!hasRoom())
+        return 0;
+    // Once only: the next call looks at everything again.
+    const int connection = m_awaited.exchange(-1);
+    const bool isThere = m_connections.contains(connection); // it may have gone since
+    std::size_t count = isHeldUp() || (isThere && m_turn.isAnothers(connection)) ? finish(take) : 0;
+    if (count == 0 && !isHeldUp() && m_connections.contains(connection))
+        count = drain(connection, 1, take);
+    trim();
+    return count;
+}
+
+std::size_t PortReceiver::drain(int connection, int most, const Taker& take)
+{
+    std::size_t count = 0;
+    std::size_t bytes = 0;
+    m_turn.begin(connection);
+    m_connections.use(connection);
+    // Until the end of the connection's texts is seen, more may be there. A call for one text says
+    // nothing about it.
+    m_isCut = most != 1;
+    for (int i = 0; i < most && bytes < kMaxBytes && hasRoom(); ++i) {
+        const Outcome outcome = m_reader.read(connection);
+        // Closing takes it out of both sets as well.
+        if (outcome == Outcome::kEnd)
+            m_connections.close(connection);
+        if (outcome == Outcome::kEnd || outcome == Outcome::kNothing) {
+            m_turn.end();
+            m_isCut = false;
+            break;
+        }
+        if (outcome == Outcome::kNoMemory) {
+            keep(outcome);
+            break;
+        }
+        if (outcome == Outcome::kText) {
+            bytes += m_reader.size();
+            pass(take);
+            ++count;
+        }
+    }
+    return count;
+}
+
+void PortReceiver::pass(const Taker& take)
+{
+    const std::size_t size = m_reader.size();
+    m_room.texts -= 1;
+    m_room.bytes -= std::min(m_room.bytes, size);
+    m_turn.took(size);
+    try {
+        take(m_reader.text(), size);
+    } catch (const std::bad_alloc&) {
+        keep(Outcome::kText);
+        throw;
+    }
+}
+
+// The text stays in the reader, which reads nothing until it was passed on.
+void PortReceiver::keep(Outcome outcome)
+{
+    m_kept = outcome;
+    m_isCut = true;
+    setTimer(); // its socket may have nothing more that would wake whoever waits
+}
+
+std::size_t PortReceiver::passKept(const Taker& take)
+{
+    if (!isKept())
+        return 0;
+    const Outcome outcome = m_kept == Outcome::kNoMemory ? m_reader.readAgain() : m_kept;
+    m_kept = Outcome::kNothing;
+    if (outcome == Outcome::kNoMemory)
+        keep(outcome);
+    if (outcome != Outcome::kText)
+        return 0;
+    pass(take);
+    return 1;
+}
+
+void PortReceiver::trim()
+{
+    if (!isKept())
+        m_reader.trim();
+}
+
+std::size_t PortReceiver::acceptConnections(const Taker& take)
+{
+    std::size_t count = 0;
+    bool isRefused = false;
+    for (int i = 0; i < kMaxNewcomers && hasRoom() && !isHeldUp(); ++i) {
+        Descriptor socket(retryInterrupted([this] {
+            return ::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        }));
+        const int error = socket.isOpen() ? 0 : errno;
+        if (error == ECONNABORTED) // that one has left again; the next one may be there
+            continue;
+        const bool isShort = error == EMFILE || error == ENFILE;
+        if (isShort && !isRefused && m_connections.size() != 0)
+            count += makeRoom(ReceiverConnections::kNone, take);
+        else if (error != 0) {
+            if (error != EAGAIN) // which only says that nobody waits
+                pauseListening();
+            break;
+        }
+        isRefused = isShort;
+        // The folder keeps strangers out; this holds also if it was opened to them for a moment.
+        if (error == 0 && isPeerOfThisUser(socket.get()))
+            count += welcome(std::move(socket), take);
+        if (m_isCut || !m_isListening)
+            break;
+    }
+    return count;
+}
+
+std::size_t PortReceiver::welcome(Descriptor socket, const Taker& take)
+{
+    const int number = socket.get();
+    m_connections.add(std::move(socket));
+    std::size_t count = 0;
+    if (!watch(number)) {
+        // Nobody would be woken for what it sends from now on; what it sent counts as delivered.
+        count = retire(number, take);
+        pauseListening();
+    } else if (isAmongLastDescriptors(number))
+        count = makeRoom(number, take);
+    const bool isNext = m_connections.contains(number) && !isHeldUp() && !m_isCut;
+    return isNext ? count + drain(number, kMaxPackets, take) : count;
+}
+
+// A connection goes for a newcomer: that which was idle for longest.
+std::size_t PortReceiver::makeRoom(int newcomer, const Taker& take)
+{
+    const int idle = m_connections.leastLatelyUsed(newcomer);
+    return idle != ReceiverConnections::kNone ? retire(idle, take) : 0;
+}
+
+// From here on a send on it fails, so that its sender connects afresh; nothing of what was sent
+// before is lost.
+std::size_t PortReceiver::retire(int connection, const Taker& take)
+{
+    ::shutdown(connection, SHUT_RD);
+    m_turn.end();
+    m_retired = connection;
+    return drainRetired(take);
+}
+
+std::size_t PortReceiver::drainRetired(const Taker& take)
+{
+    const std::size_t count = drain(m_retired, kMaxPackets, take);
+    if (m_connections.contains(m_retired))
+        m_isCut = true;
+    else
+        m_retired = ReceiverConnections::kNone;
+    return count;
+}
+
+bool PortReceiver::listenFor(unsigned int wanted)
+{
+    if (m_waited && wanted == 0)
+        m_waited->remove(m_listener.get());
+    else if (m_waited && !addTo(*m_waited, m_listener.get()))
+        return false;
+    epoll_event event = {};
+    event.events = wanted;
+    event.data.fd = m_listener.get();
+    return ::epoll_ctl(m_watcher.get(), EPOLL_CTL_MOD, m_listener.get(), &event) == 0;
+}
+
+// Newcomers that cannot be let in would keep the port readable, and whoever waits on it busy.
+void PortReceiver::pauseListening()
+{
+    if (setTimer() && listenFor(0))
+        m_isListening = false;
+}
+
+void PortReceiver::resumeListening()
+{
+    m_isListening = listenFor(EPOLLIN);
+    if (!m_isListening)
+        setTimer();
+}
+
+bool PortReceiver::setTimer()
+{
+    itimerspec next = {};
+    next.it_value.tv_nsec = kRetryNanoseconds;
+    m_isTimerSet = ::timerfd_settime(m_retryTimer.get(), 0, &next, nullptr) == 0;
+    return m_isTimerSet;
+}
+
+void PortReceiver::stopTimer()
+{
+    const itimerspec never = {};
+    ::timerfd_settime(m_retryTimer.get(), 0, &never, nullptr);
+    m_isTimerSet = false;
+}
+
+bool PortReceiver::keepName()
+{
+    return m_name.keep() && (m_name.hasSocket() || listenAnew());
+}
+
+// A socket gets its path only by bind, and only once.
+bool PortReceiver::listenAnew()
+{
+    Descriptor fresh = makeLocalSocket(SOCK_NONBLOCK);
+    if (!fresh.isOpen() || !letIn() || !m_name.bind(fresh.get()))
+        return false;
+    if (::listen(fresh.get(), kBacklog) != 0 || !watch(fresh.get())) {
+        m_name.dropSocket();
+        return false;
+    }
+    m_listener = std::move(fresh);
+    if (!m_isListening)
+        resumeListening();
+    return true;
+}
+
+// All who wait at the listener: they may have sent already, and nobody finds it any more. False
+// when the system refuses; some may be in then.
+bool PortReceiver::letIn()
+{
+    for (;;) {
+        Descriptor socket(retryInterrupted([this] {
+            return ::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        }));
+        if (!socket.isOpen() && errno != ECONNABORTED)
+            return errno == EAGAIN;
+        // Read by the next receive(), for which it is ready.
+        if (socket.isOpen() && isPeerOfThisUser(socket.get()) && watch(socket.get()))
+            m_connections.add(std::move(socket));
+    }
+}
+
+bool PortReceiver::wait(std::chrono::milliseconds limit)
+{
+    const int fd = waitSet().waitForOne(limit);
+    m_awaited = fd;
+    return fd != -1;
+}
+
+DescriptorSet& PortReceiver::waitSet()
+{
+    if (!m_waited) {
+        DescriptorSet set; // which may fail on the way
+        for (const int descriptor : {m_listener.get(), m_retryTimer.get()})
+            set.add(descriptor);
+        m_connections.forEach([&](int connection) { set.add(connection); });
+        m_waited = std::move(set);
+    }
+    return *m_waited;
+}
+
+} // namespace Pt
