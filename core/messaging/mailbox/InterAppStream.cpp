@@ -4,9 +4,11 @@
 #include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/runtime/OutOfMemory.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/threads/Lock.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <system_error>
@@ -65,19 +67,14 @@ InterAppStream* firstFreeInstance(TevoroTalk::Specifier& specifier)
 const char* const gPortName = TevoroTalkData::kPortPrefix;
 
 BaseInterAppStream::BaseInterAppStream(const SoString& specifier, bool)
-    : m_buffer(mallocThis<char>(kFirstBufferSize))
-    , m_bufferSize(kFirstBufferSize)
+    : m_bufferSize(kFirstBufferSize)
     , m_specifier(specifier)
     , m_portPrefix(gPortName)
     , m_queueName(specifier)
 {
 }
 
-BaseInterAppStream::~BaseInterAppStream()
-{
-    const ObjectLock lock(*this);
-    freeThis(m_buffer);
-}
+BaseInterAppStream::~BaseInterAppStream() = default;
 
 long BaseInterAppStream::bufferSize() const
 {
@@ -89,20 +86,15 @@ void BaseInterAppStream::collect(char* text, long length)
 {
     // Before anybody reads it: to readers of messages a NUL is the end of the text.
     replaceNuls(text, length);
-    if (m_bufferSize < length) {
-        freeThis(m_buffer);
-        // A size of 0 says that there was no memory, so the next text tries again.
-        m_buffer = mallocThis<char>(static_cast<std::size_t>(length));
-        m_bufferSize = m_buffer != nullptr ? length : 0;
-    }
+    m_bufferSize = std::max(m_bufferSize, length);
     if (m_messages.isEmpty()) {
-        m_messages.adopt(text, length); // as it is: a copy by way of the buffer would be the same
+        m_messages.adopt(text, length); // as it is: a copy by way of a buffer would be the same
         return;
     }
-    if (m_buffer != nullptr) {
-        std::memcpy(m_buffer, text, static_cast<std::size_t>(length));
-        m_messages.append(m_buffer, length);
-    }
+    if (m_messages.reserve(m_messages.length() + length))
+        m_messages.append(text, length);
+    else
+        tellOutOfMemory(length);
     freeThis(text);
 }
 
@@ -113,6 +105,8 @@ MacInterAppStream::DataRef::DataRef(const char* text, long textLength)
 {
     if (data != nullptr)
         std::memcpy(data, text, static_cast<std::size_t>(length));
+    else
+        tellOutOfMemory(textLength);
 }
 
 MacInterAppStream::DataRef::~DataRef()
@@ -195,8 +189,11 @@ bool MacInterAppStream::messagePending() const
     const ObjectLock lock(*this);
     if (m_port == nullptr)
         return false;
-    const auto take = [this](char* text, std::size_t size) TEVOROTALK_REQUIRES(
-                          this) { m_msgQueue.append(new DataRef(text, static_cast<long>(size))); };
+    const auto take = [this](char* text, std::size_t size) TEVOROTALK_REQUIRES(this) {
+        auto* const arrived = new DataRef(text, static_cast<long>(size));
+        if (arrived == nullptr || !m_msgQueue.append(arrived))
+            delete arrived;
+    };
     // The text that ended a wait first, alone: an answer is dispatched before the notices behind it
     // are read.
     if (m_port->receiveAwaited(take) == 0)

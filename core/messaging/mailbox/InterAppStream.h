@@ -52,7 +52,8 @@ public:
 
     const SoString& getSpecifier() const { return m_specifier; }
     bool usesNX2Name() const { return true; }
-    // The buffer for one text; grows to the size of the largest.
+    // The size of the largest text so far, and no less than the first buffer's. A text stays in the
+    // block in which it came, so that there is no buffer beside it.
     long bufferSize() const;
 
 protected:
@@ -60,7 +61,6 @@ protected:
     void collect(char* text, long length) TEVOROTALK_REQUIRES(this);
 
     SoString m_messages TEVOROTALK_GUARDED_BY(this);
-    char* m_buffer TEVOROTALK_GUARDED_BY(this);
     long m_bufferSize TEVOROTALK_GUARDED_BY(this);
     // Constant after construction.
     SoString m_specifier;

@@ -1,5 +1,6 @@
 #include "messaging/mailbox/MessageQueue.h"
 
+#include "messaging/runtime/OutOfMemory.h"
 #include "platform/common/ports/Waiting.h"
 
 #include <algorithm>
@@ -106,6 +107,10 @@ bool MessageQueue::append(Message* message)
 {
     if (message == nullptr || message->sender.isEmpty() || message->target.isEmpty())
         return false;
+    if (!message->isWhole()) {
+        tellOutOfMemory(message->body.length());
+        return false;
+    }
     completeTimes(*message);
     // While it is still nobody else's: a reader of the queue may delete it at any moment.
     forwardStep(

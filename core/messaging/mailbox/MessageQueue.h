@@ -48,7 +48,8 @@ public:
     // Of all texts of the messages that wait here: bodies, heads and custom headers.
     std::size_t bytes() const;
 
-    // Takes ownership. False, and no change, if the message is null or has no sender or target.
+    // Takes ownership. False, and no change, if the message is null or has no sender or target, or
+    // if there was no memory for it or for its place.
     bool append(TevoroTalk::Message* message);
     // Removes and returns the first message that has not expired, for the caller to delete; null if
     // there is none. Skips watchers that match: the number is QK_INVALID_MESSAGE_NUMBER, or one of

@@ -66,6 +66,8 @@ bool sendMessage(const InterAppStream* stream, const SoString& head, const Messa
 Message* makeReceipt(const Message& message)
 {
     auto* const receipt = new Message(message);
+    if (receipt == nullptr)
+        return nullptr;
     receipt->target = message.sender;
     receipt->sender = message.target;
     receipt->responseRequest = "";
@@ -79,6 +81,8 @@ Message* makeReceipt(const Message& message)
 Message* makeWatcher(const Message& message)
 {
     auto* const watcher = new Message;
+    if (watcher == nullptr)
+        return nullptr;
     // From the sender to itself: when the watcher expires, the notice goes to the one who asked.
     watcher->target = message.sender;
     watcher->sender = message.sender;
@@ -219,8 +223,7 @@ bool TevoroTalk::deliverHere(const Message& message) const
     if (asksFor(message, QK_RECEIVED))
         enqueue(instance->m_data->incoming, makeReceipt(message));
     logMessage("RECEIVED", message, true);
-    enqueue(instance->m_data->incoming, new Message(message));
-    return true;
+    return enqueue(instance->m_data->incoming, new Message(message));
 }
 
 // To another process, or into the outgoing queue. With a failure the message is in neither.
@@ -230,8 +233,7 @@ bool TevoroTalk::deliverThere(
     // What waits for this target goes first.
     if (m_data->outgoing.findMessageForTarget(message.target) == nullptr) {
         SoString head;
-        message.writeHeadToString(head);
-        if (sendMessage(m_data->stream, head, message)) {
+        if (message.writeHeadToString(head) && sendMessage(m_data->stream, head, message)) {
             logMessage("SEND", message, true);
             return true;
         }

@@ -4,6 +4,7 @@
 #include "messaging/process/ThreadMsgHandlers.h"
 #include "messaging/wire/Forwarding.h"
 
+#include <memory>
 #include <utility>
 
 namespace ScObjects {
@@ -120,10 +121,14 @@ bool TevoroTalkThread::setKeyValuePair(const SoString& key, const SoString& valu
     } else if (index >= 0) {
         m_pingData[index]->value = value;
     } else if (!value.isEmpty()) {
-        auto* const entry = new PingData;
+        auto entry = std::unique_ptr<PingData>(new PingData);
+        if (entry == nullptr)
+            return false;
         entry->key = key;
         entry->value = value;
-        m_pingData.append(entry);
+        if (!m_pingData.append(entry.get()))
+            return false;
+        static_cast<void>(entry.release()); // the array's now
     }
     return true;
 }

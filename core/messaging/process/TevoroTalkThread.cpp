@@ -4,6 +4,7 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
+#include "messaging/runtime/OutOfMemory.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -200,15 +201,20 @@ void TevoroTalkThread::readPings()
     if (m_stream == nullptr || !m_stream->messagePending() || !m_stream->receive()
         || m_stream->isEmpty())
         return;
-    const SoString text = m_stream->getMessages();
-    const char* const end = text.get() + text.length();
-    for (const char* at = text.get(); at != end;) {
+    SoString text = m_stream->getMessages();
+    const long end = text.length();
+    for (long at = 0; at != end;) {
         TevoroTalk::Message message;
-        const char* const next = message.readFromString(at, end);
+        const long next = message.readFrom(text, at);
         // A text that is no message would be read again and again.
         if (next == at)
             return;
+        const long length = next - at;
         at = next;
+        if (!message.isWhole()) {
+            tellOutOfMemory(length);
+            continue;
+        }
         message.timestamp = TevoroTalkUtils::getTimeSeconds();
         answerPing(message);
     }
@@ -224,7 +230,7 @@ void TevoroTalkThread::answerPing(TevoroTalk::Message& message)
     if (handler != nullptr
         && callHandler(*handler, TevoroTalk::MsgHandler::kRequest, message, &reply) == 0
         && !reply.isEmpty())
-        sendResponse(message, reply);
+        sendAnswer(message.sender, reply, message.body);
 }
 
 void TevoroTalkThread::serveInstances()
@@ -265,13 +271,20 @@ SoString TevoroTalkThread::ping(const SoString& target,
 
 bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const SoString& reply)
 {
+    SoString body(incoming.body);
+    return sendAnswer(incoming.sender, reply, body);
+}
+
+// Takes the body, which may be large.
+bool TevoroTalkThread::sendAnswer(const SoString& target, const SoString& reply, SoString& body)
+{
     const ObjectLock lock(*this);
     TevoroTalk::Message message;
-    message.target = incoming.sender;
+    message.target = target;
     message.sender = getSpecifier();
     message.type = QK_PINGTYPE;
     // Handlers put long answers there; otherwise the question's own body comes back.
-    message.body = incoming.body;
+    message.body.swap(body);
     // Question and answer stand in the same header.
     message.setHeader(QK_ECHO_REQUEST, reply);
     message.serialNumber = TevoroTalk::Message::getNextSerialNumber(m_context);

@@ -112,6 +112,7 @@ private:
     bool openOwnStream();
     void runLocked() TEVOROTALK_REQUIRES(this);
     void readPings() TEVOROTALK_REQUIRES(this);
+    bool sendAnswer(const SoString& target, const SoString& reply, SoString& body);
     void answerPing(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void serveInstances() TEVOROTALK_REQUIRES(this);
     void removeExpiredPingData();
