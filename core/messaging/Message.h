@@ -108,6 +108,7 @@ private:
     // What the queue that holds the message has noted of it; not copied.
     struct QueueNote {
         std::size_t bytes = 0;
+        std::int64_t shift = 0; // of the clock when it came, see ClockWatch
     };
     QueueNote m_note;
 };

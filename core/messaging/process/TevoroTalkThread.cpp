@@ -315,7 +315,7 @@ bool TevoroTalkThread::isPumpedByApplication() const
     const PingData* const status = find(QK_STATUS);
     if (status != nullptr && status->value == QK_PUMPING)
         return true;
-    const double passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
+    const double passed = sinceLastPump();
     return m_lastPump > 0 && passed >= 0 && passed < kTick;
 }
 

@@ -103,6 +103,7 @@ private:
         SoString value;
         TevoroTalk::MsgHandler* handler = nullptr; // owned
         std::int64_t expires = 0; // seconds since 1970; 0 for never
+        std::int64_t shift = 0; // of the clock when that was set, see ClockWatch
     };
 
     void fillStore();
@@ -118,6 +119,7 @@ private:
     void removeExpiredPingData();
     void beIdle() TEVOROTALK_REQUIRES(this);
     void notePump(std::string_view value) TEVOROTALK_REQUIRES(this);
+    double sinceLastPump() const TEVOROTALK_REQUIRES(this);
     bool hasStalled() const TEVOROTALK_REQUIRES(this);
     PingData* find(std::string_view key) const TEVOROTALK_REQUIRES(this);
     bool hasUnreadTexts() const;
@@ -131,6 +133,7 @@ private:
     SoVector<PingData> m_pingData TEVOROTALK_GUARDED_BY(this);
     double m_avgPumpInterval TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds; 0 until measured
     double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
+    std::int64_t m_lastPumpShift TEVOROTALK_GUARDED_BY(this) = 0; // of the clock at that time
 
     // What the loop waits on, used by the thread itself; missing if there are no descriptors left.
     struct Waits;
