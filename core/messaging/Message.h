@@ -49,7 +49,7 @@ public:
     static std::uint32_t getNextSerialNumber(TevoroTalkContext* context);
 
     // Appends the text form, preceded by its digest unless digests are off. False if target or
-    // sender is empty; nothing is appended then.
+    // sender is empty, or for lack of memory; nothing is appended then.
     bool writeToString(SoString& out) const;
     // The same without the body, which follows immediately in the text form.
     bool writeHeadToString(SoString& out) const;
@@ -61,6 +61,8 @@ public:
     // The same for `text` from offset `place` to its end. A large body at the end of the text takes
     // over the text's buffer and leaves `text` empty. Returns the offset after the message.
     long readFrom(SoString& text, long place);
+    // Whether there was memory for all of it, as it was read, copied or filled.
+    bool isWhole() const;
     // Whether the digest was wrong or was not checked.
     bool isRejected() const;
 
@@ -102,9 +104,11 @@ private:
     void forgetFormerContent();
     void turnAnswerIntoType();
 
+    bool m_lacksHeader = false; // there was no memory for one of them
     // What the queue that holds the message has noted of it; not copied.
     struct QueueNote {
         std::size_t bytes = 0;
+        std::int64_t shift = 0; // of the clock when it came, see ClockWatch
     };
     QueueNote m_note;
 };

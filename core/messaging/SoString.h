@@ -3,6 +3,8 @@
 //
 // Buffers are multiples of 128 bytes and never shrink. Short texts (names, types, numbers) are
 // stored in the object itself, without an allocation.
+//
+// Without memory for a change the string keeps what it had, and hasFailed() says so.
 #pragma once
 
 #include "messaging/SoHeap.h"
@@ -40,6 +42,7 @@ public:
         , m_data(m_inside)
     {
         assign(other.view());
+        m_hasFailed |= other.m_hasFailed;
     }
     SoString(SoString&& other) noexcept;
     ~SoString() override
@@ -57,8 +60,10 @@ public:
     void assign(std::string_view text)
     {
         const long size = static_cast<long>(text.size());
-        if (m_capacity <= size || (isInside() && size >= kInside))
-            makeRoom(size, 0);
+        const bool isTooSmall = m_capacity <= size || (isInside() && size >= kInside);
+        m_hasFailed = isTooSmall && !makeRoom(size, 0);
+        if (m_hasFailed)
+            return;
         if (size != 0)
             std::memcpy(m_data, text.data(), text.size());
         terminate(size);
@@ -70,8 +75,11 @@ public:
         const long added = static_cast<long>(text.size());
         if (added == 0)
             return;
-        if (m_length + added >= (isInside() ? kInside : m_capacity))
-            makeRoom(m_length + added, m_length);
+        if (m_length + added >= (isInside() ? kInside : m_capacity)
+            && !makeRoom(m_length + added, m_length)) {
+            m_hasFailed = true;
+            return;
+        }
         std::memcpy(m_data + m_length, text.data(), text.size());
         terminate(m_length + added);
     }
@@ -86,6 +94,9 @@ public:
     long length() const { return m_length; }
     bool isEmpty() const { return m_length == 0; }
     long capacity() const { return m_capacity; }
+    // Whether something is missing, here or in what was copied or appended, because there was no
+    // memory for it; until the next assign() or shrink(0).
+    bool hasFailed() const { return m_hasFailed; }
 
     SoString& operator+=(char c);
     SoString& operator+=(const SoString& other);
@@ -97,8 +108,8 @@ public:
     void shrink(long n);
     // Removes the first n bytes. Does nothing if n is not positive or above the length.
     void removeFront(long n);
-    // Makes room for that many bytes and the terminator.
-    void reserve(long n);
+    // Makes room for that many bytes and the terminator. False, and no change, without the memory.
+    bool reserve(long n);
 
     // By the system's toupper and tolower, byte for byte.
     SoString uppercase() const;
@@ -125,7 +136,7 @@ private:
     }
     // What a text of that length takes.
     static long roundedUp(long length) { return (length + kBlock) & ~(kBlock - 1); }
-    void makeRoom(long length, long kept);
+    bool makeRoom(long length, long kept);
     void terminate(long length)
     {
         m_length = length;
@@ -134,12 +145,13 @@ private:
     bool isInside() const { return m_data == m_inside; }
 
     static constexpr long kBlock = 128;
-    static constexpr long kInside = 32; // with the terminator
+    static constexpr long kInside = 31; // with the terminator
 
     char* m_data;
     long m_length = 0;
     long m_capacity = 0; // of the buffer, there or to come
     char m_inside[kInside] = {};
+    bool m_hasFailed = false;
 };
 
 inline bool operator==(const SoString& a, const char* b)

@@ -5,6 +5,7 @@
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/MainStream.h"
+#include "messaging/runtime/OutOfMemory.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/threads/Lock.h"
 
@@ -12,6 +13,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -86,19 +88,14 @@ UnreadBound UnreadBound::now()
 const char* const gPortName = TevoroTalkData::kPortPrefix;
 
 BaseInterAppStream::BaseInterAppStream(const SoString& specifier, bool)
-    : m_buffer(mallocThis<char>(kFirstBufferSize))
-    , m_bufferSize(kFirstBufferSize)
+    : m_bufferSize(kFirstBufferSize)
     , m_specifier(specifier)
     , m_portPrefix(gPortName)
     , m_queueName(specifier)
 {
 }
 
-BaseInterAppStream::~BaseInterAppStream()
-{
-    const ObjectLock lock(*this);
-    freeThis(m_buffer);
-}
+BaseInterAppStream::~BaseInterAppStream() = default;
 
 long BaseInterAppStream::bufferSize() const
 {
@@ -110,20 +107,15 @@ void BaseInterAppStream::collect(char* text, long length)
 {
     // Before anybody reads it: to readers of messages a NUL is the end of the text.
     replaceNuls(text, length);
-    if (m_bufferSize < length) {
-        freeThis(m_buffer);
-        // A size of 0 says that there was no memory, so the next text tries again.
-        m_buffer = mallocThis<char>(static_cast<std::size_t>(length));
-        m_bufferSize = m_buffer != nullptr ? length : 0;
-    }
+    m_bufferSize = std::max(m_bufferSize, length);
     if (m_messages.isEmpty()) {
-        m_messages.adopt(text, length); // as it is: a copy by way of the buffer would be the same
+        m_messages.adopt(text, length); // as it is: a copy by way of a buffer would be the same
         return;
     }
-    if (m_buffer != nullptr) {
-        std::memcpy(m_buffer, text, static_cast<std::size_t>(length));
-        m_messages.append(m_buffer, length);
-    }
+    if (m_messages.reserve(m_messages.length() + length))
+        m_messages.append(text, length);
+    else
+        tellOutOfMemory(length);
     freeThis(text);
 }
 
@@ -241,17 +233,33 @@ bool MacInterAppStream::messagePending() const
     const ObjectLock lock(*this);
     if (m_port == nullptr)
         return false;
-    const auto take = [this](char* text, std::size_t size) TEVOROTALK_REQUIRES(this) {
-        auto* const unread = new DataRef(text, static_cast<long>(size));
-        m_msgQueue.append(unread);
-        m_unreadBytes += static_cast<std::size_t>(unread->length);
-    };
-    // The text that ended a wait first, alone: an answer is dispatched before the notices behind it
-    // are read.
-    const Pt::LocalPort::Bound room = roomLeft();
-    if (m_port->receiveAwaited(take, room) == 0)
-        m_port->receive(take, room);
+    const auto take = [this](char* text, std::size_t size)
+                          TEVOROTALK_REQUIRES(this) { keepUnread(text, static_cast<long>(size)); };
+    try {
+        // The text that ended a wait first, alone: an answer is dispatched before the notices
+        // behind it are read.
+        const Pt::LocalPort::Bound room = roomLeft();
+        if (m_port->receiveAwaited(take, room) == 0)
+            m_port->receive(take, room);
+    } catch (const std::bad_alloc&) {
+        // It waits in the port, which passes it on again.
+    }
     return m_msgQueue.length() != 0;
+}
+
+// A text for which there is no memory stays in the port as long as others wait here, and give
+// theirs back when they are read; else it is dropped.
+void MacInterAppStream::keepUnread(const char* text, long length) const
+{
+    auto* const unread = new DataRef(text, length);
+    if (unread != nullptr && unread->data != nullptr && m_msgQueue.append(unread)) {
+        m_unreadBytes += static_cast<std::size_t>(length);
+        return;
+    }
+    delete unread;
+    if (m_msgQueue.length() != 0)
+        throw std::bad_alloc();
+    tellOutOfMemory(length);
 }
 
 Pt::LocalPort::Bound MacInterAppStream::roomLeft() const

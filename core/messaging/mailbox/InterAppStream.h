@@ -66,7 +66,8 @@ public:
 
     const SoString& getSpecifier() const { return m_specifier; }
     bool usesNX2Name() const { return true; }
-    // The buffer for one text; grows to the size of the largest.
+    // The size of the largest text so far, and no less than the first buffer's. A text stays in the
+    // block in which it came, so that there is no buffer beside it.
     long bufferSize() const;
 
 protected:
@@ -74,7 +75,6 @@ protected:
     void collect(char* text, long length) TEVOROTALK_REQUIRES(this);
 
     SoString m_messages TEVOROTALK_GUARDED_BY(this);
-    char* m_buffer TEVOROTALK_GUARDED_BY(this);
     long m_bufferSize TEVOROTALK_GUARDED_BY(this);
     // Constant after construction.
     SoString m_specifier;
@@ -148,6 +148,7 @@ public:
 private:
     std::unique_ptr<Pt::LocalPort> m_port;
     std::unique_ptr<Pt::LocalPortSender> m_sender; // its own locks guard it
+    void keepUnread(const char* text, long length) const TEVOROTALK_REQUIRES(this);
     Pt::LocalPort::Bound roomLeft() const TEVOROTALK_REQUIRES(this);
 
     mutable SoVector<DataRef> m_msgQueue TEVOROTALK_GUARDED_BY(this);

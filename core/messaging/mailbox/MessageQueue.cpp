@@ -1,33 +1,13 @@
 #include "messaging/mailbox/MessageQueue.h"
 
+#include "messaging/runtime/OutOfMemory.h"
 #include "platform/common/ports/Waiting.h"
-
-#include <algorithm>
 
 namespace ScObjects::TevoroTalkData {
 
 namespace {
 
 using Message = TevoroTalk::Message;
-
-// Up to this length a queue is walked whenever something may have expired.
-constexpr long kShortQueue = 1024;
-
-// The array itself would grow by a constant, and take ever longer for a long queue.
-bool add(SoVector<Message>& messages, Message* message)
-{
-    const long capacity = messages.capacity();
-    if (messages.length() == capacity)
-        messages.reserve(2 * capacity); // without the memory for it, one by one
-    return messages.append(message);
-}
-
-// Without the memory to remember it, its sender is not told.
-void release(SoVector<Message>& expired, Message* message)
-{
-    if (!add(expired, message))
-        delete message;
-}
 
 // Lets a flag down at the end of a block.
 class Lowered {
@@ -106,6 +86,10 @@ bool MessageQueue::append(Message* message)
 {
     if (message == nullptr || message->sender.isEmpty() || message->target.isEmpty())
         return false;
+    if (!message->isWhole()) {
+        tellOutOfMemory(message->body.length());
+        return false;
+    }
     completeTimes(*message);
     // While it is still nobody else's: a reader of the queue may delete it at any moment.
     forwardStep(
@@ -123,7 +107,7 @@ bool MessageQueue::append(Message* message)
 
 Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
 {
-    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
+    const Moment now = momentNow();
     // Collected under the lock and notified after it: a notice is a send, which may need the lock
     // of another queue.
     Messages expired;
@@ -132,7 +116,7 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
         const ObjectLock lock(*this);
         result = takeNext(serialNumber, now, expired);
         if (expired.length() != 0 && mayWalk(now))
-            armForNearest();
+            armForNearest(now);
         showState();
     }
     notifyAndDelete(expired, Order::kAsTaken);
@@ -140,26 +124,6 @@ Message* MessageQueue::getNextMessage(std::uint32_t serialNumber)
         forwardStep(
             *result, [this] { return diagnosticsRoot(); }, "picked");
     return result;
-}
-
-// Only ever takes from the front, so that no message behind it is moved.
-Message* MessageQueue::takeNext(std::uint32_t serialNumber, std::int64_t now, Messages& expired)
-{
-    for (long left = m_messages.length(); left > 0; --left) {
-        Message* const message = m_messages.removeAt(0);
-        const bool isExpired = hasTimedOut(*message, now);
-        if (!isExpired && matches(*message, serialNumber) && isWatcher(*message)) {
-            // Behind the others, so that the next call does not meet it first. There is room, as a
-            // place has just become free.
-            m_messages.append(message);
-            continue;
-        }
-        removed(*message);
-        if (!isExpired)
-            return message;
-        release(expired, message);
-    }
-    return nullptr;
 }
 
 const Message* MessageQueue::findMessageForTarget(const SoString& target) const
@@ -180,54 +144,6 @@ bool MessageQueue::removeMessage(std::uint32_t serialNumber)
     return message != nullptr;
 }
 
-void MessageQueue::removeExpiredMessages()
-{
-    // m_nearestDeadline is a lower bound; concurrent additions wait for the next pass.
-    if (m_nearestDeadline == kNever)
-        return;
-    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
-    if (now < m_nearestDeadline)
-        return;
-    Messages expired;
-    {
-        const ObjectLock lock(*this);
-        if (!mayWalk(now))
-            return;
-        takeExpired(now, expired);
-        showState();
-    }
-    notifyAndDelete(expired, Order::kReverse);
-}
-
-// Each message in turn goes from the front to the end, or out.
-void MessageQueue::takeExpired(std::int64_t now, Messages& expired)
-{
-    std::int64_t nearest = kNever;
-    for (long left = m_messages.length(); left > 0; --left) {
-        Message* const message = m_messages.removeAt(0);
-        if (hasTimedOut(*message, now)) {
-            removed(*message);
-            release(expired, message);
-        } else {
-            m_messages.append(message); // in the place that has just become free
-            nearest = std::min(nearest, deadlineOf(*message));
-        }
-    }
-    arm(nearest);
-}
-
-// Whether it may take the time to look at each message. A long queue is walked once a second, or
-// when most of it is new: what has expired meanwhile is found when its turn comes.
-bool MessageQueue::mayWalk(std::int64_t now)
-{
-    if (m_messages.length() > kShortQueue && now == m_lastWalk
-        && m_addedSinceWalk < m_messages.length() / 2)
-        return false;
-    m_lastWalk = now;
-    m_addedSinceWalk = 0;
-    return true;
-}
-
 void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
     const std::function<void(Message&)>& postpone)
 {
@@ -246,6 +162,7 @@ void MessageQueue::workOff(const std::function<bool(const Message&)>& attempt,
         }
         const ObjectLock lock(*this);
         m_bytes -= message->m_note.bytes;
+        catchUp(*message);
         postpone(*message);
         noteSize(*message);
         if (deadlineOf(*message) < m_nearestDeadline)
@@ -332,6 +249,7 @@ void MessageQueue::noteSize(Message& message)
 void MessageQueue::added(Message& message)
 {
     noteSize(message);
+    message.m_note.shift = clockWatch().shift();
     ++m_addedSinceWalk;
     if (deadlineOf(message) < m_nearestDeadline)
         arm(deadlineOf(message));
@@ -364,39 +282,6 @@ bool MessageQueue::isWatched(std::uint32_t serialNumber) const
         if (watchesFor(*m_watchers[i], serialNumber))
             return true;
     return false;
-}
-
-void MessageQueue::armForNearest()
-{
-    std::int64_t nearest = kNever;
-    for (long i = 0; i < m_messages.length(); ++i)
-        nearest = std::min(nearest, deadlineOf(*m_messages[i]));
-    arm(nearest);
-}
-
-void MessageQueue::arm(std::int64_t deadline)
-{
-    m_nearestDeadline = deadline;
-    if (m_timer == nullptr)
-        return;
-    if (deadline == kNever)
-        m_timer->clear();
-    else
-        m_timer->set(deadline);
-}
-
-void MessageQueue::notifyAndDelete(Messages& expired, Order order) const
-{
-    if (expired.length() == 0)
-        return;
-    const SoString root = diagnosticsRoot();
-    const auto take = [&] {
-        return expired.removeAt(order == Order::kReverse ? expired.length() - 1 : 0);
-    };
-    while (const Message* const message = take()) {
-        notifySender(*message, QK_TIMEOUT, root);
-        delete message;
-    }
 }
 
 } // namespace ScObjects::TevoroTalkData

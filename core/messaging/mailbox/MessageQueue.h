@@ -1,5 +1,6 @@
 // A queue of messages, in order, each with a deadline: timestamp plus timeout, which is 600 seconds
-// unless the message says otherwise. Expired messages are removed, and their senders are notified
+// unless the message says otherwise. Setting the clock does not change how long a message may wait
+// here. Expired messages are removed, and their senders are notified
 // if they asked for "Timeout".
 //
 // The queue owns its messages: append() takes ownership, getNextMessage() gives it up. Any thread
@@ -12,6 +13,7 @@
 #include "messaging/Message.h"
 #include "messaging/SoVector.h"
 #include "messaging/mailbox/QueuedMessage.h"
+#include "messaging/runtime/ClockWatch.h"
 
 #include <atomic>
 #include <functional>
@@ -48,7 +50,8 @@ public:
     // Of all texts of the messages that wait here: bodies, heads and custom headers.
     std::size_t bytes() const;
 
-    // Takes ownership. False, and no change, if the message is null or has no sender or target.
+    // Takes ownership. False, and no change, if the message is null or has no sender or target, or
+    // if there was no memory for it or for its place.
     bool append(TevoroTalk::Message* message);
     // Removes and returns the first message that has not expired, for the caller to delete; null if
     // there is none. Skips watchers that match: the number is QK_INVALID_MESSAGE_NUMBER, or one of
@@ -83,12 +86,17 @@ private:
     void removed(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void showState() TEVOROTALK_REQUIRES(this);
     bool isWatched(std::uint32_t serialNumber) const TEVOROTALK_REQUIRES(this);
-    TevoroTalk::Message* takeNext(std::uint32_t serialNumber, std::int64_t now, Messages& expired)
+    static bool add(Messages& messages, TevoroTalk::Message* message);
+    static void release(Messages& expired, TevoroTalk::Message* message);
+    static bool hasExpired(const TevoroTalk::Message& message, const Moment& now);
+    static std::int64_t deadlineAt(const Moment& now, const TevoroTalk::Message& message);
+    static void catchUp(TevoroTalk::Message& message);
+    TevoroTalk::Message* takeNext(std::uint32_t serialNumber, const Moment& now, Messages& expired)
         TEVOROTALK_REQUIRES(this);
-    void takeExpired(std::int64_t now, Messages& expired) TEVOROTALK_REQUIRES(this);
-    bool mayWalk(std::int64_t now) TEVOROTALK_REQUIRES(this);
+    void takeExpired(const Moment& now, Messages& expired) TEVOROTALK_REQUIRES(this);
+    bool mayWalk(const Moment& now) TEVOROTALK_REQUIRES(this);
     void arm(std::int64_t deadline) TEVOROTALK_REQUIRES(this);
-    void armForNearest() TEVOROTALK_REQUIRES(this);
+    void armForNearest(const Moment& now) TEVOROTALK_REQUIRES(this);
     TevoroTalk::Message* nextAttempt(long& place) const;
     void takeDone(long place);
     enum class Order { kAsTaken, kReverse };
@@ -101,6 +109,8 @@ private:
     std::size_t m_bytes TEVOROTALK_GUARDED_BY(this) = 0;
     // A lower bound of all deadlines; the largest number if nothing expires.
     std::atomic<std::int64_t> m_nearestDeadline{std::numeric_limits<std::int64_t>::max()};
+    // Of the clock when all deadlines were last looked at.
+    std::atomic<std::int64_t> m_shift{0};
     Pt::WaitableFlag* m_flag TEVOROTALK_GUARDED_BY(this) = nullptr;
     Pt::WallTimer* m_timer TEVOROTALK_GUARDED_BY(this) = nullptr;
     std::int64_t m_lastWalk TEVOROTALK_GUARDED_BY(this) = 0; // seconds since 1970

@@ -3,6 +3,7 @@
 #include "messaging/TevoroTalk.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/PrivateData.h"
+#include "messaging/runtime/OutOfMemory.h"
 #include "messaging/wire/Forwarding.h"
 
 #include <cstring>
@@ -206,8 +207,15 @@ bool TevoroTalk::putOneIncomingMessageInQueue()
         return false;
     for (long at = 0; at != end && text.get()[at] != '\0';) {
         auto* const message = new Message;
+        if (message == nullptr) {
+            tellOutOfMemory(end - at);
+            break;
+        }
         const long next = message->readFrom(text, at);
-        const bool isTaken = message->type != kIgnore && next != at;
+        const bool isWhole = message->isWhole();
+        if (!isWhole)
+            tellOutOfMemory(next - at);
+        const bool isTaken = message->type != kIgnore && next != at && isWhole;
         if (isTaken) {
             sendReceipt(*message);
             logMessage("RECEIVE", *message, true);
@@ -256,10 +264,15 @@ void TevoroTalk::handleCopy(const Message& message, Message& copy)
         return;
     // A result or an error, never both, and before the completion that finishMessage sends: a
     // sender stops waiting at that.
-    if (outcome.code == 0)
+    if (outcome.code == 0) {
+        // A result is a copy of the message but for its body, which may be large.
+        SoString body;
+        body.swap(copy.body);
         sendResult(copy, outcome.text);
-    else if (std::strstr(copy.responseRequest, QK_ERROR) != nullptr)
+        body.swap(copy.body);
+    } else if (std::strstr(copy.responseRequest, QK_ERROR) != nullptr) {
         sendError(copy, outcome.text, outcome.code, 0);
+    }
 }
 
 void TevoroTalk::finishMessage(const Message& message)

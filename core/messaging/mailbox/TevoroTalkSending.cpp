@@ -61,6 +61,8 @@ bool enqueue(MessageQueue& queue, Message* message)
 Message* makeReceipt(const Message& message)
 {
     auto* const receipt = new Message(message);
+    if (receipt == nullptr)
+        return nullptr;
     receipt->target = message.sender;
     receipt->sender = message.target;
     receipt->responseRequest = "";
@@ -74,6 +76,8 @@ Message* makeReceipt(const Message& message)
 Message* makeWatcher(const Message& message)
 {
     auto* const watcher = new Message;
+    if (watcher == nullptr)
+        return nullptr;
     // From the sender to itself: when the watcher expires, the notice goes to the one who asked.
     watcher->target = message.sender;
     watcher->sender = message.sender;
@@ -219,8 +223,7 @@ bool TevoroTalk::deliverHere(const Message& message) const
     if (asksFor(message, QK_RECEIVED))
         enqueue(instance->m_data->incoming, makeReceipt(message));
     logMessage("RECEIVED", message, true);
-    enqueue(instance->m_data->incoming, new Message(message));
-    return true;
+    return enqueue(instance->m_data->incoming, new Message(message));
 }
 
 // To another process, or into the outgoing queue. With a failure the message is in neither.

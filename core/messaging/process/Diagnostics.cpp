@@ -6,11 +6,13 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkThread.h"
+#include "messaging/runtime/ClockWatch.h"
 #include "messaging/runtime/GrowingText.h"
 #include "messaging/wire/Identity.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 namespace ScObjects {
@@ -50,6 +52,15 @@ SoString textOf(Number number)
 {
     SoString text;
     text << number;
+    return text;
+}
+
+// Numbers have no sign here.
+SoString textOf(const ClockWatch::Step& step)
+{
+    SoString text;
+    text << long{std::abs(step.seconds)} << (step.seconds < 0 ? "s back" : "s forward") << " at "
+         << TevoroTalkUtils::getTimeString(&step.at);
     return text;
 }
 
@@ -118,6 +129,8 @@ void TevoroTalkContext::appendDiagnostics(SoString& out, const SoString& path) c
     appendLeaf(out, node, "/nextsnr", "Next serial number", textOf(nextSerialNumber()));
     appendLeaf(out, node, "/logging", "Logging:", onOrOff(isLogging()));
     appendLeaf(out, node, "/now", "Now", TevoroTalkUtils::getTimeString(&now));
+    if (const auto step = clockWatch().lastStep())
+        appendLeaf(out, node, "/clockset", "Clock set", textOf(*step));
     node << "/messages";
     appendLine(out, node, "", "1", "Messages", "");
     appendLeaf(out, node, "/version", "Message Version", kMessageVersion);
@@ -137,10 +150,9 @@ void TevoroTalkThread::appendDiagnostics(SoString& out, const SoString& path) co
     const ObjectLock lock(*this);
     SoString node(path);
     node << "/thread";
-    const double now = TevoroTalkUtils::getUTCTimeMilliSeconds();
     SoString interval = textOf(m_avgPumpInterval);
     interval << "ms";
-    SoString since = textOf(std::max(0.0, now - m_lastPump));
+    SoString since = textOf(std::max(0.0, sinceLastPump()));
     since << "ms ago";
     appendLine(out, node, "", "1", "Thread", getSpecifier());
     appendLeaf(out, node, "/avgpump", "Avg. pump interval", interval);
@@ -157,8 +169,10 @@ void TevoroTalkThread::appendDiagnostics(SoString& out, const SoString& path) co
         SoString expiry = "undefined";
         if (entry.expires != 0) {
             expiry = "in ";
-            expiry << long{entry.expires - TevoroTalkUtils::getTimeSeconds()} << "secs at "
-                   << TevoroTalkUtils::getTimeString(&entry.expires) << ";";
+            const Moment now = momentNow();
+            const std::int64_t point = entry.expires + now.secondsSetSince(entry.shift);
+            expiry << long{point - now.seconds} << "secs at "
+                   << TevoroTalkUtils::getTimeString(&point) << ";";
         }
         appendLeaf(out, child, "/timeout", "Timeout", expiry);
         appendLeaf(out,

@@ -9,6 +9,7 @@
 #include "messaging/process/RunningState.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
 #include "messaging/process/TevoroTalkThread.h"
+#include "messaging/runtime/OutOfMemory.h"
 #include "platform/common/ports/Waiting.h"
 #include "platform/common/services/ProcessControl.h"
 #include "registry/TevoroTalkConnector.h"
@@ -20,6 +21,7 @@
 #include <mutex>
 #include <optional>
 #include <system_error>
+#include <utility>
 
 namespace ScObjects {
 
@@ -96,16 +98,21 @@ std::optional<SoString> answerFrom(
         if (!isFirst && SteadyClock::now() >= deadline + kRetry)
             break;
         // Without memory for the text the stream stays empty.
-        const SoString text = stream.getMessages();
+        SoString text = stream.getMessages();
+        const bool isEmpty = text.isEmpty();
         Message message;
-        message.readFromString(text, text.get() + text.length());
+        message.readFrom(text, 0);
+        if (!message.isWhole()) {
+            tellOutOfMemory(message.contentLength);
+            continue;
+        }
         if (message.type == TevoroTalkData::kIgnore)
             return SoString(); // the process itself gives the question up
-        if (text.isEmpty() || (!message.sender.isEmpty() && message.sender != asked))
+        if (isEmpty || (!message.sender.isEmpty() && message.sender != asked))
             continue; // a late answer of somebody else
         // Question and answer stand in the same header.
         const SoString answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
-        return answer == Words::QK_SEEBODY ? message.body : answer;
+        return answer == Words::QK_SEEBODY ? std::move(message.body) : answer;
     }
     return std::nullopt;
 }
@@ -128,15 +135,15 @@ SoString waitForAnswer(
 // Within the question's own time, and no longer than any other send.
 bool sendQuestion(const InterAppStream& stream,
     const Message& message,
-    const SoString& text,
+    const SoString& head,
     SteadyClock::time_point deadline)
 {
     if (message.timeout <= 0)
-        return stream.send(message.target, text);
+        return stream.send(message.target, head, message.body);
     for (;;) {
         const auto left = std::chrono::ceil<milliseconds>(deadline - SteadyClock::now());
         const auto patience = std::clamp(left, milliseconds(0), kSendPatience);
-        if (stream.sendWithin(patience, message.target, text))
+        if (stream.sendWithin(patience, message.target, head, message.body))
             return true;
         if (SteadyClock::now() >= deadline)
             return false;
@@ -149,8 +156,9 @@ SoString pingMsg(const Message& message, InterAppStream& stream)
     // The question would arrive at the port that waits for the answer.
     if (message.sender == message.target)
         return Words::QK_UNDEFINED;
-    SoString text;
-    if (!message.writeToString(text))
+    // The body, which may be large, goes as it lies there.
+    SoString head;
+    if (!message.writeHeadToString(head))
         return Words::QK_MSGTOSTRINGERROR;
     // Asked before sending, so that "nobody there" is told from "does not answer" without waiting.
     if (stream.canOpen(message.target, stream.usesNX2Name())) {
@@ -162,7 +170,7 @@ SoString pingMsg(const Message& message, InterAppStream& stream)
     const std::lock_guard lock(gPingLock);
     dropLateAnswers(stream);
     const auto deadline = SteadyClock::now() + std::chrono::seconds(message.timeout);
-    if (!sendQuestion(stream, message, text, deadline))
+    if (!sendQuestion(stream, message, head, deadline))
         return Words::QK_UNDEFINED;
     return message.timeout > 0 ? waitForAnswer(message.target, stream, deadline)
                                : SoString(Words::QK_NOERROR);

@@ -2,8 +2,11 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/process/ThreadMsgHandlers.h"
+#include "messaging/runtime/ClockWatch.h"
 #include "messaging/wire/Forwarding.h"
 
+#include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace ScObjects {
@@ -30,10 +33,12 @@ void TevoroTalkThread::fillStore()
 void TevoroTalkThread::removeExpiredPingData()
 {
     const ObjectLock lock(*this);
-    const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
+    // In every round, so that a clock that was set is noticed soon.
+    const Moment now = momentNow();
     // From the back, so that removing one does not move those still to be looked at.
     for (long i = m_pingData.length() - 1; i >= 0; --i) {
-        if (m_pingData[i]->expires == 0 || now < m_pingData[i]->expires)
+        const PingData& entry = *m_pingData[i];
+        if (entry.expires == 0 || now.seconds < entry.expires + now.secondsSetSince(entry.shift))
             continue;
         const std::unique_ptr<PingData> expired(m_pingData.removeAt(i));
         expired->handler = nullptr; // its maker's again
@@ -64,14 +69,20 @@ TevoroTalk::MsgHandler* TevoroTalkThread::findHandler(const SoString& key) const
     return entry != nullptr ? entry->handler : nullptr;
 }
 
+// Milliseconds; below zero if the clock went back. That it was set forward is no time that passed.
+double TevoroTalkThread::sinceLastPump() const
+{
+    const std::int64_t forward = std::max<std::int64_t>(0, clockWatch().shift() - m_lastPumpShift);
+    return TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump - static_cast<double>(forward);
+}
+
 // Ten times its usual pace without a pump.
 bool TevoroTalkThread::hasStalled() const
 {
     if (m_lastPump <= 0 || m_avgPumpInterval <= 0)
         return false;
-    const double passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
     // Ten times, as docs/bus.md promises to whoever asks for the status.
-    return passed > 10.0 * m_avgPumpInterval;
+    return sinceLastPump() > 10.0 * m_avgPumpInterval;
 }
 
 SoString TevoroTalkThread::getValueForKey(const SoString& key) const
@@ -91,7 +102,7 @@ void TevoroTalkThread::notePump(std::string_view value)
 {
     const double now = TevoroTalkUtils::getUTCTimeMilliSeconds();
     if (value == QK_PUMPING) {
-        const double delta = now - m_lastPump;
+        const double delta = sinceLastPump();
         // Pumps less than 10 ms apart belong to one burst, and would make the usual pace look
         // faster than it is.
         if (m_lastPump > 0 && delta > 10.0) {
@@ -105,6 +116,7 @@ void TevoroTalkThread::notePump(std::string_view value)
     } else if (value == QK_IDLE) {
         m_lastPump = now;
     }
+    m_lastPumpShift = clockWatch().shift();
 }
 
 bool TevoroTalkThread::setKeyValuePair(const SoString& key, const SoString& value)
@@ -120,10 +132,14 @@ bool TevoroTalkThread::setKeyValuePair(const SoString& key, const SoString& valu
     } else if (index >= 0) {
         m_pingData[index]->value = value;
     } else if (!value.isEmpty()) {
-        auto* const entry = new PingData;
+        auto entry = std::unique_ptr<PingData>(new PingData);
+        if (entry == nullptr)
+            return false;
         entry->key = key;
         entry->value = value;
-        m_pingData.append(entry);
+        if (!m_pingData.append(entry.get()))
+            return false;
+        static_cast<void>(entry.release()); // the array's now
     }
     return true;
 }
@@ -161,7 +177,9 @@ bool TevoroTalkThread::setTimeout(const SoString& key, std::int32_t seconds)
     PingData* const entry = find(key.view());
     if (entry == nullptr)
         return false;
-    entry->expires = seconds != 0 ? TevoroTalkUtils::getTimeSeconds() + seconds : 0;
+    const Moment now = momentNow();
+    entry->expires = seconds != 0 ? now.seconds + seconds : 0;
+    entry->shift = now.shift;
     return true;
 }
 

@@ -38,8 +38,10 @@ void initParts(const SoString& appName)
 void refreshConnector(const TevoroTalkContext& context)
 {
     const std::int64_t now = TevoroTalkUtils::getTimeSeconds();
-    // At most once a minute, as pumps may come a thousand times a second.
-    if (now < gConnectorLastChecked + kConnectorRefresh)
+    const std::int64_t last = gConnectorLastChecked;
+    // At most once a minute, as pumps may come a thousand times a second; and when the clock went
+    // back, or there would be none for as long.
+    if (now >= last && now < last + kConnectorRefresh)
         return;
     if (TevoroTalkConnector* const connector = context.getConnector())
         connector->updateCache(false);

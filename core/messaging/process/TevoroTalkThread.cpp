@@ -5,6 +5,7 @@
 #include "messaging/mailbox/MainStream.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
+#include "messaging/runtime/OutOfMemory.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -230,16 +231,21 @@ void TevoroTalkThread::readPings()
     if (m_stream == nullptr || !m_stream->messagePending() || !m_stream->receive()
         || m_stream->isEmpty())
         return;
-    const SoString text = m_stream->getMessages();
-    const char* const end = text.get() + text.length();
-    for (const char* at = text.get(); at != end;) {
+    SoString text = m_stream->getMessages();
+    const long end = text.length();
+    for (long at = 0; at != end;) {
         TevoroTalk::Message message;
-        const char* const next = message.readFromString(at, end);
+        const long next = message.readFrom(text, at);
         // A text that is no message would be read again and again. Whoever ends the thread does not
         // wait for the rest of a text.
         if (next == at || m_stopRequested)
             return;
+        const long length = next - at;
         at = next;
+        if (!message.isWhole()) {
+            tellOutOfMemory(length);
+            continue;
+        }
         message.timestamp = TevoroTalkUtils::getTimeSeconds();
         answerPing(message);
     }
@@ -255,7 +261,7 @@ void TevoroTalkThread::answerPing(TevoroTalk::Message& message)
     if (handler != nullptr
         && callHandler(*handler, TevoroTalk::MsgHandler::kRequest, message, &reply) == 0
         && !reply.isEmpty())
-        sendResponse(message, reply);
+        sendAnswer(message.sender, reply, message.body);
 }
 
 void TevoroTalkThread::serveInstances()
@@ -313,13 +319,20 @@ SoString TevoroTalkThread::ping(const SoString& target,
 
 bool TevoroTalkThread::sendResponse(const TevoroTalk::Message& incoming, const SoString& reply)
 {
+    SoString body(incoming.body);
+    return sendAnswer(incoming.sender, reply, body);
+}
+
+// Takes the body, which may be large.
+bool TevoroTalkThread::sendAnswer(const SoString& target, const SoString& reply, SoString& body)
+{
     const ObjectLock lock(*this);
     TevoroTalk::Message message;
-    message.target = incoming.sender;
+    message.target = target;
     message.sender = getSpecifier();
     message.type = QK_PINGTYPE;
     // Handlers put long answers there; otherwise the question's own body comes back.
-    message.body = incoming.body;
+    message.body.swap(body);
     // Question and answer stand in the same header.
     message.setHeader(QK_ECHO_REQUEST, reply);
     message.serialNumber = TevoroTalk::Message::getNextSerialNumber(m_context);
@@ -365,7 +378,7 @@ bool TevoroTalkThread::isPumpedByApplication() const
     const PingData* const status = find(QK_STATUS);
     if (status != nullptr && status->value == QK_PUMPING)
         return true;
-    const double passed = TevoroTalkUtils::getUTCTimeMilliSeconds() - m_lastPump;
+    const double passed = sinceLastPump();
     return m_lastPump > 0 && passed >= 0 && passed < kTick;
 }
 

@@ -109,6 +109,7 @@ private:
         SoString value;
         TevoroTalk::MsgHandler* handler = nullptr; // owned
         std::int64_t expires = 0; // seconds since 1970; 0 for never
+        std::int64_t shift = 0; // of the clock when that was set, see ClockWatch
     };
 
     void fillStore();
@@ -118,12 +119,14 @@ private:
     bool openOwnStream();
     void runLocked() TEVOROTALK_REQUIRES(this);
     void readPings() TEVOROTALK_REQUIRES(this);
+    bool sendAnswer(const SoString& target, const SoString& reply, SoString& body);
     void answerPing(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     bool sendAnswer(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void serveInstances() TEVOROTALK_REQUIRES(this);
     void removeExpiredPingData();
     void beIdle() TEVOROTALK_REQUIRES(this);
     void notePump(std::string_view value) TEVOROTALK_REQUIRES(this);
+    double sinceLastPump() const TEVOROTALK_REQUIRES(this);
     bool hasStalled() const TEVOROTALK_REQUIRES(this);
     PingData* find(std::string_view key) const TEVOROTALK_REQUIRES(this);
     bool hasUnreadTexts() const;
@@ -138,6 +141,7 @@ private:
     SoVector<PingData> m_pingData TEVOROTALK_GUARDED_BY(this);
     double m_avgPumpInterval TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds; 0 until measured
     double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
+    std::int64_t m_lastPumpShift TEVOROTALK_GUARDED_BY(this) = 0; // of the clock at that time
 
     std::chrono::steady_clock::time_point m_lastSlowAnswer TEVOROTALK_GUARDED_BY(this);
     std::chrono::steady_clock::time_point m_nextKeeping TEVOROTALK_GUARDED_BY(this);

@@ -43,7 +43,9 @@ SoString::SoString(const unsigned short* text, long n)
     // The length of the whole text, even if only its front is converted, on purpose: see the
     // header.
     const long size = static_cast<long>(UTF8StrLen(text));
-    makeRoom(size, 0);
+    m_hasFailed = !makeRoom(size, 0);
+    if (m_hasFailed)
+        return;
     const long written = static_cast<long>(UTF16_UTF8(text, m_data, units));
     // Nothing of what lay in memory before shows behind the front of a text that was cut.
     std::memset(m_data + written, 0, static_cast<std::size_t>(size - written));
@@ -58,8 +60,10 @@ SoString::SoString(SoString&& other) noexcept
 
 SoString& SoString::operator=(const SoString& other)
 {
-    if (this != &other)
+    if (this != &other) {
         assign(other.m_data, other.m_length);
+        m_hasFailed |= other.m_hasFailed;
+    }
     return *this;
 }
 
@@ -97,9 +101,11 @@ SoString& SoString::operator+=(const SoString& other)
         // Appending to itself may move the buffer that it reads from.
         const SoString copy(other);
         append(copy.m_data, copy.m_length);
+        m_hasFailed |= copy.m_hasFailed;
     } else {
         append(other.m_data, other.m_length);
     }
+    m_hasFailed |= other.m_hasFailed;
     return *this;
 }
 
@@ -111,6 +117,8 @@ int SoString::compare(const char* other) const
 
 void SoString::shrink(long n)
 {
+    if (n == 0)
+        m_hasFailed = false;
     if (n < 0 || n >= m_length)
         return;
     terminate(n);
@@ -124,9 +132,9 @@ void SoString::removeFront(long n)
     terminate(m_length - n);
 }
 
-void SoString::reserve(long n)
+bool SoString::reserve(long n)
 {
-    makeRoom(n, m_length);
+    return makeRoom(n, m_length);
 }
 
 SoString SoString::uppercase() const
@@ -165,6 +173,7 @@ void SoString::adopt(char* block, long length)
     m_data = block;
     // The block was made by mallocText, which rounds in the same way.
     m_capacity = roundedUp(length);
+    m_hasFailed = false;
     terminate(length);
 }
 
@@ -181,25 +190,32 @@ void SoString::swap(SoString& other) noexcept
         other.m_data = other.m_inside;
     std::swap(m_length, other.m_length);
     std::swap(m_capacity, other.m_capacity);
+    std::swap(m_hasFailed, other.m_hasFailed);
 }
 
 // Room for that many bytes and the terminator; keeps the first `kept` bytes.
-void SoString::makeRoom(long length, long kept)
+// False, and no change, if there is no memory.
+bool SoString::makeRoom(long length, long kept)
 {
     const bool isTooSmall = m_capacity < length + 1;
-    if (isTooSmall)
-        m_capacity = roundedUp(length);
+    const long capacity = isTooSmall ? roundedUp(length) : m_capacity;
     // The capacity is announced before the block is there: a short text stays in the object until
     // it outgrows that.
-    if (isInside() ? length < kInside : !isTooSmall)
-        return;
-    char* const fresh = mallocThis<char>(static_cast<std::size_t>(m_capacity));
+    if (isInside() ? length < kInside : !isTooSmall) {
+        m_capacity = capacity;
+        return true;
+    }
+    char* const fresh = mallocThis<char>(static_cast<std::size_t>(capacity));
+    if (fresh == nullptr)
+        return false;
     if (kept != 0)
         std::memcpy(fresh, m_data, static_cast<std::size_t>(kept));
     fresh[kept] = '\0';
     if (!isInside())
         freeHeap(m_data);
     m_data = fresh;
+    m_capacity = capacity;
+    return true;
 }
 
 SoString& operator<<(SoString& out, const char* text)

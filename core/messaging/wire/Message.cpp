@@ -63,6 +63,7 @@ TevoroTalk::Message::Message(const Message& other)
     , body(other.body)
     , version(other.version)
     , digestStatus(other.digestStatus)
+    , m_lacksHeader(other.m_lacksHeader)
 {
     // Each goes to the front, which reverses the order, on purpose: reading does the same, so it is
     // never reliable.
@@ -108,8 +109,10 @@ void TevoroTalk::Message::setHeader(const char* name, const char* value)
 TevoroTalk::Header* TevoroTalk::Message::addHeader(std::string_view name, std::string_view value)
 {
     auto* const header = new Header("", "");
-    if (header == nullptr)
+    if (header == nullptr) {
+        m_lacksHeader = true;
         return nullptr;
+    }
     header->name.assign(name);
     header->value.assign(value);
     header->next = headers;
@@ -151,6 +154,19 @@ bool TevoroTalk::Message::isUserType() const
     return std::none_of(std::begin(kRuntimeTypes),
         std::end(kRuntimeTypes),
         [this](const char* word) { return type == word; });
+}
+
+bool TevoroTalk::Message::isWhole() const
+{
+    if (m_lacksHeader)
+        return false;
+    for (const SoString* text : {&target, &sender, &type, &responseRequest, &version, &body})
+        if (text->hasFailed())
+            return false;
+    for (const Header* header = headers; header != nullptr; header = header->next)
+        if (header->name.hasFailed() || header->value.hasFailed())
+            return false;
+    return true;
 }
 
 bool TevoroTalk::Message::isRejected() const

@@ -86,7 +86,8 @@ void writeCustomHeaders(SoString& out, const Message& message)
 // All lines up to the empty one, that included, but for the digest.
 bool writeHead(const Message& message, SoString& out)
 {
-    if (message.target.isEmpty() || message.sender.isEmpty())
+    // Half a message is none.
+    if (message.target.isEmpty() || message.sender.isEmpty() || !message.isWhole())
         return false;
     writeLine(out, QK_VERSION, message.version);
     writeLine(out, QK_TARGET, message.target);
@@ -137,10 +138,15 @@ void turnIntoType(Message& message, std::uint32_t& answered, const char* word)
 
 bool TevoroTalk::Message::writeToString(SoString& out) const
 {
+    const long before = out.length();
     if (!writeHeadToString(out))
         return false;
+    out.reserve(out.length() + body.length());
     out << body;
-    return true;
+    if (!out.hasFailed())
+        return true;
+    out.shrink(before);
+    return false;
 }
 
 bool TevoroTalk::Message::writeHeadToString(SoString& out) const
@@ -212,6 +218,7 @@ void TevoroTalk::Message::readWith(WireReader& reader)
 void TevoroTalk::Message::forgetFormerContent()
 {
     deleteHeaders();
+    m_lacksHeader = false;
     timeout = 0;
     contentLength = 0;
     serialNumber = 0;

@@ -3,35 +3,48 @@
 
 #include "platform/common/services/Clock.h"
 
-#include <atomic>
 #include <chrono>
+#include <mutex>
+#include <optional>
 #include <thread>
 
 namespace {
 
-constexpr std::int64_t kGoing = -1;
+using namespace std::chrono;
 
-std::atomic<std::int64_t> stopped{kGoing}; // milliseconds since 1970
+// Both clocks in one moment.
+struct Times {
+    milliseconds wall;
+    nanoseconds steady;
+};
+
+std::mutex lock;
+Times ahead{}; // of the system's clocks, while they go
+std::optional<Times> stopped;
+
+Times now()
+{
+    const std::lock_guard locked(lock);
+    if (stopped)
+        return *stopped;
+    return {duration_cast<milliseconds>(system_clock::now().time_since_epoch()) + ahead.wall,
+        steady_clock::now().time_since_epoch() + ahead.steady};
+}
+
+void move(milliseconds wall, nanoseconds steady)
+{
+    const std::lock_guard locked(lock);
+    Times& moved = stopped ? *stopped : ahead;
+    moved.wall += wall;
+    moved.steady += steady;
+}
 
 class TestClock final : public Pt::Clock {
 public:
-    std::int64_t wallMilliseconds() override
-    {
-        using namespace std::chrono;
-        const std::int64_t time = stopped;
-        return time != kGoing
-            ? time
-            : duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-    }
+    std::int64_t wallMilliseconds() override { return now().wall.count(); }
     std::int64_t wallSeconds() override { return wallMilliseconds() / 1000; }
-    std::chrono::steady_clock::time_point steadyNow() override
-    {
-        return std::chrono::steady_clock::now();
-    }
-    void sleepFor(std::chrono::nanoseconds duration) override
-    {
-        std::this_thread::sleep_for(duration);
-    }
+    steady_clock::time_point steadyNow() override { return steady_clock::time_point(now().steady); }
+    void sleepFor(nanoseconds duration) override { std::this_thread::sleep_for(duration); }
 };
 
 } // namespace
@@ -42,17 +55,35 @@ Pt::Clock& Pt::systemClock()
     return clock;
 }
 
-void test::MovedClock::stopAt(std::int64_t milliseconds)
+void test::MovedClock::stopAt(std::int64_t time)
 {
-    stopped = milliseconds;
+    const Times current = now();
+    const std::lock_guard locked(lock);
+    stopped = {milliseconds(time), current.steady};
 }
 
-void test::MovedClock::advance(std::int64_t milliseconds)
+void test::MovedClock::stop()
 {
-    stopped += milliseconds;
+    const Times current = now();
+    const std::lock_guard locked(lock);
+    stopped = current;
+}
+
+void test::MovedClock::advance(std::int64_t time)
+{
+    move(milliseconds(time), time > 0 ? milliseconds(time) : milliseconds(0));
+}
+
+void test::MovedClock::step(std::int64_t time)
+{
+    move(milliseconds(time), {});
 }
 
 void test::MovedClock::goOn()
 {
-    stopped = kGoing;
+    const Times current = now();
+    const std::lock_guard locked(lock);
+    stopped.reset();
+    // The wall clock as it is; the steady one never goes back.
+    ahead = {{}, current.steady - steady_clock::now().time_since_epoch()};
 }

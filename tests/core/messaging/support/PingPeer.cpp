@@ -10,6 +10,8 @@
 //   log TEXT                      logs a text
 //   send TARGET TEXT              sends a message
 //   fork                          lets a child process end with the bus up; its exit status
+//   memory                        the most that it ever had of memory, in kilobytes
+//   limit MEGABYTES               takes no more address space than that beside what it has
 //   exit                          ends at once, with the bus up; says nothing
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
@@ -20,12 +22,14 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <sstream>
 #include <string>
 
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -126,6 +130,31 @@ std::string send(const TevoroTalk& bus, std::istream& words)
     return bus.send(message, false, 0, nullptr) ? "sent" : "failed";
 }
 
+// Kilobytes, by the name that the system gives.
+long kilobytes(const std::string& name)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(name + ":"))
+            return std::atol(line.c_str() + name.size() + 1);
+    return -1;
+}
+
+std::string memory(std::istream&)
+{
+    return std::to_string(kilobytes("VmHWM"));
+}
+
+std::string limit(std::istream& words)
+{
+    rlim_t megabytes = 0;
+    words >> megabytes;
+    rlimit both = {};
+    both.rlim_cur = both.rlim_max =
+        (static_cast<rlim_t>(kilobytes("VmSize")) << 10U) + (megabytes << 20U);
+    return ::setrlimit(RLIMIT_AS, &both) == 0 ? "limited" : "not";
+}
+
 void say(const std::string& line)
 {
     std::printf("%s\n", line.c_str());
@@ -164,8 +193,10 @@ int main(int count, char** words)
         {"value", value},
         {"ping", ping},
         {"storm", storm},
+        {"limit", limit},
         {"log", log},
         {"fork", forkChild},
+        {"memory", memory},
         {"send", [&bus](std::istream& rest) { return send(bus, rest); }},
     };
     for (std::string line; readLine(line);) {
