@@ -7,6 +7,7 @@
 //   address              the readers of a specifier
 //   write, read          the text form of a message with a body of 300 bytes, digests off
 //   queued               ten thousand queued messages to a target that comes up
+//   small/32MiB          one text of small messages until the last is handled, beside one of 8 MiB
 //
 // All ways are measured in turn, so that they meet the same machine. Each row is one JSON object;
 // "ratio" is this bus beside the peer of the row, and "aim" what it should be.
@@ -17,8 +18,10 @@
 #include "messaging/MsgHandler.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/InterAppStream.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "peers/Peer.h"
+#include "platform/common/ports/LocalPort.h"
 #include "platform/common/ports/Sha1.h"
 #include "registry/TevoroTalkConnector.h"
 
@@ -429,6 +432,54 @@ void measureQueued()
         median(times));
 }
 
+class CountingHandler final : public TevoroTalk::MsgHandler {
+public:
+    explicit CountingHandler(std::size_t& count)
+        : m_count(count)
+    {
+    }
+    long handleMessage(int, TevoroTalk::Message&, SoString*) override
+    {
+        ++m_count;
+        return 0;
+    }
+
+private:
+    std::size_t& m_count;
+};
+
+void measureSmallMessages()
+{
+    const std::string message =
+        "Target:benchserver-1.0\nSender:benchclient-1.0\nContent-Length:1\n\nx";
+    Times times; // for 8 and for 32 MiB
+    runBoth([] {},
+        [&](Times& own) {
+            TevoroTalkConnector::InitTerm::init("bench");
+            std::size_t handled = 0;
+            TevoroTalk bus("benchserver-1.0", new CountingHandler(handled), true, nullptr);
+            Pt::LocalPortSender sender;
+            for (const std::size_t size : {std::size_t{8} << 20U, std::size_t{32} << 20U}) {
+                const std::size_t wanted = handled + size / message.size();
+                std::string text;
+                while (text.size() + message.size() <= size)
+                    text += message;
+                const auto start = SteadyClock::now();
+                require(
+                    sender.send(std::string(gPortName) + "benchserver-1.0", text, kSendPatience),
+                    "a large text");
+                while (handled < wanted)
+                    TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
+                own.push_back(microsecondsSince(start));
+            }
+        },
+        times);
+    require(times.size() == 2, "both sizes");
+    std::printf("{\"name\":\"small/32MiB\",\"ms\":%.0f,\"ratio\":%.2f,\"aim\":\"< 8\"}\n",
+        times[1] / 1000,
+        times[1] / times[0]);
+}
+
 void run(int turns, const std::string& folder)
 {
     Peers peers;
@@ -442,6 +493,7 @@ void run(int turns, const std::string& folder)
     compareMegabytes(turns);
     measureTexts();
     measureQueued();
+    measureSmallMessages();
     measureIdle();
 }
 

@@ -112,7 +112,9 @@ std::optional<SoString> answerFrom(
             continue; // a late answer of somebody else
         // Question and answer stand in the same header.
         const SoString answer = message.getUserHeaderValue(Words::QK_ECHO_REQUEST);
-        return answer == Words::QK_SEEBODY ? std::move(message.body) : answer;
+        if (answer == Words::QK_SEEBODY)
+            return std::move(message.body);
+        return answer;
     }
     return std::nullopt;
 }

@@ -132,7 +132,7 @@ bool TevoroTalkThread::setKeyValuePair(const SoString& key, const SoString& valu
     } else if (index >= 0) {
         m_pingData[index]->value = value;
     } else if (!value.isEmpty()) {
-        auto entry = std::unique_ptr<PingData>(new PingData);
+        auto entry = std::make_unique<PingData>(); // null without memory, as SoHeap has it
         if (entry == nullptr)
             return false;
         entry->key = key;

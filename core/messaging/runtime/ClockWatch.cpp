@@ -17,9 +17,10 @@ constexpr std::int64_t kDrift = 100; // milliseconds
 // A look at both clocks takes far less, unless the thread was stopped in between.
 constexpr milliseconds kLongLook{50};
 
-std::int64_t rounded(std::int64_t milliseconds)
+// Milliseconds as whole seconds.
+std::int64_t rounded(std::int64_t time)
 {
-    return (milliseconds + (milliseconds < 0 ? -500 : 500)) / 1000;
+    return (time + (time < 0 ? -500 : 500)) / 1000;
 }
 
 bool isStep(std::int64_t distance)

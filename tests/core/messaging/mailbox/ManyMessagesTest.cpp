@@ -88,7 +88,7 @@ protected:
 
 class LongQueueTest : public test::MessagingFixture {
 protected:
-    static constexpr long kFew = 25'000;
+    static constexpr long kFew = 50'000;
 
     // How much longer four times as many take.
     static double growth(const std::function<void(MessageQueue& queue, long count)>& work)

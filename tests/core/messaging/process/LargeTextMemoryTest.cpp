@@ -59,8 +59,9 @@ TEST_P(LargeTextMemoryTest, IsAtMostThreeTimesItsLength)
     const long before = std::stol(peer.tell("memory"));
     peer.serve();
     ASSERT_TRUE(sendBody(kMegabytes));
-    if (*GetParam() == '\0')
+    if (*GetParam() == '\0') {
         EXPECT_TRUE(pumpUntil([&] { return inbox.size() != 0; })); // the result
+    }
     EXPECT_EQ(ask("peer-1.0", ""), kEcho); // behind the text, which was read by then
     const long after = std::stol(peer.tell("memory"));
     const double times = static_cast<double>(after - before)
