@@ -28,7 +28,7 @@ bool pauseBefore(SteadyTime deadline)
 {
     constexpr milliseconds kPause{1};
     const auto left = deadline - steady_clock::now();
-    if (left <= left.zero())
+    if (left <= steady_clock::duration::zero())
         return false;
     std::this_thread::sleep_for(std::min<steady_clock::duration>(left, kPause));
     return true;

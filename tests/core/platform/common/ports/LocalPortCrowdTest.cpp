@@ -91,10 +91,10 @@ TEST_F(LocalPortCrowdTest, LosesNoLargeTextsWhileConnectionsAreClosed)
 {
     const auto port = held("p");
     std::vector<Stream> streams;
-    for (std::size_t i = 0; i < 8; ++i)
-        streams.push_back({10, 600000 + i});
+    for (std::size_t i = 0; i < 6; ++i)
+        streams.push_back({5, 600000 + i});
     for (std::size_t i = 0; i < 2; ++i)
-        streams.push_back({5, 5000000 + i});
+        streams.push_back({3, 5000000 + i});
     expectAll(*port, streams);
 }
 

@@ -3,6 +3,7 @@
 
 #include "core/platform/support/PortFixture.h"
 #include "core/platform/support/PortText.h"
+#include "core/platform/support/ThreadState.h"
 #include "platform/common/ports/LocalPort.h"
 
 #include <atomic>
@@ -117,7 +118,7 @@ TEST_P(LocalPortPassingTest, IsWaitedForByATextInAMemoryFile)
     refuse(gPacketsWithFile, GetParam(), INT_MAX);
     expectRefused(kLarge);
     refuse(gPacketsWithFile, 0, 0);
-    for (int i = 0; i < 10; ++i) // what was refused does not count as on the way
+    for (int i = 0; i < 4; ++i) // what was refused does not count as on the way
         expectDelivered(kLarge);
 }
 
@@ -151,6 +152,20 @@ TEST_F(LocalPortShortageTest, IsNotWhatARefusalForGoodIs)
     refuse(gPacketsWithFile, EPERM, 1);
     EXPECT_FALSE(sender.send("p", std::string(kLarge, 'x'), kPatience));
     expectDelivered(kLarge);
+}
+
+TEST_F(LocalPortShortageTest, IsNotWaitedForOnceTheHolderHasLeft)
+{
+    expectDelivered(300);
+    refuse(gPacketsWithFile, ETOOMANYREFS, INT_MAX);
+    bool isSent = true;
+    const auto start = std::chrono::steady_clock::now();
+    std::thread waiter([&] { isSent = sender.send("p", std::string(kLarge, 'x'), kPatience); });
+    EXPECT_TRUE(test::waitUntil([] { return gPacketsWithFile.count < INT_MAX; }));
+    port.reset();
+    waiter.join();
+    EXPECT_FALSE(isSent);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kPatience / 2);
 }
 
 // On two connections, texts could overtake each other.
