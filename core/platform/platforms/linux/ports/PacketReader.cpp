@@ -114,6 +114,11 @@ PacketReader::Outcome PacketReader::readAgain()
     return m_text ? Outcome::kText : Outcome::kDropped;
 }
 
+void PacketReader::forget()
+{
+    m_waiting = Descriptor();
+}
+
 void PacketReader::trim()
 {
     m_memoryText = MemoryMapping();

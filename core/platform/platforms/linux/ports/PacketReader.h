@@ -30,6 +30,8 @@ public:
     Outcome read(int socket);
     // After kNoMemory: the same text, again kNoMemory, or kDropped.
     Outcome readAgain();
+    // Gives that text up.
+    void forget();
     char* text() const { return m_text; }
     std::size_t size() const { return m_size; }
 

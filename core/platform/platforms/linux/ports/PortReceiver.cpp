@@ -4,6 +4,7 @@
 #include "platform/platforms/linux/ports/LocalSocket.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <new>
 
 #include <sys/timerfd.h>
@@ -29,6 +30,9 @@ constexpr std::size_t kMaxBytes = std::size_t{512} * 1024;
 
 // Between two attempts at what the system has no descriptors or no memory for.
 constexpr long kRetryNanoseconds = 100'000'000;
+
+// How long the system is given to have memory for a text.
+constexpr std::chrono::milliseconds kMaxKept{250};
 
 bool addTo(DescriptorSet& set, int descriptor)
 {
@@ -177,8 +181,21 @@ void PortReceiver::pass(const Taker& take)
     }
 }
 
-// The text stays in the reader, which reads nothing until it was passed on.
+// The text stays in the reader, which reads nothing until it was passed on. A text for which there
+// is never room would keep everything behind it away.
 void PortReceiver::keep(Outcome outcome)
+{
+    m_keptUntil = std::chrono::steady_clock::now() + kMaxKept;
+    keepOn(outcome);
+}
+
+void PortReceiver::drop()
+{
+    m_reader.forget();
+    std::fputs("A local port has no memory for a text, which is dropped.\n", stderr);
+}
+
+void PortReceiver::keepOn(Outcome outcome)
 {
     m_kept = outcome;
     m_isCut = true;
@@ -191,8 +208,10 @@ std::size_t PortReceiver::passKept(const Taker& take)
         return 0;
     const Outcome outcome = m_kept == Outcome::kNoMemory ? m_reader.readAgain() : m_kept;
     m_kept = Outcome::kNothing;
-    if (outcome == Outcome::kNoMemory)
-        keep(outcome);
+    if (outcome == Outcome::kNoMemory && std::chrono::steady_clock::now() < m_keptUntil)
+        keepOn(outcome);
+    else if (outcome == Outcome::kNoMemory)
+        drop();
     if (outcome != Outcome::kText)
         return 0;
     pass(take);

@@ -18,6 +18,7 @@
 #include "platform/platforms/linux/ports/SenderTurn.h"
 
 #include <atomic>
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -62,6 +63,8 @@ private:
     std::size_t drain(int connection, int most, const Taker& take);
     void pass(const Taker& take);
     void keep(Outcome outcome);
+    void keepOn(Outcome outcome);
+    void drop();
     std::size_t passKept(const Taker& take);
     void trim();
 
@@ -96,6 +99,7 @@ private:
     bool m_isCut = false; // the last receive() left texts of the sender that has the turn
     int m_retired = ReceiverConnections::kNone;
     Outcome m_kept = Outcome::kNothing; // of the text in the reader; kText or kNoMemory
+    std::chrono::steady_clock::time_point m_keptUntil; // counts for kNoMemory
     Bound m_room; // what is left of the bound of the call
     // Of whoever waits here: all that the watcher has, and what was added. Made on first use.
     std::optional<DescriptorSet> m_waited;
