@@ -165,7 +165,7 @@ private:
     void waitForTarget(const SoString& target) const;
     bool dispatchIncoming();
     bool dispatchArrived(bool& dispatched);
-    bool dispatchNext(std::uint32_t serialNumber);
+    bool dispatchMessage(Message* message);
     bool textPending() const;
     void takeIn(bool mustWait);
     bool putOneIncomingMessageInQueue();

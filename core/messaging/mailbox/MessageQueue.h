@@ -18,6 +18,7 @@
 #include <atomic>
 #include <functional>
 #include <limits>
+#include <utility>
 
 namespace Pt {
 class WaitableFlag;
@@ -42,6 +43,27 @@ public:
     // after it was put in: saves two system calls.
     void pauseSignals();
     void resumeSignals();
+
+    // The same for a block, which may end by an exception.
+    class PausedSignals {
+    public:
+        explicit PausedSignals(MessageQueue& queue)
+            : m_queue(&queue)
+        {
+            queue.pauseSignals();
+        }
+        ~PausedSignals() { end(); }
+        PausedSignals(const PausedSignals&) = delete;
+        PausedSignals& operator=(const PausedSignals&) = delete;
+        void end()
+        {
+            if (MessageQueue* const queue = std::exchange(m_queue, nullptr))
+                queue->resumeSignals();
+        }
+
+    private:
+        MessageQueue* m_queue; // null when they are on again
+    };
 
     bool isEmpty() const;
     // Whether there is a message that getNextMessage(QK_INVALID_MESSAGE_NUMBER) would return.

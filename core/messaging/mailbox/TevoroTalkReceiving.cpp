@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <mutex>
+#include <optional>
 
 namespace ScObjects {
 
@@ -124,23 +125,24 @@ bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatc
     incoming.removeExpiredMessages();
     // A message that is put in and taken out at once would raise and lower the flag, which costs
     // two calls of the system.
+    std::optional<MessageQueue::PausedSignals> paused;
     if (dispatch)
-        incoming.pauseSignals();
+        paused.emplace(incoming);
     // The thread of the bus takes nothing in for a queue that is full, and looks all the same: a
     // text that waits in the stream leaves room in the port.
     if (incomingMessagePending() && (dispatch || !isOnBusThread() || canTakeIn()))
         takeIn(dispatch);
-    return dispatch && dispatchNext(serialNumber);
+    if (!dispatch)
+        return false;
+    const autoPtr<Message> next(incoming.getNextMessage(serialNumber));
+    // Before the handler runs: it may wait for messages itself.
+    paused.reset();
+    return dispatchMessage(next.get());
 }
 
-// The first message of the queue, whose signals are paused.
-bool TevoroTalk::dispatchNext(std::uint32_t serialNumber)
+bool TevoroTalk::dispatchMessage(Message* message)
 {
-    MessageQueue& incoming = m_data->incoming;
-    const autoPtr<Message> message(incoming.getNextMessage(serialNumber));
-    // Before the handler runs: it may wait for messages itself.
-    incoming.resumeSignals();
-    if (message.get() == nullptr || message->target.isEmpty())
+    if (message == nullptr || message->target.isEmpty())
         return false;
     handleMessage(*message);
     finishMessage(*message);
@@ -168,19 +170,22 @@ bool TevoroTalk::dispatchArrived(bool& dispatched)
 {
     MessageQueue& incoming = m_data->incoming;
     m_data->retryLateAnswers();
-    incoming.removeExpiredMessages();
-    incoming.pauseSignals();
-    const bool arrived = textPending();
-    for (bool isFirst = true;; isFirst = false) {
+    bool arrived = false;
+    for (bool isFirst = true; isFirst || hasUnreadTexts() || incoming.hasMessage();
+         isFirst = false) {
+        incoming.removeExpiredMessages();
+        MessageQueue::PausedSignals paused(incoming);
+        if (isFirst)
+            arrived = textPending();
         if (isFirst ? arrived : hasUnreadTexts())
             takeIn(true);
-        if (dispatchNext(QK_INVALID_MESSAGE_NUMBER))
+        const autoPtr<Message> next(incoming.getNextMessage(QK_INVALID_MESSAGE_NUMBER));
+        // Before the handler runs, as above.
+        paused.end();
+        if (dispatchMessage(next.get()))
             dispatched = true;
-        if (!hasUnreadTexts() && !incoming.hasMessage())
-            return arrived;
-        incoming.removeExpiredMessages();
-        incoming.pauseSignals();
     }
+    return arrived;
 }
 
 // One text. With `mustWait` not before another thread has taken in its own.

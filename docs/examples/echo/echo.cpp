@@ -10,9 +10,11 @@ class ScriptHandler final : public TevoroTalk::MsgHandler {
 public:
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override
     {
-        if (reason == kRequest && result != nullptr)
+        if (reason != kRequest)
+            return 1; // no script: whoever asked gets this number back as an error
+        if (result != nullptr)
             *result << "you said " << message.body;
-        return 0; // another number goes back as an error
+        return 0;
     }
 };
 
