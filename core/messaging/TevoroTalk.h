@@ -140,6 +140,8 @@ private:
     friend class TevoroTalkThread;
     friend class ThreadForwardMsgHandler;
 
+    class PumpLimit;
+
     // What kind of message is sent: that says how long it waits for a target that does not read.
     enum class Kind { kMessage, kAnswer, kRetry, kCopy };
 
@@ -164,7 +166,7 @@ private:
     void watchForTimeout(const Message& message) const;
     void waitForTarget(const SoString& target) const;
     bool dispatchIncoming();
-    bool dispatchArrived(bool& dispatched);
+    bool dispatchArrived(PumpLimit& limit, bool& dispatched);
     bool dispatchMessage(Message* message);
     bool textPending() const;
     void takeIn(bool mustWait);
@@ -175,6 +177,7 @@ private:
     void finishMessage(const Message& message);
     bool isCalled(const SoString& name) const;
     bool hasUnreadTexts() const;
+    long unreadTexts() const;
     bool canTakeIn() const;
     bool canReadPort() const;
     int portDescriptor() const;

@@ -25,9 +25,6 @@ namespace {
 // Bytes; grows to the largest text.
 constexpr long kFirstBufferSize = 4096;
 
-constinit Pt::Lock gStreamLock;
-constinit InterAppStream* gInterAppStream TEVORO_GUARDED_BY(gStreamLock) = nullptr;
-
 constexpr UnreadBound kUnread{4096, std::size_t{8} << 20};
 constexpr UnreadBound kUnreadWhileSending{8 * kUnread.texts, 8 * kUnread.bytes};
 
@@ -57,25 +54,6 @@ void replaceNuls(char* text, long length)
         text = static_cast<char*>(nul);
         *text++ = '\n';
     }
-}
-
-InterAppStream* goodOrNull(InterAppStream* stream)
-{
-    if (stream->isGood())
-        return stream;
-    delete stream;
-    return nullptr;
-}
-
-// Of the numbered instances the first whose name is free; nullptr when all are taken.
-InterAppStream* firstFreeInstance(TevoroTalk::Specifier& specifier)
-{
-    InterAppStream* stream = nullptr;
-    for (int n = 1; n <= kMaxInstances && stream == nullptr; ++n) {
-        specifier.setInstance(std::to_string(n).c_str());
-        stream = goodOrNull(new InterAppStream(specifier, true));
-    }
-    return stream;
 }
 
 } // namespace
@@ -193,7 +171,17 @@ bool MacInterAppStream::sendWithin(std::chrono::milliseconds patience,
     std::optional<SendUnderWay> underWay;
     if (patience.count() > 0)
         underWay.emplace();
-    return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), patience);
+    try {
+        return m_sender->send(portName(m_portPrefix, target), head.view(), rest.view(), patience);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void MacInterAppStream::closePort()
+{
+    const ObjectLock lock(*this);
+    m_port.reset();
 }
 
 bool MacInterAppStream::sendUnlessSilent(std::chrono::milliseconds patience,
@@ -201,14 +189,19 @@ bool MacInterAppStream::sendUnlessSilent(std::chrono::milliseconds patience,
     const SoString& head,
     const SoString& rest) const
 {
-    const auto start = std::chrono::steady_clock::now();
-    const auto allowed = m_silentTargets.patienceFor(target.view(), patience);
-    const bool isSent = sendWithin(allowed, target, head, rest);
-    if (isSent)
-        m_silentTargets.hasRead(target.view());
-    // Whoever is not there at all says so at once.
-    else if (allowed.count() > 0 && std::chrono::steady_clock::now() - start >= allowed)
-        m_silentTargets.hasNotRead(target.view(), allowed);
+    bool isSent = false;
+    try {
+        const auto start = std::chrono::steady_clock::now();
+        const auto allowed = m_silentTargets.patienceFor(target.view(), patience);
+        isSent = sendWithin(allowed, target, head, rest);
+        if (isSent)
+            m_silentTargets.hasRead(target.view());
+        // Whoever is not there at all says so at once.
+        else if (allowed.count() > 0 && std::chrono::steady_clock::now() - start >= allowed)
+            m_silentTargets.hasNotRead(target.view(), allowed);
+    } catch (const std::bad_alloc&) {
+        // Nothing could be noted, then.
+    }
     return isSent;
 }
 
@@ -283,6 +276,12 @@ bool MacInterAppStream::hasUnreadTexts() const
     return m_msgQueue.length() != 0;
 }
 
+long MacInterAppStream::unreadTexts() const
+{
+    const ObjectLock lock(*this);
+    return m_msgQueue.length();
+}
+
 bool MacInterAppStream::hasMore() const
 {
     const ObjectLock lock(*this);
@@ -354,90 +353,6 @@ bool MacInterAppStream::wait(std::chrono::milliseconds limit) const
 InterAppStream::InterAppStream(const SoString& specifier, bool flag)
     : MacInterAppStream(specifier, flag)
 {
-}
-
-void InterAppStream::InitTerm::init(const SoString& appName)
-{
-    TevoroTalk::Specifier specifier(appName, false);
-    specifier.setSuffix("ping");
-    const Pt::Locked lock(gStreamLock);
-    // First the old one, whose name may be the same.
-    delete std::exchange(gInterAppStream, nullptr);
-    gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
-}
-
-bool InterAppStream::InitTerm::follow(const SoString& appName)
-{
-    TevoroTalk::Specifier wanted(appName, false);
-    wanted.setSuffix("ping");
-    {
-        const Pt::Locked lock(gStreamLock);
-        if (gInterAppStream != nullptr
-            && !TevoroTalkData::isSameButForNumber(wanted, gInterAppStream->getSpecifier()))
-            return true;
-    }
-    if (!isCalled(wanted))
-        init(appName);
-    return isCalled(wanted);
-}
-
-bool InterAppStream::InitTerm::isCalled(const SoString& name)
-{
-    const Pt::Locked lock(gStreamLock);
-    return gInterAppStream != nullptr && gInterAppStream->getSpecifier() == name;
-}
-
-void InterAppStream::InitTerm::exit()
-{
-    const Pt::Locked lock(gStreamLock);
-    delete std::exchange(gInterAppStream, nullptr);
-}
-
-void InterAppStream::InitTerm::keepName()
-{
-    const Pt::Locked lock(gStreamLock);
-    if (gInterAppStream != nullptr)
-        gInterAppStream->keepName();
-}
-
-void InterAppStream::InitTerm::giveUpName()
-{
-    const Pt::Locked lock(gStreamLock);
-    if (gInterAppStream != nullptr)
-        gInterAppStream->giveUpName();
-}
-
-InterAppStream* InterAppStream::get()
-{
-    const Pt::Locked lock(gStreamLock);
-    if (gInterAppStream == nullptr)
-        gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
-    return gInterAppStream;
-}
-
-InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(const SoString& text)
-{
-    TevoroTalk::Specifier specifier(nullptr, false);
-    // As it stands: the constructor would change it to lower case, and refuse a long one.
-    specifier.assign(text.view());
-    if (specifier.isEmpty())
-        return nullptr;
-    InterAppStream* const stream = goodOrNull(new InterAppStream(specifier, true));
-    // A name with an instance means that one and no other.
-    if (stream != nullptr || !specifier.instance().isEmpty())
-        return stream;
-    return firstFreeInstance(specifier);
-}
-
-SoString TevoroTalkUtils::getLaunchMsgQueueName(const SoString& specifier)
-{
-    const TevoroTalk::Specifier parts(specifier, false);
-    SoString name = parts.appName();
-    for (const SoString& part : {parts.version(), parts.locale()})
-        if (!part.isEmpty())
-            name << "-" << part;
-    name << "#launchparams";
-    return name;
 }
 
 } // namespace ScObjects

@@ -129,6 +129,7 @@ public:
     SoVector<DataRef>& getMsgQueue() { return m_msgQueue; }
     // Whether messagePending() has read a text that was not received yet.
     bool hasUnreadTexts() const;
+    long unreadTexts() const;
     // Whether messagePending() would read another text. If not, the port stays readable.
     bool hasRoom() const;
     // Whether the last messagePending() left texts of a sender in the port.
@@ -144,6 +145,8 @@ public:
     void giveUpName() const;
     // Waits for a text, up to that timeout. Requires a port, and wakeOn(); one thread at a time.
     bool wait(std::chrono::milliseconds limit) const;
+    // Gives the name up; from then on the stream is not good. Not while somebody is in wait().
+    void closePort();
 
 private:
     std::unique_ptr<Pt::LocalPort> m_port;

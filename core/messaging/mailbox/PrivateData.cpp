@@ -4,6 +4,7 @@
 #include "messaging/TevoroTalkUtils.h"
 
 #include <cstring>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -126,7 +127,11 @@ bool PrivateData::sendAnswer(const TevoroTalk::Message& message, const SoString&
         return false;
     SoString text(head);
     text << message.body;
-    return m_lateAnswers.keep(message.target, text, kSendPatience);
+    try {
+        return !text.hasFailed() && m_lateAnswers.keep(message.target, text, kSendPatience);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 void PrivateData::retryLateAnswers()

@@ -204,9 +204,18 @@ bool TevoroTalk::hasUnreadTexts() const
     return m_data->stream != nullptr && m_data->stream->hasUnreadTexts();
 }
 
+long TevoroTalk::unreadTexts() const
+{
+    return m_data->stream != nullptr ? m_data->stream->unreadTexts() : 0;
+}
+
 // Whether the queue has room for what the thread of the bus takes in for it.
 bool TevoroTalk::canTakeIn() const
 {
+    // Not while another thread takes a text in, which may wait for an asker that does not read.
+    const std::unique_lock lock(m_data->intake, std::try_to_lock);
+    if (!lock.owns_lock())
+        return false;
     const UnreadBound bound = UnreadBound::now();
     return static_cast<std::size_t>(m_data->incoming.length()) < bound.texts
         && m_data->incoming.bytes() < bound.bytes;

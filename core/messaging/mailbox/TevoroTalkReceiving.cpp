@@ -6,7 +6,9 @@
 #include "messaging/runtime/OutOfMemory.h"
 #include "messaging/wire/Forwarding.h"
 
+#include <chrono>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -118,6 +120,31 @@ Outcome callHandlerFor(TevoroTalk& instance, const Message& message, Message& co
 
 } // namespace
 
+// Of one pump. Others, and the thread of the bus for them, go on putting in what arrives, which
+// may be more than the handlers work off: beyond what was there at its start, a pump takes a
+// second.
+class TevoroTalk::PumpLimit {
+public:
+    // Counts once; the first look says what was there.
+    void begin(long there)
+    {
+        if (m_left < 0)
+            m_left = there;
+    }
+    void count()
+    {
+        if (m_left > 0)
+            --m_left;
+    }
+    bool isOver() const { return m_left == 0 && SteadyClock::now() >= m_end; }
+
+private:
+    using SteadyClock = std::chrono::steady_clock;
+
+    long m_left = -1; // of what was there; unknown at first
+    const SteadyClock::time_point m_end = SteadyClock::now() + std::chrono::seconds(1);
+};
+
 bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatch)
 {
     MessageQueue& incoming = m_data->incoming;
@@ -154,9 +181,10 @@ bool TevoroTalk::dispatchMessage(Message* message)
 // before the notices that follow it are read, and no sender holds a pump for ever.
 bool TevoroTalk::dispatchIncoming()
 {
+    PumpLimit limit;
     bool dispatched = false;
-    for (int looks = 0; looks < kMaxLooks; ++looks) {
-        const bool arrived = dispatchArrived(dispatched);
+    for (int looks = 0; looks < kMaxLooks && !limit.isOver(); ++looks) {
+        const bool arrived = dispatchArrived(limit, dispatched);
         // The port hands out one sender's texts in portions; those that were there are read to
         // their end.
         if (!arrived || (dispatched && !m_data->stream->hasMore()))
@@ -166,22 +194,26 @@ bool TevoroTalk::dispatchIncoming()
 }
 
 // One look at the port, and all that it showed. Whether a text was there.
-bool TevoroTalk::dispatchArrived(bool& dispatched)
+bool TevoroTalk::dispatchArrived(PumpLimit& limit, bool& dispatched)
 {
     MessageQueue& incoming = m_data->incoming;
     m_data->retryLateAnswers();
     bool arrived = false;
-    for (bool isFirst = true; isFirst || hasUnreadTexts() || incoming.hasMessage();
+    for (bool isFirst = true;
+         isFirst || ((hasUnreadTexts() || incoming.hasMessage()) && !limit.isOver());
          isFirst = false) {
         incoming.removeExpiredMessages();
         MessageQueue::PausedSignals paused(incoming);
-        if (isFirst)
+        if (isFirst) {
             arrived = textPending();
+            limit.begin(unreadTexts() + incoming.length());
+        }
         if (isFirst ? arrived : hasUnreadTexts())
             takeIn(true);
         const autoPtr<Message> next(incoming.getNextMessage(QK_INVALID_MESSAGE_NUMBER));
         // Before the handler runs, as above.
         paused.end();
+        limit.count();
         if (dispatchMessage(next.get()))
             dispatched = true;
     }
@@ -211,7 +243,7 @@ bool TevoroTalk::putOneIncomingMessageInQueue()
     if (end == 0)
         return false;
     for (long at = 0; at != end && text.get()[at] != '\0';) {
-        auto* const message = new Message;
+        std::unique_ptr<Message> message(new Message);
         if (message == nullptr) {
             tellOutOfMemory(end - at);
             break;
@@ -225,8 +257,8 @@ bool TevoroTalk::putOneIncomingMessageInQueue()
             sendReceipt(*message);
             logMessage("RECEIVE", *message, true);
         }
-        if (!isTaken || !m_data->incoming.append(message))
-            delete message;
+        if (isTaken && m_data->incoming.append(message.get()))
+            static_cast<void>(message.release()); // the queue's now
         if (next == at)
             break;
         at = next;

@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -197,12 +198,14 @@ void TevoroTalkThread::run()
     while (TevoroTalkSetupThread::isSetupThreadRunning() && !m_stopRequested)
         Thread::wait(kSetupTick);
     while (!m_stopRequested) {
-        {
+        try {
             const ObjectLock lock(*this);
             runLocked();
             // After the round, in which the application may have begun or ceased to pump.
             watchInstances();
             keepNames();
+        } catch (const std::bad_alloc&) {
+            tellOutOfMemory(0); // the next round may have it again
         }
         if (!m_stopRequested)
             wait(kTick);

@@ -3,10 +3,12 @@
 #include "core/messaging/support/Sanitizers.h"
 #include "messaging/mailbox/InterAppStream.h"
 
+#include <atomic>
 #include <chrono>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -155,4 +157,28 @@ TEST_F(BackpressureTest, KeepsTheMemoryOfAFloodedApplicationSmall)
             fill(*sender, "busy-1.0", 1000);
     EXPECT_LT(kilobytesOf(busy->id(), "VmHWM"), test::kIsSanitized ? 512 * 1024 : 64 * 1024);
     busy->kill();
+}
+
+// A thread that floods puts more in than the handler works off.
+TEST_F(BackpressureTest, EndsAPumpWhateverArrivesMeanwhile)
+{
+    start();
+    std::atomic<bool> isOver{false};
+    std::thread flood([&] {
+        const InterAppStream sender("sender-1.0", true);
+        Message message;
+        message.target = "self-1.0";
+        message.sender = "sender-1.0";
+        message.body = "text";
+        while (!isOver)
+            sender.sendMessageUnlessSilent(milliseconds(0), message);
+    });
+    EXPECT_TRUE(waitUntil([&] { return self->incomingMessagePending(); }));
+    const auto begin = SteadyClock::now();
+    pump();
+    pump();
+    EXPECT_LT(SteadyClock::now() - begin, seconds(test::kIsSanitized ? 20 : 5));
+    EXPECT_GT(inbox.size(), 0U);
+    isOver = true;
+    flood.join();
 }

@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <memory>
+#include <new>
 #include <set>
 #include <string_view>
 #include <thread>
@@ -291,6 +292,23 @@ TEST_F(MessageQueueTest, RaisesItsFlagWhileThereIsAMessage)
     next(queue);
     queue.removeExpiredMessages();
     EXPECT_FALSE(isUp());
+    queue.setSignals(nullptr, nullptr);
+}
+
+TEST_F(MessageQueueTest, RaisesItsFlagAgainAfterABlockThatAnExceptionEnds)
+{
+    Pt::WaitableFlag flag;
+    Pt::DescriptorSet waited;
+    waited.add(flag.descriptor());
+    queue.setSignals(&flag, nullptr);
+    try {
+        const MessageQueue::PausedSignals paused(queue);
+        queue.append(newMessage(1));
+        EXPECT_FALSE(waited.wait(std::chrono::milliseconds(0)));
+        throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+        EXPECT_TRUE(waited.wait(std::chrono::milliseconds(0)));
+    }
     queue.setSignals(nullptr, nullptr);
 }
 

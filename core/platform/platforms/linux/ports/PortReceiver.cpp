@@ -24,6 +24,9 @@ constexpr int kMaxNewcomers = 4096;
 // taken, and a sender that never pauses does not hold the call for ever.
 constexpr int kMaxPackets = 16384;
 
+// What the system itself takes for a packet, however short.
+constexpr std::size_t kLeastOfPacket = 512;
+
 // From one connection in one call, but for its last text: large texts that were handled one by one
 // leave their memory, still in the caches, to the next.
 constexpr std::size_t kMaxBytes = std::size_t{512} * 1024;
@@ -93,15 +96,44 @@ std::size_t PortReceiver::receiveReady(const Taker& take)
     const int ready = retryInterrupted([this] {
         return ::epoll_wait(m_watcher.get(), m_events.data(), static_cast<int>(m_events.size()), 0);
     });
+    beginBehindLast(ready);
     const auto goesOn = [&] { return hasRoom() && !isHeldUp() && (!m_isCut || isOthersTurn); };
     for (int i = 0; i < ready && goesOn(); ++i) {
         const int descriptor = m_events[static_cast<std::size_t>(i)].data.fd;
         if (descriptor == m_listener.get())
             count += acceptConnections(take);
-        else if (descriptor != m_retryTimer.get())
+        else if (m_connections.contains(descriptor)) // it may have been closed for a newcomer
             count += drain(descriptor, kMaxPackets, take);
     }
     return count;
+}
+
+// The system keeps its order, in which a sender that writes again at once would always be read
+// first, and those behind it never when the room ends with it.
+void PortReceiver::beginBehindLast(int ready)
+{
+    const auto end = m_events.begin() + std::max(ready, 0);
+    const auto last = std::find_if(m_events.begin(), end, [this](const epoll_event& event) {
+        return event.data.fd == m_lastRead;
+    });
+    if (last != end)
+        std::rotate(m_events.begin(), last + 1, end);
+}
+
+// Out of the sets first: in a forked child the connection may live on, and would go on being
+// ready.
+void PortReceiver::close(int connection)
+{
+    unwatch(connection);
+    m_connections.close(connection);
+}
+
+void PortReceiver::unwatch(int descriptor)
+{
+    epoll_event unused = {};
+    ::epoll_ctl(m_watcher.get(), EPOLL_CTL_DEL, descriptor, &unused);
+    if (m_waited)
+        m_waited->remove(descriptor);
 }
 
 // The rest of what was begun, before anything else.
@@ -141,6 +173,7 @@ std::size_t PortReceiver::drain(int connection, int most, const Taker& take)
     std::size_t bytes = 0;
     m_turn.begin(connection);
     m_connections.use(connection);
+    m_lastRead = connection;
     // Until the end of the connection's texts is seen, more may be there. A call for one text says
     // nothing about it.
     m_isCut = most != 1;
@@ -148,7 +181,7 @@ std::size_t PortReceiver::drain(int connection, int most, const Taker& take)
         const Outcome outcome = m_reader.read(connection);
         // Closing takes it out of both sets as well.
         if (outcome == Outcome::kEnd)
-            m_connections.close(connection);
+            close(connection);
         if (outcome == Outcome::kEnd || outcome == Outcome::kNothing) {
             m_turn.end();
             m_isCut = false;
@@ -158,6 +191,9 @@ std::size_t PortReceiver::drain(int connection, int most, const Taker& take)
             keep(outcome);
             break;
         }
+        // Also one that holds nothing takes its time.
+        bytes += kLeastOfPacket;
+        m_turn.took(kLeastOfPacket);
         if (outcome == Outcome::kText) {
             bytes += m_reader.size();
             pass(take);
@@ -351,6 +387,7 @@ bool PortReceiver::listenAnew()
         m_name.dropSocket();
         return false;
     }
+    unwatch(m_listener.get());
     m_listener = std::move(fresh);
     if (!m_isListening)
         resumeListening();
@@ -367,9 +404,20 @@ bool PortReceiver::letIn()
         }));
         if (!socket.isOpen() && errno != ECONNABORTED)
             return errno == EAGAIN;
+        if (!socket.isOpen() || !isPeerOfThisUser(socket.get()))
+            continue;
         // Read by the next receive(), for which it is ready.
-        if (socket.isOpen() && isPeerOfThisUser(socket.get()) && watch(socket.get()))
-            m_connections.add(std::move(socket));
+        const int number = socket.get();
+        m_connections.add(std::move(socket));
+        if (watch(number))
+            continue;
+        // Nobody would be woken for it: its rest is read next, and then it is closed.
+        if (m_retired == ReceiverConnections::kNone) {
+            ::shutdown(number, SHUT_RD);
+            m_retired = number;
+            setTimer();
+        }
+        return false;
     }
 }
 

@@ -59,6 +59,7 @@ private:
     bool isHeldUp() const { return isKept() || m_retired != ReceiverConnections::kNone; }
 
     std::size_t receiveReady(const Taker& take);
+    void beginBehindLast(int ready);
     std::size_t finish(const Taker& take);
     std::size_t drain(int connection, int most, const Taker& take);
     void pass(const Taker& take);
@@ -75,6 +76,8 @@ private:
     std::size_t drainRetired(const Taker& take);
 
     bool watch(int descriptor);
+    void unwatch(int descriptor);
+    void close(int connection);
     bool listenFor(unsigned int wanted);
     void pauseListening();
     void resumeListening();
@@ -96,6 +99,7 @@ private:
     bool m_isTimerSet = false;
     std::atomic<int> m_awaited{-1}; // the connection that the last wait ended for
     SenderTurn m_turn;
+    int m_lastRead = ReceiverConnections::kNone;
     bool m_isCut = false; // the last receive() left texts of the sender that has the turn
     int m_retired = ReceiverConnections::kNone;
     Outcome m_kept = Outcome::kNothing; // of the text in the reader; kText or kNoMemory

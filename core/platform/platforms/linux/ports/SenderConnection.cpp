@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <new>
 
 #include <linux/sockios.h>
 #include <poll.h>
@@ -194,7 +195,11 @@ void SenderConnection::settle(std::size_t size, Delivery result)
 {
     const Locked lock(m_lock);
     if (result == Delivery::kDone) {
-        m_unread.push_back({size, m_sent});
+        try {
+            m_unread.push_back({size, m_sent});
+        } catch (const std::bad_alloc&) {
+            m_unreadBytes -= size; // it was sent, and counts as read
+        }
         count(sizeof(std::uint64_t));
     } else
         m_unreadBytes -= size;

@@ -20,7 +20,7 @@ public:
 
     // The buffer of a connection holds no more, so that what a sender wrote before the turn began
     // is taken within it; a sender that keeps writing does not keep it.
-    static constexpr std::size_t kMaxBytes = std::size_t{16} * 1024 * 1024;
+    static constexpr std::size_t kMaxBytes = std::size_t{8} * 1024 * 1024;
 
     // Its texts are read now. A sender that had the turn already keeps it, and its count.
     void begin(int connection);

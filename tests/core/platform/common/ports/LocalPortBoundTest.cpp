@@ -4,6 +4,8 @@
 #include "platform/common/ports/LocalPort.h"
 
 #include <memory>
+#include <set>
+#include <vector>
 
 using Pt::LocalPort;
 using Pt::LocalPortSender;
@@ -156,4 +158,31 @@ TEST_F(LocalPortBoundTest, BoundsWhatAWaitContinuesWith)
         texts.insert(texts.end(), got.begin(), got.end());
     }
     EXPECT_THAT(texts, ElementsAre("a2", "a3", "a4", "b1"));
+}
+
+// Each writes again what was taken, and the room ends before all of them were read.
+TEST_F(LocalPortBoundTest, ShutsNoSenderOutWhoseNeighboursKeepWriting)
+{
+    constexpr std::size_t kSenders = 6;
+    const std::string text(20000, 'x');
+    std::vector<LocalPortSender> senders(kSenders);
+    const auto refill = [&] {
+        for (std::size_t i = 0; i + 1 < kSenders; ++i)
+            while (senders[i].send("p", std::to_string(i) + text, milliseconds(0))) { }
+    };
+    refill();
+    EXPECT_FALSE(bounded({1, kAny}).empty());
+    ASSERT_TRUE(senders.back().send("p", "5 quiet", kPatience));
+    std::set<char> served;
+    for (int calls = 0; calls < 60 && served.size() < kSenders; ++calls) {
+        // As many calls as an application makes before it handles what it has.
+        for (std::size_t taken = 0; taken < 400;) {
+            const Texts texts = bounded({400 - taken, std::size_t{8} << 20});
+            for (const std::string& got : texts)
+                served.insert(got[0]);
+            taken += texts.empty() ? 400 : texts.size();
+        }
+        refill();
+    }
+    EXPECT_EQ(served.size(), kSenders);
 }

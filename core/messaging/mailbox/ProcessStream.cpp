@@ -1,0 +1,136 @@
+// The stream that a process asks its questions over, and how streams get their names.
+#include "messaging/Specifier.h"
+#include "messaging/TevoroTalkUtils.h"
+#include "messaging/mailbox/InterAppStream.h"
+#include "messaging/mailbox/MainStream.h"
+#include "platform/common/threads/Lock.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ScObjects {
+
+namespace {
+
+constinit Pt::Lock gStreamLock;
+constinit InterAppStream* gInterAppStream TEVORO_GUARDED_BY(gStreamLock) = nullptr;
+// Former ones. A question on another thread may still use one, and finds it without a port.
+constinit std::vector<InterAppStream*> gRetired TEVORO_GUARDED_BY(gStreamLock);
+
+void retire() TEVORO_REQUIRES(gStreamLock)
+{
+    if (gInterAppStream == nullptr)
+        return;
+    gInterAppStream->closePort();
+    gRetired.push_back(std::exchange(gInterAppStream, nullptr));
+}
+
+InterAppStream* goodOrNull(InterAppStream* stream)
+{
+    if (stream->isGood())
+        return stream;
+    delete stream;
+    return nullptr;
+}
+
+// Of the numbered instances the first whose name is free; nullptr when all are taken.
+InterAppStream* firstFreeInstance(TevoroTalk::Specifier& specifier)
+{
+    InterAppStream* stream = nullptr;
+    for (int n = 1; n <= kMaxInstances && stream == nullptr; ++n) {
+        specifier.setInstance(std::to_string(n).c_str());
+        stream = goodOrNull(new InterAppStream(specifier, true));
+    }
+    return stream;
+}
+
+} // namespace
+
+void InterAppStream::InitTerm::init(const SoString& appName)
+{
+    TevoroTalk::Specifier specifier(appName, false);
+    specifier.setSuffix("ping");
+    const Pt::Locked lock(gStreamLock);
+    // First the old one's port, whose name may be the same.
+    retire();
+    gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
+}
+
+bool InterAppStream::InitTerm::follow(const SoString& appName)
+{
+    TevoroTalk::Specifier wanted(appName, false);
+    wanted.setSuffix("ping");
+    {
+        const Pt::Locked lock(gStreamLock);
+        if (gInterAppStream != nullptr
+            && !TevoroTalkData::isSameButForNumber(wanted, gInterAppStream->getSpecifier()))
+            return true;
+    }
+    if (!isCalled(wanted))
+        init(appName);
+    return isCalled(wanted);
+}
+
+bool InterAppStream::InitTerm::isCalled(const SoString& name)
+{
+    const Pt::Locked lock(gStreamLock);
+    return gInterAppStream != nullptr && gInterAppStream->getSpecifier() == name;
+}
+
+void InterAppStream::InitTerm::exit()
+{
+    const Pt::Locked lock(gStreamLock);
+    retire();
+    for (InterAppStream* const stream : std::exchange(gRetired, {}))
+        delete stream;
+}
+
+void InterAppStream::InitTerm::keepName()
+{
+    const Pt::Locked lock(gStreamLock);
+    if (gInterAppStream != nullptr)
+        gInterAppStream->keepName();
+}
+
+void InterAppStream::InitTerm::giveUpName()
+{
+    const Pt::Locked lock(gStreamLock);
+    if (gInterAppStream != nullptr)
+        gInterAppStream->giveUpName();
+}
+
+InterAppStream* InterAppStream::get()
+{
+    const Pt::Locked lock(gStreamLock);
+    if (gInterAppStream == nullptr)
+        gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
+    return gInterAppStream;
+}
+
+InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(const SoString& text)
+{
+    TevoroTalk::Specifier specifier(nullptr, false);
+    // As it stands: the constructor would change it to lower case, and refuse a long one.
+    specifier.assign(text.view());
+    if (specifier.isEmpty())
+        return nullptr;
+    InterAppStream* const stream = goodOrNull(new InterAppStream(specifier, true));
+    // A name with an instance means that one and no other.
+    if (stream != nullptr || !specifier.instance().isEmpty())
+        return stream;
+    return firstFreeInstance(specifier);
+}
+
+SoString TevoroTalkUtils::getLaunchMsgQueueName(const SoString& specifier)
+{
+    const TevoroTalk::Specifier parts(specifier, false);
+    SoString name = parts.appName();
+    for (const SoString& part : {parts.version(), parts.locale()})
+        if (!part.isEmpty())
+            name << "-" << part;
+    name << "#launchparams";
+    return name;
+}
+
+} // namespace ScObjects
