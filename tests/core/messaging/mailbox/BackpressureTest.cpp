@@ -162,7 +162,16 @@ TEST_F(BackpressureTest, KeepsTheMemoryOfAFloodedApplicationSmall)
 // A thread that floods puts more in than the handler works off.
 TEST_F(BackpressureTest, EndsAPumpWhateverArrivesMeanwhile)
 {
+    class Slow final : public TevoroTalk::MsgHandler {
+    public:
+        long handleMessage(int, Message&, SoString*) override
+        {
+            std::this_thread::sleep_for(std::chrono::microseconds(300));
+            return 0;
+        }
+    };
     start();
+    delete self->changeHandler(new Slow);
     std::atomic<bool> isOver{false};
     std::thread flood([&] {
         const InterAppStream sender("sender-1.0", true);
@@ -175,10 +184,8 @@ TEST_F(BackpressureTest, EndsAPumpWhateverArrivesMeanwhile)
     });
     EXPECT_TRUE(waitUntil([&] { return self->incomingMessagePending(); }));
     const auto begin = SteadyClock::now();
-    pump();
-    pump();
-    EXPECT_LT(SteadyClock::now() - begin, seconds(test::kIsSanitized ? 20 : 5));
-    EXPECT_GT(inbox.size(), 0U);
+    EXPECT_TRUE(pump());
+    EXPECT_LT(SteadyClock::now() - begin, seconds(15));
     isOver = true;
     flood.join();
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <new>
+#include <utility>
 
 #include <sys/timerfd.h>
 
@@ -91,33 +92,40 @@ std::size_t PortReceiver::receiveReady(const Taker& take)
         resumeListening();
         count += acceptConnections(take);
     }
+    // Those that the last call had no room for come before all others: the system keeps its order,
+    // in which a sender that writes again at once would always be read first.
+    const std::vector<int> waiting = std::exchange(m_notReached, {});
+    count += serve(waiting, isOthersTurn, take);
+    if (m_notReached.empty())
+        count += serve(allReady(), isOthersTurn, take);
+    return count;
+}
+
+std::vector<int> PortReceiver::allReady()
+{
     // All that can be ready at once: the connections, the listener and the timer.
     m_events.resize(m_connections.size() + 2);
-    const int ready = retryInterrupted([this] {
+    const int count = retryInterrupted([this] {
         return ::epoll_wait(m_watcher.get(), m_events.data(), static_cast<int>(m_events.size()), 0);
     });
-    beginBehindLast(ready);
-    const auto goesOn = [&] { return hasRoom() && !isHeldUp() && (!m_isCut || isOthersTurn); };
-    for (int i = 0; i < ready && goesOn(); ++i) {
-        const int descriptor = m_events[static_cast<std::size_t>(i)].data.fd;
-        if (descriptor == m_listener.get())
+    std::vector<int> ready;
+    for (int i = 0; i < count; ++i)
+        ready.push_back(m_events[static_cast<std::size_t>(i)].data.fd);
+    return ready;
+}
+
+std::size_t PortReceiver::serve(const std::vector<int>& ready, bool isOthersTurn, const Taker& take)
+{
+    std::size_t count = 0;
+    for (const int descriptor : ready) {
+        if (!hasRoom() || isHeldUp() || (m_isCut && !isOthersTurn))
+            m_notReached.push_back(descriptor);
+        else if (descriptor == m_listener.get())
             count += acceptConnections(take);
         else if (m_connections.contains(descriptor)) // it may have been closed for a newcomer
             count += drain(descriptor, kMaxPackets, take);
     }
     return count;
-}
-
-// The system keeps its order, in which a sender that writes again at once would always be read
-// first, and those behind it never when the room ends with it.
-void PortReceiver::beginBehindLast(int ready)
-{
-    const auto end = m_events.begin() + std::max(ready, 0);
-    const auto last = std::find_if(m_events.begin(), end, [this](const epoll_event& event) {
-        return event.data.fd == m_lastRead;
-    });
-    if (last != end)
-        std::rotate(m_events.begin(), last + 1, end);
 }
 
 // Out of the sets first: in a forked child the connection may live on, and would go on being
@@ -173,7 +181,6 @@ std::size_t PortReceiver::drain(int connection, int most, const Taker& take)
     std::size_t bytes = 0;
     m_turn.begin(connection);
     m_connections.use(connection);
-    m_lastRead = connection;
     // Until the end of the connection's texts is seen, more may be there. A call for one text says
     // nothing about it.
     m_isCut = most != 1;

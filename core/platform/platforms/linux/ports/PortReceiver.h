@@ -59,7 +59,8 @@ private:
     bool isHeldUp() const { return isKept() || m_retired != ReceiverConnections::kNone; }
 
     std::size_t receiveReady(const Taker& take);
-    void beginBehindLast(int ready);
+    std::vector<int> allReady();
+    std::size_t serve(const std::vector<int>& ready, bool isOthersTurn, const Taker& take);
     std::size_t finish(const Taker& take);
     std::size_t drain(int connection, int most, const Taker& take);
     void pass(const Taker& take);
@@ -99,7 +100,7 @@ private:
     bool m_isTimerSet = false;
     std::atomic<int> m_awaited{-1}; // the connection that the last wait ended for
     SenderTurn m_turn;
-    int m_lastRead = ReceiverConnections::kNone;
+    std::vector<int> m_notReached; // were ready in the last call, and had to wait
     bool m_isCut = false; // the last receive() left texts of the sender that has the turn
     int m_retired = ReceiverConnections::kNone;
     Outcome m_kept = Outcome::kNothing; // of the text in the reader; kText or kNoMemory
