@@ -38,6 +38,7 @@ long fromEnvironment(const char* name, long usual)
 
 class BusSoakTest : public MessagingFixture {
 protected:
+    enum Files { kSockets, kLocks, kBoth };
     struct Peer {
         std::unique_ptr<PeerProcess> process;
         SoakLife life;
@@ -45,6 +46,7 @@ protected:
         long goesOn = 0; // when it is to go on
         long wentOn = 0; // last
         long isAway = 0; // files of it were removed then, and are not back yet
+        bool isFound = true; // its sockets are still there
         bool isLate = false; // that was told
     };
 
@@ -61,19 +63,25 @@ protected:
     void goOn(int number);
     void flood(int from);
     void clean();
-    void removeFiles(int number);
+    void removeFiles(int number, int which);
 
     void soak(std::chrono::seconds time);
     void step();
     void attend();
     void lookForFiles(int number, Peer& peer);
     void noteEnd(int number, bool wasKilled);
+    void noteAway(int number, Peer& peer);
     void waitUntilQuiet();
     std::uintmax_t recordedBytes() const;
     void addUp();
 
     std::vector<std::filesystem::path> locksOf(int number) const;
     int draw(int below) { return static_cast<int>(m_random() % static_cast<unsigned int>(below)); }
+    bool isAnybodyAway() const
+    {
+        return std::ranges::any_of(m_peers,
+            [](const auto& entry) { return entry.second.isAway != 0 && !entry.second.isLate; });
+    }
     long stoppedPeers() const
     {
         return std::ranges::count_if(
@@ -135,12 +143,12 @@ void BusSoakTest::noteEnd(int number, bool wasKilled)
     if (peer.stopped != 0)
         m_events.stops[number].push_back({peer.stopped, peer.life.end});
     // The next one makes the files anew, and is ready only then.
-    if (peer.isAway != 0)
-        m_events.away[number].push_back({peer.isAway, peer.life.end});
+    noteAway(number, peer);
     m_events.lives.push_back(peer.life);
 }
 
-// For 0.1 to 15 seconds, more often for a short time.
+// For 0.1 to 15 seconds, more often for a short time; but longer than anybody waits for it often
+// enough.
 void BusSoakTest::stop(int number)
 {
     Peer& peer = m_peers[number];
@@ -148,8 +156,9 @@ void BusSoakTest::stop(int number)
         return;
     ++m_done["stops"];
     const double share = draw(1001) / 1000.0;
+    const double seconds = draw(6) == 0 ? 10 + 5 * share : 0.1 * std::pow(150.0, share);
     peer.stopped = now();
-    peer.goesOn = peer.stopped + static_cast<long>(0.1 * std::pow(150.0, share) * kSecond);
+    peer.goesOn = peer.stopped + static_cast<long>(seconds * kSecond);
     EXPECT_EQ(::kill(peer.life.process, SIGSTOP), 0);
 }
 
@@ -198,11 +207,15 @@ void BusSoakTest::clean()
     const int what = draw(6);
     const long start = now();
     const int one = draw(kPeers);
-    for (auto& [number, peer] : m_peers)
-        if ((what > 3 || number == one) && peer.isAway == 0)
-            peer.isAway = start;
+    const int which = what <= 3 ? draw(3) : kBoth;
+    for (auto& [number, peer] : m_peers) {
+        if (what <= 3 && number != one)
+            continue;
+        peer.isAway = peer.isAway != 0 ? peer.isAway : start;
+        peer.isFound = peer.isFound && which == kLocks;
+    }
     if (what <= 3)
-        removeFiles(one);
+        removeFiles(one, which);
     else if (what == 4)
         for (const auto& entry : std::filesystem::directory_iterator(folder.path("ports")))
             std::filesystem::remove(entry.path());
@@ -210,14 +223,13 @@ void BusSoakTest::clean()
         std::filesystem::remove_all(folder.path("ports"));
 }
 
-void BusSoakTest::removeFiles(int number)
+void BusSoakTest::removeFiles(int number, int which)
 {
-    const int which = draw(3);
     for (std::filesystem::path file : locksOf(number)) {
-        if (which != 0)
+        if (which != kSockets)
             std::filesystem::remove(file);
         file.replace_extension(".sock");
-        if (which != 1)
+        if (which != kLocks)
             std::filesystem::remove(file);
     }
 }
@@ -250,23 +262,31 @@ void BusSoakTest::lookForFiles(int number, Peer& peer)
     }
     if (isBack) {
         m_longestAbsence = std::max(m_longestAbsence, absence);
-        m_events.away[number].push_back({peer.isAway, time});
-        peer.isAway = 0;
+        noteAway(number, peer);
     }
+}
+
+// Its files are back, or it is gone.
+void BusSoakTest::noteAway(int number, Peer& peer)
+{
+    if (peer.isAway != 0 && !peer.isFound)
+        m_events.away[number].push_back({peer.isAway, now()});
+    peer.isAway = 0;
+    peer.isFound = true;
 }
 
 void BusSoakTest::step()
 {
     const int number = draw(kPeers);
     const int what = draw(20);
-    if (what < 7 && (m_peers[number].stopped == 0 || draw(4) == 0)) {
+    if (what < 5 && (m_peers[number].stopped == 0 || draw(4) == 0)) {
         kill(number);
         start(number);
-    } else if (what < 14) {
+    } else if (what < 11) {
         stop(number);
-    } else if (what < 17) {
+    } else if (what < 15) {
         flood(number);
-    } else if (what == 17) {
+    } else if (what < 17) {
         clean();
     }
 }
@@ -290,13 +310,13 @@ void BusSoakTest::soak(std::chrono::seconds time)
         finish(i);
 }
 
-// The longest time-out, of two seconds, has passed without a new line.
+// The longest time-out, of two seconds, has passed without a new line, and all files are back.
 void BusSoakTest::waitUntilQuiet()
 {
     constexpr std::chrono::seconds kQuiet(4);
     auto since = SteadyClock::now();
     auto size = recordedBytes();
-    while (SteadyClock::now() < since + kQuiet) {
+    while (SteadyClock::now() < since + kQuiet || isAnybodyAway()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
         attend();
         if (const auto next = recordedBytes(); next != size) {

@@ -36,6 +36,8 @@ std::string nameOf(int number)
     return "soak" + std::to_string(number) + "x-1.0";
 }
 
+constexpr long kMillisecond = test::kSecond / 1000;
+
 long now()
 {
     return std::chrono::steady_clock::now().time_since_epoch().count();
@@ -155,9 +157,11 @@ public:
 
     void work(bool sends)
     {
-        m_record.tick();
-        if (sends)
+        const long time = m_record.tick();
+        if (sends && time >= m_nextSend) {
+            m_nextSend = time + draw(20) * kMillisecond;
             sendOne();
+        }
         TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
         m_bus.waitForMessage(sends ? draw(10) : 20);
     }
@@ -263,6 +267,7 @@ private:
     Pt::LocalPortSender m_sender;
     unsigned int m_count = 0;
     int m_floods = 0;
+    long m_nextSend = 0;
 };
 
 // The next line that was told, if there is one.
