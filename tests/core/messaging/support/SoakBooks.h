@@ -117,6 +117,7 @@ private:
     bool couldHaveExpired(const Sent& sent, const Sent* next) const;
     bool wasCutOff(const Sent& sent) const;
     bool wasSlow(const Sent& sent, long from, long to) const;
+    bool mayHaveGivenUp(int number, long from, long to) const;
     long reach(int number, long from, long time) const;
     bool isExcused(const Sent& sent, const char* what);
     // The clock of the seconds may be read this much late.

@@ -144,7 +144,9 @@ TEST_F(SoakBooksTest, NoticeWhatNobodySent)
 
 TEST_F(SoakBooksTest, NoticeAMissingResult)
 {
-    drop(sender, "A 0.100.2 ");
+    drop(sender, "A 0.100.2 result");
+    EXPECT_THAT(faults(), Contains(HasSubstr("has no result")));
+    drop(sender, "A 0.100.2 processed");
     EXPECT_THAT(faults(), Contains(HasSubstr("has no result")));
 }
 
@@ -211,6 +213,12 @@ TEST_F(SoakBooksTest, NoticeAForgedMessage)
     EXPECT_THAT(faults(), Contains(HasSubstr("is no script and was handled")));
 }
 
+TEST_F(SoakBooksTest, NoticeAnswersToWhatWasNotHandled)
+{
+    drop(target, "H 0.100.2 ");
+    EXPECT_THAT(faults(), Contains(HasSubstr("was not handled and is completed")));
+}
+
 TEST_F(SoakBooksTest, NoticeAMissingError)
 {
     drop(sender, "A 0.100.4 ");
@@ -262,7 +270,7 @@ TEST_F(SoakBooksTest, TakeAnAskerWithoutFilesForAReason)
     EXPECT_THAT(faults(), Contains(HasSubstr("has no result")));
 }
 
-TEST_F(SoakBooksTest, TakeAFloodForAReasonOfAMissingAnswer)
+TEST_F(SoakBooksTest, TakeAFloodInWhichTheHolderWaitedForAReason)
 {
     drop(sender, "A 0.100.2 ");
     drop(sender, "S 0.100.5 ");
@@ -271,6 +279,9 @@ TEST_F(SoakBooksTest, TakeAFloodForAReasonOfAMissingAnswer)
     std::stable_partition(sender.begin(), sender.end(), [](const std::string& line) {
         return line.starts_with('S');
     });
+    // A flood alone is none: the holder has to have waited in vain.
+    EXPECT_THAT(faults(), Contains(HasSubstr("has no result")));
+    target.push_back("P 200 " + std::to_string(at(510)) + " " + std::to_string(at(10511)));
     EXPECT_THAT(faults(), IsEmpty());
     EXPECT_EQ(books().sums().at("result missing: there was a flood between both"), 1);
 }

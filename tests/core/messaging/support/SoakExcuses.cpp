@@ -7,8 +7,11 @@ namespace test {
 
 namespace {
 
-// An answer that finds no room is given up after ten seconds.
+// An answer that finds no room is given up after ten seconds, and a little.
+constexpr long kPatience = 9 * kSecond + kSecond / 2;
 constexpr long kAnswerTime = 12 * kSecond;
+// For that long nobody waits for the same asker again.
+constexpr long kSilence = 61 * kSecond;
 // What goes at once takes less, also on a machine with much else to do.
 constexpr long kAtOnce = kSecond;
 // The port of the bus's thread comes a moment after the application's own.
@@ -106,22 +109,35 @@ long SoakBooks::reach(int number, long from, long time) const
     return end;
 }
 
+// Whether the holder has lost answers for want of room: the first one only after it waited for as
+// long as it has patience, and others within a minute of that; or it was killed while it waited.
+bool SoakBooks::mayHaveGivenUp(int number, long from, long to) const
+{
+    const auto isLong = [&](const SoakSpan& pause) {
+        return pause.to - pause.from >= kPatience && pause.overlaps(from - kSilence, to);
+    };
+    return std::ranges::any_of(m_events.lives, [&](const SoakLife& life) {
+        const auto pauses = m_pauses.find({number, life.process});
+        return life.number == number
+            && ((life.wasKilled && from <= life.end && life.end <= to)
+                || (pauses != m_pauses.end() && std::ranges::any_of(pauses->second, isLong)));
+    });
+}
+
 // Whether an answer to the sender may be missing.
 bool SoakBooks::isExcused(const Sent& sent, const char* what)
 {
     const long from = sent.handled != 0 ? sent.handledTime : sent.time;
+    const long to = reach(sent.target, from, kAnswerTime);
     const std::string name = std::string(what) + " missing: ";
     const int asker = sent.sender.first;
-    const bool isFlooded = overlapsAny(m_floods,
-        std::pair<int, int>(std::minmax(asker, sent.target)),
-        from,
-        reach(sent.target, from, kAnswerTime));
+    const std::pair<int, int> both = std::minmax(asker, sent.target);
     if (sent.handled != 0 && wasCutOff(sent))
         ++m_sums[name + "the holder was killed"];
-    else if (isFlooded)
-        ++m_sums[name + "there was a flood between both"];
     else if (wasAway(asker, from, reach(sent.target, from, kAtOnce)))
         ++m_sums[name + "the asker's files were gone"];
+    else if (overlapsAny(m_floods, both, from, to) && mayHaveGivenUp(sent.target, from, to))
+        ++m_sums[name + "there was a flood between both"];
     else
         return false;
     return true;

@@ -18,6 +18,7 @@
 #include "platform/common/ports/LocalPort.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -25,6 +26,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
@@ -299,7 +301,8 @@ void obey(Soaker& soaker)
 
 int main(int argc, char** argv)
 {
-    if (argc != 5)
+    // Also when it is stopped, and nobody is left to have it go on.
+    if (argc != 5 || ::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0)
         return 2;
     Soaker soaker(std::atoi(argv[1]),
         std::atoi(argv[2]),
