@@ -22,6 +22,8 @@ namespace {
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr int kPeers = 8;
+// Whether a process has ended, without waiting for it.
+constexpr int kLook = WEXITED | WNOHANG | WNOWAIT;
 // Of one application: its own, its thread's, and the one for its questions.
 constexpr std::size_t kNames = 3;
 
@@ -54,7 +56,9 @@ protected:
     {
         std::printf("seed: %ld\n", m_seed);
         std::fflush(stdout);
+        std::signal(SIGPIPE, SIG_IGN); // a peer that has ended fails the test, and does not end it
     }
+    ~BusSoakTest() override { std::signal(SIGPIPE, SIG_DFL); }
 
     void start(int number);
     void kill(int number);
@@ -120,8 +124,12 @@ void BusSoakTest::start(int number)
 void BusSoakTest::kill(int number)
 {
     ++m_done["kills"];
-    m_peers[number].life.ending = now();
-    m_peers[number].process->kill();
+    Peer& peer = m_peers[number];
+    siginfo_t ended = {};
+    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(peer.life.process), &ended, kLook), 0);
+    peer.life.ending = now();
+    peer.process->kill();
+    EXPECT_EQ(ended.si_pid, 0) << "a peer has ended by itself: " << peer.process->errors();
     noteEnd(number, true);
 }
 
