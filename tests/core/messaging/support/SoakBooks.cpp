@@ -107,7 +107,7 @@ void SoakBooks::addUp(const SoakEvents& events)
     m_events = events;
     linkHandled();
     noteFloods();
-    for (auto& [sender, all] : m_sent)
+    for (const auto& [sender, all] : m_sent)
         checkSender(all);
     checkExactSums();
 }
@@ -154,14 +154,14 @@ void SoakBooks::noteFloods()
 }
 
 // From the last one on: what the target handled later says what it had before.
-void SoakBooks::checkSender(std::vector<Sent>& all)
+void SoakBooks::checkSender(const std::vector<Sent>& all)
 {
     std::map<int, const Sent*> next;
-    for (auto sent = all.rbegin(); sent != all.rend(); ++sent) {
-        check(*sent, next[sent->target]);
-        if (sent->handled != 0)
-            next[sent->target] = &*sent;
-    }
+    std::for_each(all.rbegin(), all.rend(), [&](const Sent& sent) {
+        check(sent, next[sent.target]);
+        if (sent.handled != 0)
+            next[sent.target] = &sent;
+    });
 }
 
 void SoakBooks::check(const Sent& sent, const Sent* next)

@@ -97,7 +97,7 @@ private:
 
     void linkHandled();
     void noteFloods();
-    void checkSender(std::vector<Sent>& all);
+    void checkSender(const std::vector<Sent>& all);
     void check(const Sent& sent, const Sent* next);
     void checkRefused(const Sent& sent);
     void checkHandling(const Sent& sent, const Sent* next);

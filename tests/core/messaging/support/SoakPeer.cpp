@@ -195,7 +195,7 @@ private:
     std::size_t drawPadding()
     {
         const int share = draw(1000);
-        return share == 0 ? 5'000'000 : share < 20 ? static_cast<std::size_t>(draw(200'000)) : 0;
+        return share == 0 ? 5'000'000 : share < 50 ? static_cast<std::size_t>(draw(300'000)) : 0;
     }
 
     bool send(int target, Kind kind, std::size_t padding, int flood)
