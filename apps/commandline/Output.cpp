@@ -29,9 +29,15 @@ void noteOutputError(bool isWritten)
 
 } // namespace
 
-std::error_code outputError()
+std::error_code lostOutput()
 {
     noteOutputError(std::fflush(stdout) == 0);
+    return gOutputError;
+}
+
+std::error_code outputError()
+{
+    lostOutput();
     if (!gOutputError)
         gOutputError = Pt::writeObstacle(stdout);
     return gOutputError;

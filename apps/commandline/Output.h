@@ -14,6 +14,8 @@ void printMessage(std::string_view program, const std::string& text);
 void printLine(const std::string& text);
 
 // Why a line so far could not be written; waits until all are. The first failure lasts.
+std::error_code lostOutput();
+// The same, also when nothing was written yet and nothing could be.
 std::error_code outputError();
 
 } // namespace commandline

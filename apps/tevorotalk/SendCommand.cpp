@@ -2,14 +2,15 @@
 #include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkContext.h"
+#include "platform/common/ports/LocalPort.h"
 #include "platform/common/services/ProgramEnvironment.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
 #include "tevorotalk/MessagePrinter.h"
 
+#include <array>
 #include <cstdio>
 #include <iostream>
-#include <iterator>
 
 namespace tevorotalk {
 
@@ -110,7 +111,13 @@ std::string bodyOf(const CommandLine& line)
 {
     if (line.text != "-")
         return line.text;
-    std::string body{std::istreambuf_iterator<char>(std::cin), {}};
+    std::string body;
+    std::array<char, std::size_t{64} * 1024> piece{};
+    while (!Pt::wasInterrupted() && body.size() <= Pt::LocalPort::kLargestText
+        && std::cin.read(piece.data(), piece.size()).gcount() > 0)
+        body.append(piece.data(), static_cast<std::size_t>(std::cin.gcount()));
+    if (body.size() > Pt::LocalPort::kLargestText)
+        throw CommandError(ExitCode::kUsage, "the text is longer than 256 MiB");
     // Half a body is none.
     if (Pt::wasInterrupted())
         throw Interrupted();

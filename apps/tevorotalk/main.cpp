@@ -55,7 +55,10 @@ int main(int argc, char** argv)
     if (const auto line = tevorotalk::readCommandLine(argc, argv, code))
         code = runReporting(*line);
     // Whoever reads the output must learn that it could not be written.
-    if (std::fflush(stdout) != 0 && code == ExitCode::kDone)
+    if (const std::error_code error = commandline::lostOutput(); error && code == ExitCode::kDone) {
+        commandline::printMessage(
+            "tevorotalk", "standard output cannot be written: " + error.message());
         code = ExitCode::kPlaceUnusable;
+    }
     return static_cast<int>(code);
 }

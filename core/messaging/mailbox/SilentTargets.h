@@ -1,8 +1,8 @@
 // Which targets do not read what they are sent. A process that is stopped, or never looks at its
 // port, holds a sender up once, and not again before it has read something.
 //
-// A target may take up at most the whole patience in a minute, so that one that reads a text now
-// and then does not hold every send up. Any thread may call.
+// All targets together take up ten seconds in a minute at most, so that neither many of them nor
+// one that reads a text now and then hold every send up. Any thread may call.
 #pragma once
 
 #include <chrono>
@@ -30,13 +30,24 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    // That was waited within a minute.
+    class TimeInAMinute {
+    public:
+        Milliseconds in(Clock::time_point now) const;
+        void add(Milliseconds waited, Clock::time_point now);
+
+    private:
+        Milliseconds m_waited{0};
+        Clock::time_point m_since;
+    };
+
     struct Record {
         bool isSilent = true;
-        Milliseconds waited{0};
-        Clock::time_point since; // begins the minute that `waited` counts for
+        TimeInAMinute time;
     };
 
     mutable std::mutex m_lock;
+    TimeInAMinute m_inAll;
     // Only targets that have held a send up; those are few, and each has cost its time.
     std::unordered_map<std::string, Record> m_records;
 };

@@ -26,7 +26,19 @@ TEST(SilentTargetsTest, LetNoSendWaitForOneThatHasNotRead)
     targets.hasNotRead("a-1.0", milliseconds(100));
     EXPECT_TRUE(targets.isSilent("a-1.0"));
     EXPECT_EQ(targets.patienceFor("a-1.0", kWhole), milliseconds(0));
-    EXPECT_EQ(targets.patienceFor("b-1.0", kWhole), kWhole);
+    EXPECT_EQ(targets.patienceFor("b-1.0", kWhole), kWhole - milliseconds(100));
+}
+
+// A process has as many names as it likes.
+TEST(SilentTargetsTest, LetSendsWaitTenSecondsAMinuteForAllTogether)
+{
+    SilentTargets targets;
+    targets.hasNotRead("a-1.0", milliseconds(4000));
+    EXPECT_EQ(targets.patienceFor("b-1.0", kWhole), milliseconds(6000));
+    EXPECT_EQ(targets.patienceFor("b-1.0", milliseconds(100)), milliseconds(100));
+    targets.hasNotRead("b-1.0", milliseconds(6000));
+    EXPECT_EQ(targets.patienceFor("c-1.0", kWhole), milliseconds(0));
+    EXPECT_FALSE(targets.isSilent("c-1.0"));
 }
 
 TEST(SilentTargetsTest, LetSendsWaitAgainWhenItHasReadForWhatIsLeftOfTheMinute)

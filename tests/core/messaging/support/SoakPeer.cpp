@@ -2,13 +2,15 @@
 // every step, a line each, in one write to a file that is only appended to, so that a kill at any
 // moment leaves whole lines.
 //
-//   S ID TARGET KIND TIME   is about to be sent
-//   D ID TIME               was delivered              F ID TIME   was refused
-//   H ID                    its handler saw it
-//   A ID ANSWER             result, error or timeout came back
+//   S ID TARGET KIND FLOOD TIME   is about to be sent, as part of that flood, or of none (0)
+//   D ID TIME                     was delivered          F ID TIME   was refused
+//   H ID PROCESS TIME             its handler saw it, in that process
+//   A ID ANSWER TIME              result, error, timeout, processed or ping came back
+//   P PROCESS FROM TO             that process did nothing meanwhile: stopped, or waiting
 //
-// Usage: SoakPeer NUMBER PEERS RECORD SEED. Sends until it reads a line, then only answers until it
-// reads another one.
+// Usage: SoakPeer NUMBER PEERS RECORD SEED. Reads lines: "flood NUMBER" has it send some thousands
+// of messages to that one without a pause, "no more" has it only answer, "end" ends it.
+#include "core/messaging/support/SoakBooks.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 #include "messaging/TevoroTalk.h"
@@ -16,6 +18,7 @@
 #include "platform/common/ports/LocalPort.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
@@ -23,6 +26,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
@@ -32,6 +36,13 @@ using namespace ScObjects;
 std::string nameOf(int number)
 {
     return "soak" + std::to_string(number) + "x-1.0";
+}
+
+constexpr long kMillisecond = test::kSecond / 1000;
+
+long now()
+{
+    return std::chrono::steady_clock::now().time_since_epoch().count();
 }
 
 class Record {
@@ -44,40 +55,68 @@ public:
     Record(const Record&) = delete;
     Record& operator=(const Record&) = delete;
 
-    void write(const std::string& line) const
+    void write(const std::string& line)
+    {
+        const long time = tick();
+        append(line + " " + std::to_string(time));
+    }
+
+    // Called wherever the peer gets along; notes when it did not.
+    long tick()
+    {
+        constexpr long kPause = test::kSecond / 4;
+        const long time = now();
+        if (time - m_last > kPause)
+            append("P " + std::to_string(::getpid()) + " " + std::to_string(m_last) + " "
+                + std::to_string(time));
+        return m_last = time;
+    }
+
+private:
+    void append(const std::string& line) const
     {
         const std::string whole = line + "\n";
         if (::write(m_file, whole.data(), whole.size()) != static_cast<ssize_t>(whole.size()))
             std::abort();
     }
 
-private:
     int m_file;
+    long m_last = now();
 };
+
+// Of a body: what comes after a blank only makes it large.
+std::string idIn(const TevoroTalk::Message& message)
+{
+    const std::string body(message.body.view());
+    return body.substr(0, body.find(' '));
+}
 
 class Receiver final : public TevoroTalk::MsgHandler {
 public:
-    explicit Receiver(const Record& record)
+    explicit Receiver(Record& record)
         : m_record(record)
     {
     }
     long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override
     {
+        const std::string id = idIn(message);
+        if (message.type == "ping" && !id.empty())
+            m_record.write("A " + id + " ping");
         if (reason != kRequest)
             return 0; // a late answer to a question that was given up
-        m_record.write("H " + std::string(message.body.view()));
+        m_record.write("H " + id + " " + std::to_string(::getpid()));
         if (result != nullptr)
-            *result = message.body;
+            *result = id.c_str();
         return 0;
     }
 
 private:
-    const Record& m_record;
+    Record& m_record;
 };
 
 class AnswerHandler final : public TevoroTalk::MsgHandler {
 public:
-    AnswerHandler(const Record& record, const char* type, std::uint32_t serial, std::string id)
+    AnswerHandler(Record& record, const char* type, std::uint32_t serial, std::string id)
         : m_record(record)
         , m_type(type)
         , m_serial(serial)
@@ -88,7 +127,8 @@ public:
     {
         const char* const answer = reason == kResult ? "result"
             : reason == kError                       ? "error"
-                                                     : "timeout";
+            : reason == kTimeout                     ? "timeout"
+                                                     : "processed";
         m_record.write("A " + m_id + " " + answer);
         return 0;
     }
@@ -96,11 +136,13 @@ public:
     std::uint32_t getSerialNumber() const override { return m_serial; }
 
 private:
-    const Record& m_record;
+    Record& m_record;
     const char* m_type;
     std::uint32_t m_serial;
     std::string m_id;
 };
+
+using Kind = test::SoakKind;
 
 class Soaker {
 public:
@@ -117,51 +159,93 @@ public:
 
     void work(bool sends)
     {
-        if (sends)
+        const long time = m_record.tick();
+        if (sends && time >= m_nextSend) {
+            m_nextSend = time + draw(20) * kMillisecond;
             sendOne();
+        }
         TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
-        m_bus.waitForMessage(sends ? static_cast<int>(m_random() % 3) : 20);
+        m_bus.waitForMessage(sends ? draw(10) : 20);
+    }
+
+    // Until one finds no room, or nobody.
+    void flood(int target)
+    {
+        ++m_floods;
+        for (int left = 1000 + draw(3000); left > 0; --left) {
+            const int share = draw(16);
+            const Kind kind = share < 4 ? Kind::kPing
+                : share < 7             ? static_cast<Kind>(draw(4))
+                                        : Kind::kPlain;
+            if (!send(target, kind, drawPadding(), m_floods))
+                return;
+        }
     }
 
 private:
-    enum Kind { kPlain, kAsked, kTimed, kForged };
+    int draw(int below) { return static_cast<int>(m_random() % static_cast<unsigned int>(below)); }
 
     void sendOne()
     {
-        const int target =
-            (m_number + 1 + static_cast<int>(m_random() % unsigned(m_peers - 1))) % m_peers;
-        const auto kind = static_cast<Kind>(m_random() % 4);
-        const std::string id = std::to_string(m_number) + "." + std::to_string(::getpid()) + "."
-            + std::to_string(++m_count);
-        m_record.write(
-            "S " + id + " " + std::to_string(target) + " " + std::to_string(kind) + " " + time());
-        TevoroTalk::Message message;
-        message.target = nameOf(target).c_str();
-        message.body = id.c_str();
-        message.serialNumber = TevoroTalk::Message::getNextSerialNumber(nullptr);
-        if (kind != kPlain)
-            message.responseRequest = kind == kTimed ? "Result Error Timeout" : "Result Error";
-        if (kind == kTimed)
-            message.timeout = 1;
-        if (kind != kPlain)
-            awaitAnswers(message.serialNumber, id, kind);
-        const bool isDelivered =
-            kind == kForged ? forge(message) : m_bus.send(message, false, 0, nullptr);
-        m_record.write((isDelivered ? "D " : "F ") + id + " " + time());
-        if (!isDelivered)
-            m_bus.deleteHandlers(message.serialNumber);
+        const int target = (m_number + 1 + draw(m_peers - 1)) % m_peers;
+        send(target, static_cast<Kind>(draw(5)), 0, 0);
     }
 
-    static std::string time()
+    // Some larger than what fits into a buffer or two, a few too large for a packet.
+    std::size_t drawPadding()
     {
-        return std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+        const int share = draw(1000);
+        return share == 0 ? 5'000'000 : share < 50 ? static_cast<std::size_t>(draw(300'000)) : 0;
+    }
+
+    bool send(int target, Kind kind, std::size_t padding, int flood)
+    {
+        const std::string id = std::to_string(m_number) + "." + std::to_string(::getpid()) + "."
+            + std::to_string(++m_count);
+        m_record.write("S " + id + " " + std::to_string(target) + " "
+            + std::to_string(static_cast<int>(kind)) + " " + std::to_string(flood));
+        TevoroTalk::Message message;
+        fill(message, target, kind);
+        message.body = (padding == 0 ? id : id + " " + std::string(padding, 'p')).c_str();
+        if (kind != Kind::kPlain && kind != Kind::kPing)
+            awaitAnswers(message.serialNumber, id, kind);
+        const bool isDelivered =
+            kind == Kind::kForged ? forge(message) : m_bus.send(message, false, 0, nullptr);
+        m_record.write((isDelivered ? "D " : "F ") + id);
+        if (!isDelivered)
+            m_bus.deleteHandlers(message.serialNumber);
+        return isDelivered;
+    }
+
+    // The bus counts from 1 in each process, so that a late answer for the one that held this name
+    // before would be taken for one of ours.
+    std::uint32_t nextSerialNumber()
+    {
+        constexpr std::uint32_t kProcesses = 4000;
+        return (static_cast<std::uint32_t>(::getpid()) % kProcesses << 20) + m_count;
+    }
+
+    void fill(TevoroTalk::Message& message, int target, Kind kind)
+    {
+        const std::string name = nameOf(target);
+        message.target = (kind == Kind::kPing ? name + "#thread" : name).c_str();
+        message.serialNumber = nextSerialNumber();
+        if (kind == Kind::kPing) {
+            message.type = "ping";
+            message.setHeader("ECHO_REQUEST", "STATUS");
+        } else if (kind != Kind::kPlain) {
+            message.responseRequest =
+                kind == Kind::kTimed ? "Result Error Timeout" : "Result Error";
+        }
+        if (kind == Kind::kTimed)
+            message.timeout = 1;
     }
 
     void awaitAnswers(std::uint32_t serial, const std::string& id, Kind kind)
     {
-        for (const char* type : {"Result", "Error"})
+        for (const char* type : {"Result", "Error", "Processed"})
             delete m_bus.changeHandler(new AnswerHandler(m_record, type, serial, id));
-        if (kind == kTimed)
+        if (kind == Kind::kTimed)
             delete m_bus.changeHandler(new AnswerHandler(m_record, "Timeout", serial, id));
     }
 
@@ -184,35 +268,50 @@ private:
     TevoroTalk m_bus;
     Pt::LocalPortSender m_sender;
     unsigned int m_count = 0;
+    int m_floods = 0;
+    long m_nextSend = 0;
 };
 
-bool wasTold()
+// The next line that was told, if there is one.
+std::string nextOrder()
 {
+    std::string order;
     pollfd question = {STDIN_FILENO, POLLIN, 0};
     if (::poll(&question, 1, 0) != 1)
-        return false;
+        return order;
     char byte = 0;
-    while (::read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n') { }
-    return true;
+    while (::read(STDIN_FILENO, &byte, 1) == 1 && byte != '\n')
+        order += byte;
+    return order.empty() ? "end" : order; // whoever gave orders is gone
+}
+
+void obey(Soaker& soaker)
+{
+    const std::string flood = "flood ";
+    bool sends = true;
+    for (std::string order; order != "end"; order = nextOrder()) {
+        if (order.starts_with(flood))
+            soaker.flood(std::stoi(order.substr(flood.size())));
+        sends = sends && order != "no more";
+        soaker.work(sends);
+    }
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc != 5)
+    // Also when it is stopped, and nobody is left to have it go on.
+    if (argc != 5 || ::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0)
         return 2;
     Soaker soaker(std::atoi(argv[1]),
         std::atoi(argv[2]),
         argv[3],
-        static_cast<unsigned int>(std::atoi(argv[4])));
+        static_cast<unsigned int>(std::strtoul(argv[4], nullptr, 10)));
     if (!soaker.holdsItsName())
         return 3;
     std::printf("ready\n");
     std::fflush(stdout);
-    while (!wasTold())
-        soaker.work(true);
-    while (!wasTold())
-        soaker.work(false);
+    obey(soaker);
     return 0;
 }
