@@ -85,15 +85,16 @@ public:
         const std::string body = "check " + std::to_string(++m_checks);
         require(m_sender.send(kPrefix + "fuzzed-1.0",
             head("fuzzed-1.0", "Quillscriber", "") + body,
-            std::chrono::milliseconds(5000)));
-        const auto limit = SteadyClock::now() + seconds(10);
+            std::chrono::milliseconds(10000)));
+        // An input may fill the asker's port with answers, and then one of them waits ten seconds.
+        const auto limit = SteadyClock::now() + seconds(30);
         while (m_last != body) {
             require(SteadyClock::now() < limit);
             pump();
         }
         const std::string ping = head("fuzzed-1.0#thread", "ping", "ECHO_REQUEST:STATUS\n");
         require(
-            m_sender.send(kPrefix + "fuzzed-1.0#thread", ping, std::chrono::milliseconds(5000)));
+            m_sender.send(kPrefix + "fuzzed-1.0#thread", ping, std::chrono::milliseconds(10000)));
         while (!hasAnswer())
             require(SteadyClock::now() < limit);
     }

@@ -269,5 +269,13 @@ TEST_F(SendCommandTest, IsUnderstoodSoonAfterTheHomeCanBeWritten)
     EXPECT_EQ(echo.interrupt(), 130);
 }
 
+TEST_F(SendCommandTest, RefusesAnEndlessText)
+{
+    listen("echo-1.0");
+    PeerProcess shell({"/bin/sh", "-c", TEVOROTALK " send echo-1.0 - </dev/zero"});
+    EXPECT_TRUE(shell.saysSomething(std::chrono::seconds(60))); // or has ended
+    EXPECT_EQ(shell.finish(), 2);
+}
+
 } // namespace
 } // namespace test

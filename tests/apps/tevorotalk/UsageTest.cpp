@@ -37,8 +37,10 @@ TEST_F(UsageTest, EndsWithTwoForWrongUsage)
 TEST_F(UsageTest, SaysThatItsOutputCouldNotBeWritten)
 {
     listen("echo-1.0");
-    PeerProcess shell({"/bin/sh", "-c", TEVOROTALK " ports >/dev/full"});
-    EXPECT_EQ(shell.finish(), 4);
+    for (const char* const words : {" ports", " ports --json", " info echo-1.0 --json"}) {
+        PeerProcess shell({"/bin/sh", "-c", TEVOROTALK + std::string(words) + " >/dev/full"});
+        EXPECT_EQ(shell.finish(), 4) << words;
+    }
 }
 
 TEST_F(UsageTest, EndsWhenItIsInterruptedWhileItWaitsForAnAnswer)
