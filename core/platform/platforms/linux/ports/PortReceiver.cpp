@@ -101,17 +101,18 @@ std::size_t PortReceiver::receiveReady(const Taker& take)
     return count;
 }
 
-std::vector<int> PortReceiver::allReady()
+const std::vector<int>& PortReceiver::allReady()
 {
     // All that can be ready at once: the connections, the listener and the timer.
     m_events.resize(m_connections.size() + 2);
     const int count = retryInterrupted([this] {
         return ::epoll_wait(m_watcher.get(), m_events.data(), static_cast<int>(m_events.size()), 0);
     });
-    std::vector<int> ready;
+    m_ready.clear();
+    m_ready.reserve(m_events.size());
     for (int i = 0; i < count; ++i)
-        ready.push_back(m_events[static_cast<std::size_t>(i)].data.fd);
-    return ready;
+        m_ready.push_back(m_events[static_cast<std::size_t>(i)].data.fd);
+    return m_ready;
 }
 
 std::size_t PortReceiver::serve(const std::vector<int>& ready, bool isOthersTurn, const Taker& take)

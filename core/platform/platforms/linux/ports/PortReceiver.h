@@ -59,7 +59,7 @@ private:
     bool isHeldUp() const { return isKept() || m_retired != ReceiverConnections::kNone; }
 
     std::size_t receiveReady(const Taker& take);
-    std::vector<int> allReady();
+    const std::vector<int>& allReady();
     std::size_t serve(const std::vector<int>& ready, bool isOthersTurn, const Taker& take);
     std::size_t finish(const Taker& take);
     std::size_t drain(int connection, int most, const Taker& take);
@@ -96,6 +96,7 @@ private:
     Descriptor m_retryTimer; // made early: it is needed when no more can be made
     ReceiverConnections m_connections;
     std::vector<epoll_event> m_events;
+    std::vector<int> m_ready;
     bool m_isListening = true;
     bool m_isTimerSet = false;
     std::atomic<int> m_awaited{-1}; // the connection that the last wait ended for
