@@ -13,6 +13,8 @@ namespace ScObjects {
 
 namespace {
 
+constexpr const char* kNameless = "interappstream-1.0";
+
 constinit Pt::Lock gStreamLock;
 constinit InterAppStream* gInterAppStream TEVORO_GUARDED_BY(gStreamLock) = nullptr;
 // Former ones. A question on another thread may still use one, and finds it without a port.
@@ -63,8 +65,11 @@ bool InterAppStream::InitTerm::follow(const SoString& appName)
     wanted.setSuffix("ping");
     {
         const Pt::Locked lock(gStreamLock);
+        // One that was asked for before there was an application's name is not anybody's.
+        using TevoroTalkData::isSameButForNumber;
         if (gInterAppStream != nullptr
-            && !TevoroTalkData::isSameButForNumber(wanted, gInterAppStream->getSpecifier()))
+            && !isSameButForNumber(wanted, gInterAppStream->getSpecifier())
+            && !isSameButForNumber(kNameless, gInterAppStream->getSpecifier()))
             return true;
     }
     if (!isCalled(wanted))
@@ -104,7 +109,7 @@ InterAppStream* InterAppStream::get()
 {
     const Pt::Locked lock(gStreamLock);
     if (gInterAppStream == nullptr)
-        gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream("interappstream-1.0");
+        gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(kNameless);
     return gInterAppStream;
 }
 

@@ -309,6 +309,22 @@ TEST_F(InterAppStreamTest, NamesThePlaceOfLaunchParameters)
     EXPECT_EQ(nameFor("tevoro"), "tevoro#launchparams");
 }
 
+TEST_F(InterAppStreamTest, TakesTheNumberOfTheApplicationThatItIsCalledAfter)
+{
+    // Asked for before there was a name.
+    EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "interappstream-1.0");
+    EXPECT_TRUE(InterAppStream::InitTerm::follow("tevoro-1.0"));
+    EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "tevoro-1.0#ping");
+    EXPECT_TRUE(InterAppStream::InitTerm::follow("tevoro_2-1.0"));
+    EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "tevoro_2-1.0#ping");
+    // Another application's is left alone.
+    EXPECT_TRUE(InterAppStream::InitTerm::follow("other-1.0"));
+    EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "tevoro_2-1.0#ping");
+    const InterAppStream taken("tevoro_3-1.0#ping", true);
+    EXPECT_FALSE(InterAppStream::InitTerm::follow("tevoro_3-1.0"));
+    InterAppStream::InitTerm::exit();
+}
+
 TEST_F(InterAppStreamTest, AsksQuestionsUnderTheNameOfTheProcess)
 {
     InterAppStream::InitTerm::init("Tevoro_1-1.0#tag");
