@@ -180,9 +180,9 @@ TEST_F(LocalPortBoundTest, ShutsNoSenderOutWhoseNeighboursKeepWriting)
     for (int rounds = 0; rounds < 12; ++rounds) {
         refill();
         for (const std::string& got : bounded({kRoom, kAny})) {
-            const auto sender = static_cast<std::size_t>(got[0] - 'a');
-            --unread[sender];
-            served.insert(sender);
+            const auto number = static_cast<std::size_t>(got[0] - 'a');
+            --unread[number];
+            served.insert(number);
         }
     }
     EXPECT_EQ(served.size(), kSenders);
