@@ -7,6 +7,7 @@
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/ports/Waiting.h"
 #include "platform/common/services/Clock.h"
+#include "platform/common/services/ProcessControl.h"
 #include "platform/common/services/ProgramEnvironment.h"
 
 #include <algorithm>
@@ -49,6 +50,17 @@ std::string ownName()
 {
     // The process id is the instance, so that commands that run at once never meet at one name.
     return "tevorotalk_" + std::to_string(Pt::processId()) + "-1.0";
+}
+
+std::string whyStuck(const std::string& target)
+{
+    TevoroTalk::Specifier thread(target.c_str(), false);
+    thread.setSuffix("thread");
+    const std::string name = std::string(kPortPrefix) + thread.get();
+    for (const Pt::HeldPort& port : Pt::heldLocalPorts())
+        if (port.name == name && Pt::isProcessStopped(static_cast<unsigned long>(port.processId)))
+            return "its process, " + std::to_string(port.processId) + ", was stopped";
+    return {};
 }
 
 BusSession::BusSession(const std::string& name)

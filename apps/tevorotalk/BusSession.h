@@ -20,6 +20,10 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 // The name of this command: tevorotalk_PROCESS-1.0.
 std::string ownName();
 
+// Says that the process that holds the target's name was stopped, and which it is; empty when it
+// was not.
+std::string whyStuck(const std::string& target);
+
 // Thrown when a signal ends the command.
 class Interrupted : public std::exception { };
 

@@ -48,9 +48,12 @@ ExitCode runInfo(const CommandLine& line)
     const SoString answer =
         session.ask(line.target, line.json ? "INFO" : "DIAGNOSTICS", limit, "all");
     const ExitCode code = exitCodeForAnswer(answer);
-    if (code != ExitCode::kDone)
+    if (code != ExitCode::kDone) {
+        const std::string why = whyStuck(line.target);
         throw CommandError(code,
-            "'" + line.target + "' does not tell about itself: " + std::string(answer.view()));
+            "'" + line.target + "' does not tell about itself: " + std::string(answer.view())
+                + (why.empty() ? "" : "; " + why));
+    }
     if (line.json)
         printJsonLines(answer);
     else

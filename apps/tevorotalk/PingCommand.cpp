@@ -18,6 +18,9 @@ ExitCode runPing(const CommandLine& line)
     const auto limit = static_cast<std::int32_t>(line.timeout.value_or(kDefaultLimit));
     const SoString answer = session.ask(line.target, line.pingCommand, limit, line.text);
     commandline::printLine(std::string(answer.view()));
+    const bool hasNone = answer == "Timeout" || answer == "UNDEFINED";
+    if (const std::string why = hasNone ? whyStuck(line.target) : ""; !why.empty())
+        commandline::printMessage("tevorotalk", "'" + line.target + "' does not answer: " + why);
     return exitCodeForAnswer(answer);
 }
 

@@ -78,4 +78,15 @@ bool SilentTargets::isSilent(std::string_view target) const
     return found != m_records.end() && found->second.isSilent;
 }
 
+std::vector<std::string> SilentTargets::names() const
+{
+    std::vector<std::string> names;
+    const std::lock_guard lock(m_lock);
+    for (const auto& [name, record] : m_records)
+        if (record.isSilent)
+            names.push_back(name);
+    std::ranges::sort(names);
+    return names;
+}
+
 } // namespace ScObjects::TevoroTalkData

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace ScObjects::TevoroTalkData {
 
@@ -26,6 +27,8 @@ public:
     void hasNotRead(std::string_view target, Milliseconds waited);
 
     bool isSilent(std::string_view target) const;
+    // The silent ones, sorted.
+    std::vector<std::string> names() const;
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 namespace ScObjects {
 
@@ -62,6 +63,24 @@ SoString textOf(const ClockWatch::Step& step)
     text << long{std::abs(step.seconds)} << (step.seconds < 0 ? "s back" : "s forward") << " at "
          << TevoroTalkUtils::getTimeString(&step.at);
     return text;
+}
+
+// Those that hold sends up, where there are any.
+void appendSilentTargets(SoString& out, const SoString& path, const InterAppStream* stream)
+{
+    if (stream == nullptr)
+        return;
+    const std::vector<std::string> names = stream->silentTargets().names();
+    if (names.empty())
+        return;
+    SoString node(path);
+    node << "/silent";
+    appendLine(out, node, "", "1", "Silent", textOf(static_cast<long>(names.size())));
+    for (const std::string& name : names) {
+        SoString child(node);
+        child << "/" << name.c_str();
+        appendLeaf(out, child, "", name.c_str(), "does not read");
+    }
 }
 
 void appendReportLine(SoString& report,
@@ -157,6 +176,7 @@ void TevoroTalkThread::appendDiagnostics(SoString& out, const SoString& path) co
     appendLine(out, node, "", "1", "Thread", getSpecifier());
     appendLeaf(out, node, "/avgpump", "Avg. pump interval", interval);
     appendLeaf(out, node, "/lastpump", "Last pump", since);
+    appendSilentTargets(out, node, m_stream);
     if (m_pingData.length() == 0)
         return;
     node << "/ping";
@@ -201,6 +221,7 @@ void TevoroTalk::appendDiagnostics(SoString& out, const SoString& path) const
     };
     appendQueue(m_data->incoming, "/in", "Incoming");
     appendQueue(m_data->outgoing, "/out", "Outgoing");
+    appendSilentTargets(out, node, m_data->stream);
     m_data->appendDiagnostics(out, path);
 }
 

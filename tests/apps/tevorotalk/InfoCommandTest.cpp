@@ -50,6 +50,7 @@ TEST_F(InfoCommandTest, GivesUpWhenItIsTold)
     const CommandResult result = run({"info", "frozen-1.0", "--timeout", "1"});
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("Timeout"));
+    EXPECT_THAT(result.err, HasSubstr("was stopped"));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
 }
 

@@ -48,6 +48,18 @@ TEST_F(PingCommandTest, EndsWithOneWhenNoAnswerCame)
     EXPECT_EQ(result.code, 1);
 }
 
+TEST_F(PingCommandTest, SaysThatTheProcessWasStopped)
+{
+    const PeerProcess& echo = listen("echo-1.0");
+    ::kill(echo.id(), SIGSTOP);
+    const CommandResult result = run({"ping", "echo-1.0", "--timeout", "1"});
+    EXPECT_EQ(result.out, "Timeout\n");
+    EXPECT_THAT(result.err,
+        HasSubstr("'echo-1.0' does not answer: its process, " + std::to_string(echo.id())
+            + ", was stopped"));
+    EXPECT_EQ(result.code, 1);
+}
+
 TEST_F(PingCommandTest, EndsWithFiveForANameThatIsNone)
 {
     const CommandResult result = run({"ping", "", "STATUS"});

@@ -2,12 +2,14 @@
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
 using ScObjects::TevoroTalkData::SilentTargets;
 using std::chrono::milliseconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr milliseconds kWhole{10'000};
 
@@ -53,6 +55,17 @@ TEST(SilentTargetsTest, LetSendsWaitAgainWhenItHasReadForWhatIsLeftOfTheMinute)
     EXPECT_EQ(targets.patienceFor("a-1.0", kWhole), milliseconds(0));
     // Less than nothing is nothing.
     EXPECT_EQ(targets.patienceFor("a-1.0", milliseconds(100)), milliseconds(0));
+}
+
+TEST(SilentTargetsTest, AreNamedWhileTheyAreSilent)
+{
+    SilentTargets targets;
+    EXPECT_THAT(targets.names(), IsEmpty());
+    targets.hasNotRead("b-1.0", milliseconds(100));
+    targets.hasNotRead("a-1.0", milliseconds(100));
+    EXPECT_THAT(targets.names(), ElementsAre("a-1.0", "b-1.0"));
+    targets.hasRead("a-1.0");
+    EXPECT_THAT(targets.names(), ElementsAre("b-1.0"));
 }
 
 TEST(SilentTargetsTest, ForgetWhenThereAreTooMany)

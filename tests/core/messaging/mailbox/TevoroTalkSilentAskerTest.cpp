@@ -85,6 +85,11 @@ TEST_F(TevoroTalkSilentAskerTest, HoldsAnApplicationUpOnceForTenSeconds)
     for (int i = 0; i < kMany; ++i)
         ask(asker, "Result", "Quillscriber");
     EXPECT_LT(durationOf([&] { pumpAll(kMany); }), seconds(5));
+    // The diagnostics tell of it.
+    SoString tree;
+    self->appendDiagnostics(tree, "");
+    EXPECT_THAT(test::bytes(tree),
+        testing::HasSubstr("/self-1.0/silent/asker-1.0;0;asker-1.0;does not read;\n"));
     // As soon as it reads it has answers again.
     EXPECT_GT(readAll(asker), 0U);
     ask(asker, "Result", "Quillscriber");

@@ -1,23 +1,40 @@
 #include "platform/common/services/ProcessControl.h"
 
 #include <fstream>
+#include <optional>
 #include <string>
 
 namespace Pt {
 
-bool isProcessRunning(unsigned long processId)
+namespace {
+
+// The letter that the system has for it; nothing for a process that is not there.
+std::optional<char> stateOf(unsigned long processId)
 {
-    if (processId == 0)
-        return false;
     std::ifstream file("/proc/" + std::to_string(processId) + "/stat");
     std::string line;
-    if (!std::getline(file, line))
-        return false;
+    if (processId == 0 || !std::getline(file, line))
+        return std::nullopt;
     // PID (NAME) STATE ...; the name may have brackets of its own.
     const std::size_t end = line.rfind(") ");
+    if (end == std::string::npos || end + 2 >= line.size())
+        return std::nullopt;
+    return line[end + 2];
+}
+
+} // namespace
+
+bool isProcessRunning(unsigned long processId)
+{
+    const std::optional<char> state = stateOf(processId);
     // Zombies and the dead keep their entry until somebody asks for their end; they do not run.
-    return end != std::string::npos && end + 2 < line.size() && line[end + 2] != 'Z'
-        && line[end + 2] != 'X';
+    return state && *state != 'Z' && *state != 'X';
+}
+
+bool isProcessStopped(unsigned long processId)
+{
+    const std::optional<char> state = stateOf(processId);
+    return state == 'T' || state == 't'; // by a signal, or by a debugger
 }
 
 } // namespace Pt
