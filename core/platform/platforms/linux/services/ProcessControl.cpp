@@ -33,7 +33,7 @@ bool isProcessRunning(unsigned long processId)
 
 bool isProcessStopped(unsigned long processId)
 {
-    const std::optional<char> state = stateOf(processId);
+    const char state = stateOf(processId).value_or('X');
     return state == 'T' || state == 't'; // by a signal, or by a debugger
 }
 
