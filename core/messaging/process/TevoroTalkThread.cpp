@@ -21,6 +21,9 @@ namespace {
 
 constexpr unsigned int kTick = 100; // milliseconds
 constexpr unsigned int kSetupTick = 10;
+// Texts of which questions are left, and their bytes.
+constexpr std::size_t kMaxRests = 16;
+constexpr long kMaxRestBytes = 8L << 20;
 constexpr unsigned int kEndTick = 1;
 // Between two looks whether the files of the ports are there.
 constexpr std::chrono::seconds kKeepingInterval{1};
@@ -229,20 +232,49 @@ void TevoroTalkThread::runLocked()
         beIdle();
 }
 
+// One text, and a part of what is left of longer ones in turn: other questions, and pumps, wait for
+// the end of a round.
 void TevoroTalkThread::readPings()
 {
-    if (m_stream == nullptr || !m_stream->messagePending() || !m_stream->receive()
+    if (m_stream == nullptr)
+        return;
+    if (!m_rests.empty()) {
+        Rest rest = std::move(m_rests.front());
+        m_rests.pop_front();
+        if (!answerPings(rest.text, rest.at))
+            m_rests.push_back(std::move(rest));
+    }
+    if (!canReadPings() || !m_stream->messagePending() || !m_stream->receive()
         || m_stream->isEmpty())
         return;
-    SoString text = m_stream->getMessages();
+    Rest fresh;
+    fresh.text = m_stream->getMessages();
+    if (!answerPings(fresh.text, fresh.at))
+        m_rests.push_back(std::move(fresh));
+}
+
+// What is left of one long text keeps no other away; more of them wait in the stream.
+bool TevoroTalkThread::canReadPings() const
+{
+    long bytes = 0;
+    for (const Rest& rest : m_rests)
+        bytes += rest.text.length() - rest.at;
+    return m_rests.size() < 2 || (m_rests.size() < kMaxRests && bytes < kMaxRestBytes);
+}
+
+// Those from `at` on, for a moment. Whether none is left.
+bool TevoroTalkThread::answerPings(SoString& text, long& at)
+{
+    constexpr std::chrono::milliseconds kMoment{20};
+    const auto deadline = std::chrono::steady_clock::now() + kMoment;
     const long end = text.length();
-    for (long at = 0; at != end;) {
+    while (at != end) {
         TevoroTalk::Message message;
         const long next = message.readFrom(text, at);
         // A text that is no message would be read again and again. Whoever ends the thread does not
         // wait for the rest of a text.
         if (next == at || m_stopRequested)
-            return;
+            return true;
         const long length = next - at;
         at = next;
         if (!message.isWhole()) {
@@ -251,7 +283,10 @@ void TevoroTalkThread::readPings()
         }
         message.timestamp = TevoroTalkUtils::getTimeSeconds();
         answerPing(message);
+        if (std::chrono::steady_clock::now() >= deadline)
+            break;
     }
+    return at == end;
 }
 
 void TevoroTalkThread::answerPing(TevoroTalk::Message& message)
@@ -361,7 +396,7 @@ bool TevoroTalkThread::sendAnswer(const TevoroTalk::Message& message)
 bool TevoroTalkThread::hasUnreadTexts() const
 {
     const ObjectLock lock(*this);
-    if (m_stream != nullptr && m_stream->hasUnreadTexts())
+    if (!m_rests.empty() || (m_stream != nullptr && m_stream->hasUnreadTexts()))
         return true;
     if (m_context == nullptr || isPumpedByApplication())
         return false;

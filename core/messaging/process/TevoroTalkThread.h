@@ -15,6 +15,7 @@
 #include "platform/common/ports/Waiting.h"
 
 #include <chrono>
+#include <deque>
 #include <memory>
 #include <string_view>
 
@@ -112,6 +113,12 @@ private:
         std::int64_t shift = 0; // of the clock when that was set, see ClockWatch
     };
 
+    // A text of which questions are left.
+    struct Rest {
+        SoString text;
+        long at = 0;
+    };
+
     void fillStore();
     void requestStop();
     void openStream(const SoString& name);
@@ -120,6 +127,8 @@ private:
     void runLocked() TEVOROTALK_REQUIRES(this);
     void readPings() TEVOROTALK_REQUIRES(this);
     bool sendAnswer(const SoString& target, const SoString& reply, SoString& body);
+    bool answerPings(SoString& text, long& at) TEVOROTALK_REQUIRES(this);
+    bool canReadPings() const TEVOROTALK_REQUIRES(this);
     void answerPing(TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     bool sendAnswer(const TevoroTalk::Message& message) TEVOROTALK_REQUIRES(this);
     void serveInstances() TEVOROTALK_REQUIRES(this);
@@ -143,6 +152,7 @@ private:
     double m_lastPump TEVOROTALK_GUARDED_BY(this) = 0; // milliseconds since 1970; 0 until the first
     std::int64_t m_lastPumpShift TEVOROTALK_GUARDED_BY(this) = 0; // of the clock at that time
 
+    std::deque<Rest> m_rests TEVOROTALK_GUARDED_BY(this);
     std::chrono::steady_clock::time_point m_lastSlowAnswer TEVOROTALK_GUARDED_BY(this);
     std::chrono::steady_clock::time_point m_nextKeeping TEVOROTALK_GUARDED_BY(this);
 

@@ -177,3 +177,30 @@ TEST_F(TevoroTalkSilentAskerTest, DoesNotKeepTheThreadOfTheBusFromItsOtherWork)
         drain(other);
     }
 }
+
+// A single text with very many questions.
+TEST_F(TevoroTalkSilentAskerTest, DoesNotHoldUpOthersWithALongTextOfPings)
+{
+    constexpr int kPings = 60000;
+    InterAppStream asker(kAsker, true);
+    InterAppStream other("other-1.0", true);
+    Message question;
+    question.target = "self-1.0#thread";
+    question.sender = kAsker;
+    question.type = "ping";
+    question.setHeader("ECHO_REQUEST", "STATUS");
+    SoString one;
+    EXPECT_TRUE(question.writeToString(one));
+    std::string many;
+    for (int i = 0; i < kPings; ++i)
+        many += one.view();
+    EXPECT_TRUE(asker.send("self-1.0#thread", SoString(std::string_view(many))));
+    question.sender = "other-1.0";
+    EXPECT_TRUE(other.sendMessage(question));
+    SteadyClock::duration longest{0};
+    const auto begin = SteadyClock::now();
+    while (!other.messagePending() && SteadyClock::now() - begin < seconds(20))
+        longest = std::max(longest, durationOf([&] { pump(); }));
+    EXPECT_LT(SteadyClock::now() - begin, seconds(2));
+    EXPECT_LT(longest, seconds(1));
+}
