@@ -168,8 +168,9 @@ public:
         static void init(const SoString& appName);
         static void exit();
         // Takes the number that `appName` has, if it is called like it otherwise; made if it is
-        // missing. False if somebody else has that name.
-        static bool follow(const SoString& appName);
+        // missing. False if somebody else has that name: then there is none, but for the last
+        // attempt, which takes whatever number is free.
+        static bool follow(const SoString& appName, bool isLast);
         // Whether it is there under that name.
         static bool isCalled(const SoString& name);
         // See keepName() and giveUpName(); nothing when there is none.

@@ -84,6 +84,15 @@ private:
 
 } // namespace
 
+InterAppStream* openExactly(const SoString& name)
+{
+    auto* const stream = new InterAppStream(name, true);
+    if (stream->isGood())
+        return stream;
+    delete stream;
+    return nullptr;
+}
+
 bool isSameButForNumber(const SoString& a, const SoString& b)
 {
     return withoutNumber(a) == withoutNumber(b);

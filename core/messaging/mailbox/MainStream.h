@@ -16,6 +16,9 @@ namespace TevoroTalkData {
 // taken as it is. `ownThread` is the port of this process's thread, empty while it has none.
 InterAppStream* openMainStream(const SoString& name, const SoString& ownThread);
 
+// The port of exactly that name; null when somebody has it.
+InterAppStream* openExactly(const SoString& name);
+
 // Whether two names differ at most in their numbers.
 bool isSameButForNumber(const SoString& a, const SoString& b);
 

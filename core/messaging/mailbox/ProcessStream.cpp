@@ -1,4 +1,5 @@
 // The stream that a process asks its questions over, and how streams get their names.
+#include "messaging/SoVector.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/InterAppStream.h"
@@ -7,7 +8,6 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace ScObjects {
 
@@ -18,22 +18,16 @@ constexpr const char* kNameless = "interappstream-1.0";
 constinit Pt::Lock gStreamLock;
 constinit InterAppStream* gInterAppStream TEVORO_GUARDED_BY(gStreamLock) = nullptr;
 // Former ones. A question on another thread may still use one, and finds it without a port.
-constinit std::vector<InterAppStream*> gRetired TEVORO_GUARDED_BY(gStreamLock);
+constinit SoVector<InterAppStream>* gRetired TEVORO_GUARDED_BY(gStreamLock) = nullptr;
 
 void retire() TEVORO_REQUIRES(gStreamLock)
 {
     if (gInterAppStream == nullptr)
         return;
     gInterAppStream->closePort();
-    gRetired.push_back(std::exchange(gInterAppStream, nullptr));
-}
-
-InterAppStream* goodOrNull(InterAppStream* stream)
-{
-    if (stream->isGood())
-        return stream;
-    delete stream;
-    return nullptr;
+    if (gRetired == nullptr)
+        gRetired = new SoVector<InterAppStream>;
+    gRetired->append(std::exchange(gInterAppStream, nullptr));
 }
 
 // Of the numbered instances the first whose name is free; nullptr when all are taken.
@@ -42,7 +36,7 @@ InterAppStream* firstFreeInstance(TevoroTalk::Specifier& specifier)
     InterAppStream* stream = nullptr;
     for (int n = 1; n <= kMaxInstances && stream == nullptr; ++n) {
         specifier.setInstance(std::to_string(n).c_str());
-        stream = goodOrNull(new InterAppStream(specifier, true));
+        stream = TevoroTalkData::openExactly(specifier);
     }
     return stream;
 }
@@ -59,22 +53,23 @@ void InterAppStream::InitTerm::init(const SoString& appName)
     gInterAppStream = TevoroTalkUtils::createNextAvailableInterAppStream(specifier);
 }
 
-bool InterAppStream::InitTerm::follow(const SoString& appName)
+bool InterAppStream::InitTerm::follow(const SoString& appName, bool isLast)
 {
+    using TevoroTalkData::isSameButForNumber;
     TevoroTalk::Specifier wanted(appName, false);
     wanted.setSuffix("ping");
-    {
-        const Pt::Locked lock(gStreamLock);
+    const Pt::Locked lock(gStreamLock);
+    if (gInterAppStream != nullptr) {
+        const SoString& former = gInterAppStream->getSpecifier();
         // One that was asked for before there was an application's name is not anybody's.
-        using TevoroTalkData::isSameButForNumber;
-        if (gInterAppStream != nullptr
-            && !isSameButForNumber(wanted, gInterAppStream->getSpecifier())
-            && !isSameButForNumber(kNameless, gInterAppStream->getSpecifier()))
+        if (former == wanted
+            || (!isSameButForNumber(wanted, former) && !isSameButForNumber(kNameless, former)))
             return true;
     }
-    if (!isCalled(wanted))
-        init(appName);
-    return isCalled(wanted);
+    retire();
+    gInterAppStream = isLast ? TevoroTalkUtils::createNextAvailableInterAppStream(wanted)
+                             : TevoroTalkData::openExactly(wanted);
+    return gInterAppStream != nullptr && gInterAppStream->getSpecifier() == wanted;
 }
 
 bool InterAppStream::InitTerm::isCalled(const SoString& name)
@@ -87,8 +82,10 @@ void InterAppStream::InitTerm::exit()
 {
     const Pt::Locked lock(gStreamLock);
     retire();
-    for (InterAppStream* const stream : std::exchange(gRetired, {}))
+    while (
+        const InterAppStream* const stream = gRetired != nullptr ? gRetired->removeAt(0) : nullptr)
         delete stream;
+    delete std::exchange(gRetired, nullptr);
 }
 
 void InterAppStream::InitTerm::keepName()
@@ -120,7 +117,7 @@ InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(const SoStrin
     specifier.assign(text.view());
     if (specifier.isEmpty())
         return nullptr;
-    InterAppStream* const stream = goodOrNull(new InterAppStream(specifier, true));
+    InterAppStream* const stream = TevoroTalkData::openExactly(specifier);
     // A name with an instance means that one and no other.
     if (stream != nullptr || !specifier.instance().isEmpty())
         return stream;

@@ -194,12 +194,14 @@ void TevoroTalkContext::setMainInstance(TevoroTalk* instance)
 void TevoroTalkContext::followMainInstance()
 {
     // A copy that is just starting may hold one of the names until it has found its own number.
-    constexpr int kAttempts = 10;
-    constexpr unsigned int kPause = 50; // milliseconds
+    // Each gives up what is not its own before it waits, so that they do not wait for each other.
+    constexpr int kAttempts = 20;
+    constexpr unsigned int kPause = 25; // milliseconds
     const SoString name = getAppSpecifier();
     for (int i = 0; i < kAttempts && !name.isEmpty(); ++i) {
-        const bool hasThread = m_thread->follow(name);
-        if (InterAppStream::InitTerm::follow(name) && hasThread)
+        const bool isLast = i == kAttempts - 1;
+        const bool hasThread = m_thread->follow(name, isLast);
+        if (InterAppStream::InitTerm::follow(name, isLast) && hasThread)
             break;
         TevoroTalkUtils::sleep(kPause);
     }

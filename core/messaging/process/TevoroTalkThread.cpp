@@ -102,13 +102,21 @@ TevoroTalkThread* TevoroTalkThread::getMainThread()
 void TevoroTalkThread::openStream(const SoString& name)
 {
     const ObjectLock lock(*this);
+    adopt(name, [&name] { return TevoroTalkUtils::createNextAvailableInterAppStream(name); });
+}
+
+void TevoroTalkThread::adopt(const SoString& name, const std::function<InterAppStream*()>& open)
+{
     // First the old one: the new name may be the same. Closing its descriptor takes it out of what
     // is waited on.
+    notePortName(SoString());
     delete std::exchange(m_stream, nullptr);
-    m_stream = TevoroTalkUtils::createNextAvailableInterAppStream(name);
+    m_threadSpecifier = name;
+    m_stream = open();
     if (m_stream == nullptr)
         return;
     m_threadSpecifier = m_stream->getSpecifier();
+    notePortName(m_threadSpecifier);
     if (m_waits != nullptr)
         m_waits->ports.add(m_stream->waitDescriptor());
 }
@@ -127,23 +135,31 @@ bool TevoroTalkThread::setContext(TevoroTalkContext* context)
     return true;
 }
 
-bool TevoroTalkThread::follow(const SoString& appSpecifier)
+bool TevoroTalkThread::follow(const SoString& appSpecifier, bool isLast)
 {
     const ObjectLock lock(*this);
     const SoString wanted = createThreadSpecifier(appSpecifier);
-    const SoString former = m_threadSpecifier;
-    if (!isSameButForNumber(wanted, former) || (m_stream != nullptr && wanted == former))
+    if (!isSameButForNumber(wanted, m_threadSpecifier)
+        || (m_stream != nullptr && wanted == m_threadSpecifier))
         return true;
-    openStream(wanted);
-    if (m_stream == nullptr) // somebody else was faster
-        openStream(former);
-    return m_threadSpecifier == wanted;
+    adopt(wanted, [&wanted, isLast] {
+        return isLast ? TevoroTalkUtils::createNextAvailableInterAppStream(wanted)
+                      : openExactly(wanted);
+    });
+    return m_stream != nullptr && m_threadSpecifier == wanted;
 }
 
 SoString TevoroTalkThread::getSpecifier() const
 {
-    const ObjectLock lock(*this);
-    return m_stream != nullptr && m_stream->isGood() ? m_stream->getSpecifier() : SoString();
+    // Not the lock of the thread: whoever asks may hold one that the thread waits for.
+    const Pt::Locked lock(m_portNameLock);
+    return m_portName;
+}
+
+void TevoroTalkThread::notePortName(const SoString& name)
+{
+    const Pt::Locked lock(m_portNameLock);
+    m_portName = name;
 }
 
 void TevoroTalkThread::requestStop()

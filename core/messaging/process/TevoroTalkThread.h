@@ -13,9 +13,11 @@
 #include "messaging/Thread.h"
 #include "messaging/mailbox/InterAppStream.h"
 #include "platform/common/ports/Waiting.h"
+#include "platform/common/threads/Lock.h"
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -69,8 +71,9 @@ public:
     // Serves another context; takes a new name if that context has another one. Always true.
     bool setContext(TevoroTalkContext* context);
     // Takes the number that `appSpecifier` has, if its port is called like it otherwise. False if
-    // somebody else has that name.
-    bool follow(const SoString& appSpecifier);
+    // somebody else has that name: then it has no port, but for the last attempt, which takes
+    // whatever number is free.
+    bool follow(const SoString& appSpecifier, bool isLast);
     // The name of its port; empty while it has none.
     SoString getSpecifier() const;
 
@@ -122,6 +125,9 @@ private:
     void fillStore();
     void requestStop();
     void openStream(const SoString& name);
+    void notePortName(const SoString& name);
+    void adopt(const SoString& name, const std::function<InterAppStream*()>& open)
+        TEVOROTALK_REQUIRES(this);
     // The one that it was made for; false when it cannot be had.
     bool openOwnStream();
     void runLocked() TEVOROTALK_REQUIRES(this);
@@ -145,6 +151,8 @@ private:
 
     std::atomic<bool> m_stopRequested{false};
     SoString m_threadSpecifier TEVOROTALK_GUARDED_BY(this);
+    mutable Pt::Lock m_portNameLock;
+    SoString m_portName TEVORO_GUARDED_BY(m_portNameLock); // empty while there is no port
     TevoroTalkContext* m_context TEVOROTALK_GUARDED_BY(this);
     InterAppStream* m_stream TEVOROTALK_GUARDED_BY(this) = nullptr;
     SoVector<PingData> m_pingData TEVOROTALK_GUARDED_BY(this);

@@ -313,15 +313,15 @@ TEST_F(InterAppStreamTest, TakesTheNumberOfTheApplicationThatItIsCalledAfter)
 {
     // Asked for before there was a name.
     EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "interappstream-1.0");
-    EXPECT_TRUE(InterAppStream::InitTerm::follow("tevoro-1.0"));
+    EXPECT_TRUE(InterAppStream::InitTerm::follow("tevoro-1.0", false));
     EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "tevoro-1.0#ping");
-    EXPECT_TRUE(InterAppStream::InitTerm::follow("tevoro_2-1.0"));
+    EXPECT_TRUE(InterAppStream::InitTerm::follow("tevoro_2-1.0", false));
     EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "tevoro_2-1.0#ping");
     // Another application's is left alone.
-    EXPECT_TRUE(InterAppStream::InitTerm::follow("other-1.0"));
+    EXPECT_TRUE(InterAppStream::InitTerm::follow("other-1.0", false));
     EXPECT_EQ(bytes(InterAppStream::get()->getSpecifier()), "tevoro_2-1.0#ping");
     const InterAppStream taken("tevoro_3-1.0#ping", true);
-    EXPECT_FALSE(InterAppStream::InitTerm::follow("tevoro_3-1.0"));
+    EXPECT_FALSE(InterAppStream::InitTerm::follow("tevoro_3-1.0", false));
     InterAppStream::InitTerm::exit();
 }
 

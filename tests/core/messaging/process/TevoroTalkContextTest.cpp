@@ -3,6 +3,7 @@
 #include "core/messaging/support/BusFixture.h"
 #include "messaging/process/TevoroTalkThread.h"
 
+#include <future>
 #include <memory>
 #include <string>
 
@@ -240,4 +241,18 @@ TEST_F(TevoroTalkContextTest, HasAThreadThatRunsUntilItsEnd)
     EXPECT_TRUE(context->getThread()->isActive());
     context.reset();
     EXPECT_TRUE(InterAppStream("self-1.0#thread", true).isGood());
+}
+
+// Whoever forwards a message asks for it, and the thread may be waiting for the forwarding.
+TEST_F(TevoroTalkContextTest, TellsItsNameWhileItsThreadIsAtWork)
+{
+    ASSERT_TRUE(TevoroTalk::InitTerm::init("self-1.0", true));
+    const Context* const context = Context::getCurrentContext();
+    ASSERT_EQ(context->getMainInstance(), nullptr);
+    ASSERT_TRUE(waitUntil([&] { return !context->getAppSpecifier().isEmpty(); }));
+    auto busy = std::make_unique<Paused>();
+    auto name = std::async(std::launch::async, [&] { return bytes(context->getAppSpecifier()); });
+    EXPECT_EQ(name.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+    busy.reset(); // or a name that waits for it would never come
+    EXPECT_EQ(name.get(), "self-1.0");
 }
