@@ -146,7 +146,9 @@ bool TevoroTalkThread::setKeyValuePair(const SoString& key, const SoString& valu
 
 void TevoroTalkThread::setStatus(const char* value)
 {
+    ++m_waitingPumps;
     const ObjectLock lock(*this);
+    --m_waitingPumps;
     PingData* const status = find(QK_STATUS);
     if (status == nullptr) {
         // The key was removed; made anew, it is there again for those who ask.

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <new>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace ScObjects {
@@ -226,9 +227,19 @@ void TevoroTalkThread::run()
         } catch (const std::bad_alloc&) {
             tellOutOfMemory(0); // the next round may have it again
         }
+        letPumpsPass();
         if (!m_stopRequested)
             wait(kTick);
     }
+}
+
+// A thread that has just released a lock gets it again before those who wait for it wake up.
+void TevoroTalkThread::letPumpsPass() const
+{
+    constexpr int kLooks = 100;
+    constexpr std::chrono::microseconds kPause{50};
+    for (int i = 0; i < kLooks && m_waitingPumps != 0; ++i)
+        std::this_thread::sleep_for(kPause);
 }
 
 void TevoroTalkThread::wait(unsigned int milliseconds)

@@ -122,6 +122,7 @@ private:
         long at = 0;
     };
 
+    void letPumpsPass() const;
     void fillStore();
     void requestStop();
     void openStream(const SoString& name);
@@ -150,6 +151,7 @@ private:
     void keepNames() TEVOROTALK_REQUIRES(this);
 
     std::atomic<bool> m_stopRequested{false};
+    std::atomic<int> m_waitingPumps{0}; // for the lock of this thread
     SoString m_threadSpecifier TEVOROTALK_GUARDED_BY(this);
     mutable Pt::Lock m_portNameLock;
     SoString m_portName TEVORO_GUARDED_BY(m_portNameLock); // empty while there is no port
