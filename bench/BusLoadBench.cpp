@@ -24,14 +24,6 @@
 
 namespace bench {
 
-void require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::perror(what);
-    std::exit(1);
-}
-
 namespace {
 
 using namespace ScObjects;
