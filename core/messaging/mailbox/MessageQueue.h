@@ -1,7 +1,6 @@
 // A queue of messages, in order, each with a deadline: timestamp plus timeout, which is 600 seconds
 // unless the message says otherwise. Setting the clock does not change how long a message may wait
-// here. Expired messages are removed, and their senders are notified
-// if they asked for "Timeout".
+// here. Expired messages are removed, and their senders are notified if they asked for "Timeout".
 //
 // The queue owns its messages: append() takes ownership, getNextMessage() gives it up. Any thread
 // may call. Senders are notified after the queue's lock was released, so that two queues that
