@@ -62,10 +62,10 @@ void SoakBooks::read(int number, std::istream& record)
             m_handled.push_back(handled);
         } else if (step == 'A') {
             readAnswer(id, words);
-        } else if (step == 'P') {
-            SoakSpan pause;
-            words >> pause.from >> pause.to;
-            m_pauses[{number, std::stoi(id)}].push_back(pause);
+        } else if (step == 'P' || step == 'B') {
+            SoakSpan span;
+            words >> span.from >> span.to;
+            (step == 'P' ? m_pauses : m_busy)[{number, std::stoi(id)}].push_back(span);
         }
     }
 }

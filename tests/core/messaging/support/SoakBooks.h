@@ -117,6 +117,7 @@ private:
     bool couldHaveExpired(const Sent& sent, const Sent* next) const;
     bool wasCutOff(const Sent& sent) const;
     bool wasSlow(const Sent& sent, long from, long to) const;
+    bool wasBusy(const Process& process, long from, long to) const;
     bool mayHaveGivenUp(int number, long from, long to) const;
     long reach(int number, long from, long time) const;
     bool isExcused(const Sent& sent, const char* what);
@@ -128,6 +129,7 @@ private:
     std::map<Process, std::vector<Sent>> m_sent;
     std::vector<Handled> m_handled;
     std::map<Process, std::vector<SoakSpan>> m_pauses;
+    std::map<Process, std::vector<SoakSpan>> m_busy; // with a backlog all the while
     std::map<std::pair<int, int>, std::vector<SoakSpan>> m_floods; // by pairs, the smaller first
     SoakEvents m_events;
     std::map<std::string, long> m_sums;

@@ -260,6 +260,20 @@ TEST_F(SoakBooksTest, TakeAPauseForAReasonOfATimeOutBehindAResult)
     EXPECT_THAT(faults(), IsEmpty());
 }
 
+TEST_F(SoakBooksTest, TakeABacklogForAReasonOfATimeOutBehindAResult)
+{
+    drop(sender, "A 0.100.3 processed");
+    sender.push_back(line("A", kTimed, "timeout", 2300));
+    sender.push_back("B 100 " + std::to_string(at(400)) + " " + std::to_string(at(2200)));
+    // It had read all that was there before the time-out.
+    EXPECT_THAT(faults(), Contains(HasSubstr("timed out although")));
+    sender.back() = "B 100 " + std::to_string(at(400)) + " " + std::to_string(at(2310));
+    EXPECT_THAT(faults(), IsEmpty());
+    sender.pop_back();
+    target.push_back("B 200 " + std::to_string(at(400)) + " " + std::to_string(at(2310)));
+    EXPECT_THAT(faults(), IsEmpty());
+}
+
 TEST_F(SoakBooksTest, TakeAnAskerWithoutFilesForAReason)
 {
     drop(sender, "A 0.100.2 ");

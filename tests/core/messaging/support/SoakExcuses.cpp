@@ -87,13 +87,23 @@ bool SoakBooks::wasCutOff(const Sent& sent) const
         && life->end <= reach(sent.target, sent.handledTime, kAtOnce);
 }
 
-// Whether one of both had a pause between these times, or there was hardly any time.
+// Whether that process had a backlog from soon after the start until the end. What has waited for
+// its turn is not late, and a time-out is told before what lies behind other texts.
+bool SoakBooks::wasBusy(const Process& process, long from, long to) const
+{
+    const auto found = m_busy.find(process);
+    return found != m_busy.end() && std::ranges::any_of(found->second, [&](const SoakSpan& span) {
+        return span.from <= from + kAtOnce && to <= span.to;
+    });
+}
+
+// Whether one of both had a pause between these times, or was behind, or there was hardly any time.
 bool SoakBooks::wasSlow(const Sent& sent, long from, long to) const
 {
     const Process handler(sent.target, sent.handler);
     return to - from < kAtOnce || overlapsAny(m_pauses, sent.sender, from, to)
-        || overlapsAny(m_pauses, handler, from, to)
-        || overlapsAny(m_events.stops, sent.target, from, to);
+        || overlapsAny(m_pauses, handler, from, to) || wasBusy(sent.sender, from, to)
+        || wasBusy(handler, from, to) || overlapsAny(m_events.stops, sent.target, from, to);
 }
 
 // The end of a time in which that peer runs.

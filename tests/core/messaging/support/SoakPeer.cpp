@@ -7,6 +7,7 @@
 //   H ID PROCESS TIME             its handler saw it, in that process
 //   A ID ANSWER TIME              result, error, timeout, processed or ping came back
 //   P PROCESS FROM TO             that process did nothing meanwhile: stopped, or waiting
+//   B PROCESS FROM TO             it had something to read or to do all the while
 //
 // Usage: SoakPeer NUMBER PEERS RECORD SEED. Reads lines: "flood NUMBER" has it send some thousands
 // of messages to that one without a pause, "no more" has it only answer, "end" ends it.
@@ -64,15 +65,28 @@ public:
     // Called wherever the peer gets along; notes when it did not.
     long tick()
     {
-        constexpr long kPause = test::kSecond / 4;
         const long time = now();
-        if (time - m_last > kPause)
-            append("P " + std::to_string(::getpid()) + " " + std::to_string(m_last) + " "
-                + std::to_string(time));
+        noteSpan("P", m_last, time);
         return m_last = time;
     }
 
+    // Called whenever nothing is left to read; notes when that was not so for long.
+    void idle()
+    {
+        const long time = tick();
+        noteSpan("B", m_lastIdle, time);
+        m_lastIdle = time;
+    }
+
 private:
+    void noteSpan(const char* step, long from, long to) const
+    {
+        constexpr long kShort = test::kSecond / 4;
+        if (to - from > kShort)
+            append(step + (" " + std::to_string(::getpid())) + " " + std::to_string(from) + " "
+                + std::to_string(to));
+    }
+
     void append(const std::string& line) const
     {
         const std::string whole = line + "\n";
@@ -82,6 +96,7 @@ private:
 
     int m_file;
     long m_last = now();
+    long m_lastIdle = m_last;
 };
 
 // Of a body: what comes after a blank only makes it large.
@@ -164,7 +179,8 @@ public:
             m_nextSend = time + draw(20) * kMillisecond;
             sendOne();
         }
-        TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
+        if (!TevoroTalk::pump(TevoroTalk::kBoth, nullptr))
+            m_record.idle();
         m_bus.waitForMessage(sends ? draw(10) : 20);
     }
 
