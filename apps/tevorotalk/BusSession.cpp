@@ -4,6 +4,7 @@
 #include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkPing.h"
+#include "messaging/TevoroTalkUtils.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/ports/Waiting.h"
 #include "platform/common/services/Clock.h"
@@ -71,8 +72,10 @@ BusSession::BusSession(const std::string& name)
         throw CommandError(
             ExitCode::kUsage, "'" + name + "' is no name on the bus; take one like echo-1.0");
     m_instance = std::make_unique<TevoroTalk>(name.c_str(), nullptr, true, nullptr);
-    if (!m_instance->getAppName().isEmpty())
+    if (!m_instance->getAppName().isEmpty()) {
+        m_watch = std::jthread([this](const std::stop_token& stop) { watchForInterrupt(stop); });
         return;
+    }
     end(); // there is no object yet that would
     throw CommandError(ExitCode::kSystemPart,
         "the name '" + name + "' cannot be held: it and its instances 1 to 8 are taken, or "
@@ -89,6 +92,15 @@ void BusSession::end()
     // The instance first: the exit of the bus would delete it a second time.
     m_instance.reset();
     TevoroTalk::InitTerm::exit();
+}
+
+void BusSession::watchForInterrupt(const std::stop_token& stop)
+{
+    std::unique_lock lock(m_watchLock);
+    while (!stop.stop_requested() && !Pt::wasInterrupted())
+        m_watchEnd.wait_for(lock, stop, kMaxPause, [] { return Pt::wasInterrupted(); });
+    if (Pt::wasInterrupted())
+        ScObjects::TevoroTalkUtils::stopWaitingForReaders();
 }
 
 std::string BusSession::name() const

@@ -8,10 +8,13 @@
 #include "messaging/TevoroTalk.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 
 namespace tevorotalk {
 
@@ -58,8 +61,13 @@ private:
     void pause(std::optional<SteadyTime> deadline) const;
     void endQuestion() const;
     void end();
+    void watchForInterrupt(const std::stop_token& stop);
 
     std::unique_ptr<ScObjects::TevoroTalk> m_instance;
+    // No send of ours waits on after a signal; which thread the signal finds is open.
+    std::mutex m_watchLock;
+    std::condition_variable_any m_watchEnd;
+    std::jthread m_watch;
 };
 
 // How a command ends after that answer of a ping, or that word that says why there is none.

@@ -250,7 +250,10 @@ ExitCode runSend(const CommandLine& line)
         // us. Answers need none, so this lets nobody in.
         TevoroTalk::Message::setAuthentication(false);
     }
-    if (!instance.send(message, line.launch, 0, nullptr) && !instance.outgoingMessagePending())
+    const bool isDelivered = instance.send(message, line.launch, 0, nullptr);
+    if (!isDelivered && Pt::wasInterrupted())
+        return ExitCode::kInterrupted;
+    if (!isDelivered && !instance.outgoingMessagePending())
         throw undeliverable(line, message);
     return waits ? waitForAnswers(session, line, message, answers) : waitForDelivery(session);
 }

@@ -243,7 +243,11 @@ bool TevoroTalk::deliverThere(const Message& message,
         failure = "ERROR: LAUNCHING IS SUPPRESSED";
         return false;
     }
-    if (!Specifier(message.target, false).isRunning()) {
+    // Who holds the name and does not read is there, and is not started a second time; the test
+    // would only wait for room once more.
+    const bool isHeld =
+        m_data->stream != nullptr && !m_data->stream->canOpen(message.target, false);
+    if (!isHeld && !Specifier(message.target, false).isRunning()) {
         logMessage("TARGET IS NOT RUNNING", message, false);
         const char* const options = launchOptions != nullptr ? launchOptions->get() : "";
         if (!launchTarget(message.target, options, kTakeFocus, getContext())) {

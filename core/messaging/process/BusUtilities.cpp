@@ -1,6 +1,7 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "platform/common/files/FileAccess.h"
 #include "platform/common/files/SmallFile.h"
+#include "platform/common/ports/LocalPort.h"
 #include "platform/common/services/Clock.h"
 #include "platform/common/services/LocalTime.h"
 #include "platform/common/services/ProgramEnvironment.h"
@@ -73,6 +74,11 @@ Walk walk(const SoString& folder, FileFilter& filter)
 void init() { }
 
 void exit() { }
+
+void stopWaitingForReaders()
+{
+    Pt::stopWaitingForReaders();
+}
 
 SoString getCurrentLocale()
 {

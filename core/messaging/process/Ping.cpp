@@ -10,6 +10,7 @@
 #include "messaging/process/TevoroTalkSetupThread.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/runtime/OutOfMemory.h"
+#include "platform/common/ports/LocalPort.h"
 #include "platform/common/ports/Waiting.h"
 #include "platform/common/services/ProcessControl.h"
 #include "registry/TevoroTalkConnector.h"
@@ -147,7 +148,7 @@ bool sendQuestion(const InterAppStream& stream,
         const auto patience = std::clamp(left, milliseconds(0), kSendPatience);
         if (stream.sendWithin(patience, message.target, head, message.body))
             return true;
-        if (SteadyClock::now() >= deadline)
+        if (SteadyClock::now() >= deadline || !Pt::waitsForReaders())
             return false;
         TevoroTalkUtils::sleep(static_cast<unsigned int>(kRetry.count()));
     }

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -13,8 +14,47 @@ namespace {
 
 using testing::HasSubstr;
 
+const std::string kPortPrefix = R"(\\.\port\Ned_and_Olaf_)";
+
+// A peer that never accepts, with all of its places taken.
+class FullPort {
+public:
+    FullPort(const std::string& folder, const std::string& name)
+        : m_port(folder, stemOf(folder, kPortPrefix + name), kPortPrefix + name)
+    {
+        do
+            m_places.push_back(std::make_unique<Pt::LocalPortSender>());
+        while (m_places.back()->send(kPortPrefix + name, "text", std::chrono::milliseconds(0)));
+    }
+
+private:
+    static std::string stemOf(const std::string& folder, const std::string& port)
+    {
+        std::set<std::string> before = stems(folder);
+        const auto held = Pt::LocalPort::hold(port);
+        std::set<std::string> after = stems(folder);
+        std::erase_if(after, [&](const std::string& stem) { return before.contains(stem); });
+        return after.empty() ? "" : *after.begin();
+    }
+    static std::set<std::string> stems(const std::string& folder)
+    {
+        std::set<std::string> result;
+        std::error_code missing;
+        for (const auto& entry : std::filesystem::directory_iterator(folder, missing))
+            result.insert(entry.path().stem());
+        return result;
+    }
+
+    RawPort m_port;
+    std::vector<std::unique_ptr<Pt::LocalPortSender>> m_places;
+};
+
 class SendCommandTest : public BusFixture {
 protected:
+    static bool holdsItsName(const PeerProcess& process)
+    {
+        return !Pt::isLocalPortFree(kPortPrefix + busName(process) + "#thread");
+    }
     // Whether it has come that far.
     static bool catchesInterrupts(const PeerProcess& process)
     {
@@ -89,25 +129,35 @@ TEST_F(SendCommandTest, EndsWithOneWhenNoAnswerCame)
     EXPECT_THAT(result.err, HasSubstr("no answer"));
 }
 
-// A peer that never accepts, with all of its places taken.
 TEST_F(SendCommandTest, SaysThatAHolderTakesNoMessages)
 {
-    const std::string name = R"(\\.\port\Ned_and_Olaf_silent-1.0)";
-    auto port = Pt::LocalPort::hold(name);
-    std::string stem;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path("ports")))
-        stem = entry.path().stem();
-    port.reset();
-    const RawPort silent(folder.path("ports"), stem, name);
-    std::vector<std::unique_ptr<Pt::LocalPortSender>> places;
-    do
-        places.push_back(std::make_unique<Pt::LocalPortSender>());
-    while (places.back()->send(name, "text", std::chrono::milliseconds(0)));
+    const FullPort silent(folder.path("ports"), "silent-1.0");
     const auto start = std::chrono::steady_clock::now();
     const CommandResult result = run({"send", "silent-1.0", "text"});
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("'silent-1.0' runs and does not take messages"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(18));
+}
+
+TEST_F(SendCommandTest, EndsAtOnceWhenItIsInterruptedWhileItWaitsForRoom)
+{
+    const FullPort silent(folder.path("ports"), "silent-1.0");
+    const FullPort thread(folder.path("ports"), "silent-1.0#thread");
+    for (const std::vector<std::string>& words :
+        std::vector<std::vector<std::string>>{{"send", "silent-1.0", "text"},
+            {"send", "silent-1.0", "text", "--launch", "--wait", "60"},
+            {"ping", "silent-1.0", "--timeout", "60"}}) {
+        std::vector<std::string> line = words;
+        line.insert(line.begin(), TEVOROTALK);
+        PeerProcess sender(line);
+        while (!catchesInterrupts(sender) || !holdsItsName(sender))
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        // Behind the send, most of the time; before it, it is the same.
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(sender.interrupt(), 130) << words[0];
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << words[0];
+    }
 }
 
 TEST_F(SendCommandTest, ReadsTheBodyFromStandardInput)

@@ -135,3 +135,25 @@ TEST_F(TevoroTalkSlowHolderTest, HoldsUpThoseThatItWatchesForAMomentAndHasCopies
     forward();
     EXPECT_TRUE(watcher.messagePending());
 }
+
+// It is there: a second copy would only find its name taken, and asking would wait once more.
+TEST_F(TevoroTalkSlowHolderTest, IsNotLaunchedASecondTime)
+{
+    const Peer holder = sleeper("sleeper-1.0");
+    const Peer holdersThread = sleeper("sleeper-1.0#thread");
+    start();
+    fillPortOf("sleeper-1.0#thread");
+    const std::string large(30000, 'x');
+    const auto sendAllowingLaunch = [&] {
+        EXPECT_FALSE(send(*self, *request("sleeper-1.0", large, "Error"), true)
+            && self->outgoingMessagePending());
+    };
+    EXPECT_TRUE(becomesSlow([&] {
+        if (!self->outgoingMessagePending())
+            sendAllowingLaunch();
+    }));
+    EXPECT_TRUE(self->outgoingMessagePending());
+    EXPECT_TRUE(inbox.bodies().empty()) << "it was to be launched";
+    EXPECT_EQ(holder->finish(), 0);
+    EXPECT_EQ(holdersThread->finish(), 0);
+}

@@ -27,10 +27,10 @@ SteadyTime deadlineAfter(milliseconds patience)
 bool pauseBefore(SteadyTime deadline)
 {
     constexpr milliseconds kPause{1};
-    const auto left = deadline - steady_clock::now();
-    if (left <= steady_clock::duration::zero())
+    const auto now = steady_clock::now();
+    if (endOfWait(deadline) <= now)
         return false;
-    std::this_thread::sleep_for(std::min<steady_clock::duration>(left, kPause));
+    std::this_thread::sleep_for(std::min<steady_clock::duration>(deadline - now, kPause));
     return true;
 }
 

@@ -1,7 +1,10 @@
 #include "platform/platforms/linux/ports/LocalSocket.h"
 
+#include "platform/common/ports/LocalPort.h"
+
 #include <algorithm>
-#include <climits>
+#include <atomic>
+#include <chrono>
 
 #include <poll.h>
 #include <sys/time.h>
@@ -9,6 +12,15 @@
 namespace Pt {
 
 namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+// A wait in the system ends that soon after the process was told to wait no more.
+constexpr milliseconds kGlance{100};
+
+std::atomic<bool> gWaitsForNobody{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 
 Descriptor checked(Descriptor socket, std::error_code& error)
 {
@@ -24,6 +36,19 @@ int connectOnce(int socket, const LocalPortFolder& folder, const std::string& st
 {
     const LocalAddress address = folder.addressOf(stem + std::string(kSocketEnding));
     return ::connect(socket, address.get(), address.size);
+}
+
+// How long a connect on the socket waits from now on; false when the point has passed.
+bool limitWait(int socket, SteadyTime deadline)
+{
+    using std::chrono::microseconds;
+    const auto now = steady_clock::now();
+    if (endOfWait(deadline) <= now) // none at all would mean for ever
+        return false;
+    const auto left =
+        std::min<microseconds>(std::chrono::ceil<microseconds>(deadline - now), kGlance);
+    const timeval limit = {0, left.count()};
+    return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
 }
 
 } // namespace
@@ -43,28 +68,30 @@ bool isPeerOfThisUser(int socket)
         && peer.uid == ::geteuid();
 }
 
-bool limitWait(int socket, SteadyTime deadline)
+void stopWaitingForReaders()
 {
-    using std::chrono::microseconds;
-    const auto left =
-        std::chrono::ceil<microseconds>(deadline - std::chrono::steady_clock::now()).count();
-    if (left <= 0) // none at all would mean for ever
-        return false;
-    const timeval limit = {left / 1'000'000, left % 1'000'000};
-    return ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0;
+    gWaitsForNobody = true;
+}
+
+bool waitsForReaders()
+{
+    return !gWaitsForNobody;
+}
+
+SteadyTime endOfWait(SteadyTime deadline)
+{
+    return gWaitsForNobody ? SteadyTime::min() : deadline;
 }
 
 bool waitFor(int socket, short events, SteadyTime deadline)
 {
-    using std::chrono::milliseconds;
     for (;;) {
-        const auto left =
-            std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now()).count();
-        if (left <= 0)
+        const auto now = steady_clock::now();
+        if (endOfWait(deadline) <= now)
             return false;
         pollfd question = {socket, events, 0};
-        const int most = static_cast<int>(std::min<decltype(left)>(left, INT_MAX));
-        const int ready = ::poll(&question, 1, most);
+        const auto left = std::chrono::ceil<milliseconds>(deadline - now);
+        const int ready = ::poll(&question, 1, static_cast<int>(std::min(left, kGlance).count()));
         if (ready > 0)
             return true;
         if (ready == -1 && errno != EINTR)

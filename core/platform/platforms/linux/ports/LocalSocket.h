@@ -18,11 +18,12 @@ Descriptor makeLocalSocket(int flags = 0);
 // Whether a process of this user made the other end.
 bool isPeerOfThisUser(int socket);
 
-// How long a connect on the socket may wait from now on; false when the point has passed.
-bool limitWait(int socket, SteadyTime deadline);
+// When a wait up to that point ends: at once after stopWaitingForReaders().
+SteadyTime endOfWait(SteadyTime deadline);
 
 // Waits until poll() reports one of those events, or the end of the other side; false when the
-// point has passed. Any number of threads may wait on one socket.
+// point has passed, or the process waits for nobody any more. Any number of threads may wait on one
+// socket.
 bool waitFor(int socket, short events, SteadyTime deadline);
 
 // Connected to the port with that stem. Not open, with: no_such_file_or_directory or

@@ -127,7 +127,7 @@ Delivery SenderConnection::repeatWhileShort(SteadyTime deadline, Attempt attempt
         // No event is waited for, but the end of the other side always counts as one.
         if (waitFor(m_socket.get(), 0, std::min(deadline, steady_clock::now() + pause)))
             return Delivery::kGone;
-        if (steady_clock::now() >= deadline)
+        if (steady_clock::now() >= endOfWait(deadline))
             return Delivery::kNoRoom;
     }
 }
