@@ -1,0 +1,57 @@
+#include "tevoro/CommandLine.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+namespace tevoro {
+
+namespace {
+
+constexpr char kVersion[] = "tevoro " TEVORO_VERSION;
+
+// The words behind the program's name, the last one first, as the parser wants them; without the
+// bus's own options, which it would read as many short ones.
+std::vector<std::string> takeBusOptions(int argc, char** argv, CommandLine& line)
+{
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        std::string* const value = word == "-specifier" ? &line.name
+            : word == "-instance"                       ? &line.instance
+                                                        : nullptr;
+        if (value != nullptr && i + 1 < argc)
+            *value = argv[++i];
+        else if (word != "-nostartupscreen") // there is none
+            words.push_back(word);
+    }
+    std::ranges::reverse(words);
+    return words;
+}
+
+} // namespace
+
+std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
+{
+    CommandLine line;
+    std::vector<std::string> words = takeBusOptions(argc, argv, line);
+    CLI::App app("The browser: takes scripts from the message bus and answers them.", kProgram);
+    app.set_version_flag("-V,--version", kVersion);
+    app.add_flag("--headless", line.headless, "Without a window; print a line for each script");
+    app.add_option("--as", line.name, "The name to hold on the bus; tevoro-2.0 by default");
+    app.footer("It also takes the bus's own options: -specifier NAME, -instance NUMBER,\n"
+               "-nostartupscreen.\n"
+               "Exit codes: 0 done; 2 wrong usage; 4 standard output cannot be written;\n"
+               "5 the bus cannot be used; 130 ended by a signal.");
+    try {
+        app.parse(words);
+    } catch (const CLI::ParseError& error) {
+        // Help and version come as exceptions as well, with a code of 0.
+        code = app.exit(error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
+        return std::nullopt;
+    }
+    return line;
+}
+
+} // namespace tevoro

@@ -1,0 +1,45 @@
+// The program tevoro: the browser that shows the result of a download.
+
+#include "commandline/Output.h"
+#include "platform/common/services/ProgramEnvironment.h"
+#include "tevoro/Application.h"
+#include "tevoro/CommandLine.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+using tevoro::ExitCode;
+
+ExitCode runReporting(const tevoro::CommandLine& line)
+{
+    try {
+        tevoro::Application application(line);
+        std::fprintf(stderr, "on the bus as %s\n", application.name().c_str());
+        return application.run();
+    } catch (const commandline::CommandError& error) {
+        commandline::printMessage(tevoro::kProgram, error.what());
+        return error.code();
+    } catch (const std::exception& error) {
+        commandline::printMessage(
+            tevoro::kProgram, std::string("it cannot go on: ") + error.what());
+        return ExitCode::kSystemPart;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Pt::noteInterrupts();
+    auto code = ExitCode::kDone;
+    if (const auto line = tevoro::readCommandLine(argc, argv, code))
+        code = runReporting(*line);
+    if (const std::error_code error = commandline::lostOutput(); error) {
+        commandline::printMessage(
+            tevoro::kProgram, "standard output cannot be written: " + error.message());
+        code = ExitCode::kPlaceUnusable;
+    }
+    return static_cast<int>(code);
+}
