@@ -85,7 +85,7 @@ Application::Application(const CommandLine& line)
     m_bus.reset();
     TevoroTalk::InitTerm::exit();
     throw CommandError(ExitCode::kSystemPart,
-        "the name '" + asked
+        "the name '" + name
             + "' cannot be held: it and its instances 1 to 8 are taken, or the"
               " folder of the bus cannot be used");
 }
