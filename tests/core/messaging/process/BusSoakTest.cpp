@@ -99,6 +99,7 @@ protected:
     std::map<int, Peer> m_peers;
     SoakEvents m_events;
     std::map<std::string, long> m_done;
+    int m_processes = 0; // started so far
     long m_end = 0;
     long m_longestAbsence = 0;
     const long m_seed = fromEnvironment("BUS_SOAK_SEED", std::random_device()() % 1'000'000);
@@ -110,13 +111,14 @@ void BusSoakTest::start(int number)
     Peer& peer = m_peers[number];
     peer = Peer();
     peer.life.number = number;
+    peer.life.process = ++m_processes;
     peer.life.start = now();
     peer.process = std::make_unique<PeerProcess>(std::vector<std::string>{SOAK_PEER,
         std::to_string(number),
         std::to_string(kPeers),
         recordOf(number),
-        std::to_string(m_random())});
-    peer.life.process = peer.process->id();
+        std::to_string(m_random()),
+        std::to_string(peer.life.process)});
     ASSERT_EQ(peer.process->line(), "ready");
     peer.life.ready = now();
 }
@@ -126,7 +128,7 @@ void BusSoakTest::kill(int number)
     ++m_done["kills"];
     Peer& peer = m_peers[number];
     siginfo_t ended = {};
-    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(peer.life.process), &ended, kLook), 0);
+    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(peer.process->id()), &ended, kLook), 0);
     peer.life.ending = now();
     peer.process->kill();
     EXPECT_EQ(ended.si_pid, 0) << "a peer has ended by itself: " << peer.process->errors();
@@ -167,7 +169,7 @@ void BusSoakTest::stop(int number)
     const double seconds = draw(6) == 0 ? 10 + 5 * share : 0.1 * std::pow(150.0, share);
     peer.stopped = now();
     peer.goesOn = peer.stopped + static_cast<long>(seconds * kSecond);
-    EXPECT_EQ(::kill(peer.life.process, SIGSTOP), 0);
+    EXPECT_EQ(::kill(peer.process->id(), SIGSTOP), 0);
 }
 
 void BusSoakTest::goOn(int number)
@@ -175,7 +177,7 @@ void BusSoakTest::goOn(int number)
     Peer& peer = m_peers[number];
     if (peer.stopped == 0)
         return;
-    EXPECT_EQ(::kill(peer.life.process, SIGCONT), 0);
+    EXPECT_EQ(::kill(peer.process->id(), SIGCONT), 0);
     peer.wentOn = now();
     m_events.stops[number].push_back({peer.stopped, peer.wentOn});
     peer.stopped = 0;
@@ -202,7 +204,7 @@ std::vector<std::filesystem::path> BusSoakTest::locksOf(int number) const
         pid_t process = 0;
         const bool isLock = entry.path().extension() == ".lock";
         if (isLock && std::ifstream(entry.path()) >> process
-            && process == m_peers.at(number).life.process)
+            && process == m_peers.at(number).process->id())
             locks.push_back(entry.path());
     }
     return locks;

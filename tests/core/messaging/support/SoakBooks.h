@@ -14,8 +14,6 @@
 #include <utility>
 #include <vector>
 
-#include <sys/types.h>
-
 namespace test {
 
 constexpr long kSecond = 1'000'000'000;
@@ -32,7 +30,7 @@ struct SoakSpan {
 // One process between its start and its end.
 struct SoakLife {
     int number = 0;
-    pid_t process = 0;
+    int process = 0; // its number among all of the soak
     long start = 0;
     long ready = 0;
     long ending = 0; // from here on it may have left
@@ -59,7 +57,7 @@ public:
     const std::vector<std::string>& faults() const { return m_faults; }
 
 private:
-    using Process = std::pair<int, pid_t>; // ids are used again, but hardly by the same peer
+    using Process = std::pair<int, int>; // the peer's number, and the process's
     enum Answer { kResult, kError, kTimeout, kProcessed, kPong, kAnswers };
     enum class State { kUnknown, kDelivered, kRefused };
 
@@ -73,7 +71,7 @@ private:
         long settled = 0; // when send returned
         State state = State::kUnknown;
         int handled = 0;
-        pid_t handler = 0;
+        int handler = 0;
         long handledTime = 0;
         std::array<int, kAnswers> answers = {};
         std::array<long, kAnswers> answerTimes = {};
@@ -81,7 +79,7 @@ private:
     struct Handled {
         std::string id;
         int number = 0;
-        pid_t process = 0;
+        int process = 0;
         long time = 0;
     };
     struct Id {

@@ -9,8 +9,10 @@
 //   P PROCESS FROM TO             that process did nothing meanwhile: stopped, or waiting
 //   B PROCESS FROM TO             it had something to read or to do all the while
 //
-// Usage: SoakPeer NUMBER PEERS RECORD SEED. Reads lines: "flood NUMBER" has it send some thousands
-// of messages to that one without a pause, "no more" has it only answer, "end" ends it.
+// PROCESS is a number that no other process of the soak has; the system's are used again.
+//
+// Usage: SoakPeer NUMBER PEERS RECORD SEED PROCESS. Reads lines: "flood NUMBER" has it send some
+// thousands of messages to that one without a pause, "no more" has it only answer, "end" ends it.
 #include "core/messaging/support/SoakBooks.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
@@ -38,6 +40,8 @@ std::string nameOf(int number)
 {
     return "soak" + std::to_string(number) + "x-1.0";
 }
+
+unsigned int gProcess = 0;
 
 constexpr long kMillisecond = test::kSecond / 1000;
 
@@ -83,7 +87,7 @@ private:
     {
         constexpr long kShort = test::kSecond / 4;
         if (to - from > kShort)
-            append(step + (" " + std::to_string(::getpid())) + " " + std::to_string(from) + " "
+            append(step + (" " + std::to_string(gProcess)) + " " + std::to_string(from) + " "
                 + std::to_string(to));
     }
 
@@ -119,7 +123,7 @@ public:
             m_record.write("A " + id + " ping");
         if (reason != kRequest)
             return 0; // a late answer to a question that was given up
-        m_record.write("H " + id + " " + std::to_string(::getpid()));
+        m_record.write("H " + id + " " + std::to_string(gProcess));
         if (result != nullptr)
             *result = id.c_str();
         return 0;
@@ -216,7 +220,7 @@ private:
 
     bool send(int target, Kind kind, std::size_t padding, int flood)
     {
-        const std::string id = std::to_string(m_number) + "." + std::to_string(::getpid()) + "."
+        const std::string id = std::to_string(m_number) + "." + std::to_string(gProcess) + "."
             + std::to_string(++m_count);
         m_record.write("S " + id + " " + std::to_string(target) + " "
             + std::to_string(static_cast<int>(kind)) + " " + std::to_string(flood));
@@ -238,7 +242,7 @@ private:
     std::uint32_t nextSerialNumber()
     {
         constexpr std::uint32_t kProcesses = 4000;
-        return (static_cast<std::uint32_t>(::getpid()) % kProcesses << 20) + m_count;
+        return (gProcess % kProcesses << 20) + m_count;
     }
 
     void fill(TevoroTalk::Message& message, int target, Kind kind)
@@ -318,8 +322,9 @@ void obey(Soaker& soaker)
 int main(int argc, char** argv)
 {
     // Also when it is stopped, and nobody is left to have it go on.
-    if (argc != 5 || ::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0)
+    if (argc != 6 || ::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0)
         return 2;
+    gProcess = static_cast<unsigned int>(std::strtoul(argv[5], nullptr, 10));
     Soaker soaker(std::atoi(argv[1]),
         std::atoi(argv[2]),
         argv[3],
