@@ -123,6 +123,7 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     CLI::App app("Looks at the message bus of this user, and speaks on it.", "tevorotalk");
     app.set_version_flag("-V,--version", kVersion);
     app.require_subcommand(1);
+    addJson(*add(app, line, Command::kApps, "apps", "List the registered applications"), line);
     addJson(
         *add(app, line, Command::kPorts, "ports", "List the names that are held on the bus"), line);
     addPing(app, line);

@@ -12,7 +12,7 @@ namespace tevorotalk {
 using commandline::CommandError;
 using commandline::ExitCode;
 
-enum class Command { kPorts, kPing, kSend, kListen, kMonitor, kInfo };
+enum class Command { kApps, kPorts, kPing, kSend, kListen, kMonitor, kInfo };
 
 struct CommandLine {
     Command command = Command::kPorts;

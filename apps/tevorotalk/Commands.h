@@ -6,6 +6,7 @@
 
 namespace tevorotalk {
 
+ExitCode runApps(const CommandLine& line);
 ExitCode runPorts(const CommandLine& line);
 ExitCode runPing(const CommandLine& line);
 ExitCode runSend(const CommandLine& line);

@@ -15,6 +15,8 @@ using tevorotalk::ExitCode;
 ExitCode run(const tevorotalk::CommandLine& line)
 {
     switch (line.command) {
+    case tevorotalk::Command::kApps:
+        return tevorotalk::runApps(line);
     case tevorotalk::Command::kPorts:
         return tevorotalk::runPorts(line);
     case tevorotalk::Command::kPing:

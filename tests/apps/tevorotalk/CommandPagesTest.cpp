@@ -12,7 +12,8 @@ using Words = std::set<std::string>;
 
 class CommandPagesTest : public BusFixture {
 protected:
-    const std::vector<std::string> commands{"ports", "ping", "send", "listen", "monitor", "info"};
+    const std::vector<std::string> commands{
+        "apps", "ports", "ping", "send", "listen", "monitor", "info"};
 
     static Words longOptionsIn(const std::string& text)
     {

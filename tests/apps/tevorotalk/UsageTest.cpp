@@ -15,7 +15,7 @@ TEST_F(UsageTest, ExplainsItselfAndItsCommands)
 {
     EXPECT_THAT(run({"--help"}).out, HasSubstr("monitor"));
     EXPECT_EQ(run({"--help"}).code, 0);
-    for (const char* command : {"ports", "ping", "send", "listen", "monitor", "info"})
+    for (const char* command : {"apps", "ports", "ping", "send", "listen", "monitor", "info"})
         EXPECT_EQ(run({command, "--help"}).code, 0) << command;
     EXPECT_THAT(run({"--version"}).out, HasSubstr("tevorotalk "));
 }
