@@ -61,7 +61,14 @@ StoreProblem SqliteError::problem() const
 
 bool SqliteError::isUnopened() const
 {
-    return (m_code & 0xff) == SQLITE_CANTOPEN || (m_code & 0xff) == SQLITE_READONLY;
+    return (m_code & 0xff) == SQLITE_CANTOPEN || (m_code & 0xff) == SQLITE_READONLY
+        || hasNoSharedMemory();
+}
+
+bool SqliteError::hasNoSharedMemory() const
+{
+    return m_code == SQLITE_IOERR_SHMOPEN || m_code == SQLITE_IOERR_SHMSIZE
+        || m_code == SQLITE_IOERR_SHMLOCK || m_code == SQLITE_IOERR_SHMMAP;
 }
 
 void SqliteStatement::Finalize::operator()(sqlite3_stmt* statement) const

@@ -30,6 +30,7 @@ public:
     StoreProblem problem() const;
     // The database could not be opened at all: for want of permission or of shared memory.
     bool isUnopened() const;
+    bool hasNoSharedMemory() const;
 
 private:
     int m_code;

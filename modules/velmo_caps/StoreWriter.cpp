@@ -59,15 +59,21 @@ StoreWriter::StoreWriter(StorePlace place, const std::function<void(const std::s
 void StoreWriter::open()
 {
     asStoreError(m_place.path, [this] {
-        m_database.emplace(m_place.path,
-            m_place.kind == StoreKind::kNamed ? SqliteConnection::Opening::kMake
-                                              : SqliteConnection::Opening::kExisting);
-        m_database->setPatience(kCapsPatience * kMillisecondsPerSecond);
+        connect();
+        leadBackWithoutSharedMemory([this] { m_database->number("PRAGMA user_version"); });
         check();
         // Before the journal: what is foreign or newer stays as it is to the last byte.
         migrate(*m_database, m_place.path);
-        chooseJournal();
+        leadBackWithoutSharedMemory([this] { chooseJournal(); });
     });
+}
+
+void StoreWriter::connect()
+{
+    m_database.emplace(m_place.path,
+        m_place.kind == StoreKind::kNamed ? SqliteConnection::Opening::kMake
+                                          : SqliteConnection::Opening::kExisting);
+    m_database->setPatience(kCapsPatience * kMillisecondsPerSecond);
 }
 
 void StoreWriter::check()
@@ -87,18 +93,28 @@ void StoreWriter::chooseJournal()
         return;
     try {
         m_database->run("PRAGMA journal_mode = WAL");
-        m_database->number("SELECT counter FROM change");
+        m_database->number("SELECT counter FROM change"); // tries it
     } catch (const SqliteError& error) {
-        // Somebody reads just now: it stays as it is until the next time.
-        if (error.problem() == StoreProblem::kLocked)
-            return;
-        // The file system has no shared memory: alone with the file, it can be led back.
-        m_database.emplace(m_place.path, SqliteConnection::Opening::kExisting);
-        m_database->setPatience(kCapsPatience * kMillisecondsPerSecond);
+        // Somebody reads just now: the journal stays as it is until the next time.
+        if (error.problem() != StoreProblem::kLocked)
+            throw;
+    }
+}
+
+// Some file systems have no shared memory for the user's journal mode: alone with the file, the
+// store can be led back to the mode that needs none.
+template <typename Work>
+void StoreWriter::leadBackWithoutSharedMemory(Work work)
+{
+    try {
+        work();
+    } catch (const SqliteError& error) {
+        if (!error.hasNoSharedMemory())
+            throw;
+        connect();
         m_database->run("PRAGMA locking_mode = EXCLUSIVE");
         m_database->run("PRAGMA journal_mode = DELETE");
-        m_database->run("PRAGMA locking_mode = NORMAL");
-        m_database->number("SELECT counter FROM change"); // lets the lock go
+        connect(); // lets the lock go
     }
 }
 

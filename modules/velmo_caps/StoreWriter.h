@@ -63,6 +63,9 @@ public:
 
 private:
     void open();
+    void connect();
+    template <typename Work>
+    void leadBackWithoutSharedMemory(Work work);
     void check();
     void chooseJournal();
 
