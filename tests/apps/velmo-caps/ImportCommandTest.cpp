@@ -1,5 +1,6 @@
 // Documents into the store and out of it again.
 #include "apps/velmo-caps/StoreCommand.h"
+#include "velmo_caps/CurrentStores.h"
 
 namespace test {
 namespace {
@@ -97,6 +98,15 @@ TEST_F(ImportCommandTest, APayloadWithAnIdJoinsALocationToItsCodes)
                                  "</Payload></Configuration>";
     done({"import", folder.write("p.xml", document)});
     EXPECT_EQ(list(), "");
+    velmo_caps::CurrentStores stores;
+    const auto view = stores.view();
+    const auto* const location = view->find({velmo_caps::Face::kCaps, 4, "{A}"});
+    const auto* const codes = view->find({velmo_caps::Face::kPcd, 1, "{A}"});
+    ASSERT_NE(location, nullptr);
+    ASSERT_NE(codes, nullptr);
+    EXPECT_EQ(location->collection, "S");
+    EXPECT_EQ(*location->find("QMTConfigPath"), "/opt/a/b/c/d/e/f.xml");
+    EXPECT_EQ(*codes->find("TevoroTalkCode"), "/velmo/tevorotalk/a-1.0");
 }
 
 TEST_F(ImportCommandTest, TellsOfAFileThatIsNotThereOrIsNone)
