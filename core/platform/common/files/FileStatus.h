@@ -21,6 +21,7 @@ struct FileStatus {
     std::int64_t modified = 0; // content, nanoseconds since 1970
     std::int64_t changed = 0; // content, name or rights, nanoseconds since 1970
     std::uint32_t mode = 0; // permission bits, without the kind
+    std::uint32_t owner = 0; // user id
     Kind kind = Kind::kOther;
 
     friend bool operator==(const FileStatus&, const FileStatus&) = default;

@@ -15,6 +15,9 @@ bool pathExists(const std::string& path);
 // Creates one folder in an existing one, with this mode less the process's mask.
 std::error_code makeFolder(const std::string& path, unsigned int mode);
 
+// Sets the permission bits, whatever the process's mask is. Follows links.
+std::error_code setMode(const std::string& path, unsigned int mode);
+
 // Removes an empty folder.
 std::error_code removeFolder(const std::string& path);
 

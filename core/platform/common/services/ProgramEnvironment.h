@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -13,6 +14,9 @@ namespace Pt {
 std::string programFolder();
 
 long processId();
+
+// The user id that the system checks this process's rights by; 0 is root.
+std::uint32_t effectiveUser();
 
 // A variable of the environment, as it stands now; nothing where it is not set.
 std::optional<std::string> environmentVariable(const char* name);

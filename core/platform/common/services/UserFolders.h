@@ -26,6 +26,10 @@ std::string userApplicationData();
 // XDG_CONFIG_HOME, else ~/.config.
 std::string userConfigFolder();
 
+// The first of XDG_DATA_DIRS (/usr/local/share where that is not set): where what is new for the
+// whole machine goes. Empty where the variable names no absolute folder.
+std::string machineApplicationData();
+
 // relative below the first of XDG_DATA_DIRS (/usr/local/share and /usr/share where that is not set)
 // that holds it as a file.
 std::optional<std::string> machineApplicationDataFile(const std::string& relative);

@@ -40,6 +40,7 @@ FileStatus statusFrom(const struct stat& found)
     status.modified = nanoseconds(found.st_mtim);
     status.changed = nanoseconds(found.st_ctim);
     status.mode = found.st_mode & static_cast<mode_t>(~S_IFMT);
+    status.owner = found.st_uid;
     status.kind = kindOf(found.st_mode);
     return status;
 }

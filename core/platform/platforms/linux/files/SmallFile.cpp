@@ -26,6 +26,11 @@ std::error_code makeFolder(const std::string& path, unsigned int mode)
     return resultOf(::mkdir(path.c_str(), mode));
 }
 
+std::error_code setMode(const std::string& path, unsigned int mode)
+{
+    return resultOf(::chmod(path.c_str(), mode));
+}
+
 std::error_code removeFolder(const std::string& path)
 {
     return resultOf(::rmdir(path.c_str()));

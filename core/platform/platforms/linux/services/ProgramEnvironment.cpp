@@ -55,6 +55,11 @@ void setEnvironmentVariable(const char* name, const std::string& value)
     ::setenv(name, value.c_str(), 1);
 }
 
+std::uint32_t effectiveUser()
+{
+    return ::geteuid();
+}
+
 long processId()
 {
     return ::getpid();

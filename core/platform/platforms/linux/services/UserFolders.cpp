@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdlib>
 #include <string_view>
+#include <vector>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -111,6 +112,22 @@ std::string userFolderFromList(std::string_view name)
     return folder;
 }
 
+// XDG_DATA_DIRS, without the relative ones: they are to be ignored, by the same rules that name the
+// folders for a variable that is not set.
+std::vector<std::string> machineDataFolders()
+{
+    const char* const value = std::getenv("XDG_DATA_DIRS");
+    std::string_view folders = value && *value ? value : "/usr/local/share:/usr/share";
+    std::vector<std::string> result;
+    while (!folders.empty()) {
+        const std::string folder(folders.substr(0, folders.find(':')));
+        folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
+        if (isAbsolute(folder))
+            result.push_back(withoutSlashAtEnd(folder));
+    }
+    return result;
+}
+
 } // namespace
 
 std::string homeFolder()
@@ -136,19 +153,17 @@ std::string userConfigFolder()
     return fromEnvironmentOrHome("XDG_CONFIG_HOME", ".config");
 }
 
+std::string machineApplicationData()
+{
+    const auto folders = machineDataFolders();
+    return folders.empty() ? std::string() : folders.front();
+}
+
 std::optional<std::string> machineApplicationDataFile(const std::string& relative)
 {
-    const char* const value = std::getenv("XDG_DATA_DIRS");
-    // What the desktop's rules say where the variable is not set.
-    std::string_view folders = value && *value ? value : "/usr/local/share:/usr/share";
-    while (!folders.empty()) {
-        const std::string folder(folders.substr(0, folders.find(':')));
-        folders.remove_prefix(std::min(folder.size() + 1, folders.size()));
-        const std::string file = joined(withoutSlashAtEnd(folder), relative);
-        // Relative folders are to be ignored, by the same rules.
-        if (isAbsolute(folder) && hasType(file, S_IFREG))
+    for (const std::string& folder : machineDataFolders())
+        if (std::string file = joined(folder, relative); hasType(file, S_IFREG))
             return file;
-    }
     return std::nullopt;
 }
 

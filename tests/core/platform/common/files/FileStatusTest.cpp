@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Pt {
 namespace {
@@ -40,6 +41,15 @@ TEST_F(FileStatusTest, TellsSizeModeAndTimesToTheNanosecond)
     EXPECT_EQ(status.mode, 0640U);
     EXPECT_EQ(status.modified, 1'600'000'000'123'456'789);
     EXPECT_GT(status.changed, status.modified); // that of the call above
+}
+
+TEST_F(FileStatusTest, TellsTheOwner)
+{
+    std::ofstream(path("a")) << "";
+    EXPECT_EQ(statusOf("a").owner, ::geteuid());
+    if (::chown(path("a").c_str(), 65534, 65534) != 0)
+        GTEST_SKIP() << "this user may not give a file away";
+    EXPECT_EQ(statusOf("a").owner, 65534U);
 }
 
 TEST_F(FileStatusTest, TellsTimesBefore1970)

@@ -37,6 +37,15 @@ TEST(ProgramEnvironmentTest, KnowsWhereTheProgramLies)
     EXPECT_EQ(Pt::programFolder(), std::filesystem::canonical(Pt::programFolder()));
 }
 
+TEST(ProgramEnvironmentTest, TellsTheUserWhoseRightsItHas)
+{
+    EXPECT_EQ(Pt::effectiveUser(), ::geteuid());
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can become somebody else";
+    EXPECT_EQ(
+        endOf([] { return ::seteuid(65534) == 0 && Pt::effectiveUser() == 65534U ? 1 : 0; }), 1);
+}
+
 TEST(ProgramEnvironmentTest, TellsTheProcessItRunsIn)
 {
     EXPECT_EQ(Pt::processId(), ::getpid());

@@ -174,3 +174,12 @@ TEST_F(UserFoldersTest, FallsBackToTheSystemsRuntimeFolderWhereThatIsThere)
     const std::string folder = "/run/user/" + std::to_string(::getuid());
     EXPECT_EQ(Pt::runtimeFolder(), fs::is_directory(folder) ? std::optional(folder) : std::nullopt);
 }
+
+TEST_F(UserFoldersTest, WhatIsNewForTheMachineGoesIntoTheFirstAbsoluteFolder)
+{
+    EXPECT_EQ(Pt::machineApplicationData(), "/usr/local/share");
+    m_environment.set("XDG_DATA_DIRS", "relative:/first/:/second");
+    EXPECT_EQ(Pt::machineApplicationData(), "/first");
+    m_environment.set("XDG_DATA_DIRS", "relative");
+    EXPECT_EQ(Pt::machineApplicationData(), "");
+}

@@ -1,0 +1,71 @@
+#include "commandline/JsonLine.h"
+#include "velmo-caps/ChosenStores.h"
+#include "velmo-caps/Commands.h"
+#include "velmo-caps/StoreNames.h"
+
+namespace velmo_caps_cli {
+
+namespace {
+
+using commandline::Json;
+
+const char* originOf(const ViewSubdomain& subdomain)
+{
+    if (subdomain.isOfMachine && subdomain.isOfUser)
+        return "both";
+    return subdomain.isOfMachine ? "machine" : "user";
+}
+
+Json objectOf(const std::string& specifier, const ViewSubdomain& subdomain)
+{
+    const std::string* const path = subdomain.find("Path");
+    Json values = Json::object();
+    for (const velmo_caps::ViewEntry& each : subdomain.entries)
+        values[Pt::displayName(each.key)] = Pt::displayName(each.value);
+    return {{"specifier", Pt::displayName(specifier)},
+        {"path", path == nullptr ? Json() : Json(Pt::displayName(*path))},
+        {"store", originOf(subdomain)},
+        {"values", values}};
+}
+
+void print(const std::string& specifier, const ViewSubdomain& subdomain, bool json)
+{
+    const std::string* const path = subdomain.find("Path");
+    if (json)
+        commandline::printJson(objectOf(specifier, subdomain));
+    else
+        commandline::printLine(
+            Pt::terminalText(specifier) + '\t' + (path == nullptr ? "" : Pt::terminalText(*path)));
+}
+
+} // namespace
+
+ExitCode runList(const CommandLine& line)
+{
+    ChosenStores stores(line);
+    for (const ViewSubdomain& each : stores.view().subdomains())
+        if (const auto specifier = applicationIn(each.name))
+            print(*specifier, each, line.json);
+    return stores.told();
+}
+
+ExitCode runGroups(const CommandLine& line)
+{
+    ChosenStores stores(line);
+    for (const GroupEntry& each : groupEntries(stores.view())) {
+        const std::string entry = Pt::displayName(each.entry);
+        const std::size_t first = std::min(entry.find('/'), entry.size());
+        const std::size_t second = std::min(entry.find('/', first + 1), entry.size());
+        if (line.json)
+            commandline::printJson({{"group", entry.substr(0, first)},
+                {"version",
+                    second > first ? entry.substr(first + 1, second - first - 1) : std::string()},
+                {"specifier", second < entry.size() ? entry.substr(second + 1) : std::string()},
+                {"store", originOf(*each.subdomain)}});
+        else
+            commandline::printLine(Pt::terminalText(each.entry));
+    }
+    return stores.told();
+}
+
+} // namespace velmo_caps_cli

@@ -1,0 +1,43 @@
+// How applications, groups and payloads are called in the store, and which keys an application has.
+// Free functions; any thread. What is no name is thrown as a CommandError for wrong usage.
+#pragma once
+
+#include "velmo_caps/StoreView.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmo_caps_cli {
+
+inline constexpr std::string_view kApplications = "/velmo/tevorotalk/";
+inline constexpr std::string_view kGroups = "/velmo/tevorotalk/groups";
+inline constexpr std::int32_t kDomain = 1; // of all that the bus reads
+
+// The keys of an application, in the order in which documents have them.
+const std::vector<std::string>& applicationKeys();
+bool isSwitch(std::string_view key); // "true", or off
+
+// In lower case, as it is stored; checked by the bus's own rules.
+std::string specifierOf(const std::string& text);
+
+velmo_caps::SubdomainName applicationNamed(const std::string& specifier);
+// The specifier of an application's subdomain; nothing for another one.
+std::optional<std::string> applicationIn(const velmo_caps::SubdomainName& subdomain);
+
+// GROUP/VERSION/SPECIFIER, in lower case.
+std::string groupEntryOf(const std::string& text);
+velmo_caps::SubdomainName groupsSubdomain();
+std::string groupKey(const std::string& entry);
+std::string groupValue(const std::string& entry);
+
+struct GroupEntry {
+    const velmo_caps::ViewSubdomain* subdomain = nullptr; // of the view
+    std::string key;
+    std::string entry; // GROUP/VERSION/SPECIFIER
+};
+// As the bus reads them, in order.
+std::vector<GroupEntry> groupEntries(const velmo_caps::StoreView& view);
+
+} // namespace velmo_caps_cli

@@ -1,0 +1,152 @@
+// Documents into the store and out of it again.
+#include "apps/velmo-caps/StoreCommand.h"
+#include "velmo_caps/CurrentStores.h"
+
+namespace test {
+namespace {
+
+using testing::HasSubstr;
+
+class ImportCommandTest : public StoreCommand {
+protected:
+    static Json valuesOf(std::size_t place = 0)
+    {
+        return run({"list", "--json"}).objects().at(place)["values"];
+    }
+};
+
+TEST_F(ImportCommandTest, WhatIsExportedComesBackAsItWas)
+{
+    const std::string odd = "\"<a> & </Data>\n\r\tb\xC3\xA4\x01 ]]> '";
+    done({"add",
+        "a-1.0",
+        "--path",
+        "/bin/true",
+        "--set",
+        "DisplayName=" + odd,
+        "--set",
+        "TevoroTalkVersion=1.0",
+        "--set",
+        "IsShellTool=true"});
+    const Json before = valuesOf();
+    const std::string document = run({"export", "a-1.0"}).out;
+    EXPECT_THAT(document, HasSubstr("<Configuration escaped=\"true\">"));
+    EXPECT_THAT(document, HasSubstr("<Data key=\"TevoroTalkVersion\">1.0</Data>"));
+    done({"remove", "a-1.0"});
+    done({"import", folder.write("a.xml", document)});
+    EXPECT_EQ(valuesOf(), before);
+    EXPECT_EQ(run({"export", "a-1.0"}).out, document);
+}
+
+TEST_F(ImportCommandTest, ADocumentWithoutTheMarkIsTakenAsItStands)
+{
+    const std::string document =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Configuration>\n\t<Payload>\n"
+        "\t\t<Data key=\"TevoroTalkCode\">/velmo/tevorotalk/a-1.0</Data>\n\t</Payload>\n\n"
+        "\t<Other velmoCode=\"/velmo/tevorotalk/a-1.0\">\n"
+        "\t\t<Data key=\"Specifier\">a-1.0</Data>\n"
+        "\t\t<Data key=\"DisplayName\">a < b &amp; \"c\" </Data> d</Data>\n"
+        "\t</Other>\n</Configuration>\n";
+    done({"import", folder.write("a.xml", document)});
+    EXPECT_EQ(valuesOf()["DisplayName"], "a < b &amp; \"c\" </Data> d");
+}
+
+TEST_F(ImportCommandTest, GroupsComeTogetherWhateverTheirNumbersAre)
+{
+    done({"group-add", "nx/3/a-1.0"});
+    const std::string document = run({"export", "groups"}).out;
+    EXPECT_THAT(
+        document, HasSubstr("<Data key=\"Group000\">/velmo/tevorotalk/groups/nx/3/a-1.0</Data>"));
+    done({"group-remove", "nx/3/a-1.0"});
+    done({"group-add", "nx/3/b-1.0"});
+    done({"import", folder.write("groups.xml", document)});
+    done({"import", folder.write("groups.xml", document)});
+    EXPECT_EQ(run({"groups"}).out, "nx/3/b-1.0\nnx/3/a-1.0\n");
+}
+
+TEST_F(ImportCommandTest, ABadDocumentNamesItsLineAndNothingIsImported)
+{
+    done({"add", "a-1.0", "--path", "/bin/true"});
+    const std::string begin = "<Configuration escaped=\"true\">\n"
+                              "<Other velmoCode=\"/velmo/tevorotalk/b-1.0\">\n"
+                              "<Data key=\"Path\">/b</Data>\n</Other>\n";
+    const std::vector<std::pair<std::string, std::string>> rows{{"", ":1:"},
+        {"hello", ":1:"},
+        {begin, ":5:"},
+        {begin + "<Other velmoCode=\"/elsewhere/c\">\n</Other></Configuration>", ":5:"},
+        {begin + "<Other velmoCode=\"/velmo/tevorotalk/c/d\"/></Configuration>", ":5:"},
+        {begin + "<Other velmoCode=\"/velmo/tevorotalk/c-1\">\n<Data key=\"a\">&x;</Data>", ":6:"},
+        {begin + "<Payload id=\"A\"/></Configuration>", ":5:"},
+        {begin + "</Configuration>more", ":5:"},
+        {begin
+                + "<Other velmoCode=\"/velmo/tevorotalk/groups\">\n<Data "
+                  "key=\"Group000\">nx</Data></Other></Configuration>",
+            ":6:"}};
+    for (const auto& [document, line] : rows) {
+        const CommandResult result = run({"import", folder.write("bad.xml", document)});
+        EXPECT_EQ(result.code, 4) << document;
+        EXPECT_THAT(result.err, HasSubstr("bad.xml" + line)) << document;
+        EXPECT_EQ(list(), "a-1.0\t/bin/true\n") << document;
+    }
+}
+
+TEST_F(ImportCommandTest, APayloadWithAnIdJoinsALocationToItsCodes)
+{
+    const std::string document = "<Configuration escaped='true'><Payload id='{A}' collection='S'>"
+                                 "<Data key='QMTConfigPath'>/opt/a/b/c/d/e/f.xml</Data>"
+                                 "<Data key='TevoroTalkCode'>/velmo/tevorotalk/a-1.0</Data>"
+                                 "</Payload></Configuration>";
+    done({"import", folder.write("p.xml", document)});
+    EXPECT_EQ(list(), "");
+    velmo_caps::CurrentStores stores;
+    const auto view = stores.view();
+    const auto* const location = view->find({velmo_caps::Face::kCaps, 4, "{A}"});
+    const auto* const codes = view->find({velmo_caps::Face::kPcd, 1, "{A}"});
+    ASSERT_NE(location, nullptr);
+    ASSERT_NE(codes, nullptr);
+    EXPECT_EQ(location->collection, "S");
+    EXPECT_EQ(*location->find("QMTConfigPath"), "/opt/a/b/c/d/e/f.xml");
+    EXPECT_EQ(*codes->find("TevoroTalkCode"), "/velmo/tevorotalk/a-1.0");
+}
+
+TEST_F(ImportCommandTest, TellsOfAFileThatIsNotThereOrIsNone)
+{
+    EXPECT_EQ(run({"import", folder.path("none.xml")}).code, 3);
+    EXPECT_EQ(run({"import", folder.path()}).code, 4);
+}
+
+TEST_F(ImportCommandTest, ReadsStandardInput)
+{
+    done({"add", "a-1.0", "--path", "/bin/true"});
+    const std::string document = run({"export", "a-1.0"}).out;
+    done({"remove", "a-1.0"});
+    EXPECT_EQ(run({"import", "-"}, document).code, 0);
+    EXPECT_EQ(list(), "a-1.0\t/bin/true\n");
+}
+
+// Ten thousand applications: every command below a second, though instrumented code takes longer.
+TEST_F(ImportCommandTest, TakesTenThousandApplicationsAtOnce)
+{
+    std::string document = "<Configuration escaped=\"true\">\n";
+    for (int number = 0; number < 10000; ++number) {
+        const std::string name = "app" + std::to_string(number) + "-1.0";
+        document += "<Other velmoCode=\"/velmo/tevorotalk/" + name + "\"><Data key=\"Specifier\">"
+            + name + "</Data><Data key=\"Path\">/bin/true</Data></Other>\n";
+    }
+    done({"import", folder.write("many.xml", document + "</Configuration>\n")});
+    const std::string all = list();
+    EXPECT_EQ(std::count(all.begin(), all.end(), '\n'), 10000);
+    done({"remove", "app5000-1.0"});
+    EXPECT_EQ(run({"export", "app9999-1.0"}).code, 0);
+}
+
+TEST_F(ImportCommandTest, ExportsNothingForWhatIsNotThere)
+{
+    const CommandResult result = run({"export", "a-1.0"});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(run({"export", "groups"}).code, 0);
+}
+
+} // namespace
+} // namespace test
