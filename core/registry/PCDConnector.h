@@ -12,7 +12,7 @@ namespace ScObjects {
 class PCDConnector final : public TevoroTalkConnector {
 public:
     // What it reads in the store. The numbers are those of the store's domains.
-    enum DomainKey { kInstaller = 0, kLodo = 1, kQlm = 2, kQum = 3, kQmt = 4 };
+    enum DomainKey : std::int32_t { kInstaller = 0, kLodo = 1, kQlm = 2, kQum = 3, kQmt = 4 };
     static capsDomain getPCDDomain(DomainKey key);
 
     // Opens the master store, or nothing at all.
