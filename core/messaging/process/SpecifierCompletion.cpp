@@ -2,10 +2,9 @@
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkUtils.h"
+#include "messaging/wire/VersionNumber.h"
 #include "registry/TevoroTalkConnector.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cmath>
 
 namespace ScObjects {
@@ -13,22 +12,11 @@ namespace ScObjects {
 namespace {
 
 using Specifier = TevoroTalk::Specifier;
+using TevoroTalkData::versionNumber;
 using TevoroTalkUtils::getCurrentLocale;
 
 // Entries from here on are chosen only by their own number.
 constexpr double kBeyondVersions = 99.0;
-
-// As atof reads it, but with a point in every locale.
-double numberOf(const SoString& version)
-{
-    std::string_view text = version.view();
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-    if (text.starts_with('+') && !text.starts_with("+-"))
-        text.remove_prefix(1);
-    double number = 0.0;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
-}
 
 bool isEmptyOr(const SoString& locale, const SoString& wanted)
 {
@@ -45,13 +33,26 @@ Specifier registeredEntry(int index, bool fixUp)
     return {TevoroTalk::getApplicationSpecifier(index).get(), fixUp};
 }
 
+// Whether this thread is finding out a preference. What is completed on the way asks for none: the
+// asker and the entries of groups may lead to each other, without end.
+constinit thread_local bool gIsPreferring = false;
+
+class Preferring {
+public:
+    Preferring() { gIsPreferring = true; }
+    ~Preferring() { gIsPreferring = false; }
+    Preferring(const Preferring&) = delete;
+    Preferring& operator=(const Preferring&) = delete;
+};
+
 // What the registry prefers for this process; the text itself when it has no preference.
 SoString getPreferredApp(const SoString& specifier, const SoString& appName)
 {
     TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     const TevoroTalkContext* const context = TevoroTalk::getSharedContext();
-    if (connector == nullptr || context == nullptr)
+    if (connector == nullptr || context == nullptr || gIsPreferring)
         return specifier;
+    const Preferring preferring;
     // Not completed, or completing would ask for the preference of the one who asks, without end.
     const Specifier asker(context->getAppSpecifier(), false);
     if (asker.isEmpty())
@@ -138,7 +139,7 @@ private:
         double best = 0.0;
         for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
             const Specifier entry = registeredEntry(i, false);
-            const double version = numberOf(entry.version());
+            const double version = versionNumber(entry.version());
             if (entry.appName() != m_name || version < best || version >= kBeyondVersions)
                 continue;
             best = version;
@@ -149,10 +150,10 @@ private:
     void searchVersion()
     {
         const SoString current = getCurrentLocale();
-        const double wanted = numberOf(m_version);
+        const double wanted = versionNumber(m_version);
         for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
             const Specifier entry = registeredEntry(i, false);
-            if (entry.appName() != m_name || numberOf(entry.version()) != wanted)
+            if (entry.appName() != m_name || versionNumber(entry.version()) != wanted)
                 continue;
             if (isEmptyOr(entry.locale(), current)) {
                 m_localeMatch = entry;
@@ -209,7 +210,7 @@ bool TevoroTalkData::findLocale(const SoString& appName, const SoString& version
 
 bool TevoroTalkData::findVersion(const SoString& appName, SoString& locale, SoString& version)
 {
-    const double wanted = numberOf(version);
+    const double wanted = versionNumber(version);
     const double limit = std::abs(wanted);
     const SoString target = currentUnlessGiven(locale);
     double best = 0.0;
@@ -219,7 +220,7 @@ bool TevoroTalkData::findVersion(const SoString& appName, SoString& locale, SoSt
         if (entry.appName() != appName || !isEmptyOr(entry.locale(), target))
             continue;
         const SoString entryVersion = entry.version();
-        const double number = numberOf(entryVersion);
+        const double number = versionNumber(entryVersion);
         // A positive number asks for exactly that version; a negative one never equals any.
         if (number == wanted) {
             version = entryVersion;
