@@ -4,6 +4,8 @@
 
 #include "platform/common/services/OwnedDescriptor.h"
 
+#include <chrono>
+
 namespace Pt {
 
 class PortWatch {
@@ -17,6 +19,9 @@ public:
     int descriptor() const { return m_descriptor.get(); }
 
     void clear() const noexcept;
+
+    // Waits until a port has come up, up to that timeout.
+    void wait(std::chrono::milliseconds limit) const;
 
 private:
     OwnedDescriptor m_descriptor;

@@ -1,10 +1,12 @@
 #include "platform/common/ports/PortWatch.h"
 
 #include "platform/platforms/linux/ports/LocalPortFolder.h"
+#include "platform/platforms/linux/ports/LocalSocket.h"
 #include "platform/platforms/linux/services/Descriptor.h"
 
 #include <array>
 
+#include <poll.h>
 #include <sys/inotify.h>
 
 namespace Pt {
@@ -25,6 +27,12 @@ void PortWatch::clear() const noexcept
     while (retryInterrupted([&] {
         return ::read(m_descriptor.get(), events.data(), events.size());
     }) > 0) { }
+}
+
+void PortWatch::wait(std::chrono::milliseconds limit) const
+{
+    // Without a descriptor this is a sleep.
+    waitFor(m_descriptor.get(), POLLIN, std::chrono::steady_clock::now() + limit);
 }
 
 } // namespace Pt
