@@ -127,6 +127,17 @@ public:
     static SoString getApplicationSpecifier(int index);
     static SoString getDisplayName(
         const SoString& app, const SoString& version, const SoString& locale);
+    // Which registry this process asks: "default" or "PCD" is the configuration store. "refresh"
+    // reads the present one anew on its next use, "removeAll" unregisters everything in it. False,
+    // and no change, if the name is unknown or its store cannot be read. No other thread may be
+    // asking the former one meanwhile; the bus's own is paused.
+    static bool useConnector(const SoString& name);
+    // The document of one application, or of all "groups", in the registry of that name.
+    static SoString getConnectorConfig(const SoString& name, const SoString& which);
+    // Takes over what this process's registry lacks. False if anything failed.
+    static bool importFromConnector(const SoString& name);
+    // Looks whether the registry has changed. With `force`, starts over in any case.
+    static bool updateConnectorCache(bool force);
     static SoString getLaunchOptions();
     static bool suppressStartupScreen();
 

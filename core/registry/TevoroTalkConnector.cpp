@@ -1,6 +1,12 @@
 #include "registry/TevoroTalkConnector.h"
 
+#include "messaging/TevoroTalkUtils.h"
+#include "registry/QKConnectorAppInfoList.h"
+#include "registry/SuiteApplications.h"
+
 #include <atomic>
+#include <memory>
+#include <string_view>
 
 namespace ScObjects {
 
@@ -11,13 +17,49 @@ namespace {
 constinit std::atomic<TevoroTalkConnector*> gConnector{nullptr};
 constinit std::atomic<bool> gHasExited{false};
 
+const SoString* orNull(const SoString& text)
+{
+    return text.isEmpty() ? nullptr : &text;
+}
+
+void deleteTexts(SoVector<SoString>& texts)
+{
+    for (long i = texts.length() - 1; i >= 0; --i)
+        delete texts.removeAt(i);
+}
+
+// The name of the file, with the "/" before it: people know these names.
+SoString nameFromPath(const SoString& path)
+{
+    const std::string_view text = path.view();
+    const std::size_t start = text.rfind('/');
+    if (start == std::string_view::npos)
+        return {};
+    const std::string_view name = text.substr(start);
+    return SoString(name.substr(0, name.rfind('.')));
+}
+
+// A row of the suite in the current locale, if it has one at all.
+TevoroTalk::Specifier inCurrentLocale(const char* row)
+{
+    TevoroTalk::Specifier specifier(row, false);
+    const SoString locale = specifier.locale();
+    if (locale.isEmpty() || locale == TevoroTalkUtils::getCurrentLocale())
+        return specifier;
+    // Not set, which only accepts what is registered.
+    SoString text(specifier.appName());
+    text << "-" << specifier.version() << "-" << TevoroTalkUtils::getCurrentLocale();
+    return {text, false};
+}
+
 } // namespace
 
-bool TevoroTalkConnector::InitTerm::init(const SoString&)
+bool TevoroTalkConnector::InitTerm::init(const SoString& appName)
 {
-    // No store of applications is read so far; an application may have set a connector itself.
     // A bus that was ended may be started again, and then takes a connector again.
     gHasExited = false;
+    if (gConnector == nullptr)
+        set(TevoroTalkUtils::createConnector(appName, "default"));
     return true;
 }
 
@@ -43,136 +85,152 @@ void TevoroTalkConnector::set(TevoroTalkConnector* connector)
     delete gConnector.exchange(connector);
 }
 
+bool TevoroTalkConnector::parseEntry(
+    const SoString& entry, SoString& group, SoString& version, SoString& specifier)
+{
+    for (SoString* const part : {&group, &version, &specifier})
+        part->shrink(0);
+    const std::string_view text = entry.view();
+    const std::size_t first = text.find('/');
+    const std::size_t last = text.rfind('/');
+    if (first == last)
+        return false;
+    group.assign(text.substr(0, first));
+    version.assign(text.substr(first + 1, last - first - 1));
+    specifier.assign(text.substr(last + 1));
+    return true;
+}
+
+SoString TevoroTalkConnector::getAppSubdomainName(const SoString& specifier)
+{
+    SoString name = kAppSubdomainPrefix;
+    name << specifier;
+    return name;
+}
+
+SoString TevoroTalkConnector::getGroupSubdomainName(const SoString& entry)
+{
+    // Not by setLocale, which would look an empty locale up.
+    const Specifier whole(entry, false);
+    SoString name = kGroupSubdomainPrefix;
+    name << whole.appName();
+    if (const SoString version = whole.version(); !version.isEmpty())
+        name << "-" << version;
+    if (const SoString suffix = whole.suffix(); !suffix.isEmpty())
+        name << "#" << suffix;
+    return name;
+}
+
 TevoroTalkConnector::TevoroTalkConnector(const SoString& appName)
     : m_appName(appName)
+    , m_keys{kAppSubdomainPrefix,
+          kGroupSubdomainPrefix,
+          kGroupKeyPrefix,
+          kGuidKey,
+          kLocationKey,
+          kWinClassNameKey,
+          kDisplayNameKey,
+          kBundleIdentifierKey,
+          kTevoroTalkVersionKey,
+          kAllowMultipleInstancesKey,
+          kIsShellToolKey,
+          kMessageAuthenticationKey,
+          kMessageDigestKey,
+          kSupportsQsdtKey,
+          kExecutableBasenameKey,
+          kExecutableExtensionKey,
+          kOMVDictionaryKey,
+          kDeveloperInstallPathKey,
+          kRedirectToKey,
+          kExecutablePathKey}
 {
 }
 
-// Here, so that the type's information has one home in the shared library.
-TevoroTalkConnector::~TevoroTalkConnector() = default;
-
-void TevoroTalkConnector::appendDiagnostics(SoString&, const SoString&) const { }
-
-SoString TevoroTalkConnector::findPreferredApp(const SoString&, const SoString&, const SoString&)
+TevoroTalkConnector::~TevoroTalkConnector()
 {
-    return {};
-}
-
-SoString TevoroTalkConnector::findGroupForSpecifier(const Specifier&, SoString* version)
-{
-    // Callers read the version whatever the answer is.
-    if (version != nullptr)
-        version->shrink(0);
-    return {};
-}
-
-SoString TevoroTalkConnector::findSpecifierInGroup(
-    const SoString&, const SoString&, const SoString&)
-{
-    return {};
+    TevoroTalkConnector::clearCache();
 }
 
 bool TevoroTalkConnector::isGood() const
 {
-    return false;
+    const ObjectLock lock(*this);
+    return getAppInfoList() != nullptr;
 }
 
-bool TevoroTalkConnector::launchTarget(const SoString&, const SoString&, bool, TevoroTalkContext*)
+QKConnectorAppInfoList* TevoroTalkConnector::getAppInfoList() const
 {
-    return false;
+    const ObjectLock lock(*this);
+    if (m_appInfoList == nullptr) {
+        clearGroupsCache();
+        m_appInfoList = new QKConnectorAppInfoList;
+        m_groupsCache = new SoVector<SoString>;
+        // Reading the store is part of the first question, whatever that is.
+        auto* const self = const_cast<TevoroTalkConnector*>(this);
+        m_listsGood = self->initLists(*m_appInfoList, *m_groupsCache);
+    }
+    return m_listsGood ? m_appInfoList : nullptr;
 }
 
-int TevoroTalkConnector::getNumberOfRegisteredApplications() const
+const SoVector<SoString>* TevoroTalkConnector::getGroupsCache()
 {
-    return 0;
+    const ObjectLock lock(*this);
+    if (m_groupsCache == nullptr && getAppInfoList() == nullptr)
+        return nullptr;
+    return m_groupsCache;
 }
 
-SoString TevoroTalkConnector::getApplicationSpecifier(int index) const
+const SoVector<SoString>* TevoroTalkConnector::getGroupsCache() const
 {
-    // The bus asks for the digests of the application itself by this index, with or without a
-    // registry.
-    return index == -1 ? m_appName : SoString();
+    const ObjectLock lock(*this);
+    return m_groupsCache;
 }
 
-SoString TevoroTalkConnector::getDisplayName(
-    const SoString&, const SoString&, const SoString&) const
+void TevoroTalkConnector::clearGroupsCache() const
 {
-    return {};
+    const ObjectLock lock(*this);
+    if (m_groupsCache != nullptr)
+        deleteTexts(*m_groupsCache);
+    delete m_groupsCache;
+    m_groupsCache = nullptr;
 }
 
-bool TevoroTalkConnector::bringToFront(const char*, TevoroTalkContext*) const
+void TevoroTalkConnector::clearCache()
 {
-    return false;
+    const ObjectLock lock(*this);
+    clearGroupsCache();
+    delete m_appInfoList;
+    m_appInfoList = nullptr;
+    m_listsGood = false;
 }
 
-SoString TevoroTalkConnector::getApplicationPath(const SoString&, const char*) const
+// Whether nothing stands in the way of the record, or was removed.
+bool TevoroTalkConnector::takesPlaceOf(const QKConnectorAppInfo& info)
 {
-    return {};
+    const ObjectLock lock(*this);
+    const QKConnectorAppInfoList* const list = getAppInfoList();
+    QKConnectorAppInfo former;
+    if (list == nullptr)
+        return false;
+    if (!list->find(info.specifier, former))
+        return true;
+    return former.path != info.path
+        && unregisterApplication(Specifier(info.specifier, false), &former.displayName);
 }
 
-bool TevoroTalkConnector::supportsQSDT(const SoString&) const
+bool TevoroTalkConnector::doRegisterApplication(QKConnectorAppInfo& info)
 {
-    return false;
-}
-
-bool TevoroTalkConnector::isShellTool(const SoString&) const
-{
-    return false;
-}
-
-// Without a registry that says otherwise, digests are checked and written. It is asked once, when
-// the switches are made; see MessageGlobals.
-bool TevoroTalkConnector::getMessageAuthentication(const SoString&) const
-{
+    const ObjectLock lock(*this);
+    if (info.specifier.isEmpty() || info.path.isEmpty() || !takesPlaceOf(info))
+        return false;
+    if (info.displayName.isEmpty())
+        info.displayName = nameFromPath(info.path);
+    if (!registerApplication(info))
+        return false;
+    QKConnectorAppInfoList* const list = getAppInfoList();
+    if (list != nullptr && !list->append(new QKConnectorAppInfo(info)))
+        clearCache();
     return true;
 }
-
-bool TevoroTalkConnector::getMessageDigest(const SoString&) const
-{
-    return true;
-}
-
-SoString TevoroTalkConnector::getBundleIdentifier(const SoString&) const
-{
-    return {};
-}
-
-SoString TevoroTalkConnector::getExecutableBasename(const SoString&) const
-{
-    return {};
-}
-
-SoString TevoroTalkConnector::getExecutableExtension(const SoString&) const
-{
-    return {};
-}
-
-SoString TevoroTalkConnector::getOMVDictionary(const SoString&) const
-{
-    return {};
-}
-
-SoString TevoroTalkConnector::getDeveloperInstallPath(const SoString&) const
-{
-    return {};
-}
-
-SoString TevoroTalkConnector::getRedirectTo(const SoString&) const
-{
-    return {};
-}
-
-bool TevoroTalkConnector::setProcessID(const SoString&, std::uint32_t)
-{
-    return false;
-}
-
-std::uint32_t TevoroTalkConnector::getProcessID(const SoString&)
-{
-    return 0;
-}
-
-void TevoroTalkConnector::clearCache() { }
 
 bool TevoroTalkConnector::registerApplication(
     const Specifier&, const SoString&, const SoString*, bool, bool)
@@ -185,39 +243,51 @@ bool TevoroTalkConnector::unregisterApplication(const Specifier&, const SoString
     return false;
 }
 
-SoString TevoroTalkConnector::getConnectorConfig(const SoString&) const
+bool TevoroTalkConnector::removeGroupEntries()
 {
-    return {};
-}
-
-bool TevoroTalkConnector::importFrom(const TevoroTalkConnector&)
-{
-    return false;
+    const ObjectLock lock(*this);
+    bool isDone = true;
+    for (long i = 0; m_groupsCache != nullptr && i < m_groupsCache->length(); ++i) {
+        SoString group;
+        SoString version;
+        SoString specifier;
+        isDone &= parseEntry(*(*m_groupsCache)[i], group, version, specifier)
+            && removeFromGroup(Specifier(specifier, false), group, orNull(version));
+    }
+    return isDone;
 }
 
 bool TevoroTalkConnector::removeAll()
 {
-    return false;
+    const ObjectLock lock(*this);
+    const QKConnectorAppInfoList* const list = getAppInfoList();
+    if (list == nullptr)
+        return false;
+    bool isDone = true;
+    for (long i = list->length() - 1; i >= 0; --i) {
+        QKConnectorAppInfo info;
+        list->getItemAt(i, info);
+        isDone &= unregisterApplication(Specifier(info.specifier, false), &info.displayName);
+    }
+    isDone &= removeGroupEntries();
+    clearCache();
+    return isDone;
 }
 
-bool TevoroTalkConnector::updateCache(bool)
+bool TevoroTalkConnector::updateCache(bool force)
 {
-    return false;
+    {
+        const ObjectLock lock(*this);
+        removeAll();
+        if (getAppInfoList() == nullptr)
+            return false;
+    }
+    return force ? registerRunningApps() : isGood();
 }
 
 std::int64_t TevoroTalkConnector::getTimestamp() const
 {
     return 0;
-}
-
-bool TevoroTalkConnector::isEqual(const TevoroTalkConnector&) const
-{
-    return false;
-}
-
-bool TevoroTalkConnector::validate(const TevoroTalkConnector&) const
-{
-    return false;
 }
 
 bool TevoroTalkConnector::skipImport(const QKConnectorAppInfo&) const
@@ -227,7 +297,15 @@ bool TevoroTalkConnector::skipImport(const QKConnectorAppInfo&) const
 
 bool TevoroTalkConnector::registerRunningApps()
 {
-    return false;
+    bool isAnyThere = false;
+    for (const char* const row : TevoroTalkData::kSuiteSpecifiers) {
+        const Specifier specifier = inCurrentLocale(row);
+        if (specifier.isInstalled() || !specifier.isRunning())
+            continue;
+        registerApplication(specifier, "(running)", nullptr, false, true);
+        isAnyThere = true;
+    }
+    return isAnyThere;
 }
 
 } // namespace ScObjects

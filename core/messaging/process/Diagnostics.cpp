@@ -9,6 +9,7 @@
 #include "messaging/runtime/ClockWatch.h"
 #include "messaging/runtime/GrowingText.h"
 #include "messaging/wire/Identity.h"
+#include "messaging/wire/InfoNode.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
@@ -24,40 +25,8 @@ namespace {
 
 constexpr long kMarks = 16; // what a line of the report has beside its texts, with room to spare
 
-const char* onOrOff(bool on)
-{
-    return on ? "ON" : "OFF";
-}
-
-void appendLine(SoString& out,
-    const SoString& path,
-    const char* child,
-    const char* flag,
-    const SoString& label,
-    const SoString& value)
-{
-    out << path << child << ";" << flag << ";" << label << ";" << value << ";\n";
-}
-
-void appendLeaf(SoString& out,
-    const SoString& path,
-    const char* child,
-    const char* label,
-    const SoString& value)
-{
-    appendLine(out, path, child, "0", label, value);
-}
-
-template <typename Number>
-SoString textOf(Number number)
-{
-    SoString text;
-    text << number;
-    return text;
-}
-
 // Numbers have no sign here.
-SoString textOf(const ClockWatch::Step& step)
+SoString stepText(const ClockWatch::Step& step)
 {
     SoString text;
     text << long{std::abs(step.seconds)} << (step.seconds < 0 ? "s back" : "s forward") << " at "
@@ -140,8 +109,7 @@ void TevoroTalkContext::appendDiagnostics(SoString& out, const SoString& path) c
     // What a ping of this process would answer; the thread that answers pings may be this one.
     appendLeaf(
         out, node, "/status", "Status", m_thread->getValueForKey(TevoroTalkThread::QK_STATUS));
-    if (!group.isEmpty())
-        appendLeaf(out, node, "/group", "Group", group);
+    appendLeafUnlessEmpty(out, node, "/group", "Group", group);
     appendLeaf(out, node, "/path", "Path", TevoroTalk::Specifier::getApplicationPath(self));
     appendLeaf(out, node, "/version", "Version", kVersion);
     appendLeaf(out, node, "/build", "Build", (std::string("QS ") + kBuild).c_str());
@@ -149,7 +117,7 @@ void TevoroTalkContext::appendDiagnostics(SoString& out, const SoString& path) c
     appendLeaf(out, node, "/logging", "Logging:", onOrOff(isLogging()));
     appendLeaf(out, node, "/now", "Now", TevoroTalkUtils::getTimeString(&now));
     if (const auto step = clockWatch().lastStep())
-        appendLeaf(out, node, "/clockset", "Clock set", textOf(*step));
+        appendLeaf(out, node, "/clockset", "Clock set", stepText(*step));
     node << "/messages";
     appendLine(out, node, "", "1", "Messages", "");
     appendLeaf(out, node, "/version", "Message Version", kMessageVersion);

@@ -33,13 +33,26 @@ Specifier registeredEntry(int index, bool fixUp)
     return {TevoroTalk::getApplicationSpecifier(index).get(), fixUp};
 }
 
+// Whether this thread is finding out a preference. What is completed on the way asks for none: the
+// asker and the entries of groups may lead to each other, without end.
+constinit thread_local bool gIsPreferring = false;
+
+class Preferring {
+public:
+    Preferring() { gIsPreferring = true; }
+    ~Preferring() { gIsPreferring = false; }
+    Preferring(const Preferring&) = delete;
+    Preferring& operator=(const Preferring&) = delete;
+};
+
 // What the registry prefers for this process; the text itself when it has no preference.
 SoString getPreferredApp(const SoString& specifier, const SoString& appName)
 {
     TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     const TevoroTalkContext* const context = TevoroTalk::getSharedContext();
-    if (connector == nullptr || context == nullptr)
+    if (connector == nullptr || context == nullptr || gIsPreferring)
         return specifier;
+    const Preferring preferring;
     // Not completed, or completing would ask for the preference of the one who asks, without end.
     const Specifier asker(context->getAppSpecifier(), false);
     if (asker.isEmpty())

@@ -47,6 +47,8 @@ public:
         }
         return hasLists;
     }
+    // Nothing changes; a fresh start would forget the processes.
+    bool updateCache(bool) override { return hasLists; }
     bool registerApplication(ScObjects::QKConnectorAppInfo&) override { return false; }
     bool unregisterApplication(const ScObjects::QKConnectorAppInfo&) override { return false; }
 
