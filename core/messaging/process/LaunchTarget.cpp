@@ -20,7 +20,7 @@ using Specifier = TevoroTalk::Specifier;
 
 bool hasAtMost(std::size_t limit, const char* text)
 {
-    return ::strnlen(text, limit + 1) <= limit;
+    return std::memchr(text, '\0', limit + 1) != nullptr; // does not look beyond the end
 }
 
 Specifier withoutInstance(const Specifier& specifier)

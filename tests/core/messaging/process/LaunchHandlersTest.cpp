@@ -131,12 +131,12 @@ TEST_F(LaunchHandlersTest, TakeCompanionsAway)
     EXPECT_THAT(queued(*self, "out", "Target"), IsEmpty());
 }
 
-// The road of a whole launch, with an application that says nothing.
-class LaunchOfSilentTest : public LaunchHandlersTest {
+// The road of a whole launch.
+class WholeLaunchTest : public LaunchHandlersTest {
 protected:
-    LaunchOfSilentTest()
+    void launch(const char* mode)
     {
-        environment.set("LAUNCHED_MODE", "silent");
+        environment.set("LAUNCHED_MODE", mode);
         first = Context::getCurrentContext()->nextSerialNumber();
         const SoString parameters = "-specifier launched-2.0";
         EXPECT_TRUE(Launcher::launch(
@@ -154,16 +154,18 @@ protected:
     std::uint32_t first = 0;
 };
 
-TEST_F(LaunchOfSilentTest, WaitsForItsTime)
+TEST_F(WholeLaunchTest, WaitsForItsTime)
 {
+    launch("silent");
     MovedClock::advance(299'000);
     pump();
     EXPECT_EQ(handlers(), 4);
     EXPECT_FALSE(isFree(kFlag));
 }
 
-TEST_F(LaunchOfSilentTest, IsClearedAwayWhenItsTimeIsOver)
+TEST_F(WholeLaunchTest, IsClearedAwayWhenItsTimeIsOver)
 {
+    launch("silent");
     MovedClock::advance(300'000);
     EXPECT_TRUE(pumpUntil([&] { return handlers() == 0; }));
     EXPECT_TRUE(isFree(kFlag));
@@ -171,13 +173,24 @@ TEST_F(LaunchOfSilentTest, IsClearedAwayWhenItsTimeIsOver)
     EXPECT_THAT(inbox.words(), IsEmpty()) << "the application hears nothing of it";
 }
 
-TEST_F(LaunchOfSilentTest, IsDroppedFromTheQueueInTheEnd)
+TEST_F(WholeLaunchTest, IsDroppedFromTheQueueInTheEnd)
 {
+    launch("silent");
     for (int i = 0; i < 5; ++i) { // each attempt is a new beginning, for ten minutes
         MovedClock::advance(300'000);
         pump();
     }
     EXPECT_TRUE(pumpUntil([&] { return queued(*self, "out", "Target").empty(); }));
+}
+
+TEST_F(WholeLaunchTest, TellsTheApplicationNothingOnceItWasReceived)
+{
+    launch("answers");
+    EXPECT_TRUE(pumpUntil([&] { return handlers() == 2; })) << "those of the one for the process";
+    EXPECT_TRUE(isFree(kFlag));
+    MovedClock::advance(300'000);
+    EXPECT_TRUE(pumpUntil([&] { return handlers() == 0; }));
+    EXPECT_THAT(inbox.words(), IsEmpty());
 }
 
 } // namespace
