@@ -1,4 +1,5 @@
 #include "commandline/Output.h"
+#include "messaging/BusWords.h"
 #include "messaging/Message.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalkContext.h"
@@ -6,6 +7,7 @@
 #include "platform/common/services/ProgramEnvironment.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
+#include "tevorotalk/LaunchedTarget.h"
 #include "tevorotalk/MessagePrinter.h"
 
 #include <array>
@@ -180,6 +182,14 @@ void awaitAnswers(
         delete instance.changeHandler(new AnswerHandler(type, message.serialNumber, json, answers));
 }
 
+CommandError notStarted(const CommandLine& line, const std::string& path)
+{
+    const std::string why = whyNotStartable(path);
+    return {ExitCode::kNotThere,
+        "'" + line.target + "' does not run and cannot be started from " + path
+            + (why.empty() ? "" : ": " + why)};
+}
+
 // Why a message did not go out.
 CommandError undeliverable(const CommandLine& line, const TevoroTalk::Message& message)
 {
@@ -187,9 +197,13 @@ CommandError undeliverable(const CommandLine& line, const TevoroTalk::Message& m
     if (!isPortFree(message.target.get(), "")
         || TevoroTalk::Specifier(message.target, false).isRunning())
         return {ExitCode::kPartly, "'" + line.target + "' runs and does not take messages"};
-    return {ExitCode::kNotThere,
-        "'" + line.target + "' does not run"
-            + (line.launch ? " and cannot be started" : "; --launch starts it if it is installed")};
+    if (!line.launch)
+        return {ExitCode::kNotThere,
+            "'" + line.target + "' does not run; --launch starts it if it is installed"};
+    const std::string path = installedPath(message.target);
+    return path.empty() ? CommandError(ExitCode::kNotThere,
+               "'" + line.target + "' does not run and cannot be started: it is not installed")
+                        : notStarted(line, path);
 }
 
 // The completion takes away the handlers of its message; answers come before it.
@@ -201,7 +215,8 @@ bool isOver(TevoroTalk& instance, const TevoroTalk::Message& message)
 ExitCode waitForAnswers(BusSession& session,
     const CommandLine& line,
     const TevoroTalk::Message& message,
-    const Answers& answers)
+    const Answers& answers,
+    const LaunchedTarget& target)
 {
     const unsigned long seconds = line.wait.value_or(kDefaultWait);
     const auto deadline = deadlineAfter(seconds);
@@ -219,17 +234,30 @@ ExitCode waitForAnswers(BusSession& session,
     if (answers.hasResult)
         return ExitCode::kDone;
     throw CommandError(ExitCode::kPartly,
-        "no answer from '" + line.target + "' within " + std::to_string(seconds) + " seconds");
+        "no answer from '" + line.target + "' within " + std::to_string(seconds) + " seconds"
+            + target.state());
 }
 
-// A queued message leaves with the process; it stays until the target has come up.
-ExitCode waitForDelivery(BusSession& session)
+// A queued message leaves with the process, and so do the parameters of a target that is being
+// started: it stays until the target has come up, which is after it has taken them.
+ExitCode waitForDelivery(BusSession& session,
+    const CommandLine& line,
+    const TevoroTalk::Message& message,
+    LaunchedTarget& target)
 {
-    while (session.instance().outgoingMessagePending()) {
+    const auto expiry = deadlineAfter(ScObjects::TevoroTalkData::kQueueLifetime);
+    while (session.instance().outgoingMessagePending(message.target)) {
         if (Pt::wasInterrupted())
             return ExitCode::kInterrupted;
+        if (target.isGone())
+            throw CommandError(ExitCode::kPartly,
+                "'" + line.target + "' has not taken the message and its parameters"
+                    + target.state());
         session.pumpOnce(std::nullopt);
     }
+    if (hasPassed(expiry)) // the queue has dropped it
+        throw CommandError(ExitCode::kPartly,
+            "'" + line.target + "' has not taken the message in ten minutes" + target.state());
     return ExitCode::kDone;
 }
 
@@ -253,9 +281,14 @@ ExitCode runSend(const CommandLine& line)
     const bool isDelivered = instance.send(message, line.launch, 0, nullptr);
     if (!isDelivered && Pt::wasInterrupted())
         return ExitCode::kInterrupted;
-    if (!isDelivered && !instance.outgoingMessagePending())
+    // Parameters may be left in the queue for a target that could not be started.
+    if (!isDelivered && !instance.outgoingMessagePending(message.target))
         throw undeliverable(line, message);
-    return waits ? waitForAnswers(session, line, message, answers) : waitForDelivery(session);
+    LaunchedTarget target(message.target);
+    if (!isDelivered && target.hasFailedToStart())
+        throw notStarted(line, target.path());
+    return waits ? waitForAnswers(session, line, message, answers, target)
+                 : waitForDelivery(session, line, message, target);
 }
 
 } // namespace tevorotalk

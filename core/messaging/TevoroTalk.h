@@ -22,6 +22,9 @@ class TevoroTalkThread;
 namespace TevoroTalkData {
 class PrivateData;
 }
+namespace TevoroTalkUtils {
+class Launcher;
+}
 
 class TEVOROTALK_API TevoroTalk : public SoLockable {
 public:
@@ -76,6 +79,8 @@ public:
     bool messagePending() const;
     bool incomingMessagePending() const;
     bool outgoingMessagePending() const;
+    // Whether a message waits for exactly that target.
+    bool outgoingMessagePending(const SoString& target) const;
     // May remove a message with another number: see MessageQueue::getNextMessage.
     bool removeIncomingMessage(std::uint32_t serialNumber);
 
@@ -150,6 +155,7 @@ private:
     friend class TevoroTalkContext;
     friend class TevoroTalkThread;
     friend class ThreadForwardMsgHandler;
+    friend class TevoroTalkUtils::Launcher;
 
     class PumpLimit;
 

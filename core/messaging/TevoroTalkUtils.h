@@ -110,6 +110,18 @@ TEVOROTALK_API SoString getLaunchMsgQueueName(const SoString& specifier);
 // parameters were announced and did not arrive.
 TEVOROTALK_API bool getLaunchParameters(const SoString& specifier, SoString& parameters);
 
+// The name, or the name, "_" and the first number from 1 on, which no file of the launch folder
+// has.
+TEVOROTALK_API SoString getNextAppInstance(const SoString& name);
+// TEVOROTALK_LAUNCH_DIR of the environment names another folder.
+TEVOROTALK_API SoString getLaunchFolderPath();
+
+// What an alias (a symbolic link) leads to, by way of other aliases too; the path itself where
+// there is no alias, or it leads to nothing. Paths have at most 1,024 bytes.
+TEVOROTALK_API SoString resolveAlias(const SoString& path);
+// In place of a file that stands there. False if the system refuses.
+TEVOROTALK_API bool createAlias(const SoString& alias, const SoString& target);
+
 // Passes a copy of a message's diagnostics to the subscriber of that key on the main instance.
 // False if there is none, or if the message is of a kind that is not forwarded.
 TEVOROTALK_API bool forwardMessage(const TevoroTalk::Message& message,

@@ -151,16 +151,6 @@ TevoroTalkConnector::~TevoroTalkConnector()
     TevoroTalkConnector::clearCache();
 }
 
-bool TevoroTalkConnector::launchTarget(const SoString&, const SoString&, bool, TevoroTalkContext*)
-{
-    return false;
-}
-
-bool TevoroTalkConnector::bringToFront(const char*, TevoroTalkContext*) const
-{
-    return false;
-}
-
 bool TevoroTalkConnector::isGood() const
 {
     const ObjectLock lock(*this);

@@ -22,6 +22,16 @@ bool isForwardHandler(const MsgHandler& handler)
     return std::string_view(handler.getMsgType()).starts_with("FWD");
 }
 
+// In their order; whether there were any. Without a lock: a handler's end may need those that come
+// before the handlers' own.
+bool deleteAll(SoVector<MsgHandler>& gone)
+{
+    const bool found = gone.length() != 0;
+    while (const MsgHandler* const handler = gone.removeAt(0))
+        delete handler;
+    return found;
+}
+
 void appendHandler(SoString& out, const SoString& node, const MsgHandler& handler)
 {
     out << node << "/" << handler.getMsgType() << ";0;" << handler.getMsgType() << ";";
@@ -71,11 +81,15 @@ PrivateData::PrivateData(InterAppStream* itsStream)
 
 PrivateData::~PrivateData()
 {
-    const ObjectLock lock(*this);
-    // The name is given up first: nothing may arrive for handlers that are going.
-    delete std::exchange(stream, nullptr);
-    for (long i = handlers.length() - 1; i >= 0; --i)
-        delete takeFromHandlers(i);
+    SoVector<MsgHandler> gone;
+    {
+        const ObjectLock lock(*this);
+        // The name is given up first: nothing may arrive for handlers that are going.
+        delete std::exchange(stream, nullptr);
+        for (long i = handlers.length() - 1; i >= 0; --i)
+            gone.append(takeFromHandlers(i));
+    }
+    deleteAll(gone);
 }
 
 void PrivateData::openStream(const SoString& name)
@@ -145,6 +159,38 @@ void PrivateData::retryLateAnswers()
         [this](const SoString& target) {
             stream->silentTargets().hasNotRead(target.view(), kSendPatience);
         });
+}
+
+bool PrivateData::queueOutgoing(TevoroTalk::Message* message)
+{
+    if (!outgoing.append(message)) {
+        delete message;
+        return false;
+    }
+    const Pt::Locked lock(m_portWatchLock);
+    if (m_portWatch != nullptr || m_signals == nullptr)
+        return true;
+    try {
+        m_portWatch = std::make_unique<Pt::PortWatch>();
+        m_signals->all.add(m_portWatch->descriptor());
+        if (m_streamWakes)
+            stream->wakeOn(m_portWatch->descriptor());
+    } catch (const std::system_error&) {
+        // Not to be had: the thread of the bus tries now and then all the same.
+        m_portWatch.reset();
+    }
+    return true;
+}
+
+void PrivateData::awaitNextPort()
+{
+    const Pt::Locked lock(m_portWatchLock);
+    if (m_portWatch == nullptr)
+        return;
+    m_portWatch->clear();
+    // Whoever queues a message looks for the watch afterwards, with the lock.
+    if (outgoing.isEmpty())
+        m_portWatch.reset();
 }
 
 int PrivateData::waitDescriptor() const
@@ -236,8 +282,11 @@ MsgHandler* PrivateData::removeHandler(const SoString& type, std::uint32_t seria
 
 bool PrivateData::deleteHandler(const MsgHandler* handler)
 {
-    const ObjectLock lock(*this);
-    MsgHandler* const found = takeFromHandlers(placeOf(handler));
+    const MsgHandler* found = nullptr;
+    {
+        const ObjectLock lock(*this);
+        found = takeFromHandlers(placeOf(handler));
+    }
     delete found;
     return found != nullptr;
 }
@@ -246,18 +295,17 @@ bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
 {
     if (serialNumber == QK_INVALID_MESSAGE_NUMBER)
         return false;
-    const ObjectLock lock(*this);
-    bool found = false;
-    for (long i = handlers.length() - 1; i >= 0; --i) {
-        if (handlers[i]->getSerialNumber() != serialNumber)
-            continue;
-        delete takeFromHandlers(i);
-        found = true;
+    SoVector<MsgHandler> gone;
+    {
+        const ObjectLock lock(*this);
+        for (long i = handlers.length() - 1; i >= 0; --i)
+            if (handlers[i]->getSerialNumber() == serialNumber)
+                gone.append(takeFromHandlers(i));
+        // The exchange is over, so nobody is to be told any more that it took too long. Handlers
+        // before queues: the lock order of docs/bus.md.
+        incoming.removeTimeoutMessage(serialNumber);
     }
-    // The exchange is over, so nobody is to be told any more that it took too long. Handlers before
-    // queues: the lock order of docs/bus.md.
-    incoming.removeTimeoutMessage(serialNumber);
-    return found;
+    return deleteAll(gone);
 }
 
 void PrivateData::appendDiagnostics(SoString& out, const SoString& path) const

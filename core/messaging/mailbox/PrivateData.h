@@ -9,7 +9,9 @@
 #include "messaging/mailbox/InterAppStream.h"
 #include "messaging/mailbox/LateAnswers.h"
 #include "messaging/mailbox/MessageQueue.h"
+#include "platform/common/ports/PortWatch.h"
 #include "platform/common/ports/Waiting.h"
+#include "platform/common/threads/Lock.h"
 
 #include <atomic>
 #include <memory>
@@ -54,6 +56,12 @@ public:
     bool sendAnswer(const TevoroTalk::Message& message, const SoString& head, bool mayWait);
     void retryLateAnswers();
 
+    // Puts a message among those that wait for their target. From then on waits also end when a
+    // port comes up, as the target's may be. Takes ownership; deletes what the queue refuses.
+    bool queueOutgoing(TevoroTalk::Message* message);
+    // The queue is about to be tried: waits end for the next port that comes up.
+    void awaitNextPort();
+
     int waitDescriptor() const;
     bool waitForMessage(std::chrono::milliseconds limit) const;
 
@@ -87,6 +95,9 @@ private:
     SoVector<TevoroTalk::MsgHandler> m_forwardHandlers TEVOROTALK_GUARDED_BY(this);
     bool m_streamWakes = false; // the stream's own wait ends for the signals, too
     LateAnswers m_lateAnswers;
+    Pt::Lock m_portWatchLock;
+    // While something waits for its target.
+    std::unique_ptr<Pt::PortWatch> m_portWatch TEVORO_GUARDED_BY(m_portWatchLock);
 
 public:
     // Destroyed before the signals that they use; outgoing first.

@@ -124,15 +124,4 @@ InterAppStream* TevoroTalkUtils::createNextAvailableInterAppStream(const SoStrin
     return firstFreeInstance(specifier);
 }
 
-SoString TevoroTalkUtils::getLaunchMsgQueueName(const SoString& specifier)
-{
-    const TevoroTalk::Specifier parts(specifier, false);
-    SoString name = parts.appName();
-    for (const SoString& part : {parts.version(), parts.locale()})
-        if (!part.isEmpty())
-            name << "-" << part;
-    name << "#launchparams";
-    return name;
-}
-
 } // namespace ScObjects

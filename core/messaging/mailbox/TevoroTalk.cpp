@@ -178,6 +178,11 @@ bool TevoroTalk::outgoingMessagePending() const
     return !m_data->outgoing.isEmpty();
 }
 
+bool TevoroTalk::outgoingMessagePending(const SoString& target) const
+{
+    return m_data->outgoing.findMessageForTarget(target) != nullptr;
+}
+
 bool TevoroTalk::removeIncomingMessage(std::uint32_t serialNumber)
 {
     return m_data->incoming.removeMessage(serialNumber);

@@ -149,6 +149,8 @@ bool TevoroTalk::processIncomingMessage(std::uint32_t serialNumber, bool dispatc
 {
     MessageQueue& incoming = m_data->incoming;
     m_data->retryLateAnswers();
+    // Here as well, for those who never try the outgoing queue: their waits would not end.
+    m_data->awaitNextPort();
     incoming.removeExpiredMessages();
     // A message that is put in and taken out at once would raise and lower the flag, which costs
     // two calls of the system.
@@ -198,6 +200,7 @@ bool TevoroTalk::dispatchArrived(PumpLimit& limit, bool& dispatched)
 {
     MessageQueue& incoming = m_data->incoming;
     m_data->retryLateAnswers();
+    m_data->awaitNextPort();
     bool arrived = false;
     for (bool isFirst = true;
          isFirst || ((hasUnreadTexts() || incoming.hasMessage()) && !limit.isOver());

@@ -6,6 +6,7 @@
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/PrivateData.h"
 #include "messaging/process/TevoroTalkThread.h"
+#include "platform/common/ports/PortWatch.h"
 
 #include <algorithm>
 #include <chrono>
@@ -257,7 +258,7 @@ bool TevoroTalk::deliverThere(const Message& message,
         logMessage("LAUNCHING TARGET", message, false);
     }
     logMessage("ENQUEUED OUTGOING MESSAGE", message, true);
-    enqueue(m_data->outgoing, new Message(message));
+    m_data->queueOutgoing(new Message(message));
     return false;
 }
 
@@ -308,8 +309,12 @@ void TevoroTalk::watchForTimeout(const Message& message) const
 void TevoroTalk::waitForTarget(const SoString& target) const
 {
     const auto deadline = SteadyClock::now() + kMaxLaunch;
-    while (!Specifier(target, false).isRunning() && SteadyClock::now() < deadline)
-        TevoroTalkUtils::sleep(static_cast<unsigned int>(kPoll.count()));
+    // Not by the instance's own wait, which ends for messages that nobody takes meanwhile.
+    const Pt::PortWatch watch;
+    while (!Specifier(target, false).isRunning() && SteadyClock::now() < deadline) {
+        watch.wait(kPoll);
+        watch.clear();
+    }
 }
 
 bool TevoroTalk::waitForResponse(const Message& message, unsigned long seconds) const
@@ -404,6 +409,8 @@ bool TevoroTalk::processOutgoingMessage()
         logMessage("REQUEUED MESSAGE ", message, true);
         return false;
     };
+    // Before the attempts: a port that comes up meanwhile is reason for others.
+    m_data->awaitNextPort();
     if (!m_data->outgoing.isEmpty())
         m_data->outgoing.workOff(attempt, restamp);
     while (const SoString* const target = failedTargets.removeAt(0))

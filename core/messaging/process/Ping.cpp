@@ -6,13 +6,13 @@
 #include "messaging/TevoroTalkPing.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/mailbox/InterAppStream.h"
+#include "messaging/process/Launcher.h"
 #include "messaging/process/RunningState.h"
 #include "messaging/process/TevoroTalkSetupThread.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/runtime/OutOfMemory.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/ports/Waiting.h"
-#include "platform/common/services/ProcessControl.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
@@ -225,7 +225,8 @@ bool launchedProcessRuns(const SoString& specifier)
     const TevoroTalkContext* const context =
         TevoroTalkSetupThread::isSetupThreadRunning() ? nullptr : TevoroTalk::getSharedContext();
     TevoroTalkConnector* const connector = context != nullptr ? context->getConnector() : nullptr;
-    return connector != nullptr && Pt::isProcessRunning(connector->getProcessID(specifier));
+    return connector != nullptr
+        && TevoroTalkUtils::Launcher::isProcessRunning(connector->getProcessID(specifier));
 }
 
 } // namespace

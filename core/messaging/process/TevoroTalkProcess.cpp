@@ -128,19 +128,6 @@ bool TevoroTalk::bringToFront(const char* specifier, TevoroTalkContext* context)
     return connector != nullptr && connector->bringToFront(specifier, meant);
 }
 
-bool TevoroTalk::launchTarget(const char*, const char*, Focus, TevoroTalkContext*)
-{
-    // Nothing is known of where applications lie.
-    return false;
-}
-
-bool TevoroTalkUtils::getLaunchParameters(const SoString& specifier, SoString& parameters)
-{
-    // Nobody launches, so none wait.
-    parameters.shrink(0);
-    return !TevoroTalk::Specifier(specifier, false).isEmpty();
-}
-
 SoString TevoroTalk::getSharedAppName()
 {
     const TevoroTalkContext* const context = TevoroTalkContext::getCurrentContext();

@@ -142,6 +142,13 @@ bool HeldName::bind(int socket)
     return m_socketId.has_value();
 }
 
+// The change of its mode is what is watched for. Binding made the file, too early for those who
+// would connect at once.
+void HeldName::announce() const
+{
+    ::fchmodat(m_folder.descriptor(), socketFile().c_str(), S_IRUSR | S_IWUSR, 0);
+}
+
 bool HeldName::hasSocket() const
 {
     return m_socketId && idOf(socketFile()) == m_socketId;

@@ -55,9 +55,12 @@ bool PortReceiver::open()
     m_watcher = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
     m_listener = makeLocalSocket(SOCK_NONBLOCK);
     m_retryTimer = Descriptor(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
-    return m_watcher.isOpen() && m_listener.isOpen() && m_retryTimer.isOpen()
+    const bool isOpen = m_watcher.isOpen() && m_listener.isOpen() && m_retryTimer.isOpen()
         && m_name.bind(m_listener.get()) && ::listen(m_listener.get(), kBacklog) == 0
         && watch(m_listener.get()) && watch(m_retryTimer.get());
+    if (isOpen)
+        m_name.announce();
+    return isOpen;
 }
 
 bool PortReceiver::watch(int descriptor)
@@ -395,6 +398,7 @@ bool PortReceiver::listenAnew()
         m_name.dropSocket();
         return false;
     }
+    m_name.announce();
     unwatch(m_listener.get());
     m_listener = std::move(fresh);
     if (!m_isListening)

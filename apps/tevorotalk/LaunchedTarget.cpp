@@ -1,0 +1,83 @@
+#include "tevorotalk/LaunchedTarget.h"
+
+#include "messaging/Specifier.h"
+#include "registry/TevoroTalkConnector.h"
+
+#include <filesystem>
+
+namespace tevorotalk {
+
+using ScObjects::SoString;
+using ScObjects::TevoroTalk;
+using ScObjects::TevoroTalkConnector;
+
+namespace {
+
+constexpr std::chrono::seconds kGrace{5};
+
+Pt::ProcessIdentity processOf(const SoString& target)
+{
+    TevoroTalkConnector* const connector = TevoroTalkConnector::get();
+    const unsigned long id = connector != nullptr ? connector->getProcessID(target) : 0;
+    return {id, Pt::processStartTime(id)};
+}
+
+} // namespace
+
+std::string installedPath(const SoString& target)
+{
+    return std::string(TevoroTalk::Specifier::getApplicationPath(target).view());
+}
+
+std::string whyNotStartable(const std::string& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (!fs::exists(status))
+        return "nothing is there";
+    if (fs::is_directory(status))
+        return "it is a folder";
+    constexpr auto kAnyExecute =
+        fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
+    if ((status.permissions() & kAnyExecute) == fs::perms::none)
+        return "it is not executable";
+    return {};
+}
+
+LaunchedTarget::LaunchedTarget(const SoString& target)
+    : m_target(target)
+    , m_path(installedPath(target))
+    , m_process(processOf(target))
+{
+}
+
+bool LaunchedTarget::hasFailedToStart() const
+{
+    return m_process.id == 0 && !m_path.empty() && !m_path.starts_with("https://")
+        && !TevoroTalk::Specifier(m_target, false).isRunning();
+}
+
+bool LaunchedTarget::hasEnded() const
+{
+    return m_process.id != 0 && !Pt::isProcessRunning(m_process)
+        && isPortFree(m_target.get(), "thread") && isPortFree(m_target.get(), "");
+}
+
+bool LaunchedTarget::isGone()
+{
+    if (!hasEnded())
+        m_endedAt.reset();
+    else if (!m_endedAt)
+        m_endedAt = std::chrono::steady_clock::now();
+    return m_endedAt && hasPassed(*m_endedAt + kGrace);
+}
+
+std::string LaunchedTarget::state() const
+{
+    if (m_process.id == 0)
+        return {};
+    return "; it was started from " + m_path + (hasEnded() ? " and has ended" : "");
+}
+
+} // namespace tevorotalk
