@@ -25,21 +25,25 @@ namespace {
 
 constinit Pt::Lock gStartedLock;
 // One for each process id. They stay after the end of the process, because that is when the id may
-// become another's.
-constinit std::vector<Pt::ProcessIdentity> gStarted TEVORO_GUARDED_BY(gStartedLock);
+// become another's. Never destroyed: threads may ask while the program ends.
+constinit std::vector<Pt::ProcessIdentity>* gStarted TEVORO_GUARDED_BY(gStartedLock) = nullptr;
 
 void noteStarted(const Pt::ProcessIdentity& process)
 {
     const Pt::Locked lock(gStartedLock);
-    std::erase_if(gStarted, [&](const auto& each) { return each.id == process.id; });
-    gStarted.push_back(process);
+    if (gStarted == nullptr)
+        gStarted = new std::vector<Pt::ProcessIdentity>;
+    std::erase_if(*gStarted, [&](const auto& each) { return each.id == process.id; });
+    gStarted->push_back(process);
 }
 
 std::optional<Pt::ProcessIdentity> startedWithId(unsigned long id)
 {
     const Pt::Locked lock(gStartedLock);
-    const auto found = std::ranges::find(gStarted, id, &Pt::ProcessIdentity::id);
-    return found != gStarted.end() ? std::optional(*found) : std::nullopt;
+    if (gStarted == nullptr)
+        return std::nullopt;
+    const auto found = std::ranges::find(*gStarted, id, &Pt::ProcessIdentity::id);
+    return found != gStarted->end() ? std::optional(*found) : std::nullopt;
 }
 
 TevoroTalk* mainInstance()

@@ -1,5 +1,9 @@
 // The example of docs/bus.md: built against the installed package, and run.
 #include "apps/tevorotalk/BusFixture.h"
+#include "platform/common/services/ProcessControl.h"
+
+#include <csignal>
+#include <cstdlib>
 
 namespace test {
 namespace {
@@ -51,6 +55,15 @@ TEST_F(BusExampleTest, IsBuiltAndRunsWithTheInstalledPackage)
     const CommandResult result = run({"send", "echo-1.0", "hello", "--wait", "20"});
     EXPECT_EQ(result.out, "you said hello\n");
     echo.kill();
+
+    // Installed, it is registered, and a message starts it.
+    environment.set("PATH",
+        std::filesystem::path(VELMO_CAPS).parent_path().string() + ":" + std::getenv("PATH"));
+    succeeds({CMAKE_PROGRAM, "--install", folder.path("build"), "--prefix", folder.path("prefix")});
+    EXPECT_EQ(run({"apps"}).out, "echo-1.0\tnot running\t" + folder.path("prefix/bin/echo") + "\n");
+    EXPECT_EQ(run({"send", "echo", "hello", "--launch", "--wait", "20"}).out, "you said hello\n");
+    for (const unsigned long id : Pt::processesOfProgram(folder.path("prefix/bin/echo")))
+        ::kill(static_cast<pid_t>(id), SIGKILL);
 }
 
 TEST_F(BusExampleTest, StandsOnThePageAsItIs)

@@ -40,6 +40,8 @@ protected:
     {
         environment.set("TEVOROTALK_PORT_DIR", folder.path("ports"));
         environment.set("HOME", folder.path("home"));
+        environment.set("MFX_APPLICATION_DATA", folder.path("user"));
+        environment.set("XDG_DATA_DIRS", folder.path("machine"));
         std::filesystem::create_directory(folder.path("home"));
     }
     ~BusFixture() override

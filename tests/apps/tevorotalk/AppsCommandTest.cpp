@@ -1,0 +1,75 @@
+#include "apps/tevorotalk/BusFixture.h"
+
+#include <csignal>
+#include <fstream>
+
+namespace test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class AppsCommandTest : public BusFixture {
+protected:
+    void add(const std::string& name, const std::string& path)
+    {
+        PeerProcess process({VELMO_CAPS, "add", name, "--path", path});
+        process.endInput();
+        process.errors(); // the path need not be there
+        ASSERT_EQ(process.finish(), 0);
+    }
+};
+
+TEST_F(AppsCommandTest, SaysThatNothingIsRegistered)
+{
+    const CommandResult result = run({"apps"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, HasSubstr("no application is registered; 'velmo-caps add'"));
+}
+
+TEST_F(AppsCommandTest, ListsNameStatusAndPathInTheOrderOfRegistration)
+{
+    add("echo-1.0", "/bin/echo");
+    add("another-2.0", "/no/where");
+    listen("echo-1.0");
+    const CommandResult result = run({"apps"});
+    EXPECT_EQ(result.out, "echo-1.0\tIDLE\t/bin/echo\nanother-2.0\tnot running\t/no/where\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.code, 0);
+}
+
+TEST_F(AppsCommandTest, PrintsAnObjectForEach)
+{
+    add("echo-1.0", "/bin/echo");
+    listen("echo-1.0");
+    const auto objects = run({"apps", "--json"}).objects();
+    ASSERT_EQ(objects.size(), 1U);
+    EXPECT_EQ(objects[0]["specifier"], "echo-1.0");
+    EXPECT_EQ(objects[0]["running"], true);
+    EXPECT_EQ(objects[0]["status"], "IDLE");
+    EXPECT_EQ(objects[0]["path"], "/bin/echo");
+}
+
+TEST_F(AppsCommandTest, SaysWhatAStoppedApplicationDoesNotAnswer)
+{
+    add("echo-1.0", "/bin/echo");
+    ::kill(listen("echo-1.0").id(), SIGSTOP);
+    EXPECT_EQ(run({"apps"}).out, "echo-1.0\tTimeout\t/bin/echo\n");
+}
+
+TEST_F(AppsCommandTest, ListsNothingOfAStoreThatIsDamaged)
+{
+    add("echo-1.0", "/bin/echo");
+    const std::string file = folder.path("user/Velmo/Caps/velmo_caps.db");
+    ASSERT_TRUE(std::filesystem::exists(file));
+    std::ofstream(file, std::ios::trunc) << std::string(5000, 'x');
+    for (const char* const beside : {"-wal", "-shm"})
+        std::filesystem::remove(file + beside);
+    const CommandResult result = run({"apps"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.code, 0);
+}
+
+} // namespace
+} // namespace test
