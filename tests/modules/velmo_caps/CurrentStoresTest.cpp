@@ -2,6 +2,8 @@
 
 #include "modules/velmo_caps/StoreFixture.h"
 
+#include <thread>
+
 namespace velmo_caps {
 namespace {
 
@@ -103,6 +105,39 @@ TEST_F(CurrentStoresTest, AViewKeepsWhatItHasSeen)
     setUser(kTevoro, "Path", "new");
     EXPECT_EQ(valueIn(*view, kTevoro, "Path"), "old");
     EXPECT_EQ(value(kTevoro, "Path"), "new");
+}
+
+TEST_F(CurrentStoresTest, ARecentViewIsNeverOlderThanTheTimeThatWasTold)
+{
+    for (int number = 0; number < 20; ++number) {
+        m_stores.recentView();
+        setUser(kTevoro, "Path", std::to_string(number));
+        hasRisen();
+        EXPECT_EQ(valueIn(*m_stores.recentView(), kTevoro, "Path"), std::to_string(number));
+    }
+}
+
+TEST_F(CurrentStoresTest, ARecentViewIsSoonAnother)
+{
+    setUser(kTevoro, "Path", "old");
+    m_stores.recentView();
+    setUser(kTevoro, "Path", "new");
+    std::this_thread::sleep_for(CurrentStores::kRecent);
+    EXPECT_EQ(valueIn(*m_stores.recentView(), kTevoro, "Path"), "new");
+}
+
+TEST_F(CurrentStoresTest, AfterOnesOwnWriteNothingIsRecent)
+{
+    setUser(kTevoro, "Path", "0");
+    StoreWriter writer(userStore());
+    for (int number = 1; number < 20; ++number) {
+        StoreWriter::Change change(writer);
+        change.set(kTevoro, "Path", std::to_string(number));
+        m_stores.view();
+        change.commit();
+        m_stores.expire();
+        EXPECT_EQ(valueIn(*m_stores.recentView(), kTevoro, "Path"), std::to_string(number));
+    }
 }
 
 TEST_F(CurrentStoresTest, ALockedStoreServesTheOlderDataAndTellsWhenItIsFree)
