@@ -58,7 +58,7 @@ capsStatus CapsSession::payloads(
 capsStatus CapsSession::keys(const SubdomainName& subdomain, const char**& list)
 {
     Given& given = m_keys[placeOf(subdomain.face)];
-    given = {m_stores.view(), {}};
+    given = {m_stores.recentView(), {}};
     const ViewSubdomain* const found = given.view->find(subdomain);
     if (found != nullptr)
         for (const ViewEntry& entry : found->entries)
@@ -78,7 +78,7 @@ capsStatus CapsSession::value(
     const SubdomainName& subdomain, const std::string& key, const char*& value)
 {
     auto& view = m_values[placeOf(subdomain.face)];
-    view = m_stores.view();
+    view = m_stores.recentView();
     const ViewSubdomain* const found = view->find(subdomain);
     const std::string* const text = found == nullptr ? nullptr : found->find(key);
     if (text == nullptr)
@@ -104,6 +104,7 @@ capsStatus CapsSession::set(
     StoreWriter::Change change(writer());
     change.set(subdomain, key, value);
     change.commit();
+    m_stores.expire();
     return kCapsSuccess;
 }
 
@@ -119,6 +120,7 @@ capsStatus CapsSession::remove(const SubdomainName& subdomain, const std::string
     else
         change.remove(subdomain, key);
     change.commit();
+    m_stores.expire();
     m_subdomains.view.reset(); // this session knows what it has removed
     return kCapsSuccess;
 }

@@ -1,5 +1,7 @@
 #include "velmo_caps/CurrentStores.h"
 
+#include "platform/common/services/Clock.h"
+
 #include <algorithm>
 
 namespace velmo_caps {
@@ -25,6 +27,7 @@ void addProblem(std::vector<std::string>& texts, const StoreReader& reader, cons
 
 void CurrentStores::follow()
 {
+    m_lastLook = Pt::systemClock().steadyNow();
     bool hasChanged = false;
     if (m_only.path.empty()) {
         hasChanged |= m_user.look(userStore());
@@ -41,7 +44,6 @@ void CurrentStores::follow()
 
 void CurrentStores::refresh()
 {
-    follow();
     m_user.refresh();
     m_machine.refresh();
     if (m_view && m_userEdition == m_user.edition() && m_machineEdition == m_machine.edition())
@@ -54,8 +56,29 @@ void CurrentStores::refresh()
 std::shared_ptr<const StoreView> CurrentStores::view()
 {
     const Pt::Locked locked(m_lock);
+    follow();
     refresh();
     return m_view;
+}
+
+std::shared_ptr<const StoreView> CurrentStores::recentView()
+{
+    const Pt::Locked locked(m_lock);
+    if (!isRecent())
+        follow();
+    refresh();
+    return m_view;
+}
+
+bool CurrentStores::isRecent() const
+{
+    return m_view && Pt::systemClock().steadyNow() - m_lastLook < kRecent;
+}
+
+void CurrentStores::expire()
+{
+    const Pt::Locked locked(m_lock);
+    m_lastLook = {};
 }
 
 std::uint32_t CurrentStores::time()
@@ -68,6 +91,7 @@ std::uint32_t CurrentStores::time()
 std::vector<std::string> CurrentStores::problems()
 {
     const Pt::Locked locked(m_lock);
+    follow();
     refresh();
     std::vector<std::string> texts;
     addProblem(texts, m_user, m_only.path.empty() ? userStore().path : m_only.path);
@@ -78,6 +102,7 @@ std::vector<std::string> CurrentStores::problems()
 bool CurrentStores::isOfMachine(const SubdomainName& subdomain, const std::string& key)
 {
     const Pt::Locked locked(m_lock);
+    follow();
     refresh();
     for (const StoredSubdomain& each : m_machine.rows().subdomains)
         if (each.name == subdomain)

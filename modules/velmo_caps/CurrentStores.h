@@ -7,6 +7,7 @@
 #include "velmo_caps/StoreReader.h"
 #include "velmo_caps/StoreView.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -29,8 +30,16 @@ public:
     CurrentStores(const CurrentStores&) = delete;
     CurrentStores& operator=(const CurrentStores&) = delete;
 
-    // Never null; keeps its texts for as long as it is held.
+    // As of now. Never null; keeps its texts for as long as it is held.
     std::shared_ptr<const StoreView> view();
+
+    // The same, or as of kRecent ago: for reads that follow each other by the thousand, of which
+    // each would ask the system a dozen times whether anything has changed.
+    std::shared_ptr<const StoreView> recentView();
+    static constexpr std::chrono::microseconds kRecent{200};
+
+    // This process has written: nothing is recent any more.
+    void expire();
 
     // Above 0; rises with every write that is seen, and is lowered by nothing.
     std::uint32_t time();
@@ -44,12 +53,14 @@ public:
 private:
     void follow() TEVORO_REQUIRES(m_lock);
     void refresh() TEVORO_REQUIRES(m_lock);
+    bool isRecent() const TEVORO_REQUIRES(m_lock);
 
     const StorePlace m_only; // no path: both
     Pt::Lock m_lock;
     StoreReader m_user TEVORO_GUARDED_BY(m_lock);
     StoreReader m_machine TEVORO_GUARDED_BY(m_lock);
     std::uint32_t m_time TEVORO_GUARDED_BY(m_lock) = 0; // before the first look
+    std::chrono::steady_clock::time_point m_lastLook TEVORO_GUARDED_BY(m_lock);
     std::shared_ptr<const StoreView> m_view TEVORO_GUARDED_BY(m_lock);
     std::uint64_t m_userEdition TEVORO_GUARDED_BY(m_lock) = 0; // of m_view
     std::uint64_t m_machineEdition TEVORO_GUARDED_BY(m_lock) = 0;

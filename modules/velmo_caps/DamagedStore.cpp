@@ -40,7 +40,7 @@ bool saysThatItIsAStore(const std::string& path)
 std::string freeName(const std::string& path)
 {
     for (int number = 1; number <= kMostKept; ++number) {
-        const std::string name = path + ".damaged-" + std::to_string(number);
+        std::string name = path + ".damaged-" + std::to_string(number);
         bool isTaken = Pt::pathExists(name);
         for (const char* const journal : kJournals)
             isTaken |= Pt::pathExists(name + journal);
@@ -70,7 +70,7 @@ std::string keepDamagedStoreAside(const StorePlace& place, const std::function<b
         failToKeep(place.path, error);
     if (!isDamaged())
         return {};
-    const std::string name = freeName(place.path);
+    std::string name = freeName(place.path);
     // The journals first: they must never be taken for those of the new file.
     for (const char* const journal : kJournals)
         move(place.path + journal, name + journal);

@@ -107,9 +107,9 @@ bool SqliteStatement::step()
     if (code == SQLITE_DONE)
         return false;
     sqlite3* const database = sqlite3_db_handle(m_statement.get());
-    const SqliteError error(sqlite3_extended_errcode(database), sqlite3_errmsg(database));
+    const std::string text = sqlite3_errmsg(database); // the reset may change it
     sqlite3_reset(m_statement.get());
-    throw error;
+    throw SqliteError(code, text);
 }
 
 void SqliteStatement::run()

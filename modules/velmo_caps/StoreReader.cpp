@@ -7,7 +7,9 @@ namespace velmo_caps {
 
 namespace {
 
-constexpr int kMillisecondsPerSecond = 1000;
+// Milliseconds that a call waits for another process.
+constexpr int kNone = 0;
+constexpr int kFull = kCapsPatience * 1000;
 
 bool hasJournal(const std::string& path)
 {
@@ -67,10 +69,11 @@ bool StoreReader::lookInside()
 {
     const StoreProblem problemBefore = m_problem;
     const auto counterBefore = m_counter;
+    const bool hasWaited = problemBefore == StoreProblem::kLocked && !m_isStale;
     try {
         if (!m_connection)
-            connect();
-        m_connection->setPatience(0);
+            connect(kNone);
+        m_connection->setPatience(kNone);
         if (!lookAtCounter())
             return false;
         m_problem = StoreProblem::kNone;
@@ -82,7 +85,7 @@ bool StoreReader::lookInside()
             return false;
         fail(error.problem());
         // Worth one wait, and then no more until something is different.
-        m_isStale = m_problem == StoreProblem::kLocked && problemBefore != StoreProblem::kLocked;
+        m_isStale = m_problem == StoreProblem::kLocked && !hasWaited;
     }
     return m_counter != counterBefore || m_problem != problemBefore;
 }
@@ -103,19 +106,19 @@ bool StoreReader::lookAtCounter()
     return true;
 }
 
-void StoreReader::open(SqliteConnection::Opening opening)
+void StoreReader::open(SqliteConnection::Opening opening, int patience)
 {
     m_connection.emplace(m_place.path, opening);
-    m_connection->setPatience(0);
+    m_connection->setPatience(patience);
     requireStore();
     m_dataVersion.emplace(m_connection->prepare("PRAGMA data_version"));
     m_counterQuery.emplace(m_connection->prepare("SELECT counter FROM change"));
 }
 
-void StoreReader::connect()
+void StoreReader::connect(int patience)
 {
     try {
-        open(SqliteConnection::Opening::kExisting);
+        open(SqliteConnection::Opening::kExisting, patience);
     } catch (const SqliteError& error) {
         // In a folder where nothing can be written, a database of the user's journal mode opens
         // only for those who promise that nobody else writes.
@@ -123,7 +126,7 @@ void StoreReader::connect()
             throw;
         m_connection.reset();
         const std::int64_t modified = modificationOf(m_place.path);
-        open(SqliteConnection::Opening::kUnchanging);
+        open(SqliteConnection::Opening::kUnchanging, patience);
         m_frozen = modified;
     }
 }
@@ -166,7 +169,7 @@ void StoreReader::refresh()
         return;
     try {
         if (!m_connection)
-            connect();
+            connect(kFull);
         read();
     } catch (const StoreError& error) {
         fail(error.problem());
@@ -178,7 +181,7 @@ void StoreReader::refresh()
 // An exception costs the connection, and with it the transaction.
 void StoreReader::read()
 {
-    m_connection->setPatience(kCapsPatience * kMillisecondsPerSecond);
+    m_connection->setPatience(kFull);
     m_connection->run("BEGIN");
     m_rows = readRows(*m_connection);
     m_connection->run("COMMIT");

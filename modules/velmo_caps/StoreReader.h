@@ -31,12 +31,12 @@ public:
 
 private:
     void forget();
-    void connect();
+    void connect(int patience);
     void requireStore();
     bool lookInside();
     bool lookAtCounter();
     bool isThawed() const;
-    void open(SqliteConnection::Opening opening);
+    void open(SqliteConnection::Opening opening, int patience);
     void fail(StoreProblem problem);
     void read();
 

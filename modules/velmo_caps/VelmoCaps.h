@@ -5,7 +5,9 @@
 // serve the payloads of products by collection, domain and key. Behind both lie two databases: the
 // user's over the machine's (docs/store.md says where). A text of the user's store wins over the
 // machine's for the same domain, subdomain and key; lists come in the order in which things were
-// added, the machine's first. Each call sees what was committed last.
+// added, the machine's first. Each call sees what was committed last; keys and values may be those
+// of a fifth of a millisecond ago, but are never older than a time that was told or a write of
+// one's own.
 //
 // A session belongs to one thread at a time; several sessions may be used at once, by any threads.
 // Lists are arrays that end with a null pointer; lists and texts are the library's: they are valid

@@ -2,6 +2,8 @@
 
 #include "modules/velmo_caps/StoreFixture.h"
 
+#include <thread>
+
 namespace velmo_caps {
 namespace {
 
@@ -105,6 +107,42 @@ TEST_F(CurrentStoresTest, AViewKeepsWhatItHasSeen)
     EXPECT_EQ(value(kTevoro, "Path"), "new");
 }
 
+TEST_F(CurrentStoresTest, ARecentViewIsNeverOlderThanTheTimeThatWasTold)
+{
+    for (int number = 0; number < 20; ++number) {
+        m_stores.recentView();
+        setUser(kTevoro, "Path", std::to_string(number));
+        hasRisen();
+        EXPECT_EQ(valueIn(*m_stores.recentView(), kTevoro, "Path"), std::to_string(number));
+    }
+}
+
+TEST_F(CurrentStoresTest, ARecentViewIsSoonAnother)
+{
+    setUser(kTevoro, "Path", "old");
+    m_stores.recentView();
+    setUser(kTevoro, "Path", "new");
+    std::this_thread::sleep_for(CurrentStores::kRecent);
+    EXPECT_EQ(valueIn(*m_stores.recentView(), kTevoro, "Path"), "new");
+}
+
+// In memory, where a write may take less than what counts as recent.
+TEST_F(CurrentStoresTest, AfterOnesOwnWriteNothingIsRecent)
+{
+    const test::TestFolder memory("/dev/shm");
+    m_environment.set("MFX_APPLICATION_DATA", memory.path());
+    setUser(kTevoro, "Path", "0");
+    StoreWriter writer(userStore());
+    for (int number = 1; number < 100; ++number) {
+        StoreWriter::Change change(writer);
+        change.set(kTevoro, "Path", std::to_string(number));
+        m_stores.view();
+        change.commit();
+        m_stores.expire();
+        EXPECT_EQ(valueIn(*m_stores.recentView(), kTevoro, "Path"), std::to_string(number));
+    }
+}
+
 TEST_F(CurrentStoresTest, ALockedStoreServesTheOlderDataAndTellsWhenItIsFree)
 {
     const StorePlace place{StoreKind::kNamed, m_folder.path("named.db")};
@@ -136,7 +174,9 @@ TEST_F(CurrentStoresTest, AStoreThatIsLockedFromTheBeginningIsWaitedForOnceAndTh
     for (int call = 0; call < 20; ++call)
         EXPECT_TRUE(stores.view()->subdomains().empty());
     EXPECT_THAT(stores.problems(), ElementsAre(HasSubstr("locked")));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, std::chrono::milliseconds(2900));
+    EXPECT_LT(waited, std::chrono::seconds(10));
     other.run("COMMIT");
     EXPECT_GT(stores.time(), before);
     EXPECT_EQ(valueIn(*stores.view(), kTevoro, "Path"), "a");
