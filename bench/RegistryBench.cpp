@@ -30,15 +30,15 @@ using ScObjects::TevoroTalk;
 using ScObjects::TevoroTalkConnector;
 using Specifier = TevoroTalk::Specifier;
 
-constexpr int kApplications = 200;
+constexpr int kNames = 50;
+constexpr int kVersions = 4; // of each
+constexpr int kApplications = kNames * kVersions;
 constexpr int kGroups = 10;
-constexpr int kVersions = 4; // of each name
 constexpr const char* kLibrary = "../tests/core/registry/test_caps.framework";
 
-std::string specifierOf(int number)
+std::string specifierOf(int name, int version)
 {
-    return "application" + std::to_string(number / kVersions) + "-"
-        + std::to_string(number % kVersions + 1) + ".0";
+    return "application" + std::to_string(name) + "-" + std::to_string(version) + ".0";
 }
 
 test::CapsTable::Keys keysOf(const std::string& specifier)
@@ -55,16 +55,17 @@ test::CapsTable::Keys keysOf(const std::string& specifier)
 void fill(test::CapsTable& table)
 {
     const std::string place = "/velmo/tevorotalk/";
+    for (int name = 0; name < kNames; ++name)
+        for (int version = 1; version <= kVersions; ++version)
+            table.domains[1].emplace_back(
+                place + specifierOf(name, version), keysOf(specifierOf(name, version)));
     test::CapsTable::Keys groups;
-    for (int number = 0; number < kApplications; ++number) {
-        const std::string specifier = specifierOf(number);
-        table.domains[1].emplace_back(place + specifier, keysOf(specifier));
-        const int names = kApplications / kVersions;
-        const int group = number / kVersions * kGroups / names;
-        groups.emplace_back("Group" + std::to_string(number),
-            place + "groups/suite" + std::to_string(group) + "/"
-                + std::to_string(number % kVersions + 1) + "/" + specifier);
-    }
+    // The entries of a generation stand together, as installers write them.
+    for (int version = 1; version <= kVersions; ++version)
+        for (int name = 0; name < kNames; ++name)
+            groups.emplace_back("Group" + std::to_string(groups.size()),
+                place + "groups/suite" + std::to_string(name * kGroups / kNames) + "/"
+                    + std::to_string(version) + "/" + specifierOf(name, version));
     table.domains[1].emplace_back(place + "groups", groups);
 }
 
@@ -78,7 +79,9 @@ public:
         ScObjects::pcdLibName = kLibrary;
         fill(m_table);
         test::CapsTable::current() = &m_table;
-        m_isUp = !m_folder.empty() && TevoroTalk::InitTerm::init(name, true)
+        // Belongs to the bus, and goes with it.
+        const auto* const instance = new TevoroTalk(name, nullptr, true, nullptr);
+        m_isUp = instance->getAppName() == name
             && TevoroTalk::getNumberOfRegisteredApplications() == kApplications;
     }
     ~Bus()
