@@ -135,16 +135,6 @@ bool isFoundIn(const QKConnectorAppInfoList& one, const QKConnectorAppInfoList& 
     return true;
 }
 
-// Neither is there, or both are and the longer one holds nothing that the other one lacks.
-template <typename List>
-bool isLongerFoundIn(const List* one, const List* other)
-{
-    if (one == nullptr || other == nullptr)
-        return one == other;
-    const bool isOtherLonger = other->length() > one->length();
-    return isOtherLonger ? isFoundIn(*other, *one) : isFoundIn(*one, *other);
-}
-
 } // namespace
 
 SoString TevoroTalkConnector::getConnectorConfig(const SoString& which) const
@@ -235,14 +225,10 @@ bool TevoroTalkConnector::isEqual(const TevoroTalkConnector& other) const
         && isFoundIn(*m_appInfoList, *other.m_appInfoList);
 }
 
+// Whatever either lacks makes the two differ, and there is nobody to be told what it is.
 bool TevoroTalkConnector::validate(const TevoroTalkConnector& other) const
 {
-    const ObjectLock lock(*this);
-    const ObjectLock otherLock(other);
-    const bool haveSameGroups = isLongerFoundIn(m_groupsCache, other.m_groupsCache);
-    const bool haveSameRecords = isLongerFoundIn(m_appInfoList, other.m_appInfoList);
-    return other.m_listsGood && hasEqualKeys(other) && hasEqualLengths(other) && haveSameGroups
-        && haveSameRecords;
+    return isEqual(other);
 }
 
 } // namespace ScObjects

@@ -6,6 +6,7 @@
 
 namespace ScObjects {
 
+// NOLINTNEXTLINE(readability-identifier-naming): the contract's name
 const char* pcdLibName = "velmo_caps.framework";
 
 namespace {

@@ -7,6 +7,7 @@
 namespace ScObjects {
 
 // The name that the library is looked for under.
+// NOLINTNEXTLINE(readability-identifier-naming): the contract's name
 extern const char* pcdLibName;
 
 namespace TevoroTalkUtils::SharedLib {

@@ -141,10 +141,10 @@ public:
     // what runs without being registered, too, and asks those processes.
     virtual bool updateCache(bool force);
     virtual std::int64_t getTimestamp() const;
+    // Whether the other one's lists are good and hold the same, in any order. Reads neither.
     virtual bool isEqual(const TevoroTalkConnector& other) const;
     // Fills both lists, which are empty.
     virtual bool initLists(QKConnectorAppInfoList& applications, SoVector<SoString>& groups) = 0;
-    // Like isEqual, but of lists that differ in length it goes through the longer one.
     virtual bool validate(const TevoroTalkConnector& other) const;
     virtual bool registerApplication(QKConnectorAppInfo& info) = 0;
     virtual bool unregisterApplication(const QKConnectorAppInfo& info) = 0;

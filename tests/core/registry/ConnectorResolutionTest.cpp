@@ -73,6 +73,13 @@ TEST_F(ConnectorResolutionTest, FallsBackToTheNewestEntryOfTheTarget)
     EXPECT_EQ(preferred("alpha-1.0", "beta"), "beta-2.0") << "below every generation";
 }
 
+TEST_F(ConnectorResolutionTest, TakesNoPartnersOfDifferentGenerations)
+{
+    ListedConnector::install({"beta-0.5", "beta-1.0"},
+        {"nx/2/alpha-1.0", "nx/2/beta-0.5", "nx/3/beta-1.0", "nx/4/alpha-2.0"});
+    EXPECT_EQ(preferred("alpha-2.0", "beta"), "beta-0.5");
+}
+
 TEST_F(ConnectorResolutionTest, FindsAnApplicationThatAsksForItself)
 {
     ListedConnector::install(bothInstalled(), twoGenerations());

@@ -126,6 +126,7 @@ TEST_F(PCDConnectorTest, FollowsChangesOfEitherTime)
     EXPECT_EQ(pathOf(*connector, "a-1.0"), "/a");
     table.pcdTime = 201;
     EXPECT_TRUE(connector->updateCache(false));
+    EXPECT_FALSE(connector->updateCache(false)) << "before it was read again";
     EXPECT_EQ(pathOf(*connector, "a-1.0"), "/b");
     EXPECT_FALSE(connector->updateCache(false));
     table.capsTime = 99; // lower is a change, too
