@@ -28,6 +28,7 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
@@ -239,6 +240,7 @@ private:
         m_process = ::fork();
         if (m_process == 0) {
             ::dup2(ready[1], STDOUT_FILENO);
+            ::dup2(::open("/dev/null", O_WRONLY), STDERR_FILENO); // it tells of each activation
             ::execlp("dbus-daemon",
                 "dbus-daemon",
                 "--nofork",
