@@ -109,6 +109,9 @@ void PrivateData::adopt(InterAppStream* itsStream)
     m_streamWakes = stream != nullptr && m_signals != nullptr
         && stream->wakeOn(m_signals->flag.descriptor())
         && stream->wakeOn(m_signals->timer.descriptor());
+    const Pt::Locked lock(m_portWatchLock);
+    if (m_streamWakes && m_portWatch != nullptr)
+        stream->wakeOn(m_portWatch->descriptor());
 }
 
 void PrivateData::registerNumberedInstance()

@@ -20,7 +20,7 @@ public:
     // wait, for as long as it lives. `pingKey` is removed from the store for pings at its end.
     LaunchTimeoutMsgHandler(
         const SoString& pingKey, std::uint32_t serialNumber, const SoString& queueName);
-    ~LaunchTimeoutMsgHandler();
+    ~LaunchTimeoutMsgHandler() override;
     LaunchTimeoutMsgHandler(const LaunchTimeoutMsgHandler&) = delete;
     LaunchTimeoutMsgHandler& operator=(const LaunchTimeoutMsgHandler&) = delete;
 

@@ -91,6 +91,19 @@ TEST_F(LaunchParametersTest, ArriveAtTheQueueOfTheApplication)
     EXPECT_EQ(outcome.get().parameters, "for any copy");
 }
 
+TEST_F(LaunchParametersTest, ArriveAtTheQueueOfTheApplicationAfterTheTimeForTheProcess)
+{
+    const InterAppStream flag("launched-2.0#haslaunchparams", true);
+    const auto start = std::chrono::steady_clock::now();
+    auto outcome = std::async(std::launch::async, [] { return parametersOf("launched-2.0"); });
+    const auto isOpen = [&] { return !sender.canOpen("launched-2.0#launchparams", true); };
+    while (!isOpen() && std::chrono::steady_clock::now() - start < 20s)
+        ScObjects::TevoroTalkUtils::sleep(20);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 12s) << "three steps of four seconds";
+    offer("launched-2.0#launchparams", "for any copy");
+    EXPECT_EQ(outcome.get().parameters, "for any copy");
+}
+
 TEST_F(LaunchParametersTest, AreWaitedForInWholeSteps)
 {
     const auto timeFor = [](unsigned int seconds) {

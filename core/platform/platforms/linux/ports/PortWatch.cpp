@@ -23,7 +23,7 @@ PortWatch::PortWatch()
 void PortWatch::clear() const noexcept
 {
     // What happened is not looked at: each change is a reason to try again.
-    std::array<char, 4096> events;
+    std::array<char, 4096> events{};
     while (retryInterrupted([&] {
         return ::read(m_descriptor.get(), events.data(), events.size());
     }) > 0) { }
