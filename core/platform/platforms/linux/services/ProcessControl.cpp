@@ -30,22 +30,33 @@ std::optional<std::string> factsOf(unsigned long processId)
     return line.substr(end + 2);
 }
 
-// Zombies and the dead keep their entry until somebody asks for their end; they do not run.
+// Of those numbers, by their place in proc(5); 0 when there is none.
+std::uint64_t fieldOf(const std::string& facts, int place)
+{
+    constexpr int kFirst = 3; // the state
+    std::istringstream fields(facts);
+    std::string field;
+    for (int i = kFirst; i <= place; ++i)
+        fields >> field;
+    std::uint64_t number = 0;
+    std::from_chars(field.data(), field.data() + field.size(), number);
+    return fields ? number : 0;
+}
+
+// Zombies and the dead keep their entry until somebody asks for their end; they do not run. Nor
+// does one that is ending: it has run its last line, and gives back what it had.
 bool isAlive(const std::optional<std::string>& facts)
 {
-    return facts && facts->front() != 'Z' && facts->front() != 'X';
+    constexpr int kFlags = 9;
+    constexpr std::uint64_t kEnding = 0x4; // PF_EXITING of the system's own headers
+    return facts && facts->front() != 'Z' && facts->front() != 'X'
+        && (fieldOf(*facts, kFlags) & kEnding) == 0;
 }
 
 std::uint64_t startTimeIn(const std::string& facts)
 {
-    constexpr int kPlace = 22 - 3; // field 22 of proc(5), where the state is field 3
-    std::istringstream fields(facts);
-    std::string field;
-    for (int i = 0; i <= kPlace; ++i)
-        fields >> field;
-    std::uint64_t time = 0;
-    std::from_chars(field.data(), field.data() + field.size(), time);
-    return fields ? time : 0;
+    constexpr int kStart = 22;
+    return fieldOf(facts, kStart);
 }
 
 // The process that a folder of /proc is about; 0 for the other folders there.
