@@ -65,9 +65,10 @@ protected:
     static bool pump() { return TevoroTalk::pump(TevoroTalk::kBoth, nullptr); }
 
     // Pumps until that holds; false when it does not for long.
-    static bool pumpUntil(const std::function<bool()>& condition)
+    static bool pumpUntil(
+        const std::function<bool()>& condition, std::chrono::milliseconds patience = kPatience)
     {
-        const auto limit = std::chrono::steady_clock::now() + kPatience;
+        const auto limit = std::chrono::steady_clock::now() + patience;
         for (bool isMet = false; std::chrono::steady_clock::now() < limit;) {
             pump();
             if ((isMet = condition()))

@@ -54,7 +54,8 @@ protected:
     }
     bool isUpWhilePumping(std::size_t count = 1) const
     {
-        return pumpUntil([&] { return reports().size() >= count; });
+        // A copy that nobody launched looks for parameters of its own for ten seconds.
+        return pumpUntil([&] { return reports().size() >= count; }, std::chrono::seconds(40));
     }
 
     static bool isFree(const std::string& name)

@@ -9,10 +9,16 @@ namespace test {
 // A text of that size in which every part tells where it stands; another for each number.
 inline std::string numberedText(std::size_t number, std::size_t size)
 {
+    // Of a long one every few thousandth place is told, as it would take seconds otherwise.
+    constexpr std::size_t kDense = 256 * 1024;
+    constexpr std::size_t kGap = 4000;
     std::string text;
-    text.reserve(size + 32);
-    while (text.size() < size)
+    text.reserve(size + kGap + 32);
+    while (text.size() < size) {
         text += std::to_string(number) + ':' + std::to_string(text.size()) + ' ';
+        if (text.size() > kDense)
+            text.append(kGap, '.');
+    }
     text.resize(size);
     return text;
 }

@@ -9,6 +9,14 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
+#if defined(__SANITIZE_THREAD__)
+#define TEVORO_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#define TEVORO_THREAD_SANITIZER __has_feature(thread_sanitizer)
+#else
+#define TEVORO_THREAD_SANITIZER 0
+#endif
+
 namespace Pt {
 
 namespace {
@@ -113,6 +121,11 @@ private:
 // gone before others could know of it. Only what a signal handler may do may be done in it.
 pid_t forkUnnoticed()
 {
+#if TEVORO_THREAD_SANITIZER
+    // Its run-time holds locks of its own over a fork; after any other way the child would wait for
+    // them for ever.
+    return ::fork();
+#endif
     return static_cast<pid_t>(::syscall(SYS_clone, 0UL, nullptr, nullptr, nullptr, 0UL));
 }
 
