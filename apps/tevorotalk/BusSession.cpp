@@ -53,6 +53,12 @@ std::string ownName()
     return "tevorotalk_" + std::to_string(Pt::processId()) + "-1.0";
 }
 
+void requireOneLine(const std::string& text)
+{
+    if (text.find('\n') != std::string::npos)
+        throw CommandError(ExitCode::kUsage, "'" + text + "' has line feeds; only the text may");
+}
+
 std::string whyStuck(const std::string& target)
 {
     TevoroTalk::Specifier thread(target.c_str(), false);

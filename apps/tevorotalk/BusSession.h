@@ -27,6 +27,9 @@ std::string ownName();
 // was not.
 std::string whyStuck(const std::string& target);
 
+// Refuses a line feed: it would end the header line that the text goes into, and begin another.
+void requireOneLine(const std::string& text);
+
 // Thrown when a signal ends the command.
 class Interrupted : public std::exception { };
 

@@ -45,6 +45,9 @@ private:
 ExitCode runListen(const CommandLine& line)
 {
     unsigned long count = 0;
+    requireOneLine(line.target);
+    for (const std::string& type : line.types)
+        requireOneLine(type); // no message has such a type
     BusSession session(line.target);
     std::vector<std::string> types = line.types;
     if (types.empty())

@@ -14,6 +14,8 @@ constexpr long kDefaultLimit = 2; // seconds
 
 ExitCode runPing(const CommandLine& line)
 {
+    requireOneLine(line.target);
+    requireOneLine(line.pingCommand);
     const BusSession session(ownName());
     const auto limit = static_cast<std::int32_t>(line.timeout.value_or(kDefaultLimit));
     const SoString answer = session.ask(line.target, line.pingCommand, limit, line.text);

@@ -138,13 +138,6 @@ void requireName(const std::string& target)
         throw CommandError(ExitCode::kUsage, "'" + target + "' is no name on the bus");
 }
 
-// A line feed would end the header line that the text goes into, and begin another.
-void requireOneLine(const std::string& text)
-{
-    if (text.find('\n') != std::string::npos)
-        throw CommandError(ExitCode::kUsage, "'" + text + "' has line feeds; only the text may");
-}
-
 void requireOneLineEach(const CommandLine& line)
 {
     requireOneLine(line.target);

@@ -30,7 +30,11 @@ TEST_F(UsageTest, EndsWithTwoForWrongUsage)
              {"ports", "--wrong"},
              {"ping", "a", "b", "--timeout", "-1"},
              {"listen", "a", "--error", "4294967296"},
-             {"listen", "a", "--count", "0"}})
+             {"listen", "a", "--count", "0"},
+             {"listen", "a\nb"},
+             {"listen", "a", "--type", "one\ntwo"},
+             {"ping", "a\nb"},
+             {"ping", "a", "STATUS\nx"}})
         EXPECT_EQ(run(arguments).code, 2);
 }
 
