@@ -29,6 +29,11 @@ std::string installedPath(const SoString& target)
     return std::string(TevoroTalk::Specifier::getApplicationPath(target).view());
 }
 
+bool isWebAddress(const std::string& path)
+{
+    return path.starts_with("https://");
+}
+
 std::string whyNotStartable(const std::string& path)
 {
     namespace fs = std::filesystem;
@@ -54,7 +59,7 @@ LaunchedTarget::LaunchedTarget(const SoString& target)
 
 bool LaunchedTarget::hasFailedToStart() const
 {
-    return m_process.id == 0 && !m_path.empty() && !m_path.starts_with("https://")
+    return m_process.id == 0 && !m_path.empty() && !isWebAddress(m_path)
         && !TevoroTalk::Specifier(m_target, false).isRunning();
 }
 

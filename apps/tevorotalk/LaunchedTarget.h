@@ -13,6 +13,9 @@ namespace tevorotalk {
 // Where it is installed; empty if it is not.
 std::string installedPath(const ScObjects::SoString& target);
 
+// Whether that is opened in the web instead of started.
+bool isWebAddress(const std::string& path);
+
 // What hinders a program at that path from being started; empty if nothing is to be seen.
 std::string whyNotStartable(const std::string& path);
 

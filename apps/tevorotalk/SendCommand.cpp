@@ -177,6 +177,9 @@ void awaitAnswers(
 
 CommandError notStarted(const CommandLine& line, const std::string& path)
 {
+    if (isWebAddress(path))
+        return {ExitCode::kSystemPart,
+            "'" + line.target + "' stands for " + path + ", which xdg-open cannot open"};
     const std::string why = whyNotStartable(path);
     return {ExitCode::kNotThere,
         "'" + line.target + "' does not run and cannot be started from " + path
@@ -278,6 +281,10 @@ ExitCode runSend(const CommandLine& line)
     if (!isDelivered && !instance.outgoingMessagePending(message.target))
         throw undeliverable(line, message);
     LaunchedTarget target(message.target);
+    if (!isDelivered && isWebAddress(target.path()))
+        throw CommandError(ExitCode::kPartly,
+            "'" + line.target + "' stands for " + target.path()
+                + ", which was opened and takes no messages");
     if (!isDelivered && target.hasFailedToStart())
         throw notStarted(line, target.path());
     return waits ? waitForAnswers(session, line, message, answers, target)

@@ -1,12 +1,14 @@
 // What the connector tells in the diagnostics tree: every application, whether it runs, and what
-// those that run tell of themselves. Takes up to 22 seconds for each that runs and does not answer;
-// the connector's lock is not held meanwhile.
+// those that run tell of themselves. Takes up to 22 seconds for each that runs and does not answer,
+// on the thread of the bus two for all; the connector's lock is not held meanwhile.
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkPing.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/process/TevoroTalkThread.h"
 #include "messaging/wire/InfoNode.h"
 #include "registry/TevoroTalkConnector.h"
+
+#include <chrono>
 
 namespace ScObjects {
 
@@ -17,6 +19,49 @@ namespace {
 using Specifier = TevoroTalk::Specifier;
 
 constexpr std::int32_t kInfoSeconds = 10;
+
+// What others are asked for one tree. The thread of the bus, which an application's own pump waits
+// for, asks briefly, and those who do not answer no second time.
+class Questions {
+public:
+    SoString statusOf(const Specifier& specifier)
+    {
+        if (!m_isBrief)
+            return specifier.status();
+        return ask(specifier, TevoroTalkThread::QK_STATUS, nullptr);
+    }
+    SoString infoOf(const Specifier& specifier, const char* what, const SoString& status)
+    {
+        const SoString body = what;
+        if (!m_isBrief)
+            return TevoroTalk::Thread::ping(
+                specifier, TevoroTalkThread::QK_INFO, kInfoSeconds, &body);
+        return isAnswer(status) ? ask(specifier, TevoroTalkThread::QK_INFO, &body) : SoString();
+    }
+
+private:
+    using SteadyClock = std::chrono::steady_clock;
+
+    static bool isOnBusThread()
+    {
+        const TevoroTalkThread* const thread = TevoroTalkThread::getMainThread();
+        return thread != nullptr && thread->isCurrent();
+    }
+    static bool isAnswer(const SoString& status)
+    {
+        return status != QK_TIMEOUT && status != TevoroTalkThread::QK_UNDEFINED;
+    }
+    SoString ask(const Specifier& specifier, const char* key, const SoString* body) const
+    {
+        constexpr std::int32_t kBriefly = 1; // second
+        return SteadyClock::now() < m_deadline
+            ? TevoroTalk::Thread::ping(specifier, key, kBriefly, body)
+            : SoString(QK_TIMEOUT);
+    }
+
+    const bool m_isBrief = isOnBusThread();
+    const SteadyClock::time_point m_deadline = SteadyClock::now() + std::chrono::seconds(1);
+};
 
 SoString childOf(const SoString& path, const SoString& name)
 {
@@ -32,11 +77,11 @@ const TevoroTalkContext* contextOf(const Specifier& specifier)
     return context != nullptr && context->getAppSpecifier() == specifier ? context : nullptr;
 }
 
-SoString statusOf(const Specifier& specifier)
+SoString statusOf(const Specifier& specifier, Questions& questions)
 {
     const TevoroTalkContext* const own = contextOf(specifier);
     return own != nullptr ? own->getThread()->getValueForKey(TevoroTalkThread::QK_STATUS)
-                          : specifier.status();
+                          : questions.statusOf(specifier);
 }
 
 // What the tree has anyway, from here.
@@ -70,26 +115,19 @@ void appendAnswer(SoString& out,
     }
 }
 
-SoString askFor(const char* what, const Specifier& specifier)
+void appendRunningAppInfo(SoString& out,
+    const SoString& node,
+    const Specifier& specifier,
+    const SoString& status,
+    Questions& questions)
 {
-    const SoString body = what;
-    return TevoroTalk::Thread::ping(specifier, TevoroTalkThread::QK_INFO, kInfoSeconds, &body);
-}
-
-void appendRunningAppInfo(SoString& out, const SoString& node, const Specifier& specifier)
-{
-    if (const TevoroTalkContext* const own = contextOf(specifier))
+    if (const TevoroTalkContext* const own = contextOf(specifier)) {
         own->appendDiagnostics(out, node);
-    else
-        appendAnswer(out, node, specifier, askFor("context", specifier), false);
-}
-
-void appendThreadInfo(SoString& out, const SoString& node, const Specifier& specifier)
-{
-    if (const TevoroTalkContext* const own = contextOf(specifier))
         own->getThread()->appendDiagnostics(out, node);
-    else
-        appendAnswer(out, node, specifier, askFor("thread", specifier), true);
+        return;
+    }
+    appendAnswer(out, node, specifier, questions.infoOf(specifier, "context", status), false);
+    appendAnswer(out, node, specifier, questions.infoOf(specifier, "thread", status), true);
 }
 
 SoString executableName(const TevoroTalkConnector& connector, const Specifier& specifier)
@@ -126,17 +164,16 @@ void appendApplication(SoString& out,
     const SoString& parent,
     const TevoroTalkConnector& connector,
     const Specifier& specifier,
-    bool isRunning)
+    bool isRunning,
+    Questions& questions)
 {
     const SoString node = childOf(parent, specifier);
-    const SoString status = isRunning ? statusOf(specifier) : SoString();
+    const SoString status = isRunning ? statusOf(specifier, questions) : SoString();
     appendLine(out, node, "", "1", specifier, status);
     appendRecord(out, node, connector, specifier);
     appendLeaf(out, node, "/status", "Status", isRunning ? status : SoString("(not running)"));
-    if (isRunning) {
-        appendRunningAppInfo(out, node, specifier);
-        appendThreadInfo(out, node, specifier);
-    }
+    if (isRunning)
+        appendRunningAppInfo(out, node, specifier, status, questions);
     appendLeafUnlessEmpty(out, node, "/exename", "ExeName", executableName(connector, specifier));
 }
 
@@ -153,11 +190,13 @@ void TevoroTalkConnector::appendDiagnostics(SoString& out, const SoString& path)
     appendLine(out, installed, "", "1", "Installed", "0");
     appendLine(out, running, "", "1", "Running", "0");
     std::int32_t numberRunning = 0;
+    Questions questions;
     for (int i = 0; i < count; ++i) {
         const Specifier specifier(getApplicationSpecifier(i), false);
         const bool isRunning = specifier.isRunning();
         numberRunning += isRunning ? 1 : 0;
-        appendApplication(out, isRunning ? running : installed, *this, specifier, isRunning);
+        appendApplication(
+            out, isRunning ? running : installed, *this, specifier, isRunning, questions);
     }
     // Again, as now they are known.
     appendLine(out, installed, "", "1", "Installed", textOf(count - numberRunning));

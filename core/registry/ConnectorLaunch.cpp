@@ -3,6 +3,7 @@
 #include "messaging/process/Launcher.h"
 #include "registry/QKConnectorAppInfoList.h"
 #include "registry/TevoroTalkConnector.h"
+#include "registry/TrustedFile.h"
 
 #include <memory>
 #include <string_view>
@@ -22,7 +23,11 @@ SoString developerPathOr(const SoString& path)
     if (!TevoroTalkUtils::fileExists(alias))
         return path;
     const SoString target = TevoroTalkUtils::resolveAlias(alias);
-    return TevoroTalkUtils::fileExists(target) ? target : path;
+    // In a folder that others may write, anybody could name another program.
+    const std::string program(text);
+    const bool isOurs = isTrusted(std::string(alias.view()), program)
+        && isTrusted(std::string(target.view()), program);
+    return isOurs ? target : path;
 }
 
 // A numbered copy gets a record of its own, which says which process it is.

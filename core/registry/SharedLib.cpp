@@ -1,6 +1,7 @@
 #include "registry/SharedLib.h"
 
 #include "platform/common/services/ProgramEnvironment.h"
+#include "registry/TrustedFile.h"
 
 #include <string>
 
@@ -25,10 +26,17 @@ Pt::ModuleHandle TevoroTalkUtils::SharedLib::loadPCDLibrary(const char* name)
     const std::string folder = Pt::programFolder();
     if (folder.empty())
         return nullptr;
-    std::string file = Pt::moduleFile(folder + "/../Frameworks/" + name);
-    if (file.empty())
-        file = Pt::moduleFile(folder + "/" + name);
-    return file.empty() ? nullptr : Pt::openModule(file);
+    for (const std::string& place : {folder + "/../Frameworks", folder}) {
+        const std::string bundle = place + "/" + name;
+        const std::string file = Pt::moduleFile(bundle);
+        if (file.empty())
+            continue;
+        // Beside a folder that others may write, anybody could lay a library of that name.
+        const bool isOurs =
+            isTrusted(place, folder) && isTrusted(bundle, folder) && isTrusted(file, folder);
+        return isOurs ? Pt::openModule(file) : nullptr;
+    }
+    return nullptr;
 }
 
 void TevoroTalkUtils::SharedLib::unloadPCDLibrary(Pt::ModuleHandle library)

@@ -43,6 +43,25 @@ TEST_F(InfoCommandTest, EndsWithThreeForATargetThatIsNotThere)
     EXPECT_EQ(result.code, 3);
 }
 
+// The application asks the others while its own pump waits.
+TEST_F(InfoCommandTest, TakesLittleTimeWhereAnotherApplicationIsStuck)
+{
+    for (const char* const name : {"stuck-1.0", "other-1.0", "echo-1.0"}) {
+        PeerProcess store({VELMO_CAPS, "add", name, "--path", "/bin/true"});
+        store.endInput();
+        ASSERT_EQ(store.finish(), 0);
+    }
+    ::kill(listen("stuck-1.0").id(), SIGSTOP);
+    ::kill(listen("other-1.0").id(), SIGSTOP);
+    listen("echo-1.0");
+    const auto begin = std::chrono::steady_clock::now();
+    const CommandResult result = run({"info", "echo-1.0"});
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(result.out, HasSubstr("stuck-1.0: Timeout"));
+    EXPECT_THAT(result.out, HasSubstr("\n\t\tRunning: 3"));
+}
+
 TEST_F(InfoCommandTest, GivesUpWhenItIsTold)
 {
     ::kill(listen("frozen-1.0").id(), SIGSTOP);

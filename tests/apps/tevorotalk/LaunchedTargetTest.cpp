@@ -98,6 +98,22 @@ TEST_F(LaunchedTargetTest, HasItsParametersAndTheMessageWhenTheCommandEnds)
     EXPECT_EQ(report, "launched-2.0\n-specifier launched-2.0 -nostartupscreen\n");
 }
 
+TEST_F(LaunchedTargetTest, TakesNoMessageWhenItIsAnAddress)
+{
+    std::filesystem::create_directory(folder.path("bin"));
+    folder.write("bin/xdg-open", "#!/bin/sh\n");
+    std::filesystem::permissions(folder.path("bin/xdg-open"), std::filesystem::perms::owner_all);
+    environment.set("PATH", folder.path("bin"));
+    environment.set("LAUNCHED_PATH", "https://example.test/x");
+    CommandResult result = send("hello");
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("https://example.test/x, which was opened and takes no"));
+    std::filesystem::remove(folder.path("bin/xdg-open"));
+    result = send("hello");
+    EXPECT_EQ(result.code, 5);
+    EXPECT_THAT(result.err, HasSubstr("https://example.test/x, which xdg-open cannot open"));
+}
+
 TEST_F(LaunchedTargetTest, IsNotStartedWhenItRuns)
 {
     EXPECT_EQ(send("hello").code, 0);

@@ -3,6 +3,8 @@
 #include "core/messaging/support/LaunchRegistry.h"
 #include "messaging/process/Launcher.h"
 
+#include <unistd.h>
+
 namespace {
 
 using ScObjects::SoString;
@@ -113,6 +115,17 @@ TEST_F(ConnectorLaunchTest, StartsTheDevelopersBuildBesideTheProgram)
     EXPECT_TRUE(launch());
     EXPECT_TRUE(isUp());
     EXPECT_EQ(copies().size(), 1U);
+}
+
+TEST_F(ConnectorLaunchTest, StartsNoBuildThatSomebodyElseHasNamed)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give files to somebody else";
+    install(linked("installed", LAUNCHED_APPLICATION));
+    linked("DeveloperApp", folder.write("theirs", "no program"));
+    ASSERT_EQ(::lchown(folder.path("DeveloperApp").c_str(), 65534, 65534), 0);
+    EXPECT_TRUE(launch());
+    EXPECT_TRUE(isUp());
 }
 
 TEST_F(ConnectorLaunchTest, StartsTheProgramItselfWhereTheDevelopersBuildIsMissing)

@@ -228,9 +228,10 @@ TEST_F(CurrentStoresTest, AUsersStoreIsReadWhereNothingCanBeWritten)
     setUser(kTevoro, "Path", "a");
     const std::string folder = m_folder.path("user/Velmo/Caps");
     std::filesystem::permissions(m_folder.path(), std::filesystem::perms(0755));
-    if (isRoot())
+    if (isRoot()) {
         for (const auto& each : std::filesystem::recursive_directory_iterator(m_folder.path()))
             ASSERT_EQ(::chown(each.path().c_str(), test::kNobody, test::kNobody), 0);
+    }
     ASSERT_EQ(::chmod(userFile().c_str(), 0400), 0);
     ASSERT_EQ(::chmod(folder.c_str(), 0500), 0);
     const int read =

@@ -88,8 +88,9 @@ TEST_F(StoreFaultTest, WhicheverCallOfTheFirstWriterFailsTheNextOneMakesTheStore
             const StoreProblem problem = problemOf([&] { write(place, 1); });
             m_vfs.disarm();
             happened = m_vfs.hasHappened();
-            if (problem == StoreProblem::kNone)
+            if (problem == StoreProblem::kNone) {
                 EXPECT_EQ(readBack(place), 1) << before;
+            }
             EXPECT_EQ(problemOf([&] { write(place, 2); }), StoreProblem::kNone) << before;
             EXPECT_EQ(readBack(place), 2) << before;
         }

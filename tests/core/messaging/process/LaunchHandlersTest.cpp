@@ -30,10 +30,10 @@ protected:
 
     LaunchTimeoutMsgHandler& installTimeout(std::uint32_t number = kNumber)
     {
-        auto* const handler =
+        auto* const installed =
             new LaunchTimeoutMsgHandler(kKey, number, "launched_1-2.0#launchparams");
-        delete self->changeHandler(handler);
-        return *handler;
+        delete self->changeHandler(installed);
+        return *installed;
     }
     LaunchReceivedMsgHandler& installReceived()
     {

@@ -150,8 +150,9 @@ TEST_F(LaunchedApplicationTest, HasNoDescriptorsOfItsLauncher)
         std::error_code gone;
         const std::string target = std::filesystem::read_symlink(each.path(), gone).string();
         const int number = std::stoi(each.path().filename().string());
-        if (number < 3)
+        if (number < 3) {
             EXPECT_EQ(target, "/dev/null") << number;
+        }
     }
     EXPECT_EQ(::getsid(static_cast<pid_t>(process())), static_cast<pid_t>(process()));
 }
