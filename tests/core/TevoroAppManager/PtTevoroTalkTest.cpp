@@ -23,8 +23,7 @@ protected:
     static void queueForOther()
     {
         TevoroTalk& ours = *TevoroTalk::get("mfx-4.0", nullptr);
-        const SoString options = "-noparam"; // parameters would be messages that wait, too
-        EXPECT_FALSE(ours.send(*request("other-1.0"), true, 0, &options));
+        EXPECT_FALSE(test::HandOffFixture::send(ours, *request("other-1.0"), true));
         EXPECT_TRUE(ours.outgoingMessagePending());
     }
 
@@ -213,8 +212,10 @@ TEST_F(PtTevoroTalkTest, StopsToWaitWhenAllIsSent)
     m_bus.Initialize();
     queueForOther();
     clock.inPause = [this] {
-        if (clock.pauses.size() == 2)
-            another("other-1.0");
+        if (clock.pauses.size() != 2)
+            return;
+        another("other-1.0");
+        another("other-1.0#launchparams"); // which wait, too
     };
     m_bus.sendPending();
     EXPECT_THAT(clock.pauses, SizeIs(3));
