@@ -1,5 +1,5 @@
 // The sink's door to the message bus, and the instance that the sink holds there. Owned by the
-// sink and used on its thread, which all calls but Initialize may block: each says how long.
+// sink and used on its thread, which calls may block: each says how long.
 //
 // Several sinks of a process share one bus: the first starts it and the last ends it, unless
 // somebody else in the process had started it before.

@@ -28,6 +28,7 @@ protected:
     void SetUp() override
     {
         MfxTest::SetUp();
+        setVariable("TEVOROTALK_PORT_DIR", m_bus.path("ports"));
         addFile("A.JPG", "photo");
     }
     void TearDown() override
@@ -117,6 +118,10 @@ protected:
     {
         return " app.browseTo (\"" + target().string() + "\");  app.beep() ;'done';";
     }
+
+private:
+    // The test's own tree is open to everybody, and the bus uses no folder in such a one.
+    const test::TestFolder m_bus;
 };
 
 TEST_F(HandOffTest, StartsTheBrowserThatIsRegistered)
@@ -140,7 +145,7 @@ TEST_F(HandOffTest, GivesTheBrowserThatRunsItsScript)
 {
     registerBrowser(TEVORO);
     const auto browser = start({TEVORO, "--headless"});
-    ASSERT_TRUE(browser->waitFor("on the bus as tevoro-2.0", kPatience));
+    ASSERT_TRUE(browser->waitFor("on the bus as tevoro-2.0", kPatience)) << browser->output();
     handedOff();
     ASSERT_TRUE(browser->waitFor("}\n", kPatience));
     const std::string lines = browser->output();
