@@ -6,6 +6,7 @@
 #include "registry/TevoroTalkConnector.h"
 #include "tevorotalk/BusSession.h"
 #include "tevorotalk/Commands.h"
+#include "velmo_caps/CurrentStores.h"
 
 #include <set>
 #include <string>
@@ -51,6 +52,17 @@ void print(const TevoroTalk::Specifier& application, const Names& held, bool jso
             + Pt::terminalText(status) + "\t" + Pt::terminalText(Pt::displayName(path)));
 }
 
+// The bus has no words for why its registry lacks something; the store has.
+bool tellProblems()
+{
+    velmo_caps::CurrentStores stores;
+    static_cast<void>(stores.view()); // looks
+    const auto problems = stores.problems();
+    for (const std::string& text : problems)
+        commandline::printMessage("tevorotalk", text);
+    return !problems.empty();
+}
+
 } // namespace
 
 ExitCode runApps(const CommandLine& line)
@@ -64,10 +76,14 @@ ExitCode runApps(const CommandLine& line)
     const int count = registry->getNumberOfRegisteredApplications();
     for (int i = 0; i < count && !Pt::wasInterrupted(); ++i)
         print(TevoroTalk::Specifier(registry->getApplicationSpecifier(i), false), held, line.json);
+    if (Pt::wasInterrupted())
+        return ExitCode::kInterrupted;
+    if (tellProblems())
+        return ExitCode::kPlaceUnusable;
     if (count == 0)
         commandline::printMessage(
             "tevorotalk", "no application is registered; 'velmo-caps add' registers one");
-    return Pt::wasInterrupted() ? ExitCode::kInterrupted : ExitCode::kDone;
+    return ExitCode::kDone;
 }
 
 } // namespace tevorotalk

@@ -43,8 +43,9 @@ QString pathOf(const CPropSinkMediaItem& item)
 
 // The bus comes first: it alone can fail, and then nothing else has been taken that would have to
 // be given back. What the later steps do not find stays null, which is a state to run in.
-CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs)
+CAppSource::CAppSource(const CAppInfo& info, PanelDialogs& dialogs, Pt::Clock& clock)
     : m_info(info)
+    , m_bus(clock)
     , m_panel(*this, dialogs)
 {
     m_bus.Initialize();
@@ -278,7 +279,10 @@ FxStatus CAppSource::InvokeHostApp(void*, unsigned int, unsigned short*)
             return kFxOk;
         const QByteArray script =
             QByteArrayLiteral("{ app.runMediafetcher();") + "app.document.bringToFront (); }";
-        return m_bus.DoLaunchTevoro(script, true) == -1 ? kFxErrBadArgument : kFxOk;
+        if (m_bus.DoLaunchTevoro(script, true) == -1)
+            return kFxErrBadArgument;
+        m_bus.sendPending();
+        return kFxOk;
     });
 }
 

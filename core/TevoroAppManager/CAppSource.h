@@ -44,8 +44,10 @@ class CAppSource final : public ISource,
 public:
     // Starts the bus, takes the preference store, opens the dictionary and binds the DNG library.
     // A library that is not there is no failure; a bus that does not start throws. The dialogs are
-    // borrowed.
-    explicit CAppSource(const CAppInfo& info, PanelDialogs& dialogs = screenDialogs());
+    // borrowed, and so is the clock, which makes the pauses of the hand-off.
+    explicit CAppSource(const CAppInfo& info,
+        PanelDialogs& dialogs = screenDialogs(),
+        Pt::Clock& clock = Pt::systemClock());
     CAppSource(const CAppSource&) = delete;
     CAppSource& operator=(const CAppSource&) = delete;
 

@@ -138,7 +138,7 @@ void makeStore(const StorePlace& place)
 
 StorePlace userStore()
 {
-    const std::string folder = Pt::userApplicationData();
+    const std::string folder = Pt::lastingApplicationData();
     return {StoreKind::kUser, folder.empty() ? folder : folder + "/" + kRelativePath};
 }
 

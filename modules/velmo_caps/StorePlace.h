@@ -21,7 +21,7 @@ struct StorePlace {
     friend bool operator==(const StorePlace&, const StorePlace&) = default;
 };
 
-// Below the user's application data.
+// Below the user's application data, that of no single run.
 StorePlace userStore();
 // The first folder of the machine's application data that holds one, else the first of all.
 StorePlace machineStore();

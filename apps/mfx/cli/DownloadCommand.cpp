@@ -162,8 +162,9 @@ private:
         if (panel.isChecked("savecopies_checkbox") != request().backupFolder.has_value())
             throw SystemPartError(text("$$$/Mfx/System/PluginIgnoresBackup=the plug-in did not "
                                        "take over the choice of a backup folder"));
-        m_options.addPanel(
-            {panel.isChecked("dng_checkbox"), panel.isChecked("deletefiles_checkbox")});
+        m_options.addPanel({panel.isChecked("dng_checkbox"),
+            panel.isChecked("deletefiles_checkbox"),
+            panel.isChecked("launchtevoro_checkbox")});
     }
 
     void reportPutBack(const CardContents& card)

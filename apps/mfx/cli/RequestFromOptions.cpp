@@ -97,6 +97,7 @@ void RequestFromOptions::addRemembered(const RememberedChoices& remembered)
 void RequestFromOptions::addPanel(const PanelChoices& panel)
 {
     m_request.convertsToDNG = panel.convertsToDNG;
+    m_request.opensBrowser = panel.opensBrowser;
     // Never by a remembered choice alone: --delete-originals has to stand on this very
     // command line.
     m_request.deletesOriginals = m_mayDelete && m_line.deleteOriginals && panel.deletesOriginals;

@@ -27,6 +27,7 @@ struct RememberedChoices {
 struct PanelChoices {
     bool convertsToDNG = false;
     bool deletesOriginals = false;
+    bool opensBrowser = false;
 };
 
 class RequestFromOptions {

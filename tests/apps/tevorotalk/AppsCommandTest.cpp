@@ -58,7 +58,7 @@ TEST_F(AppsCommandTest, SaysWhatAStoppedApplicationDoesNotAnswer)
     EXPECT_EQ(run({"apps"}).out, "echo-1.0\tTimeout\t/bin/echo\n");
 }
 
-TEST_F(AppsCommandTest, ListsNothingOfAStoreThatIsDamaged)
+TEST_F(AppsCommandTest, SaysWhyAStoreThatIsDamagedIsMissing)
 {
     add("echo-1.0", "/bin/echo");
     const std::string file = folder.path("user/Velmo/Caps/velmo_caps.db");
@@ -68,7 +68,8 @@ TEST_F(AppsCommandTest, ListsNothingOfAStoreThatIsDamaged)
         std::filesystem::remove(file + beside);
     const CommandResult result = run({"apps"});
     EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(result.err, HasSubstr(file));
+    EXPECT_EQ(result.code, 4);
 }
 
 } // namespace

@@ -33,6 +33,7 @@ protected:
     MinimalHostTest()
     {
         m_environment.set("HOME", m_home.path());
+        m_environment.set("TEVOROTALK_PORT_DIR", m_home.path("ports"));
         for (const char* const variable :
             {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "MFX_APPLICATION_DATA"})
             m_environment.unset(variable);

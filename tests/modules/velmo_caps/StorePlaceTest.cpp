@@ -22,6 +22,13 @@ TEST_F(StorePlaceTest, LiesBelowTheUsersAndTheMachinesApplicationData)
     EXPECT_EQ(machineStore().path, m_folder.path("machine/Velmo/Caps/velmo_caps.db"));
 }
 
+TEST_F(StorePlaceTest, StaysTheUsersOwnInARunWithPreferencesOfItsOwn)
+{
+    m_environment.set("MFX_USER_DATA", m_folder.path("user"));
+    m_environment.set("MFX_APPLICATION_DATA", m_folder.path("session"));
+    EXPECT_EQ(userStore().path, m_folder.path("user/Velmo/Caps/velmo_caps.db"));
+}
+
 TEST_F(StorePlaceTest, TheFirstMachineFolderThatHasAStoreCountsElseTheFirst)
 {
     m_environment.set("XDG_DATA_DIRS", m_folder.path("a") + ":" + m_folder.path("b"));

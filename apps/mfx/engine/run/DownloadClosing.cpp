@@ -3,6 +3,7 @@
 
 #include "mfx/engine/run/Download.h"
 #include "mfx/engine/saving/SpaceCheck.h"
+#include "mfx/engine/sink/BrowserSearch.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileCopy.h"
 #include "platform/common/files/FilePlacement.h"
@@ -48,6 +49,10 @@ void Download::finishSink(const std::vector<std::uint32_t>& listed, bool deletes
     m_account.summary.nobodyAnswered = m_sink.foundNobody();
     if (deletes)
         m_deletion.lookAgain(); // while the question was open, and while originals went
+    if (m_request.opensBrowser && !isBrowserKnown())
+        m_events.message("",
+            text("$$$/Mfx/Download/NoBrowser=the result is not shown: tevoro is not registered; "
+                 "velmo-caps add tevoro-2.0 --path PROGRAM does that"));
 }
 
 // A rename may live in the kernel's cache alone until its folder is flushed. A disk that does not

@@ -20,6 +20,7 @@ struct DownloadRequest {
     bool convertsToDNG = false; // the sink will
     bool wantsDNG = false; // the user does, whether or not the sink can
     bool deletesOriginals = false;
+    bool opensBrowser = false; // the sink will, where it finds it
     bool dryRun = false;
     std::function<bool()> wasInterrupted; // looked at often, from several threads
 };

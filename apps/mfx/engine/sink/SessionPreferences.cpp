@@ -66,7 +66,8 @@ const char* flagText(bool isOn)
 } // namespace
 
 // The plug-in is loaded later and finds the copy by the variable, which is set last: a run that
-// fails before has changed nothing of this process.
+// fails before has changed nothing of this process. The bus's store is the user's own all the same,
+// and so is what programs find that the bus starts.
 SessionPreferences::SessionPreferences(const std::string& libraryPath,
     const std::optional<std::string>& storeFolder,
     const Choices& choices)
@@ -77,6 +78,7 @@ SessionPreferences::SessionPreferences(const std::string& libraryPath,
     const auto client = openCopy(m_session.path + kStoreBelowData);
     write(*client, m_values);
     readBack(*client);
+    Pt::setEnvironmentVariable("MFX_USER_DATA", Pt::lastingApplicationData());
     Pt::setEnvironmentVariable("MFX_APPLICATION_DATA", m_session.path);
 }
 
@@ -189,7 +191,7 @@ bool SessionPreferences::remember(const std::string& target, std::uint64_t nextS
 
 std::string SessionPreferences::userStoreFolder()
 {
-    return Pt::userApplicationData() + kStoreBelowData;
+    return Pt::lastingApplicationData() + kStoreBelowData;
 }
 
 std::string SessionPreferences::storeFolderIn(const std::string& folder)

@@ -1,8 +1,9 @@
 // The choices of one run. They reach the plug-in through a copy of the preference store that lives
 // as long as the run: the user's own store stays as it is unless the choices are to be remembered.
 //
-// Sets MFX_APPLICATION_DATA for this process, so it is made before the plug-in is loaded and before
-// any thread is started. One at a time, on the program's main thread.
+// Sets MFX_APPLICATION_DATA for this process, and MFX_USER_DATA to the folder that it covers, so it
+// is made before the plug-in is loaded and before any thread is started. One at a time, on the
+// program's main thread.
 #pragma once
 
 #include "mfx/engine/sink/PreferenceClient.h"

@@ -23,6 +23,11 @@ std::string picturesFolder();
 // MFX_APPLICATION_DATA, else XDG_DATA_HOME, else ~/.local/share.
 std::string userApplicationData();
 
+// The same for what is no matter of one run: MFX_USER_DATA, else userApplicationData(). A program
+// that lays MFX_APPLICATION_DATA over the user's folder for a run of its own leaves that folder in
+// MFX_USER_DATA, for itself and for the programs that it starts.
+std::string lastingApplicationData();
+
 // XDG_CONFIG_HOME, else ~/.config.
 std::string userConfigFolder();
 

@@ -148,6 +148,12 @@ std::string userApplicationData()
     return folder.empty() ? fromEnvironmentOrHome("XDG_DATA_HOME", ".local/share") : folder;
 }
 
+std::string lastingApplicationData()
+{
+    std::string folder = folderFromEnvironment("MFX_USER_DATA");
+    return folder.empty() ? userApplicationData() : folder;
+}
+
 std::string userConfigFolder()
 {
     return fromEnvironmentOrHome("XDG_CONFIG_HOME", ".config");

@@ -2,6 +2,7 @@
 
 #include "apps/mfx/engine/SavingFixture.h"
 #include "mfx/engine/sink/SinkModule.h"
+#include "platform/common/services/UserFolders.h"
 #include "support/Environment.h"
 
 #include <cstdlib>
@@ -34,6 +35,7 @@ protected:
         environment.set("XDG_CONFIG_HOME", home.path("config"));
         environment.unset("XDG_DATA_HOME");
         environment.set("MFX_APPLICATION_DATA", home.path("unused"));
+        environment.unset("MFX_USER_DATA");
     }
 
     void store(const std::string& entries) const
@@ -235,6 +237,17 @@ TEST_F(SessionPreferencesTest, LeavesADamagedStoreAloneUntilItRemembers)
     EXPECT_TRUE(session.remember("/photos", 1));
     EXPECT_EQ(bytesOf(home.path("user/preferences-3.damaged-1.xml")), "no preferences");
     EXPECT_EQ(inUserStore("Location"), "/photos");
+}
+
+TEST_F(SessionPreferencesTest, LeavesTheUsersOwnFolderForWhatOutlivesTheRun)
+{
+    const SessionPreferences session(kLibrary, userStore(), choices);
+    EXPECT_EQ(Pt::userApplicationData(), std::getenv("MFX_APPLICATION_DATA"));
+    EXPECT_EQ(Pt::lastingApplicationData(), home.path("unused"));
+    // For a run that is started from within this one, too.
+    const SessionPreferences inner(kLibrary, userStore(), choices);
+    EXPECT_EQ(Pt::lastingApplicationData(), home.path("unused"));
+    EXPECT_EQ(SessionPreferences::userStoreFolder(), home.path("unused/Velmo/Tevoro NX"));
 }
 
 TEST_F(SessionPreferencesTest, OpensAStoreByAFolderAboveItToo)

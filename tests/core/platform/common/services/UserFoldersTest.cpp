@@ -20,7 +20,8 @@ protected:
                  "XDG_DATA_HOME",
                  "XDG_DATA_DIRS",
                  "XDG_RUNTIME_DIR",
-                 "MFX_APPLICATION_DATA"})
+                 "MFX_APPLICATION_DATA",
+                 "MFX_USER_DATA"})
             m_environment.unset(each);
     }
 
@@ -86,6 +87,18 @@ TEST_F(UserFoldersTest, PrefersItsOwnVariableForApplicationData)
     EXPECT_EQ(Pt::userApplicationData(), "/xdg");
     m_environment.set("MFX_APPLICATION_DATA", "/session");
     EXPECT_EQ(Pt::userApplicationData(), "/session");
+}
+
+TEST_F(UserFoldersTest, KeepsWhatLastsApartFromASession)
+{
+    EXPECT_EQ(Pt::lastingApplicationData(), m_home.path(".local/share"));
+    m_environment.set("MFX_APPLICATION_DATA", "/session");
+    EXPECT_EQ(Pt::lastingApplicationData(), "/session");
+    m_environment.set("MFX_USER_DATA", "/lasting");
+    EXPECT_EQ(Pt::lastingApplicationData(), "/lasting");
+    EXPECT_EQ(Pt::userApplicationData(), "/session");
+    m_environment.set("MFX_USER_DATA", "relative");
+    EXPECT_EQ(Pt::lastingApplicationData(), "/session");
 }
 
 TEST_F(UserFoldersTest, TakesARelativeFolderForUnset)
