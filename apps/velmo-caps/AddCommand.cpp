@@ -5,6 +5,7 @@
 #include "velmo-caps/StoreNames.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 
 namespace velmo_caps_cli {
@@ -75,6 +76,24 @@ std::pair<std::string, std::string> settingOf(const std::string& text)
     return {std::move(key), std::move(value)};
 }
 
+bool isLetterOrDigit(char c)
+{
+    return static_cast<unsigned char>(c) >= 0x80
+        || std::isalnum(static_cast<unsigned char>(c)) != 0;
+}
+
+// What begins with a brace is a payload to the other commands.
+std::string newSpecifier(const std::string& text)
+{
+    std::string specifier = specifierOf(text);
+    const std::string name = specifier.substr(0, specifier.find('-'));
+    if (name.starts_with('{') || std::none_of(name.begin(), name.end(), isLetterOrDigit))
+        throw CommandError(ExitCode::kUsage,
+            "'" + text
+                + "' is no name of an application: it needs a letter or digit, and no brace first");
+    return specifier;
+}
+
 bool hasPlace(const Settings& settings, const ViewSubdomain* known)
 {
     for (const char* const key : {"Path", "RedirectTo", "ExecutableBasename"}) {
@@ -91,7 +110,7 @@ bool hasPlace(const Settings& settings, const ViewSubdomain* known)
 
 ExitCode runAdd(const CommandLine& line)
 {
-    const std::string specifier = specifierOf(line.name);
+    const std::string specifier = newSpecifier(line.name);
     Settings settings{{"Specifier", specifier}};
     if (line.path)
         settings.emplace_back("Path", wholePath(*line.path));

@@ -11,10 +11,15 @@ constexpr char kVersion[] = "velmo-caps " TEVORO_VERSION;
 CLI::App* add(CLI::App& app, CommandLine& line, Command command, const char* name, const char* help)
 {
     CLI::App* const sub = app.add_subcommand(name, help);
-    sub->callback([&line, command] { line.command = command; });
     CLI::Option* const store =
         sub->add_option("-f,--store", line.store, "Use this file instead of both stores")
             ->type_name("FILE");
+    sub->callback([&line, command, store] {
+        // A script whose variable is not set does not mean the user's store.
+        if (store->count() > 0 && line.store.empty())
+            throw CLI::ValidationError("--store", "the name of the file is empty");
+        line.command = command;
+    });
     sub->add_flag("-m,--machine", line.machine, "The machine's store alone; root alone changes it")
         ->excludes(store);
     return sub;

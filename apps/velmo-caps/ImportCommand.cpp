@@ -4,9 +4,7 @@
 #include "velmo-caps/ConfigurationDocument.h"
 #include "velmo-caps/StoreNames.h"
 
-#include <algorithm>
-#include <iostream>
-#include <iterator>
+#include <cstdio>
 #include <set>
 
 namespace velmo_caps_cli {
@@ -19,8 +17,17 @@ constexpr std::string_view kLocationKey = "QMTConfigPath";
 
 std::string readStandardInput()
 {
-    std::string text(std::istreambuf_iterator<char>(std::cin), {});
-    if (std::cin.bad())
+    constexpr std::size_t kPiece = std::size_t{64} * 1024;
+    std::string text;
+    for (std::size_t count = kPiece; count == kPiece;) {
+        const std::size_t before = text.size();
+        text.resize(before + kPiece);
+        count = std::fread(text.data() + before, 1, kPiece, stdin);
+        text.resize(before + count);
+        if (text.size() > kLongestDocument)
+            throw CommandError(ExitCode::kPlaceUnusable, "standard input is longer than 64 MiB");
+    }
+    if (std::ferror(stdin) != 0)
         throw CommandError(ExitCode::kPlaceUnusable, "standard input cannot be read");
     return text;
 }
@@ -118,8 +125,21 @@ private:
             throw DocumentError(block.line, "'" + block.name + "' is the code of no application");
         const std::string specifier = checked(
             block.line, [&] { return specifierOf(block.name.substr(kApplications.size())); });
-        for (const DocumentValue& each : block.values)
+        for (const DocumentValue& each : block.values) {
+            requireWholePath(each);
             m_entries.push_back({applicationNamed(specifier), each.key, each.value});
+        }
+    }
+
+    // A relative one would lead to whatever lies in the folder of the one who starts it.
+    static void requireWholePath(const DocumentValue& data)
+    {
+        const std::string& path = data.value;
+        if (data.key != "Path" || path.empty() || path.starts_with('/')
+            || path.starts_with("https://"))
+            return;
+        throw DocumentError(
+            data.line, "the path '" + path + "' is neither absolute nor an https:// address");
     }
 
     template <typename Check>

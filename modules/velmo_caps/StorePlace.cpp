@@ -70,10 +70,10 @@ StoreCondition conditionOfNamed(const std::string& path)
     return condition;
 }
 
-// Folders that are there keep their rights.
+// Folders that are there keep their rights. The top, whose name is empty here, always is.
 void makeFolderWithMode(const std::string& path, unsigned int mode)
 {
-    if (Pt::pathExists(path))
+    if (path.empty() || Pt::pathExists(path))
         return;
     makeFolderWithMode(folderOf(path), mode);
     const std::error_code error = Pt::makeFolder(path, mode);

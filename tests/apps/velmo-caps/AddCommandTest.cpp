@@ -68,6 +68,18 @@ TEST_F(AddCommandTest, RefusesWhatIsWrongUsage)
     EXPECT_FALSE(std::filesystem::exists(folder.path("user")));
 }
 
+TEST_F(AddCommandTest, RefusesNamesOfPayloadsAndThoseWithoutALetterOrDigit)
+{
+    for (const char* const name : {"{x}", "{x", ".", "..", ".-2.0", "+"}) {
+        const CommandResult result = run({"add", name, "--path", "/bin/true"});
+        EXPECT_EQ(result.code, 2) << name;
+        EXPECT_THAT(result.err, HasSubstr(name));
+    }
+    EXPECT_EQ(list(), "");
+    for (const char* const name : {"7-1.0", "\xC3\xA4-1.0", ".a"})
+        done({"add", name, "--path", "/bin/true"});
+}
+
 TEST_F(AddCommandTest, AnApplicationThatStandsForAnotherNeedsNoPath)
 {
     done({"add", "a-1.0", "--set", "RedirectTo=b-1.0"});

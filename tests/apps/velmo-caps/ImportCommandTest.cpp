@@ -109,6 +109,39 @@ TEST_F(ImportCommandTest, APayloadWithAnIdJoinsALocationToItsCodes)
     EXPECT_EQ(*codes->find("TevoroTalkCode"), "/velmo/tevorotalk/a-1.0");
 }
 
+// It would be looked for in the folder of whoever starts it.
+TEST_F(ImportCommandTest, ARelativePathIsRefusedAndNothingIsImported)
+{
+    const auto document = [&](const std::string& path) {
+        return folder.write("p.xml",
+            "<Configuration escaped=\"true\"><Other velmoCode=\"/velmo/tevorotalk/a-1.0\">\n"
+            "<Data key=\"Path\">"
+                + path + "</Data></Other></Configuration>");
+    };
+    for (const char* const path : {"bin/a", "./a", "../a", "a", "http://a.example/"}) {
+        const CommandResult result = run({"import", document(path)});
+        EXPECT_EQ(result.code, 4) << path;
+        EXPECT_THAT(result.err, HasSubstr("p.xml:2: the path '" + std::string(path) + "'"));
+        EXPECT_EQ(list(), "") << path;
+    }
+    for (const std::string path : {"/opt/a", "https://a.example/b"}) {
+        done({"import", document(path)});
+        EXPECT_EQ(list(), "a-1.0\t" + path + "\n");
+    }
+}
+
+TEST_F(ImportCommandTest, StandardInputIsReadToTheLongestDocumentOnly)
+{
+    const std::string file = folder.write("long", "");
+    std::filesystem::resize_file(file, 128 << 20);
+    PeerProcess shell(
+        {"/bin/sh", "-c", "{ \"$0\" import -; echo $?; wc -c; } < \"$1\"", VELMO_CAPS, file});
+    EXPECT_EQ(shell.line(), "4");
+    EXPECT_GT(std::stoll(shell.rest()), 60 << 20);
+    EXPECT_THAT(shell.errors(), HasSubstr("standard input is longer than 64 MiB"));
+    EXPECT_EQ(shell.finish(), 0);
+}
+
 TEST_F(ImportCommandTest, TellsOfAFileThatIsNotThereOrIsNone)
 {
     EXPECT_EQ(run({"import", folder.path("none.xml")}).code, 3);

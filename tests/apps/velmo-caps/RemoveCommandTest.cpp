@@ -23,6 +23,24 @@ TEST_F(RemoveCommandTest, WithoutAStoreThereIsNothingToRemoveAndNoneIsMade)
     EXPECT_FALSE(std::filesystem::exists(folder.path("x.db")));
 }
 
+// As a script has it whose variable is not set.
+TEST_F(RemoveCommandTest, AStoreWithoutANameIsWrongUsageAndNotTheUsersOwn)
+{
+    done({"add", "a-1.0", "--path", "/bin/true"});
+    for (const std::vector<std::string>& arguments :
+        std::vector<std::vector<std::string>>{{"remove", "a-1.0", "--store", ""},
+            {"remove", "a-1.0", "-f", ""},
+            {"remove", "--store", "", "a-1.0"},
+            {"remove", "a-1.0", "--store="},
+            {"list", "--store", ""}}) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.code, 2);
+        EXPECT_THAT(result.err, testing::HasSubstr("--store"));
+        EXPECT_EQ(result.out, "");
+    }
+    EXPECT_EQ(list(), "a-1.0\t/bin/true\n");
+}
+
 TEST_F(RemoveCommandTest, HidesWhatTheMachineHasFromThisUser)
 {
     if (!isRoot())

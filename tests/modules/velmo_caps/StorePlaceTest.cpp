@@ -102,6 +102,33 @@ TEST_F(StorePlaceTest, RootMakesNoStoreInTheFolderOfAUser)
     EXPECT_FALSE(std::filesystem::exists(m_folder.path("user/Velmo")));
 }
 
+TEST_F(StorePlaceTest, AFolderBelowTheTopIsRefusedToThoseWhoMayNotMakeIt)
+{
+    m_environment.set("MFX_APPLICATION_DATA", "/no-such-folder-of-velmo/data");
+    const int problem = test::askedAsOrdinaryUser(
+        [] { return static_cast<int>(problemOf([] { prepareToWrite(userStore()); })); });
+    EXPECT_EQ(problem, static_cast<int>(StoreProblem::kNoPermission));
+}
+
+TEST_F(StorePlaceTest, AFolderBelowTheTopIsMadeForThoseWhoMay)
+{
+    if (!isRoot())
+        GTEST_SKIP() << "root alone may have another top, or write into this one";
+    m_environment.set("MFX_APPLICATION_DATA", "/newtop");
+    m_environment.set("XDG_DATA_DIRS", "/newshare");
+    const int problem = test::askedAsUser(0, [this] {
+        return static_cast<int>(problemOf([this] {
+            if (::chroot(m_folder.path().c_str()) != 0)
+                throw StoreError(StoreProblem::kLocked, "no other top");
+            prepareToWrite(userStore());
+            prepareToWrite(machineStore());
+        }));
+    });
+    EXPECT_EQ(problem, static_cast<int>(StoreProblem::kNone));
+    EXPECT_EQ(modeOf(m_folder.path("newtop/Velmo/Caps/velmo_caps.db")), 0600U);
+    EXPECT_EQ(modeOf(m_folder.path("newshare/Velmo/Caps/velmo_caps.db")), 0644U);
+}
+
 TEST_F(StorePlaceTest, ALinkOrAFolderIsNoStore)
 {
     prepareToWrite(userStore());
