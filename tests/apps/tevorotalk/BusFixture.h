@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/platform/support/PeerProcess.h"
+#include "support/CommandResult.h"
 #include "support/Environment.h"
 #include "support/TestFolder.h"
 
@@ -11,27 +12,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 namespace test {
-
-using Json = nlohmann::json;
-
-struct CommandResult {
-    int code = -1;
-    std::string out;
-    std::string err;
-
-    // One object a line.
-    std::vector<Json> objects() const
-    {
-        std::vector<Json> result;
-        std::istringstream lines(out);
-        for (std::string line; std::getline(lines, line);)
-            result.push_back(Json::parse(line));
-        return result;
-    }
-};
 
 // The command tevorotalk on a bus of its own.
 class BusFixture : public testing::Test {

@@ -2,38 +2,19 @@
 #pragma once
 
 #include "core/platform/support/PeerProcess.h"
+#include "support/CommandResult.h"
 #include "support/Environment.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestFolder.h"
 
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 namespace test {
-
-using Json = nlohmann::json;
-
-struct CommandResult {
-    int code = -1;
-    std::string out;
-    std::string err;
-
-    // One object a line.
-    std::vector<Json> objects() const
-    {
-        std::vector<Json> result;
-        std::istringstream lines(out);
-        for (std::string line; std::getline(lines, line);)
-            result.push_back(Json::parse(line));
-        return result;
-    }
-};
 
 class StoreCommand : public testing::Test {
 protected:
