@@ -22,6 +22,7 @@ struct FileStatus {
     std::int64_t changed = 0; // content, name or rights, nanoseconds since 1970
     std::uint32_t mode = 0; // permission bits, without the kind
     std::uint32_t owner = 0; // user id
+    std::uint32_t group = 0; // group id
     Kind kind = Kind::kOther;
 
     friend bool operator==(const FileStatus&, const FileStatus&) = default;

@@ -137,10 +137,10 @@ private:
     std::unique_ptr<State> m_state;
 };
 
-// From now on sends of this process try once and wait for nobody; those that wait return within a
+// From now on this process waits for no other: sends try once, and those that wait return within a
 // moment. For the end of a program. Safe in a signal handler.
-void stopWaitingForReaders();
-bool waitsForReaders();
+void stopWaitingForOthers();
+bool waitsForOthers();
 
 // Whether nobody holds the name. Does not take the name, not even for a moment.
 bool isLocalPortFree(std::string_view name);

@@ -15,6 +15,10 @@ std::string moduleFileName(const std::string& name);
 // empty when it is not there.
 std::string moduleFile(const std::string& path);
 
+// The folder of the file that this code lies in, a library or the program, links resolved; empty
+// when the system does not tell.
+std::string ownModuleFolder();
+
 // With all its symbols resolved; null when the file cannot be loaded.
 ModuleHandle openModule(const std::string& file);
 

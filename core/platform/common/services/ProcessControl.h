@@ -31,9 +31,9 @@ std::uint64_t processStartTime(unsigned long processId);
 // A script runs its interpreter's program.
 std::vector<unsigned long> processesOfProgram(const std::string& path);
 
-// Asks the desktop to put the windows of that process in front of the others. False when it was not
-// asked, which is always so far: the desktop is asked over its display server, and the bus is not
-// linked to a library for that, as it runs where there is no display at all.
+// Asks the desktop, over the X server of this machine that DISPLAY names, to put the process's
+// first window in front of the others. False when nobody was asked: there is no server, no library
+// for it, or no such window. Waits for a second at most, also for a server that answers nothing.
 bool bringProcessToFront(unsigned long processId);
 
 } // namespace Pt

@@ -25,6 +25,16 @@ namespace Pt {
 std::optional<ProcessIdentity> startProgram(
     const std::string& path, const std::vector<std::string>& arguments, std::error_code& error);
 
+// What a program gets beside its arguments.
+struct StartWith {
+    int standardInput = -1; // an open descriptor in the place of /dev/null
+    std::vector<std::string> settings; // NAME=VALUE, in place of what the environment has
+};
+std::optional<ProcessIdentity> startProgram(const std::string& path,
+    const std::vector<std::string>& arguments,
+    const StartWith& with,
+    std::error_code& error);
+
 // Opens the address with the program that the desktop has for it (xdg-open, looked for in PATH), as
 // one argument and without a shell. No error says only that this program was started.
 std::error_code openWebAddress(const std::string& address);

@@ -31,6 +31,12 @@ std::string lastingApplicationData();
 // XDG_CONFIG_HOME, else ~/.config.
 std::string userConfigFolder();
 
+// XDG_CACHE_HOME, else ~/.cache.
+std::string userCacheFolder();
+
+// XDG_STATE_HOME, else ~/.local/state.
+std::string userStateFolder();
+
 // The first of XDG_DATA_DIRS (/usr/local/share where that is not set): where what is new for the
 // whole machine goes. Empty where the variable names no absolute folder.
 std::string machineApplicationData();

@@ -1,9 +1,8 @@
 #include "platform/common/files/FileStatus.h"
 
 #include "platform/platforms/linux/files/FileTime.h"
+#include "platform/platforms/linux/files/StatusFrom.h"
 #include "platform/platforms/linux/services/Descriptor.h"
-
-#include <sys/stat.h>
 
 namespace Pt {
 
@@ -30,6 +29,8 @@ FileStatus::Kind kindOf(mode_t mode)
     }
 }
 
+} // namespace
+
 FileStatus statusFrom(const struct stat& found)
 {
     FileStatus status;
@@ -41,11 +42,10 @@ FileStatus statusFrom(const struct stat& found)
     status.changed = nanoseconds(found.st_ctim);
     status.mode = found.st_mode & static_cast<mode_t>(~S_IFMT);
     status.owner = found.st_uid;
+    status.group = found.st_gid;
     status.kind = kindOf(found.st_mode);
     return status;
 }
-
-} // namespace
 
 std::optional<FileStatus> fileStatus(const std::string& path, std::error_code& error)
 {

@@ -20,4 +20,11 @@ inline std::int64_t nanoseconds(const timespec& time)
     return time.tv_sec * kSecond + time.tv_nsec;
 }
 
+inline timespec timeOfNanoseconds(std::int64_t time)
+{
+    constexpr std::int64_t kSecond = 1'000'000'000;
+    const std::int64_t rest = (time % kSecond + kSecond) % kSecond;
+    return {(time - rest) / kSecond, rest};
+}
+
 } // namespace Pt

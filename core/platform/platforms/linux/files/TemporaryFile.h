@@ -31,6 +31,9 @@ public:
     // Stays open, and locked, when the file gets its name.
     Descriptor& file() { return m_file; }
 
+    // Its temporary name; empty once it has its final one.
+    const std::string& path() const { return m_path; }
+
     // Gives it its final name, in the same file system: over what stands there, or only where
     // nothing does.
     std::error_code replace(const std::string& path);

@@ -149,6 +149,8 @@ void HeldName::announce() const
     // Whoever watches looks now and then all the same.
     [[maybe_unused]] const int isTold =
         ::fchmodat(m_folder.descriptor(), socketFile().c_str(), S_IRUSR | S_IWUSR, 0);
+    // Whoever was started to hold the name is coming no more: it is here.
+    ::unlinkat(m_folder.descriptor(), (m_stem + std::string(kStartEnding)).c_str(), 0);
 }
 
 bool HeldName::hasSocket() const

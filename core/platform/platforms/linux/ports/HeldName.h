@@ -35,7 +35,8 @@ public:
 
     // Binds the socket of the port to its place, which is free as long as the name is held.
     bool bind(int socket);
-    // Lets those know who watch for a port (PortWatch.h), once somebody listens on the socket.
+    // Lets those know who watch for a port (PortWatch.h) or would start its holder (StartTurn.h),
+    // once somebody listens on the socket.
     void announce() const;
     // Whether the socket that was bound last can still be found there.
     bool hasSocket() const;

@@ -72,5 +72,6 @@ std::string localPortStem(std::string_view name);
 
 constexpr std::string_view kLockEnding = ".lock";
 constexpr std::string_view kSocketEnding = ".sock";
+constexpr std::string_view kStartEnding = ".start"; // see StartTurn.h
 
 } // namespace Pt

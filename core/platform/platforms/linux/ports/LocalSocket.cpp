@@ -68,12 +68,12 @@ bool isPeerOfThisUser(int socket)
         && peer.uid == ::geteuid();
 }
 
-void stopWaitingForReaders()
+void stopWaitingForOthers()
 {
     gWaitsForNobody = true;
 }
 
-bool waitsForReaders()
+bool waitsForOthers()
 {
     return !gWaitsForNobody;
 }

@@ -18,7 +18,7 @@ Descriptor makeLocalSocket(int flags = 0);
 // Whether a process of this user made the other end.
 bool isPeerOfThisUser(int socket);
 
-// When a wait up to that point ends: at once after stopWaitingForReaders().
+// When a wait up to that point ends: at once after stopWaitingForOthers().
 SteadyTime endOfWait(SteadyTime deadline);
 
 // Waits until poll() reports one of those events, or the end of the other side; false when the

@@ -53,6 +53,10 @@ public:
 private:
     using Outcome = PacketReader::Outcome;
 
+    // More than the packets that find room in one connection: what was there when a call began is
+    // taken, and a sender that never pauses does not hold the call for ever.
+    static constexpr int kMaxPackets = 16384;
+
     bool hasRoom() const { return m_room.texts != 0 && m_room.bytes != 0; }
     bool isKept() const { return m_kept != Outcome::kNothing; }
     // Whether something comes before all connections but one.

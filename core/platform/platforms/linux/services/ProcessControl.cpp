@@ -120,9 +120,4 @@ std::vector<unsigned long> processesOfProgram(const std::string& path)
     return found;
 }
 
-bool bringProcessToFront(unsigned long)
-{
-    return false;
-}
-
 } // namespace Pt

@@ -2,7 +2,9 @@
 
 #include "platform/platforms/linux/services/Descriptor.h"
 
+#include <algorithm>
 #include <csignal>
+#include <string_view>
 
 #include <spawn.h>
 #include <sys/socket.h>
@@ -34,14 +36,39 @@ std::error_code errorOf(int number)
     return {number, std::system_category()};
 }
 
+std::string_view nameOf(std::string_view setting)
+{
+    return setting.substr(0, setting.find('='));
+}
+
+// This process's, with those settings in the place of their like.
+std::vector<const char*> environmentWith(const std::vector<std::string>& settings)
+{
+    std::vector<const char*> all;
+    for (char** each = environ; *each; ++each)
+        if (std::none_of(settings.begin(), settings.end(), [each](const std::string& setting) {
+                return nameOf(setting) == nameOf(*each);
+            }))
+            all.push_back(*each);
+    for (const std::string& setting : settings)
+        all.push_back(setting.c_str());
+    all.push_back(nullptr);
+    return all;
+}
+
 // How the program is to be started, written down before there is a process that must not allocate.
 class Spawning {
 public:
     enum class Search { kNone, kPath };
 
-    Spawning(const std::string& program, const std::vector<std::string>& arguments, Search search)
+    Spawning(const std::string& program,
+        const std::vector<std::string>& arguments,
+        Search search,
+        const StartWith& with = {})
         : m_program(program)
         , m_search(search)
+        , m_input(with.standardInput)
+        , m_environment(environmentWith(with.settings))
     {
         m_arguments.push_back(const_cast<char*>(m_program.c_str()));
         for (const std::string& argument : arguments)
@@ -65,7 +92,9 @@ public:
         ::sigfillset(&all);
         ::sigemptyset(&none);
         for (const int refused :
-            {::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, kNothing, O_RDONLY, 0),
+            {m_input == -1 ? ::posix_spawn_file_actions_addopen(
+                 &m_actions, STDIN_FILENO, kNothing, O_RDONLY, 0)
+                           : ::posix_spawn_file_actions_adddup2(&m_actions, m_input, STDIN_FILENO),
                 ::posix_spawn_file_actions_addopen(
                     &m_actions, STDOUT_FILENO, kNothing, O_WRONLY, 0),
                 ::posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO),
@@ -88,13 +117,15 @@ public:
             &m_actions,
             &m_attributes,
             m_arguments.data(),
-            environ);
+            const_cast<char**>(m_environment.data()));
         return outcome;
     }
 
 private:
     const std::string& m_program;
     Search m_search;
+    int m_input;
+    std::vector<const char*> m_environment; // borrowed; ends with a null pointer
     std::vector<char*> m_arguments;
     posix_spawn_file_actions_t m_actions = {};
     posix_spawnattr_t m_attributes = {};
@@ -192,7 +223,15 @@ std::optional<ProcessIdentity> start(Spawning& spawning, std::error_code& error)
 std::optional<ProcessIdentity> startProgram(
     const std::string& path, const std::vector<std::string>& arguments, std::error_code& error)
 {
-    Spawning spawning(path, arguments, Spawning::Search::kNone);
+    return startProgram(path, arguments, {}, error);
+}
+
+std::optional<ProcessIdentity> startProgram(const std::string& path,
+    const std::vector<std::string>& arguments,
+    const StartWith& with,
+    std::error_code& error)
+{
+    Spawning spawning(path, arguments, Spawning::Search::kNone, with);
     return start(spawning, error);
 }
 

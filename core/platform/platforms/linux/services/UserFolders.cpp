@@ -159,6 +159,16 @@ std::string userConfigFolder()
     return fromEnvironmentOrHome("XDG_CONFIG_HOME", ".config");
 }
 
+std::string userCacheFolder()
+{
+    return fromEnvironmentOrHome("XDG_CACHE_HOME", ".cache");
+}
+
+std::string userStateFolder()
+{
+    return fromEnvironmentOrHome("XDG_STATE_HOME", ".local/state");
+}
+
 std::string machineApplicationData()
 {
     const auto folders = machineDataFolders();

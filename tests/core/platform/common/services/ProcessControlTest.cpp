@@ -91,9 +91,4 @@ TEST_F(ProcessControlTest, FindsTheProcessesOfAProgram)
     EXPECT_THAT(Pt::processesOfProgram("/"), testing::IsEmpty());
 }
 
-TEST_F(ProcessControlTest, LeavesTheWindowsWhereTheyAre)
-{
-    EXPECT_FALSE(Pt::bringProcessToFront(child()));
-}
-
 } // namespace

@@ -16,7 +16,8 @@ protected:
     UserFoldersTest()
     {
         m_environment.set("HOME", m_home.path());
-        for (const char* const each : {"XDG_CONFIG_HOME",
+        for (const char* const each : {"XDG_CACHE_HOME",
+                 "XDG_CONFIG_HOME",
                  "XDG_DATA_HOME",
                  "XDG_DATA_DIRS",
                  "XDG_RUNTIME_DIR",
@@ -44,6 +45,8 @@ TEST_F(UserFoldersTest, LiesInTheHomeFolderWhereNothingElseIsSet)
     EXPECT_EQ(Pt::picturesFolder(), m_home.path("Pictures"));
     EXPECT_EQ(Pt::userApplicationData(), m_home.path(".local/share"));
     EXPECT_EQ(Pt::userConfigFolder(), m_home.path(".config"));
+    EXPECT_EQ(Pt::userCacheFolder(), m_home.path(".cache"));
+    EXPECT_EQ(Pt::userStateFolder(), m_home.path(".local/state"));
 }
 
 TEST_F(UserFoldersTest, TakesThePicturesFolderOfTheUsersList)
@@ -101,14 +104,28 @@ TEST_F(UserFoldersTest, KeepsWhatLastsApartFromASession)
     EXPECT_EQ(Pt::lastingApplicationData(), "/session");
 }
 
+TEST_F(UserFoldersTest, TakesTheCacheFolderOfTheEnvironment)
+{
+    m_environment.set("XDG_CACHE_HOME", "/cache/");
+    EXPECT_EQ(Pt::userCacheFolder(), "/cache");
+}
+
+TEST_F(UserFoldersTest, TakesTheStateFolderOfTheEnvironment)
+{
+    m_environment.set("XDG_STATE_HOME", "/state/");
+    EXPECT_EQ(Pt::userStateFolder(), "/state");
+}
+
 TEST_F(UserFoldersTest, TakesARelativeFolderForUnset)
 {
     for (const char* const value : {"", "relative", "./here", "~/x"}) {
         m_environment.set("XDG_DATA_HOME", value);
         m_environment.set("MFX_APPLICATION_DATA", value);
         m_environment.set("XDG_CONFIG_HOME", value);
+        m_environment.set("XDG_CACHE_HOME", value);
         EXPECT_EQ(Pt::userApplicationData(), m_home.path(".local/share")) << value;
         EXPECT_EQ(Pt::userConfigFolder(), m_home.path(".config")) << value;
+        EXPECT_EQ(Pt::userCacheFolder(), m_home.path(".cache")) << value;
     }
 }
 

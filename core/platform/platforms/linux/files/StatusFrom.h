@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/common/files/FileStatus.h"
+
+#include <sys/stat.h>
+
+namespace Pt {
+
+// What the system tells of a file, in our words.
+FileStatus statusFrom(const struct stat& found);
+
+} // namespace Pt
