@@ -106,7 +106,7 @@ void BusSession::watchForInterrupt(const std::stop_token& stop)
     while (!stop.stop_requested() && !Pt::wasInterrupted())
         m_watchEnd.wait_for(lock, stop, kMaxPause, [] { return Pt::wasInterrupted(); });
     if (Pt::wasInterrupted())
-        ScObjects::TevoroTalkUtils::stopWaitingForReaders();
+        ScObjects::TevoroTalkUtils::stopWaitingForOthers();
 }
 
 std::string BusSession::name() const

@@ -3,7 +3,9 @@
 #include "messaging/Specifier.h"
 #include "registry/TevoroTalkConnector.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 namespace tevorotalk {
 
@@ -20,6 +22,28 @@ Pt::ProcessIdentity processOf(const SoString& target)
     TevoroTalkConnector* const connector = TevoroTalkConnector::get();
     const unsigned long id = connector != nullptr ? connector->getProcessID(target) : 0;
     return {id, Pt::processStartTime(id)};
+}
+
+// What an executable file begins with, as the system has it.
+std::string whyNotRun(const std::string& path)
+{
+    constexpr std::size_t kLongestLine = 255;
+    std::string begin(kLongestLine, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
+    begin.resize(static_cast<std::size_t>(file.gcount()));
+    if (begin.starts_with("\x7f"
+                          "ELF"))
+        return {};
+    if (!begin.starts_with("#!"))
+        return "it is no program, and no script either: those begin with a line #!INTERPRETER";
+    const std::size_t first = begin.find_first_not_of(" \t", 2);
+    const std::string interpreter = begin.substr(std::min(first, begin.size()),
+        begin.find_first_of(" \t\n", first) - std::min(first, begin.size()));
+    std::error_code error;
+    return std::filesystem::exists(interpreter, error)
+        ? std::string()
+        : "its interpreter '" + interpreter + "' is not there";
 }
 
 } // namespace
@@ -47,7 +71,7 @@ std::string whyNotStartable(const std::string& path)
         fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec;
     if ((status.permissions() & kAnyExecute) == fs::perms::none)
         return "it is not executable";
-    return {};
+    return whyNotRun(path);
 }
 
 LaunchedTarget::LaunchedTarget(const SoString& target)

@@ -212,7 +212,7 @@ ExitCode waitForAnswers(BusSession& session,
     const CommandLine& line,
     const TevoroTalk::Message& message,
     const Answers& answers,
-    const LaunchedTarget& target)
+    LaunchedTarget& target)
 {
     const unsigned long seconds = line.wait.value_or(kDefaultWait);
     const auto deadline = deadlineAfter(seconds);
@@ -223,6 +223,9 @@ ExitCode waitForAnswers(BusSession& session,
             throw CommandError(ExitCode::kPartly,
                 "'" + line.target + "' has no handler for messages of the type "
                     + std::string(message.type.view()) + ": it answers nothing");
+        if (target.isGone())
+            throw CommandError(
+                ExitCode::kPartly, "no answer from '" + line.target + "'" + target.state());
         session.pumpOnce(deadline);
     }
     if (answers.hasFailed)

@@ -5,7 +5,6 @@
 #include "velmo-caps/StoreNames.h"
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 
 namespace velmo_caps_cli {
@@ -39,8 +38,11 @@ std::string wholePath(const std::string& path)
 {
     if (path.empty())
         throw CommandError(ExitCode::kUsage, "the path is empty");
-    if (path.starts_with(kWeb))
+    if (path.starts_with(kWeb)) {
+        if (!isWholePath(path))
+            throw CommandError(ExitCode::kUsage, "the address '" + path + "' has no host");
         return path;
+    }
     std::string whole = std::filesystem::absolute(path).lexically_normal().string();
     checkProgram(whole);
     return whole;
@@ -73,44 +75,33 @@ std::pair<std::string, std::string> settingOf(const std::string& text)
         warn(key + " is on for 'true' alone: '" + value + "' switches it off");
     if (key == "Path")
         value = wholePath(value);
+    else if (isPathKey(key) && !value.empty())
+        value = std::filesystem::absolute(value).lexically_normal().string();
     return {std::move(key), std::move(value)};
 }
 
-bool isLetterOrDigit(char c)
+// The bus finds the one that was there first.
+void warnOfOthers(const StoreView& view, const std::string& specifier)
 {
-    return static_cast<unsigned char>(c) >= 0x80
-        || std::isalnum(static_cast<unsigned char>(c)) != 0;
-}
-
-// What begins with a brace is a payload to the other commands.
-std::string newSpecifier(const std::string& text)
-{
-    std::string specifier = specifierOf(text);
-    const std::string name = specifier.substr(0, specifier.find('-'));
-    if (name.starts_with('{') || std::none_of(name.begin(), name.end(), isLetterOrDigit))
-        throw CommandError(ExitCode::kUsage,
-            "'" + text
-                + "' is no name of an application: it needs a letter or digit, and no brace first");
-    return specifier;
+    for (const ViewSubdomain* const each : applicationsCalled(view, specifier))
+        if (each->name.name != applicationNamed(specifier).name)
+            warn("the entry '" + *applicationIn(each->name) + "' says that it is '" + specifier
+                + "', too");
 }
 
 bool hasPlace(const Settings& settings, const ViewSubdomain* known)
 {
-    for (const char* const key : {"Path", "RedirectTo", "ExecutableBasename"}) {
-        if (known != nullptr && known->find(key) != nullptr)
-            return true;
-        for (const auto& [each, value] : settings)
-            if (each == key)
-                return true;
-    }
-    return false;
+    const auto isKnown = [](const velmo_caps::ViewEntry& each) { return isPlaceKey(each.key); };
+    const auto isSet = [](const auto& each) { return isPlaceKey(each.first); };
+    return std::ranges::any_of(settings, isSet)
+        || (known != nullptr && std::ranges::any_of(known->entries, isKnown));
 }
 
 } // namespace
 
 ExitCode runAdd(const CommandLine& line)
 {
-    const std::string specifier = newSpecifier(line.name);
+    const std::string specifier = newSpecifierOf(line.name);
     Settings settings{{"Specifier", specifier}};
     if (line.path)
         settings.emplace_back("Path", wholePath(*line.path));
@@ -121,10 +112,11 @@ ExitCode runAdd(const CommandLine& line)
     if (!hasPlace(settings, stores.view().find(name)))
         throw CommandError(ExitCode::kUsage,
             "an application needs a place: --path PATH, or --set RedirectTo=SPECIFIER");
+    warnOfOthers(stores.view(), specifier);
     velmo_caps::StoreWriter::Change change(stores.writer());
     for (const auto& [key, value] : settings)
         change.set(name, key, value);
-    change.commit();
+    ChosenStores::commit(change);
     return ExitCode::kDone;
 }
 

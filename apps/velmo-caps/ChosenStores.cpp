@@ -1,6 +1,7 @@
 #include "velmo-caps/ChosenStores.h"
 
 #include "commandline/Output.h"
+#include "platform/common/services/ProgramEnvironment.h"
 
 #include <filesystem>
 
@@ -45,6 +46,13 @@ velmo_caps::StoreWriter& ChosenStores::writer()
         m_writer = std::make_unique<velmo_caps::StoreWriter>(
             m_place, [](const std::string& text) { commandline::printMessage(kProgram, text); });
     return *m_writer;
+}
+
+void ChosenStores::commit(velmo_caps::StoreWriter::Change& change)
+{
+    if (Pt::wasInterrupted())
+        throw CommandError(ExitCode::kInterrupted, "interrupted; nothing was changed");
+    change.commit();
 }
 
 void ChosenStores::remove(

@@ -24,6 +24,9 @@ public:
     // To change the view's store. Throws StoreError.
     velmo_caps::StoreWriter& writer();
 
+    // Throws CommandError, and nothing is changed, if the program was told to end.
+    static void commit(velmo_caps::StoreWriter::Change& change);
+
     // Takes an entry away: the writer's own, or hides the machine's from this user.
     void remove(velmo_caps::StoreWriter::Change& change,
         const SubdomainName& subdomain,

@@ -88,7 +88,7 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     app.set_version_flag("-V,--version", kVersion);
     app.require_subcommand(1);
     app.footer("Exit codes: 0 done; 2 wrong usage; 3 what was asked for is not there;\n"
-               "4 a store or a file cannot be read or written.");
+               "4 a store or a file cannot be read or written; 130 interrupted.");
     addApplications(app, line);
     addGroups(app, line);
     addDocuments(app, line);

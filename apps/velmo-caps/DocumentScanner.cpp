@@ -59,6 +59,29 @@ DocumentScanner::DocumentScanner(std::string_view text)
         fail("there is a NUL byte");
     }
     take(kMark);
+    requireUtf8();
+}
+
+// Only the declaration at the very beginning says how the bytes are meant.
+void DocumentScanner::requireUtf8() const
+{
+    const std::string_view rest = m_text.substr(m_at);
+    if (!rest.starts_with("<?xml") || kBlanks.find(rest.substr(5, 1)) == kNowhere)
+        return;
+    const std::string_view declaration = rest.substr(0, rest.find("?>"));
+    const std::size_t word = declaration.find("encoding");
+    const std::size_t begin = word != kNowhere ? declaration.find_first_of("\"'", word) : kNowhere;
+    if (begin == kNowhere)
+        return;
+    const std::size_t end = declaration.find(declaration[begin], begin + 1);
+    const std::string_view name = declaration.substr(begin + 1, end - begin - 1);
+    const auto isCalled = [&](std::string_view known) {
+        return std::ranges::equal(name, known, {}, [](char c) {
+            return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+        });
+    };
+    if (!isCalled("UTF-8") && !isCalled("US-ASCII") && !isCalled("ASCII"))
+        fail("it is encoded as '" + std::string(name) + "', and only UTF-8 is read");
 }
 
 void DocumentScanner::fail(const std::string& text) const

@@ -40,6 +40,7 @@ public:
     void requireEnd();
 
 private:
+    void requireUtf8() const;
     [[noreturn]] void fail(const std::string& text) const;
     bool skip(std::string_view begin, std::string_view end);
     void skipBlanks();

@@ -50,9 +50,9 @@ ConfigurationDocument applicationDocument(const ViewSubdomain& subdomain)
 
 const ViewSubdomain& applicationFor(ChosenStores& stores, const std::string& text)
 {
-    for (const std::string& specifier : {text, specifierOf(text)})
-        if (const ViewSubdomain* const found = stores.view().find(applicationNamed(specifier)))
-            return *found;
+    if (const auto found = applicationsCalled(stores.view(), text); !found.empty())
+        return *found.front();
+    specifierOf(text); // others may have stored what is none
     const ExitCode code = stores.told();
     throw CommandError(
         code == ExitCode::kDone ? ExitCode::kNotThere : code, "'" + text + "' is not registered");

@@ -25,7 +25,7 @@ ExitCode runGroupAdd(const CommandLine& line)
         return ExitCode::kDone;
     velmo_caps::StoreWriter::Change change(stores.writer());
     change.set(groupsSubdomain(), groupKey(entry), groupValue(entry));
-    change.commit();
+    ChosenStores::commit(change);
     return ExitCode::kDone;
 }
 
@@ -42,7 +42,7 @@ ExitCode runGroupRemove(const CommandLine& line)
     velmo_caps::StoreWriter::Change change(stores.writer());
     for (const GroupEntry& each : found)
         stores.remove(change, each.subdomain->name, each.key);
-    change.commit();
+    ChosenStores::commit(change);
     return ExitCode::kDone;
 }
 

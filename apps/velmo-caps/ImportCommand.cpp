@@ -1,9 +1,12 @@
+#include "commandline/Output.h"
 #include "platform/common/files/AtomicFile.h"
+#include "platform/common/services/ProgramEnvironment.h"
 #include "velmo-caps/ChosenStores.h"
 #include "velmo-caps/Commands.h"
 #include "velmo-caps/ConfigurationDocument.h"
 #include "velmo-caps/StoreNames.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <set>
 
@@ -27,6 +30,9 @@ std::string readStandardInput()
         if (text.size() > kLongestDocument)
             throw CommandError(ExitCode::kPlaceUnusable, "standard input is longer than 64 MiB");
     }
+    // Half a document is none.
+    if (Pt::wasInterrupted())
+        throw CommandError(ExitCode::kInterrupted, "interrupted; nothing was changed");
     if (std::ferror(stdin) != 0)
         throw CommandError(ExitCode::kPlaceUnusable, "standard input cannot be read");
     return text;
@@ -57,6 +63,7 @@ std::string readDocumentFile(const std::string& path)
 class Import {
 public:
     explicit Import(const StoreView& view)
+        : m_view(view)
     {
         for (const GroupEntry& each : groupEntries(view))
             m_knownGroups.insert(each.entry);
@@ -95,6 +102,7 @@ private:
         if (!block.name.starts_with('{'))
             throw DocumentError(block.line, "the id of a payload begins with '{'");
         for (const DocumentValue& each : block.values) {
+            requireWholePath(each);
             const bool isLocation = each.key == kLocationKey;
             m_entries.push_back({{isLocation ? Face::kCaps : Face::kPcd,
                                      isLocation ? kDeploymentDomain : kDomain,
@@ -124,22 +132,40 @@ private:
         if (!block.name.starts_with(kApplications))
             throw DocumentError(block.line, "'" + block.name + "' is the code of no application");
         const std::string specifier = checked(
-            block.line, [&] { return specifierOf(block.name.substr(kApplications.size())); });
+            block.line, [&] { return newSpecifierOf(block.name.substr(kApplications.size())); });
         for (const DocumentValue& each : block.values) {
             requireWholePath(each);
             m_entries.push_back({applicationNamed(specifier), each.key, each.value});
         }
+        warnWithoutPlace(block, specifier);
+    }
+
+    // A payload may name its place, but only by the name of its program.
+    void warnWithoutPlace(const DocumentBlock& block, const std::string& specifier) const
+    {
+        const ViewSubdomain* const known = m_view.find(applicationNamed(specifier));
+        const auto isPlace = [](const auto& each) {
+            return isPlaceKey(each.key) && !each.value.empty();
+        };
+        if (std::ranges::none_of(block.values, isPlace)
+            && (known == nullptr || std::ranges::none_of(known->entries, isPlace)))
+            commandline::printMessage(kProgram,
+                "warning: '" + specifier
+                    + "' has no place (Path, RedirectTo or ExecutableBasename); the bus does not "
+                      "know it until it has one");
     }
 
     // A relative one would lead to whatever lies in the folder of the one who starts it.
     static void requireWholePath(const DocumentValue& data)
     {
         const std::string& path = data.value;
-        if (data.key != "Path" || path.empty() || path.starts_with('/')
-            || path.starts_with("https://"))
+        const bool isWhole = data.key == "Path" ? isWholePath(path) : path.starts_with('/');
+        if (!isPathKey(data.key) || path.empty() || isWhole)
             return;
-        throw DocumentError(
-            data.line, "the path '" + path + "' is neither absolute nor an https:// address");
+        throw DocumentError(data.line,
+            "the path '" + path
+                + (data.key == "Path" ? "' is neither absolute nor an https:// address"
+                                      : "' is not absolute"));
     }
 
     template <typename Check>
@@ -152,6 +178,7 @@ private:
         }
     }
 
+    const StoreView& m_view;
     std::vector<Entry> m_entries;
     std::vector<std::pair<std::string, std::string>> m_collections;
     std::set<std::string> m_knownGroups;
@@ -174,7 +201,7 @@ ExitCode runImport(const CommandLine& line)
     }
     velmo_caps::StoreWriter::Change change(stores.writer());
     import.write(change);
-    change.commit();
+    ChosenStores::commit(change);
     return ExitCode::kDone;
 }
 

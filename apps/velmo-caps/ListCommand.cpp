@@ -1,4 +1,5 @@
 #include "commandline/JsonLine.h"
+#include "commandline/Output.h"
 #include "velmo-caps/ChosenStores.h"
 #include "velmo-caps/Commands.h"
 #include "velmo-caps/StoreNames.h"
@@ -16,26 +17,38 @@ const char* originOf(const ViewSubdomain& subdomain)
     return subdomain.isOfMachine ? "machine" : "user";
 }
 
-Json objectOf(const std::string& specifier, const ViewSubdomain& subdomain)
+Json objectOf(const ViewSubdomain& subdomain)
 {
     const std::string* const path = subdomain.find("Path");
     Json values = Json::object();
     for (const velmo_caps::ViewEntry& each : subdomain.entries)
         values[Pt::displayName(each.key)] = Pt::displayName(each.value);
-    return {{"specifier", Pt::displayName(specifier)},
+    return {{"specifier", Pt::displayName(busNameOf(subdomain))},
+        {"entry", Pt::displayName(*applicationIn(subdomain.name))},
         {"path", path == nullptr ? Json() : Json(Pt::displayName(*path))},
         {"store", originOf(subdomain)},
         {"values", values}};
 }
 
-void print(const std::string& specifier, const ViewSubdomain& subdomain, bool json)
+void print(const ViewSubdomain& subdomain, bool json)
 {
     const std::string* const path = subdomain.find("Path");
     if (json)
-        commandline::printJson(objectOf(specifier, subdomain));
+        commandline::printJson(objectOf(subdomain));
     else
-        commandline::printLine(
-            Pt::terminalText(specifier) + '\t' + (path == nullptr ? "" : Pt::terminalText(*path)));
+        commandline::printLine(Pt::terminalText(busNameOf(subdomain)) + '\t'
+            + (path == nullptr ? "" : Pt::terminalText(*path)));
+}
+
+// Both names are needed to mend it.
+void tellOtherName(const ViewSubdomain& subdomain)
+{
+    const std::string entry = *applicationIn(subdomain.name);
+    const std::string name = busNameOf(subdomain);
+    if (name != entry)
+        commandline::printMessage(kProgram,
+            "the entry '" + entry + "' says that it is '" + name
+                + "', and that is its name on the bus");
 }
 
 } // namespace
@@ -44,8 +57,10 @@ ExitCode runList(const CommandLine& line)
 {
     ChosenStores stores(line);
     for (const ViewSubdomain& each : stores.view().subdomains())
-        if (const auto specifier = applicationIn(each.name))
-            print(*specifier, each, line.json);
+        if (applicationIn(each.name)) {
+            print(each, line.json);
+            tellOtherName(each);
+        }
     return stores.told();
 }
 

@@ -20,25 +20,16 @@ Found payload(const StoreView& view, const std::string& id)
     return found;
 }
 
-// As it was typed first: others may have stored it with capitals.
-Found application(const StoreView& view, const std::string& text)
-{
-    for (const std::string& specifier : {text, specifierOf(text)})
-        if (const ViewSubdomain* const found = view.find(applicationNamed(specifier)))
-            return {found};
-    return {};
-}
-
 } // namespace
 
 ExitCode runRemove(const CommandLine& line)
 {
-    if (!line.name.starts_with('{'))
-        specifierOf(line.name);
     ChosenStores stores(line);
     const Found found = line.name.starts_with('{') ? payload(stores.view(), line.name)
-                                                   : application(stores.view(), line.name);
+                                                   : applicationsCalled(stores.view(), line.name);
     if (found.empty()) {
+        if (!line.name.starts_with('{'))
+            specifierOf(line.name); // others may have stored what is none
         const ExitCode code = stores.told();
         throw CommandError(code == ExitCode::kDone ? ExitCode::kNotThere : code,
             "'" + line.name + "' is not registered");
@@ -47,7 +38,7 @@ ExitCode runRemove(const CommandLine& line)
     for (const ViewSubdomain* const subdomain : found)
         for (const velmo_caps::ViewEntry& entry : subdomain->entries)
             stores.remove(change, subdomain->name, entry.key);
-    change.commit();
+    ChosenStores::commit(change);
     return ExitCode::kDone;
 }
 

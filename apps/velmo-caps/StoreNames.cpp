@@ -4,6 +4,7 @@
 #include "messaging/Specifier.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace velmo_caps_cli {
 
@@ -18,16 +19,42 @@ using BusName = ScObjects::TevoroTalk::Specifier;
 
 constexpr std::string_view kGroupsFolder = "/velmo/tevorotalk/groups/";
 constexpr std::string_view kGroupKey = "Group";
+constexpr std::string_view kWeb = "https://";
 
 bool isOdd(char c)
 {
     const auto byte = static_cast<unsigned char>(c);
-    return byte <= 0x20 || byte == 0x7f || c == '/' || c == '#';
+    return byte <= 0x20 || byte == 0x7f || c == '/' || c == '#' || c == ';';
 }
 
 std::string lowerCase(const std::string& text)
 {
     return std::string(ScObjects::SoString(std::string_view(text)).lowercase().view());
+}
+
+bool isLetterOrDigit(char c)
+{
+    return static_cast<unsigned char>(c) >= 0x80
+        || std::isalnum(static_cast<unsigned char>(c)) != 0;
+}
+
+// As the bus writes it again after it has changed a part.
+bool isReadBack(const std::string& specifier)
+{
+    BusName parts(specifier.c_str(), false);
+    parts.setInstance(parts.instance());
+    return parts.view() == specifier;
+}
+
+template <typename NameOf>
+std::vector<const velmo_caps::ViewSubdomain*> applicationsWhere(
+    const velmo_caps::StoreView& view, const std::string& wanted, NameOf nameOf)
+{
+    std::vector<const velmo_caps::ViewSubdomain*> found;
+    for (const velmo_caps::ViewSubdomain& each : view.subdomains())
+        if (applicationIn(each.name) && nameOf(each) == wanted)
+            found.push_back(&each);
+    return found;
 }
 
 bool isGroups(std::string_view subdomain)
@@ -74,8 +101,67 @@ std::string specifierOf(const std::string& text)
             "'" + text
                 + "' is no specifier; write NAME-VERSION or NAME-VERSION-LOCALE, such as "
                   "tevoro-2.0,"
-                  " in at most 255 bytes without blanks, slashes and number signs");
+                  " in at most 255 bytes without blanks, slashes, semicolons and number signs");
     return std::string(name.view());
+}
+
+// What begins with a brace is a payload to the other commands.
+std::string newSpecifierOf(const std::string& text)
+{
+    std::string specifier = specifierOf(text);
+    const auto name = BusName(specifier.c_str(), false).appName();
+    if (specifier.starts_with('{') || std::ranges::none_of(name.view(), isLetterOrDigit)
+        || specifier.find('*') != std::string::npos)
+        throw CommandError(ExitCode::kUsage,
+            "'" + text
+                + "' is no name of an application: it needs a letter or digit, no asterisk, and no "
+                  "brace first");
+    if (!isReadBack(specifier))
+        throw CommandError(
+            ExitCode::kUsage, "'" + text + "' is no name of an application: a part of it is empty");
+    return specifier;
+}
+
+bool isPathKey(std::string_view key)
+{
+    return key == "Path" || key == "DeveloperInstallPath" || key == "QMTConfigPath";
+}
+
+bool isPlaceKey(std::string_view key)
+{
+    return key == "Path" || key == "RedirectTo" || key == "ExecutableBasename";
+}
+
+bool isWholePath(std::string_view path)
+{
+    if (!path.starts_with(kWeb))
+        return path.starts_with('/');
+    const std::size_t end = path.find_first_of("/?#", kWeb.size());
+    return path.size() > kWeb.size() && end != kWeb.size();
+}
+
+std::string busNameOf(const velmo_caps::ViewSubdomain& application)
+{
+    std::string name;
+    for (const velmo_caps::ViewEntry& each : application.entries)
+        if (each.key == "Specifier" || each.key == "ProductCode")
+            name = lowerCase(each.value);
+    return name.empty() ? applicationIn(application.name).value_or(std::string()) : name;
+}
+
+std::vector<const velmo_caps::ViewSubdomain*> applicationsCalled(
+    const velmo_caps::StoreView& view, const std::string& text)
+{
+    const auto entryNameOf = [](const velmo_caps::ViewSubdomain& each) {
+        return applicationIn(each.name).value_or(std::string());
+    };
+    for (const std::string& wanted : {text, lowerCase(text)})
+        if (auto found = applicationsWhere(view, wanted, busNameOf); !found.empty())
+            return found;
+    for (const std::string& wanted : {text, lowerCase(text)})
+        if (auto found = applicationsWhere(view, wanted, entryNameOf); !found.empty())
+            return found;
+    return {};
 }
 
 SubdomainName applicationNamed(const std::string& specifier)

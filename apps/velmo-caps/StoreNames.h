@@ -22,9 +22,29 @@ bool isSwitch(std::string_view key); // "true", or off
 // In lower case, as it is stored; checked by the bus's own rules.
 std::string specifierOf(const std::string& text);
 
+// The same for one that is to be registered: a name that an application can hold, and that the bus
+// reads back as it stands.
+std::string newSpecifierOf(const std::string& text);
+
+// Whether the key's value is a place on this machine; the bus or an installer takes it as it
+// stands.
+bool isPathKey(std::string_view key);
+// Whether the bus finds an application's program by that key.
+bool isPlaceKey(std::string_view key);
+// Whether it is absolute, or an https:// address with a host.
+bool isWholePath(std::string_view path);
+
 velmo_caps::SubdomainName applicationNamed(const std::string& specifier);
 // The specifier of an application's subdomain; nothing for another one.
 std::optional<std::string> applicationIn(const velmo_caps::SubdomainName& subdomain);
+
+// By what name the bus knows that application: what its Specifier or ProductCode says, whichever
+// comes last, else the end of its subdomain.
+std::string busNameOf(const velmo_caps::ViewSubdomain& application);
+// The applications that the bus knows by that name, as it is typed or in lower case; where there is
+// none, the one whose subdomain ends so. Of the view.
+std::vector<const velmo_caps::ViewSubdomain*> applicationsCalled(
+    const velmo_caps::StoreView& view, const std::string& text);
 
 // GROUP/VERSION/SPECIFIER, in lower case.
 std::string groupEntryOf(const std::string& text);

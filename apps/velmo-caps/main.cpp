@@ -43,6 +43,8 @@ ExitCode runReporting(const velmo_caps_cli::CommandLine& line)
         commandline::printMessage(velmo_caps_cli::kProgram, error.what());
         return error.code();
     } catch (const velmo_caps::StoreError& error) {
+        if (Pt::wasInterrupted()) // it has waited for a lock
+            return ExitCode::kInterrupted;
         commandline::printMessage(velmo_caps_cli::kProgram, error.what());
         return error.problem() == velmo_caps::StoreProblem::kMissing ? ExitCode::kNotThere
                                                                      : ExitCode::kPlaceUnusable;
@@ -57,8 +59,8 @@ ExitCode runReporting(const velmo_caps_cli::CommandLine& line)
 
 int main(int argc, char** argv)
 {
-    // Else a limit of size would end it in the middle of a line to be told.
-    Pt::failBeyondSizeLimit();
+    // A limit of size, too, would end it in the middle of a line to be told.
+    Pt::noteInterrupts();
     auto code = ExitCode::kDone;
     if (const auto line = velmo_caps_cli::readCommandLine(argc, argv, code))
         code = runReporting(*line);

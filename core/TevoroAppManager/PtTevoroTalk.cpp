@@ -5,6 +5,7 @@
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalk.h"
 #include "messaging/TevoroTalkPing.h"
+#include "messaging/TevoroTalkUtils.h"
 
 #include <chrono>
 #include <memory>
@@ -111,7 +112,7 @@ bool PtTevoroTalk::sendScript(const QByteArray& script) const
 bool PtTevoroTalk::awaitAnswer(bool bringToFront)
 {
     for (int counter = kAnswerRounds; gMessageReceived == 0; --counter) {
-        if (counter == 1)
+        if (counter == 1 || !ScObjects::TevoroTalkUtils::waitsForOthers())
             return false;
         m_clock.sleepFor(kAnswerPause);
         TevoroTalk::pump(TevoroTalk::kBoth, nullptr);

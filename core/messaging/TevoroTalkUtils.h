@@ -96,9 +96,11 @@ TEVOROTALK_API SoString ping(const SoString& target,
     const SoString* body,
     int* answered);
 
-// Ends every wait for room in another application's port, now and from now on: sends try once. For
-// an application that was told to end. Safe in a signal handler.
-TEVOROTALK_API void stopWaitingForReaders();
+// Ends every wait of this process for another application, now and from now on: for room in its
+// port, for its start, for its answer. Sends try once. For an application that was told to end;
+// also for the host of a plug-in that waits. Safe in a signal handler.
+TEVOROTALK_API void stopWaitingForOthers();
+TEVOROTALK_API bool waitsForOthers();
 
 // Opens a stream with that name, or with one of its instances 1 to 8; the caller deletes it. Null
 // if all are held, or if the name is empty. Not for applications: streams are internal.

@@ -65,15 +65,22 @@ bool TevoroTalkConnector::launchTarget(
         parameters.isEmpty() ? nullptr : &parameters,
         focus ? Launcher::kTakeFocus : Launcher::kKeepFocus,
         &pid);
+    noteProcess(specifier, pid);
+    return isLaunched;
+}
+
+void TevoroTalkConnector::noteProcess(const SoString& specifier, unsigned long pid)
+{
     const auto number = static_cast<std::uint32_t>(pid);
     if (Specifier(specifier, false).instance().isEmpty()) {
         setProcessID(specifier, number);
-        return isLaunched;
+        return;
     }
     const ObjectLock lock(*this);
-    if (QKConnectorAppInfoList* const list = getAppInfoList())
+    QKConnectorAppInfoList* const list = getAppInfoList();
+    QKConnectorAppInfo record;
+    if (list != nullptr && list->find(specifier, record))
         noteCopy(*list, record, specifier, number);
-    return isLaunched;
 }
 
 bool TevoroTalkConnector::bringToFront(const char* specifier, TevoroTalkContext*) const

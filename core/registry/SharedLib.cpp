@@ -3,7 +3,9 @@
 #include "platform/common/services/ProgramEnvironment.h"
 #include "registry/TrustedFile.h"
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 namespace ScObjects {
 
@@ -19,22 +21,39 @@ void find(Pt::ModuleHandle library, const char* name, Function*& function)
     function = reinterpret_cast<Function*>(symbol);
 }
 
+// Where a library may lie: in the last of these folders.
+struct Place {
+    std::vector<std::string> folders; // each could be exchanged by whoever may write it
+    std::string owner; // who owns this file decides anyway what runs here
+};
+
+// For the programs of this system, and for those of others, which only find this library.
+std::vector<Place> places()
+{
+    std::vector<Place> found;
+    if (const std::string program = Pt::programFolder(); !program.empty()) {
+        found.push_back({{program + "/../Frameworks"}, program});
+        found.push_back({{program}, program});
+    }
+    if (const std::string own = Pt::ownModuleFolder(); !own.empty())
+        found.push_back({{own, own + "/mfx", own + "/mfx/Frameworks"}, own});
+    return found;
+}
+
 } // namespace
 
 Pt::ModuleHandle TevoroTalkUtils::SharedLib::loadPCDLibrary(const char* name)
 {
-    const std::string folder = Pt::programFolder();
-    if (folder.empty())
-        return nullptr;
-    for (const std::string& place : {folder + "/../Frameworks", folder}) {
-        const std::string bundle = place + "/" + name;
+    for (const Place& place : places()) {
+        const std::string bundle = place.folders.back() + "/" + name;
         const std::string file = Pt::moduleFile(bundle);
         if (file.empty())
             continue;
         // Beside a folder that others may write, anybody could lay a library of that name.
-        const bool isOurs =
-            isTrusted(place, folder) && isTrusted(bundle, folder) && isTrusted(file, folder);
-        return isOurs ? Pt::openModule(file) : nullptr;
+        const auto isOurs = [&](const std::string& path) { return isTrusted(path, place.owner); };
+        return std::ranges::all_of(place.folders, isOurs) && isOurs(bundle) && isOurs(file)
+            ? Pt::openModule(file)
+            : nullptr;
     }
     return nullptr;
 }

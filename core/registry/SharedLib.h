@@ -12,8 +12,9 @@ extern const char* pcdLibName;
 
 namespace TevoroTalkUtils::SharedLib {
 
-// In "../Frameworks" of the folder of the running program, else in that folder itself. Null if it
-// is not there or cannot be loaded.
+// In "../Frameworks" of the folder of the running program, else in that folder itself, else in
+// "mfx/Frameworks" of the folder of this very library, where programs of others find it. Null if it
+// is not there or cannot be loaded, or if somebody else could have laid it there.
 Pt::ModuleHandle loadPCDLibrary(const char* name);
 void unloadPCDLibrary(Pt::ModuleHandle library);
 void* getFunctionPtr(Pt::ModuleHandle library, const char* name);

@@ -152,6 +152,10 @@ public:
     // Whether any application of the suite runs without being installed; registers those.
     virtual bool registerRunningApps();
 
+    // That process was started for the application, or for a numbered copy of it, which gets a
+    // record of its own.
+    void noteProcess(const SoString& specifier, unsigned long pid);
+
 protected:
     // Null when the lists could not be built, which is then not tried again. Valid while the lock
     // is held.

@@ -47,6 +47,10 @@ StoreProblem SqliteError::problem() const
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
         return StoreProblem::kDamaged;
+    case SQLITE_ERROR: // all statements are right where the tables are there
+        return StoreProblem::kNoTables;
+    case SQLITE_TOOBIG:
+        return StoreProblem::kTooLong;
     case SQLITE_FULL:
         return StoreProblem::kFull;
     case SQLITE_PERM:

@@ -14,7 +14,9 @@ namespace {
 
 constexpr char kRelativePath[] = "Velmo/Caps/velmo_caps.db";
 constexpr std::uint32_t kRoot = 0;
+constexpr std::uint32_t kGroupMayWrite = 0020;
 constexpr std::uint32_t kOthersMayWrite = 0022;
+constexpr std::uint32_t kSticky = 01000;
 
 std::string folderOf(const std::string& path)
 {
@@ -31,6 +33,39 @@ StoreProblem problemOf(const std::error_code& error)
     if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory)
         return StoreProblem::kMissing;
     return StoreProblem::kNoPermission;
+}
+
+std::uint32_t ownerOf(StoreKind kind)
+{
+    return kind == StoreKind::kMachine ? kRoot : Pt::effectiveUser();
+}
+
+// Whether somebody else could lay another file or folder under a name in there, or make the link
+// lead elsewhere. In a folder with the sticky bit, such as /tmp, all can add names, and each can
+// change only their own. A group of the owner's own number is the owner's alone.
+bool mayOthersExchange(const Pt::FileStatus& status, std::uint32_t owner, std::uint32_t top)
+{
+    if (status.owner != kRoot && status.owner != owner && status.owner != top)
+        return true;
+    if (status.kind == Pt::FileStatus::Kind::kLink || (status.mode & kSticky) != 0)
+        return false;
+    const bool isGroupOwn = status.owner == owner && status.group == owner;
+    return (status.mode & kOthersMayWrite & (isGroupOwn ? ~kGroupMayWrite : ~0U)) != 0;
+}
+
+// The folder on the way to that one, or the link, that others could exchange; empty if there is
+// none. What is missing is looked at when it is there.
+std::string untrustedFolderAbove(const std::string& path, std::uint32_t owner)
+{
+    std::error_code error;
+    // Inside of a container the system's folders may be somebody's who has no number there.
+    const auto top = Pt::fileStatus("/", error);
+    for (std::string folder = folderOf(path); !folder.empty(); folder = folderOf(folder)) {
+        const auto status = Pt::fileStatus(folder, error);
+        if (status && mayOthersExchange(*status, owner, top ? top->owner : kRoot))
+            return folder;
+    }
+    return {};
 }
 
 StoreCondition conditionOfGuarded(const std::string& path, std::uint32_t owner)
@@ -154,15 +189,28 @@ StoreCondition conditionOf(const StorePlace& place)
 {
     if (place.path.empty())
         return {};
-    switch (place.kind) {
-    case StoreKind::kUser:
-        return conditionOfGuarded(place.path, Pt::effectiveUser());
-    case StoreKind::kMachine:
-        return conditionOfGuarded(place.path, kRoot);
-    case StoreKind::kNamed:
-        break;
-    }
+    if (place.kind != StoreKind::kNamed)
+        return conditionOfGuarded(place.path, ownerOf(place.kind));
     return conditionOfNamed(place.path);
+}
+
+void requireTrustedFolders(const StorePlace& place)
+{
+    if (place.kind == StoreKind::kNamed)
+        return;
+    const std::uint32_t owner = ownerOf(place.kind);
+    const std::string folder = folderOf(place.path);
+    std::string untrusted = untrustedFolderAbove(folder, owner);
+    std::error_code error;
+    // Where the links on the way lead to.
+    if (const auto real = std::filesystem::weakly_canonical(folder, error).string();
+        untrusted.empty() && !error && real != folder)
+        untrusted = untrustedFolderAbove(real, owner);
+    if (!untrusted.empty())
+        throw StoreError(StoreProblem::kUntrusted,
+            "the store " + place.path + " is not used: others could exchange " + untrusted
+                + ", as it belongs to somebody else or can be written by others",
+            0);
 }
 
 void prepareToWrite(const StorePlace& place)
@@ -173,6 +221,7 @@ void prepareToWrite(const StorePlace& place)
         throw StoreError(StoreProblem::kNoPermission,
             "only root may change the machine's store, " + place.path,
             0);
+    requireTrustedFolders(place);
     if (place.kind != StoreKind::kNamed && conditionOf(place).problem == StoreProblem::kMissing)
         makeStore(place);
     const StoreProblem problem = conditionOf(place).problem;

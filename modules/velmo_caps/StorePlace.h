@@ -37,6 +37,12 @@ struct StoreCondition {
 
 StoreCondition conditionOf(const StorePlace& place);
 
+// Whether nobody but the store's owner and root decides what its path leads to: looks at all
+// folders above the store's own. Throws StoreError. For when a store is opened: it takes a call for
+// each folder, and as long as it holds nobody else can exchange the file between a look and the
+// opening.
+void requireTrustedFolders(const StorePlace& place);
+
 // Makes the folders of the user's or machine's store and an empty file with the rights that it
 // needs, if they are missing. Throws StoreError, also when the place is not to be trusted or is the
 // machine's and this process not root's.

@@ -15,6 +15,9 @@ enum class StoreProblem {
     kDamaged,
     kNewerSchema,
     kForeign, // a file of something else
+    kNoTables, // marked as a store, and without what a store has
+    kNoVersion, // the same, and without a version though there is something in it
+    kTooLong, // a value of more bytes than a store takes
     kFull,
     kFailing, // the disk fails
 };

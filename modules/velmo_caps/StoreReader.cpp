@@ -117,6 +117,7 @@ void StoreReader::open(SqliteConnection::Opening opening, int patience)
 
 void StoreReader::connect(int patience)
 {
+    requireTrustedFolders(m_place);
     try {
         open(SqliteConnection::Opening::kExisting, patience);
     } catch (const SqliteError& error) {
@@ -138,6 +139,8 @@ void StoreReader::requireStore()
         throw StoreError(StoreProblem::kMissing, m_place.path);
     if (!state.isStore)
         throw StoreError(StoreProblem::kForeign, m_place.path);
+    if (state.lacksVersion())
+        throw StoreError(StoreProblem::kNoVersion, m_place.path);
     if (state.version <= kSchemaVersion)
         return;
     // A newer one is read as far as it still has what this version asks for.

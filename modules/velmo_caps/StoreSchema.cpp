@@ -1,5 +1,6 @@
 #include "velmo_caps/StoreSchema.h"
 
+#include <algorithm>
 #include <array>
 
 namespace velmo_caps {
@@ -40,8 +41,8 @@ SchemaState schemaState(SqliteConnection& database)
     state.version = database.number("PRAGMA user_version");
     const std::int64_t id = database.number("PRAGMA application_id");
     state.isStore = id == kApplicationId;
-    state.isEmpty =
-        id == 0 && state.version == 0 && database.number("SELECT count(*) FROM sqlite_schema") == 0;
+    state.hasTables = database.number("SELECT count(*) FROM sqlite_schema") != 0;
+    state.isEmpty = (id == 0 || state.isStore) && state.version == 0 && !state.hasTables;
     return state;
 }
 
@@ -55,9 +56,13 @@ void migrate(SqliteConnection& database, const std::string& path)
     const SchemaState state = schemaState(database);
     if (!state.isStore && !state.isEmpty)
         throw StoreError(StoreProblem::kForeign, path);
+    if (state.lacksVersion())
+        throw StoreError(StoreProblem::kNoVersion, path);
     if (state.version > kSchemaVersion)
         throw StoreError(StoreProblem::kNewerSchema, path);
-    for (auto step = static_cast<std::size_t>(state.version); step < kSteps.size(); ++step)
+    for (auto step = static_cast<std::size_t>(std::max<std::int64_t>(state.version, 0));
+         step < kSteps.size();
+         ++step)
         database.run(kSteps[step]);
     setMark(database);
     database.run("COMMIT");

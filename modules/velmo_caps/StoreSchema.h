@@ -19,8 +19,12 @@ enum class Face : std::int32_t { kPcd = 0, kCaps = 1 };
 
 // What a database is; reads it.
 struct SchemaState {
+    // A store with data, and with no version that there ever was.
+    bool lacksVersion() const { return isStore && version <= 0 && hasTables; }
+
     bool isEmpty = false; // nothing in it yet
     bool isStore = false;
+    bool hasTables = false;
     std::int64_t version = 0;
 };
 SchemaState schemaState(SqliteConnection& database);

@@ -26,6 +26,12 @@ auto asStoreError(const std::string& path, Work work)
 
 StoreWriter::StoreWriter(StorePlace place, const std::function<void(const std::string&)>& told)
     : m_place(std::move(place))
+    , m_told(told)
+{
+    openOrBegin();
+}
+
+void StoreWriter::openOrBegin()
 {
     prepareToWrite(m_place);
     try {
@@ -45,8 +51,8 @@ StoreWriter::StoreWriter(StorePlace place, const std::function<void(const std::s
             return false;
         };
         const std::string kept = keepDamagedStoreAside(m_place, isDamaged);
-        if (!kept.empty() && told)
-            told("the store " + m_place.path + " was damaged; it is kept as " + kept
+        if (!kept.empty() && m_told)
+            m_told("the store " + m_place.path + " was damaged; it is kept as " + kept
                 + ", and a new one was begun");
         if (!m_database) {
             prepareToWrite(m_place);
@@ -59,6 +65,10 @@ StoreWriter::StoreWriter(StorePlace place, const std::function<void(const std::s
 void StoreWriter::open()
 {
     asStoreError(m_place.path, [this] {
+        if (m_place.kind == StoreKind::kMachine) {
+            m_draft.reset(); // before its lock is taken again
+            m_draft.emplace(m_place.path);
+        }
         connect();
         leadBackWithoutSharedMemory([this] { m_database->number("PRAGMA user_version"); });
         check();
@@ -70,7 +80,7 @@ void StoreWriter::open()
 
 void StoreWriter::connect()
 {
-    m_database.emplace(m_place.path,
+    m_database.emplace(m_draft ? m_draft->file() : m_place.path,
         m_place.kind == StoreKind::kNamed ? SqliteConnection::Opening::kMake
                                           : SqliteConnection::Opening::kExisting);
     m_database->setPatience(kCapsPatience * kMillisecondsPerSecond);
@@ -123,13 +133,31 @@ bool StoreWriter::isAtItsPlace() const
     return conditionOf(m_place) == m_condition;
 }
 
+// The file under the name is another one from here on. Statements may outlive the connection: they
+// have nothing left to do.
+void StoreWriter::publish()
+{
+    m_database.reset();
+    m_draft->publish();
+    m_draft.reset();
+    m_condition = conditionOf(m_place);
+}
+
+// After a change was published the next one begins with a copy again.
+StoreWriter& StoreWriter::Change::ready(StoreWriter& writer)
+{
+    if (!writer.m_database)
+        writer.openOrBegin();
+    return writer;
+}
+
 SqliteStatement StoreWriter::Change::prepared(StoreWriter& writer, const char* sql)
 {
     return asStoreError(writer.m_place.path, [&] { return writer.m_database->prepare(sql); });
 }
 
 StoreWriter::Change::Change(StoreWriter& writer)
-    : m_writer(writer)
+    : m_writer(ready(writer))
     , m_makeSubdomain(
           prepared(writer, "INSERT INTO subdomain (face, domain, name) VALUES (?1, ?2, ?3)"))
     , m_findSubdomain(prepared(
@@ -147,7 +175,7 @@ StoreWriter::Change::Change(StoreWriter& writer)
 
 StoreWriter::Change::~Change()
 {
-    if (!m_writer.m_database->isInTransaction())
+    if (!m_writer.m_database || !m_writer.m_database->isInTransaction())
         return;
     try {
         m_writer.m_database->run("ROLLBACK");
@@ -222,6 +250,8 @@ void StoreWriter::Change::commit()
         raise.bind(1, Pt::systemClock().wallSeconds()).run();
         m_writer.m_database->run("COMMIT");
     });
+    if (m_writer.m_draft)
+        m_writer.publish();
 }
 
 } // namespace velmo_caps

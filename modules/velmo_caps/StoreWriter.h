@@ -1,9 +1,11 @@
 // One store, opened for writing: made where it is missing, brought to the newest schema, checked,
-// and begun anew beside the old file where that is damaged. Throws StoreError. One thread at a
-// time.
+// and begun anew beside the old file where that is damaged. The machine's store is written as a new
+// file that takes the place of the old one, and is kept from other writers meanwhile. Throws
+// StoreError. One thread at a time.
 #pragma once
 
 #include "velmo_caps/SqliteConnection.h"
+#include "velmo_caps/StoreDraft.h"
 #include "velmo_caps/StorePlace.h"
 #include "velmo_caps/StoreRows.h"
 
@@ -48,6 +50,7 @@ public:
         void commit();
 
     private:
+        static StoreWriter& ready(StoreWriter& writer);
         static SqliteStatement prepared(StoreWriter& writer, const char* sql);
         void setNullable(
             const SubdomainName& subdomain, std::string_view key, const std::string_view* value);
@@ -62,7 +65,9 @@ public:
     };
 
 private:
+    void openOrBegin();
     void open();
+    void publish();
     void connect();
     template <typename Work>
     void leadBackWithoutSharedMemory(Work work);
@@ -70,6 +75,9 @@ private:
     void chooseJournal();
 
     const StorePlace m_place;
+    const std::function<void(const std::string&)> m_told;
+    // What is written instead of the machine's store: those who read that may be anybody.
+    std::optional<StoreDraft> m_draft;
     std::optional<SqliteConnection> m_database;
     StoreCondition m_condition;
 };

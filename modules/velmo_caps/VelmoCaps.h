@@ -26,7 +26,8 @@ using capsInstallState = std::int32_t;
 using capsStatus = std::int32_t;
 
 inline constexpr capsStatus kCapsSuccess = 0;
-inline constexpr capsStatus kCapsBadArgument = 3; // a null pointer, an empty name, no such domain
+inline constexpr capsStatus kCapsBadArgument =
+    3; // a null pointer; to writes also an empty name, no such domain
 inline constexpr capsStatus kCapsUnusable = 4; // no permission, no room, the disk fails
 inline constexpr capsStatus kCapsLocked = 5; // another process keeps the store locked
 inline constexpr capsStatus kCapsNewerSchema = 6; // a later version of this library made the store

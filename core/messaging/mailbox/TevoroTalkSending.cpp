@@ -1,5 +1,5 @@
 // How a message leaves: to an instance in this process, to another process, or into the queue of
-// those that wait for their target; and how answers are made.
+// those that wait for their target. Answers are made in TevoroTalkAnswers.cpp.
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalk.h"
 #include "messaging/TevoroTalkContext.h"
@@ -150,13 +150,6 @@ void askForProcessed(Message& message)
 {
     if (message.type != kIgnore && message.type != kDebug && !asksFor(message, kProcessed))
         message.responseRequest << " " << kProcessed;
-}
-
-void fillErrorAnswer(Message& answer, const Message& question, const char* text, long code)
-{
-    answer.error = question.serialNumber;
-    answer.body = text;
-    answer.setHeader(QK_ERROR_CODE, code);
 }
 
 } // namespace
@@ -311,7 +304,8 @@ void TevoroTalk::waitForTarget(const SoString& target) const
     const auto deadline = SteadyClock::now() + kMaxLaunch;
     // Not by the instance's own wait, which ends for messages that nobody takes meanwhile.
     const Pt::PortWatch watch;
-    while (!Specifier(target, false).isRunning() && SteadyClock::now() < deadline) {
+    while (!Specifier(target, false).isRunning() && SteadyClock::now() < deadline
+        && TevoroTalkUtils::waitsForOthers()) {
         watch.wait(kPoll);
         watch.clear();
     }
@@ -330,6 +324,8 @@ bool TevoroTalk::waitForResponse(const Message& message, unsigned long seconds) 
         // exchange is over.
         if (m_data->findHandler("", message.serialNumber) == nullptr)
             return true;
+        if (!TevoroTalkUtils::waitsForOthers())
+            return false;
         // Short waits, as another thread may pump and take what would end this one.
         const auto pause = std::min(std::chrono::ceil<milliseconds>(deadline - now), kPoll);
         if (context != nullptr)
@@ -338,57 +334,6 @@ bool TevoroTalk::waitForResponse(const Message& message, unsigned long seconds) 
             TevoroTalkUtils::sleep(static_cast<unsigned int>(pause.count()));
     }
     return false;
-}
-
-bool TevoroTalk::sendResponse(const Message& message, const char* word, Message* reply) const
-{
-    if (!asksFor(message, word))
-        return false;
-    std::optional<Message> bare;
-    Message& answer = reply != nullptr ? *reply : bare.emplace();
-    answer.target = message.sender;
-    // As the asker called it, so that it recognises the answer.
-    answer.sender = message.target.isEmpty() ? getAppName() : message.target;
-    answer.responseRequest = "";
-    answer.timeout = 0;
-    if (message.version.isEmpty()) {
-        TevoroTalkContext* const context = getContext();
-        answer.type = message.type;
-        answer.serialNumber =
-            context != nullptr ? context->getNextSerialNumber() : message.serialNumber;
-    } else {
-        answer.serialNumber = message.serialNumber;
-        answer.type = word;
-        if (answer.isUserType())
-            answer.type << message.type;
-    }
-    return sendFrom(answer, false, 0, nullptr, Kind::kAnswer);
-}
-
-bool TevoroTalk::sendError(
-    const Message& message, const char* text, long code, unsigned long waitSeconds) const
-{
-    if (asksFor(message, QK_ERROR)) {
-        Message answer;
-        fillErrorAnswer(answer, message, text, code);
-        sendResponse(message, QK_ERROR, &answer);
-    }
-    // The error answer is in the own queue now; the caller's handler gets it before send returns.
-    if (waitSeconds != 0 && m_data->findHandler(QK_ERROR, message.serialNumber) != nullptr)
-        waitForResponse(message, waitSeconds);
-    logMessage(text, message, false);
-    return false;
-}
-
-bool TevoroTalk::sendResult(const Message& message, const SoString& result) const
-{
-    if (!asksFor(message, QK_RESULT))
-        return false;
-    // A copy of the request: a result carries its custom headers.
-    Message answer(message);
-    answer.result = message.serialNumber;
-    answer.body = result;
-    return sendResponse(message, QK_RESULT, &answer);
 }
 
 bool TevoroTalk::processOutgoingMessage()

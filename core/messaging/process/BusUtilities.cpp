@@ -75,9 +75,14 @@ void init() { }
 
 void exit() { }
 
-void stopWaitingForReaders()
+void stopWaitingForOthers()
 {
-    Pt::stopWaitingForReaders();
+    Pt::stopWaitingForOthers();
+}
+
+bool waitsForOthers()
+{
+    return Pt::waitsForOthers();
 }
 
 SoString getCurrentLocale()

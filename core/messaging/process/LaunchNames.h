@@ -29,6 +29,9 @@ inline constexpr const char* kNoParameters = "-noparam";
 // An application that takes none in any case.
 inline constexpr const char* kTakesNoParameters = "folioview-8.0";
 
+// Whoever else is just starting an application is waited for that long; a start takes milliseconds.
+inline constexpr std::chrono::seconds kMaxTurnWait{5};
+
 // A file in an application's folder: an alias of the program that is started in its stead.
 inline constexpr const char* kDeveloperApp = "DeveloperApp";
 

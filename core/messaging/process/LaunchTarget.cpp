@@ -1,10 +1,12 @@
 // Whether and how an application is launched that does not run.
+#include "messaging/BusWords.h"
 #include "messaging/Specifier.h"
 #include "messaging/TevoroTalk.h"
 #include "messaging/TevoroTalkContext.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/process/Launcher.h"
 #include "messaging/process/TevoroTalkThread.h"
+#include "platform/common/ports/StartTurn.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <cstring>
@@ -99,6 +101,34 @@ bool launchWith(const Specifier& target,
     return isLaunched;
 }
 
+// Somebody else may have started it since this process looked.
+bool isComing(const Specifier& target, const Pt::StartTurn& turn, TevoroTalkConnector& connector)
+{
+    if (const auto& process = turn.coming()) {
+        Launcher::adopt(*process);
+        connector.noteProcess(target, process->id);
+    }
+    return target.isRunning();
+}
+
+bool launchInTurn(const Specifier& target,
+    const char* parameters,
+    TevoroTalk::Focus focus,
+    TevoroTalk& instance,
+    TevoroTalkContext& context)
+{
+    TevoroTalkConnector& connector = *context.getConnector(); // it has told the path
+    SoString port(kPortPrefix);
+    port << target;
+    Pt::StartTurn turn(port.view(), kMaxTurnWait);
+    if (isComing(target, turn, connector))
+        return true;
+    const bool isLaunched = launchWith(target, parameters, focus, instance, context);
+    if (const auto process = Launcher::startedProcess(connector.getProcessID(target)))
+        turn.note(*process);
+    return isLaunched;
+}
+
 } // namespace
 
 bool TevoroTalk::launchTarget(
@@ -123,7 +153,7 @@ bool TevoroTalk::launchTarget(
     if (specifier.isRunning())
         return true;
     return hasPath(specifier, *context)
-        && launchWith(specifier, parameters, focus, *instance, *context);
+        && launchInTurn(specifier, parameters, focus, *instance, *context);
 }
 
 } // namespace ScObjects

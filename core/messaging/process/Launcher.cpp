@@ -37,15 +37,6 @@ void noteStarted(const Pt::ProcessIdentity& process)
     gStarted->push_back(process);
 }
 
-std::optional<Pt::ProcessIdentity> startedWithId(unsigned long id)
-{
-    const Pt::Locked lock(gStartedLock);
-    if (gStarted == nullptr)
-        return std::nullopt;
-    const auto found = std::ranges::find(*gStarted, id, &Pt::ProcessIdentity::id);
-    return found != gStarted->end() ? std::optional(*found) : std::nullopt;
-}
-
 TevoroTalk* mainInstance()
 {
     return TevoroTalk::get(nullptr);
@@ -231,9 +222,23 @@ void Launcher::bringToFront(const SoString& path, SearchHint hint)
         Pt::bringProcessToFront(processes.front());
 }
 
+void Launcher::adopt(const Pt::ProcessIdentity& process)
+{
+    noteStarted(process);
+}
+
+std::optional<Pt::ProcessIdentity> Launcher::startedProcess(unsigned long pid)
+{
+    const Pt::Locked lock(gStartedLock);
+    if (gStarted == nullptr)
+        return std::nullopt;
+    const auto found = std::ranges::find(*gStarted, pid, &Pt::ProcessIdentity::id);
+    return found != gStarted->end() ? std::optional(*found) : std::nullopt;
+}
+
 bool Launcher::isProcessRunning(unsigned long pid)
 {
-    const auto started = startedWithId(pid);
+    const auto started = startedProcess(pid);
     return started ? Pt::isProcessRunning(*started) : Pt::isProcessRunning(pid);
 }
 

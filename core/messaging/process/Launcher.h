@@ -7,8 +7,10 @@
 
 #include "messaging/TevoroTalk.h"
 #include "messaging/process/LaunchNames.h"
+#include "platform/common/services/ProcessControl.h"
 
 #include <memory>
+#include <optional>
 
 namespace ScObjects::TevoroTalkUtils {
 
@@ -34,6 +36,12 @@ public:
     // Whether the process is running; false for 0. One that was started here is not mistaken for a
     // later one that got its number.
     static bool isProcessRunning(unsigned long pid);
+
+    // A process that another one has started for an application that it is about to be; it counts
+    // as one that was started here.
+    static void adopt(const Pt::ProcessIdentity& process);
+    // What was started here last with that id; nothing if none was.
+    static std::optional<Pt::ProcessIdentity> startedProcess(unsigned long pid);
 
     // What waits for an application until it is up, on this main instance: a message with
     // parameters to that port.

@@ -148,7 +148,7 @@ bool sendQuestion(const InterAppStream& stream,
         const auto patience = std::clamp(left, milliseconds(0), kSendPatience);
         if (stream.sendWithin(patience, message.target, head, message.body))
             return true;
-        if (SteadyClock::now() >= deadline || !Pt::waitsForReaders())
+        if (SteadyClock::now() >= deadline || !Pt::waitsForOthers())
             return false;
         TevoroTalkUtils::sleep(static_cast<unsigned int>(kRetry.count()));
     }

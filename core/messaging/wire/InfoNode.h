@@ -4,6 +4,10 @@
 
 #include "messaging/SoString.h"
 
+#include <algorithm>
+#include <string>
+#include <string_view>
+
 namespace ScObjects::TevoroTalkData {
 
 inline const char* onOrOff(bool on)
@@ -11,7 +15,23 @@ inline const char* onOrOff(bool on)
     return on ? "ON" : "OFF";
 }
 
-// The flag is "1" for a node with children, else "0".
+// As a field of a line can have it: whatever would end the line, or change the terminal that shows
+// it, becomes a question mark. Names come from stores and other processes, too.
+inline void appendField(SoString& out, std::string_view text, bool endsAtMark)
+{
+    std::string field(text);
+    std::ranges::replace_if(
+        field,
+        [&](char c) {
+            const auto byte = static_cast<unsigned char>(c);
+            return byte < 0x20 || byte == 0x7f || (endsAtMark && c == ';');
+        },
+        '?');
+    out << field.c_str();
+}
+
+// The flag is "1" for a node with children, else "0". A ";" in the value ends it for the reader, as
+// that has always been; in the path and the label it would forge fields.
 inline void appendLine(SoString& out,
     const SoString& path,
     const char* child,
@@ -19,7 +39,13 @@ inline void appendLine(SoString& out,
     const SoString& label,
     const SoString& value)
 {
-    out << path << child << ";" << flag << ";" << label << ";" << value << ";\n";
+    appendField(out, path.view(), true);
+    appendField(out, child, true);
+    out << ";" << flag << ";";
+    appendField(out, label.view(), true);
+    out << ";";
+    appendField(out, value.view(), false);
+    out << ";\n";
 }
 
 inline void appendLeaf(SoString& out,

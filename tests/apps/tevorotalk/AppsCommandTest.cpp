@@ -55,7 +55,28 @@ TEST_F(AppsCommandTest, SaysWhatAStoppedApplicationDoesNotAnswer)
 {
     add("echo-1.0", "/bin/echo");
     ::kill(listen("echo-1.0").id(), SIGSTOP);
-    EXPECT_EQ(run({"apps"}).out, "echo-1.0\tTimeout\t/bin/echo\n");
+    const CommandResult result = run({"apps"});
+    EXPECT_EQ(result.out, "echo-1.0\tTimeout\t/bin/echo\n");
+    EXPECT_THAT(result.err, HasSubstr("no answer from echo-1.0"));
+}
+
+TEST_F(AppsCommandTest, AsksAllWithinABoundAndSaysWhoWasNotHeard)
+{
+    constexpr int kStuck = 6;
+    for (int i = 0; i < kStuck; ++i) {
+        const std::string name = "stuck" + std::to_string(i) + "-1.0";
+        add(name, "/bin/echo");
+        ::kill(listen(name).id(), SIGSTOP);
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    const CommandResult result = run({"apps"});
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(9));
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), kStuck);
+    EXPECT_THAT(result.out, HasSubstr("stuck5-1.0\tnot asked\t/bin/echo\n"));
+    EXPECT_THAT(result.err,
+        testing::AllOf(HasSubstr("no answer from stuck0-1.0"),
+            HasSubstr("not asked, as others did not answer: "),
+            HasSubstr("stuck5-1.0\n")));
 }
 
 TEST_F(AppsCommandTest, SaysWhyAStoreThatIsDamagedIsMissing)

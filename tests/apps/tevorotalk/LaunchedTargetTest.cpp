@@ -128,6 +128,33 @@ TEST_F(LaunchedTargetTest, DoesNotKeepThoseWaitingWhoReadTheOutputOfTheCommand)
     EXPECT_EQ(copyCount(), 1U);
 }
 
+TEST_F(LaunchedTargetTest, IsStartedOnceByManyWhoAskAtOnce)
+{
+    constexpr std::size_t kSenders = 8;
+    std::vector<std::unique_ptr<PeerProcess>> senders;
+    for (std::size_t i = 0; i < kSenders; ++i)
+        senders.push_back(
+            std::make_unique<PeerProcess>(command("from " + std::to_string(i), {"--wait", "40"})));
+    for (std::size_t i = 0; i < kSenders; ++i) {
+        senders[i]->endInput();
+        EXPECT_EQ(senders[i]->rest(), "you said from " + std::to_string(i) + "\n");
+        EXPECT_EQ(senders[i]->errors(), "");
+        EXPECT_EQ(senders[i]->finish(), 0);
+    }
+    EXPECT_EQ(copyCount(), 1U);
+}
+
+TEST_F(LaunchedTargetTest, IsNotStartedAgainByOthersBeforeItIsUp)
+{
+    environment.set("LAUNCHED_MODE", "silent");
+    EXPECT_EQ(send("hello", {"--wait", "1"}).code, 1);
+    const CommandResult result = send("hello", {"--wait", "1"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err,
+        HasSubstr("within 1 seconds; it was started from " + std::string(LAUNCHED_APPLICATION)));
+    EXPECT_EQ(copyCount(), 1U);
+}
+
 TEST_F(LaunchedTargetTest, IsSaidToLieNowhere)
 {
     expectRefusal(folder.path("gone"), "nothing is there");
@@ -143,6 +170,19 @@ TEST_F(LaunchedTargetTest, IsSaidNotToBeExecutable)
     expectRefusal(folder.write("text", "no program"), "it is not executable");
 }
 
+TEST_F(LaunchedTargetTest, IsSaidToBeNoProgramOrToLackItsInterpreter)
+{
+    const auto executable = [this](const std::string& name, const std::string& text) {
+        const std::string path = folder.write(name, text);
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        return path;
+    };
+    expectRefusal(executable("text", "echo hello\n"), "it is no program, and no script either");
+    expectRefusal(executable("empty", ""), "it is no program, and no script either");
+    expectRefusal(executable("script", "#! /no/such/shell -x\n"),
+        "its interpreter '/no/such/shell' is not there");
+}
+
 TEST_F(LaunchedTargetTest, IsSaidToHaveEnded)
 {
     environment.set("LAUNCHED_MODE", "dies");
@@ -150,6 +190,18 @@ TEST_F(LaunchedTargetTest, IsSaidToHaveEnded)
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.err, HasSubstr("has not taken the message and its parameters"));
     EXPECT_THAT(result.err, HasSubstr(std::string(LAUNCHED_APPLICATION) + " and has ended"));
+}
+
+TEST_F(LaunchedTargetTest, IsNotWaitedForAfterItsEnd)
+{
+    environment.set("LAUNCHED_MODE", "dies");
+    const auto begin = std::chrono::steady_clock::now();
+    const CommandResult result = send("hello", {"--wait", "50"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err,
+        HasSubstr("no answer from 'launched-2.0'; it was started from "
+            + std::string(LAUNCHED_APPLICATION) + " and has ended"));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);
 }
 
 TEST_F(LaunchedTargetTest, IsNamedWhenItDoesNotAnswer)

@@ -31,6 +31,14 @@ TEST_F(AddCommandTest, MakesAPathAbsoluteAndTakesAnAddressAsItIs)
     EXPECT_EQ(list(), "a-1.0\t" + here + "/no-such\nb-1.0\thttps://a.example/b/../c\n");
 }
 
+TEST_F(AddCommandTest, MakesTheDevelopersPathAbsoluteToo)
+{
+    const std::string here = std::filesystem::current_path().string();
+    done({"add", "a-1.0", "--path", "/bin/true", "--set", "DeveloperInstallPath=build/../a"});
+    EXPECT_EQ(
+        run({"list", "--json"}).objects().at(0)["values"]["DeveloperInstallPath"], here + "/a");
+}
+
 TEST_F(AddCommandTest, WarnsOfAPathThatCannotBeStartedAndStoresIt)
 {
     const std::string file = folder.write("plain", "");
@@ -70,7 +78,7 @@ TEST_F(AddCommandTest, RefusesWhatIsWrongUsage)
 
 TEST_F(AddCommandTest, RefusesNamesOfPayloadsAndThoseWithoutALetterOrDigit)
 {
-    for (const char* const name : {"{x}", "{x", ".", "..", ".-2.0", "+"}) {
+    for (const char* const name : {"{x}", "{x", ".", "..", ".-2.0", "+", "a*", "*"}) {
         const CommandResult result = run({"add", name, "--path", "/bin/true"});
         EXPECT_EQ(result.code, 2) << name;
         EXPECT_THAT(result.err, HasSubstr(name));
@@ -78,6 +86,26 @@ TEST_F(AddCommandTest, RefusesNamesOfPayloadsAndThoseWithoutALetterOrDigit)
     EXPECT_EQ(list(), "");
     for (const char* const name : {"7-1.0", "\xC3\xA4-1.0", ".a"})
         done({"add", name, "--path", "/bin/true"});
+}
+
+TEST_F(AddCommandTest, RefusesNamesThatTheBusReadsAsOthers)
+{
+    for (const char* const name : {"a-", "a-1.0-", "a_", "a_-1.0", "a;b-1.0"}) {
+        const CommandResult result = run({"add", name, "--path", "/bin/true"});
+        EXPECT_EQ(result.code, 2) << name;
+        EXPECT_THAT(result.err, HasSubstr(name));
+    }
+    EXPECT_EQ(list(), "");
+    for (const char* const name : {"a", "a-1.0", "a-de_de", "a_2-1.0-de_de"})
+        done({"add", name, "--path", "/bin/true"});
+}
+
+TEST_F(AddCommandTest, RefusesAnAddressWithoutAHost)
+{
+    for (const char* const path : {"https://", "https:///x", "https://?x"})
+        EXPECT_EQ(run({"add", "a-1.0", "--path", path}).code, 2) << path;
+    EXPECT_EQ(run({"add", "a-1.0", "--set", "Path=https://"}).code, 2);
+    EXPECT_EQ(list(), "");
 }
 
 TEST_F(AddCommandTest, AnApplicationThatStandsForAnotherNeedsNoPath)

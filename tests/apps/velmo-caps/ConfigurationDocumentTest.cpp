@@ -43,6 +43,22 @@ TEST(ConfigurationDocumentTest, StepsOverMarksDeclarationsAndComments)
     EXPECT_EQ(document.at(0).values.at(0).line, 6U);
 }
 
+TEST(ConfigurationDocumentTest, ReadsNoEncodingButUtf8)
+{
+    for (const char* const known :
+        {"", " encoding='UTF-8'", " encoding=\"utf-8\"", " encoding='us-ascii' standalone='yes'"})
+        EXPECT_EQ(
+            readDocument("<?xml version='1.0'" + std::string(known) + "?>" + marked("")).size(),
+            0U);
+    for (const char* const other : {"ISO-8859-1", "UTF-16", "", "UTF-8x"}) {
+        const std::string text =
+            "<?xml version='1.0' encoding='" + std::string(other) + "'?>" + marked("");
+        EXPECT_THROW(readDocument(text), DocumentError) << other;
+        EXPECT_THROW(readDocument("\xEF\xBB\xBF" + text), DocumentError) << other;
+    }
+    EXPECT_EQ(readDocument("<?xml-style encoding='UTF-16'?>" + marked("")).size(), 0U);
+}
+
 TEST(ConfigurationDocumentTest, WhatIsWrittenIsReadBackAsItWas)
 {
     std::string all;

@@ -2,6 +2,11 @@
 #include "apps/velmo-caps/StoreCommand.h"
 #include "velmo_caps/CurrentStores.h"
 
+#include <csignal>
+#include <thread>
+
+#include <sys/syscall.h>
+
 namespace test {
 namespace {
 
@@ -12,6 +17,19 @@ protected:
     static Json valuesOf(std::size_t place = 0)
     {
         return run({"list", "--json"}).objects().at(place)["values"];
+    }
+
+    // Whether it waits in a read of descriptor 0, as the system tells.
+    static bool readsStandardInput(pid_t process)
+    {
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        const std::string call = std::to_string(SYS_read) + " 0x0 ";
+        while (std::chrono::steady_clock::now() < limit) {
+            if (read("/proc/" + std::to_string(process) + "/syscall").starts_with(call))
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return false;
     }
 };
 
@@ -45,6 +63,7 @@ TEST_F(ImportCommandTest, ADocumentWithoutTheMarkIsTakenAsItStands)
         "\t\t<Data key=\"TevoroTalkCode\">/velmo/tevorotalk/a-1.0</Data>\n\t</Payload>\n\n"
         "\t<Other velmoCode=\"/velmo/tevorotalk/a-1.0\">\n"
         "\t\t<Data key=\"Specifier\">a-1.0</Data>\n"
+        "\t\t<Data key=\"Path\">/bin/true</Data>\n"
         "\t\t<Data key=\"DisplayName\">a < b &amp; \"c\" </Data> d</Data>\n"
         "\t</Other>\n</Configuration>\n";
     done({"import", folder.write("a.xml", document)});
@@ -76,6 +95,9 @@ TEST_F(ImportCommandTest, ABadDocumentNamesItsLineAndNothingIsImported)
         {begin + "<Other velmoCode=\"/elsewhere/c\">\n</Other></Configuration>", ":5:"},
         {begin + "<Other velmoCode=\"/velmo/tevorotalk/c/d\"/></Configuration>", ":5:"},
         {begin + "<Other velmoCode=\"/velmo/tevorotalk/c-1\">\n<Data key=\"a\">&x;</Data>", ":6:"},
+        {begin + "<Other velmoCode=\"/velmo/tevorotalk/{x}\"/></Configuration>", ":5:"},
+        {begin + "<Other velmoCode=\"/velmo/tevorotalk/.\"/></Configuration>", ":5:"},
+        {begin + "<Other velmoCode=\"/velmo/tevorotalk/a-\"/></Configuration>", ":5:"},
         {begin + "<Payload id=\"A\"/></Configuration>", ":5:"},
         {begin + "</Configuration>more", ":5:"},
         {begin
@@ -118,7 +140,7 @@ TEST_F(ImportCommandTest, ARelativePathIsRefusedAndNothingIsImported)
             "<Data key=\"Path\">"
                 + path + "</Data></Other></Configuration>");
     };
-    for (const char* const path : {"bin/a", "./a", "../a", "a", "http://a.example/"}) {
+    for (const char* const path : {"bin/a", "./a", "../a", "a", "http://a.example/", "https://"}) {
         const CommandResult result = run({"import", document(path)});
         EXPECT_EQ(result.code, 4) << path;
         EXPECT_THAT(result.err, HasSubstr("p.xml:2: the path '" + std::string(path) + "'"));
@@ -127,6 +149,46 @@ TEST_F(ImportCommandTest, ARelativePathIsRefusedAndNothingIsImported)
     for (const std::string path : {"/opt/a", "https://a.example/b"}) {
         done({"import", document(path)});
         EXPECT_EQ(list(), "a-1.0\t" + path + "\n");
+    }
+}
+
+TEST_F(ImportCommandTest, OtherRelativePathsAreRefusedToo)
+{
+    for (const char* const text : {"<Other velmoCode='/velmo/tevorotalk/a-1.0'>\n"
+                                   "<Data key='DeveloperInstallPath'>build/a</Data></Other>",
+             "<Payload id='{A}'>\n<Data key='QMTConfigPath'>a/b.xml</Data></Payload>"}) {
+        const CommandResult result =
+            run({"import", "-"}, std::string("<Configuration>") + text + "</Configuration>");
+        EXPECT_EQ(result.code, 4);
+        EXPECT_THAT(result.err, HasSubstr("-:2: the path"));
+        EXPECT_THAT(result.err, HasSubstr("is not absolute"));
+        EXPECT_EQ(list(), "");
+    }
+}
+
+TEST_F(ImportCommandTest, WarnsOfAnApplicationWithoutAPlace)
+{
+    const auto document = [](const std::string& data) {
+        return "<Configuration escaped='true'><Other velmoCode='/velmo/tevorotalk/a-1.0'>"
+               "<Data key='Specifier'>a-1.0</Data>"
+            + data + "</Other></Configuration>";
+    };
+    const CommandResult result = run({"import", "-"}, document(""));
+    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(result.err, HasSubstr("'a-1.0' has no place"));
+    EXPECT_EQ(run({"import", "-"}, document("<Data key='RedirectTo'>b-1.0</Data>")).err, "");
+    EXPECT_EQ(run({"import", "-"}, document("")).err, "") << "it is there already";
+}
+
+TEST_F(ImportCommandTest, ASignalEndsItWithNothingImported)
+{
+    for (const int signal : {SIGTERM, SIGINT}) {
+        PeerProcess process({VELMO_CAPS, "import", "-"});
+        process.tell("<Configuration>");
+        EXPECT_TRUE(readsStandardInput(process.id()));
+        ::kill(process.id(), signal);
+        EXPECT_EQ(process.finish(), 130);
+        EXPECT_FALSE(std::filesystem::exists(folder.path("user")));
     }
 }
 

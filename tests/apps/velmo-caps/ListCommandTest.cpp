@@ -35,6 +35,30 @@ TEST_F(ListCommandTest, PrintsOneObjectALineWithEveryValueWhole)
     EXPECT_EQ(object["values"]["DisplayName"], odd);
 }
 
+TEST_F(ListCommandTest, CallsAnApplicationAsTheBusDoesAndSaysWhereItsEntryIsCalledOtherwise)
+{
+    const std::string document =
+        "<Configuration escaped=\"true\"><Other velmoCode=\"/velmo/tevorotalk/a-1.0\">"
+        "<Data key=\"Specifier\">B-2.0</Data><Data key=\"Path\">/bin/true</Data>"
+        "</Other></Configuration>";
+    EXPECT_EQ(run({"import", "-"}, document).code, 0);
+    const CommandResult listed = run({"list"});
+    EXPECT_EQ(listed.code, 0);
+    EXPECT_EQ(listed.out, "b-2.0\t/bin/true\n");
+    EXPECT_THAT(listed.err, HasSubstr("the entry 'a-1.0' says that it is 'b-2.0'"));
+    const Json object = run({"list", "--json"}).objects().at(0);
+    EXPECT_EQ(object["specifier"], "b-2.0");
+    EXPECT_EQ(object["entry"], "a-1.0");
+    EXPECT_THAT(run({"export", "B-2.0"}).out, HasSubstr("/velmo/tevorotalk/a-1.0"));
+    EXPECT_THAT(run({"export", "a-1.0"}).out, HasSubstr("/velmo/tevorotalk/a-1.0"))
+        << "as no other is called so";
+    const CommandResult added = run({"add", "b-2.0", "--path", "/bin/false"});
+    EXPECT_EQ(added.code, 0);
+    EXPECT_THAT(added.err, HasSubstr("the entry 'a-1.0' says that it is 'b-2.0', too"));
+    done({"remove", "b-2.0"});
+    EXPECT_EQ(list(), "") << "the bus knows nobody of that name any more";
+}
+
 TEST_F(ListCommandTest, AFileOfOnesOwnStandsAlone)
 {
     done({"add", "a-1.0", "--path", "/bin/true"});

@@ -17,8 +17,19 @@ TEST(StoreNamesTest, ASpecifierIsTakenInLowerCaseUpTo255Bytes)
 
 TEST(StoreNamesTest, RefusesWhatIsNoSpecifier)
 {
-    for (const char* const text :
-        {"", "-2.0", "_3-2.0", "a/b", "a b", "a\n", "a#main", "groups", "Groups", "#x"})
+    for (const char* const text : {"",
+             "-2.0",
+             "_3-2.0",
+             "a/b",
+             "a b",
+             "a\n",
+             "a#main",
+             "a;1-1.0",
+             "a\x01",
+             "a\x7f",
+             "groups",
+             "Groups",
+             "#x"})
         EXPECT_THROW(specifierOf(text), commandline::CommandError) << text;
 }
 

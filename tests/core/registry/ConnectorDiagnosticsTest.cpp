@@ -68,6 +68,23 @@ TEST_F(ConnectorDiagnosticsTest, TellOfApplicationsThatDoNotRun)
         "/p/targets/groups/nx3/full-1.0;0;full-1.0;;\n");
 }
 
+TEST_F(ConnectorDiagnosticsTest, KeepNamesOfTheStoreFromForgingLines)
+{
+    start();
+    QKConnectorAppInfo info = record("a;0;b\n/p;1;c-1.0", "/opt/a;x\n/forged;0;Line;y\x7f;");
+    info.displayName = "tab\there;rest";
+    ListedConnector::set(new ListedConnector({info}, {"nx/3/z;0;y"}));
+    const std::string told = diagnostics();
+    const std::string node = "/p/targets/installed/a?0?b?/p?1?c-1.0";
+    EXPECT_THAT(told,
+        AllOf(HasSubstr("\n" + node + ";1;a?0?b?/p?1?c-1.0;;\n"),
+            HasSubstr("\n" + node + "/path;0;Path;/opt/a;x?/forged;0;Line;y?;;\n"),
+            HasSubstr("\n" + node + "/displayname;0;Display Name;tab?here;rest;\n"),
+            HasSubstr("/p/targets/groups/nx3/z?0?y;0;z?0?y;;\n"),
+            Not(HasSubstr("\n/forged")),
+            Not(HasSubstr("\n/p;"))));
+}
+
 TEST_F(ConnectorDiagnosticsTest, TellOfGroupsByGeneration)
 {
     start();

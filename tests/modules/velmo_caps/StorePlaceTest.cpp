@@ -84,6 +84,59 @@ TEST_F(StorePlaceTest, IsRefusedWhenItOrItsFolderBelongsToSomebodyElse)
     }
 }
 
+TEST_F(StorePlaceTest, IsRefusedWhenOthersCouldExchangeAFolderAbove)
+{
+    setUser(kTevoro, "Path", "a");
+    const auto problem = [] {
+        CurrentStores stores;
+        const std::size_t count = stores.view()->subdomains().size();
+        return stores.problems().empty() ? "read " + std::to_string(count) : "refused";
+    };
+    for (const char* const name : {"", "user", "user/Velmo"})
+        for (const unsigned int bit : {0020U, 0002U}) {
+            const std::string path = m_folder.path(name);
+            const unsigned int mode = modeOf(path);
+            if (isRoot()) { // else the group may be the user's own
+                ASSERT_EQ(::chown(path.c_str(), 0, test::kNobody), 0);
+            }
+            ASSERT_EQ(::chmod(path.c_str(), mode | bit), 0);
+            if (bit == 0002U || isRoot()) {
+                EXPECT_EQ(problem(), "refused") << path << bit;
+                EXPECT_EQ(problemOf([] { prepareToWrite(userStore()); }), StoreProblem::kUntrusted);
+            }
+            ASSERT_EQ(::chmod(path.c_str(), mode | bit | 01000U), 0);
+            EXPECT_EQ(problem(), "read 1") << "names of others stay in a folder such as /tmp";
+            ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+        }
+    EXPECT_EQ(problem(), "read 1");
+}
+
+TEST_F(StorePlaceTest, TakesAFolderThatTheGroupOfTheOwnerAloneMayWrite)
+{
+    setUser(kTevoro, "Path", "a");
+    const std::string path = m_folder.path("user");
+    if (::chown(path.c_str(), ::geteuid(), ::geteuid()) != 0)
+        GTEST_SKIP() << "this user has no group of the own number";
+    ASSERT_EQ(::chmod(path.c_str(), 0775), 0);
+    EXPECT_EQ(valueNow(kTevoro, "Path"), "a");
+}
+
+TEST_F(StorePlaceTest, IsRefusedWhenALinkOrAFolderOnTheWayBelongsToSomebodyElse)
+{
+    if (!isRoot())
+        GTEST_SKIP() << "this user may not give a file away";
+    setUser(kTevoro, "Path", "a");
+    std::filesystem::create_directory_symlink(m_folder.path("user"), m_folder.path("link"));
+    m_environment.set("MFX_APPLICATION_DATA", m_folder.path("link"));
+    EXPECT_EQ(valueNow(kTevoro, "Path"), "a");
+    for (const char* const name : {"link", "user"}) {
+        ASSERT_EQ(::lchown(m_folder.path(name).c_str(), test::kNobody, test::kNobody), 0);
+        EXPECT_EQ(valueNow(kTevoro, "Path"), "(none)") << name;
+        ASSERT_EQ(::lchown(m_folder.path(name).c_str(), 0, 0), 0);
+    }
+    EXPECT_EQ(valueNow(kTevoro, "Path"), "a");
+}
+
 TEST_F(StorePlaceTest, NothingIsMadeInAFolderThatOthersMayWrite)
 {
     std::filesystem::create_directories(m_folder.path("user/Velmo/Caps"));
@@ -142,7 +195,7 @@ TEST_F(StorePlaceTest, ALinkOrAFolderIsNoStore)
 
 TEST_F(StorePlaceTest, TheMachinesBelongsToRootAndIsChangedByRootAlone)
 {
-    std::filesystem::permissions(m_folder.path(), std::filesystem::perms(0777));
+    std::filesystem::permissions(m_folder.path(), std::filesystem::perms(01777));
     const int problem = test::askedAsOrdinaryUser(
         [] { return static_cast<int>(problemOf([] { prepareToWrite(machineStore()); })); });
     EXPECT_EQ(problem, static_cast<int>(StoreProblem::kNoPermission));

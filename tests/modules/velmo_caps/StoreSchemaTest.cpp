@@ -27,6 +27,13 @@ const SubdomainName kPayload{Face::kCaps, 4, "{A}"};
 
 class StoreSchemaTest : public StoreFixture {
 protected:
+    static std::string problem()
+    {
+        CurrentStores stores;
+        EXPECT_TRUE(stores.view()->subdomains().empty());
+        const auto texts = stores.problems();
+        return texts.empty() ? "none" : texts.front();
+    }
     void make(const char* sql)
     {
         prepareToWrite(userStore());
@@ -80,6 +87,40 @@ TEST_F(StoreSchemaTest, AnEmptyFileIsAStoreThatHasNothingYet)
     EXPECT_TRUE(stores.problems().empty());
     setUser(kTevoro, "Path", "a");
     EXPECT_EQ(valueIn(*stores.view(), kTevoro, "Path"), "a");
+}
+
+TEST_F(StoreSchemaTest, AFileWithTheMarkAloneIsAStoreThatHasNothingYet)
+{
+    make("PRAGMA application_id = 1447841091");
+    EXPECT_EQ(problem(), "none");
+    setUser(kTevoro, "Path", "a");
+    EXPECT_EQ(valueNow(kTevoro, "Path"), "a");
+}
+
+TEST_F(StoreSchemaTest, AStoreWithoutItsTablesSaysSoAndStaysAsItIs)
+{
+    for (const char* const table : {"subdomain", "entry", "change"}) {
+        make(kVersions[0]);
+        SqliteConnection(userFile(), SqliteConnection::Opening::kExisting)
+            .run(("PRAGMA foreign_keys = OFF; DROP TABLE " + std::string(table)).c_str());
+        EXPECT_THAT(problem(), testing::HasSubstr("lacks tables")) << table;
+        EXPECT_EQ(problemOf([this] { setUser(kTevoro, "Path", "a"); }), StoreProblem::kNoTables);
+        EXPECT_THAT(namesBesideTheStore(), testing::Contains("velmo_caps.db"));
+        std::filesystem::remove_all(m_folder.path("user"));
+    }
+}
+
+TEST_F(StoreSchemaTest, AStoreWithDataAndNoVersionSaysSoAndStaysAsItIs)
+{
+    for (const char* const version : {"0", "-1"}) {
+        make(kVersions[0]);
+        SqliteConnection(userFile(), SqliteConnection::Opening::kExisting)
+            .run(("PRAGMA user_version = " + std::string(version)).c_str());
+        const std::string bytes = test::read(userFile());
+        EXPECT_THAT(problem(), testing::HasSubstr("user_version")) << version;
+        EXPECT_EQ(problemOf([] { StoreWriter writer(userStore()); }), StoreProblem::kNoVersion);
+        EXPECT_EQ(test::read(userFile()), bytes);
+    }
 }
 
 TEST_F(StoreSchemaTest, CodeInAFileDoesNotRun)

@@ -39,6 +39,18 @@ TEST_F(StoreWriterTest, KeepsTextsOfAnyBytes)
     EXPECT_EQ(valueNow(kTevoro, "Empty"), "");
 }
 
+TEST_F(StoreWriterTest, SaysThatAValueIsTooLong)
+{
+    constexpr std::size_t kLimit = std::size_t{16} * 1024 * 1024;
+    setUser(kTevoro, "Path", "a");
+    for (const std::size_t length : {kLimit - 1, kLimit, kLimit + 1})
+        EXPECT_EQ(problemOf([&] { setUser(kTevoro, "Path", std::string(length, 'x')); }),
+            StoreProblem::kTooLong);
+    EXPECT_EQ(valueNow(kTevoro, "Path"), "a");
+    setUser(kTevoro, "Path", std::string(kLimit - 1000, 'x'));
+    EXPECT_EQ(valueNow(kTevoro, "Path").size(), kLimit - 1000);
+}
+
 TEST_F(StoreWriterTest, AChangeThatIsNotCommittedLeavesNothing)
 {
     setUser(kTevoro, "Path", "old");

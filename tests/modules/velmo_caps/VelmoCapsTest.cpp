@@ -274,7 +274,13 @@ TEST_F(VelmoCapsTest, RefusesArgumentsThatAreNone)
     EXPECT_EQ(set("", "Path", "a"), 3);
     EXPECT_EQ(set(kApp, "", "a"), 3);
     EXPECT_EQ(set(kApp, "Path", nullptr), 3);
-    EXPECT_EQ(call("pcdSetDomainData", m_pcd, std::int32_t{5}, kApp, "Path", "a"), 3);
+    for (const std::int32_t domain : {-1, 5}) {
+        EXPECT_EQ(call("pcdSetDomainData", m_pcd, domain, kApp, "Path", "a"), 3);
+        // Nothing lies there: as in any domain without data.
+        EXPECT_EQ(call("pcdGetDomainDataSubdomains", m_pcd, domain, &list), 8);
+        EXPECT_EQ(call("pcdGetDomainDataKeys", m_pcd, domain, kApp, &list), 8);
+        EXPECT_EQ(call("pcdRemoveDomainData", m_pcd, domain, kApp, "Path"), 8);
+    }
     EXPECT_EQ(call("pcdGetLastModTime", static_cast<std::uint32_t*>(nullptr)), 3);
     EXPECT_FALSE(std::filesystem::exists(m_folder.path("user")));
 }

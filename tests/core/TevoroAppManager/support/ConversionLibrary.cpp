@@ -3,11 +3,20 @@
 //   CONVERSION_CAN=0         it cannot convert
 //   CONVERSION_RESULT=n      what a conversion returns; 0 where unset
 //   CONVERSION_WRITES=0      it writes no DNG, whatever it returns
+//   CONVERSION_RECORDS=1     the DNG is a small one that bears our record of its original
 //   CONVERSION_LOG=path      receives a line for each conversion: its arguments
 //   CONVERSION_CRASH=1       the process is killed in the middle, with half a DNG written
+//   CONVERSION_INTERRUPTS=1  the process gets an interrupt in the middle
+//   CONVERSION_TELLS=n       what it says that the last conversion came to; where unset, what that
+//                            returned
+//
+// Built once more without that last function, as a library that gives no reasons.
+
+#include "support/RecordedDng.h"
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -21,6 +30,15 @@ std::string setting(const char* name, const char* otherwise)
     const char* value = std::getenv(name);
     return value ? value : otherwise;
 }
+
+std::string dngOf(const std::string& source, const std::string& bytes)
+{
+    if (setting("CONVERSION_RECORDS", "0") == "1")
+        return test::recordedDng(std::filesystem::path(source).filename().string(), bytes);
+    return "DNG of " + bytes;
+}
+
+int gLastResult = 0;
 
 } // namespace
 
@@ -45,8 +63,21 @@ int ZQPlugin_ConvertToDNG(
     std::ifstream raw(source, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(raw), {}};
     if (setting("CONVERSION_WRITES", "1") == "1")
-        std::ofstream(destination, std::ios::binary) << "DNG of " << bytes;
+        std::ofstream(destination, std::ios::binary) << dngOf(source, bytes);
     if (setting("CONVERSION_CRASH", "0") == "1")
         std::raise(SIGKILL);
-    return std::atoi(setting("CONVERSION_RESULT", "0").c_str());
+    if (setting("CONVERSION_INTERRUPTS", "0") == "1")
+        std::raise(SIGINT);
+    gLastResult = std::atoi(setting("CONVERSION_RESULT", "0").c_str());
+    return gLastResult;
 }
+
+#ifndef CONVERSION_WITHOUT_REASONS
+LIBRARY_EXPORT int ZQPlugin_LastResult();
+
+int ZQPlugin_LastResult()
+{
+    const std::string told = setting("CONVERSION_TELLS", "");
+    return told.empty() ? gLastResult : std::atoi(told.c_str());
+}
+#endif

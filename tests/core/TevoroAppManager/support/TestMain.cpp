@@ -1,4 +1,5 @@
-// The host's process: labels are measured with fonts, which need an application object.
+// The host's process: labels are measured with fonts, which need an application object. One without
+// widgets, so that the plug-in opens no dialog, which would wait for somebody.
 
 #include <QGuiApplication>
 
