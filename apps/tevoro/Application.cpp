@@ -2,115 +2,163 @@
 
 #include "commandline/JsonLine.h"
 #include "commandline/Output.h"
-#include "messaging/Message.h"
-#include "messaging/MsgHandler.h"
-#include "messaging/Specifier.h"
+#include "mfx/texts/Language.h"
+#include "pictures/folder/PathText.h"
+#include "pictures/scheduling/Workers.h"
 #include "platform/common/services/ProgramEnvironment.h"
+#include "platform/common/services/UserFolders.h"
+#include "tevoro/BusLink.h"
+#include "tevoro/HeadlessBrowser.h"
+#include "tevoro/scripts/ScriptRunner.h"
+#include "tevoro/window/WindowBrowser.h"
 
-#include <sstream>
+#include <QApplication>
+#include <QFile>
+#include <QIcon>
+#include <QImageReader>
+#include <QImageWriter>
+#include <QLoggingCategory>
+#include <QTimer>
+
+#include <chrono>
+#include <cstdio>
 
 namespace tevoro {
 
+using namespace std::chrono_literals;
 using commandline::CommandError;
 using commandline::Json;
-using ScObjects::SoString;
-using ScObjects::TevoroTalk;
 
 namespace {
 
-constexpr char kUsualName[] = "tevoro-2.0";
-// A signal is noticed that late: waitForMessage does not return for one.
-constexpr int kRound = 200; // milliseconds
+// A signal is noticed that late.
+constexpr auto kLook = 200ms;
+// So long a browser that was launched waits for the script before it opens a window by itself.
+constexpr auto kForScript = 3s;
 
-class ScriptHandler final : public TevoroTalk::MsgHandler {
-public:
-    explicit ScriptHandler(bool prints)
-        : m_prints(prints)
-    {
-    }
-
-    long handleMessage(int reason, TevoroTalk::Message& message, SoString* result) override
-    {
-        if (reason != kRequest)
-            return 1; // no script: whoever asked gets this number back as an error
-        const std::string script(message.body.view());
-        if (result != nullptr)
-            *result = message.body;
-        if (m_prints)
-            commandline::printJson(
-                Json{{"script", script}, {"result", script}, {"folder", nullptr}, {"status", 0}});
-        return 0;
-    }
-
-private:
-    bool m_prints;
-};
-
-// What a launcher asked for, in front of what stands on the command line.
-CommandLine withLaunchOptions(CommandLine line)
+// Without a display the toolkit would end the program. It is told to go without one instead, so
+// that the reason is ours to tell.
+void allowMissingDisplay()
 {
-    std::istringstream words(TevoroTalk::getLaunchOptions().get());
-    for (std::string word; words >> word;) {
-        if (word == "-specifier")
-            words >> line.name;
-        else if (word == "-instance")
-            words >> line.instance;
-    }
-    return line;
+    if (Pt::environmentVariable("QT_QPA_PLATFORM"))
+        return; // somebody has decided
+    const bool hasWayland = !Pt::environmentVariable("WAYLAND_DISPLAY").value_or("").empty();
+    Pt::setEnvironmentVariable(
+        "QT_QPA_PLATFORM", hasWayland ? "wayland;xcb;offscreen" : "xcb;offscreen");
 }
 
-std::string nameFrom(const CommandLine& line)
+// Who starts a browser by hand wants to see it. One that the bus has started does what it was
+// started for, as far as that goes.
+void requireDisplay(bool isDecided, bool wasLaunched)
 {
-    TevoroTalk::Specifier name(line.name.empty() ? kUsualName : line.name.c_str(), false);
-    if (!line.instance.empty())
-        name.setInstance(line.instance.c_str());
-    if (name.isEmpty())
-        throw CommandError(ExitCode::kUsage,
-            "'" + line.name + "' is no name on the bus; take one like tevoro-2.0");
-    return name.get();
+    if (!isDecided && !wasLaunched && QGuiApplication::platformName() == u"offscreen")
+        throw CommandError(
+            ExitCode::kSystemPart, "there is no display; without one, use --headless");
+}
+
+void print(const QString& script, const ScriptOutcome& outcome, const ScriptTarget& browser)
+{
+    Json line{{"script", script.toStdString()},
+        {"result", outcome.ok ? Json(outcome.text.toStdString()) : Json()},
+        {"folder", Json()},
+        {"status", Json()}};
+    if (browser.documentCount() > 0) {
+        line["folder"] = browser.shownFolder().toStdString();
+        line["status"] = browser.status().toStdString();
+    }
+    if (!outcome.ok)
+        line["error"] = outcome.text.toStdString();
+    commandline::printJson(line);
+}
+
+// Looks now and then for what no event tells.
+void watchForEnd(ExitCode& code, QTimer& timer)
+{
+    QObject::connect(&timer, &QTimer::timeout, [&code] {
+        if (Pt::wasInterrupted())
+            code = ExitCode::kInterrupted;
+        else if (commandline::lostOutput())
+            code = ExitCode::kPlaceUnusable;
+        else
+            return;
+        QCoreApplication::quit();
+    });
+    timer.start(kLook);
+}
+
+BusLink::ScriptHandler scriptHandler(ScriptRunner& runner, ScriptTarget& browser, bool prints)
+{
+    return [&runner, &browser, prints](const QString& script) {
+        const ScriptOutcome outcome = runner.run(script, browser);
+        if (prints)
+            print(script, outcome, browser);
+        return BusLink::Answer{outcome.ok, outcome.text};
+    };
+}
+
+ExitCode runOnBus(const CommandLine& line, ScriptTarget& browser, BusLink& bus)
+{
+    ScriptRunner runner;
+    bus.drive(scriptHandler(runner, browser, line.headless));
+    std::fprintf(stderr, "on the bus as %s\n", bus.name().c_str());
+    auto code = ExitCode::kDone;
+    QTimer timer;
+    watchForEnd(code, timer);
+    QCoreApplication::exec();
+    return code;
+}
+
+ExitCode runHeadless(int argc, char** argv, const CommandLine& line)
+{
+    const QCoreApplication application(argc, argv);
+    BusLink bus(line);
+    HeadlessBrowser browser(pictures::pathText(line.folder));
+    return runOnBus(line, browser, bus);
+}
+
+// A browser that was launched has a script to come that names a folder.
+void showFirstFolder(WindowBrowser& browser, const CommandLine& line, bool wasLaunched)
+{
+    const QString folder =
+        pictures::pathText(line.folder.empty() ? Pt::picturesFolder() : line.folder);
+    if (!wasLaunched || !line.folder.empty()) {
+        browser.browseTo(folder);
+        return;
+    }
+    QTimer::singleShot(kForScript, qApp, [&browser, folder] {
+        if (browser.documentCount() == 0)
+            browser.browseTo(folder);
+    });
+}
+
+ExitCode runWithWindow(int argc, char** argv, const CommandLine& line)
+{
+    // What the toolkit has to say to its developers, such as of each display that it tries;
+    // QT_LOGGING_RULES brings it back.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.qpa.*=false\ndefault.warning=false"));
+    const bool isDecided = Pt::environmentVariable("QT_QPA_PLATFORM").has_value();
+    allowMissingDisplay();
+    const QApplication application(argc, argv);
+    BusLink bus(line);
+    requireDisplay(isDecided, bus.wasLaunched());
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tevoro"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.tevoro.tevoro"));
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("org.tevoro.tevoro")));
+    // The toolkit's plug-ins are loaded now, so that they are still there when the threads end.
+    QImageReader::supportedImageFormats();
+    QImageWriter::supportedImageFormats();
+    pictures::stopWorkersAtExit();
+    mfx::speakLanguageOfUser();
+    WindowBrowser browser;
+    showFirstFolder(browser, line, bus.wasLaunched());
+    return runOnBus(line, browser, bus);
 }
 
 } // namespace
 
-Application::Application(const CommandLine& line)
+ExitCode runApplication(int argc, char** argv, const CommandLine& line)
 {
-    const std::string asked = nameFrom(line);
-    if (!TevoroTalk::InitTerm::init(asked.c_str(), true))
-        throw CommandError(ExitCode::kSystemPart, "the message bus cannot be started");
-    const std::string name = nameFrom(withLaunchOptions(line));
-    m_bus =
-        std::make_unique<TevoroTalk>(name.c_str(), new ScriptHandler(line.headless), true, nullptr);
-    if (!m_bus->getAppName().isEmpty())
-        return;
-    m_bus.reset();
-    TevoroTalk::InitTerm::exit();
-    throw CommandError(ExitCode::kSystemPart,
-        "the name '" + name
-            + "' cannot be held: it and its instances 1 to 8 are taken, or the"
-              " folder of the bus cannot be used");
-}
-
-Application::~Application()
-{
-    // The instance first: the exit of the bus would delete it a second time.
-    m_bus.reset();
-    TevoroTalk::InitTerm::exit();
-}
-
-std::string Application::name() const
-{
-    return std::string(m_bus->getAppName().view());
-}
-
-ExitCode Application::run()
-{
-    while (!Pt::wasInterrupted()) {
-        if (m_bus->waitForMessage(kRound))
-            TevoroTalk::pump(TevoroTalk::kBoth, nullptr);
-        if (commandline::lostOutput())
-            return ExitCode::kPlaceUnusable;
-    }
-    return ExitCode::kInterrupted;
+    return line.headless ? runHeadless(argc, argv, line) : runWithWindow(argc, argv, line);
 }
 
 } // namespace tevoro

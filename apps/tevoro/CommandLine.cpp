@@ -1,6 +1,7 @@
 #include "tevoro/CommandLine.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -36,8 +37,10 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
 {
     CommandLine line;
     std::vector<std::string> words = takeBusOptions(argc, argv, line);
-    CLI::App app("The browser: takes scripts from the message bus and answers them.", kProgram);
+    CLI::App app("The browser: shows a folder's pictures, and runs the scripts of the message bus.",
+        kProgram);
     app.set_version_flag("-V,--version", kVersion);
+    app.add_option("FOLDER", line.folder, "The folder to show, or a picture in it");
     app.add_flag("--headless", line.headless, "Without a window; print a line for each script");
     app.add_option("--as", line.name, "The name to hold on the bus; tevoro-2.0 by default");
     app.footer("It also takes the bus's own options: -specifier NAME, -instance NUMBER,\n"
@@ -51,6 +54,8 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
         code = app.exit(error) == 0 ? ExitCode::kDone : ExitCode::kUsage;
         return std::nullopt;
     }
+    if (!line.folder.empty())
+        line.folder = std::filesystem::absolute(line.folder).lexically_normal();
     return line;
 }
 

@@ -16,6 +16,7 @@ inline constexpr char kProgram[] = "tevoro";
 struct CommandLine {
     std::string name; // to hold on the bus; empty for the usual one
     std::string instance; // of that name; empty for none
+    std::string folder; // to show, or a picture in it; absolute; empty for none
     bool headless = false;
 };
 

@@ -5,19 +5,16 @@
 #include "tevoro/Application.h"
 #include "tevoro/CommandLine.h"
 
-#include <cstdio>
 #include <exception>
 
 namespace {
 
 using tevoro::ExitCode;
 
-ExitCode runReporting(const tevoro::CommandLine& line)
+ExitCode runReporting(int argc, char** argv, const tevoro::CommandLine& line)
 {
     try {
-        tevoro::Application application(line);
-        std::fprintf(stderr, "on the bus as %s\n", application.name().c_str());
-        return application.run();
+        return tevoro::runApplication(argc, argv, line);
     } catch (const commandline::CommandError& error) {
         commandline::printMessage(tevoro::kProgram, error.what());
         return error.code();
@@ -32,10 +29,11 @@ ExitCode runReporting(const tevoro::CommandLine& line)
 
 int main(int argc, char** argv)
 {
+    Pt::holdStandardStreams();
     Pt::noteInterrupts();
     auto code = ExitCode::kDone;
     if (const auto line = tevoro::readCommandLine(argc, argv, code))
-        code = runReporting(*line);
+        code = runReporting(argc, argv, *line);
     if (const std::error_code error = commandline::lostOutput(); error) {
         commandline::printMessage(
             tevoro::kProgram, "standard output cannot be written: " + error.message());

@@ -22,25 +22,74 @@ protected:
     std::unique_ptr<PeerProcess> tevoro;
 };
 
-TEST_F(TevoroApplicationTest, AnswersEveryScriptWithItsText)
+TEST_F(TevoroApplicationTest, AnswersAScriptWithTheValueOfItsLastStatement)
 {
     EXPECT_EQ(startTevoro(), "on the bus as tevoro-2.0");
-    const CommandResult result = run({"send", "tevoro-2.0", "app.beep();", "--wait", "20"});
-    EXPECT_EQ(result.out, "app.beep();\n");
+    const CommandResult result =
+        run({"send", "tevoro-2.0", "app.beep(); 'do' + 'ne';", "--wait", "20"});
+    EXPECT_EQ(result.out, "done\n");
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(tevoro->interrupt(), 130);
     EXPECT_EQ(tevoro->rest(), "");
 }
 
+TEST_F(TevoroApplicationTest, AnswersAScriptThatFailsWithItsErrorAndStaysUp)
+{
+    startTevoro();
+    const CommandResult result =
+        run({"send", "tevoro-2.0", "app.browseTo (\"/a\"b\");", "--wait", "20"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.err, HasSubstr("SyntaxError"));
+    EXPECT_EQ(run({"send", "tevoro-2.0", "6 * 7", "--wait", "20"}).out, "42\n");
+}
+
+TEST_F(TevoroApplicationTest, OpensAWindowOnTheFolderThatAScriptNames)
+{
+    startTevoro();
+    const std::string path = folder.path("pictures");
+    std::filesystem::create_directory(path);
+    const std::string script = "app.browseTo (\"" + path + "\"); app.document.thumbnail.path;";
+    EXPECT_EQ(run({"send", "tevoro-2.0", script, "--wait", "20"}).out, path + "\n");
+    EXPECT_EQ(run({"send", "tevoro-2.0", "app.documents.length", "--wait", "20"}).out, "1\n");
+}
+
 TEST_F(TevoroApplicationTest, PrintsALineForEachScriptWithoutAWindow)
 {
     startTevoro({"--headless"});
-    run({"send", "tevoro-2.0", "say(\"ü\");\n", "--wait", "20"});
+    run({"send", "tevoro-2.0", "'ü';\n", "--wait", "20"});
     const Json line = Json::parse(tevoro->line());
-    EXPECT_EQ(line["script"], "say(\"ü\");\n");
-    EXPECT_EQ(line["result"], "say(\"ü\");\n");
+    EXPECT_EQ(line["script"], "'ü';\n");
+    EXPECT_EQ(line["result"], "ü");
     EXPECT_EQ(line["folder"], nullptr);
-    EXPECT_EQ(line["status"], 0);
+    EXPECT_EQ(line["status"], nullptr);
+    EXPECT_FALSE(line.contains("error"));
+}
+
+TEST_F(TevoroApplicationTest, TellsWhatItWouldShowWithoutAWindow)
+{
+    startTevoro({"--headless", folder.path()});
+    run({"send", "tevoro-2.0", "app.document.status = \"Files Copied\";", "--wait", "20"});
+    Json line = Json::parse(tevoro->line());
+    EXPECT_EQ(line["folder"], folder.path());
+    EXPECT_EQ(line["status"], "Files Copied");
+    run({"send", "tevoro-2.0", "app.browseTo(\"/elsewhere\");", "--wait", "20"});
+    line = Json::parse(tevoro->line());
+    EXPECT_EQ(line["folder"], "/elsewhere");
+    EXPECT_EQ(line["status"], "");
+    run({"send", "tevoro-2.0", "nothing.of.this", "--wait", "20"});
+    line = Json::parse(tevoro->line());
+    EXPECT_EQ(line["result"], nullptr);
+    EXPECT_THAT(line["error"].get<std::string>(), HasSubstr("nothing"));
+}
+
+TEST_F(TevoroApplicationTest, SaysThatThereIsNoDisplay)
+{
+    environment.unset("QT_QPA_PLATFORM");
+    environment.unset("DISPLAY");
+    environment.unset("WAYLAND_DISPLAY");
+    PeerProcess process({TEVORO});
+    EXPECT_THAT(process.errors(), HasSubstr("there is no display; without one, use --headless"));
+    EXPECT_EQ(process.finish(), 5);
 }
 
 TEST_F(TevoroApplicationTest, AnswersWhatIsNoScriptWithAnError)

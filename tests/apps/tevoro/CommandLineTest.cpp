@@ -1,5 +1,6 @@
 #include "tevoro/CommandLine.h"
 
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -40,6 +41,16 @@ TEST(TevoroCommandLineTest, TakesItsOwnOptions)
     const CommandLine line = read({"--headless", "--as", "viewer-1.0"});
     EXPECT_TRUE(line.headless);
     EXPECT_EQ(line.name, "viewer-1.0");
+}
+
+TEST(TevoroCommandLineTest, MakesTheFolderAbsolute)
+{
+    EXPECT_EQ(read({}).folder, "");
+    EXPECT_EQ(read({"/a/b/../c"}).folder, "/a/c");
+    EXPECT_EQ(read({"pictures"}).folder, (std::filesystem::current_path() / "pictures").string());
+    auto code = ExitCode::kDone;
+    EXPECT_FALSE(readWords({"a", "b"}, code));
+    EXPECT_EQ(code, ExitCode::kUsage);
 }
 
 TEST(TevoroCommandLineTest, TakesTheOptionsOfTheBusWhereverTheyStand)

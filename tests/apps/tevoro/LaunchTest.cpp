@@ -37,8 +37,9 @@ protected:
 TEST_F(TevoroLaunchTest, IsStartedByAMessageToItsBareName)
 {
     EXPECT_THAT(run({"apps"}).out, HasSubstr("tevoro-2.0\tnot running"));
-    const CommandResult result = run({"send", "tevoro", "app.beep();", "--launch", "--wait", "30"});
-    EXPECT_EQ(result.out, "app.beep();\n");
+    const CommandResult result =
+        run({"send", "tevoro", "app.beep(); 'done'", "--launch", "--wait", "30"});
+    EXPECT_EQ(result.out, "done\n");
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.code, 0);
     EXPECT_THAT(run({"apps"}).out, HasSubstr("tevoro-2.0\tIDLE"));
@@ -46,18 +47,27 @@ TEST_F(TevoroLaunchTest, IsStartedByAMessageToItsBareName)
         HasSubstr("LAUNCHPARAMS: -specifier tevoro-2.0 -nostartupscreen"));
 }
 
+TEST_F(TevoroLaunchTest, DoesWhatItWasStartedForWithoutADisplay)
+{
+    environment.unset("QT_QPA_PLATFORM");
+    environment.unset("DISPLAY");
+    environment.unset("WAYLAND_DISPLAY");
+    const CommandResult result = run({"send", "tevoro", "6 * 7", "--launch", "--wait", "30"});
+    EXPECT_EQ(result.out, "42\n");
+}
+
 TEST_F(TevoroLaunchTest, IsStartedOnceAndThenReached)
 {
-    run({"send", "tevoro", "first", "--launch", "--wait", "30"});
-    run({"send", "tevoro", "second", "--launch", "--wait", "30"});
+    run({"send", "tevoro", "1", "--launch", "--wait", "30"});
+    run({"send", "tevoro", "2", "--launch", "--wait", "30"});
     EXPECT_THAT(run({"ports"}).out, testing::Not(HasSubstr("tevoro_1-2.0")));
 }
 
 TEST_F(TevoroLaunchTest, TakesANumberThatTheSenderAsksFor)
 {
     const CommandResult result =
-        run({"send", "tevoro_3-2.0", "app.beep();", "--launch", "--wait", "30"});
-    EXPECT_EQ(result.out, "app.beep();\n");
+        run({"send", "tevoro_3-2.0", "app.beep(); 'done'", "--launch", "--wait", "30"});
+    EXPECT_EQ(result.out, "done\n");
     EXPECT_THAT(run({"ports"}).out, HasSubstr("tevoro_3-2.0\t"));
 }
 

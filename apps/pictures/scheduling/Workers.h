@@ -1,0 +1,55 @@
+// Threads that take jobs from one source, one at a time each, until they are stopped.
+//
+// The source decides what comes next each time a thread is free: nothing is queued, so nothing has
+// to be taken back when the user looks elsewhere.
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace pictures {
+
+class Workers {
+public:
+    using Job = std::function<void()>;
+    // Called on a worker with lock() held; an empty job: nothing to do until wake().
+    using Source = std::function<Job()>;
+
+    Workers(int count, Source source);
+    // Waits for the jobs that run.
+    ~Workers();
+
+    // Ends those of all objects, for good, and waits for the jobs that run. For an end of the
+    // process in which no destructor runs: see stopWorkersAtExit().
+    static void stopAll();
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
+
+    // Guards what the source looks at. Jobs run without it.
+    std::mutex& lock() { return m_lock; }
+    // The source may have something again. With or without lock() held.
+    void wake() { m_changed.notify_all(); }
+
+private:
+    void run();
+    void stop();
+
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    bool m_stopping = false; // guarded by m_lock
+    Source m_source;
+    std::vector<std::thread> m_threads;
+};
+
+// The toolkit calls exit() when the display goes away: then threads must not read pictures while
+// its own parts are destroyed. What is made after this call is destroyed before the threads have
+// ended.
+void stopWorkersAtExit();
+
+// One for each processor, and at least two: one may wait for the disk.
+int usualWorkerCount();
+
+} // namespace pictures

@@ -1,0 +1,41 @@
+#include "tevoro/scripts/child/Channel.h"
+
+#include "tevoro/scripts/ChildExit.h"
+
+#include <QJsonDocument>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace tevoro {
+
+std::optional<QJsonObject> Channel::read()
+{
+    QByteArray line;
+    int byte = 0;
+    while ((byte = std::getc(stdin)) != EOF && byte != '\n') {
+        if (line.size() == kLongestLine)
+            std::_Exit(kChildConfused);
+        line.append(static_cast<char>(byte));
+    }
+    if (byte == EOF)
+        return std::nullopt;
+    const QJsonDocument document = QJsonDocument::fromJson(line);
+    if (!document.isObject())
+        std::_Exit(kChildConfused);
+    return document.object();
+}
+
+bool Channel::write(const QJsonObject& object)
+{
+    const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    if (line.size() > kLongestLine)
+        return false;
+    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
+    std::putc('\n', stdout);
+    if (std::fflush(stdout) != 0)
+        std::_Exit(kChildDone);
+    return true;
+}
+
+} // namespace tevoro
