@@ -157,20 +157,20 @@ void addOnly(CLI::App& download, CommandLine& line)
         ->allow_extra_args(false);
 }
 
-void addDNGForm(CLI::App& download, CommandLine& line)
+void addDNGForm(CLI::App& command, CommandLine& line)
 {
-    download
+    command
         .add_option("--dng-preview",
             line.dngPreview,
             text("$$$/Mfx/Help/DngPreview=Size of the preview in a DNG"))
         ->check(CLI::IsMember({"none", "medium", "full"}));
-    download.add_flag("--dng-uncompressed",
+    command.add_flag("--dng-uncompressed",
         line.dngUncompressed,
         text("$$$/Mfx/Help/DngUncompressed=DNG without compression"));
-    download.add_flag("--dng-linear",
+    command.add_flag("--dng-linear",
         line.dngLinear,
         text("$$$/Mfx/Help/DngLinear=DNG with interpolated colours"));
-    download.add_flag("--dng-embed-raw",
+    command.add_flag("--dng-embed-raw",
         line.dngEmbedRaw,
         text("$$$/Mfx/Help/DngEmbedRaw=DNG with the raw file inside"));
 }
@@ -232,6 +232,49 @@ void addDownload(CLI::App& app, CommandLine& line)
     download->callback([&line] { line.command = Command::kDownload; });
 }
 
+void addExitCodes(CLI::App& command)
+{
+    command.footer(text("$$$/Mfx/Help/FileExitCodes=Exit codes: 0 done; 1 done in part, or not "
+                        "possible; 2 wrong usage; 3 no such file;")
+        + '\n'
+        + text("$$$/Mfx/Help/ExitCodesMore=4 a folder cannot be used; 5 a part of mfx is missing; "
+               "130 interrupted."));
+}
+
+void addFolderOfResults(CLI::App& command, CommandLine& line)
+{
+    requireFolder(command.add_option("-t,--to",
+                      line.target,
+                      text("$$$/Mfx/Help/ToBeside=Folder to write into; that of each file by "
+                           "default")),
+        "DIR");
+}
+
+void addConvert(CLI::App& app, CommandLine& line)
+{
+    CLI::App* convert = addCommand(app,
+        "convert",
+        text("$$$/Mfx/Help/Convert=Convert camera raw files to DNG; they stay as they are"));
+    convert->add_option("FILE", line.files, text("$$$/Mfx/Help/RawFiles=Camera raw files"))
+        ->required();
+    addFolderOfResults(*convert, line);
+    addDNGForm(*convert, line);
+    convert->add_flag("-j,--json", line.json, jsonText());
+    addExitCodes(*convert);
+    convert->callback([&line] { line.command = Command::kConvert; });
+}
+
+void addExtract(CLI::App& app, CommandLine& line)
+{
+    CLI::App* extract = addCommand(app,
+        "extract",
+        text("$$$/Mfx/Help/Extract=Get the raw file out of a DNG that has it inside"));
+    extract->add_option("FILE", line.source, text("$$$/Mfx/Help/DngFile=A DNG"))->required();
+    addFolderOfResults(*extract, line);
+    addExitCodes(*extract);
+    extract->callback([&line] { line.command = Command::kExtract; });
+}
+
 // The words that the parser could make nothing of, as typed. Behind a command that is none, all are
 // such: they end with it.
 std::vector<std::string> strangers(const CLI::App& app)
@@ -281,6 +324,8 @@ void addCommands(CLI::App& app, CommandLine& line)
     addSources(app, line);
     addList(app, line);
     addDownload(app, line);
+    addConvert(app, line);
+    addExtract(app, line);
 }
 
 // The parser would take the next word for the value that is missing in "--to=". Its own order: the

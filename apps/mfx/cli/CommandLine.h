@@ -13,14 +13,15 @@ namespace mfx {
 using commandline::CommandError;
 using commandline::ExitCode;
 
-enum class Command { kSources, kList, kDownload };
+enum class Command { kSources, kList, kDownload, kConvert, kExtract };
 
 struct CommandLine {
     Command command = Command::kSources;
     bool json = false;
-    std::string source;
+    std::string source; // or the DNG to extract from
+    std::vector<std::string> files; // to convert
 
-    // download
+    // download; the target also of a conversion, and the form of DNGs
     std::string target;
     std::string subfolders;
     std::string rename;

@@ -12,5 +12,7 @@ using commandline::ExitCode;
 ExitCode runSources(const CommandLine& line);
 ExitCode runList(const CommandLine& line);
 ExitCode runDownload(const CommandLine& line);
+ExitCode runConvert(const CommandLine& line);
+ExitCode runExtract(const CommandLine& line);
 
 } // namespace mfx

@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <vector>
 
 namespace mfx {
 
@@ -59,6 +60,24 @@ void requireRememberedBackup(const CommandLine& line, const std::optional<std::s
                 {Pt::displayName(*backup)}));
 }
 
+// What the toolkit reads at its start, and keeps: this program needs no display. A variable would
+// say so to the browser, too, which is started with what this process has, and has a window.
+struct ToolkitWords {
+    ToolkitWords(int argc, char** argv)
+        : pointers(argv, argv + argc)
+    {
+        if (!Pt::environmentVariable("QT_QPA_PLATFORM")) // else somebody has decided
+            pointers.insert(pointers.end(), {option, platform});
+        count = static_cast<int>(pointers.size());
+        pointers.push_back(nullptr);
+    }
+
+    char option[10] = "-platform";
+    char platform[10] = "offscreen";
+    std::vector<char*> pointers;
+    int count = 0;
+};
+
 class DownloadRun {
 public:
     explicit DownloadRun(const CommandLine& line)
@@ -81,7 +100,8 @@ public:
             kPreferenceLibrary, m_options.storeFolder(), m_options.choices());
         takeRemembered(session);
         qInstallMessageHandler(passOnMessage);
-        const QApplication application(argc, argv);
+        ToolkitWords words(argc, argv);
+        const QApplication application(words.count, words.pointers.data());
         // The application has set the locale of the user: sizes are written with points.
         std::setlocale(LC_NUMERIC, "C");
         const DownloadSummary summary = downloadWithSink();
@@ -106,8 +126,6 @@ private:
     {
         // "../Frameworks" and "../shared_assets" lead from here, for us and for the plug-in.
         std::filesystem::current_path(Pt::programFolder());
-        if (!Pt::environmentVariable("QT_QPA_PLATFORM"))
-            Pt::setEnvironmentVariable("QT_QPA_PLATFORM", "offscreen");
     }
 
     void makePlaces()
@@ -178,7 +196,7 @@ private:
 
     void requireSpace(const CardContents& card) const
     {
-        const DNGSizes sizes{m_line.dngUncompressed, m_line.dngEmbedRaw};
+        const DNGSizes sizes{m_line.dngUncompressed, m_line.dngLinear, m_line.dngEmbedRaw};
         const auto shortage = findShortage(card, request(), sizes);
         if (shortage)
             throw CommandError(ExitCode::kPlaceUnusable,
@@ -202,7 +220,7 @@ private:
 
     static ExitCode exitCode(const DownloadSummary& summary)
     {
-        if (summary.interrupted)
+        if (summary.interrupted || summary.browserNotAwaited)
             return ExitCode::kInterrupted;
         if (summary.placeUnusable)
             return ExitCode::kPlaceUnusable;

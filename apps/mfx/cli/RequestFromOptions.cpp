@@ -9,13 +9,6 @@ using namespace commandline;
 
 namespace {
 
-std::optional<int> previewSize(const std::string& word)
-{
-    if (word.empty())
-        return std::nullopt;
-    return word == "none" ? 0 : word == "medium" ? 1 : 2;
-}
-
 // Nothing: as remembered.
 std::optional<bool> choice(bool isWanted, bool isUndone)
 {
@@ -62,6 +55,13 @@ NamingRules rulesOf(const CommandLine& line)
 }
 
 } // namespace
+
+std::optional<int> previewSize(const std::string& word)
+{
+    if (word.empty())
+        return std::nullopt;
+    return word == "none" ? 0 : word == "medium" ? 1 : 2;
+}
 
 // Relative paths are resolved here, at the very beginning: the run soon enters the program's own
 // folder, from where they would lead elsewhere.

@@ -30,6 +30,9 @@ struct PanelChoices {
     bool opensBrowser = false;
 };
 
+// The number of a preview's size, as the plug-in and the library have it; nothing for no word.
+std::optional<int> previewSize(const std::string& word);
+
 class RequestFromOptions {
 public:
     // Throws CommandError for wrong usage where a pattern is none.

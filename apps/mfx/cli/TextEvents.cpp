@@ -104,6 +104,7 @@ void TextEvents::summary(const DownloadSummary& summary)
             + text("$$$/Mfx/Download/NotSafe=not safe: %1: %2",
                 {Pt::terminalText(entry.name), Pt::terminalText(entry.reason)}));
     printLine(summary.verdict);
+    commandline::outputError(); // what else is told comes later, or has to be waited for
 }
 
 } // namespace mfx

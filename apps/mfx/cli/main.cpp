@@ -2,9 +2,9 @@
 
 #include "commandline/Output.h"
 #include "mfx/cli/Commands.h"
-#include "mfx/cli/Language.h"
 #include "mfx/cli/Reporting.h"
 #include "mfx/engine/sink/SinkModule.h"
+#include "mfx/texts/Language.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/services/ProgramEnvironment.h"
 
@@ -21,6 +21,10 @@ mfx::ExitCode run(const mfx::CommandLine& line)
         return mfx::runList(line);
     case mfx::Command::kDownload:
         return mfx::runDownload(line);
+    case mfx::Command::kConvert:
+        return mfx::runConvert(line);
+    case mfx::Command::kExtract:
+        return mfx::runExtract(line);
     }
     return mfx::ExitCode::kUsage;
 }

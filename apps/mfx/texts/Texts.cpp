@@ -4,6 +4,7 @@
 #include "platform/common/files/AtomicFile.h"
 #include "platform/common/threads/Lock.h"
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <memory>
@@ -16,9 +17,16 @@ namespace mfx {
 namespace {
 
 constexpr std::string_view kMarks = "$$$";
-constexpr std::string_view kArea = "/Mfx/"; // the plug-in's texts are in the same file
+// Of mfx and of tevoro; the plug-in's texts are in the same file.
+constexpr std::array<std::string_view, 2> kAreas{"/Mfx/", "/Tevoro/"};
 constexpr std::size_t kLargestFile = 1 << 24; // bytes; a dictionary is some ten thousand
 constexpr std::size_t kMaxKeyLength = 256;
+
+bool isOurs(std::string_view key)
+{
+    return std::ranges::any_of(
+        kAreas, [key](std::string_view area) { return key.starts_with(area); });
+}
 
 using Entries = std::unordered_map<std::string, std::string>;
 
@@ -71,8 +79,7 @@ std::shared_ptr<const Entries> readEntries(const std::string& bytes)
     std::vector<std::string> keys;
     std::array<char, kMaxKeyLength> key{};
     while (dictionary.HasMoreKey())
-        if (dictionary.NextKey(key.data(), key.size(), false)
-            && std::string_view(key.data()).starts_with(kArea))
+        if (dictionary.NextKey(key.data(), key.size(), false) && isOurs(key.data()))
             keys.emplace_back(key.data());
     auto entries = std::make_shared<Entries>();
     for (const std::string& name : keys)

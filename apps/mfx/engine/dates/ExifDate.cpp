@@ -1,20 +1,12 @@
 #include "mfx/engine/dates/ExifDate.h"
 
-#include <algorithm>
-#include <array>
-#include <exception>
-#include <mutex>
-#include <vector>
+#include "mfx/engine/dates/ExifLibrary.h"
 
-#include <exiv2/exiv2.hpp>
+#include <array>
 
 namespace mfx {
 
 namespace {
-
-// Cameras put their tags in front. Some raw forms keep a directory at the end: read whole.
-constexpr auto kPieces =
-    std::to_array<std::size_t>({64 * 1024, 256 * 1024, 4 * 1024 * 1024, 128 * 1024 * 1024});
 
 struct ExifKeys {
     DateSource source;
@@ -99,83 +91,25 @@ Camera cameraOfExif(const Exiv2::ExifData& exif)
         firstText(exif, {"Exif.Image.Model", "Exif.PanasonicRaw.Model"})};
 }
 
-struct Reading {
-    PhotoFacts facts;
-    bool whole = false; // all that the file says was seen, even if more bytes follow
-};
-
-// An exception of the library means a form it does not know or a file that is damaged or cut
-// here. What it understood before counts.
-bool understood(Exiv2::Image& image)
-{
-    try {
-        image.readMetadata();
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
-}
+} // namespace
 
 // With a JPEG all tags are in front, so that a whole reading of its first piece is final. Of other
 // forms a piece may lack a directory that lies behind the pixels: only the date of the shot is
 // final there, since no other field would come before it.
-Reading readPiece(const std::vector<unsigned char>& bytes)
-{
-    try {
-        const auto image = Exiv2::ImageFactory::open(bytes.data(), static_cast<long>(bytes.size()));
-        const bool complete = understood(*image);
-        PhotoFacts facts{dateOfExif(image->exifData()), cameraOfExif(image->exifData())};
-        if (!facts.date.moment)
-            facts.date = dateOfXmp(image->xmpData());
-        const bool tagsComeFirst = image->imageType() == Exiv2::ImageType::jpeg;
-        const bool isOriginal = facts.date.source == DateSource::kExifOriginal;
-        return {facts, isOriginal || (complete && tagsComeFirst)};
-    } catch (const std::exception&) {
-        return {{}, true}; // no form that the library knows: more bytes change nothing
-    }
-}
-
-// Muted: the library writes its warnings to standard error, beside what the run reports.
-void startLibrary()
-{
-    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
-    Exiv2::enableBMFF(true);
-    Exiv2::XmpParser::initialize();
-}
-
-// Makes `bytes` the first `size` bytes of the stream, or as many as there are.
-void readUpTo(std::istream& stream, std::size_t size, std::vector<unsigned char>& bytes)
-{
-    std::vector<char> piece(std::min<std::size_t>(size - bytes.size(), 64 * 1024));
-    while (bytes.size() < size && stream) {
-        const std::size_t count = std::min(piece.size(), size - bytes.size());
-        stream.read(piece.data(), static_cast<std::streamsize>(count));
-        bytes.insert(bytes.end(), piece.begin(), piece.begin() + stream.gcount());
-    }
-}
-
-} // namespace
-
-// Piece by piece, each four times the last or more: most files need the first only, and from a card
-// that matters more than the time it takes to understand a piece again.
 PhotoFacts exifFacts(std::istream& stream)
 {
-    static std::mutex lock; // the library's XMP parser serves one thread
-    static std::once_flag started;
-    const std::lock_guard guard(lock);
-    std::call_once(started, startLibrary);
-    stream.clear(stream.rdstate() & std::ios::badbit); // a failed read stays known
-    stream.seekg(0);
-    std::vector<unsigned char> bytes;
-    Reading reading;
-    for (const std::size_t size : kPieces) {
-        readUpTo(stream, size, bytes);
-        reading = readPiece(bytes);
-        if (reading.whole || bytes.size() < size)
-            break;
-    }
-    reading.facts.date.readFailed = stream.bad();
-    return reading.facts;
+    PhotoFacts facts;
+    lookAtExif(stream, [&facts](Exiv2::Image& image, bool complete) {
+        facts = {};
+        facts = {dateOfExif(image.exifData()), cameraOfExif(image.exifData())};
+        if (!facts.date.moment)
+            facts.date = dateOfXmp(image.xmpData());
+        const bool tagsComeFirst = image.imageType() == Exiv2::ImageType::jpeg;
+        const bool isOriginal = facts.date.source == DateSource::kExifOriginal;
+        return isOriginal || (complete && tagsComeFirst);
+    });
+    facts.date.readFailed = stream.bad();
+    return facts;
 }
 
 } // namespace mfx

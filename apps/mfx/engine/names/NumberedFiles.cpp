@@ -20,6 +20,25 @@ std::optional<Pt::FileStatus> regularFile(const std::string& path)
     return status && status->kind == Pt::FileStatus::Kind::kRegular ? status : std::nullopt;
 }
 
+// The lowest number first: of several copies, the oldest is the one that people know.
+std::vector<std::string> stemsAmong(const std::vector<std::string_view>& files,
+    const std::string& extension,
+    const NumberMatcher& names)
+{
+    std::vector<std::pair<std::uint64_t, std::string>> found;
+    for (const std::string_view file : files) {
+        const auto match = names.match(file);
+        if (match && match->extension == extension)
+            found.emplace_back(match->number, match->stem);
+    }
+    std::sort(found.begin(), found.end());
+    std::vector<std::string> stems;
+    stems.reserve(found.size());
+    for (auto& [number, stem] : found)
+        stems.push_back(std::move(stem));
+    return stems;
+}
+
 } // namespace
 
 // Once for a run, so that each group is looked up by size instead of asking for every number in
@@ -40,23 +59,24 @@ void NumberedFiles::read(const std::string& folder, const NumberMatcher& allName
     }
 }
 
-// The lowest number first: of several copies, the oldest is the one that people know.
 std::vector<std::string> NumberedFiles::stemsOf(
     std::uint64_t size, const std::string& extension, const NumberMatcher& names) const
 {
-    std::vector<std::pair<std::uint64_t, std::string>> found;
     const auto [first, last] = m_bySize.equal_range(size);
-    for (auto entry = first; entry != last; ++entry) {
-        const auto match = names.match(entry->second);
-        if (match && match->extension == extension)
-            found.emplace_back(match->number, match->stem);
-    }
-    std::sort(found.begin(), found.end());
-    std::vector<std::string> stems;
-    stems.reserve(found.size());
-    for (auto& [number, stem] : found)
-        stems.push_back(std::move(stem));
-    return stems;
+    std::vector<std::string_view> files;
+    for (auto entry = first; entry != last; ++entry)
+        files.emplace_back(entry->second);
+    return stemsAmong(files, extension, names);
+}
+
+std::vector<std::string> NumberedFiles::stemsOf(
+    const std::string& extension, const NumberMatcher& names) const
+{
+    std::vector<std::string_view> files;
+    for (const auto& [name, status] : m_files)
+        if (name.ends_with('.' + extension))
+            files.emplace_back(name);
+    return stemsAmong(files, extension, names);
 }
 
 std::optional<Pt::FileStatus> NumberedFiles::statusOf(const std::string& name) const

@@ -26,6 +26,10 @@ public:
     std::vector<std::string> stemsOf(
         std::uint64_t size, const std::string& extension, const NumberMatcher& names) const;
 
+    // Stems of files with that extension, whatever their size, by number.
+    std::vector<std::string> stemsOf(
+        const std::string& extension, const NumberMatcher& names) const;
+
     // As it was when the folder was read.
     std::optional<Pt::FileStatus> statusOf(const std::string& name) const;
 

@@ -23,6 +23,13 @@ std::uint64_t passes(const DownloadRequest& request)
     return request.backupFolder ? 4 : 2;
 }
 
+// Who asks for raw files gives up what an earlier run was asked for.
+CutOffConversions conversions(const DownloadRequest& request)
+{
+    return request.convertsToDNG || request.wantsDNG ? CutOffConversions::kAwaited
+                                                     : CutOffConversions::kGivenUp;
+}
+
 } // namespace
 
 Download::Download(
@@ -32,11 +39,12 @@ Download::Download(
     , m_sink(sink)
     , m_events(events)
     , m_places(card, m_request.target, m_request.backupFolder, m_request.dryRun)
-    , m_folders(m_request.target, m_places, m_request.dryRun)
+    , m_folders(m_request.target, m_places, m_request.dryRun, conversions(m_request))
     , m_backup(card, m_groups, sink, m_places)
     , m_account(m_request, card)
     , m_deletion(m_request, card, m_places, m_folders, m_account)
     , m_progress(card, passes(m_request))
+    , m_browserWait(events, m_request.wasInterrupted)
 {
 }
 
@@ -51,9 +59,8 @@ DownloadSummary Download::run()
     m_events.source(m_request.sourceName, m_card.items.size(), m_account.bytesOnCard());
     warnOfPlaces();
     saveAll();
-    reportProgress();
-    sumUp();
-    m_events.summary(m_account.summary);
+    if (!m_isOver)
+        tellSummary();
     return m_account.summary;
 }
 
@@ -69,8 +76,25 @@ void Download::saveAll()
     m_account.summary.nextSequence = m_nextNumber;
     if (!m_request.dryRun)
         closeDownload();
+    leavePlaces();
+}
+
+void Download::leavePlaces()
+{
     m_folders.leave();
     m_places.leave();
+}
+
+void Download::tellSummary()
+{
+    {
+        Pt::Locked locked(m_tellingLock);
+        m_events.progress(m_progress.event());
+        m_isTold = true;
+    }
+    m_isOver = true;
+    sumUp();
+    m_events.summary(m_account.summary);
 }
 
 // A target that refused some files is unusable only where it took none at all: one sub-folder that
@@ -123,6 +147,7 @@ StagingPlan Download::stagingPlan()
         m_request.rules,
         m_nextNumber,
         m_request.dryRun,
+        m_request.convertsToDNG || m_request.wantsDNG,
         [this](std::uint32_t item, ProgressPhase phase, std::uint64_t bytes) {
             m_progress.add(item, phase, bytes);
         },
@@ -170,12 +195,10 @@ bool Download::runNextGroup(GroupStager& stager)
 
 void Download::reportRestored()
 {
-    for (const std::string& path : m_folders.takeRestored()) {
-        m_putBack.insert(path);
+    for (const std::string& path : m_folders.takeRestored())
         m_events.message("",
             text("$$$/Mfx/Download/PutBack=put back after an earlier run was cut off: %1",
                 {Pt::displayName(path)}));
-    }
 }
 
 // With sub-folders, numbers go on from one to the next.
@@ -232,7 +255,12 @@ std::string Download::deviceName(std::uint32_t item) const
 
 void Download::reportProgress()
 {
-    m_events.progress(m_progress.event());
+    {
+        Pt::Locked locked(m_tellingLock);
+        if (!m_isTold)
+            m_events.progress(m_progress.event());
+    }
+    m_browserWait.look();
 }
 
 } // namespace mfx

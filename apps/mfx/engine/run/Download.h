@@ -9,6 +9,7 @@
 
 #include "mfx/engine/card/CardScan.h"
 #include "mfx/engine/names/TargetName.h"
+#include "mfx/engine/run/BrowserWait.h"
 #include "mfx/engine/run/DownloadAccount.h"
 #include "mfx/engine/run/GuardedDeletion.h"
 #include "mfx/engine/run/ProgressMeter.h"
@@ -19,11 +20,11 @@
 #include "mfx/engine/sink/DownloadRequest.h"
 #include "mfx/engine/sink/GroupBackup.h"
 #include "mfx/engine/sink/SinkSession.h"
+#include "platform/common/threads/Lock.h"
 
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -63,10 +64,14 @@ private:
     bool isOriginalItself(const MemberBackup& backup, std::uint32_t item) const;
     void noteBackup(
         const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event);
+    void noteConversions(GroupWork& work) const;
     void convert(GroupWork& work, std::vector<ItemEvent>& events);
     void convertMember(GroupWork& work, std::size_t member, ItemEvent& event);
-    bool isToConvert(const GroupWork& work, const MemberWork& member) const;
+    bool finishConversion(const GroupWork& work, MemberWork& member);
     void noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event);
+    void noteStandingDNG(const MemberWork& member, ItemEvent& event);
+    bool isProven(const MemberWork& member, const ItemEvent& event) const;
+    void noteUnprovenDNG(const MemberWork& member, const ItemEvent& event);
     void judge(GroupWork& work, std::vector<ItemEvent>& events);
     void judgeMember(const GroupWork& work, const MemberWork& member, ItemEvent& event);
     std::string reasonToKeep(const GroupWork& work, const MemberWork& member) const;
@@ -81,18 +86,21 @@ private:
 
     void closeDownload();
     void finishSink(const std::vector<std::uint32_t>& listed, bool deletes);
+    void awaitBrowser(bool deletes);
+    void endDeletion(bool deletes);
+    void leavePlaces();
     void flushNames();
     SinkItem sinkItem(const GroupWork& work, std::size_t member, const std::string& folder) const;
     SinkItem finishedItem(std::uint32_t item) const;
     std::string deviceName(std::uint32_t item) const;
 
     void reportProgress();
+    void tellSummary();
 
     const DownloadRequest m_request;
     const CardContents& m_card;
     SinkSession& m_sink;
     DownloadEvents& m_events;
-    std::set<std::string> m_putBack; // paths of what an earlier run had in hand when it was cut off
     std::vector<ItemGroup> m_groups; // constant once the card was looked at
     PlaceWatch m_places;
     FinalFolders m_folders;
@@ -103,6 +111,10 @@ private:
     std::optional<std::string> m_stopReason; // why no further group is begun
     bool m_targetRefused = false; // some folder of the target takes no files
     ProgressMeter m_progress;
+    Pt::Lock m_tellingLock;
+    bool m_isTold TEVORO_GUARDED_BY(m_tellingLock) = false; // the summary; no progress after it
+    bool m_isOver = false; // the same, for the caller's thread
+    BrowserWait m_browserWait;
 };
 
 } // namespace mfx

@@ -1,6 +1,7 @@
 // The end of a download: names flushed, preferences stored, a last look at card and places, and the
 // sink's closing operation, in which originals are deleted.
 
+#include "copies/CopyPlaces.h"
 #include "mfx/engine/run/Download.h"
 #include "mfx/engine/saving/SpaceCheck.h"
 #include "mfx/engine/sink/BrowserSearch.h"
@@ -19,6 +20,9 @@ void Download::closeDownload()
 {
     flushNames();
     m_sink.savePreferences();
+    // Without the note the browser shows one place less, and nothing else.
+    if (m_request.opensBrowser && m_request.backupFolder && m_account.summary.backups != 0)
+        copies::notePlaces({m_request.target, *m_request.backupFolder});
     if (m_account.summary.interrupted || m_request.wasInterrupted())
         return;
     m_deletion.lookAgain();
@@ -37,22 +41,47 @@ void Download::closeDownload()
 // answered no without anybody being asked.
 void Download::finishSink(const std::vector<std::uint32_t>& listed, bool deletes)
 {
-    std::optional<PhaseScope> phase;
     if (deletes)
-        phase.emplace(m_progress, ProgressPhase::kDelete);
+        m_progress.enter(ProgressPhase::kDelete);
     m_sink.askWith(deletes ? std::optional(m_deletion.question(listed)) : std::nullopt);
-    m_sink.finish(
-        m_request.sourceName,
+    m_sink.finish({m_request.sourceName,
         {listed.size(), [this, &listed](std::size_t i) { return finishedItem(listed[i]); }},
+        m_request.deletesOriginals,
         [this](long key) { return m_deletion.remove(static_cast<std::uint32_t>(key - 1)); },
-        m_request.wasInterrupted);
-    m_account.summary.nobodyAnswered = m_sink.foundNobody();
-    if (deletes)
-        m_deletion.lookAgain(); // while the question was open, and while originals went
+        m_request.wasInterrupted,
+        [this, deletes] { awaitBrowser(deletes); }});
+    if (!m_isOver)
+        endDeletion(deletes);
+    m_browserWait.end();
+    m_account.summary.browserNotAwaited = m_isOver && m_request.wasInterrupted();
     if (m_request.opensBrowser && !isBrowserKnown())
         m_events.message("",
             text("$$$/Mfx/Download/NoBrowser=the result is not shown: tevoro is not registered; "
                  "velmo-caps add tevoro-2.0 --path PROGRAM does that"));
+}
+
+// The pictures are safe, and the browser may take its time, or for ever: so all that the download
+// has to tell is told before it is waited for. After an interrupt nobody waits, and the sink may
+// still have something to say of the deletion that was broken off.
+void Download::awaitBrowser(bool deletes)
+{
+    if (!isBrowserKnown())
+        return;
+    if (!m_request.wasInterrupted()) {
+        endDeletion(deletes);
+        leavePlaces();
+        tellSummary();
+    }
+    m_browserWait.begin(m_request.opensBrowser);
+}
+
+void Download::endDeletion(bool deletes)
+{
+    m_account.summary.nobodyAnswered = m_sink.foundNobody();
+    if (!deletes)
+        return;
+    m_progress.leave();
+    m_deletion.lookAgain(); // while the question was open, and while originals went
 }
 
 // A rename may live in the kernel's cache alone until its folder is flushed. A disk that does not

@@ -1,10 +1,9 @@
-// What one group goes through in a download: names, the second copy, the move into place,
-// conversion, and what is told of each member.
+// What one group goes through in a download: names, the second copy, the move into place, and what
+// is told of each member.
 
 #include "mfx/engine/run/Download.h"
 #include "mfx/engine/saving/CopyIdentity.h"
 #include "mfx/engine/saving/GroupPlacer.h"
-#include "mfx/engine/sink/DNGSearch.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/text/NameText.h"
 
@@ -18,18 +17,6 @@ bool isSourceTrouble(Pt::CopyProblem problem)
 {
     return problem == Pt::CopyProblem::kSourceMissing
         || problem == Pt::CopyProblem::kSourceUnreadable;
-}
-
-// A failed backup keeps its status: an original without its second copy is not to be deleted,
-// whatever else fails.
-void noteNoDNG(ItemEvent& event, const std::string& reason)
-{
-    if (event.status == ItemStatus::kBackupFailed) {
-        event.error = text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason});
-        return;
-    }
-    event.status = ItemStatus::kDNGFailed;
-    event.error = reason;
 }
 
 // The folder beneath a card that was taken out: the mount point is still there, and has nothing in
@@ -94,6 +81,7 @@ void Download::save(GroupWork& work, std::vector<ItemEvent>& events)
 {
     if (m_request.backupFolder)
         backUp(work, events);
+    noteConversions(work);
     if (!work.failed)
         place(work);
     if (!work.failed && (m_request.convertsToDNG || m_request.wantsDNG))
@@ -156,66 +144,13 @@ void Download::noteBackup(
     ++m_account.summary.backups;
 }
 
-void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
+// A DNG of an earlier run was verified when it was made, and nobody has compared its picture since:
+// the raw file in the backup proves the item, the DNG alone does not.
+bool Download::isProven(const MemberWork& member, const ItemEvent& event) const
 {
-    for (std::size_t i = 0; i < work.members.size(); ++i) {
-        if (!isToConvert(work, work.members[i])
-            || mediaKind(memberExtension(m_card, m_groups[work.group], i)) != MediaKind::kRaw)
-            continue;
-        if (m_request.convertsToDNG) {
-            convertMember(work, i, events[i]);
-            continue;
-        }
-        noteNoDNG(events[i],
-            text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
-                 "not installed"));
-        events[i].alreadyReported = events[i].status == ItemStatus::kDNGFailed;
-    }
-}
-
-// The sink takes paths, and is about to replace a raw file: it must not do so beneath a mount point
-// whose disk has just been pulled.
-void Download::convertMember(GroupWork& work, std::size_t member, ItemEvent& event)
-{
-    if (const auto lost = lostPlace(work)) {
-        stopAt(*lost);
-        noteNoDNG(event, *lost);
-        return;
-    }
-    const PhaseScope phase(m_progress, ProgressPhase::kConvert);
-    const MemberWork& file = work.members[member];
-    const std::string dng = nextDNGPath(work.folder->ownPath + '/' + file.finalName);
-    std::string error;
-    if (m_sink.convert(sinkItem(work, member, work.folder->path), error))
-        noteDNG(file, dng, event);
-    else
-        noteNoDNG(event,
-            error.empty() ? text("$$$/Mfx/Download/NotConverted=it could not be converted to DNG")
-                          : error);
-}
-
-// A raw file that was there before the run stays as it is, for it may be somebody's. But one that
-// was put back just now was in the hands of a run that was cut off while converting it, and that
-// conversion is done now.
-bool Download::isToConvert(const GroupWork& work, const MemberWork& member) const
-{
-    return member.isPlaced() || m_putBack.contains(work.folder->path + '/' + member.finalName);
-}
-
-// The sink says that it made a verified DNG. `dng` is the name that was free before the call. If
-// the raw file is still there, it was none to convert, and what has the name now is not believed to
-// be its DNG: the raw file is what was proven.
-void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
-{
-    std::error_code error;
-    SavedItem& state = m_account.items[member.item];
-    const auto status = Pt::fileStatus(dng, error);
-    const std::string raw = dng.substr(0, dng.rfind('/') + 1) + member.finalName;
-    if (!status || Pt::fileStatus(raw, error))
-        return;
-    event.dng = Pt::displayName(m_places.nameOf(dng));
-    state.kept.dng = KeptCopy{dng, *status};
-    ++m_account.summary.converted;
+    const KeptItem& kept = m_account.items[member.item].kept;
+    return event.status != ItemStatus::kBackupFailed && kept.saved
+        && (!member.standsAsDNG() || kept.backup);
 }
 
 // What became of each member. A group is proven only as a whole: an original whose partner is not
@@ -225,8 +160,7 @@ void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
     bool allProven = !m_request.dryRun;
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         judgeMember(work, work.members[i], events[i]);
-        allProven = allProven && !work.failed && events[i].status != ItemStatus::kBackupFailed
-            && m_account.items[work.members[i].item].kept.saved;
+        allProven = allProven && !work.failed && isProven(work.members[i], events[i]);
     }
     for (const MemberWork& member : work.members)
         m_account.items[member.item].isProven = allProven;
@@ -244,8 +178,12 @@ void Download::judgeMember(const GroupWork& work, const MemberWork& member, Item
     event.saved = Pt::displayName(work.folder->path + '/' + member.finalName);
     if (event.status == ItemStatus::kPending)
         event.status = member.alreadyPresent() ? ItemStatus::kExists : ItemStatus::kOk;
-    if (!m_request.dryRun)
-        keep(work, member, event);
+    if (member.standsAsDNG())
+        noteStandingDNG(member, event);
+    if (m_request.dryRun)
+        return;
+    keep(work, member, event);
+    noteUnprovenDNG(member, event);
 }
 
 // Why the original stays whatever is answered later; empty where it may go.

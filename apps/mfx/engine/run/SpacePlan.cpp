@@ -2,11 +2,13 @@
 
 #include "mfx/engine/card/TwinCheck.h"
 #include "mfx/engine/dates/CaptureDate.h"
+#include "mfx/engine/dng/DNGSearch.h"
 #include "mfx/engine/names/NumberedFiles.h"
 #include "platform/common/files/FileStatus.h"
 #include "platform/common/text/NameText.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <set>
 #include <string>
@@ -22,10 +24,13 @@ struct Needs {
     std::uint64_t dng = 0; // on top, in the target
 };
 
-// Shares of a raw file's size by which its DNG may be larger, as measured on camera files.
+// Shares of a raw file's size by which its DNG may be larger, as measured on camera files: the
+// mosaic is as large as a compressed raw file has it, or up to three times that without
+// compression, and interpolated colours take three times as much. A full preview is a sixth.
 std::uint64_t extraForDNG(std::uint64_t raw, const DNGSizes& sizes)
 {
-    return (sizes.uncompressed ? raw * 3 : raw / 2) + (sizes.embedsRaw ? raw : 0);
+    const std::uint64_t mosaic = sizes.uncompressed ? raw * 3 : raw;
+    return (sizes.linear ? mosaic * 3 : mosaic) - raw + raw / 2 + (sizes.embedsRaw ? raw : 0);
 }
 
 // Which items are in their place already, by name and size. That is a guess, and a cheap one:
@@ -97,6 +102,21 @@ public:
         }
     }
 
+    // A DNG in its place, by what its record tells of the size.
+    template <typename PathOf>
+    bool takeDNG(std::uint64_t size, PathOf pathOf)
+    {
+        std::error_code error;
+        for (std::uint64_t number = 0;; ++number) {
+            const std::string path =
+                std::filesystem::path(pathOf(number)).replace_extension("dng").string();
+            if (!Pt::fileStatus(path, error))
+                return false;
+            if (originalSizeIn(path) == size && m_taken.insert(path).second)
+                return true;
+        }
+    }
+
     // Under whatever number.
     bool takeNumbered(std::uint64_t size,
         const std::string& folder,
@@ -151,10 +171,14 @@ void findGroupInTarget(const CardContents& card,
     for (std::size_t i = 0; i < group.members.size(); ++i) {
         const std::uint32_t item = group.members[i];
         const std::uint64_t size = card.items[item].status.size;
+        const auto pathOf = [&](std::uint64_t number) {
+            return folder + '/' + target.fileName(i, number);
+        };
         found.inTarget[item] = names.numbered
             ? files.takeNumbered(size, folder, target.extension(i), *names.numbered)
-            : files.take(size,
-                [&](std::uint64_t number) { return folder + '/' + target.fileName(i, number); });
+            : files.take(size, pathOf);
+        if (!found.inTarget[item] && request.convertsToDNG && isRaw(card.items[item].name))
+            found.inTarget[item] = files.takeDNG(size, pathOf);
     }
 }
 

@@ -11,6 +11,7 @@ namespace mfx {
 
 struct DNGSizes {
     bool uncompressed = false;
+    bool linear = false; // three colours for each pixel in place of one
     bool embedsRaw = false;
 };
 

@@ -62,10 +62,12 @@ std::string FinalFolder::lostText() const
         {Pt::displayName(path)});
 }
 
-FinalFolders::FinalFolders(std::string target, const PlaceWatch& places, bool looksOnly)
+FinalFolders::FinalFolders(
+    std::string target, const PlaceWatch& places, bool looksOnly, CutOffConversions conversions)
     : m_target(std::move(target))
     , m_places(places)
     , m_looksOnly(looksOnly)
+    , m_conversions(conversions)
 {
 }
 
@@ -112,7 +114,7 @@ void FinalFolders::prepare(FinalFolder& folder)
     // With a journal of tried names where this is the backup folder, too: the sink tries names
     // there, and after a kill the next run must know which empty files are ours to remove.
     std::error_code recovery; // what could be neither put back nor removed stays where it is
-    for (const std::string& name : folder.work.recover(recovery))
+    for (const std::string& name : folder.work.recover(recovery, m_conversions))
         m_restored.push_back(folder.path + '/' + name);
     folder.error = folder.work.layMarker(m_places.marker(), folder.path == m_places.backupPath());
 }

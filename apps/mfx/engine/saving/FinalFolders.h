@@ -3,6 +3,7 @@
 // Any thread may call; objects stay at their place for the life of the collection.
 #pragma once
 
+#include "mfx/engine/dng/OriginalSizes.h"
 #include "mfx/engine/names/NumberedFiles.h"
 #include "mfx/engine/saving/PlaceWatch.h"
 #include "mfx/engine/saving/WorkFolder.h"
@@ -63,6 +64,7 @@ struct FinalFolder {
     WorkFolder work;
     StemRegister stems; // for the thread that moves files into place
     NumberedFiles numbered; // none without a pattern that numbers
+    OriginalSizes originals; // of the DNGs among them
     FolderKinship kinship; // to card and backup
     bool keepsOwnFiles = true; // what its file system says of a file can be believed
     std::error_code error; // why the folder cannot be used
@@ -72,8 +74,11 @@ struct FinalFolder {
 class FinalFolders {
 public:
     // Borrows the watch over the places, which is open. With `looksOnly`, nothing is made, put back
-    // or removed.
-    FinalFolders(std::string target, const PlaceWatch& places, bool looksOnly = false);
+    // or removed. `conversions` that were cut off are those of raw files that are put back.
+    FinalFolders(std::string target,
+        const PlaceWatch& places,
+        bool looksOnly = false,
+        CutOffConversions conversions = CutOffConversions::kGivenUp);
 
     // Lists the numbered files of each folder at its first use. Before any is opened.
     void listNumbers(NumberMatcher allNames) { m_numbers = std::move(allNames); }
@@ -107,6 +112,7 @@ private:
     const std::string m_target;
     const PlaceWatch& m_places;
     const bool m_looksOnly;
+    const CutOffConversions m_conversions;
     std::optional<NumberMatcher> m_numbers;
     Pt::Lock m_lock;
     std::map<std::string, std::unique_ptr<FinalFolder>> m_folders TEVORO_GUARDED_BY(m_lock);

@@ -73,6 +73,21 @@ void undo(GroupWork& work)
     }
 }
 
+// What is to be converted is marked first: a run that is killed behind the move would leave a raw
+// file that looks as if it had been asked for.
+std::error_code moveMember(GroupWork& work, MemberWork& member)
+{
+    if (member.awaitsConversion)
+        work.folder->work.awaitConversion(member.finalName);
+    const std::error_code error =
+        Pt::moveWithoutReplacing(stagedPath(work, member), finalPath(work, member));
+    if (!error)
+        member.state = MemberState::kPlaced;
+    else if (member.awaitsConversion)
+        work.folder->work.forgetUnconverted(member.finalName);
+    return error;
+}
+
 // Never over a file, by a rename that refuses to replace: between the decision on a name and the
 // move, another program may have taken it. Both ends are on one file system, so that a file is
 // either here or there after a power cut, and never in part.
@@ -81,13 +96,10 @@ std::error_code moveAll(GroupWork& work)
     for (MemberWork& member : work.members) {
         if (member.alreadyPresent())
             continue;
-        const std::error_code error =
-            Pt::moveWithoutReplacing(stagedPath(work, member), finalPath(work, member));
-        if (error) {
+        if (const std::error_code error = moveMember(work, member)) {
             undo(work);
             return error;
         }
-        member.state = MemberState::kPlaced;
     }
     return {};
 }
@@ -147,7 +159,8 @@ void decideNames(GroupWork& work)
     for (std::size_t i = 0; i < work.members.size() && !work.failed; ++i) {
         MemberWork& member = work.members[i];
         member.finalName = work.target->fileName(i, spot->number);
-        if (spot->occupants[i] == Occupant::kSameBytes)
+        member.dng = spot->dngs[i];
+        if (spot->holds(i))
             member.state = MemberState::kAlreadyPresent;
         else
             stageUnderFinalName(work, i);
@@ -163,7 +176,8 @@ void previewNames(GroupWork& work)
         return;
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         work.members[i].finalName = work.target->fileName(i, spot->number);
-        if (spot->occupants[i] == Occupant::kSameBytes)
+        work.members[i].dng = spot->dngs[i];
+        if (spot->holds(i))
             work.members[i].state = MemberState::kAlreadyPresent;
         work.folder->stems.take(work.members[i].finalName);
     }

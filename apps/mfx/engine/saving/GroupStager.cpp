@@ -3,6 +3,7 @@
 #include "mfx/engine/saving/CopyText.h"
 #include "mfx/engine/saving/NumberedCopies.h"
 #include "mfx/texts/Texts.h"
+#include "platform/common/text/NameText.h"
 #include "platform/common/text/PtUnicode.h"
 
 #include <algorithm>
@@ -26,6 +27,11 @@ void settle(GroupWork& work, const std::function<std::string(std::size_t member)
         work.members[i].state = MemberState::kAlreadyPresent;
         work.members[i].finalName = nameOf(i);
     }
+}
+
+bool isConvertible(std::string_view extension)
+{
+    return mediaKind(extension) == MediaKind::kRaw && !Pt::equalIgnoringAsciiCase(extension, "dng");
 }
 
 } // namespace
@@ -122,6 +128,9 @@ std::unique_ptr<GroupWork> GroupStager::begin(std::size_t group) const
         MemberWork member;
         member.item = item;
         member.source = m_plan.card.pathOf(m_plan.card.items[item]);
+        member.wantsDNG = m_plan.wantsDNG
+            && isConvertible(
+                memberExtension(m_plan.card, m_plan.groups[group], work->members.size()));
         work->members.push_back(std::move(member));
     }
     return work;
@@ -190,6 +199,7 @@ TargetSpot GroupStager::spotOf(GroupWork& work) const
     }
     TargetSpot anywhere;
     anywhere.occupants.assign(work.members.size(), Occupant::kNone);
+    anywhere.dngs.resize(work.members.size());
     return anywhere;
 }
 
@@ -203,12 +213,15 @@ void GroupStager::copyMembers(GroupWork& work)
         failUnreadable(work, spot.error);
         return;
     }
-    if (spot.holdsAll())
+    if (spot.holdsAll()) {
         settle(work, [&](std::size_t i) { return work.target->fileName(i, spot.number); });
+        for (std::size_t i = 0; i < work.members.size(); ++i)
+            work.members[i].dng = spot.dngs[i];
+    }
     if (spot.holdsAll() || m_plan.dryRun || !openItemFolder(work))
         return;
     for (std::size_t i = 0; i < work.members.size() && !work.failed; ++i)
-        if (spot.occupants[i] != Occupant::kSameBytes)
+        if (!spot.holds(i))
             stageMember(work, i, work.target->fileName(i, spot.number));
 }
 

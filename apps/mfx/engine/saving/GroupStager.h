@@ -34,6 +34,7 @@ struct StagingPlan {
     const NamingRules& rules;
     std::uint64_t firstSequence = 1; // for names in item folders; final ones are decided later
     bool dryRun = false; // plan and compare, but copy nothing
+    bool wantsDNG = false; // raw files that stand there as DNGs are there
     // Told of an item's bytes that were read off the card or proven, from several threads.
     std::function<void(std::uint32_t item, ProgressPhase phase, std::uint64_t bytes)> progress;
     // Whether to give up copies in hand and begin no more.

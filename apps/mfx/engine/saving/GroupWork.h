@@ -44,10 +44,16 @@ struct MemberWork {
     MemberState state = MemberState::kPlanned;
     std::string stagedName; // in the item folder; empty where no copy was begun
     std::string finalName; // in the final folder
+    bool wantsDNG = false; // in the place of its raw file
+    bool awaitsConversion = false; // to DNG, once it is in place
+    // Own path of the DNG that stands for it: an earlier run has put it in the raw file's place.
+    // Then it is kAlreadyPresent, and nothing has its final name.
+    std::string dng;
     std::string error; // why it is not saved
 
     bool isPlaced() const { return state == MemberState::kPlaced; }
     bool alreadyPresent() const { return state == MemberState::kAlreadyPresent; }
+    bool standsAsDNG() const { return alreadyPresent() && !dng.empty(); }
 };
 
 struct GroupWork {

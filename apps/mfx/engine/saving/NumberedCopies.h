@@ -13,7 +13,7 @@ namespace mfx {
 // The stem under which the bytes of all members stand, the one of the lowest number, among those
 // that `names` knows. Sources are read for their digests only where files of all their sizes stand
 // under one stem; the digests are kept in the members. A source itself, seen on another way, is no
-// copy of it.
+// copy of it. For a member that wants a DNG, one that was made of it counts, and is noted in it.
 std::optional<std::string> findNumberedCopies(GroupWork& work, const NumberMatcher& names);
 
 // The name of a member with such a stem.

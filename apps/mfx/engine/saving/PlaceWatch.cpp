@@ -95,7 +95,9 @@ void PlaceWatch::openBackup()
         return;
     m_backupWork = std::make_unique<WorkFolder>(m_backup->ownPath());
     std::error_code error;
-    m_backupWork->recover(error); // what could not be cleared is no reason to make no backup
+    // What could not be cleared is no reason to make no backup. What becomes of raw files there is
+    // for a run to say that saves into this folder.
+    m_backupWork->recover(error, CutOffConversions::kAwaited);
     error = m_backupWork->layMarker(randomName("backup-"), true);
     if (error)
         throw std::system_error(error, Pt::displayName(*m_backupPath));

@@ -1,5 +1,6 @@
 #include "mfx/engine/saving/TargetSpot.h"
 
+#include "mfx/engine/dng/DNGSearch.h"
 #include "platform/common/files/FileStatus.h"
 
 #include <algorithm>
@@ -43,7 +44,20 @@ struct Place {
     const std::string& folder;
     const GroupTarget& names;
     const NoCopyTest& isNoCopy;
+    bool countsDNGs = false;
 };
+
+// The DNG that stands for a member whose raw file would have this path; empty where none does.
+std::string dngFor(MemberWork& member, const std::string& path)
+{
+    std::error_code error;
+    const auto source = member.wantsDNG ? Pt::fileStatus(member.source, error) : std::nullopt;
+    if (!source)
+        return {};
+    return findDNGOf(path, source->size, [&] {
+        return sourceDigest(member, source, source->size);
+    }).value_or(std::string());
+}
 
 // What stands under the member's name. An error is told and not taken for a free name: the move
 // would fail, or a folder that answers again by then would get the picture a second time.
@@ -71,8 +85,11 @@ TargetSpot look(GroupWork& work, const Place& place, std::uint64_t number)
     for (std::size_t i = 0; i < work.members.size() && !spot.error; ++i) {
         const std::string path = place.folder + '/' + place.names.fileName(i, number);
         const Occupant occupant = occupantOf(work, place, i, path, spot.error);
-        if (!spot.error)
-            spot.occupants.push_back(occupant);
+        if (spot.error)
+            break;
+        const bool mayBeDNG = place.countsDNGs && occupant == Occupant::kNone;
+        spot.dngs.push_back(mayBeDNG ? dngFor(work.members[i], path) : std::string());
+        spot.occupants.push_back(spot.dngs.back().empty() ? occupant : Occupant::kDNG);
     }
     return spot;
 }
@@ -102,16 +119,26 @@ bool TargetSpot::isFree() const
         == static_cast<std::ptrdiff_t>(occupants.size());
 }
 
+bool TargetSpot::holds(std::size_t member) const
+{
+    return occupants[member] == Occupant::kSameBytes || occupants[member] == Occupant::kDNG;
+}
+
 bool TargetSpot::holdsAll() const
 {
-    return !error
-        && std::count(occupants.begin(), occupants.end(), Occupant::kSameBytes)
-        == static_cast<std::ptrdiff_t>(occupants.size());
+    if (error)
+        return false;
+    return std::all_of(occupants.begin(), occupants.end(), [](Occupant occupant) {
+        return occupant == Occupant::kSameBytes || occupant == Occupant::kDNG;
+    });
 }
 
 TargetSpot findSpot(GroupWork& work, const StemRegister& stems)
 {
-    return findSpotIn(work.folder->ownPath, *work.target, work, stems, anyCopy);
+    const NoCopyTest test = anyCopy;
+    return find(work,
+        {work.folder->ownPath, *work.target, test, true},
+        [&stems](const std::string& name) { return stems.isTaken(name); });
 }
 
 TargetSpot findSpotIn(const std::string& folder,
@@ -120,7 +147,7 @@ TargetSpot findSpotIn(const std::string& folder,
     const StemRegister& stems,
     const NoCopyTest& isNoCopy)
 {
-    return find(work, {folder, names, isNoCopy}, [&stems](const std::string& name) {
+    return find(work, {folder, names, isNoCopy, false}, [&stems](const std::string& name) {
         return stems.isTaken(name);
     });
 }
@@ -128,8 +155,9 @@ TargetSpot findSpotIn(const std::string& folder,
 TargetSpot findSpot(GroupWork& work)
 {
     const NoCopyTest test = anyCopy;
-    return find(
-        work, {work.folder->ownPath, *work.target, test}, [](const std::string&) { return false; });
+    return find(work, {work.folder->ownPath, *work.target, test, true}, [](const std::string&) {
+        return false;
+    });
 }
 
 } // namespace mfx

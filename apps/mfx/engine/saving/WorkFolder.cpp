@@ -44,21 +44,10 @@ void removeLeftover(const fs::path& leftover, const std::string& folder, std::er
     fs::remove_all(leftover, error);
 }
 
-// A file that a conversion set aside goes back under its name, or under a numbered form of it,
-// which is returned.
-std::string putBack(const fs::path& from, const fs::path& folder, std::error_code& error)
+bool stands(const std::string& path)
 {
-    constexpr std::uint64_t kForms = 10000;
-    const std::string stem = from.stem().string();
-    const std::string extension = from.extension().string();
-    std::string name;
-    for (std::uint64_t number = 0; number < kForms; ++number) {
-        name = numberedStem(stem, number) + extension;
-        error = Pt::moveWithoutReplacing(from.string(), (folder / name).string());
-        if (error != std::errc::file_exists)
-            break;
-    }
-    return name;
+    std::error_code error;
+    return Pt::fileStatus(path, error).has_value();
 }
 
 bool isFile(const fs::path& path)
@@ -73,6 +62,12 @@ bool isRawFile(const fs::path& path)
     const std::string extension = path.extension().string();
     return extension != ".dng" && !extension.empty()
         && mediaKind(extension.substr(1)) == MediaKind::kRaw && isFile(path);
+}
+
+// What the conversion library was writing: it has its name when it is whole.
+bool isHalfWritten(const fs::path& path)
+{
+    return path.filename().string().starts_with(".unfinished-");
 }
 
 // A DNG beside the raw file that it was to replace, or one whose raw file is back in its place,
@@ -113,12 +108,14 @@ std::vector<fs::path> entriesOf(const std::string& folder)
 WorkFolder::WorkFolder(std::string finalFolder)
     : m_finalFolder(std::move(finalFolder))
     , m_path(m_finalFolder + '/' + kName)
+    , m_marks(m_finalFolder, m_path)
 {
 }
 
 // Whoever is at work in the folder shares the lock on it. Who has it alone knows that all that lies
-// in it was left by a run that was cut off.
-std::vector<std::string> WorkFolder::recover(std::error_code& error)
+// in it was left by a run that was cut off. Raw files are marked whatever is asked for: where
+// nobody awaits their conversion, the marks go once all is in its place.
+std::vector<std::string> WorkFolder::recover(std::error_code& error, CutOffConversions conversions)
 {
     error.clear();
     std::error_code lockError;
@@ -131,6 +128,11 @@ std::vector<std::string> WorkFolder::recover(std::error_code& error)
     if (!alone->stillNames(m_path))
         return {};
     std::vector<std::string> restored = clear(entries, error);
+    if (conversions == CutOffConversions::kAwaited)
+        m_unconverted = m_marks.names();
+    else
+        m_marks.removeAll();
+    m_marks.leave();
     std::error_code ignored; // not empty: what could not be put back is still in it
     fs::remove(m_path, ignored);
     return restored;
@@ -153,14 +155,38 @@ std::vector<std::string> WorkFolder::clear(
             removeLeftover(entry, m_finalFolder, step);
         else if (!isFile(entry))
             continue; // none of ours
-        else if (isUnfinishedConversion(entry, files, standing))
+        else if (isHalfWritten(entry) || isUnfinishedConversion(entry, files, standing))
             fs::remove(entry, step);
-        else if (const std::string back = putBack(entry, m_finalFolder, step); !step)
+        else if (const std::string back = putBack(entry, step); !step)
             restored.push_back(back);
         if (step)
             error = step;
     }
     return restored;
+}
+
+// A file that a conversion set aside goes back under its name, or under a numbered form of it,
+// which is returned. The mark is made first: between the two steps, the process may be killed.
+std::string WorkFolder::putBack(const fs::path& from, std::error_code& error) const
+{
+    constexpr std::uint64_t kForms = 10000;
+    const std::string stem = from.stem().string();
+    const std::string extension = from.extension().string();
+    const bool isMarked = isRawFile(from);
+    std::string name;
+    for (std::uint64_t number = 0; number < kForms; ++number) {
+        name = numberedStem(stem, number) + extension;
+        const std::string to = m_finalFolder + '/' + name;
+        if (stands(to))
+            continue;
+        if (isMarked)
+            m_marks.add(name);
+        error = Pt::moveWithoutReplacing(from.string(), to);
+        if (error != std::errc::file_exists)
+            break;
+        m_marks.remove(name); // somebody took the name meanwhile
+    }
+    return name;
 }
 
 // The marker lies in an item folder, which the next run removes if this one is killed. In the final
@@ -271,8 +297,10 @@ void WorkFolder::leave()
     m_idle.clear();
     if (m_share && !m_markerBelow.empty())
         fs::remove_all(fs::path(m_finalFolder + '/' + m_markerBelow).parent_path(), ignored);
-    if (m_share && m_share->stillNames(m_path))
+    if (m_share && m_share->stillNames(m_path)) {
+        m_marks.leave();
         fs::remove(m_path, ignored);
+    }
     m_share.reset();
 }
 

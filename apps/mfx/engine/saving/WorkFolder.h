@@ -7,17 +7,25 @@
 // groups go, and what is neither stays. One object serves one final folder; any thread may call it.
 #pragma once
 
+#include "mfx/engine/saving/UnconvertedMarks.h"
 #include "platform/common/files/FolderLock.h"
 #include "platform/common/threads/Lock.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <system_error>
 #include <vector>
 
 namespace mfx {
+
+// What is to become of conversions that were cut off.
+enum class CutOffConversions {
+    kGivenUp, // the raw files stay what they are
+    kAwaited, // they are converted, by this run or a later one
+};
 
 class WorkFolder {
 public:
@@ -32,7 +40,19 @@ public:
     // runs, and the empty file that a killed process left where it tried a name. Returns the names
     // under which raw files were put back; an error stands for something that could be neither put
     // back nor removed, which then is still there.
-    std::vector<std::string> recover(std::error_code& error);
+    std::vector<std::string> recover(
+        std::error_code& error, CutOffConversions conversions = CutOffConversions::kGivenUp);
+
+    // Remembers a raw file that is about to be placed and then converted, beyond the end of this
+    // process. While it works in the folder.
+    void awaitConversion(const std::string& name) const { m_marks.add(name); }
+
+    // The raw files that earlier runs were to convert and did not come to, those among them that
+    // were put back by `recover`. For the time behind it.
+    bool isUnconverted(const std::string& name) const { return m_unconverted.contains(name); }
+
+    // Its conversion was made, or failed: nobody awaits it any more.
+    void forgetUnconverted(const std::string& name) const { m_marks.remove(name); }
 
     // Makes the run's own folder with an empty file of this name in it, by which the folder is
     // known on every way that leads to it; with a journal of tried names, where names will be
@@ -65,11 +85,14 @@ public:
 private:
     std::vector<std::string> clear(
         const std::vector<std::filesystem::path>& entries, std::error_code& error) const;
+    std::string putBack(const std::filesystem::path& from, std::error_code& error) const;
     std::error_code enter() TEVORO_REQUIRES(m_lock);
     std::optional<std::string> takeIdleFolder() TEVORO_REQUIRES(m_lock);
 
     const std::string m_finalFolder;
     const std::string m_path;
+    const UnconvertedMarks m_marks;
+    std::set<std::string> m_unconverted; // constant once the folder was recovered
     std::string m_markerBelow; // constant once it was laid
     Pt::Lock m_lock;
     std::optional<Pt::FolderLock> m_share TEVORO_GUARDED_BY(m_lock);

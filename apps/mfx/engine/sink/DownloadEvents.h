@@ -85,6 +85,7 @@ struct DownloadSummary {
     bool backupWanted = false;
     bool datesAreUsed = false; // for names or folders
     bool interrupted = false;
+    bool browserNotAwaited = false; // an interrupt ended the wait for it; all else was done
     bool placeUnusable = false; // a place became full or unusable, and the run stopped
     bool sourceGone = false;
     bool dryRun = false;

@@ -22,18 +22,31 @@ constexpr std::int64_t kNanosecondsPerMillisecond = 1'000'000;
 constexpr std::int64_t kClockStep = 20 * kNanosecondsPerMillisecond;
 
 // Where the member's proven copy lies now: in its item folder, or in its final place already.
+bool isInPlace(const MemberWork& member)
+{
+    return member.alreadyPresent() && !member.standsAsDNG();
+}
+
 std::string savedPath(const GroupWork& work, const MemberWork& member)
 {
-    return member.alreadyPresent() ? work.folder->ownPath + '/' + member.finalName
-                                   : work.itemFolder + '/' + member.stagedName;
+    return isInPlace(member) ? work.folder->ownPath + '/' + member.finalName
+                             : work.itemFolder + '/' + member.stagedName;
+}
+
+// Nothing for a raw file of which only the DNG stands.
+std::optional<Pt::FileStatus> savedStatus(const GroupWork& work, const MemberWork& member)
+{
+    std::error_code error;
+    if (!isInPlace(member) && member.stagedName.empty())
+        return std::nullopt;
+    return Pt::fileStatus(savedPath(work, member), error);
 }
 
 std::vector<std::optional<Pt::FileStatus>> savedCopies(const GroupWork& work)
 {
     std::vector<std::optional<Pt::FileStatus>> all;
-    std::error_code error;
     for (const MemberWork& member : work.members)
-        all.push_back(Pt::fileStatus(savedPath(work, member), error));
+        all.push_back(savedStatus(work, member));
     return all;
 }
 
@@ -158,14 +171,43 @@ MemberBackup GroupBackup::backUpMember(
 // The moment before the call is taken first: what has the name and was changed before it was not
 // made by this call.
 std::optional<KeptCopy> GroupBackup::makeMember(
-    const GroupWork& work, std::size_t member, const std::string& name, std::string& why)
+    GroupWork& work, std::size_t member, const std::string& name, std::string& why)
 {
     const MemberWork& file = work.members[member];
     const std::int64_t since = now();
-    std::error_code error;
-    const auto saved = Pt::fileStatus(savedPath(work, file), error);
+    if (!stageRawFile(work, member, why))
+        return std::nullopt;
+    const auto saved = savedStatus(work, file);
     return saved && callSink(work, member, name, why) ? madeCopy(file, name, *saved, since)
                                                       : std::nullopt;
+}
+
+// The raw file of a member that stands as a DNG is on the card alone. The sink gets a proven copy
+// of it as it gets any other, from the item folder, with which it goes.
+bool GroupBackup::stageRawFile(GroupWork& work, std::size_t member, std::string& why)
+{
+    MemberWork& file = work.members[member];
+    if (!file.standsAsDNG())
+        return true;
+    std::error_code error;
+    const auto folder = work.itemFolder.empty() ? work.folder->work.makeItemFolder(error)
+                                                : std::optional(work.itemFolder);
+    if (!folder) {
+        why = text("$$$/Mfx/Download/FolderTakesNoFiles=the folder %1 takes no files: %2",
+            {work.folder->path, error.message()});
+        return false;
+    }
+    work.itemFolder = *folder;
+    file.stagedName = file.finalName;
+    Pt::CopyOptions options;
+    options.expected = m_card.items[file.item].status;
+    Pt::CopyResult result =
+        Pt::writeProvenCopy(file.source, work.itemFolder + '/' + file.stagedName, options);
+    if (result.isProven() && result.digest != file.digest)
+        result.problem = Pt::CopyProblem::kSourceChanged;
+    if (!result.isProven())
+        why = copyText(result, work.itemFolder, file.stagedName);
+    return result.isProven();
 }
 
 // In the very folder of the saved copies the sink numbers the second copy by rules of its own. It
@@ -174,11 +216,11 @@ MemberBackup GroupBackup::backUpBeside(GroupWork& work, std::size_t member, cons
 {
     MemberBackup backup;
     const MemberWork& file = work.members[member];
-    std::error_code error;
-    const auto saved = Pt::fileStatus(savedPath(work, file), error);
+    const auto saved = savedStatus(work, file);
     backup.alreadyPresent =
         file.digest && findBackup(m_places.backupOwnPath(), name, *file.digest, saved).has_value();
-    backup.isMade = backup.alreadyPresent || callSink(work, member, name, backup.error);
+    backup.isMade = backup.alreadyPresent
+        || (stageRawFile(work, member, backup.error) && callSink(work, member, name, backup.error));
     return backup;
 }
 
@@ -188,8 +230,7 @@ bool GroupBackup::callSink(
     const GroupWork& work, std::size_t member, const std::string& name, std::string& error)
 {
     const MemberWork& file = work.members[member];
-    std::error_code unknown;
-    const auto saved = Pt::fileStatus(savedPath(work, file), unknown);
+    const auto saved = savedStatus(work, file);
     const std::int64_t start = now();
     m_lost = m_places.lostPlace();
     if (m_lost)
@@ -212,7 +253,7 @@ SinkItem GroupBackup::itemFor(
     const GroupWork& work, const MemberWork& file, const std::string& name)
 {
     const std::string folder =
-        file.alreadyPresent() ? work.folder->path : work.folder->nameOf(work.itemFolder);
+        isInPlace(file) ? work.folder->path : work.folder->nameOf(work.itemFolder);
     return {static_cast<long>(file.item) + 1, name, file.finalName, folder};
 }
 

@@ -49,7 +49,8 @@ private:
     MemberBackup backUpAt(
         const TargetSpot& spot, GroupWork& work, std::size_t member, const GroupTarget& names);
     std::optional<KeptCopy> makeMember(
-        const GroupWork& work, std::size_t member, const std::string& name, std::string& why);
+        GroupWork& work, std::size_t member, const std::string& name, std::string& why);
+    bool stageRawFile(GroupWork& work, std::size_t member, std::string& why);
     static SinkItem itemFor(const GroupWork& work, const MemberWork& file, const std::string& name);
     MemberBackup backUpMember(
         GroupWork& work, std::size_t member, const std::string& name, bool isThere);

@@ -1,5 +1,6 @@
 #include "mfx/engine/sink/SinkSession.h"
 
+#include "messaging/TevoroTalkUtils.h"
 #include "mfx/engine/card/MediaItem.h"
 #include "mfx/engine/sink/FxUnits.h"
 #include "mfx/engine/sink/HostObject.h"
@@ -49,11 +50,41 @@ CPropSinkMediaItem recordOf(const SinkItem& item)
 
 } // namespace
 
+// The contract does not say when the browser's turn comes: it is behind the last of what the sink
+// tells or asks, which is known before it begins.
+class SinkSession::BrowserTurn {
+public:
+    enum class Behind { kNothing, kMessage, kQuestion };
+
+    void await(Behind behind, const std::function<void()>& onBrowser)
+    {
+        m_behind = behind;
+        m_onBrowser = onBrowser;
+        reach(Behind::kNothing);
+    }
+    void reach(Behind behind)
+    {
+        if (behind == m_behind)
+            come();
+    }
+    void come()
+    {
+        if (const auto onBrowser = std::exchange(m_onBrowser, nullptr))
+            onBrowser();
+    }
+    void drop() { m_onBrowser = nullptr; }
+
+private:
+    Behind m_behind = Behind::kNothing;
+    std::function<void()> m_onBrowser; // until it was called
+};
+
 // Shows the sink's messages and asks its questions.
 class SinkSession::Messages final : public HostObject<IDisplayMsgHandler> {
 public:
-    explicit Messages(DownloadEvents& events)
+    Messages(DownloadEvents& events, BrowserTurn& browserTurn)
         : m_events(events)
+        , m_browserTurn(browserTurn)
     {
     }
 
@@ -63,6 +94,7 @@ public:
         // The notice of a failed backup comes once for each item; once is enough.
         if (m_shown.insert(Pt::toUtf8(text)).second)
             m_events.message(Pt::toUtf8(title), Pt::toUtf8(text));
+        m_browserTurn.reach(BrowserTurn::Behind::kMessage);
         return kFxOk;
     }
 
@@ -83,6 +115,8 @@ public:
             said = m_events.question(Pt::toUtf8(title), Pt::toUtf8(text) + '\n' + *m_words);
         m_foundNobody = m_foundNobody || said == Answer::kNobody;
         *answer = said == Answer::kYes ? kYes : kNo;
+        if (said != Answer::kYes)
+            m_browserTurn.reach(BrowserTurn::Behind::kQuestion);
         return kFxOk;
     }
 
@@ -91,6 +125,7 @@ public:
 
 private:
     DownloadEvents& m_events;
+    BrowserTurn& m_browserTurn;
     std::optional<std::string> m_words; // asked with; without them, nobody is asked
     bool m_foundNobody = false;
     std::set<std::string> m_shown;
@@ -99,8 +134,9 @@ private:
 // Deletion goes fast and is told of at its end. An interrupt stops it after the item in hand.
 class SinkSession::Progress final : public HostObject<IProgressHandler> {
 public:
-    explicit Progress(DownloadEvents& events)
+    Progress(DownloadEvents& events, BrowserTurn& browserTurn)
         : m_events(events)
+        , m_browserTurn(browserTurn)
     {
     }
 
@@ -117,26 +153,31 @@ public:
     }
     FxStatus StepProgress() override
     {
-        if (m_cancelled && m_wasInterrupted && m_wasInterrupted())
+        if (m_cancelled && m_wasInterrupted && m_wasInterrupted()) {
             *m_cancelled = true;
+            m_browserTurn.come(); // the end of a deletion that was broken off need not be told
+        }
         return kFxOk;
     }
     FxStatus FinishProgress(const unsigned short* title, const unsigned short* text, bool) override
     {
         m_events.message(Pt::toUtf8(title), Pt::toUtf8(text));
+        m_browserTurn.come();
         return kFxOk;
     }
 
 private:
     DownloadEvents& m_events;
+    BrowserTurn& m_browserTurn;
     std::function<bool()> m_wasInterrupted;
     bool* m_cancelled = nullptr; // the sink's; good while it deletes
 };
 
 SinkSession::SinkSession(const std::string& modulePath, DownloadEvents& events)
     : m_events(events)
-    , m_messages(std::make_unique<Messages>(events))
-    , m_progress(std::make_unique<Progress>(events))
+    , m_browserTurn(std::make_unique<BrowserTurn>())
+    , m_messages(std::make_unique<Messages>(events, *m_browserTurn))
+    , m_progress(std::make_unique<Progress>(events, *m_browserTurn))
     , m_module(modulePath)
     , m_sink(m_module.query<ISink3>(kFxIdSink3))
     , m_capabilities(m_module.query<ISinkCapabilities2>(kFxIdSinkCapabilities2))
@@ -223,7 +264,9 @@ bool SinkSession::makeBackup(const SinkItem& item, std::string& error)
 
 bool SinkSession::convert(const SinkItem& item, std::string& error)
 {
-    return process(item, error, &IMFXPostProcessing::DoPostProcessing) == kFxOk;
+    const bool isDone = process(item, error, &IMFXPostProcessing::DoPostProcessing) == kFxOk;
+    m_hasNews = m_hasNews || !isDone;
+    return isDone;
 }
 
 bool SinkSession::savePreferences()
@@ -241,18 +284,27 @@ bool SinkSession::foundNobody() const
     return m_messages->foundNobody();
 }
 
-// The callback is set for the length of the call and no longer: after it, the function that it
-// leads to may be gone.
-void SinkSession::finish(const std::string& source,
-    const SinkItems& items,
-    const std::function<DeletionOutcome(long key)>& deleteOriginal,
-    const std::function<bool()>& wasInterrupted)
+void SinkSession::stopWaitingForBrowser()
 {
-    SinkItemList list(source, items);
-    unsigned long count = items.count;
-    m_progress->stopWhen(wasInterrupted);
-    gContext.deleteOriginal = &deleteOriginal;
+    ScObjects::TevoroTalkUtils::stopWaitingForOthers();
+}
+
+// The callbacks are set for the length of the call and no longer: after it, what they lead to may
+// be gone.
+void SinkSession::finish(const SinkClosing& closing)
+{
+    SinkItemList list(closing.source, closing.items);
+    unsigned long count = closing.items.count;
+    m_progress->stopWhen(closing.wasInterrupted);
+    gContext.deleteOriginal = &closing.deleteOriginal;
+    if (closing.asks)
+        m_browserTurn->await(BrowserTurn::Behind::kQuestion, closing.onBrowser);
+    else
+        m_browserTurn->await(
+            m_hasNews ? BrowserTurn::Behind::kMessage : BrowserTurn::Behind::kNothing,
+            closing.onBrowser);
     m_sink->PushAllMediaItems(list, *m_messages, count, nullptr, deleteOne);
+    m_browserTurn->drop();
     gContext.deleteOriginal = nullptr;
 }
 

@@ -38,6 +38,17 @@ struct SinkItems {
 // What became of one original: as the contract's per-item callback tells it.
 enum class DeletionOutcome : long { kDeleted = 0, kRefused = 1, kDeviceGone = 2 };
 
+// What closes a download.
+struct SinkClosing {
+    std::string source; // the device's name
+    SinkItems items;
+    bool asks = false; // the sink's choice of deletion is on: it asks
+    std::function<DeletionOutcome(long key)> deleteOriginal; // if the user says so
+    std::function<bool()> wasInterrupted; // that is enough of it
+    // Nothing is left but the browser, which may be waited for: called before that, once at most.
+    std::function<void()> onBrowser;
+};
+
 class SinkSession {
 public:
     // Opens the sink. Throws SystemPartError.
@@ -69,14 +80,14 @@ public:
     // Whether a question found nobody to answer it.
     bool foundNobody() const;
 
-    // Closes the download. `source` names the device; the originals of the items are deleted by
-    // `deleteOriginal` if the user says so, until `wasInterrupted` says that it is enough.
-    void finish(const std::string& source,
-        const SinkItems& items,
-        const std::function<DeletionOutcome(long key)>& deleteOriginal,
-        const std::function<bool()>& wasInterrupted);
+    // Ends the waits of the sink for the browser, now and from now on. Any thread may call.
+    static void stopWaitingForBrowser();
+
+    // Closes the download: tells of it, asks, has originals deleted, and shows the result.
+    void finish(const SinkClosing& closing);
 
 private:
+    class BrowserTurn;
     class Messages;
     class Progress;
 
@@ -91,6 +102,7 @@ private:
     void releaseRecordStrings();
 
     DownloadEvents& m_events;
+    std::unique_ptr<BrowserTurn> m_browserTurn; // the next two tell it
     std::unique_ptr<Messages> m_messages; // these two outlive the sink, which calls them to its end
     std::unique_ptr<Progress> m_progress;
     SinkModule m_module;
@@ -100,6 +112,7 @@ private:
     FxRef<ISinkUtilHandler2> m_preferences;
     FxRef<IMFXPostProcessing2> m_processing;
     CPropAppPreferences3 m_record;
+    bool m_hasNews = false; // a conversion failed, which the sink tells when it closes the download
 };
 
 } // namespace mfx

@@ -47,6 +47,50 @@ TEST(CommandLineTest, ReadsTheCommands)
     EXPECT_TRUE(list.json);
 }
 
+TEST(CommandLineTest, ReadsAConversionOfFiles)
+{
+    const CommandLine line = read({"convert",
+                                      "a.CR2",
+                                      "b.NEF",
+                                      "--to",
+                                      "/dng",
+                                      "--dng-preview",
+                                      "none",
+                                      "--dng-embed-raw",
+                                      "--json"})
+                                 .line.value();
+    EXPECT_EQ(line.command, Command::kConvert);
+    EXPECT_THAT(line.files, ElementsAre("a.CR2", "b.NEF"));
+    EXPECT_EQ(line.target, "/dng");
+    EXPECT_EQ(line.dngPreview, "none");
+    EXPECT_TRUE(line.dngEmbedRaw);
+    EXPECT_FALSE(line.dngLinear);
+    EXPECT_TRUE(line.json);
+    EXPECT_THAT(read({"convert", "a.CR2"}).line.value().target, IsEmpty());
+}
+
+TEST(CommandLineTest, ReadsWhatToExtractFrom)
+{
+    const CommandLine line = read({"extract", "a.dng", "-t", "/raws"}).line.value();
+    EXPECT_EQ(line.command, Command::kExtract);
+    EXPECT_EQ(line.source, "a.dng");
+    EXPECT_EQ(line.target, "/raws");
+}
+
+TEST(CommandLineTest, RefusesAConversionOfNothingAndAnEmptyFolder)
+{
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{{"convert"},
+             {"convert", "a.CR2", "--to", ""},
+             {"convert", "a.CR2", "--dng-preview", "large"},
+             {"convert", "a.CR2", "--backup", "/b"},
+             {"extract"},
+             {"extract", "a.dng", "b.dng"}}) {
+        const Reading reading = read(words);
+        EXPECT_FALSE(reading.line) << words.back();
+        EXPECT_EQ(reading.code, ExitCode::kUsage) << words.back();
+    }
+}
+
 TEST(CommandLineTest, AsksForNothingThatWasNotSaid)
 {
     const CommandLine line = read({"download", "/card", "--to", "/photos"}).line.value();

@@ -45,6 +45,7 @@ protected:
             rules,
             1,
             dryRun,
+            wantsDNG,
             [](std::uint32_t, ProgressPhase, std::uint64_t) {},
             [] { return false; }};
     }
@@ -85,6 +86,7 @@ protected:
     TestCard target;
     NamingRules rules;
     bool dryRun = false;
+    bool wantsDNG = false;
     CardContents contents;
     std::vector<ItemGroup> groups;
     PlaceWatch places{contents, target.path(), std::nullopt, false}; // not opened: no descriptors

@@ -22,6 +22,7 @@ constexpr char16_t kGerman[] = u"\"$$$/Mfx/Test/Plain=schlicht\"\n"
                                u"\"$$$/Mfx/Test/Letters=Größe ½ 写真 😀\"\n"
                                u"\"$$$/Mfx/Test/Quoted=sagt \\\"ja\\\"\"\n"
                                u"\"$$$/Mfx/Test/Empty=\"\n"
+                               u"\"$$$/Tevoro/Test/Menu=Bild\"\n"
                                u"\"$$$/AppSource/Other=vom Plug-in\"\n";
 
 using TextsTest = DictionaryFixture;
@@ -44,6 +45,7 @@ TEST_F(TextsTest, ComeOutOfTheDictionary)
     EXPECT_EQ(text("$$$/Mfx/Test/Letters=letters"), "Größe ½ 写真 😀");
     EXPECT_EQ(text("$$$/Mfx/Test/Quoted=quoted"), "sagt \"ja\"");
     EXPECT_EQ(text("$$$/Mfx/Test/Empty=empty"), "empty") << "no entry, but a gap";
+    EXPECT_EQ(text("$$$/Tevoro/Test/Menu=Picture"), "Bild") << "the browser's";
 }
 
 TEST_F(TextsTest, ComeOutOfABinaryDictionaryToo)

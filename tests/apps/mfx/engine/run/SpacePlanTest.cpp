@@ -1,6 +1,7 @@
 #include "mfx/engine/run/SpacePlan.h"
 
 #include "apps/mfx/engine/CardFixture.h"
+#include "support/RecordedDng.h"
 
 #include <gtest/gtest.h>
 
@@ -116,6 +117,30 @@ TEST_F(SpacePlanTest, ExpectsLargerDNGsWhereTheyAreAskedFor)
     EXPECT_FALSE(isShort());
     dng.embedsRaw = true;
     EXPECT_TRUE(isShort());
+}
+
+TEST_F(SpacePlanTest, ExpectsThreeColoursToTakeThreeTimesAsMuch)
+{
+    request.convertsToDNG = true;
+    add("A.CR2", 0.2);
+    EXPECT_FALSE(isShort());
+    dng.linear = true;
+    EXPECT_FALSE(isShort());
+    add("B.CR2", 0.1);
+    EXPECT_TRUE(isShort());
+    dng.linear = false;
+    EXPECT_FALSE(isShort());
+}
+
+TEST_F(SpacePlanTest, ExpectsNothingOfARawFileThatStandsAsADNG)
+{
+    request.convertsToDNG = true;
+    add("A.CR2", 0.6);
+    EXPECT_TRUE(isShort());
+    target.add("A.dng", test::dngWithRecord({"A.CR2", {{}, share(0.6)}}));
+    EXPECT_FALSE(isShort());
+    target.add("A.dng", test::dngWithRecord({"A.CR2", {{}, share(0.5)}}));
+    EXPECT_TRUE(isShort()) << "of another file";
 }
 
 TEST_F(SpacePlanTest, ExpectsNoDNGOfARawFileThatStands)

@@ -2,6 +2,7 @@
 
 #include "apps/mfx/engine/SavingFixture.h"
 #include "support/OrdinaryUser.h"
+#include "support/RecordedDng.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -52,6 +53,26 @@ TEST_F(TargetSpotTest, KnowsTheSameBytesAgain)
     target.add("IMG_1.JPG", "jpeg");
     EXPECT_EQ(spot().number, 0U);
     EXPECT_TRUE(spot().holdsAll());
+}
+
+TEST_F(TargetSpotTest, TakesADNGForItsRawFileWhereOneIsWanted)
+{
+    card.add("IMG_1.CR2", "raw");
+    card.add("IMG_1.JPG", "jpeg");
+    target.add("IMG_1.JPG", "jpeg");
+    target.add("IMG_1.dng", test::recordedDng("IMG_1.CR2", "raw"));
+    GroupWork work = planned();
+    EXPECT_THAT(findSpot(work).occupants, ElementsAre(Occupant::kNone, Occupant::kSameBytes));
+    work.members[0].wantsDNG = true;
+    const TargetSpot spot = findSpot(work);
+    EXPECT_THAT(spot.occupants, ElementsAre(Occupant::kDNG, Occupant::kSameBytes));
+    EXPECT_THAT(spot.dngs, ElementsAre(work.folder->ownPath + "/IMG_1.dng", ""));
+    EXPECT_TRUE(spot.holdsAll());
+    const TargetSpot backup =
+        findSpotIn(work.folder->ownPath, *work.target, work, {}, [](std::size_t, const auto&) {
+            return false;
+        });
+    EXPECT_EQ(backup.occupants[0], Occupant::kNone) << "a second copy has the bytes themselves";
 }
 
 TEST_F(TargetSpotTest, NumbersAllMembersWhereOneNameIsTaken)

@@ -208,6 +208,40 @@ TEST_F(WorkFolderTest, PutsBackUnderANumberWhereTheNameIsTaken)
     EXPECT_EQ(bytesOf(folder.path("IMG_1-2.CR2")), "raw");
 }
 
+TEST_F(WorkFolderTest, RemembersWhichRawFilesWaitForTheirConversion)
+{
+    folder.add("IMG_1.CR2", "another");
+    leave("IMG_1.CR2", "raw");
+    leave("IMG_1.xmp", "sidecar");
+    {
+        WorkFolder killed(folder.path()); // it does not come to the conversion
+        killed.recover(error, CutOffConversions::kAwaited);
+        EXPECT_TRUE(killed.isUnconverted("IMG_1-1.CR2"));
+    }
+    WorkFolder work(folder.path());
+    EXPECT_THAT(work.recover(error, CutOffConversions::kAwaited), IsEmpty());
+    EXPECT_TRUE(work.isUnconverted("IMG_1-1.CR2"));
+    EXPECT_FALSE(work.isUnconverted("IMG_1.CR2")) << "it was there before";
+    EXPECT_FALSE(work.isUnconverted("IMG_1.xmp"));
+    ASSERT_TRUE(work.makeItemFolder(error));
+    work.forgetUnconverted("IMG_1-1.CR2");
+    work.dropItemFolder(below(std::to_string(::getpid()) + "-1"));
+    work.leave();
+    EXPECT_FALSE(std::filesystem::exists(below("")));
+    WorkFolder next(folder.path());
+    next.recover(error, CutOffConversions::kAwaited);
+    EXPECT_FALSE(next.isUnconverted("IMG_1-1.CR2"));
+}
+
+TEST_F(WorkFolderTest, ForgetsConversionsThatNobodyAwaits)
+{
+    leave("IMG_1.CR2", "raw");
+    WorkFolder(folder.path()).recover(error, CutOffConversions::kAwaited);
+    EXPECT_TRUE(std::filesystem::exists(below("unconverted/IMG_1.CR2")));
+    recovered();
+    EXPECT_THAT(namesBelow(folder.path()), ElementsAre("IMG_1.CR2"));
+}
+
 TEST_F(WorkFolderTest, RemovesAnUnfinishedDNGBesideItsRawFile)
 {
     leave("IMG_1.CR2", "raw");

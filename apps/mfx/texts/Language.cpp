@@ -1,4 +1,4 @@
-#include "mfx/cli/Language.h"
+#include "mfx/texts/Language.h"
 
 #include "mfx/texts/Texts.h"
 #include "platform/common/services/ProgramEnvironment.h"

@@ -1,4 +1,4 @@
-// The language in which mfx speaks.
+// The language in which mfx and tevoro speak.
 #pragma once
 
 namespace mfx {

@@ -1,0 +1,162 @@
+// What becomes of the raw files of a group for which DNGs are wanted: their conversion by the sink,
+// and the DNGs that earlier runs have made of them.
+
+#include "mfx/engine/dng/ConversionLibrary.h"
+#include "mfx/engine/dng/ConversionText.h"
+#include "mfx/engine/dng/DNGSearch.h"
+#include "mfx/engine/dng/FileConversion.h"
+#include "mfx/engine/run/Download.h"
+#include "mfx/texts/Texts.h"
+#include "platform/common/files/FileAccess.h"
+#include "platform/common/text/NameText.h"
+
+namespace mfx {
+
+namespace {
+
+// A failed backup keeps its status: an original without its second copy is not to be deleted,
+// whatever else fails.
+void noteNoDNG(ItemEvent& event, const std::string& reason)
+{
+    if (event.status == ItemStatus::kBackupFailed) {
+        event.error = text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason});
+        return;
+    }
+    event.status = ItemStatus::kDNGFailed;
+    event.error = reason;
+}
+
+// Whether the sink came as far as the library. It does not where the raw file cannot be set aside:
+// then the file is in both places, or in neither.
+bool libraryWasAsked(const std::string& folder, const std::string& name)
+{
+    std::error_code error;
+    const bool stands = Pt::fileStatus(folder + '/' + name, error).has_value();
+    const auto aside = Pt::fileStatus(folder + '/' + WorkFolder::kName + '/' + name, error);
+    return stands != aside.has_value();
+}
+
+// The sink has one text for every failure. The library knows more, of the last file that it was
+// asked about.
+std::string reasonForNoDNG(
+    const MemberWork& member, const FinalFolder& folder, const std::string& sinks)
+{
+    const auto library = ConversionLibrary::loaded();
+    const auto result = library && libraryWasAsked(folder.ownPath, member.finalName)
+        ? library->lastResult()
+        : std::nullopt;
+    return result || sinks.empty() ? conversionText(result) : sinks;
+}
+
+// A raw file that was there before the run stays as it is, for it may be somebody's. But one that
+// was put back was in the hands of a run that was cut off while converting it, and that conversion
+// is done now.
+bool isToConvert(const GroupWork& work, const MemberWork& member)
+{
+    return member.isPlaced() || work.folder->work.isUnconverted(member.finalName);
+}
+
+} // namespace
+
+void Download::noteConversions(GroupWork& work) const
+{
+    for (MemberWork& member : work.members)
+        member.awaitsConversion = m_request.convertsToDNG && member.wantsDNG;
+}
+
+void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
+{
+    for (std::size_t i = 0; i < work.members.size(); ++i) {
+        const MemberWork& member = work.members[i];
+        if (!member.wantsDNG || !isToConvert(work, member))
+            continue;
+        if (m_request.convertsToDNG) {
+            convertMember(work, i, events[i]);
+            continue;
+        }
+        noteNoDNG(events[i],
+            text("$$$/Mfx/Download/StaysRaw=it stays as it is: the DNG conversion library is "
+                 "not installed"));
+        events[i].alreadyReported = events[i].status == ItemStatus::kDNGFailed;
+    }
+}
+
+// The sink takes paths, and is about to replace a raw file: it must not do so beneath a mount point
+// whose disk has just been pulled.
+void Download::convertMember(GroupWork& work, std::size_t member, ItemEvent& event)
+{
+    if (const auto lost = lostPlace(work)) {
+        stopAt(*lost);
+        noteNoDNG(event, *lost);
+        return;
+    }
+    if (finishConversion(work, work.members[member]))
+        return;
+    const PhaseScope phase(m_progress, ProgressPhase::kConvert);
+    const MemberWork& file = work.members[member];
+    const std::string dng = nextDNGPath(work.folder->ownPath + '/' + file.finalName);
+    std::string error;
+    if (m_sink.convert(sinkItem(work, member, work.folder->path), error))
+        noteDNG(file, dng, event);
+    else
+        noteNoDNG(event, reasonForNoDNG(file, *work.folder, error));
+    work.folder->work.forgetUnconverted(file.finalName);
+}
+
+// The run that was to convert the file was killed when its DNG, verified, had just got its name:
+// what is left is to let the raw file go, which has just been found to be the card's byte for byte.
+bool Download::finishConversion(const GroupWork& work, MemberWork& member)
+{
+    const std::string raw = work.folder->ownPath + '/' + member.finalName;
+    if (!member.alreadyPresent() || !member.digest)
+        return false;
+    const auto dng = findDNGOf(raw, member.digest->size, [&member] { return member.digest; });
+    if (!dng || Pt::unlinkPath(raw) != 0)
+        return false;
+    member.dng = *dng;
+    work.folder->work.forgetUnconverted(member.finalName);
+    return true;
+}
+
+// The sink says that it made a verified DNG. `dng` is the name that was free before the call. If
+// the raw file is still there, it was none to convert, and what has the name now is not believed to
+// be its DNG: the raw file is what was proven.
+void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
+{
+    std::error_code error;
+    SavedItem& state = m_account.items[member.item];
+    const std::string raw = dng.substr(0, dng.rfind('/') + 1) + member.finalName;
+    if (Pt::fileStatus(raw, error))
+        return;
+    takeOverTime(member.source, dng);
+    const auto status = Pt::fileStatus(dng, error);
+    if (!status)
+        return;
+    event.dng = Pt::displayName(m_places.nameOf(dng));
+    state.kept.dng = KeptCopy{dng, *status};
+    ++m_account.summary.converted;
+}
+
+// That of an earlier run, which bears the record of just this raw file.
+void Download::noteStandingDNG(const MemberWork& member, ItemEvent& event)
+{
+    std::error_code error;
+    const auto status = Pt::fileStatus(member.dng, error);
+    if (!status)
+        return;
+    event.dng = Pt::displayName(m_places.nameOf(member.dng));
+    m_account.items[member.item].kept.dng = KeptCopy{member.dng, *status};
+}
+
+void Download::noteUnprovenDNG(const MemberWork& member, const ItemEvent& event)
+{
+    if (!member.standsAsDNG() || event.error || isProven(member, event))
+        return;
+    m_account.addNotSafe(event.name,
+        text("$$$/Mfx/Download/DNGNotCompared=its DNG is that of an earlier run and was not "
+             "compared with it again; a second copy with --backup would prove it"));
+    if (m_request.deletesOriginals)
+        ++m_account.summary.notDeleted;
+}
+
+} // namespace mfx
