@@ -1,8 +1,12 @@
 // Raw files and the conversion to DNG: with a library that does as it is told, and without one.
 
 #include "e2e/MfxRun.h"
+#include "support/RecordedDng.h"
 
 #include <csignal>
+#include <fstream>
+
+#include <unistd.h>
 
 namespace e2e {
 
@@ -17,11 +21,44 @@ protected:
         addFile("B.NEF", "raw b");
     }
 
-    void installLibrary()
+    void installLibrary(const char* file = CONVERSION_LIBRARY)
     {
-        addLibrary("ZQPluginSupport", CONVERSION_LIBRARY);
+        addLibrary("ZQPluginSupport", file);
         setVariable("CONVERSION_LOG", root() / "run/log");
     }
+
+    // What a conversion of the whole card leaves, with a library whose DNGs bear our record.
+    static std::map<std::string, std::string> convertedFiles()
+    {
+        return {{"A.dng", test::recordedDng("A.CR2", "raw a")},
+            {"A.JPG", "jpeg a"},
+            {"A.xmp", "settings of a"},
+            {"B.dng", test::recordedDng("B.NEF", "raw b")}};
+    }
+
+    void convertCard(const std::vector<std::string>& more = {})
+    {
+        installLibrary();
+        setVariable("CONVERSION_RECORDS", "1");
+        std::vector<std::string> words{"--dng"};
+        words.insert(words.end(), more.begin(), more.end());
+        ASSERT_EQ(download(words).code, 0);
+        fs::remove(root() / "run/log");
+    }
+
+    bool hasConverted() const { return fs::exists(root() / "run/log"); }
+
+    // The runs from here on end before their n-th call that changes what stands below the target.
+    void killAt(int n)
+    {
+        setVariable("LD_PRELOAD", FAULT_SHIM);
+        setVariable("FAULT_ROOT", target());
+        setVariable("FAULT_ONLY", "rename,renameat2,link,unlink,mkdir,rmdir");
+        setVariable("FAULT_KILL", "1");
+        setVariable("FAULT_AT", std::to_string(n));
+    }
+
+    void spare() { unsetVariable("LD_PRELOAD"); }
 };
 
 TEST_F(DownloadConversionTest, PutsDNGsInThePlaceOfRawFiles)
@@ -39,6 +76,8 @@ TEST_F(DownloadConversionTest, PutsDNGsInThePlaceOfRawFiles)
     EXPECT_EQ(result.item("A.CR2")["dng"], (target() / "A.dng").string());
     EXPECT_EQ(result.item("A.CR2")["status"], "ok");
     EXPECT_EQ(result.item("A.JPG")["dng"], nullptr);
+    EXPECT_EQ(
+        fs::last_write_time(target() / "A.dng"), fs::last_write_time(card() / "DCIM/100MFX/A.CR2"));
     expectNoLeftovers();
 }
 
@@ -58,8 +97,50 @@ TEST_F(DownloadConversionTest, TellsHowManyConversionsFailedAndKeepsTheRawFiles)
     expectNoLeftovers();
 }
 
+TEST_F(DownloadConversionTest, NamesTheReasonThatTheLibraryGives)
+{
+    installLibrary();
+    setVariable("CONVERSION_RESULT", "3");
+    const RunResult result = download({"--dng"});
+    EXPECT_EQ(result.code, 1) << result.err;
+    for (const char* const name : {"A.CR2", "B.NEF"}) {
+        EXPECT_EQ(result.item(name)["status"], "dng-failed");
+        EXPECT_EQ(result.item(name)["error"],
+            "it could not be converted to DNG: its picture is not whole");
+    }
+    EXPECT_EQ(result.item("A.JPG")["error"], nullptr);
+    const RunResult text = mfx({"download", card(), "--to", data() / "again", "--dng"});
+    EXPECT_NE(text.err.find("A.CR2: it could not be converted to DNG: its picture is not whole"),
+        std::string::npos)
+        << text.err;
+}
+
+TEST_F(DownloadConversionTest, GivesNoReasonOfAnotherFile)
+{
+    installLibrary();
+    setVariable("CONVERSION_RESULT", "3");
+    fs::create_directories(target() / ".mfxdownload/B.NEF/taken"); // it cannot be set aside
+    const RunResult result = download({"--dng"});
+    EXPECT_NE(
+        result.item("A.CR2")["error"].get<std::string>().find("not whole"), std::string::npos);
+    EXPECT_EQ(result.item("B.NEF")["error"], "Could not convert to DNG...");
+    EXPECT_EQ(contentOf(target() / "B.NEF"), "raw b");
+}
+
+TEST_F(DownloadConversionTest, DoesWithALibraryThatGivesNoReasons)
+{
+    installLibrary(SILENT_CONVERSION_LIBRARY);
+    ASSERT_EQ(download({"--dng"}).code, 0);
+    fs::remove_all(target());
+    setVariable("CONVERSION_RESULT", "3");
+    const RunResult result = download({"--dng"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.item("A.CR2")["error"], "Could not convert to DNG...");
+}
+
 TEST_F(DownloadConversionTest, LeavesRawFilesWhereTheyAreWithoutTheLibrary)
 {
+    addFileOfTree("Frameworks/nothing", ""); // a tree of its own, which has no such library
     const RunResult result = download({"--dng"});
     EXPECT_EQ(result.code, 1);
     EXPECT_EQ(filesIn(target()), filesIn(card() / "DCIM/100MFX"));
@@ -99,6 +180,190 @@ TEST_F(DownloadConversionTest, ConvertsWhatACrashLeftRaw)
     EXPECT_EQ(second.item("A.CR2")["dng"], (target() / "A.dng").string());
     EXPECT_EQ(second.summary()["converted"], 2);
     expectNoLeftovers();
+}
+
+// The run that puts the raw file back is killed as well, at one place after the other: whatever it
+// had come to, the next one converts.
+TEST_F(DownloadConversionTest, ConvertsWhatTwoRunsLeftThatWereKilled)
+{
+    installLibrary();
+    setVariable("CONVERSION_RECORDS", "1");
+    const auto onCard = filesIn(card() / "DCIM/100MFX");
+    int killed = 0;
+    // A stride that is no divisor visits all over many runs.
+    for (int n = 1 + ::getpid() % 3; n < 400; n += 3) {
+        const std::string when = "killed before call " + std::to_string(n);
+        fs::remove_all(target());
+        setVariable("CONVERSION_CRASH", "1");
+        EXPECT_EQ(download({"--dng"}).code, -SIGKILL);
+        unsetVariable("CONVERSION_CRASH");
+        killAt(n);
+        const RunResult second = download({"--dng"});
+        spare();
+        if (second.code == 0)
+            break; // it has no further call
+        ++killed;
+        EXPECT_EQ(second.code, -SIGKILL) << when;
+        const RunResult third = download({"--dng"});
+        EXPECT_EQ(third.code, 0) << when << third.err;
+        EXPECT_EQ(filesIn(target()), convertedFiles()) << when;
+        EXPECT_EQ(filesIn(card() / "DCIM/100MFX"), onCard);
+        expectNoLeftovers();
+        if (HasFailure())
+            break;
+    }
+    EXPECT_GT(killed, 8);
+}
+
+TEST_F(DownloadConversionTest, GivesAConversionUpThatARunWithoutItFinds)
+{
+    installLibrary();
+    setVariable("CONVERSION_CRASH", "1");
+    EXPECT_EQ(download({"--dng"}).code, -SIGKILL);
+    unsetVariable("CONVERSION_CRASH");
+    ASSERT_EQ(download().code, 0);
+    EXPECT_EQ(download({"--dng"}).summary()["converted"], 0);
+    EXPECT_EQ(filesIn(target()), filesIn(card() / "DCIM/100MFX"));
+    expectNoLeftovers();
+}
+
+TEST_F(DownloadConversionTest, KeepsAConversionForTheRunThatComesToIt)
+{
+    installLibrary();
+    setVariable("CONVERSION_CRASH", "1");
+    EXPECT_EQ(download({"--dng"}).code, -SIGKILL);
+    unsetVariable("CONVERSION_CRASH");
+    EXPECT_EQ(download({"--dng", "--only", "B*"}).code, 0);
+    EXPECT_EQ(contentOf(target() / "A.CR2"), "raw a");
+    const RunResult third = download({"--dng"});
+    EXPECT_EQ(third.item("A.CR2")["dng"], (target() / "A.dng").string());
+    expectNoLeftovers();
+}
+
+TEST_F(DownloadConversionTest, CopiesAndConvertsNothingAgain)
+{
+    convertCard();
+    ASSERT_EQ(filesIn(target()), convertedFiles());
+    const RunResult second = download({"--dng"});
+    EXPECT_EQ(second.code, 0) << second.err;
+    EXPECT_EQ(filesIn(target()), convertedFiles());
+    EXPECT_FALSE(hasConverted());
+    EXPECT_EQ(second.item("B.NEF")["status"], "exists");
+    EXPECT_EQ(second.item("B.NEF")["dng"], (target() / "B.dng").string());
+    EXPECT_EQ(second.item("A.CR2")["dng"], (target() / "A.dng").string());
+    EXPECT_EQ(second.item("A.JPG")["dng"], nullptr);
+    EXPECT_EQ(second.summary()["existing"], 4);
+    EXPECT_EQ(second.summary()["converted"], 0);
+    expectNoLeftovers();
+}
+
+TEST_F(DownloadConversionTest, FindsADNGUnderANumberedName)
+{
+    for (const char* const taken : {"A.CR2", "B.dng"}) {
+        fs::create_directories(target());
+        std::ofstream(target() / taken) << "somebody else's";
+    }
+    convertCard();
+    const auto files = filesIn(target());
+    EXPECT_EQ(files.at("A-1.dng"), test::recordedDng("A-1.CR2", "raw a"));
+    EXPECT_EQ(files.at("B-1.dng"), test::recordedDng("B-1.NEF", "raw b"));
+    const RunResult second = download({"--dng"});
+    EXPECT_EQ(filesIn(target()), files);
+    EXPECT_EQ(second.item("A.CR2")["dng"], (target() / "A-1.dng").string());
+    EXPECT_EQ(second.item("B.NEF")["status"], "exists");
+    EXPECT_FALSE(hasConverted());
+}
+
+TEST_F(DownloadConversionTest, FindsADNGUnderWhateverNumberItWasGiven)
+{
+    const std::vector<std::string> naming{"--rename", "{date:%Y}_{seq:3}.{ext}"};
+    convertCard(naming);
+    const auto files = filesIn(target());
+    ASSERT_EQ(files.at("2026_002.dng"), test::recordedDng("2026_002.NEF", "raw b"));
+    const RunResult second = download({"--dng", "--rename", "{date:%Y}_{seq:3}.{ext}"});
+    EXPECT_EQ(second.code, 0) << second.err;
+    EXPECT_EQ(filesIn(target()), files);
+    EXPECT_EQ(second.item("A.CR2")["dng"], (target() / "2026_001.dng").string());
+    EXPECT_EQ(second.item("B.NEF")["status"], "exists");
+    EXPECT_FALSE(hasConverted());
+    addFile("B.NEF", "raw c");
+    ASSERT_EQ(download({"--dng", "--rename", "{date:%Y}_{seq:3}.{ext}"}).code, 0);
+    EXPECT_EQ(contentOf(target() / "2026_003.dng"), test::recordedDng("2026_003.NEF", "raw c"));
+}
+
+TEST_F(DownloadConversionTest, CompletesAGroupWhoseRawFileStandsAsADNG)
+{
+    convertCard();
+    fs::remove(target() / "A.JPG");
+    const RunResult second = download({"--dng"});
+    EXPECT_EQ(second.code, 0) << second.err;
+    EXPECT_EQ(filesIn(target()), convertedFiles());
+    EXPECT_EQ(second.item("A.JPG")["status"], "ok");
+    EXPECT_EQ(second.item("A.CR2")["status"], "exists");
+}
+
+TEST_F(DownloadConversionTest, TakesADNGOfOtherBytesForNoCopy)
+{
+    convertCard();
+    addFile("B.NEF", "raw c"); // as long
+    const RunResult second = download({"--dng"});
+    EXPECT_EQ(second.code, 0) << second.err;
+    EXPECT_EQ(contentOf(target() / "B.dng"), test::recordedDng("B.NEF", "raw b"));
+    EXPECT_EQ(contentOf(target() / "B-1.dng"), test::recordedDng("B-1.NEF", "raw c"));
+}
+
+TEST_F(DownloadConversionTest, SavesTheRawFileBesideItsDNGForWhoAsksForIt)
+{
+    convertCard();
+    const RunResult second = download();
+    EXPECT_EQ(second.code, 0) << second.err;
+    EXPECT_EQ(second.item("A.CR2")["status"], "ok");
+    auto files = convertedFiles();
+    files["A.CR2"] = "raw a";
+    files["B-1.NEF"] = "raw b"; // the name B is its DNG's
+    EXPECT_EQ(filesIn(target()), files);
+}
+
+TEST_F(DownloadConversionTest, MakesTheBackupOfTheRawFileWhoseDNGStands)
+{
+    convertCard();
+    for (int run = 0; run < 2; ++run) {
+        const RunResult result = downloadWithBackup({"--dng"});
+        EXPECT_EQ(result.code, 0) << result.err;
+        EXPECT_EQ(filesIn(target()), convertedFiles());
+        EXPECT_EQ(filesIn(backup()), filesIn(card() / "DCIM/100MFX"));
+        EXPECT_EQ(result.summary()["backups"], 4);
+        EXPECT_EQ(result.summary()["proven"], 4);
+        EXPECT_EQ(result.item("B.NEF")["backup"], backup().string());
+        EXPECT_FALSE(hasConverted());
+        expectNoLeftovers();
+    }
+}
+
+TEST_F(DownloadConversionTest, DeletesAnOriginalWhoseDNGStoodThereOnlyWithABackup)
+{
+    convertCard();
+    const auto onCard = filesIn(card() / "DCIM/100MFX");
+    const RunResult without = download({"--dng", "--delete-originals", "--yes"});
+    EXPECT_EQ(without.code, 1);
+    EXPECT_EQ(filesIn(card() / "DCIM/100MFX"), onCard);
+    EXPECT_EQ(without.summary()["card_may_be_wiped"], false);
+    EXPECT_NE(without.out.find("was not compared"), std::string::npos) << without.out;
+    const RunResult with = downloadWithBackup({"--dng", "--delete-originals", "--yes"});
+    EXPECT_EQ(with.code, 0) << with.err;
+    EXPECT_EQ(with.summary()["deleted"], 4);
+    EXPECT_EQ(filesIn(backup()), onCard);
+    EXPECT_EQ(filesIn(target()), convertedFiles());
+    EXPECT_TRUE(filesIn(card()).empty());
+}
+
+TEST_F(DownloadConversionTest, PlansNoCopyOfWhatStandsAsADNG)
+{
+    convertCard();
+    const RunResult plan = download({"--dng", "--dry-run"});
+    EXPECT_EQ(plan.item("B.NEF")["status"], "exists");
+    EXPECT_EQ(plan.item("B.NEF")["dng"], (target() / "B.dng").string());
+    EXPECT_EQ(filesIn(target()), convertedFiles());
 }
 
 TEST_F(DownloadConversionTest, LeavesARawFileAsItIsThatAnEarlierRunSavedRaw)

@@ -39,7 +39,7 @@ Words longOptionsIn(const std::string& text)
 Words optionsOfTheProgram()
 {
     Words found;
-    for (const std::string command : {"", "sources", "list", "download"}) {
+    for (const std::string command : {"", "sources", "list", "download", "convert", "extract"}) {
         const std::string help = outputOf(MFX " " + command + " --help");
         const std::regex row("\n  (-[^ ]+)");
         for (std::sregex_iterator at(help.begin(), help.end(), row), end; at != end; ++at)
@@ -72,7 +72,8 @@ TEST(CommandPagesTest, TheManualPageNamesEveryOptionAndNoOther)
 TEST(CommandPagesTest, TheCompletionOffersEveryOptionAndNoOther)
 {
     Words offered;
-    for (const char* const words : {"mfx --", "mfx sources --", "mfx list --"})
+    for (const char* const words :
+        {"mfx --", "mfx sources --", "mfx list --", "mfx convert --", "mfx extract --"})
         offered.merge(longOptionsIn(completion(words, std::string(words) == "mfx --" ? 1 : 2)));
     offered.merge(longOptionsIn(completion("mfx download CARD --", 3)));
     EXPECT_EQ(offered, optionsOfTheProgram());
@@ -80,7 +81,7 @@ TEST(CommandPagesTest, TheCompletionOffersEveryOptionAndNoOther)
 
 TEST(CommandPagesTest, TheCompletionOffersTheCommands)
 {
-    EXPECT_EQ(completion("mfx \"\"", 1), "sources\nlist\ndownload\n");
+    EXPECT_EQ(completion("mfx \"\"", 1), "sources\nlist\ndownload\nconvert\nextract\n");
     EXPECT_EQ(completion("mfx do", 1), "download\n");
 }
 
@@ -91,6 +92,18 @@ TEST(CommandPagesTest, TheCompletionOffersFoldersWithSpacesWhole)
     const std::string start = folder.path("my");
     EXPECT_EQ(completion("mfx list " + start, 2), folder.path("my card") + "\n");
     EXPECT_EQ(completion("mfx download CARD --to " + start, 4), folder.path("my card") + "\n");
+}
+
+TEST(CommandPagesTest, TheCompletionOffersFilesToConvert)
+{
+    const test::TestFolder folder;
+    folder.write("my card/A 1.CR2", "");
+    const std::string file = folder.path("my card/A 1.CR2");
+    for (const std::string command : {"convert", "extract"})
+        EXPECT_EQ(
+            completion("mfx " + command + " \"" + folder.path("my card/A") + "\"", 2), file + "\n");
+    EXPECT_EQ(completion("mfx convert " + folder.path("my") + " --to " + folder.path("my"), 4),
+        folder.path("my card") + "\n");
 }
 
 TEST(CommandPagesTest, TheCompletionOffersCardsWhoseNamesWereBegunWithQuotes)

@@ -1,0 +1,16 @@
+// EXIF blocks of any bytes: an orientation out of the eight, or nothing.
+
+#include "pictures/decoding/Orientation.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
+{
+    for (const auto found :
+        {pictures::exifOrientation({bytes, size}), pictures::orientationOfSegment({bytes, size})})
+        if (found && (*found < 1 || *found > 8))
+            std::abort();
+    return 0;
+}
