@@ -14,6 +14,7 @@
 //
 // Usage: BusBench [TURNS]
 
+#include "OwnFolder.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 #include "messaging/Specifier.h"
@@ -30,7 +31,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <map>
 #include <thread>
 #include <vector>
@@ -500,11 +500,7 @@ int main(int argc, char** argv)
         return 2;
     }
     std::setvbuf(stdout, nullptr, _IONBF, 0); // forked processes have nothing of it
-    std::string folder = (std::filesystem::temp_directory_path() / "bus-XXXXXX").string();
-    bench::require(::mkdtemp(folder.data()) != nullptr, "a folder of its own");
-    ::setenv("TEVOROTALK_PORT_DIR", (folder + "/ports").c_str(), 1);
-    ::setenv("HOME", folder.c_str(), 1);
-    bench::run(turns, folder);
-    std::filesystem::remove_all(folder);
+    const bench::OwnFolder folder("bus");
+    bench::run(turns, folder.path());
     return 0;
 }

@@ -5,13 +5,18 @@
 //   download/large           40 files of 50 MB
 //   download/large+backup    the same with a second copy
 //   download/memory          peak memory of 20,000 items of 4 KB against 2,000
+//   download/raws+dng        100 raw files of 8 megapixels, not compressed, with a second copy and
+//                            conversion to DNG, beside a download without conversion and `mfx
+//                            convert` of the same files: the ratio is to the longer of the two
 //
 // The loop reads each file once, writes it, flushes it, drops it from the cache and reads it back,
 // for each place. The ratio to `cp` followed by a flush of each file stands beside it. Each row is
 // one JSON object: median seconds of the runs, and ratios.
 //
-// Usage: download_bench MFX FOLDER [RUNS [small]]; FOLDER is made and removed, on the disk to
-// measure; with "small" only the small files are.
+// Usage: download_bench MFX FOLDER [RUNS [small|raws]]; FOLDER is made and removed, on the disk to
+// measure; with "small" only the small files are, with "raws" only the raw files.
+
+#include "modules/ZQPluginSupport/encoding/support/TinyDng.h"
 
 #include <algorithm>
 #include <chrono>
@@ -155,12 +160,16 @@ Run runCp(const fs::path& card, const std::vector<fs::path>& places)
     return total;
 }
 
-Run runMfx(const std::string& mfx, const fs::path& card, const std::vector<fs::path>& places)
+Run runMfx(const std::string& mfx,
+    const fs::path& card,
+    const std::vector<fs::path>& places,
+    const std::vector<std::string>& more = {})
 {
     std::vector<std::string> words{
         mfx, "download", card.string(), "--to", places[0].string(), "--preferences", "none"};
     if (places.size() > 1)
         words.insert(words.end(), {"--backup", places[1].string()});
+    words.insert(words.end(), more.begin(), more.end());
     return runProgram(words);
 }
 
@@ -249,24 +258,95 @@ void compareMemory(const fs::path& folder, const std::string& mfx)
         peaks[1] / peaks[0]);
 }
 
+// Each with grain of its own, so that no two are one.
+void makeRaws(const fs::path& card, int files)
+{
+    test::TinyDng raw;
+    raw.width = 3264;
+    raw.height = 2448;
+    raw.tile = {raw.width, raw.height};
+    raw.isCompressed = false;
+    raw.white = 16383;
+    raw.tiles.emplace_back(std::size_t{raw.width} * raw.height * 2);
+    fs::create_directories(card / "DCIM/100BENCH");
+    for (int i = 0; i < files; ++i) {
+        std::minstd_rand random(static_cast<unsigned int>(i + 1));
+        std::uint8_t* out = raw.tiles[0].data();
+        for (std::uint32_t y = 0; y < raw.height; ++y)
+            for (std::uint32_t x = 0; x < raw.width; ++x) {
+                const auto value = 1000 + x + y + (x + y) % 2 * 900 + random() % 256;
+                *out++ = static_cast<std::uint8_t>(value & 0xff);
+                *out++ = static_cast<std::uint8_t>(value >> 8);
+            }
+        const fs::path path = card / "DCIM/100BENCH" / ("IMG_" + std::to_string(1000 + i) + ".CR2");
+        std::ofstream file(path, std::ios::binary);
+        file << raw.bytes();
+        require(file.good(), path);
+    }
+    ::sync();
+}
+
+Run runConvert(const std::string& mfx, const fs::path& card, const std::vector<fs::path>& places)
+{
+    std::vector<std::string> words{mfx, "convert", "--to", places[0].string()};
+    for (const fs::path& path : filesOf(card))
+        words.push_back(path.string());
+    return runProgram(words);
+}
+
+void compareConversion(const fs::path& folder, const std::string& mfx, int runs)
+{
+    const fs::path card = folder / "card";
+    makeRaws(card, 100);
+    std::vector<double> both;
+    std::vector<double> copying;
+    std::vector<double> converting;
+    std::vector<double> ratios;
+    for (int i = 0; i < runs; ++i) {
+        copying.push_back(measure(folder, card, true, [&](const auto& places) {
+            return runMfx(mfx, card, places);
+        }).seconds);
+        converting.push_back(measure(folder, card, false, [&](const auto& places) {
+            return runConvert(mfx, card, places);
+        }).seconds);
+        both.push_back(measure(folder, card, true, [&](const auto& places) {
+            return runMfx(mfx, card, places, {"--dng"});
+        }).seconds);
+        ratios.push_back(both.back() / std::max(copying.back(), converting.back()));
+        removeRuns(folder);
+    }
+    std::printf("{\"name\":\"download/raws+dng\",\"mfx_s\":%.2f,\"copying_s\":%.2f,"
+                "\"converting_s\":%.2f,\"ratio_to_longer\":%.2f}\n",
+        median(both),
+        median(copying),
+        median(converting),
+        median(ratios));
+    std::fflush(stdout);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     if (argc < 3) {
-        std::fprintf(stderr, "usage: %s MFX FOLDER [RUNS [small]]\n", argv[0]);
+        std::fprintf(stderr, "usage: %s MFX FOLDER [RUNS [small|raws]]\n", argv[0]);
         return 2;
     }
     const std::string mfx = fs::absolute(argv[1]);
     const fs::path folder = fs::absolute(argv[2]);
     const int runs = argc > 3 ? std::atoi(argv[3]) : 3;
-    const bool smallOnly = argc > 4;
+    const std::string only = argc > 4 ? argv[4] : "";
     fs::create_directories(folder);
+    if (only == "raws") {
+        compareConversion(folder, mfx, runs);
+        fs::remove_all(folder);
+        return 0;
+    }
     const fs::path card = folder / "card";
     makeCard(card, 2000, 40 * 1024);
     compare("download/small", folder, card, mfx, false, runs);
     compare("download/small+backup", folder, card, mfx, true, runs);
-    if (!smallOnly) {
+    if (only.empty()) {
         removeRuns(folder);
         fs::remove_all(card);
         makeCard(card, 40, 50 * 1024 * 1024);
@@ -275,6 +355,8 @@ int main(int argc, char** argv)
         compare("download/large+backup", folder, card, mfx, true, runs);
         removeRuns(folder);
         compareMemory(folder, mfx);
+        fs::remove_all(card);
+        compareConversion(folder, mfx, runs);
     }
     fs::remove_all(folder);
     return 0;

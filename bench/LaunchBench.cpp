@@ -9,6 +9,7 @@
 //
 // Usage: launch_bench [TURNS]
 
+#include "OwnFolder.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 #include "messaging/TevoroTalk.h"
@@ -293,11 +294,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s [TURNS]\n", argv[0]);
         return 2;
     }
-    std::string folder = (std::filesystem::temp_directory_path() / "launch-XXXXXX").string();
-    bench::require(::mkdtemp(folder.data()) != nullptr, "a folder of its own");
-    ::setenv("TEVOROTALK_PORT_DIR", (folder + "/ports").c_str(), 1);
-    ::setenv("HOME", folder.c_str(), 1);
-    bench::run(turns, folder);
-    std::filesystem::remove_all(folder);
+    const bench::OwnFolder folder("launch");
+    bench::run(turns, folder.path());
     return 0;
 }

@@ -37,3 +37,11 @@ function(tevoro_contract_target target)
     target_compile_options(${target} PRIVATE -fno-sanitize=vptr)
   endif()
 endfunction()
+
+# tevoro_command_line(SOURCES...): sources that read a command line. Half a minute each goes into
+# optimising the parser under sanitizers, for nothing.
+function(tevoro_command_line)
+  if(CMAKE_CXX_FLAGS MATCHES "fsanitize")
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "-O0")
+  endif()
+endfunction()
