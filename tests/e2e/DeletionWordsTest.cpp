@@ -101,6 +101,7 @@ TEST_F(DeletionWordsTest, TellsOnceThatNothingConverts)
 {
     addPicture("R.CR2", "raw r");
     addPicture("S.CR2", "raw s");
+    makeOwnTree();
     const RunResult result = saveTo(target(), {"--dng"});
     EXPECT_EQ(result.code, 1) << told(result);
     const auto messages = result.events("message");
@@ -119,6 +120,7 @@ TEST_F(DeletionWordsTest, TellsOnceThatNothingConvertsAsTextToo)
 {
     addPicture("R.CR2", "raw r");
     addPicture("S.CR2", "raw s");
+    makeOwnTree();
     const RunResult result = mfx({"download", card(), "--to", target(), "--dng"});
     std::size_t count = 0;
     const std::string all = result.out + result.err;

@@ -56,8 +56,11 @@ protected:
     RunResult download(const std::vector<std::string>& more = {});
     RunResult downloadWithBackup(const std::vector<std::string>& more = {});
 
-    // Runs from here on use a run-time tree of this test's own, with a library that the stage does
-    // not have; nothing is copied but the program.
+    // Runs from here on use a run-time tree of this test's own, without the conversion library of
+    // the stage; nothing is copied but the program.
+    void makeOwnTree();
+
+    // The same, with a library in the place of the stage's or beside those that it has.
     void addLibrary(const std::string& name, const fs::path& file);
 
     // The same, with a file of this test's own below the folder of the program's tree, such as
@@ -89,8 +92,6 @@ protected:
     void expectNoLeftovers() const;
 
 private:
-    void makeOwnTree();
-
     const test::TestFolder m_rootFolder;
     const test::TestFolder m_deviceFolder{"/dev/shm"}; // copies on the card's device are no proof
     const fs::path m_root{fs::canonical(m_rootFolder.path())};
