@@ -127,12 +127,19 @@ std::optional<ExtractOutcome> unpackInto(Pt::NewFile& file,
     return kept == content ? std::nullopt : std::optional(ExtractOutcome::kCannotWrite);
 }
 
+// Of half a DNG.
+bool isCutOff(const TiffDirectory& directory)
+{
+    return std::ranges::find(directory.cutOff, kTagOriginalData) != directory.cutOff.end();
+}
+
 ExtractResult extractFrom(
     const TiffFile& dng, const std::string& dngPath, const std::string& folder)
 {
     const TiffEntry* const value = dng.first().find(kTagOriginalData);
     if (!value)
-        return failed(ExtractOutcome::kNoOriginal);
+        return failed(
+            isCutOff(dng.first()) ? ExtractOutcome::kDamaged : ExtractOutcome::kNoOriginal);
     std::error_code error;
     auto file = Pt::NewFile::make(folder, 0666, error);
     if (!file)

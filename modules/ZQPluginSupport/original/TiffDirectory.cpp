@@ -85,27 +85,34 @@ std::optional<TiffDirectory> TiffFile::directoryAt(std::uint64_t position) const
     TiffDirectory directory;
     directory.position = position;
     directory.next = number(&bytes[entries * kEntryBytes], 4);
-    for (std::size_t i = 0; i < entries; ++i)
-        if (const auto entry = entryAt(position + 2 + i * kEntryBytes, &bytes[i * kEntryBytes]))
-            directory.entries.push_back(*entry);
+    for (std::size_t i = 0; i < entries; ++i) {
+        const TiffEntry entry = entryAt(position + 2 + i * kEntryBytes, &bytes[i * kEntryBytes]);
+        if (elementBytes(entry.type) == 0)
+            continue;
+        if (isWhole(entry))
+            directory.entries.push_back(entry);
+        else
+            directory.cutOff.push_back(entry.tag);
+    }
     return directory;
 }
 
-std::optional<TiffEntry> TiffFile::entryAt(std::uint64_t position, const std::uint8_t* bytes) const
+TiffEntry TiffFile::entryAt(std::uint64_t position, const std::uint8_t* bytes) const
 {
     TiffEntry entry;
     entry.tag = static_cast<std::uint16_t>(number(bytes, 2));
     entry.type = static_cast<std::uint16_t>(number(bytes + 2, 2));
     entry.count = number(bytes + 4, 4);
     entry.entryPosition = position;
-    if (elementBytes(entry.type) == 0)
-        return std::nullopt;
     entry.valueOffset =
         entry.bytes() <= 4 ? position + kValueInEntry : number(bytes + kValueInEntry, 4);
-    const std::uint64_t size = m_source->size();
-    if (entry.valueOffset > size || entry.bytes() > size - entry.valueOffset)
-        return std::nullopt;
     return entry;
+}
+
+bool TiffFile::isWhole(const TiffEntry& entry) const
+{
+    const std::uint64_t size = m_source->size();
+    return entry.valueOffset <= size && entry.bytes() <= size - entry.valueOffset;
 }
 
 std::vector<TiffDirectory> TiffFile::below(const TiffDirectory& directory) const

@@ -30,6 +30,7 @@ struct TiffDirectory {
     std::uint64_t position = 0; // in the file, of the number of entries
     std::uint32_t next = 0; // where the file says that the next directory is; 0 for none
     std::vector<TiffEntry> entries; // in the order of the file
+    std::vector<std::uint16_t> cutOff; // tags whose values do not lie in the file, as in half a one
 
     // The first with this tag; null if there is none. Valid as long as the directory.
     const TiffEntry* find(std::uint16_t tag) const;
@@ -61,7 +62,8 @@ public:
 private:
     TiffFile(const ByteSource& source, bool isBigEndian);
     std::uint32_t number(const std::uint8_t* bytes, std::size_t count) const;
-    std::optional<TiffEntry> entryAt(std::uint64_t position, const std::uint8_t* bytes) const;
+    TiffEntry entryAt(std::uint64_t position, const std::uint8_t* bytes) const;
+    bool isWhole(const TiffEntry& entry) const;
 
     const ByteSource* m_source;
     bool m_isBigEndian;

@@ -144,6 +144,21 @@ TEST_F(OriginalExtractionTest, TellsWhyThereIsNothing)
     EXPECT_THAT(extracted(), UnorderedElementsAre());
 }
 
+// Its head stands at the front, as in every DNG of ours; so the tag is there, and its value is not.
+TEST_F(OriginalExtractionTest, TellsThatHalfADngIsDamaged)
+{
+    std::string half = m_good;
+    const dng::MemorySource source(test::bytesOf(half));
+    const auto file = dng::openDng(source);
+    ASSERT_TRUE(file);
+    const dng::TiffEntry* const value = file->first().find(dng::kTagOriginalData);
+    ASSERT_NE(value, nullptr);
+    constexpr std::size_t kOffsetInEntry = 8;
+    half[value->entryPosition + kOffsetInEntry + 2] = '\x7f'; // far behind the end
+    EXPECT_EQ(extract(half).outcome, ExtractOutcome::kDamaged);
+    EXPECT_THAT(extracted(), UnorderedElementsAre());
+}
+
 TEST_F(OriginalExtractionTest, TellsThatItCannotWrite)
 {
     put("a.dng", m_good);

@@ -2,7 +2,7 @@
 
 #include "modules/ZQPluginSupport/original/support/MadeDng.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -156,4 +156,17 @@ TEST(TiffFileTest, LeavesOutEntriesThatCannotBe)
     EXPECT_FALSE(hasEntry(withEntry(1, 0xffffffff, 0)));
     EXPECT_FALSE(hasEntry(withEntry(12, 0x20000000, 0))) << "4 GB and no byte";
     EXPECT_FALSE(hasEntry(withEntry(12, 1, 0xffffffff)));
+}
+
+TEST(TiffFileTest, NamesThoseWhoseValuesAreCutOff)
+{
+    const auto cutOff = [](const std::string& bytes) {
+        const dng::MemorySource source(test::bytesOf(bytes));
+        const auto file = dng::TiffFile::open(source);
+        return file ? file->first().cutOff : std::vector<std::uint16_t>{0};
+    };
+    const std::size_t end = withEntry(1, 0, 0).size();
+    EXPECT_THAT(cutOff(withEntry(1, 5, end - 5)), testing::IsEmpty());
+    EXPECT_THAT(cutOff(withEntry(1, 5, end - 4)), testing::ElementsAre(700));
+    EXPECT_THAT(cutOff(withEntry(0, 1, 0)), testing::IsEmpty()) << "no such type";
 }
