@@ -1,5 +1,6 @@
 #include "pictures/decoding/JpegDecoder.h"
 
+#include "pictures/decoding/ExifSegment.h"
 #include "pictures/decoding/Orientation.h"
 
 #include <algorithm>
@@ -182,6 +183,19 @@ std::optional<int> JpegDecoder::orientation() const
             if (const auto found = orientationOfSegment({marker->data, marker->data_length}))
                 return found;
     return std::nullopt;
+}
+
+QByteArray JpegDecoder::exifThumbnail() const
+{
+    for (const jpeg_marker_struct* marker = m_info.marker_list; marker; marker = marker->next) {
+        const auto found = marker->marker == kExifMarker
+            ? pictures::exifThumbnail(exifOfSegment({marker->data, marker->data_length}))
+            : std::span<const unsigned char>();
+        if (!found.empty())
+            return {
+                reinterpret_cast<const char*>(found.data()), static_cast<qsizetype>(found.size())};
+    }
+    return {};
 }
 
 QByteArray JpegDecoder::iccProfile()

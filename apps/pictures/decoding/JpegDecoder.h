@@ -39,6 +39,7 @@ public:
     // Requires for all below: the header was read.
     QSize size() const; // as it is stored
     std::optional<int> orientation() const; // what its EXIF says
+    QByteArray exifThumbnail() const; // a JPEG picture, as it stands there; empty for none
     QByteArray iccProfile();
 
     // Of the picture in eighths; the memory that decoding takes is known then.

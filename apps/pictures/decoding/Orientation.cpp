@@ -1,5 +1,7 @@
 #include "pictures/decoding/Orientation.h"
 
+#include "pictures/decoding/ExifSegment.h"
+
 #include <QTransform>
 
 #include <algorithm>
@@ -81,10 +83,7 @@ std::optional<int> exifOrientation(Bytes tiff)
 
 std::optional<int> orientationOfSegment(Bytes segment)
 {
-    constexpr std::string_view kName("Exif\0", 5); // a byte of padding follows
-    if (!beginsWith(segment, kName) || segment.size() <= kName.size())
-        return std::nullopt;
-    return exifOrientation(segment.subspan(kName.size() + 1));
+    return exifOrientation(exifOfSegment(segment));
 }
 
 // As EXIF has it: the number says which edges of the stored picture the first row and the first

@@ -1,5 +1,7 @@
 #include "pictures/scheduling/ThumbnailQueue.h"
 
+#include "pictures/decoding/FirstLook.h"
+#include "pictures/decoding/Fitting.h"
 #include "pictures/scheduling/DrawnForm.h"
 
 #include <algorithm>
@@ -11,12 +13,14 @@ namespace pictures {
 struct ThumbnailQueue::Reading {
     ThumbnailSubject subject;
     int box = 0;
+    bool isFirstLook = false;
     std::atomic<bool> cancelled = false;
 };
 
 struct ThumbnailQueue::Done {
     std::shared_ptr<Reading> reading;
     ThumbnailResult result;
+    bool isFirstLook = false; // or the thumbnail, which the store may have had
 };
 
 namespace {
@@ -127,8 +131,9 @@ QImage ThumbnailQueue::image(int row)
 bool ThumbnailQueue::isIdle() const
 {
     const std::lock_guard guard(m_workers.lock());
-    return m_readings.empty() && m_done.empty()
-        && std::ranges::find(m_states, State::kUnread) == m_states.end();
+    return m_readings.empty() && m_done.empty() && std::ranges::none_of(m_states, [](State state) {
+        return state == State::kUnread || state == State::kLookedAt;
+    });
 }
 
 // A screen's worth around what is visible.
@@ -136,6 +141,18 @@ bool ThumbnailQueue::isWanted(int row) const
 {
     const int screen = m_last - m_first + 1;
     return screen > 0 && row >= m_first - screen && row <= m_last + screen;
+}
+
+// With the lock held. -1: none is in one of these states.
+int ThumbnailQueue::nextVisible(std::initializer_list<State> states) const
+{
+    for (int row = std::max(m_first, 0); row <= m_last && row < rowCount(); ++row) {
+        const auto index = static_cast<std::size_t>(row);
+        if (isKnown(m_subjects[index])
+            && std::ranges::find(states, m_states[index]) != states.end())
+            return row;
+    }
+    return -1;
 }
 
 // With the lock held: a worker, or the owner.
@@ -147,13 +164,11 @@ int ThumbnailQueue::nextRow()
         const auto index = static_cast<std::size_t>(row);
         if (!isKnown(m_subjects[index]))
             return false;
-        return m_states[index] == State::kUnread
+        return m_states[index] == State::kUnread || m_states[index] == State::kLookedAt
             || (m_states[index] == State::kStored && isWanted(row));
     };
-    for (int row = std::max(m_first, 0); row <= m_last && row < rowCount(); ++row) {
-        if (isDue(row))
-            return row;
-    }
+    if (const int row = nextVisible({State::kLookedAt, State::kStored}); row >= 0)
+        return row;
     const int furthest = std::max(rowCount() - m_last, m_first) + 1;
     for (; m_cursor < furthest; ++m_cursor) {
         for (const int row : {m_last + m_cursor, m_first - m_cursor}) {
@@ -166,29 +181,74 @@ int ThumbnailQueue::nextRow()
 
 Workers::Job ThumbnailQueue::nextJob()
 {
+    if (const int row = nextVisible({State::kUnread}); row >= 0)
+        return begin(row, true);
     const int row = nextRow();
-    if (row < 0)
-        return {};
+    return row >= 0 ? begin(row, false) : Workers::Job();
+}
+
+Workers::Job ThumbnailQueue::begin(int row, bool isFirstLook)
+{
     const auto index = static_cast<std::size_t>(row);
     auto reading = std::make_shared<Reading>();
     reading->subject = m_subjects[index];
     reading->box = m_box;
+    reading->isFirstLook = isFirstLook;
     m_states[index] = State::kReading;
     m_readings.push_back(reading);
     return [this, reading] { read(reading); };
 }
 
+// On a worker. In the size that the thumbnail will have.
+ThumbnailResult ThumbnailQueue::lookAtFirst(const Reading& reading)
+{
+    const Picture picture = firstLook({reading.subject.path, {}, &reading.cancelled});
+    if (picture.status != ReadStatus::kDone)
+        return {};
+    const QSize size = fittedSize(picture.fullSize, {reading.box, reading.box});
+    return {picture.image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation),
+        ReadStatus::kDone,
+        picture.fullSize,
+        false};
+}
+
 // On a worker.
 void ThumbnailQueue::read(const std::shared_ptr<Reading>& reading)
 {
-    ThumbnailResult result = loadThumbnail(
-        m_store, reading->subject, thumbnailSizeFor(reading->box), &reading->cancelled);
+    const ThumbnailSize size = thumbnailSizeFor(reading->box);
+    auto found = reading->isFirstLook
+        ? storedThumbnail(m_store, reading->subject, size)
+        : loadThumbnail(m_store, reading->subject, size, &reading->cancelled);
+    const bool isFirstLook = !found;
+    ThumbnailResult result = found ? std::move(*found) : lookAtFirst(*reading);
     result.image = drawnForm(result.image, {reading->box, reading->box});
     const std::lock_guard guard(m_workers.lock());
     std::erase(m_readings, reading);
-    m_done.push_back({reading, std::move(result)});
+    if (isFirstLook)
+        noteFirstLook(*reading);
+    if (isFirstLook && result.image.isNull())
+        return;
+    m_done.push_back({reading, std::move(result), isFirstLook});
     if (m_done.size() == 1) // those that come until then are taken along
         QMetaObject::invokeMethod(this, &ThumbnailQueue::takeDone, Qt::QueuedConnection);
+}
+
+// With the lock held, on the worker: it goes on with the thumbnails once all is looked at, and does
+// not wait for the owner.
+void ThumbnailQueue::noteFirstLook(const Reading& reading)
+{
+    const int row = m_rows.value(reading.subject.path, -1);
+    if (row < 0)
+        return;
+    const auto index = static_cast<std::size_t>(row);
+    if (m_states[index] != State::kReading)
+        return; // read anew meanwhile
+    const bool isCurrent = isSame(m_subjects[index], reading.subject) && reading.box == m_box;
+    if (isCurrent && !reading.cancelled)
+        m_states[index] = State::kLookedAt;
+    else if (!isBeingRead(reading.subject.path))
+        m_states[index] = State::kUnread;
+    m_cursor = 0;
 }
 
 void ThumbnailQueue::takeDone()
@@ -199,7 +259,7 @@ void ThumbnailQueue::takeDone()
         all.swap(m_done);
     }
     for (const Done& done : all)
-        settle(done);
+        done.isFirstLook ? show(done) : settle(done);
     m_workers.wake();
 }
 
@@ -231,14 +291,35 @@ void ThumbnailQueue::settle(const Done& done)
             }
             return;
         }
-        if (done.result.status != ReadStatus::kDone)
+        if (done.result.status != ReadStatus::kDone) {
             state = State::kBroken;
-        else if (!isWanted(row))
+            m_images.remove(done.reading->subject.path);
+        } else if (!isWanted(row))
             state = State::kStored;
         else {
             m_images.insert(done.reading->subject.path, done.result.image);
             state = State::kReady;
         }
+    }
+    Q_EMIT changed(row);
+}
+
+// A first look gives way to whatever is there: the thumbnail, or one of another size.
+void ThumbnailQueue::show(const Done& done)
+{
+    const QString& path = done.reading->subject.path;
+    int row = -1;
+    {
+        const std::lock_guard guard(m_workers.lock());
+        row = m_rows.value(path, -1);
+        if (row < 0 || m_images.contains(path) || done.reading->box != m_box)
+            return;
+        const auto index = static_cast<std::size_t>(row);
+        const bool isAwaited =
+            m_states[index] == State::kLookedAt || m_states[index] == State::kReading;
+        if (!isAwaited || !isSame(m_subjects[index], done.reading->subject))
+            return;
+        m_images.insert(path, done.result.image);
     }
     Q_EMIT changed(row);
 }
@@ -249,7 +330,8 @@ void ThumbnailQueue::giveUpUnwanted()
     bool somethingWaits = false;
     for (int row = std::max(m_first, 0); row <= m_last && row < rowCount(); ++row) {
         const State state = m_states[static_cast<std::size_t>(row)];
-        somethingWaits |= state == State::kUnread || state == State::kStored;
+        somethingWaits |=
+            state == State::kUnread || state == State::kLookedAt || state == State::kStored;
     }
     for (const auto& reading : m_readings) {
         const int row = m_rows.value(reading->subject.path, -1);

@@ -1,5 +1,7 @@
 // The thumbnails of one folder, in the order in which people want them: first what is visible, then
-// what lies a screen ahead and behind, then all others, which go to the store for later.
+// what lies a screen ahead and behind, then all others, which go to the store for later. Of all
+// that is visible, what the store has or what can be shown at once comes before any picture is
+// decoded.
 //
 // Lives on a thread with an event loop: all calls are made there, and changed() is emitted there.
 // Reading happens on threads of its own; what is read for rows that have scrolled away is given up.
@@ -17,6 +19,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -30,6 +33,7 @@ public:
     enum class State : std::uint8_t {
         kUnread,
         kReading,
+        kLookedAt, // image() may give a first look; the thumbnail itself is still to be read
         kStored, // made, and in the store; the image itself is not kept
         kReady, // image() gives it
         kBroken // there will be none
@@ -48,7 +52,7 @@ public:
     void setBox(int pixels);
 
     State state(int row) const;
-    // The thumbnail, or a null image as long as there is none.
+    // The thumbnail, before it a first look at the picture, where it bears one, or a null image.
     QImage image(int row);
     // Whether all rows have been read once.
     bool isIdle() const;
@@ -61,12 +65,17 @@ private:
     struct Done;
 
     Workers::Job nextJob();
+    int nextVisible(std::initializer_list<State> states) const;
     int nextRow();
+    Workers::Job begin(int row, bool isFirstLook);
+    static ThumbnailResult lookAtFirst(const Reading& reading);
     bool isWanted(int row) const;
     bool isBeingRead(const QString& path) const;
     void read(const std::shared_ptr<Reading>& reading);
+    void noteFirstLook(const Reading& reading);
     void takeDone();
     void settle(const Done& done);
+    void show(const Done& done);
     void giveUpUnwanted();
     int rowCount() const { return static_cast<int>(m_subjects.size()); }
 

@@ -6,6 +6,7 @@
 #include "platform/common/files/RegularFile.h"
 
 #include <chrono>
+#include <utility>
 
 namespace pictures {
 
@@ -65,15 +66,23 @@ void tellFullSize(QImage& image, QSize size)
 
 } // namespace
 
+std::optional<ThumbnailResult> storedThumbnail(
+    const ThumbnailStore& store, const ThumbnailSubject& subject, ThumbnailSize size)
+{
+    if (const auto image = store.find(subject, size))
+        return stored(*image);
+    if (store.isKnownToFail(subject))
+        return ThumbnailResult{{}, ReadStatus::kBroken, {}, true};
+    return std::nullopt;
+}
+
 ThumbnailResult loadThumbnail(const ThumbnailStore& store,
     const ThumbnailSubject& subject,
     ThumbnailSize size,
     const std::atomic<bool>* cancelled)
 {
-    if (const auto image = store.find(subject, size))
-        return stored(*image);
-    if (store.isKnownToFail(subject))
-        return {{}, ReadStatus::kBroken, {}, true};
+    if (auto found = storedThumbnail(store, subject, size))
+        return std::move(*found);
     const QSize box(static_cast<int>(size), static_cast<int>(size));
     const auto before = statusOf(subject);
     Picture picture = readPicture({subject.path, box, cancelled});

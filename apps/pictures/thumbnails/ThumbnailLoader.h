@@ -8,6 +8,8 @@
 #include "pictures/decoding/PictureReader.h"
 #include "pictures/thumbnails/ThumbnailStore.h"
 
+#include <optional>
+
 namespace pictures {
 
 struct ThumbnailResult {
@@ -16,6 +18,11 @@ struct ThumbnailResult {
     QSize fullSize; // upright; invalid where another program's thumbnail does not tell
     bool fromStore = false; // the thumbnail, or the note that there can be none
 };
+
+// What the store says of a picture: its thumbnail, or that there can be none. Nothing when the
+// picture itself has to be read.
+std::optional<ThumbnailResult> storedThumbnail(
+    const ThumbnailStore& store, const ThumbnailSubject& subject, ThumbnailSize size);
 
 // `cancelled` may be null: never.
 ThumbnailResult loadThumbnail(const ThumbnailStore& store,

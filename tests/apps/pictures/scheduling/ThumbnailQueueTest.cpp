@@ -1,6 +1,7 @@
 #include "pictures/scheduling/ThumbnailQueue.h"
 
 #include "apps/pictures/PictureFolder.h"
+#include "apps/pictures/support/PictureBytes.h"
 
 #include <map>
 
@@ -30,6 +31,23 @@ protected:
         for (int i = 0; i < count; ++i)
             subjects.push_back({m_folder.addPicture(std::to_string(i) + ".png", color(i)), 1, 1});
         return subjects;
+    }
+    // One that bears a small picture of another color.
+    ThumbnailSubject twoFaced(const std::string& name, QColor full, QColor small)
+    {
+        const auto jpeg = [](QColor filling, QSize size) {
+            QImage image(size, QImage::Format_RGB32);
+            image.fill(filling);
+            return tests::encoded(image, "jpg");
+        };
+        const std::string bytes =
+            tests::withThumbnail(jpeg(full, {600, 400}), jpeg(small, {60, 40}));
+        return {m_folder.addBytes(name, bytes), 1, 1};
+    }
+    QColor colorShown(int row) const
+    {
+        const QImage image = m_queue->image(row);
+        return image.isNull() ? QColor() : image.pixelColor(image.rect().center());
     }
     static QColor color(int i) { return QColor::fromHsv(i * 7 % 360, 255, 255); }
     bool shows(int row, int picture)
@@ -184,6 +202,86 @@ TEST_F(ThumbnailQueueTest, SurvivesAnyOrderOfCalls)
         }
         return m_queue->isIdle();
     }));
+}
+
+// The first looks at all that is visible stand before the first thumbnail does.
+TEST_F(ThumbnailQueueTest, ShowsAFirstLookAtAllThatIsVisible)
+{
+    std::vector<ThumbnailSubject> subjects;
+    for (const char* const name : {"a.jpg", "b.jpg", "c.jpg"})
+        subjects.push_back(twoFaced(name, Qt::blue, Qt::red));
+    std::vector<std::pair<int, bool>> shown; // rows, and whether it was the first look
+    QObject::connect(m_queue.get(), &ThumbnailQueue::changed, m_queue.get(), [&](int row) {
+        shown.emplace_back(row, colorShown(row).red() > 200);
+    });
+    m_queue->setBox(90);
+    m_queue->setVisible(0, 1);
+    m_queue->setSubjects(subjects);
+    ASSERT_TRUE(happens([&] { return m_queue->isIdle(); }));
+    EXPECT_EQ(shown,
+        (std::vector<std::pair<int, bool>>{
+            {0, true}, {1, true}, {0, false}, {1, false}, {2, false}}));
+    for (int row = 0; row < 3; ++row) {
+        EXPECT_EQ(m_queue->state(row), State::kReady);
+        EXPECT_GT(colorShown(row).blue(), 200) << row;
+    }
+}
+
+TEST_F(ThumbnailQueueTest, ShowsAFirstLookInTheSizeOfTheThumbnail)
+{
+    QSize size;
+    QObject::connect(m_queue.get(), &ThumbnailQueue::changed, m_queue.get(), [&](int row) {
+        size = size.isEmpty() ? m_queue->image(row).size() : size;
+    });
+    m_queue->setBox(90);
+    m_queue->setVisible(0, 0);
+    m_queue->setSubjects({twoFaced("a.jpg", Qt::blue, Qt::red)});
+    ASSERT_TRUE(happens([&] { return m_queue->isIdle(); }));
+    EXPECT_EQ(size, QSize(90, 60));
+}
+
+TEST_F(ThumbnailQueueTest, TakesNoFirstLookWhereTheStoreHasTheThumbnail)
+{
+    const ThumbnailSubject subject = twoFaced("a.jpg", Qt::blue, Qt::red);
+    QImage kept(200, 133, QImage::Format_RGB32);
+    kept.fill(Qt::green);
+    ThumbnailStore(m_folder.store()).save(subject, ThumbnailSize::kLarge, kept);
+    m_queue->setVisible(0, 0);
+    m_queue->setSubjects({subject});
+    ASSERT_TRUE(happens([&] { return m_queue->isIdle(); }));
+    EXPECT_EQ(m_order, std::vector({0})) << "shown once";
+    EXPECT_EQ(colorShown(0), QColor(Qt::green));
+}
+
+TEST_F(ThumbnailQueueTest, DoesNotPutAFirstLookOverAFormerSize)
+{
+    m_queue->setBox(100);
+    m_queue->setVisible(0, 0);
+    m_queue->setSubjects({twoFaced("a.jpg", Qt::blue, Qt::red)});
+    ASSERT_TRUE(happens([&] { return m_queue->isIdle(); }));
+    m_order.clear();
+    m_queue->setBox(300);
+    ASSERT_TRUE(happens([&] { return m_queue->isIdle(); }));
+    EXPECT_EQ(m_order, std::vector({0})) << "once";
+    EXPECT_EQ(m_queue->image(0).width(), 300);
+}
+
+TEST_F(ThumbnailQueueTest, TakesTheFirstLookBackWhereThePictureIsBroken)
+{
+    const ThumbnailSubject subject = twoFaced("a.jpg", Qt::blue, Qt::red);
+    const std::string path = subject.path.toStdString();
+    std::string bytes = test::read(path);
+    constexpr std::size_t kScanHead = 14; // what the decoder wants to see before there is a picture
+    std::filesystem::resize_file(path, bytes.rfind("\xFF\xDA") + kScanHead);
+    std::vector<bool> shown;
+    QObject::connect(m_queue.get(), &ThumbnailQueue::changed, m_queue.get(), [&](int row) {
+        shown.push_back(!m_queue->image(row).isNull());
+    });
+    m_queue->setVisible(0, 0);
+    m_queue->setSubjects({subject});
+    ASSERT_TRUE(happens([&] { return m_queue->isIdle(); }));
+    EXPECT_EQ(m_queue->state(0), State::kBroken);
+    EXPECT_EQ(shown, (std::vector<bool>{true, false}));
 }
 
 TEST_F(ThumbnailQueueTest, IsIdleWithoutPictures)

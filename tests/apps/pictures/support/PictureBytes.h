@@ -46,6 +46,27 @@ inline std::string withOrientation(const std::string& jpeg, int orientation)
     return jpeg.substr(0, 2) + segment + jpeg.substr(2);
 }
 
+// EXIF with this orientation and a small picture put into a JPEG, behind its first marker.
+inline std::string withThumbnail(
+    const std::string& jpeg, const std::string& thumbnail, int orientation = 1)
+{
+    const auto number = [](std::size_t value, int bytes) {
+        std::string text;
+        for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+            text += static_cast<char>(value >> static_cast<unsigned int>(shift));
+        return text;
+    };
+    constexpr std::size_t kSecond = 26; // behind a directory of one entry
+    constexpr std::size_t kPicture = kSecond + 30;
+    const std::string exif = std::string("Exif\0\0MM\0*\0\0\0\x08", 14) + number(1, 2)
+        + number(0x0112, 2) + number(3, 2) + number(1, 4)
+        + number(static_cast<std::size_t>(orientation), 2) + number(0, 2) + number(kSecond, 4)
+        + number(2, 2) + number(513, 2) + number(4, 2) + number(1, 4) + number(kPicture, 4)
+        + number(514, 2) + number(4, 2) + number(1, 4) + number(thumbnail.size(), 4) + number(0, 4)
+        + thumbnail;
+    return jpeg.substr(0, 2) + "\xFF\xE1" + number(exif.size() + 2, 2) + exif + jpeg.substr(2);
+}
+
 // The JPEG's header says these dimensions instead of its own.
 inline std::string withDimensions(std::string jpeg, unsigned int width, unsigned int height)
 {
