@@ -10,6 +10,7 @@
 #include "tevoro/BusLink.h"
 #include "tevoro/HeadlessBrowser.h"
 #include "tevoro/scripts/ScriptRunner.h"
+#include "tevoro/window/ToolkitWords.h"
 #include "tevoro/window/WindowBrowser.h"
 
 #include <QApplication>
@@ -148,7 +149,7 @@ ExitCode runWithWindow(int argc, char** argv, const CommandLine& line)
     QImageReader::supportedImageFormats();
     QImageWriter::supportedImageFormats();
     pictures::stopWorkersAtExit();
-    mfx::speakLanguageOfUser();
+    const ToolkitWords toolkitWords(mfx::speakLanguageOfUser());
     WindowBrowser browser;
     showFirstFolder(browser, line, bus.wasLaunched());
     return runOnBus(line, browser, bus);

@@ -40,11 +40,14 @@ std::string localeInFolder(const fs::path& program)
 
 } // namespace
 
-void speakLanguageOfUser()
+std::string speakLanguageOfUser()
 {
     const fs::path program = Pt::programFolder();
-    if (!program.empty())
-        openTexts((program / "../shared_assets/locales").string(), localeInFolder(program));
+    if (program.empty())
+        return {};
+    std::string locale = localeInFolder(program);
+    openTexts((program / "../shared_assets/locales").string(), locale);
+    return locale;
 }
 
 } // namespace mfx
