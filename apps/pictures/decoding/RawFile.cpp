@@ -1,5 +1,6 @@
 #include "pictures/decoding/RawFile.h"
 
+#include "ZQPluginSupport/decoding/RawOrientation.h"
 #include "pictures/decoding/Fitting.h"
 #include "pictures/decoding/JpegDecoder.h"
 #include "pictures/decoding/JpegReader.h"
@@ -15,21 +16,6 @@ namespace {
 
 constexpr unsigned int kBoundInMegabytes = static_cast<unsigned int>(kDecodeBound / 1'000'000);
 constexpr qint64 kMaxPreviewBytes = 200'000'000;
-
-// The library's numbers are those of turns in eighths, of which a camera knows these.
-int exifOrientationOf(int flip)
-{
-    switch (flip) {
-    case 3:
-        return 3;
-    case 5:
-        return 8;
-    case 6:
-        return 6;
-    default:
-        return 1;
-    }
-}
 
 int onProgress(void* request, LibRaw_progress /*stage*/, int /*iteration*/, int /*expected*/)
 {
@@ -92,7 +78,7 @@ RawFile::~RawFile() = default;
 
 int RawFile::orientation() const
 {
-    return exifOrientationOf(m_raw->imgdata.sizes.flip);
+    return dng::orientationOfFlip(m_raw->imgdata.sizes.flip);
 }
 
 QSize RawFile::fullSize() const

@@ -2,6 +2,7 @@
 
 #include "ZQPluginSupport/ConversionFailure.h"
 #include "ZQPluginSupport/decoding/ColorFacts.h"
+#include "ZQPluginSupport/decoding/RawOrientation.h"
 
 #include <algorithm>
 #include <numeric>
@@ -50,20 +51,6 @@ int onProgress(void* progress, LibRaw_progress /*stage*/, int /*iteration*/, int
 void onDamage(void* isDamaged, const char* /*file*/, int /*offset*/)
 {
     *static_cast<bool*>(isDamaged) = true;
-}
-
-unsigned int orientationOf(int flip)
-{
-    switch (flip) {
-    case 3:
-        return 3;
-    case 5:
-        return 8;
-    case 6:
-        return 6;
-    default:
-        return 1;
-    }
 }
 
 } // namespace
@@ -117,7 +104,7 @@ void RawSource::readFacts()
         std::uint32_t{sizes.top_margin} + sizes.height,
         std::uint32_t{sizes.left_margin} + sizes.width};
     m_facts.aspect = sizes.pixel_aspect > 0.1 && sizes.pixel_aspect < 10 ? sizes.pixel_aspect : 1;
-    m_facts.orientation = orientationOf(sizes.flip);
+    m_facts.orientation = static_cast<unsigned int>(orientationOfFlip(sizes.flip));
     m_facts.make = m_raw->imgdata.idata.make;
     m_facts.model = m_raw->imgdata.idata.model;
     m_facts.white = m_raw->imgdata.color.maximum;

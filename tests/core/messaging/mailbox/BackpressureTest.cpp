@@ -1,7 +1,7 @@
 // What waits unread is bounded, and senders feel it.
 #include "core/messaging/support/BusProcessFixture.h"
-#include "core/messaging/support/Sanitizers.h"
 #include "messaging/mailbox/InterAppStream.h"
+#include "support/Sanitizers.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,6 +1,6 @@
 // Messages to a process that is still to come.
 #include "core/messaging/support/BusProcessFixture.h"
-#include "core/messaging/support/Sanitizers.h"
+#include "support/Sanitizers.h"
 
 #include <iostream>
 #include <optional>

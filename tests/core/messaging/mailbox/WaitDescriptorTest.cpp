@@ -1,9 +1,9 @@
 // The descriptor that an application waits on: up while a pump has something to do, and down, so
 // that nobody spins, while it has not.
 #include "core/messaging/support/BusFixture.h"
-#include "core/messaging/support/Sanitizers.h"
 #include "core/platform/support/PeerProcess.h"
 #include "core/platform/support/PortText.h"
+#include "support/Sanitizers.h"
 
 #include <algorithm>
 #include <memory>

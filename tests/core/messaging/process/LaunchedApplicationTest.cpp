@@ -1,7 +1,7 @@
 // Applications that come up because a message was sent to them.
 #include "core/messaging/support/LaunchFixture.h"
 #include "core/messaging/support/LaunchRegistry.h"
-#include "core/messaging/support/Sanitizers.h"
+#include "support/Sanitizers.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // The shared library as a whole: what it shows, and that nothing of it stays when it is unloaded.
 // This program does not link it.
-#include "core/messaging/support/Sanitizers.h"
 #include "support/Environment.h"
+#include "support/Sanitizers.h"
 #include "support/TestFolder.h"
 
 #include <array>

@@ -6,6 +6,7 @@
 #include "platform/common/files/NewFile.h"
 #include "platform/common/services/OwnedDescriptor.h"
 #include "support/ChildProgram.h"
+#include "support/Sanitizers.h"
 #include "support/TestFolder.h"
 
 #include <cctype>
@@ -21,14 +22,6 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using dng::ConversionOptions;
 using dng::PreviewSize;
-
-#if defined(__SANITIZE_THREAD__)
-constexpr bool kIsThreadSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kIsThreadSanitized = __has_feature(thread_sanitizer);
-#else
-constexpr bool kIsThreadSanitized = false;
-#endif
 
 class ConversionTest : public testing::Test {
 protected:
@@ -136,7 +129,7 @@ class CameraFileTest : public ConversionTest, public testing::WithParamInterface
 protected:
     void SetUp() override
     {
-        if (kIsThreadSanitized)
+        if (test::kIsThreadSanitized)
             GTEST_SKIP() << "what other readers say of a file is known from other builds";
         if (!std::getenv("MFX_SAMPLES"))
             GTEST_SKIP() << "MFX_SAMPLES names no folder of sample media";

@@ -1,6 +1,7 @@
 #include "platform/common/services/ProgramStart.h"
 
 #include "support/Environment.h"
+#include "support/Sanitizers.h"
 #include "support/TestFolder.h"
 
 #include <atomic>
@@ -25,14 +26,6 @@ void countChildSignal(int)
 {
     ++gChildSignals;
 }
-
-#if defined(__SANITIZE_THREAD__)
-constexpr bool kIsThreadSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kIsThreadSanitized = __has_feature(thread_sanitizer);
-#else
-constexpr bool kIsThreadSanitized = false;
-#endif
 
 // How SIGCHLD is handled in this process, while it lives.
 class ChildSignalHandler {
@@ -167,7 +160,7 @@ TEST_F(ProgramStartTest, GivesItTheEnvironmentAndTheWorkingFolder)
 
 TEST_F(ProgramStartTest, IsNotSeenByThoseWhoWaitForChildren)
 {
-    if (kIsThreadSanitized)
+    if (test::kIsThreadSanitized)
         GTEST_SKIP() << "the thread sanitizer knows no child but an ordinary one";
     const ChildSignalHandler counting(countChildSignal);
     const pid_t own = ::fork();
