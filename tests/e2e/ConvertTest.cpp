@@ -4,6 +4,7 @@
 #include "support/RecordedDng.h"
 
 #include <fstream>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -145,6 +146,18 @@ TEST_F(ConvertTest, EndsWithTheCodeOfWhatStandsInTheWay)
         EXPECT_EQ(convert({raw("A.CR2"), raw("missing.CR2")}).code, code) << result;
     }
     EXPECT_EQ(filesIn(raws()).size(), 2U);
+}
+
+TEST_F(ConvertTest, ConvertsNoFileTwiceInProgramsThatRunAtOnce)
+{
+    setVariable("CONVERSION_RUNS", "sleep 0.3");
+    std::vector<std::thread> threads;
+    threads.reserve(3);
+    for (int i = 0; i < 3; ++i)
+        threads.emplace_back([this] { EXPECT_EQ(convert({raw("A.CR2")}).code, 0); });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(filesIn(raws()).size(), 3U) << "two raw files and one DNG";
 }
 
 TEST_F(ConvertTest, NamesTheReasonOfTheLibrary)

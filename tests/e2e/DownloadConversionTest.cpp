@@ -3,8 +3,11 @@
 #include "e2e/MfxRun.h"
 #include "support/RecordedDng.h"
 
+#include <chrono>
 #include <csignal>
 #include <fstream>
+#include <set>
+#include <thread>
 
 #include <unistd.h>
 
@@ -25,6 +28,12 @@ protected:
     {
         addLibrary("ZQPluginSupport", file);
         setVariable("CONVERSION_LOG", root() / "run/log");
+    }
+
+    // A line for the shell that does something while A.CR2 is converted.
+    static std::string doingAtA(const std::string& what)
+    {
+        return "case $CONVERSION_SOURCE in *A.CR2) " + what + ";; esac";
     }
 
     // What a conversion of the whole card leaves, with a library whose DNGs bear our record.
@@ -125,6 +134,101 @@ TEST_F(DownloadConversionTest, GivesNoReasonOfAnotherFile)
         result.item("A.CR2")["error"].get<std::string>().find("not whole"), std::string::npos);
     EXPECT_EQ(result.item("B.NEF")["error"], "Could not convert to DNG...");
     EXPECT_EQ(contentOf(target() / "B.NEF"), "raw b");
+}
+
+// While a raw file is set aside its name is free. Who takes it does not become the saved copy.
+TEST_F(DownloadConversionTest, SavesTheRawFileBesideOneThatTookItsName)
+{
+    installLibrary();
+    setVariable("CONVERSION_RESULT", "3");
+    setVariable("CONVERSION_WRITES", "0");
+    setVariable(
+        "CONVERSION_RUNS", doingAtA("printf other >'" + (target() / "A.CR2").string() + "'"));
+    const RunResult result = download({"--dng", "--delete-originals", "--yes"});
+    EXPECT_EQ(contentOf(target() / "A.CR2"), "other");
+    EXPECT_EQ(contentOf(target() / "A-1.CR2"), "raw a");
+    EXPECT_EQ(result.item("A.CR2")["saved"], (target() / "A-1.CR2").string());
+    EXPECT_EQ(result.item("A.CR2")["status"], "dng-failed");
+    EXPECT_EQ(result.summary()["proven"], 4);
+    expectNoLeftovers();
+}
+
+TEST_F(DownloadConversionTest, TakesNoFileForItsCopyThatTookTheNameOfADNGsRawFile)
+{
+    installLibrary();
+    setVariable("CONVERSION_RECORDS", "1");
+    setVariable(
+        "CONVERSION_RUNS", doingAtA("printf other >'" + (target() / "A.CR2").string() + "'"));
+    const RunResult result = download({"--dng"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_EQ(result.item("A.CR2")["dng"], (target() / "A.dng").string());
+    EXPECT_EQ(result.summary()["converted"], 2);
+    EXPECT_EQ(result.summary()["proven"], 4);
+    EXPECT_EQ(contentOf(target() / "A.CR2"), "other");
+    EXPECT_EQ(contentOf(target() / "A.dng"), test::recordedDng("A.CR2", "raw a"));
+}
+
+// What was proven is the copy; a DNG of other bytes proves nothing.
+TEST_F(DownloadConversionTest, DoesNotBelieveADNGOfOtherBytes)
+{
+    installLibrary();
+    setVariable("CONVERSION_RECORDS", "1");
+    setVariable("CONVERSION_RUNS",
+        doingAtA("printf ' changed' >>'" + (target() / ".mfxdownload/A.CR2").string() + "'"));
+    const RunResult result = download({"--dng", "--delete-originals", "--yes"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.item("A.CR2")["status"], "dng-failed");
+    EXPECT_EQ(result.item("A.CR2")["dng"], nullptr);
+    const std::string error = result.item("A.CR2")["error"];
+    EXPECT_NE(error.find("holds other bytes"), std::string::npos) << error;
+    EXPECT_EQ(result.summary()["card_may_be_wiped"], false);
+    EXPECT_EQ(contentOf(card() / "DCIM/100MFX/A.CR2"), "raw a");
+    EXPECT_FALSE(fs::exists(card() / "DCIM/100MFX/B.NEF")) << "what is proven may go";
+}
+
+TEST_F(DownloadConversionTest, PutsBackWhatAnotherConversionLeftBeforeItConverts)
+{
+    installLibrary();
+    setVariable("CONVERSION_RUNS",
+        doingAtA("printf 'the only one' >'" + (target() / ".mfxdownload/B.NEF").string() + "'"));
+    const RunResult result = download({"--dng"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_EQ(contentOf(target() / "B.NEF"), "the only one");
+    EXPECT_EQ(contentOf(target() / "B-1.dng"), "DNG of raw b");
+    EXPECT_EQ(result.events("message").at(0)["text"],
+        "put back after an earlier run was cut off: " + (target() / "B.NEF").string());
+    EXPECT_EQ(filesIn(target() / ".mfxdownload"),
+        (std::map<std::string, std::string>{{"unconverted/B.NEF", ""}}))
+        << "the next run converts it";
+}
+
+// Two cards with the same names, into one folder, at once: the conversions set their files aside
+// under one path.
+TEST_F(DownloadConversionTest, LosesNothingToAnotherDownloadThatConverts)
+{
+    installLibrary();
+    const fs::path second = card().parent_path() / "second";
+    fs::create_directories(second / "DCIM/100MFX");
+    std::ofstream(second / "DCIM/100MFX/A.CR2") << "raw of the other";
+    setVariable("CONVERSION_RESULT", "3");
+    setVariable("CONVERSION_WRITES", "0");
+    const std::string once = (root() / "run/once").string();
+    setVariable("CONVERSION_RUNS",
+        "mkdir '" + once + "' 2>/dev/null || exit 0; { '" + program().string() + "' download '"
+            + second.string() + "' --to '" + target().string() + "' --dng >'" + once
+            + "/said' 2>&1; mv '" + once + "/said' '" + once + "/ended'; } & sleep 1");
+    EXPECT_EQ(download({"--dng"}).code, 1);
+    for (int i = 0; i < 600 && !fs::exists(once + "/ended"); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_TRUE(fs::exists(once + "/ended"));
+    std::multiset<std::string> kept;
+    for (const auto& [name, bytes] : filesIn(target()))
+        kept.insert(bytes);
+    EXPECT_EQ(kept,
+        (std::multiset<std::string>{
+            "raw a", "jpeg a", "settings of a", "raw b", "raw of the other"}))
+        << contentOf(once + "/ended");
+    expectNoLeftovers();
 }
 
 TEST_F(DownloadConversionTest, DoesWithALibraryThatGivesNoReasons)

@@ -25,14 +25,21 @@ inline std::string byteEntry(std::uint16_t tag, std::size_t count, const std::st
         + littleEndian(static_cast<std::uint32_t>(count), 4) + value;
 }
 
+// One with one value of four bytes.
+inline std::string longEntry(std::uint16_t tag, std::uint32_t value)
+{
+    return littleEndian(tag, 2) + littleEndian(4, 2) + littleEndian(1, 4) + littleEndian(value, 4);
+}
+
 // `embedded`, if there is any, is the value that has the raw file inside.
 inline std::string dngWithRecord(
     const dng::OriginalRecord& original, const std::string& embedded = {})
 {
     const std::string record = dng::formatOriginalRecord(original);
-    const std::uint32_t entries = embedded.empty() ? 2 : 3;
+    const std::uint32_t entries = embedded.empty() ? 4 : 5;
     const std::uint32_t behindDirectory = 8 + 2 + entries * 12 + 4;
     std::string dng = "II*" + std::string(1, '\0') + littleEndian(8, 4) + littleEndian(entries, 2)
+        + longEntry(273, 0) + longEntry(279, 8) // the picture: the first bytes, as good as any
         + byteEntry(50706, 4, {1, 4, 0, 0})
         + byteEntry(50740, record.size(), littleEndian(behindDirectory, 4));
     if (!embedded.empty())

@@ -3,9 +3,11 @@
 #include "ZQPluginSupport/ConversionFailure.h"
 #include "ZQPluginSupport/decoding/ColorFacts.h"
 #include "ZQPluginSupport/decoding/RawOrientation.h"
+#include "ZQPluginSupport/decoding/SwappedJpeg.h"
 
 #include <algorithm>
 #include <numeric>
+#include <string_view>
 
 #include <libraw.h>
 
@@ -48,6 +50,16 @@ int onProgress(void* progress, LibRaw_progress /*stage*/, int /*iteration*/, int
     return 0;
 }
 
+// The library keeps to itself where the values begin.
+class OffsetTellingRaw final : public LibRaw {
+public:
+    using LibRaw::LibRaw;
+    std::uint64_t valuesOffset() const
+    {
+        return static_cast<std::uint64_t>(libraw_internal_data.unpacker_data.data_offset);
+    }
+};
+
 void onDamage(void* isDamaged, const char* /*file*/, int /*offset*/)
 {
     *static_cast<bool*>(isDamaged) = true;
@@ -56,13 +68,14 @@ void onDamage(void* isDamaged, const char* /*file*/, int /*offset*/)
 } // namespace
 
 RawSource::RawSource(std::span<const std::byte> bytes, Progress progress)
-    : m_raw(std::make_unique<LibRaw>(LIBRAW_OPIONS_NO_MEMERR_CALLBACK))
+    : m_raw(std::make_unique<OffsetTellingRaw>(LIBRAW_OPIONS_NO_MEMERR_CALLBACK))
     , m_progress(std::move(progress))
 {
     m_raw->set_progress_handler(onProgress, &m_progress);
     m_raw->set_dataerror_handler(onDamage, &m_foundDamage);
     open(bytes);
     unpack();
+    checkEnd(bytes);
     readFacts();
     if (m_hasValues)
         checkValues();
@@ -94,6 +107,24 @@ void RawSource::unpack()
     if (sizes.width == 0 || sizes.height == 0 || sizes.left_margin + sizes.width > sizes.raw_width
         || sizes.top_margin + sizes.height > sizes.raw_height)
         m_hasValues = false;
+}
+
+// Damage that the library passes over: in the JPEG picture of one of its decoders, and the last
+// byte of values that are not compressed.
+void RawSource::checkEnd(std::span<const std::byte> bytes) const
+{
+    const std::uint64_t offset = static_cast<const OffsetTellingRaw&>(*m_raw).valuesOffset();
+    libraw_decoder_info_t decoder{};
+    if (m_raw->get_decoder_info(&decoder) != LIBRAW_SUCCESS || decoder.decoder_name == nullptr)
+        return;
+    const std::string_view name(decoder.decoder_name);
+    const auto& sizes = m_raw->imgdata.rawdata.sizes;
+    const std::uint64_t plainBytes = std::uint64_t{2} * sizes.raw_width * sizes.raw_height;
+    if (name == "kodak_jpeg_load_raw()"
+        && (offset > bytes.size() || !isWholeSwappedJpeg(bytes.subspan(offset))))
+        throw ConversionFailure(kZQPluginDamaged);
+    if (name == "unpacked_load_raw()" && offset + plainBytes > bytes.size())
+        throw ConversionFailure(kZQPluginDamaged);
 }
 
 void RawSource::readFacts()

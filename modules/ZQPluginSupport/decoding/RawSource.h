@@ -65,6 +65,7 @@ public:
 private:
     void open(std::span<const std::byte> bytes);
     void unpack();
+    void checkEnd(std::span<const std::byte> bytes) const;
     void readFacts();
     void readMosaic();
     void readBlack();

@@ -133,6 +133,23 @@ TEST_F(ConverterTest, MakesNothingOfDamagedFilesOfCameras)
         }
 }
 
+// The decoder itself passes over it.
+TEST_F(ConverterTest, MakesNothingOfAJpegCodedFileThatIsNotWhole)
+{
+    const char* const samples = std::getenv("MFX_SAMPLES");
+    if (!samples)
+        GTEST_SKIP() << "MFX_SAMPLES names no folder of sample media";
+    const std::string whole = read(fs::path(samples) / "raw/P003914.KDC");
+    std::string hole = whole;
+    hole.replace(30'000, 4096, 4096, '\0');
+    for (const std::string& bytes :
+        {whole.substr(0, whole.size() - 1), whole.substr(0, whole.size() * 4 / 10), hole}) {
+        raw = folder.write("in/B.KDC", bytes);
+        EXPECT_EQ(convert(converter), kZQPluginDamaged) << bytes.size();
+        EXPECT_THAT(out(), UnorderedElementsAre());
+    }
+}
+
 // Of a compressed file, ten bytes: the decoder goes on and tells of it by the way.
 TEST_F(ConverterTest, MakesNothingOfAFileWithItsMiddleOverwritten)
 {

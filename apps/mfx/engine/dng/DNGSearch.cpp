@@ -70,4 +70,14 @@ std::optional<std::string> findDNGOf(
     return std::nullopt;
 }
 
+std::optional<std::string> findMadeDNG(
+    const std::string& rawPath, const std::string& expected, const Pt::ContentDigest& content)
+{
+    const auto record = recordIn(expected);
+    if (record && record->content == content)
+        return expected;
+    auto found = findDNGOf(rawPath, content.size, [&content] { return content; });
+    return found || record ? found : expected;
+}
+
 } // namespace mfx

@@ -24,6 +24,12 @@ using RawDigest = std::function<std::optional<Pt::ContentDigest>()>;
 std::optional<std::string> findDNGOf(
     const std::string& rawPath, std::uint64_t size, const RawDigest& digest);
 
+// The DNG that was made of a raw file with this content just now, when `expected` was the first
+// free name: what bears our record of it. A library of others writes none: then it is what has the
+// name now. Nothing where what has it was made of other bytes.
+std::optional<std::string> findMadeDNG(
+    const std::string& rawPath, const std::string& expected, const Pt::ContentDigest& content);
+
 // The size of the raw file that a DNG was made of; nothing for what does not bear our record.
 std::optional<std::uint64_t> originalSizeIn(const std::string& dngPath);
 

@@ -7,6 +7,7 @@
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileCopy.h"
 #include "platform/common/files/FilePlacement.h"
+#include "platform/common/files/FolderLock.h"
 #include "platform/common/text/NameText.h"
 
 #include <filesystem>
@@ -81,7 +82,10 @@ ConvertedFile FileConversion::convert(const std::string& raw) const
         return *objection;
     const fs::path folder = m_folder ? fs::path(*m_folder) : fs::path(raw).parent_path();
     const std::string place = (folder / fs::path(raw).filename()).string();
+    // Programs that work at the same files take turns: one finds the DNG of the other. Where
+    // nothing can be locked, there are no turns.
     std::error_code error;
+    const auto turn = Pt::FolderLock::waitAlone(folder.string(), error);
     const auto found = findDNGOf(place, fs::file_size(raw, error), [&raw] {
         std::error_code unreadable;
         return Pt::digestOfFile(raw, unreadable);

@@ -196,9 +196,14 @@ bool Download::runNextGroup(GroupStager& stager)
 void Download::reportRestored()
 {
     for (const std::string& path : m_folders.takeRestored())
-        m_events.message("",
-            text("$$$/Mfx/Download/PutBack=put back after an earlier run was cut off: %1",
-                {Pt::displayName(path)}));
+        tellPutBack(path);
+}
+
+void Download::tellPutBack(const std::string& path)
+{
+    m_events.message("",
+        text("$$$/Mfx/Download/PutBack=put back after an earlier run was cut off: %1",
+            {Pt::displayName(path)}));
 }
 
 // With sub-folders, numbers go on from one to the next.

@@ -68,7 +68,10 @@ private:
     void convert(GroupWork& work, std::vector<ItemEvent>& events);
     void convertMember(GroupWork& work, std::size_t member, ItemEvent& event);
     bool finishConversion(const GroupWork& work, MemberWork& member);
-    void noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event);
+    void convertAlone(GroupWork& work, std::size_t member, ItemEvent& event);
+    void bringBack(const GroupWork& work, MemberWork& file);
+    static void noteNoDNG(ItemEvent& event, const std::string& reason);
+    void noteDNG(const MemberWork& member, const std::string& expected, ItemEvent& event);
     void noteStandingDNG(const MemberWork& member, ItemEvent& event);
     bool isProven(const MemberWork& member, const ItemEvent& event) const;
     void noteUnprovenDNG(const MemberWork& member, const ItemEvent& event);
@@ -77,12 +80,14 @@ private:
     std::string reasonToKeep(const GroupWork& work, const MemberWork& member) const;
     void keepSaved(const GroupWork& work, const MemberWork& member, ItemEvent& event);
     void keep(const GroupWork& work, const MemberWork& member, ItemEvent& event);
+    static void addError(ItemEvent& event, const std::string& reason);
     void conclude(const GroupWork& work, const std::vector<ItemEvent>& events);
     void noteFailure(const GroupWork& work);
     void stopAt(const std::string& reason);
     void failRest(std::size_t firstGroup, const std::string& reason);
     void failItem(std::uint32_t item, const std::string& reason);
     void reportRestored();
+    void tellPutBack(const std::string& path);
 
     void closeDownload();
     void finishSink(const std::vector<std::uint32_t>& listed, bool deletes);

@@ -8,23 +8,12 @@
 #include "mfx/engine/run/Download.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileAccess.h"
+#include "platform/common/files/FolderLock.h"
 #include "platform/common/text/NameText.h"
 
 namespace mfx {
 
 namespace {
-
-// A failed backup keeps its status: an original without its second copy is not to be deleted,
-// whatever else fails.
-void noteNoDNG(ItemEvent& event, const std::string& reason)
-{
-    if (event.status == ItemStatus::kBackupFailed) {
-        event.error = text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason});
-        return;
-    }
-    event.status = ItemStatus::kDNGFailed;
-    event.error = reason;
-}
 
 // Whether the sink came as far as the library. It does not where the raw file cannot be set aside:
 // then the file is in both places, or in neither.
@@ -58,6 +47,15 @@ bool isToConvert(const GroupWork& work, const MemberWork& member)
 
 } // namespace
 
+// A failed backup keeps its status: an original without its second copy is not to be deleted,
+// whatever else fails.
+void Download::noteNoDNG(ItemEvent& event, const std::string& reason)
+{
+    if (event.status != ItemStatus::kBackupFailed)
+        event.status = ItemStatus::kDNGFailed;
+    addError(event, reason);
+}
+
 void Download::noteConversions(GroupWork& work) const
 {
     for (MemberWork& member : work.members)
@@ -83,6 +81,10 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
 
 // The sink takes paths, and is about to replace a raw file: it must not do so beneath a mount point
 // whose disk has just been pulled.
+//
+// It sets the raw file aside under a path that all runs share, and removes what it finds there. So
+// the runs take turns, and what lies there is brought into safety first. Where nothing can be
+// locked, there are no turns.
 void Download::convertMember(GroupWork& work, std::size_t member, ItemEvent& event)
 {
     if (const auto lost = lostPlace(work)) {
@@ -90,17 +92,55 @@ void Download::convertMember(GroupWork& work, std::size_t member, ItemEvent& eve
         noteNoDNG(event, *lost);
         return;
     }
-    if (finishConversion(work, work.members[member]))
+    std::error_code noTurns;
+    const auto turn = Pt::FolderLock::waitAlone(work.folder->ownPath, noTurns);
+    MemberWork& file = work.members[member];
+    if (finishConversion(work, file))
         return;
+    if (turn)
+        bringBack(work, file);
+    if (work.folder->work.hasSetAside(file.finalName)) {
+        noteNoDNG(event,
+            text("$$$/Mfx/Download/AsideTaken=it stays as it is: another conversion has left a "
+                 "file of its name in %1",
+                {Pt::displayName(work.folder->path + '/' + WorkFolder::kName)}));
+        return;
+    }
+    convertAlone(work, member, event);
+    if (turn)
+        bringBack(work, file);
+}
+
+void Download::convertAlone(GroupWork& work, std::size_t member, ItemEvent& event)
+{
     const PhaseScope phase(m_progress, ProgressPhase::kConvert);
-    const MemberWork& file = work.members[member];
-    const std::string dng = nextDNGPath(work.folder->ownPath + '/' + file.finalName);
+    MemberWork& file = work.members[member];
+    const std::string raw = work.folder->ownPath + '/' + file.finalName;
+    std::error_code unknown;
+    file.converted = Pt::fileStatus(raw, unknown);
+    const std::string dng = nextDNGPath(raw);
     std::string error;
     if (m_sink.convert(sinkItem(work, member, work.folder->path), error))
         noteDNG(file, dng, event);
     else
         noteNoDNG(event, reasonForNoDNG(file, *work.folder, error));
     work.folder->work.forgetUnconverted(file.finalName);
+}
+
+// What conversions left aside: those of runs that were killed, and those that failed when another
+// file had taken the name of the raw file meanwhile. Ours has another name from then on.
+void Download::bringBack(const GroupWork& work, MemberWork& file)
+{
+    std::error_code error; // what could not go back stays where it is, and is not removed
+    for (const std::string& name : work.folder->work.putBackSetAside(error)) {
+        if (!file.converted || !isCopyStill(file, work.folder->ownPath + '/' + name)) {
+            tellPutBack(work.folder->path + '/' + name);
+            continue;
+        }
+        file.finalName = name;
+        work.folder->stems.take(name);
+        work.folder->work.forgetUnconverted(name);
+    }
 }
 
 // The run that was to convert the file was killed when its DNG, verified, had just got its name:
@@ -118,22 +158,29 @@ bool Download::finishConversion(const GroupWork& work, MemberWork& member)
     return true;
 }
 
-// The sink says that it made a verified DNG. `dng` is the name that was free before the call. If
-// the raw file is still there, it was none to convert, and what has the name now is not believed to
-// be its DNG: the raw file is what was proven.
-void Download::noteDNG(const MemberWork& member, const std::string& dng, ItemEvent& event)
+// The sink says that it made a verified DNG. `expected` is the path that was free before the call.
+// If the raw file is still there, it was none to convert, and what has the name now is not believed
+// to be its DNG: the raw file is what was proven. What the DNG was made of is believed only where
+// it is what the card has: others may write into a file that is set aside.
+void Download::noteDNG(const MemberWork& member, const std::string& expected, ItemEvent& event)
 {
     std::error_code error;
-    SavedItem& state = m_account.items[member.item];
-    const std::string raw = dng.substr(0, dng.rfind('/') + 1) + member.finalName;
-    if (Pt::fileStatus(raw, error))
+    const std::string raw = expected.substr(0, expected.rfind('/') + 1) + member.finalName;
+    if (isCopyStill(member, raw))
         return;
-    takeOverTime(member.source, dng);
-    const auto status = Pt::fileStatus(dng, error);
+    const auto dng = member.digest ? findMadeDNG(raw, expected, *member.digest) : expected;
+    if (!dng) {
+        noteNoDNG(event,
+            text("$$$/Mfx/Download/DNGOfOtherBytes=its copy was changed before it was converted: "
+                 "the DNG holds other bytes than the card's file"));
+        return;
+    }
+    takeOverTime(member.source, *dng);
+    const auto status = Pt::fileStatus(*dng, error);
     if (!status)
         return;
-    event.dng = Pt::displayName(m_places.nameOf(dng));
-    state.kept.dng = KeptCopy{dng, *status};
+    event.dng = Pt::displayName(m_places.nameOf(*dng));
+    m_account.items[member.item].kept.dng = KeptCopy{*dng, *status};
     ++m_account.summary.converted;
 }
 

@@ -224,7 +224,8 @@ void Download::keepSaved(const GroupWork& work, const MemberWork& member, ItemEv
     KeptItem& kept = m_account.items[member.item].kept;
     const std::string path = work.folder->ownPath + '/' + member.finalName;
     std::error_code error;
-    const auto saved = Pt::fileStatus(path, error);
+    const auto saved =
+        isCopyStill(member, path) ? Pt::fileStatus(path, error) : std::optional<Pt::FileStatus>();
     const bool ownFiles = work.folder->keepsOwnFiles && m_card.keepsOwnFiles;
     if (saved && member.alreadyPresent()
         && !isToldApart(*saved, m_card.items[member.item].status, ownFiles))
@@ -236,8 +237,17 @@ void Download::keepSaved(const GroupWork& work, const MemberWork& member, ItemEv
     else if (kept.dng)
         kept.saved = kept.dng; // the raw file went when its DNG was verified
     else
-        event.error = text("$$$/Mfx/Download/SavedCopyGone=its copy is no longer at %1",
-            {Pt::displayName(work.folder->path + '/' + member.finalName)});
+        addError(event,
+            text("$$$/Mfx/Download/SavedCopyGone=its copy is no longer at %1",
+                {Pt::displayName(work.folder->path + '/' + member.finalName)}));
+}
+
+// Beside one that it has already.
+void Download::addError(ItemEvent& event, const std::string& reason)
+{
+    event.error = event.error
+        ? text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason})
+        : reason;
 }
 
 void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& events)

@@ -27,6 +27,20 @@ std::string folderUnreadable(const FinalFolder& folder, const std::error_code& e
 
 } // namespace
 
+bool isCopyStill(const MemberWork& member, const std::string& path)
+{
+    std::error_code error;
+    const auto now = Pt::fileStatus(path, error);
+    if (!now || !member.converted)
+        return now.has_value();
+    const Pt::FileStatus& then = *member.converted;
+    if (now->device == then.device && now->inode == then.inode && now->size == then.size
+        && now->modified == then.modified)
+        return true;
+    return now->kind == Pt::FileStatus::Kind::kRegular && member.digest
+        && now->size == member.digest->size && Pt::digestOfFile(path, error) == *member.digest;
+}
+
 // The reason is that of the culprit; the others are told whose fault it is and how to get them all
 // the same, for their own copies may well be sound.
 void failGroup(GroupWork& work, std::size_t member, const std::string& reason)

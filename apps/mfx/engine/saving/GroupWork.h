@@ -8,6 +8,7 @@
 #include "mfx/engine/saving/FinalFolders.h"
 #include "platform/common/files/ContentDigest.h"
 #include "platform/common/files/FileCopy.h"
+#include "platform/common/files/FileStatus.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -46,6 +47,9 @@ struct MemberWork {
     std::string finalName; // in the final folder
     bool wantsDNG = false; // in the place of its raw file
     bool awaitsConversion = false; // to DNG, once it is in place
+    // Of the file under its final name when its conversion began. Who finds another there later has
+    // found somebody else's: while a raw file is set aside, its name is free.
+    std::optional<Pt::FileStatus> converted;
     // Own path of the DNG that stands for it: an earlier run has put it in the raw file's place.
     // Then it is kAlreadyPresent, and nothing has its final name.
     std::string dng;
@@ -67,6 +71,10 @@ struct GroupWork {
     bool failed = false; // nothing of the group is saved: all members or none
     bool alreadyPresent = false; // all members are, and their names are decided
 };
+
+// Whether the saved copy of a member is at a path: anything where it was not to be converted; else
+// the file that was to be, as it was then or with the bytes that were copied.
+bool isCopyStill(const MemberWork& member, const std::string& path);
 
 // Gives the whole group up because of one member, or of none (an index past the end).
 void failGroup(GroupWork& work, std::size_t member, const std::string& reason);

@@ -165,6 +165,19 @@ std::vector<std::string> WorkFolder::clear(
     return restored;
 }
 
+std::vector<std::string> WorkFolder::putBackSetAside(std::error_code& error) const
+{
+    error.clear();
+    std::vector<fs::path> files = entriesOf(m_path);
+    std::erase_if(files, [](const fs::path& entry) { return !isFile(entry); });
+    return files.empty() ? std::vector<std::string>() : clear(files, error);
+}
+
+bool WorkFolder::hasSetAside(const std::string& name) const
+{
+    return isFile(m_path + "/" + name);
+}
+
 // A file that a conversion set aside goes back under its name, or under a numbered form of it,
 // which is returned. The mark is made first: between the two steps, the process may be killed.
 std::string WorkFolder::putBack(const fs::path& from, std::error_code& error) const

@@ -43,6 +43,14 @@ public:
     std::vector<std::string> recover(
         std::error_code& error, CutOffConversions conversions = CutOffConversions::kGivenUp);
 
+    // Puts back what conversions have left here that were cut off, or that found the name taken
+    // when they had failed; under which names. While this process works in the folder, and nobody
+    // converts in it: with the lock on the final folder alone.
+    std::vector<std::string> putBackSetAside(std::error_code& error) const;
+
+    // Whether a conversion of this file has left something here that the next one would remove.
+    bool hasSetAside(const std::string& name) const;
+
     // Remembers a raw file that is about to be placed and then converted, beyond the end of this
     // process. While it works in the folder.
     void awaitConversion(const std::string& name) const { m_marks.add(name); }

@@ -5,6 +5,9 @@
 //   CONVERSION_WRITES=0      it writes no DNG, whatever it returns
 //   CONVERSION_RECORDS=1     the DNG is a small one that bears our record of its original
 //   CONVERSION_LOG=path      receives a line for each conversion: its arguments
+//   CONVERSION_RUNS=command  a line for the shell that runs before the raw file is read; its path
+//   is in
+//                            CONVERSION_SOURCE
 //   CONVERSION_CRASH=1       the process is killed in the middle, with half a DNG written
 //   CONVERSION_INTERRUPTS=1  the process gets an interrupt in the middle
 //   CONVERSION_TELLS=n       what it says that the last conversion came to; where unset, what that
@@ -20,6 +23,8 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+
+#include <stdlib.h>
 
 #define LIBRARY_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -60,6 +65,9 @@ int ZQPlugin_ConvertToDNG(
 {
     std::ofstream(setting("CONVERSION_LOG", "/dev/null"), std::ios::app)
         << source << ' ' << destination << ' ' << preview << compressed << linear << embed << '\n';
+    ::setenv("CONVERSION_SOURCE", source, 1);
+    if (std::system(setting("CONVERSION_RUNS", "true").c_str()) != 0)
+        return gLastResult = 1;
     std::ifstream raw(source, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(raw), {}};
     if (setting("CONVERSION_WRITES", "1") == "1")

@@ -47,6 +47,43 @@ TEST_F(DngFileTest, FindsNoRecordWhereThereIsNone)
     EXPECT_EQ(recordIn(other.file()), std::nullopt);
 }
 
+// Another program has copied the beginning only.
+TEST_F(DngFileTest, FindsNoRecordWhereAPictureIsNotWhole)
+{
+    const auto record = test::recordOf("a.CRW", "bytes");
+    const std::size_t size = MadeDng{.record = record}.bytes().size();
+    EXPECT_EQ(recordIn(MadeDng{.record = record, .pictureOffset = size - 8}.bytes()), record);
+    EXPECT_EQ(recordIn(MadeDng{.record = record, .pictureOffset = size - 7}.bytes()), std::nullopt);
+    test::TiffMaker none;
+    none.bytes(dng::kTagDngVersion, std::string("\1\4\0\0", 4));
+    none.bytes(dng::kTagPrivateData, dng::formatOriginalRecord(record));
+    EXPECT_EQ(recordIn(none.file()), std::nullopt) << "without any picture";
+}
+
+// The picture may lie in a directory below the first one, in tiles.
+TEST_F(DngFileTest, FindsNoRecordWhereATileBelowIsNotWhole)
+{
+    const auto record = test::recordOf("a.CRW", "bytes");
+    const auto withTiles = [&record](std::size_t last) {
+        test::TiffMaker first;
+        first.bytes(dng::kTagDngVersion, std::string("\1\4\0\0", 4));
+        first.bytes(dng::kTagPrivateData, dng::formatOriginalRecord(record));
+        first.longs(dng::kTagSubDirectories, {0});
+        const std::size_t end = first.file().size();
+        test::TiffMaker again;
+        again.bytes(dng::kTagDngVersion, std::string("\1\4\0\0", 4));
+        again.bytes(dng::kTagPrivateData, dng::formatOriginalRecord(record));
+        again.longs(dng::kTagSubDirectories, {end});
+        test::TiffMaker below;
+        below.longs(dng::kTagTileOffsets, {0, last});
+        below.longs(dng::kTagTileByteCounts, {8, 8});
+        return again.file() + below.directory(end);
+    };
+    const std::size_t size = withTiles(0).size();
+    EXPECT_EQ(recordIn(withTiles(size - 8)), record);
+    EXPECT_EQ(recordIn(withTiles(size - 7)), std::nullopt);
+}
+
 TEST_F(DngFileTest, FindsNoRecordInATiffFileThatIsNoDng)
 {
     test::TiffMaker tiff;

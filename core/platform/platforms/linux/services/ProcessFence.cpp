@@ -2,6 +2,7 @@
 
 #include "platform/common/services/SystemError.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -48,10 +49,13 @@ int openFacts()
     return ::open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
 }
 
-// Both limits, so that it cannot be raised again.
+// Both limits, so that it cannot be raised again. One that is lower already stays.
 std::error_code limit(__rlimit_resource_t what, rlim_t most)
 {
-    const rlimit both = {most, most};
+    rlimit both = {};
+    if (::getrlimit(what, &both) == 0)
+        most = std::min(most, both.rlim_max);
+    both = {most, most};
     return ::setrlimit(what, &both) == 0 ? std::error_code() : lastSystemError();
 }
 

@@ -87,5 +87,26 @@ TEST_F(DNGOfTest, TakesNothingElseForOne)
     EXPECT_EQ(find("far"), std::nullopt) << "behind the first free name";
 }
 
+TEST_F(DNGOfTest, TakesOnlyWhatWasMadeOfTheSameBytesForTheNewOne)
+{
+    const std::string raw = folder.path("A.CR2");
+    const auto made = [&](const std::string& expected) {
+        Pt::ContentDigester digester;
+        digester.add("raw", 3);
+        return findMadeDNG(raw, folder.path(expected), digester.finish());
+    };
+    folder.add("A.dng", test::recordedDng("A.CR2", "raw"));
+    EXPECT_EQ(made("A.dng"), folder.path("A.dng"));
+    folder.add("A_1.dng", test::recordedDng("A.CR2", "another"));
+    std::filesystem::remove(folder.path("A.dng"));
+    folder.add("A.dng", test::recordedDng("A.CR2", "far"));
+    EXPECT_EQ(made("A.dng"), std::nullopt) << "of other bytes";
+    folder.add("A_2.dng", test::recordedDng("A.CR2", "raw"));
+    EXPECT_EQ(made("A.dng"), folder.path("A_2.dng")) << "somebody took the name";
+    std::filesystem::remove(folder.path("A_2.dng"));
+    folder.add("A.dng", "of a library that writes no record");
+    EXPECT_EQ(made("A.dng"), folder.path("A.dng"));
+}
+
 } // namespace
 } // namespace mfx

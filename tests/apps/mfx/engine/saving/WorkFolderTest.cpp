@@ -358,6 +358,36 @@ TEST_F(WorkFolderTest, KeepsWhatItCannotPutBackAndSaysSo)
     EXPECT_EQ(bytesOf(below("IMG_1.CR2")), "raw");
 }
 
+// While others work in the folder as well.
+TEST_F(WorkFolderTest, PutsBackWhatConversionsHaveSetAside)
+{
+    const AnotherProcess another(folder.path());
+    folder.add("A.CR2", "of somebody");
+    leave("A.CR2", "only copy");
+    leave("A.dng", "half");
+    leave("B.NEF", "another");
+    leave(".unfinished-4194999-1", "half");
+    WorkFolder work(folder.path());
+    EXPECT_TRUE(work.hasSetAside("A.CR2"));
+    EXPECT_FALSE(work.hasSetAside("C.CR2"));
+    EXPECT_THAT(work.putBackSetAside(error), UnorderedElementsAre("A-1.CR2", "B.NEF"));
+    EXPECT_FALSE(error);
+    EXPECT_EQ(bytesOf(folder.path("A.CR2")), "of somebody");
+    EXPECT_EQ(bytesOf(folder.path("A-1.CR2")), "only copy");
+    EXPECT_EQ(bytesOf(folder.path("B.NEF")), "another");
+    EXPECT_FALSE(work.hasSetAside("A.CR2"));
+    EXPECT_THAT(work.putBackSetAside(error), IsEmpty());
+}
+
+TEST_F(WorkFolderTest, CountsNothingButFilesAsSetAside)
+{
+    folder.addFolder(std::string(WorkFolder::kName) + "/A.CR2");
+    const WorkFolder work(folder.path());
+    EXPECT_FALSE(work.hasSetAside("A.CR2"));
+    std::error_code none;
+    EXPECT_THAT(work.putBackSetAside(none), IsEmpty());
+}
+
 TEST_F(WorkFolderTest, TellsWhyAFolderTakesNoGroup)
 {
     ::chmod(folder.path().c_str(), 0555);

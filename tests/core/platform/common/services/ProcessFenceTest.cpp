@@ -53,6 +53,16 @@ TEST_F(ProcessFenceTest, BoundsWhatAProcessTakes)
     EXPECT_EQ(std::filesystem::file_size(file), 0U);
 }
 
+// As users set them for all that they start.
+TEST_F(ProcessFenceTest, KeepsBoundsThatAreLowerAlready)
+{
+    PeerProcess process({"/bin/sh", "-c", "ulimit -n 9 -f 1; exec " FENCE_PROBE " bounds " + file});
+    const std::string facts = process.rest();
+    EXPECT_EQ(process.finish(), 0);
+    EXPECT_NE(facts.find("bounded=0\n"), std::string::npos) << facts;
+    EXPECT_NE(facts.find("descriptors=9\n"), std::string::npos) << facts;
+}
+
 TEST_F(ProcessFenceTest, EndsWhatComputesForTooLong)
 {
     PeerProcess process({FENCE_PROBE, "spin"});

@@ -50,11 +50,15 @@ struct MadeDng {
     std::optional<std::string> name = {}; // as any DNG may have it
     std::optional<std::string> value = {}; // the raw file inside
     bool isBigEndian = false;
+    std::size_t pictureOffset = 0;
 
     std::string bytes() const
     {
         TiffMaker tiff(isBigEndian);
         tiff.longs(256, {1});
+        tiff.longs(
+            dng::kTagStripOffsets, {pictureOffset}); // the file's first bytes, as good as any
+        tiff.longs(dng::kTagStripByteCounts, {8});
         tiff.bytes(dng::kTagDngVersion, std::string("\1\4\0\0", 4));
         if (record)
             tiff.bytes(dng::kTagPrivateData, dng::formatOriginalRecord(*record));
