@@ -12,4 +12,10 @@ TEST_F(ConversionHunt, LosesNothingInAHundredRounds)
     hunt(seed ? std::strtoull(seed, nullptr, 10) : 7, 100);
 }
 
+TEST_F(ConversionHunt, LosesNothingOfTwoCardsAtOnceInTwoHundredRounds)
+{
+    const char* const seed = std::getenv("HUNT_SEED");
+    huntWithPairs(seed ? std::strtoull(seed, nullptr, 10) : 7, 200);
+}
+
 } // namespace e2e
