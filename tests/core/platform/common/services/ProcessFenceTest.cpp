@@ -56,7 +56,8 @@ TEST_F(ProcessFenceTest, BoundsWhatAProcessTakes)
 // As users set them for all that they start.
 TEST_F(ProcessFenceTest, KeepsBoundsThatAreLowerAlready)
 {
-    PeerProcess process({"/bin/sh", "-c", "ulimit -n 9 -f 1; exec " FENCE_PROBE " bounds " + file});
+    PeerProcess process(
+        {"/bin/sh", "-c", "ulimit -n 9; ulimit -f 1; exec " FENCE_PROBE " bounds " + file});
     const std::string facts = process.rest();
     EXPECT_EQ(process.finish(), 0);
     EXPECT_NE(facts.find("bounded=0\n"), std::string::npos) << facts;
@@ -106,7 +107,8 @@ protected:
 TEST_F(ProcessFilterTest, LetsNoMemoryBecomeCode)
 {
     EXPECT_THAT(probe("code"),
-        UnorderedElementsAre(Pair("executable", EPERM),
+        UnorderedElementsAre(Pair("filter", 0),
+            Pair("executable", EPERM),
             Pair("made executable", EPERM),
             Pair("memory", 0),
             Pair("protected", 0),
