@@ -9,6 +9,7 @@
 #include "platform/common/services/UserFolders.h"
 #include "tevoro/BusLink.h"
 #include "tevoro/HeadlessBrowser.h"
+#include "tevoro/ProgramEnd.h"
 #include "tevoro/scripts/ScriptRunner.h"
 #include "tevoro/window/ToolkitWords.h"
 #include "tevoro/window/WindowBrowser.h"
@@ -150,9 +151,12 @@ ExitCode runWithWindow(int argc, char** argv, const CommandLine& line)
     QImageWriter::supportedImageFormats();
     pictures::stopWorkersAtExit();
     const ToolkitWords toolkitWords(mfx::speakLanguageOfUser());
+    ProgramEnd end([&bus] { bus.leave(); });
     WindowBrowser browser;
     showFirstFolder(browser, line, bus.wasLaunched());
-    return runOnBus(line, browser, bus);
+    const ExitCode code = runOnBus(line, browser, bus);
+    end.begin(code);
+    return code;
 }
 
 } // namespace

@@ -98,6 +98,13 @@ void BusLink::drive(ScriptHandler handler)
 
 BusLink::~BusLink()
 {
+    leave();
+}
+
+void BusLink::leave()
+{
+    if (!m_bus)
+        return;
     m_notifier.reset();
     // The instance first: the exit of the bus would delete it a second time.
     m_bus.reset();

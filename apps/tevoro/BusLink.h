@@ -31,6 +31,9 @@ public:
     BusLink(const BusLink&) = delete;
     BusLink& operator=(const BusLink&) = delete;
 
+    // Gives up the name; nothing comes any more. The destructor does it, too.
+    void leave();
+
     // From now on scripts go to that handler, from the event loop of this thread.
     void drive(ScriptHandler handler);
 
