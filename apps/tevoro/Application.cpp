@@ -4,7 +4,6 @@
 #include "commandline/Output.h"
 #include "mfx/texts/Language.h"
 #include "pictures/folder/PathText.h"
-#include "pictures/scheduling/Workers.h"
 #include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/services/UserFolders.h"
 #include "tevoro/BusLink.h"
@@ -17,8 +16,6 @@
 #include <QApplication>
 #include <QFile>
 #include <QIcon>
-#include <QImageReader>
-#include <QImageWriter>
 #include <QLoggingCategory>
 #include <QTimer>
 
@@ -146,10 +143,6 @@ ExitCode runWithWindow(int argc, char** argv, const CommandLine& line)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tevoro"));
     QGuiApplication::setDesktopFileName(QStringLiteral("org.tevoro.tevoro"));
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("org.tevoro.tevoro")));
-    // The toolkit's plug-ins are loaded now, so that they are still there when the threads end.
-    QImageReader::supportedImageFormats();
-    QImageWriter::supportedImageFormats();
-    pictures::stopWorkersAtExit();
     const ToolkitWords toolkitWords(mfx::speakLanguageOfUser());
     ProgramEnd end([&bus] { bus.leave(); });
     WindowBrowser browser;

@@ -56,6 +56,25 @@ TEST(ProgramEndTest, EndsWhereTheBusCannotBeLeft)
     EXPECT_EXIT(run(), ExitedWithCode(130), "");
 }
 
+TEST(ProgramEndTest, DestroysNothingAtAnExit)
+{
+    const auto run = [] {
+        const ProgramEnd end(leave);
+        makeWhatIsNotToBeDestroyed();
+        std::exit(3);
+    };
+    EXPECT_EXIT(run(), ExitedWithCode(1), "left the bus");
+}
+
+TEST(ProgramEndTest, EndsAtAnExitWhereTheBusCannotBeLeft)
+{
+    const auto run = [] {
+        const ProgramEnd end(waitForEver);
+        std::exit(3);
+    };
+    EXPECT_EXIT(run(), ExitedWithCode(1), "");
+}
+
 TEST(ProgramEndTest, LetsTheProgramEndInOrderOnceItIsOver)
 {
     const auto run = [] {
