@@ -55,9 +55,16 @@ void requireDisplay(bool isDecided, bool wasLaunched)
             ExitCode::kSystemPart, "there is no display; without one, use --headless");
 }
 
-void print(const QString& script, const ScriptOutcome& outcome, const ScriptTarget& browser)
+Json scriptText(std::string_view script)
 {
-    Json line{{"script", script.toStdString()},
+    if (ScriptRunner::isTooLong(script))
+        return {};
+    return QString::fromUtf8(script.data(), static_cast<qsizetype>(script.size())).toStdString();
+}
+
+void print(std::string_view script, const ScriptOutcome& outcome, const ScriptTarget& browser)
+{
+    Json line{{"script", scriptText(script)},
         {"result", outcome.ok ? Json(outcome.text.toStdString()) : Json()},
         {"folder", Json()},
         {"status", Json()}};
@@ -87,8 +94,8 @@ void watchForEnd(ExitCode& code, QTimer& timer)
 
 BusLink::ScriptHandler scriptHandler(ScriptRunner& runner, ScriptTarget& browser, bool prints)
 {
-    return [&runner, &browser, prints](const QString& script) {
-        const ScriptOutcome outcome = runner.run(script, browser);
+    return [&runner, &browser, prints](std::string_view script) {
+        const ScriptOutcome outcome = runner.runUtf8(script, browser);
         if (prints)
             print(script, outcome, browser);
         return BusLink::Answer{outcome.ok, outcome.text};

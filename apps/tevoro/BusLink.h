@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace tevoro {
 
@@ -22,7 +23,7 @@ public:
         bool ok = false;
         QString text; // the result, or what went wrong
     };
-    using ScriptHandler = std::function<Answer(const QString& script)>;
+    using ScriptHandler = std::function<Answer(std::string_view script)>; // as it was sent
 
     // Waits for the parameters of a launch, if any were announced. Throws a CommandError when the
     // bus cannot be used.
