@@ -4,11 +4,11 @@
 #include "commandline/Output.h"
 #include "mfx/texts/Language.h"
 #include "pictures/folder/PathText.h"
-#include "pictures/scheduling/Workers.h"
 #include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/services/UserFolders.h"
 #include "tevoro/BusLink.h"
 #include "tevoro/HeadlessBrowser.h"
+#include "tevoro/ProgramEnd.h"
 #include "tevoro/scripts/ScriptRunner.h"
 #include "tevoro/window/ToolkitWords.h"
 #include "tevoro/window/WindowBrowser.h"
@@ -16,8 +16,6 @@
 #include <QApplication>
 #include <QFile>
 #include <QIcon>
-#include <QImageReader>
-#include <QImageWriter>
 #include <QLoggingCategory>
 #include <QTimer>
 
@@ -57,9 +55,16 @@ void requireDisplay(bool isDecided, bool wasLaunched)
             ExitCode::kSystemPart, "there is no display; without one, use --headless");
 }
 
-void print(const QString& script, const ScriptOutcome& outcome, const ScriptTarget& browser)
+Json scriptText(std::string_view script)
 {
-    Json line{{"script", script.toStdString()},
+    if (ScriptRunner::isTooLong(script))
+        return {};
+    return QString::fromUtf8(script.data(), static_cast<qsizetype>(script.size())).toStdString();
+}
+
+void print(std::string_view script, const ScriptOutcome& outcome, const ScriptTarget& browser)
+{
+    Json line{{"script", scriptText(script)},
         {"result", outcome.ok ? Json(outcome.text.toStdString()) : Json()},
         {"folder", Json()},
         {"status", Json()}};
@@ -89,8 +94,8 @@ void watchForEnd(ExitCode& code, QTimer& timer)
 
 BusLink::ScriptHandler scriptHandler(ScriptRunner& runner, ScriptTarget& browser, bool prints)
 {
-    return [&runner, &browser, prints](const QString& script) {
-        const ScriptOutcome outcome = runner.run(script, browser);
+    return [&runner, &browser, prints](std::string_view script) {
+        const ScriptOutcome outcome = runner.runUtf8(script, browser);
         if (prints)
             print(script, outcome, browser);
         return BusLink::Answer{outcome.ok, outcome.text};
@@ -145,14 +150,13 @@ ExitCode runWithWindow(int argc, char** argv, const CommandLine& line)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tevoro"));
     QGuiApplication::setDesktopFileName(QStringLiteral("org.tevoro.tevoro"));
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("org.tevoro.tevoro")));
-    // The toolkit's plug-ins are loaded now, so that they are still there when the threads end.
-    QImageReader::supportedImageFormats();
-    QImageWriter::supportedImageFormats();
-    pictures::stopWorkersAtExit();
     const ToolkitWords toolkitWords(mfx::speakLanguageOfUser());
+    ProgramEnd end([&bus] { bus.leave(); });
     WindowBrowser browser;
     showFirstFolder(browser, line, bus.wasLaunched());
-    return runOnBus(line, browser, bus);
+    const ExitCode code = runOnBus(line, browser, bus);
+    end.begin(code);
+    return code;
 }
 
 } // namespace

@@ -31,9 +31,7 @@ public:
     {
         if (reason != kRequest)
             return 1; // no script: whoever asked gets this number back as an error
-        const std::string_view body = message.body.view();
-        const BusLink::Answer answer =
-            m_handler(QString::fromUtf8(body.data(), static_cast<qsizetype>(body.size())));
+        const BusLink::Answer answer = m_handler(message.body.view());
         if (result != nullptr)
             *result = SoString(answer.text.toUtf8().constData());
         return answer.ok ? 0 : kScriptFailed;
@@ -98,6 +96,13 @@ void BusLink::drive(ScriptHandler handler)
 
 BusLink::~BusLink()
 {
+    leave();
+}
+
+void BusLink::leave()
+{
+    if (!m_bus)
+        return;
     m_notifier.reset();
     // The instance first: the exit of the bus would delete it a second time.
     m_bus.reset();

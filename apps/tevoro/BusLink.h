@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace tevoro {
 
@@ -22,7 +23,7 @@ public:
         bool ok = false;
         QString text; // the result, or what went wrong
     };
-    using ScriptHandler = std::function<Answer(const QString& script)>;
+    using ScriptHandler = std::function<Answer(std::string_view script)>; // as it was sent
 
     // Waits for the parameters of a launch, if any were announced. Throws a CommandError when the
     // bus cannot be used.
@@ -30,6 +31,9 @@ public:
     ~BusLink();
     BusLink(const BusLink&) = delete;
     BusLink& operator=(const BusLink&) = delete;
+
+    // Gives up the name; nothing comes any more. The destructor does it, too.
+    void leave();
 
     // From now on scripts go to that handler, from the event loop of this thread.
     void drive(ScriptHandler handler);

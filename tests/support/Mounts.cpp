@@ -300,6 +300,7 @@ OddMount::OddMount(const std::string& mode,
 // is killed, not asked to end: it would unmount what is mounted at the same place by now.
 OddMount::~OddMount()
 {
+    goOn();
     if (unmount() && m_program->waitForEnd(kLongEnough) && m_program->code() > 0)
         std::cerr << m_program->output();
 }

@@ -9,6 +9,7 @@
 
 #include "support/ChildProgram.h"
 
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -108,6 +109,11 @@ public:
 
     // The program behind it is killed: all calls fail with ENOTCONN. It stays mounted.
     void die();
+
+    // The program behind it stands still, or goes on: calls wait meanwhile, like those to a server
+    // that does not answer.
+    void standStill() { m_program->signal(SIGSTOP); }
+    void goOn() { m_program->signal(SIGCONT); }
 
 private:
     std::unique_ptr<ChildProgram> m_program;

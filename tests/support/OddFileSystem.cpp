@@ -13,8 +13,8 @@
 //   cached      what was seen once, or missed once, is believed for half a minute
 //
 // In each mode: norename2=yes, no renames with flags; nolink=yes, no hard links; times=zero, no
-// time of change; removed=hidden, open files that are removed stay under a hidden name (else they
-// are gone, and only fstat misses them).
+// time of change; stuck=FILE, files are read only once FILE is gone; removed=hidden, open files
+// that are removed stay under a hidden name (else they are gone, and only fstat misses them).
 #include "support/OddState.h"
 
 #include <cstdio>

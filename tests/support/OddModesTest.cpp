@@ -1,6 +1,8 @@
 #include "support/OddMountFixture.h"
 
+#include <chrono>
 #include <fstream>
+#include <future>
 
 #include <dirent.h>
 #include <gmock/gmock.h>
@@ -35,6 +37,30 @@ TEST_F(OddModesTest, AMirrorHasItsOwnNumbersAndKeepsThem)
     EXPECT_NE(here.st_ino, there.st_ino);
     EXPECT_EQ(here.st_ino, told(in("file")).st_ino);
     EXPECT_EQ(here.st_ino, listedNumber(at(), "file"));
+}
+
+TEST_F(OddModesTest, FilesAreReadOnceTheirDiskIsNoLongerStuck)
+{
+    using namespace std::chrono_literals;
+    m_folder.write("a/file", "content");
+    const auto mirror = mount("mirror", {"stuck=" + m_folder.write("stuck", "")});
+    auto content = std::async(std::launch::async, [this] { return test::read(in("file")); });
+    EXPECT_EQ(content.wait_for(200ms), std::future_status::timeout);
+    EXPECT_TRUE(fs::exists(in("file"))); // all else goes on
+    fs::remove(m_folder.path("stuck"));
+    EXPECT_EQ(content.get(), "content");
+}
+
+TEST_F(OddModesTest, CallsWaitWhileTheDiskStandsStill)
+{
+    using namespace std::chrono_literals;
+    m_folder.write("a/file", "");
+    const auto mirror = mount("mirror");
+    mirror->standStill();
+    auto isThere = std::async(std::launch::async, [this] { return fs::exists(in("file")); });
+    EXPECT_EQ(isThere.wait_for(200ms), std::future_status::timeout);
+    mirror->goOn();
+    EXPECT_TRUE(isThere.get());
 }
 
 TEST_F(OddModesTest, AMirrorSeesAtOnceWhatHappensBehindIt)

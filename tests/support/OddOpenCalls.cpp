@@ -51,6 +51,7 @@ int createFile(const char* path, mode_t mode, fuse_file_info* file)
 int readFile(const char*, char* out, std::size_t size, off_t offset, fuse_file_info* file)
 {
     return answer([&](FileSystem& system) {
+        system.waitWhileStuck();
         const ssize_t count = ::pread(descriptor(file), out, size, offset);
         if (count < 0)
             return -errno;

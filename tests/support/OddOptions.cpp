@@ -77,6 +77,7 @@ void apply(Settings& settings, Options& options)
     options.refusesLinks = settings.takesSecond("nolink", "no", "yes");
     options.hidesRemoved = settings.takesSecond("removed", "gone", "hidden");
     options.forgetsChangeTime = settings.takesSecond("times", "real", "zero");
+    options.stuck = settings.take("stuck").value_or("");
     options.trigger = settings.take("trigger").value_or("");
     options.writesLeft = settings.takeNumber("after");
     options.readsLeft = settings.takeNumber("reads");

@@ -22,6 +22,7 @@ struct Options {
     bool hidesRemoved = false;
     bool forgetsChangeTime = false;
 
+    std::string stuck; // reads wait while it is there; none where it is empty
     std::string trigger; // none where it is empty
     std::optional<std::uint64_t> writesLeft; // bytes; without limit where there is none
     std::optional<std::uint64_t> readsLeft;

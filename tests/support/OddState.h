@@ -77,6 +77,13 @@ public:
         return options.mode == "letters" && isRefusedName(path.substr(path.rfind('/') + 1));
     }
 
+    void waitWhileStuck() const
+    {
+        constexpr useconds_t kPause = 10'000;
+        while (!options.stuck.empty() && ::access(options.stuck.c_str(), F_OK) == 0)
+            ::usleep(kPause);
+    }
+
     const Options options;
     const Branches branches;
     Death death;

@@ -2,6 +2,7 @@
 
 #include "pictures/folder/PathText.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -13,6 +14,7 @@ namespace {
 
 constexpr auto kAfterChange = 100ms;
 constexpr auto kAfterProblem = 2s;
+constexpr std::size_t kMostLeftThreads = 8;
 
 } // namespace
 
@@ -20,17 +22,15 @@ constexpr auto kAfterProblem = 2s;
 struct FolderReader::Task {
     QString folder;
     bool namesFirst = false;
+    bool isWatched = false; // by the owner, from before
     std::atomic<bool> cancelled = false;
+    Pt::FolderWatch watch; // the thread's, until it hands over the first contents
 };
 
 FolderReader::FolderReader(QObject* parent)
     : QObject(parent)
-    , m_worker(new QObject)
 {
-    m_worker->moveToThread(&m_thread);
-    connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
-    m_thread.setObjectName(QStringLiteral("folder"));
-    m_thread.start();
+    startThread();
     m_again.setSingleShot(true);
     connect(&m_again, &QTimer::timeout, this, &FolderReader::refresh);
 }
@@ -39,8 +39,31 @@ FolderReader::~FolderReader()
 {
     if (m_task)
         m_task->cancelled = true;
-    m_thread.quit();
-    m_thread.wait();
+    m_thread->quit();
+    m_leftThreads.push_back(std::move(m_thread));
+    for (const auto& thread : m_leftThreads)
+        thread->wait();
+}
+
+void FolderReader::startThread()
+{
+    m_thread = std::make_unique<QThread>();
+    m_worker = new QObject;
+    m_worker->moveToThread(m_thread.get());
+    connect(m_thread.get(), &QThread::finished, m_worker, &QObject::deleteLater);
+    m_thread->setObjectName(QStringLiteral("folder"));
+    m_thread->start();
+}
+
+// The disk may hold it up for ever.
+void FolderReader::leaveThread()
+{
+    std::erase_if(m_leftThreads, [](const auto& thread) { return thread->isFinished(); });
+    if (m_leftThreads.size() == kMostLeftThreads)
+        return;
+    m_thread->quit();
+    m_leftThreads.push_back(std::move(m_thread));
+    startThread();
 }
 
 void FolderReader::follow(const QString& folder)
@@ -53,7 +76,8 @@ void FolderReader::follow(const QString& folder)
     if (m_task)
         m_task->cancelled = true;
     m_task.reset();
-    m_reading = false;
+    if (std::exchange(m_reading, false))
+        leaveThread();
     if (!m_folder.isEmpty())
         read();
 }
@@ -66,15 +90,14 @@ void FolderReader::refresh()
         read();
 }
 
-// Before the folder is read: what changes meanwhile is noticed then.
-void FolderReader::watchFolder()
+// It was made before the folder was read: what has changed since is noticed now.
+void FolderReader::takeWatch(Task& task)
 {
-    if (m_watch.isWatching())
+    if (!task.watch.isWatching())
         return;
     m_notifier.reset();
-    m_watch = Pt::FolderWatch(pathBytes(m_folder));
-    if (!m_watch.isWatching())
-        return;
+    m_watch = std::move(task.watch);
+    task.watch = {};
     m_notifier =
         std::make_unique<QSocketNotifier>(m_watch.descriptor(), QSocketNotifier::Read, nullptr);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &FolderReader::noteChange);
@@ -97,11 +120,13 @@ void FolderReader::read()
     m_again.stop();
     m_reading = true;
     m_changedMeanwhile = false;
-    watchFolder();
     m_task = std::make_shared<Task>();
     m_task->folder = m_folder;
     m_task->namesFirst = m_isFirst;
+    m_task->isWatched = m_watch.isWatching();
     const auto run = [this, task = m_task] {
+        if (!task->isWatched)
+            task->watch = Pt::FolderWatch(pathBytes(task->folder));
         FolderContents contents = listFolder(task->folder, &task->cancelled);
         const auto hand = [this, &task](const FolderContents& read, bool isWhole) {
             QMetaObject::invokeMethod(
@@ -123,6 +148,7 @@ void FolderReader::take(
     if (task != m_task)
         return; // of a folder that nobody looks at any more
     m_isFirst = false;
+    takeWatch(*task);
     if (!isWhole) {
         Q_EMIT contentsRead(contents);
         return;

@@ -21,10 +21,6 @@ public:
     Workers(int count, Source source);
     // Waits for the jobs that run.
     ~Workers();
-
-    // Ends those of all objects, for good, and waits for the jobs that run. For an end of the
-    // process in which no destructor runs: see stopWorkersAtExit().
-    static void stopAll();
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
 
@@ -35,7 +31,6 @@ public:
 
 private:
     void run();
-    void stop();
 
     std::mutex m_lock;
     std::condition_variable m_changed;
@@ -43,11 +38,6 @@ private:
     Source m_source;
     std::vector<std::thread> m_threads;
 };
-
-// The toolkit calls exit() when the display goes away: then threads must not read pictures while
-// its own parts are destroyed. What is made after this call is destroyed before the threads have
-// ended.
-void stopWorkersAtExit();
 
 // One for each processor, and at least two: one may wait for the disk.
 int usualWorkerCount();

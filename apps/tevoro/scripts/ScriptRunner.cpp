@@ -18,6 +18,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr char kProgramName[] = "/tevoro-scripts";
+constexpr QLatin1String kTooLong("the script is too long");
 
 QString programBesideUs()
 {
@@ -36,6 +37,19 @@ ScriptRunner::ScriptRunner(const QString& program, ScriptLimits limits)
     , m_child(program.isEmpty() ? programBesideUs() : program)
 {
     m_child.start();
+}
+
+// As JSON it takes no byte less.
+bool ScriptRunner::isTooLong(std::string_view script)
+{
+    return script.size() > kLongestLine;
+}
+
+ScriptOutcome ScriptRunner::runUtf8(std::string_view script, ScriptTarget& target)
+{
+    if (isTooLong(script))
+        return failed(kTooLong);
+    return run(QString::fromUtf8(script.data(), static_cast<qsizetype>(script.size())), target);
 }
 
 ScriptOutcome ScriptRunner::run(const QString& script, ScriptTarget& target)
@@ -65,7 +79,7 @@ ScriptOutcome ScriptRunner::runWatched(const QString& script, ScriptTarget& targ
         {QStringLiteral("documents"), target.documentCount()},
         {QStringLiteral("milliseconds"), static_cast<qint64>(time.count())}};
     if (!m_child.send(order))
-        return failed(QStringLiteral("the script is too long"));
+        return failed(kTooLong);
     return serve(target, QDeadlineTimer(time + m_limits.grace));
 }
 

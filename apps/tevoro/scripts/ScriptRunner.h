@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <chrono>
+#include <string_view>
 
 namespace tevoro {
 
@@ -34,6 +35,9 @@ public:
     // Blocks, without the application's event loop, until the script is done or its time is over;
     // the target's own time comes on top. A script that is run by a call of the target is refused.
     ScriptOutcome run(const QString& script, ScriptTarget& target);
+    // The same for UTF-8. What is too long is refused before it is converted.
+    ScriptOutcome runUtf8(std::string_view script, ScriptTarget& target);
+    static bool isTooLong(std::string_view script);
 
     // Of the process with the engine; 0 when it does not run.
     qint64 processId() const { return m_child.processId(); }

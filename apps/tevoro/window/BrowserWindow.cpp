@@ -1,5 +1,6 @@
 #include "tevoro/window/BrowserWindow.h"
 
+#include "pictures/folder/FileLook.h"
 #include "pictures/folder/PathText.h"
 #include "pictures/view/GridView.h"
 #include "pictures/view/PictureView.h"
@@ -19,8 +20,7 @@
 #include <QStatusBar>
 #include <QToolBar>
 
-#include <filesystem>
-#include <system_error>
+#include <chrono>
 #include <vector>
 
 namespace tevoro {
@@ -36,6 +36,8 @@ constexpr int kUsualTile = 160;
 constexpr int kTileStep = 32;
 // The one that is looked at, and its neighbours.
 constexpr int kPictureReaders = 2;
+// So long the window waits for a disk to tell a picture from a folder.
+constexpr std::chrono::seconds kPatience{2};
 
 } // namespace
 
@@ -149,8 +151,9 @@ void BrowserWindow::makeStatusLine()
 void BrowserWindow::browseTo(const QString& path)
 {
     const QFileInfo target(path);
-    std::error_code unknown; // what is not there is a folder that cannot be read
-    const bool isFile = std::filesystem::is_regular_file(pictures::pathBytes(path), unknown);
+    // What is not there, or does not answer, is a folder that cannot be read.
+    const bool isFile =
+        pictures::isRegularFile(pictures::pathBytes(path), kPatience).value_or(false);
     const QString folder = isFile ? target.absolutePath() : target.absoluteFilePath();
     m_wanted = isFile ? target.absoluteFilePath() : QString();
     setStatus({});
@@ -265,8 +268,12 @@ void BrowserWindow::takeFolderLine()
 
 void BrowserWindow::chooseFolder()
 {
-    const QString chosen = QFileDialog::getExistingDirectory(
-        this, words("$$$/Tevoro/Folder/Choose=Choose a folder"), folder());
+    // The dialog looks at the folder that it begins with.
+    const bool answers =
+        pictures::isRegularFile(pictures::pathBytes(folder()), kPatience).has_value();
+    const QString chosen = QFileDialog::getExistingDirectory(this,
+        words("$$$/Tevoro/Folder/Choose=Choose a folder"),
+        answers ? folder() : QDir::homePath());
     if (!chosen.isEmpty())
         browseTo(chosen);
 }

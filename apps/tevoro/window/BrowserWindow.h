@@ -32,7 +32,8 @@ public:
     explicit BrowserWindow(QWidget* parent = nullptr);
     ~BrowserWindow() override;
 
-    // Absolute. A picture's path shows that picture in its folder.
+    // Absolute. A picture's path shows that picture in its folder. Waits two seconds at most for
+    // the disk to tell which it is; one that does not answer is taken for a folder.
     void browseTo(const QString& path);
     QString folder() const { return m_reader.folder(); }
 

@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <chrono>
+#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -31,6 +32,16 @@ public:
         image.fill(color);
         EXPECT_TRUE(image.save(path(name)));
         return path(name);
+    }
+    // Old enough for their thumbnails to be stored.
+    void addOldCopies(const std::string& of, int count)
+    {
+        namespace fs = std::filesystem;
+        for (int i = 0; i < count; ++i) {
+            const fs::path copy = m_folder.path("copy" + std::to_string(i) + ".png");
+            fs::copy_file(m_folder.path(of), copy);
+            fs::last_write_time(copy, fs::file_time_type::clock::now() - std::chrono::hours(i + 1));
+        }
     }
     QString addBytes(const std::string& name, const std::string& bytes)
     {

@@ -82,6 +82,18 @@ TEST_F(TevoroApplicationTest, TellsWhatItWouldShowWithoutAWindow)
     EXPECT_THAT(line["error"].get<std::string>(), HasSubstr("nothing"));
 }
 
+TEST_F(TevoroApplicationTest, DoesNotPrintAScriptThatIsTooLong)
+{
+    startTevoro({"--headless"});
+    const std::string script(17 << 20, ' ');
+    const CommandResult result = run({"send", "tevoro-2.0", "-", "--wait", "20"}, script);
+    EXPECT_THAT(result.err, HasSubstr("the script is too long"));
+    EXPECT_EQ(result.code, 1);
+    const Json line = Json::parse(tevoro->line());
+    EXPECT_EQ(line["script"], nullptr);
+    EXPECT_EQ(line["error"], "the script is too long");
+}
+
 TEST_F(TevoroApplicationTest, SaysThatThereIsNoDisplay)
 {
     environment.unset("QT_QPA_PLATFORM");

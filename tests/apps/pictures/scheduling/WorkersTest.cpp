@@ -81,25 +81,6 @@ TEST_F(WorkersTest, EndWithTheJobThatRuns)
     EXPECT_LT(done, 1000000);
 }
 
-TEST_F(WorkersTest, EndAllAtOnceWhenTheProcessEnds)
-{
-    std::atomic<bool> isRunning = false;
-    const auto source = [&]() -> Workers::Job {
-        return [&] {
-            isRunning = true;
-            ++m_done;
-        };
-    };
-    Workers one(1, source);
-    Workers other(2, source);
-    while (!isRunning)
-        std::this_thread::yield();
-    Workers::stopAll();
-    const int done = m_done;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(m_done, done);
-}
-
 } // namespace
 
 } // namespace pictures

@@ -4,6 +4,8 @@
 #include "apps/tevoro/scripts/ScriptFixture.h"
 #include "support/TestFolder.h"
 
+#include <sys/resource.h>
+
 namespace test {
 namespace {
 
@@ -14,6 +16,14 @@ class ScriptRunnerTest : public ScriptFixture {
 protected:
     QString lastCall() const { return target.calls.isEmpty() ? QString() : target.calls.last(); }
 };
+
+// Of this process so far, in KiB.
+long mostMemory()
+{
+    rusage used{};
+    EXPECT_EQ(::getrusage(RUSAGE_SELF, &used), 0);
+    return used.ru_maxrss;
+}
 
 // What a download sends, with the statement that makes the answer.
 QString launchScript(const QString& folder)
@@ -270,6 +280,16 @@ TEST_F(ScriptRunnerTest, RefusesAScriptOrResultThatIsTooLong)
     killAndWait(runner.processId()); // the next one has not the memory of this one
     EXPECT_THAT(run("throw 'x'.repeat(17 * 1024 * 1024)"), IsError("the result is too long"));
     expectWorks();
+}
+
+TEST_F(ScriptRunnerTest, RefusesAScriptThatIsTooLongBeforeItIsConverted)
+{
+    constexpr std::size_t kMebibyte = 1 << 20;
+    const std::string script(200 * kMebibyte, ' ');
+    const long before = mostMemory();
+    EXPECT_THAT(runner.runUtf8(script, target), IsError("the script is too long"));
+    EXPECT_LT(mostMemory() - before, 50 * 1024);
+    EXPECT_THAT(runner.runUtf8("'\xC3\xBC'.length", target), IsResult("1"));
 }
 
 TEST_F(ScriptRunnerTest, KeepsNothingForTheNextScript)

@@ -3,6 +3,7 @@
 #include "apps/pictures/PictureFolder.h"
 #include "apps/tevorotalk/BusFixture.h"
 #include "support/Desktop.h"
+#include "support/Mounts.h"
 
 #include <QImage>
 
@@ -16,6 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using testing::HasSubstr;
+using testing::Not;
 
 bool becomes(const std::function<bool()>& isSo)
 {
@@ -34,6 +36,7 @@ class BrowserDisplayTest : public BusFixture {
 protected:
     static constexpr int kWidth = 1300;
     static constexpr int kHeight = 900;
+    static constexpr int kMany = 400; // their thumbnails take seconds
 
     void SetUp() override
     {
@@ -47,6 +50,11 @@ protected:
         for (const char* const name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"})
             environment.unset(name);
         addPictures();
+        makeDesktop();
+    }
+    void makeDesktop()
+    {
+        desktop.reset(); // two of one process would have the same number
         desktop = std::make_unique<Desktop>(std::to_string(kWidth) + "x" + std::to_string(kHeight));
     }
     void addPictures()
@@ -63,7 +71,12 @@ protected:
     // Returns once its window is in front.
     std::unique_ptr<PeerProcess> startTevoro(std::vector<std::string> more = {})
     {
-        std::vector<std::string> words{TEVORO, pictures.path().toStdString()};
+        return startTevoroOn(pictures.path().toStdString(), std::move(more));
+    }
+    static std::unique_ptr<PeerProcess> startTevoroOn(
+        const std::string& shown, std::vector<std::string> more = {})
+    {
+        std::vector<std::string> words{TEVORO, shown};
         words.insert(words.end(), more.begin(), more.end());
         auto process = std::make_unique<PeerProcess>(words);
         process->errorLine();
@@ -149,6 +162,23 @@ protected:
     std::string shownFolder() const
     {
         return run({"send", "tevoro-2.0", "app.document.thumbnail.path", "--wait", "20"}).out;
+    }
+    // The thumbnails that are stored, once there are some.
+    std::string stored() const { return folder.path("home/.cache/thumbnails/large"); }
+    bool storesThumbnails() const
+    {
+        return becomes([&] { return fs::exists(stored()) && !fs::is_empty(stored()); });
+    }
+    bool endsWithTheDisplay()
+    {
+        desktop->server().signal(SIGKILL);
+        const bool isOver = tevoro->saysSomething(30s);
+        EXPECT_TRUE(isOver);
+        if (!isOver)
+            return false;
+        EXPECT_THAT(tevoro->errors(), Not(HasSubstr("Sanitizer")));
+        EXPECT_EQ(tevoro->finish(), 1);
+        return becomes([&] { return leftNothing(); });
     }
     bool leftNothing() const { return fs::is_empty(folder.path("ports")); }
 
@@ -267,9 +297,36 @@ TEST_F(BrowserDisplayTest, ComesToTheFrontWhenAScriptShowsAFolder)
 TEST_F(BrowserDisplayTest, EndsWithTheDisplayAndLeavesTheBus)
 {
     start();
-    desktop->server().signal(SIGKILL);
-    EXPECT_NE(tevoro->finish(), 0);
-    EXPECT_TRUE(becomes([&] { return leftNothing(); }));
+    EXPECT_TRUE(endsWithTheDisplay());
+}
+
+TEST_F(BrowserDisplayTest, EndsWithTheDisplayWhileThumbnailsAreMade)
+{
+    pictures.addOldCopies("a.png", kMany);
+    for (int turn = 0; turn < 3; ++turn) {
+        fs::remove_all(stored());
+        makeDesktop();
+        tevoro = startTevoro();
+        ASSERT_TRUE(storesThumbnails());
+        EXPECT_TRUE(endsWithTheDisplay());
+    }
+}
+
+TEST_F(BrowserDisplayTest, EndsWithTheDisplayWhileADiskDoesNotAnswer)
+{
+    if (!canMount())
+        GTEST_SKIP() << "mounting takes root, in no container that forbids it";
+    pictures.addOldCopies("a.png", kMany);
+    const OddMount disk("mirror",
+        folder.path("disk"),
+        {pictures.path().toStdString()},
+        {"stuck=" + folder.path("stuck")});
+    tevoro = startTevoroOn(folder.path("disk"));
+    ASSERT_TRUE(storesThumbnails());
+    folder.write("stuck", "");
+    EXPECT_TRUE(endsWithTheDisplay());
+    fs::remove(folder.path("stuck"));
+    tevoro.reset();
 }
 
 } // namespace

@@ -90,6 +90,21 @@ TEST_F(BrowserDiskTest, SaysThatTheDiskWasPulledOutAndShowsItOnceItIsBack)
     EXPECT_TRUE(happens([&] { return says(QStringLiteral("3 pictures")); })); // without a key
 }
 
+TEST_F(BrowserDiskTest, ShowsAnotherFolderWhereTheDiskDoesNotAnswer)
+{
+    test::OddMount disk("pool", m_place.path("disk"), std::vector<fs::path>{m_place.path("files")});
+    disk.standStill();
+    m_window->browseTo(QString::fromStdString(m_place.path("disk")));
+    EXPECT_TRUE(happens([&] { return says(QStringLiteral("Reading the folder")); }));
+    EXPECT_EQ(m_window->folder().toStdString(), m_place.path("disk"));
+    m_window->browseTo(m_folder.path());
+    EXPECT_TRUE(happens([&] { return says(QStringLiteral("3 pictures")); }));
+    disk.goOn();
+    fs::remove(m_place.path("files") + "/c.png");
+    m_window->browseTo(QString::fromStdString(m_place.path("disk")));
+    EXPECT_TRUE(happens([&] { return says(QStringLiteral("2 pictures")); }));
+}
+
 TEST_F(BrowserDiskTest, GoesOnWhenTheDiskIsPulledOutBehindThePictureThatIsOpen)
 {
     test::OddMount disk("pool", m_place.path("disk"), std::vector<fs::path>{m_place.path("files")});
