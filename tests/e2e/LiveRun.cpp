@@ -30,9 +30,13 @@ LiveRun::LiveRun(std::vector<std::string> words, LiveSettings settings)
     m_terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     EXPECT_EQ(::grantpt(m_terminal), 0);
     EXPECT_EQ(::unlockpt(m_terminal), 0);
+    std::vector<std::string> variables = test::assignments(settings.environment);
+    // Nothing is allocated in the child: another thread may hold the heap's lock when it is forked.
+    const std::vector<char*> wordPointers = test::pointersTo(words);
+    const std::vector<char*> variablePointers = test::pointersTo(variables);
     m_id = ::fork();
     if (m_id == 0)
-        become(words, ends[1], settings);
+        become(wordPointers.data(), variablePointers.data(), ends[1], settings);
     ::close(ends[1]);
     m_output = ends[0];
 }
@@ -47,7 +51,8 @@ LiveRun::~LiveRun()
     ::close(m_terminal);
 }
 
-void LiveRun::become(std::vector<std::string>& words, int out, const LiveSettings& settings)
+void LiveRun::become(
+    char* const* words, char* const* variables, int out, const LiveSettings& settings)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::setsid();
@@ -58,8 +63,7 @@ void LiveRun::become(std::vector<std::string>& words, int out, const LiveSetting
     ::close(terminal);
     if (settings.inChild)
         settings.inChild();
-    std::vector<std::string> variables = test::assignments(settings.environment);
-    ::execve(words[0].c_str(), test::pointersTo(words).data(), test::pointersTo(variables).data());
+    ::execve(words[0], words, variables);
     ::_exit(127);
 }
 

@@ -17,7 +17,7 @@ namespace e2e {
 struct LiveSettings {
     test::Variables environment;
     bool hasTerminal = false; // for its input and its messages; standard output stays ours
-    std::function<void()> inChild; // right before the program; must not allocate much
+    std::function<void()> inChild; // right before the program; must not allocate
 };
 
 class LiveRun {
@@ -44,7 +44,7 @@ public:
 
 private:
     [[noreturn]] void become(
-        std::vector<std::string>& words, int out, const LiveSettings& settings);
+        char* const* words, char* const* variables, int out, const LiveSettings& settings);
     bool readPiece(std::size_t atMost);
     bool readScreen();
 

@@ -128,6 +128,10 @@ RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
 {
     std::vector<std::string> words{m_program};
     words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> variables = test::assignments(m_environment);
+    // Nothing is allocated in the child: another thread may hold the heap's lock when it is forked.
+    const std::vector<char*> wordPointers = test::pointersTo(words);
+    const std::vector<char*> variablePointers = test::pointersTo(variables);
     Pipe out;
     Pipe err;
     const pid_t child = ::fork();
@@ -140,9 +144,7 @@ RunResult MfxTest::mfx(const std::vector<std::string>& arguments)
         if (m_asOrdinaryUser
             && (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0))
             ::_exit(126);
-        std::vector<std::string> variables = test::assignments(m_environment);
-        ::execve(
-            words[0].c_str(), test::pointersTo(words).data(), test::pointersTo(variables).data());
+        ::execve(words[0].c_str(), wordPointers.data(), variablePointers.data());
         ::_exit(127);
     }
     ::close(out.ends[1]);
