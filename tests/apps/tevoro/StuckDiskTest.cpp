@@ -52,8 +52,9 @@ protected:
     {
         ::kill(tevoro->id(), SIGTERM);
         const bool isOver = tevoro->saysSomething(30s);
-        if (isOver)
+        if (isOver) {
             EXPECT_EQ(tevoro->finish(), 130);
+        }
         return isOver && fs::is_empty(folder.path("ports"));
     }
 
