@@ -1,8 +1,8 @@
 #include "TevoroAppManager/RawConversion.h"
 
 #include "TevoroAppManager/FxText.h"
+#include "platform/common/devices/PtIoDeviceFile.h"
 #include "platform/common/files/FilePlacement.h"
-#include "platform/common/files/PtIoDeviceFile.h"
 #include "platform/common/services/PtExSystem.h"
 
 #include <QDir>

@@ -1,8 +1,8 @@
 #include "TevoroAppManager/UniqueFileName.h"
 
 #include "TevoroAppManager/FxText.h"
+#include "platform/common/devices/PtIoDeviceFile.h"
 #include "platform/common/files/NameJournal.h"
-#include "platform/common/files/PtIoDeviceFile.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/text/PtUcs.h"
 

@@ -1,6 +1,6 @@
 // mfx convert as a program, with a library that does as it is told.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 #include "support/RecordedDng.h"
 
 #include <fstream>

@@ -1,6 +1,6 @@
 // Raw files and the conversion to DNG: with a library that does as it is told, and without one.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 #include "support/RecordedDng.h"
 
 #include <chrono>

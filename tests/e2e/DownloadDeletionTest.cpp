@@ -1,6 +1,6 @@
 // When originals are deleted, and above all when they are not.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 
 #include <fstream>
 

@@ -1,7 +1,7 @@
 // What becomes of pictures when something fails: a call of the system, a disk, the card, the
 // program itself.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 // What goes together and what does not: sidecars that come along, twins that are none, dates that
 // are those of a file.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 #include "support/TinyJpeg.h"
 
 #include <gmock/gmock.h>

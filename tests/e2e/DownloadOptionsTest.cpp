@@ -1,6 +1,6 @@
 // Choices of one run against those that are remembered, and what is said of wrong ones.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // What a program is told while a download runs.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 
 #include <chrono>
 #include <thread>

@@ -1,7 +1,7 @@
 // What wrong input gets: a message that names the thing and says what to do, and the documented
 // exit code.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 
 #include <cstdlib>
 #include <fstream>

@@ -1,6 +1,6 @@
 // Numbers of {seq}: where they begin, who gets one, and what has one already.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 
 #include <fstream>
 

@@ -1,6 +1,6 @@
 // What a download does when all goes well, and what it says.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 #include "support/TinyJpeg.h"
 
 #include <fstream>

@@ -1,7 +1,7 @@
 // mfx extract as a program.
 
 #include "ZQPluginSupport/original/EmbeddedOriginal.h"
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 #include "support/RecordedDng.h"
 
 #include <fstream>

@@ -2,7 +2,7 @@
 // pictures are safe, the verdict stands before anybody is waited for, and mfx says in a word that
 // nothing is shown, and why.
 
-#include "e2e/HandOffFixture.h"
+#include "e2e/support/HandOffFixture.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // The whole road, as programs: from the card to the browser, which is registered, started or
 // running already, or not there at all.
 
-#include "e2e/HandOffFixture.h"
+#include "e2e/support/HandOffFixture.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // In which language mfx speaks to people, and that programs are told the same in each.
 
-#include "e2e/MfxRun.h"
+#include "e2e/support/MfxRun.h"
 
 #include <fstream>
 #include <set>

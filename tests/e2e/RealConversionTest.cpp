@@ -1,5 +1,5 @@
 // The whole road of raw files: card, copy, DNG, and what a second run makes of it.
-#include "e2e/RealConversionFixture.h"
+#include "e2e/support/RealConversionFixture.h"
 
 namespace e2e {
 

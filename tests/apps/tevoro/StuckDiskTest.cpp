@@ -2,7 +2,7 @@
 // and ends when it is told to.
 #include "apps/pictures/PictureFolder.h"
 #include "apps/tevorotalk/BusFixture.h"
-#include "support/Mounts.h"
+#include "support/disks/Mounts.h"
 
 #include <chrono>
 #include <csignal>

@@ -24,7 +24,7 @@ constexpr char kTell[] =
 // What happens when the host deletes an item.
 std::function<void()> gWhenDeleting;
 
-bool deleteItem(long& key)
+bool deleteAndTell(long& key)
 {
     key = 0;
     if (gWhenDeleting)
@@ -56,7 +56,8 @@ protected:
         m_panel.check("launchtevoro_checkbox", launches);
         test::HostItems items(std::move(folders));
         unsigned long count = 0;
-        EXPECT_EQ(m_sink->PushAllMediaItems(items, m_display, count, nullptr, deleteItem), kFxOk);
+        EXPECT_EQ(
+            m_sink->PushAllMediaItems(items, m_display, count, nullptr, deleteAndTell), kFxOk);
         return inbox.bodies();
     }
     FxStatus invoke() { return m_sink->InvokeHostApp(nullptr, 0, nullptr); }

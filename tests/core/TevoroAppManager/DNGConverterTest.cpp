@@ -16,17 +16,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> gTold; // "label TEXT", "error TEXT"
+std::vector<std::string> gHeard; // "label TEXT", "error TEXT"
 
-unsigned long label(const unsigned short* text, long)
+unsigned long hearLabel(const unsigned short* text, long)
 {
-    gTold.push_back("label " + test::utf8(text));
+    gHeard.push_back("label " + test::utf8(text));
     return 0;
 }
 
-unsigned long error(const unsigned short* text, long)
+unsigned long hearError(const unsigned short* text, long)
 {
-    gTold.push_back("error " + test::utf8(text));
+    gHeard.push_back("error " + test::utf8(text));
     return 0;
 }
 
@@ -35,7 +35,7 @@ class DNGConverterTest : public test::SinkFixture {
 protected:
     void SetUp() override
     {
-        gTold.clear();
+        gHeard.clear();
         fs::create_directories(tree.path("t"));
         tree.environment.set("CONVERSION_LOG", tree.path("log"));
         for (const char* variable :
@@ -71,7 +71,7 @@ protected:
         test::put(record.folder, tree.path("t"));
         test::put(record.fileName, name);
         test::put(record.deviceName, name);
-        return hooks().DoPostProcessing(&record, label, nullptr, error, nullptr, nullptr);
+        return hooks().DoPostProcessing(&record, hearLabel, nullptr, hearError, nullptr, nullptr);
     }
 
     IMFXPostProcessing2& hooks() { return face<IMFXPostProcessing2>(66); }
@@ -100,7 +100,7 @@ TEST_F(DNGConverterTest, PutsTheDNGInThePlaceOfTheRawFile)
     save("photo.CR2");
     EXPECT_EQ(convert("photo.CR2"), kFxOk);
     EXPECT_THAT(files(), ElementsAre(Pair("photo.dng", "DNG of raw")));
-    EXPECT_THAT(gTold, ElementsAre("label Converting to DNG..."));
+    EXPECT_THAT(gHeard, ElementsAre("label Converting to DNG..."));
     EXPECT_FALSE(hasTemporaryFolder());
 }
 
@@ -163,7 +163,7 @@ TEST_F(DNGConverterTest, PutsTheRawFileBackWhenTheLibraryFails)
     EXPECT_EQ(test::read(tree.path("t/photo.CR2")), "raw");
     EXPECT_FALSE(fs::exists(tree.path("t/photo.dng")));
     EXPECT_THAT(
-        gTold, ElementsAre("label Converting to DNG...", "error Could not convert to DNG..."));
+        gHeard, ElementsAre("label Converting to DNG...", "error Could not convert to DNG..."));
     EXPECT_TRUE(hasTemporaryFolder()) << "what the library left keeps the folder";
 }
 
@@ -262,7 +262,7 @@ TEST_F(DNGConverterTest, LeavesTheRawFileWhereItIsWithoutTheLibrary)
     save("photo.cr2");
     EXPECT_EQ(convert("photo.cr2"), kFxWarnPostProcess);
     EXPECT_THAT(files(), ElementsAre(Pair("photo.cr2", "raw")));
-    EXPECT_THAT(gTold, ElementsAre("error Cannot find the DNG converter."));
+    EXPECT_THAT(gHeard, ElementsAre("error Cannot find the DNG converter."));
 }
 
 TEST_F(DNGConverterTest, LeavesALibraryAloneThatCannotConvert)

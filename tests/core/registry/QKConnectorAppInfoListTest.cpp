@@ -13,7 +13,7 @@ using ScObjects::QKConnectorAppInfo;
 using ScObjects::QKConnectorAppInfoList;
 using testing::ElementsAre;
 
-QKConnectorAppInfo record(const char* specifier, const char* path = "", const char* redirect = "")
+QKConnectorAppInfo listed(const char* specifier, const char* path = "", const char* redirect = "")
 {
     QKConnectorAppInfo info;
     info.specifier = specifier;
@@ -84,7 +84,7 @@ TEST_F(QKConnectorAppInfoListTest, FindsNothingWhenItIsEmpty)
     EXPECT_EQ(list.find("tevoro-2.0"), nullptr);
     EXPECT_EQ(placeOf("tevoro-2.0"), -1);
     EXPECT_EQ(placeOf(""), -1);
-    QKConnectorAppInfo info = record("before");
+    QKConnectorAppInfo info = listed("before");
     long index = 77;
     EXPECT_FALSE(list.find("tevoro-2.0", info, &index));
     EXPECT_EQ(index, -1);
@@ -93,7 +93,7 @@ TEST_F(QKConnectorAppInfoListTest, FindsNothingWhenItIsEmpty)
 
 TEST_F(QKConnectorAppInfoListTest, KeepsTheOrderInWhichRecordsCame)
 {
-    addAll({record("c-1.0"), record("a-1.0"), record("b-1.0")});
+    addAll({listed("c-1.0"), listed("a-1.0"), listed("b-1.0")});
     EXPECT_THAT(specifiers(), ElementsAre("c-1.0", "a-1.0", "b-1.0"));
     EXPECT_EQ(placeOf("b-1.0"), 2);
     QKConnectorAppInfo info;
@@ -103,14 +103,14 @@ TEST_F(QKConnectorAppInfoListTest, KeepsTheOrderInWhichRecordsCame)
 
 TEST_F(QKConnectorAppInfoListTest, FindsTheFirstOfRecordsWithOneSpecifier)
 {
-    addAll({record("a-1.0"), record("b-1.0", "/first"), record("b-1.0", "/second")});
+    addAll({listed("a-1.0"), listed("b-1.0", "/first"), listed("b-1.0", "/second")});
     EXPECT_EQ(placeOf("b-1.0"), 1);
     EXPECT_EQ(list.find("b-1.0")->path, "/first");
 }
 
 TEST_F(QKConnectorAppInfoListTest, FindsTheRecordWithoutTheInstance)
 {
-    addAll({record("other-1.0"), record("tevoro-2.0-en_us")});
+    addAll({listed("other-1.0"), listed("tevoro-2.0-en_us")});
     EXPECT_EQ(found("tevoro_3-2.0-en_us"), "tevoro-2.0-en_us");
     EXPECT_EQ(placeOf("tevoro_3-2.0-en_us"), 1);
     QKConnectorAppInfo info;
@@ -122,22 +122,22 @@ TEST_F(QKConnectorAppInfoListTest, FindsTheRecordWithoutTheInstance)
 
 TEST_F(QKConnectorAppInfoListTest, PrefersTheRecordOfTheInstance)
 {
-    addAll({record("tevoro-2.0"), record("tevoro_3-2.0")});
+    addAll({listed("tevoro-2.0"), listed("tevoro_3-2.0")});
     EXPECT_EQ(found("tevoro_3-2.0"), "tevoro_3-2.0");
     EXPECT_EQ(found("tevoro_4-2.0"), "tevoro-2.0");
 }
 
 TEST_F(QKConnectorAppInfoListTest, ApproximatesNothingButTheInstance)
 {
-    addAll({record("tevoro-2.0-en_us")});
+    addAll({listed("tevoro-2.0-en_us")});
     for (const char* text : {"tevoro", "tevoro-2.0", "tevoro-2.1-en_us", "tevoro-2.0-de_de", ""})
         EXPECT_EQ(found(text), "(null)") << text;
 }
 
 TEST_F(QKConnectorAppInfoListTest, RefusesAnEqualRecordAndDeletesIt)
 {
-    addAll({record("tevoro-2.0", "/tevoro")});
-    QKConnectorAppInfo again = record("tevoro-2.0", "/tevoro");
+    addAll({listed("tevoro-2.0", "/tevoro")});
+    QKConnectorAppInfo again = listed("tevoro-2.0", "/tevoro");
     again.processID = 17;
     EXPECT_TRUE(list.isInList(again));
     int deleted = 0;
@@ -145,8 +145,8 @@ TEST_F(QKConnectorAppInfoListTest, RefusesAnEqualRecordAndDeletesIt)
     EXPECT_EQ(deleted, 1);
     EXPECT_EQ(list.length(), 1);
     EXPECT_EQ(list.get(0)->processID, 0U);
-    EXPECT_FALSE(list.isInList(record("tevoro-2.0", "/elsewhere")));
-    EXPECT_TRUE(add(record("tevoro-2.0", "/elsewhere")));
+    EXPECT_FALSE(list.isInList(listed("tevoro-2.0", "/elsewhere")));
+    EXPECT_TRUE(add(listed("tevoro-2.0", "/elsewhere")));
 }
 
 TEST_F(QKConnectorAppInfoListTest, OwnsItsRecords)
@@ -154,20 +154,20 @@ TEST_F(QKConnectorAppInfoListTest, OwnsItsRecords)
     int deleted = 0;
     {
         QKConnectorAppInfoList owner;
-        owner.append(new WatchedInfo(record("a-1.0"), deleted));
-        owner.append(new WatchedInfo(record("b-1.0"), deleted));
-        EXPECT_TRUE(owner.remove(record("b-1.0")));
+        owner.append(new WatchedInfo(listed("a-1.0"), deleted));
+        owner.append(new WatchedInfo(listed("b-1.0"), deleted));
+        EXPECT_TRUE(owner.remove(listed("b-1.0")));
         EXPECT_EQ(deleted, 1);
-        EXPECT_FALSE(owner.remove(record("b-1.0")));
-        owner.append(new WatchedInfo(record("c-1.0"), deleted));
+        EXPECT_FALSE(owner.remove(listed("b-1.0")));
+        owner.append(new WatchedInfo(listed("c-1.0"), deleted));
     }
     EXPECT_EQ(deleted, 3);
 }
 
 TEST_F(QKConnectorAppInfoListTest, FindsTheOthersBehindARemovedRecord)
 {
-    addAll({record("a-1.0"), record("b-1.0"), record("c-1.0")});
-    EXPECT_TRUE(list.remove(record("a-1.0")));
+    addAll({listed("a-1.0"), listed("b-1.0"), listed("c-1.0")});
+    EXPECT_TRUE(list.remove(listed("a-1.0")));
     EXPECT_EQ(placeOf("a-1.0"), -1);
     EXPECT_EQ(placeOf("c-1.0"), 1);
     list.clear();
@@ -177,34 +177,34 @@ TEST_F(QKConnectorAppInfoListTest, FindsTheOthersBehindARemovedRecord)
 
 TEST_F(QKConnectorAppInfoListTest, UpdatesTheRecordThatItFinds)
 {
-    addAll({record("a-1.0"), record("b-1.0")});
-    EXPECT_TRUE(list.update(record("b-1.0", "/one")));
-    EXPECT_TRUE(list.update(record("b-1.0", "/two")));
-    EXPECT_TRUE(list.update(record("a-1.0", "/three")));
+    addAll({listed("a-1.0"), listed("b-1.0")});
+    EXPECT_TRUE(list.update(listed("b-1.0", "/one")));
+    EXPECT_TRUE(list.update(listed("b-1.0", "/two")));
+    EXPECT_TRUE(list.update(listed("a-1.0", "/three")));
     EXPECT_THAT(paths(), ElementsAre("/three", "/two"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, AddsTheRecordThatItDoesNotFindToUpdate)
 {
-    EXPECT_TRUE(list.update(record("a-1.0", "/one")));
-    EXPECT_TRUE(list.update(record("a-1.0", "/two")));
+    EXPECT_TRUE(list.update(listed("a-1.0", "/one")));
+    EXPECT_TRUE(list.update(listed("a-1.0", "/two")));
     EXPECT_THAT(paths(), ElementsAre("/two"));
     EXPECT_EQ(placeOf("a-1.0"), 0);
 }
 
 TEST_F(QKConnectorAppInfoListTest, UpdatesNothingWithoutASpecifier)
 {
-    EXPECT_FALSE(list.update(record("", "/one")));
+    EXPECT_FALSE(list.update(listed("", "/one")));
     EXPECT_EQ(list.length(), 0);
-    EXPECT_TRUE(add(record("", "/one")));
-    EXPECT_TRUE(list.update(record("", "/two")));
+    EXPECT_TRUE(add(listed("", "/one")));
+    EXPECT_TRUE(list.update(listed("", "/two")));
     EXPECT_THAT(paths(), ElementsAre("/two"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, RenamesTheRecordThatAnUpdateFoundWithoutItsInstance)
 {
-    addAll({record("tevoro-2.0")});
-    EXPECT_TRUE(list.update(record("tevoro_3-2.0", "/three")));
+    addAll({listed("tevoro-2.0")});
+    EXPECT_TRUE(list.update(listed("tevoro_3-2.0", "/three")));
     EXPECT_THAT(specifiers(), ElementsAre("tevoro_3-2.0"));
     EXPECT_EQ(found("tevoro_3-2.0"), "tevoro_3-2.0");
     EXPECT_EQ(found("tevoro-2.0"), "(null)");
@@ -212,19 +212,19 @@ TEST_F(QKConnectorAppInfoListTest, RenamesTheRecordThatAnUpdateFoundWithoutItsIn
 
 TEST_F(QKConnectorAppInfoListTest, ForgetsTheUpdatedRecordWhenAnyIsRemoved)
 {
-    addAll({record("a-1.0"), record("b-1.0")});
-    EXPECT_TRUE(list.update(record("b-1.0", "/one")));
-    EXPECT_TRUE(list.remove(record("b-1.0", "/one")));
-    EXPECT_TRUE(list.update(record("b-1.0", "/two")));
+    addAll({listed("a-1.0"), listed("b-1.0")});
+    EXPECT_TRUE(list.update(listed("b-1.0", "/one")));
+    EXPECT_TRUE(list.remove(listed("b-1.0", "/one")));
+    EXPECT_TRUE(list.update(listed("b-1.0", "/two")));
     EXPECT_THAT(paths(), ElementsAre("", "/two"));
     list.clear();
-    EXPECT_TRUE(list.update(record("b-1.0", "/three")));
+    EXPECT_TRUE(list.update(listed("b-1.0", "/three")));
     EXPECT_THAT(paths(), ElementsAre("/three"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, NotesProcessesOfExactlyThatSpecifier)
 {
-    addAll({record("tevoro-2.0")});
+    addAll({listed("tevoro-2.0")});
     EXPECT_FALSE(list.setProcessID("tevoro_3-2.0", 17));
     EXPECT_TRUE(list.setProcessID("tevoro-2.0", 18));
     EXPECT_EQ(list.get(0)->processID, 18U);
@@ -232,68 +232,68 @@ TEST_F(QKConnectorAppInfoListTest, NotesProcessesOfExactlyThatSpecifier)
 
 TEST_F(QKConnectorAppInfoListTest, ResolvesAChainToThePathAtItsEnd)
 {
-    addAll({record("a-1.0", "/a", "b-1.0"), record("b-1.0", "/b", "c-1.0"), record("c-1.0", "/c")});
+    addAll({listed("a-1.0", "/a", "b-1.0"), listed("b-1.0", "/b", "c-1.0"), listed("c-1.0", "/c")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("/c", "/c", "/c"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, ResolvesAChainInAnyOrder)
 {
-    addAll({record("b-1.0", "/b", "c-1.0"), record("c-1.0", "/c"), record("a-1.0", "/a", "b-1.0")});
+    addAll({listed("b-1.0", "/b", "c-1.0"), listed("c-1.0", "/c"), listed("a-1.0", "/a", "b-1.0")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("/c", "/c", "/c"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, ResolvesAChainToAnEmptyPathToo)
 {
-    addAll({record("a-1.0", "/a", "b-1.0"), record("b-1.0", "/b", "c-1.0"), record("c-1.0")});
+    addAll({listed("a-1.0", "/a", "b-1.0"), listed("b-1.0", "/b", "c-1.0"), listed("c-1.0")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("", "", ""));
 }
 
 TEST_F(QKConnectorAppInfoListTest, LeavesARecordThatNamesNoRecord)
 {
-    addAll({record("a-1.0", "/a", "gone-1.0")});
+    addAll({listed("a-1.0", "/a", "gone-1.0")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("/a"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, EndsAChainAtTheRecordWhoseLinkIsMissing)
 {
-    addAll({record("a-1.0", "/a", "b-1.0"), record("b-1.0", "/b", "gone-1.0")});
+    addAll({listed("a-1.0", "/a", "b-1.0"), listed("b-1.0", "/b", "gone-1.0")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("/b", "/b"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, RedirectsToTheRecordWithoutTheInstance)
 {
-    addAll({record("a-1.0", "", "b_2-1.0"), record("b-1.0", "/b")});
+    addAll({listed("a-1.0", "", "b_2-1.0"), listed("b-1.0", "/b")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("/b", "/b"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, ResolvesNothingWithoutARedirect)
 {
-    addAll({record("a-1.0", "/a")});
+    addAll({listed("a-1.0", "/a")});
     EXPECT_FALSE(list.resolveRedirectTo());
 }
 
 TEST_F(QKConnectorAppInfoListTest, LeavesThePathsOfRecordsThatRedirectInACircle)
 {
-    addAll({record("self-1.0", "/self", "self-1.0"),
-        record("a-1.0", "/a", "b-1.0"),
-        record("b-1.0", "/b", "a-1.0")});
+    addAll({listed("self-1.0", "/self", "self-1.0"),
+        listed("a-1.0", "/a", "b-1.0"),
+        listed("b-1.0", "/b", "a-1.0")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("/self", "/a", "/b"));
 }
 
 TEST_F(QKConnectorAppInfoListTest, GivesWhatLeadsIntoACircleThePathWhereItEnters)
 {
-    addAll({record("far-1.0", "/far", "near-1.0"),
-        record("near-1.0", "/near", "b-1.0"),
-        record("a-1.0", "/a", "b-1.0"),
-        record("b-1.0", "/b", "a-1.0"),
-        record("late-1.0", "/late", "a-1.0")});
+    addAll({listed("far-1.0", "/far", "near-1.0"),
+        listed("near-1.0", "/near", "b-1.0"),
+        listed("a-1.0", "/a", "b-1.0"),
+        listed("b-1.0", "/b", "a-1.0"),
+        listed("late-1.0", "/late", "a-1.0")});
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_THAT(paths(), ElementsAre("/b", "/b", "/a", "/b", "/a"));
 }
@@ -302,9 +302,9 @@ TEST_F(QKConnectorAppInfoListTest, ResolvesAChainOfTensOfThousands)
 {
     constexpr int kCount = 30'000;
     for (int i = 0; i < kCount; ++i)
-        add(record(
+        add(listed(
             ("app" + std::to_string(i)).c_str(), "/old", ("app" + std::to_string(i + 1)).c_str()));
-    add(record(("app" + std::to_string(kCount)).c_str(), "/end"));
+    add(listed(("app" + std::to_string(kCount)).c_str(), "/end"));
     EXPECT_TRUE(list.resolveRedirectTo());
     EXPECT_EQ(list.get(0)->path, "/end");
     EXPECT_EQ(list.get(kCount - 1)->path, "/end");

@@ -2,8 +2,8 @@
 
 #include "modules/ZQPluginSupport/support/TinyRaw.h"
 #include "platform/common/services/ProcessControl.h"
-#include "support/Mounts.h"
 #include "support/TestFolder.h"
+#include "support/disks/Mounts.h"
 
 #include <csignal>
 #include <cstdlib>

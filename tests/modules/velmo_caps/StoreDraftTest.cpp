@@ -3,7 +3,7 @@
 
 #include "modules/velmo_caps/FaultyVfs.h"
 #include "modules/velmo_caps/StoreFixture.h"
-#include "support/ShimmedProgram.h"
+#include "support/faults/ShimmedProgram.h"
 
 #include <csignal>
 

@@ -1,6 +1,6 @@
 #include "platform/common/services/PtPlatformInit.h"
 
-#include "platform/common/files/PtIoThread.h"
+#include "platform/common/devices/PtIoThread.h"
 #include "platform/common/services/PtExPost.h"
 #include "platform/common/services/PtPlatformStart.h"
 #include "platform/common/services/PtSysLog.h"

@@ -13,11 +13,11 @@ using testing::StartsWith;
 namespace mfx {
 namespace {
 
-const ProgressEvent kHalf{500'000, 1'000'000, 3, 7, ProgressPhase::kCopy, 12'300'000, 95.2};
+const ProgressEvent kHalfway{500'000, 1'000'000, 3, 7, ProgressPhase::kCopy, 12'300'000, 95.2};
 
 ProgressEvent halfWith(ProgressPhase phase, std::optional<double> secondsLeft)
 {
-    ProgressEvent event = kHalf;
+    ProgressEvent event = kHalfway;
     event.phase = phase;
     event.secondsLeft = secondsLeft;
     return event;
@@ -39,8 +39,8 @@ std::string shownAlone(const ProgressEvent& event)
 
 TEST(ProgressLineTest, TellsShareItemsWorkRateAndTimeLeft)
 {
-    EXPECT_THAT(
-        shownAlone(kHalf), StartsWith("\r50%, 3 of 7 items, copying, 12.3 MB/s, 1 min 35 s left "));
+    EXPECT_THAT(shownAlone(kHalfway),
+        StartsWith("\r50%, 3 of 7 items, copying, 12.3 MB/s, 1 min 35 s left "));
 }
 
 TEST(ProgressLineTest, TellsWhatIsBeingDone)
@@ -69,7 +69,7 @@ TEST(ProgressLineTest, IsDrawnAgainOnlyAfterAWhile)
     ProgressLine line(true);
     const std::string text = shownBy([&line] {
         for (int i = 0; i < 10; ++i)
-            line.show(kHalf);
+            line.show(kHalfway);
     });
     EXPECT_LE(std::count(text.begin(), text.end(), '%'), 2);
 }
@@ -78,7 +78,7 @@ TEST(ProgressLineTest, ShowsNothingWhereNobodyLooks)
 {
     ProgressLine line(false);
     EXPECT_THAT(shownBy([&line] {
-        line.show(kHalf);
+        line.show(kHalfway);
         line.clear();
     }),
         IsEmpty());
@@ -88,7 +88,7 @@ TEST(ProgressLineTest, GoesWithoutATraceAndOnlyOnce)
 {
     ProgressLine line(true);
     EXPECT_THAT(shownBy([&line] { line.clear(); }), IsEmpty());
-    shownBy([&line] { line.show(kHalf); });
+    shownBy([&line] { line.show(kHalfway); });
     EXPECT_EQ(shownBy([&line] { line.clear(); }), '\r' + std::string(79, ' ') + '\r');
     EXPECT_THAT(shownBy([&line] { line.clear(); }), IsEmpty());
 }
@@ -124,7 +124,7 @@ TEST_P(ProgressLanguageTest, FillsTheLineByColumnsAndNotByBytes)
 {
     speak(GetParam().lines);
     ProgressLine line(true);
-    const std::string text = shownBy([&line] { line.show(kHalf); });
+    const std::string text = shownBy([&line] { line.show(kHalfway); });
     EXPECT_THAT(text, StartsWith(GetParam().beginning));
     EXPECT_EQ(columnsOf(text.substr(1)), 79U) << text;
     EXPECT_TRUE(Pt::isUtf8(text)) << "no letter is cut in two";

@@ -1,6 +1,6 @@
 #include "pictures/folder/FileLook.h"
 
-#include "support/OddMountFixture.h"
+#include "support/disks/OddMountFixture.h"
 
 #include <chrono>
 #include <thread>

@@ -3,7 +3,7 @@
 #include "apps/pictures/PictureFolder.h"
 #include "apps/tevorotalk/BusFixture.h"
 #include "support/Desktop.h"
-#include "support/Mounts.h"
+#include "support/disks/Mounts.h"
 
 #include <QImage>
 

@@ -2,7 +2,7 @@
 // gives nothing, files that change while they are read. It shows what there is, and stays.
 
 #include "apps/tevoro/window/BrowserWindowFixture.h"
-#include "support/Mounts.h"
+#include "support/disks/Mounts.h"
 
 #include <fstream>
 

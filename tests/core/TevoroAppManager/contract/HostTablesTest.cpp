@@ -276,7 +276,7 @@ Interface* as(Object& object)
     return reinterpret_cast<Interface*>(&object);
 }
 
-bool deleteItem(long& key)
+bool noteDeletion(long& key)
 {
     note("delete " + std::to_string(key));
     key = 0;
@@ -358,7 +358,7 @@ TEST_F(HostTablesTest, ItemsMessagesAndProgress)
                   *as<IDisplayMsgHandler>(gDisplay),
                   count,
                   nullptr,
-                  deleteItem),
+                  noteDeletion),
         kFxOk);
     EXPECT_THAT(calls(),
         ElementsAre("GetSource",
@@ -381,7 +381,7 @@ TEST_F(HostTablesTest, ItemsMessagesAndProgress)
                   *as<IDisplayMsgHandler>(gDisplay),
                   count,
                   nullptr,
-                  deleteItem),
+                  noteDeletion),
         kFxOk);
     EXPECT_EQ(gCalls.back(), "DisplayMessage 17");
     gCalls.clear();

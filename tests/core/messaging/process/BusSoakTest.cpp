@@ -5,7 +5,7 @@
 // Runs for some seconds; BUS_SOAK_SECONDS says for how long instead, and BUS_SOAK_SEED what is
 // drawn. With BUS_SOAK_RECORDS, the name of a folder, the records stay there.
 #include "core/messaging/support/MessagingFixture.h"
-#include "core/messaging/support/SoakBooks.h"
+#include "core/messaging/support/soak/SoakBooks.h"
 #include "core/platform/support/PeerProcess.h"
 #include "platform/common/ports/LocalPort.h"
 

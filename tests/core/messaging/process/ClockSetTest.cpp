@@ -9,15 +9,15 @@ using namespace ScObjects;
 using test::bytes;
 using test::MovedClock;
 
-constexpr std::int64_t kStart = 1'785'000'000'000;
-constexpr std::int64_t kHour = 3'600'000;
+constexpr std::int64_t kStoppedAt = 1'785'000'000'000;
+constexpr std::int64_t kAnHour = 3'600'000;
 
 // With the thread of the bus, in a time that stands still.
 class ClockSetTest : public test::BusFixture {
 protected:
     ClockSetTest()
     {
-        MovedClock::stopAt(kStart);
+        MovedClock::stopAt(kStoppedAt);
         start();
     }
     ~ClockSetTest() override
@@ -49,7 +49,7 @@ TEST_F(ClockSetTest, KeepsAKeyUntilItsTimeIsReallyOver)
 {
     thread().setKeyValuePair("SIZE", "1");
     thread().setTimeout("SIZE", 60);
-    MovedClock::step(kHour);
+    MovedClock::step(kAnHour);
     letTheThreadLook();
     EXPECT_EQ(bytes(thread().getValueForKey("SIZE")), "1");
     MovedClock::advance(59'000);
@@ -63,7 +63,7 @@ TEST_F(ClockSetTest, DropsAKeyWhoseTimeIsOverWhenTheClockWentBack)
 {
     thread().setKeyValuePair("SIZE", "1");
     thread().setTimeout("SIZE", 60);
-    MovedClock::step(-kHour);
+    MovedClock::step(-kAnHour);
     MovedClock::advance(60'000);
     EXPECT_TRUE(waitUntil([] { return thread().locateKey("SIZE") == -1; }));
 }
@@ -72,7 +72,7 @@ TEST_F(ClockSetTest, IsNotBusyForAClockThatWasSetForward)
 {
     pumpAfter(0);
     pumpAfter(100);
-    MovedClock::step(kHour);
+    MovedClock::step(kAnHour);
     EXPECT_EQ(bytes(thread().getValueForKey("STATUS")), "IDLE");
     // Its pace is the same.
     pumpAfter(100);
@@ -85,7 +85,7 @@ TEST_F(ClockSetTest, IsNotBusyForAClockThatWasSetForward)
 TEST_F(ClockSetTest, TakesNoStepForThePaceOfAnApplication)
 {
     pumpAfter(0);
-    MovedClock::step(kHour); // before any pace is known
+    MovedClock::step(kAnHour); // before any pace is known
     pumpAfter(100);
     MovedClock::advance(1001);
     EXPECT_EQ(bytes(thread().getValueForKey("STATUS")), "BUSY");
@@ -94,9 +94,9 @@ TEST_F(ClockSetTest, TakesNoStepForThePaceOfAnApplication)
 TEST_F(ClockSetTest, IsToldInTheDiagnosticsOnceItHappened)
 {
     letTheThreadLook(); // it sees the step to the time that stands still
-    MovedClock::step(kHour);
+    MovedClock::step(kAnHour);
     TevoroTalkUtils::sleep(300); // noticed without anybody's asking
-    const std::int64_t at = (kStart + kHour) / 1000;
+    const std::int64_t at = (kStoppedAt + kAnHour) / 1000;
     EXPECT_THAT(context(),
         testing::HasSubstr("/context/clockset;0;Clock set;3600s forward at "
             + bytes(TevoroTalkUtils::getTimeString(&at)) + ";\n"));

@@ -23,7 +23,7 @@ protected:
     }
 };
 
-std::string nameOf(const testing::TestParamInfo<const char*>& row)
+std::string portName(const testing::TestParamInfo<const char*>& row)
 {
     return *row.param != '\0' ? "Thread" : "Main";
 }
@@ -47,4 +47,4 @@ TEST_P(RogueBodyTest, MayHaveAHundredMegabytes)
     EXPECT_EQ(peer.process().finish(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(OnEachPort, RogueBodyTest, testing::Values("#thread", ""), nameOf);
+INSTANTIATE_TEST_SUITE_P(OnEachPort, RogueBodyTest, testing::Values("#thread", ""), portName);

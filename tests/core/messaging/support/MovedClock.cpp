@@ -22,7 +22,7 @@ std::mutex lock;
 Times ahead{}; // of the system's clocks, while they go
 std::optional<Times> stopped;
 
-Times now()
+Times currentTimes()
 {
     const std::lock_guard locked(lock);
     if (stopped)
@@ -41,9 +41,12 @@ void move(milliseconds wall, nanoseconds steady)
 
 class TestClock final : public Pt::Clock {
 public:
-    std::int64_t wallMilliseconds() override { return now().wall.count(); }
+    std::int64_t wallMilliseconds() override { return currentTimes().wall.count(); }
     std::int64_t wallSeconds() override { return wallMilliseconds() / 1000; }
-    steady_clock::time_point steadyNow() override { return steady_clock::time_point(now().steady); }
+    steady_clock::time_point steadyNow() override
+    {
+        return steady_clock::time_point(currentTimes().steady);
+    }
     void sleepFor(nanoseconds duration) override { std::this_thread::sleep_for(duration); }
 };
 
@@ -57,14 +60,14 @@ Pt::Clock& Pt::systemClock()
 
 void test::MovedClock::stopAt(std::int64_t time)
 {
-    const Times current = now();
+    const Times current = currentTimes();
     const std::lock_guard locked(lock);
     stopped = {milliseconds(time), current.steady};
 }
 
 void test::MovedClock::stop()
 {
-    const Times current = now();
+    const Times current = currentTimes();
     const std::lock_guard locked(lock);
     stopped = current;
 }
@@ -81,7 +84,7 @@ void test::MovedClock::step(std::int64_t time)
 
 void test::MovedClock::goOn()
 {
-    const Times current = now();
+    const Times current = currentTimes();
     const std::lock_guard locked(lock);
     stopped.reset();
     // The wall clock as it is; the steady one never goes back.

@@ -4,8 +4,8 @@
 #include "messaging/Message.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/wire/Identity.h"
-#include "support/Mounts.h"
 #include "support/OrdinaryUser.h"
+#include "support/disks/Mounts.h"
 
 #include <filesystem>
 #include <functional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/common/files/PtIoDevice.h"
+#include "platform/common/devices/PtIoDevice.h"
 #include "platform/common/services/PtExSystem.h"
 
 #include <functional>

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
 
 namespace test {
+
+constexpr std::size_t kKilobyte = 1024;
+constexpr std::size_t kMegabyte = 1024 * kKilobyte;
 
 // A text of that size in which every part tells where it stands; another for each number.
 inline std::string numberedText(std::size_t number, std::size_t size)

@@ -5,8 +5,8 @@
 #include "modules/ZQPluginSupport/original/support/MadeDng.h"
 #include "platform/common/files/FileCopy.h"
 #include "support/NoiseSource.h"
-#include "support/ShimmedProgram.h"
 #include "support/TestFolder.h"
+#include "support/faults/ShimmedProgram.h"
 
 #include <cerrno>
 #include <csignal>

@@ -2,8 +2,8 @@
 
 #include "core/platform/support/FileFixture.h"
 #include "modules/ZQPluginSupport/original/support/MadeDng.h"
-#include "support/Mounts.h"
 #include "support/NoiseSource.h"
+#include "support/disks/Mounts.h"
 
 #include <filesystem>
 

@@ -3,8 +3,8 @@
 #include "ZQPluginSupport/ZQPluginSupport.h"
 #include "modules/ZQPluginSupport/support/TinyRaw.h"
 #include "platform/common/files/FileCopy.h"
-#include "support/ShimmedProgram.h"
 #include "support/TestFolder.h"
+#include "support/faults/ShimmedProgram.h"
 
 #include <cerrno>
 #include <csignal>

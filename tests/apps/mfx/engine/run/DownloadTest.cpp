@@ -7,7 +7,7 @@
 #include "mfx/panel/OptionsPanel.h"
 #include "platform/common/files/FileStatus.h"
 #include "platform/common/files/FolderLock.h"
-#include "support/Mounts.h"
+#include "support/disks/Mounts.h"
 
 #include <fstream>
 #include <thread>

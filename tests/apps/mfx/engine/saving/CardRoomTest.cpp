@@ -2,7 +2,7 @@
 
 #include "apps/mfx/engine/SavingFixture.h"
 #include "mfx/engine/saving/FolderStatus.h"
-#include "support/Mounts.h"
+#include "support/disks/Mounts.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 #include "mfx/engine/saving/FolderStatus.h"
 
 #include "apps/mfx/engine/CardFixture.h"
-#include "support/Mounts.h"
+#include "support/disks/Mounts.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "mfx/engine/saving/PlaceWatch.h"
 
 #include "apps/mfx/engine/SavingFixture.h"
-#include "support/Mounts.h"
+#include "support/disks/Mounts.h"
 
 #include <gmock/gmock.h>
 

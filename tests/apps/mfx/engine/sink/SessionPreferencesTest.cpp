@@ -21,7 +21,7 @@ namespace {
 using tests::bytesOf;
 using tests::namesBelow;
 
-constexpr char kLibrary[] = TEVORO_STAGE_HOME "/Frameworks/preference_xml_parser.framework";
+constexpr char kStoreLibrary[] = TEVORO_STAGE_HOME "/Frameworks/preference_xml_parser.framework";
 constexpr char kStore[] = "user/preferences-3.xml";
 
 class SessionPreferencesTest : public testing::Test {
@@ -52,11 +52,11 @@ protected:
     static std::optional<std::string> inSession(const std::string& key)
     {
         const std::string folder = std::getenv("MFX_APPLICATION_DATA");
-        return PreferenceClient(kLibrary, folder + "/Velmo/Tevoro NX").text(key);
+        return PreferenceClient(kStoreLibrary, folder + "/Velmo/Tevoro NX").text(key);
     }
     std::optional<std::string> inUserStore(const std::string& key) const
     {
-        return PreferenceClient(kLibrary, userStore()).text(key);
+        return PreferenceClient(kStoreLibrary, userStore()).text(key);
     }
 
     tests::TestCard home;
@@ -66,7 +66,7 @@ protected:
 
 TEST_F(SessionPreferencesTest, ShowsThePluginAStoreOfItsOwnWithEveryKey)
 {
-    const SessionPreferences session(kLibrary, std::nullopt, choices);
+    const SessionPreferences session(kStoreLibrary, std::nullopt, choices);
     EXPECT_EQ(inSession("ConvertToDNG"), "0");
     EXPECT_EQ(inSession("GridFilterPref"), "7");
     EXPECT_EQ(inSession("SecondaryLocation"), "");
@@ -81,7 +81,7 @@ TEST_F(SessionPreferencesTest, LaysTheChoicesOverWhatWasStored)
     choices.deletesOriginals = true;
     choices.convertsToDNG = true;
     choices.dngPreview = 0;
-    const SessionPreferences session(kLibrary, userStore(), choices);
+    const SessionPreferences session(kStoreLibrary, userStore(), choices);
     EXPECT_EQ(inSession("SaveToSecondaryLocation"), "1");
     EXPECT_EQ(inSession("SecondaryLocation"), "/backup/of mine");
     EXPECT_EQ(inSession("DeleteOriginals"), "1");
@@ -101,7 +101,7 @@ TEST_F(SessionPreferencesTest, UndoesWhatWasRememberedForOneRun)
     store(remembered);
     choices.makesNoBackup = true;
     choices.opensBrowser = choices.convertsToDNG = false;
-    const SessionPreferences session(kLibrary, userStore(), choices);
+    const SessionPreferences session(kStoreLibrary, userStore(), choices);
     EXPECT_FALSE(session.backupFolder());
     for (const char* key : {"SaveToSecondaryLocation", "OpenTevoro", "ConvertToDNG"}) {
         EXPECT_EQ(inSession(key), "0") << key;
@@ -114,11 +114,11 @@ TEST_F(SessionPreferencesTest, RemembersWhatWasUndone)
 {
     store(value("SaveToSecondaryLocation", "1") + value("SecondaryLocation", "/backup"));
     choices.makesNoBackup = true;
-    SessionPreferences session(kLibrary, userStore(), choices);
+    SessionPreferences session(kStoreLibrary, userStore(), choices);
     ASSERT_TRUE(session.remember("/photos", 1));
     EXPECT_EQ(inUserStore("SaveToSecondaryLocation"), "0");
     choices.makesNoBackup = false;
-    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).backupFolder());
+    EXPECT_FALSE(SessionPreferences(kStoreLibrary, userStore(), choices).backupFolder());
 }
 
 TEST_F(SessionPreferencesTest, LeavesTheUsersStoreAsItIs)
@@ -127,7 +127,7 @@ TEST_F(SessionPreferencesTest, LeavesTheUsersStoreAsItIs)
     const std::string before = bytesOf(home.path(kStore));
     choices.backupFolder = "/backup";
     {
-        const SessionPreferences session(kLibrary, userStore(), choices);
+        const SessionPreferences session(kStoreLibrary, userStore(), choices);
     }
     EXPECT_EQ(bytesOf(home.path(kStore)), before);
     EXPECT_THAT(namesBelow(userStore()), ElementsAre("preferences-3.xml"));
@@ -136,7 +136,7 @@ TEST_F(SessionPreferencesTest, LeavesTheUsersStoreAsItIs)
 TEST_F(SessionPreferencesTest, TakesItsOwnStoreAwayAtTheEnd)
 {
     {
-        const SessionPreferences session(kLibrary, std::nullopt, choices);
+        const SessionPreferences session(kStoreLibrary, std::nullopt, choices);
         EXPECT_THAT(std::getenv("MFX_APPLICATION_DATA"), HasSubstr(home.path("run")));
         EXPECT_THAT(namesBelow(home.path("run")), Not(IsEmpty()));
     }
@@ -146,13 +146,13 @@ TEST_F(SessionPreferencesTest, TakesItsOwnStoreAwayAtTheEnd)
 TEST_F(SessionPreferencesTest, TakesTheBackupFolderFromTheStore)
 {
     store(value("SaveToSecondaryLocation", "1") + value("SecondaryLocation", "/backup"));
-    EXPECT_THAT(SessionPreferences(kLibrary, userStore(), choices).backupFolder(),
+    EXPECT_THAT(SessionPreferences(kStoreLibrary, userStore(), choices).backupFolder(),
         Optional(std::string("/backup")));
     store(value("SaveToSecondaryLocation", "1") + value("SecondaryLocation", ""));
-    EXPECT_THAT(SessionPreferences(kLibrary, userStore(), choices).backupFolder(),
+    EXPECT_THAT(SessionPreferences(kStoreLibrary, userStore(), choices).backupFolder(),
         Optional(home.path("Pictures")));
     store(value("SaveToSecondaryLocation", "0") + value("SecondaryLocation", "/backup"));
-    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).backupFolder());
+    EXPECT_FALSE(SessionPreferences(kStoreLibrary, userStore(), choices).backupFolder());
 }
 
 TEST_F(SessionPreferencesTest, CountsOnFromTheStoreAndTakesNonsenseForOne)
@@ -170,7 +170,7 @@ TEST_F(SessionPreferencesTest, CountsOnFromTheStoreAndTakesNonsenseForOne)
     };
     for (const auto& [text, number] : rows) {
         store(value("RenameSequenceNumber", text));
-        EXPECT_EQ(SessionPreferences(kLibrary, userStore(), choices).firstSequence(), number)
+        EXPECT_EQ(SessionPreferences(kStoreLibrary, userStore(), choices).firstSequence(), number)
             << text;
     }
 }
@@ -179,7 +179,7 @@ TEST_F(SessionPreferencesTest, RemembersTheChoicesAndKeepsWhatItDoesNotKnow)
 {
     store(value("Note", "mine") + "<later attribute=\"1\"/>" + value("OpenTevoro", "1"));
     choices.backupFolder = "/backup";
-    SessionPreferences session(kLibrary, userStore(), choices);
+    SessionPreferences session(kStoreLibrary, userStore(), choices);
     ASSERT_TRUE(session.remember("/photos", 43));
     EXPECT_EQ(inUserStore("SecondaryLocation"), "/backup");
     EXPECT_EQ(inUserStore("Location"), "/photos");
@@ -191,7 +191,7 @@ TEST_F(SessionPreferencesTest, RemembersTheChoicesAndKeepsWhatItDoesNotKnow)
 
 TEST_F(SessionPreferencesTest, RemembersInAStoreThatIsNotThereYet)
 {
-    SessionPreferences session(kLibrary, userStore(), choices);
+    SessionPreferences session(kStoreLibrary, userStore(), choices);
     EXPECT_FALSE(std::filesystem::exists(userStore()));
     ASSERT_TRUE(session.remember("/photos", 1));
     EXPECT_EQ(inUserStore("GridFilterPref"), "7");
@@ -200,30 +200,30 @@ TEST_F(SessionPreferencesTest, RemembersInAStoreThatIsNotThereYet)
 TEST_F(SessionPreferencesTest, SaysThatItCouldNotRemember)
 {
     home.add("user", "a file");
-    SessionPreferences session(kLibrary, userStore(), choices);
+    SessionPreferences session(kStoreLibrary, userStore(), choices);
     EXPECT_FALSE(session.remember("/photos", 1));
     EXPECT_EQ(bytesOf(home.path("user")), "a file");
-    EXPECT_FALSE(SessionPreferences(kLibrary, std::nullopt, choices).remember("/photos", 1));
+    EXPECT_FALSE(SessionPreferences(kStoreLibrary, std::nullopt, choices).remember("/photos", 1));
 }
 
 // A backup that was chosen long ago must not be left out without a word.
 TEST_F(SessionPreferencesTest, SaysThatAStoreIsDamaged)
 {
-    EXPECT_TRUE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+    EXPECT_TRUE(SessionPreferences(kStoreLibrary, userStore(), choices).startedWhole());
     store(value("SaveToSecondaryLocation", "1"));
-    EXPECT_TRUE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+    EXPECT_TRUE(SessionPreferences(kStoreLibrary, userStore(), choices).startedWhole());
     home.add(kStore, "<preferences version=\"1.0\"><value key=\"Save");
-    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+    EXPECT_FALSE(SessionPreferences(kStoreLibrary, userStore(), choices).startedWhole());
     std::filesystem::remove(home.path(kStore));
     home.addFolder(kStore);
-    EXPECT_FALSE(SessionPreferences(kLibrary, userStore(), choices).startedWhole());
+    EXPECT_FALSE(SessionPreferences(kStoreLibrary, userStore(), choices).startedWhole());
 }
 
 TEST_F(SessionPreferencesTest, GoesWithoutAStoreOfALaterVersionAndLeavesItAlone)
 {
     const std::string later = "<preferences version=\"2.0\"/>";
     home.add(kStore, later);
-    SessionPreferences session(kLibrary, userStore(), choices);
+    SessionPreferences session(kStoreLibrary, userStore(), choices);
     EXPECT_FALSE(session.startedWhole());
     EXPECT_FALSE(session.remember("/photos", 1));
     EXPECT_EQ(bytesOf(home.path(kStore)), later);
@@ -232,7 +232,7 @@ TEST_F(SessionPreferencesTest, GoesWithoutAStoreOfALaterVersionAndLeavesItAlone)
 TEST_F(SessionPreferencesTest, LeavesADamagedStoreAloneUntilItRemembers)
 {
     home.add(kStore, "no preferences");
-    SessionPreferences session(kLibrary, userStore(), choices);
+    SessionPreferences session(kStoreLibrary, userStore(), choices);
     EXPECT_EQ(bytesOf(home.path(kStore)), "no preferences");
     EXPECT_TRUE(session.remember("/photos", 1));
     EXPECT_EQ(bytesOf(home.path("user/preferences-3.damaged-1.xml")), "no preferences");
@@ -241,11 +241,11 @@ TEST_F(SessionPreferencesTest, LeavesADamagedStoreAloneUntilItRemembers)
 
 TEST_F(SessionPreferencesTest, LeavesTheUsersOwnFolderForWhatOutlivesTheRun)
 {
-    const SessionPreferences session(kLibrary, userStore(), choices);
+    const SessionPreferences session(kStoreLibrary, userStore(), choices);
     EXPECT_EQ(Pt::userApplicationData(), std::getenv("MFX_APPLICATION_DATA"));
     EXPECT_EQ(Pt::lastingApplicationData(), home.path("unused"));
     // For a run that is started from within this one, too.
-    const SessionPreferences inner(kLibrary, userStore(), choices);
+    const SessionPreferences inner(kStoreLibrary, userStore(), choices);
     EXPECT_EQ(Pt::lastingApplicationData(), home.path("unused"));
     EXPECT_EQ(SessionPreferences::userStoreFolder(), home.path("unused/Velmo/Tevoro NX"));
 }

@@ -2,8 +2,8 @@
 // last of its process.
 
 #include "platform/common/files/FileCopy.h"
-#include "support/ShimmedProgram.h"
 #include "support/TestFolder.h"
+#include "support/faults/ShimmedProgram.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 #include "platform/common/files/FileSystemFacts.h"
 
-#include "support/Mounts.h"
 #include "support/TestFolder.h"
+#include "support/disks/Mounts.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

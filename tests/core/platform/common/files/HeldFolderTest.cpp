@@ -1,7 +1,7 @@
 #include "platform/common/files/HeldFolder.h"
 
-#include "support/Mounts.h"
 #include "support/TestFolder.h"
+#include "support/disks/Mounts.h"
 
 #include <optional>
 

@@ -9,10 +9,10 @@
 
 using Pt::LocalPort;
 using Pt::LocalPortSender;
+using test::kMegabyte;
 
 namespace {
 
-constexpr std::size_t kMegabyte = 1024 * 1024;
 constexpr std::size_t kLarge = 5 * kMegabyte;
 constexpr std::size_t kMostUnread = 16 * kMegabyte;
 

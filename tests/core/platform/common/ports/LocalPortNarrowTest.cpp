@@ -42,8 +42,7 @@ extern "C" int setsockopt(
 namespace {
 
 using Pt::LocalPortSender;
-
-constexpr std::size_t kKilobyte = 1024;
+using test::kKilobyte;
 
 class LocalPortNarrowTest : public test::PortFixture,
                             public testing::WithParamInterface<std::size_t> {

@@ -10,13 +10,12 @@
 
 using Pt::LocalPort;
 using Pt::LocalPortSender;
+using test::kKilobyte;
+using test::kMegabyte;
 using test::PeerProcess;
 using testing::IsEmpty;
 
 namespace {
-
-constexpr std::size_t kKilobyte = 1024;
-constexpr std::size_t kMegabyte = 1024 * kKilobyte;
 
 using Words = std::vector<std::string>;
 

@@ -11,13 +11,12 @@
 
 using Pt::LocalPort;
 using Pt::LocalPortSender;
+using test::kKilobyte;
+using test::kMegabyte;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-constexpr std::size_t kKilobyte = 1024;
-constexpr std::size_t kMegabyte = 1024 * kKilobyte;
 
 class LocalPortSenderTest : public test::PortFixture {
 protected:

@@ -65,7 +65,7 @@ using Pt::LocalPortSender;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::size_t kLarge = 5000000;
+constexpr std::size_t kLargeText = 5000000;
 
 class LocalPortShortageTest : public test::PortFixture {
 protected:
@@ -113,13 +113,13 @@ class LocalPortPassingTest : public LocalPortShortageTest,
 TEST_P(LocalPortPassingTest, IsWaitedForByATextInAMemoryFile)
 {
     refuse(gPacketsWithFile, GetParam(), 5);
-    expectDelivered(kLarge);
+    expectDelivered(kLargeText);
     EXPECT_EQ(gPacketsWithFile.count, 0);
     refuse(gPacketsWithFile, GetParam(), INT_MAX);
-    expectRefused(kLarge);
+    expectRefused(kLargeText);
     refuse(gPacketsWithFile, 0, 0);
     for (int i = 0; i < 4; ++i) // what was refused does not count as on the way
-        expectDelivered(kLarge);
+        expectDelivered(kLargeText);
 }
 
 TEST_P(LocalPortPassingTest, MakesAPacketAMemoryFile)
@@ -138,9 +138,9 @@ TEST_F(LocalPortShortageTest, OfMemoryFilesIsWaitedFor)
 {
     for (const int error : {EMFILE, ENFILE, ENOMEM}) {
         refuse(gFiles, error, 5);
-        expectDelivered(kLarge);
+        expectDelivered(kLargeText);
         refuse(gFiles, error, INT_MAX);
-        expectRefused(kLarge);
+        expectRefused(kLargeText);
         refuse(gFiles, 0, 0);
     }
 }
@@ -148,10 +148,10 @@ TEST_F(LocalPortShortageTest, OfMemoryFilesIsWaitedFor)
 TEST_F(LocalPortShortageTest, IsNotWhatARefusalForGoodIs)
 {
     refuse(gFiles, ENOSYS, 1);
-    EXPECT_FALSE(sender.send("p", std::string(kLarge, 'x'), kPatience));
+    EXPECT_FALSE(sender.send("p", std::string(kLargeText, 'x'), kPatience));
     refuse(gPacketsWithFile, EPERM, 1);
-    EXPECT_FALSE(sender.send("p", std::string(kLarge, 'x'), kPatience));
-    expectDelivered(kLarge);
+    EXPECT_FALSE(sender.send("p", std::string(kLargeText, 'x'), kPatience));
+    expectDelivered(kLargeText);
 }
 
 TEST_F(LocalPortShortageTest, IsNotWaitedForOnceTheHolderHasLeft)
@@ -160,7 +160,7 @@ TEST_F(LocalPortShortageTest, IsNotWaitedForOnceTheHolderHasLeft)
     refuse(gPacketsWithFile, ETOOMANYREFS, INT_MAX);
     bool isSent = true;
     const auto start = std::chrono::steady_clock::now();
-    std::thread waiter([&] { isSent = sender.send("p", std::string(kLarge, 'x'), kPatience); });
+    std::thread waiter([&] { isSent = sender.send("p", std::string(kLargeText, 'x'), kPatience); });
     EXPECT_TRUE(test::waitUntil([] { return gPacketsWithFile.count < INT_MAX; }));
     port.reset();
     waiter.join();

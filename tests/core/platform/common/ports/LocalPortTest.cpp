@@ -14,12 +14,11 @@
 
 using Pt::LocalPort;
 using Pt::LocalPortSender;
+using test::kMegabyte;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-constexpr std::size_t kMegabyte = 1024 * 1024;
 
 class LocalPortTest : public test::PortFixture {
 protected:

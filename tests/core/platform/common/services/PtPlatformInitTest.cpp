@@ -2,7 +2,7 @@
 
 #include "core/platform/WideLiteral.h"
 #include "core/platform/support/OrdinarySignals.h"
-#include "platform/common/files/PtIoThread.h"
+#include "platform/common/devices/PtIoThread.h"
 #include "platform/common/services/PtExPost.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/services/PtPlatformStart.h"

@@ -1,6 +1,6 @@
 // What becomes of a semaphore's end that the system refuses: this program stands in for its calls.
 
-#include "platform/common/files/PtIoThread.h"
+#include "platform/common/devices/PtIoThread.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/threads/PtSemaphore.h"
 

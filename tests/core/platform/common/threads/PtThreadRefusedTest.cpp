@@ -1,7 +1,7 @@
 // What becomes of the layer when the system starts no thread.
 
 #include "core/platform/support/OrdinarySignals.h"
-#include "platform/common/files/PtIoThread.h"
+#include "platform/common/devices/PtIoThread.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/services/PtPlatformInit.h"
 #include "platform/common/threads/PtSemaphore.h"
@@ -59,7 +59,7 @@ private:
     Pt::Semaphore& m_semaphore;
 };
 
-int failureOf(const std::function<void()>& action)
+int refusalOf(const std::function<void()>& action)
 {
     try {
         action();
@@ -88,9 +88,9 @@ TEST(PtThreadRefusedTest, LeavesTheObjectToItsOwnerWhoMayTryAgain)
     auto detached = std::make_unique<Posting>(true, semaphore);
     {
         const NoThreads none;
-        EXPECT_EQ(failureOf([&] { joinable.begin(); }), EAGAIN);
-        EXPECT_EQ(failureOf([&] { detached->begin(); }), EAGAIN);
-        EXPECT_EQ(failureOf([&] { joinable.join(); }), EINVAL);
+        EXPECT_EQ(refusalOf([&] { joinable.begin(); }), EAGAIN);
+        EXPECT_EQ(refusalOf([&] { detached->begin(); }), EAGAIN);
+        EXPECT_EQ(refusalOf([&] { joinable.join(); }), EINVAL);
     }
     joinable.begin();
     joinable.join();
@@ -102,7 +102,7 @@ TEST(PtThreadRefusedTest, LeavesTheSignalsAsTheyWere)
     const test::OrdinarySignals ordinary;
     {
         const NoThreads none;
-        EXPECT_EQ(failureOf([] { Pt::SignalInit(); }), EAGAIN);
+        EXPECT_EQ(refusalOf([] { Pt::SignalInit(); }), EAGAIN);
         EXPECT_FALSE(isBlocked(SIGHUP));
         EXPECT_FALSE(isBlocked(SIGPIPE));
     }
@@ -115,7 +115,7 @@ TEST(PtThreadRefusedTest, LeavesNoWorkers)
 {
     {
         const NoThreads none;
-        EXPECT_EQ(failureOf([] { Pt::IoFileInit(2); }), EAGAIN);
+        EXPECT_EQ(refusalOf([] { Pt::IoFileInit(2); }), EAGAIN);
         EXPECT_EQ(Pt::IoFileWorkerCount(), 0);
     }
     EXPECT_TRUE(Pt::Thread::IsThreadCountZero());
@@ -128,7 +128,7 @@ TEST(PtThreadRefusedTest, LeavesNothingOfTheLayer)
 {
     {
         const NoThreads none;
-        EXPECT_EQ(failureOf([] { Pt::PlatformInit(Pt::Config()); }), EAGAIN);
+        EXPECT_EQ(refusalOf([] { Pt::PlatformInit(Pt::Config()); }), EAGAIN);
     }
     EXPECT_EQ(Pt::Exception::Post(Pt::ExSystem(EIO, Pt::ExWhere::here())), 0);
     EXPECT_FALSE(Pt::Thread::IsThreadPrimary());
@@ -137,7 +137,7 @@ TEST(PtThreadRefusedTest, LeavesNothingOfTheLayer)
         const NoThreads none;
         Pt::Config config;
         config.startsFileIo = true;
-        EXPECT_EQ(failureOf([&] { Pt::PlatformInit(config); }), EAGAIN);
+        EXPECT_EQ(refusalOf([&] { Pt::PlatformInit(config); }), EAGAIN);
     }
     EXPECT_TRUE(Pt::Thread::IsThreadPrimary()) << "the first use was ended, too";
     Pt::PlatformUninit();

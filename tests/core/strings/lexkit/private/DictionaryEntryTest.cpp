@@ -9,7 +9,7 @@ namespace {
 using namespace lexkit_test;
 using namespace lexkit_private;
 
-std::u16string textOf(const UnicodeRun& run)
+std::u16string runText(const UnicodeRun& run)
 {
     return lexkit_test::textOf(run.GetUnits(), run.GetLength());
 }
@@ -17,13 +17,13 @@ std::u16string textOf(const UnicodeRun& run)
 std::u16string converted(std::u16string_view text)
 {
     const Units source = units(text);
-    return textOf(DictionaryEntry::ConvertEscapeSequences(source.data(), source.size()));
+    return runText(DictionaryEntry::ConvertEscapeSequences(source.data(), source.size()));
 }
 
 std::u16string convertedISO(std::u16string_view text)
 {
     const Units source = units(text);
-    return textOf(
+    return runText(
         DictionaryEntry::ConvertEscapeSequencesISO(UnicodeRun(source.data(), source.size())));
 }
 
@@ -107,11 +107,11 @@ TEST(DictionaryEntryTest, ConvertsTheUnitsItIsMadeFromAndLeavesARunAsItIs)
 {
     const ByteRunKey key("k", 1, false);
     const Units text = units(u"^Q");
-    EXPECT_EQ(textOf(DictionaryEntry(key, text.data(), text.size()).GetValue()), u"\"");
+    EXPECT_EQ(runText(DictionaryEntry(key, text.data(), text.size()).GetValue()), u"\"");
     const UnicodeRun run(text.data(), text.size());
-    EXPECT_EQ(textOf(DictionaryEntry(key, run).GetValue()), u"^Q");
+    EXPECT_EQ(runText(DictionaryEntry(key, run).GetValue()), u"^Q");
     const auto entry = DictionaryEntry::Make(key, run);
-    EXPECT_EQ(textOf(entry->GetValue()), u"^Q");
+    EXPECT_EQ(runText(entry->GetValue()), u"^Q");
     EXPECT_NE(entry->GetData(), key.GetData());
     EXPECT_EQ(*entry->GetData(), 'k');
 }
