@@ -109,7 +109,7 @@ std::error_code notePlaces(const CopyPlaces& places)
     std::vector<CopyPlaces> all = notedPlaces();
     std::erase(all, places);
     all.insert(all.begin(), places);
-    all.resize(std::min(all.size(), kMostPlaces));
+    all.resize(std::min(all.size(), kMaxPlaces));
     try {
         return Pt::writeFileAtomically(notesPath(), textOf(all), kNotesMode);
     } catch (const Json::exception&) {

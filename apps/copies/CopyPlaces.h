@@ -22,7 +22,7 @@ struct CopyPlaces {
 };
 
 // Older ones are forgotten.
-inline constexpr std::size_t kMostPlaces = 50;
+inline constexpr std::size_t kMaxPlaces = 50;
 
 // Puts the pair to the front. Losing the note costs nothing but a line in the browser, so a process
 // waits for others that write no longer than a second.

@@ -13,7 +13,7 @@ namespace lexkit_cli {
 namespace {
 
 // Reading a block takes its size as an int.
-constexpr std::size_t kLargest = std::numeric_limits<int>::max(); // of a block
+constexpr std::size_t kMaxBlock = std::numeric_limits<int>::max(); // of a block
 
 [[noreturn]] void fail(const std::string& path, const Pt::FileContent& content)
 {
@@ -36,7 +36,7 @@ constexpr std::size_t kLargest = std::numeric_limits<int>::max(); // of a block
 DictionaryFile::DictionaryFile(const std::string& path)
     : m_path(path)
 {
-    Pt::FileContent content = Pt::readFile(path, kLargest);
+    Pt::FileContent content = Pt::readFile(path, kMaxBlock);
     if (content.state != Pt::FileContent::State::kRead)
         fail(path, content);
     m_bytes = std::move(content.bytes);

@@ -27,8 +27,8 @@ Pt::ProcessIdentity processOf(const SoString& target)
 // What an executable file begins with, as the system has it.
 std::string whyNotRun(const std::string& path)
 {
-    constexpr std::size_t kLongestLine = 255;
-    std::string begin(kLongestLine, '\0');
+    constexpr std::size_t kMaxLine = 255;
+    std::string begin(kMaxLine, '\0');
     std::ifstream file(path, std::ios::binary);
     file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
     begin.resize(static_cast<std::size_t>(file.gcount()));

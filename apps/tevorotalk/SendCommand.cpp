@@ -115,10 +115,10 @@ std::string bodyOf(const CommandLine& line)
         return line.text;
     std::string body;
     std::array<char, std::size_t{64} * 1024> piece{};
-    while (!Pt::wasInterrupted() && body.size() <= Pt::LocalPort::kLargestText
+    while (!Pt::wasInterrupted() && body.size() <= Pt::LocalPort::kMaxText
         && std::cin.read(piece.data(), piece.size()).gcount() > 0)
         body.append(piece.data(), static_cast<std::size_t>(std::cin.gcount()));
-    if (body.size() > Pt::LocalPort::kLargestText)
+    if (body.size() > Pt::LocalPort::kMaxText)
         throw CommandError(ExitCode::kUsage, "the text is longer than 256 MiB");
     // Half a body is none.
     if (Pt::wasInterrupted())

@@ -14,7 +14,7 @@ namespace velmo_caps_cli {
 
 namespace {
 
-constexpr std::size_t kLongestDocument = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t kMaxDocument = std::size_t{64} * 1024 * 1024;
 constexpr std::int32_t kDeploymentDomain = 4; // where the bus looks for a payload's location first
 constexpr std::string_view kLocationKey = "QMTConfigPath";
 
@@ -27,7 +27,7 @@ std::string readStandardInput()
         text.resize(before + kPiece);
         count = std::fread(text.data() + before, 1, kPiece, stdin);
         text.resize(before + count);
-        if (text.size() > kLongestDocument)
+        if (text.size() > kMaxDocument)
             throw CommandError(ExitCode::kPlaceUnusable, "standard input is longer than 64 MiB");
     }
     // Half a document is none.
@@ -42,7 +42,7 @@ std::string readDocumentFile(const std::string& path)
 {
     if (path == "-")
         return readStandardInput();
-    Pt::FileContent content = Pt::readFile(path, kLongestDocument);
+    Pt::FileContent content = Pt::readFile(path, kMaxDocument);
     switch (content.state) {
     case Pt::FileContent::State::kRead:
         return std::move(content.bytes);

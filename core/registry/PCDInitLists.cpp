@@ -18,7 +18,7 @@ constexpr const char* kConfigPathKey = "QMTConfigPath";
 constexpr int kLevels = 5;
 
 // More than any installer writes; a store that answers every key must not hold us for ever.
-constexpr int kMostCodes = 10'000;
+constexpr int kMaxCodes = 10'000;
 
 bool isFound(capsStatus status, const char* value)
 {
@@ -96,7 +96,7 @@ bool PCDInitLists::onStart(PCDWrapper& wrapper)
 void PCDInitLists::readPayload(const PCDWrapper& wrapper, const SoString& payload)
 {
     const SoString configPath = configPathOf(wrapper, payload);
-    for (int i = 0; i < kMostCodes && !configPath.isEmpty(); ++i) {
+    for (int i = 0; i < kMaxCodes && !configPath.isEmpty(); ++i) {
         const char* value = nullptr;
         if (wrapper.pcdGetDomainData(kProducts, payload, codeKey(i), &value) != kCapsSuccess)
             return;

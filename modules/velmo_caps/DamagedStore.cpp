@@ -14,7 +14,7 @@ namespace velmo_caps {
 namespace {
 
 constexpr std::array<const char*, 3> kJournals{"-wal", "-shm", "-journal"};
-constexpr int kMostKept = 10000;
+constexpr int kMaxKept = 10000;
 
 // The mark of the database's header, which a cut or scribbled file still has.
 bool saysThatItIsAStore(const std::string& path)
@@ -39,7 +39,7 @@ bool saysThatItIsAStore(const std::string& path)
 
 std::string freeName(const std::string& path)
 {
-    for (int number = 1; number <= kMostKept; ++number) {
+    for (int number = 1; number <= kMaxKept; ++number) {
         std::string name = path + ".damaged-" + std::to_string(number);
         bool isTaken = Pt::pathExists(name);
         for (const char* const journal : kJournals)

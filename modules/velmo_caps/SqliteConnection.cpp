@@ -7,7 +7,7 @@ namespace velmo_caps {
 namespace {
 
 // More than any specifier, path or name; a row of a hostile file is to cost no more.
-constexpr int kLongestValue = 16 * 1024 * 1024;
+constexpr int kMaxValue = 16 * 1024 * 1024;
 
 std::string percentEncoded(std::string_view path)
 {
@@ -33,7 +33,7 @@ void forbidCode(sqlite3* database)
              SQLITE_DBCONFIG_TRUSTED_SCHEMA})
         sqlite3_db_config(database, option, 0, nullptr);
     sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-    sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kLongestValue);
+    sqlite3_limit(database, SQLITE_LIMIT_LENGTH, kMaxValue);
 }
 
 } // namespace

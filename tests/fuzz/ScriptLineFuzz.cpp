@@ -15,7 +15,7 @@ using tevoro::ChildLine;
 
 namespace {
 
-constexpr qsizetype kLongest = 512;
+constexpr qsizetype kMaxLine = 512;
 
 void require(bool condition)
 {
@@ -57,7 +57,7 @@ QByteArray textOf(const ChildLine& message)
 
 void checkLine(const QByteArray& line)
 {
-    require(line.size() <= kLongest && !line.contains('\n'));
+    require(line.size() <= kMaxLine && !line.contains('\n'));
     const auto message = tevoro::readChildLine(line);
     if (!message)
         return;
@@ -72,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     const qsizetype piece = bytes.isEmpty() ? 1 : 1 + bytes.size() % 37;
-    tevoro::LineBuffer buffer(kLongest);
+    tevoro::LineBuffer buffer(kMaxLine);
     QByteArray taken;
     for (qsizetype at = 0; at < bytes.size() && !buffer.isTooLong(); at += piece) {
         buffer.add(bytes.mid(at, piece));
@@ -84,6 +84,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(bytes.startsWith(taken));
     // All of them, unless one was too long.
     const qsizetype rest = bytes.indexOf('\n', taken.size());
-    require(buffer.isTooLong() ? rest == -1 || rest - taken.size() > kLongest : rest == -1);
+    require(buffer.isTooLong() ? rest == -1 || rest - taken.size() > kMaxLine : rest == -1);
     return 0;
 }

@@ -22,7 +22,7 @@ using Specifier = ScObjects::TevoroTalk::Specifier;
 
 namespace {
 
-constexpr long kMostRows = 32; // each walk completes each of them
+constexpr long kMaxRows = 32; // each walk completes each of them
 
 void require(bool condition)
 {
@@ -55,7 +55,7 @@ void addRow(test::CapsTable& table, std::string_view row)
 
 void fill(test::CapsTable& table, std::string_view text)
 {
-    for (long i = 0; i < kMostRows && !text.empty(); ++i) {
+    for (long i = 0; i < kMaxRows && !text.empty(); ++i) {
         const std::string row = upTo(text, '\n');
         if (row.starts_with('!'))
             table.failures[row.substr(1)] = 5;

@@ -15,7 +15,7 @@ namespace mfx {
 namespace {
 
 constexpr std::chrono::milliseconds kPause{100};
-constexpr double kShortestTimeLeft = 1; // seconds
+constexpr double kMinTimeLeft = 1; // seconds
 
 std::string timeText(double seconds)
 {
@@ -63,7 +63,7 @@ std::string lineText(const ProgressEvent& event)
         std::to_string(event.itemsTotal),
         phaseText(event.phase),
         sizeText(event.rate)};
-    if (!event.secondsLeft || *event.secondsLeft < kShortestTimeLeft)
+    if (!event.secondsLeft || *event.secondsLeft < kMinTimeLeft)
         return text("$$$/Mfx/Progress/Doing=%1%, %2 of %3 items, %4, %5/s", parts);
     std::vector<std::string> all = parts;
     all.push_back(timeText(*event.secondsLeft));

@@ -19,7 +19,7 @@ namespace {
 constexpr std::string_view kMarks = "$$$";
 // Of mfx and of tevoro; the plug-in's texts are in the same file.
 constexpr std::array<std::string_view, 2> kAreas{"/Mfx/", "/Tevoro/"};
-constexpr std::size_t kLargestFile = 1 << 24; // bytes; a dictionary is some ten thousand
+constexpr std::size_t kMaxFile = 1 << 24; // bytes; a dictionary is some ten thousand
 constexpr std::size_t kMaxKeyLength = 256;
 
 bool isOurs(std::string_view key)
@@ -92,7 +92,7 @@ std::shared_ptr<const Entries> readFileOf(
     const std::string& localesFolder, const std::string& locale)
 try {
     const std::string path = localesFolder + '/' + locale + "/MFXStrings.dct";
-    const Pt::FileContent file = Pt::readFile(path, kLargestFile);
+    const Pt::FileContent file = Pt::readFile(path, kMaxFile);
     return file.state == Pt::FileContent::State::kRead ? readEntries(file.bytes) : nullptr;
 } catch (const std::exception&) {
     return nullptr; // the English texts serve as well

@@ -13,7 +13,7 @@ namespace pictures {
 
 namespace {
 
-constexpr int kLargestEdge = 1024; // more is not done at once
+constexpr int kMaxEdge = 1024; // more is not done at once
 
 Picture nothing()
 {
@@ -26,7 +26,7 @@ QImage decodedSmall(const QByteArray& jpeg, const std::atomic<bool>* cancelled)
         static_cast<std::size_t>(jpeg.size())});
     JpegDecoder decoder(bytes, cancelled);
     if (!decoder.readHeader()
-        || std::max(decoder.size().width(), decoder.size().height()) > kLargestEdge)
+        || std::max(decoder.size().width(), decoder.size().height()) > kMaxEdge)
         return {};
     decoder.scaleTo(8);
     return decoder.decode();

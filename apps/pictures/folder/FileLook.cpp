@@ -12,14 +12,14 @@ namespace pictures {
 namespace {
 
 // Each look that is held up costs a thread until its disk answers.
-constexpr int kMostLooks = 8;
+constexpr int kMaxLooks = 8;
 
 } // namespace
 
 std::optional<bool> isRegularFile(const std::string& path, std::chrono::milliseconds patience)
 {
     static std::atomic<int> looks = 0;
-    if (looks >= kMostLooks)
+    if (looks >= kMaxLooks)
         return std::nullopt;
     std::promise<bool> told;
     std::future<bool> answer = told.get_future();

@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto kAfterChange = 100ms;
 constexpr auto kAfterProblem = 2s;
-constexpr std::size_t kMostLeftThreads = 8;
+constexpr std::size_t kMaxLeftThreads = 8;
 
 } // namespace
 
@@ -59,7 +59,7 @@ void FolderReader::startThread()
 void FolderReader::leaveThread()
 {
     std::erase_if(m_leftThreads, [](const auto& thread) { return thread->isFinished(); });
-    if (m_leftThreads.size() == kMostLeftThreads)
+    if (m_leftThreads.size() == kMaxLeftThreads)
         return;
     m_thread->quit();
     m_leftThreads.push_back(std::move(m_thread));

@@ -18,7 +18,7 @@ namespace {
 // So long the owner waits for more before it looks: longer each time, as whoever is told sorts all
 // pictures anew.
 constexpr auto kFirstPause = 300ms;
-constexpr auto kLongestPause = 5s;
+constexpr auto kMaxPause = 5s;
 
 } // namespace
 
@@ -90,7 +90,7 @@ void CaptureTimes::readOne(const Picture& picture)
 void CaptureTimes::gather()
 {
     QTimer::singleShot(m_pause, this, &CaptureTimes::takeRead);
-    m_pause = std::min(m_pause * 2, std::chrono::milliseconds(kLongestPause));
+    m_pause = std::min(m_pause * 2, std::chrono::milliseconds(kMaxPause));
 }
 
 void CaptureTimes::takeRead()

@@ -59,7 +59,7 @@ GridView::GridView(FolderModel& model, ThumbnailQueue& queue, QWidget* parent)
 
 void GridView::setTileSize(int pixels)
 {
-    pixels = std::clamp(pixels, kSmallestTile, kLargestTile);
+    pixels = std::clamp(pixels, kSmallestTile, kMaxTile);
     if (pixels == m_tileSize)
         return;
     rememberPlace();

@@ -19,7 +19,7 @@ class GridView : public QListView {
     Q_OBJECT
 public:
     static constexpr int kSmallestTile = 64; // of the picture, in device-independent pixels
-    static constexpr int kLargestTile = 512;
+    static constexpr int kMaxTile = 512;
 
     GridView(FolderModel& model, ThumbnailQueue& queue, QWidget* parent = nullptr);
 

@@ -11,7 +11,7 @@ namespace pictures {
 
 namespace {
 
-constexpr double kLargestScale = 16.0;
+constexpr double kMaxScale = 16.0;
 constexpr double kWheelStep = 1.25;
 
 } // namespace
@@ -191,7 +191,7 @@ void PictureView::zoomBy(double factor)
         return;
     const double fitting = fittingScale(full);
     Part part = m_part;
-    part.scale = std::min(*scale() * factor, kLargestScale);
+    part.scale = std::min(*scale() * factor, kMaxScale);
     part.fits = part.scale <= fitting;
     changePart(part.fits ? Part{} : part);
 }

@@ -14,9 +14,9 @@ enum ChildExit : int {
 
 // A line on the channel between the browser and that program is no longer than this, without its
 // end.
-inline constexpr int kLongestLine = 16 << 20; // bytes
+inline constexpr int kMaxLine = 16 << 20; // bytes
 
 // Of one script.
-inline constexpr int kMostCalls = 10'000;
+inline constexpr int kMaxCalls = 10'000;
 
 } // namespace tevoro

@@ -18,7 +18,7 @@ constexpr int kEnds = 1000; // ms; for a process that was killed
 // For one that is there, to say so: a script that left much behind is still cleared away.
 constexpr int kStillReady = 1000; // ms
 // What a child may say before it has anything to answer is one short line.
-constexpr qsizetype kLongestGreeting = 4096;
+constexpr qsizetype kMaxGreeting = 4096;
 
 // Nothing of the user's own: where libraries are, the language and time that dates are told in, and
 // what sanitizers are told.
@@ -50,7 +50,7 @@ int millisecondsTo(const QDeadlineTimer& deadline)
 } // namespace
 
 ScriptChild::ScriptChild(const QString& program)
-    : m_lines(kLongestLine)
+    : m_lines(kMaxLine)
 {
     m_process.setProgram(program);
     m_process.setArguments({QString::number(QCoreApplication::applicationPid())});
@@ -83,7 +83,7 @@ void ScriptChild::kill()
 // Between scripts, from the event loop: one that floods us then would fill our memory.
 void ScriptChild::onOutput()
 {
-    if (!m_isRead && m_process.bytesAvailable() > (m_isReady ? 0 : kLongestGreeting))
+    if (!m_isRead && m_process.bytesAvailable() > (m_isReady ? 0 : kMaxGreeting))
         m_process.kill();
 }
 
@@ -131,7 +131,7 @@ bool ScriptChild::awaitReady(QDeadlineTimer deadline)
 bool ScriptChild::send(const QJsonObject& object)
 {
     const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact);
-    if (line.size() > kLongestLine)
+    if (line.size() > kMaxLine)
         return false;
     m_process.write(line);
     m_process.write("\n");

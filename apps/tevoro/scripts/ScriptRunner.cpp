@@ -42,7 +42,7 @@ ScriptRunner::ScriptRunner(const QString& program, ScriptLimits limits)
 // As JSON it takes no byte less.
 bool ScriptRunner::isTooLong(std::string_view script)
 {
-    return script.size() > kLongestLine;
+    return script.size() > kMaxLine;
 }
 
 ScriptOutcome ScriptRunner::runUtf8(std::string_view script, ScriptTarget& target)
@@ -85,7 +85,7 @@ ScriptOutcome ScriptRunner::runWatched(const QString& script, ScriptTarget& targ
 
 ScriptOutcome ScriptRunner::serve(ScriptTarget& target, QDeadlineTimer deadline)
 {
-    for (int calls = 0; calls <= kMostCalls; ++calls) {
+    for (int calls = 0; calls <= kMaxCalls; ++calls) {
         const auto line = m_child.read(deadline);
         if (!line) {
             const QString why = m_child.why();

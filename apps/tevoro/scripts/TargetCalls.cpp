@@ -22,14 +22,14 @@ Refusal folderRefusal(const QString& folder)
         return QStringLiteral("the folder is not absolute: ") + folder;
     if (folder.contains(QChar(u'\0')))
         return QStringLiteral("the folder holds what is no character");
-    if (folder.toUtf8().size() > kLongestFolder)
+    if (folder.toUtf8().size() > kMaxFolder)
         return QStringLiteral("the folder's path is too long");
     return {};
 }
 
 Refusal statusRefusal(const QString& text)
 {
-    return text.size() > kLongestStatus ? QStringLiteral("the status is too long") : Refusal();
+    return text.size() > kMaxStatus ? QStringLiteral("the status is too long") : Refusal();
 }
 
 Refusal noRefusal(const QString&)

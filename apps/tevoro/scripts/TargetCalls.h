@@ -14,8 +14,8 @@ namespace tevoro {
 class ScriptTarget;
 
 // Longer ones are refused.
-inline constexpr int kLongestFolder = 4095; // bytes
-inline constexpr int kLongestStatus = 10'000; // units
+inline constexpr int kMaxFolder = 4095; // bytes
+inline constexpr int kMaxStatus = 10'000; // units
 
 // Makes the call; its answer is {"value": ...} or {"error": TEXT}, which is an exception in the
 // script. Nothing for a call that no script makes.

@@ -135,7 +135,7 @@ void BrowserWindow::makeStatusLine()
     m_order->setAccessibleName(words("$$$/Tevoro/Order/Name=Order"));
     connect(m_order, &QComboBox::activated, this, &BrowserWindow::takeOrder);
     m_tileSize = new QSlider(Qt::Horizontal);
-    m_tileSize->setRange(GridView::kSmallestTile, GridView::kLargestTile);
+    m_tileSize->setRange(GridView::kSmallestTile, GridView::kMaxTile);
     m_tileSize->setSingleStep(kTileStep);
     m_tileSize->setPageStep(kTileStep * 2);
     m_tileSize->setFixedWidth(160);

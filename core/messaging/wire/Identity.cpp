@@ -25,7 +25,7 @@ namespace {
 constexpr std::size_t kMaxKeptLength = 40;
 // A file of the bus has 32 bytes at most; a larger one is somebody else's, and no reason to fill
 // the memory.
-constexpr std::size_t kLargestIdentityFile = std::size_t{1024} * 1024;
+constexpr std::size_t kMaxIdentityFile = std::size_t{1024} * 1024;
 constexpr const char* kSaltName = "md5";
 // Between two looks for a file that could not be written.
 constexpr std::chrono::seconds kLookAgain{1};
@@ -75,7 +75,7 @@ SoString hexadecimalDigits(const std::array<unsigned char, count>& bytes)
 // Empty for what is there and cannot be read.
 SoString readIdentity(const std::string& path)
 {
-    return SoString(std::string_view(Pt::readFile(path, kLargestIdentityFile).bytes));
+    return SoString(std::string_view(Pt::readFile(path, kMaxIdentityFile).bytes));
 }
 
 std::string folderOfIdentity()

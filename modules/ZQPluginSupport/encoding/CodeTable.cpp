@@ -9,13 +9,13 @@ namespace dng {
 
 namespace {
 
-constexpr unsigned int kLongestCode = 16; // bits
+constexpr unsigned int kMaxCode = 16; // bits
 constexpr std::size_t kFreeSymbol = kCategories; // takes the code of all ones
 
 // A symbol, or several taken together.
 struct Package {
     std::uint64_t weight = 0;
-    std::bitset<(kCategories + 1) * kLongestCode> members; // one bit for each bit of each length
+    std::bitset<(kCategories + 1) * kMaxCode> members; // one bit for each bit of each length
 };
 
 using Packages = std::vector<Package>;
@@ -34,7 +34,7 @@ Packages symbolsAt(unsigned int level, const CategoryCounts& counts)
         if (weight == 0 && symbol != kFreeSymbol)
             continue;
         symbols.push_back({weight, {}});
-        symbols.back().members.set(symbol * kLongestCode + level);
+        symbols.back().members.set(symbol * kMaxCode + level);
     }
     std::stable_sort(symbols.begin(), symbols.end(), isLighter);
     return symbols;
@@ -55,7 +55,7 @@ Packages pairsOf(const Packages& packages)
 std::array<std::uint8_t, kCategories + 1> shortestLengths(const CategoryCounts& counts)
 {
     Packages packages;
-    for (unsigned int level = 0; level < kLongestCode; ++level) {
+    for (unsigned int level = 0; level < kMaxCode; ++level) {
         const Packages pairs = pairsOf(packages);
         const Packages symbols = symbolsAt(level, counts);
         packages.resize(pairs.size() + symbols.size());
@@ -71,7 +71,7 @@ std::array<std::uint8_t, kCategories + 1> shortestLengths(const CategoryCounts& 
     for (std::size_t i = 0; i < needed; ++i)
         for (std::size_t bit = 0; bit < packages[i].members.size(); ++bit)
             if (packages[i].members[bit])
-                ++lengths[bit / kLongestCode];
+                ++lengths[bit / kMaxCode];
     return lengths;
 }
 
@@ -82,7 +82,7 @@ CodeTable CodeTable::optimal(const CategoryCounts& counts)
     const auto lengths = shortestLengths(counts);
     CodeTable table;
     unsigned int code = 0;
-    for (unsigned int length = 1; length <= kLongestCode; ++length) {
+    for (unsigned int length = 1; length <= kMaxCode; ++length) {
         code <<= 1U;
         for (std::size_t symbol = 0; symbol < kCategories; ++symbol) {
             if (lengths[symbol] != length)

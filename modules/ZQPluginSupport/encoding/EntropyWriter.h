@@ -17,12 +17,12 @@ namespace dng {
 
 class EntropyWriter {
 public:
-    static constexpr unsigned int kLongestPut = 56; // bits
+    static constexpr unsigned int kMaxPut = 56; // bits
 
     // Begins anew, with room for this many bits.
     void begin(std::uint64_t bits);
 
-    // Requires: length <= kLongestPut, no bit of `bits` above, and room.
+    // Requires: length <= kMaxPut, no bit of `bits` above, and room.
     void put(std::uint64_t bits, unsigned int length)
     {
         m_used += length;

@@ -11,7 +11,7 @@ namespace dng {
 namespace {
 
 constexpr unsigned int kLeastPrecision = 8;
-constexpr unsigned int kMostPrecision = 16;
+constexpr unsigned int kMaxPrecision = 16;
 constexpr unsigned int kPredictor = 1; // the sample to the left
 
 using Stream = std::vector<std::uint8_t>;
@@ -135,9 +135,9 @@ LosslessJpegEncoder::LosslessJpegEncoder(unsigned int components, unsigned int p
     : m_components(components)
     , m_precision(precision)
 {
-    if (components < 1 || components > kMostComponents)
+    if (components < 1 || components > kMaxComponents)
         throw std::invalid_argument("a tile has 1 to 3 components");
-    if (precision < kLeastPrecision || precision > kMostPrecision)
+    if (precision < kLeastPrecision || precision > kMaxPrecision)
         throw std::invalid_argument("a sample has 8 to 16 bits");
 }
 
@@ -145,7 +145,7 @@ void LosslessJpegEncoder::check(const SampleView& tile) const
 {
     if (tile.columns == 0 || tile.rows == 0 || tile.columns % m_components != 0)
         throw std::invalid_argument("a tile has whole pixels, one at least");
-    if (tile.rows > kLongestSide || tile.columns / m_components > kLongestSide)
+    if (tile.rows > kMaxSide || tile.columns / m_components > kMaxSide)
         throw std::invalid_argument("a side of the tile is too long for a stream");
 }
 

@@ -22,8 +22,8 @@ unsigned int precisionFor(std::uint16_t largest);
 
 class LosslessJpegEncoder {
 public:
-    static constexpr unsigned int kMostComponents = 3;
-    static constexpr std::uint32_t kLongestSide = 65535; // in pixels of the stream
+    static constexpr unsigned int kMaxComponents = 3;
+    static constexpr std::uint32_t kMaxSide = 65535; // in pixels of the stream
 
     // 1 to 3 components, 8 to 16 bits; else throws std::invalid_argument.
     LosslessJpegEncoder(unsigned int components, unsigned int precision);
@@ -46,8 +46,8 @@ private:
     const unsigned int m_components;
     const unsigned int m_precision;
     std::vector<std::uint16_t> m_differences; // of the tile, in the order of the stream
-    std::array<CategoryCounts, kMostComponents> m_counts{};
-    std::array<CodeTable, kMostComponents> m_tables{};
+    std::array<CategoryCounts, kMaxComponents> m_counts{};
+    std::array<CodeTable, kMaxComponents> m_tables{};
     EntropyWriter m_writer;
 };
 

@@ -14,9 +14,9 @@ namespace dng {
 namespace {
 
 constexpr std::uint32_t kUnit = 16; // pixels: TIFF wants multiples of it
-constexpr std::uint32_t kShortest = 176;
-constexpr std::uint32_t kLongest = 512;
-constexpr std::uint32_t kLargest = LosslessJpegEncoder::kLongestSide;
+constexpr std::uint32_t kMinTileSide = 176;
+constexpr std::uint32_t kMaxTileSide = 512;
+constexpr std::uint32_t kMaxImageSide = LosslessJpegEncoder::kMaxSide;
 
 constexpr std::uint32_t up(std::uint32_t value, std::uint32_t unit)
 {
@@ -33,10 +33,10 @@ constexpr std::uint32_t costOf(std::uint32_t side, std::uint32_t length)
 // The longest of those that cost least; not this one.
 std::uint32_t chooseSide(std::uint32_t length, std::uint32_t avoided)
 {
-    if (length <= kLongest)
+    if (length <= kMaxTileSide)
         return std::max(up(length, kUnit), kUnit);
     std::uint32_t best = 0;
-    for (std::uint32_t side = kLongest; side >= kShortest; side -= kUnit)
+    for (std::uint32_t side = kMaxTileSide; side >= kMinTileSide; side -= kUnit)
         if (side != avoided && (best == 0 || costOf(side, length) < costOf(best, length)))
             best = side;
     return best;
@@ -145,7 +145,7 @@ void check(const Frame& frame, const TileSize& size, const TileCoding& coding)
 {
     if (frame.width == 0 || frame.height == 0 || size.width == 0 || size.height == 0)
         throw std::invalid_argument("a frame and its tiles have a size");
-    if (size.width > kLargest || size.height > kLargest)
+    if (size.width > kMaxImageSide || size.height > kMaxImageSide)
         throw std::invalid_argument("a tile is too large");
     if (frame.width > UINT32_MAX - size.width || frame.height > UINT32_MAX - size.height)
         throw std::invalid_argument("the frame is too large");

@@ -7,12 +7,12 @@ namespace dng {
 namespace {
 
 // More than any record, and little enough to be read.
-constexpr std::size_t kLongestText = 4096;
+constexpr std::size_t kMaxText = 4096;
 
 std::optional<std::string> textOf(const TiffFile& file, std::uint16_t tag)
 {
     const TiffEntry* const entry = file.first().find(tag);
-    return entry ? file.text(*entry, kLongestText) : std::nullopt;
+    return entry ? file.text(*entry, kMaxText) : std::nullopt;
 }
 
 // Nothing where the directory does not name pieces in this way; else whether they lie in the file.

@@ -68,13 +68,13 @@ std::optional<EmbeddedOriginal> EmbeddedOriginal::of(
     result.m_preview = std::move(*previewPart);
     result.m_size =
         sizeOf(result.m_raw) + sizeOf(result.m_preview) + (kParts - 2) * kEmptyPart.size();
-    return result.m_size <= kLargestFile ? std::optional(std::move(result)) : std::nullopt;
+    return result.m_size <= kMaxFile ? std::optional(std::move(result)) : std::nullopt;
 }
 
 std::optional<EmbeddedOriginal::Part> EmbeddedOriginal::compressed(
     const ByteSource& file, WorkerThreads* threads)
 {
-    if (file.size() > kLargestFile)
+    if (file.size() > kMaxFile)
         return std::nullopt;
     Part part;
     part.length = static_cast<std::uint32_t>(file.size());

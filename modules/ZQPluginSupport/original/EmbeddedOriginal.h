@@ -27,7 +27,7 @@ using ByteSink = std::function<bool(std::span<const std::uint8_t> bytes)>;
 // threads. One thread at a time.
 class EmbeddedOriginal {
 public:
-    static constexpr std::uint64_t kLargestFile = 0xffff0000; // more would not fit into a DNG
+    static constexpr std::uint64_t kMaxFile = 0xffff0000; // more would not fit into a DNG
 
     // Nothing if a file cannot be read or is too large. `preview` and `threads` may be null.
     static std::optional<EmbeddedOriginal> of(

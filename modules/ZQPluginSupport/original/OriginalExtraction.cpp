@@ -18,7 +18,7 @@ namespace dng {
 
 namespace {
 
-constexpr int kMostNumbers = 100'000; // of names that are taken
+constexpr int kMaxNumbers = 100'000; // of names that are taken
 
 ExtractResult failed(ExtractOutcome outcome)
 {
@@ -88,7 +88,7 @@ ExtractResult place(Pt::NewFile& file,
     const Pt::ContentDigest& content)
 {
     ExtractResult result;
-    for (int number = 0; number < kMostNumbers; ++number) {
+    for (int number = 0; number < kMaxNumbers; ++number) {
         result.path = start + numbered(name, number);
         const std::error_code error = file.place(result.path);
         if (error != std::errc::file_exists) {

@@ -10,7 +10,7 @@ namespace dng {
 namespace {
 
 constexpr std::string_view kMark("Tevoro NX original 1\0", 21);
-constexpr std::size_t kLongestName = 255; // bytes, as file systems have it
+constexpr std::size_t kMaxName = 255; // bytes, as file systems have it
 constexpr std::size_t kDigestBytes = 32;
 constexpr std::size_t kHeadBytes = kMark.size() + 8 + kDigestBytes + 2;
 
@@ -32,7 +32,7 @@ std::uint64_t numberAt(std::string_view bytes, std::size_t position, std::size_t
 
 bool isFileName(std::string_view name)
 {
-    return !name.empty() && name.size() <= kLongestName && name != "." && name != ".."
+    return !name.empty() && name.size() <= kMaxName && name != "." && name != ".."
         && name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
 }
 

@@ -13,7 +13,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 // Of 64 KB that cannot be compressed hardly more comes out, whoever did it.
-constexpr std::uint32_t kLargestBlock = 2 * kBlockBytes;
+constexpr std::uint32_t kMaxBlock = 2 * kBlockBytes;
 constexpr std::uint16_t kTypeByte = 1;
 constexpr std::uint16_t kTypeUndefined = 7;
 
@@ -80,7 +80,7 @@ private:
             return true;
         // One that lies before the last is far behind it, without a sign.
         for (std::size_t i = 1; i < m_offsets.size(); ++i)
-            if (m_offsets[i] - m_offsets[i - 1] > kLargestBlock)
+            if (m_offsets[i] - m_offsets[i - 1] > kMaxBlock)
                 return false;
         return m_offsets.front() == head && m_offsets.back() <= m_value.count;
     }

@@ -11,8 +11,8 @@ namespace {
 constexpr std::size_t kHeadBytes = 8;
 constexpr std::size_t kEntryBytes = 12;
 constexpr std::size_t kValueInEntry = 8; // where a value of at most 4 bytes stands
-constexpr std::size_t kMostNumbers = 1024;
-constexpr std::size_t kMostBelow = 32;
+constexpr std::size_t kMaxNumbers = 1024;
+constexpr std::size_t kMaxBelow = 32;
 constexpr std::uint16_t kSubDirectories = 330;
 
 enum Type : std::uint16_t { kByte = 1, kShort = 3, kLong = 4, kDirectory = 13 };
@@ -122,7 +122,7 @@ std::vector<TiffDirectory> TiffFile::below(const TiffDirectory& directory) const
     if (!entry || (entry->type != kLong && entry->type != kDirectory))
         return result;
     auto positions = numbers(*entry);
-    positions.resize(std::min(positions.size(), kMostBelow));
+    positions.resize(std::min(positions.size(), kMaxBelow));
     for (const std::uint32_t position : positions)
         if (auto found = directoryAt(position))
             result.push_back(std::move(*found));
@@ -134,7 +134,7 @@ std::vector<std::uint32_t> TiffFile::numbers(const TiffEntry& entry) const
     if (!isWholeNumber(entry.type))
         return {};
     const std::size_t each = elementBytes(entry.type);
-    const std::size_t count = std::min<std::size_t>(entry.count, kMostNumbers);
+    const std::size_t count = std::min<std::size_t>(entry.count, kMaxNumbers);
     std::vector<std::uint8_t> bytes(count * each);
     if (!m_source->read(entry.valueOffset, bytes))
         return {};

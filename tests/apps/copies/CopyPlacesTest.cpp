@@ -35,9 +35,9 @@ TEST_F(CopyPlacesTest, AreNotedTheLatestFirst)
 
 TEST_F(CopyPlacesTest, AreForgottenWhenThereAreMany)
 {
-    for (std::size_t i = 0; i < kMostPlaces + 5; ++i)
+    for (std::size_t i = 0; i < kMaxPlaces + 5; ++i)
         EXPECT_FALSE(notePlaces({"/p" + std::to_string(i), "/b"}));
-    EXPECT_EQ(notedPlaces().size(), kMostPlaces);
+    EXPECT_EQ(notedPlaces().size(), kMaxPlaces);
     EXPECT_EQ(notedPlaces().front().pictures, "/p54");
 }
 

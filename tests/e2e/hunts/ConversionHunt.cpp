@@ -13,7 +13,7 @@ namespace e2e {
 namespace {
 
 // From the start of a program to the end of a download of such a card, with room to spare.
-constexpr std::uint64_t kLongestMoment = 900; // milliseconds
+constexpr std::uint64_t kMaxMoment = 900; // milliseconds
 
 } // namespace
 
@@ -59,7 +59,7 @@ void ConversionHunt::playRound(std::uint64_t seed, int round)
     addRaws(3 + static_cast<int>(noise.next() % 6));
     const auto kills = 1 + noise.next() % 3;
     for (std::uint64_t i = 0; i < kills; ++i) {
-        killOneRun(noise.next() % kLongestMoment);
+        killOneRun(noise.next() % kMaxMoment);
         expectNothingLost();
     }
     const RunResult result = downloadWithBackup({"--dng"});
@@ -137,7 +137,7 @@ void ConversionHunt::playPair(std::uint64_t seed, int round)
         std::this_thread::sleep_for(std::chrono::milliseconds(noise.next() % 60));
         LiveRun other(pairOf(secondCard()), settings);
         if (noise.next() % 3 == 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(noise.next() % kLongestMoment));
+            std::this_thread::sleep_for(std::chrono::milliseconds(noise.next() % kMaxMoment));
             one.signal(SIGKILL);
         }
         one.finish();

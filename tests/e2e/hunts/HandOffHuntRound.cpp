@@ -10,12 +10,12 @@ namespace {
 using std::chrono::milliseconds;
 
 // Far below what the sink would wait for by itself; with room for a machine that is busy.
-constexpr std::chrono::seconds kLongestRun{28};
+constexpr std::chrono::seconds kMaxRun{28};
 constexpr milliseconds kPoll{20};
 
 bool waitUntil(const std::function<bool()>& condition)
 {
-    const auto end = std::chrono::steady_clock::now() + kLongestRun;
+    const auto end = std::chrono::steady_clock::now() + kMaxRun;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end)
             return false;
@@ -157,7 +157,7 @@ void HandOffRound::interfere()
 // While it copies, while it waits, or behind its end.
 void HandOffRound::interrupt(Run& run)
 {
-    if (!run.mfx->waitFor("\"source\"", kLongestRun))
+    if (!run.mfx->waitFor("\"source\"", kMaxRun))
         return complain("nothing is told of the card");
     std::this_thread::sleep_for(milliseconds(m_draw.below(3000)));
     run.mfx->signal(m_draw.chance(50) ? SIGINT : SIGTERM);
@@ -167,11 +167,11 @@ void HandOffRound::interrupt(Run& run)
 void HandOffRound::awaitRuns()
 {
     for (Run& run : m_runs) {
-        const auto left = run.begun + kLongestRun - std::chrono::steady_clock::now();
+        const auto left = run.begun + kMaxRun - std::chrono::steady_clock::now();
         if (!run.mfx->waitForEnd(
                 std::max(std::chrono::duration_cast<milliseconds>(left), milliseconds(1))))
-            complain("a download waits for more than " + std::to_string(kLongestRun.count())
-                + " seconds");
+            complain(
+                "a download waits for more than " + std::to_string(kMaxRun.count()) + " seconds");
     }
 }
 

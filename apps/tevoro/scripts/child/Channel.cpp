@@ -14,7 +14,7 @@ std::optional<QJsonObject> Channel::read()
     QByteArray line;
     int byte = 0;
     while ((byte = std::getc(stdin)) != EOF && byte != '\n') {
-        if (line.size() == kLongestLine)
+        if (line.size() == kMaxLine)
             std::_Exit(kChildConfused);
         line.append(static_cast<char>(byte));
     }
@@ -29,7 +29,7 @@ std::optional<QJsonObject> Channel::read()
 bool Channel::write(const QJsonObject& object)
 {
     const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact);
-    if (line.size() > kLongestLine)
+    if (line.size() > kMaxLine)
         return false;
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
     std::putc('\n', stdout);

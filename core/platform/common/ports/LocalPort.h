@@ -3,7 +3,7 @@
 // interpret the texts.
 //
 // Names may contain any bytes and have any length. Texts may contain any bytes, from 1 byte to
-// kLargestText. No text arrives truncated or duplicated, nor out of order if one thread sent them
+// kMaxText. No text arrives truncated or duplicated, nor out of order if one thread sent them
 // by one sender object. The name becomes free the moment its holder ends, even if it is killed.
 // Both sides refuse processes of other users.
 //
@@ -32,7 +32,7 @@ namespace Pt {
 class LocalPort {
 public:
     // A longer text is neither sent nor received.
-    static constexpr std::size_t kLargestText = std::size_t{256} * 1024 * 1024;
+    static constexpr std::size_t kMaxText = std::size_t{256} * 1024 * 1024;
 
     // Takes the name, without waiting. Null if it is held, or if the folder cannot be used.
     static std::unique_ptr<LocalPort> hold(std::string_view name);

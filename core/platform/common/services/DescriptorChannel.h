@@ -23,8 +23,8 @@ struct ChannelMessage {
 class DescriptorChannel {
 public:
     // Longer messages, and more open files with one, are not sent.
-    static constexpr std::size_t kLongestMessage = 64 * 1024; // bytes
-    static constexpr std::size_t kMostDescriptors = 8;
+    static constexpr std::size_t kMaxMessage = 64 * 1024; // bytes
+    static constexpr std::size_t kMaxDescriptors = 8;
 
     enum class Heard { kMessage, kNothingYet, kEnd };
 

@@ -163,7 +163,7 @@ TEST_F(GridViewTest, KeepsTheCurrentPictureWhenTilesGrow)
     m_view.setTileSize(1);
     EXPECT_EQ(m_view.tileSize(), GridView::kSmallestTile);
     m_view.setTileSize(100000);
-    EXPECT_EQ(m_view.tileSize(), GridView::kLargestTile);
+    EXPECT_EQ(m_view.tileSize(), GridView::kMaxTile);
 }
 
 TEST_F(GridViewTest, FindsTheTileUnderAPoint)

@@ -40,13 +40,13 @@ TEST_F(LargeTextTest, IsCarriedUpToTheLimitAndNotBeyond)
     PeerProcess sender({STREAM_PEER, "tevoro-1.0"});
     ASSERT_EQ(sender.line(), "tevoro-1.0");
     InterAppStream stream("asker-1.0", true);
-    sender.tell("fill asker-1.0 " + std::to_string(Pt::LocalPort::kLargestText + 1));
+    sender.tell("fill asker-1.0 " + std::to_string(Pt::LocalPort::kMaxText + 1));
     EXPECT_EQ(sender.line(), "not");
     EXPECT_FALSE(stream.messagePending());
-    sender.tell("fill asker-1.0 " + std::to_string(Pt::LocalPort::kLargestText));
+    sender.tell("fill asker-1.0 " + std::to_string(Pt::LocalPort::kMaxText));
     EXPECT_EQ(sender.line(), "sent");
-    EXPECT_EQ(test::described(received(stream, Pt::LocalPort::kLargestText)),
-        test::described(test::numberedText(0, Pt::LocalPort::kLargestText)));
+    EXPECT_EQ(test::described(received(stream, Pt::LocalPort::kMaxText)),
+        test::described(test::numberedText(0, Pt::LocalPort::kMaxText)));
     EXPECT_EQ(sender.finish(), 0);
 }
 

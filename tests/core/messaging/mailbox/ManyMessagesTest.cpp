@@ -17,7 +17,7 @@ using test::newWatcher;
 using TevoroTalkData::MessageQueue;
 
 // What grows with the square would take sixteen times as long.
-constexpr double kMost = 8;
+constexpr double kMaxRatio = 8;
 
 constexpr std::size_t kSmall = std::size_t{8} << 20U;
 
@@ -110,7 +110,7 @@ TEST_F(ManyMessagesTest, TakeTimeByTheirSizeAloneInOneText)
     const double few = secondsOf([&] { pass(kSmall, kSmall); });
     const double many = secondsOf([&] { pass(4 * kSmall, 4 * kSmall); });
     RecordProperty("seconds", std::to_string(many));
-    EXPECT_LT(many, kMost * few) << many << " s after " << few;
+    EXPECT_LT(many, kMaxRatio * few) << many << " s after " << few;
 }
 
 TEST_F(ManyMessagesTest, TakeTimeByTheirSizeAloneInManyTexts)
@@ -119,7 +119,7 @@ TEST_F(ManyMessagesTest, TakeTimeByTheirSizeAloneInManyTexts)
     startCounting();
     const double few = secondsOf([&] { pass(kSmall, kText); });
     const double many = secondsOf([&] { pass(4 * kSmall, kText); });
-    EXPECT_LT(many, kMost * few) << many << " s after " << few;
+    EXPECT_LT(many, kMaxRatio * few) << many << " s after " << few;
 }
 
 TEST_F(ManyMessagesTest, TakeTimeByTheirSizeAloneWithThousandsOfHeaders)
@@ -159,7 +159,7 @@ TEST_F(LongQueueTest, LosesEverySecondMessageInTimeByItsLength)
         queue.removeExpiredMessages();
         EXPECT_EQ(queue.length(), count);
     }),
-        kMost);
+        kMaxRatio);
 }
 
 TEST_F(LongQueueTest, LosesThoseThatComeExpiredInTimeByItsLength)
@@ -178,7 +178,7 @@ TEST_F(LongQueueTest, LosesThoseThatComeExpiredInTimeByItsLength)
         }
         EXPECT_EQ(queue.length(), 0);
     }),
-        kMost);
+        kMaxRatio);
 }
 
 TEST_F(LongQueueTest, LooksForTheWatcherOfEachAnswerInTimeByItsLength)
@@ -191,7 +191,7 @@ TEST_F(LongQueueTest, LooksForTheWatcherOfEachAnswerInTimeByItsLength)
             queue.removeTimeoutMessage(i);
         EXPECT_EQ(queue.length(), count + 1);
     }),
-        kMost);
+        kMaxRatio);
 }
 
 TEST_F(LongQueueTest, IsWorkedOffBehindMessagesThatStayInTimeByItsLength)
@@ -203,5 +203,5 @@ TEST_F(LongQueueTest, IsWorkedOffBehindMessagesThatStayInTimeByItsLength)
             [](TevoroTalk::Message&) {});
         EXPECT_EQ(queue.length(), 100);
     }),
-        kMost);
+        kMaxRatio);
 }

@@ -10,7 +10,7 @@ using ScObjects::SoString;
 using Message = ScObjects::TevoroTalk::Message;
 using test::FailingHeap;
 
-constexpr std::size_t kLargest = 100'000;
+constexpr std::size_t kMaxMemory = 100'000;
 
 class MessageMemoryTest : public test::MessagingFixture {
 protected:
@@ -27,9 +27,9 @@ protected:
 TEST_F(MessageMemoryTest, IsNotWholeWithoutMemoryForItsBody)
 {
     // With another behind it, so that the body cannot take the text over.
-    SoString both(text("", 2 * kLargest) + text("", 4));
+    SoString both(text("", 2 * kMaxMemory) + text("", 4));
     const long length = both.length();
-    const FailingHeap heap(kLargest);
+    const FailingHeap heap(kMaxMemory);
     Message message;
     const long next = message.readFrom(both, 0);
     EXPECT_FALSE(message.isWhole());
@@ -45,12 +45,12 @@ TEST_F(MessageMemoryTest, IsNotWholeWithoutMemoryForItsBody)
 
 TEST_F(MessageMemoryTest, TakesOverATextThatItCouldNotCopy)
 {
-    SoString whole(text("", 2 * kLargest));
-    const FailingHeap heap(kLargest);
+    SoString whole(text("", 2 * kMaxMemory));
+    const FailingHeap heap(kMaxMemory);
     Message message;
     message.readFrom(whole, 0);
     EXPECT_TRUE(message.isWhole());
-    EXPECT_EQ(message.body.view().size(), 2 * kLargest);
+    EXPECT_EQ(message.body.view().size(), 2 * kMaxMemory);
 }
 
 TEST_F(MessageMemoryTest, IsNotWholeWithoutMemoryForItsHeaders)
@@ -65,8 +65,8 @@ TEST_F(MessageMemoryTest, IsNotWholeWithoutMemoryForItsHeaders)
         const Message copy(message); // NOLINT(performance-unnecessary-copy-initialization)
         EXPECT_FALSE(copy.isWhole());
     }
-    const std::string large = text("Name:" + std::string(2 * kLargest, 'v') + "\n", 0);
-    const FailingHeap heap(kLargest);
+    const std::string large = text("Name:" + std::string(2 * kMaxMemory, 'v') + "\n", 0);
+    const FailingHeap heap(kMaxMemory);
     Message message;
     message.readFromString(large.data(), large.data() + large.size());
     EXPECT_FALSE(message.isWhole());
@@ -77,10 +77,10 @@ TEST_F(MessageMemoryTest, IsNotWrittenWithoutMemoryForIt)
     Message message;
     message.target = "self-1.0";
     message.sender = "asker-1.0";
-    message.body = SoString(std::string(2 * kLargest, 'x'));
+    message.body = SoString(std::string(2 * kMaxMemory, 'x'));
     SoString out("before");
     {
-        const FailingHeap heap(kLargest);
+        const FailingHeap heap(kMaxMemory);
         EXPECT_FALSE(message.writeToString(out));
         EXPECT_EQ(out.view(), "before");
         const Message copy(message);

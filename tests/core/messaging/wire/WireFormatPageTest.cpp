@@ -237,7 +237,7 @@ TEST_F(WireFormatPageTest, ListsTheNamesThatAreMarked)
 
 TEST_F(WireFormatPageTest, TellsTheLimits)
 {
-    EXPECT_EQ(limit("Bytes of a text"), Pt::LocalPort::kLargestText);
+    EXPECT_EQ(limit("Bytes of a text"), Pt::LocalPort::kMaxText);
     const std::size_t headers = limit("Custom header lines kept of a message");
     std::string text = test::kHead;
     for (std::size_t i = 0; i < headers + 10; ++i)

@@ -42,9 +42,9 @@ private:
     // Above which none is open.
     static int endOfDescriptors()
     {
-        constexpr int kMost = 1024;
+        constexpr int kMaxCount = 1024;
         int end = 0;
-        for (int number = 0; number < kMost; ++number)
+        for (int number = 0; number < kMaxCount; ++number)
             if (::fcntl(number, F_GETFD) != -1)
                 end = number + 1;
         return end;

@@ -62,7 +62,7 @@ TEST(EntropyWriterTest, WritesAsOneThatTakesBitAfterBit)
 {
     tests::NoiseSource noise(1);
     EntropyWriter writer;
-    for (unsigned int longest = 1; longest <= EntropyWriter::kLongestPut; ++longest) {
+    for (unsigned int longest = 1; longest <= EntropyWriter::kMaxPut; ++longest) {
         PlainWriter plain;
         writer.begin(200ULL * longest);
         for (int i = 0; i < 200; ++i) {

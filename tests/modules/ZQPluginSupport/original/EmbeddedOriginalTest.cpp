@@ -111,7 +111,7 @@ TEST(EmbeddedOriginalTest, IsNothingForAFileTooLargeForADng)
 {
     class Endless final : public dng::ByteSource {
     public:
-        std::uint64_t size() const override { return EmbeddedOriginal::kLargestFile + 1; }
+        std::uint64_t size() const override { return EmbeddedOriginal::kMaxFile + 1; }
         bool read(std::uint64_t, std::span<std::uint8_t>) const override
         {
             ADD_FAILURE() << "it was read";

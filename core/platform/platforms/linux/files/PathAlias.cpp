@@ -8,7 +8,7 @@ namespace Pt {
 
 namespace {
 
-constexpr std::size_t kLongestPath = 1024; // bytes
+constexpr std::size_t kMaxPath = 1024; // bytes
 constexpr int kMaxLinks = 40; // as the system itself follows
 
 // One step; a relative target counts from the folder that the alias lies in.
@@ -22,13 +22,13 @@ std::filesystem::path targetOf(const std::filesystem::path& alias, std::error_co
 std::string resolveAlias(const std::string& path)
 {
     namespace fs = std::filesystem;
-    if (path.size() > kLongestPath)
+    if (path.size() > kMaxPath)
         return path;
     std::error_code error;
     fs::path reached(path);
     for (int i = 0; i < kMaxLinks && fs::is_symlink(fs::symlink_status(reached, error)); ++i)
         reached = targetOf(reached, error);
-    if (error || !fs::exists(reached, error) || reached.native().size() > kLongestPath)
+    if (error || !fs::exists(reached, error) || reached.native().size() > kMaxPath)
         return path;
     return reached.string();
 }

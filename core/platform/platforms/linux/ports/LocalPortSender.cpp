@@ -130,8 +130,8 @@ bool LocalPortSender::send(std::string_view name,
     const SplitText text = {head, rest};
     // Compared by subtraction, so that two huge sizes cannot wrap around. An empty packet would
     // look like the end of the connection.
-    return text.size() != 0 && head.size() <= LocalPort::kLargestText
-        && rest.size() <= LocalPort::kLargestText - head.size()
+    return text.size() != 0 && head.size() <= LocalPort::kMaxText
+        && rest.size() <= LocalPort::kMaxText - head.size()
         && m_state->send(name, text, deadlineAfter(patience));
 }
 

@@ -57,7 +57,7 @@ Descriptor makeMemoryText(std::string_view head, std::string_view rest)
 
 MemoryMapping mapMemoryText(int file, std::uint64_t size)
 {
-    const bool holds = size > 0 && size <= LocalPort::kLargestText && isSealed(file)
+    const bool holds = size > 0 && size <= LocalPort::kMaxText && isSealed(file)
         && isOfOrdinaryPages(file) && hasSize(file, size);
     if (!holds)
         return {};

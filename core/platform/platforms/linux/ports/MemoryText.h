@@ -15,7 +15,7 @@ namespace Pt {
 Descriptor makeMemoryText(std::string_view head, std::string_view rest);
 
 // The text as private, writable bytes. Empty unless the file is a sealed memory file of exactly
-// that size, between 1 byte and LocalPort::kLargestText: its sender may be any program. errno is
+// that size, between 1 byte and LocalPort::kMaxText: its sender may be any program. errno is
 // ENOMEM when there is only no memory for it.
 MemoryMapping mapMemoryText(int file, std::uint64_t size);
 

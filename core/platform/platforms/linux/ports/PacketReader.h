@@ -18,11 +18,11 @@ public:
     // A send buffer of 4 MiB, which the system doubles, holds no larger packet. The buffer is
     // address space until it is written to, so that one call takes a packet of any size: asking for
     // the size of each before would double the calls.
-    static constexpr std::size_t kLargestPacket = std::size_t{8} * 1024 * 1024;
+    static constexpr std::size_t kMaxPacket = std::size_t{8} * 1024 * 1024;
 
     // A packet longer than `room` is dropped. Throws std::bad_alloc when there is no address space
     // for the buffer.
-    explicit PacketReader(std::size_t room = kLargestPacket);
+    explicit PacketReader(std::size_t room = kMaxPacket);
 
     // Without waiting. After kText, text() and size() are what came in, until the next call. A
     // passing refusal of the system counts as kNothing. kNoMemory: a text is there that cannot be

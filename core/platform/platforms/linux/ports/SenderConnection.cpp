@@ -22,8 +22,8 @@ using std::chrono::steady_clock;
 
 // Nobody tells when a text in a memory file was read, or when the system is no longer short: looked
 // for after the shortest pause, then after ever longer ones.
-constexpr milliseconds kShortestPause{1};
-constexpr milliseconds kLongestPause{16};
+constexpr milliseconds kMinPause{1};
+constexpr milliseconds kMaxPause{16};
 
 // The system counts its own book-keeping of a packet, too: never less than this, next to the bytes.
 constexpr std::uint64_t kLeastOfPacket = 512;
@@ -120,7 +120,7 @@ Delivery SenderConnection::sendPacket(const SplitText& text, SteadyTime deadline
 template <typename Attempt>
 Delivery SenderConnection::repeatWhileShort(SteadyTime deadline, Attempt attempt)
 {
-    for (milliseconds pause = kShortestPause;; pause = std::min(2 * pause, kLongestPause)) {
+    for (milliseconds pause = kMinPause;; pause = std::min(2 * pause, kMaxPause)) {
         const Delivery result = attempt();
         if (result != Delivery::kShort)
             return result;

@@ -15,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kControlSize = CMSG_SPACE(DescriptorChannel::kMostDescriptors * sizeof(int));
+constexpr std::size_t kControlSize = CMSG_SPACE(DescriptorChannel::kMaxDescriptors * sizeof(int));
 
 // Whether there is something to read, or the other side is gone, before the deadline.
 bool awaitInput(int descriptor, std::optional<Clock::time_point> deadline)
@@ -68,7 +68,7 @@ std::optional<std::pair<DescriptorChannel, DescriptorChannel>> DescriptorChannel
 std::error_code DescriptorChannel::send(
     std::string_view bytes, std::span<const int> descriptors) const
 {
-    if (bytes.size() > kLongestMessage || descriptors.size() > kMostDescriptors)
+    if (bytes.size() > kMaxMessage || descriptors.size() > kMaxDescriptors)
         return std::make_error_code(std::errc::message_size);
     iovec piece = {const_cast<char*>(bytes.data()), bytes.size()};
     alignas(cmsghdr) std::array<char, kControlSize> control{};
@@ -95,7 +95,7 @@ DescriptorChannel::Heard DescriptorChannel::receive(
     message = {};
     if (!awaitInput(m_end.get(), limit ? std::optional(Clock::now() + *limit) : std::nullopt))
         return Heard::kNothingYet;
-    message.bytes.resize(kLongestMessage);
+    message.bytes.resize(kMaxMessage);
     iovec piece = {message.bytes.data(), message.bytes.size()};
     alignas(cmsghdr) std::array<char, kControlSize> control{};
     msghdr header = {};

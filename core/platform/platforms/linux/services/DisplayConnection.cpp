@@ -166,8 +166,9 @@ xcb_atom_t DisplayConnection::atom(const std::string& name) const
 DisplayConnection::Property DisplayConnection::property(
     xcb_window_t window, xcb_atom_t name, xcb_atom_t type) const
 {
-    constexpr std::uint32_t kMost = 4096; // in units of four bytes
-    const auto cookie = m_library.xcb_get_property(m_connection, 0, window, name, type, 0, kMost);
+    constexpr std::uint32_t kMaxLength = 4096; // in units of four bytes
+    const auto cookie =
+        m_library.xcb_get_property(m_connection, 0, window, name, type, 0, kMaxLength);
     return Property(m_library.xcb_get_property_reply(m_connection, cookie, nullptr));
 }
 

@@ -10,7 +10,7 @@ namespace Pt {
 namespace {
 
 // A server that answers does so in some thousandths of a second.
-constexpr std::chrono::seconds kLongest{1};
+constexpr std::chrono::seconds kMaxWait{1};
 
 // The number of a process on another machine means another one here.
 bool isOfThisMachine(const DisplayConnection& display, xcb_window_t window)
@@ -59,7 +59,7 @@ bool bringProcessToFront(unsigned long processId)
         if (!library.isThere())
             return false;
         const DisplayConnection display(
-            library, *name, std::chrono::steady_clock::now() + kLongest);
+            library, *name, std::chrono::steady_clock::now() + kMaxWait);
         for (const xcb_window_t root : display.roots())
             if (const xcb_window_t window = windowOf(display, root, processId);
                 window != XCB_WINDOW_NONE)

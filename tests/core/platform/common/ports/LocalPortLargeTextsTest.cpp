@@ -14,7 +14,7 @@ using test::kMegabyte;
 namespace {
 
 constexpr std::size_t kLarge = 5 * kMegabyte;
-constexpr std::size_t kMostUnread = 16 * kMegabyte;
+constexpr std::size_t kMaxUnread = 16 * kMegabyte;
 
 class LocalPortLargeTextsTest : public test::PortFixture {
 protected:
@@ -48,23 +48,23 @@ protected:
 
 TEST_F(LocalPortLargeTextsTest, KeepsNoMoreOnTheWayThanTold)
 {
-    EXPECT_EQ(sentWithoutWaiting(kLarge), kMostUnread / kLarge);
+    EXPECT_EQ(sentWithoutWaiting(kLarge), kMaxUnread / kLarge);
     EXPECT_EQ(taken(1), 1U);
     EXPECT_EQ(sentWithoutWaiting(kLarge), 1U);
-    EXPECT_EQ(taken(100), kMostUnread / kLarge);
-    EXPECT_EQ(sentWithoutWaiting(kLarge), kMostUnread / kLarge);
+    EXPECT_EQ(taken(100), kMaxUnread / kLarge);
+    EXPECT_EQ(sentWithoutWaiting(kLarge), kMaxUnread / kLarge);
 }
 
 TEST_F(LocalPortLargeTextsTest, KeepsASingleOneOnTheWayThatIsLonger)
 {
-    EXPECT_TRUE(send(kMostUnread + 1));
+    EXPECT_TRUE(send(kMaxUnread + 1));
     EXPECT_FALSE(send(kLarge));
     EXPECT_TRUE(send(100)) << "short texts have room";
     EXPECT_EQ(taken(1), 1U);
     EXPECT_TRUE(send(kLarge));
-    EXPECT_FALSE(send(kMostUnread));
+    EXPECT_FALSE(send(kMaxUnread));
     EXPECT_EQ(taken(100), 2U);
-    EXPECT_TRUE(send(kMostUnread + 1));
+    EXPECT_TRUE(send(kMaxUnread + 1));
 }
 
 TEST_F(LocalPortLargeTextsTest, WaitsForRoomAsLongAsTold)

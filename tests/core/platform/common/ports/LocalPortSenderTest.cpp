@@ -62,13 +62,13 @@ INSTANTIATE_TEST_SUITE_P(Lengths,
         33 * kKilobyte,
         kMegabyte,
         5 * kMegabyte,
-        LocalPort::kLargestText));
+        LocalPort::kMaxText));
 
 TEST_F(LocalPortSenderTest, SendsNeitherAnEmptyNorATooLongText)
 {
     const auto port = held("p");
     EXPECT_FALSE(sender.send("p", "", kPatience));
-    EXPECT_FALSE(sender.send("p", std::string(LocalPort::kLargestText + 1, 'x'), kPatience));
+    EXPECT_FALSE(sender.send("p", std::string(LocalPort::kMaxText + 1, 'x'), kPatience));
     EXPECT_THAT(received(*port), IsEmpty());
     EXPECT_TRUE(sender.send("p", "x", kPatience));
     EXPECT_THAT(received(*port), ElementsAre("x"));

@@ -258,9 +258,9 @@ TEST_F(LocalPortPacketTest, DropsLengthsThatDoNotAgree)
 
 TEST_F(LocalPortPacketTest, DropsTextsAboveTheLimit)
 {
-    const MemoryFile file(LocalPort::kLargestText + 1);
+    const MemoryFile file(LocalPort::kMaxText + 1);
     ASSERT_TRUE(file.isMade);
-    expectDropped(asPacket(LocalPort::kLargestText + 1), {file.number()});
+    expectDropped(asPacket(LocalPort::kMaxText + 1), {file.number()});
 }
 
 TEST_F(LocalPortPacketTest, DropsMemoryFilesOfHugePages)

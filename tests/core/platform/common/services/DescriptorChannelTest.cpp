@@ -85,16 +85,16 @@ TEST_F(DescriptorChannelTest, DoesNotWaitForOneWhoDoesNotRead)
 
 TEST_F(DescriptorChannelTest, SendsNothingThatIsTooLong)
 {
-    EXPECT_FALSE(here.send(std::string(Pt::DescriptorChannel::kLongestMessage, 'x')));
-    EXPECT_EQ(here.send(std::string(Pt::DescriptorChannel::kLongestMessage + 1, 'x')),
+    EXPECT_FALSE(here.send(std::string(Pt::DescriptorChannel::kMaxMessage, 'x')));
+    EXPECT_EQ(here.send(std::string(Pt::DescriptorChannel::kMaxMessage + 1, 'x')),
         std::errc::message_size);
-    const std::vector<int> many(Pt::DescriptorChannel::kMostDescriptors + 1, STDERR_FILENO);
+    const std::vector<int> many(Pt::DescriptorChannel::kMaxDescriptors + 1, STDERR_FILENO);
     EXPECT_EQ(here.send("", many), std::errc::message_size);
 }
 
 TEST_F(DescriptorChannelTest, TakesATooLongMessageForTheEnd)
 {
-    const std::string text(Pt::DescriptorChannel::kLongestMessage + 1, 'x');
+    const std::string text(Pt::DescriptorChannel::kMaxMessage + 1, 'x');
     EXPECT_EQ(
         ::send(here.descriptor(), text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     EXPECT_EQ(there.receive(message), Heard::kEnd);
