@@ -32,7 +32,8 @@ bool isTerminal(std::FILE* stream);
 int terminalWidth(std::FILE* stream);
 
 // From now on the first SIGINT, SIGTERM, SIGHUP or SIGQUIT is noted and the program goes on; the
-// second ends it at once. A SIGHUP or SIGQUIT that was ignored at the start stays so, as nohup and
+// next one ends it at once, unless it comes within 200 milliseconds of the first: some senders
+// repeat themselves. A SIGHUP or SIGQUIT that was ignored at the start stays so, as nohup and
 // shells that start programs in the background want it. A write into a
 // closed pipe, or beyond the limit of a file's size, fails instead of ending the program.
 void noteInterrupts();

@@ -23,10 +23,36 @@ static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler
 // Readable once an interrupt was noted; -1 where none is noted, or no descriptor was left.
 int gInterruptEvent = -1;
 
-void onInterrupt(int)
+// Milliseconds of the steady clock at the first interrupt.
+std::atomic<std::int64_t> gInterruptedAt{0};
+static_assert(std::atomic<std::int64_t>::is_always_lock_free, "set from a signal handler");
+
+std::int64_t steadyMilliseconds()
+{
+    timespec now = {};
+    ::clock_gettime(CLOCK_MONOTONIC, &now); // may be called from a signal handler
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}
+
+// Some senders, such as timeout(1), tell the process and then its whole group: that is one
+// interrupt.
+bool isRepetition(std::int64_t now)
+{
+    constexpr std::int64_t kSameInterrupt = 200; // ms
+    return now - gInterruptedAt < kSameInterrupt;
+}
+
+void onInterrupt(int signal)
 {
     // The handler may run between a failed call and the look at its error.
     const int before = errno;
+    const std::int64_t now = steadyMilliseconds();
+    if (!gInterrupted) {
+        gInterruptedAt = now;
+    } else if (!isRepetition(now)) {
+        std::signal(signal, SIG_DFL);
+        ::raise(signal); // ends the program when this handler returns
+    }
     gInterrupted = true;
     // A descriptor, as poll can wait for it: the flag alone might be set just before poll begins to
     // wait.
@@ -85,8 +111,6 @@ void noteInterrupts()
         gInterruptEvent = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     struct sigaction action = {};
     action.sa_handler = onInterrupt;
-    // The handler is taken off by its first use, so that a second interrupt ends the program.
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
     ::sigemptyset(&action.sa_mask);
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);

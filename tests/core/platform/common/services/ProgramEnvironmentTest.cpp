@@ -66,10 +66,19 @@ TEST(ProgramEnvironmentTest, NotesTheFirstInterruptAndEndsAtTheSecond)
         EXPECT_EQ(endOf([signal] {
             Pt::noteInterrupts();
             ::raise(signal);
+            std::this_thread::sleep_for(std::chrono::milliseconds(250));
             ::raise(signal);
             return 0;
         }),
             128 + signal);
+        // timeout(1) tells the process and then its group.
+        EXPECT_EQ(endOf([signal] {
+            Pt::noteInterrupts();
+            ::raise(signal);
+            ::raise(signal);
+            return Pt::wasInterrupted() ? 0 : 2;
+        }),
+            0);
     }
 }
 
