@@ -1,6 +1,7 @@
 #include "tevorotalk/LaunchedTarget.h"
 
 #include "messaging/Specifier.h"
+#include "messaging/TevoroTalkUtils.h"
 #include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
@@ -50,7 +51,10 @@ std::string whyNotRun(const std::string& path)
 
 std::string installedPath(const SoString& target)
 {
-    return std::string(TevoroTalk::Specifier::getApplicationPath(target).view());
+    const SoString path = TevoroTalk::Specifier::getApplicationPath(target);
+    return std::string(path.isEmpty() || isWebAddress(std::string(path.view()))
+            ? path.view()
+            : ScObjects::TevoroTalkUtils::startedPath(path).view());
 }
 
 bool isWebAddress(const std::string& path)

@@ -112,6 +112,10 @@ TEVOROTALK_API SoString getLaunchMsgQueueName(const SoString& specifier);
 // parameters were announced and did not arrive.
 TEVOROTALK_API bool getLaunchParameters(const SoString& specifier, SoString& parameters);
 
+// What a launch of the program at that path starts: the build of a developer, where an alias
+// "DeveloperApp" beside the program leads to one and nobody else can exchange it; else the program.
+TEVOROTALK_API SoString startedPath(const SoString& path);
+
 // The name, or the name, "_" and the first number from 1 on, which no file of the launch folder
 // has.
 TEVOROTALK_API SoString getNextAppInstance(const SoString& name);

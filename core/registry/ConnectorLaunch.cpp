@@ -3,32 +3,14 @@
 #include "messaging/process/Launcher.h"
 #include "registry/QKConnectorAppInfoList.h"
 #include "registry/TevoroTalkConnector.h"
-#include "registry/TrustedFile.h"
 
 #include <memory>
-#include <string_view>
 
 namespace ScObjects {
 
 using TevoroTalkUtils::Launcher;
 
 namespace {
-
-// A developer's own build stands in for the installed one, where one is named beside that.
-SoString developerPathOr(const SoString& path)
-{
-    const std::string_view text = path.view();
-    SoString alias(text.substr(0, text.rfind('/') + 1)); // with its separator
-    alias << TevoroTalkData::kDeveloperApp;
-    if (!TevoroTalkUtils::fileExists(alias))
-        return path;
-    const SoString target = TevoroTalkUtils::resolveAlias(alias);
-    // In a folder that others may write, anybody could name another program.
-    const std::string program(text);
-    const bool isOurs = isTrusted(std::string(alias.view()), program)
-        && isTrusted(std::string(target.view()), program);
-    return isOurs ? target : path;
-}
 
 // A numbered copy gets a record of its own, which says which process it is.
 void noteCopy(QKConnectorAppInfoList& list,
@@ -61,7 +43,7 @@ bool TevoroTalkConnector::launchTarget(
     // Without the lock: the launch sets up ports and handlers.
     unsigned long pid = 0;
     const bool isLaunched = Launcher::launch(specifier,
-        developerPathOr(record.path),
+        TevoroTalkUtils::startedPath(record.path),
         parameters.isEmpty() ? nullptr : &parameters,
         focus ? Launcher::kTakeFocus : Launcher::kKeepFocus,
         &pid);

@@ -2,6 +2,7 @@
 
 #include "platform/common/files/FilePlacement.h"
 #include "platform/common/files/FileStatus.h"
+#include "platform/common/files/PathTrust.h"
 #include "platform/common/files/SmallFile.h"
 #include "platform/common/services/ProgramEnvironment.h"
 #include "platform/common/services/UserFolders.h"
@@ -14,9 +15,7 @@ namespace {
 
 constexpr char kRelativePath[] = "Velmo/Caps/velmo_caps.db";
 constexpr std::uint32_t kRoot = 0;
-constexpr std::uint32_t kGroupMayWrite = 0020;
 constexpr std::uint32_t kOthersMayWrite = 0022;
-constexpr std::uint32_t kSticky = 01000;
 
 std::string folderOf(const std::string& path)
 {
@@ -38,34 +37,6 @@ StoreProblem problemOf(const std::error_code& error)
 std::uint32_t ownerOf(StoreKind kind)
 {
     return kind == StoreKind::kMachine ? kRoot : Pt::effectiveUser();
-}
-
-// Whether somebody else could lay another file or folder under a name in there, or make the link
-// lead elsewhere. In a folder with the sticky bit, such as /tmp, all can add names, and each can
-// change only their own. A group of the owner's own number is the owner's alone.
-bool mayOthersExchange(const Pt::FileStatus& status, std::uint32_t owner, std::uint32_t top)
-{
-    if (status.owner != kRoot && status.owner != owner && status.owner != top)
-        return true;
-    if (status.kind == Pt::FileStatus::Kind::kLink || (status.mode & kSticky) != 0)
-        return false;
-    const bool isGroupOwn = status.owner == owner && status.group == owner;
-    return (status.mode & kOthersMayWrite & (isGroupOwn ? ~kGroupMayWrite : ~0U)) != 0;
-}
-
-// The folder on the way to that one, or the link, that others could exchange; empty if there is
-// none. What is missing is looked at when it is there.
-std::string untrustedFolderAbove(const std::string& path, std::uint32_t owner)
-{
-    std::error_code error;
-    // Inside of a container the system's folders may be somebody's who has no number there.
-    const auto top = Pt::fileStatus("/", error);
-    for (std::string folder = folderOf(path); !folder.empty(); folder = folderOf(folder)) {
-        const auto status = Pt::fileStatus(folder, error);
-        if (status && mayOthersExchange(*status, owner, top ? top->owner : kRoot))
-            return folder;
-    }
-    return {};
 }
 
 StoreCondition conditionOfGuarded(const std::string& path, std::uint32_t owner)
@@ -148,6 +119,10 @@ void requireOwnHome(const std::string& path)
     std::string folder = folderOf(path);
     while (!folder.empty() && !Pt::pathExists(folder))
         folder = folderOf(folder);
+    std::error_code error;
+    const auto status = Pt::fileStatus(folder, error);
+    if (status && status->kind == Pt::FileStatus::Kind::kRegular)
+        throw StoreError(StoreProblem::kNoPermission, folder + " is a file, and no folder", 0);
     if (Pt::effectiveUser() == kRoot && !folder.empty() && !Pt::isOwnFolder(folder))
         throw StoreError(StoreProblem::kUntrusted,
             "the folder " + folder
@@ -198,14 +173,9 @@ void requireTrustedFolders(const StorePlace& place)
 {
     if (place.kind == StoreKind::kNamed)
         return;
-    const std::uint32_t owner = ownerOf(place.kind);
-    const std::string folder = folderOf(place.path);
-    std::string untrusted = untrustedFolderAbove(folder, owner);
-    std::error_code error;
-    // Where the links on the way lead to.
-    if (const auto real = std::filesystem::weakly_canonical(folder, error).string();
-        untrusted.empty() && !error && real != folder)
-        untrusted = untrustedFolderAbove(real, owner);
+    // Its own folder is looked at with the file.
+    const std::string untrusted =
+        Pt::openOnTheWay(folderOf(folderOf(place.path)), {ownerOf(place.kind)});
     if (!untrusted.empty())
         throw StoreError(StoreProblem::kUntrusted,
             "the store " + place.path + " is not used: others could exchange " + untrusted

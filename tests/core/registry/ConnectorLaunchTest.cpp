@@ -128,6 +128,16 @@ TEST_F(ConnectorLaunchTest, StartsNoBuildThatSomebodyElseHasNamed)
     EXPECT_TRUE(isUp());
 }
 
+TEST_F(ConnectorLaunchTest, StartsNoBuildThatSomebodyElseCouldExchange)
+{
+    std::filesystem::create_directory(folder.path("open"));
+    install(linked("installed", LAUNCHED_APPLICATION));
+    linked("DeveloperApp", folder.write("open/theirs", "no program"));
+    std::filesystem::permissions(folder.path("open"), std::filesystem::perms::all);
+    EXPECT_TRUE(launch());
+    EXPECT_TRUE(isUp());
+}
+
 TEST_F(ConnectorLaunchTest, StartsTheProgramItselfWhereTheDevelopersBuildIsMissing)
 {
     install(linked("installed", LAUNCHED_APPLICATION));

@@ -11,6 +11,7 @@
 namespace {
 
 using ScObjects::isTrusted;
+using ScObjects::isTrustedWay;
 
 class TrustedFileTest : public testing::Test {
 protected:
@@ -26,8 +27,31 @@ TEST_F(TrustedFileTest, IsOnesOwnThatOthersCannotWrite)
     EXPECT_FALSE(isTrusted(m_file, m_program));
 }
 
+TEST_F(TrustedFileTest, IsNoFileOfAnotherGroupThatMayWriteIt)
+{
+    constexpr gid_t kAGroup = 1000;
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give files to another group";
+    ASSERT_EQ(::chown(m_file.c_str(), 0, kAGroup), 0);
+    ASSERT_EQ(::chmod(m_file.c_str(), 0775), 0);
+    EXPECT_FALSE(isTrusted(m_file, m_program));
+    EXPECT_FALSE(isTrustedWay(m_file, m_program));
+}
+
+TEST_F(TrustedFileTest, TheWayIsNotTrustedBelowAFolderThatOthersMayWrite)
+{
+    std::filesystem::create_directory(m_folder.path("open"));
+    const std::string below = m_folder.write("open/file", "");
+    EXPECT_TRUE(isTrustedWay(below, m_program));
+    ASSERT_EQ(::chmod(m_folder.path("open").c_str(), 0777), 0);
+    EXPECT_FALSE(isTrustedWay(below, m_program));
+    EXPECT_TRUE(isTrusted(below, m_program)) << "which looks at the file alone";
+}
+
 TEST_F(TrustedFileTest, IsNotWhereNothingIs)
 {
+    EXPECT_FALSE(isTrustedWay(m_folder.path("nothing"), m_program));
+    EXPECT_FALSE(isTrustedWay("file", m_program)) << "no whole path";
     EXPECT_FALSE(isTrusted(m_folder.path("nothing"), m_program));
 }
 
