@@ -52,7 +52,7 @@ std::string knownKeys()
 {
     std::string text;
     for (const std::string& key : applicationKeys())
-        if (key != "Specifier" && key != "ProductCode")
+        if (!isNameKey(key))
             text += (text.empty() ? "" : ", ") + key;
     return text;
 }
@@ -65,7 +65,7 @@ std::pair<std::string, std::string> settingOf(const std::string& text)
     std::string key = text.substr(0, mark);
     std::string value = text.substr(mark + 1);
     const auto& keys = applicationKeys();
-    if (key == "Specifier" || key == "ProductCode")
+    if (isNameKey(key))
         throw CommandError(
             ExitCode::kUsage, "the specifier is the command's first word, not a key");
     if (std::find(keys.begin(), keys.end(), key) == keys.end())
@@ -114,6 +114,7 @@ ExitCode runAdd(const CommandLine& line)
             "an application needs a place: --path PATH, or --set RedirectTo=SPECIFIER");
     warnOfOthers(stores.view(), specifier);
     velmo_caps::StoreWriter::Change change(stores.writer());
+    change.show(name); // a user who had removed the machine's entry gets all of it back
     for (const auto& [key, value] : settings)
         change.set(name, key, value);
     ChosenStores::commit(change);

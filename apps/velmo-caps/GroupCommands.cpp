@@ -19,7 +19,7 @@ std::vector<GroupEntry> entriesLike(const StoreView& view, const std::string& en
 
 ExitCode runGroupAdd(const CommandLine& line)
 {
-    const std::string entry = groupEntryOf(line.name);
+    const std::string entry = newGroupEntryOf(line.name);
     ChosenStores stores(line);
     if (!entriesLike(stores.view(), entry).empty())
         return ExitCode::kDone;

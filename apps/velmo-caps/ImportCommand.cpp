@@ -73,7 +73,7 @@ public:
     {
         if (block.kind == DocumentBlock::Kind::kPayload)
             addPayload(block);
-        else if (block.name == kGroups)
+        else if (isGroups(block.name))
             addGroups(block);
         else
             addApplication(block);
@@ -120,8 +120,8 @@ private:
         for (const DocumentValue& each : block.values) {
             if (!each.value.starts_with(folder))
                 throw DocumentError(each.line, "'" + each.value + "' is no group entry");
-            const std::string entry =
-                checked(each.line, [&] { return groupEntryOf(each.value.substr(folder.size())); });
+            const std::string entry = checked(
+                each.line, [&] { return newGroupEntryOf(each.value.substr(folder.size())); });
             if (m_knownGroups.insert(entry).second)
                 m_entries.push_back({groupsSubdomain(), groupKey(entry), groupValue(entry)});
         }
@@ -135,6 +135,8 @@ private:
             block.line, [&] { return newSpecifierOf(block.name.substr(kApplications.size())); });
         for (const DocumentValue& each : block.values) {
             requireWholePath(each);
+            if (isNameKey(each.key) && !each.value.empty())
+                checked(each.line, [&] { return newSpecifierOf(each.value); });
             m_entries.push_back({applicationNamed(specifier), each.key, each.value});
         }
         warnWithoutPlace(block, specifier);

@@ -38,6 +38,17 @@ bool isLetterOrDigit(char c)
         || std::isalnum(static_cast<unsigned char>(c)) != 0;
 }
 
+// These separate the options of a launch, one of which is the name.
+bool isLaunchMark(char c)
+{
+    return c == ':' || c == '=' || c == '"' || c == '\'';
+}
+
+bool hasEmptyPart(const std::string& specifier)
+{
+    return specifier.find("--") != std::string::npos || specifier.ends_with('-');
+}
+
 // As the bus writes it again after it has changed a part.
 bool isReadBack(const std::string& specifier)
 {
@@ -55,11 +66,6 @@ std::vector<const velmo_caps::ViewSubdomain*> applicationsWhere(
         if (applicationIn(each.name) && nameOf(each) == wanted)
             found.push_back(&each);
     return found;
-}
-
-bool isGroups(std::string_view subdomain)
-{
-    return (std::string(subdomain) + '/').compare(0, kGroupsFolder.size(), kGroupsFolder) == 0;
 }
 
 } // namespace
@@ -111,15 +117,25 @@ std::string newSpecifierOf(const std::string& text)
     std::string specifier = specifierOf(text);
     const auto name = BusName(specifier.c_str(), false).appName();
     if (specifier.starts_with('{') || std::ranges::none_of(name.view(), isLetterOrDigit)
-        || specifier.find('*') != std::string::npos)
+        || specifier.find('*') != std::string::npos || std::ranges::any_of(specifier, isLaunchMark))
         throw CommandError(ExitCode::kUsage,
             "'" + text
-                + "' is no name of an application: it needs a letter or digit, no asterisk, and no "
-                  "brace first");
-    if (!isReadBack(specifier))
+                + "' is no name of an application: it needs a letter or digit, no asterisk, "
+                  "colon, equals sign or quote, and no brace first");
+    if (!isReadBack(specifier) || hasEmptyPart(specifier))
         throw CommandError(
             ExitCode::kUsage, "'" + text + "' is no name of an application: a part of it is empty");
     return specifier;
+}
+
+bool isGroups(std::string_view subdomain)
+{
+    return (std::string(subdomain) + '/').compare(0, kGroupsFolder.size(), kGroupsFolder) == 0;
+}
+
+bool isNameKey(std::string_view key)
+{
+    return key == "Specifier" || key == "ProductCode";
 }
 
 bool isPathKey(std::string_view key)
@@ -144,7 +160,7 @@ std::string busNameOf(const velmo_caps::ViewSubdomain& application)
 {
     std::string name;
     for (const velmo_caps::ViewEntry& each : application.entries)
-        if (each.key == "Specifier" || each.key == "ProductCode")
+        if (isNameKey(each.key))
             name = lowerCase(each.value);
     return name.empty() ? applicationIn(application.name).value_or(std::string()) : name;
 }
@@ -190,6 +206,13 @@ std::string groupEntryOf(const std::string& text)
             "'" + text
                 + "' is no group entry; write GROUP/VERSION/SPECIFIER, such as nx/3/tevoro-2.0");
     return lowerCase(text.substr(0, second + 1)) + specifierOf(text.substr(second + 1));
+}
+
+std::string newGroupEntryOf(const std::string& text)
+{
+    std::string entry = groupEntryOf(text);
+    newSpecifierOf(entry.substr(entry.rfind('/') + 1));
+    return entry;
 }
 
 SubdomainName groupsSubdomain()

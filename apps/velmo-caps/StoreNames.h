@@ -26,6 +26,11 @@ std::string specifierOf(const std::string& text);
 // reads back as it stands.
 std::string newSpecifierOf(const std::string& text);
 
+// Whether the subdomain is that of the group entries, or lies below it.
+bool isGroups(std::string_view subdomain);
+// Keys that say what the bus calls an application.
+bool isNameKey(std::string_view key);
+
 // Whether the key's value is a place on this machine; the bus or an installer takes it as it
 // stands.
 bool isPathKey(std::string_view key);
@@ -48,6 +53,8 @@ std::vector<const velmo_caps::ViewSubdomain*> applicationsCalled(
 
 // GROUP/VERSION/SPECIFIER, in lower case.
 std::string groupEntryOf(const std::string& text);
+// The same, for one that is to be added.
+std::string newGroupEntryOf(const std::string& text);
 velmo_caps::SubdomainName groupsSubdomain();
 std::string groupKey(const std::string& entry);
 std::string groupValue(const std::string& entry);

@@ -221,6 +221,15 @@ void StoreWriter::Change::hide(const SubdomainName& subdomain, std::string_view 
     setNullable(subdomain, key, nullptr);
 }
 
+void StoreWriter::Change::show(const SubdomainName& subdomain)
+{
+    asStoreError(m_writer.m_place.path, [&] {
+        SqliteStatement statement =
+            prepared(m_writer, "DELETE FROM entry WHERE subdomain = ?1 AND value IS NULL");
+        statement.bind(1, idOf(subdomain)).run();
+    });
+}
+
 bool StoreWriter::Change::remove(const SubdomainName& subdomain, std::string_view key)
 {
     return asStoreError(m_writer.m_place.path, [&] {

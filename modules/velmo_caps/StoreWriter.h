@@ -41,6 +41,8 @@ public:
         void set(const SubdomainName& subdomain, std::string_view key, std::string_view value);
         // Hides what the machine's store has there.
         void hide(const SubdomainName& subdomain, std::string_view key);
+        // Ends all that hide() has hidden of it.
+        void show(const SubdomainName& subdomain);
         // False when there was nothing.
         bool remove(const SubdomainName& subdomain, std::string_view key);
         // Makes a payload's data in all domains part of a collection.

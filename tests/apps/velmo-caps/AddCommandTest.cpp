@@ -78,7 +78,8 @@ TEST_F(AddCommandTest, RefusesWhatIsWrongUsage)
 
 TEST_F(AddCommandTest, RefusesNamesOfPayloadsAndThoseWithoutALetterOrDigit)
 {
-    for (const char* const name : {"{x}", "{x", ".", "..", ".-2.0", "+", "a*", "*"}) {
+    for (const char* const name :
+        {"{x}", "{x", ".", "..", ".-2.0", "+", "a*", "*", "a:b-1.0", "a=b", "\"a\"", "a'b"}) {
         const CommandResult result = run({"add", name, "--path", "/bin/true"});
         EXPECT_EQ(result.code, 2) << name;
         EXPECT_THAT(result.err, HasSubstr(name));
@@ -90,7 +91,7 @@ TEST_F(AddCommandTest, RefusesNamesOfPayloadsAndThoseWithoutALetterOrDigit)
 
 TEST_F(AddCommandTest, RefusesNamesThatTheBusReadsAsOthers)
 {
-    for (const char* const name : {"a-", "a-1.0-", "a_", "a_-1.0", "a;b-1.0"}) {
+    for (const char* const name : {"a-", "a-1.0-", "a--b", "a-1.0--", "a_", "a_-1.0", "a;b-1.0"}) {
         const CommandResult result = run({"add", name, "--path", "/bin/true"});
         EXPECT_EQ(result.code, 2) << name;
         EXPECT_THAT(result.err, HasSubstr(name));

@@ -28,8 +28,16 @@ TEST_F(GroupCommandsTest, AnEntryIsRemovedAndThenItIsNotThere)
 
 TEST_F(GroupCommandsTest, RefusesWhatIsNoEntry)
 {
-    for (const char* const entry :
-        {"nx", "nx/3", "/3/a-1", "nx//a-1", "nx/3/", "nx/3/a/b", "n x/3/a"})
+    for (const char* const entry : {"nx",
+             "nx/3",
+             "/3/a-1",
+             "nx//a-1",
+             "nx/3/",
+             "nx/3/a/b",
+             "n x/3/a",
+             "nx/3/a-",
+             "nx/3/{a}",
+             "nx/3/a*"})
         EXPECT_EQ(run({"group-add", entry}).code, 2) << entry;
 }
 

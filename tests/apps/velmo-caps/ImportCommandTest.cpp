@@ -83,6 +83,16 @@ TEST_F(ImportCommandTest, GroupsComeTogetherWhateverTheirNumbersAre)
     EXPECT_EQ(run({"groups"}).out, "nx/3/b-1.0\nnx/3/a-1.0\n");
 }
 
+TEST_F(ImportCommandTest, GroupsMayLieBelowTheirPlaceToo)
+{
+    const std::string document =
+        "<Configuration escaped=\"true\"><Other velmoCode=\"/velmo/tevorotalk/groups/suite\">"
+        "<Data key=\"Group000\">/velmo/tevorotalk/groups/nx/3/tevoro-2.0</Data></Other>"
+        "</Configuration>";
+    EXPECT_EQ(run({"import", "-"}, document).code, 0);
+    EXPECT_EQ(run({"groups"}).out, "nx/3/tevoro-2.0\n");
+}
+
 TEST_F(ImportCommandTest, ABadDocumentNamesItsLineAndNothingIsImported)
 {
     done({"add", "a-1.0", "--path", "/bin/true"});
@@ -98,6 +108,13 @@ TEST_F(ImportCommandTest, ABadDocumentNamesItsLineAndNothingIsImported)
         {begin + "<Other velmoCode=\"/velmo/tevorotalk/{x}\"/></Configuration>", ":5:"},
         {begin + "<Other velmoCode=\"/velmo/tevorotalk/.\"/></Configuration>", ":5:"},
         {begin + "<Other velmoCode=\"/velmo/tevorotalk/a-\"/></Configuration>", ":5:"},
+        {begin
+                + "<Other velmoCode=\"/velmo/tevorotalk/c-1\">\n<Data key=\"Specifier\">w x#</Data>"
+                  "</Other></Configuration>",
+            ":6:"},
+        {begin + "<Other velmoCode=\"/velmo/tevorotalk/c-1\">\n<Data key=\"ProductCode\">"
+                + std::string(256, 'a') + "</Data></Other></Configuration>",
+            ":6:"},
         {begin + "<Payload id=\"A\"/></Configuration>", ":5:"},
         {begin + "</Configuration>more", ":5:"},
         {begin

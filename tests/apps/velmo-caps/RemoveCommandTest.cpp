@@ -55,6 +55,17 @@ TEST_F(RemoveCommandTest, HidesWhatTheMachineHasFromThisUser)
     EXPECT_EQ(list(), "a-1.0\t/bin/false\n");
 }
 
+TEST_F(RemoveCommandTest, WhatWasHiddenComesBackWholeWhenItIsAddedAgain)
+{
+    if (!isRoot())
+        GTEST_SKIP() << "root alone changes the machine's store";
+    done({"add", "a-1.0", "--path", "/bin/true", "--set", "DisplayName=A", "--machine"});
+    const Json before = run({"list", "--json"}).objects().at(0)["values"];
+    done({"remove", "a-1.0"});
+    done({"add", "a-1.0", "--path", "/bin/true"});
+    EXPECT_EQ(run({"list", "--json"}).objects().at(0)["values"], before);
+}
+
 TEST_F(RemoveCommandTest, TakesAPayloadAwayFromAllItsDomains)
 {
     const std::string document = "<Configuration escaped=\"true\"><Payload id=\"{A}\">"
