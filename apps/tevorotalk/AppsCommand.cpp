@@ -113,10 +113,9 @@ bool tellProblems()
 ExitCode runApps(const CommandLine& line)
 {
     const BusSession session(ownName());
+    if (!hasRegistry())
+        throw CommandError(ExitCode::kSystemPart, kNoRegistry);
     const TevoroTalkConnector* const registry = TevoroTalkConnector::get();
-    if (registry == nullptr || !registry->isGood())
-        throw CommandError(ExitCode::kSystemPart,
-            "the registry of applications cannot be read; 'velmo-caps list' says why");
     Questions questions;
     const int count = registry->getNumberOfRegisteredApplications();
     for (int i = 0; i < count && !Pt::wasInterrupted(); ++i) {

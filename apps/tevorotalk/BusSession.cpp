@@ -10,6 +10,7 @@
 #include "platform/common/services/Clock.h"
 #include "platform/common/services/ProcessControl.h"
 #include "platform/common/services/ProgramEnvironment.h"
+#include "registry/TevoroTalkConnector.h"
 
 #include <algorithm>
 #include <array>
@@ -45,12 +46,29 @@ void requireDescriptors()
     }
 }
 
+[[noreturn]] void throwWhyNotStarted(const std::string& name)
+{
+    if (Pt::wasInterrupted())
+        throw Interrupted();
+    if (TevoroTalk::Specifier(name.c_str(), false).isEmpty())
+        throw CommandError(
+            ExitCode::kUsage, "'" + name + "' is no name on the bus; take one like echo-1.0");
+    throw CommandError(ExitCode::kSystemPart,
+        "'" + name + "' was launched, and the parameters of the launch did not arrive");
+}
+
 } // namespace
 
 std::string ownName()
 {
     // The process id is the instance, so that commands that run at once never meet at one name.
     return "tevorotalk_" + std::to_string(Pt::processId()) + "-1.0";
+}
+
+bool hasRegistry()
+{
+    const auto* const registry = ScObjects::TevoroTalkConnector::get();
+    return registry != nullptr && registry->isGood();
 }
 
 void requireOneLine(const std::string& text)
@@ -72,16 +90,15 @@ std::string whyStuck(const std::string& target)
 
 BusSession::BusSession(const std::string& name)
 {
+    // From the beginning: a process that was launched may wait minutes for its parameters.
+    m_watch = std::jthread([this](const std::stop_token& stop) { watchForInterrupt(stop); });
     // Started here and not by the instance, so that an unusable name can be told from one that is
     // taken.
     if (!TevoroTalk::InitTerm::init(name.c_str(), true))
-        throw CommandError(
-            ExitCode::kUsage, "'" + name + "' is no name on the bus; take one like echo-1.0");
+        throwWhyNotStarted(name);
     m_instance = std::make_unique<TevoroTalk>(name.c_str(), nullptr, true, nullptr);
-    if (!m_instance->getAppName().isEmpty()) {
-        m_watch = std::jthread([this](const std::stop_token& stop) { watchForInterrupt(stop); });
+    if (!m_instance->getAppName().isEmpty())
         return;
-    }
     end(); // there is no object yet that would
     throw CommandError(ExitCode::kSystemPart,
         "the name '" + name + "' cannot be held: it and its instances 1 to 8 are taken, or "

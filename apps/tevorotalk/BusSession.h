@@ -27,6 +27,12 @@ std::string ownName();
 // was not.
 std::string whyStuck(const std::string& target);
 
+// Whether the store of applications can be asked; and what to say where it cannot.
+bool hasRegistry();
+inline constexpr const char* kNoRegistry =
+    "the registry of applications cannot be read: its library, velmo_caps, is missing, or others "
+    "could have written it";
+
 // Refuses a line feed: it would end the header line that the text goes into, and begin another.
 void requireOneLine(const std::string& text);
 

@@ -197,9 +197,11 @@ CommandError undeliverable(const CommandLine& line, const TevoroTalk::Message& m
         return {ExitCode::kNotThere,
             "'" + line.target + "' does not run; --launch starts it if it is installed"};
     const std::string path = installedPath(message.target);
-    return path.empty() ? CommandError(ExitCode::kNotThere,
-               "'" + line.target + "' does not run and cannot be started: it is not installed")
-                        : notStarted(line, path);
+    if (!path.empty())
+        return notStarted(line, path);
+    return {ExitCode::kNotThere,
+        "'" + line.target + "' does not run and cannot be started: "
+            + (hasRegistry() ? "it is not installed" : kNoRegistry)};
 }
 
 // The completion takes away the handlers of its message; answers come before it.

@@ -10,6 +10,7 @@
 #include "platform/common/ports/Waiting.h"
 #include "platform/common/services/ProgramEnvironment.h"
 
+#include <algorithm>
 #include <system_error>
 
 namespace ScObjects {
@@ -29,17 +30,18 @@ bool isFree(const SoString& name)
     return Pt::isLocalPortFree(port.view());
 }
 
-// One step, which ends early when a text has come.
+// One step, which ends early when a text has come, or when the program is to end.
 void waitForText(const InterAppStream& stream, milliseconds step)
 {
+    constexpr milliseconds kGlance{100}; // whether it is to end
     try {
         Pt::DescriptorSet arrivals;
         arrivals.add(stream.waitDescriptor());
         const auto deadline = SteadyClock::now() + step;
         // A connection is no text yet.
-        for (auto left = step; left.count() > 0 && !stream.messagePending();
+        for (auto left = step; left.count() > 0 && !stream.messagePending() && Pt::waitsForOthers();
              left = std::chrono::ceil<milliseconds>(deadline - SteadyClock::now()))
-            arrivals.wait(left);
+            arrivals.wait(std::min(left, kGlance));
     } catch (const std::system_error&) {
         // No descriptors left.
         TevoroTalkUtils::sleep(static_cast<unsigned int>(step.count()));
@@ -83,8 +85,11 @@ bool TevoroTalkData::receiveLaunchParams(
         return true;
     constexpr auto kStepSeconds = static_cast<unsigned int>(kLaunchStep.count());
     for (unsigned int waited = 0; waited < seconds && !stream.messagePending();
-         waited += kStepSeconds)
+         waited += kStepSeconds) {
+        if (!Pt::waitsForOthers())
+            return false;
         waitForText(stream, step);
+    }
     if (!stream.messagePending() || !stream.receive() || stream.isEmpty())
         return false;
     const SoString text = stream.getMessages();

@@ -30,6 +30,14 @@ inline void appendField(SoString& out, std::string_view text, bool endsAtMark)
     out << field.c_str();
 }
 
+// Doubles the room when it runs out: texts grow by small blocks otherwise, and the tree of ten
+// thousand applications would be copied for each of its lines.
+inline void makeRoomFor(SoString& out, long added)
+{
+    if (out.capacity() <= out.length() + added)
+        out.reserve(2 * (out.length() + added));
+}
+
 // The flag is "1" for a node with children, else "0". A ";" in the value ends it for the reader, as
 // that has always been; in the path and the label it would forge fields.
 inline void appendLine(SoString& out,
@@ -39,8 +47,12 @@ inline void appendLine(SoString& out,
     const SoString& label,
     const SoString& value)
 {
+    constexpr long kMarks = 8; // separators, flag and line feed
+    const std::string_view below(child);
+    makeRoomFor(out,
+        path.length() + static_cast<long>(below.size()) + label.length() + value.length() + kMarks);
     appendField(out, path.view(), true);
-    appendField(out, child, true);
+    appendField(out, below, true);
     out << ";" << flag << ";";
     appendField(out, label.view(), true);
     out << ";";

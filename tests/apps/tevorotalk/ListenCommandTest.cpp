@@ -1,4 +1,8 @@
 #include "apps/tevorotalk/BusFixture.h"
+#include "platform/common/ports/LocalPort.h"
+
+#include <chrono>
+#include <thread>
 
 #include <sys/resource.h>
 
@@ -13,6 +17,19 @@ TEST_F(ListenCommandTest, SaysUnderWhichNameItListens)
 {
     listen("Echo-1.0");
     EXPECT_EQ(greeting(), "listening as echo-1.0");
+}
+
+TEST_F(ListenCommandTest, ObeysASignalWhileItWaitsForTheParametersOfItsLaunch)
+{
+    // As a launcher announces them. It would wait for minutes.
+    const auto flag =
+        Pt::LocalPort::hold(std::string(R"(\\.\port\Ned_and_Olaf_)") + "echo-1.0#haslaunchparams");
+    ASSERT_NE(flag, nullptr);
+    PeerProcess waiting({TEVOROTALK, "listen", "echo-1.0"});
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(waiting.interrupt(), 130);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
 }
 
 TEST_F(ListenCommandTest, PrintsAMessageAsALine)
