@@ -54,6 +54,14 @@ SoString TevoroTalkConnector::getApplicationSpecifier(int index) const
     return list->get(index)->specifier;
 }
 
+int TevoroTalkConnector::findName(const SoString& appName, int from) const
+{
+    for (int i = from; i < getNumberOfRegisteredApplications(); ++i)
+        if (Specifier(getApplicationSpecifier(i), false).appName() == appName)
+            return i;
+    return -1;
+}
+
 SoString TevoroTalkConnector::getDisplayName(
     const SoString& app, const SoString& version, const SoString& locale) const
 {

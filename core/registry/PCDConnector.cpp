@@ -134,4 +134,11 @@ TevoroTalkConnector* TevoroTalkUtils::createConnector(const SoString& appName, c
     return connector->isGood() ? connector.release() : nullptr;
 }
 
+int PCDConnector::findName(const SoString& appName, int from) const
+{
+    const ObjectLock lock(*this);
+    const QKConnectorAppInfoList* const list = getAppInfoList();
+    return list != nullptr ? static_cast<int>(list->findName(appName, from)) : -1;
+}
+
 } // namespace ScObjects

@@ -37,6 +37,8 @@ public:
     // Drops the caches if the store has changed since they were read, and says so; with `force` in
     // any case, and then builds them at once. Without a change it costs two questions for times.
     bool updateCache(bool force) override;
+    // By an index: a store may hold thousands.
+    int findName(const SoString& appName, int from) const override;
 
 private:
     bool hasChanged();

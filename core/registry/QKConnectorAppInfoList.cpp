@@ -75,6 +75,18 @@ bool QKConnectorAppInfoList::find(
     return found != nullptr;
 }
 
+long QKConnectorAppInfoList::findName(const SoString& appName, long from) const
+{
+    const ObjectLock lock(*this);
+    if (!m_knowsNames)
+        indexNames();
+    const auto found = m_placesOfNames.find(keyOf(appName));
+    if (found == m_placesOfNames.end())
+        return -1;
+    const auto place = std::ranges::lower_bound(found->second, from);
+    return place != found->second.end() ? *place : -1;
+}
+
 bool QKConnectorAppInfoList::resolveRedirectTo()
 {
     const ObjectLock lock(*this);
@@ -154,6 +166,7 @@ void QKConnectorAppInfoList::clearWithoutLocking()
 {
     m_lastUpdated = nullptr;
     m_places.clear();
+    m_knowsNames = false;
     for (long i = m_records.length() - 1; i >= 0; --i)
         delete m_records.removeAt(i);
 }
@@ -188,14 +201,26 @@ long QKConnectorAppInfoList::placeOfEqual(const QKConnectorAppInfo& info) const
 void QKConnectorAppInfoList::addAtEnd(QKConnectorAppInfo* info)
 {
     m_places[keyOf(info->specifier)].push_back(m_records.length());
+    m_knowsNames = false;
     m_records.append(info);
 }
 
 void QKConnectorAppInfoList::indexAnew()
 {
     m_places.clear();
+    m_knowsNames = false;
     for (long i = 0; i < m_records.length(); ++i)
         m_places[keyOf(m_records[i]->specifier)].push_back(i);
+}
+
+void QKConnectorAppInfoList::indexNames() const
+{
+    m_placesOfNames.clear();
+    for (long i = 0; i < m_records.length(); ++i) {
+        const TevoroTalk::Specifier specifier(m_records[i]->specifier, false);
+        m_placesOfNames[keyOf(specifier.appName())].push_back(i);
+    }
+    m_knowsNames = true;
 }
 
 std::vector<long> QKConnectorAppInfoList::chainEnds() const

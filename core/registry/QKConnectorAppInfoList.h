@@ -36,6 +36,10 @@ public:
     // False, and no change of `info`, if there is none.
     bool find(const SoString& specifier, QKConnectorAppInfo& info, long* index = nullptr) const;
 
+    // The first record at or behind that index whose specifier has that application name; -1 if
+    // there is none.
+    long findName(const SoString& appName, long from) const;
+
     // Gives each record that names another one the path at the end of that chain. A chain that
     // leads back into itself ends at the first record met again, which keeps its path. True if any
     // record named another, found or not.
@@ -59,6 +63,7 @@ private:
     long placeOfEqual(const QKConnectorAppInfo& info) const;
     void addAtEnd(QKConnectorAppInfo* info);
     void indexAnew();
+    void indexNames() const;
     std::vector<long> chainEnds() const;
     void followChain(long start, std::vector<long>& ends) const;
 
@@ -66,6 +71,10 @@ private:
     // Where the records of a specifier stand, in ascending order: a store may hold thousands, and
     // each of them is looked up while the list is built.
     std::unordered_map<std::string, std::vector<long>> m_places;
+    // The same for application names, which completions ask for. Made when it is asked for after a
+    // change.
+    mutable std::unordered_map<std::string, std::vector<long>> m_placesOfNames;
+    mutable bool m_knowsNames = false;
     QKConnectorAppInfo* m_lastUpdated = nullptr; // in m_records
 };
 

@@ -32,7 +32,7 @@ std::vector<Place> places()
 {
     std::vector<Place> found;
     if (const std::string program = Pt::programFolder(); !program.empty()) {
-        found.push_back({{program + "/../Frameworks"}, program});
+        found.push_back({{program + "/..", program + "/../Frameworks"}, program});
         found.push_back({{program}, program});
     }
     if (const std::string own = Pt::ownModuleFolder(); !own.empty())

@@ -151,6 +151,9 @@ public:
     virtual bool skipImport(const QKConnectorAppInfo& info) const;
     // Whether any application of the suite runs without being installed; registers those.
     virtual bool registerRunningApps();
+    // The index of the first application at or behind that one which has that name, whatever its
+    // version; -1 if there is none.
+    virtual int findName(const SoString& appName, int from) const;
 
     // That process was started for the application, or for a numbered copy of it, which gets a
     // record of its own.

@@ -33,6 +33,14 @@ Specifier registeredEntry(int index, bool fixUp)
     return {TevoroTalk::getApplicationSpecifier(index).get(), fixUp};
 }
 
+// The next registered application of that name, from that place of the list on; -1 for none. The
+// list may change between two calls, as between any two of a walk.
+int nextOfName(const SoString& appName, int from)
+{
+    const TevoroTalkConnector* const connector = TevoroTalkConnector::get();
+    return connector != nullptr ? connector->findName(appName, from) : -1;
+}
+
 // Whether this thread is finding out a preference. What is completed on the way asks for none: the
 // asker and the entries of groups may lead to each other, without end.
 constinit thread_local bool gIsPreferring = false;
@@ -113,10 +121,8 @@ private:
 
     bool takeRunning()
     {
-        for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+        for (int i = nextOfName(m_name, 0); i >= 0; i = nextOfName(m_name, i + 1)) {
             Specifier entry = registeredEntry(i, false);
-            if (entry.appName() != m_name)
-                continue;
             if (!m_instance.isEmpty())
                 entry.setInstance(m_instance);
             if (!m_suffix.isEmpty())
@@ -137,10 +143,10 @@ private:
     {
         const SoString current = getCurrentLocale();
         double best = 0.0;
-        for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+        for (int i = nextOfName(m_name, 0); i >= 0; i = nextOfName(m_name, i + 1)) {
             const Specifier entry = registeredEntry(i, false);
             const double version = versionNumber(entry.version());
-            if (entry.appName() != m_name || version < best || version >= kBeyondVersions)
+            if (version < best || version >= kBeyondVersions)
                 continue;
             best = version;
             (entry.locale() == current ? m_localeMatch : m_secondChoice) = entry;
@@ -151,9 +157,9 @@ private:
     {
         const SoString current = getCurrentLocale();
         const double wanted = versionNumber(m_version);
-        for (int i = 0; i < TevoroTalk::getNumberOfRegisteredApplications(); ++i) {
+        for (int i = nextOfName(m_name, 0); i >= 0; i = nextOfName(m_name, i + 1)) {
             const Specifier entry = registeredEntry(i, false);
-            if (entry.appName() != m_name || versionNumber(entry.version()) != wanted)
+            if (versionNumber(entry.version()) != wanted)
                 continue;
             if (isEmptyOr(entry.locale(), current)) {
                 m_localeMatch = entry;

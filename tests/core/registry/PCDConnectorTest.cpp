@@ -200,3 +200,26 @@ TEST_F(PCDConnectorTest, SurvivesAnyCallThatFails)
     table.failures = {};
     EXPECT_TRUE(created("PCD"));
 }
+
+TEST_F(PCDConnectorTest, FindsNamesByItsIndexAsAWalkDoes)
+{
+    for (const char* const specifier :
+        {"a-1.0", "b-2.0", "a_2-1.0-de_de", "a-3.0", "ab-1.0", "a-en_us", "b_1", "c-1.0-de_de"})
+        addApplication(specifier, {{"Path", "/x"}});
+    const auto connector = created("PCD");
+    ASSERT_TRUE(connector);
+    const auto expectSame = [&] {
+        for (const char* const name : {"a", "b", "c", "ab", "d", ""})
+            for (int from = 0; from <= connector->getNumberOfRegisteredApplications(); ++from)
+                EXPECT_EQ(connector->findName(name, from),
+                    connector->TevoroTalkConnector::findName(name, from))
+                    << name << ' ' << from;
+    };
+    expectSame();
+    EXPECT_EQ(connector->findName("a", 1), 2);
+    addApplication("d-1.0", {{"Path", "/d"}});
+    EXPECT_EQ(connector->findName("d", 0), -1);
+    connector->clearCache(); // reads the store again
+    EXPECT_EQ(connector->findName("d", 0), 8);
+    expectSame();
+}

@@ -309,3 +309,20 @@ TEST_F(QKConnectorAppInfoListTest, ResolvesAChainOfTensOfThousands)
     EXPECT_EQ(list.get(0)->path, "/end");
     EXPECT_EQ(list.get(kCount - 1)->path, "/end");
 }
+
+TEST_F(QKConnectorAppInfoListTest, FindsNamesWhateverHasChanged)
+{
+    addAll({listed("a-1.0"), listed("b-1.0"), listed("a-2.0")});
+    EXPECT_EQ(list.findName("a", 0), 0);
+    EXPECT_EQ(list.findName("a", 1), 2);
+    EXPECT_EQ(list.findName("a", 3), -1);
+    EXPECT_EQ(list.findName("c", 0), -1);
+    addAll({listed("c-1.0")});
+    EXPECT_EQ(list.findName("c", 0), 3);
+    EXPECT_TRUE(list.remove(listed("a-1.0")));
+    EXPECT_EQ(list.findName("a", 0), 1);
+    EXPECT_TRUE(list.update(listed("d-1.0")));
+    EXPECT_EQ(list.findName("d", 0), 3);
+    list.clear();
+    EXPECT_EQ(list.findName("a", 0), -1);
+}
