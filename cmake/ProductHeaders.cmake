@@ -1,10 +1,6 @@
 # What most sources of the product include, compiled once for its libraries. Under sanitizers only:
 # the other presets compile the same sources without it and prove that each includes what it uses.
 
-if(NOT CMAKE_CXX_FLAGS MATCHES "fsanitize")
-  return()
-endif()
-
 set(TEVORO_PRODUCT_HEADERS
   <algorithm> <array> <atomic> <chrono> <cstdint> <filesystem> <functional> <map> <memory> <mutex>
   <optional> <set> <string> <string_view> <thread> <utility> <vector>)
@@ -14,6 +10,10 @@ function(tevoro_product_headers name)
   tevoro_target(${name})
   target_precompile_headers(${name} PRIVATE ${TEVORO_PRODUCT_HEADERS} ${ARGN})
 endfunction()
+
+if(NOT CMAKE_CXX_FLAGS MATCHES "fsanitize")
+  return()
+endif()
 
 tevoro_product_headers(product_headers)
 if(TEVORO_BUILD_QT)
