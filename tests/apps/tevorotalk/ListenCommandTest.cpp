@@ -1,6 +1,7 @@
 #include "apps/tevorotalk/BusFixture.h"
 #include "platform/common/ports/LocalPort.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -26,7 +27,15 @@ TEST_F(ListenCommandTest, ObeysASignalWhileItWaitsForTheParametersOfItsLaunch)
         Pt::LocalPort::hold(std::string(R"(\\.\port\Ned_and_Olaf_)") + "echo-1.0#haslaunchparams");
     ASSERT_NE(flag, nullptr);
     PeerProcess waiting({TEVOROTALK, "listen", "echo-1.0"});
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    // The port at which it expects them.
+    const auto holdsAPort = [&] {
+        return std::ranges::count(Pt::heldLocalPorts(), waiting.id(), &Pt::HeldPort::processId)
+            != 0;
+    };
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!holdsAPort() && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ASSERT_TRUE(holdsAPort());
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(waiting.interrupt(), 130);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
