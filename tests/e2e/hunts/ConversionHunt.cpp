@@ -15,6 +15,24 @@ namespace {
 // From the start of a program to the end of a download of such a card, with room to spare.
 constexpr std::uint64_t kMaxMoment = 900; // milliseconds
 
+// The sink tries a free name by making an empty file for a moment, and notes the name before that:
+// a run that is killed in between leaves both, and the next one clears them away.
+bool isNotedAsTried(const fs::path& folder, const std::string& name)
+{
+    std::error_code none;
+    for (const auto& run : fs::directory_iterator(folder / ".mfxdownload", none))
+        if (test::read(run.path() / "probes").c_str() == name)
+            return true;
+    return false;
+}
+
+// Without the bytes themselves, which would bury the seed.
+void expectSame(const std::string& found, const std::string& original, const fs::path& path)
+{
+    EXPECT_TRUE(found == original)
+        << path << " has " << found.size() << " bytes, its original " << original.size();
+}
+
 } // namespace
 
 void ConversionHunt::killOneRun(std::uint64_t moment)
@@ -27,7 +45,8 @@ void ConversionHunt::killOneRun(std::uint64_t moment)
     run.finish();
 }
 
-// What bears a picture's name is that picture: whole, raw or converted.
+// What bears a picture's name is that picture: whole, raw or converted. Only a name in the backup
+// that the killed run was trying may be an empty file.
 void ConversionHunt::expectNothingLost() const
 {
     const auto onCard = filesIn(card() / "DCIM/100MFX");
@@ -38,14 +57,14 @@ void ConversionHunt::expectNothingLost() const
         if (path.extension() == ".dng") {
             EXPECT_TRUE(recordOf(path)) << path << " is half a DNG";
         } else if (onCard.contains(name)) {
-            EXPECT_EQ(bytes, onCard.at(name)) << path;
+            expectSame(bytes, onCard.at(name), path);
         }
     }
     if (!fs::exists(backup()))
         return;
     for (const auto& [name, bytes] : filesIn(backup()))
-        if (!name.starts_with(".")) {
-            EXPECT_EQ(bytes, onCard.at(name)) << name;
+        if (!name.starts_with(".") && !(bytes.empty() && isNotedAsTried(backup(), name))) {
+            expectSame(bytes, onCard.at(name), backup() / name);
         }
 }
 
