@@ -64,6 +64,15 @@ void ChosenStores::remove(
         change.remove(subdomain, key);
 }
 
+void ChosenStores::removeAll(
+    velmo_caps::StoreWriter::Change& change, const ViewSubdomain& subdomain)
+{
+    for (const velmo_caps::ViewEntry& entry : subdomain.entries)
+        remove(change, subdomain.name, entry.key);
+    if (m_place.kind == StoreKind::kUser && subdomain.isOfMachine)
+        change.hideAll(subdomain.name);
+}
+
 ExitCode ChosenStores::told()
 {
     if (m_place.kind == StoreKind::kNamed

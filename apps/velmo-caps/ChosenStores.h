@@ -31,6 +31,8 @@ public:
     void remove(velmo_caps::StoreWriter::Change& change,
         const SubdomainName& subdomain,
         const std::string& key);
+    // The same with all entries of one, and with those that the machine will add to it.
+    void removeAll(velmo_caps::StoreWriter::Change& change, const ViewSubdomain& subdomain);
 
     // Says on standard error what the view may lack. Throws CommandError where the one file that
     // the user named is missing.

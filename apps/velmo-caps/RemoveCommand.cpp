@@ -36,8 +36,7 @@ ExitCode runRemove(const CommandLine& line)
     }
     velmo_caps::StoreWriter::Change change(stores.writer());
     for (const ViewSubdomain* const subdomain : found)
-        for (const velmo_caps::ViewEntry& entry : subdomain->entries)
-            stores.remove(change, subdomain->name, entry.key);
+        stores.removeAll(change, *subdomain);
     ChosenStores::commit(change);
     return ExitCode::kDone;
 }

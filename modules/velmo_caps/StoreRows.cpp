@@ -15,6 +15,11 @@ bool fits(std::int64_t number)
     return number >= 0 && number <= std::numeric_limits<std::int32_t>::max();
 }
 
+bool isKey(const std::optional<std::string>& key, const std::optional<std::string>& value)
+{
+    return key && (!key->empty() || !value);
+}
+
 bool isFace(std::int64_t face)
 {
     return face == static_cast<std::int64_t>(Face::kPcd)
@@ -41,7 +46,8 @@ StoreRows readRows(SqliteConnection& database)
     std::int64_t last = -1;
     while (statement.step()) {
         const auto key = statement.text(5);
-        if (!isFace(statement.number(1)) || !fits(statement.number(2)) || !key || key->empty())
+        auto value = statement.text(6);
+        if (!isFace(statement.number(1)) || !fits(statement.number(2)) || !isKey(key, value))
             continue;
         if (rows.subdomains.empty() || statement.number(0) != last) {
             StoredSubdomain subdomain = subdomainIn(statement);
@@ -50,7 +56,7 @@ StoreRows readRows(SqliteConnection& database)
             last = statement.number(0);
             rows.subdomains.push_back(std::move(subdomain));
         }
-        rows.subdomains.back().entries.push_back({*key, statement.text(6)});
+        rows.subdomains.back().entries.push_back({*key, std::move(value)});
     }
     return rows;
 }

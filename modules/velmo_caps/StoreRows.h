@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace velmo_caps {
@@ -19,6 +20,9 @@ struct SubdomainName {
 
     friend bool operator==(const SubdomainName&, const SubdomainName&) = default;
 };
+
+// Stands for all keys of a subdomain where it hides something.
+inline constexpr std::string_view kAllKeys;
 
 struct StoredEntry {
     std::string key;
@@ -36,8 +40,8 @@ struct StoreRows {
     std::int64_t counter = 0;
 };
 
-// In the order of addition. Throws SqliteError. Rows that cannot be ours (no name, no key, domains
-// out of range) are stepped over.
+// In the order of addition. Throws SqliteError. Rows that cannot be ours (no name, a text without a
+// key, domains out of range) are stepped over.
 StoreRows readRows(SqliteConnection& database);
 
 } // namespace velmo_caps

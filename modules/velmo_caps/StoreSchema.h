@@ -2,7 +2,8 @@
 //
 // subdomain: (face, domain, name) in the order of addition; for a payload its collection, too.
 // entry: (subdomain, key) and the text, in the order of addition. A NULL hides what the machine's
-// store has there. change: one number that rises with every write.
+// store has there; under an empty key, all that it has in the subdomain. change: one number that
+// rises with every write.
 #pragma once
 
 #include "velmo_caps/SqliteConnection.h"

@@ -44,16 +44,20 @@ void ViewSubdomain::sort()
 
 void ViewSubdomain::lay(const std::vector<StoredEntry>& over)
 {
-    std::vector<bool> isHidden(entries.size());
+    const bool isAllHidden = std::any_of(over.begin(), over.end(), [](const StoredEntry& entry) {
+        return entry.key == kAllKeys && !entry.value;
+    });
+    std::vector<bool> isHidden(entries.size(), isAllHidden);
     std::vector<ViewEntry> added;
     for (const StoredEntry& entry : over) {
         const auto place = placeOf(entry.key);
-        if (place && entry.value)
-            entries[*place].value = *entry.value;
-        else if (place)
-            isHidden[*place] = true;
-        else if (entry.value)
+        if (!place && entry.value)
             added.push_back({entry.key, *entry.value});
+        if (!place)
+            continue;
+        isHidden[*place] = !entry.value;
+        if (entry.value)
+            entries[*place].value = *entry.value;
     }
     std::vector<ViewEntry> result;
     for (std::size_t place = 0; place < entries.size(); ++place)

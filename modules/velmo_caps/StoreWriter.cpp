@@ -221,6 +221,11 @@ void StoreWriter::Change::hide(const SubdomainName& subdomain, std::string_view 
     setNullable(subdomain, key, nullptr);
 }
 
+void StoreWriter::Change::hideAll(const SubdomainName& subdomain)
+{
+    setNullable(subdomain, kAllKeys, nullptr);
+}
+
 void StoreWriter::Change::show(const SubdomainName& subdomain)
 {
     asStoreError(m_writer.m_place.path, [&] {

@@ -41,7 +41,9 @@ public:
         void set(const SubdomainName& subdomain, std::string_view key, std::string_view value);
         // Hides what the machine's store has there.
         void hide(const SubdomainName& subdomain, std::string_view key);
-        // Ends all that hide() has hidden of it.
+        // Hides what the machine's store has in it, and what it will have.
+        void hideAll(const SubdomainName& subdomain);
+        // Ends all that is hidden of it.
         void show(const SubdomainName& subdomain);
         // False when there was nothing.
         bool remove(const SubdomainName& subdomain, std::string_view key);

@@ -55,6 +55,19 @@ TEST_F(RemoveCommandTest, HidesWhatTheMachineHasFromThisUser)
     EXPECT_EQ(list(), "a-1.0\t/bin/false\n");
 }
 
+TEST_F(RemoveCommandTest, WhatTheMachineAddsToAHiddenEntryIsHiddenToo)
+{
+    if (!isRoot())
+        GTEST_SKIP() << "root alone changes the machine's store";
+    done({"add", "a-1.0", "--path", "/bin/true", "--machine"});
+    done({"remove", "a-1.0"});
+    done({"add", "a-1.0", "--path", "/bin/false", "--set", "DisplayName=A", "--machine"});
+    EXPECT_EQ(list(), "");
+    EXPECT_EQ(run({"remove", "a-1.0"}).code, 3);
+    done({"add", "a-1.0", "--path", "/bin/true"});
+    EXPECT_EQ(run({"list", "--json"}).objects().at(0)["values"]["DisplayName"], "A");
+}
+
 TEST_F(RemoveCommandTest, WhatWasHiddenComesBackWholeWhenItIsAddedAgain)
 {
     if (!isRoot())

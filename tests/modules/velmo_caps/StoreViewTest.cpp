@@ -56,6 +56,15 @@ TEST(StoreViewTest, AMarkHidesAKeyAndTheLastOneItsSubdomain)
     EXPECT_EQ(view.find({Face::kPcd, 1, "a"}), nullptr);
 }
 
+TEST(StoreViewTest, AMarkWithoutAKeyHidesAllKeysOfTheMachineAndNoneOfTheUser)
+{
+    const StoreView view(kMachine, {{stored("b", {{"", std::nullopt}})}, 1});
+    EXPECT_THAT(namesOf(view), ElementsAre("a"));
+    const StoreView both(
+        kMachine, {{stored("b", {{"z", "8"}, {"", std::nullopt}, {"new", "9"}})}, 1});
+    EXPECT_THAT(keysOf(both, "b"), ElementsAre("z=8", "new=9"));
+}
+
 TEST(StoreViewTest, AMarkOverNothingIsNothing)
 {
     const StoreView view({}, {{stored("a", {{"k", std::nullopt}})}, 1});
