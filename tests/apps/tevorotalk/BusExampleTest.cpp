@@ -46,7 +46,6 @@ TEST_F(BusExampleTest, IsBuiltAndRunsWithTheInstalledPackage)
         "-G",
         "Ninja",
         "-DCMAKE_PREFIX_PATH=" + folder.path("installed"),
-        "-DCMAKE_INSTALL_RPATH=" + folder.path("installed/lib"),
         "-DCMAKE_CXX_COMPILER=" COMPILER,
         "-DCMAKE_CXX_FLAGS=" COMPILER_FLAGS});
     succeeds({CMAKE_PROGRAM, "--build", folder.path("build")});
