@@ -31,10 +31,11 @@ ExitCode runGroupAdd(const CommandLine& line)
 
 ExitCode runGroupRemove(const CommandLine& line)
 {
-    const std::string entry = groupEntryOf(line.name);
     ChosenStores stores(line);
+    const std::string entry = lowerCase(line.name);
     const std::vector<GroupEntry> found = entriesLike(stores.view(), entry);
     if (found.empty()) {
+        groupEntryOf(line.name); // others may have stored what is none
         const ExitCode code = stores.told();
         throw CommandError(code == ExitCode::kDone ? ExitCode::kNotThere : code,
             "there is no entry '" + entry + "'");

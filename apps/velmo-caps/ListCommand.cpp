@@ -68,14 +68,11 @@ ExitCode runGroups(const CommandLine& line)
 {
     ChosenStores stores(line);
     for (const GroupEntry& each : groupEntries(stores.view())) {
-        const std::string entry = Pt::displayName(each.entry);
-        const std::size_t first = std::min(entry.find('/'), entry.size());
-        const std::size_t second = std::min(entry.find('/', first + 1), entry.size());
+        const GroupParts parts = partsOf(Pt::displayName(each.entry));
         if (line.json)
-            commandline::printJson({{"group", entry.substr(0, first)},
-                {"version",
-                    second > first ? entry.substr(first + 1, second - first - 1) : std::string()},
-                {"specifier", second < entry.size() ? entry.substr(second + 1) : std::string()},
+            commandline::printJson({{"group", parts.group},
+                {"version", parts.version},
+                {"specifier", parts.specifier},
                 {"store", originOf(*each.subdomain)}});
         else
             commandline::printLine(Pt::terminalText(each.entry));

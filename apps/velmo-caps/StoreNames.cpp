@@ -27,9 +27,10 @@ bool isOdd(char c)
     return byte <= 0x20 || byte == 0x7f || c == '/' || c == '#' || c == ';';
 }
 
-std::string lowerCase(const std::string& text)
+// The bus looks for the first and the last slash of an entry; what stands between is a version.
+bool isOddInVersion(char c)
 {
-    return std::string(ScObjects::SoString(std::string_view(text)).lowercase().view());
+    return isOdd(c) && c != '/';
 }
 
 bool isLetterOrDigit(char c)
@@ -69,6 +70,11 @@ std::vector<const velmo_caps::ViewSubdomain*> applicationsWhere(
 }
 
 } // namespace
+
+std::string lowerCase(const std::string& text)
+{
+    return std::string(ScObjects::SoString(std::string_view(text)).lowercase().view());
+}
 
 const std::vector<std::string>& applicationKeys()
 {
@@ -195,17 +201,25 @@ std::optional<std::string> applicationIn(const SubdomainName& subdomain)
     return std::string(name.substr(kApplications.size()));
 }
 
+GroupParts partsOf(const std::string& entry)
+{
+    const std::size_t first = entry.find('/');
+    const std::size_t last = entry.rfind('/');
+    if (first == last)
+        return {entry, {}, {}};
+    return {
+        entry.substr(0, first), entry.substr(first + 1, last - first - 1), entry.substr(last + 1)};
+}
+
 std::string groupEntryOf(const std::string& text)
 {
-    const std::size_t first = text.find('/');
-    const std::size_t second = text.find('/', first + 1);
-    if (first == std::string::npos || second == std::string::npos || first == 0
-        || second == first + 1 || std::any_of(text.begin(), text.begin() + long(first), isOdd)
-        || std::any_of(text.begin() + long(first) + 1, text.begin() + long(second), isOdd))
+    const GroupParts parts = partsOf(text);
+    if (parts.group.empty() || parts.version.empty() || std::ranges::any_of(parts.group, isOdd)
+        || std::ranges::any_of(parts.version, isOddInVersion))
         throw CommandError(ExitCode::kUsage,
             "'" + text
                 + "' is no group entry; write GROUP/VERSION/SPECIFIER, such as nx/3/tevoro-2.0");
-    return lowerCase(text.substr(0, second + 1)) + specifierOf(text.substr(second + 1));
+    return lowerCase(parts.group + '/' + parts.version) + '/' + specifierOf(parts.specifier);
 }
 
 std::string newGroupEntryOf(const std::string& text)

@@ -51,6 +51,17 @@ std::string busNameOf(const velmo_caps::ViewSubdomain& application);
 std::vector<const velmo_caps::ViewSubdomain*> applicationsCalled(
     const velmo_caps::StoreView& view, const std::string& text);
 
+std::string lowerCase(const std::string& text); // as the bus has it
+
+struct GroupParts {
+    std::string group;
+    std::string version; // may have slashes
+    std::string specifier;
+};
+// As the bus reads an entry: cut at its first and its last slash. Without two of them it is none,
+// and all of it counts as the group.
+GroupParts partsOf(const std::string& entry);
+
 // GROUP/VERSION/SPECIFIER, in lower case.
 std::string groupEntryOf(const std::string& text);
 // The same, for one that is to be added.

@@ -105,9 +105,9 @@ void appendAnswer(SoString& out,
     bool hasChildren = false;
     const char* at = answer;
     while ((at = TevoroTalkUtils::parseInfoLine(at, path, label, value, hasChildren)) != nullptr) {
-        if (path == root || (!withAll && isKnownAnyway(label)))
+        if (!withAll && (path == root || isKnownAnyway(label)))
             continue;
-        if (path.view().starts_with(childOf(root, "").view()))
+        if (path == root || path.view().starts_with(childOf(root, "").view()))
             path.removeFront(root.length());
         SoString below(node);
         below << path;

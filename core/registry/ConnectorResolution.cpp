@@ -184,7 +184,8 @@ SoString TevoroTalkConnector::findGroupForSpecifier(const Specifier& specifier, 
     for (long i = entries != nullptr ? entries->length() - 1 : -1; i >= 0; --i) {
         const Entry entry(*(*entries)[i]);
         const double generation = versionNumber(entry.version);
-        if (!entry.isWhole || entry.specifier != key || generation <= best)
+        const bool isHigher = generation > best; // not where it is "nan"
+        if (!entry.isWhole || entry.specifier != key || !isHigher)
             continue;
         best = generation;
         group = entry.group;

@@ -108,7 +108,7 @@ capsStatus readField(
 bool isHostName(std::string_view host)
 {
     return host.find_first_not_of(
-               "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-.")
+               "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.")
         == std::string_view::npos;
 }
 
@@ -122,8 +122,10 @@ bool PCDIterator::run(PCDWrapper& wrapper)
     if (!wrapper.isGood())
         return false;
     // Before the walk: what is written meanwhile counts as a later change.
-    wrapper.capsGetLastModTime(&m_capsLastModTime);
-    wrapper.pcdGetLastModTime(&m_pcdLastModTime);
+    if (wrapper.capsGetLastModTime(&m_capsLastModTime) != kCapsSuccess)
+        m_capsLastModTime = 0;
+    if (wrapper.pcdGetLastModTime(&m_pcdLastModTime) != kCapsSuccess)
+        m_pcdLastModTime = 0;
     capsList list = nullptr;
     const capsStatus status = wrapper.pcdGetDomainDataSubdomains(wrapper.getDomain(), &list);
     if (status != kCapsSuccess)

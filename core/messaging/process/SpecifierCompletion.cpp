@@ -146,7 +146,8 @@ private:
         for (int i = nextOfName(m_name, 0); i >= 0; i = nextOfName(m_name, i + 1)) {
             const Specifier entry = registeredEntry(i, false);
             const double version = versionNumber(entry.version());
-            if (version < best || version >= kBeyondVersions)
+            const bool isCandidate = version >= best && version < kBeyondVersions; // "nan" is none
+            if (!isCandidate)
                 continue;
             best = version;
             (entry.locale() == current ? m_localeMatch : m_secondChoice) = entry;

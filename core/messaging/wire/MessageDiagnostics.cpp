@@ -19,14 +19,16 @@ SoString orUndefined(const SoString& text)
     return text.isEmpty() ? SoString(kUndefined) : text;
 }
 
-SoString numberOrUndefined(std::uint32_t number)
+SoString numberText(std::uint32_t number)
 {
     SoString result;
-    if (number == QK_INVALID_MESSAGE_NUMBER)
-        result = kUndefined;
-    else
-        result << number;
+    result << number;
     return result;
+}
+
+SoString numberOrUndefined(std::uint32_t number)
+{
+    return number == QK_INVALID_MESSAGE_NUMBER ? SoString(kUndefined) : numberText(number);
 }
 
 SoString expiryOf(const TevoroTalk::Message& message)
@@ -122,7 +124,7 @@ void TevoroTalk::Message::appendDiagnostics(SoString& out, const SoString& path)
     node.request(responseRequest);
     node.headers(headers);
     node.timestamp(timestamp);
-    node.leaf("serialnumber", QK_SERIAL_NUMBER, numberOrUndefined(serialNumber));
+    node.leaf("serialnumber", QK_SERIAL_NUMBER, numberText(serialNumber));
     node.leaf("received", QK_RECEIVED, numberOrUndefined(received));
     node.leaf("result", QK_RESULT, numberOrUndefined(result));
     node.leaf("error", QK_ERROR, numberOrUndefined(error));

@@ -119,6 +119,12 @@ TEST_F(ConnectorDiagnosticsTest, TellWhatRunningApplicationsAnswer)
             HasSubstr("/p/targets/running;1;Running;1;\n")));
     for (const char* known : {"/context/name;", "/context/path;", "/context/status;"})
         EXPECT_THAT(told, Not(HasSubstr(node + known)));
+    // The answer to "thread" brings the application's own line once more, that to "context" does
+    // not.
+    const std::size_t first = told.find(node + ";1;peer-1.0;");
+    const std::size_t second = told.find(node + ";1;peer-1.0;", first + 1);
+    EXPECT_NE(second, std::string::npos);
+    EXPECT_EQ(told.find(node + ";1;peer-1.0;", second + 1), std::string::npos);
 }
 
 TEST_F(ConnectorDiagnosticsTest, TellOfThisProcessWithoutAskingIt)

@@ -181,6 +181,22 @@ TEST_F(ConnectorResolutionTest, FindsTheGroupOfTheHighestGeneration)
     EXPECT_EQ(groupOf(""), " ");
 }
 
+TEST_F(ConnectorResolutionTest, ReadsGenerationsAsNumbersOfAnyForm)
+{
+    ListedConnector::install(bothInstalled(),
+        {"other/nano/alpha-2.0",
+            "nx/3/alpha-2.0",
+            "hex/0x10/beta-1.0",
+            "nx/3/beta-1.0",
+            "nx/1e999/beta-2.0",
+            "nx/3/beta-2.0",
+            "none/nan/alpha-3.0"});
+    EXPECT_EQ(groupOf("alpha-2.0"), "nx 3") << "what is no number is higher than none";
+    EXPECT_EQ(groupOf("beta-1.0"), "hex 0x10");
+    EXPECT_EQ(groupOf("beta-2.0"), "nx 1e999");
+    EXPECT_EQ(groupOf("alpha-3.0"), " ");
+}
+
 TEST_F(ConnectorResolutionTest, FindsNoGroupWithoutEntries)
 {
     ListedConnector::install({"alpha-2.0"});

@@ -117,6 +117,8 @@ TEST_F(PCDIteratorTest, EndsBadlyWhenAListCannotBeRead)
     table.failures = {{"subdomains 1", 5}, {"capsTime", 5}};
     EXPECT_FALSE(run());
     EXPECT_THAT(walk->events, ElementsAre("start"));
+    EXPECT_EQ(walk->capsLastModTime(), 0U) << "whatever it left there";
+    EXPECT_EQ(walk->pcdLastModTime(), 200U);
     table.failures = {{"keys {payload}", 5}};
     EXPECT_FALSE(run()) << "of any subdomain";
     EXPECT_EQ(walk->events.back(), "application a-1.0") << "without an end";

@@ -90,6 +90,14 @@ TEST_F(SpecifierCompletionTest, TakesTheHighestVersion)
     EXPECT_EQ(bytes(Specifier("TEVORO", true)), "tevoro-10.0");
 }
 
+TEST_F(SpecifierCompletionTest, NeverTakesAVersionThatIsNoNumber)
+{
+    TestRegistry::install({"tevoro-2.0", "tevoro-nan"});
+    EXPECT_EQ(completed("tevoro"), "tevoro-2.0");
+    TestRegistry::install({"tevoro-nan", "tevoro-0x1", "tevoro-0.5"});
+    EXPECT_EQ(completed("tevoro"), "tevoro-0x1") << "hexadecimal is";
+}
+
 TEST_F(SpecifierCompletionTest, NeverTakesAVersionFrom99On)
 {
     TestRegistry::install({"tevoro-98.9", "tevoro-99.0", "tevoro-100.0"});

@@ -131,11 +131,11 @@ TEST(MessageDiagnosticsTest, CallsUndefinedWhatIsNotThere)
     for (const char* part : {"/timeout;0;Timeout;",
              "/type;0;Type;",
              "/request;0;Response-Request;",
-             "/serialnumber;0;Serial-Number;",
              "/received;0;Received;",
              "/result;0;Result;",
              "/error;0;Error;"})
         EXPECT_THAT(lines, HasSubstr(std::string(part) + "undefined;\n"));
+    EXPECT_THAT(lines, HasSubstr("/serialnumber;0;Serial-Number;4294967295;\n"));
     EXPECT_THAT(lines, HasSubstr("/body;0;Body;(empty);\n"));
     EXPECT_THAT(lines, testing::Not(HasSubstr("/body/text")));
 }
