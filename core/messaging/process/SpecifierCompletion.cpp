@@ -146,8 +146,7 @@ private:
         for (int i = nextOfName(m_name, 0); i >= 0; i = nextOfName(m_name, i + 1)) {
             const Specifier entry = registeredEntry(i, false);
             const double version = versionNumber(entry.version());
-            const bool isCandidate = version >= best && version < kBeyondVersions; // "nan" is none
-            if (!isCandidate)
+            if (version < best || version >= kBeyondVersions)
                 continue;
             best = version;
             (entry.locale() == current ? m_localeMatch : m_secondChoice) = entry;

@@ -35,10 +35,11 @@ TEST(LeadingNumberTest, ReadsHexadecimalAndBeyondTheRange)
     EXPECT_TRUE(std::isnan(leadingNumber("nano")));
 }
 
-TEST(LeadingNumberTest, HasAPointInEveryLocale)
+TEST(LeadingNumberTest, HasAPointInALocaleWithAComma)
 {
-    const char* const found = std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
-    EXPECT_EQ(leadingNumber("2.5"), 2.5) << (found ? found : "without a locale that has a comma");
+    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8"))
+        GTEST_SKIP() << "the locale de_DE.UTF-8 is not installed";
+    EXPECT_EQ(leadingNumber("2.5"), 2.5);
     EXPECT_EQ(leadingNumber("2,5"), 2.0);
     std::setlocale(LC_NUMERIC, "C");
 }
