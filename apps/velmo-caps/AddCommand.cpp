@@ -14,7 +14,6 @@ namespace {
 using Settings = std::vector<std::pair<std::string, std::string>>;
 
 constexpr std::string_view kWeb = "https://";
-constexpr int kMayExecute = 1; // as the system numbers it
 
 void warn(const std::string& text)
 {
@@ -30,7 +29,7 @@ void checkProgram(const std::string& path)
         warn(path + " is not there");
     else if (std::filesystem::is_directory(status))
         warn(path + " is a folder, and no program");
-    else if (Pt::accessPath(path, kMayExecute) != 0)
+    else if (Pt::accessPath(path, Pt::kMayExecute) != 0)
         warn(path + " is not executable");
 }
 

@@ -192,10 +192,10 @@ long QKConnectorAppInfoList::placeOfEqual(const QKConnectorAppInfo& info) const
     const auto found = m_places.find(keyOf(info.specifier));
     if (found == m_places.end())
         return -1;
-    const std::vector<long>& places = found->second;
-    const auto equal = std::find_if(
-        places.begin(), places.end(), [&](long place) { return *m_records[place] == info; });
-    return equal != places.end() ? *equal : -1;
+    for (const long place : found->second)
+        if (*m_records[place] == info)
+            return place;
+    return -1;
 }
 
 void QKConnectorAppInfoList::addAtEnd(QKConnectorAppInfo* info)

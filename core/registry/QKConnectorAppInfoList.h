@@ -54,28 +54,28 @@ public:
     // Deletes the first equal record; false if there is none.
     bool remove(const QKConnectorAppInfo& info);
     void clear();
-    // Requires: the lock is held, or nobody else knows the list.
-    void clearWithoutLocking();
+    void clearWithoutLocking() TEVOROTALK_REQUIRES(this);
 
 private:
-    long placeOfExactly(const SoString& specifier) const;
-    long placeOf(const SoString& specifier) const;
-    long placeOfEqual(const QKConnectorAppInfo& info) const;
-    void addAtEnd(QKConnectorAppInfo* info);
-    void indexAnew();
-    void indexNames() const;
-    std::vector<long> chainEnds() const;
-    void followChain(long start, std::vector<long>& ends) const;
+    long placeOfExactly(const SoString& specifier) const TEVOROTALK_REQUIRES(this);
+    long placeOf(const SoString& specifier) const TEVOROTALK_REQUIRES(this);
+    long placeOfEqual(const QKConnectorAppInfo& info) const TEVOROTALK_REQUIRES(this);
+    void addAtEnd(QKConnectorAppInfo* info) TEVOROTALK_REQUIRES(this);
+    void indexAnew() TEVOROTALK_REQUIRES(this);
+    void indexNames() const TEVOROTALK_REQUIRES(this);
+    std::vector<long> chainEnds() const TEVOROTALK_REQUIRES(this);
+    void followChain(long start, std::vector<long>& ends) const TEVOROTALK_REQUIRES(this);
 
-    SoVector<QKConnectorAppInfo> m_records;
+    SoVector<QKConnectorAppInfo> m_records TEVOROTALK_GUARDED_BY(this);
     // Where the records of a specifier stand, in ascending order: a store may hold thousands, and
     // each of them is looked up while the list is built.
-    std::unordered_map<std::string, std::vector<long>> m_places;
+    std::unordered_map<std::string, std::vector<long>> m_places TEVOROTALK_GUARDED_BY(this);
     // The same for application names, which completions ask for. Made when it is asked for after a
     // change.
-    mutable std::unordered_map<std::string, std::vector<long>> m_placesOfNames;
-    mutable bool m_knowsNames = false;
-    QKConnectorAppInfo* m_lastUpdated = nullptr; // in m_records
+    mutable std::unordered_map<std::string, std::vector<long>>
+        m_placesOfNames TEVOROTALK_GUARDED_BY(this);
+    mutable bool m_knowsNames TEVOROTALK_GUARDED_BY(this) = false;
+    QKConnectorAppInfo* m_lastUpdated TEVOROTALK_GUARDED_BY(this) = nullptr; // in m_records
 };
 
 } // namespace ScObjects

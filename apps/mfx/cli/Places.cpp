@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kWriteAndEnter = 2 | 1;
+constexpr int kWriteAndEnter = Pt::kMayWrite | Pt::kMayExecute;
 constexpr unsigned int kFolderMode = 0777; // less the process's mask
 
 // One sentence for each purpose of a folder, %1; %2 is the system's reason.

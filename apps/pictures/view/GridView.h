@@ -69,6 +69,9 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
 
 private:
+    static constexpr int kSpacing = 8;
+    static constexpr int kPadding = 6; // between a tile's edge and its picture
+
     void setCurrentRow(int row);
     void rememberPlace();
     void takeNewRows();

@@ -17,7 +17,8 @@ struct CProp {
     std::uint32_t size;
 
 protected:
-    CProp() { } // NOLINT: tag and size are the maker's to write
+    // Tag and size are the maker's to write. NOLINTNEXTLINE(*-member-init,*-equals-default)
+    CProp() { }
 };
 
 inline constexpr std::uint32_t kFxTagSource = 2;
@@ -42,7 +43,8 @@ inline constexpr std::uint32_t kFxSizeSinkMediaItem = 2104;
 
 // One media item that the host has saved.
 struct CPropSinkMediaItem : CProp {
-    CPropSinkMediaItem() { } // NOLINT: lastWord is the maker's to set, to 0
+    // lastWord is the maker's to set, to 0. NOLINTNEXTLINE(*-member-init,*-equals-default)
+    CPropSinkMediaItem() { }
 
     std::int32_t itemKey = 0; // the host's handle; handed to the delete callback
     std::int32_t hostWord1 = 0; // the host's; not read by the plug-in

@@ -11,7 +11,7 @@ bool LateAnswers::keep(
     const SoString& target, const SoString& text, std::chrono::milliseconds patience)
 {
     const std::size_t size = text.view().size();
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     if (m_answers.size() >= kMaxTexts || size > kMaxBytes - m_bytes)
         return false;
     m_answers.push_back({target, text, std::chrono::steady_clock::now() + patience});
@@ -24,7 +24,7 @@ bool LateAnswers::holdsFor(const SoString& target) const
 {
     if (isEmpty())
         return false;
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     return std::ranges::any_of(
         m_answers, [&](const Answer& answer) { return answer.target == target; });
 }
@@ -35,7 +35,7 @@ void LateAnswers::retry(
     if (isEmpty())
         return;
     // Held over the attempts, which do not wait: two threads would change the order.
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     const auto now = std::chrono::steady_clock::now();
     std::deque<Answer> kept;
     std::unordered_set<std::string_view> heldUp; // texts that `kept` holds, which do not move

@@ -7,13 +7,13 @@
 #pragma once
 
 #include "messaging/SoString.h"
+#include "platform/common/threads/Lock.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <mutex>
 
 namespace ScObjects::TevoroTalkData {
 
@@ -41,9 +41,9 @@ private:
         std::chrono::steady_clock::time_point deadline;
     };
 
-    mutable std::mutex m_lock;
-    std::deque<Answer> m_answers;
-    std::size_t m_bytes = 0;
+    mutable Pt::Lock m_lock;
+    std::deque<Answer> m_answers TEVORO_GUARDED_BY(m_lock);
+    std::size_t m_bytes TEVORO_GUARDED_BY(m_lock) = 0;
     std::atomic<std::size_t> m_count{0}; // asked with every message
 };
 

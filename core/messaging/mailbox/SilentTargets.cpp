@@ -33,7 +33,7 @@ void SilentTargets::TimeInAMinute::add(Milliseconds waited, Clock::time_point no
 SilentTargets::Milliseconds SilentTargets::patienceFor(
     std::string_view target, Milliseconds whole) const
 {
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     const auto now = Clock::now();
     const Milliseconds left = std::clamp(kMaxInAll - m_inAll.in(now), Milliseconds(0), whole);
     const auto found = m_records.find(std::string(target));
@@ -47,7 +47,7 @@ SilentTargets::Milliseconds SilentTargets::patienceFor(
 
 void SilentTargets::hasRead(std::string_view target)
 {
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     const auto found = m_records.find(std::string(target));
     if (found == m_records.end())
         return;
@@ -59,7 +59,7 @@ void SilentTargets::hasRead(std::string_view target)
 void SilentTargets::hasNotRead(std::string_view target, Milliseconds waited)
 {
     const auto now = Clock::now();
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     if (m_records.size() >= kMaxRecords)
         std::erase_if(
             m_records, [&](const auto& entry) { return entry.second.time.in(now).count() == 0; });
@@ -73,7 +73,7 @@ void SilentTargets::hasNotRead(std::string_view target, Milliseconds waited)
 
 bool SilentTargets::isSilent(std::string_view target) const
 {
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     const auto found = m_records.find(std::string(target));
     return found != m_records.end() && found->second.isSilent;
 }
@@ -81,7 +81,7 @@ bool SilentTargets::isSilent(std::string_view target) const
 std::vector<std::string> SilentTargets::names() const
 {
     std::vector<std::string> names;
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     for (const auto& [name, record] : m_records)
         if (record.isSilent)
             names.push_back(name);

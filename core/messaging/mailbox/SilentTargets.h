@@ -5,8 +5,9 @@
 // one that reads a text now and then hold every send up. Any thread may call.
 #pragma once
 
+#include "platform/common/threads/Lock.h"
+
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -49,10 +50,10 @@ private:
         TimeInAMinute time;
     };
 
-    mutable std::mutex m_lock;
-    TimeInAMinute m_inAll;
+    mutable Pt::Lock m_lock;
+    TimeInAMinute m_inAll TEVORO_GUARDED_BY(m_lock);
     // Only targets that have held a send up; those are few, and each has cost its time.
-    std::unordered_map<std::string, Record> m_records;
+    std::unordered_map<std::string, Record> m_records TEVORO_GUARDED_BY(m_lock);
 };
 
 } // namespace ScObjects::TevoroTalkData

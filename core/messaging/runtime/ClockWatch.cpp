@@ -59,7 +59,7 @@ std::int64_t ClockWatch::shift()
 
 void ClockWatch::compare()
 {
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     const std::int64_t found = distance();
     const std::int64_t moved = found - m_distance;
     if (isStep(moved)) {
@@ -71,7 +71,7 @@ void ClockWatch::compare()
 
 std::optional<ClockWatch::Step> ClockWatch::lastStep() const
 {
-    const std::lock_guard lock(m_lock);
+    const Pt::Locked locked(m_lock);
     return m_lastStep;
 }
 

@@ -5,10 +5,11 @@
 // Any thread. Cheap enough to be asked with every message.
 #pragma once
 
+#include "platform/common/threads/Lock.h"
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 
 namespace Pt {
@@ -44,8 +45,8 @@ private:
     std::atomic<std::int64_t> m_shift{0}; // milliseconds, as are the others
     std::atomic<std::int64_t>
         m_distance; // of the wall clock from the steady one, when last compared
-    mutable std::mutex m_lock; // for what follows, and for changes
-    std::optional<Step> m_lastStep;
+    mutable Pt::Lock m_lock; // for what follows, and for changes
+    std::optional<Step> m_lastStep TEVORO_GUARDED_BY(m_lock);
 };
 
 // The one of the process, on the system's clock.

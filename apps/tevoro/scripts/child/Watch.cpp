@@ -20,7 +20,7 @@ constexpr std::chrono::seconds kPatience(2);
 } // namespace
 
 Watch::Watch()
-    : m_mostMemory(m_memory.bytes() + kMoreMemory)
+    : m_maxMemory(m_memory.bytes() + kMoreMemory)
     , m_thread([this] { run(); })
 {
 }
@@ -68,7 +68,7 @@ void Watch::run()
 
 void Watch::look()
 {
-    if (m_memory.bytes() > m_mostMemory)
+    if (m_memory.bytes() > m_maxMemory)
         std::_Exit(kChildMemory);
     if (Pt::writeObstacle(stdout))
         std::_Exit(kChildDone);

@@ -34,7 +34,7 @@ private:
     void look();
 
     const Pt::ResidentMemory m_memory;
-    const std::size_t m_mostMemory;
+    const std::size_t m_maxMemory;
 
     std::mutex m_lock;
     std::condition_variable m_changed;

@@ -17,6 +17,11 @@ enum class FileOpening {
     kCreateExclusively, // fails when something stands there, a dead link too
 };
 
+// What accessPath() asks for, added up; 0 asks whether something is there. POSIX's numbers.
+inline constexpr int kMayRead = 4;
+inline constexpr int kMayWrite = 2;
+inline constexpr int kMayExecute = 1; // of a folder: enter it
+
 int accessPath(const std::string& path, int mode);
 
 // Descriptors are close-on-exec from birth.

@@ -10,6 +10,8 @@ namespace Pt {
 
 namespace {
 
+static_assert(kMayRead == R_OK && kMayWrite == W_OK && kMayExecute == X_OK);
+
 int flagsOf(FileOpening how)
 {
     switch (how) {

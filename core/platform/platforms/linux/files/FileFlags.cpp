@@ -1,6 +1,6 @@
 #include "platform/common/files/FileFlags.h"
 
-#include "platform/platforms/linux/services/Retry.h"
+#include "platform/platforms/linux/services/Descriptor.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -24,12 +24,9 @@ void clearImmutableAttribute(int descriptor)
 
 void clearImmutableAttribute(const std::string& path)
 {
-    const int descriptor = retryInterrupted(
-        [&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); });
-    if (descriptor >= 0) {
-        clearImmutableAttribute(descriptor);
-        ::close(descriptor);
-    }
+    const Descriptor file = Descriptor::open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    if (file.isOpen())
+        clearImmutableAttribute(file.get());
 }
 
 } // namespace

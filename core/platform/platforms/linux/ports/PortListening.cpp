@@ -158,7 +158,7 @@ bool PortReceiver::keepName()
 bool PortReceiver::listenAnew()
 {
     Descriptor fresh = makeLocalSocket(SOCK_NONBLOCK);
-    if (!fresh.isOpen() || !letIn() || !m_name.bind(fresh.get()))
+    if (!fresh.isOpen() || !acceptWaiting() || !m_name.bind(fresh.get()))
         return false;
     if (::listen(fresh.get(), kBacklog) != 0 || !watch(fresh.get())) {
         m_name.dropSocket();
@@ -174,7 +174,7 @@ bool PortReceiver::listenAnew()
 
 // All who wait at the listener: they may have sent already, and nobody finds it any more. False
 // when the system refuses; some may be in then.
-bool PortReceiver::letIn()
+bool PortReceiver::acceptWaiting()
 {
     for (;;) {
         Descriptor socket(retryInterrupted([this] {

@@ -90,7 +90,7 @@ private:
     void stopTimer();
     DescriptorSet& waitSet();
     bool listenAnew();
-    bool letIn();
+    bool acceptWaiting();
 
     // Freed last: nobody finds a new holder while an old connection still takes texts.
     HeldName m_name;
