@@ -64,6 +64,14 @@ long callHandler(MsgHandler& handler, int reason, TevoroTalk::Message& message, 
 
 PrivateData::PrivateData(InterAppStream* itsStream)
 {
+    makeSignals();
+    // After the signals: the stream's wait is to end for them as well.
+    adopt(itsStream);
+    registerNumberedInstance();
+}
+
+void PrivateData::makeSignals()
+{
     try {
         m_signals = std::make_unique<Signals>();
         m_signals->all.add(m_signals->flag.descriptor());
@@ -74,9 +82,6 @@ PrivateData::PrivateData(InterAppStream* itsStream)
         // waited on.
         m_signals.reset();
     }
-    // After the signals: the stream's wait is to end for them as well.
-    adopt(itsStream);
-    registerNumberedInstance();
 }
 
 PrivateData::~PrivateData()

@@ -83,6 +83,7 @@ private:
         Pt::DescriptorSet all;
     };
 
+    void makeSignals();
     void adopt(InterAppStream* itsStream);
     void registerNumberedInstance();
     // -1 when it is not there.
