@@ -235,6 +235,13 @@ MsgHandler* PrivateData::takeFromHandlers(long index)
     return handler;
 }
 
+void PrivateData::takeAllFromHandlers(std::uint32_t serialNumber, SoVector<MsgHandler>& taken)
+{
+    for (long i = handlers.length() - 1; i >= 0; --i)
+        if (handlers[i]->getSerialNumber() == serialNumber)
+            taken.append(takeFromHandlers(i));
+}
+
 long PrivateData::placeOf(const MsgHandler* handler) const
 {
     long place = handlers.length() - 1;
@@ -306,9 +313,7 @@ bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
     SoVector<MsgHandler> gone;
     {
         const ObjectLock lock(*this);
-        for (long i = handlers.length() - 1; i >= 0; --i)
-            if (handlers[i]->getSerialNumber() == serialNumber)
-                gone.append(takeFromHandlers(i));
+        takeAllFromHandlers(serialNumber, gone);
         // The exchange is over, so nobody is to be told any more that it took too long. Handlers
         // before queues: the lock order of docs/bus.md.
         incoming.removeTimeoutMessage(serialNumber);
