@@ -12,6 +12,14 @@ namespace {
 
 constexpr char kVersion[] = "tevoro " TEVORO_VERSION;
 
+// Where the value behind that option of the bus goes; null for any other word.
+std::string* placeForValue(const std::string& option, CommandLine& line)
+{
+    if (option == "-specifier")
+        return &line.name;
+    return option == "-instance" ? &line.instance : nullptr;
+}
+
 // The words behind the program's name, the last one first, as the parser wants them; without the
 // bus's own options, which it would read as many short ones.
 std::vector<std::string> takeBusOptions(int argc, char** argv, CommandLine& line)
@@ -19,9 +27,7 @@ std::vector<std::string> takeBusOptions(int argc, char** argv, CommandLine& line
     std::vector<std::string> words;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
-        std::string* const value = word == "-specifier" ? &line.name
-            : word == "-instance"                       ? &line.instance
-                                                        : nullptr;
+        std::string* const value = placeForValue(word, line);
         if (value != nullptr && i + 1 < argc)
             *value = argv[++i];
         else if (word != "-nostartupscreen") // there is none

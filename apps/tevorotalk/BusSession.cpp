@@ -57,6 +57,13 @@ void requireDescriptors()
         "'" + name + "' was launched, and the parameters of the launch did not arrive");
 }
 
+[[noreturn]] void throwWhyNotHeld(const std::string& name)
+{
+    throw CommandError(ExitCode::kSystemPart,
+        "the name '" + name + "' cannot be held: it and its instances 1 to 8 are taken, or "
+            + Pt::localPortFolder() + " cannot be used");
+}
+
 } // namespace
 
 std::string ownName()
@@ -100,9 +107,7 @@ BusSession::BusSession(const std::string& name)
     if (!m_instance->getAppName().isEmpty())
         return;
     end(); // there is no object yet that would
-    throw CommandError(ExitCode::kSystemPart,
-        "the name '" + name + "' cannot be held: it and its instances 1 to 8 are taken, or "
-            + Pt::localPortFolder() + " cannot be used");
+    throwWhyNotHeld(name);
 }
 
 BusSession::~BusSession()

@@ -36,6 +36,13 @@ void addSeconds(CLI::App& sub, CommandLine& line)
         ->type_name("S");
 }
 
+void addTimeout(CLI::App& sub, CommandLine& line, long least, const char* help)
+{
+    sub.add_option("-t,--timeout", line.timeout, help)
+        ->check(CLI::Range(least, kMaxWait))
+        ->type_name("SECONDS");
+}
+
 void addPing(CLI::App& app, CommandLine& line)
 {
     CLI::App* const ping = add(app,
@@ -45,9 +52,7 @@ void addPing(CLI::App& app, CommandLine& line)
         "Ask an application's bus thread for a key, such as STATUS, INFO or DIAGNOSTICS");
     addTarget(*ping, line);
     ping->add_option("COMMAND", line.pingCommand, "The key; without one, whether somebody answers");
-    ping->add_option("-t,--timeout", line.timeout, "How long to wait for the answer; 2 by default")
-        ->check(CLI::Range(0L, kMaxWait))
-        ->type_name("SECONDS");
+    addTimeout(*ping, line, 0, "How long to wait for the answer; 2 by default");
     ping->add_option("-b,--body", line.text, "Text to go with the question")->type_name("TEXT");
     ping->footer("Exit codes: 0 answered; 1 no answer; 3 it does not run or is not installed;\n"
                  "5 the bus cannot be used.");
@@ -133,9 +138,7 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     CLI::App* const info =
         add(app, line, Command::kInfo, "info", "Print an application's diagnostics tree");
     addTarget(*info, line);
-    info->add_option("-t,--timeout", line.timeout, "How long to wait for it; 30 by default")
-        ->check(CLI::Range(1L, kMaxWait))
-        ->type_name("SECONDS");
+    addTimeout(*info, line, 1, "How long to wait for it; 30 by default");
     addJson(*info, line);
     try {
         app.parse(argc, argv);

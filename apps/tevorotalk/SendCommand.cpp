@@ -186,12 +186,16 @@ CommandError notStarted(const CommandLine& line, const std::string& path)
             + (why.empty() ? "" : ": " + why)};
 }
 
+// Who holds the name is not asked: if it is silent, that takes long.
+bool isRunning(const SoString& target)
+{
+    return !isPortFree(target.get(), "") || TevoroTalk::Specifier(target, false).isRunning();
+}
+
 // Why a message did not go out.
 CommandError undeliverable(const CommandLine& line, const TevoroTalk::Message& message)
 {
-    // Who holds the name is not asked: if it is silent, that takes long.
-    if (!isPortFree(message.target.get(), "")
-        || TevoroTalk::Specifier(message.target, false).isRunning())
+    if (isRunning(message.target))
         return {ExitCode::kPartly, "'" + line.target + "' runs and does not take messages"};
     if (!line.launch)
         return {ExitCode::kNotThere,

@@ -6,6 +6,8 @@
 
 #include <QFileInfo>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -45,18 +47,16 @@ bool hasSource(ISinkEnumMediaItem& items)
 QString commonFolder(ISinkEnumMediaItem& items)
 {
     CPropSinkMediaItem item = emptyItem();
-    QString first;
-    bool isSet = false; // a first folder may well be an empty text
+    std::optional<QString> first; // may well be an empty text
     items.Reset();
     while (items.Next(item) == kFxOk) {
         const QString current = toQString(item.folder);
-        if (!isSet)
+        if (!first)
             first = current;
-        else if (current != first)
-            return QFileInfo(first).absolutePath();
-        isSet = true;
+        else if (current != *first)
+            return QFileInfo(*first).absolutePath();
     }
-    return first;
+    return first.value_or(QString());
 }
 
 void reportFailedConversions(IDisplayMsgHandler& display, const QString& folder, int failures)

@@ -75,15 +75,19 @@ bool DNGConverter::convertAside(const QString& path, FxStatusTextCallback error)
     const bool isAside = conversion.setRawAside();
     if (std::exchange(m_deleteXMP, false))
         conversion.setSidecarAside();
-    const bool isConverted = isAside
-        && convertToDNGThruRDX(conversion.temporaryRaw(), conversion.temporaryDNG())
-        && conversion.placeDNG();
+    const bool isConverted = isAside && makeDNG(conversion);
     if (isConverted)
         conversion.dropRaw();
     else
         giveUp(conversion, error);
     conversion.leave();
     return isConverted;
+}
+
+bool DNGConverter::makeDNG(RawConversion& conversion) const
+{
+    return convertToDNGThruRDX(conversion.temporaryRaw(), conversion.temporaryDNG())
+        && conversion.placeDNG();
 }
 
 // Whatever the library throws is a failure like any other: the raw file must get back.

@@ -20,6 +20,8 @@ using ConvertToDNGFunction = int (*)(const char* source,
     int linear,
     int embedRaw);
 
+class RawConversion;
+
 class DNGConverter {
 public:
     explicit DNGConverter(const DNGSettings& settings)
@@ -46,6 +48,7 @@ public:
 private:
     bool isCameraRAWFile(const QString& path) const;
     bool convertAside(const QString& path, FxStatusTextCallback error);
+    bool makeDNG(RawConversion& conversion) const;
     bool convertToDNGThruRDX(const QString& source, const QString& destination) const;
 
     const DNGSettings& m_settings;

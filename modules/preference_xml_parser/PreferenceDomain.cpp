@@ -54,19 +54,25 @@ Standing lookAndPutAsideDamage(const PreferenceFile& file)
     return standing;
 }
 
+// Damage is put aside with the lock, and stays where the lock is not to be had.
+Standing lookAndMend(const PreferenceFile& file)
+{
+    Standing standing = look(file);
+    if (standing.state != Standing::State::kDamaged)
+        return standing;
+    const std::optional<Pt::FileLock> lock = file.lock();
+    if (!lock)
+        return standing;
+    return lookAndPutAsideDamage(file);
+}
+
 } // namespace
 
 bool PreferenceDomain::load(const PreferenceFile& file)
 {
     m_saved = PreferenceDocument();
     m_changes.clear();
-    Standing standing = look(file);
-    if (standing.state == Standing::State::kDamaged) {
-        const std::optional<Pt::FileLock> lock = file.lock();
-        if (!lock)
-            return false;
-        standing = lookAndPutAsideDamage(file);
-    }
+    Standing standing = lookAndMend(file);
     if (standing.state != Standing::State::kWhole)
         return false;
     m_saved = std::move(standing.document);

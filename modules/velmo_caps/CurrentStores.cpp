@@ -25,16 +25,20 @@ void addProblem(std::vector<std::string>& texts, const StoreReader& reader, cons
 
 } // namespace
 
+// Whether one of them has changed; both are looked at in any case.
+bool CurrentStores::look()
+{
+    if (!m_only.path.empty())
+        return (m_only.kind == StoreKind::kMachine ? m_machine : m_user).look(m_only);
+    const bool hasUserChanged = m_user.look(userStore());
+    const bool hasMachineChanged = m_machine.look(machineStore());
+    return hasUserChanged || hasMachineChanged;
+}
+
 void CurrentStores::follow()
 {
     m_lastLook = Pt::systemClock().steadyNow();
-    bool hasChanged = false;
-    if (m_only.path.empty()) {
-        hasChanged |= m_user.look(userStore());
-        hasChanged |= m_machine.look(machineStore());
-    } else {
-        hasChanged = (m_only.kind == StoreKind::kMachine ? m_machine : m_user).look(m_only);
-    }
+    const bool hasChanged = look();
     const std::uint32_t time = timeOf(m_user, m_machine);
     if (m_time == 0)
         m_time = time;

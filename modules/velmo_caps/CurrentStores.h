@@ -51,6 +51,7 @@ public:
     bool isOfMachine(const SubdomainName& subdomain, const std::string& key);
 
 private:
+    bool look() TEVORO_REQUIRES(m_lock);
     void follow() TEVORO_REQUIRES(m_lock);
     void refresh() TEVORO_REQUIRES(m_lock);
     bool isRecent() const TEVORO_REQUIRES(m_lock);

@@ -9,19 +9,29 @@ namespace {
 // More than any specifier, path or name; a row of a hostile file is to cost no more.
 constexpr int kMaxValue = 16 * 1024 * 1024;
 
-std::string percentEncoded(std::string_view path)
+bool isPlain(char c)
+{
+    const auto byte = static_cast<unsigned char>(c);
+    return c != '%' && c != '?' && c != '#' && byte >= 0x20 && byte < 0x7f;
+}
+
+void appendEncoded(std::string& to, char c)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
+    const auto byte = static_cast<unsigned char>(c);
+    to += '%';
+    to += kDigits[byte >> 4U];
+    to += kDigits[byte & 15U];
+}
+
+std::string percentEncoded(std::string_view path)
+{
     std::string result;
     for (const char c : path) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '%' || c == '?' || c == '#' || byte < 0x20 || byte >= 0x7f) {
-            result += '%';
-            result += kDigits[byte >> 4U];
-            result += kDigits[byte & 15U];
-        } else {
+        if (isPlain(c))
             result += c;
-        }
+        else
+            appendEncoded(result, c);
     }
     return result;
 }

@@ -39,6 +39,15 @@ std::uint32_t ownerOf(StoreKind kind)
     return kind == StoreKind::kMachine ? kRoot : Pt::effectiveUser();
 }
 
+StoreCondition conditionOfFound(const Pt::FileStatus& file, bool isTrusted)
+{
+    StoreCondition condition;
+    condition.device = file.device;
+    condition.inode = file.inode;
+    condition.problem = isTrusted ? StoreProblem::kNone : StoreProblem::kUntrusted;
+    return condition;
+}
+
 StoreCondition conditionOfGuarded(const std::string& path, std::uint32_t owner)
 {
     StoreCondition condition;
@@ -49,13 +58,9 @@ StoreCondition conditionOfGuarded(const std::string& path, std::uint32_t owner)
         condition.problem = problemOf(error);
         return condition;
     }
-    condition.device = file->device;
-    condition.inode = file->inode;
-    condition.problem = isSafe(*file, Pt::FileStatus::Kind::kRegular, owner)
-            && isSafe(*folder, Pt::FileStatus::Kind::kFolder, owner)
-        ? StoreProblem::kNone
-        : StoreProblem::kUntrusted;
-    return condition;
+    return conditionOfFound(*file,
+        isSafe(*file, Pt::FileStatus::Kind::kRegular, owner)
+            && isSafe(*folder, Pt::FileStatus::Kind::kFolder, owner));
 }
 
 // Links are followed: somebody has named this file.
@@ -69,11 +74,7 @@ StoreCondition conditionOfNamed(const std::string& path)
         condition.problem = problemOf(error);
         return condition;
     }
-    condition.device = file->device;
-    condition.inode = file->inode;
-    condition.problem = file->kind == Pt::FileStatus::Kind::kRegular ? StoreProblem::kNone
-                                                                     : StoreProblem::kUntrusted;
-    return condition;
+    return conditionOfFound(*file, file->kind == Pt::FileStatus::Kind::kRegular);
 }
 
 // Folders that are there keep their rights. The top, whose name is empty here, always is.
@@ -144,6 +145,16 @@ void makeStore(const StorePlace& place)
     makeFileWithMode(place.path, rights.file);
 }
 
+void requireRightToWrite(const StorePlace& place)
+{
+    if (place.path.empty())
+        throw StoreError(StoreProblem::kNoPermission, "this user has no folder for a store", 0);
+    if (place.kind == StoreKind::kMachine && Pt::effectiveUser() != kRoot)
+        throw StoreError(StoreProblem::kNoPermission,
+            "only root may change the machine's store, " + place.path,
+            0);
+}
+
 } // namespace
 
 StorePlace userStore()
@@ -185,12 +196,7 @@ void requireTrustedFolders(const StorePlace& place)
 
 void prepareToWrite(const StorePlace& place)
 {
-    if (place.path.empty())
-        throw StoreError(StoreProblem::kNoPermission, "this user has no folder for a store", 0);
-    if (place.kind == StoreKind::kMachine && Pt::effectiveUser() != kRoot)
-        throw StoreError(StoreProblem::kNoPermission,
-            "only root may change the machine's store, " + place.path,
-            0);
+    requireRightToWrite(place);
     requireTrustedFolders(place);
     if (place.kind != StoreKind::kNamed && conditionOf(place).problem == StoreProblem::kMissing)
         makeStore(place);

@@ -125,11 +125,16 @@ void StoreReader::connect(int patience)
         // only for those who promise that nobody else writes.
         if (!error.isUnopened() || hasJournal(m_place.path))
             throw;
-        m_connection.reset();
-        const std::int64_t modified = modificationOf(m_place.path);
-        open(SqliteConnection::Opening::kUnchanging, patience);
-        m_frozen = modified;
+        openFrozen(patience);
     }
+}
+
+void StoreReader::openFrozen(int patience)
+{
+    m_connection.reset();
+    const std::int64_t modified = modificationOf(m_place.path);
+    open(SqliteConnection::Opening::kUnchanging, patience);
+    m_frozen = modified;
 }
 
 void StoreReader::requireStore()

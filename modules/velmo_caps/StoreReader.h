@@ -37,6 +37,7 @@ private:
     bool lookAtCounter();
     bool isThawed() const;
     void open(SqliteConnection::Opening opening, int patience);
+    void openFrozen(int patience);
     void fail(StoreProblem problem);
     void read();
 

@@ -166,6 +166,11 @@ private:
         const CardContents card = scanSource(m_source, m_line.only, !m_line.dryRun);
         reportPutBack(card);
         requireSpace(card);
+        return download(card, sink);
+    }
+
+    DownloadSummary download(const CardContents& card, SinkSession& sink)
+    {
         try {
             return Download(request(), card, sink, *m_events).run();
         } catch (const PlaceError& error) {

@@ -141,17 +141,23 @@ struct Opened {
     QString problem;
 };
 
+heif_error readPrimary(heif_context* context, const std::string& path, Handle& primary)
+{
+    heif_error error = heif_context_read_from_file(context, path.c_str(), nullptr);
+    heif_image_handle* found = nullptr;
+    if (error.code == heif_error_Ok)
+        error = heif_context_get_primary_image_handle(context, &found);
+    primary.reset(found);
+    return error;
+}
+
 Opened open(const std::string& path)
 {
     Opened opened;
     opened.context.reset(heif_context_alloc());
     heif_context* context = opened.context.get();
     heif_context_set_maximum_image_size_limit(context, kMaxEdge);
-    heif_error error = heif_context_read_from_file(context, path.c_str(), nullptr);
-    heif_image_handle* found = nullptr;
-    if (error.code == heif_error_Ok)
-        error = heif_context_get_primary_image_handle(context, &found);
-    opened.whole.reset(found);
+    const heif_error error = readPrimary(context, path, opened.whole);
     opened.problem = QString::fromUtf8(error.message);
     if (opened.whole && sizeOf(opened.whole).isEmpty())
         opened.whole.reset();

@@ -57,6 +57,13 @@ bool isLargeEnough(const Picture& still, QSize box)
         && (doubled.width() >= box.width() || doubled.height() >= box.height());
 }
 
+// Borrows the bytes.
+QImage viewOf(const std::vector<std::uint8_t>& bytes, QSize size)
+{
+    const qsizetype pitch = qsizetype{size.width()} * 3;
+    return {bytes.data(), size.width(), size.height(), pitch, QImage::Format_RGB888};
+}
+
 Picture frameOf(MovieInput& input, const ReadRequest& request)
 {
     ffmpegthumbnailer::VideoThumbnailer maker(0, false, true, 8, false);
@@ -66,11 +73,7 @@ Picture frameOf(MovieInput& input, const ReadRequest& request)
     const QSize size(info.width, info.height);
     if (size.isEmpty() || pixelsOf(size) * 3 > static_cast<qint64>(bytes.size()))
         return broken(QStringLiteral("no frame in the movie"));
-    const QImage frame(bytes.data(),
-        size.width(),
-        size.height(),
-        qsizetype{size.width()} * 3,
-        QImage::Format_RGB888);
+    const QImage frame = viewOf(bytes, size);
     return done(fitted(frame.convertToFormat(QImage::Format_RGB32), request.box), size);
 }
 

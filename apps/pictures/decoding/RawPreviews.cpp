@@ -6,6 +6,8 @@
 
 #include <QFile>
 
+#include <span>
+
 namespace pictures {
 
 namespace {
@@ -18,6 +20,12 @@ QByteArray bytesOf(int descriptor)
         || file.size() > qint64{mfx::kMaxExifBytes})
         return {};
     return file.readAll();
+}
+
+std::span<const unsigned char> viewOf(const QByteArray& bytes)
+{
+    return {reinterpret_cast<const unsigned char*>(bytes.constData()),
+        static_cast<std::size_t>(bytes.size())};
 }
 
 int orientationOf(const Exiv2::ExifData& exif)
@@ -59,9 +67,7 @@ RawPreview exifPreview(int descriptor, QSize wanted)
         return {};
     const mfx::ExifTurn turn;
     try {
-        const auto image =
-            mfx::openPhoto({reinterpret_cast<const unsigned char*>(bytes.constData()),
-                static_cast<std::size_t>(bytes.size())});
+        const auto image = mfx::openPhoto(viewOf(bytes));
         image->readMetadata();
         return {chosen(*image, wanted), orientationOf(image->exifData())};
     } catch (const std::exception&) {

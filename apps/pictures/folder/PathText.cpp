@@ -8,6 +8,13 @@ namespace {
 
 constexpr char16_t kBytes = 0xDC00; // a byte above 0x7F, as the half of a character
 
+QString characterText(std::string_view bytes, const Pt::NameCharacter& character)
+{
+    if (character.valid)
+        return QString::fromUtf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    return QChar(static_cast<char16_t>(kBytes + (character.code & 0xFF)));
+}
+
 bool isByte(QChar unit)
 {
     return unit.unicode() > kBytes + 0x7F && unit.unicode() <= kBytes + 0xFF;
@@ -23,10 +30,7 @@ QString pathText(QByteArrayView bytes)
     QString text;
     for (std::size_t at = 0; at < name.size();) {
         const Pt::NameCharacter next = Pt::nameCharacterAt(name, at);
-        if (next.valid)
-            text += QString::fromUtf8(name.data() + at, static_cast<qsizetype>(next.length));
-        else
-            text += QChar(static_cast<char16_t>(kBytes + (next.code & 0xFF)));
+        text += characterText(name.substr(at, next.length), next);
         at += next.length;
     }
     return text;

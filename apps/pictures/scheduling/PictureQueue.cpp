@@ -48,12 +48,18 @@ PictureQueue::~PictureQueue()
         reading->cancelled = true;
 }
 
-void PictureQueue::want(const std::vector<PictureWish>& wishes)
+std::vector<PictureWish> PictureQueue::missingOf(const std::vector<PictureWish>& wishes)
 {
     std::vector<PictureWish> missing;
     std::ranges::copy_if(wishes, std::back_inserter(missing), [this](const PictureWish& wish) {
         return isMissing(wish);
     });
+    return missing;
+}
+
+void PictureQueue::want(const std::vector<PictureWish>& wishes)
+{
+    std::vector<PictureWish> missing = missingOf(wishes);
     {
         const std::lock_guard guard(m_workers.lock());
         for (const auto& reading : m_readings) {

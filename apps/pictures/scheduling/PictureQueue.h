@@ -52,6 +52,7 @@ private:
     struct Done;
 
     bool isMissing(const PictureWish& wish);
+    std::vector<PictureWish> missingOf(const std::vector<PictureWish>& wishes);
     Workers::Job nextJob();
     void read(const std::shared_ptr<Reading>& reading);
     void takeDone();

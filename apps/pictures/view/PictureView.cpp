@@ -14,6 +14,20 @@ namespace {
 constexpr double kMaxScale = 16.0;
 constexpr double kWheelStep = 1.25;
 
+// No edge comes further in than it must; what fits stands in the middle.
+double held(double begin, double length, double room)
+{
+    return length <= room ? (room - length) / 2 : std::clamp(begin, room - length, 0.0);
+}
+
+// Where the point lies, as shares of the sides; the nearest in the target for one outside.
+QPointF placeIn(const QRectF& target, QPointF point)
+{
+    const QPointF at = point - target.topLeft();
+    return {std::clamp(at.x() / target.width(), 0.0, 1.0),
+        std::clamp(at.y() / target.height(), 0.0, 1.0)};
+}
+
 } // namespace
 
 PictureView::PictureView(PictureQueue& queue, QWidget* parent)
@@ -112,10 +126,6 @@ QRectF PictureView::targetOf(QSizeF full) const
     QRectF target({}, extent);
     target.moveTopLeft(
         middle - QPointF(m_part.center.x() * extent.width(), m_part.center.y() * extent.height()));
-    // No edge comes further in than it must; what fits stands in the middle.
-    const auto held = [](double begin, double length, double room) {
-        return length <= room ? (room - length) / 2 : std::clamp(begin, room - length, 0.0);
-    };
     return {held(target.left(), extent.width(), width()),
         held(target.top(), extent.height(), height()),
         extent.width(),
@@ -245,12 +255,7 @@ void PictureView::mouseDoubleClickEvent(QMouseEvent* event)
         zoomToFit();
         return;
     }
-    const QRectF target = targetOf(full);
-    const QPointF at = event->position() - target.topLeft();
-    changePart({false,
-        1.0,
-        {std::clamp(at.x() / target.width(), 0.0, 1.0),
-            std::clamp(at.y() / target.height(), 0.0, 1.0)}});
+    changePart({false, 1.0, placeIn(targetOf(full), event->position())});
 }
 
 void PictureView::wheelEvent(QWheelEvent* event)

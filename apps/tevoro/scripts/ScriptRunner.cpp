@@ -30,6 +30,13 @@ ScriptOutcome failed(const QString& text)
     return {false, text, 0};
 }
 
+QJsonObject orderToRun(const QString& script, const ScriptTarget& target, milliseconds time)
+{
+    return {{QStringLiteral("run"), script},
+        {QStringLiteral("documents"), target.documentCount()},
+        {QStringLiteral("milliseconds"), static_cast<qint64>(time.count())}};
+}
+
 } // namespace
 
 ScriptRunner::ScriptRunner(const QString& program, ScriptLimits limits)
@@ -75,10 +82,7 @@ ScriptOutcome ScriptRunner::runWatched(const QString& script, ScriptTarget& targ
         std::min(m_limits.time, milliseconds(end.remainingTime()) - m_limits.grace);
     if (time <= milliseconds(0))
         return failed(QStringLiteral("the program that runs scripts was ready too late"));
-    const QJsonObject order{{QStringLiteral("run"), script},
-        {QStringLiteral("documents"), target.documentCount()},
-        {QStringLiteral("milliseconds"), static_cast<qint64>(time.count())}};
-    if (!m_child.send(order))
+    if (!m_child.send(orderToRun(script, target, time)))
         return failed(kTooLong);
     return serve(target, QDeadlineTimer(time + m_limits.grace));
 }

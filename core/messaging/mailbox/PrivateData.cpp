@@ -64,6 +64,14 @@ long callHandler(MsgHandler& handler, int reason, TevoroTalk::Message& message, 
 
 PrivateData::PrivateData(InterAppStream* itsStream)
 {
+    makeSignals();
+    // After the signals: the stream's wait is to end for them as well.
+    adopt(itsStream);
+    registerNumberedInstance();
+}
+
+void PrivateData::makeSignals()
+{
     try {
         m_signals = std::make_unique<Signals>();
         m_signals->all.add(m_signals->flag.descriptor());
@@ -74,9 +82,6 @@ PrivateData::PrivateData(InterAppStream* itsStream)
         // waited on.
         m_signals.reset();
     }
-    // After the signals: the stream's wait is to end for them as well.
-    adopt(itsStream);
-    registerNumberedInstance();
 }
 
 PrivateData::~PrivateData()
@@ -230,6 +235,13 @@ MsgHandler* PrivateData::takeFromHandlers(long index)
     return handler;
 }
 
+void PrivateData::takeAllFromHandlers(std::uint32_t serialNumber, SoVector<MsgHandler>& taken)
+{
+    for (long i = handlers.length() - 1; i >= 0; --i)
+        if (handlers[i]->getSerialNumber() == serialNumber)
+            taken.append(takeFromHandlers(i));
+}
+
 long PrivateData::placeOf(const MsgHandler* handler) const
 {
     long place = handlers.length() - 1;
@@ -301,9 +313,7 @@ bool PrivateData::deleteHandlers(std::uint32_t serialNumber)
     SoVector<MsgHandler> gone;
     {
         const ObjectLock lock(*this);
-        for (long i = handlers.length() - 1; i >= 0; --i)
-            if (handlers[i]->getSerialNumber() == serialNumber)
-                gone.append(takeFromHandlers(i));
+        takeAllFromHandlers(serialNumber, gone);
         // The exchange is over, so nobody is to be told any more that it took too long. Handlers
         // before queues: the lock order of docs/bus.md.
         incoming.removeTimeoutMessage(serialNumber);

@@ -83,12 +83,15 @@ private:
         Pt::DescriptorSet all;
     };
 
+    void makeSignals();
     void adopt(InterAppStream* itsStream);
     void registerNumberedInstance();
     // -1 when it is not there.
     long placeOf(const TevoroTalk::MsgHandler* handler) const TEVOROTALK_REQUIRES(this);
     void addToHandlers(TevoroTalk::MsgHandler* handler) TEVOROTALK_REQUIRES(this);
     TevoroTalk::MsgHandler* takeFromHandlers(long index) TEVOROTALK_REQUIRES(this);
+    void takeAllFromHandlers(std::uint32_t serialNumber, SoVector<TevoroTalk::MsgHandler>& taken)
+        TEVOROTALK_REQUIRES(this);
 
     std::unique_ptr<Signals> m_signals;
     // Those of the handlers that were counted.

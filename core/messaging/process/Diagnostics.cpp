@@ -34,6 +34,13 @@ SoString stepText(const ClockWatch::Step& step)
     return text;
 }
 
+void appendSilentTarget(SoString& out, const SoString& parent, const std::string& name)
+{
+    SoString node(parent);
+    node << "/" << name.c_str();
+    appendLeaf(out, node, "", name.c_str(), "does not read");
+}
+
 // Those that hold sends up, where there are any.
 void appendSilentTargets(SoString& out, const SoString& path, const InterAppStream* stream)
 {
@@ -45,11 +52,8 @@ void appendSilentTargets(SoString& out, const SoString& path, const InterAppStre
     SoString node(path);
     node << "/silent";
     appendLine(out, node, "", "1", "Silent", textOf(static_cast<long>(names.size())));
-    for (const std::string& name : names) {
-        SoString child(node);
-        child << "/" << name.c_str();
-        appendLeaf(out, child, "", name.c_str(), "does not read");
-    }
+    for (const std::string& name : names)
+        appendSilentTarget(out, node, name);
 }
 
 void appendReportLine(SoString& report,

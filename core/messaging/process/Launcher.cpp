@@ -146,13 +146,9 @@ void Launcher::queueParameters(TevoroTalk& instance,
     queue(instance, makeParameters(instance, context, target, parameters));
 }
 
-// The messages themselves ask for no notice of a time that is over; so something in the incoming
-// queue runs out in their stead.
-void Launcher::watch(
-    TevoroTalk& instance, const SoString& key, std::uint32_t serialNumber, const SoString& flagOf)
+std::unique_ptr<TevoroTalk::Message> Launcher::makeWatcher(
+    const TevoroTalk& instance, std::uint32_t serialNumber)
 {
-    delete instance.changeHandler(new LaunchTimeoutMsgHandler(key, serialNumber, flagOf));
-    delete instance.changeHandler(new LaunchReceivedMsgHandler(serialNumber));
     auto watcher = std::make_unique<Message>();
     if (watcher == nullptr)
         throw std::bad_alloc();
@@ -161,6 +157,17 @@ void Launcher::watch(
     watcher->responseRequest = QK_TIMEOUT;
     watcher->timeout = kLaunchLife;
     watcher->serialNumber = serialNumber;
+    return watcher;
+}
+
+// The messages themselves ask for no notice of a time that is over; so something in the incoming
+// queue runs out in their stead.
+void Launcher::watch(
+    TevoroTalk& instance, const SoString& key, std::uint32_t serialNumber, const SoString& flagOf)
+{
+    delete instance.changeHandler(new LaunchTimeoutMsgHandler(key, serialNumber, flagOf));
+    delete instance.changeHandler(new LaunchReceivedMsgHandler(serialNumber));
+    auto watcher = makeWatcher(instance, serialNumber);
     if (instance.m_data->incoming.append(watcher.get()))
         static_cast<void>(watcher.release()); // the queue's now
 }

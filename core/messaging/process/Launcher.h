@@ -65,6 +65,8 @@ private:
         TevoroTalkContext& context,
         const SoString& target,
         const SoString& parameters);
+    static std::unique_ptr<Message> makeWatcher(
+        const TevoroTalk& instance, std::uint32_t serialNumber);
     static void queue(TevoroTalk& instance, std::unique_ptr<Message> message);
     static void watch(TevoroTalk& instance,
         const SoString& key,

@@ -59,6 +59,18 @@ void address(Message& message, const SoString& target, const SoString& sender, c
     message.setHeader(kCommand, key);
 }
 
+// Makes it a message to an instance of this process, with a type that its handlers know.
+void readdress(Message& message, const SoString& target, const char* type)
+{
+    message.target = target;
+    message.type = type;
+    message.timeout = 0;
+    message.serialNumber = message.received;
+    message.received = 0;
+    message.removeHeader(Words::QK_ECHO_REQUEST);
+    message.removeHeader(Words::QK_ECHO_RESPONSE);
+}
+
 } // namespace
 
 ThreadMsgHandler::ThreadMsgHandler(TevoroTalkContext* context)
@@ -79,13 +91,7 @@ long ThreadMsgHandler::sendToMainInstance(Message& message) const
         m_context != nullptr ? m_context->getMainInstance() : nullptr;
     if (instance == nullptr)
         return 0;
-    message.target = instance->getAppName();
-    message.type = getMsgType();
-    message.timeout = 0;
-    message.serialNumber = message.received;
-    message.received = 0;
-    message.removeHeader(Words::QK_ECHO_REQUEST);
-    message.removeHeader(Words::QK_ECHO_RESPONSE);
+    readdress(message, instance->getAppName(), getMsgType());
     instance->send(message, true, 0, nullptr);
     return 0;
 }

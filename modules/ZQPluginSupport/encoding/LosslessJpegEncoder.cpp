@@ -207,15 +207,20 @@ void LosslessJpegEncoder::writeHead(const SampleView& tile, Stream& stream) cons
     putScan(stream, m_components);
 }
 
+void LosslessJpegEncoder::makeTables()
+{
+    for (unsigned int c = 0; c < m_components; ++c)
+        m_tables[c] = CodeTable::optimal(m_counts[c]);
+}
+
 template <unsigned int Components>
 void LosslessJpegEncoder::encodeDifferences()
 {
     countCategories<Components>();
+    makeTables();
     std::array<Prefixes, Components> prefixes;
-    for (unsigned int c = 0; c < Components; ++c) {
-        m_tables[c] = CodeTable::optimal(m_counts[c]);
+    for (unsigned int c = 0; c < Components; ++c)
         prefixes[c] = prefixesOf(m_tables[c]);
-    }
     m_writer.begin(bitsNeeded());
     EntropyWriter writer = std::move(m_writer); // of its own, so that its state stays in registers
     const std::uint16_t* const end = m_differences.data() + m_differences.size();
@@ -223,6 +228,15 @@ void LosslessJpegEncoder::encodeDifferences()
         for (unsigned int c = 0; c < Components; ++c)
             putDifference(writer, at[c], prefixes[c]);
     m_writer = std::move(writer);
+}
+
+std::vector<std::uint8_t> LosslessJpegEncoder::encodedStream(const SampleView& tile)
+{
+    Stream stream;
+    writeHead(tile, stream);
+    m_writer.finishInto(stream);
+    put16(stream, kEndOfImage);
+    return stream;
 }
 
 std::vector<std::uint8_t> LosslessJpegEncoder::encode(const SampleView& tile)
@@ -235,11 +249,7 @@ std::vector<std::uint8_t> LosslessJpegEncoder::encode(const SampleView& tile)
         encodeDifferences<2>();
     else
         encodeDifferences<3>();
-    Stream stream;
-    writeHead(tile, stream);
-    m_writer.finishInto(stream);
-    put16(stream, kEndOfImage);
-    return stream;
+    return encodedStream(tile);
 }
 
 } // namespace dng

@@ -38,10 +38,12 @@ private:
     void takeDifferences(const SampleView& tile);
     template <unsigned int Components>
     void countCategories();
+    void makeTables();
     std::uint64_t bitsNeeded() const;
     template <unsigned int Components>
     void encodeDifferences();
     void writeHead(const SampleView& tile, std::vector<std::uint8_t>& stream) const;
+    std::vector<std::uint8_t> encodedStream(const SampleView& tile);
 
     const unsigned int m_components;
     const unsigned int m_precision;

@@ -26,16 +26,22 @@ void putNumber(Bytes& to, std::uint32_t number)
 }
 
 // Nothing if the file cannot be read.
-std::optional<Bytes> compressedBlock(const ByteSource& file, std::size_t index)
+std::optional<Bytes> plainBlock(const ByteSource& file, std::size_t index)
 {
     const std::uint64_t position = std::uint64_t{index} * kBlockBytes;
     Bytes plain(
         static_cast<std::size_t>(std::min<std::uint64_t>(kBlockBytes, file.size() - position)));
-    if (!file.read(position, plain))
+    return file.read(position, plain) ? std::optional(std::move(plain)) : std::nullopt;
+}
+
+std::optional<Bytes> compressedBlock(const ByteSource& file, std::size_t index)
+{
+    const std::optional<Bytes> plain = plainBlock(file, index);
+    if (!plain)
         return std::nullopt;
-    uLongf size = compressBound(static_cast<uLong>(plain.size()));
+    uLongf size = compressBound(static_cast<uLong>(plain->size()));
     Bytes block(size);
-    if (compress2(block.data(), &size, plain.data(), static_cast<uLong>(plain.size()), kLevel)
+    if (compress2(block.data(), &size, plain->data(), static_cast<uLong>(plain->size()), kLevel)
         != Z_OK)
         throw std::bad_alloc(); // the only failure that there can be
     block.resize(size);

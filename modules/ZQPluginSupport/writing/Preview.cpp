@@ -20,19 +20,25 @@ struct Cover {
     std::vector<float> shares; // their sum is 1
 };
 
+// Of the new pixel from `begin` to `end`, in pixels of a picture that has `from` of them.
+Cover coverOf(double begin, double end, std::uint32_t from)
+{
+    Cover cover;
+    cover.first = std::min(static_cast<std::uint32_t>(begin), from - 1);
+    for (std::uint32_t at = cover.first; at < from && (at < end || at == cover.first); ++at) {
+        const double share = std::min<double>(end, at + 1.0) - std::max<double>(begin, at);
+        cover.shares.push_back(static_cast<float>(std::max(share, 0.0) / (end - begin)));
+    }
+    return cover;
+}
+
 std::vector<Cover> coversOf(std::uint32_t from, std::uint32_t to)
 {
     std::vector<Cover> covers(to);
     const double step = static_cast<double>(from) / to;
     for (std::uint32_t i = 0; i < to; ++i) {
         const double begin = i * step;
-        const double end = std::min<double>(begin + step, from);
-        covers[i].first = std::min(static_cast<std::uint32_t>(begin), from - 1);
-        for (std::uint32_t at = covers[i].first; at < from && (at < end || at == covers[i].first);
-             ++at) {
-            const double share = std::min<double>(end, at + 1.0) - std::max<double>(begin, at);
-            covers[i].shares.push_back(static_cast<float>(std::max(share, 0.0) / (end - begin)));
-        }
+        covers[i] = coverOf(begin, std::min<double>(begin + step, from), from);
     }
     return covers;
 }
@@ -66,6 +72,15 @@ void leave(j_common_ptr codec)
     std::longjmp(reinterpret_cast<JpegError*>(codec->err)->back, 1);
 }
 
+void writeRows(jpeg_compress_struct& codec, const RenderedPicture& picture)
+{
+    while (codec.next_scanline < codec.image_height) {
+        JSAMPROW row = const_cast<std::uint8_t*>(picture.bytes.data())
+            + std::size_t{codec.next_scanline} * picture.width * 3;
+        jpeg_write_scanlines(&codec, &row, 1);
+    }
+}
+
 void compress(jpeg_compress_struct& codec, const RenderedPicture& picture, int quality)
 {
     codec.image_width = picture.width;
@@ -75,11 +90,7 @@ void compress(jpeg_compress_struct& codec, const RenderedPicture& picture, int q
     jpeg_set_defaults(&codec);
     jpeg_set_quality(&codec, quality, TRUE);
     jpeg_start_compress(&codec, TRUE);
-    while (codec.next_scanline < codec.image_height) {
-        JSAMPROW row = const_cast<std::uint8_t*>(picture.bytes.data())
-            + std::size_t{codec.next_scanline} * picture.width * 3;
-        jpeg_write_scanlines(&codec, &row, 1);
-    }
+    writeRows(codec, picture);
     jpeg_finish_compress(&codec);
 }
 

@@ -121,6 +121,12 @@ struct SourceNotes::Notes {
         xmp = image->xmpData();
     }
 
+    void clear()
+    {
+        exif.clear();
+        xmp.clear();
+    }
+
     void move(const Exiv2::Exifdatum& datum)
     {
         const Exiv2::ExifKey key("Exif.Photo." + datum.tagName());
@@ -151,8 +157,7 @@ SourceNotes::SourceNotes(std::span<const std::byte> raw, std::span<const std::by
     try {
         m_notes->readRaw(raw);
     } catch (const Exiv2::AnyError&) {
-        m_notes->exif.clear();
-        m_notes->xmp.clear();
+        m_notes->clear();
     }
     try {
         m_notes->readSidecar(sidecar);

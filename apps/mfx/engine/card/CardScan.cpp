@@ -137,6 +137,7 @@ private:
     void list(std::uint32_t folder);
     std::vector<std::string> namesIn(std::uint32_t folder);
     void putBack(std::uint32_t folder);
+    FoundPictures picturesAt(const std::string& path, Kind kind) const;
     void passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind);
     void take(std::uint32_t folder, std::string name, const NameChoice& choice);
     void leaveOut(std::uint32_t folder, std::string name);
@@ -261,18 +262,22 @@ void Scan::leaveOut(std::uint32_t folder, std::string name)
 
 // Pictures are looked for by their first bytes, too: systems that repair a card or empty a trash
 // name them as they like.
+FoundPictures Scan::picturesAt(const std::string& path, Kind kind) const
+{
+    if (kind == Kind::kFolder)
+        return picturesBelow(m_contents.root, path);
+    if (kind == Kind::kRegular && isPicture(m_contents.root + '/' + path))
+        return {{path}, 1};
+    return {};
+}
+
 void Scan::passOver(std::uint32_t folder, std::string name, NotHandledReason reason, Kind kind)
 {
     NotHandled entry{std::move(name), folder, reason, {}, 0};
     const std::string path = below(m_contents.folders[folder], entry.name);
-    FoundPictures found;
-    if (kind == Kind::kFolder) {
-        found = picturesBelow(m_contents.root, path);
-    } else if (kind == Kind::kRegular && isPicture(m_contents.root + '/' + path)) {
-        found = {{path}, 1};
-        if (reason == NotHandledReason::kJunkFile)
-            entry.reason = NotHandledReason::kHidden; // a picture with the name of a system's file
-    }
+    FoundPictures found = picturesAt(path, kind);
+    if (kind == Kind::kRegular && found.count != 0 && reason == NotHandledReason::kJunkFile)
+        entry.reason = NotHandledReason::kHidden; // a picture with the name of a system's file
     entry.pictures = std::move(found.names);
     entry.pictureCount = found.count;
     m_contents.notHandled.push_back(std::move(entry));

@@ -30,6 +30,13 @@ std::size_t runLength(std::string_view text, Test belongs)
     return static_cast<std::size_t>(end - text.begin());
 }
 
+std::uint64_t numberIn(std::string_view digits)
+{
+    std::uint64_t number = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return number;
+}
+
 // One try to read a name; the number is that of all its places.
 class Reading {
 public:
@@ -96,8 +103,7 @@ bool Reading::fitsNumber(std::size_t part, std::size_t at)
     const std::size_t most = std::min(runLength(rest, isDigit), kMaxDigits);
     const auto before = m_number;
     for (std::size_t length = m_parts[part].width; length <= most; ++length) {
-        std::uint64_t number = 0;
-        std::from_chars(rest.data(), rest.data() + length, number);
+        const std::uint64_t number = numberIn(rest.substr(0, length));
         const bool isPadded = length > m_parts[part].width && rest.front() == '0';
         m_number = number;
         if (!isPadded && (!before || before == number) && fits(part + 1, at + length))

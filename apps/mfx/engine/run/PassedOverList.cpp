@@ -10,6 +10,12 @@ namespace {
 
 constexpr std::size_t kNames = 5;
 
+std::string pathOf(const CardContents& card, const NotHandled& notHandled)
+{
+    const std::string& folder = card.folders[notHandled.folder];
+    return folder.empty() ? notHandled.name : folder + '/' + notHandled.name;
+}
+
 } // namespace
 
 void PassedOverList::add(PassedOverKind kind, const std::string& name)
@@ -23,9 +29,7 @@ void PassedOverList::add(const CardContents& card, const NotHandled& notHandled)
         return;
     PassedOver& entry = entryOf(PassedOverKind::kNotHandled, notHandled.reason);
     if (notHandled.pictureCount == 0) {
-        const std::string& folder = card.folders[notHandled.folder];
-        addName(entry,
-            Pt::displayName(folder.empty() ? notHandled.name : folder + '/' + notHandled.name));
+        addName(entry, Pt::displayName(pathOf(card, notHandled)));
         return;
     }
     for (const std::string& picture : notHandled.pictures)

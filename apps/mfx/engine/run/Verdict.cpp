@@ -135,6 +135,13 @@ bool holdsMore(const DownloadSummary& summary)
     return !summary.passedOver.empty() || summary.mayHoldPhotos != 0 || summary.notAskedFor != 0;
 }
 
+// An empty card needs no leave to be wiped, and one that was pulled out looks empty.
+bool mayBeWiped(const DownloadSummary& summary, bool allProven)
+{
+    return allProven && summary.items != 0 && !holdsMore(summary) && !summary.copiesOnCardsDevice
+        && !summary.interrupted && !summary.sourceGone && !summary.dryRun;
+}
+
 // The sentence around the tally, %1, and what the card holds besides, %2. The first that fits
 // holds. Their order is that of what matters most to somebody who is about to format the card: an
 // interrupted run says so before it says that something is not safe, and a card that was pulled out
@@ -170,10 +177,7 @@ void giveVerdict(DownloadSummary& summary)
     // A failed conversion leaves a proven raw file: not as asked for, and safe.
     const bool allProven =
         summary.proven == summary.items && summary.unsafe == 0 && summary.notSafe.empty();
-    // An empty card needs no leave to be wiped, and one that was pulled out looks empty.
-    summary.cardMayBeWiped = allProven && summary.items != 0 && !holdsMore(summary)
-        && !summary.copiesOnCardsDevice && !summary.interrupted && !summary.sourceGone
-        && !summary.dryRun;
+    summary.cardMayBeWiped = mayBeWiped(summary, allProven);
     summary.verdict = text(sentence(summary, allProven), {tally(summary), passedOverText(summary)});
     if (summary.copiesInOneFolder && !summary.dryRun)
         summary.verdict += ' '

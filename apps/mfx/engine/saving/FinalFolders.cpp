@@ -85,9 +85,7 @@ FinalFolder& FinalFolders::open(const std::string& subfolder)
         prepare(*folder);
     if (!folder->error)
         compare(*folder, nullptr);
-    folder->stems.read(folder->ownPath);
-    if (m_numbers)
-        folder->numbered.read(folder->ownPath, *m_numbers);
+    noteNames(*folder);
     return *folder;
 }
 
@@ -126,6 +124,21 @@ void FinalFolders::compare(FinalFolder& folder, const FolderKinship* known) cons
     folder.objection = m_places.objectionTo(folder.path, folder.kinship).value_or("");
 }
 
+void FinalFolders::noteNames(FinalFolder& folder) const
+{
+    folder.stems.read(folder.ownPath);
+    if (m_numbers)
+        folder.numbered.read(folder.ownPath, *m_numbers);
+}
+
+void FinalFolders::compareAgain(FinalFolder& folder) const
+{
+    const FolderKinship known = folder.kinship;
+    compare(folder, &known);
+    if (!folder.isAtItsPath())
+        folder.objection = folder.lostText();
+}
+
 // Right before originals go. All folders are looked at though one objection is enough to forbid the
 // deletion: each keeps its own, by which items in it are judged.
 std::optional<std::string> FinalFolders::compareAgain()
@@ -135,10 +148,7 @@ std::optional<std::string> FinalFolders::compareAgain()
     for (auto& [subfolder, folder] : m_folders) {
         if (folder->error)
             continue;
-        const FolderKinship known = folder->kinship;
-        compare(*folder, &known);
-        if (!folder->isAtItsPath())
-            folder->objection = folder->lostText();
+        compareAgain(*folder);
         if (!folder->objection.empty() && !objection)
             objection = folder->objection;
     }

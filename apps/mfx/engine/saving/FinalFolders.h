@@ -108,6 +108,8 @@ private:
     std::unique_ptr<FinalFolder> make(const std::string& below) const;
     void prepare(FinalFolder& folder) TEVORO_REQUIRES(m_lock);
     void compare(FinalFolder& folder, const FolderKinship* known) const;
+    void compareAgain(FinalFolder& folder) const;
+    void noteNames(FinalFolder& folder) const;
 
     const std::string m_target;
     const PlaceWatch& m_places;

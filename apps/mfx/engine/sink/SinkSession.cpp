@@ -230,14 +230,7 @@ void SinkSession::bindPanel(IClientUIHandler& panel)
 }
 
 // The text of an earlier item is cleared first: a hook that succeeds sets none.
-FxStatus SinkSession::process(const SinkItem& item,
-    std::string& error,
-    FxStatus (IMFXPostProcessing::*hook)(CPropSinkMediaItem*,
-        FxStatusTextCallback,
-        FxStatusTextCallback,
-        FxStatusTextCallback,
-        FxPerItemCallback,
-        IDisplayMsgHandler*))
+FxStatus SinkSession::process(const SinkItem& item, std::string& error, Hook hook)
 {
     CPropSinkMediaItem record = recordOf(item);
     gContext.errorText.clear();
@@ -297,12 +290,8 @@ void SinkSession::finish(const SinkClosing& closing)
     unsigned long count = closing.items.count;
     m_progress->stopWhen(closing.wasInterrupted);
     gContext.deleteOriginal = &closing.deleteOriginal;
-    if (closing.asks)
-        m_browserTurn->await(BrowserTurn::Behind::kQuestion, closing.onBrowser);
-    else
-        m_browserTurn->await(
-            m_hasNews ? BrowserTurn::Behind::kMessage : BrowserTurn::Behind::kNothing,
-            closing.onBrowser);
+    const auto news = m_hasNews ? BrowserTurn::Behind::kMessage : BrowserTurn::Behind::kNothing;
+    m_browserTurn->await(closing.asks ? BrowserTurn::Behind::kQuestion : news, closing.onBrowser);
     m_sink->PushAllMediaItems(list, *m_messages, count, nullptr, deleteOne);
     m_browserTurn->drop();
     gContext.deleteOriginal = nullptr;

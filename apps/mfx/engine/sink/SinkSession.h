@@ -91,14 +91,15 @@ private:
     class Messages;
     class Progress;
 
-    FxStatus process(const SinkItem& item,
-        std::string& error,
-        FxStatus (IMFXPostProcessing::*hook)(CPropSinkMediaItem*,
-            FxStatusTextCallback,
-            FxStatusTextCallback,
-            FxStatusTextCallback,
-            FxPerItemCallback,
-            IDisplayMsgHandler*));
+    // What the sink does to one item.
+    using Hook = FxStatus (IMFXPostProcessing::*)(CPropSinkMediaItem*,
+        FxStatusTextCallback,
+        FxStatusTextCallback,
+        FxStatusTextCallback,
+        FxPerItemCallback,
+        IDisplayMsgHandler*);
+
+    FxStatus process(const SinkItem& item, std::string& error, Hook hook);
     void releaseRecordStrings();
 
     DownloadEvents& m_events;

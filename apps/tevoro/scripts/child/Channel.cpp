@@ -9,7 +9,10 @@
 
 namespace tevoro {
 
-std::optional<QJsonObject> Channel::read()
+namespace {
+
+// Nothing at the end of the input, whatever came since the last line.
+std::optional<QByteArray> readLine()
 {
     QByteArray line;
     int byte = 0;
@@ -18,9 +21,17 @@ std::optional<QJsonObject> Channel::read()
             std::_Exit(kChildConfused);
         line.append(static_cast<char>(byte));
     }
-    if (byte == EOF)
+    return byte != EOF ? std::optional(line) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<QJsonObject> Channel::read()
+{
+    const std::optional<QByteArray> line = readLine();
+    if (!line)
         return std::nullopt;
-    const QJsonDocument document = QJsonDocument::fromJson(line);
+    const QJsonDocument document = QJsonDocument::fromJson(*line);
     if (!document.isObject())
         std::_Exit(kChildConfused);
     return document.object();

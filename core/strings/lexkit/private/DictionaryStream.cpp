@@ -30,14 +30,18 @@ std::size_t DictionaryStream::Read(void* to, std::size_t count)
     m_keptAt += again;
     if (again == count)
         return count;
-    char* const rest = static_cast<char*>(to) + again;
-    m_stream.read(rest, static_cast<std::streamsize>(count - again));
+    return again + readFresh(static_cast<char*>(to) + again, count - again);
+}
+
+std::size_t DictionaryStream::readFresh(char* to, std::size_t count)
+{
+    m_stream.read(to, static_cast<std::streamsize>(count));
     const auto fresh = static_cast<std::size_t>(m_stream.gcount());
     if (m_isKeeping) {
-        m_kept.append(rest, fresh);
+        m_kept.append(to, fresh);
         m_keptAt += fresh;
     }
-    return again + fresh;
+    return fresh;
 }
 
 void DictionaryStream::Rewind()

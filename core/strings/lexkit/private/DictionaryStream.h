@@ -27,6 +27,8 @@ public:
     bool HasFailed() const;
 
 private:
+    std::size_t readFresh(char* to, std::size_t count);
+
     std::istream& m_stream;
     const bool m_canSeek;
     bool m_isKeeping;

@@ -120,17 +120,19 @@ unsigned long HashTableGeneric::NumItems() const
     return count;
 }
 
+HashItem* HashTableGeneric::enterFilledBucket(std::uint32_t first)
+{
+    m_currentBucket = first;
+    while (m_currentBucket < kBuckets && !m_buckets[m_currentBucket])
+        ++m_currentBucket;
+    return m_currentBucket < kBuckets ? m_buckets[m_currentBucket] : nullptr;
+}
+
 bool HashTableGeneric::HasMoreItem()
 {
-    std::uint32_t bucket = m_restart ? 0 : m_currentBucket + 1;
     HashItem* item = m_restart || !m_current ? nullptr : m_current->m_next;
-    if (!item) {
-        // At the end of a chain, the next bucket that is not empty.
-        while (bucket < kBuckets && !m_buckets[bucket])
-            ++bucket;
-        item = bucket < kBuckets ? m_buckets[bucket] : nullptr;
-        m_currentBucket = bucket;
-    }
+    if (!item)
+        item = enterFilledBucket(m_restart ? 0 : m_currentBucket + 1);
     m_current = item;
     // After the end the next call begins again, as callers loop until false and may loop once more.
     m_restart = !item;

@@ -66,6 +66,8 @@ private:
     void link(std::uint32_t bucket, HashItem* predecessor, HashItem* item);
     void unlink(HashItem* item);
     void uncoverHidden(HashItem* chain, const HashItem& key);
+    // Moves to the first bucket from that one on that is not empty; its first item, null for none.
+    HashItem* enterFilledBucket(std::uint32_t first);
 
     std::array<HashItem*, kBuckets> m_buckets{};
 

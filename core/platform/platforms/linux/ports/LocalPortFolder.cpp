@@ -87,6 +87,13 @@ bool canBeUsed(const std::string& path)
     return whyRefused(status).empty();
 }
 
+// Nothing of one that is missing, or for which the system has no room just now.
+std::string whyNotOpened(const std::error_code& error)
+{
+    const bool isRefused = error != std::errc::no_such_file_or_directory && !isShortage(error);
+    return isRefused ? error.message() : "";
+}
+
 void tellRefusal(const std::string& folder, const std::string& why)
 {
     // Ports are asked for again and again, and the reason stays the same.
@@ -147,8 +154,7 @@ std::optional<LocalPortFolder> LocalPortFolder::open(
     Descriptor folder = Descriptor::open(path, O_PATH | O_NOFOLLOW);
     if (!folder.isOpen()) {
         error = lastError();
-        const bool isRefused = error != std::errc::no_such_file_or_directory && !isShortage(error);
-        why = isRefused ? error.message() : "";
+        why = whyNotOpened(error);
         return std::nullopt;
     }
     // What was opened is looked at, and not the path, which may lead elsewhere a moment later.

@@ -70,10 +70,7 @@ public:
         , m_input(with.standardInput)
         , m_environment(environmentWith(with.settings))
     {
-        m_arguments.push_back(const_cast<char*>(m_program.c_str()));
-        for (const std::string& argument : arguments)
-            m_arguments.push_back(const_cast<char*>(argument.c_str()));
-        m_arguments.push_back(nullptr);
+        borrowArguments(arguments);
         ::posix_spawn_file_actions_init(&m_actions);
         ::posix_spawnattr_init(&m_attributes);
     }
@@ -122,6 +119,15 @@ public:
     }
 
 private:
+    // The program's name, those behind it, and a null pointer.
+    void borrowArguments(const std::vector<std::string>& arguments)
+    {
+        m_arguments.push_back(const_cast<char*>(m_program.c_str()));
+        for (const std::string& argument : arguments)
+            m_arguments.push_back(const_cast<char*>(argument.c_str()));
+        m_arguments.push_back(nullptr);
+    }
+
     const std::string& m_program;
     Search m_search;
     int m_input;

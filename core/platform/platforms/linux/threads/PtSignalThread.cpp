@@ -86,15 +86,18 @@ void PtSignalThread::endHandling()
     m_idle.notify_all();
 }
 
+void PtSignalThread::forbidHandling()
+{
+    const Locked locked(m_lock);
+    // A handler is never broken off.
+    while (m_inProgress)
+        m_idle.wait(m_lock);
+    m_isShutDown = true;
+}
+
 void PtSignalThread::shutDown()
 {
-    {
-        const Locked locked(m_lock);
-        // A handler is never broken off.
-        while (m_inProgress)
-            m_idle.wait(m_lock);
-        m_isShutDown = true;
-    }
+    forbidHandling();
     // To this thread alone, so that it is gone with it when another signal wakes the thread first.
     if (const int error = ::pthread_kill(handle(), SIGUSR1); error != ESRCH)
         requireSuccess(error); // else it has ended by a failure, which stands in the log

@@ -31,6 +31,7 @@ private:
 
     bool beginHandling();
     void endHandling();
+    void forbidHandling();
     static void respondTo(int number);
 
     const sigset_t m_awaited;
