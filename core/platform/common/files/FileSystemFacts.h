@@ -32,8 +32,8 @@ std::optional<ImageFile> imageFile(std::uint64_t device);
 
 // Whether what is written to a folder takes room from the file system of another, through whatever
 // layers: writes a file of up to 2 MiB for a moment. Chance may say yes where others write in the
-// same moments; it says no where it is so only if the file systems do not report their free room, or
-// others make as much room in nearly all of these moments.
+// same moments; it says no where it is so only if the file systems do not report their free room,
+// or others make as much room in nearly all of these moments.
 bool sharesRoom(const std::string& folder, const std::string& other);
 
 enum class LetterTest { kLooksOnly, kMakesFiles };
