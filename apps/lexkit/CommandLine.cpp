@@ -33,7 +33,7 @@ void addFile(CLI::App& sub, CommandLine& line)
 void addConversion(CLI::App& sub, CommandLine& line)
 {
     sub.add_option("IN", line.file, "A dictionary, in text or binary form")->required();
-    sub.add_option("OUT", line.output, "The file to write; one that is there is replaced")
+    sub.add_option("OUT", line.output, "The file to write; an existing one is replaced")
         ->required();
 }
 
@@ -45,9 +45,10 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     CLI::App app("Checks, lists and converts string dictionaries.", kProgram);
     app.set_version_flag("-V,--version", kVersion);
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 done; 1 a bad line, or done in part; 2 wrong usage;\n"
-               "3 no such file; 4 a file cannot be read or written.");
-    CLI::App* const check = add(app, line, Command::kCheck, "check", "Tell bad lines");
+    app.footer("Exit codes: 0 done; 1 partly done: a bad line, a damaged file, or an entry that\n"
+               "the form cannot represent; 2 wrong usage; 3 no such file;\n"
+               "4 a file cannot be read or written.");
+    CLI::App* const check = add(app, line, Command::kCheck, "check", "Report bad lines");
     check->add_option("FILE", line.files, "Dictionaries, in text or binary form")->required();
     addJson(*check, line);
     CLI::App* const list =
@@ -55,14 +56,14 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
     addFile(*list, line);
     addJson(*list, line);
     CLI::App* const get =
-        add(app, line, Command::kGet, "get", "Tell what a lookup of each literal gives");
+        add(app, line, Command::kGet, "get", "Print the result of a look-up of each literal");
     addFile(*get, line);
     get->add_option("LITERAL", line.literals, "A literal such as $$$/Some/Key=Default")->required();
     addJson(*get, line);
     CLI::App* const compile =
-        add(app, line, Command::kCompile, "compile", "Write the binary form, for every machine");
+        add(app, line, Command::kCompile, "compile", "Write the binary form, for all machines");
     addConversion(*compile, line);
-    compile->add_flag("-u,--utf8", line.utf8Output, "Values in UTF-8 instead of UTF-16");
+    compile->add_flag("-u,--utf8", line.utf8Output, "Write values in UTF-8 instead of UTF-16");
     addConversion(*add(app, line, Command::kText, "text", "Write the text form"), line);
     try {
         app.parse(argc, argv);

@@ -43,16 +43,17 @@ std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code
 {
     CommandLine line;
     std::vector<std::string> words = takeBusOptions(argc, argv, line);
-    CLI::App app("The browser: shows a folder's pictures, and runs the scripts of the message bus.",
-        kProgram);
+    CLI::App app(
+        "Shows the pictures of a folder, and runs scripts from the message bus.", kProgram);
     app.set_version_flag("-V,--version", kVersion);
     app.add_option("FOLDER", line.folder, "The folder to show, or a picture in it");
-    app.add_flag("--headless", line.headless, "Without a window; print a line for each script");
+    app.add_flag("--headless", line.headless, "Run without a window; print a line for each script");
     app.add_option("--as", line.name, "The name to hold on the bus; tevoro-2.0 by default");
     app.footer("It also takes the bus's own options: -specifier NAME, -instance NUMBER,\n"
                "-nostartupscreen.\n"
-               "Exit codes: 0 done; 2 wrong usage; 4 standard output cannot be written;\n"
-               "5 the bus cannot be used; 130 ended by a signal.");
+               "Exit codes: 0 the window was closed; 1 the display went away; 2 wrong usage;\n"
+               "4 standard output cannot be written; 5 the bus cannot be used, or there is no\n"
+               "display; 130 ended by a signal.");
     try {
         app.parse(words);
     } catch (const CLI::ParseError& error) {

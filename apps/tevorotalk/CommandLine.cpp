@@ -51,11 +51,13 @@ void addPing(CLI::App& app, CommandLine& line)
         "ping",
         "Ask an application's bus thread for a key, such as STATUS, INFO or DIAGNOSTICS");
     addTarget(*ping, line);
-    ping->add_option("COMMAND", line.pingCommand, "The key; without one, whether somebody answers");
+    ping->add_option(
+        "COMMAND", line.pingCommand, "The key; without one, only checks for an answer");
     addTimeout(*ping, line, 0, "How long to wait for the answer; 2 by default");
-    ping->add_option("-b,--body", line.text, "Text to go with the question")->type_name("TEXT");
-    ping->footer("Exit codes: 0 answered; 1 no answer; 3 it does not run or is not installed;\n"
-                 "5 the bus cannot be used.");
+    ping->add_option("-b,--body", line.text, "Text to send with the question")->type_name("TEXT");
+    ping->footer("Exit codes: 0 answered; 1 no answer in time, or an unknown key; 2 wrong usage;\n"
+                 "3 the target is not running or not installed; 4 standard output cannot be\n"
+                 "written; 5 the bus cannot be used; 130 interrupted.");
 }
 
 void addSend(CLI::App& app, CommandLine& line)
@@ -63,7 +65,7 @@ void addSend(CLI::App& app, CommandLine& line)
     CLI::App* const send = add(app, line, Command::kSend, "send", "Send a message");
     addTarget(*send, line);
     send->add_option("TEXT", line.text, "The body; - reads it from standard input");
-    send->add_option("-a,--as", line.sender, "Hold this name and send under it")
+    send->add_option("-a,--as", line.sender, "Hold this name, and send from it")
         ->type_name("SPECIFIER");
     send->add_option("-T,--type", line.types, "Type of the message; Quillscriber by default")
         ->type_name("TYPE")
@@ -71,18 +73,19 @@ void addSend(CLI::App& app, CommandLine& line)
         ->allow_extra_args(false);
     send->add_option("-r,--request",
             line.request,
-            "Answers to ask for: Received, Result, Error, Processed, Timeout")
+            "Answers to request: Received, Result, Error, Processed, Timeout")
         ->type_name("WORDS");
     send->add_option("-H,--header", line.headers, "A header; may be repeated")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
-    send->add_option("-w,--wait", line.wait, "Ask for the result and wait for it")
+    send->add_option("-w,--wait", line.wait, "Request the result, and wait that long for it")
         ->check(CLI::Range(0L, kMaxWait))
         ->type_name("SECONDS");
-    send->add_flag("-l,--launch", line.launch, "Start the application if it does not run");
+    send->add_flag("-l,--launch", line.launch, "Start the application if it is not running");
     addJson(*send, line);
-    send->footer("Exit codes: 0 delivered or answered; 1 an error answer or none in time;\n"
-                 "3 the target is not there; 5 the bus cannot be used.");
+    send->footer("Exit codes: 0 delivered or answered; 1 an error answer, or none in time;\n"
+                 "2 wrong usage; 3 the target is not running; 4 standard input cannot be read, or\n"
+                 "standard output cannot be written; 5 the bus cannot be used; 130 interrupted.");
 }
 
 void addListen(CLI::App& app, CommandLine& line)
@@ -99,10 +102,16 @@ void addListen(CLI::App& app, CommandLine& line)
         ->check(CLI::Range(1L, kMaxWait))
         ->type_name("N");
     addSeconds(*listen, line);
-    listen->add_option("-T,--type", line.types, "Take messages of this type only; may be repeated")
+    listen
+        ->add_option("-T,--type",
+            line.types,
+            "Take messages of this type only, Quillscriber by default; may be repeated")
         ->type_name("TYPE")
         ->allow_extra_args(false);
     addJson(*listen, line);
+    listen->footer("Exit codes: 0 done; 1 fewer messages came than asked for; 2 wrong usage;\n"
+                   "4 standard output cannot be written; 5 the bus cannot be used, or the name\n"
+                   "cannot be held; 130 interrupted.");
 }
 
 void addMonitor(CLI::App& app, CommandLine& line)
@@ -111,11 +120,10 @@ void addMonitor(CLI::App& app, CommandLine& line)
         line,
         Command::kMonitor,
         "monitor",
-        "Show what passes through an application; one monitor per target and kind, the last one "
-        "wins");
+        "Show the traffic of an application; one monitor per target and kind, the last one wins");
     addTarget(*monitor, line);
-    monitor->add_flag("-m,--messages", line.messages, "Its messages; the default");
-    monitor->add_flag("-l,--logs", line.logs, "Its log");
+    monitor->add_flag("-m,--messages", line.messages, "Show its messages; the default");
+    monitor->add_flag("-l,--logs", line.logs, "Show its log");
     addSeconds(*monitor, line);
     addJson(*monitor, line);
 }
@@ -125,12 +133,22 @@ void addMonitor(CLI::App& app, CommandLine& line)
 std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
 {
     CommandLine line;
-    CLI::App app("Looks at the message bus of this user, and speaks on it.", "tevorotalk");
+    CLI::App app(
+        "Inspects the message bus of this user, and exchanges messages on it.", "tevorotalk");
     app.set_version_flag("-V,--version", kVersion);
     app.require_subcommand(1);
+    // Commands take it over, unless they have one of their own.
+    app.footer("Exit codes: 0 done; 1 no answer in time, an error answer, or the target ended;\n"
+               "2 wrong usage; 3 the target is not running; 4 a store or standard input cannot be\n"
+               "read, or standard output cannot be written; 5 the bus cannot be used;\n"
+               "130 interrupted.");
     addJson(*add(app, line, Command::kApps, "apps", "List the registered applications"), line);
-    addJson(
-        *add(app, line, Command::kPorts, "ports", "List the names that are held on the bus"), line);
+    addJson(*add(app,
+                line,
+                Command::kPorts,
+                "ports",
+                "List the names in use and the processes that hold them"),
+        line);
     addPing(app, line);
     addSend(app, line);
     addListen(app, line);

@@ -20,7 +20,8 @@ CLI::App* add(CLI::App& app, CommandLine& line, Command command, const char* nam
             throw CLI::ValidationError("--store", "the name of the file is empty");
         line.command = command;
     });
-    sub->add_flag("-m,--machine", line.machine, "The machine's store alone; root alone changes it")
+    sub->add_flag(
+           "-m,--machine", line.machine, "Use the machine's store alone; only root may change it")
         ->excludes(store);
     return sub;
 }
@@ -56,12 +57,15 @@ void addGroups(CLI::App& app, CommandLine& line)
 {
     constexpr char kEntry[] = "GROUP/VERSION/SPECIFIER";
     constexpr char kHelp[] = "Such as nx/3/tevoro-2.0";
-    addJson(*add(app, line, Command::kGroups, "groups", "List who belongs to which group"), line);
+    addJson(
+        *add(app, line, Command::kGroups, "groups", "List the applications of each group"), line);
     addName(*add(app, line, Command::kGroupAdd, "group-add", "Add an application to a group"),
         line,
         kEntry,
         kHelp);
-    addName(*add(app, line, Command::kGroupRemove, "group-remove", "Take one out of a group"),
+    addName(
+        *add(
+            app, line, Command::kGroupRemove, "group-remove", "Remove an application from a group"),
         line,
         kEntry,
         kHelp);
@@ -73,7 +77,11 @@ void addDocuments(CLI::App& app, CommandLine& line)
         line,
         "FILE",
         "A document, as export writes it; - reads standard input");
-    addName(*add(app, line, Command::kExport, "export", "Print an entry as a document"),
+    addName(*add(app,
+                line,
+                Command::kExport,
+                "export",
+                "Print an application, or the groups, as a document"),
         line,
         "SPECIFIER",
         "An application, or the word groups");
@@ -84,11 +92,12 @@ void addDocuments(CLI::App& app, CommandLine& line)
 std::optional<CommandLine> readCommandLine(int argc, char** argv, ExitCode& code)
 {
     CommandLine line;
-    CLI::App app("Looks at the store of installed applications, and changes it.", kProgram);
+    CLI::App app("Shows and changes the store of installed applications.", kProgram);
     app.set_version_flag("-V,--version", kVersion);
     app.require_subcommand(1);
-    app.footer("Exit codes: 0 done; 2 wrong usage; 3 what was asked for is not there;\n"
-               "4 a store or a file cannot be read or written; 130 interrupted.");
+    app.footer("Exit codes: 0 done; 2 wrong usage; 3 what was asked for does not exist;\n"
+               "4 a store or a file cannot be read or written, or a document is bad;\n"
+               "5 something else is missing or broken; 130 interrupted.");
     addApplications(app, line);
     addGroups(app, line);
     addDocuments(app, line);

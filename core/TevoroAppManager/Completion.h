@@ -1,4 +1,4 @@
-// How the sink closes a download: finds the folder that the items went to, tells the user of them,
+// How the sink closes a download: finds the folder that the items went to, shows them to the user,
 // offers to delete the originals from the device, and tells the browser application.
 //
 // Owned by the sink. Borrows its panel, where the user's choices stand, and its door to the bus.
@@ -36,7 +36,7 @@ public:
 
     // `failedConversions` are those of the session. `deleteItem` deletes one original, and may be
     // null. kFxErrBadRecord when the host's source record is not one; all that fails behind that is
-    // told to the user or passed over, and the status stays kFxOk.
+    // reported to the user or passed over, and the status stays kFxOk.
     FxStatus run(ISinkEnumMediaItem& items,
         IDisplayMsgHandler& display,
         FxPerItemCallback deleteItem,

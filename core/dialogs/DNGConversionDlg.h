@@ -44,7 +44,7 @@ public:
     bool getImageConversionMethod() const;
 
 public Q_SLOTS:
-    // The help tells of the original format: it is on view while that is chosen. Runs on clicks
+    // The help describes the original format: it is on view while that is chosen. Runs on clicks
     // alone, so that a dialog that starts with "linear" shows the help until the first one.
     void slotConversionOptionClicked(int id);
 

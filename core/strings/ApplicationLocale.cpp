@@ -87,10 +87,8 @@ QByteArray withoutLineEnd(QByteArray line)
     return line;
 }
 
-// The path is an entry of the dictionary, so a dictionary that is already open can name another
-// file.
-// The file's name is itself a text with a key. While the first dictionary is being chosen none is
-// open, and the name is the one that stands here.
+// The file's name is a text with a key, so a dictionary that is already open can name another file.
+// While the first dictionary is being chosen, none is open, and the name is the default given here.
 std::optional<QString> machineLocale()
 {
     const QString name = PtZString::getZString(

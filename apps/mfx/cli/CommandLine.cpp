@@ -46,7 +46,7 @@ void addSource(CLI::App& command, CommandLine& line)
 void addSources(CLI::App& app, CommandLine& line)
 {
     CLI::App* sources =
-        addCommand(app, "sources", text("$$$/Mfx/Help/Sources=List the cards that are there"));
+        addCommand(app, "sources", text("$$$/Mfx/Help/Sources=List the mounted cards"));
     sources->add_flag("-j,--json", line.json, jsonText());
     sources->callback([&line] { line.command = Command::kSources; });
 }
@@ -135,7 +135,7 @@ void addNaming(CLI::App& download, CommandLine& line)
     download
         .add_option("-s,--subfolders",
             line.subfolders,
-            text("$$$/Mfx/Help/Subfolders=Sub-folders by capture date, such as %Y/%Y-%m-%d"))
+            text("$$$/Mfx/Help/Subfolders=Subfolders by capture date, such as %Y/%Y-%m-%d"))
         ->type_name("PATTERN");
     download
         .add_option("-r,--rename",
@@ -150,9 +150,9 @@ void addOnly(CLI::App& download, CommandLine& line)
     download
         .add_option("-O,--only",
             line.only,
-            text("$$$/Mfx/Help/OnlyNames=Only items with such a device name and their sidecars; "
-                 "may be "
-                 "repeated"))
+            text(
+                "$$$/Mfx/Help/OnlyNames=Only items whose device name matches, with their sidecars; "
+                "may be repeated"))
         ->type_name("GLOB")
         ->allow_extra_args(false);
 }
@@ -221,10 +221,10 @@ void addDownload(CLI::App& app, CommandLine& line)
     addEnding(*download, line);
     download->add_flag("-n,--dry-run",
         line.dryRun,
-        text("$$$/Mfx/Help/DryRun=Tell what would be done and write nothing"));
-    download->add_flag("-q,--quiet", line.quiet, text("$$$/Mfx/Help/Quiet=Tell problems only"));
+        text("$$$/Mfx/Help/DryRun=Show what would be done without writing anything"));
+    download->add_flag("-q,--quiet", line.quiet, text("$$$/Mfx/Help/Quiet=Report problems only"));
     download->add_flag("-j,--json", line.json, jsonText());
-    download->footer(text("$$$/Mfx/Help/ExitCodes=Exit codes: 0 done; 1 done in part; 2 wrong "
+    download->footer(text("$$$/Mfx/Help/ExitCodes=Exit codes: 0 done; 1 partly done; 2 wrong "
                           "usage; 3 no such source;")
         + '\n'
         + text("$$$/Mfx/Help/ExitCodesMore=4 a folder cannot be used; 5 a part of mfx is missing; "
@@ -232,22 +232,16 @@ void addDownload(CLI::App& app, CommandLine& line)
     download->callback([&line] { line.command = Command::kDownload; });
 }
 
-void addExitCodes(CLI::App& command)
+void addExitCodes(CLI::App& command, const std::string& first)
 {
-    command.footer(text("$$$/Mfx/Help/FileExitCodes=Exit codes: 0 done; 1 done in part, or not "
-                        "possible; 2 wrong usage; 3 no such file;")
-        + '\n'
+    command.footer(first + '\n'
         + text("$$$/Mfx/Help/ExitCodesMore=4 a folder cannot be used; 5 a part of mfx is missing; "
                "130 interrupted."));
 }
 
-void addFolderOfResults(CLI::App& command, CommandLine& line)
+void addFolderOfResults(CLI::App& command, CommandLine& line, const std::string& description)
 {
-    requireFolder(command.add_option("-t,--to",
-                      line.target,
-                      text("$$$/Mfx/Help/ToBeside=Folder to write into; that of each file by "
-                           "default")),
-        "DIR");
+    requireFolder(command.add_option("-t,--to", line.target, description), "DIR");
 }
 
 void addConvert(CLI::App& app, CommandLine& line)
@@ -257,21 +251,28 @@ void addConvert(CLI::App& app, CommandLine& line)
         text("$$$/Mfx/Help/Convert=Convert camera raw files to DNG; they stay as they are"));
     convert->add_option("FILE", line.files, text("$$$/Mfx/Help/RawFiles=Camera raw files"))
         ->required();
-    addFolderOfResults(*convert, line);
+    addFolderOfResults(*convert,
+        line,
+        text("$$$/Mfx/Help/ToBeside=Folder to write into; the folder of each file by default"));
     addDNGForm(*convert, line);
     convert->add_flag("-j,--json", line.json, jsonText());
-    addExitCodes(*convert);
+    addExitCodes(*convert,
+        text("$$$/Mfx/Help/FileExitCodes=Exit codes: 0 done; 1 partly done, or not possible; 2 "
+             "wrong usage; 3 none of the files exists;"));
     convert->callback([&line] { line.command = Command::kConvert; });
 }
 
 void addExtract(CLI::App& app, CommandLine& line)
 {
-    CLI::App* extract = addCommand(app,
-        "extract",
-        text("$$$/Mfx/Help/Extract=Get the raw file out of a DNG that has it inside"));
+    CLI::App* extract = addCommand(
+        app, "extract", text("$$$/Mfx/Help/Extract=Extract the raw file embedded in a DNG"));
     extract->add_option("FILE", line.source, text("$$$/Mfx/Help/DngFile=A DNG"))->required();
-    addFolderOfResults(*extract, line);
-    addExitCodes(*extract);
+    addFolderOfResults(*extract,
+        line,
+        text("$$$/Mfx/Help/ToBesideDng=Folder to write into; the folder of the DNG by default"));
+    addExitCodes(*extract,
+        text("$$$/Mfx/Help/ExtractExitCodes=Exit codes: 0 done; 1 no DNG, or damaged; 2 wrong "
+             "usage; 3 no such file, or no raw file inside;"));
     extract->callback([&line] { line.command = Command::kExtract; });
 }
 

@@ -1,4 +1,4 @@
-// Records that cross the contract. Each begins with a tag that tells its kind and a size; the
+// Records that cross the contract. Each begins with a tag that says its kind and a size; the
 // receiver tests both before it reads anything else. Sizes are fixed words of the contract: they
 // stay as they are, however a build lays a record out, and are never `sizeof`.
 //

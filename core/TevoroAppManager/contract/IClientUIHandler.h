@@ -20,7 +20,7 @@ public:
     virtual bool IsFontBold() = 0;
     virtual bool IsFontItalic() = 0;
 
-    // Has the callback told when the widget is used. No reference is taken.
+    // Has the callback called when the widget is used. No reference is taken.
     virtual FxStatus SetCallback(IUICallback* callback) = 0;
     virtual FxStatus SetToolTip(const char* utf8) = 0;
     virtual FxStatus SetText(const char* utf8) = 0;

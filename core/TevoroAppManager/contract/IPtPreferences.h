@@ -75,7 +75,7 @@ public:
     // An unknown id stores null and gives false.
     virtual bool GetInterface(const unsigned char* id16, void** out) = 0;
 
-    // Tells that the caller is done with the module object. Stores it handed out stay valid.
+    // Says that the caller is done with the module object. Stores it handed out stay valid.
     virtual void Destroy() = 0;
 
 protected:

@@ -1,4 +1,4 @@
-// How the host tells the sink that a widget of its panel was used.
+// How the host reports to the sink that a widget of its panel was used.
 #pragma once
 
 #include "TevoroAppManager/contract/FxStatus.h"

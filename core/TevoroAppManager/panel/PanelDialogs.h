@@ -21,7 +21,7 @@ public:
     // when the user asks again after a folder that could not be written.
     virtual QString askFolder(const QString& start, bool isFirst) = 0;
 
-    // Tells that the chosen folder cannot be written.
+    // Shows that the chosen folder cannot be written.
     virtual void warnUnwritable() = 0;
 
     // Edits the settings in place; false, with the settings as they were, when the user gives up.

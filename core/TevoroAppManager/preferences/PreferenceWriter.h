@@ -1,5 +1,5 @@
 // Writes keys of the sink's domain into the preference store. Results of the store are not
-// examined: SaveStore at the end tells. Borrows the store; one thread.
+// examined: SaveStore at the end reports a failure. Borrows the store; one thread.
 #pragma once
 
 #include "TevoroAppManager/contract/IPtPreferences.h"

@@ -31,7 +31,7 @@ public:
     bool isEmpty() const { return m_count == 0; }
 
     // Tries each text but those behind one of the same target that found no room. Those whose time
-    // is over are dropped, and `giveUp` is told their target.
+    // is over are dropped, and `giveUp` gets their target.
     void retry(const Attempt& attempt, const std::function<void(const SoString& target)>& giveUp);
 
 private:

@@ -1,4 +1,4 @@
-// All fixed words, places and times of launching an application; docs/bus.md tells of them.
+// All fixed words, places and times of launching an application; docs/bus.md describes them.
 #pragma once
 
 #include "messaging/SoString.h"

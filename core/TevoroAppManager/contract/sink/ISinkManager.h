@@ -15,7 +15,7 @@ public:
 
     virtual FxStatus SetMFXHandle(void* handle) = 0;
 
-    // Always tells 0 and leaves `handle`.
+    // Always returns 0 in `running` and leaves `handle`.
     virtual FxStatus GetIsHostAppRunning(unsigned int& running, void*& handle) = 0;
 
     // Brings the application up by itself; the arguments are not read. kFxErrBadArgument when it

@@ -14,7 +14,7 @@ namespace Pt {
 class FinishedRequests;
 
 // Something with a descriptor that takes requests. A fixed number per direction is in flight at a
-// time, the rest wait by priority; each request's completion is told the outcome exactly once,
+// time, the rest wait by priority; each request's completion gets the outcome exactly once,
 // unless the call that took the request threw. Held by SmartPointer; a request that it has keeps it
 // alive. Any thread may call anything, and so may a completion:
 // - Nothing is called with the device's mutex held. What is cancelled is unlinked and marked under
@@ -49,7 +49,8 @@ public:
     void priority(IoRequest& request, IoRequest::ReqPri newPriority);
 
     // Cancels what waits, highest priority first and reads before writes, and marks what is in
-    // flight: that is told cancelled when it finishes, however it finishes. Does not wait for it.
+    // flight: that is reported as cancelled when it finishes, however it finishes. Does not wait
+    // for it.
     void cancelAll();
 
     bool isClosed() const { return m_descriptor < 0; }

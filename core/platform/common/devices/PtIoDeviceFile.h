@@ -41,7 +41,7 @@ public:
     void flush();
 
     // Closes now instead of with the last pointer, and then throws what failed. A request that is
-    // issued afterwards fails with EBADF, told to its completion. Requires: no other call runs.
+    // issued afterwards fails with EBADF, reported to its completion. Requires: no other call runs.
     void close();
 
     // Bytes at the time of opening.

@@ -13,7 +13,7 @@ namespace Pt {
 class ExSystem;
 class IoDevice;
 
-// Who is told what became of a request, once for each. It is called in the thread that finished or
+// Receives the outcome of a request, once for each. It is called in the thread that finished or
 // cancelled it and with no lock held, so it may call the device: see IoDevice. What it throws is
 // logged and goes no further. Requests hold it by reference.
 class IoCompletion : public SmartPointerBase {
@@ -43,8 +43,8 @@ public:
     };
     using Status = std::bitset<8>;
 
-    // The completion may be null: nobody is told then. Throws std::out_of_range for a priority that
-    // is none. A write only reads the bytes.
+    // The completion may be null: the outcome is not reported then. Throws std::out_of_range for a
+    // priority that is none. A write only reads the bytes.
     IoRequest(SmartPointer<IoCompletion> completion,
         void* bytes,
         std::uint32_t length,

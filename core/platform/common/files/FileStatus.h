@@ -1,7 +1,7 @@
-// What one path names: its kind, identity, size and times, as the file system tells them.
+// What one path names: its kind, identity, size and times, as the file system reports them.
 //
 // Never follows a link in the last part of the path. Times are nanoseconds since 1970 in UTC; what
-// a file system cannot tell (an inode change time on FAT, say) is what the kernel puts there.
+// a file system does not keep (an inode change time on FAT, say) is what the kernel puts there.
 // May be called from any thread.
 #pragma once
 

@@ -32,15 +32,15 @@ std::optional<ImageFile> imageFile(std::uint64_t device);
 
 // Whether what is written to a folder takes room from the file system of another, through whatever
 // layers: writes a file of up to 2 MiB for a moment. Chance may say yes where others write in the
-// same moments; it says no where it is so only if the file systems do not tell their free room, or
-// others make as much room in nearly all of these moments.
+// same moments; it says no where it is so only if the file systems do not report their free room,
+// or others make as much room in nearly all of these moments.
 bool sharesRoom(const std::string& folder, const std::string& other);
 
 enum class LetterTest { kLooksOnly, kMakesFiles };
 
 // The first character of a file name that the file system of a folder does not take, as UTF-8; of
-// a blank or a dot at the end, that one. Nothing where all of them are taken, as far as that can be
-// told: some file systems say so only when a file is made, which the test then does for a moment.
+// a blank or a dot at the end, that one. Nothing where all of them are taken, as far as is
+// known: some file systems say so only when a file is made, which the test then does for a moment.
 std::optional<std::string> refusedLetter(
     const std::string& folder, const std::string& name, LetterTest test = LetterTest::kLooksOnly);
 

@@ -1,4 +1,4 @@
-// Tells that something in one folder has changed: entries that came, went, were renamed, or whose
+// Reports that something in one folder has changed: entries that came, went, were renamed, or whose
 // content or rights are other ones. Folders below it are not watched. What has changed is for the
 // user of this class to find out by listing the folder again. One thread at a time.
 #pragma once
@@ -13,7 +13,7 @@ class FolderWatch {
 public:
     // Watches nothing.
     FolderWatch() = default;
-    // Where the system refuses (no such folder, a limit of watches reached), it tells nothing:
+    // Where the system refuses (no such folder, a limit of watches reached), it reports nothing:
     // isWatching() is false.
     explicit FolderWatch(const std::string& folder);
 

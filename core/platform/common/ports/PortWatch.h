@@ -1,4 +1,4 @@
-// Tells when a port may have come up, for whoever waits for one: instead of asking again and again.
+// Reports when a port may have come up, so that whoever waits for one need not poll.
 // Any thread may call.
 #pragma once
 
@@ -11,7 +11,7 @@ namespace Pt {
 class PortWatch {
 public:
     // Watches the folders that ports are held in and that exist now. Where the system refuses, it
-    // tells nothing; so whoever waits looks now and then all the same.
+    // reports nothing; so whoever waits looks now and then all the same.
     PortWatch();
 
     // Readable once a port has come up, which can be sent to from then on, until clear(). Belongs

@@ -16,7 +16,7 @@ std::string moduleFileName(const std::string& name);
 std::string moduleFile(const std::string& path);
 
 // The folder of the file that this code lies in, a library or the program, links resolved; empty
-// when the system does not tell.
+// when the system does not say.
 std::string ownModuleFolder();
 
 // With all its symbols resolved; null when the file cannot be loaded.

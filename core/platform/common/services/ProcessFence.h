@@ -73,10 +73,10 @@ std::error_code shutOffSystem(FenceWork work = FenceWork::kStreams);
 // any thread.
 class ResidentMemory {
 public:
-    // Throws std::system_error where the system does not tell.
+    // Throws std::system_error where the system does not report it.
     ResidentMemory();
 
-    // In bytes; 0 when it cannot be told any more.
+    // In bytes; 0 when the system no longer reports it.
     std::size_t bytes() const;
 
 private:

@@ -10,7 +10,7 @@
 
 namespace Pt {
 
-// The folder of the running program's file, links resolved; empty when the system does not tell.
+// The folder of the running program's file, links resolved; empty when the system does not say.
 std::string programFolder();
 
 long processId();
@@ -28,7 +28,7 @@ void setEnvironmentVariable(const char* name, const std::string& value);
 // Whether a person sits behind the stream.
 bool isTerminal(std::FILE* stream);
 
-// Columns of the terminal behind the stream; 80 where it does not tell.
+// Columns of the terminal behind the stream; 80 where it does not say.
 int terminalWidth(std::FILE* stream);
 
 // From now on the first SIGINT, SIGTERM, SIGHUP or SIGQUIT is noted and the program goes on; the
@@ -54,7 +54,7 @@ bool waitForInput(std::FILE* stream);
 // program.
 void holdStandardStreams();
 
-// Why nothing can be written to a stream, as far as that can be told without writing: it is open
+// Why nothing can be written to a stream, as far as that is known without writing: it is open
 // for reading alone, or nobody reads the other end.
 std::error_code writeObstacle(std::FILE* stream);
 

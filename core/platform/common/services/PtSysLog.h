@@ -28,7 +28,7 @@ const char* LookupMessage(std::uint32_t id, int* priority);
 
 // Writes the message with its arguments: to standard error, as a new Config has it, with a line
 // feed after those that do not end with one. What is too long is cut; a number that no message has
-// is itself told.
+// is logged itself.
 void SysLogEvent(std::uint32_t id, ...) noexcept;
 
 // The same as the configuration wants it: to standard error or to the system's log.

@@ -4,7 +4,7 @@
 
 // The 16-bit string functions. Text is a NUL-terminated array of 16-bit units in host byte order;
 // the functions are named after the system's wide-character functions and behave like them unless
-// told otherwise. Nothing here allocates for the caller, nothing keeps a pointer, and every
+// said otherwise. Nothing here allocates for the caller, nothing keeps a pointer, and every
 // function may be called from any thread. Only the functions that say so take a null pointer.
 
 // Units before the NUL; null counts as the empty text.
@@ -34,7 +34,7 @@ unsigned short* ptucsrchr(const unsigned short* s, unsigned short c);
 // The first t in s; an empty t gives s.
 unsigned short* ptucsstr(const unsigned short* s, const unsigned short* t);
 
-// Stores the simple lower-case mapping of c, or c itself where there is none, and tells whether
+// Stores the simple lower-case mapping of c, or c itself where there is none, and returns whether
 // there is one. Covers U+0041 to U+FF3A.
 bool ptucslowerCase(unsigned short c, unsigned short* out);
 

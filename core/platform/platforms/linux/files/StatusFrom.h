@@ -6,7 +6,7 @@
 
 namespace Pt {
 
-// What the system tells of a file, in our words.
+// What the system reports of a file, in our words.
 FileStatus statusFrom(const struct stat& found);
 
 } // namespace Pt

@@ -52,7 +52,7 @@ private:
 std::size_t removeStaleTemporaryFiles(const std::string& folder);
 
 // Writes, sets the mode if there is one, flushes and closes, each step looked at: some file systems
-// tell of a full disk only at the flush or the close.
+// report a full disk only at the flush or the close.
 std::error_code writeAndClose(
     Descriptor& file, std::string_view bytes, std::optional<unsigned int> mode = {});
 

@@ -33,7 +33,7 @@ public:
     // Returns when the disk has what was written.
     std::error_code flush() const;
 
-    // Closes now, with the system's word: some file systems tell of a full disk only here. Not
+    // Closes now, with the system's word: some file systems report a full disk only here. Not
     // made again on EINTR: the descriptor is gone then.
     std::error_code close();
 };
