@@ -5,6 +5,7 @@
 // The input is a list of steps. Each begins with a byte: its lower two bits are the connection, the
 // next three the kind (see Step), and then comes, for those that send something, a byte for the
 // length of the content in steps of four, and the content.
+#include "fuzz/Require.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 #include "platform/common/ports/LocalPort.h"
@@ -15,7 +16,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -29,17 +29,12 @@
 namespace {
 
 using namespace ScObjects;
+using fuzz::require;
 using std::chrono::seconds;
 using SteadyClock = std::chrono::steady_clock;
 
 const std::string kPrefix = R"(\\.\port\Ned_and_Olaf_)";
 const std::string kAsker = "fuzzer-1.0";
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 enum class Step : unsigned int {
     kText, // the content, to the application
