@@ -200,6 +200,36 @@ std::string_view nextContent(std::string_view& input)
     return content;
 }
 
+void sendMemoryFile(
+    Connections& connections, std::size_t index, std::string_view content, bool isLie)
+{
+    const Pt::Descriptor file = Pt::makeMemoryText(content, {});
+    std::uint64_t length = content.size();
+    if (isLie && !content.empty())
+        std::memcpy(&length, content.data(), std::min(content.size(), sizeof length));
+    connections.send(
+        index, false, {reinterpret_cast<const char*>(&length), sizeof length}, file.get());
+}
+
+void send(Connections& connections, std::size_t index, Step step, std::string_view content)
+{
+    if (step == Step::kText || step == Step::kTextToThread) {
+        connections.send(index, step == Step::kTextToThread, content);
+    } else if (step == Step::kMessage) {
+        const std::string head = Application::head("fuzzed-1.0",
+            "Quillscriber",
+            "Response-Request:Received Result Error Processed Timeout\n");
+        connections.send(index, false, head + std::string(content));
+    } else if (step == Step::kPing) {
+        connections.send(index,
+            true,
+            Application::head(
+                "fuzzed-1.0#thread", "ping", "ECHO_REQUEST:" + std::string(content) + "\n"));
+    } else {
+        sendMemoryFile(connections, index, content, step == Step::kMemoryLie);
+    }
+}
+
 void converse(std::string_view input)
 {
     Connections connections;
@@ -208,37 +238,12 @@ void converse(std::string_view input)
         input.remove_prefix(1);
         const std::size_t index = head & 3U;
         const auto step = static_cast<Step>(head >> 2U & 7U);
-        if (step == Step::kPump) {
+        if (step == Step::kPump)
             Application::pump();
-            continue;
-        }
-        if (step == Step::kClose) {
+        else if (step == Step::kClose)
             connections.close(index);
-            continue;
-        }
-        const std::string_view content = nextContent(input);
-        if (step == Step::kText || step == Step::kTextToThread) {
-            connections.send(index, step == Step::kTextToThread, content);
-        } else if (step == Step::kMessage) {
-            connections.send(index,
-                false,
-                Application::head("fuzzed-1.0",
-                    "Quillscriber",
-                    "Response-Request:Received Result Error Processed Timeout\n")
-                    + std::string(content));
-        } else if (step == Step::kPing) {
-            connections.send(index,
-                true,
-                Application::head(
-                    "fuzzed-1.0#thread", "ping", "ECHO_REQUEST:" + std::string(content) + "\n"));
-        } else {
-            const Pt::Descriptor file = Pt::makeMemoryText(content, {});
-            std::uint64_t length = content.size();
-            if (step == Step::kMemoryLie && !content.empty())
-                std::memcpy(&length, content.data(), std::min(content.size(), sizeof length));
-            connections.send(
-                index, false, {reinterpret_cast<const char*>(&length), sizeof length}, file.get());
-        }
+        else
+            send(connections, index, step, nextContent(input));
     }
 }
 
