@@ -132,8 +132,7 @@ TEST(PreferenceLibraryTest, IsGoneAfterTheLastClose)
 TEST_F(PreferenceModuleTest, TheTablesOperationsStandInTheContractsOrder)
 {
     StoreFolder folder;
-    const std::string narrow = folder.path();
-    const auto path = units(std::u16string(narrow.begin(), narrow.end()));
+    const auto path = units(std::filesystem::path(folder.path()).u16string());
     const auto key = units(u"key");
     unsigned short text[4] = {'a', 'b', 'c', 0};
     unsigned char block[3] = {1, 2, 3};
