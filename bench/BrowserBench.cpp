@@ -14,6 +14,7 @@
 // [PICTURES].
 
 #include "NaturalPicture.h"
+#include "TemporaryFolder.h"
 #include "pictures/view/GridView.h"
 #include "pictures/view/PictureView.h"
 #include "tevoro/window/BrowserWindow.h"
@@ -33,8 +34,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <stdlib.h>
 
 namespace {
 
@@ -76,17 +75,6 @@ void press(tevoro::BrowserWindow& window, Qt::Key key)
 
 class Folder {
 public:
-    Folder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "browser-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-            std::abort();
-        m_path = pattern;
-    }
-    ~Folder() { fs::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
     QString path(const std::string& name) const { return QString::fromStdString(m_path / name); }
 
     void addPictures(int count) const
@@ -110,7 +98,8 @@ public:
 private:
     static std::string name(int i) { return "IMG_" + std::to_string(100000 + i) + ".JPG"; }
 
-    fs::path m_path;
+    bench::TemporaryFolder m_folder{"browser"};
+    fs::path m_path{m_folder.path()};
 };
 
 double firstScreen(tevoro::BrowserWindow& window, const QString& folder)

@@ -14,6 +14,7 @@
 //
 // Usage: BusBench [TURNS]
 
+#include "Median.h"
 #include "OwnFolder.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
@@ -26,7 +27,6 @@
 #include "platform/common/ports/Sha1.h"
 #include "registry/TevoroTalkConnector.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -51,12 +51,6 @@ using Times = std::vector<double>; // microseconds
 double microsecondsSince(SteadyClock::time_point start)
 {
     return std::chrono::duration<double, std::micro>(SteadyClock::now() - start).count();
-}
-
-double median(Times values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 // A byte from one process to the other.

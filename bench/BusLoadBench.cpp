@@ -7,6 +7,7 @@
 //
 // Each row is one JSON object. Usage: BusLoadBench
 
+#include "OwnFolder.h"
 #include "messaging/Message.h"
 #include "messaging/mailbox/InterAppStream.h"
 #include "peers/Peer.h"
@@ -14,8 +15,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -136,10 +135,6 @@ void compareWithAndWithout()
 
 int main()
 {
-    const std::string folder = "/tmp/bus-load-bench-" + std::to_string(::getpid());
-    std::filesystem::create_directory(folder);
-    ::setenv("TEVOROTALK_PORT_DIR", (folder + "/ports").c_str(), 1);
-    ::setenv("HOME", folder.c_str(), 1);
+    const bench::OwnFolder folder("bus-load");
     bench::compareWithAndWithout();
-    std::filesystem::remove_all(folder);
 }

@@ -17,6 +17,7 @@
 // Usage: dng_bench FOLDER [RUNS [PART]]; FOLDER is made and removed, on the disk to measure; PART
 // is a part of the rows' names.
 
+#include "Median.h"
 #include "SensorPicture.h"
 #include "ZQPluginSupport/Converter.h"
 #include "ZQPluginSupport/worker/Conversion.h"
@@ -94,12 +95,6 @@ double convert(const std::string& raw,
     return secondsSince(begin);
 }
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 void measureTime(const char* name,
     const dng::ConversionOptions& options,
     std::string& raw,
@@ -124,9 +119,9 @@ void measureTime(const char* name,
     std::printf("{\"name\":\"%s\",\"convert_s\":%.3f,\"unpack_s\":%.3f,\"ratio\":%.2f,"
                 "\"ratio_least\":%.2f,\"ratio_most\":%.2f,\"runs\":%d}\n",
         name,
-        median(ours),
-        median(theirs),
-        median(ratios),
+        bench::median(ours),
+        bench::median(theirs),
+        bench::median(ratios),
         *least,
         *most,
         runs);

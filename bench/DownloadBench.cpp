@@ -16,6 +16,7 @@
 // Usage: download_bench MFX FOLDER [RUNS [small|raws]]; FOLDER is made and removed, on the disk to
 // measure; with "small" only the small files are, with "raws" only the raw files.
 
+#include "Median.h"
 #include "modules/ZQPluginSupport/encoding/support/TinyDng.h"
 
 #include <algorithm>
@@ -198,12 +199,6 @@ void removeRuns(const fs::path& folder)
             fs::remove_all(entry.path());
 }
 
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 void compare(const std::string& name,
     const fs::path& folder,
     const fs::path& card,
@@ -231,11 +226,11 @@ void compare(const std::string& name,
     std::printf("{\"name\":\"%s\",\"mfx_s\":%.3f,\"loop_s\":%.3f,\"cp_fsync_s\":%.3f,"
                 "\"ratio_to_loop\":%.2f,\"ratio_to_cp\":%.2f,\"peak_mb\":%.1f}\n",
         name.c_str(),
-        median(ours),
-        median(loop),
-        median(cp),
-        median(ours) / median(loop),
-        median(ours) / median(cp),
+        bench::median(ours),
+        bench::median(loop),
+        bench::median(cp),
+        bench::median(ours) / bench::median(loop),
+        bench::median(ours) / bench::median(cp),
         static_cast<double>(peak) / 1024);
     std::fflush(stdout);
 }
@@ -317,10 +312,10 @@ void compareConversion(const fs::path& folder, const std::string& mfx, int runs)
     }
     std::printf("{\"name\":\"download/raws+dng\",\"mfx_s\":%.2f,\"copying_s\":%.2f,"
                 "\"converting_s\":%.2f,\"ratio_to_longer\":%.2f}\n",
-        median(both),
-        median(copying),
-        median(converting),
-        median(ratios));
+        bench::median(both),
+        bench::median(copying),
+        bench::median(converting),
+        bench::median(ratios));
     std::fflush(stdout);
 }
 

@@ -13,6 +13,7 @@
 
 #include "NaturalPicture.h"
 #include "OwnFolder.h"
+#include "peers/Peer.h"
 #include "platform/common/services/ProcessControl.h"
 #include "support/ChildProgram.h"
 

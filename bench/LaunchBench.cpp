@@ -9,6 +9,7 @@
 //
 // Usage: launch_bench [TURNS]
 
+#include "Median.h"
 #include "OwnFolder.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
@@ -50,12 +51,6 @@ constexpr const char* kPath = "/org/example/Launched";
 double millisecondsSince(SteadyClock::time_point start)
 {
     return std::chrono::duration<double, std::milli>(SteadyClock::now() - start).count();
-}
-
-double median(Times values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 std::string ownPath()

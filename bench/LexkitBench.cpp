@@ -12,6 +12,7 @@
 // Usage: lexkit_bench [FOLDER]; the folder, by default one in the system's temporary place, is made
 // and removed.
 
+#include "Median.h"
 #include "lexkit/Dictionary.h"
 #include "lexkit/basic_ifstream.h"
 #include "lexkit/private/ByteRunKey.h"
@@ -183,13 +184,6 @@ private:
     fs::path m_folder;
 };
 
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 using Work = std::function<void()>;
 
 // Median nanoseconds of each, taken in turn so that all meet the same machine.
@@ -205,7 +199,7 @@ std::vector<double> timesOf(int rounds, const std::vector<Work>& contenders)
         }
     }
     std::vector<double> medians;
-    std::transform(times.begin(), times.end(), std::back_inserter(medians), median);
+    std::transform(times.begin(), times.end(), std::back_inserter(medians), bench::median);
     return medians;
 }
 

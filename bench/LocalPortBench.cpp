@@ -15,14 +15,14 @@
 //
 // Usage: LocalPortBench [TURNS]
 
+#include "Median.h"
+#include "TemporaryFolder.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/common/ports/Waiting.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -190,12 +190,6 @@ double microsecondsSince(Clock::time_point start)
     return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
 }
 
-double median(std::vector<double>& values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 // Microseconds of each round trip.
 void roundTrips(
     const MakeEnd& makeEnd, const std::string& text, std::size_t count, std::vector<double>& times)
@@ -263,8 +257,8 @@ void compare(const char* name, Measure& measure, std::size_t size, std::size_t c
         ::close(sockets[0]);
         ::close(sockets[1]);
     }
-    const double portTime = median(port);
-    const double bareTime = median(bare);
+    const double portTime = bench::median(port);
+    const double bareTime = bench::median(bare);
     std::printf("{\"name\":\"%s\",\"port_us\":%.2f,\"bare_us\":%.2f,\"ratio_to_bare\":%.2f,"
                 "\"port_texts_per_s\":%.0f,\"packet\":%zu}\n",
         name,
@@ -286,14 +280,12 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s [TURNS]\n", argv[0]);
         return 2;
     }
-    std::string folder = (std::filesystem::temp_directory_path() / "ports-XXXXXX").string();
-    require(::mkdtemp(folder.data()) != nullptr, folder.c_str());
-    ::setenv("TEVOROTALK_PORT_DIR", folder.c_str(), 1);
+    const bench::TemporaryFolder folder("ports");
+    ::setenv("TEVOROTALK_PORT_DIR", folder.path().c_str(), 1);
     compare("round-trip/300B", roundTrips, 300, 10000, turns);
     compare("round-trip/1MB", roundTrips, kMegabyte, 300, turns);
     compare("one-way/300B", oneWay, 300, 100000, turns);
     compare("one-way/1MB", oneWay, kMegabyte, 500, turns);
     compare("one-way/5MB", oneWay, 5 * kMegabyte, 100, turns);
-    std::filesystem::remove_all(folder);
     return 0;
 }

@@ -9,6 +9,7 @@
 // a few seconds.
 
 #include "NaturalPicture.h"
+#include "TemporaryFolder.h"
 #include "pictures/thumbnails/ThumbnailLoader.h"
 
 #include <algorithm>
@@ -23,7 +24,6 @@
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <jpeglib.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 
 namespace {
@@ -39,19 +39,12 @@ class Folder {
 public:
     Folder()
     {
-        std::string pattern = (fs::temp_directory_path() / "pictures-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-            std::abort();
-        m_path = pattern;
         for (int i = 0; i < kPictures; ++i)
             write(i);
     }
-    ~Folder() { fs::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
 
-    std::string picture(int i) const { return m_path + '/' + std::to_string(i) + ".jpg"; }
-    QString store() const { return QString::fromStdString(m_path + "/store"); }
+    std::string picture(int i) const { return m_folder.path() + '/' + std::to_string(i) + ".jpg"; }
+    QString store() const { return QString::fromStdString(m_folder.path() + "/store"); }
     pictures::ThumbnailSubject subject(int i) const
     {
         const std::string path = picture(i % kPictures);
@@ -69,7 +62,7 @@ private:
             std::abort();
     }
 
-    std::string m_path;
+    bench::TemporaryFolder m_folder{"pictures"};
 };
 
 const Folder& folder()

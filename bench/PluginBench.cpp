@@ -13,6 +13,7 @@
 //
 // Usage: plugin_bench BIN_FOLDER_OF_A_STAGE, which is its lib/mfx/bin
 
+#include "TemporaryFolder.h"
 #include "TevoroAppManager/UniqueFileName.h"
 #include "TevoroAppManager/contract/CPropAppPreferences.h"
 #include "TevoroAppManager/contract/FxInterfaceIds.h"
@@ -189,10 +190,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s BIN_FOLDER_OF_A_STAGE\n", argv[0]);
         return 2;
     }
-    std::string folder = (fs::temp_directory_path() / "plugin-bench-XXXXXX").string();
-    if (!::mkdtemp(folder.data()))
-        return 1;
-    ::setenv("MFX_APPLICATION_DATA", folder.c_str(), 1);
+    const bench::TemporaryFolder folder("plugin-bench");
+    ::setenv("MFX_APPLICATION_DATA", folder.path().c_str(), 1);
     ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     ::setenv("LC_ALL", "de_DE.UTF-8", 1); // a dictionary is open
     std::error_code error;
@@ -205,9 +204,8 @@ int main(int argc, char** argv)
     FxRef<ISource> source;
     row("plugin/start", {milliseconds([&source] { source = openSource(); })});
     measurePreferences(*source);
-    measureUniqueName(folder);
-    measureTexts(*source, folder);
+    measureUniqueName(folder.path());
+    measureTexts(*source, folder.path());
     source.reset();
-    fs::remove_all(folder);
     return 0;
 }

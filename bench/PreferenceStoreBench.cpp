@@ -9,14 +9,13 @@
 //
 // The aim is below 2 ms for each but Set35AndSaveDisk, whose time is the disk's.
 
+#include "TemporaryFolder.h"
 #include "preference_xml_parser/PreferenceStore.h"
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 namespace {
 
@@ -41,25 +40,17 @@ Units keyOf(int number)
 class BenchStore {
 public:
     explicit BenchStore(const std::string& below)
-        : m_folder(below + "/preference-bench-XXXXXX")
+        : m_folder("preference-bench", below)
         , m_store(new preferences::PreferenceStore(m_chain))
     {
-        Units path;
-        if (::mkdtemp(m_folder.data()) != nullptr)
-            path = unitsOf(m_folder);
-        m_ready =
-            !path.empty() && m_store->InitStore(path.data(), static_cast<int>(path.size()) - 1);
+        const Units path = unitsOf(m_folder.path());
+        m_ready = m_store->InitStore(path.data(), static_cast<int>(path.size()) - 1);
         for (int number = 0; number < kKeys; ++number)
             m_keys.push_back(keyOf(number));
     }
     BenchStore(const BenchStore&) = delete;
     BenchStore& operator=(const BenchStore&) = delete;
-    ~BenchStore()
-    {
-        m_store->Release();
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
-    }
+    ~BenchStore() { m_store->Release(); }
 
     bool setAll(int round)
     {
@@ -85,7 +76,7 @@ public:
 
 private:
     preferences::StoreChain m_chain;
-    std::string m_folder;
+    bench::TemporaryFolder m_folder;
     preferences::PreferenceStore* m_store;
     bool m_ready = false;
     std::vector<Units> m_keys;

@@ -8,6 +8,7 @@
 //
 // Goals: below 0.05 ms, below 20 ms for 200 applications, below a second for 10,000.
 
+#include "TemporaryFolder.h"
 #include "velmo_caps/StoreWriter.h"
 #include "velmo_caps/VelmoCaps.h"
 
@@ -28,12 +29,11 @@ constexpr capsDomain kDomain = 1;
 class BenchStore {
 public:
     explicit BenchStore(std::int64_t applications)
-        : m_folder(std::filesystem::absolute("store-bench-XXXXXX").string())
+        : m_folder("store-bench", std::filesystem::current_path())
     {
-        if (::mkdtemp(m_folder.data()) == nullptr)
-            std::abort();
-        ::setenv("MFX_APPLICATION_DATA", m_folder.c_str(), 1);
-        ::setenv("XDG_DATA_DIRS", (m_folder + "/a:" + m_folder + "/b").c_str(), 1);
+        const std::string& folder = m_folder.path();
+        ::setenv("MFX_APPLICATION_DATA", folder.c_str(), 1);
+        ::setenv("XDG_DATA_DIRS", (folder + "/a:" + folder + "/b").c_str(), 1);
         StoreWriter writer(userStore());
         StoreWriter::Change change(writer);
         for (std::int64_t number = 0; number < applications; ++number)
@@ -46,13 +46,6 @@ public:
                     "a value of the usual length");
         change.commit();
     }
-    BenchStore(const BenchStore&) = delete;
-    BenchStore& operator=(const BenchStore&) = delete;
-    ~BenchStore()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_folder, ignored);
-    }
 
     static void write()
     {
@@ -63,7 +56,7 @@ public:
     }
 
 private:
-    std::string m_folder;
+    bench::TemporaryFolder m_folder;
 };
 
 // The values that there are.

@@ -1,6 +1,7 @@
 // In which language mfx speaks to people, and that programs are told the same in each.
 
 #include "e2e/support/MfxRun.h"
+#include "support/Utf16File.h"
 
 #include <fstream>
 #include <set>
@@ -16,17 +17,6 @@ using testing::Not;
 namespace e2e {
 
 namespace {
-
-// A text dictionary as translators ship it: UTF-16, low byte first, with its mark.
-std::string inFile(const std::u16string& lines)
-{
-    std::string bytes = "\xFF\xFE";
-    for (const char16_t unit : lines) {
-        bytes += static_cast<char>(unit & 0xFFU);
-        bytes += static_cast<char>(unit >> 8U);
-    }
-    return bytes;
-}
 
 // All but those that come with the time.
 std::vector<Json> timelessEvents(const RunResult& result)
@@ -248,9 +238,9 @@ TEST_F(LanguageTest, TellsTheSameFailuresToPrograms)
 
 TEST_F(LanguageTest, ReadsTheDictionaryBesideTheProgramFromAnyFolder)
 {
-    addLanguage(inFile(u"\"$$$/Mfx/Verdict/Saved=SAVED:%1\"\n"
-                       u"\"$$$/Mfx/Help/Usage=Aufruf\"\n"
-                       u"\"$$$/Mfx/Verdict/MayBeWiped=%1 OK\"\n"));
+    addLanguage(test::utf16File(u"\"$$$/Mfx/Verdict/Saved=SAVED:%1\"\n"
+                                u"\"$$$/Mfx/Help/Usage=Aufruf\"\n"
+                                u"\"$$$/Mfx/Verdict/MayBeWiped=%1 OK\"\n"));
     setWorkingFolder(card().parent_path());
     fs::remove(card() / "DCIM/100MFX/LINK.JPG");
     const RunResult result =
@@ -263,7 +253,7 @@ TEST_F(LanguageTest, ReadsTheDictionaryBesideTheProgramFromAnyFolder)
 
 TEST_F(LanguageTest, TakesTheLanguageThatTheConfigurationBesideTheProgramNames)
 {
-    addLanguage(inFile(u"\"$$$/Mfx/Help/Usage=Aufruf\"\n"));
+    addLanguage(test::utf16File(u"\"$$$/Mfx/Help/Usage=Aufruf\"\n"));
     speak("C");
     const std::string plist =
         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>AppPreferenceID</key>"
@@ -285,11 +275,11 @@ TEST_F(LanguageTest, IsEnglishWhereTheDictionaryIsDamaged)
              std::string("\xFF\xFE"),
              std::string(50, '\0'),
              std::string("ZString Binary Format\x01\x05\x01\x7F\x7F\x7F\x7F"),
-             inFile(u"\"$$$/Mfx/Help/Usage=Aufruf\"\n\"$bad=x\"\n")}) {
+             test::utf16File(u"\"$$$/Mfx/Help/Usage=Aufruf\"\n\"$bad=x\"\n")}) {
         addLanguage(bytes);
         EXPECT_EQ(mfx({"--help"}).out, english);
     }
-    addLanguage(inFile(u"\"$$$/Mfx/Help/Usage=Aufruf\"\n"));
+    addLanguage(test::utf16File(u"\"$$$/Mfx/Help/Usage=Aufruf\"\n"));
     EXPECT_NE(mfx({"--help"}).out, english);
     fs::permissions(root() / "app/shared_assets/locales/xx_xx/MFXStrings.dct", fs::perms::none);
     asOrdinaryUser(::geteuid() == 0);

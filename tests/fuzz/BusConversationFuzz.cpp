@@ -5,6 +5,7 @@
 // The input is a list of steps. Each begins with a byte: its lower two bits are the connection, the
 // next three the kind (see Step), and then comes, for those that send something, a byte for the
 // length of the content in steps of four, and the content.
+#include "fuzz/Require.h"
 #include "messaging/Message.h"
 #include "messaging/MsgHandler.h"
 #include "platform/common/ports/LocalPort.h"
@@ -15,7 +16,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -29,17 +29,12 @@
 namespace {
 
 using namespace ScObjects;
+using fuzz::require;
 using std::chrono::seconds;
 using SteadyClock = std::chrono::steady_clock;
 
 const std::string kPrefix = R"(\\.\port\Ned_and_Olaf_)";
 const std::string kAsker = "fuzzer-1.0";
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 enum class Step : unsigned int {
     kText, // the content, to the application
@@ -205,6 +200,36 @@ std::string_view nextContent(std::string_view& input)
     return content;
 }
 
+void sendMemoryFile(
+    Connections& connections, std::size_t index, std::string_view content, bool isLie)
+{
+    const Pt::Descriptor file = Pt::makeMemoryText(content, {});
+    std::uint64_t length = content.size();
+    if (isLie && !content.empty())
+        std::memcpy(&length, content.data(), std::min(content.size(), sizeof length));
+    connections.send(
+        index, false, {reinterpret_cast<const char*>(&length), sizeof length}, file.get());
+}
+
+void send(Connections& connections, std::size_t index, Step step, std::string_view content)
+{
+    if (step == Step::kText || step == Step::kTextToThread) {
+        connections.send(index, step == Step::kTextToThread, content);
+    } else if (step == Step::kMessage) {
+        const std::string head = Application::head("fuzzed-1.0",
+            "Quillscriber",
+            "Response-Request:Received Result Error Processed Timeout\n");
+        connections.send(index, false, head + std::string(content));
+    } else if (step == Step::kPing) {
+        connections.send(index,
+            true,
+            Application::head(
+                "fuzzed-1.0#thread", "ping", "ECHO_REQUEST:" + std::string(content) + "\n"));
+    } else {
+        sendMemoryFile(connections, index, content, step == Step::kMemoryLie);
+    }
+}
+
 void converse(std::string_view input)
 {
     Connections connections;
@@ -213,37 +238,12 @@ void converse(std::string_view input)
         input.remove_prefix(1);
         const std::size_t index = head & 3U;
         const auto step = static_cast<Step>(head >> 2U & 7U);
-        if (step == Step::kPump) {
+        if (step == Step::kPump)
             Application::pump();
-            continue;
-        }
-        if (step == Step::kClose) {
+        else if (step == Step::kClose)
             connections.close(index);
-            continue;
-        }
-        const std::string_view content = nextContent(input);
-        if (step == Step::kText || step == Step::kTextToThread) {
-            connections.send(index, step == Step::kTextToThread, content);
-        } else if (step == Step::kMessage) {
-            connections.send(index,
-                false,
-                Application::head("fuzzed-1.0",
-                    "Quillscriber",
-                    "Response-Request:Received Result Error Processed Timeout\n")
-                    + std::string(content));
-        } else if (step == Step::kPing) {
-            connections.send(index,
-                true,
-                Application::head(
-                    "fuzzed-1.0#thread", "ping", "ECHO_REQUEST:" + std::string(content) + "\n"));
-        } else {
-            const Pt::Descriptor file = Pt::makeMemoryText(content, {});
-            std::uint64_t length = content.size();
-            if (step == Step::kMemoryLie && !content.empty())
-                std::memcpy(&length, content.data(), std::min(content.size(), sizeof length));
-            connections.send(
-                index, false, {reinterpret_cast<const char*>(&length), sizeof length}, file.get());
-        }
+        else
+            send(connections, index, step, nextContent(input));
     }
 }
 

@@ -1,21 +1,16 @@
 // Any bytes as a configuration document: refused with a line that it has, or read; and what is read
 // comes back from what is written.
 
+#include "fuzz/Require.h"
 #include "velmo-caps/ConfigurationDocument.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
 using namespace velmo_caps_cli;
+using fuzz::require;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 bool isSame(const DocumentBlock& one, const DocumentBlock& other)
 {

@@ -1,19 +1,13 @@
 // What must hold of a dictionary whatever bytes it was read from.
 #pragma once
 
+#include "fuzz/Require.h"
 #include "lexkit/private/Dictionary.h"
 
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
 namespace fuzz {
-
-inline void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 // Every entry, in table order, with the validity.
 inline std::string listing(lexkit_private::Dictionary& dictionary)

@@ -3,22 +3,17 @@
 
 #include "ZQPluginSupport/original/DngFile.h"
 #include "ZQPluginSupport/original/EmbeddedOriginal.h"
+#include "fuzz/Require.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <vector>
 
 namespace {
 
+using fuzz::require;
 using Bytes = std::vector<std::uint8_t>;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 void check(const dng::TiffFile& file, const dng::TiffDirectory& directory)
 {

@@ -1,14 +1,15 @@
 // Any bytes as lines of the diagnostics tree: a line that is one is well made, and is read again as
 // the same from its parts.
 
+#include "fuzz/Require.h"
 #include "messaging/TevoroTalkUtils.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
+using fuzz::require;
 using ScObjects::SoString;
 using ScObjects::TevoroTalkUtils::parseInfoLine;
 
@@ -31,12 +32,6 @@ struct Line {
         return std::string(text.view());
     }
 };
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 void checkField(const SoString& field, bool mayBeEmpty)
 {

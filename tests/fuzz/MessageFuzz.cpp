@@ -1,12 +1,12 @@
 // Any bytes as messages of the bus: reading stays in the text and goes forward, and a message that
 // was read comes through once more, with the digest that its writer gives it.
 
+#include "fuzz/Require.h"
 #include "messaging/Message.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,17 +14,12 @@
 
 #include <stdlib.h>
 
+using fuzz::require;
 using ScObjects::SoString;
 using Message = ScObjects::TevoroTalk::Message;
 using HeaderLines = std::vector<std::pair<std::string, std::string>>;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 // Without the line that each writer makes anew.
 HeaderLines headersOf(const Message& message)

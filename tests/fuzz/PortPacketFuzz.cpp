@@ -6,13 +6,13 @@
 // that the length in the packet is right. Then come the content's length and the content; a length
 // that is wrong is made of the first eight bytes of it.
 
+#include "fuzz/Require.h"
 #include "platform/common/ports/LocalPort.h"
 #include "platform/platforms/linux/ports/PacketReader.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -24,6 +24,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using fuzz::require;
 using Outcome = Pt::PacketReader::Outcome;
 
 namespace {
@@ -32,12 +33,6 @@ constexpr int kAllSeals[] = {F_SEAL_SHRINK, F_SEAL_GROW, F_SEAL_WRITE, F_SEAL_SE
 constexpr unsigned int kKind = 3;
 constexpr unsigned int kIsRight = 128;
 constexpr std::size_t kRoom = 300; // of the reader: a longer packet is cut
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 // The lowest number that is free.
 int nextDescriptor()

@@ -1,25 +1,20 @@
 // Any bytes as a preference file: read, and when they are one, the same values must come back
 // from what is written, and writing must have settled after the first time.
 
+#include "fuzz/Require.h"
 #include "preference_xml_parser/PreferenceDocument.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <string_view>
 
+using fuzz::require;
 using preferences::PreferenceDocument;
 using preferences::PreferenceValue;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 bool sameValue(
     const PreferenceDocument& one, const PreferenceDocument& other, const std::u16string& key)

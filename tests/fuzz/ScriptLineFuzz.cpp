@@ -1,6 +1,7 @@
 // Any bytes as what the program that runs scripts says, in pieces of any size: the lines are those
 // of the bytes, a message holds nothing but text, and is read again as the same from its parts.
 
+#include "fuzz/Require.h"
 #include "tevoro/scripts/ChildLine.h"
 
 #include <QJsonArray>
@@ -9,19 +10,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
+using fuzz::require;
 using tevoro::ChildLine;
 
 namespace {
 
 constexpr qsizetype kMaxLine = 512;
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 QJsonObject written(const tevoro::ChildReady& ready)
 {

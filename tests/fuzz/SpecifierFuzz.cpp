@@ -2,27 +2,22 @@
 // and built again is the same, and completion keeps to the name.
 
 #include "core/messaging/support/TestRegistry.h"
+#include "fuzz/Require.h"
 #include "messaging/Specifier.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <stdlib.h>
 
+using fuzz::require;
 using ScObjects::SoString;
 using Specifier = ScObjects::TevoroTalk::Specifier;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 std::vector<std::string> partsOf(const Specifier& specifier)
 {

@@ -1,23 +1,18 @@
 // Any bytes as a store: a database that is none, cut, scribbled over, or made by somebody hostile.
 // It is refused, or its rows are read and laid over each other.
 
+#include "fuzz/Require.h"
 #include "velmo_caps/StoreView.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 #include <sqlite3.h>
 
 using namespace velmo_caps;
+using fuzz::require;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 void check(const StoreView& view)
 {

@@ -3,18 +3,19 @@
 // registry that answers.
 
 #include "core/registry/support/CapsTable.h"
+#include "fuzz/Require.h"
 #include "messaging/Specifier.h"
 #include "registry/PCDConnector.h"
 #include "registry/SharedLib.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include <stdlib.h>
 
+using fuzz::require;
 using ScObjects::PCDConnector;
 using ScObjects::SoString;
 using ScObjects::TevoroTalkConnector;
@@ -23,12 +24,6 @@ using Specifier = ScObjects::TevoroTalk::Specifier;
 namespace {
 
 constexpr long kMaxRows = 32; // each walk completes each of them
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 std::string upTo(std::string_view& rest, char end)
 {

@@ -44,7 +44,7 @@ protected:
         m_tree.write("core/Source.cpp", kSource);
         m_tree.write(ScriptTree::dictionary("en_us"), "");
         EXPECT_EQ(m_tree.run("collect-texts --write").code, 0);
-        writeGerman(test::utf16(kGerman));
+        writeGerman(test::utf16File(kGerman));
     }
 
     void writeGerman(const std::string& bytes)
@@ -136,7 +136,7 @@ TEST_P(CheckTranslationsFaultTest, IsToldWithFileAndKey)
     const std::u16string right = GetParam().right;
     ASSERT_NE(text.find(right), text.npos);
     text.replace(text.find(right), right.size(), GetParam().wrong);
-    writeGerman(test::utf16(text));
+    writeGerman(test::utf16File(text));
     expectFault(GetParam().told);
 }
 
@@ -152,7 +152,7 @@ class CheckTranslationsLineTest : public CheckTranslationsTest,
 TEST_P(CheckTranslationsLineTest, IsToldWithItsNumber)
 {
     const std::u16string text = kGerman;
-    writeGerman(test::utf16(text.substr(0, text.find(u"\"$$$/PtZ")) + GetParam() + u"\n"));
+    writeGerman(test::utf16File(text.substr(0, text.find(u"\"$$$/PtZ")) + GetParam() + u"\n"));
     const test::ScriptEnd end = m_tree.run("check-translations");
     EXPECT_EQ(end.code, 1);
     const std::string file = ScriptTree::dictionary("de_de");
@@ -177,7 +177,7 @@ INSTANTIATE_TEST_SUITE_P(Lines,
 
 TEST_F(CheckTranslationsTest, TellsOfAFileThatIsNotUtf16WithAMark)
 {
-    const std::string whole = test::utf16(kGerman);
+    const std::string whole = test::utf16File(kGerman);
     std::string swapped = whole;
     for (std::size_t at = 0; at < swapped.size(); at += 2)
         std::swap(swapped[at], swapped[at + 1]);
@@ -191,7 +191,7 @@ TEST_F(CheckTranslationsTest, TellsOfAFileThatIsNotUtf16WithAMark)
     }
     writeGerman(whole.substr(0, whole.size() - 1));
     expectFault("ends within a unit");
-    writeGerman(whole + test::utf16(u"\xD83D").substr(2));
+    writeGerman(whole + test::utf16File(u"\xD83D").substr(2));
     expectFault("half of a surrogate pair");
 }
 
@@ -204,7 +204,7 @@ TEST_F(CheckTranslationsTest, TellsOfALanguageWithoutADictionary)
 
 TEST_F(CheckTranslationsTest, LooksAtEveryLanguage)
 {
-    m_tree.write(ScriptTree::dictionary("it_it"), test::utf16(kGerman));
+    m_tree.write(ScriptTree::dictionary("it_it"), test::utf16File(kGerman));
     EXPECT_EQ(m_tree.run("check-translations").code, 0);
     m_tree.write(ScriptTree::dictionary("it_it"), "");
     const test::ScriptEnd end = m_tree.run("check-translations");
@@ -216,7 +216,7 @@ TEST_F(CheckTranslationsTest, SharesWithEnglishWhatTheLanguageMay)
 {
     m_tree.write("core/Source.cpp", R"(f("$$$/App/No=&No");)");
     ASSERT_EQ(m_tree.run("collect-texts --write").code, 0);
-    writeGerman(test::utf16(u"\"$$$/App/No=&No\"\n"));
+    writeGerman(test::utf16File(u"\"$$$/App/No=&No\"\n"));
     expectFault("/App/No: is not translated");
     std::filesystem::rename(
         m_tree.path("shared_assets/locales/de_de"), m_tree.path("shared_assets/locales/es_es"));
@@ -225,7 +225,7 @@ TEST_F(CheckTranslationsTest, SharesWithEnglishWhatTheLanguageMay)
 
 TEST_F(CheckTranslationsTest, TellsThatTheEnglishFileIsNotUpToDate)
 {
-    m_tree.write(ScriptTree::dictionary("en_us"), test::utf16(u"\"$$$/PtZString/OK=OK\"\n"));
+    m_tree.write(ScriptTree::dictionary("en_us"), test::utf16File(u"\"$$$/PtZString/OK=OK\"\n"));
     const test::ScriptEnd end = m_tree.run("check-translations");
     EXPECT_EQ(end.code, 1);
     EXPECT_THAT(end.err, HasSubstr("run scripts/collect-texts --write"));

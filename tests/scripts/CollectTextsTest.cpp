@@ -208,7 +208,7 @@ TEST_F(CollectTextsTest, WritesUtf16WithAMark)
     m_tree.write(test::ScriptTree::dictionary("en_us"), "old");
     EXPECT_EQ(m_tree.run("collect-texts --write").code, 0);
     EXPECT_EQ(test::read(m_tree.path(test::ScriptTree::dictionary("en_us"))),
-        test::utf16(u"\"$$$/A/B=é😀\"\n"));
+        test::utf16File(u"\"$$$/A/B=é😀\"\n"));
 }
 
 TEST_F(CollectTextsTest, ChecksWhetherTheFileIsUpToDate)

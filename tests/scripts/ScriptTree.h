@@ -3,10 +3,10 @@
 #pragma once
 
 #include "support/TestFolder.h"
+#include "support/Utf16File.h"
 
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include <sys/wait.h>
 
@@ -27,17 +27,6 @@ inline ScriptEnd runIn(const TestFolder& folder, const std::string& command)
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
         read(folder.path("out.txt")),
         read(folder.path("err.txt"))};
-}
-
-// The bytes of UTF-16LE with its mark.
-inline std::string utf16(std::u16string_view text)
-{
-    std::string bytes = "\xFF\xFE";
-    for (const char16_t unit : text) {
-        bytes += static_cast<char>(unit & 0xFF);
-        bytes += static_cast<char>(unit >> 8);
-    }
-    return bytes;
 }
 
 class ScriptTree {

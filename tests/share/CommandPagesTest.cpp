@@ -1,17 +1,18 @@
 // The manual page and the completion name what the program takes, and nothing else.
 
+#include "support/CommandPages.h"
+
 #include "support/TestFolder.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <regex>
-#include <set>
+#include <string>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using Words = std::set<std::string>;
+using test::longOptionsIn;
+using test::Words;
 
 std::string outputOf(const std::string& command)
 {
@@ -25,34 +26,13 @@ std::string outputOf(const std::string& command)
     return ::pclose(pipe) == 0 ? output : std::string();
 }
 
-Words longOptionsIn(const std::string& text)
-{
-    const std::regex option("--[a-z]+(-[a-z]+)*");
-    Words found;
-    for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)
-        found.insert(at->str());
-    return found;
-}
-
-// The long options of the program and its commands, as their help shows them at the beginning of
-// a line.
+// The long options of the program and its commands.
 Words optionsOfTheProgram()
 {
     Words found;
-    for (const std::string command : {"", "sources", "list", "download", "convert", "extract"}) {
-        const std::string help = outputOf(MFX " " + command + " --help");
-        const std::regex row("\n  (-[^ ]+)");
-        for (std::sregex_iterator at(help.begin(), help.end(), row), end; at != end; ++at)
-            found.merge(longOptionsIn((*at)[1].str()));
-    }
+    for (const std::string command : {"", "sources", "list", "download", "convert", "extract"})
+        found.merge(test::optionsInHelp(outputOf(MFX " " + command + " --help")));
     return found;
-}
-
-std::string manualPage()
-{
-    std::string page = test::read(TEVORO_SOURCE_DIR "/docs/man/mfx.1");
-    page.erase(std::remove(page.begin(), page.end(), '\\'), page.end());
-    return page;
 }
 
 std::string completion(const std::string& words, std::size_t place, const std::string& before = "")
@@ -66,7 +46,7 @@ std::string completion(const std::string& words, std::size_t place, const std::s
 TEST(CommandPagesTest, TheManualPageNamesEveryOptionAndNoOther)
 {
     ASSERT_GE(optionsOfTheProgram().size(), 19U);
-    EXPECT_EQ(longOptionsIn(manualPage()), optionsOfTheProgram());
+    EXPECT_EQ(test::optionsInPage(TEVORO_SOURCE_DIR "/docs/man/mfx.1"), optionsOfTheProgram());
 }
 
 TEST(CommandPagesTest, TheCompletionOffersEveryOptionAndNoOther)

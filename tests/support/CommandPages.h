@@ -17,7 +17,7 @@ using Words = std::set<std::string>;
 
 inline Words longOptionsIn(const std::string& text)
 {
-    const std::regex option("--[a-z]+(-[a-z]+)*");
+    const std::regex option("--[a-z][a-z0-9]*(-[a-z0-9]+)*");
     Words found;
     for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)
         found.insert(at->str());
@@ -34,6 +34,7 @@ inline Words optionsInHelp(const std::string& help)
     return found;
 }
 
+// Of a manual page.
 inline Words optionsInPage(const std::string& file)
 {
     std::string page = read(file);

@@ -1,10 +1,8 @@
 #include "apps/lexkit/LexkitRun.h"
 #include "core/strings/lexkit/DictionaryTexts.h"
+#include "support/CommandPages.h"
 
-#include <algorithm>
 #include <filesystem>
-#include <regex>
-#include <set>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -270,39 +268,26 @@ TEST_F(LexkitCommandTest, ShowsHelpAndVersion)
     EXPECT_THAT(lexkit("compile --help").out, HasSubstr("--utf8"));
 }
 
-using Words = std::set<std::string>;
-
-Words longOptionsIn(const std::string& text)
-{
-    const std::regex option("--[a-z]+[a-z0-9]*");
-    Words found;
-    for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)
-        found.insert(at->str());
-    return found;
-}
-
 class LexkitPagesTest : public LexkitCommandTest {
 protected:
-    Words optionsOfTheProgram()
+    test::Words optionsOfTheProgram()
     {
-        Words found;
+        test::Words found;
         for (const std::string command : {"", "check", "list", "get", "compile", "text"})
-            found.merge(longOptionsIn(lexkit(command + " --help").out));
+            found.merge(test::longOptionsIn(lexkit(command + " --help").out));
         return found;
     }
 };
 
 TEST_F(LexkitPagesTest, TheManualPageNamesEveryOptionAndNoOther)
 {
-    std::string page = test::read(TEVORO_SOURCE_DIR "/docs/man/lexkit.1");
-    page.erase(std::remove(page.begin(), page.end(), '\\'), page.end());
-    EXPECT_EQ(longOptionsIn(page), optionsOfTheProgram());
+    EXPECT_EQ(test::optionsInPage(TEVORO_SOURCE_DIR "/docs/man/lexkit.1"), optionsOfTheProgram());
 }
 
 TEST_F(LexkitPagesTest, TheCompletionNamesEveryOptionAndNoOther)
 {
-    EXPECT_EQ(
-        longOptionsIn(test::read(TEVORO_SOURCE_DIR "/share/bash-completion/completions/lexkit")),
+    EXPECT_EQ(test::longOptionsIn(
+                  test::read(TEVORO_SOURCE_DIR "/share/bash-completion/completions/lexkit")),
         optionsOfTheProgram());
 }
 

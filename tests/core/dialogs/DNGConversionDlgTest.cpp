@@ -77,6 +77,22 @@ protected:
         return {labels.at(0), labels.at(1)};
     }
     static Help methodHelp(const QWidget& dialog) { return helpOf(dialog, 2); }
+    // The title, and the texts of groups, labels, choices and buttons.
+    static QStringList textsOf(const QWidget& dialog)
+    {
+        QStringList shown{dialog.windowTitle()};
+        for (const auto* group : dialog.findChildren<QGroupBox*>())
+            shown << group->title();
+        for (const QLabel* label : {dialog.findChildren<QLabel*>().first(),
+                 methodHelp(dialog).text,
+                 helpOf(dialog, 3).text})
+            shown << label->text();
+        for (int item = 0; item < combo(dialog).count(); ++item)
+            shown << combo(dialog).itemText(item);
+        shown << checkBox(dialog, 0).text() << checkBox(dialog, 1).text() << radio(dialog, 0).text()
+              << radio(dialog, 1).text();
+        return shown;
+    }
     static void expectHelpShown(const QWidget& dialog, bool shown, const char* when)
     {
         EXPECT_EQ(methodHelp(dialog).text->isVisible(), shown) << when;
@@ -409,16 +425,7 @@ TEST_F(DNGConversionDlgTest, TakesEachTextByItsKey)
     const DNGConversionDlg dialog(nullptr, false, false, true, 0);
     PtZString::closeZStringDict();
 
-    QStringList shown{dialog.windowTitle()};
-    for (const auto* group : dialog.findChildren<QGroupBox*>())
-        shown << group->title();
-    for (const QLabel* label :
-        {dialog.findChildren<QLabel*>().first(), methodHelp(dialog).text, helpOf(dialog, 3).text})
-        shown << label->text();
-    for (int item = 0; item < combo(dialog).count(); ++item)
-        shown << combo(dialog).itemText(item);
-    shown << checkBox(dialog, 0).text() << checkBox(dialog, 1).text() << radio(dialog, 0).text()
-          << radio(dialog, 1).text();
+    const QStringList shown = textsOf(dialog);
     ASSERT_EQ(shown.size(), keys.size());
     for (qsizetype i = 0; i < keys.size(); ++i)
         EXPECT_EQ(shown[i], keys[i] + u" found"_s);

@@ -23,8 +23,8 @@ constexpr char kLater[] = "<preferences version=\"2.0\"><all new=\"yes\"/></pref
 
 class PreferenceDomainTest : public testing::Test {
 protected:
-    void SetUp() override { m_descriptors = openDescriptors(); }
-    void TearDown() override { EXPECT_EQ(openDescriptors(), m_descriptors); }
+    void SetUp() override { m_descriptors = test::openDescriptors(); }
+    void TearDown() override { EXPECT_EQ(test::openDescriptors(), m_descriptors); }
 
     void saved(std::u16string_view key, std::u16string_view text)
     {
@@ -46,11 +46,11 @@ protected:
         EXPECT_EQ(m_store.text(u"key"), u"1"); // can be saved when the obstacle is gone
     }
 
-    TemporaryFolder m_folder;
+    StoreFolder m_folder;
     StoreClient m_store{m_folder.path()};
 
 private:
-    std::size_t m_descriptors = 0;
+    std::ptrdiff_t m_descriptors = 0;
 };
 
 } // namespace
@@ -97,13 +97,13 @@ TEST_F(PreferenceDomainTest, ADomainThatWasNeverLoadedSavesOverWhatStands)
 
 TEST_F(PreferenceDomainTest, WritesAllItKnowsWhenTheFileHasGone)
 {
-    writeFile(m_folder.preferences(),
+    m_folder.writePreferences(
         "<preferences version='1.0'><value key='a'>1</value><!-- c --></preferences>");
     ASSERT_TRUE(m_store.load());
     std::filesystem::remove(m_folder.preferences());
     m_store.set(u"b", u"2");
     ASSERT_TRUE(m_store.save());
-    const std::string bytes = fileBytes(m_folder.preferences());
+    const std::string bytes = test::read(m_folder.preferences());
     EXPECT_THAT(bytes, HasSubstr("<value key=\"a\">1</value>"));
     EXPECT_THAT(bytes, HasSubstr("<!-- c -->"));
     EXPECT_THAT(bytes, HasSubstr("<value key=\"b\">2</value>"));
@@ -112,11 +112,11 @@ TEST_F(PreferenceDomainTest, WritesAllItKnowsWhenTheFileHasGone)
 TEST_F(PreferenceDomainTest, WritesNothingWhenNothingChanged)
 {
     const std::string byHand = "<preferences version='1.0'><value key='a'>1</value></preferences>";
-    writeFile(m_folder.preferences(), byHand);
+    m_folder.writePreferences(byHand);
     ASSERT_TRUE(m_store.load());
     m_store.set(u"a", u"1");
     ASSERT_TRUE(m_store.save());
-    EXPECT_EQ(fileBytes(m_folder.preferences()), byHand);
+    EXPECT_EQ(test::read(m_folder.preferences()), byHand);
 }
 
 TEST_F(PreferenceDomainTest, SavingNothingMakesAnEmptyFile)
@@ -128,25 +128,25 @@ TEST_F(PreferenceDomainTest, SavingNothingMakesAnEmptyFile)
 
 TEST_F(PreferenceDomainTest, PutsADamagedFileAsideAndStartsAfresh)
 {
-    writeFile(m_folder.preferences(), "broken 1");
+    m_folder.writePreferences("broken 1");
     EXPECT_FALSE(m_store.load());
     EXPECT_THAT(
         namesIn(m_folder.path()), ElementsAre("preferences-3.damaged-1.xml", "preferences-3.lock"));
     m_store.set(u"key", u"1");
     EXPECT_TRUE(m_store.save());
     EXPECT_TRUE(m_store.load());
-    EXPECT_EQ(fileBytes(m_folder.file("preferences-3.damaged-1.xml")), "broken 1");
+    EXPECT_EQ(test::read(m_folder.path("preferences-3.damaged-1.xml")), "broken 1");
 }
 
 TEST_F(PreferenceDomainTest, NeverReplacesADamagedFileThatWasPutAsideBefore)
 {
     for (int round = 1; round <= 3; ++round) {
-        writeFile(m_folder.preferences(), "broken " + std::to_string(round));
+        m_folder.writePreferences("broken " + std::to_string(round));
         EXPECT_FALSE(m_store.load());
     }
     for (int round = 1; round <= 3; ++round) {
         const std::string number = std::to_string(round);
-        EXPECT_EQ(fileBytes(m_folder.file("preferences-3.damaged-" + number + ".xml")),
+        EXPECT_EQ(test::read(m_folder.path("preferences-3.damaged-" + number + ".xml")),
             "broken " + number);
     }
 }
@@ -155,10 +155,10 @@ TEST_F(PreferenceDomainTest, SavesAfreshOverAFileThatWasDamagedInTheMeantime)
 {
     saved(u"a", u"1");
     ASSERT_TRUE(m_store.load());
-    writeFile(m_folder.preferences(), "broken");
+    m_folder.writePreferences("broken");
     m_store.set(u"b", u"2");
     ASSERT_TRUE(m_store.save());
-    EXPECT_EQ(fileBytes(m_folder.file("preferences-3.damaged-1.xml")), "broken");
+    EXPECT_EQ(test::read(m_folder.path("preferences-3.damaged-1.xml")), "broken");
     ASSERT_TRUE(m_store.load());
     EXPECT_EQ(m_store.text(u"a"), u"1");
     EXPECT_EQ(m_store.text(u"b"), u"2");
@@ -166,14 +166,14 @@ TEST_F(PreferenceDomainTest, SavesAfreshOverAFileThatWasDamagedInTheMeantime)
 
 TEST_F(PreferenceDomainTest, LeavesAFileOfALaterFormatAlone)
 {
-    writeFile(m_folder.preferences(), kLater);
+    m_folder.writePreferences(kLater);
     expectUntouchable();
-    EXPECT_EQ(fileBytes(m_folder.preferences()), kLater);
+    EXPECT_EQ(test::read(m_folder.preferences()), kLater);
 }
 
 TEST_F(PreferenceDomainTest, LeavesAHugeFileAlone)
 {
-    writeFile(m_folder.preferences(), "");
+    m_folder.writePreferences("");
     ASSERT_EQ(::truncate(m_folder.preferences().c_str(), 100L * 1024 * 1024), 0);
     expectUntouchable();
     EXPECT_EQ(std::filesystem::file_size(m_folder.preferences()), 100U * 1024 * 1024);
@@ -203,14 +203,14 @@ TEST_F(PreferenceDomainTest, LeavesALinkToNowhereAndALoopAlone)
 
 TEST_F(PreferenceDomainTest, KeepsALinkToAFileAndWritesTheFile)
 {
-    TemporaryFolder elsewhere;
-    writeFile(elsewhere.file("mine.xml"), "<preferences version='1.0'/>");
-    std::filesystem::create_symlink(elsewhere.file("mine.xml"), m_folder.preferences());
+    StoreFolder elsewhere;
+    elsewhere.write("mine.xml", "<preferences version='1.0'/>");
+    std::filesystem::create_symlink(elsewhere.path("mine.xml"), m_folder.preferences());
     ASSERT_TRUE(m_store.load());
     m_store.set(u"key", u"1");
     ASSERT_TRUE(m_store.save());
     EXPECT_TRUE(std::filesystem::is_symlink(m_folder.preferences()));
-    EXPECT_THAT(fileBytes(elsewhere.file("mine.xml")), HasSubstr("<value key=\"key\">1</value>"));
+    EXPECT_THAT(test::read(elsewhere.path("mine.xml")), HasSubstr("<value key=\"key\">1</value>"));
     EXPECT_THAT(namesIn(elsewhere.path()), ElementsAre("mine.xml"));
 }
 
@@ -228,7 +228,7 @@ TEST_F(PreferenceDomainTest, DoesNotWriteAFileThatItWouldNotRead)
 
 TEST_F(PreferenceDomainTest, TakesOverWhatAKilledSaverLeft)
 {
-    writeFile(m_folder.file("preferences-3.xml.new"), "half a fi");
+    m_folder.write("preferences-3.xml.new", "half a fi");
     m_store.set(u"key", u"1");
     EXPECT_TRUE(m_store.save());
     EXPECT_THAT(namesIn(m_folder.path()), ElementsAre("preferences-3.lock", "preferences-3.xml"));
@@ -237,7 +237,7 @@ TEST_F(PreferenceDomainTest, TakesOverWhatAKilledSaverLeft)
 TEST_F(PreferenceDomainTest, WaitsForAnotherSaver)
 {
     m_store.set(u"key", u"1");
-    const int lock = ::open(m_folder.file("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
+    const int lock = ::open(m_folder.path("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
     ASSERT_NE(lock, -1);
     ASSERT_EQ(::flock(lock, LOCK_EX), 0);
     std::future<bool> result = std::async(std::launch::async, [&] { return m_store.save(); });
@@ -252,7 +252,7 @@ TEST_F(PreferenceDomainTest, WaitsForAnotherSaver)
 TEST_F(PreferenceDomainTest, GivesUpOnASaverThatNeverEnds)
 {
     m_store.set(u"key", u"1");
-    const int lock = ::open(m_folder.file("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
+    const int lock = ::open(m_folder.path("preferences-3.lock").c_str(), O_RDWR | O_CREAT, 0600);
     ASSERT_NE(lock, -1);
     ASSERT_EQ(::flock(lock, LOCK_EX), 0);
     const auto start = std::chrono::steady_clock::now();

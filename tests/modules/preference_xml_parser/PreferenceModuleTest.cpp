@@ -55,7 +55,7 @@ Operation operationAt(void* object, std::size_t place)
 
 TEST_F(PreferenceModuleTest, SavesAndLoadsThroughTheLoadedLibrary)
 {
-    TemporaryFolder folder;
+    StoreFolder folder;
     {
         StoreClient store(newStore());
         ASSERT_TRUE(store.init(folder.path()));
@@ -120,8 +120,8 @@ TEST_F(PreferenceModuleTest, AStoreThatIsNeverReleasedStaysReachable)
 
 TEST(PreferenceLibraryTest, IsGoneAfterTheLastClose)
 {
-    TemporaryFolder folder; // a copy, which nobody else in this process holds
-    const std::string copied = folder.file("preference_xml_parser.so");
+    StoreFolder folder; // a copy, which nobody else in this process holds
+    const std::string copied = folder.path("preference_xml_parser.so");
     std::filesystem::copy_file(kLibrary, copied);
     void* const library = ::dlopen(copied.c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << ::dlerror();
@@ -131,8 +131,8 @@ TEST(PreferenceLibraryTest, IsGoneAfterTheLastClose)
 
 TEST_F(PreferenceModuleTest, TheTablesOperationsStandInTheContractsOrder)
 {
-    TemporaryFolder folder;
-    const auto path = units(std::u16string(folder.path().begin(), folder.path().end()));
+    StoreFolder folder;
+    const auto path = units(std::filesystem::path(folder.path()).u16string());
     const auto key = units(u"key");
     unsigned short text[4] = {'a', 'b', 'c', 0};
     unsigned char block[3] = {1, 2, 3};

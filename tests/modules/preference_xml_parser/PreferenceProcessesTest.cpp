@@ -107,7 +107,7 @@ bool setMode(const std::string& path, mode_t mode)
 TEST(PreferenceProcessesTest, TwoThatSaveInTurnLoseNoKeys)
 {
     constexpr int kSaves = 200;
-    TemporaryFolder folder;
+    StoreFolder folder;
     Child first([&] { return saveManyKeys(folder.path(), u'a', kSaves); });
     Child second([&] { return saveManyKeys(folder.path(), u'b', kSaves); });
     EXPECT_EQ(first.wait(), 0);
@@ -125,7 +125,7 @@ TEST(PreferenceProcessesTest, AKilledSaverLeavesAWholeFileAndNoLock)
 {
     constexpr std::size_t kLength = 60000;
     std::mt19937 random(99);
-    TemporaryFolder folder;
+    StoreFolder folder;
     StoreClient store(folder.path());
     store.set(u"other", u"kept");
     ASSERT_TRUE(store.save());
@@ -154,7 +154,7 @@ TEST(PreferenceProcessesTest, AKilledSaverLeavesAWholeFileAndNoLock)
 
 TEST(PreferenceProcessesTest, AFileWithoutReadPermissionIsNeitherLoadedNorReplaced)
 {
-    TemporaryFolder folder;
+    StoreFolder folder;
     const int status = asOrdinaryUser(folder.path(), [&] {
         StoreClient store(folder.path());
         store.set(u"key", u"1");
@@ -168,7 +168,7 @@ TEST(PreferenceProcessesTest, AFileWithoutReadPermissionIsNeitherLoadedNorReplac
 
 TEST(PreferenceProcessesTest, InAFolderWithoutWritePermissionAStoreIsReadOnly)
 {
-    TemporaryFolder folder;
+    StoreFolder folder;
     const int status = asOrdinaryUser(folder.path(), [&] {
         StoreClient store(folder.path());
         store.set(u"key", u"1");
@@ -182,24 +182,24 @@ TEST(PreferenceProcessesTest, InAFolderWithoutWritePermissionAStoreIsReadOnly)
 
 TEST(PreferenceProcessesTest, ADamagedFileThatCannotBePutAsideStays)
 {
-    TemporaryFolder folder;
+    StoreFolder folder;
     const int status = asOrdinaryUser(folder.path(), [&] {
-        writeFile(folder.preferences(), "broken");
+        folder.writePreferences("broken");
         bool ok = setMode(folder.path(), 0500);
         StoreClient store(folder.path());
         ok = ok && !store.load() && store.set(u"key", u"1") && !store.save();
-        return ok && fileBytes(folder.preferences()) == "broken" && setMode(folder.path(), 0700);
+        return ok && test::read(folder.preferences()) == "broken" && setMode(folder.path(), 0700);
     });
     EXPECT_EQ(status, 0);
 }
 
 TEST(PreferenceProcessesTest, AFolderThatCannotBeMadeIsRefused)
 {
-    TemporaryFolder folder;
+    StoreFolder folder;
     const int status = asOrdinaryUser(folder.path(), [&] {
         preferences::StoreChain chain;
         StoreClient store(new preferences::PreferenceStore(chain));
-        const bool ok = setMode(folder.path(), 0500) && !store.init(folder.file("store"));
+        const bool ok = setMode(folder.path(), 0500) && !store.init(folder.path("store"));
         return ok && setMode(folder.path(), 0700);
     });
     EXPECT_EQ(status, 0);
@@ -207,17 +207,17 @@ TEST(PreferenceProcessesTest, AFolderThatCannotBeMadeIsRefused)
 
 TEST(PreferenceProcessesTest, AFileThatMayGrowNoFurtherLeavesTheOldOneWhole)
 {
-    TemporaryFolder folder;
+    StoreFolder folder;
     Child child([&] {
         StoreClient store(folder.path());
         store.set(u"key", u"1");
         bool ok = store.save();
-        const std::string before = fileBytes(folder.preferences());
+        const std::string before = test::read(folder.preferences());
         const rlimit limit{1000, 1000};
         ::signal(SIGXFSZ, SIG_IGN);
         ok = ok && ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
         ok = ok && store.set(u"key", std::u16string(5000, u'x')) && !store.save();
-        ok = ok && fileBytes(folder.preferences()) == before && namesIn(folder.path()).size() == 2;
+        ok = ok && test::read(folder.preferences()) == before && namesIn(folder.path()).size() == 2;
         return ok && store.set(u"key", u"2") && store.save() ? 0 : 1;
     });
     EXPECT_EQ(child.wait(), 0);
@@ -225,7 +225,7 @@ TEST(PreferenceProcessesTest, AFileThatMayGrowNoFurtherLeavesTheOldOneWhole)
 
 TEST(PreferenceProcessesTest, AFullDiskLeavesTheOldFileWhole)
 {
-    TemporaryFolder folder;
+    StoreFolder folder;
     Child child([&] {
         // In a namespace of its own, so that the file system goes with the process.
         const bool mounted = ::unshare(CLONE_NEWNS) == 0
@@ -236,9 +236,9 @@ TEST(PreferenceProcessesTest, AFullDiskLeavesTheOldFileWhole)
         StoreClient store(folder.path());
         store.set(u"key", u"1");
         bool ok = store.save();
-        const std::string before = fileBytes(folder.preferences());
+        const std::string before = test::read(folder.preferences());
         ok = ok && store.set(u"key", std::u16string(200000, u'x')) && !store.save();
-        ok = ok && fileBytes(folder.preferences()) == before && namesIn(folder.path()).size() == 2;
+        ok = ok && test::read(folder.preferences()) == before && namesIn(folder.path()).size() == 2;
         return ok && store.set(u"key", u"2") && store.save() ? 0 : 1;
     });
     const int status = child.wait();

@@ -15,14 +15,14 @@ namespace {
 class PreferenceStoreTest : public testing::Test {
 protected:
     // Every test leaves as many descriptors open as it found.
-    void SetUp() override { m_descriptors = openDescriptors(); }
-    void TearDown() override { EXPECT_EQ(openDescriptors(), m_descriptors); }
+    void SetUp() override { m_descriptors = test::openDescriptors(); }
+    void TearDown() override { EXPECT_EQ(test::openDescriptors(), m_descriptors); }
 
-    TemporaryFolder m_folder;
+    StoreFolder m_folder;
     StoreClient m_store{m_folder.path()};
 
 private:
-    std::size_t m_descriptors = 0;
+    std::ptrdiff_t m_descriptors = 0;
 };
 
 } // namespace
@@ -137,6 +137,25 @@ TEST_F(PreferenceStoreTest, GivesAKeyTheKindThatWasSetLast)
     EXPECT_EQ(m_store.bytes(u"key", 1), "2");
 }
 
+TEST_F(PreferenceStoreTest, RefusesDomainsThatAreNone)
+{
+    const auto key = units(u"key");
+    unsigned short buffer[2] = {7, 7};
+    unsigned char block[2] = {7, 7};
+    unsigned char* pointer = block;
+    IPtPreferences& store = *m_store;
+    for (const int domain : {-1, 256, INT_MIN, INT_MAX}) {
+        EXPECT_FALSE(store.LoadStore(domain));
+        EXPECT_FALSE(store.SaveStore(domain));
+        EXPECT_FALSE(store.SetValue(domain, key.data(), buffer, 1));
+        EXPECT_FALSE(store.SetBytes(domain, key.data(), block, 1));
+        EXPECT_FALSE(store.GetValue(domain, key.data(), buffer, 2));
+        EXPECT_FALSE(store.GetBytes(domain, key.data(), &pointer, 2));
+    }
+    EXPECT_THAT(buffer, ElementsAre(7, 7));
+    EXPECT_THAT(namesIn(m_folder.path()), ElementsAre());
+}
+
 TEST_F(PreferenceStoreTest, RefusesArgumentsThatAreNoneAndChangesNothing)
 {
     const auto key = units(u"key");
@@ -146,14 +165,6 @@ TEST_F(PreferenceStoreTest, RefusesArgumentsThatAreNoneAndChangesNothing)
     unsigned char* nowhere = nullptr;
     IPtPreferences& store = *m_store;
     ASSERT_TRUE(m_store.set(u"key", u"1"));
-    for (const int domain : {-1, 256, INT_MIN, INT_MAX}) {
-        EXPECT_FALSE(store.LoadStore(domain));
-        EXPECT_FALSE(store.SaveStore(domain));
-        EXPECT_FALSE(store.SetValue(domain, key.data(), buffer, 1));
-        EXPECT_FALSE(store.SetBytes(domain, key.data(), block, 1));
-        EXPECT_FALSE(store.GetValue(domain, key.data(), buffer, 2));
-        EXPECT_FALSE(store.GetBytes(domain, key.data(), &pointer, 2));
-    }
     EXPECT_FALSE(store.SetValue(kDomain, nullptr, buffer, 1));
     EXPECT_FALSE(store.SetValue(kDomain, key.data(), nullptr, 0));
     EXPECT_FALSE(store.SetValue(kDomain, key.data(), buffer, -1));
@@ -168,23 +179,30 @@ TEST_F(PreferenceStoreTest, RefusesArgumentsThatAreNoneAndChangesNothing)
     EXPECT_FALSE(store.GetBytes(kDomain, key.data(), nullptr, 2));
     EXPECT_FALSE(store.GetBytes(kDomain, key.data(), &nowhere, 2));
     EXPECT_FALSE(store.GetBytes(kDomain, key.data(), &pointer, -1));
+    EXPECT_EQ(m_store.text(u"key"), u"1");
+    EXPECT_THAT(buffer, ElementsAre(7, 7));
+    EXPECT_THAT(namesIn(m_folder.path()), ElementsAre());
+}
+
+TEST_F(PreferenceStoreTest, RefusesPathsThatAreNone)
+{
+    const auto key = units(u"key");
+    IPtPreferences& store = *m_store;
     EXPECT_FALSE(store.InitStore(nullptr, 4));
     EXPECT_FALSE(store.InitStore(key.data(), 0));
     EXPECT_FALSE(store.InitStore(key.data(), -1));
     EXPECT_FALSE(store.InitStore(key.data(), 4)); // a 0 unit in the path
     const unsigned short loneHalf[] = {'/', 't', 0xd800};
     EXPECT_FALSE(store.InitStore(loneHalf, 3));
-    EXPECT_EQ(m_store.text(u"key"), u"1");
-    EXPECT_THAT(buffer, ElementsAre(7, 7));
     EXPECT_THAT(namesIn(m_folder.path()), ElementsAre());
 }
 
 TEST_F(PreferenceStoreTest, MakesItsFolderForTheUserAlone)
 {
-    const std::string deep = m_folder.file("a/b/Tevoro NX");
+    const std::string deep = m_folder.path("a/b/Tevoro NX");
     ASSERT_TRUE(m_store.init(deep));
     struct stat status = {};
-    for (const std::string& made : {m_folder.file("a"), deep}) {
+    for (const std::string& made : {m_folder.path("a"), deep}) {
         ASSERT_EQ(::stat(made.c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 07777U, 0700U) << made;
     }
@@ -202,23 +220,23 @@ TEST_F(PreferenceStoreTest, WithoutAFolderItKeepsValuesButNoFile)
     EXPECT_TRUE(homeless.set(u"key", u"1"));
     EXPECT_EQ(homeless.text(u"key"), u"1");
     EXPECT_FALSE(homeless.save());
-    writeFile(m_folder.file("file"), "");
-    EXPECT_FALSE(homeless.init(m_folder.file("file")));
-    EXPECT_FALSE(homeless.init(m_folder.file("file/below")));
+    m_folder.write("file", "");
+    EXPECT_FALSE(homeless.init(m_folder.path("file")));
+    EXPECT_FALSE(homeless.init(m_folder.path("file/below")));
     EXPECT_EQ(homeless.text(u"key"), u"1");
 }
 
 TEST_F(PreferenceStoreTest, StartsAfreshInAnotherFolder)
 {
     m_store.set(u"key", u"1");
-    ASSERT_TRUE(m_store.init(m_folder.file("other")));
+    ASSERT_TRUE(m_store.init(m_folder.path("other")));
     EXPECT_EQ(m_store.text(u"key"), std::nullopt);
 }
 
 TEST_F(PreferenceStoreTest, MakesAFolderAgainThatHasGone)
 {
-    ASSERT_TRUE(m_store.init(m_folder.file("inner")));
-    std::filesystem::remove(m_folder.file("inner"));
+    ASSERT_TRUE(m_store.init(m_folder.path("inner")));
+    std::filesystem::remove(m_folder.path("inner"));
     m_store.set(u"key", u"1");
     EXPECT_TRUE(m_store.save());
     EXPECT_TRUE(m_store.load());

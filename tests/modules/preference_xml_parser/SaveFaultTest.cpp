@@ -128,7 +128,7 @@ protected:
         return reader.text(u"key").value_or(u"");
     }
 
-    TemporaryFolder m_folder;
+    StoreFolder m_folder;
     StoreClient m_store{m_folder.path()};
 };
 
@@ -136,7 +136,7 @@ protected:
 
 TEST_F(SaveFaultTest, WhicheverCallFailsTheFileIsWholeAndTheResultTrue)
 {
-    const std::size_t descriptors = openDescriptors();
+    const std::ptrdiff_t descriptors = test::openDescriptors();
     int failures = 0;
     bool happened = true;
     for (int calls = 0; happened; ++calls) {
@@ -154,7 +154,7 @@ TEST_F(SaveFaultTest, WhicheverCallFailsTheFileIsWholeAndTheResultTrue)
         EXPECT_TRUE(!saved || after == wanted) << calls;
         EXPECT_TRUE(saved || happened) << calls;
         EXPECT_EQ(namesIn(m_folder.path()).size(), 2U) << calls;
-        EXPECT_EQ(openDescriptors(), descriptors) << calls;
+        EXPECT_EQ(test::openDescriptors(), descriptors) << calls;
         failures += saved ? 0 : 1;
         EXPECT_TRUE(m_store.save()) << "what failed can be saved again, " << calls;
         EXPECT_EQ(savedKey(), wanted);
@@ -217,11 +217,11 @@ TEST_F(SaveFaultTest, WritesByTheByteAddUp)
 
 TEST_F(SaveFaultTest, WhicheverCallFailsInLoadingADamagedFileItIsKept)
 {
-    const std::string aside = m_folder.file("preferences-3.damaged-1.xml");
+    const std::string aside = m_folder.path("preferences-3.damaged-1.xml");
     int left = 0;
     bool happened = true;
     for (int calls = 0; happened; ++calls) {
-        writeFile(m_folder.preferences(), "broken");
+        m_folder.writePreferences("broken");
         {
             const ArmedFault fault(calls, EACCES);
             EXPECT_FALSE(m_store.load());
@@ -229,7 +229,7 @@ TEST_F(SaveFaultTest, WhicheverCallFailsInLoadingADamagedFileItIsKept)
         }
         left += std::filesystem::exists(aside) ? 0 : 1;
         EXPECT_FALSE(m_store.load());
-        EXPECT_EQ(fileBytes(aside), "broken") << calls;
+        EXPECT_EQ(test::read(aside), "broken") << calls;
         EXPECT_EQ(namesIn(m_folder.path()).size(), 2U) << calls;
         std::filesystem::remove(aside);
     }

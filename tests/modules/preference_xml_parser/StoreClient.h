@@ -4,12 +4,10 @@
 
 #include "TevoroAppManager/contract/IPtPreferences.h"
 #include "preference_xml_parser/PreferenceStore.h"
+#include "support/TestFolder.h"
 
-#include <array>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -17,51 +15,20 @@
 #include <string_view>
 #include <vector>
 
-#include <stdlib.h>
-
 namespace tests {
 
 // The domain that the plug-in uses.
 inline constexpr int kDomain = 3;
 
-class TemporaryFolder {
+// Knows the domain's file in it.
+class StoreFolder : public test::TestFolder {
 public:
-    explicit TemporaryFolder(const std::string& below = "/tmp")
-    {
-        std::string pattern = below + "/preferences-test-XXXXXX";
-        if (::mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("no temporary folder below " + below);
-        m_path = pattern;
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-
-    const std::string& path() const { return m_path; }
-    std::string file(const std::string& name) const { return m_path + "/" + name; }
-    std::string preferences() const { return file("preferences-3.xml"); }
+    std::string preferences() const { return path(kFile); }
+    void writePreferences(const std::string& bytes) const { write(kFile, bytes); }
 
 private:
-    std::string m_path;
+    static constexpr char kFile[] = "preferences-3.xml";
 };
-
-inline std::string fileBytes(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline void writeFile(const std::string& path, std::string_view bytes)
-{
-    std::ofstream file(path, std::ios::binary);
-    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush())
-        throw std::runtime_error("cannot write " + path);
-}
 
 inline std::set<std::string> namesIn(const std::string& folder)
 {
@@ -69,11 +36,6 @@ inline std::set<std::string> namesIn(const std::string& folder)
     for (const auto& entry : std::filesystem::directory_iterator(folder))
         names.insert(entry.path().filename().string());
     return names;
-}
-
-inline std::size_t openDescriptors()
-{
-    return namesIn("/proc/self/fd").size();
 }
 
 // The contract's form of a text: terminated 16-bit units.

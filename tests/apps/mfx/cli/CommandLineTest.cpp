@@ -120,7 +120,7 @@ TEST(CommandLineTest, AsksForNothingThatWasNotSaid)
     EXPECT_THAT(line.only, IsEmpty());
 }
 
-TEST(CommandLineTest, ReadsEveryOptionOfADownload)
+TEST(CommandLineTest, ReadsEveryValueOfADownload)
 {
     const CommandLine line = read({"download",
                                       "/card",
@@ -132,28 +132,16 @@ TEST(CommandLineTest, ReadsEveryOptionOfADownload)
                                       "{name}_{seq:4}",
                                       "--backup",
                                       "/backup",
-                                      "--dng",
                                       "--dng-preview",
                                       "full",
-                                      "--dng-uncompressed",
-                                      "--dng-linear",
-                                      "--dng-embed-raw",
                                       "--only",
                                       "*.CR2",
                                       "--only",
                                       "IMG_*",
-                                      "--delete-originals",
-                                      "--yes",
-                                      "--open",
                                       "--preferences",
                                       "none",
                                       "--seq-start",
-                                      "472",
-                                      "--make-folders",
-                                      "--remember",
-                                      "--dry-run",
-                                      "--quiet",
-                                      "--json"})
+                                      "472"})
                                  .line.value();
     EXPECT_EQ(line.subfolders, "%Y");
     EXPECT_EQ(line.rename, "{name}_{seq:4}");
@@ -162,6 +150,27 @@ TEST(CommandLineTest, ReadsEveryOptionOfADownload)
     EXPECT_EQ(line.dngPreview, "full");
     EXPECT_EQ(line.preferences, "none");
     EXPECT_THAT(line.only, ElementsAre("*.CR2", "IMG_*"));
+}
+
+TEST(CommandLineTest, ReadsEverySwitchOfADownload)
+{
+    const CommandLine line = read({"download",
+                                      "/card",
+                                      "--to",
+                                      "/photos",
+                                      "--dng",
+                                      "--dng-uncompressed",
+                                      "--dng-linear",
+                                      "--dng-embed-raw",
+                                      "--delete-originals",
+                                      "--yes",
+                                      "--open",
+                                      "--make-folders",
+                                      "--remember",
+                                      "--dry-run",
+                                      "--quiet",
+                                      "--json"})
+                                 .line.value();
     for (const bool flag : {line.json,
              line.dng,
              line.dngUncompressed,

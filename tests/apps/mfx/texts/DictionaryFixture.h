@@ -2,6 +2,7 @@
 
 #include "mfx/texts/Texts.h"
 #include "support/TestFolder.h"
+#include "support/Utf16File.h"
 
 #include <string>
 #include <string_view>
@@ -15,23 +16,12 @@ protected:
     ~DictionaryFixture() override { openTexts(m_folder.path(), "en_us"); }
 
     // The language with these lines of a text dictionary.
-    void speak(std::u16string_view lines) { speakBytes(inFile(lines)); }
+    void speak(std::u16string_view lines) { speakBytes(test::utf16File(lines)); }
 
     void speakBytes(const std::string& bytes)
     {
         m_folder.write("xx_xx/MFXStrings.dct", bytes);
         openTexts(m_folder.path(), "xx_xx");
-    }
-
-    // UTF-16, low byte first, with its mark.
-    static std::string inFile(std::u16string_view lines)
-    {
-        std::string bytes = "\xFF\xFE";
-        for (const char16_t unit : lines) {
-            bytes += static_cast<char>(unit & 0xFFU);
-            bytes += static_cast<char>(unit >> 8U);
-        }
-        return bytes;
     }
 
     test::TestFolder m_folder;

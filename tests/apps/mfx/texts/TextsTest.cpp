@@ -50,7 +50,7 @@ TEST_F(TextsTest, ComeOutOfTheDictionary)
 
 TEST_F(TextsTest, ComeOutOfABinaryDictionaryToo)
 {
-    const std::string lines = inFile(kGerman);
+    const std::string lines = test::utf16File(kGerman);
     lexkit::Dictionary dictionary;
     dictionary.Read(lines.data(), static_cast<int>(lines.size()), false);
     std::ostringstream binary;
@@ -70,7 +70,7 @@ TEST_F(TextsTest, StandAsTheyAreWrittenWhereTheDictionaryLacksTheKey)
 TEST_F(TextsTest, AreEnglishAgainWhenEnglishIsOpened)
 {
     speak(kGerman);
-    m_folder.write("en_us/MFXStrings.dct", inFile(u"\"$$$/Mfx/Test/Plain=other\"\n"));
+    m_folder.write("en_us/MFXStrings.dct", test::utf16File(u"\"$$$/Mfx/Test/Plain=other\"\n"));
     openTexts(m_folder.path(), "en_us");
     EXPECT_EQ(text(kPlain), "plain");
 }
@@ -111,11 +111,11 @@ TEST_F(TextsTest, AreEnglishWhereAFolderOrAPipeStandsInPlaceOfTheFile)
 
 TEST_F(TextsTest, AreEnglishWhereTheFileIsDamaged)
 {
-    const std::string good = inFile(kGerman);
+    const std::string good = test::utf16File(kGerman);
     const std::pair<const char*, std::string> rows[] = {
         {"nothing", ""},
         {"one byte", "\xFF"},
-        {"a bad line", inFile(std::u16string(kGerman) + u"\"$/Bad=x\"\n")},
+        {"a bad line", test::utf16File(std::u16string(kGerman) + u"\"$/Bad=x\"\n")},
         {"a binary form that is cut", std::string("ZString Binary Format\x01\x05\x01\0\0", 26)},
     };
     for (const auto& [name, bytes] : rows) {
@@ -127,7 +127,7 @@ TEST_F(TextsTest, AreEnglishWhereTheFileIsDamaged)
 
 TEST_F(TextsTest, SurviveAFileThatIsCutAnywhere)
 {
-    const std::string good = inFile(kGerman);
+    const std::string good = test::utf16File(kGerman);
     for (std::size_t size = 0; size < good.size(); ++size) {
         speakBytes(good.substr(0, size));
         const std::string seen = text(kPlain);

@@ -353,13 +353,15 @@ TEST_F(HostTablesTest, ItemsMessagesAndProgress)
     gIsChecked = true;
     face<ISinkProgressDialog>(64).SetProgressHandler(as<IProgressHandler>(gProgress));
     calls();
-    unsigned long count = 0;
-    EXPECT_EQ(face<ISink3>(37).PushAllMediaItems(*as<ISinkEnumMediaItem>(gItems),
-                  *as<IDisplayMsgHandler>(gDisplay),
-                  count,
-                  nullptr,
-                  noteDeletion),
-        kFxOk);
+    const auto push = [this] {
+        unsigned long count = 0;
+        return face<ISink3>(37).PushAllMediaItems(*as<ISinkEnumMediaItem>(gItems),
+            *as<IDisplayMsgHandler>(gDisplay),
+            count,
+            nullptr,
+            noteDeletion);
+    };
+    EXPECT_EQ(push(), kFxOk);
     EXPECT_THAT(calls(),
         ElementsAre("GetSource",
             "GetCount",
@@ -377,12 +379,7 @@ TEST_F(HostTablesTest, ItemsMessagesAndProgress)
             "Next: end",
             "FinishProgress 1"));
     gIsChecked = false;
-    EXPECT_EQ(face<ISink3>(37).PushAllMediaItems(*as<ISinkEnumMediaItem>(gItems),
-                  *as<IDisplayMsgHandler>(gDisplay),
-                  count,
-                  nullptr,
-                  noteDeletion),
-        kFxOk);
+    EXPECT_EQ(push(), kFxOk);
     EXPECT_EQ(gCalls.back(), "DisplayMessage 17");
     gCalls.clear();
     close();

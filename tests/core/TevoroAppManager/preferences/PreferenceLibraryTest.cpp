@@ -30,6 +30,34 @@ protected:
         EXPECT_EQ(record->backdropColour, 0xffd2d2d2U);
         EXPECT_EQ(util().SetPreferences(record.record), kFxErrNotInitialised);
     }
+
+    // Of a user, some of them odd.
+    void putChoices()
+    {
+        record->setApplyMetadataAuthorName("J\u00f6rg", 0);
+        record->setApplyMetadataTemplateName(std::string(300, 't').c_str(), 0);
+        record->setApplyMetadataCopyright("\xff\xfe bytes", 0);
+        record->SetMobileFolderSetting("", 0);
+        record->setBatchRenamePreference("a rule", 0);
+        test::put(record->location, "/fotos/\u00fcber <all>");
+        record->renameSequenceNumber = 1234;
+        record->dontShowAgainFlags = 0x80000001;
+        record->option3 = true;
+        record->gridFilter = -5;
+    }
+    void expectChoices()
+    {
+        EXPECT_EQ(record->getApplyMetadataAuthorName(), "J\u00f6rg");
+        EXPECT_EQ(record->getApplyMetadataTemplateName(), std::string(300, 't'));
+        EXPECT_EQ(record->getApplyMetadataCopyright(), "\xff\xfe bytes");
+        EXPECT_EQ(record->GetMobileFolderSetting(), "");
+        EXPECT_EQ(record->getBatchRenamePreference(), "a rule");
+        EXPECT_EQ(test::utf8(record->location), "/fotos/\u00fcber <all>");
+        EXPECT_EQ(record->renameSequenceNumber, 1234);
+        EXPECT_EQ(record->dontShowAgainFlags, 0x80000001U);
+        EXPECT_TRUE(record->option3);
+        EXPECT_EQ(record->gridFilter, -5);
+    }
 };
 
 // The file names of this process's libraries, in the order in which it has loaded them.
@@ -100,16 +128,7 @@ TEST_F(PreferenceLibraryTest, KeepsWhatWasSetForTheNextSink)
     openWithPanel();
     get();
     record.dropStrings();
-    record->setApplyMetadataAuthorName("J\u00f6rg", 0);
-    record->setApplyMetadataTemplateName(std::string(300, 't').c_str(), 0);
-    record->setApplyMetadataCopyright("\xff\xfe bytes", 0);
-    record->SetMobileFolderSetting("", 0);
-    record->setBatchRenamePreference("a rule", 0);
-    test::put(record->location, "/fotos/\u00fcber <all>");
-    record->renameSequenceNumber = 1234;
-    record->dontShowAgainFlags = 0x80000001;
-    record->option3 = true;
-    record->gridFilter = -5;
+    putChoices();
     panel.check("launchtevoro_checkbox", false);
     panel.check("deletefiles_checkbox");
     panel.check("savecopies_checkbox");
@@ -122,16 +141,7 @@ TEST_F(PreferenceLibraryTest, KeepsWhatWasSetForTheNextSink)
     panel.check("launchtevoro_checkbox");
     panel.check("deletefiles_checkbox", false);
     get();
-    EXPECT_EQ(record->getApplyMetadataAuthorName(), "J\u00f6rg");
-    EXPECT_EQ(record->getApplyMetadataTemplateName(), std::string(300, 't'));
-    EXPECT_EQ(record->getApplyMetadataCopyright(), "\xff\xfe bytes");
-    EXPECT_EQ(record->GetMobileFolderSetting(), "");
-    EXPECT_EQ(record->getBatchRenamePreference(), "a rule");
-    EXPECT_EQ(test::utf8(record->location), "/fotos/\u00fcber <all>");
-    EXPECT_EQ(record->renameSequenceNumber, 1234);
-    EXPECT_EQ(record->dontShowAgainFlags, 0x80000001U);
-    EXPECT_TRUE(record->option3);
-    EXPECT_EQ(record->gridFilter, -5);
+    expectChoices();
     EXPECT_FALSE(panel.control("launchtevoro_checkbox").checked);
     EXPECT_TRUE(panel.control("deletefiles_checkbox").checked);
     EXPECT_TRUE(panel.control("savecopies_checkbox").checked);

@@ -63,6 +63,68 @@ const Lines kReadLast = {"Location",
     "Option3Pref",
     "GridFilterPref"};
 
+const std::map<std::string, std::string> kStoredBytes = {{"BatchRenamePreference", "rule"},
+    {"ApplyMetadataAuthorName", "Ann"},
+    {"ApplyMetadataCopyright", "(c) Ann"},
+    {"ApplyMetadataTemplateName", "plain"},
+    {"MobileFolderSetting", "/mobile"}};
+const std::map<std::string, std::string> kStoredTexts = {{"BatchRenamePreferenceSize", "5"},
+    {"CreateSubfoldersComboIndex", "-2"},
+    {"RenameFilesComboIndex", "4"},
+    {"ApplyMetadataGroupOpen", "0"},
+    {"ApplyMetadataAuthorNameSize", "4"},
+    {"ApplyMetadataCopyrightSize", "8"},
+    {"ApplyMetadataTemplateNameSize", "6"},
+    {"MobileFolderSettingSize", "8"},
+    {"CustomGroupOpen", "0"},
+    {"RenameSequenceNumber", "17"},
+    {"PreserveOriginalFilename", "1"},
+    {"QuickViewerMode", "2"},
+    {"Location", "/photos"},
+    {"DontShowAgainFlags", "-1"},
+    {"Option1Pref", "0"},
+    {"Option2Pref", "1"},
+    {"Option3Pref", "12"},
+    {"GridFilterPref", "3"}};
+
+// Of a record with a conversion and these copies.
+Lines writesWith(const std::string& copies)
+{
+    return {"set 3 BatchRenamePreferenceSize=5",
+        "setbytes 3 BatchRenamePreference=rule",
+        "set 3 CreateSubfoldersComboIndex=0",
+        "set 3 RenameFilesComboIndex=0",
+        "set 3 ApplyMetadataGroupOpen=0",
+        "set 3 ApplyMetadataTemplateNameSize=6",
+        "setbytes 3 ApplyMetadataTemplateName=plain",
+        "set 3 ApplyMetadataAuthorNameSize=4",
+        "setbytes 3 ApplyMetadataAuthorName=Ann",
+        "set 3 ApplyMetadataCopyrightSize=1",
+        "setbytes 3 ApplyMetadataCopyright=",
+        "set 3 MobileFolderSettingSize=3",
+        "setbytes 3 MobileFolderSetting=/m",
+        "set 3 CustomGroupOpen=0",
+        "set 3 RenameSequenceNumber=7",
+        "set 3 PreserveOriginalFilename=0",
+        "set 3 QuickViewerMode=7",
+        "set 3 OpenTevoro=0",
+        "set 3 DeleteOriginals=1",
+        "set 3 ConvertToDNG=1",
+        "set 3 DNGOutputUncompressed=1",
+        "set 3 DNGOutputLinear=0",
+        "set 3 DNGEmbeddRAW=1",
+        "set 3 DNGJpegPreviewSize=2",
+        "set 3 SaveToSecondaryLocation=1",
+        "set 3 SecondaryLocation=" + copies,
+        "set 3 Location=/photos",
+        "set 3 DontShowAgainFlags=4",
+        "set 3 Option1Pref=1",
+        "set 3 Option2Pref=0",
+        "set 3 Option3Pref=0",
+        "set 3 GridFilterPref=-3",
+        "save 3"};
+}
+
 class SinkPreferencesTest : public test::PreferencesFixture {
 protected:
     // The store asked once, with the texts given; what was asked is then in store->calls.
@@ -137,29 +199,8 @@ TEST_F(SinkPreferencesTest, ReadsTheKeysOfEachControlThatIsThere)
 TEST_F(SinkPreferencesTest, FillsTheRecordFromTheStore)
 {
     script();
-    store->byteStrings = {{"BatchRenamePreference", "rule"},
-        {"ApplyMetadataAuthorName", "Ann"},
-        {"ApplyMetadataCopyright", "(c) Ann"},
-        {"ApplyMetadataTemplateName", "plain"},
-        {"MobileFolderSetting", "/mobile"}};
-    getWith({{"BatchRenamePreferenceSize", "5"},
-        {"CreateSubfoldersComboIndex", "-2"},
-        {"RenameFilesComboIndex", "4"},
-        {"ApplyMetadataGroupOpen", "0"},
-        {"ApplyMetadataAuthorNameSize", "4"},
-        {"ApplyMetadataCopyrightSize", "8"},
-        {"ApplyMetadataTemplateNameSize", "6"},
-        {"MobileFolderSettingSize", "8"},
-        {"CustomGroupOpen", "0"},
-        {"RenameSequenceNumber", "17"},
-        {"PreserveOriginalFilename", "1"},
-        {"QuickViewerMode", "2"},
-        {"Location", "/photos"},
-        {"DontShowAgainFlags", "-1"},
-        {"Option1Pref", "0"},
-        {"Option2Pref", "1"},
-        {"Option3Pref", "12"},
-        {"GridFilterPref", "3"}});
+    store->byteStrings = kStoredBytes;
+    getWith(kStoredTexts);
     EXPECT_EQ(record->getBatchRenamePreference(), "rule");
     EXPECT_EQ(record->batchRenameLength, 5U);
     EXPECT_EQ(record->createSubfoldersIndex, -2);
@@ -399,40 +440,7 @@ TEST_F(SinkPreferencesTest, WritesTheKeysInTheirOrder)
     panel.check("launchtevoro_checkbox", false);
     store->calls.clear();
     set();
-    EXPECT_THAT(store->calls,
-        ElementsAre("set 3 BatchRenamePreferenceSize=5",
-            "setbytes 3 BatchRenamePreference=rule",
-            "set 3 CreateSubfoldersComboIndex=0",
-            "set 3 RenameFilesComboIndex=0",
-            "set 3 ApplyMetadataGroupOpen=0",
-            "set 3 ApplyMetadataTemplateNameSize=6",
-            "setbytes 3 ApplyMetadataTemplateName=plain",
-            "set 3 ApplyMetadataAuthorNameSize=4",
-            "setbytes 3 ApplyMetadataAuthorName=Ann",
-            "set 3 ApplyMetadataCopyrightSize=1",
-            "setbytes 3 ApplyMetadataCopyright=",
-            "set 3 MobileFolderSettingSize=3",
-            "setbytes 3 MobileFolderSetting=/m",
-            "set 3 CustomGroupOpen=0",
-            "set 3 RenameSequenceNumber=7",
-            "set 3 PreserveOriginalFilename=0",
-            "set 3 QuickViewerMode=7",
-            "set 3 OpenTevoro=0",
-            "set 3 DeleteOriginals=1",
-            "set 3 ConvertToDNG=1",
-            "set 3 DNGOutputUncompressed=1",
-            "set 3 DNGOutputLinear=0",
-            "set 3 DNGEmbeddRAW=1",
-            "set 3 DNGJpegPreviewSize=2",
-            "set 3 SaveToSecondaryLocation=1",
-            "set 3 SecondaryLocation=" + tree.path("copies"),
-            "set 3 Location=/photos",
-            "set 3 DontShowAgainFlags=4",
-            "set 3 Option1Pref=1",
-            "set 3 Option2Pref=0",
-            "set 3 Option3Pref=0",
-            "set 3 GridFilterPref=-3",
-            "save 3"));
+    EXPECT_THAT(store->calls, ElementsAreArray(writesWith(tree.path("copies"))));
 }
 
 TEST_F(SinkPreferencesTest, WritesNoOptionsOfAConversionThatIsOff)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "registry/TevoroTalkConnector.h"
+#include "core/registry/support/RecordingConnector.h"
 
 #include <map>
 #include <string>
@@ -10,11 +10,10 @@
 namespace test {
 
 // A connector whose applications a test writes down. Owned by the bus once it was set.
-class TestRegistry : public ScObjects::TevoroTalkConnector {
+class TestRegistry : public RecordingConnector {
 public:
-    using SoString = ScObjects::SoString;
-    using ScObjects::TevoroTalkConnector::registerApplication;
-    using ScObjects::TevoroTalkConnector::unregisterApplication;
+    using RecordingConnector::registerApplication;
+    using RecordingConnector::unregisterApplication;
 
     struct Group {
         std::string name;
@@ -22,7 +21,7 @@ public:
     };
 
     explicit TestRegistry(const SoString& appName = "self-1.0")
-        : TevoroTalkConnector(appName)
+        : RecordingConnector(appName)
         , self(appName.get())
     {
     }
@@ -82,31 +81,6 @@ public:
         return found != processes.end() ? found->second : 0;
     }
 
-    // Changes are written down in `calls`, and answered with `answer`.
-    bool registerApplication(const Specifier& specifier,
-        const SoString& path,
-        const SoString* displayName,
-        bool first,
-        bool second) override
-    {
-        return note("register",
-            {specifier, path, orNull(displayName), first ? "1" : "0", second ? "1" : "0"});
-    }
-    bool unregisterApplication(const Specifier& specifier, const SoString* displayName) override
-    {
-        return note("unregister", {specifier, orNull(displayName)});
-    }
-    bool addToGroup(
-        const Specifier& specifier, const SoString& group, const SoString* version) override
-    {
-        return note("add", {specifier, group, orNull(version)});
-    }
-    bool removeFromGroup(
-        const Specifier& specifier, const SoString& group, const SoString* version) override
-    {
-        return note("remove", {specifier, group, orNull(version)});
-    }
-
     SoString getName() const override { return "test"; }
     bool initLists(ScObjects::QKConnectorAppInfoList&, ScObjects::SoVector<SoString>&) override
     {
@@ -123,20 +97,6 @@ public:
     std::map<std::string, std::uint32_t> processes;
     bool authenticates = true;
     bool digests = true;
-    bool answer = true;
-    std::vector<std::string> calls;
-
-private:
-    static SoString orNull(const SoString* text) { return text != nullptr ? *text : "(null)"; }
-
-    bool note(const char* what, const std::vector<SoString>& arguments)
-    {
-        std::string call = what;
-        for (const SoString& argument : arguments)
-            call.append(" ").append(argument.get());
-        calls.push_back(call);
-        return answer;
-    }
 };
 
 } // namespace test

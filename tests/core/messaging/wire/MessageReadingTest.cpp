@@ -11,6 +11,8 @@ using namespace ScObjects;
 using test::bytes;
 using test::described;
 
+constexpr char kWhat[] = "version=2.05 target=t sender=s type=Quillscriber"; // of kHead
+
 class MessageReadingTest : public test::MessageWireFixture { };
 
 } // namespace
@@ -18,7 +20,7 @@ class MessageReadingTest : public test::MessageWireFixture { };
 TEST_F(MessageReadingTest, ReadsGoodTexts)
 {
     const std::string head = test::kHead;
-    const std::string what = "version=2.05 target=t sender=s type=Quillscriber";
+    const std::string what = kWhat;
     test::expectRead({
         {"all lines",
             "@QK>Version:2.05\nTarget:t\nSender:s\nSender-ID:localhost:mac7\nTimeout:5\nType:Own\n"
@@ -35,6 +37,14 @@ TEST_F(MessageReadingTest, ReadsGoodTexts)
             "Sender:s\nTarget:t\nType:Own\n@QK>Version:2.05\n\n",
             "version=2.05 target=t sender=s type=Own"},
         {"an error code", head + "Error-Code:53\n\n", what + " Error-Code=53"},
+    });
+}
+
+TEST_F(MessageReadingTest, ReadsMarkedHeaders)
+{
+    const std::string head = test::kHead;
+    const std::string what = kWhat;
+    test::expectRead({
         {"a mark", head + "@HDR>Timeout:9\n\n", what + " Timeout=9"},
         {"a mark on an ordinary name", head + "@HDR>Name:1\n\n", what + " Name=1"},
         {"two marks", head + "@HDR>@HDR>Name:1\n\n", what + " @HDR>Name=1"},
@@ -50,6 +60,14 @@ TEST_F(MessageReadingTest, ReadsGoodTexts)
         {"a mark behind a version of the old name",
             "Version:2.0\n@HDR>Type:x\nTarget:t\n\n",
             "version=@QK>2.0 target=t type=Quillscriber Type=x"},
+    });
+}
+
+TEST_F(MessageReadingTest, KeepsNamesAndValuesAsTheyStand)
+{
+    const std::string head = test::kHead;
+    const std::string what = kWhat;
+    test::expectRead({
         {"a value with colons", head + "Name:1:2:\n\n", what + " Name=1:2:"},
         {"blanks stay", head + "Name: a b \n Other :c\n\n", what + "  Other =c Name= a b "},
         {"a carriage return stays", head + "Name:1\r\n\n", what + " Name=1\r"},
@@ -73,7 +91,7 @@ TEST_F(MessageReadingTest, ReadsGoodTexts)
 TEST_F(MessageReadingTest, ReadsOfBadTextsWhatThereIs)
 {
     const std::string head = test::kHead;
-    const std::string what = "version=2.05 target=t sender=s type=Quillscriber";
+    const std::string what = kWhat;
     const std::string none = "version=1.0 type=Quillscriber";
     test::expectRead({
         {"nothing", "", none},
@@ -97,6 +115,18 @@ TEST_F(MessageReadingTest, ReadsOfBadTextsWhatThereIs)
         {"the end in a value", head + "Name:Val", what + " Name=Val"},
         {"the end behind a colon", head + "Name:", what + " Name=(empty)"},
         {"the end behind a line", head, what},
+        {"a digest without a value", "@QK>MD5:\n" + head + "\n", what},
+        {"bytes of every kind",
+            head + "\x01\xff\x80:\x7f\xfe\n\n",
+            what + " \x01\xff\x80=\x7f\xfe"},
+    });
+}
+
+TEST_F(MessageReadingTest, ReadsOfBodiesOfBadLengthsWhatThereIs)
+{
+    const std::string head = test::kHead;
+    const std::string what = kWhat;
+    test::expectRead({
         {"the end before the body", head + "Content-Length:4\n", what},
         {"a body that is too short", head + "Content-Length:9\n\nbody", what + " body=body"},
         {"a huge length", head + "Content-Length:4294967295\n\nbody", what + " body=body"},
@@ -114,6 +144,14 @@ TEST_F(MessageReadingTest, ReadsOfBadTextsWhatThereIs)
         {"a hexadecimal length", head + "Content-Length:0x4\n\nbody", what},
         {"blanks and a sign in front", head + "Content-Length: \t+2\n\nbody", what + " body=bo"},
         {"two lengths", head + "Content-Length:1\nContent-Length:2\n\nbody", what + " body=bo"},
+    });
+}
+
+TEST_F(MessageReadingTest, ReadsOfBadNumbersWhatThereIs)
+{
+    const std::string head = test::kHead;
+    const std::string what = kWhat;
+    test::expectRead({
         {"a number that is none", head + "Serial-Number:x\n\n", what},
         {"a number with a tail", head + "Serial-Number:12x3\n\n", what + " serial=12"},
         {"a negative number", head + "Serial-Number:-2\n\n", what + " serial=4294967294"},
@@ -129,10 +167,6 @@ TEST_F(MessageReadingTest, ReadsOfBadTextsWhatThereIs)
             head + "Timestamp:99999999999999999999\nTimeout:2147483647\n\n",
             "version=2.05 target=t sender=s timeout=2147483647 type=Quillscriber "
             "timestamp=9007199254740992"},
-        {"a digest without a value", "@QK>MD5:\n" + head + "\n", what},
-        {"bytes of every kind",
-            head + "\x01\xff\x80:\x7f\xfe\n\n",
-            what + " \x01\xff\x80=\x7f\xfe"},
     });
 }
 

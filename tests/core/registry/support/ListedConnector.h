@@ -1,8 +1,8 @@
 #pragma once
 
+#include "core/registry/support/RecordingConnector.h"
 #include "registry/QKConnectorAppInfo.h"
 #include "registry/QKConnectorAppInfoList.h"
-#include "registry/TevoroTalkConnector.h"
 
 #include <string>
 #include <utility>
@@ -18,12 +18,12 @@ inline ScObjects::QKConnectorAppInfo record(const char* specifier, const char* p
     return info;
 }
 
-// A connector over lists that a test writes down. What it is told to change it writes into `calls`,
-// and answers with `answer`.
-class ListedConnector : public ScObjects::TevoroTalkConnector {
+// A connector over lists that a test writes down.
+class ListedConnector : public RecordingConnector {
 public:
-    using SoString = ScObjects::SoString;
     using Info = ScObjects::QKConnectorAppInfo;
+    using RecordingConnector::registerApplication;
+    using RecordingConnector::unregisterApplication;
     using TevoroTalkConnector::doRegisterApplication;
     using TevoroTalkConnector::getAppInfoList;
     using TevoroTalkConnector::getGroupsCache;
@@ -31,7 +31,7 @@ public:
     explicit ListedConnector(std::vector<Info> applications = {},
         std::vector<std::string> groups = {},
         const SoString& appName = "self-1.0")
-        : TevoroTalkConnector(appName)
+        : RecordingConnector(appName)
         , records(std::move(applications))
         , entries(std::move(groups))
     {
@@ -60,54 +60,17 @@ public:
             groups.append(new SoString(entry.c_str()));
         return isReadable;
     }
-    bool registerApplication(const Specifier& specifier,
-        const SoString& path,
-        const SoString* displayName,
-        bool first,
-        bool second) override
-    {
-        return note("register",
-            {specifier, path, orNull(displayName), first ? "1" : "0", second ? "1" : "0"});
-    }
-    bool unregisterApplication(const Specifier& specifier, const SoString* displayName) override
-    {
-        return note("unregister", {specifier, orNull(displayName)});
-    }
     bool registerApplication(Info& info) override
     {
         return note("record", {info.specifier, info.path, info.displayName});
     }
     bool unregisterApplication(const Info&) override { return false; }
-    bool addToGroup(
-        const Specifier& specifier, const SoString& group, const SoString* version) override
-    {
-        return note("add", {specifier, group, orNull(version)});
-    }
-    bool removeFromGroup(
-        const Specifier& specifier, const SoString& group, const SoString* version) override
-    {
-        return note("remove", {specifier, group, orNull(version)});
-    }
 
     std::string name = "listed";
     std::vector<Info> records;
     std::vector<std::string> entries;
     bool isReadable = true;
-    bool answer = true;
     int timesRead = 0;
-    std::vector<std::string> calls;
-
-private:
-    static SoString orNull(const SoString* text) { return text != nullptr ? *text : "(null)"; }
-
-    bool note(const char* what, const std::vector<SoString>& arguments)
-    {
-        std::string call = what;
-        for (const SoString& argument : arguments)
-            call.append(" ").append(argument.get());
-        calls.push_back(call);
-        return answer;
-    }
 };
 
 } // namespace test

@@ -4,9 +4,9 @@
 #include "lexkit/Dictionary.h"
 #include "lexkit/EncodingInfo.h"
 #include "lexkit/ZString.h"
+#include "support/Utf16File.h"
 
 #include <bit>
-#include <cstring>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -52,14 +52,7 @@ inline lexkit::ZString zstring(std::u16string_view text)
 // A file in UTF-16 with a mark, in host order or in the other one.
 inline std::string utf16File(std::u16string_view text, bool isSwapped = false)
 {
-    std::string bytes;
-    for (const char16_t unit : u'\xFEFF' + std::u16string(text)) {
-        char pair[2];
-        std::memcpy(pair, &unit, sizeof pair);
-        bytes += isSwapped ? pair[1] : pair[0];
-        bytes += isSwapped ? pair[0] : pair[1];
-    }
-    return bytes;
+    return test::utf16File(text, isSwapped == (std::endian::native == std::endian::little));
 }
 
 inline void readStream(lexkit::Dictionary& dictionary, const std::string& file)

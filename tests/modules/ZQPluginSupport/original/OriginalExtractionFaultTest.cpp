@@ -5,8 +5,7 @@
 #include "modules/ZQPluginSupport/original/support/MadeDng.h"
 #include "platform/common/files/FileCopy.h"
 #include "support/NoiseSource.h"
-#include "support/TestFolder.h"
-#include "support/faults/ShimmedProgram.h"
+#include "support/faults/FaultFixture.h"
 
 #include <cerrno>
 #include <csignal>
@@ -20,46 +19,23 @@ namespace {
 
 using dng::ExtractOutcome;
 
-class OriginalExtractionFaultTest : public testing::Test {
+class OriginalExtractionFaultTest : public test::FaultFixture {
 protected:
     OriginalExtractionFaultTest()
     {
         m_folder.write("a.dng",
             test::MadeDng{.record = test::recordOf("a.CRW", m_raw), .value = test::embedded(m_raw)}
                 .bytes());
-        startOver();
-    }
-
-    void startOver() const
-    {
-        fs::remove_all(m_folder.path("to"));
-        fs::create_directory(m_folder.path("to"));
     }
 
     test::ShimmedProgram program(const std::string& only = {}) const
     {
-        test::ShimmedProgram extraction(
-            FAULT_SHIM, {EXTRACTION_PROBE, m_folder.path("a.dng"), m_folder.path("to")});
-        extraction.with("FAULT_ROOT", m_folder.path()).with("FAULT_COUNT_FILE", countFile());
-        extraction.with("FAULT_ONLY", only);
-        return extraction;
+        return shimmed({EXTRACTION_PROBE, m_folder.path("a.dng"), target()}, m_folder.path(), only);
     }
-    std::string countFile() const { return m_counts.path("count"); }
-
-    // File calls of an extraction that nothing disturbs.
-    int calls(const std::string& only = {}) const
-    {
-        startOver();
-        EXPECT_EQ(program(only).run().status, 0);
-        return std::stoi(test::read(countFile()));
-    }
-
+    int calls(const std::string& only = {}) const { return callsOf(program(only)); }
     bool isWhole() const { return test::read(m_folder.path("to/a.CRW")) == m_raw; }
-    bool isEmpty() const { return fs::is_empty(m_folder.path("to")); }
 
     const std::string m_raw = tests::NoiseSource(1).bytes(150'000);
-    test::TestFolder m_folder;
-    test::TestFolder m_counts;
 };
 
 } // namespace
@@ -90,7 +66,7 @@ TEST_F(OriginalExtractionFaultTest, LeavesAWholeFileOrNoneUnderTheNameWhenItIsKi
         if (fs::exists(m_folder.path("to/a.CRW"))) {
             EXPECT_TRUE(isWhole()) << "call " << n;
         }
-        Pt::removeStaleCopies(m_folder.path("to"));
+        Pt::removeStaleCopies(target());
         fs::remove(m_folder.path("to/a.CRW"));
         EXPECT_TRUE(isEmpty()) << "call " << n;
     }

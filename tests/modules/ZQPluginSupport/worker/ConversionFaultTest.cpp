@@ -3,8 +3,7 @@
 #include "ZQPluginSupport/ZQPluginSupport.h"
 #include "modules/ZQPluginSupport/support/TinyRaw.h"
 #include "platform/common/files/FileCopy.h"
-#include "support/TestFolder.h"
-#include "support/faults/ShimmedProgram.h"
+#include "support/faults/FaultFixture.h"
 
 #include <cerrno>
 #include <csignal>
@@ -14,41 +13,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class ConversionFaultTest : public testing::Test {
+class ConversionFaultTest : public FaultFixture {
 protected:
     ConversionFaultTest()
     {
-        startOver();
         EXPECT_EQ(program().run().status, kZQPluginDone);
         m_whole = read(dng());
         EXPECT_GT(m_whole.size(), 10'000U);
     }
 
     std::string dng() const { return m_folder.path("to/A.dng"); }
-    void startOver() const
-    {
-        fs::remove_all(m_folder.path("to"));
-        fs::create_directory(m_folder.path("to"));
-    }
     ShimmedProgram program(const std::string& only = {}) const
     {
-        ShimmedProgram conversion(FAULT_SHIM, {CONVERSION_PROBE, m_raw, m_folder.path("to")});
-        conversion.with("FAULT_ROOT", m_folder.path("to"))
-            .with("FAULT_COUNT_FILE", m_counts.path("count"));
-        return conversion.with("FAULT_ONLY", only);
+        return shimmed({CONVERSION_PROBE, m_raw, target()}, target(), only);
     }
-    // File calls of a conversion that nothing disturbs.
-    int calls(const std::string& only = {}) const
-    {
-        startOver();
-        EXPECT_EQ(program(only).run().status, kZQPluginDone);
-        return std::stoi(read(m_counts.path("count")));
-    }
+    int calls(const std::string& only = {}) const { return callsOf(program(only)); }
     bool isWhole() const { return read(dng()) == m_whole; }
-    bool isEmpty() const { return fs::is_empty(m_folder.path("to")); }
 
-    TestFolder m_folder;
-    TestFolder m_counts;
     const std::string m_raw = m_folder.write("A.CR2", tinyRaw());
     std::string m_whole;
 };
@@ -76,7 +57,7 @@ TEST_F(ConversionFaultTest, LeavesAWholeDngOrNoneWhenItIsKilled)
         if (fs::exists(dng())) {
             EXPECT_TRUE(isWhole()) << "call " << n;
         }
-        Pt::removeStaleCopies(m_folder.path("to"));
+        Pt::removeStaleCopies(target());
         fs::remove(dng());
         EXPECT_TRUE(isEmpty()) << "call " << n;
     }

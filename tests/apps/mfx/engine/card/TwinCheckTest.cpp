@@ -14,7 +14,7 @@ namespace {
 using Names = std::vector<std::string>;
 using ::tests::ImageTags;
 
-constexpr char kOriginal[] = "Exif.Photo.DateTimeOriginal";
+constexpr char kOriginalTag[] = "Exif.Photo.DateTimeOriginal";
 constexpr char kChanged[] = "Exif.Image.DateTime";
 constexpr char kMake[] = "Exif.Image.Make";
 constexpr char kModel[] = "Exif.Image.Model";
@@ -29,7 +29,7 @@ protected:
     }
     void addPhoto(const std::string& name, const std::string& date)
     {
-        addPhoto(name, ImageTags{{kOriginal, date}});
+        addPhoto(name, ImageTags{{kOriginalTag, date}});
     }
 
     std::vector<Names> groups()
@@ -66,8 +66,8 @@ TEST_F(TwinCheckTest, TakesPhotosApartThatWereTakenAtDifferentTimes)
 
 TEST_F(TwinCheckTest, TakesPhotosOfTwoCamerasApart)
 {
-    addPhoto("A.CR2", {{kOriginal, kNoon}, {kMake, "Mfx"}, {kModel, "One"}});
-    addPhoto("A.JPG", {{kOriginal, kNoon}, {kMake, "Mfx"}, {kModel, "Two"}});
+    addPhoto("A.CR2", {{kOriginalTag, kNoon}, {kMake, "Mfx"}, {kModel, "One"}});
+    addPhoto("A.JPG", {{kOriginalTag, kNoon}, {kMake, "Mfx"}, {kModel, "Two"}});
     addPhoto("B.CR2", {{kMake, "Mfx"}});
     addPhoto("B.JPG", {{kMake, "Other"}});
     EXPECT_THAT(
@@ -83,7 +83,7 @@ TEST_F(TwinCheckTest, TakesTwoImagesApart)
 
 TEST_F(TwinCheckTest, TakesWhatIsNotSaidForNoEvidence)
 {
-    addPhoto("A.CR2", {{kOriginal, kNoon}, {kMake, "Mfx"}});
+    addPhoto("A.CR2", {{kOriginalTag, kNoon}, {kMake, "Mfx"}});
     addPhoto("A.JPG", ImageTags{{kModel, "Two"}});
     addPhoto("B.CR2", kNoon);
     card.add("B.JPG", "no picture at all");

@@ -2,6 +2,7 @@
 
 #include "apps/mfx/engine/CardFixture.h"
 #include "apps/mfx/engine/MovieBytes.h"
+#include "apps/mfx/engine/dates/CaptureDates.h"
 #include "support/TinyJpeg.h"
 
 #include <ctime>
@@ -16,13 +17,6 @@ using namespace mfx::tests;
 using ::tests::ImageTags;
 using ::tests::tinyJpegBytes;
 using ::tests::writeTinyJpeg;
-
-constexpr std::uint64_t kSeptember2001 = 3'082'844'800; // 1000000000 in seconds since 1904
-
-std::string text(const CaptureDate& date)
-{
-    return date.moment ? isoText(*date.moment) : "nothing";
-}
 
 // The zone of this machine, for one test.
 class ZoneGuard {
@@ -90,7 +84,7 @@ TEST_F(CaptureDateTest, AsksTheSourcesOfAPhotoInOrder)
         ImageTags tags = kAllDates;
         for (std::size_t i = 0; i < expected.size(); ++i) {
             const CaptureDate date = dateWith(tags);
-            EXPECT_EQ(text(date), expected[i].first) << bad;
+            EXPECT_EQ(isoTextOf(date), expected[i].first) << bad;
             EXPECT_EQ(date.source, expected[i].second) << bad;
             EXPECT_FALSE(date.readFailed);
             if (i < tags.size())
@@ -106,16 +100,16 @@ TEST_F(CaptureDateTest, AddsSubSecondsAndOffsetOfTheSameDate)
         {"Exif.Photo.OffsetTimeOriginal", "-04:00"},
         {"Exif.Photo.SubSecTimeDigitized", "99"},
         {"Exif.Photo.OffsetTime", "+09:00"}};
-    EXPECT_EQ(text(dateWith(tags)), "2022-01-10T15:15:44.25-04:00");
+    EXPECT_EQ(isoTextOf(dateWith(tags)), "2022-01-10T15:15:44.25-04:00");
     ImageTags damaged = tags;
     damaged[1].second = "x";
     damaged[2].second = "   :  ";
-    EXPECT_EQ(text(dateWith(damaged)), "2022-01-10T15:15:44");
+    EXPECT_EQ(isoTextOf(dateWith(damaged)), "2022-01-10T15:15:44");
 }
 
 TEST_F(CaptureDateTest, TakesADateThatIsStillToCome)
 {
-    EXPECT_EQ(text(dateWith({{"Exif.Photo.DateTimeOriginal", "2099:01:01 00:00:00"}})),
+    EXPECT_EQ(isoTextOf(dateWith({{"Exif.Photo.DateTimeOriginal", "2099:01:01 00:00:00"}})),
         "2099-01-01T00:00:00");
 }
 
@@ -132,21 +126,21 @@ TEST_F(CaptureDateTest, NeverUsesTheZoneOfThisMachine)
              "CET-1CEST,M3.5.0,M10.5.0/3"}) {
         const ZoneGuard guard(zone);
         // The night in which summer time begins has no 02:30, and in autumn it comes twice.
-        EXPECT_EQ(text(dateWith({{"Exif.Photo.DateTimeOriginal", "2021:03:28 02:30:00"}})),
+        EXPECT_EQ(isoTextOf(dateWith({{"Exif.Photo.DateTimeOriginal", "2021:03:28 02:30:00"}})),
             "2021-03-28T02:30:00");
-        EXPECT_EQ(text(dateWith({{"Exif.Photo.DateTimeOriginal", "2021:10:31 02:30:00"}})),
+        EXPECT_EQ(isoTextOf(dateWith({{"Exif.Photo.DateTimeOriginal", "2021:10:31 02:30:00"}})),
             "2021-10-31T02:30:00");
-        EXPECT_EQ(text(dateWith({{"Xmp.xmp.CreateDate", "2021-03-28T02:30:00+09:00"}})),
+        EXPECT_EQ(isoTextOf(dateWith({{"Xmp.xmp.CreateDate", "2021-03-28T02:30:00+09:00"}})),
             "2021-03-28T02:30:00+09:00");
-        EXPECT_EQ(text(ownCaptureDate(m_card.path("a.mov"))), "2001-09-09T01:46:40+00:00");
-        EXPECT_EQ(text(fileTimeDate(status)), "2001-09-09T01:46:40.0+00:00");
+        EXPECT_EQ(isoTextOf(ownCaptureDate(m_card.path("a.mov"))), "2001-09-09T01:46:40+00:00");
+        EXPECT_EQ(isoTextOf(fileTimeDate(status)), "2001-09-09T01:46:40.0+00:00");
     }
 }
 
 TEST_F(CaptureDateTest, ReadsASidecarWithoutTurningItsZone)
 {
     const ZoneGuard guard("JST-9");
-    EXPECT_EQ(text(dateOfBytes(R"(<?xpacket begin="" id="W5M0MpCehiHzreSzNTczkc9d"?>
+    EXPECT_EQ(isoTextOf(dateOfBytes(R"(<?xpacket begin="" id="W5M0MpCehiHzreSzNTczkc9d"?>
 <x:xmpmeta xmlns:x="adobe:ns:meta/"><rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#">
 <rdf:Description rdf:about="" xmlns:exif="http://ns.adobe.com/exif/1.0/"
  exif:DateTimeOriginal="2021-04-08T14:51:13-06:00"/></rdf:RDF></x:xmpmeta>)")),
@@ -177,9 +171,9 @@ TEST_F(CaptureDateTest, FindsTagsFarBehindTheBeginning)
         + bigEndian(begin + 2 + 12 + 4, 4);
     std::string tiff = "MM" + bigEndian(42, 2) + bigEndian(begin, 4);
     tiff.resize(begin);
-    EXPECT_EQ(text(dateOfBytes(tiff)), "nothing");
+    EXPECT_EQ(isoTextOf(dateOfBytes(tiff)), "nothing");
     tiff += bigEndian(1, 2) + entry + bigEndian(0, 4) + date + '\0';
-    EXPECT_EQ(text(dateOfBytes(tiff)), "2021-04-08T14:51:13");
+    EXPECT_EQ(isoTextOf(dateOfBytes(tiff)), "2021-04-08T14:51:13");
 }
 
 TEST_F(CaptureDateTest, FindsNothingInOtherOrDamagedFiles)
@@ -187,7 +181,7 @@ TEST_F(CaptureDateTest, FindsNothingInOtherOrDamagedFiles)
     const std::string jpeg = tinyJpegBytes(kAllDates);
     for (std::size_t length = 0; length < jpeg.size(); length += length < 700 ? 1 : 97) {
         const CaptureDate date = dateOfBytes(jpeg.substr(0, length));
-        EXPECT_TRUE(!date.moment || date.moment->year == 2021) << length << text(date);
+        EXPECT_TRUE(!date.moment || date.moment->year == 2021) << length << isoTextOf(date);
     }
     for (const std::string& other : {std::string(),
              std::string("text\n"),
@@ -195,7 +189,7 @@ TEST_F(CaptureDateTest, FindsNothingInOtherOrDamagedFiles)
              tinyJpegBytes(),
              fileType("heic"),
              std::string("II*\0\xFF\xFF\xFF\xFF", 8)}) {
-        EXPECT_EQ(text(dateOfBytes(other)), "nothing");
+        EXPECT_EQ(isoTextOf(dateOfBytes(other)), "nothing");
         EXPECT_FALSE(dateOfBytes(other).readFailed);
     }
 }
@@ -231,7 +225,7 @@ TEST_F(CaptureDateTest, TakesTheFileTimeOnlyFromAClockThatWasSet)
         status.modified = seconds * 1'000'000'000;
         return fileTimeDate(status);
     };
-    EXPECT_EQ(text(atSecond(315'705'600)), "1980-01-03T00:00:00.0+00:00");
+    EXPECT_EQ(isoTextOf(atSecond(315'705'600)), "1980-01-03T00:00:00.0+00:00");
     EXPECT_EQ(atSecond(315'705'600).source, DateSource::kFileTime);
     for (const std::int64_t unset : {std::int64_t{0},
              std::int64_t{-1},
@@ -247,7 +241,7 @@ TEST_F(CaptureDateTest, DatesAGroupByItsFirstMemberWithADate)
     m_card.add("a.cr2", "no raw file");
     writeTinyJpeg(m_card.path("a.jpg"), {{"Exif.Image.DateTime", "2021:04:08 14:51:13"}});
     writeTinyJpeg(m_card.path("a.thm"), {{"Exif.Photo.DateTimeOriginal", "2020:01:01 01:01:01"}});
-    EXPECT_EQ(text(groupDate()), "2021-04-08T14:51:13");
+    EXPECT_EQ(isoTextOf(groupDate()), "2021-04-08T14:51:13");
 }
 
 TEST_F(CaptureDateTest, DatesAMovieByItsThumbnail)
@@ -255,7 +249,7 @@ TEST_F(CaptureDateTest, DatesAMovieByItsThumbnail)
     m_card.add("m.avi", aviMovie(""));
     writeTinyJpeg(m_card.path("m.thm"), {{"Exif.Photo.DateTimeOriginal", "2020:01:01 01:01:01"}});
     m_card.setFileTime("m.avi", 1'600'000'000);
-    EXPECT_EQ(text(groupDate()), "2020-01-01T01:01:01");
+    EXPECT_EQ(isoTextOf(groupDate()), "2020-01-01T01:01:01");
 }
 
 TEST_F(CaptureDateTest, DatesAGroupWithoutDatesByThePrimarysFileTime)
@@ -264,7 +258,7 @@ TEST_F(CaptureDateTest, DatesAGroupWithoutDatesByThePrimarysFileTime)
     m_card.add("a.jpg");
     m_card.setFileTime("a.cr2", 1'000'000'000);
     m_card.setFileTime("a.jpg", 1'600'000'000);
-    EXPECT_EQ(text(groupDate()), "2001-09-09T01:46:40.0+00:00");
+    EXPECT_EQ(isoTextOf(groupDate()), "2001-09-09T01:46:40.0+00:00");
     m_card.setFileTime("a.cr2", 0);
     EXPECT_EQ(groupDate(), CaptureDate{});
 }
@@ -298,11 +292,11 @@ TEST_F(CaptureDateTest, ReadsTheDatesOfTheSamples)
     }
     const ZoneGuard guard("JST-9"); // no zone of this machine may show
     for (const auto& [name, expected] : rows)
-        EXPECT_EQ(text(ownCaptureDate(samplePath(name))), expected) << name;
+        EXPECT_EQ(isoTextOf(ownCaptureDate(samplePath(name))), expected) << name;
     // In its XMP alone.
-    EXPECT_EQ(
-        text(ownCaptureDate(samplePath("jpeg/thompson-springs.jpg"))), "2022-01-10T15:15:44.31");
-    EXPECT_THAT(text(ownCaptureDate(samplePath("video/IMG_3589.HEIC"))),
+    EXPECT_EQ(isoTextOf(ownCaptureDate(samplePath("jpeg/thompson-springs.jpg"))),
+        "2022-01-10T15:15:44.31");
+    EXPECT_THAT(isoTextOf(ownCaptureDate(samplePath("video/IMG_3589.HEIC"))),
         testing::StartsWith("2020-04-17T10:03:48"));
 }
 

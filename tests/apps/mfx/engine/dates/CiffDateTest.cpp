@@ -47,7 +47,7 @@ std::string timeRecord(std::uint32_t seconds)
 const std::string kWhole = rawFile(heap({{0x2005, "picture"},
     {0x300A, heap({{0x0805, "text"}, {0x3002, heap({{0x180E, timeRecord(1'000'000'000)}})}})}}));
 
-CaptureDate dateOf(const std::string& bytes)
+CaptureDate ciffDateOf(const std::string& bytes)
 {
     std::istringstream stream(bytes);
     return ciffDate(stream);
@@ -55,7 +55,7 @@ CaptureDate dateOf(const std::string& bytes)
 
 TEST(CiffDateTest, FindsTheTimeRecordInItsHeaps)
 {
-    const CaptureDate date = dateOf(kWhole);
+    const CaptureDate date = ciffDateOf(kWhole);
     ASSERT_TRUE(date.moment);
     EXPECT_EQ(isoText(*date.moment), "2001-09-09T01:46:40");
     EXPECT_EQ(date.source, DateSource::kRawRecord);
@@ -72,7 +72,7 @@ TEST(CiffDateTest, KnowsItsForm)
 TEST(CiffDateTest, GivesNothingForADamagedFile)
 {
     for (std::size_t length = 0; length < kWhole.size(); ++length)
-        EXPECT_FALSE(dateOf(kWhole.substr(0, length)).moment) << length;
+        EXPECT_FALSE(ciffDateOf(kWhole.substr(0, length)).moment) << length;
     const std::string head = kWhole.substr(0, 26);
     for (const std::string& bad : {head + std::string(50, '\0'),
              head + std::string(50, '\xFF'),
@@ -82,7 +82,7 @@ TEST(CiffDateTest, GivesNothingForADamagedFile)
              rawFile(heap({{0x180E, timeRecord(0)}})),
              rawFile(heap({{0x580E, timeRecord(1'000'000'000)}})),
              "II" + little(0xFFFFFFFF, 4) + kWhole.substr(6)})
-        EXPECT_FALSE(dateOf(bad).moment);
+        EXPECT_FALSE(ciffDateOf(bad).moment);
 }
 
 TEST(CiffDateTest, EndsOnHeapsThatHoldThemselves)
@@ -93,7 +93,7 @@ TEST(CiffDateTest, EndsOnHeapsThatHoldThemselves)
     std::string loop = little(count, 2);
     for (std::uint32_t i = 0; i < count; ++i)
         loop += little(0x300A, 2) + little(size, 4) + little(0, 4);
-    EXPECT_FALSE(dateOf(rawFile(loop + little(0, 4))).moment);
+    EXPECT_FALSE(ciffDateOf(rawFile(loop + little(0, 4))).moment);
 }
 
 TEST(CiffDateTest, GoesOnlySoDeep)
@@ -101,7 +101,7 @@ TEST(CiffDateTest, GoesOnlySoDeep)
     std::string nested = heap({{0x180E, timeRecord(1'000'000'000)}});
     for (int i = 0; i < 10; ++i)
         nested = heap({{0x300A, nested}});
-    EXPECT_FALSE(dateOf(rawFile(nested)).moment);
+    EXPECT_FALSE(ciffDateOf(rawFile(nested)).moment);
 }
 
 } // namespace

@@ -1,14 +1,13 @@
 #include "platform/common/devices/PtIoDeviceFile.h"
 
 #include "core/platform/WideLiteral.h"
-#include "platform/common/services/PtExSystem.h"
+#include "core/platform/support/SystemFailure.h"
 #include "platform/common/text/PtUcs.h"
 #include "support/Environment.h"
 #include "support/OrdinaryUser.h"
 #include "support/TestFolder.h"
 
 #include <cerrno>
-#include <functional>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -21,16 +20,6 @@ namespace fs = std::filesystem;
 namespace {
 
 // The error number of the system failure that action throws, 0 when it throws none.
-int failureOf(const std::function<void()>& action)
-{
-    try {
-        action();
-    } catch (const Pt::ExSystem& failure) {
-        return failure.errorCode();
-    }
-    return 0;
-}
-
 // One folder, and no descriptor left at the end.
 class PtIoDeviceFileTest : public testing::Test {
 protected:
@@ -62,7 +51,7 @@ TEST_F(PtIoDeviceFileTest, OpensWhatIsThere)
     const std::string path = m_folder.write("old", "123");
     for (const int flags : {kPtIoReadOnly, kPtIoOpenExisting, PtIoDeviceFileFlags(5)}) {
         EXPECT_EQ(create(path, flags)->fileSize(), 3) << flags;
-        EXPECT_EQ(failureOf([&] { create(m_folder.path("none"), flags); }), ENOENT) << flags;
+        EXPECT_EQ(test::failureOf([&] { create(m_folder.path("none"), flags); }), ENOENT) << flags;
     }
 }
 
@@ -71,10 +60,12 @@ TEST_F(PtIoDeviceFileTest, OpensReadOnlyForFlagsItDoesNotKnow)
     const std::string path = m_folder.write("old", "123");
     fs::permissions(m_folder.path(), fs::perms(0755));
     fs::permissions(path, fs::perms(0444));
-    EXPECT_EQ(test::askedAsOrdinaryUser([&] { return failureOf([&] { create(path, 1); }); }), 0);
-    EXPECT_EQ(test::askedAsOrdinaryUser([&] { return failureOf([&] { create(path, 9); }); }), 0);
     EXPECT_EQ(
-        test::askedAsOrdinaryUser([&] { return failureOf([&] { create(path, 2); }); }), EACCES);
+        test::askedAsOrdinaryUser([&] { return test::failureOf([&] { create(path, 1); }); }), 0);
+    EXPECT_EQ(
+        test::askedAsOrdinaryUser([&] { return test::failureOf([&] { create(path, 9); }); }), 0);
+    EXPECT_EQ(test::askedAsOrdinaryUser([&] { return test::failureOf([&] { create(path, 2); }); }),
+        EACCES);
 }
 
 TEST_F(PtIoDeviceFileTest, EmptiesTheFileThatItCreatesNew)
@@ -122,10 +113,10 @@ TEST_F(PtIoDeviceFileTest, RemovesATemporaryFileWithItsLastPointer)
 TEST_F(PtIoDeviceFileTest, NeverMakesATemporaryFileOverWhatStandsThere)
 {
     const std::string path = m_folder.write("picture", "kept");
-    EXPECT_EQ(failureOf([&] { create(path, kPtIoTemporary); }), EEXIST);
+    EXPECT_EQ(test::failureOf([&] { create(path, kPtIoTemporary); }), EEXIST);
     EXPECT_EQ(test::read(path), "kept");
     fs::create_symlink("nowhere", m_folder.path("dead link"));
-    EXPECT_EQ(failureOf([&] { create(m_folder.path("dead link"), kPtIoTemporary); }), EEXIST);
+    EXPECT_EQ(test::failureOf([&] { create(m_folder.path("dead link"), kPtIoTemporary); }), EEXIST);
     EXPECT_FALSE(fs::exists(m_folder.path("nowhere")));
 }
 
@@ -133,8 +124,8 @@ TEST_F(PtIoDeviceFileTest, RefusesAFolderThatCannotBeWrittenTo)
 {
     fs::permissions(m_folder.path(), fs::perms(0555));
     const std::string path = m_folder.path("probe");
-    EXPECT_EQ(
-        test::askedAsOrdinaryUser([&] { return failureOf([&] { create(path, kPtIoTemporary); }); }),
+    EXPECT_EQ(test::askedAsOrdinaryUser(
+                  [&] { return test::failureOf([&] { create(path, kPtIoTemporary); }); }),
         EACCES);
     fs::permissions(m_folder.path(), fs::perms(0755));
 }
@@ -148,20 +139,20 @@ TEST_F(PtIoDeviceFileTest, FlushesAnOpenFile)
 TEST_F(PtIoDeviceFileTest, TellsThatAFlushFailed)
 {
     const PtIoDeviceFile::Pointer file = create("/dev/null", kPtIoReadOnly);
-    EXPECT_EQ(failureOf([&] { file->flush(); }), EINVAL);
+    EXPECT_EQ(test::failureOf([&] { file->flush(); }), EINVAL);
 }
 
 TEST_F(PtIoDeviceFileTest, ClosesWhatHasNoSize)
 {
     ASSERT_EQ(::mkfifo(m_folder.path("pipe").c_str(), 0600), 0);
-    EXPECT_EQ(failureOf([&] { create(m_folder.path("pipe"), kPtIoOpenExisting); }), ESPIPE);
+    EXPECT_EQ(test::failureOf([&] { create(m_folder.path("pipe"), kPtIoOpenExisting); }), ESPIPE);
 }
 
 TEST_F(PtIoDeviceFileTest, TellsThatRemovingFailed)
 {
     PtIoDeviceFile::Pointer file = create(m_folder.path("gone"), kPtIoTemporary);
     fs::remove(m_folder.path("gone"));
-    EXPECT_EQ(failureOf([&] { file = 0; }), ENOENT);
+    EXPECT_EQ(test::failureOf([&] { file = 0; }), ENOENT);
     EXPECT_FALSE(file);
 }
 
@@ -175,7 +166,7 @@ TEST_F(PtIoDeviceFileTest, TellsOfTheCloseWhereRemovingFailedToo)
             ::close(std::stoi(entry.path().filename().string()));
     }
     fs::remove(m_folder.path("gone"));
-    EXPECT_EQ(failureOf([&] { file = 0; }), EBADF);
+    EXPECT_EQ(test::failureOf([&] { file = 0; }), EBADF);
 }
 
 TEST_F(PtIoDeviceFileTest, DoesNotAddAFailureToAnExceptionOnItsWayOut)

@@ -1,8 +1,8 @@
 #include "platform/common/threads/PtSignal.h"
 
 #include "core/platform/support/OrdinarySignals.h"
+#include "core/platform/support/SystemFailure.h"
 #include "core/platform/support/ThreadState.h"
-#include "platform/common/services/PtExSystem.h"
 #include "platform/common/threads/PtSemaphore.h"
 
 #include <atomic>
@@ -40,16 +40,6 @@ Pt::Config console()
     Pt::Config config;
     config.handlesConsoleSignals = true;
     return config;
-}
-
-int failureOf(const std::function<void()>& action)
-{
-    try {
-        action();
-    } catch (const Pt::ExSystem& failure) {
-        return failure.errorCode();
-    }
-    return 0;
 }
 
 // A handler that does something and accepts.
@@ -273,7 +263,7 @@ TEST_F(PtSignalTest, DoesNotWaitForItselfInAHandler)
     int error = 0;
     Acting handler([&] {
         Pt::SignalInit();
-        error = failureOf([] { Pt::SignalUninit(); });
+        error = test::failureOf([] { Pt::SignalUninit(); });
     });
     Pt::Signal::EstablishHandler(&handler, nullptr);
     Pt::SignalInitWith(console());

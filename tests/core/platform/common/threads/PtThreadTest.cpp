@@ -1,6 +1,7 @@
 #include "platform/common/threads/PtThread.h"
 
 #include "core/platform/WideLiteral.h"
+#include "core/platform/support/SystemFailure.h"
 #include "core/platform/support/ThreadState.h"
 #include "platform/common/services/PtExSystem.h"
 #include "platform/common/threads/PtSemaphore.h"
@@ -56,15 +57,17 @@ std::string logOf(const std::function<void()>& what)
     return testing::internal::GetCapturedStderr();
 }
 
-int failureOf(const std::function<void()>& action)
+// Of an action that fails in the thread's own source.
+int threadFailureOf(const std::function<void()>& action)
 {
-    try {
-        action();
-    } catch (const Pt::ExSystem& failure) {
-        EXPECT_THAT(failure.reasons().front().file(), HasSubstr("PtThread.cpp"));
-        return failure.errorCode();
-    }
-    return 0;
+    return test::failureOf([&] {
+        try {
+            action();
+        } catch (const Pt::ExSystem& failure) {
+            EXPECT_THAT(failure.reasons().front().file(), HasSubstr("PtThread.cpp"));
+            throw;
+        }
+    });
 }
 
 } // namespace
@@ -163,7 +166,7 @@ TEST(PtThreadTest, IsBegunOnceAtATime)
         mayEnd.wait();
     });
     thread.begin();
-    EXPECT_EQ(failureOf([&] { thread.begin(); }), EBUSY);
+    EXPECT_EQ(threadFailureOf([&] { thread.begin(); }), EBUSY);
     mayEnd.post();
     thread.join();
     mayEnd.post();
@@ -175,10 +178,10 @@ TEST(PtThreadTest, IsBegunOnceAtATime)
 TEST(PtThreadTest, JoinsOnlyWhatIsThere)
 {
     Doing thread(false, [] {});
-    EXPECT_EQ(failureOf([&] { thread.join(); }), EINVAL);
+    EXPECT_EQ(threadFailureOf([&] { thread.join(); }), EINVAL);
     thread.begin();
     thread.join();
-    EXPECT_EQ(failureOf([&] { thread.join(); }), EINVAL);
+    EXPECT_EQ(threadFailureOf([&] { thread.join(); }), EINVAL);
 }
 
 TEST(PtThreadTest, DoesNotJoinItself)
@@ -188,7 +191,7 @@ TEST(PtThreadTest, DoesNotJoinItself)
     std::optional<Doing> thread;
     thread.emplace(false, [&] {
         isBegun.wait();
-        error = failureOf([&] { thread->join(); });
+        error = threadFailureOf([&] { thread->join(); });
     });
     thread->begin();
     isBegun.post();
@@ -246,9 +249,9 @@ TEST(PtThreadTest, HasNoPriorityToChangeBetweenItsEndAndItsJoin)
     thread.begin();
     EXPECT_TRUE(test::waitUntil(
         [&] { return number != 0 && test::threadState(::getpid(), number) == '?'; }));
-    EXPECT_EQ(failureOf([&] { thread.priority(Priority::kHighest); }), ESRCH);
+    EXPECT_EQ(threadFailureOf([&] { thread.priority(Priority::kHighest); }), ESRCH);
     thread.join();
-    EXPECT_EQ(failureOf([&] { thread.priority(Priority::kNormal); }), 0);
+    EXPECT_EQ(threadFailureOf([&] { thread.priority(Priority::kNormal); }), 0);
 }
 
 TEST(PtThreadTest, DoesNotJoinItselfWhileItsOwnerWaitsForIt)
@@ -261,8 +264,8 @@ TEST(PtThreadTest, DoesNotJoinItselfWhileItsOwnerWaitsForIt)
     thread.emplace(false, [&] {
         EXPECT_TRUE(test::waitUntil(
             [&] { return isJoining && test::threadState(::getpid(), owner) == 'S'; }));
-        joinError = failureOf([&] { thread->join(); });
-        beginError = failureOf([&] { thread->begin(); });
+        joinError = threadFailureOf([&] { thread->join(); });
+        beginError = threadFailureOf([&] { thread->begin(); });
     });
     thread->begin();
     isJoining = true;
