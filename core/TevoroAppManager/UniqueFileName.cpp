@@ -33,7 +33,7 @@ QString numbered(const QString& base, qint64 index)
 class JournalEntry {
 public:
     JournalEntry(const QString& folder, const QString& name)
-        : m_journal(Pt::nameJournalPath(folder.toStdString()))
+        : m_journal(Pt::nameJournalPath(folder.toStdString() + "/.mfxdownload"))
     {
         Pt::noteTriedName(m_journal, name.toStdString());
     }

@@ -213,7 +213,7 @@ std::error_code WorkFolder::layMarker(const std::string& marker, bool withJourna
     m_markerBelow = folder->substr(m_finalFolder.size() + 1) + '/' + marker;
     error = Pt::makeEmptyFile(*folder + '/' + marker);
     if (!error && withJournal)
-        Pt::makeEmptyFile(Pt::nameJournalPath(m_finalFolder)); // without one, leftovers stay
+        Pt::makeEmptyFile(Pt::nameJournalPath(m_path)); // without one, leftovers stay
     return error;
 }
 

@@ -11,9 +11,8 @@
 
 namespace Pt {
 
-// The journal of this process's names in `folder`:
-// "<folder>/.mfxdownload/<process id>-1/probes".
-std::string nameJournalPath(const std::string& folder);
+// The journal of this process's names: "<workFolder>/<process id>-1/probes".
+std::string nameJournalPath(const std::string& workFolder);
 
 // Notes the one name that is tried next; nothing happens where no journal lies. An empty name says
 // that the last one was given up or taken.

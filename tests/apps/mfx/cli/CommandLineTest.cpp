@@ -308,6 +308,13 @@ INSTANTIATE_TEST_SUITE_P(Cases,
         WrongCase{"TwoTargets", {"download", "/card", "-t", "/p", "-t", "/q"}, "--to"}),
     [](const auto& row) { return std::string(row.param.name); });
 
+TEST(CommandLineTest, PromisesNoSourcesButCards)
+{
+    const std::string help = read({"sources", "--help"}).output;
+    EXPECT_THAT(help, HasSubstr("List the mounted cards"));
+    EXPECT_THAT(help, testing::Not(HasSubstr("amera")));
+}
+
 TEST(CommandLineTest, TellsHelpAndVersionAndEndsWell)
 {
     for (const char* option : {"--help", "-h"}) {

@@ -51,9 +51,9 @@ bool isLeftover(const Descriptor& file, const timespec& when)
 
 } // namespace
 
-std::string nameJournalPath(const std::string& folder)
+std::string nameJournalPath(const std::string& workFolder)
 {
-    return folder + "/.mfxdownload/" + std::to_string(::getpid()) + "-1" + kFileName;
+    return workFolder + '/' + std::to_string(::getpid()) + "-1" + kFileName;
 }
 
 void noteTriedName(const std::string& path, const std::string& name)

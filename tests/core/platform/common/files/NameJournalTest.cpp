@@ -30,12 +30,12 @@ protected:
     void recover() { removeTriedName(fs::path(journal).parent_path().string(), folder.path()); }
 
     test::TestFolder folder;
-    const std::string journal = nameJournalPath(folder.path());
+    const std::string journal = nameJournalPath(folder.path("work"));
 };
 
 TEST_F(NameJournalTest, LiesInTheFirstFolderOfThisProcess)
 {
-    EXPECT_EQ(journal, folder.path(".mfxdownload/" + std::to_string(::getpid()) + "-1/probes"));
+    EXPECT_EQ(journal, folder.path("work/" + std::to_string(::getpid()) + "-1/probes"));
 }
 
 TEST_F(NameJournalTest, RemovesTheEmptyFileThatWasTriedLast)
