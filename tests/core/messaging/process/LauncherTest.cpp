@@ -92,6 +92,29 @@ TEST_F(LauncherTest, LeavesAMessageForAnyCopyAndOneForTheProcess)
     EXPECT_FALSE(isFree("launched-2.0-en_us#haslaunchparams"));
 }
 
+TEST_F(LauncherTest, WritesTheParametersIntoEachMessageAndGivesItFiveMinutes)
+{
+    start();
+    const Paused paused;
+    environment.set("LAUNCHED_MODE", "silent");
+    const std::int64_t before = now();
+    launch(LAUNCHED_APPLICATION, "-specifier launched");
+    const std::int64_t after = now();
+    const std::string script = "// LAUNCHPARAMS:self-1.0\n// -specifier launched\n";
+    EXPECT_THAT(queued(*self, "out", "Text"),
+        ElementsAre("-specifier launched", "// LAUNCHPARAMS:self-1.0", "-specifier launched"))
+        << "the first line of each";
+    EXPECT_THAT(queued(*self, "out", "Body"),
+        ElementsAre("19 bytes", std::to_string(script.size()) + " bytes", "19 bytes"));
+    EXPECT_THAT(queued(*self, "out", "Response-Request"),
+        ElementsAre("undefined", "Received", "undefined"));
+    std::vector<std::string> ends;
+    for (std::int64_t end = before + 300; end <= after + 300; ++end)
+        ends.push_back(bytes(ScObjects::TevoroTalkUtils::getTimeString(&end)));
+    EXPECT_THAT(queued(*self, "out", "Timeout"),
+        testing::AllOf(testing::SizeIs(3), testing::Each(testing::AnyOfArray(ends))));
+}
+
 TEST_F(LauncherTest, LeavesNothingWithoutParameters)
 {
     start();
