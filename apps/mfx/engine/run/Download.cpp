@@ -44,8 +44,18 @@ Download::Download(
     , m_account(m_request, card)
     , m_deletion(m_request, card, m_places, m_folders, m_account)
     , m_progress(card, passes(m_request))
+    , m_conversion(m_request, sink, m_places, m_account, m_progress, conversionHooks())
     , m_browserWait(events, m_request.wasInterrupted)
 {
+}
+
+GroupConversion::Hooks Download::conversionHooks()
+{
+    return {[this](const GroupWork& work) { return stopWherePlaceIsLost(work); },
+        [this](const GroupWork& work, std::size_t member) {
+            return sinkItem(work, member, work.folder->path);
+        },
+        [this](const std::string& path) { tellPutBack(path); }};
 }
 
 // Each step rests on the ones before it. Places are opened and compared before a single byte is

@@ -11,6 +11,7 @@
 #include "mfx/engine/names/TargetName.h"
 #include "mfx/engine/run/BrowserWait.h"
 #include "mfx/engine/run/DownloadAccount.h"
+#include "mfx/engine/run/GroupConversion.h"
 #include "mfx/engine/run/GuardedDeletion.h"
 #include "mfx/engine/run/ProgressMeter.h"
 #include "mfx/engine/saving/FinalFolders.h"
@@ -58,21 +59,14 @@ private:
     void finishGroup(GroupWork& work);
     void decide(GroupWork& work);
     std::optional<std::string> lostPlace(const GroupWork& work) const;
+    std::optional<std::string> stopWherePlaceIsLost(const GroupWork& work);
     void failWherePlaceIsLost(GroupWork& work);
+    GroupConversion::Hooks conversionHooks();
     void save(GroupWork& work, std::vector<ItemEvent>& events);
     void backUp(GroupWork& work, std::vector<ItemEvent>& events);
     bool isOriginalItself(const MemberBackup& backup, std::uint32_t item) const;
     void noteBackup(
         const GroupWork& work, std::size_t member, MemberBackup backup, ItemEvent& event);
-    void noteConversions(GroupWork& work) const;
-    void convert(GroupWork& work, std::vector<ItemEvent>& events);
-    void convertMember(GroupWork& work, std::size_t member, ItemEvent& event);
-    bool finishConversion(const GroupWork& work, MemberWork& member);
-    void convertAlone(GroupWork& work, std::size_t member, ItemEvent& event);
-    void bringBack(const GroupWork& work, MemberWork& file);
-    static void noteNoDNG(ItemEvent& event, const std::string& reason);
-    void noteDNG(const MemberWork& member, const std::string& expected, ItemEvent& event);
-    void noteStandingDNG(const MemberWork& member, ItemEvent& event);
     bool isProven(const MemberWork& member, const ItemEvent& event) const;
     void noteUnprovenDNG(const MemberWork& member, const ItemEvent& event);
     void judge(GroupWork& work, std::vector<ItemEvent>& events);
@@ -80,7 +74,6 @@ private:
     std::string reasonToKeep(const GroupWork& work, const MemberWork& member) const;
     void keepSaved(const GroupWork& work, const MemberWork& member, ItemEvent& event);
     void keep(const GroupWork& work, const MemberWork& member, ItemEvent& event);
-    static void addError(ItemEvent& event, const std::string& reason);
     void conclude(const GroupWork& work, const std::vector<ItemEvent>& events);
     void noteFailure(const GroupWork& work);
     void stopAt(const std::string& reason);
@@ -116,6 +109,7 @@ private:
     std::optional<std::string> m_stopReason; // why no further group is begun
     bool m_targetRefused = false; // some folder of the target takes no files
     ProgressMeter m_progress;
+    GroupConversion m_conversion;
     Pt::Lock m_tellingLock;
     bool m_isTold TEVORO_GUARDED_BY(m_tellingLock) = false; // the summary; no progress after it
     bool m_isOver = false; // the same, for the caller's thread

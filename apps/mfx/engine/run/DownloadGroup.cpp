@@ -67,11 +67,17 @@ void Download::finishGroup(GroupWork& work)
 
 void Download::failWherePlaceIsLost(GroupWork& work)
 {
-    const auto lost = work.failed ? std::nullopt : lostPlace(work);
-    if (!lost)
-        return;
-    failGroup(work, work.members.size(), *lost);
-    stopAt(*lost);
+    const auto lost = work.failed ? std::nullopt : stopWherePlaceIsLost(work);
+    if (lost)
+        failGroup(work, work.members.size(), *lost);
+}
+
+std::optional<std::string> Download::stopWherePlaceIsLost(const GroupWork& work)
+{
+    const auto lost = lostPlace(work);
+    if (lost)
+        stopAt(*lost);
+    return lost;
 }
 
 // The second copy is made while the first is still in its item folder. A run that is cut off
@@ -81,11 +87,11 @@ void Download::save(GroupWork& work, std::vector<ItemEvent>& events)
 {
     if (m_request.backupFolder)
         backUp(work, events);
-    noteConversions(work);
+    m_conversion.noteAwaited(work);
     if (!work.failed)
         place(work);
     if (!work.failed && (m_request.convertsToDNG || m_request.wantsDNG))
-        convert(work, events);
+        m_conversion.convert(work, events);
 }
 
 // Why the run cannot go on with a group: a place is no longer where it was.
@@ -153,6 +159,17 @@ bool Download::isProven(const MemberWork& member, const ItemEvent& event) const
         && (!member.standsAsDNG() || kept.backup);
 }
 
+void Download::noteUnprovenDNG(const MemberWork& member, const ItemEvent& event)
+{
+    if (!member.standsAsDNG() || event.error || isProven(member, event))
+        return;
+    m_account.addNotSafe(event.name,
+        text("$$$/Mfx/Download/DNGNotCompared=its DNG is that of an earlier run and was not "
+             "compared with it again; a second copy with --backup would prove it"));
+    if (m_request.deletesOriginals)
+        ++m_account.summary.notDeleted;
+}
+
 // What became of each member. A group is proven only as a whole: an original whose partner is not
 // safe stays beside it.
 void Download::judge(GroupWork& work, std::vector<ItemEvent>& events)
@@ -179,7 +196,7 @@ void Download::judgeMember(const GroupWork& work, const MemberWork& member, Item
     if (event.status == ItemStatus::kPending)
         event.status = member.alreadyPresent() ? ItemStatus::kExists : ItemStatus::kOk;
     if (member.standsAsDNG())
-        noteStandingDNG(member, event);
+        m_conversion.noteStandingDNG(member, event);
     if (m_request.dryRun)
         return;
     keep(work, member, event);
@@ -240,14 +257,6 @@ void Download::keepSaved(const GroupWork& work, const MemberWork& member, ItemEv
         addError(event,
             text("$$$/Mfx/Download/SavedCopyGone=its copy is no longer at %1",
                 {Pt::displayName(work.folder->path + '/' + member.finalName)}));
-}
-
-// Beside one that it has already.
-void Download::addError(ItemEvent& event, const std::string& reason)
-{
-    event.error = event.error
-        ? text("$$$/Mfx/Download/TwoReasons=%1; and %2", {*event.error, reason})
-        : reason;
 }
 
 void Download::conclude(const GroupWork& work, const std::vector<ItemEvent>& events)

@@ -30,6 +30,9 @@ struct ItemEvent {
     bool alreadyReported = false; // the error: it is the same for many and was told at the start
 };
 
+// Beside one that it has already.
+void addError(ItemEvent& event, const std::string& reason);
+
 struct ProgressEvent {
     std::uint64_t bytesDone = 0; // the share of all work, in bytes of the card; never shrinks
     std::uint64_t bytesTotal = 0; // those of the card

@@ -1,11 +1,9 @@
-// What becomes of the raw files of a group for which DNGs are wanted: their conversion by the sink,
-// and the DNGs that earlier runs have made of them.
+#include "mfx/engine/run/GroupConversion.h"
 
 #include "mfx/engine/dng/ConversionLibrary.h"
 #include "mfx/engine/dng/ConversionText.h"
 #include "mfx/engine/dng/DNGSearch.h"
 #include "mfx/engine/dng/FileConversion.h"
-#include "mfx/engine/run/Download.h"
 #include "mfx/texts/Texts.h"
 #include "platform/common/files/FileAccess.h"
 #include "platform/common/files/FolderLock.h"
@@ -37,6 +35,15 @@ std::string reasonForNoDNG(
     return result || sinks.empty() ? conversionText(result) : sinks;
 }
 
+// A failed backup keeps its status: an original without its second copy is not to be deleted,
+// whatever else fails.
+void noteNoDNG(ItemEvent& event, const std::string& reason)
+{
+    if (event.status != ItemStatus::kBackupFailed)
+        event.status = ItemStatus::kDNGFailed;
+    addError(event, reason);
+}
+
 // A raw file that was there before the run stays as it is, for it may be somebody's. But one that
 // was put back was in the hands of a run that was cut off while converting it, and that conversion
 // is done now.
@@ -47,22 +54,28 @@ bool isToConvert(const GroupWork& work, const MemberWork& member)
 
 } // namespace
 
-// A failed backup keeps its status: an original without its second copy is not to be deleted,
-// whatever else fails.
-void Download::noteNoDNG(ItemEvent& event, const std::string& reason)
+GroupConversion::GroupConversion(const DownloadRequest& request,
+    SinkSession& sink,
+    const PlaceWatch& places,
+    DownloadAccount& account,
+    ProgressMeter& progress,
+    Hooks hooks)
+    : m_request(request)
+    , m_sink(sink)
+    , m_places(places)
+    , m_account(account)
+    , m_progress(progress)
+    , m_hooks(std::move(hooks))
 {
-    if (event.status != ItemStatus::kBackupFailed)
-        event.status = ItemStatus::kDNGFailed;
-    addError(event, reason);
 }
 
-void Download::noteConversions(GroupWork& work) const
+void GroupConversion::noteAwaited(GroupWork& work) const
 {
     for (MemberWork& member : work.members)
         member.awaitsConversion = m_request.convertsToDNG && member.wantsDNG;
 }
 
-void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
+void GroupConversion::convert(GroupWork& work, std::vector<ItemEvent>& events)
 {
     for (std::size_t i = 0; i < work.members.size(); ++i) {
         const MemberWork& member = work.members[i];
@@ -85,10 +98,9 @@ void Download::convert(GroupWork& work, std::vector<ItemEvent>& events)
 // It sets the raw file aside under a path that all runs share, and removes what it finds there. So
 // the runs take turns, and what lies there is brought into safety first. Where nothing can be
 // locked, there are no turns.
-void Download::convertMember(GroupWork& work, std::size_t member, ItemEvent& event)
+void GroupConversion::convertMember(GroupWork& work, std::size_t member, ItemEvent& event)
 {
-    if (const auto lost = lostPlace(work)) {
-        stopAt(*lost);
+    if (const auto lost = m_hooks.stopWherePlaceIsLost(work)) {
         noteNoDNG(event, *lost);
         return;
     }
@@ -111,7 +123,7 @@ void Download::convertMember(GroupWork& work, std::size_t member, ItemEvent& eve
         bringBack(work, file);
 }
 
-void Download::convertAlone(GroupWork& work, std::size_t member, ItemEvent& event)
+void GroupConversion::convertAlone(GroupWork& work, std::size_t member, ItemEvent& event)
 {
     const PhaseScope phase(m_progress, ProgressPhase::kConvert);
     MemberWork& file = work.members[member];
@@ -120,7 +132,7 @@ void Download::convertAlone(GroupWork& work, std::size_t member, ItemEvent& even
     file.converted = Pt::fileStatus(raw, unknown);
     const std::string dng = nextDNGPath(raw);
     std::string error;
-    if (m_sink.convert(sinkItem(work, member, work.folder->path), error))
+    if (m_sink.convert(m_hooks.sinkItem(work, member), error))
         noteDNG(file, dng, event);
     else
         noteNoDNG(event, reasonForNoDNG(file, *work.folder, error));
@@ -129,12 +141,12 @@ void Download::convertAlone(GroupWork& work, std::size_t member, ItemEvent& even
 
 // What conversions left aside: those of runs that were killed, and those that failed when another
 // file had taken the name of the raw file meanwhile. Ours has another name from then on.
-void Download::bringBack(const GroupWork& work, MemberWork& file)
+void GroupConversion::bringBack(const GroupWork& work, MemberWork& file)
 {
     std::error_code error; // what could not go back stays where it is, and is not removed
     for (const std::string& name : work.folder->work.putBackSetAside(error)) {
         if (!file.converted || !isCopyStill(file, work.folder->ownPath + '/' + name)) {
-            tellPutBack(work.folder->path + '/' + name);
+            m_hooks.tellPutBack(work.folder->path + '/' + name);
             continue;
         }
         file.finalName = name;
@@ -145,7 +157,7 @@ void Download::bringBack(const GroupWork& work, MemberWork& file)
 
 // The run that was to convert the file was killed when its DNG, verified, had just got its name:
 // what is left is to let the raw file go, which has just been found to be the card's byte for byte.
-bool Download::finishConversion(const GroupWork& work, MemberWork& member)
+bool GroupConversion::finishConversion(const GroupWork& work, MemberWork& member)
 {
     const std::string raw = work.folder->ownPath + '/' + member.finalName;
     if (!member.alreadyPresent() || !member.digest)
@@ -162,7 +174,8 @@ bool Download::finishConversion(const GroupWork& work, MemberWork& member)
 // If the raw file is still there, it was none to convert, and what has the name now is not believed
 // to be its DNG: the raw file is what was proven. What the DNG was made of is believed only where
 // it is what the card has: others may write into a file that is set aside.
-void Download::noteDNG(const MemberWork& member, const std::string& expected, ItemEvent& event)
+void GroupConversion::noteDNG(
+    const MemberWork& member, const std::string& expected, ItemEvent& event)
 {
     std::error_code error;
     const std::string raw = expected.substr(0, expected.rfind('/') + 1) + member.finalName;
@@ -185,7 +198,7 @@ void Download::noteDNG(const MemberWork& member, const std::string& expected, It
 }
 
 // That of an earlier run, which bears the record of just this raw file.
-void Download::noteStandingDNG(const MemberWork& member, ItemEvent& event)
+void GroupConversion::noteStandingDNG(const MemberWork& member, ItemEvent& event)
 {
     std::error_code error;
     const auto status = Pt::fileStatus(member.dng, error);
@@ -193,17 +206,6 @@ void Download::noteStandingDNG(const MemberWork& member, ItemEvent& event)
         return;
     event.dng = Pt::displayName(m_places.nameOf(member.dng));
     m_account.items[member.item].kept.dng = KeptCopy{member.dng, *status};
-}
-
-void Download::noteUnprovenDNG(const MemberWork& member, const ItemEvent& event)
-{
-    if (!member.standsAsDNG() || event.error || isProven(member, event))
-        return;
-    m_account.addNotSafe(event.name,
-        text("$$$/Mfx/Download/DNGNotCompared=its DNG is that of an earlier run and was not "
-             "compared with it again; a second copy with --backup would prove it"));
-    if (m_request.deletesOriginals)
-        ++m_account.summary.notDeleted;
 }
 
 } // namespace mfx
