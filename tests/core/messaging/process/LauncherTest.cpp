@@ -110,7 +110,7 @@ TEST_F(LauncherTest, WritesTheParametersIntoEachMessageAndGivesItFiveMinutes)
         ElementsAre("undefined", "Received", "undefined"));
     std::vector<std::string> ends;
     for (std::int64_t end = before + 300; end <= after + 300; ++end)
-        ends.push_back(bytes(ScObjects::TevoroTalkUtils::getTimeString(&end)));
+        ends.push_back(test::bytes(ScObjects::TevoroTalkUtils::getTimeString(&end)));
     EXPECT_THAT(queued(*self, "out", "Timeout"),
         testing::AllOf(testing::SizeIs(3), testing::Each(testing::AnyOfArray(ends))));
 }

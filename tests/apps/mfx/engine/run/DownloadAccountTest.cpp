@@ -1,6 +1,7 @@
 #include "mfx/engine/run/DownloadAccount.h"
 
 #include "apps/mfx/engine/CardFixture.h"
+#include "support/TinyJpeg.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -59,11 +60,12 @@ TEST_F(DownloadAccountTest, BeginsWithWhatIsAskedForAndWhatTheCardHolds)
 TEST_F(DownloadAccountTest, ListsWhatWipingTheCardWouldCostBesides)
 {
     m_card.add("EMPTY.JPG", "");
-    m_card.add("notes.txt", "words");
+    m_card.add("notes.txt", "words"); // harmless
+    m_card.add(".hidden.jpg", ::tests::tinyJpegBytes());
     const DownloadSummary summary = make().summary;
     ASSERT_EQ(summary.passedOver.size(), 2U);
     EXPECT_EQ(summary.passedOver[0].kind, PassedOverKind::kNotHandled);
-    EXPECT_THAT(summary.passedOver[0].names, ElementsAre("notes.txt"));
+    EXPECT_THAT(summary.passedOver[0].names, ElementsAre(".hidden.jpg"));
     EXPECT_EQ(summary.passedOver[1].kind, PassedOverKind::kEmptyFile);
     EXPECT_THAT(summary.passedOver[1].names, ElementsAre("EMPTY.JPG"));
     EXPECT_EQ(summary.unsafe, 0U);
