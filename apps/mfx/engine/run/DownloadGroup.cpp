@@ -74,7 +74,7 @@ void Download::failWherePlaceIsLost(GroupWork& work)
 
 std::optional<std::string> Download::stopWherePlaceIsLost(const GroupWork& work)
 {
-    const auto lost = lostPlace(work);
+    auto lost = lostPlace(work);
     if (lost)
         stopAt(*lost);
     return lost;
