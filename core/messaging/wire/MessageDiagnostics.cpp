@@ -2,6 +2,7 @@
 #include "messaging/Message.h"
 #include "messaging/TevoroTalkUtils.h"
 #include "messaging/runtime/GrowingText.h"
+#include "messaging/wire/InfoNode.h"
 
 #include <cstdio>
 
@@ -19,16 +20,9 @@ SoString orUndefined(const SoString& text)
     return text.isEmpty() ? SoString(kUndefined) : text;
 }
 
-SoString numberText(std::uint32_t number)
-{
-    SoString result;
-    result << number;
-    return result;
-}
-
 SoString numberOrUndefined(std::uint32_t number)
 {
-    return number == QK_INVALID_MESSAGE_NUMBER ? SoString(kUndefined) : numberText(number);
+    return number == QK_INVALID_MESSAGE_NUMBER ? SoString(kUndefined) : textOf(number);
 }
 
 SoString expiryOf(const TevoroTalk::Message& message)
@@ -124,7 +118,7 @@ void TevoroTalk::Message::appendDiagnostics(SoString& out, const SoString& path)
     node.request(responseRequest);
     node.headers(headers);
     node.timestamp(timestamp);
-    node.leaf("serialnumber", QK_SERIAL_NUMBER, numberText(serialNumber));
+    node.leaf("serialnumber", QK_SERIAL_NUMBER, textOf(serialNumber));
     node.leaf("received", QK_RECEIVED, numberOrUndefined(received));
     node.leaf("result", QK_RESULT, numberOrUndefined(result));
     node.leaf("error", QK_ERROR, numberOrUndefined(error));

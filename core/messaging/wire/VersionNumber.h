@@ -6,8 +6,8 @@
 
 namespace ScObjects::TevoroTalkData {
 
-// 0 for a text that begins otherwise. "nan" is no number that any other equals, exceeds or falls
-// short of: comparisons say what they take, not what they leave.
+// 0 for a text that begins otherwise. The generation of a group may be "nan", which is neither
+// above nor below any number.
 inline double versionNumber(const SoString& version)
 {
     return Pt::leadingNumber(version);
